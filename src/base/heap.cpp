@@ -1,0 +1,55 @@
+#include "base/heap.h"
+
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+
+namespace {
+
+void* libc_alloc(void*, std::size_t size) {
+  return std::malloc(size);
+}
+
+void* libc_realloc(void*, void* block, std::size_t size) {
+  return std::realloc(block, size);
+}
+
+void libc_free(void*, void* block) {
+  std::free(block);
+}
+
+constexpr QVHeapHooks kLibcHeap{libc_alloc, libc_realloc, libc_free, nullptr};
+QVHeapHooks current_heap = kLibcHeap;
+
+// malloc(0) may give null, which callers would take for a failure.
+constexpr std::size_t at_least_one(std::size_t size) {
+  return size == 0 ? 1 : size;
+}
+
+}  // namespace
+
+void set_heap_hooks(const QVHeapHooks* hooks) {
+  current_heap = hooks != nullptr ? *hooks : kLibcHeap;
+}
+
+void* QVAlloc(std::size_t size) {
+  return current_heap.alloc(current_heap.context, at_least_one(size));
+}
+
+void* QVCalloc(std::size_t count, std::size_t size) {
+  if (size != 0 && count > SIZE_MAX / size)
+    return nullptr;
+  void* block = QVAlloc(count * size);
+  if (block != nullptr)
+    std::memset(block, 0, at_least_one(count * size));
+  return block;
+}
+
+void* QVRealloc(void* block, std::size_t size) {
+  return current_heap.realloc(current_heap.context, block, at_least_one(size));
+}
+
+void QVFree(void* block) {
+  if (block != nullptr)
+    current_heap.free(current_heap.context, block);
+}

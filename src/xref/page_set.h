@@ -1,0 +1,16 @@
+// The page list of a linearized file, as known from its start alone.
+#pragma once
+
+#include <cstdint>
+
+struct PDF_PAGE_ITEM {
+  std::uint32_t obj;    ///< Object number of the page.
+  std::int32_t width;   ///< Hundredths of a point; 0 until the hints are read.
+  std::int32_t height;  ///< The same.
+};
+
+/// Value-initialise it; the caller owns `pages` and releases it with QVFree.
+struct PDF_PAGE_SET {
+  std::int32_t count;    ///< Pages, from "N".
+  PDF_PAGE_ITEM* pages;  ///< `count` + 2 items, or null.
+};
