@@ -10,7 +10,7 @@
 /// that start some way into their storage can be presented as if they started at 0.
 class CQVStream {
 public:
-  enum STR_SEEK { STR_SEEK_SET = 0, STR_SEEK_CUR = 1, STR_SEEK_END = 2 };
+  enum STR_SEEK : int { STR_SEEK_SET = 0, STR_SEEK_CUR = 1, STR_SEEK_END = 2 };
 
   CQVStream() = default;
   CQVStream(const CQVStream&) = delete;

@@ -1,0 +1,224 @@
+#include "object/dictionary.h"
+
+#include <cstring>
+#include <new>
+#include <utility>
+
+#include "base/heap.h"
+#include "object/array.h"
+
+const char* const CPDFDictionary::sm_tag_acro_form = "AcroForm";
+const char* const CPDFDictionary::sm_tag_base_font = "BaseFont";
+const char* const CPDFDictionary::sm_tag_bbok = "BBox";
+const char* const CPDFDictionary::sm_tag_bpc = "BitsPerComponent";
+const char* const CPDFDictionary::sm_tag_count = "Count";
+const char* const CPDFDictionary::sm_tag_cs = "ColorSpace";
+const char* const CPDFDictionary::sm_tag_extgs = "ExtGState";
+const char* const CPDFDictionary::sm_tag_fdec = "FlateDecode";
+const char* const CPDFDictionary::sm_tag_fdes = "FontDescriptor";
+const char* const CPDFDictionary::sm_tag_filter = "Filter";
+const char* const CPDFDictionary::sm_tag_first = "First";
+const char* const CPDFDictionary::sm_tag_font = "Font";
+const char* const CPDFDictionary::sm_tag_height = "Height";
+const char* const CPDFDictionary::sm_tag_length = "Length";
+const char* const CPDFDictionary::sm_tag_next = "Next";
+const char* const CPDFDictionary::sm_tag_parent = "Parent";
+const char* const CPDFDictionary::sm_tag_prev = "Prev";
+const char* const CPDFDictionary::sm_tag_res = "Resources";
+const char* const CPDFDictionary::sm_tag_rotate = "Rotate";
+const char* const CPDFDictionary::sm_tag_subtype = "Subtype";
+const char* const CPDFDictionary::sm_tag_type = "Type";
+const char* const CPDFDictionary::sm_tag_width = "Width";
+const char* const CPDFDictionary::sm_tag_xobj = "XObject";
+
+namespace {
+
+constexpr std::int32_t kFirstCapacity = 8;
+
+// Where a key stands, or where it belongs when it is not there.
+struct Place {
+  std::int32_t index;
+  bool found;
+};
+
+Place find_key(const CPDFDictionary& dict, const char* key) {
+  std::int32_t lo = 0;
+  std::int32_t hi = dict.count - 1;
+  while (lo <= hi) {
+    const std::int32_t mid = lo + (hi - lo) / 2;
+    const int c = std::strcmp(key, dict.items[mid]->key());
+    if (c == 0)
+      return {mid, true};
+    if (c < 0)
+      hi = mid - 1;
+    else
+      lo = mid + 1;
+  }
+  return {lo, false};
+}
+
+// An item with a null value and a copy of `key`, or null.
+CPDFDictItem* new_item(const char* key) {
+  const std::size_t size = std::strlen(key) + 1;
+  void* block = QVAlloc(sizeof(CPDFDictItem) + size);
+  if (block == nullptr)
+    return nullptr;
+  auto* item = new (block) CPDFDictItem{};
+  std::memcpy(static_cast<char*>(block) + sizeof(CPDFDictItem), key, size);
+  return item;
+}
+
+void free_item(CPDFDictItem* item) {
+  item->free();
+  QVFree(item);
+}
+
+bool make_room(CPDFDictionary& dict) {
+  if (dict.count < dict.capacity)
+    return true;
+  const std::int32_t wanted = dict.capacity < kFirstCapacity ? kFirstCapacity : dict.capacity + dict.capacity / 2;
+  if (wanted <= dict.capacity)
+    return false;
+  void* grown = QVRealloc(dict.items, static_cast<std::size_t>(wanted) * sizeof(CPDFDictItem*));
+  if (grown == nullptr)
+    return false;
+  dict.items = static_cast<CPDFDictItem**>(grown);
+  dict.capacity = wanted;
+  return true;
+}
+
+// The item of `key`, made with a null value when there is none; null when there is no memory.
+CPDFObj* item_for(CPDFDictionary& dict, const char* key) {
+  const Place place = find_key(dict, key);
+  if (place.found)
+    return dict.items[place.index];
+  if (!make_room(dict))
+    return nullptr;
+  CPDFDictItem* item = new_item(key);
+  if (item == nullptr)
+    return nullptr;
+  CPDFDictItem** slot = dict.items + place.index;
+  std::memmove(slot + 1, slot, static_cast<std::size_t>(dict.count - place.index) * sizeof(*slot));
+  *slot = item;
+  ++dict.count;
+  return item;
+}
+
+void remove_key(CPDFDictionary& dict, const char* key) {
+  const Place place = find_key(dict, key);
+  if (!place.found)
+    return;
+  CPDFDictItem** slot = dict.items + place.index;
+  free_item(*slot);
+  --dict.count;
+  std::memmove(slot, slot + 1, static_cast<std::size_t>(dict.count - place.index) * sizeof(*slot));
+}
+
+}  // namespace
+
+CPDFObj* CPDFDictionary::get_item(const char* key) const {
+  const Place place = find_key(*this, key);
+  return place.found ? items[place.index] : nullptr;
+}
+
+void CPDFDictionary::set_item(const char* key, const CPDFObj* value) {
+  if (value == nullptr) {
+    remove_key(*this, key);
+    return;
+  }
+  // The copy is made first: `value` may lie inside the item that it replaces.
+  CPDFObj copy{};
+  copy.copy_from(value);
+  move_item(key, copy);
+}
+
+void CPDFDictionary::move_item(const char* key, CPDFObj& value) {
+  if (CPDFObj* item = item_for(*this, key))
+    item->move_from(value);
+  value.free();
+}
+
+void CPDFDictionary::set_item_int(const char* key, int value) {
+  if (CPDFObj* item = item_for(*this, key))
+    item->set_int(value);
+}
+
+void CPDFDictionary::set_item_bool(const char* key, int value) {
+  if (CPDFObj* item = item_for(*this, key))
+    item->set_bool(value);
+}
+
+void CPDFDictionary::set_item_real(const char* key, const QVFIX& value) {
+  if (CPDFObj* item = item_for(*this, key))
+    item->set_real(value);
+}
+
+void CPDFDictionary::set_item_str(const char* key, const char* bytes, int len) {
+  CPDFObj copy{};
+  copy.set_string(bytes, len);
+  move_item(key, copy);
+}
+
+void CPDFDictionary::set_item_name(const char* key, const char* name) {
+  CPDFObj copy{};
+  copy.set_name(name);
+  move_item(key, copy);
+}
+
+void CPDFDictionary::set_item_ref(const char* key, const PDF_REF& ref) {
+  if (CPDFObj* item = item_for(*this, key))
+    item->set_ref(ref);
+}
+
+void CPDFDictionary::set_item_arr(const char* key, const CPDFArray* array) {
+  auto* copy = new (std::nothrow) CPDFArray;
+  if (copy == nullptr)
+    return;
+  copy->copy_from(array);
+  CPDFObj value{};
+  value.take_array(copy);
+  move_item(key, value);
+}
+
+void CPDFDictionary::set_item_dict(const char* key, const CPDFDictionary* dict) {
+  auto* copy = new (std::nothrow) CPDFDictionary;
+  if (copy == nullptr)
+    return;
+  copy->copy_from(dict);
+  CPDFObj value{};
+  value.take_dict(copy);
+  move_item(key, value);
+}
+
+void CPDFDictionary::set_item_rect(const char* key, const _QVRECTF* rect) {
+  CPDFArray array;
+  for (const QVFIX side : {rect->left, rect->bottom, rect->right, rect->top})
+    array.append_real(side);
+  set_item_arr(key, &array);
+  array.clear();
+}
+
+void CPDFDictionary::copy_from(const CPDFDictionary* src) {
+  clear();
+  if (src == nullptr || src->count < 1)
+    return;
+  items = static_cast<CPDFDictItem**>(QVAlloc(static_cast<std::size_t>(src->count) * sizeof(*items)));
+  if (items == nullptr)
+    return;
+  capacity = src->count;
+  for (std::int32_t i = 0; i < src->count; ++i) {
+    CPDFDictItem* item = new_item(src->items[i]->key());
+    if (item == nullptr)
+      return;
+    item->copy_from(src->items[i]);
+    items[count++] = item;
+  }
+}
+
+void CPDFDictionary::clear() {
+  for (std::int32_t i = 0; i < count; ++i)
+    free_item(items[i]);
+  QVFree(items);
+  items = nullptr;
+  count = capacity = 0;
+}
