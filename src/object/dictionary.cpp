@@ -1,5 +1,6 @@
 #include "object/dictionary.h"
 
+#include <algorithm>
 #include <cstring>
 #include <new>
 #include <utility>
@@ -34,6 +35,7 @@ const char* const CPDFDictionary::sm_tag_xobj = "XObject";
 namespace {
 
 constexpr std::int32_t kFirstCapacity = 8;
+constexpr std::int32_t kInsertionSortLimit = 32;  // most dictionaries are far below
 
 // Where a key stands, or where it belongs when it is not there.
 struct Place {
@@ -58,13 +60,14 @@ Place find_key(const CPDFDictionary& dict, const char* key) {
 }
 
 // An item with a null value and a copy of `key`, or null.
-CPDFDictItem* new_item(const char* key) {
-  const std::size_t size = std::strlen(key) + 1;
-  void* block = QVAlloc(sizeof(CPDFDictItem) + size);
+CPDFDictItem* new_item(const char* key, std::size_t len) {
+  void* block = QVAlloc(sizeof(CPDFDictItem) + len + 1);
   if (block == nullptr)
     return nullptr;
   auto* item = new (block) CPDFDictItem{};
-  std::memcpy(static_cast<char*>(block) + sizeof(CPDFDictItem), key, size);
+  char* text = static_cast<char*>(block) + sizeof(CPDFDictItem);
+  std::memcpy(text, key, len);
+  text[len] = 0;
   return item;
 }
 
@@ -94,7 +97,7 @@ CPDFObj* item_for(CPDFDictionary& dict, const char* key) {
     return dict.items[place.index];
   if (!make_room(dict))
     return nullptr;
-  CPDFDictItem* item = new_item(key);
+  CPDFDictItem* item = new_item(key, std::strlen(key));
   if (item == nullptr)
     return nullptr;
   CPDFDictItem** slot = dict.items + place.index;
@@ -119,6 +122,12 @@ void remove_key(CPDFDictionary& dict, const char* key) {
 CPDFObj* CPDFDictionary::get_item(const char* key) const {
   const Place place = find_key(*this, key);
   return place.found ? items[place.index] : nullptr;
+}
+
+bool CPDFDictionary::holds_signature() const {
+  const CPDFObj* type = get_item(sm_tag_type);
+  const bool typed = type == nullptr || type->is_name("Sig") || type->is_name("DocTimeStamp");
+  return typed && get_item("ByteRange") != nullptr;
 }
 
 void CPDFDictionary::set_item(const char* key, const CPDFObj* value) {
@@ -198,6 +207,41 @@ void CPDFDictionary::set_item_rect(const char* key, const _QVRECTF* rect) {
   array.clear();
 }
 
+CPDFObj* CPDFDictionary::append_unsorted(const char* key, std::size_t key_len) {
+  if (!make_room(*this))
+    return nullptr;
+  CPDFDictItem* item = new_item(key, key_len);
+  if (item == nullptr)
+    return nullptr;
+  items[count++] = item;
+  return item;
+}
+
+void CPDFDictionary::sort_items() {
+  const auto in_front = [](const CPDFDictItem* a, const CPDFDictItem* b) {
+    return std::strcmp(a->key(), b->key()) < 0;
+  };
+  if (count <= kInsertionSortLimit) {
+    for (std::int32_t i = 1; i < count; ++i) {
+      CPDFDictItem* const item = items[i];
+      std::int32_t at = i;
+      for (; at > 0 && in_front(item, items[at - 1]); --at)
+        items[at] = items[at - 1];
+      items[at] = item;
+    }
+  } else {
+    std::stable_sort(items, items + count, in_front);
+  }
+  std::int32_t kept = 0;
+  for (std::int32_t i = 0; i < count; ++i) {
+    if (i + 1 < count && std::strcmp(items[i]->key(), items[i + 1]->key()) == 0)
+      free_item(items[i]);
+    else
+      items[kept++] = items[i];
+  }
+  count = kept;
+}
+
 void CPDFDictionary::copy_from(const CPDFDictionary* src) {
   clear();
   if (src == nullptr || src->count < 1)
@@ -207,7 +251,8 @@ void CPDFDictionary::copy_from(const CPDFDictionary* src) {
     return;
   capacity = src->count;
   for (std::int32_t i = 0; i < src->count; ++i) {
-    CPDFDictItem* item = new_item(src->items[i]->key());
+    const char* key = src->items[i]->key();
+    CPDFDictItem* item = new_item(key, std::strlen(key));
     if (item == nullptr)
       return;
     item->copy_from(src->items[i]);

@@ -1,6 +1,7 @@
 // Dictionaries: items in ascending order of strcmp of their keys, found by binary search.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 #include "object/object.h"
@@ -21,6 +22,10 @@ public:
   /// The value under `key`, or null. Borrowed; valid until the dictionary changes.
   CPDFObj* get_item(const char* key) const;
 
+  /// Whether this is a signature over the file's bytes: its "Contents" is the one string of an
+  /// encrypted document that is not encrypted (ISO 32000-1, 7.6.1, 12.8.1).
+  bool holds_signature() const;
+
   /// Stores a deep copy under `key`, in place of an earlier value; null removes the key.
   void set_item(const char* key, const CPDFObj* value);
   /// Stores `value` itself, which becomes null, under `key`.
@@ -35,6 +40,13 @@ public:
   void set_item_dict(const char* key, const CPDFDictionary* dict);
   /// An array of four reals: left, bottom, right, top.
   void set_item_rect(const char* key, const _QVRECTF* rect);
+
+  /// For the reader, which meets keys in any order: appends an item with a null value behind the
+  /// others, out of order, and gives its value, or null when there is no memory. `sort_items` must
+  /// run before anything else looks at the dictionary.
+  CPDFObj* append_unsorted(const char* key, std::size_t key_len);
+  /// Brings appended items into order; of equal keys the last one stays.
+  void sort_items();
 
   /// Replaces all items by deep copies of those of `src`; null leaves the dictionary empty.
   void copy_from(const CPDFDictionary* src);

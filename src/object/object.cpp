@@ -163,8 +163,12 @@ void CPDFObj::set_real(QVFIX number) {
 }
 
 void CPDFObj::set_name(const char* name) {
+  set_name(name, name != nullptr ? std::strlen(name) : 0);
+}
+
+void CPDFObj::set_name(const char* name, std::size_t len) {
   free();
-  char* copy = name != nullptr ? copy_bytes(name, std::strlen(name)) : nullptr;
+  char* copy = name != nullptr ? copy_bytes(name, len) : nullptr;
   if (copy == nullptr)
     return;
   tag = kTagName;

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <bit>
+#include <cstddef>
 #include <cstdint>
 
 #include "base/fixed.h"
@@ -123,6 +124,7 @@ struct CPDFObj {
   void set_int(std::int32_t number);
   void set_real(QVFIX number);
   void set_name(const char* name);
+  void set_name(const char* name, std::size_t len);
   void set_string(const char* bytes, int len);
   void set_ref(const PDF_REF& ref);
   /// The object takes over a container that came from `operator new`.

@@ -1,0 +1,159 @@
+#include "base/number_text.h"
+#include "object/scalar_print_internal.h"
+
+namespace {
+
+constexpr char kHexDigits[] = "0123456789ABCDEF";
+constexpr unsigned kMostFractionDigits = 9;  // enough to tell any two values of 26 fraction bits apart
+
+constexpr bool is_printable(char c) {
+  return c >= ' ' && c <= '~';
+}
+
+// The letter behind the backslash for the characters that have one, or 0.
+constexpr char escape_letter(char c) {
+  switch (c) {
+    case '\n':
+      return 'n';
+    case '\r':
+      return 'r';
+    case '\t':
+      return 't';
+    case '\b':
+      return 'b';
+    case '\f':
+      return 'f';
+    case '(':
+    case ')':
+    case '\\':
+      return c;
+    default:
+      return 0;
+  }
+}
+
+constexpr std::int64_t literal_size(char c) {
+  if (escape_letter(c) != 0)
+    return 2;
+  return is_printable(c) ? 1 : 4;
+}
+
+void print_hex(PrintBuffer& out, const char* bytes, std::int32_t len) {
+  out.put('<');
+  for (std::int32_t i = 0; i < len; ++i) {
+    const auto byte = static_cast<unsigned char>(bytes[i]);
+    out.put(kHexDigits[byte >> 4]);
+    out.put(kHexDigits[byte & 15]);
+  }
+  out.put('>');
+}
+
+void print_literal(PrintBuffer& out, const char* bytes, std::int32_t len) {
+  out.put('(');
+  for (std::int32_t i = 0; i < len; ++i) {
+    const char c = bytes[i];
+    if (const char letter = escape_letter(c)) {
+      out.put('\\');
+      out.put(letter);
+    } else if (is_printable(c)) {
+      out.put(c);
+    } else {
+      const auto byte = static_cast<unsigned char>(c);
+      out.put('\\');
+      out.put(static_cast<char>('0' + (byte >> 6)));
+      out.put(static_cast<char>('0' + ((byte >> 3) & 7)));
+      out.put(static_cast<char>('0' + (byte & 7)));
+    }
+  }
+  out.put(')');
+}
+
+// The fewest digits behind the point that read back as `fraction` (26 bits).
+struct Fraction {
+  std::uint64_t digits;
+  unsigned count;
+};
+
+constexpr Fraction shortest_fraction(std::uint64_t fraction) {
+  constexpr auto kOne = static_cast<std::uint64_t>(kFixOne);
+  std::uint64_t scale = 10;
+  for (unsigned count = 1; count < kMostFractionDigits; ++count, scale *= 10) {
+    const std::uint64_t digits = (fraction * scale + kOne / 2) / kOne;
+    if (digits < scale && (digits * kOne + scale / 2) / scale == fraction)
+      return {digits, count};
+  }
+  return {(fraction * scale + kOne / 2) / kOne, kMostFractionDigits};
+}
+static_assert(shortest_fraction(static_cast<std::uint64_t>(kFixOne) / 4).digits == 25);
+
+// Whole numbers reach 38 bits.
+void print_whole(PrintBuffer& out, std::uint64_t value) {
+  char digits[24];
+  unsigned count = 0;
+  do {
+    digits[count++] = static_cast<char>('0' + value % 10);
+    value /= 10;
+  } while (value != 0);
+  while (count > 0)
+    out.put(digits[--count]);
+}
+
+}  // namespace
+
+void print_integer(PrintBuffer& out, std::int32_t value) {
+  char digits[kNumberTextSize];
+  const int count = ansi_from_i32(digits, value);
+  out.separate(digits[0]);
+  out.put(digits, static_cast<std::size_t>(count));
+}
+
+void print_real(PrintBuffer& out, QVFIX value) {
+  const bool negative = value < 0;
+  const std::uint64_t magnitude = negative ? 0 - static_cast<std::uint64_t>(value) : static_cast<std::uint64_t>(value);
+  out.separate('0');
+  if (negative)
+    out.put('-');
+  print_whole(out, magnitude >> kFixBits);
+  out.put('.');
+  const Fraction fraction = shortest_fraction(magnitude & (static_cast<std::uint64_t>(kFixOne) - 1));
+  char digits[kMostFractionDigits];
+  std::uint64_t rest = fraction.digits;
+  for (unsigned i = fraction.count; i-- > 0; rest /= 10)
+    digits[i] = static_cast<char>('0' + rest % 10);
+  out.put(digits, fraction.count);
+}
+
+void print_name(PrintBuffer& out, const char* name) {
+  out.separate('/');
+  out.put('/');
+  for (; name != nullptr && *name != 0; ++name) {
+    const char c = *name;
+    if (is_regular(c) && is_printable(c) && c != '#') {
+      out.put(c);
+      continue;
+    }
+    const auto byte = static_cast<unsigned char>(c);
+    out.put('#');
+    out.put(kHexDigits[byte >> 4]);
+    out.put(kHexDigits[byte & 15]);
+  }
+}
+
+void print_string(PrintBuffer& out, const char* bytes, std::int32_t len) {
+  std::int64_t literal = 0;
+  for (std::int32_t i = 0; i < len; ++i)
+    literal += literal_size(bytes[i]);
+  out.separate('(');
+  if (literal > 2 * std::int64_t{len})
+    print_hex(out, bytes, len);
+  else
+    print_literal(out, bytes, len);
+}
+
+void print_ref(PrintBuffer& out, const PDF_REF& ref) {
+  print_integer(out, ref.num);
+  out.put(' ');
+  char digits[kNumberTextSize];
+  out.put(digits, static_cast<std::size_t>(ansi_from_i32(digits, ref.gen)));
+  out.text(" R");
+}

@@ -1,0 +1,146 @@
+// Cross-reference streams (ISO 32000-1, 7.5.8).
+#include <algorithm>
+
+#include "base/heap.h"
+#include "base/scope_guard.h"
+#include "filters/stream_filter.h"
+#include "xref/section_internal.h"
+#include "xref/xref_table.h"
+
+namespace {
+
+// Fields are held in 32 bits, but a writer may give them more bytes than that.
+constexpr std::int32_t kWidestField = 8;
+
+struct Widths {
+  std::int32_t field[3] = {1, 2, 1};
+  std::int32_t total() const { return field[0] + field[1] + field[2]; }
+  bool sane() const {
+    return std::all_of(field, field + 3, [](std::int32_t w) { return w >= 0 && w <= kWidestField; }) && total() > 0;
+  }
+};
+
+// A number as the section's arrays are read: a real is rounded, anything else is taken as its word.
+std::int32_t lenient_int(const CPDFObj& item) {
+  return item.tag == kTagReal ? item.to_int() : item.low_word();
+}
+
+Widths read_widths(const CPDFDictionary& dict) {
+  Widths widths;
+  const CPDFObj* item = dict.get_item("W");
+  const CPDFArray* array = item != nullptr ? item->as_array() : nullptr;
+  if (array == nullptr)
+    return widths;
+  for (std::int32_t i = 0; i < 3; ++i) {
+    const CPDFObj* element = array->get(i);
+    widths.field[i] = element != nullptr ? lenient_int(*element) : 0;
+  }
+  return widths;
+}
+
+std::uint32_t read_field(const std::uint8_t*& at, std::int32_t width) {
+  std::uint32_t value = 0;
+  for (std::int32_t i = 0; i < width; ++i)
+    value = (value << 8) | *at++;
+  return value;
+}
+
+class EntryReader {
+public:
+  EntryReader(CPDFXRefTable& table, CPDFStream& decoder, const Widths& widths, bool late)
+      : table_(table), decoder_(decoder), widths_(widths), late_(late) {}
+
+  enum class Result { kDone, kShort, kNoMemory };
+
+  // Decodes `count` entries from `first` on. All of their bytes must come, else none is stored.
+  Result read(std::uint32_t first, std::uint32_t count) {
+    const std::uint64_t bytes = std::uint64_t{count} * static_cast<std::uint32_t>(widths_.total());
+    if (bytes > INT32_MAX || count > table_.max_obj_num())
+      return Result::kShort;
+    if (bytes > capacity_) {
+      void* grown = QVRealloc(block_.get(), bytes);
+      if (grown == nullptr)
+        return Result::kNoMemory;
+      block_.release();
+      block_.reset(static_cast<std::uint8_t*>(grown));
+      capacity_ = bytes;
+    }
+    if (bytes == 0)
+      return Result::kDone;
+    if (decoder_.read_block(block_.get(), static_cast<int>(bytes)) != static_cast<int>(bytes))
+      return Result::kShort;
+    const std::uint8_t* at = block_.get();
+    for (std::uint32_t i = 0; i < count; ++i)
+      store(std::uint64_t{first} + i, at);
+    return Result::kDone;
+  }
+
+private:
+  void store(std::uint64_t num, const std::uint8_t*& at) {
+    std::uint32_t type = widths_.field[0] == 0 ? 1 : read_field(at, widths_.field[0]);
+    const std::uint32_t second = read_field(at, widths_.field[1]);
+    const auto third = static_cast<std::int32_t>(read_field(at, widths_.field[2]));
+    if (num >= table_.xref_count)
+      return;
+    if (late_ && type == 1)
+      type = 4;
+    PDF_XREF& entry = table_.xref_items[num];
+    // A free entry keeps type 0, so that an older section may still fill it.
+    if (entry.type == 0)
+      entry = {type, second, third};
+  }
+
+  CPDFXRefTable& table_;
+  CPDFStream& decoder_;
+  Widths widths_;
+  bool late_;
+  HeapBlock<std::uint8_t> block_;
+  std::uint64_t capacity_ = 0;
+};
+
+// The pairs of "Index", or the one pair that "Size" stands for. False when memory ran out.
+bool read_entries(EntryReader& reader, const CPDFArray* index, std::uint32_t size) {
+  if (index == nullptr)
+    return reader.read(0, size) != EntryReader::Result::kNoMemory;
+  for (std::int32_t i = 0; i + 1 < index->count; i += 2) {
+    const std::int32_t first = lenient_int(index->items[i]);
+    const std::int32_t count = lenient_int(index->items[i + 1]);
+    if (first < 0 || count < 0)
+      return true;
+    const EntryReader::Result result =
+        reader.read(static_cast<std::uint32_t>(first), static_cast<std::uint32_t>(count));
+    if (result != EntryReader::Result::kDone)
+      return result == EntryReader::Result::kShort;  // short data drop the remaining pairs
+  }
+  return true;
+}
+
+}  // namespace
+
+int CPDFXRefTable::XRefRead(CPDFObj& obj, unsigned int pos, CPDFStream* decoder, long long& prev) {
+  const CPDFDictionary* dict = obj.as_dict_or_stream();
+  if (decoder == nullptr || dict == nullptr || dict->count == 0)
+    return 0;
+  const bool late = linearized_length != 0 && linearized_length < pos;
+  const Widths widths = read_widths(*dict);
+  if (!widths.sane())
+    return 0;
+  const CPDFObj* index_item = dict->get_item("Index");
+  const CPDFArray* index = index_item != nullptr ? index_item->as_array() : nullptr;
+  // Stricter than for a classic trailer: neither a real nor a reference counts.
+  const CPDFObj* size_item = dict->get_item("Size");
+  const std::int32_t size = size_item != nullptr ? size_item->as_int() : 0;
+  if (size <= 0)
+    return 0;
+  const std::uint32_t count = std::min(static_cast<std::uint32_t>(size), max_obj_num());
+  grow_xref_items(count, true);
+  if (xref_items == nullptr)
+    return 0;
+  EntryReader reader(*this, *decoder, widths, late);
+  if (!read_entries(reader, index, count))
+    return 0;
+  XRefLoadObjs(dict);
+  prev = trailer_offset(*dict, CPDFDictionary::sm_tag_prev);
+  next_obj_num = std::max(next_obj_num, xref_count);
+  return 1;
+}
