@@ -1,0 +1,99 @@
+// The decoders by name: a new one is one maker and one row.
+#include <cstring>
+#include <new>
+
+#include "base/heap.h"
+#include "filters/ascii_hex.h"
+#include "filters/decode_parms.h"
+#include "filters/flate.h"
+#include "filters/run_length.h"
+#include "neighbours/decoders/ascii85.h"
+#include "neighbours/decoders/lzw.h"
+#include "object/dictionary.h"
+
+namespace {
+
+// A decoder over the block, which is released when there is no memory for the decoder.
+template <class Decoder>
+Decoder* make_over(unsigned char* data, int len) {
+  auto* decoder = new (std::nothrow) Decoder(data, len);
+  if (decoder == nullptr)
+    QVFree(data);
+  return decoder;
+}
+
+struct PredictorParms {
+  std::int32_t predictor;
+  std::int32_t columns;
+  std::int32_t colors;
+  std::int32_t bits;
+};
+
+PredictorParms predictor_parms(CPDFXRefTable* table, const CPDFDictionary* parms) {
+  return {parm_number(table, parms, "Predictor", 1), parm_number(table, parms, "Columns", 1),
+          parm_number(table, parms, "Colors", 1), parm_number(table, parms, CPDFDictionary::sm_tag_bpc, 8)};
+}
+
+// "Crypt": the data were decrypted ahead of the chain and pass unchanged.
+CPDFStream* make_plain(CPDFXRefTable*, unsigned char* data, int len, const CPDFDictionary*) {
+  return make_over<CPDFStream>(data, len);
+}
+
+CPDFStream* make_flate(CPDFXRefTable* table, unsigned char* data, int len, const CPDFDictionary* parms) {
+  auto* flate = make_over<CPDFStreamFlate>(data, len);
+  if (flate == nullptr)
+    return nullptr;
+  const PredictorParms p = predictor_parms(table, parms);
+  flate->open(static_cast<unsigned>(p.predictor), static_cast<unsigned>(p.columns), static_cast<unsigned>(p.colors),
+              static_cast<unsigned>(p.bits));
+  return flate;
+}
+
+CPDFStream* make_ascii_hex(CPDFXRefTable*, unsigned char* data, int len, const CPDFDictionary*) {
+  return make_over<CPDFStreamASCIIHex>(data, len);
+}
+
+CPDFStream* make_ascii85(CPDFXRefTable*, unsigned char* data, int len, const CPDFDictionary*) {
+  auto* decoder = make_over<CPDFStreamASCII85>(data, len);
+  if (decoder != nullptr)
+    decoder->open();
+  return decoder;
+}
+
+CPDFStream* make_lzw(CPDFXRefTable* table, unsigned char* data, int len, const CPDFDictionary* parms) {
+  auto* lzw = make_over<CPDFStreamLZW>(data, len);
+  if (lzw == nullptr)
+    return nullptr;
+  const PredictorParms p = predictor_parms(table, parms);
+  lzw->open(p.predictor, p.columns, p.colors, p.bits, parm_number(table, parms, "EarlyChange", 1));
+  return lzw;
+}
+
+CPDFStream* make_run_length(CPDFXRefTable*, unsigned char* data, int len, const CPDFDictionary*) {
+  return make_over<CPDFStreamRunlen>(data, len);
+}
+
+struct Row {
+  const char* name;
+  const char* short_name;
+  DecoderMaker maker;
+};
+
+constexpr Row kDecoders[] = {
+    {"Crypt", nullptr, make_plain},
+    {"FlateDecode", "Fl", make_flate},
+    {"ASCIIHexDecode", "AHx", make_ascii_hex},
+    {"ASCII85Decode", "A85", make_ascii85},
+    {"LZWDecode", "LZW", make_lzw},
+    {"RunLengthDecode", "RL", make_run_length},
+};
+
+}  // namespace
+
+DecoderMaker find_decoder(const char* name) {
+  for (const Row& row : kDecoders) {
+    if (std::strcmp(name, row.name) == 0 || (row.short_name != nullptr && std::strcmp(name, row.short_name) == 0))
+      return row.maker;
+  }
+  return nullptr;
+}
