@@ -1,0 +1,43 @@
+// One deep recovery of a document; see deep_recovery.cpp.
+#pragma once
+
+#include <algorithm>
+#include <new>
+
+#include "base/grow_array.h"
+#include "base/number_text.h"
+#include "neighbours/page/doc.h"
+
+class DeepRecovery {
+public:
+  explicit DeepRecovery(CPDFDoc& doc) : doc_(doc), table_(doc.table_) {}
+
+  void run();
+  /// Objects that are pages by their type, in the order of the file.
+  const GrowArray<PDF_REF>& pages() const { return pages_; }
+
+private:
+  struct FoundStream {
+    std::int32_t num;
+    std::uint32_t pos;
+  };
+
+  bool take_object(std::int32_t num, std::uint32_t pos);
+  void classify(std::int32_t num, std::uint32_t pos, const CPDFObj& obj);
+  void scan_objects();
+  void scan_trailers();
+  void load_trailers();
+  bool is_catalog(const CPDFObj& root);
+  void load_object_stream(const FoundStream& found);
+  void enter_compressed(std::int32_t num, const FoundStream& found, std::int32_t index);
+  void search_compressed();
+  void find_root();
+
+  CPDFDoc& doc_;
+  CPDFXRefTable& table_;
+  GrowArray<std::uint32_t> trailers_;
+  GrowArray<FoundStream> object_streams_;
+  GrowArray<PDF_REF> pages_;
+  PDF_REF catalog_{0, 0};
+  PDF_REF tree_{0, 0};
+};

@@ -1,0 +1,131 @@
+// An open document: finds its way into a file, however damaged, and gives its pages.
+//
+//   header -> newest section -> linearized? -> XRefRead -> believed? -> open
+//                                                 | no
+//                                                 v
+//                                            XRefCreate -> believed? -> open, rebuilt
+//                                                 | no
+//                                                 v
+//                          scan for streams, object streams and catalogues -> open, recovered
+//
+// A table is believed when its root is a catalogue with a page tree and the objects met on the way
+// down stand where their entries say.
+#pragma once
+
+#include <cstdint>
+
+#include "base/grow_array.h"
+#include "base/stream.h"
+#include "neighbours/page/page.h"
+#include "xref/xref_table.h"
+
+/// How a document came open, or why it did not.
+enum class PDF_OPEN : std::int32_t {
+  kClosed,     ///< Nothing was opened yet.
+  kClean,      ///< As the file tells it.
+  kRebuilt,    ///< By the table's own rebuild.
+  kRecovered,  ///< By deeper recovery.
+  kNoFile,     ///< The file cannot be opened or read.
+  kEmpty,      ///< The file has no bytes.
+  kDamaged,    ///< No catalogue with pages could be found.
+  kNoMemory,
+};
+
+/// One thing that had to be healed.
+struct PDF_DOC_REPAIR {
+  const char* code;      ///< A short stable word, such as "startxref".
+  std::int32_t num;      ///< Object number, 0 when none is meant.
+  std::uint32_t offset;  ///< File offset, 0 when none is meant.
+  const char* action;    ///< What was done, as a sentence fragment.
+};
+
+/// One document at a time. The table inside is the library's; everything above it is a caller.
+class CPDFDoc {
+public:
+  CPDFDoc() = default;
+  CPDFDoc(const CPDFDoc&) = delete;
+  CPDFDoc& operator=(const CPDFDoc&) = delete;
+  ~CPDFDoc() { close(); }
+
+  /// Opens a file for reading. True when pages can be asked for, or when the document is encrypted
+  /// and waits for a password.
+  bool open(const char* path);
+  /// The same over a stream that the caller keeps open until `close`.
+  bool open(CQVStream* stream);
+  /// Releases everything; harmless twice.
+  void close();
+
+  CPDFXRefTable& table() { return table_; }
+  PDF_OPEN status() const { return status_; }
+  bool is_open() const {
+    return status_ == PDF_OPEN::kClean || status_ == PDF_OPEN::kRebuilt || status_ == PDF_OPEN::kRecovered;
+  }
+  bool is_encrypted() const { return !table_.encrypt.is_null(); }
+  /// Whether objects can be read as they are: not encrypted, or authorised.
+  bool is_readable() const { return !is_encrypted() || table_.sec_hand != nullptr; }
+  /// The "L" of a linearized file, also of one that was updated since; 0 when it is none.
+  std::uint32_t linearized_length() const { return table_.linearized_length; }
+  bool is_linearized() const { return linearized_; }
+  /// "1.4", from the header or the catalogue, whichever is newer. "" without a header.
+  const char* version() const { return version_; }
+  long long file_size() const { return file_size_; }
+  long long header_offset() const { return header_offset_; }
+
+  /// Pages by walking the tree; loops, nulls and wrong counts do no harm.
+  int page_count() const { return static_cast<int>(pages_.size()); }
+  /// The object of page `index` (from 0); {0, 0} when there is none.
+  PDF_REF page_ref(int index) const;
+  /// Reads page `index` with what it inherits. False when there is none.
+  bool load_page(int index, CPDFPage& page);
+
+  /// What had to be healed, in the order in which it was met. Borrowed; valid until `close`.
+  const GrowArray<PDF_DOC_REPAIR>& repairs();
+
+private:
+  struct PageEntry {
+    PDF_REF ref;
+    std::int32_t node;  // index into nodes_, -1 for none
+  };
+  struct Attempt {
+    bool usable = false;   // a catalogue with a page tree
+    bool trusted = false;  // and every object met stood where its entry says
+  };
+
+  bool open_stream();
+  void reset_table();
+  void find_header();
+  bool find_startxref(std::uint32_t& offset);
+  std::uint32_t adjust_section_offset(std::uint32_t offset);
+  bool is_section_at(std::uint32_t offset);
+  bool try_sections();
+  bool try_linearized();
+  bool try_rebuild();
+  bool try_deep_recovery();
+  Attempt examine();
+  bool header_stands_at(const PDF_REF& ref);
+  bool waits_for_password() const { return is_encrypted() && !is_readable(); }
+  bool authorise_quietly();
+  bool finish(PDF_OPEN status);
+  void read_version();
+  void add_repair(const char* code, std::int32_t num, std::uint32_t offset, const char* action);
+
+  // page_tree.cpp
+  bool walk_pages(Attempt& attempt);
+  void take_inherited(const CPDFDictionary& dict, PDF_INHERITED& values);
+
+  // deep_recovery.cpp
+  friend class DeepRecovery;
+
+  CPDFXRefTable table_;
+  CQVStreamFile file_;
+  CQVStream* stream_ = nullptr;
+  PDF_OPEN status_ = PDF_OPEN::kClosed;
+  bool linearized_ = false;
+  char version_[8]{};
+  long long file_size_ = 0;
+  long long header_offset_ = 0;
+  GrowArray<PageEntry> pages_;
+  GrowArray<PDF_INHERITED> nodes_;
+  GrowArray<PDF_DOC_REPAIR> repairs_;
+  std::uint32_t table_repairs_told_ = 0;
+};
