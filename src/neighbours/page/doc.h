@@ -62,7 +62,7 @@ public:
   }
   bool is_encrypted() const { return !table_.encrypt.is_null(); }
   /// Whether objects can be read as they are: not encrypted, or authorised.
-  bool is_readable() const { return !is_encrypted() || table_.sec_hand != nullptr; }
+  bool is_readable() const { return !is_encrypted() || authorised_; }
   /// The "L" of a linearized file, also of one that was updated since; 0 when it is none.
   std::uint32_t linearized_length() const { return table_.linearized_length; }
   bool is_linearized() const { return linearized_; }
@@ -121,6 +121,7 @@ private:
   CQVStream* stream_ = nullptr;
   PDF_OPEN status_ = PDF_OPEN::kClosed;
   bool linearized_ = false;
+  bool authorised_ = false;
   char version_[8]{};
   long long file_size_ = 0;
   long long header_offset_ = 0;

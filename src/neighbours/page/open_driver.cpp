@@ -58,7 +58,7 @@ void CPDFDoc::close() {
   repairs_.reset();
   table_repairs_told_ = 0;
   status_ = PDF_OPEN::kClosed;
-  linearized_ = false;
+  linearized_ = authorised_ = false;
   version_[0] = 0;
   file_size_ = header_offset_ = 0;
 }
@@ -217,7 +217,8 @@ CPDFDoc::Attempt CPDFDoc::examine() {
 
 // Tries the empty password, with which most encrypted documents open.
 bool CPDFDoc::authorise_quietly() {
-  return table_.XRefAuthorize(table_.sec_hand) != 0 && is_readable();
+  authorised_ = table_.XRefAuthorize(table_.sec_hand) != 0;
+  return authorised_;
 }
 
 bool CPDFDoc::try_linearized() {

@@ -1,4 +1,4 @@
-// The page tree (ISO 32000-1, 7.7.3), walked on a stack of its own. Each object is visited once, so
+// The page tree (ISO 32000-1, 7.7.3), walked on a stack of its own. Each node is visited once, so
 // that no loop can hold the walk up.
 #include "base/scope_guard.h"
 #include "neighbours/page/doc.h"
@@ -148,19 +148,22 @@ bool CPDFDoc::walk_pages(Attempt& attempt) {
       continue;
     }
     const PDF_REF ref = kid->as_ref();
-    if (!visited.visit(ref.num))
-      continue;
     const std::int32_t parent = frame.node;
+    if (ref.num < 1)
+      continue;
     table_.get_entity(obj, ref);
     const CPDFDictionary* dict = obj.as_dict();
     if (dict == nullptr)
       continue;
     attempt.trusted = attempt.trusted && header_stands_at(ref);
     table_.resolve(kids, dict->get_item("Kids"));
-    if (!is_leaf(*dict, kids))
-      open_node(*dict, kids, parent);
-    else if (looks_like_page(*dict))
+    // A page may be listed twice, but a node that comes up again is a loop.
+    if (!is_leaf(*dict, kids)) {
+      if (visited.visit(ref.num))
+        open_node(*dict, kids, parent);
+    } else if (looks_like_page(*dict)) {
       pages_.push({ref, parent});
+    }
   }
   return true;
 }

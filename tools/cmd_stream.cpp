@@ -1,0 +1,70 @@
+// sheaf stream: the data of a stream, decoded or as stored.
+#include <cstdio>
+#include <memory>
+#include <vector>
+
+#include "base/heap.h"
+#include "base/scope_guard.h"
+#include "filters/stream_filter.h"
+#include "tool_support.h"
+
+namespace {
+
+constexpr int kBlock = 64 * 1024;
+
+struct FileCloser {
+  void operator()(std::FILE* file) const {
+    if (file != stdout)
+      std::fclose(file);
+  }
+};
+
+bool put(std::FILE* out, const void* data, std::size_t size) {
+  return std::fwrite(data, 1, size, out) == size;
+}
+
+bool put_decoded(CPDFStream& decoder, std::FILE* out) {
+  std::vector<unsigned char> block(kBlock);
+  for (int got = decoder.read_block(block.data(), kBlock); got > 0; got = decoder.read_block(block.data(), kBlock)) {
+    if (!put(out, block.data(), static_cast<std::size_t>(got)))
+      return false;
+  }
+  return true;
+}
+
+}  // namespace
+
+int run_stream(const StreamOptions& options) {
+  CPDFDoc doc;
+  if (!open_document(doc, options.file, options.password))
+    return kExitFailed;
+  CPDFXRefTable& table = doc.table();
+  const std::string name = "object " + std::to_string(options.num);
+  Freed<CPDFObj> obj;
+  table.get_entity(obj, {options.num, 0});
+  const CPDFStreamRec* rec = obj.as_stream();
+  if (rec == nullptr) {
+    complain(options.file, name + " is no stream; `sheaf show` tells what it is");
+    return kExitFailed;
+  }
+  int raw_len = 0;
+  const HeapBlock<unsigned char> raw(options.raw ? table.load_raw_data(rec, raw_len) : nullptr);
+  const std::unique_ptr<CPDFStream> decoder(options.raw ? nullptr : table.make_stream(rec));
+  if (!options.raw && decoder == nullptr) {
+    complain(options.file, name + " cannot be decoded; --raw gives its bytes as they are stored");
+    return kExitFailed;
+  }
+  const std::unique_ptr<std::FILE, FileCloser> out(options.output.empty() ? stdout
+                                                                          : std::fopen(options.output.c_str(), "wb"));
+  if (out == nullptr) {
+    complain(options.output, "cannot be written; check the folder and its permissions");
+    return kExitFailed;
+  }
+  const bool done =
+      options.raw ? put(out.get(), raw.get(), static_cast<std::size_t>(raw_len)) : put_decoded(*decoder, out.get());
+  if (!done || std::fflush(out.get()) != 0) {
+    complain(options.output.empty() ? "standard output" : options.output, "could not be written to its end");
+    return kExitFailed;
+  }
+  return kExitClean;
+}
