@@ -150,7 +150,7 @@ int check_file(const std::string& file, const CheckOptions& options) {
   } else if (!doc.is_readable()) {
     result.status = "unreadable";
     result.pages = doc.page_count();
-    result.problems.push_back({0, "the document is encrypted and needs a password"});
+    result.problems.push_back({0, password_trouble(doc)});
     code = kExitFailed;
   } else {
     result.pages = doc.page_count();

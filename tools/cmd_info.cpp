@@ -57,6 +57,33 @@ std::string info_value(CPDFXRefTable& table, const CPDFDictionary& info, const c
   return value.tag == kTagName ? value.as_name() : "";
 }
 
+const char* opened_by(const CPDFDoc& doc) {
+  switch (doc.handler().outcome()) {
+    case CPDFStandardSecHand::Outcome::kOpenedAsOwner:
+      return "owner password";
+    case CPDFStandardSecHand::Outcome::kOpenedAsUser:
+      return "user password";
+    default:
+      return "not opened";
+  }
+}
+
+// The permissions that are granted (ISO 32000-2, table 22), by name.
+std::string permission_names(std::uint32_t bits) {
+  struct Row {
+    int bit;
+    const char* name;
+  };
+  const Row rows[] = {{3, "print"}, {4, "modify"},  {5, "copy"},      {6, "annotate"},
+                      {9, "fill"},  {10, "access"}, {11, "assemble"}, {12, "print-high"}};
+  std::string names;
+  for (const Row& row : rows) {
+    if ((bits >> (row.bit - 1) & 1) != 0)
+      names += (names.empty() ? "" : ",") + std::string(row.name);
+  }
+  return names;
+}
+
 // The facts, in the order in which both forms print them.
 class Report {
 public:
@@ -118,6 +145,18 @@ int run_info(const InfoOptions& options) {
   report.number("objects", "Objects", count_objects(table));
   report.text("sections", "Sections", kinds_text(table.xref_kinds));
   report.flag("encrypted", "Encrypted", doc.is_encrypted());
+  if (doc.is_encrypted()) {
+    const CPDFStandardSecHand& handler = doc.handler();
+    report.text("algorithm", "Algorithm", CPDFStandardSecHand::method_name(handler.stream_method()));
+    const bool aes256 = handler.parameters().revision >= 5;
+    report.number("key_bits", "Key bits", aes256 ? 256 : handler.parameters().key_bytes * 8);
+    report.number("revision", "Revision", handler.parameters().revision);
+    report.text("opened_by", "Opened by", opened_by(doc));
+    if (doc.is_readable())
+      report.text("permissions", "Permissions", permission_names(handler.parameters().permissions));
+    else
+      complain(options.file, password_trouble(doc));
+  }
   report.flag("linearized", "Linearized", doc.is_linearized());
   report.text("repaired", "Repaired", repaired_text(doc));
   report.text("root", "Root", syntax_text(table.root));

@@ -9,7 +9,46 @@ void complain(const std::string& file, const std::string& message) {
   std::fprintf(stderr, "sheaf: %s: %s\n", file.c_str(), message.c_str());
 }
 
-bool open_document(CPDFDoc& doc, const std::string& file, const PasswordOptions& /*password*/, bool needs_password) {
+namespace {
+
+// The password of the options. False, with a message, when its file cannot be read.
+bool read_password(const PasswordOptions& options, std::string& password) {
+  password = options.password;
+  if (options.password_file.empty())
+    return true;
+  const bool standard_input = options.password_file == "-";
+  std::FILE* in = standard_input ? stdin : std::fopen(options.password_file.c_str(), "rb");
+  if (in == nullptr) {
+    complain(options.password_file, "the password file cannot be opened; check the path and its permissions");
+    return false;
+  }
+  for (int c = std::fgetc(in); c != EOF && c != '\n' && c != '\r'; c = std::fgetc(in))
+    password += static_cast<char>(c);
+  if (!standard_input)
+    std::fclose(in);
+  return true;
+}
+
+}  // namespace
+
+std::string password_trouble(const CPDFDoc& doc) {
+  switch (doc.handler().outcome()) {
+    case CPDFStandardSecHand::Outcome::kWrongPassword:
+      return "the password is wrong; give the user or the owner password";
+    case CPDFStandardSecHand::Outcome::kUnsupported:
+      return "is encrypted in a way that is not supported; only password encryption is";
+    case CPDFStandardSecHand::Outcome::kDamagedDictionary:
+      return "its encryption dictionary is damaged; the contents cannot be decrypted";
+    default:
+      return "is encrypted and needs a password; give it with --password or --password-file";
+  }
+}
+
+bool open_document(CPDFDoc& doc, const std::string& file, const PasswordOptions& options, bool needs_password) {
+  std::string password;
+  if (!read_password(options, password))
+    return false;
+  doc.set_password(password.c_str());
   if (!doc.open(file.c_str())) {
     switch (doc.status()) {
       case PDF_OPEN::kNoFile:
@@ -25,7 +64,7 @@ bool open_document(CPDFDoc& doc, const std::string& file, const PasswordOptions&
     return false;
   }
   if (needs_password && !doc.is_readable()) {
-    complain(file, "is encrypted and its contents cannot be read without the password");
+    complain(file, password_trouble(doc));
     return false;
   }
   return true;

@@ -13,6 +13,9 @@ void complain(const std::string& file, const std::string& message);
 /// `needs_password` false an encrypted document that waits for its password counts as open.
 bool open_document(CPDFDoc& doc, const std::string& file, const PasswordOptions& password, bool needs_password = true);
 
+/// Why an encrypted document cannot be read.
+std::string password_trouble(const CPDFDoc& doc);
+
 /// A PDF text string as UTF-8.
 std::string utf8_text(const PDF_String& text);
 /// Bytes in hexadecimal.

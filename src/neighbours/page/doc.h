@@ -17,6 +17,7 @@
 #include "base/grow_array.h"
 #include "base/stream.h"
 #include "neighbours/page/page.h"
+#include "neighbours/security/standard_handler.h"
 #include "xref/xref_table.h"
 
 /// How a document came open, or why it did not.
@@ -47,6 +48,9 @@ public:
   CPDFDoc& operator=(const CPDFDoc&) = delete;
   ~CPDFDoc() { close(); }
 
+  /// The password, as UTF-8, that an encrypted document will be opened with. Copied; wiped with the
+  /// document object. Null takes it back.
+  void set_password(const char* utf8) { handler_.set_password(utf8); }
   /// Opens a file for reading. True when pages can be asked for, or when the document is encrypted
   /// and waits for a password.
   bool open(const char* path);
@@ -63,6 +67,8 @@ public:
   bool is_encrypted() const { return !table_.encrypt.is_null(); }
   /// Whether objects can be read as they are: not encrypted, or authorised.
   bool is_readable() const { return !is_encrypted() || authorised_; }
+  /// The handler of an encrypted document: whether and how it opened, and with which methods.
+  const CPDFStandardSecHand& handler() const { return handler_; }
   /// The "L" of a linearized file, also of one that was updated since; 0 when it is none.
   std::uint32_t linearized_length() const { return table_.linearized_length; }
   bool is_linearized() const { return linearized_; }
@@ -117,6 +123,7 @@ private:
   friend class DeepRecovery;
 
   CPDFXRefTable table_;
+  CPDFStandardSecHand handler_;
   CQVStreamFile file_;
   CQVStream* stream_ = nullptr;
   PDF_OPEN status_ = PDF_OPEN::kClosed;

@@ -215,9 +215,13 @@ CPDFDoc::Attempt CPDFDoc::examine() {
   return attempt;
 }
 
-// Tries the empty password, with which most encrypted documents open.
+// Connects the handler, which tries the empty password too: most encrypted documents open with it.
 bool CPDFDoc::authorise_quietly() {
-  authorised_ = table_.XRefAuthorize(table_.sec_hand) != 0;
+  // A section that cannot be read takes the handler off the table, so all are read before.
+  table_.drain_pending();
+  authorised_ = table_.XRefAuthorize(&handler_) != 0;
+  if (!authorised_)
+    table_.sec_hand = nullptr;
   return authorised_;
 }
 
