@@ -125,6 +125,13 @@ bool make_encryption(CPDFDoc& doc, CPDFXRefTable& target, const RewriteOptions& 
   enc = std::make_unique<CPDFStandardEncrypt>();
   enc->continue_with(doc.handler(), *scratch.as_dict());
   table.resolve(target.id, &table.id);
+  if (target.id.as_array() == nullptr) {
+    // The keys of a document without an identifier hang on an empty one.
+    auto* pair = new CPDFArray;
+    pair->append_str("", 0);
+    pair->append_str("", 0);
+    target.id.take_array(pair);
+  }
   return true;
 }
 
@@ -170,7 +177,7 @@ int rewrite(const RewriteOptions& options, bool repair) {
     std::unique_ptr<CPDFStandardEncrypt> enc;
     if (!make_encryption(doc, target, options, enc))
       return kExitFailed;
-    doc.table().save_as(target, enc.get());
+    doc.save_complete(target, enc.get());
     if (target.write_failed != 0 || target.xref_items == nullptr) {
       complain(options.output, "could not be written to its end; is the disk full? Nothing was changed");
       return kExitFailed;

@@ -106,6 +106,9 @@ public:
   /// when the output came short. Without a change nothing is written.
   bool save_update(PDF_SAVE_FORM form, PDF_SIGN_DATA* sign);
 
+  /// Writes a complete new file to `target.stream`. A catalogue or document information that stands
+  /// directly in the trailer becomes an object first, so that what it refers to is kept.
+  void save_complete(CPDFXRefTable& target, CPDFEncrypt* enc);
   /// Cuts the file opened for update back to `size` bytes, after a save that failed.
   void truncate_to(long long size);
 

@@ -154,6 +154,17 @@ bool CPDFDoc::save_update(PDF_SAVE_FORM form, PDF_SIGN_DATA* sign) {
   return done != 0 && table_.write_failed == 0;
 }
 
+void CPDFDoc::save_complete(CPDFXRefTable& target, CPDFEncrypt* enc) {
+  for (CPDFObj* value : {&table_.root, &table_.info}) {
+    if (value->as_dict() == nullptr)
+      continue;
+    const PDF_REF ref{table_.alloc_obj_num(), 0};
+    if (table_.store_object(ref, *value))
+      value->set_ref(ref);
+  }
+  table_.save_as(target, enc);
+}
+
 void CPDFDoc::truncate_to(long long size) {
   if (file_.file == nullptr)
     return;
