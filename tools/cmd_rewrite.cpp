@@ -124,14 +124,7 @@ bool make_encryption(CPDFDoc& doc, CPDFXRefTable& target, const RewriteOptions& 
     return true;
   enc = std::make_unique<CPDFStandardEncrypt>();
   enc->continue_with(doc.handler(), *scratch.as_dict());
-  table.resolve(target.id, &table.id);
-  if (target.id.as_array() == nullptr) {
-    // The keys of a document without an identifier hang on an empty one.
-    auto* pair = new CPDFArray;
-    pair->append_str("", 0);
-    pair->append_str("", 0);
-    target.id.take_array(pair);
-  }
+  doc.keep_identifier(target.id);
   return true;
 }
 
