@@ -51,3 +51,49 @@ struct CheckOptions {
   bool json = false;
 };
 int run_check(const CheckOptions& options);
+
+struct RewriteOptions {
+  std::string file;
+  std::string output;
+  PasswordOptions password;
+  bool deterministic_id = false;
+  bool decrypt = false;
+  std::string encrypt;  ///< "aes256", "aes128", "rc4", or empty: as the source.
+  std::string user_password;
+  std::string owner_password;
+  std::string permissions = "all";  ///< Names with commas between them.
+  bool clear_metadata = false;
+};
+int run_rewrite(const RewriteOptions& options);
+int run_repair(const RewriteOptions& options);
+
+/// What is changed in a document.
+struct ChangeOptions {
+  std::vector<std::string> settings;  ///< "KEY=TEXT".
+  std::vector<std::string> attachments;
+};
+
+struct UpdateOptions {
+  std::string file;
+  std::string output;
+  PasswordOptions password;
+  ChangeOptions changes;
+  bool in_place = false;
+  bool classic = false;
+  bool stream = false;
+  bool seal = false;
+  int saves = 1;
+};
+int run_update(const UpdateOptions& options);
+
+struct NewOptions {
+  std::string output;
+  ChangeOptions changes;
+};
+int run_new(const NewOptions& options);
+
+struct PdfaOptions {
+  std::string file;
+  PasswordOptions password;
+};
+int run_pdfa(const PdfaOptions& options);

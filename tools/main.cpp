@@ -25,6 +25,17 @@ CLI::App* add_command(CLI::App& app, const char* name, const char* what, Options
   return command;
 }
 
+void add_rewrite_options(CLI::App& command, RewriteOptions& options) {
+  add_file(command, options.file);
+  command.add_option("OUT", options.output, "The file to write")->required();
+  command.add_flag("--deterministic-id", options.deterministic_id, "The same input gives the same bytes");
+}
+
+void add_changes(CLI::App& command, ChangeOptions& changes) {
+  command.add_option("--set", changes.settings, "KEY=TEXT of the document information")->allow_extra_args(false);
+  command.add_option("--attach", changes.attachments, "Embed a file")->allow_extra_args(false);
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -59,6 +70,47 @@ int main(int argc, char** argv) {
   command = add_command(app, "check", "Read every object and decode every stream", check, run_check, code);
   command->add_option("FILE", check.files, "The documents")->required();
   command->add_flag("--json", check.json, "One JSON object a file");
+
+  RewriteOptions rewrite;
+  command = add_command(app, "rewrite", "A complete new file of what is still used", rewrite, run_rewrite, code);
+  add_rewrite_options(*command, rewrite);
+  auto* decrypt = command->add_flag("--decrypt", rewrite.decrypt, "Take the encryption off");
+  auto* encrypt = command->add_option("--encrypt", rewrite.encrypt, "Encrypt anew")
+                      ->check(CLI::IsMember({"aes256", "aes128", "rc4"}))
+                      ->excludes(decrypt);
+  command->add_option("--user-password", rewrite.user_password, "Opens the new file")->needs(encrypt);
+  command->add_option("--owner-password", rewrite.owner_password, "Grants everything")->needs(encrypt);
+  command
+      ->add_option("--permissions", rewrite.permissions,
+                   "Names with commas: print, modify, copy, annotate, fill, "
+                   "access, assemble, print-high, all or none")
+      ->needs(encrypt);
+  command->add_flag("--clear-metadata", rewrite.clear_metadata, "Leave metadata readable")->needs(encrypt);
+
+  RewriteOptions repair;
+  command = add_command(app, "repair", "A sound new file of a damaged one", repair, run_repair, code);
+  add_rewrite_options(*command, repair);
+
+  UpdateOptions update;
+  command = add_command(app, "update", "Change a document behind its old content", update, run_update, code);
+  add_file(*command, update.file);
+  auto* output = command->add_option("-o,--output", update.output, "Change a copy");
+  command->add_flag("--in-place", update.in_place, "Change the file itself")->excludes(output);
+  auto* classic = command->add_flag("--classic", update.classic, "End in a classic table");
+  command->add_flag("--stream", update.stream, "End in a cross-reference stream")->excludes(classic);
+  command->add_flag("--seal", update.seal, "Seal the update, as for a signature");
+  command->add_option("--saves", update.saves, "Save this many times in one run")->check(CLI::Range(1, 100000));
+  add_changes(*command, update.changes);
+
+  NewOptions fresh;
+  command = app.add_subcommand("new", "A new document");
+  command->callback([&fresh, &code] { code = run_new(fresh); });
+  command->add_option("OUT", fresh.output, "The file to write")->required();
+  add_changes(*command, fresh.changes);
+
+  PdfaOptions pdfa;
+  command = add_command(app, "pdfa", "Whether header and trailer are as PDF/A-1 asks", pdfa, run_pdfa, code);
+  add_file(*command, pdfa.file);
 
   try {
     app.parse(argc, argv);

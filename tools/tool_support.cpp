@@ -44,30 +44,48 @@ std::string password_trouble(const CPDFDoc& doc) {
   }
 }
 
+namespace {
+
+// Tells why a document did not open.
+bool refuse(const CPDFDoc& doc, const std::string& file) {
+  switch (doc.status()) {
+    case PDF_OPEN::kNoFile:
+      complain(file, "cannot be opened; check the path and its permissions");
+      break;
+    case PDF_OPEN::kEmpty:
+      complain(file, "is empty; there is nothing to read");
+      break;
+    default:
+      complain(file, "no document catalogue with pages could be found, not by scanning either; is it a PDF?");
+      break;
+  }
+  return false;
+}
+
+bool accept(const CPDFDoc& doc, const std::string& file, bool needs_password) {
+  if (!needs_password || doc.is_readable())
+    return true;
+  complain(file, password_trouble(doc));
+  return false;
+}
+
+}  // namespace
+
 bool open_document(CPDFDoc& doc, const std::string& file, const PasswordOptions& options, bool needs_password) {
   std::string password;
   if (!read_password(options, password))
     return false;
   doc.set_password(password.c_str());
-  if (!doc.open(file.c_str())) {
-    switch (doc.status()) {
-      case PDF_OPEN::kNoFile:
-        complain(file, "cannot be opened; check the path and its permissions");
-        break;
-      case PDF_OPEN::kEmpty:
-        complain(file, "is empty; there is nothing to read");
-        break;
-      default:
-        complain(file, "no document catalogue with pages could be found, not by scanning either; is it a PDF?");
-        break;
-    }
+  return doc.open(file.c_str()) ? accept(doc, file, needs_password) : refuse(doc, file);
+}
+
+bool open_document_for_update(CPDFDoc& doc, const std::string& path, const std::string& shown,
+                              const PasswordOptions& options) {
+  std::string password;
+  if (!read_password(options, password))
     return false;
-  }
-  if (needs_password && !doc.is_readable()) {
-    complain(file, password_trouble(doc));
-    return false;
-  }
-  return true;
+  doc.set_password(password.c_str());
+  return doc.open_for_update(path.c_str()) ? accept(doc, shown, true) : refuse(doc, shown);
 }
 
 std::string utf8_text(const PDF_String& text) {

@@ -13,6 +13,10 @@ void complain(const std::string& file, const std::string& message);
 /// `needs_password` false an encrypted document that waits for its password counts as open.
 bool open_document(CPDFDoc& doc, const std::string& file, const PasswordOptions& password, bool needs_password = true);
 
+/// Opens `path` for reading and writing; messages name `shown`.
+bool open_document_for_update(CPDFDoc& doc, const std::string& path, const std::string& shown,
+                              const PasswordOptions& password);
+
 /// Why an encrypted document cannot be read.
 std::string password_trouble(const CPDFDoc& doc);
 

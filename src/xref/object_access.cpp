@@ -184,29 +184,35 @@ void CPDFXRefTable::resolve(CPDFXRefTable* table, CPDFObj& out, const CPDFObj* i
     out.copy_from(item);
 }
 
-void CPDFXRefTable::get_entity(CPDFObj& out, const PDF_REF& wanted) {
-  PDF_REF ref = wanted;  // `wanted` may lie in what is released
+void CPDFXRefTable::get_stored(CPDFObj& out, const PDF_REF& wanted) {
+  const PDF_REF ref = wanted;  // `wanted` may lie in what is released
   out.free();
   if (entity_depth >= kMostNestedCalls)
     return;
   const DepthGuard depth(entity_depth);
-  for (int step = 0; step < kMostNestedCalls; ++step) {
-    const auto num = static_cast<std::uint32_t>(ref.num);
-    if (!know_entry(*this, num))
-      return;
-    const PDF_XREF entry = xref_items[num];
-    if (entry.type == 2)
-      read_compressed(*this, out, entry);
-    else if (entry.type == 3 && entry.gen != -1 && entry.offset < new_obj_capacity)
-      out.copy_from(&new_objs[entry.offset].obj);
-    else if (entry.type == 3 && entry.gen == -1)
-      read_found(*this, out, ref, entry.offset);
-    else if (entry.type == 1 || entry.type == 4)
-      read_located(*this, out, ref, entry.offset);
-    if (out.tag != kTagRef)
-      return;
-    ref = out.as_ref();
+  const auto num = static_cast<std::uint32_t>(ref.num);
+  if (!know_entry(*this, num))
+    return;
+  const PDF_XREF entry = xref_items[num];
+  if (entry.type == 2)
+    read_compressed(*this, out, entry);
+  else if (entry.type == 3 && entry.gen != -1 && entry.offset < new_obj_capacity)
+    out.copy_from(&new_objs[entry.offset].obj);
+  else if (entry.type == 3 && entry.gen == -1)
+    read_found(*this, out, ref, entry.offset);
+  else if (entry.type == 1 || entry.type == 4)
+    read_located(*this, out, ref, entry.offset);
+}
+
+void CPDFXRefTable::get_entity(CPDFObj& out, const PDF_REF& ref) {
+  get_stored(out, ref);
+  // References to references are followed for a while; a cycle of them ends with null.
+  for (int step = 0; out.tag == kTagRef; ++step) {
+    const PDF_REF next = out.as_ref();
     out.free();
+    if (step == kMostNestedCalls)
+      return;
+    get_stored(out, next);
   }
 }
 

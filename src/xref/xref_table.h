@@ -95,10 +95,13 @@ struct PDF_SIGN_DATA {
   CPDFDictionary dict;   ///< Receives a copy of that dictionary. The caller clears it.
 };
 
-/// Map of the walks inside one document, by object number; 0 means no entry.
+/// Map of the walks inside one document, by object number; 0 means no entry. Built by its user:
+/// zeroed, or with `entries` from QVCalloc(xref_count, 4) and `count` that number rounded up to a
+/// multiple of 256.
 struct CPDFCloneMap {
-  std::uint32_t* entries;  ///< Owned by whoever built the map; released with QVFree.
-  std::int32_t count;      ///< Bound for lookups; runs ahead of the rounded size by one a recording.
+  std::uint32_t* entries;      ///< Owned by whoever built the map; released with QVFree.
+  std::int32_t count;          ///< Bound for lookups; runs ahead by one a recording.
+  std::uint32_t capacity = 0;  ///< Words of the block; 0: as many as the table has entries. The walks keep it.
 };
 
 /// One import from another document.
@@ -217,6 +220,8 @@ public:
   /// The object of `ref.num`, references followed; the null object if there is none or it cannot
   /// be read. `out` is released first and is the caller's to free.
   void get_entity(CPDFObj& out, const PDF_REF& ref);
+  /// As get_entity, but an object that is itself a reference comes back as that reference.
+  void get_stored(CPDFObj& out, const PDF_REF& ref);
   /// The decoded object stream at file offset `offset`; null on failure. Borrowed; valid until the
   /// next object stream is loaded.
   PDF_OBJSTM* get_objstm(unsigned int offset, int num, int gen);

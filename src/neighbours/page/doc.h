@@ -32,6 +32,13 @@ enum class PDF_OPEN : std::int32_t {
   kNoMemory,
 };
 
+/// How an update section ends.
+enum class PDF_SAVE_FORM : std::int32_t {
+  kAsFile,   ///< As the file's newest section does.
+  kClassic,  ///< In a classic table.
+  kStream,   ///< In a cross-reference stream.
+};
+
 /// One thing that had to be healed.
 struct PDF_DOC_REPAIR {
   const char* code;      ///< A short stable word, such as "startxref".
@@ -56,6 +63,10 @@ public:
   bool open(const char* path);
   /// The same over a stream that the caller keeps open until `close`.
   bool open(CQVStream* stream);
+  /// Opens a file for reading and writing, so that `save_update` can go behind its end.
+  bool open_for_update(const char* path);
+  /// Starts a new document on an empty stream that the caller keeps open until `close`.
+  bool create(CQVStream* stream);
   /// Releases everything; harmless twice.
   void close();
 
@@ -84,6 +95,20 @@ public:
   /// Reads page `index` with what it inherits. False when there is none.
   bool load_page(int index, CPDFPage& page);
 
+  /// Gives new stream data a temporary file in `folder` (null: TMPDIR, else /tmp), which goes with
+  /// the document. Without one they stay in memory.
+  bool use_temp_file(const char* folder);
+  /// Sets a text of the document information ("Title", "Author" ...). The change waits for a save.
+  bool set_info(const char* key, const char* utf8);
+  /// Embeds a file and lists it among the document's embedded files under its base name.
+  bool attach(const char* path);
+  /// Writes all changes as an update section, encrypted as the document is; `sign` seals it. False
+  /// when the output came short. Without a change nothing is written.
+  bool save_update(PDF_SAVE_FORM form, PDF_SIGN_DATA* sign);
+
+  /// Cuts the file opened for update back to `size` bytes, after a save that failed.
+  void truncate_to(long long size);
+
   /// What had to be healed, in the order in which it was met. Borrowed; valid until `close`.
   const GrowArray<PDF_DOC_REPAIR>& repairs();
 
@@ -93,8 +118,9 @@ private:
     std::int32_t node;  // index into nodes_, -1 for none
   };
   struct Attempt {
-    bool usable = false;   // a catalogue with a page tree
-    bool trusted = false;  // and every object met stood where its entry says
+    bool usable = false;        // a catalogue with a page tree
+    bool trusted = false;       // and every object met stood where its entry says
+    bool has_no_pages = false;  // the tree itself says so
   };
 
   bool open_stream();
@@ -113,6 +139,7 @@ private:
   bool authorise_quietly();
   bool finish(PDF_OPEN status);
   void read_version();
+  void lift_compressed_objects();
   void add_repair(const char* code, std::int32_t num, std::uint32_t offset, const char* action);
 
   // page_tree.cpp

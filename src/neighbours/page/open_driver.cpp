@@ -211,7 +211,7 @@ CPDFDoc::Attempt CPDFDoc::examine() {
     return attempt;
   }
   attempt.usable = walk_pages(attempt);
-  attempt.trusted = attempt.trusted && attempt.usable && !pages_.empty();
+  attempt.trusted = attempt.trusted && attempt.usable && (attempt.has_no_pages || !pages_.empty());
   return attempt;
 }
 

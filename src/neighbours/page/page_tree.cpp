@@ -138,6 +138,7 @@ bool CPDFDoc::walk_pages(Attempt& attempt) {
       pages_.push({top_ref, -1});
     return true;
   }
+  attempt.has_no_pages = kids.as_array()->count == 0;
   open_node(*tree.as_dict(), kids, -1);
 
   while (!stack.empty()) {

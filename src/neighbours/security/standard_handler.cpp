@@ -5,6 +5,7 @@
 
 #include "base/heap.h"
 #include "neighbours/security/aes.h"
+#include "neighbours/security/crypt_filter_internal.h"
 #include "neighbours/security/rc4.h"
 #include "object/array.h"
 #include "object/dictionary.h"
@@ -65,7 +66,13 @@ bool is_known_method(const char* name) {
   return false;
 }
 
-// The crypt filter that a stream names in its filter chain, or null. "Identity" is the default.
+bool has_type(const CPDFDictionary& dict, const char* name) {
+  const CPDFObj* type = dict.get_item(CPDFDictionary::sm_tag_type);
+  return type != nullptr && type->is_name(name);
+}
+
+}  // namespace
+
 const char* named_crypt_filter(const CPDFDictionary& dict) {
   const CPDFObj* filter = dict.get_item(CPDFDictionary::sm_tag_filter);
   const CPDFObj* parms = dict.get_item("DecodeParms");
@@ -84,13 +91,6 @@ const char* named_crypt_filter(const CPDFDictionary& dict) {
   const CPDFObj* name = settings != nullptr ? settings->get_item("Name") : nullptr;
   return name != nullptr && name->as_name() != nullptr ? name->as_name() : "Identity";
 }
-
-bool has_type(const CPDFDictionary& dict, const char* name) {
-  const CPDFObj* type = dict.get_item(CPDFDictionary::sm_tag_type);
-  return type != nullptr && type->is_name(name);
-}
-
-}  // namespace
 
 CPDFStandardSecHand::~CPDFStandardSecHand() {
   set_password(nullptr);

@@ -34,6 +34,10 @@ public:
   Outcome outcome() const { return outcome_; }
   Method stream_method() const { return streams_; }
   Method string_method() const { return strings_; }
+  /// Of embedded files.
+  Method file_method() const { return files_; }
+  /// Of the crypt filter with that name; unknown names mean none.
+  Method filter_method(const char* name) const;
   const KeyParameters& parameters() const { return para_; }
   const FileKey& file_key() const { return key_; }
 
@@ -54,7 +58,6 @@ private:
 
   bool read_parameters(const PDF_String* id0, const CPDFDictionary& dict);
   bool read_crypt_filters(const CPDFDictionary& dict);
-  Method filter_method(const char* name) const;
   bool try_password(const char* utf8);
   void remember_method(int num, Method method);
   Method method_of(int num) const;

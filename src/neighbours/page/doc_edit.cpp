@@ -1,0 +1,163 @@
+// Changing a document: opening for update, the document information, attachments, and the update
+// section behind the old content.
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <new>
+
+#include "base/scope_guard.h"
+#include "neighbours/page/doc.h"
+#include "neighbours/page/name_tree.h"
+#include "neighbours/page/text_utf8.h"
+#include "neighbours/security/encrypter.h"
+
+bool CPDFDoc::open_for_update(const char* path) {
+  close();
+  file_.Open(path);
+  if (file_.file != nullptr)
+    std::fclose(file_.file);
+  file_.file = std::fopen(path, "r+b");
+  if (file_.file == nullptr) {
+    status_ = PDF_OPEN::kNoFile;
+    return false;
+  }
+  stream_ = &file_;
+  return open_stream();
+}
+
+bool CPDFDoc::create(CQVStream* stream) {
+  close();
+  stream_ = stream;
+  reset_table();
+  table_.write_failed = 0;
+  table_.new_xref();
+  status_ = PDF_OPEN::kClean;
+  return table_.write_failed == 0;
+}
+
+bool CPDFDoc::use_temp_file(const char* folder) {
+  const char* const base = folder != nullptr ? folder : std::getenv("TMPDIR");
+  const char* const where = base != nullptr && *base != 0 ? base : "/tmp";
+  constexpr char kName[] = "/sheaf-XXXXXX";
+  const std::size_t len = std::strlen(where);
+  auto* path = static_cast<char*>(QVAlloc(len + sizeof(kName)));
+  if (path == nullptr)
+    return false;
+  std::memcpy(path, where, len);
+  std::memcpy(path + len, kName, sizeof(kName));
+  const int handle = mkstemp(path);  // exclusive, and readable by its owner only
+  std::FILE* const file = handle >= 0 ? fdopen(handle, "w+b") : nullptr;
+  if (file == nullptr) {
+    if (handle >= 0)
+      ::close(handle);
+    QVFree(path);
+    return false;
+  }
+  table_.temp_stream.path = path;
+  table_.temp_stream.file = file;
+  return true;
+}
+
+bool CPDFDoc::set_info(const char* key, const char* utf8) {
+  Freed<CPDFObj> info;
+  table_.resolve(info, &table_.info);
+  if (info.as_dict() == nullptr)
+    info.take_dict(new (std::nothrow) CPDFDictionary);
+  CPDFDictionary* const dict = info.as_dict();
+  if (dict == nullptr)
+    return false;
+  PDF_String text;
+  text_from_utf8(utf8, text);
+  dict->set_item_str(key, text.data, text.len);
+  QVFree(text.data);
+  if (table_.info.tag != kTagRef)
+    table_.info.set_ref({table_.alloc_obj_num(), 0});
+  return table_.store_object(table_.info.as_ref(), info);
+}
+
+bool CPDFDoc::attach(const char* path) {
+  if (table_.root.tag != kTagRef)
+    return false;
+  PDF_String name{0, nullptr};
+  const int spec = table_.new_file_spec(path, name);
+  const ScopeGuard release_name([&name] { QVFree(name.data); });
+  if (spec == 0 || name.data == nullptr)
+    return false;
+  Freed<CPDFObj> catalog;
+  Freed<CPDFObj> names;
+  Freed<CPDFObj> tree;
+  table_.resolve(catalog, &table_.root);
+  CPDFDictionary* const top = catalog.as_dict();
+  if (top == nullptr)
+    return false;
+  const auto fetch = [this](CPDFObj& value, const CPDFObj* item) {
+    table_.resolve(value, item);
+    if (value.as_dict() == nullptr)
+      value.take_dict(new (std::nothrow) CPDFDictionary);
+    return item != nullptr ? item->as_ref() : PDF_REF{0, 0};
+  };
+  const PDF_REF names_ref = fetch(names, top->get_item("Names"));
+  const PDF_REF tree_ref = fetch(tree, names.as_dict()->get_item("EmbeddedFiles"));
+  if (!name_tree_insert(table_, *tree.as_dict(), name, {spec, 0}))
+    return false;
+  // Each level goes back to where it was: its own object, or the level above.
+  if (tree_ref.num != 0)
+    return table_.store_object(tree_ref, tree);
+  names.as_dict()->move_item("EmbeddedFiles", tree);
+  if (names_ref.num != 0)
+    return table_.store_object(names_ref, names);
+  top->move_item("Names", names);
+  return table_.store_object(table_.root.as_ref(), catalog);
+}
+
+// A table that was rebuilt has no chain of sections behind it, and an update section can list only
+// objects with a place of their own: those in object streams become objects of the update.
+void CPDFDoc::lift_compressed_objects() {
+  Freed<CPDFObj> obj;
+  for (std::uint32_t num = 1; num < table_.xref_count; ++num) {
+    if (table_.xref_items[num].type != 2)
+      continue;
+    const PDF_REF ref{static_cast<std::int32_t>(num), 0};
+    table_.get_stored(obj, ref);
+    if (!obj.is_null())
+      table_.store_object(ref, obj);
+  }
+}
+
+bool CPDFDoc::save_update(PDF_SAVE_FORM form, PDF_SIGN_DATA* sign) {
+  if (table_.new_obj_count == 0)
+    return true;
+  if (status_ == PDF_OPEN::kRebuilt || status_ == PDF_OPEN::kRecovered) {
+    table_.drain_pending();
+    lift_compressed_objects();
+    table_.last_xref_offset = 0;
+  }
+  CPDFStandardEncrypt encrypter;
+  CPDFEncrypt* enc = nullptr;
+  if (is_encrypted() && table_.sec_filter[0] != 0) {
+    Freed<CPDFObj> settings;
+    CPDFSecHand* const hand = table_.sec_hand;
+    table_.sec_hand = nullptr;  // the dictionary's own strings are in clear
+    table_.resolve(settings, &table_.encrypt);
+    table_.sec_hand = hand;
+    if (hand == nullptr || settings.as_dict() == nullptr)
+      return false;
+    encrypter.continue_with(handler_, *settings.as_dict());
+    enc = &encrypter;
+  }
+  const bool classic =
+      form == PDF_SAVE_FORM::kClassic || (form == PDF_SAVE_FORM::kAsFile && table_.first_xref_kind == 1);
+  table_.write_failed = 0;
+  const int done = classic ? table_.save_14(enc, sign) : table_.save(enc, sign);
+  return done != 0 && table_.write_failed == 0;
+}
+
+void CPDFDoc::truncate_to(long long size) {
+  if (file_.file == nullptr)
+    return;
+  std::fflush(file_.file);
+  if (ftruncate(fileno(file_.file), file_.base_offset + size) == 0)
+    std::rewind(file_.file);
+}
