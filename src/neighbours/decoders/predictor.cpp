@@ -42,6 +42,7 @@ CPDFPredictor::CPDFPredictor(CPDFStream2* source, int predictor, int columns, in
   if (!checked_mul<std::int64_t>(columns, colors, samples) || !checked_mul<std::int64_t>(samples, bits_, bits) ||
       bits > kMostRowBytes * 8)
     return;
+  samples_ = static_cast<int>(samples);
   row_bytes_ = static_cast<int>((bits + 7) / 8);
   pixel_bytes_ = static_cast<int>(std::max<std::int64_t>((static_cast<std::int64_t>(colors) * bits_ + 7) / 8, 1));
   const auto size = static_cast<std::size_t>(row_bytes_) + static_cast<std::size_t>(pixel_bytes_);
@@ -109,8 +110,7 @@ void CPDFPredictor::undo_png(int kind) {
 template <class Sample>
 void CPDFPredictor::undo_tiff_samples() {
   std::uint8_t* const row = row_ + pixel_bytes_;
-  const int samples = row_bytes_ / static_cast<int>(sizeof(Sample));
-  for (int i = colors_; i < samples; ++i) {
+  for (int i = colors_; i < samples_; ++i) {
     if constexpr (sizeof(Sample) == 1) {
       row[i] = static_cast<std::uint8_t>(row[i] + row[i - colors_]);
     } else {
@@ -123,14 +123,13 @@ void CPDFPredictor::undo_tiff_samples() {
   }
 }
 
-// Samples of 1, 2 and 4 bits, which share bytes.
+// Samples of 1, 2 and 4 bits, which share bytes. The bits behind the last sample stay as they are.
 void CPDFPredictor::undo_tiff_bits() {
   std::uint8_t* const row = row_ + pixel_bytes_;
   const int per_byte = 8 / bits_;
   const int mask = (1 << bits_) - 1;
   const auto shift_of = [&](std::int64_t index) { return (per_byte - 1 - static_cast<int>(index % per_byte)) * bits_; };
-  const std::int64_t samples = static_cast<std::int64_t>(row_bytes_) * per_byte;
-  for (std::int64_t i = colors_; i < samples; ++i) {
+  for (std::int64_t i = colors_; i < samples_; ++i) {
     const std::int64_t j = i - colors_;
     const int before = row[j / per_byte] >> shift_of(j);
     std::uint8_t& byte = row[i / per_byte];

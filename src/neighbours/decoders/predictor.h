@@ -30,6 +30,7 @@ private:
   int predictor_;
   int colors_;
   int bits_;
+  int samples_ = 0;              // samples of a row
   int row_bytes_ = 0;            // bytes of a row without PNG's tag
   int pixel_bytes_ = 1;          // distance of PNG's left neighbour
   std::uint8_t* row_ = nullptr;  // pixel_bytes_ of zeros, then the row
