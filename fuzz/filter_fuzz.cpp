@@ -68,7 +68,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const HeapBlock<std::uint8_t> loaded(make(data, size)->buffer_load(kMostBytes, len));
   if (pieces != whole || !loaded || loaded[static_cast<std::size_t>(len)] != 0)
     std::abort();
-  if (std::memcmp(loaded.get(), whole.data(), std::min(static_cast<std::size_t>(len), whole.size())) != 0)
+  const std::size_t common = std::min(static_cast<std::size_t>(len), whole.size());
+  if (!std::equal(loaded.get(), loaded.get() + common, whole.data()))
     std::abort();
   return 0;
 }
