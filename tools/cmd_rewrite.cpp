@@ -124,7 +124,7 @@ bool make_encryption(CPDFDoc& doc, CPDFXRefTable& target, const RewriteOptions& 
     return true;
   enc = std::make_unique<CPDFStandardEncrypt>();
   enc->continue_with(doc.handler(), *scratch.as_dict());
-  table.resolve(target.id, &table.id);
+  doc.keep_identifier(target.id);
   return true;
 }
 
@@ -170,7 +170,7 @@ int rewrite(const RewriteOptions& options, bool repair) {
     std::unique_ptr<CPDFStandardEncrypt> enc;
     if (!make_encryption(doc, target, options, enc))
       return kExitFailed;
-    doc.table().save_as(target, enc.get());
+    doc.save_complete(target, enc.get());
     if (target.write_failed != 0 || target.xref_items == nullptr) {
       complain(options.output, "could not be written to its end; is the disk full? Nothing was changed");
       return kExitFailed;

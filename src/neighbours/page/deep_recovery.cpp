@@ -232,17 +232,45 @@ void DeepRecovery::run() {
   find_root();
 }
 
+// A new catalogue and page tree over the pages that were found, in the order of the file.
+void DeepRecovery::make_page_tree() {
+  table_.next_obj_num = std::max(table_.next_obj_num, table_.xref_count);
+  const PDF_REF tree{table_.alloc_obj_num(), 0};
+  const PDF_REF catalog{table_.alloc_obj_num(), 0};
+  Cleared<CPDFArray> kids;
+  Freed<CPDFObj> page;
+  for (const PDF_REF& ref : pages_) {
+    table_.get_entity(page, ref);
+    if (page.as_dict() == nullptr)
+      continue;
+    page.as_dict()->set_item_ref(CPDFDictionary::sm_tag_parent, tree);
+    kids.append_ref(ref);
+    table_.store_object(ref, page);
+  }
+  Cleared<CPDFDictionary> dict;
+  dict.set_item_name(CPDFDictionary::sm_tag_type, "Pages");
+  dict.set_item_int(CPDFDictionary::sm_tag_count, kids.count);
+  dict.set_item_arr("Kids", &kids);
+  table_.store_dict(tree, &dict);
+  dict.clear();
+  dict.set_item_name(CPDFDictionary::sm_tag_type, "Catalog");
+  dict.set_item_ref("Pages", tree);
+  table_.store_dict(catalog, &dict);
+  table_.root.set_ref(catalog);
+}
+
 bool CPDFDoc::try_deep_recovery() {
   DeepRecovery recovery(*this);
   recovery.run();
   if (is_encrypted() && !is_readable())
     return true;  // recognised; it waits for a password
-  const Attempt attempt = examine();
-  if (pages_.empty()) {
-    for (const PDF_REF& page : recovery.pages())
-      pages_.push({page, -1});
-    if (!pages_.empty())
-      add_repair("pages", 0, 0, "the page tree is lost; pages are listed in the order of the file");
+  Attempt attempt = examine();
+  if (pages_.empty() && recovery.found_pages()) {
+    recovery.make_page_tree();
+    Attempt again;
+    again.usable = walk_pages(again);
+    attempt = again;
+    add_repair("pages", 0, 0, "the page tree is lost; a new one lists the pages in the order of the file");
   }
   if (!attempt.usable && pages_.empty())
     return false;

@@ -13,8 +13,9 @@ public:
   explicit DeepRecovery(CPDFDoc& doc) : doc_(doc), table_(doc.table_) {}
 
   void run();
-  /// Objects that are pages by their type, in the order of the file.
-  const GrowArray<PDF_REF>& pages() const { return pages_; }
+  /// Whether there are objects that are pages by their type.
+  bool found_pages() const { return !pages_.empty(); }
+  void make_page_tree();
 
 private:
   struct FoundStream {

@@ -106,6 +106,12 @@ public:
   /// when the output came short. Without a change nothing is written.
   bool save_update(PDF_SAVE_FORM form, PDF_SIGN_DATA* sign);
 
+  /// Puts the document's identifier into `id`, an empty one when there is none: what a new file needs
+  /// whose keys stay as they are.
+  void keep_identifier(CPDFObj& id);
+  /// Writes a complete new file to `target.stream`. A catalogue or document information that stands
+  /// directly in the trailer becomes an object first, so that what it refers to is kept.
+  void save_complete(CPDFXRefTable& target, CPDFEncrypt* enc);
   /// Cuts the file opened for update back to `size` bytes, after a save that failed.
   void truncate_to(long long size);
 
@@ -139,7 +145,8 @@ private:
   bool authorise_quietly();
   bool finish(PDF_OPEN status);
   void read_version();
-  void lift_compressed_objects();
+  bool has_sound_sections();
+  void detach_from_old_sections();
   void add_repair(const char* code, std::int32_t num, std::uint32_t offset, const char* action);
 
   // page_tree.cpp

@@ -12,6 +12,7 @@
 #include "neighbours/page/name_tree.h"
 #include "neighbours/page/text_utf8.h"
 #include "neighbours/security/encrypter.h"
+#include "object/array.h"
 
 bool CPDFDoc::open_for_update(const char* path) {
   close();
@@ -112,28 +113,56 @@ bool CPDFDoc::attach(const char* path) {
   return table_.store_object(table_.root.as_ref(), catalog);
 }
 
-// A table that was rebuilt has no chain of sections behind it, and an update section can list only
-// objects with a place of their own: those in object streams become objects of the update.
-void CPDFDoc::lift_compressed_objects() {
+// Where the chain of old sections cannot be trusted, other readers must not have to follow it: the
+// update then lists every object itself. Those that stay where they are become entries of the
+// update at their true places, and those in object streams, which an update section cannot list,
+// become objects of the update.
+void CPDFDoc::detach_from_old_sections() {
+  table_.drain_pending();
   Freed<CPDFObj> obj;
   for (std::uint32_t num = 1; num < table_.xref_count; ++num) {
-    if (table_.xref_items[num].type != 2)
-      continue;
+    const std::uint32_t type = table_.xref_items[num].type;
     const PDF_REF ref{static_cast<std::int32_t>(num), 0};
+    if (type != 1 && type != 2 && type != 4)
+      continue;
     table_.get_stored(obj, ref);
-    if (!obj.is_null())
+    if (type == 2 && !obj.is_null())
       table_.store_object(ref, obj);
+    PDF_XREF& entry = table_.xref_items[num];
+    if (entry.type == 1 || entry.type == 4)
+      entry = {3, entry.offset, -1};
   }
+  table_.last_xref_offset = 0;
+}
+
+bool CPDFDoc::has_sound_sections() {
+  if (status_ != PDF_OPEN::kClean)
+    return false;
+  for (const PDF_DOC_REPAIR& repair : repairs()) {
+    if (std::strcmp(repair.code, "startxref") == 0 || std::strcmp(repair.code, "section") == 0)
+      return false;
+  }
+  return true;
+}
+
+void CPDFDoc::keep_identifier(CPDFObj& id) {
+  Freed<CPDFObj> present;
+  table_.resolve(present, &table_.id);
+  if (present.as_array() == nullptr) {
+    // The keys of a document without an identifier hang on an empty one, and one made now would
+    // change them.
+    present.take_array(new (std::nothrow) CPDFArray);
+    for (int i = 0; i < 2 && present.as_array() != nullptr; ++i)
+      present.as_array()->append_str("", 0);
+  }
+  id.copy_from(&present);
 }
 
 bool CPDFDoc::save_update(PDF_SAVE_FORM form, PDF_SIGN_DATA* sign) {
   if (table_.new_obj_count == 0)
     return true;
-  if (status_ == PDF_OPEN::kRebuilt || status_ == PDF_OPEN::kRecovered) {
-    table_.drain_pending();
-    lift_compressed_objects();
-    table_.last_xref_offset = 0;
-  }
+  if (!has_sound_sections())
+    detach_from_old_sections();
   CPDFStandardEncrypt encrypter;
   CPDFEncrypt* enc = nullptr;
   if (is_encrypted() && table_.sec_filter[0] != 0) {
@@ -146,12 +175,24 @@ bool CPDFDoc::save_update(PDF_SAVE_FORM form, PDF_SIGN_DATA* sign) {
       return false;
     encrypter.continue_with(handler_, *settings.as_dict());
     enc = &encrypter;
+    keep_identifier(table_.id);
   }
   const bool classic =
       form == PDF_SAVE_FORM::kClassic || (form == PDF_SAVE_FORM::kAsFile && table_.first_xref_kind == 1);
   table_.write_failed = 0;
   const int done = classic ? table_.save_14(enc, sign) : table_.save(enc, sign);
   return done != 0 && table_.write_failed == 0;
+}
+
+void CPDFDoc::save_complete(CPDFXRefTable& target, CPDFEncrypt* enc) {
+  for (CPDFObj* value : {&table_.root, &table_.info}) {
+    if (value->as_dict() == nullptr)
+      continue;
+    const PDF_REF ref{table_.alloc_obj_num(), 0};
+    if (table_.store_object(ref, *value))
+      value->set_ref(ref);
+  }
+  table_.save_as(target, enc);
 }
 
 void CPDFDoc::truncate_to(long long size) {

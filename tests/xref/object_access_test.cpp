@@ -1,0 +1,178 @@
+// Objects by number: where they live, how misplaced ones are found, and the table's growth.
+#include <gtest/gtest.h>
+
+#include "neighbours/fonts/environment.h"
+#include "support/pdf_builder.h"
+#include "support/test_table.h"
+
+namespace {
+
+// A classic file of one page with object 5, whose entry is off by `error` bytes.
+std::string misplaced(int error) {
+  PdfBuilder builder;
+  builder.pages(1).obj(4, "(four)").obj(5, "(first five)").raw("5 0 obj (second five) endobj\n");
+  const std::string good = builder.classic().str();
+  char from[16];
+  char to[16];
+  std::snprintf(from, sizeof(from), "%010zu", builder.offset_of(5));
+  std::snprintf(to, sizeof(to), "%010zu", builder.offset_of(5) + static_cast<std::size_t>(error));
+  std::string bytes = good;
+  bytes.replace(bytes.find(from), 10, to);
+  return bytes;
+}
+
+struct Opened : TestTable {
+  explicit Opened(const std::string& bytes) : TestTable(bytes) {
+    const std::size_t at = bytes.rfind("startxref\n");
+    table.XRefRead(static_cast<unsigned>(std::stoul(bytes.substr(at + 10))));
+  }
+};
+
+TEST(Access, AMisplacedObjectIsFoundAndItsEntryCorrectedOnce) {
+  Opened a_little_low(misplaced(-5));
+  EXPECT_EQ(a_little_low.object(5), "(first five)");
+  EXPECT_EQ(a_little_low.object(5), "(first five)");
+  EXPECT_EQ(a_little_low.table.repaired_count, 1u);
+  EXPECT_EQ(a_little_low.table.xref_items[5].type, 3u);
+  EXPECT_EQ(a_little_low.table.xref_items[5].gen, -1);
+  ASSERT_EQ(a_little_low.table.repair_count, 1u);
+  EXPECT_EQ(a_little_low.table.repairs[0].num, 5);
+
+  Opened far_low(misplaced(-30));  // the table is stale: the last copy of the object is the one
+  EXPECT_EQ(far_low.object(5), "(second five)");
+
+  Opened high_on_letters(misplaced(4));  // lands on "obj": searched for from 16 bytes in front
+  EXPECT_EQ(high_on_letters.object(5), "(first five)");
+}
+
+TEST(Access, MissingObjectsAndReferenceCyclesAreNull) {
+  PdfBuilder builder;
+  builder.pages(1).obj(4, "5 0 R").obj(5, "4 0 R").obj(6, "6 0 R").obj(7, "8 0 R").obj(8, "(target)").classic();
+  Opened t(builder.str());
+  EXPECT_EQ(t.object(4), "null");
+  EXPECT_EQ(t.object(6), "null");
+  EXPECT_EQ(t.object(7), "(target)");
+  EXPECT_EQ(t.object(99), "null");
+  EXPECT_EQ(t.object(-1), "null");
+}
+
+TEST(Access, ObjectStreamsAreReadInSequenceAndKept) {
+  PdfBuilder builder;
+  builder.pages(1).object_stream(9, {{4, "(four)"}, {5, "<</A 6 0 R>>"}, {6, "6"}, {7, "stray [7]"}}).xref_stream(10);
+  Opened t(builder.str());
+  EXPECT_EQ(t.object(4), "(four)");
+  EXPECT_EQ(t.object(5), "<</A 6 0 R>>");
+  EXPECT_EQ(t.object(6), "6");
+  EXPECT_EQ(t.object(7), "[7]");
+  EXPECT_EQ(t.table.objstm_count, 1u);
+  t.table.xref_items[7].gen = 44;  // beyond "N"
+  EXPECT_EQ(t.object(7), "null");
+}
+
+TEST(Access, ObjectStreamsThatLieEndInNull) {
+  const std::string numbers = "4 0 ";
+  for (const char* keys :
+       {"/Type/ObjStm/N 2000000000/First 4", "/Type/ObjStm/N -1/First 4", "/Type/ObjStm/N 1/First 2000000000",
+        "/Type/ObjStm/N 1/First -4", "/Type/ObjStm/N 1/First 4/Length 9 0 R", "/Filter/Unknown/N 1/First 4"}) {
+    PdfBuilder builder;
+    builder.pages(1).obj(9, "<<" + std::string(keys) + ">>\nstream\n" + numbers + "(four)\nendstream");
+    builder.xref_stream(10);
+    Opened t(builder.str());
+    t.table.xref_items[4] = {2, 9, 0};
+    t.object(4);
+    t.table.xref_items[4] = {2, 4, 0};  // a member of itself
+    EXPECT_EQ(t.object(4), "null") << keys;
+  }
+}
+
+TEST(Access, NewObjectsGetSlotsAndNumbers) {
+  TestTable t("");
+  PDF_NEWOBJ* slot = t.table.get_xref2(255, 0);
+  ASSERT_NE(slot, nullptr);
+  EXPECT_EQ(t.table.xref_count, 256u);
+  slot->obj.set_int(7);
+  EXPECT_EQ(t.table.get_xref2(255, 5), slot);  // the same slot; the generation is not looked at
+  EXPECT_EQ(t.table.new_obj_count, 1u);
+  t.table.get_xref2(256, 0);
+  EXPECT_EQ(t.table.xref_count, 512u);
+  EXPECT_EQ(t.table.new_obj_capacity, 32u);
+  EXPECT_EQ(t.object(255), "7");
+  t.table.next_obj_num = 900;
+  EXPECT_EQ(t.table.alloc_obj_num(), 900);
+  EXPECT_EQ(t.table.next_obj_num, 901u);
+  t.table.XRefFree();
+  t.table.XRefFree();
+  EXPECT_EQ(t.table.xref_count, 0u);
+  EXPECT_EQ(t.table.next_obj_num, 901u);  // kept for the caller to reset
+}
+
+TEST(Access, AnEnvironmentIsCopiedAndReleasedWithTheTable) {
+  auto* env = new CPDFEnviroment;
+  TestTable t("");
+  t.table.set_envirment(env, "tagged");
+  EXPECT_NE(t.table.env, env);
+  EXPECT_EQ(t.table.cmap_cache.env, t.table.env);
+  EXPECT_EQ(t.table.get_cmap("no such map"), nullptr);
+  t.table.set_envirment(env, "again");
+  t.table.XRefFree();
+  EXPECT_EQ(t.table.env, nullptr);
+  CPDFEnviroment::destroy(env);
+}
+
+TEST(Recovery, TheLastHeaderOfANumberWins) {
+  PdfBuilder builder;
+  builder.pages(1).obj(7, "(old)").obj(7, "(new)").raw("trailer\n<</Root 1 0 R/Size 8>>\n");
+  TestTable t(builder.str());
+  EXPECT_EQ(t.table.XRefCreate(), 1);
+  EXPECT_EQ(t.object(7), "(new)");
+  EXPECT_EQ(t.table.repaired_count, 4u);
+  EXPECT_EQ(t.table.next_obj_num, 256u);
+  EXPECT_EQ(t.table.XRefCreate(), 1);
+  EXPECT_EQ(t.table.repaired_count, 0u);  // all entries were of that kind already
+}
+
+TEST(Recovery, WhatHasNoTrailerOrNoRootIsRefused) {
+  PdfBuilder no_trailer;
+  no_trailer.pages(1);
+  EXPECT_EQ(TestTable(no_trailer.str()).table.XRefCreate(), 0);
+  EXPECT_EQ(TestTable(no_trailer.str() + "trailer 5").table.XRefCreate(), 0);
+  EXPECT_EQ(TestTable(no_trailer.str() + "trailer <</Size 3>>").table.XRefCreate(), 0);
+  EXPECT_EQ(TestTable("trailer <</Root 1 0 R>>").table.XRefCreate(), 0);
+  EXPECT_EQ(TestTable(no_trailer.str() + "trailer <</Root 1 0 R").table.XRefCreate(), 1);
+}
+
+TEST(Recovery, ALoneHeaderCannotMakeTheTableHuge) {
+  TestTable million("4000000 0 obj (x) endobj trailer <</Root 1 0 R>>");
+  million.table.XRefCreate();
+  EXPECT_EQ(million.table.xref_count, 4000256u);
+  TestTable billions("2147483647 0 obj (x) endobj 1 0 obj (y) endobj trailer <</Root 1 0 R>>");
+  billions.table.XRefCreate();
+  EXPECT_EQ(billions.table.xref_count, 256u);
+}
+
+TEST(Recovery, AnObjectWithoutAnEndSwallowsWhatFollows) {
+  TestTable t("1 0 obj (a) 2 0 obj (b) endobj 3 0 obj (c) endobj trailer <</Root 1 0 R>>");
+  EXPECT_EQ(t.table.XRefCreate(), 1);
+  EXPECT_EQ(t.object(2), "null");
+  EXPECT_EQ(t.object(3), "(c)");
+}
+
+TEST(TextStrings, ConvertByTheirMark) {
+  TestTable t("");
+  const auto convert = [&t](const std::string& bytes, int max) {
+    const PDF_String text{static_cast<std::int32_t>(bytes.size()), const_cast<char*>(bytes.c_str())};
+    wchar_t out[64];
+    t.table.cvt_text_to_ucs(&text, out, max);
+    return std::wstring(out);
+  };
+  EXPECT_EQ(convert("a\tb\rc\x92", 64), L"a b\rc\u2122");
+  EXPECT_EQ(convert(std::string("\xFE\xFF\xD8\x3D\xDE\x00\x00", 7), 64),
+            (std::wstring{wchar_t(0xD83D), wchar_t(0xDE00)}));
+  EXPECT_EQ(convert("\xFE\xFF", 64), L"");
+  EXPECT_EQ(convert("abc", 2), L"a");
+  EXPECT_EQ(convert("abc", 1), L"");
+  t.table.utf8_strings = 1;
+  EXPECT_EQ(convert("\xC3\xA9x\xFFy", 64), L"\u00E9x");
+}
+
+}  // namespace
