@@ -154,18 +154,23 @@ TEST_F(Chain, StagesAreCutAndTheLastOneIsNot) {
 }
 
 TEST_F(Chain, DepthOfAChainIsBounded) {
-  const auto filters = [](int count, const char* name) {
-    std::string dict = "<</Filter[";
+  const auto times = [](int count, const char* name) {
+    std::string names;
     for (int i = 0; i < count; ++i)
-      dict += name;
-    return dict + "]>>";
+      names += name;
+    return names;
   };
+  const auto filters = [&](int count, const char* name) { return "<</Filter[" + times(count, name) + "]>>"; };
   EXPECT_EQ(run("abc", filters(64, "/Crypt")), "abc");
   EXPECT_EQ(run("abc", filters(1000, "/Crypt")), "null");
   std::string onion = "core";
   for (int i = 0; i < 40; ++i)
     onion = deflated(onion);
   EXPECT_EQ(run(onion, filters(40, "/Fl")), "core");
+  // Small in the file, 16 MiB in each stage.
+  const std::string bomb = deflated(std::string(0x1100000, 'b'));
+  EXPECT_GT(run(bomb, "<</Filter[/Fl" + times(5, "/Crypt") + "]>>").size(), 0xFE0000u);
+  EXPECT_EQ(run(bomb, "<</Filter[/Fl" + times(60, "/Crypt") + "]>>"), "null");
 }
 
 TEST_F(Chain, ObjectStreamThatHoldsItsOwnParametersEndsSoon) {

@@ -54,6 +54,22 @@ TEST(Flate, PiecesOfAnySizeGiveTheSameBytes) {
   EXPECT_EQ(decoded("Fl", ""), "");
 }
 
+TEST(Flate, LargeRequestsEndWherePiecesEnd) {
+  const std::string bytes = std::string(70000, 'z') + kBytes + std::string(70000, 'y');
+  const std::string coded = deflated(bytes);
+  for (std::size_t len = 0; len <= coded.size(); len += len + 400 < coded.size() ? 97 : 1) {
+    const std::string part = coded.substr(0, len);
+    ASSERT_EQ(decoded("Fl", part, "", 200000), decoded("Fl", part, "", 1000)) << len;
+  }
+  const StreamPtr decoder = decoder_of("Fl", coded);
+  auto& flate = static_cast<CPDFStreamFlate&>(*decoder);
+  std::string out(6144, '\0');
+  EXPECT_EQ(flate.read_block2(out.data(), 6144), 6144);
+  EXPECT_EQ(flate.out_pos, 0);
+  EXPECT_EQ(flate.out_end, 2048);
+  EXPECT_EQ(flate.zstream.total_out, 2048u);
+}
+
 TEST(Flate, DamageGivesWhatCameBeforeIt) {
   const std::string coded = deflated(kBytes);
   for (std::size_t len = 0; len < coded.size(); len += 61) {
