@@ -3,6 +3,7 @@
 // the other.
 #include <algorithm>
 #include <cstring>
+#include <memory>
 #include <new>
 
 #include "base/heap.h"
@@ -17,12 +18,23 @@ namespace {
 constexpr int kMostStageBytes = 0x1000000;  // 16 MiB: a stage in front of the last is cut here
 constexpr std::int32_t kMostStages = 64;    // no real file comes near
 
+// A decoder's parameters may name a stream, whose decoder's parameters may name a stream again. One
+// level is what files have; these bounds hold for an outermost stream with all below it, so that a
+// stream among its own parameters costs neither the C stack nor time beyond measure. In bytes, the
+// stages may give eight times what the largest one may: real chains have two or three filters.
+constexpr std::int32_t kMostNestedStreams = 4;
+constexpr std::int64_t kMostChainWork = 8 * kMostStageBytes;
+constexpr std::int64_t kNestedStreamWork = 0x800000;  // what its reader may take from a nested stream
+constexpr int kLeastStageWork = 64 * 1024;
+
 // A block of `len` bytes from `offset`. What the source lacks behind its own end is zeros, as far
 // as it is no more than the source could hold: a length of gigabytes in a small file is cut.
 unsigned char* read_known(CQVStream* source, std::uint32_t offset, int& len) {
-  constexpr long long kMostMissing = 64 * 1024;
-  const long long available = std::max(source->GetLen() - static_cast<long long>(offset), 0LL);
-  len = static_cast<int>(std::min<long long>(len, available + kMostMissing));
+  constexpr int kMostMissing = 64 * 1024;
+  if (len > kMostMissing) {  // the length of a file costs two seeks, which short streams are spared
+    const long long available = std::max(source->GetLen() - static_cast<long long>(offset), 0LL);
+    len = static_cast<int>(std::min<long long>(len, available + kMostMissing));
+  }
   auto* block = static_cast<unsigned char*>(QVAlloc(static_cast<std::size_t>(len) + 1));
   if (block == nullptr)
     return nullptr;
@@ -55,7 +67,7 @@ unsigned char* decrypt(CPDFSecHand& hand, const PDF_REF& ref, unsigned char* raw
     return nullptr;
   int plain_len = 0;
   hand.decrypt_data(ref.num, ref.gen, raw, len, plain, &plain_len);
-  len = plain_len;
+  len = std::clamp(plain_len, 0, size);
   plain[len] = 0;
   return plain;
 }
@@ -105,19 +117,39 @@ private:
     return make(name, parms.as_dict(), data, len);
   }
 
+  // One name without a decoder makes the work of all the others useless.
+  bool all_known(const CPDFArray& names) {
+    for (std::int32_t i = 0; i < names.count; ++i) {
+      Freed<CPDFObj> name;
+      table_.resolve(name, names.get(i));
+      if (find_decoder(name.as_text()) == nullptr)
+        return false;
+    }
+    return true;
+  }
+
+  // Runs a stage to its end and releases it. Null also when the chain has cost too much.
+  unsigned char* run_stage(CPDFStream* stage, int& size) {
+    const std::unique_ptr<CPDFStream> held(stage);
+    const std::int64_t ceiling = table_.decoded_ceiling;
+    const int most = ceiling > 0 ? static_cast<int>(std::min<std::int64_t>(ceiling, kMostStageBytes)) : kMostStageBytes;
+    if (table_.chain_work > kMostChainWork)
+      return nullptr;
+    size = rec_.decoded_hint;
+    unsigned char* block = stage->buffer_load(most, size);
+    table_.chain_work += std::clamp(size, kLeastStageWork, kMostStageBytes);
+    return block;
+  }
+
   CPDFStream* build_stages(const CPDFArray& names, unsigned char* data, int len) {
-    if (names.count > kMostStages) {
+    if (names.count > kMostStages || !all_known(names)) {
       QVFree(data);
       return nullptr;
     }
     CPDFStream* stage = make_stage(names, 0, data, len);
     for (std::int32_t i = 1; i < names.count && stage != nullptr; ++i) {
-      int size = rec_.decoded_hint;
-      const std::int64_t ceiling = table_.decoded_ceiling;
-      const int most =
-          ceiling > 0 ? static_cast<int>(std::min<std::int64_t>(ceiling, kMostStageBytes)) : kMostStageBytes;
-      unsigned char* block = stage->buffer_load(most, size);
-      delete stage;
+      int size = 0;
+      unsigned char* block = run_stage(stage, size);
       stage = block != nullptr ? make_stage(names, i, block, size) : nullptr;
     }
     return stage;
@@ -147,6 +179,11 @@ unsigned char* CPDFXRefTable::load_raw_data(const CPDFStreamRec* rec, int& len) 
 }
 
 CPDFStream* CPDFXRefTable::make_stream(const CPDFStreamRec* rec) {
+  if (stream_depth >= kMostNestedStreams || (stream_depth > 0 && chain_work > kMostChainWork))
+    return nullptr;
+  chain_work = stream_depth > 0 ? chain_work + kNestedStreamWork : 0;
+  ++stream_depth;
+  const ScopeGuard leave([this] { --stream_depth; });
   int len = 0;
   unsigned char* block = load_raw_data(rec, len);
   return block != nullptr ? FilterChain(*this, *rec).build(block, len) : nullptr;

@@ -17,5 +17,5 @@ bool parm_flag(CPDFXRefTable* table, const CPDFDictionary* parms, const char* ke
 /// Makes one decoder over `data`, which it takes over also on failure (null).
 using DecoderMaker = CPDFStream* (*)(CPDFXRefTable* table, unsigned char* data, int len, const CPDFDictionary* parms);
 
-/// The maker of the decoder with that name, in its long or short form, or null.
+/// The maker of the decoder with that name, in its long or short form, or null; also for null.
 DecoderMaker find_decoder(const char* name);

@@ -91,6 +91,8 @@ constexpr Row kDecoders[] = {
 }  // namespace
 
 DecoderMaker find_decoder(const char* name) {
+  if (name == nullptr)
+    return nullptr;
   for (const Row& row : kDecoders) {
     if (std::strcmp(name, row.name) == 0 || (row.short_name != nullptr && std::strcmp(name, row.short_name) == 0))
       return row.maker;

@@ -60,6 +60,30 @@ bool CPDFStreamFlate::refill() {
   return out_end != 0;
 }
 
+// Inflates whole pieces straight to `dst` while more input than `kKeptBack` is there. The result,
+// and where a cut stream ends, are those of one refill after the other: those stop between two
+// pieces once zlib has taken in all input, so the last of it is kept out of zlib's sight here.
+int CPDFStreamFlate::inflate_pieces(std::uint8_t* dst, int size) {
+  constexpr uInt kKeptBack = 256;
+  const int wanted = size - size % kOutSize;
+  if (wanted <= 0 || zstream.avail_in <= kKeptBack)
+    return 0;
+  zstream.next_out = dst;
+  zstream.avail_out = static_cast<uInt>(wanted);
+  zstream.avail_in -= kKeptBack;
+  inflate(&zstream, Z_SYNC_FLUSH);
+  zstream.avail_in += kKeptBack;
+  const int begun = (wanted - static_cast<int>(zstream.avail_out)) % kOutSize;
+  if (begun != 0) {
+    const auto rest = static_cast<uInt>(kOutSize - begun);
+    const uInt behind = zstream.avail_out - rest;
+    zstream.avail_out = rest;
+    inflate(&zstream, Z_SYNC_FLUSH);
+    zstream.avail_out += behind;
+  }
+  return wanted - static_cast<int>(zstream.avail_out);
+}
+
 int CPDFStreamFlate::get_char2() {
   if (out_pos < out_end)
     return out_buf[out_pos++];
@@ -77,12 +101,13 @@ int CPDFStreamFlate::read_block2(void* dst, int size) {
   while (available <= size) {
     if (available > 0)
       std::memcpy(out, out_buf + out_pos, static_cast<std::size_t>(available));
-    total += available;
     out_pos = out_end;
+    const int direct = inflate_pieces(out + available, size - available);
+    total += available + direct;
     if (zstream.avail_in == 0 || !refill())
       return total;
-    size -= available;
-    out += available;
+    size -= available + direct;
+    out += available + direct;
     available = out_end;
   }
   if (size > 0)

@@ -35,5 +35,6 @@ public:
 
 private:
   bool refill();
+  int inflate_pieces(std::uint8_t* dst, int size);
   void release();
 };

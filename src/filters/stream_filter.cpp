@@ -11,6 +11,7 @@ namespace {
 constexpr unsigned kRound = 0x400;          // the estimate is rounded up to a multiple of this
 constexpr unsigned kFirstStep = 0x400;      // what is read behind the estimate at first
 constexpr unsigned kLargestStep = 0x10000;  // steps double up to here, which bounds the overshoot
+constexpr int kMostEstimate = 0x40000000;   // sizes stay below 2^31 whatever the hint says
 constexpr unsigned kSpare = 4;              // behind the data, for the NUL
 
 // Reallocates or, on failure, releases: the caller then gives up with nothing held.
@@ -39,22 +40,19 @@ void CPDFStream::close() {
 }
 
 int CPDFStream::read_block(void* dst, int size) {
-  if (left < 1)
+  if (left < 1 || size < 1)
     return 0;
   const int count = std::min(left, size);
-  if (count > 0)
-    std::memcpy(dst, cursor, static_cast<std::size_t>(count));
+  std::memcpy(dst, cursor, static_cast<std::size_t>(count));
   left -= count;
   cursor += count;
   return count;
 }
 
 std::uint8_t* CPDFStream::buffer_load(int max_len, int& len) {
-  const auto estimate = static_cast<unsigned>(len != 0 ? len : size_hint);
+  const auto estimate = static_cast<unsigned>(std::clamp(len > 0 ? len : size_hint, 0, kMostEstimate));
   len = 0;
   const unsigned first = (estimate + (kRound - 1)) & ~(kRound - 1);
-  if (first > static_cast<unsigned>(INT32_MAX) - kRound - kSpare)
-    return nullptr;
   auto* block = static_cast<std::uint8_t*>(QVAlloc(first + kSpare));
   if (block == nullptr)
     return nullptr;

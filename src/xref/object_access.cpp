@@ -15,6 +15,7 @@
 namespace {
 
 constexpr int kMostNestedCalls = 32;         // references to references, lengths, object streams
+constexpr int kMostNestedLoads = 4;          // object streams whose own parameters lie in others
 constexpr std::uint32_t kRewind = 16;        // how far an offset may be too high
 constexpr std::uint32_t kStaleDistance = 8;  // found farther behind: the table is stale
 constexpr int kMostObjStmBytes = 0x8000000;  // 128 MiB of decoded data
@@ -222,6 +223,11 @@ PDF_OBJSTM* CPDFXRefTable::get_objstm(unsigned int offset, int num, int gen) {
   const auto place_in_file = static_cast<std::int32_t>(offset);
   if (PDF_OBJSTM* known = find_known_place(*this, place_in_file))
     return known;
+  // Each load asks for several parameters, and one that fails is tried anew by the next: streams
+  // that hold their own parameters would take time exponential in the depth.
+  if (objstm_depth >= kMostNestedLoads)
+    return nullptr;
+  const DepthGuard load_depth(objstm_depth);
   stream->SetPos(CQVStream::STR_SEEK_SET, offset);
   CPDFBufBase buf;
   buf.buf_init(stream);

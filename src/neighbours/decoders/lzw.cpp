@@ -19,11 +19,8 @@ constexpr int kLastWidth = 12;
 CPDFStreamLZW::CPDFStreamLZW(std::uint8_t* block, std::int32_t len) : CPDFStream2(block, len) {
   filter_type = kFilterLZW;
   size_hint = len > INT32_MAX / 2 ? INT32_MAX : len * 2;
-  for (int code = 0; code < kFirstEntry; ++code) {
-    prefix_[code] = 0;
-    length_[code] = 1;
-    suffix_[code] = first_[code] = static_cast<std::uint8_t>(code);
-  }
+  for (int code = 0; code < kFirstEntry; ++code)
+    entries_[code] = {0, 1, static_cast<std::uint8_t>(code), static_cast<std::uint8_t>(code)};
 }
 
 CPDFStreamLZW::~CPDFStreamLZW() {
@@ -55,14 +52,20 @@ int CPDFStreamLZW::open(int predictor_kind, int columns, int colors, int bits_pe
   return 1;
 }
 
-int CPDFStreamLZW::next_code() {
-  while (window_bits_ < width_) {
-    if (left < 1)
-      return kEnd;
+// Takes in as many bytes as the window has room for. False when they make no whole code.
+bool CPDFStreamLZW::fill_window() {
+  constexpr int kWindowBits = 64;
+  while (window_bits_ <= kWindowBits - 8 && left > 0) {
     window_ = window_ << 8 | *cursor++;
     --left;
     window_bits_ += 8;
   }
+  return window_bits_ >= width_;
+}
+
+int CPDFStreamLZW::next_code() {
+  if (window_bits_ < width_ && !fill_window())
+    return kEnd;
   window_bits_ -= width_;
   return static_cast<int>(window_ >> window_bits_) & ((1 << width_) - 1);
 }
@@ -71,20 +74,18 @@ int CPDFStreamLZW::next_code() {
 void CPDFStreamLZW::add_entry(std::uint8_t last) {
   if (next_entry_ >= kCodes)
     return;
-  prefix_[next_entry_] = static_cast<std::uint16_t>(previous_);
-  length_[next_entry_] = static_cast<std::uint16_t>(length_[previous_] + 1);
-  suffix_[next_entry_] = last;
-  first_[next_entry_] = first_[previous_];
+  const Entry& before = entries_[previous_];
+  entries_[next_entry_] = {static_cast<std::uint16_t>(previous_), static_cast<std::uint16_t>(before.length + 1), last,
+                           before.first};
   ++next_entry_;
   if (next_entry_ + early_ >= 1 << width_ && width_ < kLastWidth)
     ++width_;
 }
 
-// Decodes the next code into `string_`. False at the end of the data or at a code that cannot be.
-bool CPDFStreamLZW::next_string() {
-  string_pos_ = string_end_ = 0;
+// The next code that stands for a string. -1 at the end of the data or at a code that cannot be.
+int CPDFStreamLZW::next_string_code() {
   if (ended_)
-    return false;
+    return -1;
   int code = next_code();
   while (code == kClear) {
     next_entry_ = kFirstEntry;
@@ -92,22 +93,30 @@ bool CPDFStreamLZW::next_string() {
     previous_ = -1;
     code = next_code();
   }
-  const bool is_new = previous_ >= 0 && code == next_entry_;
-  if (code == kEnd || (code >= next_entry_ && !is_new) || (previous_ < 0 && code >= kClear)) {
+  // A code may name the entry that it completes, which ends in the byte that it begins with.
+  const bool is_new = previous_ >= 0 && next_entry_ < kCodes && code == next_entry_;
+  if (code == kEnd || (code >= next_entry_ && !is_new)) {
     ended_ = true;
-    return false;
+    return -1;
   }
   if (previous_ >= 0)
-    add_entry(is_new ? first_[previous_] : first_[code]);
-  if (code >= next_entry_) {  // a full table has no room for the code that defines itself
-    ended_ = true;
-    return false;
-  }
-  string_end_ = length_[code];
-  int at = code;
-  for (int i = string_end_; i-- > 0; at = prefix_[at])
-    string_[i] = suffix_[at];
+    add_entry(entries_[is_new ? previous_ : code].first);
   previous_ = code;
+  return code;
+}
+
+void CPDFStreamLZW::put_string(int code, std::uint8_t* dst) const {
+  for (int i = entries_[code].length; i-- > 0; code = entries_[code].prefix)
+    dst[i] = entries_[code].suffix;
+}
+
+bool CPDFStreamLZW::next_string() {
+  string_pos_ = string_end_ = 0;
+  const int code = next_string_code();
+  if (code < 0)
+    return false;
+  put_string(code, string_);
+  string_end_ = entries_[code].length;
   return true;
 }
 
@@ -121,12 +130,23 @@ int CPDFStreamLZW::read_block2(void* dst, int size) {
   auto* out = static_cast<std::uint8_t*>(dst);
   int total = 0;
   while (total < size) {
-    if (string_pos_ >= string_end_ && !next_string())
+    if (string_pos_ < string_end_) {
+      const int count = std::min(size - total, string_end_ - string_pos_);
+      std::memcpy(out + total, string_ + string_pos_, static_cast<std::size_t>(count));
+      string_pos_ += count;
+      total += count;
+      continue;
+    }
+    if (size - total < kCodes) {  // the next string might not fit
+      if (!next_string())
+        break;
+      continue;
+    }
+    const int code = next_string_code();
+    if (code < 0)
       break;
-    const int count = std::min(size - total, string_end_ - string_pos_);
-    std::memcpy(out + total, string_ + string_pos_, static_cast<std::size_t>(count));
-    string_pos_ += count;
-    total += count;
+    put_string(code, out + total);
+    total += entries_[code].length;
   }
   return total;
 }

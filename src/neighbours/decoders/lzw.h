@@ -20,22 +20,29 @@ public:
 private:
   static constexpr int kCodes = 4096;
 
-  int next_code();
-  bool next_string();
-  void add_entry(std::uint8_t last);
+  struct Entry {
+    std::uint16_t prefix;  // the code of all bytes but the last
+    std::uint16_t length;
+    std::uint8_t suffix;  // the last byte
+    std::uint8_t first;
+  };
 
-  std::uint16_t prefix_[kCodes];
-  std::uint16_t length_[kCodes];
-  std::uint8_t suffix_[kCodes];
-  std::uint8_t first_[kCodes];
-  std::uint8_t string_[kCodes + 1];  // the string of the present code
+  bool fill_window();
+  int next_code();
+  int next_string_code();
+  void add_entry(std::uint8_t last);
+  void put_string(int code, std::uint8_t* dst) const;
+  bool next_string();
+
+  Entry entries_[kCodes];
+  std::uint8_t string_[kCodes];  // a string for which a request had no room, or asked for by the byte
   int string_pos_ = 0;
   int string_end_ = 0;
   int next_entry_ = 0;
   int previous_ = -1;
   int width_ = 9;
   int early_ = 1;
-  std::uint32_t window_ = 0;
+  std::uint64_t window_ = 0;
   int window_bits_ = 0;
   bool ended_ = false;
 };

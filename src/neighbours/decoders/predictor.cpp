@@ -1,137 +1,47 @@
 #include "neighbours/decoders/predictor.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <cstring>
-#include <utility>
 
 #include "base/checked.h"
 #include "base/heap.h"
 #include "filters/stream_filter.h"
+#include "neighbours/decoders/png_rows.h"
 
 namespace {
 
 constexpr int kTiff = 2;
 constexpr int kFirstPng = 10;
-// A row is held in memory twice. Pages are far narrower than this, whatever their resolution.
+// Pages are far narrower than this, whatever their resolution.
 constexpr std::int64_t kMostRowBytes = 4 * 1024 * 1024;
+constexpr int kFetchBytes = 32 * 1024;  // rows are fetched together up to about this size
 
 constexpr bool is_depth(int bits) {
   return bits == 1 || bits == 2 || bits == 4 || bits == 8 || bits == 16;
 }
 
-// The neighbour that is nearest to left + above - upper left (RFC 2083, 6.6).
-constexpr int paeth(int left, int above, int corner) {
-  const int estimate = left + above - corner;
-  const int to_left = std::abs(estimate - left);
-  const int to_above = std::abs(estimate - above);
-  const int to_corner = std::abs(estimate - corner);
-  if (to_left <= to_above && to_left <= to_corner)
-    return left;
-  return to_above <= to_corner ? above : corner;
+void undo_tiff_bytes(std::uint8_t* row, int samples, int colors) {
+  for (int i = colors; i < samples; ++i)
+    row[i] = static_cast<std::uint8_t>(row[i] + row[i - colors]);
 }
 
-}  // namespace
-
-CPDFPredictor::CPDFPredictor(CPDFStream2* source, int predictor, int columns, int colors, int bits_per_component)
-    : source_(source), predictor_(predictor), colors_(colors), bits_(bits_per_component) {
-  if (columns < 1 || colors < 1 || !is_depth(bits_per_component))
-    return;
-  std::int64_t samples = 0;
-  std::int64_t bits = 0;
-  if (!checked_mul<std::int64_t>(columns, colors, samples) || !checked_mul<std::int64_t>(samples, bits_, bits) ||
-      bits > kMostRowBytes * 8)
-    return;
-  row_bytes_ = static_cast<int>((bits + 7) / 8);
-  pixel_bytes_ = static_cast<int>(std::max<std::int64_t>((static_cast<std::int64_t>(colors) * bits_ + 7) / 8, 1));
-  const auto size = static_cast<std::size_t>(row_bytes_) + static_cast<std::size_t>(pixel_bytes_);
-  row_ = static_cast<std::uint8_t*>(QVCalloc(size, 1));
-  above_ = static_cast<std::uint8_t*>(QVCalloc(size, 1));
-}
-
-CPDFPredictor::~CPDFPredictor() {
-  QVFree(row_);
-  QVFree(above_);
-}
-
-// Decodes one row; a short last row counts with the bytes that it has.
-bool CPDFPredictor::next_row() {
-  pos_ = end_ = 0;
-  if (row_ == nullptr || above_ == nullptr)
-    return false;
-  int kind = 0;
-  if (predictor_ >= kFirstPng) {
-    kind = source_->get_char2();
-    if (kind < 0)
-      return false;
-    std::swap(row_, above_);
-  }
-  std::uint8_t* const bytes = row_ + pixel_bytes_;
-  end_ = source_->read_block2(bytes, row_bytes_);
-  if (end_ <= 0)
-    return false;
-  std::memset(bytes + end_, 0, static_cast<std::size_t>(row_bytes_ - end_));
-  if (predictor_ >= kFirstPng)
-    undo_png(kind);
-  else if (predictor_ == kTiff)
-    undo_tiff();
-  return true;
-}
-
-void CPDFPredictor::undo_png(int kind) {
-  std::uint8_t* const row = row_ + pixel_bytes_;
-  const std::uint8_t* const above = above_ + pixel_bytes_;
-  const std::uint8_t* const left = row_;  // zeros stand in front of the row
-  const std::uint8_t* const corner = above_;
-  const auto add = [](std::uint8_t& byte, int value) { byte = static_cast<std::uint8_t>(byte + value); };
-  switch (kind) {
-    case 1:
-      for (int i = 0; i < row_bytes_; ++i)
-        add(row[i], left[i]);
-      return;
-    case 2:
-      for (int i = 0; i < row_bytes_; ++i)
-        add(row[i], above[i]);
-      return;
-    case 3:
-      for (int i = 0; i < row_bytes_; ++i)
-        add(row[i], (left[i] + above[i]) / 2);
-      return;
-    case 4:
-      for (int i = 0; i < row_bytes_; ++i)
-        add(row[i], paeth(left[i], above[i], corner[i]));
-      return;
-    default:
-      return;  // 0 is none; a tag that does not exist is read as none
+void undo_tiff_words(std::uint8_t* row, int samples, int colors) {
+  for (int i = colors; i < samples; ++i) {
+    std::uint8_t* const at = row + 2 * i;
+    const std::uint8_t* const before = at - 2 * colors;
+    const int sum = (at[0] << 8 | at[1]) + (before[0] << 8 | before[1]);
+    at[0] = static_cast<std::uint8_t>(sum >> 8);
+    at[1] = static_cast<std::uint8_t>(sum);
   }
 }
 
-template <class Sample>
-void CPDFPredictor::undo_tiff_samples() {
-  std::uint8_t* const row = row_ + pixel_bytes_;
-  const int samples = row_bytes_ / static_cast<int>(sizeof(Sample));
-  for (int i = colors_; i < samples; ++i) {
-    if constexpr (sizeof(Sample) == 1) {
-      row[i] = static_cast<std::uint8_t>(row[i] + row[i - colors_]);
-    } else {
-      std::uint8_t* const at = row + 2 * i;
-      const std::uint8_t* const before = at - 2 * colors_;
-      const int sum = (at[0] << 8 | at[1]) + (before[0] << 8 | before[1]);
-      at[0] = static_cast<std::uint8_t>(sum >> 8);
-      at[1] = static_cast<std::uint8_t>(sum);
-    }
-  }
-}
-
-// Samples of 1, 2 and 4 bits, which share bytes.
-void CPDFPredictor::undo_tiff_bits() {
-  std::uint8_t* const row = row_ + pixel_bytes_;
-  const int per_byte = 8 / bits_;
-  const int mask = (1 << bits_) - 1;
-  const auto shift_of = [&](std::int64_t index) { return (per_byte - 1 - static_cast<int>(index % per_byte)) * bits_; };
-  const std::int64_t samples = static_cast<std::int64_t>(row_bytes_) * per_byte;
-  for (std::int64_t i = colors_; i < samples; ++i) {
-    const std::int64_t j = i - colors_;
+// Samples of 1, 2 and 4 bits, which share bytes. The bits behind the last sample stay as they are.
+void undo_tiff_bits(std::uint8_t* row, int samples, int colors, int bits) {
+  const int per_byte = 8 / bits;
+  const int mask = (1 << bits) - 1;
+  const auto shift_of = [=](int index) { return (per_byte - 1 - index % per_byte) * bits; };
+  for (int i = colors; i < samples; ++i) {
+    const int j = i - colors;
     const int before = row[j / per_byte] >> shift_of(j);
     std::uint8_t& byte = row[i / per_byte];
     const int sum = ((byte >> shift_of(i)) + before) & mask;
@@ -139,13 +49,76 @@ void CPDFPredictor::undo_tiff_bits() {
   }
 }
 
-void CPDFPredictor::undo_tiff() {
-  if (bits_ == 8)
-    undo_tiff_samples<std::uint8_t>();
-  else if (bits_ == 16)
-    undo_tiff_samples<std::uint16_t>();
+}  // namespace
+
+CPDFPredictor::CPDFPredictor(CPDFStream2* source, int predictor, int columns, int colors, int bits_per_component)
+    : source_(source), predictor_(predictor), colors_(colors), bits_(bits_per_component) {
+  if ((predictor != kTiff && predictor < kFirstPng) || columns < 1 || colors < 1 || !is_depth(bits_per_component))
+    return;
+  std::int64_t samples = 0;
+  std::int64_t bits = 0;
+  if (!checked_mul<std::int64_t>(columns, colors, samples) || !checked_mul<std::int64_t>(samples, bits_, bits) ||
+      bits > kMostRowBytes * 8)
+    return;
+  samples_ = static_cast<int>(samples);
+  row_bytes_ = static_cast<int>((bits + 7) / 8);
+  tag_bytes_ = predictor >= kFirstPng ? 1 : 0;
+  pixel_bytes_ = std::max(colors * bits_ / 8 + (colors * bits_ % 8 != 0 ? 1 : 0), 1);
+  const int stride = row_bytes_ + tag_bytes_;
+  room_ = std::max(kFetchBytes / stride, 1) * stride;
+  block_ = static_cast<std::uint8_t*>(QVAlloc(static_cast<std::size_t>(row_bytes_) + static_cast<std::size_t>(room_)));
+  if (block_ == nullptr)
+    return;
+  std::memset(block_, 0, static_cast<std::size_t>(row_bytes_));
+  row_ = block_;
+  fetch_ = filled_ = block_ + row_bytes_;
+}
+
+CPDFPredictor::~CPDFPredictor() {
+  QVFree(block_);
+}
+
+// Reads as many rows as there is room for. The last row of those before stays as the one above.
+bool CPDFPredictor::fetch_rows() {
+  if (row_ != block_)
+    std::memcpy(block_, row_, static_cast<std::size_t>(row_bytes_));
+  row_ = block_;
+  std::uint8_t* const first = block_ + row_bytes_;
+  const int got = source_->read_block2(first, room_);
+  fetch_ = first;
+  filled_ = first + std::max(got, 0);
+  return got > 0;
+}
+
+// Undoes one row; a short last row counts with the bytes that it has.
+bool CPDFPredictor::next_row() {
+  pos_ = end_ = 0;
+  if (block_ == nullptr || (fetch_ >= filled_ && !fetch_rows()))
+    return false;
+  const int tag = tag_bytes_ != 0 ? *fetch_ : 0;
+  std::uint8_t* const row = fetch_ + tag_bytes_;
+  const int count = static_cast<int>(std::min<std::ptrdiff_t>(row_bytes_, filled_ - row));
+  fetch_ = std::min(row + row_bytes_, filled_);
+  if (count <= 0)
+    return false;
+  std::memset(row + count, 0, static_cast<std::size_t>(row_bytes_ - count));
+  above_ = row_;
+  row_ = row;
+  end_ = count;
+  if (tag_bytes_ != 0)
+    undo_png_row(tag, row, above_, row_bytes_, pixel_bytes_);
   else
-    undo_tiff_bits();
+    undo_tiff(row);
+  return true;
+}
+
+void CPDFPredictor::undo_tiff(std::uint8_t* row) const {
+  if (bits_ == 8)
+    undo_tiff_bytes(row, samples_, colors_);
+  else if (bits_ == 16)
+    undo_tiff_words(row, samples_, colors_);
+  else
+    undo_tiff_bits(row, samples_, colors_, bits_);
 }
 
 int CPDFPredictor::read_block(void* dst, int size) {
@@ -157,7 +130,7 @@ int CPDFPredictor::read_block(void* dst, int size) {
     if (pos_ >= end_ && !next_row())
       break;
     const int count = std::min(size - total, end_ - pos_);
-    std::memcpy(out + total, row_ + pixel_bytes_ + pos_, static_cast<std::size_t>(count));
+    std::memcpy(out + total, row_ + pos_, static_cast<std::size_t>(count));
     pos_ += count;
     total += count;
   }

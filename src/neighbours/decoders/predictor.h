@@ -19,21 +19,24 @@ public:
   int read_block(void* dst, int size);
 
 private:
+  bool fetch_rows();
   bool next_row();
-  void undo_png(int kind);
-  void undo_tiff();
-  template <class Sample>
-  void undo_tiff_samples();
-  void undo_tiff_bits();
+  void undo_tiff(std::uint8_t* row) const;
 
   CPDFStream2* source_;
   int predictor_;
   int colors_;
   int bits_;
-  int row_bytes_ = 0;            // bytes of a row without PNG's tag
-  int pixel_bytes_ = 1;          // distance of PNG's left neighbour
-  std::uint8_t* row_ = nullptr;  // pixel_bytes_ of zeros, then the row
-  std::uint8_t* above_ = nullptr;
+  int samples_ = 0;                 // samples of a row
+  int row_bytes_ = 0;               // bytes of a row without PNG's tag
+  int tag_bytes_ = 0;               // 1 for PNG
+  int pixel_bytes_ = 1;             // distance of PNG's left neighbour
+  int room_ = 0;                    // bytes of the rows fetched at once
+  std::uint8_t* block_ = nullptr;   // the row above the first one fetched, then the rows
+  std::uint8_t* above_ = nullptr;   // the row above the present one
+  std::uint8_t* row_ = nullptr;     // the present row
+  std::uint8_t* fetch_ = nullptr;   // the next row to undo
+  std::uint8_t* filled_ = nullptr;  // behind the last byte fetched
   int pos_ = 0;
   int end_ = 0;  // bytes of the present row
 };
