@@ -1,7 +1,7 @@
 // The smallest document: a header, a page tree without pages, a catalogue. The first save writes
 // everything else.
 #include "base/scope_guard.h"
-#include "save/pdf_header.h"
+#include "xref/pdf_header.h"
 #include "xref/xref_table.h"
 
 void CPDFXRefTable::new_xref() {

@@ -11,7 +11,7 @@
 #include "save/block_writer_internal.h"
 #include "save/entry_deflater_internal.h"
 #include "save/object_runs_internal.h"
-#include "save/pdf_header.h"
+#include "xref/pdf_header.h"
 #include "save/xref_stream_internal.h"
 #include "xref/xref_table.h"
 
