@@ -38,6 +38,8 @@ public:
     else if (is_regular(last_) && is_regular(first))
       put(' ');
   }
+  /// Whatever follows must be separated, as behind an empty name.
+  void keep_apart() { last_ = '0'; }
   void flush() {
     if (used_ != 0)
       out_->Write(bytes_, used_);

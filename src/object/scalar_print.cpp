@@ -126,6 +126,8 @@ void print_real(PrintBuffer& out, QVFIX value) {
 void print_name(PrintBuffer& out, const char* name) {
   out.separate('/');
   out.put('/');
+  if (name == nullptr || *name == 0)
+    out.keep_apart();
   for (; name != nullptr && *name != 0; ++name) {
     const char c = *name;
     if (is_regular(c) && is_printable(c) && c != '#') {

@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "base/heap.h"
+#include "base/number_text.h"
 #include "base/scope_guard.h"
 #include "neighbours/security/sec_hand.h"
 #include "object/parse_buf.h"
@@ -92,6 +93,9 @@ void CPDFXRefTable::save_obj(CQVStream* out, int base, int num, PDF_XREF* item, 
   stream->SetPos(CQVStream::STR_SEEK_SET, item->offset);
   CPDFBufBase buf;
   buf.buf_init(stream);
+  // Where another object stands, this one is lost: better none than what happens to lie there.
+  if (ansi_to_i32(buf.buf_data) != num)
+    return;
   // The encrypted branch needs the generation for the key, so -1 becomes 0 ahead of reading.
   if (item->gen == -1)
     item->gen = 0;

@@ -35,6 +35,7 @@ TEST(Syntax, ValuesReadAsOtherReadersReadThem) {
       {"/Name#20with#41", "/Name#20withA"},
       {"/A#zz#00", "/A#23zz#2300"},
       {"/", "/"},
+      {"[/ null / 1/ /A]", "[/ null/ 1//A]"},
       {"(a(b)c)", "(a\\(b\\)c)"},
       {"(\\n\\101\\8\\\r\n\\)x\r\ny)", "(\\nA8\\)x\\ny)"},
       {"(open", "(open)"},

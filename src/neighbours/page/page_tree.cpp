@@ -1,5 +1,7 @@
 // The page tree (ISO 32000-1, 7.7.3), walked on a stack of its own. Each node is visited once, so
 // that no loop can hold the walk up.
+#include <new>
+
 #include "base/scope_guard.h"
 #include "neighbours/page/doc.h"
 #include "object/array.h"
@@ -131,7 +133,17 @@ bool CPDFDoc::walk_pages(Attempt& attempt) {
       stack.push(kids, node);
   };
   Freed<CPDFObj> kids;
-  table_.resolve(kids, tree.as_dict()->get_item("Kids"));
+  const auto fetch_kids = [&](const CPDFDictionary& dict) {
+    const CPDFObj* item = dict.get_item("Kids");
+    table_.resolve(kids, item);
+    if (kids.as_dict() == nullptr || item->tag != kTagRef)
+      return;
+    // A single kid without its brackets.
+    kids.take_array(new (std::nothrow) CPDFArray);
+    if (kids.as_array() != nullptr)
+      kids.as_array()->append_ref(item->as_ref());
+  };
+  fetch_kids(*tree.as_dict());
   if (is_leaf(*tree.as_dict(), kids)) {
     // Some writers leave out the tree where there is one page only.
     if (looks_like_page(*tree.as_dict()) && top_ref.num > 0)
@@ -157,7 +169,7 @@ bool CPDFDoc::walk_pages(Attempt& attempt) {
     if (dict == nullptr)
       continue;
     attempt.trusted = attempt.trusted && header_stands_at(ref);
-    table_.resolve(kids, dict->get_item("Kids"));
+    fetch_kids(*dict);
     // A page may be listed twice, but a node that comes up again is a loop.
     if (!is_leaf(*dict, kids)) {
       if (visited.visit(ref.num))

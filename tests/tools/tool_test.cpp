@@ -1,0 +1,140 @@
+// The command-line tool from outside: exit codes, output, and that inputs are never damaged.
+#include <gtest/gtest.h>
+
+#include "support/external_tool.h"
+#include "support/pdf_builder.h"
+
+namespace {
+
+struct Tool : testing::Test {
+  void SetUp() override {
+    PdfBuilder builder;
+    builder.pages(2)
+        .stream(6, "/Filter/FlateDecode", PdfBuilder::deflated("decoded data"))
+        .obj(5, "<</Title(T\\351st)>>");
+    builder.classic("/Root 1 0 R/Info 5 0 R/ID[<0A><0B>]");
+    good = builder.str();
+    write_file(in, good);
+  }
+  RunResult sheaf(const std::string& arguments) {
+    return run_command(std::string(SHEAF_TOOL) + " " + arguments + " 2>&1");
+  }
+  static bool contains(const RunResult& result, const std::string& text) {
+    return result.output.find(text) != std::string::npos;
+  }
+
+  TestFolder folder;
+  std::string in = folder / "in.pdf";
+  std::string out = folder / "out.pdf";
+  std::string good;
+};
+
+TEST_F(Tool, ReadsInBothForms) {
+  const RunResult info = sheaf("info --json " + in);
+  EXPECT_EQ(info.code, 0);
+  EXPECT_TRUE(contains(info, "\"pages\":2,")) << info.output;
+  EXPECT_TRUE(contains(info, "\"Title\":\"T\xC3\xA9st\"")) << info.output;
+  EXPECT_TRUE(contains(info, "\"id\":\"0a\"")) << info.output;
+  EXPECT_EQ(sheaf("show " + in + " 2").output, "<</Count 2/Kids[3 0 R 4 0 R]/MediaBox[0 0 612 792]/Type/Pages>>\n");
+  EXPECT_TRUE(contains(sheaf("show " + in), "/Root 1 0 R"));
+  EXPECT_EQ(sheaf("stream " + in + " 6").output, "decoded data");
+  EXPECT_EQ(sheaf("stream --raw " + in + " 6").output, PdfBuilder::deflated("decoded data"));
+  EXPECT_TRUE(
+      contains(sheaf("pages --json " + in), "{\"index\":1,\"object\":4,\"width\":612,\"height\":792,\"rotate\":0}"));
+}
+
+TEST_F(Tool, CheckTellsProblemsByObject) {
+  const RunResult clean = sheaf("check --json " + in);
+  EXPECT_EQ(clean.code, 0);
+  EXPECT_EQ(clean.output.substr(clean.output.find("\"status\"")),
+            "\"status\":\"clean\",\"pages\":2,\"objects\":6,\"streams\":1,\"decoded_bytes\":12,\"problems\":[],"
+            "\"repairs\":[]}\n");
+  PdfBuilder bad;
+  bad.pages(1).stream(4, "/Filter/NoSuch", "x").stream(5, "/Filter/FlateDecode", "no deflate data").classic();
+  write_file(out, bad.str());
+  const RunResult problems = sheaf("check --json " + out);
+  EXPECT_EQ(problems.code, 1);
+  EXPECT_TRUE(contains(problems, "{\"object\":4,\"what\":\"no decoder for /NoSuch\"}")) << problems.output;
+  EXPECT_TRUE(contains(problems, "{\"object\":5,")) << problems.output;
+  write_file(out, "%PDF-1.4 nothing");
+  EXPECT_EQ(sheaf("check " + out).code, 2);
+}
+
+TEST_F(Tool, MessagesNameTheFileAndTheWayOut) {
+  for (const char* arguments : {"info missing.pdf", "show missing.pdf 3", "rewrite missing.pdf x.pdf", "frobnicate"}) {
+    const RunResult result = sheaf(arguments);
+    EXPECT_EQ(result.code, 2) << arguments;
+    EXPECT_FALSE(result.output.empty());
+  }
+  EXPECT_TRUE(contains(sheaf("info missing.pdf"), "missing.pdf: cannot be opened"));
+  EXPECT_TRUE(contains(sheaf("stream " + in + " 2"), "object 2 is no stream"));
+  EXPECT_TRUE(contains(sheaf("show " + in + " 99"), "object 99 does not exist"));
+}
+
+TEST_F(Tool, InputsAreNeverWrittenOver) {
+  EXPECT_EQ(sheaf("rewrite " + in + " " + in).code, 2);
+  EXPECT_EQ(sheaf("update " + in + " -o " + in + " --set Title=x").code, 2);
+  EXPECT_EQ(sheaf("update " + in + " --set Title=x").code, 2);
+  EXPECT_EQ(sheaf("update " + in + " -o " + out + " --attach " + (folder / "missing")).code, 2);
+  EXPECT_EQ(sheaf("update " + in + " -o " + out + " --set Colour=x").code, 2);
+  EXPECT_EQ(read_file(in), good);
+  EXPECT_FALSE(std::filesystem::exists(out));
+}
+
+TEST_F(Tool, UpdatesGoBehindTheOldContent) {
+  for (const char* form : {"--classic", "--stream", "--seal --saves 3"}) {
+    ASSERT_EQ(sheaf("update " + in + " -o " + out + " --set Title=Neu --attach " + in + " " + form).code, 0) << form;
+    EXPECT_EQ(read_file(out).substr(0, good.size()), good);
+    EXPECT_TRUE(contains(sheaf("info " + out), "Neu")) << form;
+    EXPECT_EQ(sheaf("check " + out).code, 0) << form;
+    if (has_program("qpdf")) {
+      EXPECT_EQ(run_command("qpdf --check " + out + " 2>&1 | grep -v 'one plus' | grep -c WARNING").output, "0\n");
+      EXPECT_TRUE(contains(run_command("qpdf --list-attachments " + out + " 2>&1"), "in.pdf")) << form;
+    }
+  }
+  EXPECT_EQ(sheaf("update " + in + " --in-place --set Title=Inside").code, 0);
+  EXPECT_EQ(read_file(in).substr(0, good.size()), good);
+  EXPECT_TRUE(contains(sheaf("info " + in), "Inside"));
+}
+
+TEST_F(Tool, RewritesAreTheSameWhenAskedTo) {
+  ASSERT_EQ(sheaf("rewrite --deterministic-id " + in + " " + out).code, 0);
+  const std::string first = read_file(out);
+  ASSERT_EQ(sheaf("rewrite --deterministic-id " + in + " " + out).code, 0);
+  EXPECT_EQ(read_file(out), first);
+  EXPECT_EQ(sheaf("check " + out).code, 0);
+  write_file(in, good.substr(0, good.rfind("xref\n0")));
+  const RunResult repair = sheaf("repair " + in + " " + out);
+  EXPECT_EQ(repair.code, 0);
+  EXPECT_TRUE(contains(repair, "healed (")) << repair.output;
+  EXPECT_EQ(sheaf("check " + out).code, 0);
+}
+
+TEST_F(Tool, EncryptionIsKeptUnlessItIsTakenOff) {
+  const std::string other = folder / "other.pdf";
+  ASSERT_EQ(sheaf("rewrite --encrypt aes256 --user-password u --owner-password o " + in + " " + out).code, 0);
+  EXPECT_EQ(sheaf("rewrite " + out + " " + other).code, 2);
+  EXPECT_FALSE(std::filesystem::exists(other));
+  EXPECT_TRUE(contains(sheaf("show --password nope " + out + " 5"), "the password is wrong"));
+  write_file(folder / "pw", "u\n");
+  ASSERT_EQ(sheaf("rewrite --password-file " + (folder / "pw") + " " + out + " " + other).code, 0);
+  EXPECT_TRUE(contains(sheaf("info --password o " + other), "AES-256"));
+  EXPECT_TRUE(contains(sheaf("info --password o " + other), "owner password"));
+  if (has_program("qpdf")) {
+    EXPECT_EQ(run_command("qpdf --check --password=u " + other + " 2>&1").code, 0);
+    EXPECT_NE(run_command("qpdf --check --password=x " + other + " 2>&1").code, 0);
+  }
+  ASSERT_EQ(sheaf("rewrite --decrypt --password u " + other + " " + out).code, 0);
+  EXPECT_TRUE(contains(sheaf("info " + out), "Encrypted      no"));
+}
+
+TEST_F(Tool, NewDocumentsAndTheVerdictOnTheirFrame) {
+  ASSERT_EQ(sheaf("new " + out + " --set Author=Me").code, 0);
+  EXPECT_EQ(sheaf("pdfa " + out).code, 0);
+  EXPECT_EQ(sheaf("pdfa " + in).code, 0);
+  write_file(in, PdfBuilder("%PDF-1.4\n").pages(1).classic().str());
+  EXPECT_EQ(sheaf("pdfa " + in).code, 1);
+  EXPECT_TRUE(contains(sheaf("info " + out), "Author         Me"));
+}
+
+}  // namespace
