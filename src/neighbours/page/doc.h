@@ -16,6 +16,7 @@
 
 #include "base/grow_array.h"
 #include "base/stream.h"
+#include "base/stream_blocks.h"
 #include "neighbours/page/page.h"
 #include "neighbours/security/standard_handler.h"
 #include "xref/xref_table.h"
@@ -158,7 +159,8 @@ private:
 
   CPDFXRefTable table_;
   CPDFStandardSecHand handler_;
-  CQVStreamFile file_;
+  CQVStreamBlocks blocks_;  // a document opened for reading
+  CQVStreamFile file_;      // a document opened for update
   CQVStream* stream_ = nullptr;
   PDF_OPEN status_ = PDF_OPEN::kClosed;
   bool linearized_ = false;

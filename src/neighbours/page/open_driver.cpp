@@ -30,12 +30,11 @@ int find_last(const char* data, int len, const char* word) {
 
 bool CPDFDoc::open(const char* path) {
   close();
-  file_.Open(path);
-  if (file_.file == nullptr) {
+  if (!blocks_.Open(path)) {
     status_ = PDF_OPEN::kNoFile;
     return false;
   }
-  stream_ = &file_;
+  stream_ = &blocks_;
   return open_stream();
 }
 
@@ -53,6 +52,7 @@ void CPDFDoc::close() {
     stream_->base_offset = 0;
   stream_ = nullptr;
   file_.Close();
+  blocks_.Close();
   pages_.reset();
   nodes_.reset();
   repairs_.reset();
