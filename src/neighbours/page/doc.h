@@ -116,6 +116,13 @@ public:
   /// Cuts the file opened for update back to `size` bytes, after a save that failed.
   void truncate_to(long long size);
 
+  /// The page list of a linearized file from its start alone, without its main table. True when the
+  /// file was not updated since and every page that the hints name stands where they say; the list
+  /// is then complete. The caller releases `set.pages` with QVFree.
+  static bool read_page_hints(CQVStream* stream, PDF_PAGE_SET& set);
+  /// Whether the hints of the open document give the same pages as its page tree.
+  bool hints_hold();
+
   /// What had to be healed, in the order in which it was met. Borrowed; valid until `close`.
   const GrowArray<PDF_DOC_REPAIR>& repairs();
 
