@@ -4,30 +4,10 @@
 
 #include "base/scope_guard.h"
 #include "neighbours/page/doc.h"
+#include "neighbours/page/visited_set.h"
 #include "object/array.h"
 
 namespace {
-
-// One bit an object number.
-class VisitedSet {
-public:
-  // False when `num` was visited before or cannot be remembered.
-  bool visit(std::int32_t num) {
-    if (num < 1)
-      return false;
-    const auto byte = static_cast<std::size_t>(num) / 8;
-    const auto bit = static_cast<std::uint8_t>(1u << (num % 8));
-    if (byte >= bits_.size() && !bits_.resize(byte * 2 + 64))
-      return false;
-    if ((bits_[byte] & bit) != 0)
-      return false;
-    bits_[byte] = static_cast<std::uint8_t>(bits_[byte] | bit);
-    return true;
-  }
-
-private:
-  GrowArray<std::uint8_t> bits_;
-};
 
 // A tree node whose kids are being visited. The array is owned by the frame.
 struct Frame {
