@@ -21,6 +21,13 @@ constexpr std::uint32_t kLeastMaxObjNum = (1u << 22) + 256;
 constexpr std::uint64_t kNumbersPerByte = 8;
 constexpr std::uint32_t kMostObjNum = 0x7FFFFF00;
 
+// How many entries the block takes for `count`: exactly these when a section tells the size, and
+// some more when a large table grows by a little, as it does number by number.
+std::uint32_t room_for(std::uint32_t count, std::uint32_t present) {
+  const bool by_a_little = count - present < present / 8;
+  return by_a_little ? present + present / 4 : count;
+}
+
 // The capacity goes up by fixed steps; behind it the block grows by half, so that a document with a
 // hundred thousand new objects does not move them every 32.
 bool make_slots(CPDFXRefTable& table, std::uint32_t capacity) {
@@ -62,14 +69,18 @@ std::uint32_t CPDFXRefTable::max_obj_num() const {
 bool CPDFXRefTable::grow_xref_items(std::uint32_t new_count, bool sets_next) {
   if (new_count <= xref_count)
     return true;
-  void* grown = QVRealloc(xref_items, std::size_t{new_count} * sizeof(PDF_XREF));
-  if (grown == nullptr) {
-    QVFree(xref_items);
-    xref_items = nullptr;
-    xref_count = 0;
-    return false;
+  if (new_count > xref_room) {
+    const std::uint32_t room = room_for(new_count, xref_count);
+    void* grown = QVRealloc(xref_items, std::size_t{room} * sizeof(PDF_XREF));
+    if (grown == nullptr) {
+      QVFree(xref_items);
+      xref_items = nullptr;
+      xref_count = xref_room = 0;
+      return false;
+    }
+    xref_items = static_cast<PDF_XREF*>(grown);
+    xref_room = room;
   }
-  xref_items = static_cast<PDF_XREF*>(grown);
   for (std::uint32_t i = xref_count; i < new_count; ++i)
     xref_items[i] = {0, 0, -1};
   xref_count = new_count;
@@ -182,7 +193,7 @@ void CPDFXRefTable::set_envirment(CPDFEnviroment* environment, const char* tag) 
 void CPDFXRefTable::XRefFree() {
   QVFree(xref_items);
   xref_items = nullptr;
-  xref_count = 0;
+  xref_count = xref_room = 0;
 
   for (std::uint32_t i = 0; i < new_obj_count; ++i)
     new_objs[i].obj.free();
