@@ -12,8 +12,6 @@
 
 namespace {
 
-constexpr int kBlock = 64 * 1024;
-
 struct Problem {
   std::int32_t object;
   std::string what;
@@ -30,7 +28,7 @@ struct Result {
 
 class Checker {
 public:
-  Checker(CPDFDoc& doc, Result& result) : table_(doc.table()), result_(result), block_(kBlock) {}
+  Checker(CPDFDoc& doc, Result& result) : table_(doc.table()), result_(result) {}
 
   void check_objects() {
     table_.drain_pending();
@@ -65,13 +63,12 @@ private:
         problem(num, "stream data cannot be read");
       return;
     }
-    std::int64_t total = 0;
-    for (int got = decoder->read_block(block_.data(), kBlock); got > 0;
-         got = decoder->read_block(block_.data(), kBlock))
-      total += got;
+    const std::int64_t total = drain(table_, rec, *decoder, [](const unsigned char*, int) { return true; });
     result_.decoded_bytes += total;
     if (total == 0)
       problem(num, "stream data decode to nothing");
+    if (total >= kMostDecoded)
+      problem(num, "stream data decode to more than 1 GiB; the rest was not looked at");
   }
 
   bool is_empty(const CPDFStreamRec& rec) {
@@ -108,7 +105,6 @@ private:
 
   CPDFXRefTable& table_;
   Result& result_;
-  std::vector<unsigned char> block_;
   Freed<CPDFObj> obj_;
   std::string name_;
 };

@@ -1,7 +1,6 @@
 // sheaf stream: the data of a stream, decoded or as stored.
 #include <cstdio>
 #include <memory>
-#include <vector>
 
 #include "base/heap.h"
 #include "base/scope_guard.h"
@@ -9,8 +8,6 @@
 #include "tool_support.h"
 
 namespace {
-
-constexpr int kBlock = 64 * 1024;
 
 struct FileCloser {
   void operator()(std::FILE* file) const {
@@ -23,13 +20,10 @@ bool put(std::FILE* out, const void* data, std::size_t size) {
   return std::fwrite(data, 1, size, out) == size;
 }
 
-bool put_decoded(CPDFStream& decoder, std::FILE* out) {
-  std::vector<unsigned char> block(kBlock);
-  for (int got = decoder.read_block(block.data(), kBlock); got > 0; got = decoder.read_block(block.data(), kBlock)) {
-    if (!put(out, block.data(), static_cast<std::size_t>(got)))
-      return false;
-  }
-  return true;
+bool put_decoded(CPDFXRefTable& table, const CPDFStreamRec& rec, CPDFStream& decoder, std::FILE* out) {
+  return drain(table, rec, decoder, [out](const unsigned char* data, int size) {
+           return put(out, data, static_cast<std::size_t>(size));
+         }) >= 0;
 }
 
 }  // namespace
@@ -60,8 +54,8 @@ int run_stream(const StreamOptions& options) {
     complain(options.output, "cannot be written; check the folder and its permissions");
     return kExitFailed;
   }
-  const bool done =
-      options.raw ? put(out.get(), raw.get(), static_cast<std::size_t>(raw_len)) : put_decoded(*decoder, out.get());
+  const bool done = options.raw ? put(out.get(), raw.get(), static_cast<std::size_t>(raw_len))
+                                : put_decoded(table, *rec, *decoder, out.get());
   if (!done || std::fflush(out.get()) != 0) {
     complain(options.output.empty() ? "standard output" : options.output, "could not be written to its end");
     return kExitFailed;

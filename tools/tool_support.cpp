@@ -1,8 +1,12 @@
 #include "tool_support.h"
 
+#include <algorithm>
 #include <cstdio>
+#include <vector>
 
 #include "base/heap.h"
+#include "base/scope_guard.h"
+#include "filters/ccitt.h"
 #include "neighbours/page/text_utf8.h"
 
 void complain(const std::string& file, const std::string& message) {
@@ -86,6 +90,31 @@ bool open_document_for_update(CPDFDoc& doc, const std::string& path, const std::
     return false;
   doc.set_password(password.c_str());
   return doc.open_for_update(path.c_str()) ? accept(doc, shown, true) : refuse(doc, shown);
+}
+
+std::int64_t drain(CPDFXRefTable& table, const CPDFStreamRec& rec, CPDFStream& decoder,
+                   const std::function<bool(const unsigned char*, int)>& sink) {
+  constexpr int kBlock = 64 * 1024;
+  int piece = kBlock;
+  std::int64_t rows = INT64_MAX;
+  if (decoder.filter_type == kFilterCCITTFax) {
+    const auto& fax = static_cast<const CPDFStreamFAX&>(decoder);
+    Freed<CPDFObj> height;
+    table.resolve(height, rec.dict.get_item(CPDFDictionary::sm_tag_height));
+    rows = height.to_int() > 0 ? height.to_int() : std::max(fax.rows, 0);
+    piece = (fax.columns + 7) / 8;
+  }
+  std::vector<unsigned char> block(static_cast<std::size_t>(std::max(piece, 1)));
+  std::int64_t total = 0;
+  for (std::int64_t row = 0; row < rows && total < kMostDecoded; ++row) {
+    const int got = decoder.read_block(block.data(), piece);
+    if (got <= 0)
+      break;
+    if (!sink(block.data(), got))
+      return -1;
+    total += got;
+  }
+  return total;
 }
 
 std::string utf8_text(const PDF_String& text) {

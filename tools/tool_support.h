@@ -1,6 +1,7 @@
 // What the commands share: opening with messages, and values as text.
 #pragma once
 
+#include <functional>
 #include <string>
 
 #include "commands.h"
@@ -19,6 +20,13 @@ bool open_document_for_update(CPDFDoc& doc, const std::string& path, const std::
 
 /// Why an encrypted document cannot be read.
 std::string password_trouble(const CPDFDoc& doc);
+
+/// Reads a decoder to its end in pieces and hands them to `sink`, which gives false to stop. CCITT
+/// images are read by rows, as many as the image has: their data have no end of their own. What
+/// decodes to more than kMostDecoded is cut. The result is the count of bytes, -1 when stopped.
+constexpr std::int64_t kMostDecoded = std::int64_t{1} << 30;
+std::int64_t drain(CPDFXRefTable& table, const CPDFStreamRec& rec, CPDFStream& decoder,
+                   const std::function<bool(const unsigned char*, int)>& sink);
 
 /// A PDF text string as UTF-8.
 std::string utf8_text(const PDF_String& text);

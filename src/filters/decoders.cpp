@@ -4,6 +4,7 @@
 
 #include "base/heap.h"
 #include "filters/ascii_hex.h"
+#include "filters/ccitt.h"
 #include "filters/decode_parms.h"
 #include "filters/flate.h"
 #include "filters/run_length.h"
@@ -73,6 +74,18 @@ CPDFStream* make_run_length(CPDFXRefTable*, unsigned char* data, int len, const 
   return make_over<CPDFStreamRunlen>(data, len);
 }
 
+// "EndOfLine" and "EndOfBlock" play no part: line ends and the end of the block are found from the
+// data.
+CPDFStream* make_ccitt(CPDFXRefTable* table, unsigned char* data, int len, const CPDFDictionary* parms) {
+  auto* fax = make_over<CPDFStreamFAX>(data, len);
+  if (fax == nullptr)
+    return nullptr;
+  fax->open(parm_number(table, parms, "K", 0), parm_number(table, parms, "Columns", 1728),
+            parm_number(table, parms, "Rows", 0), parm_flag(table, parms, "EncodedByteAlign") ? 1 : 0,
+            parm_flag(table, parms, "BlackIs1") ? 1 : 0);
+  return fax;
+}
+
 struct Row {
   const char* name;
   const char* short_name;
@@ -86,6 +99,7 @@ constexpr Row kDecoders[] = {
     {"ASCII85Decode", "A85", make_ascii85},
     {"LZWDecode", "LZW", make_lzw},
     {"RunLengthDecode", "RL", make_run_length},
+    {"CCITTFaxDecode", "CCF", make_ccitt},
 };
 
 }  // namespace

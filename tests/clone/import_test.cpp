@@ -10,6 +10,8 @@ namespace {
 
 // A new destination, and a source with an import open.
 struct Import {
+  /// The number that a source object got.
+  int mapped(int num) const { return static_cast<int>(context->map[num]); }
   explicit Import(const std::string& bytes) : file(bytes) {
     into.create(&out);
     from.open(&file);
@@ -75,11 +77,11 @@ TEST(Import, AnnotationsFindTheirPageAndDestinationsBringNone) {
       .classic();
   Import import(builder.str());
   const int page = import.page(0);
-  const int annot = import.context->map[5];
-  EXPECT_EQ(import.text(annot), "<</Dest[4 0 R/Fit]/Far 0 0 R/Odd[" + ref(import.context->map[6]) + "/Foo]/P " +
+  const int annot = import.mapped(5);
+  EXPECT_EQ(import.text(annot), "<</Dest[4 0 R/Fit]/Far 0 0 R/Odd[" + ref(import.mapped(6)) + "/Foo]/P " +
                                     ref(page) + "/Subtype/Link>>");
-  EXPECT_EQ(import.text(import.context->map[6]), "[" + ref(annot) + "]");  // a cycle closes on the object itself
-  const int reserved = import.context->map[4];
+  EXPECT_EQ(import.text(import.mapped(6)), "[" + ref(annot) + "]");  // a cycle closes on the object itself
+  const int reserved = import.mapped(4);
   EXPECT_NE(reserved, 0);
   EXPECT_EQ(import.text(reserved), "null");
   EXPECT_EQ(import.page(1), reserved);
@@ -191,7 +193,7 @@ TEST(AcroForm, WholeFormsReplaceOnlyWhenTheyAreObjects) {
   EXPECT_EQ(direct.text(direct.into.table().root.as_ref().num).find("AcroForm"), std::string::npos);
   Import object(with_form("6 0 R", "<</T(a)>>"));
   EXPECT_EQ(object.into.table().clone_acro_form(&object.from.table(), object.context), 1);
-  EXPECT_NE(object.text(object.into.table().root.as_ref().num).find("/AcroForm " + ref(object.context->map[6])),
+  EXPECT_NE(object.text(object.into.table().root.as_ref().num).find("/AcroForm " + ref(object.mapped(6))),
             std::string::npos);
 }
 
