@@ -182,6 +182,7 @@ private:
   bool take_direct_resources(CPDFDictionary& dict);
 
   // page_edit.cpp
+  int edit_pages();
   bool detach_page(int index, bool listed_before);
 
   // deep_recovery.cpp

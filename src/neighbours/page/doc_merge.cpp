@@ -79,6 +79,13 @@ void CPDFDocMerge::forget_repeated(Source& src, const CPDFPage& page) {
     forget(annots.as_array()->items + i);
 }
 
+// Objects may have moved since the page was stored.
+void CPDFDocMerge::restore_group(const PDF_REF& page, CPDFObj& group) {
+  const PDF_NEWOBJ* slot = table_.get_xref2(page.num, page.gen);
+  if (slot != nullptr && slot->obj.as_dict() != nullptr)
+    slot->obj.as_dict()->move_item("Group", group);
+}
+
 PDF_REF CPDFDocMerge::append_page(Source& src, std::int32_t index) {
   CPDFPage page;
   if (!src.doc.load_page(index, page) || !src.is_mapped(page.ref.num))
@@ -98,14 +105,16 @@ PDF_REF CPDFDocMerge::append_page(Source& src, std::int32_t index) {
     mapped = first;
   if (made.num == 0)
     return made;
+  const PDF_NEWOBJ* slot = table_.get_xref2(made.num, 0);
+  CPDFDictionary* const dict = slot != nullptr ? slot->obj.as_dict() : nullptr;
+  if (dict == nullptr)
+    return {0, 0};
+  dict->set_item_name(CPDFDictionary::sm_tag_type, "Page");
   // The import leaves the transparency group behind, without which blending looks different.
   Freed<CPDFObj> group;
   src.table.resolve(group, page.dict.get_item("Group"));
-  if (group.as_dict() != nullptr && table_.clone_dict(&src.table, src.context, group.as_dict()) != 0) {
-    const PDF_NEWOBJ* slot = table_.get_xref2(made.num, 0);
-    if (slot != nullptr && slot->obj.as_dict() != nullptr)
-      slot->obj.as_dict()->move_item("Group", group);
-  }
+  if (group.as_dict() != nullptr && table_.clone_dict(&src.table, src.context, group.as_dict()) != 0)
+    restore_group(made, group);
   return made;
 }
 

@@ -48,8 +48,16 @@ bool store_node(CPDFXRefTable& table, const PDF_REF& ref, const Branch* kids, st
 
 }  // namespace
 
+// From here on the list is what counts, and no longer the tree.
+int CPDFDoc::edit_pages() {
+  ensure_pages();
+  quick_count_ = -1;
+  return static_cast<int>(pages_.size());
+}
+
 bool CPDFDoc::insert_page(int index, const PDF_REF& page) {
-  if (index < 0 || index > page_count() || page.num < 1 || !pages_.push({page, -1}))
+  const int count = edit_pages();
+  if (index < 0 || index > count || page.num < 1 || !pages_.push({page, -1}))
     return false;
   std::rotate(pages_.begin() + index, pages_.end() - 1, pages_.end());
   pages_changed_ = true;
@@ -57,7 +65,7 @@ bool CPDFDoc::insert_page(int index, const PDF_REF& page) {
 }
 
 bool CPDFDoc::remove_page(int index) {
-  if (index < 0 || index >= page_count())
+  if (index < 0 || index >= edit_pages())
     return false;
   std::rotate(pages_.begin() + index, pages_.begin() + index + 1, pages_.end());
   pages_.pop();
@@ -66,7 +74,8 @@ bool CPDFDoc::remove_page(int index) {
 }
 
 bool CPDFDoc::move_page(int from, int to) {
-  if (from < 0 || from >= page_count() || to < 0 || to >= page_count())
+  const int count = edit_pages();
+  if (from < 0 || from >= count || to < 0 || to >= count)
     return false;
   PageEntry* const first = pages_.begin();
   if (from < to)
