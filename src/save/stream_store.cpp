@@ -1,5 +1,6 @@
 // Where the bytes of new and replaced streams wait until the next save: at the end of the
 // temporary file when the caller has set one up, in the table's list of memory streams if not.
+#include <algorithm>
 #include <cstring>
 #include <new>
 
@@ -81,10 +82,14 @@ PDF_MEMSTREAM* find_mem_stream(const CPDFXRefTable& table, std::int32_t num) {
 PDF_MEMSTREAM* append_mem_stream(CPDFXRefTable& table) {
   if (table.mem_stream_count >= table.mem_stream_capacity) {
     const std::int32_t capacity = table.mem_stream_capacity + kMemStreamStep;
-    void* grown = QVRealloc(table.mem_streams, static_cast<std::size_t>(capacity) * sizeof(PDF_MEMSTREAM));
-    if (grown == nullptr)
-      return nullptr;
-    table.mem_streams = static_cast<PDF_MEMSTREAM*>(grown);
+    if (capacity > table.mem_stream_room) {
+      const std::int32_t room = std::max(capacity, table.mem_stream_room + table.mem_stream_room / 2);
+      void* grown = QVRealloc(table.mem_streams, static_cast<std::size_t>(room) * sizeof(PDF_MEMSTREAM));
+      if (grown == nullptr)
+        return nullptr;
+      table.mem_streams = static_cast<PDF_MEMSTREAM*>(grown);
+      table.mem_stream_room = room;
+    }
     table.mem_stream_capacity = capacity;
   }
   return table.mem_streams + table.mem_stream_count++;

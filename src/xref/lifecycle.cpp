@@ -21,6 +21,21 @@ constexpr std::uint32_t kLeastMaxObjNum = (1u << 22) + 256;
 constexpr std::uint64_t kNumbersPerByte = 8;
 constexpr std::uint32_t kMostObjNum = 0x7FFFFF00;
 
+// The capacity goes up by fixed steps; behind it the block grows by half, so that a document with a
+// hundred thousand new objects does not move them every 32.
+bool make_slots(CPDFXRefTable& table, std::uint32_t capacity) {
+  if (capacity <= table.new_obj_room)
+    return true;
+  const std::uint32_t half_more = table.new_obj_room + table.new_obj_room / 2;
+  const std::uint32_t room = capacity > half_more ? capacity : half_more;
+  void* grown = QVRealloc(table.new_objs, std::size_t{room} * sizeof(PDF_NEWOBJ));
+  if (grown == nullptr)
+    return false;
+  table.new_objs = static_cast<PDF_NEWOBJ*>(grown);
+  table.new_obj_room = room;
+  return true;
+}
+
 template <class T, class Count>
 void release(T*& items, Count& count, Count& capacity) {
   QVFree(items);
@@ -73,10 +88,8 @@ PDF_NEWOBJ* CPDFXRefTable::get_xref2(int num, int gen) {
   entry = {3, new_obj_count, gen};
   if (new_obj_count >= new_obj_capacity) {
     const std::uint32_t capacity = new_obj_capacity + kNewObjStep;
-    void* grown = QVRealloc(new_objs, std::size_t{capacity} * sizeof(PDF_NEWOBJ));
-    if (grown == nullptr)
+    if (!make_slots(*this, capacity))
       return nullptr;
-    new_objs = static_cast<PDF_NEWOBJ*>(grown);
     for (std::uint32_t i = new_obj_capacity; i < capacity; ++i)
       new_objs[i] = PDF_NEWOBJ{};
     new_obj_capacity = capacity;
@@ -174,12 +187,14 @@ void CPDFXRefTable::XRefFree() {
   for (std::uint32_t i = 0; i < new_obj_count; ++i)
     new_objs[i].obj.free();
   release(new_objs, new_obj_count, new_obj_capacity);
+  new_obj_room = 0;
 
   for (std::int32_t i = 0; i < mem_stream_count; ++i) {
     delete mem_streams[i].stream;
     QVFree(mem_streams[i].data);
   }
   release(mem_streams, mem_stream_count, mem_stream_capacity);
+  mem_stream_room = 0;
 
   if (temp_stream.file != nullptr) {
     std::fclose(temp_stream.file);

@@ -181,6 +181,8 @@ public:
   std::int64_t chain_work = 0;       ///< What the outermost of them has cost, in decoded bytes.
   std::int64_t decoded_ceiling = 0;  ///< Most bytes that a chain stage or object stream may decode to; 0: as settled.
   std::int32_t write_failed = 0;     ///< Set by a save when an output operation came short; cleared by the caller.
+  std::uint32_t new_obj_room = 0;      ///< Slots that the block of new_objs really holds.
+  std::int32_t mem_stream_room = 0;    ///< Entries that the block of mem_streams really holds.
   std::int32_t* mem_stream_index = nullptr;  ///< Entry of mem_streams plus one by object number.
   std::uint32_t mem_stream_index_size = 0;
 

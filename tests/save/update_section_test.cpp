@@ -109,8 +109,8 @@ TEST(StreamSave, APlainSaveIsWrittenOverByTheNext) {
   EXPECT_EQ(tail, second.size() - 32);
   EXPECT_EQ(second.substr(tail - 500, 500), std::string(500, '\0'));
 
-  CPDFDoc doc;
   MemStream file(second);
+  CPDFDoc doc;
   ASSERT_TRUE(doc.open(&file));
   EXPECT_EQ(doc.status(), PDF_OPEN::kClean);
   Freed<CPDFObj> obj;
