@@ -97,3 +97,32 @@ struct PdfaOptions {
   PasswordOptions password;
 };
 int run_pdfa(const PdfaOptions& options);
+
+struct MergeOptions {
+  std::string output;
+  std::vector<std::string> inputs;     ///< "FILE" or "FILE:RANGES".
+  std::vector<std::string> passwords;  ///< One for each input, in order; the last one for the rest.
+};
+int run_merge(const MergeOptions& options);
+
+struct SplitOptions {
+  std::string file;
+  PasswordOptions password;
+  std::string pattern;  ///< With %d for the number of the part.
+  int every = 1;        ///< Pages a part.
+};
+int run_split(const SplitOptions& options);
+
+struct AnnotsOptions {
+  std::string file;
+  PasswordOptions password;
+  bool json = false;
+};
+int run_annots(const AnnotsOptions& options);
+
+struct FieldsOptions {
+  std::string file;
+  PasswordOptions password;
+  bool json = false;
+};
+int run_fields(const FieldsOptions& options);

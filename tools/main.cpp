@@ -112,6 +112,30 @@ int main(int argc, char** argv) {
   command = add_command(app, "pdfa", "Whether header and trailer are as PDF/A-1 asks", pdfa, run_pdfa, code);
   add_file(*command, pdfa.file);
 
+  MergeOptions merge;
+  command = app.add_subcommand("merge", "Pages of several documents in one");
+  command->callback([&merge, &code] { code = run_merge(merge); });
+  command->add_option("OUT", merge.output, "The file to write")->required();
+  command->add_option("IN", merge.inputs, "FILE or FILE:RANGES, such as a.pdf:1-5,8,r1,z-1")->required();
+  command->add_option("--password", merge.passwords, "One for each input, in order; the last one serves the rest")
+      ->allow_extra_args(false);
+
+  SplitOptions split;
+  command = add_command(app, "split", "One document into several", split, run_split, code);
+  add_file(*command, split.file);
+  command->add_option("-o,--output", split.pattern, "Name of the parts, %d for their number")->required();
+  command->add_option("--every", split.every, "Pages a part")->check(CLI::Range(1, 1000000));
+
+  AnnotsOptions annots;
+  command = add_command(app, "annots", "The annotations by page, references resolved", annots, run_annots, code);
+  add_file(*command, annots.file);
+  command->add_flag("--json", annots.json, "One JSON object");
+
+  FieldsOptions fields;
+  command = add_command(app, "fields", "The form's fields with their values", fields, run_fields, code);
+  add_file(*command, fields.file);
+  command->add_flag("--json", fields.json, "One JSON object");
+
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {

@@ -23,6 +23,8 @@ public:
   const PDF_REF& ref() const { return ref_; }
   /// Whether the field has no fields below it. Widgets are no fields.
   bool is_terminal() const { return terminal_; }
+  /// Whether the field stands in the form's own list.
+  bool is_top() const { return parent_ < 0; }
   /// Gives the field another partial name, and with it every field below another full name. The
   /// field's object is stored as changed.
   void set_name(const wchar_t* name);

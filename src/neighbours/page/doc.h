@@ -97,6 +97,17 @@ public:
   /// Reads page `index` with what it inherits. False when there is none.
   bool load_page(int index, CPDFPage& page);
 
+  /// Puts a page object of this document in front of page `index`, or behind the last page. The page
+  /// tree follows with the next save. False when there is no such place.
+  bool insert_page(int index, const PDF_REF& page);
+  /// Takes page `index` off the list; its object stays.
+  bool remove_page(int index);
+  /// Moves page `from` so that it becomes page `to`.
+  bool move_page(int from, int to);
+  /// Writes the page tree anew when pages were edited; saves do so themselves. False when there is no
+  /// memory or no catalogue that can be changed.
+  bool store_page_tree();
+
   /// Gives new stream data a temporary file in `folder` (null: TMPDIR, else /tmp), which goes with
   /// the document. Without one they stay in memory.
   bool use_temp_file(const char* folder);
@@ -168,6 +179,12 @@ private:
   int count_by_nodes();
   void take_inherited(const CPDFDictionary& dict, PDF_INHERITED& values);
 
+  bool take_direct_resources(CPDFDictionary& dict);
+
+  // page_edit.cpp
+  int edit_pages();
+  bool detach_page(int index, bool listed_before);
+
   // deep_recovery.cpp
   friend class DeepRecovery;
 
@@ -179,6 +196,7 @@ private:
   PDF_OPEN status_ = PDF_OPEN::kClosed;
   bool linearized_ = false;
   bool authorised_ = false;
+  bool pages_changed_ = false;
   char version_[8]{};
   long long file_size_ = 0;
   long long header_offset_ = 0;

@@ -159,6 +159,8 @@ void CPDFDoc::keep_identifier(CPDFObj& id) {
 }
 
 bool CPDFDoc::save_update(PDF_SAVE_FORM form, PDF_SIGN_DATA* sign) {
+  if (!store_page_tree())
+    return false;
   if (table_.new_obj_count == 0)
     return true;
   if (!has_sound_sections())
@@ -192,6 +194,7 @@ void CPDFDoc::save_complete(CPDFXRefTable& target, CPDFEncrypt* enc) {
     if (table_.store_object(ref, *value))
       value->set_ref(ref);
   }
+  store_page_tree();
   table_.save_as(target, enc);
 }
 

@@ -60,7 +60,7 @@ void CPDFDoc::close() {
   quick_count_ = -1;
   table_repairs_told_ = 0;
   status_ = PDF_OPEN::kClosed;
-  linearized_ = authorised_ = false;
+  linearized_ = authorised_ = pages_changed_ = false;
   version_[0] = 0;
   file_size_ = header_offset_ = 0;
 }

@@ -26,7 +26,7 @@ public:
   ~CPDFPage() { dict.clear(); }
 
   PDF_REF ref{0, 0};
-  CPDFDictionary dict;                       ///< Copy of the page's own dictionary.
+  CPDFDictionary dict;                       ///< Copy of the page's own dictionary, and direct resources from above.
   _QVRECTF box{};                            ///< The crop box, or the media box without one.
   std::int32_t rotate = 0;                   ///< Degrees: 0, 90, 180 or 270.
   const PDF_INHERITED* inherited = nullptr;  ///< Borrowed from the document; null without a parent.

@@ -263,6 +263,28 @@ PDF_REF CPDFDoc::page_ref(int index) {
   return pages_[static_cast<std::size_t>(index)].ref;
 }
 
+// Resources that stand directly in a node of the tree have no reference to hand down: the page gets
+// a copy.
+bool CPDFDoc::take_direct_resources(CPDFDictionary& dict) {
+  constexpr int kMostLevels = 64;
+  Freed<CPDFObj> node;
+  const CPDFObj* above = dict.get_item(CPDFDictionary::sm_tag_parent);
+  for (int level = 0; above != nullptr && level < kMostLevels; ++level) {
+    const CPDFObj link = *above;  // a reference owns nothing
+    if (link.tag != kTagRef)
+      return false;
+    table_.get_entity(node, link.as_ref());
+    if (node.as_dict() == nullptr)
+      return false;
+    if (const CPDFObj* resources = node.as_dict()->get_item(CPDFDictionary::sm_tag_res)) {
+      dict.set_item(CPDFDictionary::sm_tag_res, resources);
+      return true;
+    }
+    above = node.as_dict()->get_item(CPDFDictionary::sm_tag_parent);
+  }
+  return false;
+}
+
 bool CPDFDoc::load_page(int index, CPDFPage& page) {
   const PDF_REF ref = page_ref(index);
   Freed<CPDFObj> obj;
@@ -276,6 +298,8 @@ bool CPDFDoc::load_page(int index, CPDFPage& page) {
   page.dict.copy_from(dict);
   page.inherited = node >= 0 ? &nodes_[static_cast<std::size_t>(node)] : nullptr;
   PDF_INHERITED values = page.inherited != nullptr ? *page.inherited : PDF_INHERITED{};
+  if (page.inherited != nullptr && values.resources.num == 0 && dict->get_item(CPDFDictionary::sm_tag_res) == nullptr)
+    take_direct_resources(page.dict);
   take_inherited(*dict, values);
   page.box = values.has_crop_box ? values.crop_box : values.has_media_box ? values.media_box : kLetter;
   page.rotate = ((values.rotate % 360) + 360) % 360;

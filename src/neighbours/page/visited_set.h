@@ -5,9 +5,12 @@
 
 class VisitedSet {
 public:
+  /// Greater numbers are refused: no file has them, and a made-up one must not cost its bits.
+  static constexpr std::int32_t kMostNum = 1 << 26;
+
   /// False when `num` was visited before or cannot be remembered.
   bool visit(std::int32_t num) {
-    if (num < 1)
+    if (num < 1 || num > kMostNum)
       return false;
     const auto byte = static_cast<std::size_t>(num) / 8;
     const auto bit = static_cast<std::uint8_t>(1u << (num % 8));

@@ -1,0 +1,95 @@
+// Putting pages of several documents into one. Above the import of objects this keeps what makes
+// the result a document: links that lead to the pages that came along, outlines under one entry a
+// source, page labels, named destinations and embedded files, the form, and optional content.
+//
+//   append: numbers reserved for the pages -> form fields -> pages -> names, outline, labels
+//           -> everything that was stored is looked over: destinations, actions, lost references
+//   finish: outline, names, labels and optional content go into the catalogue
+//
+// All that must not come along (pages left out and their annotations, the source's page tree and
+// structure) is mapped to one number that no object ever gets; references to it are taken out.
+#pragma once
+
+#include <cstdint>
+
+#include "base/grow_array.h"
+#include "base/scope_guard.h"
+#include "neighbours/page/acro_form.h"
+#include "neighbours/page/doc.h"
+#include "neighbours/page/name_list.h"
+#include "neighbours/page/visited_set.h"
+#include "object/array.h"
+
+class CPDFDocMerge {
+public:
+  /// `into` is open, new as a rule, and outlives the merge.
+  explicit CPDFDocMerge(CPDFDoc& into) : into_(into), table_(into.table()), form_(into.table()) { form_.load(); }
+  CPDFDocMerge(const CPDFDocMerge&) = delete;
+  CPDFDocMerge& operator=(const CPDFDocMerge&) = delete;
+  ~CPDFDocMerge();
+
+  /// Appends pages of `source`: `count` indices from 0, in any order, also repeated. `title` (UTF-8)
+  /// names the source in the outline. The count of pages that were appended; those that cannot be
+  /// read are left out. `source` must be readable and need not outlive the call.
+  std::int32_t append(CPDFDoc& source, const std::int32_t* pages, std::int32_t count, const char* title);
+  /// Completes the catalogue. To be called once, in front of the save. False when there is no memory.
+  bool finish();
+
+private:
+  // A source while it is appended.
+  struct Source;
+  struct OutlineNode;
+
+  // doc_merge.cpp
+  void reserve_pages(Source& src, const std::int32_t* pages, std::int32_t count);
+  void leave_out(Source& src, const CPDFObj* item);
+  PDF_REF append_page(Source& src, std::int32_t index);
+  void restore_group(const PDF_REF& page, CPDFObj& group);
+  void forget_repeated(Source& src, const CPDFPage& page);
+  void add_optional_content(Source& src);
+  void add_labels(Source& src, const std::int32_t* pages, std::int32_t count);
+  void put_optional_content(CPDFDictionary& catalog);
+
+  // doc_merge_names.cpp
+  void collect_destinations(Source& src);
+  void add_destination(Source& src, const PDF_String& name, const CPDFObj& value);
+  void collect_files(Source& src);
+
+  // doc_merge_links.cpp
+  std::int32_t page_of(Source& src, const CPDFObj* destination);
+  std::int32_t page_of_action(Source& src, const CPDFObj* action);
+  void look_over(Source& src, std::uint32_t first_slot);
+  bool tidy_value(Source& src, CPDFObj& value, const char* key, bool in_goto);
+  bool tidy_array(Source& src, CPDFArray& array, const char* key);
+  bool tidy_dict(Source& src, CPDFDictionary& dict);
+  bool tidy_named(Source& src, CPDFObj& value);
+
+  // doc_merge_outline.cpp
+  void add_outline(Source& src, const char* title);
+  void link_outline(Source& src, GrowArray<OutlineNode>& nodes, const char* title);
+  void store_outline_node(Source& src, OutlineNode& node, OutlineNode& parent);
+  void put_outline(CPDFDictionary& catalog);
+
+  // doc_merge_form.cpp
+  void add_form(Source& src);
+  void leave_out_fields(Source& src, const CPDFArray& fields);
+  void take_form_settings(Source& src, const CPDFDictionary& form, std::int32_t first_field);
+  void take_form_resources(Source& src, const CPDFDictionary& form);
+
+  // A source's own entry, and its first page.
+  struct TopEntry {
+    PDF_REF ref;
+    PDF_REF page;
+  };
+
+  CPDFDoc& into_;
+  CPDFXRefTable& table_;
+  CPDFAcroForm form_;
+  std::int32_t hole_ = 0;
+  NameList destinations_;
+  NameList files_;
+  GrowArray<TopEntry> outline_;
+  Cleared<CPDFArray> labels_;
+  bool has_labels_ = false;
+  Freed<CPDFObj> content_;  // optional content, as far as it was met
+};
