@@ -58,7 +58,9 @@ void ObjectPrinter::print_text(const CPDFObj& obj, bool in_clear) {
     return;
   }
   const int size = para_.encrypt->get_enc_size(text.len);
-  HeapBlock<unsigned char> coded(static_cast<unsigned char*>(QVAlloc(static_cast<std::size_t>(std::max(size, 0)) + 1)));
+  HeapBlock<unsigned char> coded;
+  if (size >= 0)
+    coded.reset(static_cast<unsigned char*>(QVAlloc(static_cast<std::size_t>(size) + 1)));
   int len = 0;
   if (coded)
     para_.encrypt->encrypt_string(para_.obj_num, para_.gen, reinterpret_cast<const unsigned char*>(text.data), text.len,

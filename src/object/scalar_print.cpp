@@ -2,8 +2,7 @@
 
 #include <algorithm>
 #include <array>
-
-#include "base/number_text.h"
+#include <cstring>
 
 namespace {
 
@@ -119,41 +118,49 @@ constexpr Fraction shortest_fraction(std::uint64_t fraction) {
 }
 static_assert(shortest_fraction(static_cast<std::uint64_t>(kFixOne) / 4).digits == 25);
 
-// Whole numbers reach 38 bits.
-void print_whole(PrintBuffer& out, std::uint64_t value) {
-  char digits[24];
+constexpr unsigned kDigitsRoom = 24;
+
+// The decimal digits of `value` from `to` on, which has room for kDigitsRoom; gives their end.
+char* put_digits(char* to, std::uint64_t value) {
+  char digits[kDigitsRoom];
   char* const end = digits + sizeof(digits);
   char* at = end;
   do {
     *--at = static_cast<char>('0' + value % 10);
     value /= 10;
   } while (value != 0);
-  out.text({at, static_cast<std::size_t>(end - at)});
+  std::memcpy(to, at, static_cast<std::size_t>(end - at));
+  return to + (end - at);
+}
+
+char* put_integer(char* to, std::int32_t value) {
+  if (value >= 0)
+    return put_digits(to, static_cast<std::uint32_t>(value));
+  *to = '-';
+  return put_digits(to + 1, 0 - static_cast<std::uint32_t>(value));
 }
 
 }  // namespace
 
 void print_integer(PrintBuffer& out, std::int32_t value) {
-  char digits[kNumberTextSize];
-  const int count = ansi_from_i32(digits, value);
-  out.separate(digits[0]);
-  out.text({digits, static_cast<std::size_t>(count)});
+  out.separate('0');
+  out.close(put_integer(out.open(kDigitsRoom), value));
 }
 
 void print_real(PrintBuffer& out, QVFIX value) {
   const bool negative = value < 0;
   const std::uint64_t magnitude = negative ? 0 - static_cast<std::uint64_t>(value) : static_cast<std::uint64_t>(value);
   out.separate('0');
+  char* to = out.open(3 * kDigitsRoom);
   if (negative)
-    out.put('-');
-  print_whole(out, magnitude >> kFixBits);
-  out.put('.');
+    *to++ = '-';
+  to = put_digits(to, magnitude >> kFixBits);  // reaches 38 bits
+  *to++ = '.';
   const Fraction fraction = shortest_fraction(magnitude & (static_cast<std::uint64_t>(kFixOne) - 1));
-  char digits[kMostFractionDigits];
   std::uint64_t rest = fraction.digits;
   for (unsigned i = fraction.count; i-- > 0; rest /= 10)
-    digits[i] = static_cast<char>('0' + rest % 10);
-  out.text({digits, fraction.count});
+    to[i] = static_cast<char>('0' + rest % 10);
+  out.close(to + fraction.count);
 }
 
 void print_name(PrintBuffer& out, const char* name) {
@@ -189,9 +196,11 @@ void print_string(PrintBuffer& out, const char* bytes, std::int32_t len) {
 }
 
 void print_ref(PrintBuffer& out, const PDF_REF& ref) {
-  print_integer(out, ref.num);
-  out.put(' ');
-  char digits[kNumberTextSize];
-  out.text({digits, static_cast<std::size_t>(ansi_from_i32(digits, ref.gen))});
-  out.text(" R");
+  out.separate('0');
+  char* to = put_integer(out.open(3 * kDigitsRoom), ref.num);
+  *to++ = ' ';
+  to = put_integer(to, ref.gen);
+  *to++ = ' ';
+  *to++ = 'R';
+  out.close(to);
 }
