@@ -157,7 +157,11 @@ int run_info(const InfoOptions& options) {
     else
       complain(options.file, password_trouble(doc));
   }
-  report.flag("linearized", "Linearized", doc.is_linearized());
+  report.flag("linearized", "Linearized", doc.linearized_length() != 0);
+  if (doc.linearized_length() != 0) {
+    report.flag("updated_since", "Updated since", doc.linearized_length() != doc.file_size());
+    report.flag("hints_usable", "Hints usable", doc.hints_hold());
+  }
   report.text("repaired", "Repaired", repaired_text(doc));
   report.text("root", "Root", syntax_text(table.root));
   Freed<CPDFObj> info;

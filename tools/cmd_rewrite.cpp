@@ -128,6 +128,19 @@ bool make_encryption(CPDFDoc& doc, CPDFXRefTable& target, const RewriteOptions& 
   return true;
 }
 
+// The first half of an identifier stays with a document, the second tells its versions apart (ISO
+// 32000-1, 14.4). Made here, it costs no pass over the new file.
+void set_version_id(CPDFXRefTable& table, CPDFObj& id) {
+  unsigned char fresh[CQVSecMD5::kSize];
+  Freed<CPDFObj> scratch;
+  const PDF_String first = first_id(table, table.id, scratch);
+  if (!secure_random(fresh, sizeof(fresh)))
+    return;
+  set_pair(id, fresh);
+  if (first.data != nullptr && first.len > 0)
+    id.as_array()->items[0].set_string(first.data, first.len);
+}
+
 struct Counts {
   std::int64_t kept = 0;
   std::int64_t dropped = 0;
@@ -170,6 +183,8 @@ int rewrite(const RewriteOptions& options, bool repair) {
     std::unique_ptr<CPDFStandardEncrypt> enc;
     if (!make_encryption(doc, target, options, enc))
       return kExitFailed;
+    if (target.id.is_null())
+      set_version_id(doc.table(), target.id);
     doc.save_complete(target, enc.get());
     if (target.write_failed != 0 || target.xref_items == nullptr) {
       complain(options.output, "could not be written to its end; is the disk full? Nothing was changed");

@@ -5,6 +5,7 @@
 #include <memory>
 
 #include "base/heap.h"
+#include "base/number_text.h"
 #include "base/scope_guard.h"
 #include "filters/stream_filter.h"
 #include "object/parse_buf.h"
@@ -14,6 +15,7 @@ namespace {
 
 constexpr int kMostHintBytes = 0x800000;  // 8 MiB
 constexpr unsigned kMostObjBits = 32;
+constexpr unsigned kHeaderRoom = 32;
 
 // Bits of the table, most significant first. A field for which the data do not suffice is all
 // ones and moves nothing.
@@ -138,7 +140,8 @@ bool read_page_size(CPDFXRefTable& table, const CPDFObj& obj, PDF_PAGE_ITEM& pag
   if (!value.is_name("Page"))
     return false;
   table.resolve(value, dict->get_item(CPDFDictionary::sm_tag_rotate));
-  const bool turned = value.to_int() % 180 != 0;
+  page.rotate = value.to_int();
+  const bool turned = page.rotate % 180 != 0;
   table.resolve(value, dict->get_item("CropBox"));
   if (value.is_null())
     table.resolve(value, dict->get_item("MediaBox"));
@@ -160,10 +163,14 @@ PageResult read_page(CPDFXRefTable& table, std::uint32_t offset, PDF_PAGE_ITEM& 
   CPDFBufBase buf;
   buf.buf_init(table.stream);
   buf.buf_skip_ws(true);
+  buf.buf_need(kHeaderRoom);
+  const bool own_header = static_cast<std::uint32_t>(ansi_to_i32(buf.buf_data + buf.buf_pos)) == page.obj;
   Freed<CPDFObj> obj;
   obj.read(&buf, nullptr);
   if (obj.is_null())
     return PageResult::kUnreadable;
+  if (!own_header)
+    return PageResult::kNoPage;  // a page, perhaps, but not the one that the hints mean
   return read_page_size(table, obj, page) ? PageResult::kPage : PageResult::kNoPage;
 }
 

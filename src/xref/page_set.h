@@ -7,6 +7,7 @@ struct PDF_PAGE_ITEM {
   std::uint32_t obj;    ///< Object number of the page.
   std::int32_t width;   ///< Hundredths of a point; 0 until the hints are read.
   std::int32_t height;  ///< The same.
+  std::int32_t rotate;  ///< Degrees, as the page's own dictionary has them.
 };
 
 /// Value-initialise it; the caller owns `pages` and releases it with QVFree.

@@ -176,9 +176,9 @@ public:
   PDF_REPAIR* repairs = nullptr;  ///< The first corrections made, for reports.
   std::uint32_t repair_count = 0;
   std::uint32_t repair_capacity = 0;
-  std::int32_t objstm_depth = 0;  ///< Object streams being loaded for one another.
-  std::int32_t stream_depth = 0;  ///< Streams being made for one another's parameters.
-  std::int64_t chain_work = 0;    ///< What the outermost of them has cost, in decoded bytes.
+  std::int32_t objstm_depth = 0;     ///< Object streams being loaded for one another.
+  std::int32_t stream_depth = 0;     ///< Streams being made for one another's parameters.
+  std::int64_t chain_work = 0;       ///< What the outermost of them has cost, in decoded bytes.
   std::int64_t decoded_ceiling = 0;  ///< Most bytes that a chain stage or object stream may decode to; 0: as settled.
   std::int32_t write_failed = 0;     ///< Set by a save when an output operation came short; cleared by the caller.
   std::int32_t* mem_stream_index = nullptr;  ///< Entry of mem_streams plus one by object number.

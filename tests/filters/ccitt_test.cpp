@@ -199,7 +199,7 @@ TEST(CcittLines, RandomDataNeitherHangNorOverrun) {
   for (int round = 0; round < 300; ++round) {
     std::string bits;
     for (int i = 0; i < 600; ++i)
-      bits += random() % (round % 4 + 2) == 0 ? '1' : '0';
+      bits += random() % static_cast<unsigned>(round % 4 + 2) == 0 ? '1' : '0';
     for (const int k : {-1, 0, 3})
       lines(bits, k, 1 + round, 60, round % 2);
   }

@@ -17,15 +17,15 @@ struct Opened {
 TEST(Doc, JunkInFrontAndZerosBehindAreNoDamage) {
   PdfBuilder builder;
   builder.pages(3).classic();
-  const Opened behind("some mail header\r\n\r\n" + builder.str());
+  Opened behind("some mail header\r\n\r\n" + builder.str());
   EXPECT_EQ(behind.doc.status(), PDF_OPEN::kClean);
   EXPECT_EQ(behind.doc.page_count(), 3);
   EXPECT_EQ(behind.doc.header_offset(), 20);
-  const Opened zeros(builder.str() + std::string(5000, '\0'));
+  Opened zeros(builder.str() + std::string(5000, '\0'));
   EXPECT_EQ(zeros.doc.status(), PDF_OPEN::kClean);
   PdfBuilder from_start("front matter %PDF-1.4\n");  // its offsets count from the file's first byte
   from_start.pages(2).classic();
-  const Opened absolute(from_start.str());
+  Opened absolute(from_start.str());
   EXPECT_EQ(absolute.doc.status(), PDF_OPEN::kClean);
   EXPECT_EQ(absolute.doc.page_count(), 2);
 }
@@ -42,11 +42,11 @@ TEST(Doc, DamageIsHealedStepByStep) {
   EXPECT_EQ(nearby.doc.status(), PDF_OPEN::kClean);
   EXPECT_STREQ(nearby.doc.repairs()[0].code, "startxref");
 
-  const Opened cut(good.substr(0, good.rfind("startxref")));
+  Opened cut(good.substr(0, good.rfind("startxref")));
   EXPECT_EQ(cut.doc.status(), PDF_OPEN::kRebuilt);
   EXPECT_EQ(cut.doc.page_count(), 3);
 
-  const Opened no_trailer(good.substr(0, good.rfind("xref\n0")));
+  Opened no_trailer(good.substr(0, good.rfind("xref\n0")));
   EXPECT_EQ(no_trailer.doc.status(), PDF_OPEN::kRecovered);
   EXPECT_EQ(no_trailer.doc.page_count(), 3);
 
@@ -58,7 +58,7 @@ TEST(Doc, DamageIsHealedStepByStep) {
   EXPECT_EQ(no_tree.doc.page_count(), 3);
 
   EXPECT_FALSE(Opened("").good);
-  const Opened text("this is no PDF at all");
+  Opened text("this is no PDF at all");
   EXPECT_FALSE(text.good);
   EXPECT_EQ(text.doc.status(), PDF_OPEN::kDamaged);
 }
@@ -72,10 +72,10 @@ TEST(Doc, FilesWithOnlyStreamsOpenWithoutTheirSection) {
   EXPECT_EQ(Opened(builder.str()).doc.status(), PDF_OPEN::kClean);
   std::string bytes = builder.str();
   bytes.replace(bytes.rfind("startxref"), 9, "startyref");
-  const Opened scanned(bytes);
+  Opened scanned(bytes);
   EXPECT_EQ(scanned.doc.status(), PDF_OPEN::kRecovered);
   EXPECT_EQ(scanned.doc.page_count(), 1);
-  const Opened no_section(bytes.substr(0, bytes.find("10 0 obj")));
+  Opened no_section(bytes.substr(0, bytes.find("10 0 obj")));
   EXPECT_EQ(no_section.doc.page_count(), 1);
 }
 
@@ -86,7 +86,7 @@ TEST(Doc, AWrongOffsetInAFileOfStreamsLeadsToARebuild) {
   // The entry of the page tree (rows of six bytes, object 2 being the second) points elsewhere.
   const std::size_t rows = bytes.rfind("stream\n", bytes.rfind("endstream") - 1) + 7;
   bytes[rows + 6 + 4] = 1;
-  const Opened doc(bytes);
+  Opened doc(bytes);
   EXPECT_NE(doc.doc.status(), PDF_OPEN::kClean);
   EXPECT_EQ(doc.doc.page_count(), 2);
 }
@@ -132,7 +132,7 @@ TEST(PageTree, AHundredThousandPagesInADeepTreeAreCounted) {
   for (int i = 0; i < kDepth; ++i)
     builder.obj(2 + i, "<</Type/Pages/Kids[" + std::to_string(3 + i) + " 0 R 5000 0 R 5000 0 R]>>");
   builder.obj(2 + kDepth, "<</Type/Page>>").obj(5000, "<</Type/Page>>").classic();
-  const Opened opened(builder.str());
+  Opened opened(builder.str());
   EXPECT_EQ(opened.doc.page_count(), 2 * kDepth + 1);
 }
 

@@ -265,14 +265,14 @@ bool CPDFDoc::try_deep_recovery() {
   if (is_encrypted() && !is_readable())
     return true;  // recognised; it waits for a password
   Attempt attempt = examine();
-  if (pages_.empty() && recovery.found_pages()) {
+  if (!attempt.has_pages && recovery.found_pages()) {
     recovery.make_page_tree();
     Attempt again;
-    again.usable = walk_pages(again);
+    again.usable = look_at_tree(again);
     attempt = again;
     add_repair("pages", 0, 0, "the page tree is lost; a new one lists the pages in the order of the file");
   }
-  if (!attempt.usable && pages_.empty())
+  if (!attempt.usable)
     return false;
   add_repair("scan", 0, 0, "objects, object streams and the catalogue were found by scanning");
   return true;

@@ -89,10 +89,11 @@ public:
   long long file_size() const { return file_size_; }
   long long header_offset() const { return header_offset_; }
 
-  /// Pages by walking the tree; loops, nulls and wrong counts do no harm.
-  int page_count() const { return static_cast<int>(pages_.size()); }
-  /// The object of page `index` (from 0); {0, 0} when there is none.
-  PDF_REF page_ref(int index) const;
+  /// How many pages there are: as the nodes of the tree say where they agree with one another, else
+  /// by walking the tree. Loops, nulls and wrong counts do no harm.
+  int page_count();
+  /// The object of page `index` (from 0); {0, 0} when there is none. The first call walks the tree.
+  PDF_REF page_ref(int index);
   /// Reads page `index` with what it inherits. False when there is none.
   bool load_page(int index, CPDFPage& page);
 
@@ -116,6 +117,13 @@ public:
   /// Cuts the file opened for update back to `size` bytes, after a save that failed.
   void truncate_to(long long size);
 
+  /// The page list of a linearized file from its start alone, without its main table. True when the
+  /// file was not updated since and every page that the hints name stands where they say; the list
+  /// is then complete. The caller releases `set.pages` with QVFree.
+  static bool read_page_hints(CQVStream* stream, PDF_PAGE_SET& set);
+  /// Whether the hints of the open document give the same pages as its page tree.
+  bool hints_hold();
+
   /// What had to be healed, in the order in which it was met. Borrowed; valid until `close`.
   const GrowArray<PDF_DOC_REPAIR>& repairs();
 
@@ -125,8 +133,9 @@ private:
     std::int32_t node;  // index into nodes_, -1 for none
   };
   struct Attempt {
-    bool usable = false;        // a catalogue with a page tree
-    bool trusted = false;       // and every object met stood where its entry says
+    bool usable = false;   // a catalogue with a page tree
+    bool trusted = false;  // and every object met on the way to the first page stood at its entry's place
+    bool has_pages = false;
     bool has_no_pages = false;  // the tree itself says so
   };
 
@@ -151,7 +160,12 @@ private:
   void add_repair(const char* code, std::int32_t num, std::uint32_t offset, const char* action);
 
   // page_tree.cpp
-  bool walk_pages(Attempt& attempt);
+  bool look_at_tree(Attempt& attempt);
+  bool reaches_a_page(Attempt& attempt, CPDFObj& kids);
+  bool is_leaf(const CPDFDictionary& dict, CPDFObj& kids);
+  bool walk_pages();
+  void ensure_pages();
+  int count_by_nodes();
   void take_inherited(const CPDFDictionary& dict, PDF_INHERITED& values);
 
   // deep_recovery.cpp
@@ -168,6 +182,8 @@ private:
   char version_[8]{};
   long long file_size_ = 0;
   long long header_offset_ = 0;
+  bool walked_ = false;
+  int quick_count_ = -1;  // by the nodes' counts; -1 unknown or contradictory
   GrowArray<PageEntry> pages_;
   GrowArray<PDF_INHERITED> nodes_;
   GrowArray<PDF_DOC_REPAIR> repairs_;

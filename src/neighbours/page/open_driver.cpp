@@ -56,6 +56,8 @@ void CPDFDoc::close() {
   pages_.reset();
   nodes_.reset();
   repairs_.reset();
+  walked_ = false;
+  quick_count_ = -1;
   table_repairs_told_ = 0;
   status_ = PDF_OPEN::kClosed;
   linearized_ = authorised_ = false;
@@ -210,8 +212,8 @@ CPDFDoc::Attempt CPDFDoc::examine() {
     attempt.usable = attempt.trusted = true;
     return attempt;
   }
-  attempt.usable = walk_pages(attempt);
-  attempt.trusted = attempt.trusted && attempt.usable && (attempt.has_no_pages || !pages_.empty());
+  attempt.usable = look_at_tree(attempt);
+  attempt.trusted = attempt.trusted && attempt.usable && (attempt.has_no_pages || attempt.has_pages);
   return attempt;
 }
 
@@ -260,7 +262,8 @@ bool CPDFDoc::try_rebuild() {
   reset_table();
   if (table_.XRefCreate() == 0)
     return false;
-  return examine().usable && (!pages_.empty() || waits_for_password());
+  const Attempt attempt = examine();
+  return attempt.usable && (attempt.has_pages || waits_for_password());
 }
 
 bool CPDFDoc::finish(PDF_OPEN status) {

@@ -4,30 +4,10 @@
 
 #include "base/scope_guard.h"
 #include "neighbours/page/doc.h"
+#include "neighbours/page/visited_set.h"
 #include "object/array.h"
 
 namespace {
-
-// One bit an object number.
-class VisitedSet {
-public:
-  // False when `num` was visited before or cannot be remembered.
-  bool visit(std::int32_t num) {
-    if (num < 1)
-      return false;
-    const auto byte = static_cast<std::size_t>(num) / 8;
-    const auto bit = static_cast<std::uint8_t>(1u << (num % 8));
-    if (byte >= bits_.size() && !bits_.resize(byte * 2 + 64))
-      return false;
-    if ((bits_[byte] & bit) != 0)
-      return false;
-    bits_[byte] = static_cast<std::uint8_t>(bits_[byte] | bit);
-    return true;
-  }
-
-private:
-  GrowArray<std::uint8_t> bits_;
-};
 
 // A tree node whose kids are being visited. The array is owned by the frame.
 struct Frame {
@@ -62,13 +42,6 @@ public:
 private:
   GrowArray<Frame> frames_;
 };
-
-bool is_leaf(const CPDFDictionary& dict, const CPDFObj& kids) {
-  const CPDFObj* type = dict.get_item(CPDFDictionary::sm_tag_type);
-  if (type != nullptr && type->is_name("Page"))
-    return true;
-  return kids.as_array() == nullptr;
-}
 
 // Without a type, or with a wrong one, a dictionary is a page when it has what only pages have.
 bool looks_like_page(const CPDFDictionary& dict) {
@@ -106,7 +79,70 @@ void CPDFDoc::take_inherited(const CPDFDictionary& dict, PDF_INHERITED& values) 
     values.resources = resources->as_ref();
 }
 
-bool CPDFDoc::walk_pages(Attempt& attempt) {
+// Fills `kids` with the node's array of kids; true when the dictionary is a page instead.
+bool CPDFDoc::is_leaf(const CPDFDictionary& dict, CPDFObj& kids) {
+  const CPDFObj* item = dict.get_item("Kids");
+  table_.resolve(kids, item);
+  if (kids.as_dict() != nullptr && item->tag == kTagRef) {
+    // A single kid without its brackets.
+    kids.take_array(new (std::nothrow) CPDFArray);
+    if (kids.as_array() != nullptr)
+      kids.as_array()->append_ref(item->as_ref());
+  }
+  const CPDFObj* type = dict.get_item(CPDFDictionary::sm_tag_type);
+  return (type != nullptr && type->is_name("Page")) || kids.as_array() == nullptr;
+}
+
+// Goes down by the first kid of each node. True when a page is reached.
+bool CPDFDoc::reaches_a_page(Attempt& attempt, CPDFObj& kids) {
+  constexpr int kMostLevels = 64;
+  Freed<CPDFObj> obj;
+  for (int level = 0; level < kMostLevels; ++level) {
+    const CPDFObj* first = kids.as_array() != nullptr ? kids.as_array()->get(0) : nullptr;
+    const PDF_REF ref = first != nullptr ? first->as_ref() : PDF_REF{0, 0};
+    table_.get_entity(obj, ref);
+    const CPDFDictionary* dict = obj.as_dict();
+    if (ref.num < 1 || dict == nullptr)
+      return false;
+    attempt.trusted = attempt.trusted && header_stands_at(ref);
+    if (is_leaf(*dict, kids))
+      return looks_like_page(*dict);
+  }
+  return false;
+}
+
+// Enough of the tree to believe it or not. Pages are walked when somebody asks for them.
+bool CPDFDoc::look_at_tree(Attempt& attempt) {
+  walked_ = false;
+  quick_count_ = -1;
+  pages_.clear();
+  Freed<CPDFObj> catalog;
+  Freed<CPDFObj> tree;
+  Freed<CPDFObj> kids;
+  table_.resolve(catalog, &table_.root);
+  const CPDFObj* top = catalog.as_dict() != nullptr ? catalog.as_dict()->get_item("Pages") : nullptr;
+  table_.resolve(tree, top);
+  if (tree.as_dict() == nullptr)
+    return false;
+  attempt.trusted = header_stands_at(table_.root.as_ref()) && header_stands_at(top->as_ref());
+  const bool leaf = is_leaf(*tree.as_dict(), kids);
+  attempt.has_no_pages = !leaf && kids.as_array()->count == 0;
+  attempt.has_pages = !leaf && reaches_a_page(attempt, kids);
+  if (!attempt.has_pages && !attempt.has_no_pages) {
+    ensure_pages();
+    attempt.has_pages = !pages_.empty();
+  }
+  return true;
+}
+
+void CPDFDoc::ensure_pages() {
+  if (walked_)
+    return;
+  walk_pages();
+  walked_ = true;
+}
+
+bool CPDFDoc::walk_pages() {
   pages_.clear();
   nodes_.clear();
   Freed<CPDFObj> obj;
@@ -117,41 +153,28 @@ bool CPDFDoc::walk_pages(Attempt& attempt) {
     return false;
   const PDF_REF top_ref = top->as_ref();
   Freed<CPDFObj> tree;
+  Freed<CPDFObj> kids;
   table_.resolve(tree, top);
   if (tree.as_dict() == nullptr)
     return false;
-  attempt.trusted = header_stands_at(table_.root.as_ref()) && header_stands_at(top_ref);
 
   VisitedSet visited;
   FrameStack stack;
   visited.visit(top_ref.num);
-  const auto open_node = [&](const CPDFDictionary& dict, CPDFObj& kids, std::int32_t parent) {
+  const auto open_node = [&](const CPDFDictionary& dict, std::int32_t parent) {
     PDF_INHERITED values = parent >= 0 ? nodes_[static_cast<std::size_t>(parent)] : PDF_INHERITED{};
     take_inherited(dict, values);
     const auto node = static_cast<std::int32_t>(nodes_.size());
     if (nodes_.push(values))
       stack.push(kids, node);
   };
-  Freed<CPDFObj> kids;
-  const auto fetch_kids = [&](const CPDFDictionary& dict) {
-    const CPDFObj* item = dict.get_item("Kids");
-    table_.resolve(kids, item);
-    if (kids.as_dict() == nullptr || item->tag != kTagRef)
-      return;
-    // A single kid without its brackets.
-    kids.take_array(new (std::nothrow) CPDFArray);
-    if (kids.as_array() != nullptr)
-      kids.as_array()->append_ref(item->as_ref());
-  };
-  fetch_kids(*tree.as_dict());
   if (is_leaf(*tree.as_dict(), kids)) {
     // Some writers leave out the tree where there is one page only.
     if (looks_like_page(*tree.as_dict()) && top_ref.num > 0)
       pages_.push({top_ref, -1});
     return true;
   }
-  attempt.has_no_pages = kids.as_array()->count == 0;
-  open_node(*tree.as_dict(), kids, -1);
+  open_node(*tree.as_dict(), -1);
 
   while (!stack.empty()) {
     Frame& frame = stack.top();
@@ -168,12 +191,10 @@ bool CPDFDoc::walk_pages(Attempt& attempt) {
     const CPDFDictionary* dict = obj.as_dict();
     if (dict == nullptr)
       continue;
-    attempt.trusted = attempt.trusted && header_stands_at(ref);
-    fetch_kids(*dict);
     // A page may be listed twice, but a node that comes up again is a loop.
     if (!is_leaf(*dict, kids)) {
       if (visited.visit(ref.num))
-        open_node(*dict, kids, parent);
+        open_node(*dict, parent);
     } else if (looks_like_page(*dict)) {
       pages_.push({ref, parent});
     }
@@ -181,8 +202,63 @@ bool CPDFDoc::walk_pages(Attempt& attempt) {
   return true;
 }
 
-PDF_REF CPDFDoc::page_ref(int index) const {
-  if (index < 0 || index >= page_count())
+// Adds up the counts of the nodes, without reading the pages below a node that has as many kids as
+// it counts. -1 when the sum is not what the top of the tree says.
+int CPDFDoc::count_by_nodes() {
+  Freed<CPDFObj> obj;
+  Freed<CPDFObj> kids;
+  Freed<CPDFObj> count;
+  table_.resolve(obj, &table_.root);
+  const CPDFObj* top = obj.as_dict() != nullptr ? obj.as_dict()->get_item("Pages") : nullptr;
+  GrowArray<PDF_REF> waiting;
+  VisitedSet visited;
+  waiting.push(top != nullptr ? top->as_ref() : PDF_REF{0, 0});
+  std::int64_t total = 0;
+  std::int64_t told = -1;
+  while (!waiting.empty()) {
+    const PDF_REF ref = waiting.back();
+    waiting.pop();
+    if (!visited.visit(ref.num))
+      return -1;
+    table_.get_entity(obj, ref);
+    const CPDFDictionary* dict = obj.as_dict();
+    if (dict == nullptr)
+      return -1;
+    if (is_leaf(*dict, kids)) {
+      total += 1;
+      continue;
+    }
+    table_.resolve(count, dict->get_item(CPDFDictionary::sm_tag_count));
+    if (count.tag != kTagInt || count.as_int() < 0)
+      return -1;
+    if (told < 0)
+      told = count.as_int();
+    const CPDFArray& array = *kids.as_array();
+    if (array.count == count.as_int()) {
+      total += array.count;
+      continue;
+    }
+    for (std::int32_t i = 0; i < array.count; ++i)
+      waiting.push(array.items[i].as_ref());
+  }
+  return total == told && total <= INT32_MAX ? static_cast<int>(total) : -1;
+}
+
+int CPDFDoc::page_count() {
+  if (!is_open() || !is_readable())
+    return static_cast<int>(pages_.size());
+  if (!walked_ && quick_count_ < 0)
+    quick_count_ = count_by_nodes();
+  if (!walked_ && quick_count_ >= 0)
+    return quick_count_;
+  ensure_pages();
+  return static_cast<int>(pages_.size());
+}
+
+PDF_REF CPDFDoc::page_ref(int index) {
+  if (is_open() && is_readable())
+    ensure_pages();
+  if (index < 0 || static_cast<std::size_t>(index) >= pages_.size())
     return {0, 0};
   return pages_[static_cast<std::size_t>(index)].ref;
 }
