@@ -45,8 +45,11 @@ int CPDFArray::append_moved(CPDFObj& value) {
 }
 
 void CPDFArray::append(const CPDFObj* value) {
-  if (CPDFObj* element = new_element(*this))
-    element->copy_from(value);
+  // The copy is made first: `value` may lie in the block that moves.
+  CPDFObj copy{};
+  copy.copy_from(value);
+  if (append_moved(copy) == 0)
+    copy.free();
 }
 
 void CPDFArray::append_int(int value) {
@@ -95,18 +98,6 @@ void CPDFArray::append_dict(const CPDFDictionary* dict) {
       element->take_dict(copy);
     }
   }
-}
-
-void CPDFArray::copy_from(const CPDFArray* src) {
-  clear();
-  if (src == nullptr || src->count < 1)
-    return;
-  items = static_cast<CPDFObj*>(QVAlloc(static_cast<std::size_t>(src->count) * sizeof(CPDFObj)));
-  if (items == nullptr)
-    return;
-  capacity = src->count;
-  for (std::int32_t i = 0; i < src->count; ++i)
-    new_element(*this)->copy_from(src->items + i);
 }
 
 void CPDFArray::clear() {

@@ -37,6 +37,12 @@ namespace {
 constexpr std::int32_t kFirstCapacity = 8;
 constexpr std::int32_t kInsertionSortLimit = 32;  // most dictionaries are far below
 
+// As strcmp. Most keys differ in their first character.
+int compare_keys(const char* a, const char* b) {
+  const int first = static_cast<unsigned char>(*a) - static_cast<unsigned char>(*b);
+  return first != 0 ? first : std::strcmp(a, b);
+}
+
 // Where a key stands, or where it belongs when it is not there.
 struct Place {
   std::int32_t index;
@@ -48,7 +54,7 @@ Place find_key(const CPDFDictionary& dict, const char* key) {
   std::int32_t hi = dict.count - 1;
   while (lo <= hi) {
     const std::int32_t mid = lo + (hi - lo) / 2;
-    const int c = std::strcmp(key, dict.items[mid]->key());
+    const int c = compare_keys(key, dict.items[mid]->key());
     if (c == 0)
       return {mid, true};
     if (c < 0)
@@ -219,7 +225,7 @@ CPDFObj* CPDFDictionary::append_unsorted(const char* key, std::size_t key_len) {
 
 void CPDFDictionary::sort_items() {
   const auto in_front = [](const CPDFDictItem* a, const CPDFDictItem* b) {
-    return std::strcmp(a->key(), b->key()) < 0;
+    return compare_keys(a->key(), b->key()) < 0;
   };
   if (count <= kInsertionSortLimit) {
     for (std::int32_t i = 1; i < count; ++i) {
@@ -234,30 +240,12 @@ void CPDFDictionary::sort_items() {
   }
   std::int32_t kept = 0;
   for (std::int32_t i = 0; i < count; ++i) {
-    if (i + 1 < count && std::strcmp(items[i]->key(), items[i + 1]->key()) == 0)
+    if (i + 1 < count && compare_keys(items[i]->key(), items[i + 1]->key()) == 0)
       free_item(items[i]);
     else
       items[kept++] = items[i];
   }
   count = kept;
-}
-
-void CPDFDictionary::copy_from(const CPDFDictionary* src) {
-  clear();
-  if (src == nullptr || src->count < 1)
-    return;
-  items = static_cast<CPDFDictItem**>(QVAlloc(static_cast<std::size_t>(src->count) * sizeof(*items)));
-  if (items == nullptr)
-    return;
-  capacity = src->count;
-  for (std::int32_t i = 0; i < src->count; ++i) {
-    const char* key = src->items[i]->key();
-    CPDFDictItem* item = new_item(key, std::strlen(key));
-    if (item == nullptr)
-      return;
-    item->copy_from(src->items[i]);
-    items[count++] = item;
-  }
 }
 
 void CPDFDictionary::clear() {

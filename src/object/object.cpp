@@ -91,19 +91,15 @@ void free_containers(CPDFObj* holder) {
 
 }  // namespace
 
-void CPDFObj::free() {
-  if (is_container(*this)) {
-    free_containers(this);
-    return;
-  }
+void CPDFObj::release() {
   if (tag == kTagString) {
     QVFree(data);
     data = nullptr;
   } else if (tag == kTagName) {
     QVFree(pointer<char>());
+  } else if (is_container(*this)) {
+    free_containers(this);
   }
-  value = 0;
-  tag = kTagNull;
 }
 
 void CPDFObj::move_from(CPDFObj& src) {
@@ -167,8 +163,8 @@ void CPDFObj::set_name(const char* name) {
 }
 
 void CPDFObj::set_name(const char* name, std::size_t len) {
-  free();
   char* copy = name != nullptr ? copy_bytes(name, len) : nullptr;
+  free();  // `name` may lie in what is released
   if (copy == nullptr)
     return;
   tag = kTagName;
@@ -176,13 +172,11 @@ void CPDFObj::set_name(const char* name, std::size_t len) {
 }
 
 void CPDFObj::set_string(const char* bytes, int len) {
-  free();
+  char* copy = bytes != nullptr && len >= 0 ? copy_bytes(bytes, static_cast<std::size_t>(len)) : nullptr;
+  free();  // `bytes` may lie in what is released
   tag = kTagString;
-  data = nullptr;
-  if (bytes == nullptr || len < 0)
-    return;
-  data = copy_bytes(bytes, static_cast<std::size_t>(len));
-  if (data != nullptr)
+  data = copy;
+  if (copy != nullptr)
     value = static_cast<std::uint32_t>(len);
 }
 

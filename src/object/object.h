@@ -71,7 +71,12 @@ struct CPDFObj {
   char* data;
 
   /// Releases what the object owns and leaves it null. Safe on a null object and when repeated.
-  void free();
+  void free() {
+    if (tag >= kTagString)
+      release();
+    tag = kTagNull;
+    value = 0;
+  }
   /// Replaces the object by a deep copy of `src`; null gives the null object. A stream's data are
   /// shared, not copied. A failed allocation gives an empty string, a null name. Not for `src` == this.
   void copy_from(const CPDFObj* src);
@@ -133,6 +138,8 @@ struct CPDFObj {
   void take_stream(CPDFStreamRec* rec);
 
 private:
+  void release();
+
   template <class T>
   T* pointer() const {
     return reinterpret_cast<T*>(static_cast<std::uintptr_t>(value));

@@ -2,6 +2,7 @@
 // filled in place and handed up whole; nothing is copied on the way.
 #include <cstring>
 #include <new>
+#include <string_view>
 #include <utility>
 
 #include "base/heap.h"
@@ -14,15 +15,16 @@
 #include "object/parse_buf.h"
 #include "object/stream_rec.h"
 #include "object/token_reader_internal.h"
+#include "object/work_stack_internal.h"
 
 namespace {
 
-constexpr int kMostNested = 512;  // a container nested deeper reads as null
+constexpr std::size_t kMostNested = 512;  // a container nested deeper reads as null
 
 // Keywords that can stand in no container: meeting one means that a closing bracket is missing.
-bool ends_every_container(const char* keyword) {
-  for (const char* word : {"endobj", "endstream", "stream", "xref", "trailer", "startxref", "obj"}) {
-    if (std::strcmp(keyword, word) == 0)
+bool ends_every_container(std::string_view keyword) {
+  for (const std::string_view word : {"endobj", "endstream", "stream", "xref", "trailer", "startxref", "obj"}) {
+    if (keyword == word)
       return true;
   }
   return false;
@@ -35,23 +37,19 @@ public:
   OpenContainers(const OpenContainers&) = delete;
   OpenContainers& operator=(const OpenContainers&) = delete;
   ~OpenContainers() {
-    for (; depth_ > 0; --depth_)
-      top().value.free();
+    for (; !frames_.empty(); frames_.pop())
+      frames_.top().value.free();
     lost_.free();
-    QVFree(heap_);
   }
 
-  bool empty() const { return depth_ == 0; }
-  bool full() const { return depth_ == kMostNested; }
-  bool in_array() const { return depth_ > 0 && top().value.tag == kTagArray; }
-  bool in_dict() const { return depth_ > 0 && top().value.tag == kTagDict; }
+  bool empty() const { return frames_.empty(); }
+  bool full() const { return frames_.depth() == kMostNested; }
+  bool in_array() const { return !empty() && frames_.top().value.tag == kTagArray; }
   /// Whether a dictionary is on top that waits for a key.
-  bool wants_key() const { return in_dict() && top().slot == nullptr; }
+  bool wants_key() const { return !empty() && frames_.top().value.tag == kTagDict && frames_.top().slot == nullptr; }
 
   bool open(bool dict) {
-    CPDFObj value{};
-    if (!make_room())
-      return false;
+    Freed<CPDFObj> value;
     if (dict) {
       auto* container = new (std::nothrow) CPDFDictionary;
       if (container == nullptr)
@@ -63,17 +61,20 @@ public:
         return false;
       value.take_array(container);
     }
-    frames_[depth_++] = {value, nullptr};
+    if (!frames_.push({value, nullptr}))
+      return false;
+    static_cast<CPDFObj&>(value) = CPDFObj{};  // the frame holds it now
     return true;
   }
-  void set_key(const ByteCollector& key) {
-    top().slot = top().value.as_dict()->append_unsorted(key.data(), key.size());
-    if (top().slot == nullptr)
-      top().slot = &lost_;
+  void set_key(std::string_view key) {
+    Frame& frame = frames_.top();
+    frame.slot = frame.value.as_dict()->append_unsorted(key.data(), key.size());
+    if (frame.slot == nullptr)
+      frame.slot = &lost_;
   }
   /// Puts a finished value, which becomes null, where it belongs.
   void deliver(CPDFObj& value) {
-    Frame& frame = top();
+    Frame& frame = frames_.top();
     if (frame.value.tag == kTagArray) {
       frame.value.as_array()->append_moved(value);
     } else if (frame.slot != nullptr) {
@@ -85,8 +86,8 @@ public:
   }
   /// Takes the finished container off the stack.
   void close(CPDFObj& value) {
-    value.move_from(top().value);
-    --depth_;
+    value.move_from(frames_.top().value);
+    frames_.pop();
     if (CPDFDictionary* dict = value.as_dict())
       dict->sort_items();
   }
@@ -96,29 +97,8 @@ private:
     CPDFObj value;
     CPDFObj* slot;  // where the value of the present key goes
   };
-  static constexpr int kLocal = 16;
-
-  Frame& top() { return frames_[depth_ - 1]; }
-  const Frame& top() const { return frames_[depth_ - 1]; }
-  bool make_room() {
-    if (depth_ < capacity_)
-      return true;
-    const int capacity = capacity_ * 2;
-    auto* grown = static_cast<Frame*>(QVRealloc(heap_, static_cast<std::size_t>(capacity) * sizeof(Frame)));
-    if (grown == nullptr)
-      return false;
-    if (heap_ == nullptr)
-      std::memcpy(static_cast<void*>(grown), local_, sizeof(local_));
-    heap_ = frames_ = grown;
-    capacity_ = capacity;
-    return true;
-  }
-
-  Frame local_[kLocal];
-  Frame* heap_ = nullptr;
-  Frame* frames_ = local_;
-  int depth_ = 0;
-  int capacity_ = kLocal;
+  static constexpr std::size_t kLocal = 16;
+  WorkStack<Frame, kLocal> frames_;
   CPDFObj lost_{};
 };
 
@@ -203,9 +183,9 @@ bool ObjectReader::handle(Token token, CPDFObj& value, CPDFObj& out) {
       return false;
     case Token::kName:
       if (stack_.wants_key()) {
-        stack_.set_key(tokens_.text);
+        stack_.set_key(tokens_.name);
       } else {
-        value.set_name(tokens_.text.data(), tokens_.text.size());
+        value.set_name(tokens_.name.data(), tokens_.name.size());
         stack_.deliver(value);
       }
       return false;
@@ -238,7 +218,8 @@ bool ObjectReader::handle(Token token, CPDFObj& value, CPDFObj& out) {
   return true;
 }
 
-// One value into `out`. Tag 10 for a keyword that is no value, which stays unread behind a header.
+// One value into `out`; false at the end of the data. Tag 10 for a keyword that is no value. Behind
+// a header it makes a null value instead, and stays unread when it ends the object.
 bool ObjectReader::read_value(CPDFObj& out, bool behind_header) {
   CPDFObj value{};
   const Token first = tokens_.next(value);
@@ -249,7 +230,7 @@ bool ObjectReader::read_value(CPDFObj& out, bool behind_header) {
       out.move_from(value);
       return true;
     case Token::kName:
-      out.set_name(tokens_.text.data(), tokens_.text.size());
+      out.set_name(tokens_.name.data(), tokens_.name.size());
       return true;
     case Token::kArrayOpen:
     case Token::kDictOpen:
@@ -258,10 +239,10 @@ bool ObjectReader::read_value(CPDFObj& out, bool behind_header) {
     case Token::kArrayClose:
     case Token::kDictClose:
     case Token::kKeyword:
-      if (behind_header && first == Token::kKeyword)
-        tokens_.unread_keyword();
-      else
+      if (!behind_header)
         out.tag = kTagNoValue;
+      else if (first == Token::kKeyword && ends_every_container(tokens_.keyword))
+        tokens_.unread_keyword();
       return true;
   }
   while (!stack_.empty()) {

@@ -16,6 +16,7 @@
 #include "object/print_buffer_internal.h"
 #include "object/scalar_print_internal.h"
 #include "object/stream_rec.h"
+#include "object/work_stack_internal.h"
 
 namespace {
 
@@ -25,40 +26,6 @@ struct OpenContainer {
   const CPDFDictionary* dict;
   std::int32_t next;
   bool in_clear;  // "Contents" of this dictionary is a signature over the file and is not encrypted
-};
-
-class ContainerStack {
-public:
-  ContainerStack() = default;
-  ContainerStack(const ContainerStack&) = delete;
-  ContainerStack& operator=(const ContainerStack&) = delete;
-  ~ContainerStack() { QVFree(heap_); }
-
-  bool empty() const { return depth_ == 0; }
-  OpenContainer& top() { return items_[depth_ - 1]; }
-  void pop() { --depth_; }
-  bool push(const OpenContainer& item) {
-    if (depth_ == capacity_) {
-      const std::size_t capacity = capacity_ * 2;
-      auto* grown = static_cast<OpenContainer*>(QVRealloc(heap_, capacity * sizeof(OpenContainer)));
-      if (grown == nullptr)
-        return false;
-      if (heap_ == nullptr)
-        std::memcpy(grown, local_, sizeof(local_));
-      heap_ = items_ = grown;
-      capacity_ = capacity;
-    }
-    items_[depth_++] = item;
-    return true;
-  }
-
-private:
-  static constexpr std::size_t kLocal = 32;
-  OpenContainer local_[kLocal];
-  OpenContainer* heap_ = nullptr;
-  OpenContainer* items_ = local_;
-  std::size_t depth_ = 0;
-  std::size_t capacity_ = kLocal;
 };
 
 class ObjectPrinter {
@@ -80,7 +47,8 @@ private:
   CQVStream* target_;
   PrintBuffer out_;
   PDF_ENC_PARA para_;
-  ContainerStack stack_;
+  static constexpr std::size_t kLocal = 16;
+  WorkStack<OpenContainer, kLocal> stack_;
 };
 
 void ObjectPrinter::print_text(const CPDFObj& obj, bool in_clear) {
@@ -90,7 +58,9 @@ void ObjectPrinter::print_text(const CPDFObj& obj, bool in_clear) {
     return;
   }
   const int size = para_.encrypt->get_enc_size(text.len);
-  HeapBlock<unsigned char> coded(static_cast<unsigned char*>(QVAlloc(static_cast<std::size_t>(std::max(size, 0)) + 1)));
+  HeapBlock<unsigned char> coded;
+  if (size >= 0)
+    coded.reset(static_cast<unsigned char*>(QVAlloc(static_cast<std::size_t>(size) + 1)));
   int len = 0;
   if (coded)
     para_.encrypt->encrypt_string(para_.obj_num, para_.gen, reinterpret_cast<const unsigned char*>(text.data), text.len,

@@ -98,20 +98,11 @@ public:
     capacity_ = kBlockStep;
     return data_ != nullptr;
   }
+  // False, with the block released, when there is no memory.
   bool append(const char* bytes, std::size_t count) {
-    if (count > capacity_ - len_) {
-      const std::size_t wanted = std::max(len_ + count, capacity_ + capacity_ / 2);
-      if (wanted > INT32_MAX - kBlockSpare) {
-        QVFree(data_);
-        return false;
-      }
-      auto* grown = static_cast<char*>(QVRealloc(data_, wanted + kBlockSpare));
-      if (grown == nullptr) {
-        QVFree(data_);
-        return false;
-      }
-      data_ = grown;
-      capacity_ = wanted;
+    if (count > capacity_ - len_ && !grow(len_ + count)) {
+      QVFree(data_);
+      return false;
     }
     std::memcpy(data_ + len_, bytes, count);
     len_ += count;
@@ -126,6 +117,20 @@ public:
   }
 
 private:
+  static constexpr std::size_t kMost = INT32_MAX - kBlockSpare;  // lengths have 31 bits
+
+  bool grow(std::size_t least) {
+    if (least > kMost)
+      return false;
+    const std::size_t wanted = std::min(std::max(least, capacity_ + capacity_ / 2), kMost);
+    auto* grown = static_cast<char*>(QVRealloc(data_, wanted + kBlockSpare));
+    if (grown == nullptr)
+      return false;
+    data_ = grown;
+    capacity_ = wanted;
+    return true;
+  }
+
   char* data_ = nullptr;
   std::size_t len_ = 0;
   std::size_t capacity_ = 0;

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <cstring>
+#include <string_view>
 
 #include "base/chars.h"
 #include "base/stream.h"
@@ -20,20 +21,38 @@ public:
       flush();
     bytes_[used_++] = c;
     last_ = c;
-    ++column_;
   }
-  void put(const char* bytes, std::size_t count) {
-    for (std::size_t i = 0; i < count; ++i)
-      put(bytes[i]);
+  void text(std::string_view text) {
+    if (text.empty())
+      return;
+    if (text.size() > kSize - used_)
+      flush();
+    last_ = text.back();
+    if (text.size() > kSize) {
+      out_->Write(text.data(), static_cast<unsigned>(text.size()));
+      written_ += text.size();
+      return;
+    }
+    std::memcpy(bytes_ + used_, text.data(), text.size());
+    used_ += static_cast<unsigned>(text.size());
   }
-  void text(const char* text) { put(text, std::strlen(text)); }
+  /// Room for `count` characters, up to kRoom, which `close` takes over once they are filled in.
+  char* open(unsigned count) {
+    if (count > kSize - used_)
+      flush();
+    return bytes_ + used_;
+  }
+  void close(const char* end) {
+    used_ = static_cast<unsigned>(end - bytes_);
+    last_ = end[-1];
+  }
   void line_end() {
     put('\n');
-    column_ = 0;
+    line_start_ = position();
   }
   /// To be called in front of a token that begins with `first`.
   void separate(char first) {
-    if (column_ > kLongLine)
+    if (position() - line_start_ > kLongLine)
       line_end();
     else if (is_regular(last_) && is_regular(first))
       put(' ');
@@ -43,16 +62,23 @@ public:
   void flush() {
     if (used_ != 0)
       out_->Write(bytes_, used_);
+    written_ += used_;
     used_ = 0;
   }
 
+  static constexpr unsigned kRoom = 1024;
+
 private:
-  static constexpr unsigned kSize = 1024;
-  static constexpr unsigned kLongLine = 96;
+  static constexpr unsigned kSize = 4096;
+  static constexpr std::uint64_t kLongLine = 96;
+  static_assert(kRoom <= kSize);
+
+  std::uint64_t position() const { return written_ + used_; }
 
   CQVStream* out_;
   unsigned used_ = 0;
-  unsigned column_ = 0;
   char last_ = '\n';
+  std::uint64_t written_ = 0;     // bytes handed to the stream
+  std::uint64_t line_start_ = 0;  // counted as `position` counts
   char bytes_[kSize];
 };

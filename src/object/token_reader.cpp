@@ -1,13 +1,15 @@
+#include "object/token_reader_internal.h"
+
+#include <algorithm>
+#include <array>
 #include <cstring>
 
 #include "base/chars.h"
-#include "object/token_reader_internal.h"
 
 namespace {
 
-constexpr unsigned kLookAhead = 64;       // for "N G R", "N G obj" and keywords
-constexpr unsigned kFractionDigits = 10;  // beyond these a digit cannot change a QVFIX
-constexpr QVFIX kLargestReal = INT64_MAX;
+constexpr unsigned kFractionDigits = 10;  // a QVFIX has room for the effect of no more
+constexpr unsigned kFewDigits = 9;        // so many can never leave 32 bits
 constexpr std::int64_t kIntegerLimit = std::int64_t{1} << (63 - kFixBits);  // integer part of a QVFIX
 
 constexpr std::int64_t kPowersOfTen[kFractionDigits + 1] = {
@@ -29,13 +31,15 @@ struct Digits {
     fraction = fraction * 10 + (c - '0');
     ++fraction_digits;
   }
-  QVFIX real() const {
+  // What does not fit becomes the largest or the smallest value there is.
+  QVFIX real(bool negative) const {
     if (whole >= kIntegerLimit)
-      return kLargestReal;
+      return negative ? INT64_MIN : INT64_MAX;
     const std::int64_t scale = kPowersOfTen[fraction_digits];
     const QVFIX part = (fraction * kFixOne + scale / 2) / scale;
     const QVFIX base = fix_from_int(whole);
-    return base > kLargestReal - part ? kLargestReal : base + part;
+    const QVFIX size = base > INT64_MAX - part ? INT64_MAX : base + part;
+    return negative ? -size : size;
   }
 };
 
@@ -43,12 +47,48 @@ constexpr bool is_number_start(char c) {
   return is_digit(c) || c == '+' || c == '-' || c == '.';
 }
 
+// Whether a number that `c` follows ends there for certain.
+constexpr bool ends_number(char c) {
+  return !is_number_start(c) && c != 'e' && c != 'E';
+}
+
+// The characters of a literal string that stand for more than themselves.
+constexpr std::array<bool, 256> kStringMarks = [] {
+  std::array<bool, 256> table{};
+  for (const char c : {'(', ')', '\\', '\r'})
+    table[static_cast<unsigned char>(c)] = true;
+  return table;
+}();
+
+constexpr std::array<std::int8_t, 256> kHexValues = [] {
+  std::array<std::int8_t, 256> table{};
+  for (unsigned c = 0; c < table.size(); ++c)
+    table[c] = static_cast<std::int8_t>(hex_value(static_cast<char>(c)));
+  return table;
+}();
+
+const char* skip_digits(const char* at) {
+  while (is_digit(*at))
+    ++at;
+  return at;
+}
+
 }  // namespace
+
+// Makes `count` bytes contiguous, as far as there are so many. The source is not asked again when
+// it had no more: at the end of a file each question is a call of the system.
+void TokenReader::need(unsigned count) {
+  if (buf_.buf_pos + count <= buf_.buf_len || drained_)
+    return;
+  buf_.buf_need(count);
+  drained_ = buf_.buf_pos + count > buf_.buf_len;
+}
 
 int TokenReader::peek() {
   if (buf_.buf_pos >= buf_.buf_len) {
-    buf_.buf_refill();
-    if (buf_.buf_len == 0)
+    if (!drained_)
+      buf_.buf_refill();
+    if (drained_ || buf_.buf_len == 0)
       return -1;
   }
   return static_cast<unsigned char>(buf_.buf_data[buf_.buf_pos]);
@@ -65,17 +105,16 @@ bool TokenReader::skip_space() {
   }
 }
 
-bool TokenReader::at_keyword(const char* word) {
-  const auto len = static_cast<unsigned>(std::strlen(word));
-  buf_.buf_need(len + 1);
-  const char* at = buf_.buf_data + buf_.buf_pos;
-  return std::strncmp(at, word, len) == 0 && !is_regular(at[len]);
+bool TokenReader::at_keyword(std::string_view word) {
+  need(static_cast<unsigned>(word.size()) + 1);
+  const char* const at = here();
+  return std::strncmp(at, word.data(), word.size()) == 0 && !is_regular(at[word.size()]);
 }
 
 Token TokenReader::next(CPDFObj& value) {
   if (!skip_space())
     return Token::kEnd;
-  const char c = buf_.buf_data[buf_.buf_pos];
+  const char c = *here();
   if (is_number_start(c)) {
     read_number(value);
     return Token::kValue;
@@ -94,16 +133,16 @@ Token TokenReader::next(CPDFObj& value) {
       take();
       return Token::kArrayClose;
     case '<':
-      buf_.buf_need(2);
-      if (buf_.buf_data[buf_.buf_pos + 1] == '<') {
+      need(2);
+      if (here()[1] == '<') {
         buf_.buf_pos += 2;
         return Token::kDictOpen;
       }
       read_hex_string(value);
       return Token::kValue;
     case '>':
-      buf_.buf_need(2);
-      if (buf_.buf_data[buf_.buf_pos + 1] == '>') {
+      need(2);
+      if (here()[1] == '>') {
         buf_.buf_pos += 2;
         return Token::kDictClose;
       }
@@ -120,34 +159,71 @@ Token TokenReader::next(CPDFObj& value) {
 // A delimiter that nothing opened counts as a keyword of one character.
 Token TokenReader::read_stray() {
   keyword_pos_ = buf_.buf_pos;
-  keyword[0] = buf_.buf_data[buf_.buf_pos];
-  keyword[1] = 0;
+  keyword = {here(), 1};
   take();
   return Token::kKeyword;
 }
 
 Token TokenReader::read_keyword(CPDFObj& value) {
-  buf_.buf_need(kLookAhead);
+  need(kLookAhead);
   keyword_pos_ = buf_.buf_pos;
-  unsigned len = 0;
-  for (int c = peek(); c != -1 && is_regular(static_cast<char>(c)); c = peek()) {
-    if (len < kKeywordMost)
-      keyword[len++] = static_cast<char>(c);
-    take();
-  }
-  keyword[len] = 0;
-  if (std::strcmp(keyword, "true") == 0 || std::strcmp(keyword, "false") == 0) {
-    value.set_bool(keyword[0] == 't' ? 1 : 0);
+  const char* at = here();
+  while (is_regular(*at))
+    ++at;
+  keyword = {here(), static_cast<std::size_t>(at - here())};
+  move_to(at);
+  if (keyword == "true" || keyword == "false") {
+    value.set_bool(keyword.size() == 4 ? 1 : 0);
     return Token::kValue;
   }
-  if (std::strcmp(keyword, "null") == 0) {
+  if (keyword == "null") {
     value.free();
     return Token::kValue;
   }
+  if (keyword.size() < kLookAhead)
+    return Token::kKeyword;
+  // So long a keyword has no meaning; what is left of it must not be taken for another one.
+  keyword = {};
+  for (int c = peek(); c != -1 && is_regular(static_cast<char>(c)); c = peek())
+    take();
   return Token::kKeyword;
 }
 
+// The forms that nearly all numbers have, in one piece: an optional minus, a few digits, a point
+// and a few digits more.
 void TokenReader::read_number(CPDFObj& value) {
+  need(kLookAhead);
+  const char* const start = here();
+  const bool negative = *start == '-';
+  const char* const first = start + (negative ? 1 : 0);
+  const char* at = first;
+  std::uint32_t whole = 0;
+  for (; is_digit(*at); ++at)
+    whole = whole * 10 + static_cast<std::uint32_t>(*at - '0');
+  if (at == first || at > first + kFewDigits)
+    return read_odd_number(value);
+  if (*at == '.') {
+    const char* const point = at;
+    Digits digits{whole, 0, 0};
+    for (++at; is_digit(*at); ++at)
+      digits.add_fraction(*at);
+    if (at > point + kFewDigits || at == limit() || !ends_number(*at))
+      return read_odd_number(value);
+    move_to(at);
+    value.set_real(digits.real(negative));
+    return;
+  }
+  if (at == limit() || !ends_number(*at))
+    return read_odd_number(value);
+  move_to(at);
+  std::int32_t gen = 0;
+  if (!negative && take_after_number("R", gen))
+    value.set_ref({static_cast<std::int32_t>(whole), gen});
+  else
+    value.set_int(static_cast<std::int32_t>(negative ? 0 - whole : whole));
+}
+
+void TokenReader::read_odd_number(CPDFObj& value) {
   bool negative = false;
   bool plain = true;  // nothing but digits, so that a reference can begin here
   int c = peek();
@@ -173,21 +249,17 @@ void TokenReader::read_number(CPDFObj& value) {
     }
   }
   skip_number_rest();
-  if (real || digits.whole > INT32_MAX) {
-    if (!real && negative && digits.whole == -static_cast<std::int64_t>(INT32_MIN)) {
-      value.set_int(INT32_MIN);
-      return;
-    }
-    value.set_real(negative ? -digits.real() : digits.real());
+  const std::int64_t most = negative ? -std::int64_t{INT32_MIN} : INT32_MAX;
+  if (real || digits.whole > most) {
+    value.set_real(digits.real(negative));
     return;
   }
-  const auto whole = static_cast<std::int32_t>(digits.whole);
+  const auto whole = static_cast<std::int32_t>(negative ? -digits.whole : digits.whole);
   std::int32_t gen = 0;
-  if (plain && take_after_number("R", 1, gen)) {
+  if (plain && take_after_number("R", gen))
     value.set_ref({whole, gen});
-    return;
-  }
-  value.set_int(negative ? -whole : whole);
+  else
+    value.set_int(whole);
 }
 
 // What hangs on a number without belonging to it: further dots, signs and digits, an exponent. A
@@ -203,8 +275,8 @@ void TokenReader::skip_number_rest() {
     }
     if (c != 'e' && c != 'E')
       return;
-    buf_.buf_need(3);
-    const char* at = buf_.buf_data + buf_.buf_pos;
+    need(3);
+    const char* const at = here();
     const bool exponent = is_digit(at[1]) || ((at[1] == '+' || at[1] == '-') && is_digit(at[2]));
     if (!exponent)
       return;
@@ -212,74 +284,110 @@ void TokenReader::skip_number_rest() {
   }
 }
 
-bool TokenReader::take_after_number(const char* word, unsigned len, std::int32_t& gen) {
-  if (buf_.buf_pos + kLookAhead > buf_.buf_len)
-    buf_.buf_need(kLookAhead);
-  const char* at = buf_.buf_data + buf_.buf_pos;
-  const char* const end = buf_.buf_data + buf_.buf_len;
-  const char* const start = at;
-  while (at < end && is_wide_space(*at))
-    ++at;
-  if (at == start || at == end || !is_digit(*at))
+// Passes white space, a number and `word`, when they stand at the position.
+bool TokenReader::take_after_number(std::string_view word, std::int32_t& gen) {
+  const auto skip_gap = [this](const char* at) {
+    while (at < limit() && is_wide_space(*at))
+      ++at;
+    return at;
+  };
+  need(kLookAhead);
+  const char* number = skip_gap(here());
+  if (!is_digit(*number) && number != limit())
     return false;
-  std::uint32_t number = 0;
-  for (; at < end && is_digit(*at); ++at)
-    number = number * 10 + static_cast<std::uint32_t>(*at - '0');
-  while (at < end && is_wide_space(*at))
-    ++at;
-  if (static_cast<std::size_t>(end - at) < len || std::memcmp(at, word, len) != 0)
+  const char* at = skip_gap(skip_digits(number));
+  if (limit() - at < static_cast<std::ptrdiff_t>(word.size()) && !drained_) {
+    // So wide gaps are rare, but the white space of a buffer is no limit to a reference.
+    need(CPDFBuf::kFill);
+    number = skip_gap(here());
+    at = skip_gap(skip_digits(number));
+  }
+  if (number == here() || !is_digit(*number))
+    return false;
+  if (limit() - at < static_cast<std::ptrdiff_t>(word.size()) || std::memcmp(at, word.data(), word.size()) != 0)
     return false;
   // "R" must be a word of its own; what follows "obj" is not looked at.
-  if (len == 1 && at + 1 < end && is_regular(at[1]))
+  at += word.size();
+  if (word.size() == 1 && is_regular(*at))
     return false;
-  gen = static_cast<std::int32_t>(number);
-  buf_.buf_pos = static_cast<std::uint32_t>(at + len - buf_.buf_data);
+  std::uint32_t value = 0;  // wraps in 32 bits on purpose
+  for (; is_digit(*number); ++number)
+    value = value * 10 + static_cast<std::uint32_t>(*number - '0');
+  gen = static_cast<std::int32_t>(value);
+  move_to(at);
   return true;
 }
 
 void TokenReader::read_name() {
   take();
-  text.clear();
+  const char* const start = here();
+  const char* at = start;
+  while (is_regular(*at) && *at != '#')
+    ++at;
+  if (at >= limit() || *at == '#') {
+    collect_name();
+    return;
+  }
+  name = {start, static_cast<std::size_t>(at - start)};
+  move_to(at);
+}
+
+void TokenReader::collect_name() {
+  text_.clear();
   for (int c = peek(); c != -1 && is_regular(static_cast<char>(c)); c = peek()) {
     if (c != '#') {
-      text.push(static_cast<char>(c));
+      text_.push(static_cast<char>(c));
       take();
       continue;
     }
-    buf_.buf_need(3);
-    const int high = hex_value(buf_.buf_data[buf_.buf_pos + 1]);
-    const int low = high < 0 ? -1 : hex_value(buf_.buf_data[buf_.buf_pos + 2]);
+    need(3);
+    const int high = hex_value(here()[1]);
+    const int low = high < 0 ? -1 : hex_value(here()[2]);
     // A name cannot hold a NUL, and a "#" without two digits stands for itself.
     const bool coded = low >= 0 && high * 16 + low != 0;
-    text.push(coded ? static_cast<char>(high * 16 + low) : '#');
+    text_.push(coded ? static_cast<char>(high * 16 + low) : '#');
     buf_.buf_pos += coded ? 3 : 1;
   }
+  name = {text_.data(), text_.size()};
 }
 
 void TokenReader::read_literal_string(CPDFObj& value) {
   take();
-  text.clear();
-  int depth = 1;
-  for (int c = peek(); c != -1; c = peek()) {
-    take();
-    if (c == '\\') {
-      if (!read_escape())
+  text_.clear();
+  for (std::uint64_t depth = 1; depth > 0 && peek() != -1;) {
+    const char* const start = here();
+    const char* const end = limit();
+    const char* at = start;
+    for (; at < end; ++at) {
+      const auto c = static_cast<unsigned char>(*at);
+      if (!kStringMarks[c])
+        continue;
+      if (c == '(')
+        ++depth;
+      else if (c != ')' || --depth == 0)
         break;
-      continue;
     }
-    if (c == '(')
-      ++depth;
-    if (c == ')' && --depth == 0)
+    move_to(at);
+    if (depth == 0 && text_.size() == 0) {
+      value.set_string(start, static_cast<int>(at - start));
+      take();
+      return;
+    }
+    text_.append(start, static_cast<std::size_t>(at - start));
+    if (at == end)
+      continue;
+    const char mark = *at;
+    take();
+    if (mark == '\\' && !read_escape())
       break;
-    if (c == '\r') {
+    if (mark == '\r') {
       // Any line end inside a string reads as a line feed.
+      text_.push('\n');
       if (peek() == '\n')
         take();
-      c = '\n';
     }
-    text.push(static_cast<char>(c));
   }
-  value.set_string(text.data(), static_cast<int>(text.size()));
+  value.set_string(text_.data(), static_cast<int>(text_.size()));
 }
 
 // Behind a backslash. False at the end of the data.
@@ -290,19 +398,19 @@ bool TokenReader::read_escape() {
   take();
   switch (c) {
     case 'n':
-      text.push('\n');
+      text_.push('\n');
       return true;
     case 'r':
-      text.push('\r');
+      text_.push('\r');
       return true;
     case 't':
-      text.push('\t');
+      text_.push('\t');
       return true;
     case 'b':
-      text.push('\b');
+      text_.push('\b');
       return true;
     case 'f':
-      text.push('\f');
+      text_.push('\f');
       return true;
     case '\r':
       if (peek() == '\n')
@@ -314,7 +422,7 @@ bool TokenReader::read_escape() {
       if (c >= '0' && c <= '7')
         read_octal(c);
       else
-        text.push(static_cast<char>(c));
+        text_.push(static_cast<char>(c));
       return true;
   }
 }
@@ -328,28 +436,34 @@ void TokenReader::read_octal(int first) {
     code = code * 8 + (c - '0');
     take();
   }
-  text.push(static_cast<char>(code & 0xFF));
+  text_.push(static_cast<char>(code & 0xFF));
 }
 
 void TokenReader::read_hex_string(CPDFObj& value) {
   take();
-  text.clear();
+  text_.clear();
+  char piece[CPDFBuf::kFill / 2 + 1];
   int high = -1;
-  for (int c = peek(); c != -1; c = peek()) {
-    take();
-    if (c == '>')
-      break;
-    const int digit = hex_value(static_cast<char>(c));
-    if (digit < 0)
-      continue;  // white space and junk
-    if (high < 0) {
-      high = digit;
-      continue;
+  for (bool open = true; open && peek() != -1;) {
+    const char* at = here();
+    const char* const end = limit();
+    char* out = piece;
+    for (; at < end && *at != '>'; ++at) {
+      const int digit = kHexValues[static_cast<unsigned char>(*at)];
+      if (digit < 0)
+        continue;  // white space and junk
+      if (high < 0) {
+        high = digit;
+        continue;
+      }
+      *out++ = static_cast<char>(high * 16 + digit);
+      high = -1;
     }
-    text.push(static_cast<char>(high * 16 + digit));
-    high = -1;
+    open = at == end;
+    move_to(open ? at : at + 1);
+    text_.append(piece, static_cast<std::size_t>(out - piece));
   }
   if (high >= 0)
-    text.push(static_cast<char>(high * 16));
-  value.set_string(text.data(), static_cast<int>(text.size()));
+    text_.push(static_cast<char>(high * 16));
+  value.set_string(text_.data(), static_cast<int>(text_.size()));
 }
