@@ -2,7 +2,7 @@
 // environment, and a name that it does not know is asked for again next time.
 #include <type_traits>
 
-#include "cache/named_table_internal.h"
+#include "base/named_table.h"
 #include "neighbours/fonts/cmap.h"
 #include "neighbours/fonts/environment.h"
 #include "neighbours/fonts/font_provider.h"
