@@ -4,9 +4,11 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <cstdlib>
 #include <map>
 #include <random>
+#include <thread>
 
 #include "neighbours/fonts/cmap_folders.h"
 #include "neighbours/fonts/cmap_parser.h"
@@ -270,6 +272,28 @@ TEST_F(Folders, MapsBuildOnOthersAndAreShared) {
   CPDFEnviroment::destroy(copy);
   EXPECT_EQ(vertical->ref_count, 1);
   env->release_cmap(nullptr);
+}
+
+TEST_F(Folders, ThreadsShareMapsThroughTheirCopies) {
+  put("Own-H", kMixed);
+  put("Own-V", "/Own-H usecmap /WMode 1 def");
+  std::vector<std::thread> threads;
+  std::atomic<int> right = 0;
+  for (int i = 0; i < 4; ++i) {
+    threads.emplace_back([this, &right] {
+      auto* copy = new CPDFEnviroment(*env);
+      for (int round = 0; round < 50; ++round) {
+        const CMap map(copy->load_cmap(round % 2 == 0 ? "Own-V" : "Own-H"));
+        right += map->cid_of(0x41, 1) == 1000 ? 1 : 0;
+      }
+      CPDFEnviroment::destroy(copy);
+    });
+  }
+  for (std::thread& thread : threads)
+    thread.join();
+  EXPECT_EQ(right, 200);
+  const CMap last(env->load_cmap("Own-H"));
+  EXPECT_EQ(last->ref_count, 1);  // loaded anew
 }
 
 TEST_F(Folders, LoopsAndChainsOfMapsEnd) {
