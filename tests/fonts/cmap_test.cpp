@@ -366,6 +366,22 @@ TEST_F(MapCaches, UnknownNamesAreAskedForAgain) {
   EXPECT_EQ(text.text(0x41, 1), u"A");
 }
 
+// Lets so many requests of the heap family through, and refuses the others.
+struct CallLimit {
+  CallLimit() { set_heap_hooks(&hooks); }
+  ~CallLimit() { end(); }
+  void end() { set_heap_hooks(nullptr); }
+  int allocs = 0;
+  int reallocs = 0;
+  QVHeapHooks hooks{[](void* self, std::size_t size) -> void* {
+                      return static_cast<CallLimit*>(self)->allocs-- > 0 ? std::malloc(size) : nullptr;
+                    },
+                    [](void* self, void* block, std::size_t size) -> void* {
+                      return static_cast<CallLimit*>(self)->reallocs-- > 0 ? std::realloc(block, size) : nullptr;
+                    },
+                    [](void*, void* block) { std::free(block); }, this};
+};
+
 TEST_F(MapCaches, EntriesStandInOrderAndGrowBySteps) {
   CPDFCacheCMap& cache = t.table.cmap_cache;
   for (const char* name : {"b", "a", "c"}) {
@@ -380,8 +396,17 @@ TEST_F(MapCaches, EntriesStandInOrderAndGrowBySteps) {
   while (cache.count < 32)
     EXPECT_EQ(cache.insert_map(cache.count, "z")->map, nullptr);
   EXPECT_EQ(cache.capacity, 32);
-  cache.insert_map(32, "z");
+  CallLimit heap;
+  EXPECT_EQ(cache.insert_map(32, "z"), nullptr);  // no memory: all stays as it was
+  EXPECT_EQ(cache.count + cache.capacity, 64);
+  heap.reallocs = 1;
+  EXPECT_EQ(cache.insert_map(32, "z"), nullptr);  // nor for the name
+  EXPECT_EQ(cache.count, 32);
+  EXPECT_EQ(heap.reallocs, 0);
+  heap.allocs = 1;
+  EXPECT_NE(cache.insert_map(32, "z"), nullptr);
   EXPECT_EQ(cache.capacity, 64);
+  heap.end();
   for (int twice = 0; twice < 2; ++twice) {
     cache.clear();
     t.table.cmap_tou_cache.clear();
