@@ -126,3 +126,10 @@ struct FieldsOptions {
   bool json = false;
 };
 int run_fields(const FieldsOptions& options);
+
+struct FontsOptions {
+  std::string file;
+  PasswordOptions password;
+  bool json = false;
+};
+int run_fonts(const FontsOptions& options);

@@ -136,6 +136,11 @@ int main(int argc, char** argv) {
   add_file(*command, fields.file);
   command->add_flag("--json", fields.json, "One JSON object");
 
+  FontsOptions fonts;
+  command = add_command(app, "fonts", "The fonts, embedded or not, with their encodings", fonts, run_fonts, code);
+  add_file(*command, fonts.file);
+  command->add_flag("--json", fonts.json, "One JSON object");
+
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {

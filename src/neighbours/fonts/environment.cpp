@@ -12,7 +12,9 @@ CPDFEnviroment::CPDFEnviroment() {
   pthread_mutex_init(&mutex, nullptr);
 }
 
-CPDFEnviroment::CPDFEnviroment(const CPDFEnviroment&) : CPDFEnviroment() {}
+CPDFEnviroment::CPDFEnviroment(const CPDFEnviroment& other) : maps_(other.maps_) {
+  pthread_mutex_init(&mutex, nullptr);
+}
 
 // Without fonts and resources no name is known.
 void* CPDFEnviroment::new_face(const char*) {
@@ -24,18 +26,6 @@ CQVFTFont* CPDFEnviroment::new_face(const char*, int) {
 }
 
 void CPDFEnviroment::release_face(const char*) {}
-
-CPDFCMap* CPDFEnviroment::load_cmap(const char*) {
-  return nullptr;
-}
-
-void CPDFEnviroment::release_cmap(CPDFCMap*) {}
-
-CPDFCMapToUnicode* CPDFEnviroment::load_cmap_tounicode(const char*) {
-  return nullptr;
-}
-
-void CPDFEnviroment::release_cmap_tounicode(CPDFCMapToUnicode*) {}
 
 void CPDFEnviroment::unload() {}
 

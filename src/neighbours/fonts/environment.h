@@ -4,6 +4,8 @@
 
 #include <pthread.h>
 
+#include "neighbours/fonts/cmap_resources.h"
+
 class CPDFCMap;
 class CPDFCMapToUnicode;
 class CQVFTFont;
@@ -22,7 +24,11 @@ public:
   /// A face of a font file, owned by the caller, or null.
   CQVFTFont* new_face(const char* path, int index);
   void release_face(const char* name);
-  /// The map of that name, or null. Given back by `release_cmap`.
+  /// Adds a folder of CMap files for this environment and all its copies, in front of the system's
+  /// folders. Copies `path`. False when there is no memory.
+  bool add_cmap_folder(const char* path);
+  /// The map of that name with one reference for the caller, or null. Maps are shared between the
+  /// copies and go with their last reference, which `release_cmap` gives back.
   CPDFCMap* load_cmap(const char* name);
   void release_cmap(CPDFCMap* map);
   CPDFCMapToUnicode* load_cmap_tounicode(const char* name);
@@ -35,4 +41,6 @@ public:
 
 private:
   ~CPDFEnviroment() = default;
+
+  CPDFCMapShare maps_;
 };
