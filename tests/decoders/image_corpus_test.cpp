@@ -1,7 +1,6 @@
 // The JPEG and JPEG 2000 streams of the folder that SHEAF_CORPUS names, beside independent decoders.
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <memory>
 
 #include "base/heap.h"
@@ -10,7 +9,7 @@
 #include "neighbours/decoders/row_decoder.h"
 #include "neighbours/page/doc.h"
 #include "neighbours/page/image.h"
-#include "support/external_tool.h"
+#include "support/corpus.h"
 #include "support/netpbm.h"
 
 namespace {
@@ -45,11 +44,12 @@ CorpusImage image_of(const CPDFImage& image, const std::string& name) {
 
 // Calls `visit` for every image of the folder with that filter.
 template <class Visit>
-int for_each_image(const char* folder, const std::string& filter, const Visit& visit) {
+int for_each_image(const std::string& filter, const Visit& visit) {
   int count = 0;
-  for (const auto& entry : std::filesystem::recursive_directory_iterator(folder)) {
+  for (const CorpusFile& file : corpus_files()) {
     CPDFDoc doc;
-    if (entry.path().extension() != ".pdf" || !doc.open(entry.path().c_str()) || !doc.is_readable())
+    doc.set_password(file.expected.password.c_str());
+    if (!doc.open(file.path.c_str()) || !doc.is_readable())
       continue;
     doc.table().drain_pending();
     for (std::uint32_t num = 1; num < doc.table().xref_count; ++num) {
@@ -59,7 +59,7 @@ int for_each_image(const char* folder, const std::string& filter, const Visit& v
       if (!image.load(doc.table(), obj) || image.filter != filter)
         continue;
       ++count;
-      visit(image_of(image, entry.path().filename().string() + " object " + std::to_string(num)));
+      visit(image_of(image, file.name + " object " + std::to_string(num)));
     }
   }
   return count;
@@ -86,17 +86,13 @@ void compare(const CorpusImage& image, const Netpbm& expected) {
   EXPECT_LE(greatest_difference(samples, expected.samples), 2);
 }
 
-const char* corpus_folder() {
-  return std::getenv("SHEAF_CORPUS");
-}
-
 }  // namespace
 
 TEST(ImageCorpus, DctStreamsDecodeAsByDjpeg) {
-  if (corpus_folder() == nullptr || !has_program("djpeg"))
+  if (corpus_files().empty() || !has_program("djpeg"))
     GTEST_SKIP() << "needs SHEAF_CORPUS and djpeg";
   const TestFolder folder;
-  const int count = for_each_image(corpus_folder(), "DCTDecode", [&folder](const CorpusImage& image) {
+  const int count = for_each_image("DCTDecode", [&folder](const CorpusImage& image) {
     write_file(folder / "in.jpg", image.encoded);
     const RunResult run = run_command("djpeg -pnm " + (folder / "in.jpg") + " 2>/dev/null");
     if (!run.output.empty())
@@ -109,10 +105,10 @@ TEST(ImageCorpus, DctStreamsDecodeAsByDjpeg) {
 }
 
 TEST(ImageCorpus, JpxStreamsDecodeAsByOpjDecompress) {
-  if (corpus_folder() == nullptr || !has_program("opj_decompress"))
+  if (corpus_files().empty() || !has_program("opj_decompress"))
     GTEST_SKIP() << "needs SHEAF_CORPUS and opj_decompress";
   const TestFolder folder;
-  const int count = for_each_image(corpus_folder(), "JPXDecode", [&folder](const CorpusImage& image) {
+  const int count = for_each_image("JPXDecode", [&folder](const CorpusImage& image) {
     const bool is_bare = image.encoded.compare(0, 2, "\xFF\x4F") == 0;
     const std::string in = folder / (is_bare ? "in.j2k" : "in.jp2");
     const std::string out = folder / (image.components == 1 ? "out.pgm" : "out.ppm");
