@@ -51,13 +51,13 @@ int main(int argc, char** argv) {
   ShowOptions show;
   command = add_command(app, "show", "An object in PDF syntax, or the trailer", show, run_show, code);
   add_file(*command, show.file);
-  command->add_option("NUM", show.num, "Object number")->check(CLI::PositiveNumber);
-  command->add_option("GEN", show.gen, "Generation")->check(CLI::NonNegativeNumber);
+  command->add_option("NUM", show.num, "Object number")->check(CLI::Range(1, INT32_MAX));
+  command->add_option("GEN", show.gen, "Generation")->check(CLI::Range(0, INT32_MAX));
 
   StreamOptions stream;
   command = add_command(app, "stream", "The data of a stream", stream, run_stream, code);
   add_file(*command, stream.file);
-  command->add_option("NUM", stream.num, "Object number")->required()->check(CLI::PositiveNumber);
+  command->add_option("NUM", stream.num, "Object number")->required()->check(CLI::Range(1, INT32_MAX));
   command->add_flag("--raw", stream.raw, "As stored, the filters still on");
   command->add_option("-o,--output", stream.output, "Write to this file");
 
