@@ -6,7 +6,7 @@
 #include <iterator>
 #include <vector>
 
-#include "neighbours/decoders/jbig2.h"
+#include "neighbours/decoders/jbig2/jb2_bitmap.h"
 
 namespace {
 
@@ -41,6 +41,7 @@ int main(int argc, char** argv) {
   const std::chrono::duration<double, std::milli> took = std::chrono::steady_clock::now() - start;
   std::fprintf(stderr, "%.2f ms\n", took.count());
   const QVJB2_Bitmap& bitmap = *page.pages[0].bitmap;
+  jb2::bitmap_clear_padding(bitmap);
   std::printf("P4\n%d %d\n", bitmap.width, bitmap.height);
   const auto size = static_cast<std::size_t>(bitmap.stride) * static_cast<std::size_t>(bitmap.height);
   return std::fwrite(bitmap.data, 1, size, stdout) == size ? 0 : 1;

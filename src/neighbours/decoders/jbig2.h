@@ -9,7 +9,9 @@
 #include "base/grow_array.h"
 #include "neighbours/decoders/jbig2/jb2_limits.h"
 
-/// A bitmap, 1 for black, rows padded with 0 bits to whole bytes. One block of the QVAlloc family
+/// A bitmap, 1 for black, rows padded to whole bytes: with 0 bits as long as it is worked on, and
+/// with 1 bits in a page that `dec_data` has left, so that they are 0 in the inverted rows of an
+/// image. One block of the QVAlloc family
 /// that ends in its data, so that QVFree of the bitmap releases all of it.
 struct QVJB2_Bitmap {
   std::int32_t refs;    ///< Holders; whoever brings it to 0 releases the block.

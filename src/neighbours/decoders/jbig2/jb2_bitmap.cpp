@@ -89,6 +89,11 @@ std::uint8_t* data_behind(QVJB2_Bitmap* bitmap) {
   return reinterpret_cast<std::uint8_t*>(bitmap + 1);
 }
 
+// The bits of a row's last byte that stand behind the last pixel.
+std::uint8_t padding_of(const QVJB2_Bitmap& bitmap) {
+  return static_cast<std::uint8_t>((1u << (bitmap.stride * std::int64_t{8} - bitmap.width)) - 1);
+}
+
 }  // namespace
 
 std::int64_t bitmap_cost(const QVJB2_Bitmap& bitmap) {
@@ -156,9 +161,15 @@ void bitmap_blacken(QVJB2_Bitmap& bitmap, std::int32_t first_row) {
 }
 
 void bitmap_clear_padding(const QVJB2_Bitmap& bitmap) {
-  const auto kept = static_cast<std::uint8_t>(0xFF << (bitmap.stride * std::int64_t{8} - bitmap.width));
-  for (std::int32_t y = 0; y < bitmap.height && kept != 0xFF; ++y)
-    bitmap_row(bitmap, y)[bitmap.stride - 1] &= kept;
+  const std::uint8_t padding = padding_of(bitmap);
+  for (std::int32_t y = 0; y < bitmap.height && padding != 0; ++y)
+    bitmap_row(bitmap, y)[bitmap.stride - 1] &= static_cast<std::uint8_t>(~padding);
+}
+
+void bitmap_fill_padding(const QVJB2_Bitmap& bitmap) {
+  const std::uint8_t padding = padding_of(bitmap);
+  for (std::int32_t y = 0; y < bitmap.height && padding != 0; ++y)
+    bitmap_row(bitmap, y)[bitmap.stride - 1] |= padding;
 }
 
 void bitmap_combine(QVJB2_Bitmap& dst, const QVJB2_Bitmap& src, std::int64_t x, std::int64_t y, Combine op) {

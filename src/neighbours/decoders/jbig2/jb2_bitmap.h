@@ -26,8 +26,9 @@ void bitmap_release(QVJB2_Bitmap* bitmap);
 /// Makes the rows from `first_row` on all black.
 void bitmap_blacken(QVJB2_Bitmap& bitmap, std::int32_t first_row);
 
-/// Makes the bits behind each row's last pixel 0.
+/// Makes the bits behind each row's last pixel 0, or 1.
 void bitmap_clear_padding(const QVJB2_Bitmap& bitmap);
+void bitmap_fill_padding(const QVJB2_Bitmap& bitmap);
 
 /// Combines `src` into `dst` with its top left corner at (`x`, `y`); what stands outside is cut off.
 void bitmap_combine(QVJB2_Bitmap& dst, const QVJB2_Bitmap& src, std::int64_t x, std::int64_t y, Combine op);

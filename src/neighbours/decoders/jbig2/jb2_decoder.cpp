@@ -148,8 +148,11 @@ int CQVJBIG2::dec_data(unsigned char* data, int len) {
     Segment segment = {*this, *record, body};
     decode_segment(segment);
   }
-  for (std::int32_t i = 0; i <= page_last; ++i)
+  for (std::int32_t i = 0; i <= page_last; ++i) {
     settle_page(limits, pages[i]);
+    if (pages[i].bitmap != nullptr)
+      bitmap_fill_padding(*pages[i].bitmap);
+  }
   return pages[page_last].bitmap != nullptr ? 1 : 0;
 }
 
