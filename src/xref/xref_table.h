@@ -189,7 +189,7 @@ public:
   std::int32_t stream_depth = 0;          ///< Streams being made for one another's parameters.
   std::int64_t chain_work = 0;            ///< What the outermost of them has cost, in decoded bytes.
   std::int32_t checks_lengths = 0;        ///< Not 0: a "Length" behind which no "endstream" stands is not believed.
-  GrowArray<PDF_LENGTH> lengths;          ///< Those that were not, by offset.
+  GrowArray<PDF_LENGTH> healed_lengths;   ///< Those that were not, by offset.
   std::int64_t length_scans = 0;          ///< Bytes searched for ends.
   std::int64_t objstm_budget = 16 << 20;  ///< Bytes that the objects of decoded object streams may take together.
   std::int64_t objstm_held = 0;           ///< What they take now, as estimated.
