@@ -38,19 +38,31 @@ public:
   virtual void open(int k_value, int columns_value, int rows_value, int align, int black_is_one);
 
   // The bit reader. Past the end of the input all bits are 0.
+  /// The next `n` bits, 1 to 12, the first one highest.
   unsigned next_bits(int n);
+  /// Moves the reader back by `n` bits.
   void give_back(int n);
+  /// Passes the end-of-block code of T.6 data, if one is next, and the rest of its byte. Gives the
+  /// index of the byte where the reader then stands: the count of input bytes that the lines took.
+  std::int32_t pass_end_of_block();
 
+  /// The next white run, with all its make-up codes. Bad codes and ends of lines are passed over.
   int decodeWhiteCodeWord();
+  /// The next black run. An unassigned code gives a run of 0; its first four bits are lost.
   int dec_black_word();
   /// Sets `count` pixels from `pos` on; never beyond the line.
   void set_bits(unsigned char* dst, int pos, int count) const;
+  /// Goes on to the next end-of-line code, takes it, and gives the tag bit behind it; 0 for failure.
   int readEOL(int is_first);
+  /// Takes an end-of-line code with the fill in front of it, when it comes next.
   void skip_eol();
+  /// Puts the reader at the first bit of the next end-of-line code: 1, or 0 when there is none.
   int seekEOL();
-  void dec_scanline(unsigned char* dst, int size);
-  int decodeT42DLine(unsigned char* dst, int size);
-  int decodeT6Line(unsigned char* dst, int size);
+
+  // Single lines, drawn into the cleared `dst`; 0 ends the data.
+  void dec_scanline(unsigned char* dst, int size);        ///< T.4, one-dimensional (T.4, 4.1).
+  int decodeT42DLine(unsigned char* dst, int size);       ///< T.4, of either kind (T.4, 4.2).
+  int decodeT6Line(unsigned char* dst, int size);         ///< T.6 (T.6, 2.2).
 
   static const std::array<std::uint16_t, 1024> ms_white;
   static const std::array<std::uint16_t, 16> ms_initBlack;
@@ -62,15 +74,18 @@ public:
   static const std::array<std::uint32_t, 9> ms_table2;  ///< The high i bits of a byte.
 
 private:
-  struct TwoDimensional;
+  class TwoDimensional;
+
+  std::int32_t change_limit = 0;  // entries of a line array; 0 without one
 
   bool at_end() const { return byte_pos >= left; }
-  void put_change(int index, int position);
+  std::int64_t position() const;
+  void set_position(std::int64_t bit);
+  std::int64_t next_one(std::int64_t bit) const;
+  void align_to_byte();
+  void put_change(int a0);
   bool white_run(int& a0);
   bool black_run(unsigned char* dst, int& a0);
-  void align_to_byte();
-  void find_b(bool black, int threshold);
-  void start_two_dimensional();
-  void horizontal(unsigned char* dst, TwoDimensional& line, bool cut);
-  void uncompressed(unsigned char* dst, TwoDimensional& line);
+  template <bool IsT6>
+  int two_dimensional_line(unsigned char* dst);
 };

@@ -1,9 +1,11 @@
 // Bits, code words and end-of-line codes of CCITT data.
 #include <algorithm>
-#include <cstring>
+#include <bit>
 
 #include "filters/ccitt.h"
+#include "filters/ccitt_draw_internal.h"
 #include "filters/ccitt_tables.h"
+#include "filters/ccitt_window_internal.h"
 
 namespace {
 
@@ -38,18 +40,34 @@ constexpr std::array<std::uint8_t, 128> CPDFStreamFAX::ms_twoDCodes = ccitt::mak
 constexpr std::array<std::uint32_t, 9> CPDFStreamFAX::ms_table1 = make_masks(false);
 constexpr std::array<std::uint32_t, 9> CPDFStreamFAX::ms_table2 = make_masks(true);
 
-unsigned CPDFStreamFAX::next_bits(int n) {
-  std::uint32_t window = 0;
-  for (int i = 0; i < 3; ++i) {
-    const std::int32_t at = byte_pos + i;
-    window = window << 8 | (at >= 0 && at < left ? data[at] : 0u);
+std::int64_t CPDFStreamFAX::position() const {
+  return std::int64_t{byte_pos} * 8 + bit_pos;
+}
+
+// Behind the end the place no longer matters; it must only not run away.
+void CPDFStreamFAX::set_position(std::int64_t bit) {
+  constexpr std::int64_t kBehindEnd = 16;
+  const std::int64_t byte = std::min(std::min(bit >> 3, left + kBehindEnd), std::int64_t{INT32_MAX});
+  byte_pos = static_cast<std::int32_t>(byte);
+  bit_pos = static_cast<std::int32_t>(bit & 7);
+}
+
+// The first 1 at `bit` or behind it; the end of the input when there is none.
+std::int64_t CPDFStreamFAX::next_one(std::int64_t bit) const {
+  std::int64_t byte = bit >> 3;
+  unsigned mask = 0xFFu >> (bit & 7);
+  for (; byte < left; ++byte, mask = 0xFF) {
+    const unsigned value = data[byte] & mask;
+    if (value != 0)
+      return byte * 8 + std::countl_zero(static_cast<std::uint8_t>(value));
   }
-  const unsigned value = window >> (24 - bit_pos - n) & ((1u << n) - 1);
-  const int bits = bit_pos + n;
-  // Behind the end the place no longer matters; it must only not run away.
-  byte_pos = std::min(byte_pos + bits / 8, left + 16);
-  bit_pos = bits % 8;
-  return value;
+  return std::max(bit, std::int64_t{left} * 8);
+}
+
+unsigned CPDFStreamFAX::next_bits(int n) {
+  const std::uint64_t word = ccitt::word_at(data, left, byte_pos) << bit_pos;
+  set_position(position() + n);
+  return static_cast<unsigned>(word >> (64 - n));
 }
 
 void CPDFStreamFAX::give_back(int n) {
@@ -119,50 +137,45 @@ int CPDFStreamFAX::dec_black_word() {
 }
 
 void CPDFStreamFAX::set_bits(unsigned char* dst, int pos, int count) const {
-  if (pos < 0 || count < 1 || pos >= columns)
-    return;
-  const int end = count > columns - pos ? columns : pos + count;
-  const int first = pos / 8;
-  const int last = end / 8;
-  const auto head = static_cast<unsigned char>(0xFF >> (pos % 8));
-  const auto tail = static_cast<unsigned char>(0xFF & ~(0xFF >> (end % 8)));
-  if (first == last) {
-    dst[first] |= head & tail;
-    return;
-  }
-  dst[first] |= head;
-  std::memset(dst + first + 1, 0xFF, static_cast<std::size_t>(last - first - 1));
-  if (tail != 0)
-    dst[last] |= tail;
+  ccitt::draw(dst, pos, count, columns);
 }
 
 int CPDFStreamFAX::seekEOL() {
-  constexpr unsigned kLow11 = 0x7FF;
-  const long long size_bits = static_cast<long long>(left) * 8;
-  long long pos = static_cast<long long>(byte_pos) * 8 + bit_pos;
-  if (pos > size_bits - 13)
+  constexpr int kCodeBits = 12;
+  const std::int64_t last = std::int64_t{left} * 8 - 1;  // the last bit is never looked at
+  std::int64_t zeros_from = position();
+  if (zeros_from > last - kCodeBits)
     return 0;
-  unsigned word = next_bits(12);
-  pos += 12;
-  while (pos < size_bits - 1 && word != 1) {
-    word = (word & kLow11) << 1 | next_bits(1);
-    ++pos;
+  for (;;) {
+    const std::int64_t one = next_one(zeros_from);
+    if (one >= last) {
+      set_position(last);
+      return 0;
+    }
+    if (one - zeros_from >= kCodeBits - 1) {
+      set_position(one - (kCodeBits - 1));
+      return 1;
+    }
+    zeros_from = one + 1;
   }
-  if (word != 1)
-    return 0;
-  give_back(12);
-  return 1;
 }
 
 void CPDFStreamFAX::skip_eol() {
-  unsigned code = next_bits(12);
-  while (code == 0) {
-    if (at_end())
-      return;
-    code = next_bits(1);
-  }
-  if (code != 1)
+  const unsigned code = next_bits(12);
+  if (code == 0)
+    set_position(next_one(position()) + 1);
+  else if (code != 1)
     give_back(12);
+}
+
+std::int32_t CPDFStreamFAX::pass_end_of_block() {
+  constexpr unsigned kEndOfBlock = 0x001001;
+  const std::uint64_t word = ccitt::word_at(data, left, byte_pos) << bit_pos;
+  if (word >> 40 == kEndOfBlock)
+    set_position(position() + 24);
+  if (bit_pos != 0)
+    set_position(position() + 8 - bit_pos);
+  return std::min(byte_pos, left);
 }
 
 int CPDFStreamFAX::readEOL(int is_first) {

@@ -4,6 +4,7 @@
 //   run tables            bit 0 make-up, bits 1-4 code length, bits 5-15 run
 //   additional make-up    bits 1-3 code length, bits 4-15 run
 //   two-dimensional       bits 0-2 code length, bits 3-6 mode
+//   wide run tables       bits 0-3 code length, bits 4-15 run
 #pragma once
 
 #include <array>
@@ -17,7 +18,15 @@ constexpr unsigned kExtendedMakeup = 12;  // code length that says: look into th
 constexpr unsigned kEndOfLine = 15;       // code length that says: an end-of-line code
 
 /// Modes of a two-dimensional line (T.6, table 1). A vertical mode less kVertical0 is the distance.
-enum Mode : unsigned { kPass = 0, kHorizontal = 1, kVertical0 = 5, kLastVertical = 8, kExtension = 11, kNoMode = 15 };
+enum Mode : unsigned {
+  kPass = 0,
+  kHorizontal = 1,
+  kFirstVertical = 2,
+  kVertical0 = 5,
+  kLastVertical = 8,
+  kExtension = 11,
+  kNoMode = 15
+};
 
 struct CodeWord {
   std::string_view bits;
@@ -249,5 +258,88 @@ constexpr std::array<std::uint8_t, 128> make_modes() {
   table[0] = kNoMode << 3;  // the end of a block; a length of 0 keeps the reader in place
   return table;
 }
+
+// The wide tables hold every code of a colour by itself, extended make-up codes too, so that the
+// usual run takes one look-up. What needs more care than that has kIrregular.
+constexpr unsigned kWideWhiteBits = 12;
+constexpr unsigned kWideBlackBits = 13;
+constexpr std::uint16_t kIrregular = 0xFFF0;  // no length, and a run that no code has
+
+constexpr std::uint16_t wide_entry(unsigned run, std::size_t length) {
+  return static_cast<std::uint16_t>(run << 4 | length);
+}
+
+template <unsigned Bits, std::size_t Count>
+constexpr std::array<std::uint16_t, 1u << Bits> make_wide(const CodeWord (&codes)[Count]) {
+  std::array<std::uint16_t, 1u << Bits> table{};
+  table.fill(kIrregular);
+  for (const CodeWord& code : codes)
+    fill(table, code.bits, Bits, wide_entry(code.run, code.bits.size()));
+  for (const CodeWord& code : kExtendedCodes)
+    fill(table, code.bits, Bits, wide_entry(code.run, code.bits.size()));
+  return table;
+}
+
+inline constexpr auto kWideWhite = make_wide<kWideWhiteBits>(kWhiteCodes);
+inline constexpr auto kWideBlack = make_wide<kWideBlackBits>(kBlackCodes);
+
+constexpr std::uint16_t widened(unsigned entry, unsigned bits_in_front) {
+  return wide_entry(entry >> 5, (entry >> 1 & 15) + bits_in_front);
+}
+
+constexpr std::uint16_t widened_extended(unsigned entry) {
+  return wide_entry(entry >> 4, (entry >> 1 & 7) + 8);
+}
+
+// Both ways through the tables give the same: the steps with bits given back, and the wide look-up.
+constexpr bool wide_white_agrees() {
+  constexpr auto narrow = make_white();
+  constexpr auto additional = make_additional();
+  for (unsigned i = 0; i < kWideWhite.size(); ++i) {
+    const unsigned entry = narrow[i >> 2];
+    const unsigned length = entry >> 1 & 15;
+    const bool irregular = length == 0 || length == kEndOfLine;
+    const std::uint16_t expected = length == kExtendedMakeup ? widened_extended(additional[i & 15]) : widened(entry, 0);
+    if (kWideWhite[i] != (irregular ? kIrregular : expected))
+      return false;
+  }
+  return true;
+}
+
+constexpr std::uint16_t black_by_steps(unsigned index) {
+  constexpr auto first = make_init_black();
+  constexpr auto behind_zeros = make_black();
+  constexpr auto behind_one = make_black_behind<4>("0001", 2);
+  constexpr auto additional = make_additional();
+  const unsigned entry = first[index >> 9];
+  if (entry >> 5 == kBehindOne)
+    return widened(behind_one[index >> 7 & 3], 4);
+  if (entry >> 5 != kBehindFourZeros)
+    return widened(entry, 0);
+  const unsigned second = behind_zeros[index & 511];
+  const unsigned length = second >> 1 & 15;
+  if (length == kExtendedMakeup)
+    return widened_extended(additional[index >> 1 & 15]);
+  return length == 0 || length == kEndOfLine ? kIrregular : widened(second, 4);
+}
+
+constexpr bool wide_black_agrees() {
+  for (unsigned i = 0; i < kWideBlack.size(); ++i) {
+    if (kWideBlack[i] != black_by_steps(i))
+      return false;
+  }
+  return true;
+}
+static_assert(wide_white_agrees() && wide_black_agrees());
+
+constexpr bool only_zeros_are_no_mode() {
+  constexpr auto modes = make_modes();
+  for (unsigned i = 1; i < modes.size(); ++i) {
+    if ((modes[i] & 7) == 0 || modes[i] >> 3 == kNoMode)
+      return false;
+  }
+  return modes[0] == kNoMode << 3;
+}
+static_assert(only_zeros_are_no_mode());
 
 }  // namespace ccitt

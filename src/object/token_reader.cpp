@@ -310,9 +310,10 @@ bool TokenReader::take_after_number(std::string_view word, std::int32_t& gen) {
   at += word.size();
   if (word.size() == 1 && is_regular(*at))
     return false;
-  std::uint32_t value = 0;  // wraps in 32 bits on purpose
+  // Objects are found by their numbers alone, so a generation out of range does no harm.
+  std::int64_t value = 0;
   for (; is_digit(*number); ++number)
-    value = value * 10 + static_cast<std::uint32_t>(*number - '0');
+    value = std::min<std::int64_t>(value * 10 + (*number - '0'), INT32_MAX);
   gen = static_cast<std::int32_t>(value);
   move_to(at);
   return true;

@@ -47,6 +47,21 @@ std::string raw_data(const std::string& text, int& len) {
   return block && len > 0 ? std::string(block.get(), static_cast<std::size_t>(len)) : "";
 }
 
+// Raw data by the rule as it reads: byte by byte, the last eight bytes of the source kept back.
+std::string slow_raw_data(const std::string& text, int& len) {
+  std::size_t end = text.find("endstream");
+  if (end == std::string::npos) {
+    len = static_cast<int>(text.size() > 8 ? text.size() - 8 : 0);
+    return text.substr(0, static_cast<std::size_t>(len));
+  }
+  if (end > 0 && text[end - 1] == '\n')
+    end -= end > 1 && text[end - 2] == '\r' ? 2 : 1;
+  else if (end > 0 && text[end - 1] == '\r')
+    --end;
+  len = static_cast<int>(end);
+  return text.substr(0, end);
+}
+
 TEST(ParseBuf, RawDataEndInFrontOfEndstream) {
   int len = 0;
   EXPECT_EQ(raw_data("abc\r\nendstream endobj", len), "abc");
@@ -57,10 +72,44 @@ TEST(ParseBuf, RawDataEndInFrontOfEndstream) {
   EXPECT_EQ(len, 6);  // the last eight bytes are kept back
   raw_data("\nendstream endobj", len);
   EXPECT_EQ(len, 0);
-  for (const std::size_t size : {500u, 512u, 1990u, 1991u, 1992u, 1993u, 2000u, 70000u}) {
-    std::string data(size, 'e');
-    EXPECT_EQ(raw_data(data + "\r\nendstream endobj", len), data) << size;
+  for (std::size_t size = 1980; size < 2020; ++size) {
+    for (const char* tail : {"\r\nendstream endobj", "\nendstream", "\rendstream x", "endstrea", "eendstream"}) {
+      const std::string text = std::string(size, 'e') + tail;
+      int expected = 0;
+      EXPECT_EQ(raw_data(text, len), slow_raw_data(text, expected)) << size << tail;
+      EXPECT_EQ(len, expected);
+    }
   }
+  const std::string data(700'000, 'n');
+  EXPECT_EQ(raw_data(data + "\nendstream", len), data);
+}
+
+TEST(ParseBuf, ALineEndInFrontOfTheDataMakesTheirLengthNegative) {
+  MemStream file("stream\nendstream endobj");
+  CPDFBufBase buf;
+  buf.buf_init(&file);
+  buf.buf_skip(7);
+  int len = 0;
+  const HeapBlock<char> block(buf.buf_read_stream_raw_data(len));
+  EXPECT_TRUE(block);
+  EXPECT_EQ(len, -1);
+  EXPECT_EQ(buf.position(), 6u);
+}
+
+TEST(ParseBuf, TheEndOfTheSourceIsAnEmptyBuffer) {
+  MemStream file("abc");
+  file.SetPos(CQVStream::STR_SEEK_END, 0);
+  CPDFBufBase buf;
+  buf.buf_init(&file);
+  EXPECT_EQ(buf.buf_len, 0u);
+  EXPECT_STREQ(buf.buf_data, "");
+  CPDFBufMem memory;
+  memory.buf_init_mem("abc", 3);
+  char byte = 0;
+  EXPECT_EQ(memory.read(&byte, 1), 0);
+  EXPECT_EQ(memory.get_stream(), nullptr);
+  memory.buf_skip(1000);
+  EXPECT_EQ(memory.buf_len, 0u);
 }
 
 TEST(ParseBuf, IntegersWrapAndKeepTheirPlace) {

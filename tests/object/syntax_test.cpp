@@ -3,9 +3,12 @@
 
 #include <random>
 
+#include "neighbours/security/encrypt.h"
 #include "object/array.h"
 #include "object/dictionary.h"
 #include "object/stream_rec.h"
+#include "support/failing_heap.h"
+#include "support/same_value.h"
 #include "support/test_table.h"
 
 namespace {
@@ -43,8 +46,13 @@ TEST(Syntax, ValuesReadAsOtherReadersReadThem) {
       {"<00FF80>", "<00FF80>"},
       {"12 0 R", "12 0 R"},
       {"12 0 Rx", "12"},
+      {"12 99999999999 R", "12 2147483647 R"},
+      {"-99999999999999999999", "-137438953472.0"},
+      {"0.00-35", "0.0035"},
+      {"5endobj", "5"},
       {"7 0 obj<</A 1>>endobj", "<</A 1>>"},
       {"7 0 obj endobj", "null"},
+      {"7 0 obj ] endobj", "null"},
       {"[1 2 0 R/N(s)[true]null]", "[1 2 0 R/N(s)[true]null]"},
       {"[1 2", "[1 2]"},
       {"[1 foo 2]", "[1 null 2]"},
@@ -59,14 +67,21 @@ TEST(Syntax, ValuesReadAsOtherReadersReadThem) {
 }
 
 TEST(Syntax, TokensMayLieAcrossBuffers) {
-  for (const int padding : {1980, 1990, 1995, 1999, 2000, 2001}) {
-    const std::string blanks(static_cast<std::size_t>(padding), ' ');
-    EXPECT_EQ(reprinted(blanks + "<</Key#41(a\\101b)/Ref 12 0 R/Hex<4142>/Num -1.5>>"),
-              "<</Hex(AB)/KeyA(aAb)/Num -1.5/Ref 12 0 R>>")
-        << padding;
+  const std::string text =
+      "<</Key#41(a\\101b\\\r\n()c)/Ref 12 0 R/Hex<41 42>/Num -1.50e3/Odd +--1.2.3/T true% no\r/N/Y#%>\n>>";
+  const std::string printed = "<</Hex(AB)/KeyA(aAb\\(\\)c)/N/Y#23/Num -1.5/Odd -1.2/Ref 12 0 R/T true>>";
+  for (std::size_t padding = CPDFBuf::kFill - text.size(); padding <= CPDFBuf::kFill; ++padding)
+    ASSERT_EQ(reprinted(std::string(padding, ' ') + text), printed) << padding;
+  // Tokens longer than the buffer, and a reference that is spread as far.
+  for (const std::size_t size : {1997u, 1998u, 1999u, 2000u, 4001u, 70000u}) {
+    const std::string run(size, 'n');
+    EXPECT_EQ(reprinted("/" + run), "/" + run);
+    EXPECT_EQ(reprinted("(" + run + ")"), "(" + run + ")");
+    EXPECT_EQ(reprinted("[<" + std::string(size, '4') + ">]").size(), (size + 1) / 2 + 4);
+    EXPECT_EQ(reprinted("[" + run + " 1]"), "[null 1]");
+    EXPECT_EQ(reprinted(std::string(size, '0') + "7"), "7");
   }
-  const std::string name(5000, 'n');
-  EXPECT_EQ(reprinted("/" + name), "/" + name);
+  EXPECT_EQ(reprinted("[1 12" + std::string(900, ' ') + "3" + std::string(900, ' ') + "R 4]"), "[1 12 3 R 4]");
 }
 
 TEST(Syntax, NestingBeyondTheLimitIsNullAndTheRestStaysReadable) {
@@ -83,11 +98,25 @@ TEST(Syntax, NestingBeyondTheLimitIsNullAndTheRestStaysReadable) {
   EXPECT_EQ(value.as_array()->get(1)->as_int(), 42);
 }
 
-TEST(Syntax, EveryPrefixOfAGoodInputIsSurvived) {
+TEST(Syntax, DictionariesOfManyKeysAreReadAtOnce) {
+  std::string text = "<<";
+  for (int i = 100'000; i > 0; --i)
+    text += "/Key" + std::to_string(i) + " " + std::to_string(i) + "\n";
+  Freed<CPDFObj> value;
+  read_value(value, text + "/Key7 /Last>>");
+  ASSERT_NE(value.as_dict(), nullptr);
+  EXPECT_EQ(value.as_dict()->count, 100'000);
+  EXPECT_TRUE(value.as_dict()->get_item("Key7")->is_name("Last"));
+  EXPECT_EQ(value.as_dict()->get_item("Key99999")->as_int(), 99'999);
+}
+
+TEST(Syntax, EveryPrefixOfAGoodInputGivesAValueThatPrints) {
   const std::string text =
       "5 0 obj\n<</A[1 2 0 R<414>(s\\(\\05)]/B<</C -1.25/D/E#41>>>>\nstream\r\nxyz\nendstream endobj";
-  for (std::size_t len = 0; len <= text.size(); ++len)
-    reprinted(text.substr(0, len));
+  for (std::size_t len = 0; len <= text.size(); ++len) {
+    const std::string printed = reprinted(text.substr(0, len));
+    EXPECT_EQ(reprinted(printed), printed) << len;
+  }
   EXPECT_EQ(reprinted(text.substr(0, 30)), "<</A[1 2 0 R(A@)(s\\()]>>");
 }
 
@@ -122,10 +151,22 @@ TEST(Syntax, TheBufferStandsOnEndobjBehindAnObject) {
   EXPECT_EQ(value.tag, kTagNoValue);
   value.read(&buf, nullptr);
   EXPECT_EQ(value.as_int(), 77);
+  // A word of no meaning is passed; at the end of the data the keyword stays in the buffer.
+  const std::string bodies[] = {"[1 endobj", "endobj", "what endobj", std::string(3000, 'x') + " endobj"};
+  for (const std::string& body : bodies) {
+    MemStream other("3 0 obj " + body);
+    buf.buf_init(&other);
+    value.read(&buf, nullptr);
+    EXPECT_EQ(std::string(buf.buf_data + buf.buf_pos), "endobj");
+    value.read(&buf, nullptr);
+    EXPECT_EQ(value.tag, kTagNoValue);
+    value.read(&buf, nullptr);
+    EXPECT_EQ(value.tag, kTagNull);
+  }
 }
 
-TEST(Syntax, RealsOfEverySizeComeBackToTheBit) {
-  std::mt19937_64 random(20261121);
+TEST(Syntax, RealsOfEverySizeComeBackWithoutAnExponent) {
+  std::mt19937_64 random(7);
   for (int i = 0; i < 20000; ++i) {
     const QVFIX number = static_cast<QVFIX>(random()) >> (i % 60);
     Freed<CPDFObj> value;
@@ -133,27 +174,98 @@ TEST(Syntax, RealsOfEverySizeComeBackToTheBit) {
     const std::string text = TestTable::syntax(value);
     Freed<CPDFObj> again;
     read_value(again, text);
-    ASSERT_EQ(again.tag, kTagReal) << text;
     ASSERT_EQ(again.as_real(), number) << text;
-    ASSERT_EQ(text.find('e'), std::string::npos) << text;
+    ASSERT_EQ(text.find_first_not_of("-.0123456789"), std::string::npos) << text;
   }
 }
 
-TEST(Syntax, StringsAndNamesOfAnyBytesComeBack) {
-  std::mt19937 random(7);
-  for (int i = 0; i < 2000; ++i) {
-    std::string bytes(static_cast<std::size_t>(i % 40), '\0');
-    for (char& c : bytes)
-      c = static_cast<char>(random());
+// A value of any kind, in containers of a few items, from a fixed sequence.
+void make_any(CPDFObj& value, std::mt19937_64& random, int depth) {
+  std::string bytes(random() % 40, 0);
+  for (char& c : bytes)
+    c = static_cast<char>(random() % 3 == 0 ? random() : 'a' + random() % 26);
+  const auto number = static_cast<std::int32_t>(random() >> (32 + random() % 32));
+  switch (random() % (depth > 0 ? 9 : 7)) {
+    case 1:
+      return value.set_bool(number & 1);
+    case 2:
+      return value.set_int(number);
+    case 3:
+      return value.set_real(static_cast<QVFIX>(random()) >> random() % 60);
+    case 4:
+      return value.set_string(bytes.data(), static_cast<int>(bytes.size()));
+    case 5:
+      return value.set_name(bytes.c_str());
+    case 6:
+      return value.set_ref({number & INT32_MAX, static_cast<std::int32_t>(random() % 65536)});
+    case 7:
+      value.take_array(new CPDFArray);
+      for (int i = static_cast<int>(random() % 8); i > 0; --i) {
+        CPDFObj element{};
+        make_any(element, random, depth - 1);
+        value.as_array()->append_moved(element);
+      }
+      return;
+    case 8:
+      value.take_dict(new CPDFDictionary);
+      for (int i = static_cast<int>(random() % 8); i > 0; --i) {
+        CPDFObj item{};
+        make_any(item, random, depth - 1);
+        value.as_dict()->move_item(bytes.substr(0, static_cast<std::size_t>(i)).c_str(), item);
+      }
+      return;
+    default:
+      return value.free();
+  }
+}
+
+TEST(Syntax, ValuesOfAnyKindComeBackToTheBit) {
+  std::mt19937_64 random(20261121);
+  for (int i = 0; i < 5000; ++i) {
     Freed<CPDFObj> value;
     Freed<CPDFObj> again;
-    value.set_string(bytes.data(), static_cast<int>(bytes.size()));
+    Freed<CPDFObj> copy;
+    make_any(value, random, i % 6);
+    const std::string text = TestTable::syntax(value);
+    read_value(again, text);
+    ASSERT_TRUE(same_value(value, again)) << text;
+    copy.copy_from(&value);
+    ASSERT_TRUE(same_value(value, copy)) << text;
+  }
+  for (const QVFIX number : {INT64_MIN, INT64_MAX, QVFIX{1}, QVFIX{-1}, kFixOne - 1, kFixHalf}) {
+    Freed<CPDFObj> value;
+    Freed<CPDFObj> again;
+    value.set_real(number);
     read_value(again, TestTable::syntax(value));
-    ASSERT_EQ(std::string(again.as_string().data, static_cast<std::size_t>(again.as_string().len)), bytes);
-    bytes.erase(std::remove(bytes.begin(), bytes.end(), '\0'), bytes.end());
-    value.set_name(bytes.c_str());
-    read_value(again, TestTable::syntax(value));
-    ASSERT_STREQ(again.as_name(), bytes.c_str());
+    EXPECT_TRUE(same_value(value, again)) << number;
+  }
+}
+
+TEST(Syntax, AnyRefusedBlockGivesAWeakerValueAndNothingIsLost) {
+  // Keys, names, nesting and strings enough to need blocks of each kind.
+  std::string text = "7 0 obj [";
+  for (int i = 0; i < 20; ++i)
+    text += "<</K" + std::to_string(i) + "[/N(s)";
+  text += "(" + std::string(3000, 's') + ")<" + std::string(3000, '4') + ">/" + std::string(3000, 'n') + "#41";
+  for (int i = 0; i < 20; ++i)
+    text += "]/L/M>>";
+  text += "] endobj";
+  const std::string printed = reprinted(text);
+  bool refused = true;
+  for (int request = 1; refused; ++request) {
+    FailingHeap heap(request);
+    {
+      Freed<CPDFObj> value;
+      Freed<CPDFObj> copy;
+      read_value(value, text);
+      copy.copy_from(&value);
+      refused = heap.has_refused();
+      if (!refused) {
+        EXPECT_TRUE(same_value(value, copy));
+        EXPECT_EQ(TestTable::syntax(copy), printed);
+      }
+    }
+    EXPECT_EQ(heap.held, 0) << request;
   }
 }
 
@@ -171,6 +283,63 @@ TEST(Print, StreamsTellTheirTrueLengthEvenIntoTheirOwnFile) {
   PDF_ENC_PARA para{6, 2, 1, nullptr};
   value.write(&file, &para);
   EXPECT_EQ(file.str().substr(10), "6 2 obj\n<</Length 6/Type/X>>\nstream\n456789\nendstream\nendobj\n");
+}
+
+// Adds 1 to each byte, and puts "<" in front and ">" behind.
+struct ShiftingEncrypt : CPDFEncrypt {
+  int get_enc_size(int len) override { return len + 2; }
+  void encrypt_string(int num, int gen, const unsigned char* src, int len, unsigned char* dst, int* out) override {
+    encrypt_data(num, gen, src, len, dst, out);
+  }
+  bool encrypts_stream(int, int, const CPDFDictionary* dict) override { return dict->get_item("Clear") == nullptr; }
+  void encrypt_data(int num, int gen, const unsigned char* src, int len, unsigned char* dst, int* out) override {
+    int size = begin_stream(num, gen, dst);
+    size += next_piece(src, len, dst + size);
+    *out = size + end_stream(dst + size);
+  }
+  int get_stream_size(int len) override { return len + 2; }
+  int begin_stream(int num, int, unsigned char* dst) override {
+    EXPECT_EQ(num, 6);
+    *dst = '<';
+    return 1;
+  }
+  int next_piece(const unsigned char* src, int len, unsigned char* dst) override {
+    for (int i = 0; i < len; ++i)
+      dst[i] = static_cast<unsigned char>(src[i] + 1);
+    return len;
+  }
+  int end_stream(unsigned char* dst) override {
+    *dst = '>';
+    return 1;
+  }
+};
+
+TEST(Print, StringsAndLongBodiesAreEncryptedInPieces) {
+  std::string body(50'000, '\0');
+  std::string coded;
+  for (std::size_t i = 0; i < body.size(); ++i) {
+    body[i] = static_cast<char>('a' + i % 23);
+    coded += static_cast<char>(body[i] + 1);
+  }
+  for (const bool clear : {false, true}) {
+    MemStream file(body);
+    file.SetPos(CQVStream::STR_SEEK_END, 0);
+    Freed<CPDFObj> value;
+    auto* rec = new CPDFStreamRec;
+    rec->dict.set_item_str("Text", "abc", 3);
+    rec->dict.set_item_int("Length", 50'000);  // the record itself leaves the length open
+    if (clear)
+      rec->dict.set_item_bool("Clear", 1);
+    rec->source = &file;
+    value.take_stream(rec);
+    ShiftingEncrypt encrypt;
+    PDF_ENC_PARA para{6, 0, 1, &encrypt};
+    value.write(&file, &para);
+    const std::string printed = file.str().substr(body.size());
+    EXPECT_EQ(printed,
+              clear ? "6 0 obj\n<</Clear true/Length 50000/Text(<bcd>)>>\nstream\n" + body + "\nendstream\nendobj\n"
+                    : "6 0 obj\n<</Length 50002/Text(<bcd>)>>\nstream\n<" + coded + ">\nendstream\nendobj\n");
+  }
 }
 
 TEST(Print, LongContainersBreakIntoLines) {

@@ -61,7 +61,7 @@ TEST(Obj, StreamCopiesShareTheDataAndOwnTheDictionary) {
   EXPECT_EQ(copy.as_stream()->offset, 17u);
 }
 
-TEST(Obj, ReleasingDeepNestingNeedsNoStack) {
+TEST(Obj, DeepNestingNeedsNoStack) {
   CPDFObj nested{};
   nested.set_int(1);
   for (int depth = 0; depth < 1'000'000; ++depth) {
@@ -75,8 +75,31 @@ TEST(Obj, ReleasingDeepNestingNeedsNoStack) {
     }
     nested.move_from(outer);
   }
+  CPDFObj copy{};
+  copy.copy_from(&nested);
   nested.free();
   EXPECT_TRUE(nested.is_null());
+  int depth = 0;
+  const CPDFObj* inner = &copy;
+  for (; inner->tag != kTagInt; ++depth)
+    inner = inner->tag == kTagArray ? inner->as_array()->get(0) : inner->as_dict()->get_item("Kid");
+  EXPECT_EQ(depth, 1'000'000);
+  copy.free();
+}
+
+TEST(Obj, TextsMayBeSetFromTheObjectItself) {
+  Freed<CPDFObj> value;
+  value.set_name("Name");
+  value.set_name(value.as_name() + 1);
+  EXPECT_STREQ(value.as_name(), "ame");
+  value.set_string(value.as_name(), 3);
+  value.set_string(value.as_string().data + 1, 2);
+  EXPECT_STREQ(value.as_text(), "me");
+  Cleared<CPDFArray> array;
+  array.append_name("First");
+  for (int i = 0; i < 20; ++i)
+    array.append(array.get(0));
+  EXPECT_TRUE(array.get(20)->is_name("First"));
 }
 
 TEST(Dictionary, KeepsKeysSortedAndUnique) {

@@ -79,6 +79,25 @@ void CPDFDocMerge::forget_repeated(Source& src, const CPDFPage& page) {
     forget(annots.as_array()->items + i);
 }
 
+// One damaged page must not keep readers from the pages behind it: contents that are none go, and
+// boxes that are none are those that the page is shown with.
+void CPDFDocMerge::mend_page(Source& src, const CPDFPage& page, CPDFDictionary& dict) {
+  dict.set_item_name(CPDFDictionary::sm_tag_type, "Page");
+  Freed<CPDFObj> value;
+  src.table.resolve(value, page.dict.get_item("Contents"));
+  if (value.as_stream() == nullptr && value.as_array() == nullptr)
+    dict.set_item("Contents", nullptr);
+  src.table.resolve(value, page.dict.get_item("MediaBox"));
+  bool sound = value.as_array() != nullptr && value.as_array()->count >= 4;
+  for (std::int32_t i = 0; sound && i < 4; ++i) {
+    Freed<CPDFObj> side;
+    src.table.resolve(side, value.as_array()->items + i);
+    sound = side.is_number();
+  }
+  if (!sound)
+    dict.set_item_rect("MediaBox", &page.box);
+}
+
 // Objects may have moved since the page was stored.
 void CPDFDocMerge::restore_group(const PDF_REF& page, CPDFObj& group) {
   const PDF_NEWOBJ* slot = table_.get_xref2(page.num, page.gen);
@@ -109,7 +128,7 @@ PDF_REF CPDFDocMerge::append_page(Source& src, std::int32_t index) {
   CPDFDictionary* const dict = slot != nullptr ? slot->obj.as_dict() : nullptr;
   if (dict == nullptr)
     return {0, 0};
-  dict->set_item_name(CPDFDictionary::sm_tag_type, "Page");
+  mend_page(src, page, *dict);
   // The import leaves the transparency group behind, without which blending looks different.
   Freed<CPDFObj> group;
   src.table.resolve(group, page.dict.get_item("Group"));

@@ -44,6 +44,7 @@ private:
   void reserve_pages(Source& src, const std::int32_t* pages, std::int32_t count);
   void leave_out(Source& src, const CPDFObj* item);
   PDF_REF append_page(Source& src, std::int32_t index);
+  void mend_page(Source& src, const CPDFPage& page, CPDFDictionary& dict);
   void restore_group(const PDF_REF& page, CPDFObj& group);
   void forget_repeated(Source& src, const CPDFPage& page);
   void add_optional_content(Source& src);
