@@ -16,7 +16,8 @@ CPDFEnviroment::CPDFEnviroment() : fonts_(FontShelf::create()), font_uses_(FontU
   pthread_mutex_init(&mutex, nullptr);
 }
 
-CPDFEnviroment::CPDFEnviroment(const CPDFEnviroment& other) : fonts_(other.fonts_), font_uses_(FontUses::create()) {
+CPDFEnviroment::CPDFEnviroment(const CPDFEnviroment& other)
+    : fonts_(other.fonts_), font_uses_(FontUses::create()), maps_(other.maps_) {
   pthread_mutex_init(&mutex, nullptr);
   if (fonts_ != nullptr)
     fonts_->hold();
@@ -28,18 +29,6 @@ CPDFEnviroment::~CPDFEnviroment() {
   if (fonts_ != nullptr)
     fonts_->drop();
 }
-
-CPDFCMap* CPDFEnviroment::load_cmap(const char*) {
-  return nullptr;
-}
-
-void CPDFEnviroment::release_cmap(CPDFCMap*) {}
-
-CPDFCMapToUnicode* CPDFEnviroment::load_cmap_tounicode(const char*) {
-  return nullptr;
-}
-
-void CPDFEnviroment::release_cmap_tounicode(CPDFCMapToUnicode*) {}
 
 void CPDFEnviroment::unload() {
   unload_faces();

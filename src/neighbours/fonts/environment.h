@@ -9,6 +9,8 @@
 
 #include <pthread.h>
 
+#include "neighbours/fonts/cmap_resources.h"
+
 class CPDFCMap;
 class CPDFCMapToUnicode;
 class CQVFTFont;
@@ -45,7 +47,11 @@ public:
   /// Uses of shared faces that no copy has given back yet.
   int faces_in_use() const;
 
-  /// The map of that name, or null. Given back by `release_cmap`.
+  /// Adds a folder of CMap files for this environment and all its copies, in front of the system's
+  /// folders. Copies `path`. False when there is no memory.
+  bool add_cmap_folder(const char* path);
+  /// The map of that name with one reference for the caller, or null. Maps are shared between the
+  /// copies and go with their last reference, which `release_cmap` gives back.
   CPDFCMap* load_cmap(const char* name);
   void release_cmap(CPDFCMap* map);
   CPDFCMapToUnicode* load_cmap_tounicode(const char* name);
@@ -63,4 +69,5 @@ private:
 
   FontShelf* fonts_ = nullptr;     // null only when there was no memory: no font is known then
   FontUses* font_uses_ = nullptr;  // what this copy has taken from the shelf
+  CPDFCMapShare maps_;
 };
