@@ -60,9 +60,9 @@ public:
   int seekEOL();
 
   // Single lines, drawn into the cleared `dst`; 0 ends the data.
-  void dec_scanline(unsigned char* dst, int size);        ///< T.4, one-dimensional (T.4, 4.1).
-  int decodeT42DLine(unsigned char* dst, int size);       ///< T.4, of either kind (T.4, 4.2).
-  int decodeT6Line(unsigned char* dst, int size);         ///< T.6 (T.6, 2.2).
+  void dec_scanline(unsigned char* dst, int size);   ///< T.4, one-dimensional (T.4, 4.1).
+  int decodeT42DLine(unsigned char* dst, int size);  ///< T.4, of either kind (T.4, 4.2).
+  int decodeT6Line(unsigned char* dst, int size);    ///< T.6 (T.6, 2.2).
 
   static const std::array<std::uint16_t, 1024> ms_white;
   static const std::array<std::uint16_t, 16> ms_initBlack;

@@ -62,6 +62,7 @@ public:
 
   unsigned take_mode() {
     window.need(kModeBits);
+    mode_start_ = window.position();
     const unsigned entry = ms_twoDCodes[window.peek(kModeBits)];
     window.drop(entry & 7);
     return entry >> 3;
@@ -89,6 +90,19 @@ public:
       a0 += white_word();
     }
     put(a0);
+  }
+
+  /// A code that is no mode is taken with all the bits that were looked at.
+  void pass_bad_mode() { window.refill(mode_start_ + kModeBits); }
+
+  /// The bits behind the extension code that stand for uncompressed mode.
+  bool take_uncompressed_tag() {
+    constexpr unsigned kTagBits = 3;
+    constexpr unsigned kUncompressed = 7;
+    window.need(kTagBits);
+    const unsigned tag = window.peek(kTagBits);
+    window.drop(kTagBits);
+    return tag == kUncompressed;
   }
 
   bool uncompressed();
@@ -147,6 +161,7 @@ private:
   int b1_;
   int b2_;
   int last_change_ = 0;
+  std::int64_t mode_start_ = 0;
 };
 
 // Uncompressed mode (T.6, 2.2.5.2). The count of zeros runs on across the passes, and the pass that
@@ -198,18 +213,25 @@ int CPDFStreamFAX::two_dimensional_line(unsigned char* dst) {
   do {
     line.find_b();
     const unsigned mode = line.take_mode();
-    if (mode - ccitt::kFirstVertical <= ccitt::kLastVertical - ccitt::kFirstVertical) {
+    if (mode >= ccitt::kFirstVertical && mode <= ccitt::kLastVertical) {
       line.vertical(mode, IsT6);
     } else if (mode == ccitt::kHorizontal) {
       line.horizontal(IsT6);
     } else if (mode == ccitt::kPass) {
       line.pass(IsT6);
     } else if (!IsT6) {
+      line.pass_bad_mode();
       line.store();
       return 0;
     } else if (mode != ccitt::kExtension) {
       line.a0 = columns;  // a bad code word, or the end of the block: white from here on
+    } else if (!line.take_uncompressed_tag()) {
+      line.store();
+      return 0;
+    } else if (line.uncompressed()) {
+      continue;  // the search for b1 goes on from in front of the extension
     } else {
+      line.a0 = std::max(line.a0, columns);
     }
     line.threshold = line.a0;
   } while (line.a0 < columns);
@@ -220,4 +242,23 @@ int CPDFStreamFAX::two_dimensional_line(unsigned char* dst) {
     line.put(line.a0);
   change_count = line.index;
   return 1;
+}
+
+int CPDFStreamFAX::decodeT42DLine(unsigned char* dst, int size) {
+  if (first_line != 0) {
+    if (readEOL(1) != 1)
+      return 0;
+    dec_scanline(dst, size);
+    first_line = 0;
+    return 1;
+  }
+  if (readEOL(0) != 0) {
+    dec_scanline(dst, size);
+    return 1;
+  }
+  return two_dimensional_line<false>(dst);
+}
+
+int CPDFStreamFAX::decodeT6Line(unsigned char* dst, int /*size*/) {
+  return two_dimensional_line<true>(dst);
 }
