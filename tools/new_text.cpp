@@ -16,9 +16,10 @@ namespace {
 constexpr double kPageWidth = 595;  // A4
 constexpr double kPageHeight = 842;
 constexpr double kMargin = 56;
-constexpr double kLeading = 1.4;         // baseline to baseline, in sizes
-constexpr double kColumnDistance = 1.6;  // column to column, in sizes
-constexpr double kAscent = 0.88;         // of the first line below the margin
+// Baseline to baseline and column to column, in sizes. With more between columns, programs that take
+// text out of a page read words across them.
+constexpr double kLeading = 1.4;
+constexpr double kAscent = 0.88;  // of the first line below the margin
 constexpr wchar_t kReplacement = 0xFFFD;
 
 // What a text holds besides its characters.
@@ -58,7 +59,7 @@ public:
   PageSetter(CPDFDoc& doc, TextFonts& fonts, const TextOptions& options)
       : doc_(doc), fonts_(fonts), size_(options.size), vertical_(options.vertical) {
     const double room = (vertical_ ? kPageWidth : kPageHeight) - 2 * kMargin;
-    step_ = size_ * (vertical_ ? kColumnDistance : kLeading);
+    step_ = size_ * kLeading;
     lines_per_page_ = static_cast<int>((room - size_) / step_) + 1;
   }
 

@@ -18,6 +18,10 @@ constexpr std::uint32_t kSymbolBase = 0xF000;  // where symbol fonts keep their 
 constexpr std::uint32_t kSymbolCount = 0x100;
 constexpr int kMostFaces = 0xFFFF;  // higher bits of an index name instances of variable fonts
 
+// Widespread fonts have vertical metrics that put glyphs a whole em too low: an origin that is not
+// about the top of the em box is not believed.
+constexpr int kMostEms = 4;
+
 // The rasteriser's memory comes from the library's heap, so that an application's own heap and the
 // tests' counting one see it.
 void* heap_alloc(FT_Memory, long size) {
@@ -143,8 +147,13 @@ bool CQVFTFont::vertical_metrics(std::uint32_t glyph, int& advance, int& origin_
   if (!has_vertical_metrics() || FT_Load_Glyph(face, glyph, FT_LOAD_NO_SCALE) != 0)
     return false;
   const FT_Glyph_Metrics& metrics = face->glyph->metrics;
-  advance = static_cast<int>(metrics.vertAdvance);
-  origin_y = static_cast<int>(metrics.vertBearingY + metrics.horiBearingY);
+  const FT_Pos em = units_per_em();
+  const FT_Pos down = metrics.vertAdvance;
+  const FT_Pos origin = metrics.vertBearingY + metrics.horiBearingY;
+  if (down <= 0 || down > em * kMostEms || origin * 2 < em || origin * 4 > em * 5)
+    return false;
+  advance = static_cast<int>(down);
+  origin_y = static_cast<int>(origin);
   return true;
 }
 
