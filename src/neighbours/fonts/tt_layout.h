@@ -20,10 +20,11 @@ public:
   std::uint32_t vertical_form(std::uint32_t glyph) const;
   std::size_t count() const { return forms_.size(); }
 
-private:
   struct Form {
     std::uint16_t glyph;
     std::uint16_t vertical;
   };
+
+private:
   GrowArray<Form> forms_;  // ascending by glyph
 };
