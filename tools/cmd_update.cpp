@@ -142,8 +142,11 @@ int run_new(const NewOptions& options) {
   if (!output.open(options.output))
     return kExitFailed;
   CPDFDoc doc;
-  if (!doc.create(&output.stream()) || !apply_changes(doc, options.changes) ||
-      !doc.save_update(PDF_SAVE_FORM::kStream, nullptr)) {
+  const bool created = doc.create(&output.stream());
+  const int code = created && !options.text.file.empty() ? add_text_pages(doc, options.text) : int{kExitClean};
+  if (code == kExitFailed)
+    return code;
+  if (!created || !apply_changes(doc, options.changes) || !doc.save_update(PDF_SAVE_FORM::kStream, nullptr)) {
     complain(options.output, "could not be written to its end; is the disk full?");
     return kExitFailed;
   }
@@ -151,7 +154,7 @@ int run_new(const NewOptions& options) {
   if (!output.commit())
     return kExitFailed;
   std::printf("%s: %lld bytes\n", options.output.c_str(), output.size());
-  return kExitClean;
+  return code;
 }
 
 int run_pdfa(const PdfaOptions& options) {

@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "new_text.h"
+
 enum ExitCode : int { kExitClean = 0, kExitProblems = 1, kExitFailed = 2 };
 
 /// How a document's password is given; at most one of the two.
@@ -89,6 +91,7 @@ int run_update(const UpdateOptions& options);
 struct NewOptions {
   std::string output;
   ChangeOptions changes;
+  TextOptions text;
 };
 int run_new(const NewOptions& options);
 

@@ -217,6 +217,8 @@ void CPDFXRefTable::XRefFree() {
   temp_stream.path = nullptr;
 
   release_objstms();
+  healed_lengths.reset();
+  length_scans = 0;
 
   font_cache.clear();
   font_ext_cache.clear();

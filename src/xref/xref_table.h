@@ -21,6 +21,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "base/grow_array.h"
 #include "base/stream.h"
 #include "cache/font_caches.h"
 #include "object/array.h"
@@ -115,10 +116,16 @@ struct CPDFMergeContext {
 
 /// One correction that the table made on its own while reading.
 struct PDF_REPAIR {
-  enum Code : std::int32_t { kEntryCorrected = 1, kSectionUnreadable = 2, kTableRebuilt = 3 };
+  enum Code : std::int32_t { kEntryCorrected = 1, kSectionUnreadable = 2, kTableRebuilt = 3, kLengthCorrected = 4 };
   Code code;
   std::int32_t num;      ///< Object number, 0 when none is meant.
   std::uint32_t offset;  ///< File offset found, or of the section.
+};
+
+/// A stream whose stated length is false.
+struct PDF_LENGTH {
+  std::uint32_t offset;  ///< Where its data begin.
+  std::int32_t length;   ///< Up to the first "endstream".
 };
 
 class CPDFXRefTable {
@@ -181,6 +188,9 @@ public:
   std::int32_t objstm_depth = 0;          ///< Object streams being loaded for one another.
   std::int32_t stream_depth = 0;          ///< Streams being made for one another's parameters.
   std::int64_t chain_work = 0;            ///< What the outermost of them has cost, in decoded bytes.
+  std::int32_t checks_lengths = 0;        ///< Not 0: a "Length" behind which no "endstream" stands is not believed.
+  GrowArray<PDF_LENGTH> healed_lengths;   ///< Those that were not, by offset.
+  std::int64_t length_scans = 0;          ///< Bytes searched for ends.
   std::int64_t objstm_budget = 16 << 20;  ///< Bytes that the objects of decoded object streams may take together.
   std::int64_t objstm_held = 0;           ///< What they take now, as estimated.
   std::int64_t objstm_loaded = 0;         ///< The weight of all that was decoded,
@@ -235,6 +245,9 @@ public:
   /// The decoded object stream at file offset `offset`; null on failure. Borrowed; valid until the
   /// next object stream is loaded.
   PDF_OBJSTM* get_objstm(unsigned int offset, int num, int gen);
+  /// Sets the true length of a stream of the file, where `checks_lengths` asks for it. `num` names
+  /// the object in the list of repairs.
+  void heal_length(CPDFStreamRec& rec, std::int32_t num);
   /// Empties the cache of object streams.
   void release_objstms();
   static char* read_stream_raw_data(CQVStream* s, int& len);

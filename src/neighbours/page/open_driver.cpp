@@ -91,6 +91,9 @@ const GrowArray<PDF_DOC_REPAIR>& CPDFDoc::repairs() {
       case PDF_REPAIR::kSectionUnreadable:
         add_repair("section", repair.num, repair.offset, "cross-reference section cannot be read; passed over");
         break;
+      case PDF_REPAIR::kLengthCorrected:
+        add_repair("length", repair.num, repair.offset, "stream's stated length is false; taken to its end");
+        break;
       case PDF_REPAIR::kTableRebuilt:
         add_repair("table", repair.num, repair.offset, "cross-reference table rebuilt by scanning");
         break;
@@ -286,6 +289,7 @@ void CPDFDoc::read_version() {
 }
 
 bool CPDFDoc::open_stream() {
+  table_.checks_lengths = 1;
   file_size_ = stream_->GetLen();
   if (file_size_ <= 0) {
     status_ = PDF_OPEN::kEmpty;
