@@ -2,6 +2,7 @@
 #include <CLI/CLI.hpp>
 
 #include "commands.h"
+#include "sheaf/version.h"
 
 namespace {
 
@@ -59,6 +60,7 @@ void add_text(CLI::App& command, TextOptions& text) {
 int main(int argc, char** argv) {
   CLI::App app("sheaf: the objects of a PDF file, read, checked and changed");
   app.require_subcommand(1);
+  app.set_version_flag("--version", std::string("sheaf ") + sheaf_version(), "The version, and nothing else");
   int code = kExitClean;
 
   InfoOptions info;
