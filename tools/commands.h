@@ -88,6 +88,7 @@ int run_update(const UpdateOptions& options);
 
 struct NewOptions {
   std::string output;
+  std::vector<std::string> images;  ///< A page each.
   ChangeOptions changes;
 };
 int run_new(const NewOptions& options);
@@ -112,6 +113,14 @@ struct SplitOptions {
   int every = 1;        ///< Pages a part.
 };
 int run_split(const SplitOptions& options);
+
+struct ImagesOptions {
+  std::string file;
+  PasswordOptions password;
+  std::string folder;  ///< Where they are written; empty: they are listed only.
+  bool json = false;
+};
+int run_images(const ImagesOptions& options);
 
 struct AnnotsOptions {
   std::string file;
