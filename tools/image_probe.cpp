@@ -153,7 +153,7 @@ ImageFacts probe_image(const std::string& bytes) {
   if (data.substr(0, 2) == "\xFF\xD8"sv) {
     facts.kind = ImageKind::kJpeg;
     read_jpeg(Bytes(data), facts);
-  } else if (data.substr(0, 4) == "\xFF\x4F\xFF\x51"sv || data.substr(4, 8) == "jP  \r\n\x87\n"sv) {
+  } else if (data.substr(0, 4) == "\xFF\x4F\xFF\x51"sv || Bytes(data).piece(4, 8) == "jP  \r\n\x87\n"sv) {
     facts.kind = ImageKind::kJpx;
     facts.is_bare = data[0] == '\xFF';
     read_jpx(data, facts);
