@@ -36,6 +36,24 @@ void add_changes(CLI::App& command, ChangeOptions& changes) {
   command.add_option("--attach", changes.attachments, "Embed a file")->allow_extra_args(false);
 }
 
+void add_text(CLI::App& command, TextOptions& text) {
+  auto* file = command.add_option("--text", text.file, "Set a UTF-8 text into pages");
+  const auto add_flag = [&command, file](const char* name, bool& flag, const char* what) {
+    command.add_flag(name, flag, what)->needs(file);
+  };
+  command.add_option("--font", text.fonts, "Family, full or PostScript name; further ones fill gaps")
+      ->allow_extra_args(false)
+      ->needs(file);
+  command.add_option("--font-folder", text.folders, "A folder with further fonts")
+      ->allow_extra_args(false)
+      ->needs(file);
+  add_flag("--bold", text.bold, "Synthetic bold");
+  add_flag("--italic", text.italic, "Synthetic italic");
+  add_flag("--no-embed", text.no_embed, "Leave the font programs out");
+  add_flag("--vertical", text.vertical, "Columns from right to left");
+  command.add_option("--size", text.size, "Points")->check(CLI::Range(1.0, 400.0))->needs(file);
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -108,6 +126,7 @@ int main(int argc, char** argv) {
   command->add_option("OUT", fresh.output, "The file to write")->required();
   command->add_option("--image", fresh.images, "A page for each of these JPEG, JPEG 2000, PNG or PNM files");
   add_changes(*command, fresh.changes);
+  add_text(*command, fresh.text);
 
   PdfaOptions pdfa;
   command = add_command(app, "pdfa", "Whether header and trailer are as PDF/A-1 asks", pdfa, run_pdfa, code);
@@ -142,6 +161,11 @@ int main(int argc, char** argv) {
   command = add_command(app, "fields", "The form's fields with their values", fields, run_fields, code);
   add_file(*command, fields.file);
   command->add_flag("--json", fields.json, "One JSON object");
+
+  FontsOptions fonts;
+  command = add_command(app, "fonts", "The fonts, embedded or not, with their encodings", fonts, run_fonts, code);
+  add_file(*command, fonts.file);
+  command->add_flag("--json", fonts.json, "One JSON object");
 
   try {
     app.parse(argc, argv);

@@ -217,7 +217,7 @@ void CPDFXRefTable::XRefFree() {
   temp_stream.path = nullptr;
 
   release_objstms();
-  lengths.reset();
+  healed_lengths.reset();
   length_scans = 0;
 
   font_cache.clear();

@@ -69,8 +69,8 @@ void CPDFXRefTable::heal_length(CPDFStreamRec& rec, std::int32_t num) {
   if (checks_lengths == 0 || rec.source != stream || rec.length != 0)
     return;
   const auto by_offset = [](const PDF_LENGTH& a, std::uint32_t offset) { return a.offset < offset; };
-  const PDF_LENGTH* known = std::lower_bound(lengths.begin(), lengths.end(), rec.offset, by_offset);
-  if (known != lengths.end() && known->offset == rec.offset) {
+  const PDF_LENGTH* known = std::lower_bound(healed_lengths.begin(), healed_lengths.end(), rec.offset, by_offset);
+  if (known != healed_lengths.end() && known->offset == rec.offset) {
     rec.length = known->length;
     return;
   }
@@ -86,10 +86,10 @@ void CPDFXRefTable::heal_length(CPDFStreamRec& rec, std::int32_t num) {
     return;
   rec.length = static_cast<std::int32_t>(length);
   const std::size_t place = static_cast<std::size_t>(
-      std::lower_bound(lengths.begin(), lengths.end(), rec.offset, by_offset) - lengths.begin());
-  if (!lengths.push({}))
+      std::lower_bound(healed_lengths.begin(), healed_lengths.end(), rec.offset, by_offset) - healed_lengths.begin());
+  if (!healed_lengths.push({}))
     return;
-  std::copy_backward(lengths.begin() + place, lengths.end() - 1, lengths.end());
-  lengths[place] = {rec.offset, rec.length};
+  std::copy_backward(healed_lengths.begin() + place, healed_lengths.end() - 1, healed_lengths.end());
+  healed_lengths[place] = {rec.offset, rec.length};
   note_repair(PDF_REPAIR::kLengthCorrected, num, rec.offset);
 }

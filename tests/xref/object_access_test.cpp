@@ -118,7 +118,7 @@ TEST(Access, FalseLengthsAreTakenToTheEndOfTheStreamWhenAskedTo) {
       size = static_cast<std::size_t>(len);
     }
     EXPECT_EQ(sizes[0], sizes[1]);
-    EXPECT_EQ(t.table.lengths.size(), t.table.repair_count);
+    EXPECT_EQ(t.table.healed_lengths.size(), t.table.repair_count);
     return sizes[0];
   };
   EXPECT_EQ(stated("12", false), 12u);
