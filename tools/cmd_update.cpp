@@ -144,17 +144,9 @@ int run_new(const NewOptions& options) {
     return kExitFailed;
   CPDFDoc doc;
   const bool created = doc.create(&output.stream());
-<<<<<<< HEAD
-  if (created && !options.images.empty()) {
-    doc.use_temp_file(nullptr);
-    if (!append_image_pages(doc, options.images))
-      return kExitFailed;
-  }
-=======
   const int code = created && !options.text.file.empty() ? add_text_pages(doc, options.text) : int{kExitClean};
-  if (code == kExitFailed)
-    return code;
->>>>>>> main
+  if (code == kExitFailed || (created && !options.images.empty() && !append_image_pages(doc, options.images)))
+    return kExitFailed;
   if (!created || !apply_changes(doc, options.changes) || !doc.save_update(PDF_SAVE_FORM::kStream, nullptr)) {
     complain(options.output, "could not be written to its end; is the disk full?");
     return kExitFailed;

@@ -203,6 +203,8 @@ void add_outline(CPDFXRefTable& table, const std::vector<OutlineEntry>& entries)
 
 bool append_image_pages(CPDFDoc& doc, const std::vector<std::string>& files) {
   CPDFXRefTable& table = doc.table();
+  if (table.temp_stream.file == nullptr)
+    doc.use_temp_file(nullptr);
   std::vector<OutlineEntry> entries;
   for (const std::string& path : files) {
     std::string bytes;
