@@ -126,6 +126,7 @@ int main(int argc, char** argv) {
   command = app.add_subcommand("new", "A new document");
   command->callback([&fresh, &code] { code = run_new(fresh); });
   command->add_option("OUT", fresh.output, "The file to write")->required();
+  command->add_option("--image", fresh.images, "A page for each of these JPEG, JPEG 2000, PNG or PNM files");
   add_changes(*command, fresh.changes);
   add_text(*command, fresh.text);
 
@@ -146,6 +147,12 @@ int main(int argc, char** argv) {
   add_file(*command, split.file);
   command->add_option("-o,--output", split.pattern, "Name of the parts, %d for their number")->required();
   command->add_option("--every", split.every, "Pages a part")->check(CLI::Range(1, 1000000));
+
+  ImagesOptions images;
+  command = add_command(app, "images", "The images of a document", images, run_images, code);
+  add_file(*command, images.file);
+  command->add_option("-d,--directory", images.folder, "Write them into this folder");
+  command->add_flag("--json", images.json, "One JSON object");
 
   AnnotsOptions annots;
   command = add_command(app, "annots", "The annotations by page, references resolved", annots, run_annots, code);
