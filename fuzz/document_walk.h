@@ -3,6 +3,7 @@
 #pragma once
 
 #include <algorithm>
+#include <cstdio>
 #include <cstdlib>
 #include <memory>
 #include <string>
@@ -15,9 +16,11 @@ constexpr std::uint32_t kMostObjects = 20000;
 constexpr std::int64_t kMostDecoded = 1 << 22;  // of one document
 constexpr int kMostPages = 200;
 
-inline void expect(bool condition) {
-  if (!condition)
-    std::abort();
+inline void expect(bool condition, int line = __builtin_LINE()) {
+  if (condition)
+    return;
+  std::fprintf(stderr, "the expectation of line %d does not hold\n", line);
+  std::abort();
 }
 
 /// The first bytes of an input, which choose what is done; zeros when they are used up.
@@ -31,6 +34,12 @@ private:
   const std::uint8_t* data_;
   std::size_t size_;
 };
+
+/// The count of pages that can be reached, whatever the tree's nodes tell.
+inline int walked_count(CPDFDoc& doc) {
+  doc.page_ref(0);
+  return doc.page_count();
+}
 
 inline void walk_pages(CPDFDoc& doc) {
   const int count = doc.page_count();

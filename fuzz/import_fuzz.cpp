@@ -27,7 +27,7 @@ std::int32_t append(CPDFDocMerge& merge, Source& source, Choices& choices, const
     return 0;
   constexpr int kMostTaken = 50;
   std::vector<std::int32_t> pages;
-  const int count = std::min(source.doc.page_count(), kMostTaken);
+  const int count = std::min(walked_count(source.doc), kMostTaken);
   for (int i = 0; i < count; ++i)
     pages.push_back(i);
   if (choices.next(2) != 0)
@@ -81,7 +81,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   }
   CPDFDoc merged;
   expect(merged.open(&out));
-  expect(merged.page_count() == pages);
+  expect(walked_count(merged) == pages);
   read_objects(merged.table());
   import_object(first, second, choices);
   return 0;

@@ -42,6 +42,32 @@ bool know_entry(CPDFXRefTable& table, std::uint32_t num) {
   return table.xref_count > num;
 }
 
+bool lies_before(const PDF_OBJSTM& entry, std::int32_t offset, std::int32_t first) {
+  return entry.offset != offset ? entry.offset < offset : entry.first < first;
+}
+
+PDF_OBJSTM* find_objstm(CPDFXRefTable& table, std::int32_t offset, std::int32_t first) {
+  PDF_OBJSTM* const end = table.objstm_cache + table.objstm_count;
+  return std::lower_bound(table.objstm_cache, end, first, [offset](const PDF_OBJSTM& entry, std::int32_t wanted) {
+    return lies_before(entry, offset, wanted);
+  });
+}
+
+// The stream object at a place is parsed anew for each request, since the cache's key needs its
+// "First". The file does not change while it is read, so for a place that has been parsed once the
+// value is in the cache already.
+PDF_OBJSTM* find_known_place(CPDFXRefTable& table, std::int32_t offset) {
+  PDF_OBJSTM* const end = table.objstm_cache + table.objstm_count;
+  PDF_OBJSTM* const hit = find_objstm(table, offset, INT32_MIN);
+  return hit != end && hit->offset == offset ? hit : nullptr;
+}
+
+// An object stream that gave its objects is where it should be, whatever number its header bears.
+bool serves_as_objstm(CPDFXRefTable& table, std::uint32_t offset) {
+  const PDF_OBJSTM* const known = find_known_place(table, static_cast<std::int32_t>(offset));
+  return known != nullptr && known->objs != nullptr;
+}
+
 void correct_entry(CPDFXRefTable& table, std::uint32_t num, std::uint32_t found) {
   if (table.xref_count <= num && !table.grow_xref_items(CPDFXRefTable::rounded_count(num), false))
     return;
@@ -78,7 +104,7 @@ void read_located(CPDFXRefTable& table, CPDFObj& out, const PDF_REF& ref, std::u
       out.read(&buf, dec);
     }
   }
-  if (found != 0 && found != offset)
+  if (found != 0 && found != offset && !serves_as_objstm(table, offset))
     correct_entry(table, static_cast<std::uint32_t>(ref.num), found);
 }
 
@@ -129,10 +155,6 @@ void load_objects(CPDFStream& decoder, const CPDFStreamRec& rec, std::int64_t ce
     read_objects(entry.objs, entry.count, data.get(), static_cast<std::uint32_t>(size), entry.first);
 }
 
-bool lies_before(const PDF_OBJSTM& entry, std::int32_t offset, std::int32_t first) {
-  return entry.offset != offset ? entry.offset < offset : entry.first < first;
-}
-
 PDF_OBJSTM* insert_objstm(CPDFXRefTable& table, std::size_t place, const PDF_OBJSTM& entry) {
   if (table.objstm_count >= table.objstm_capacity) {
     const std::uint32_t capacity = table.objstm_capacity + kObjStmStep;
@@ -147,22 +169,6 @@ PDF_OBJSTM* insert_objstm(CPDFXRefTable& table, std::size_t place, const PDF_OBJ
   *slot = entry;
   ++table.objstm_count;
   return slot;
-}
-
-PDF_OBJSTM* find_objstm(CPDFXRefTable& table, std::int32_t offset, std::int32_t first) {
-  PDF_OBJSTM* const end = table.objstm_cache + table.objstm_count;
-  return std::lower_bound(table.objstm_cache, end, first, [offset](const PDF_OBJSTM& entry, std::int32_t wanted) {
-    return lies_before(entry, offset, wanted);
-  });
-}
-
-// The stream object at a place is parsed anew for each request, since the cache's key needs its
-// "First". The file does not change while it is read, so for a place that has been parsed once the
-// value is in the cache already.
-PDF_OBJSTM* find_known_place(CPDFXRefTable& table, std::int32_t offset) {
-  PDF_OBJSTM* const end = table.objstm_cache + table.objstm_count;
-  PDF_OBJSTM* const hit = find_objstm(table, offset, INT32_MIN);
-  return hit != end && hit->offset == offset ? hit : nullptr;
 }
 
 }  // namespace

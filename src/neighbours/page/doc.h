@@ -168,6 +168,8 @@ private:
   void read_version();
   bool has_sound_sections();
   void detach_from_old_sections();
+  void free_members_of_lost_streams();
+  bool begins_at_its_place(std::uint32_t num);
   void add_repair(const char* code, std::int32_t num, std::uint32_t offset, const char* action);
 
   // page_tree.cpp

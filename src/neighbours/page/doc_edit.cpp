@@ -7,12 +7,14 @@
 #include <cstring>
 #include <new>
 
+#include "base/number_text.h"
 #include "base/scope_guard.h"
 #include "neighbours/page/doc.h"
 #include "neighbours/page/name_tree.h"
 #include "neighbours/page/text_utf8.h"
 #include "neighbours/security/encrypter.h"
 #include "object/array.h"
+#include "object/parse_buf.h"
 
 bool CPDFDoc::open_for_update(const char* path) {
   close();
@@ -186,6 +188,39 @@ bool CPDFDoc::save_update(PDF_SAVE_FORM form, PDF_SIGN_DATA* sign) {
   return done != 0 && table_.write_failed == 0;
 }
 
+// An object stream comes along in a new file only when its own header stands where its entry says;
+// reading needs no header, and so its members can be known all the same. They then become objects.
+void CPDFDoc::free_members_of_lost_streams() {
+  table_.drain_pending();
+  Freed<CPDFObj> obj;
+  std::uint32_t container = 0;
+  bool comes_along = true;
+  for (std::uint32_t num = 1; num < table_.xref_count; ++num) {
+    const PDF_XREF entry = table_.xref_items[num];
+    if (entry.type != 2)
+      continue;
+    if (entry.offset != container) {
+      container = entry.offset;
+      comes_along = begins_at_its_place(container);
+    }
+    if (comes_along)
+      continue;
+    const PDF_REF ref{static_cast<std::int32_t>(num), 0};
+    table_.get_stored(obj, ref);
+    if (!obj.is_null())
+      table_.store_object(ref, obj);
+  }
+}
+
+bool CPDFDoc::begins_at_its_place(std::uint32_t num) {
+  if (num >= table_.xref_count)
+    return false;
+  stream_->SetPos(CQVStream::STR_SEEK_SET, table_.xref_items[num].offset);
+  CPDFBufBase buf;
+  buf.buf_init(stream_);
+  return ansi_to_i32(buf.buf_data) == static_cast<std::int32_t>(num);
+}
+
 void CPDFDoc::save_complete(CPDFXRefTable& target, CPDFEncrypt* enc) {
   for (CPDFObj* value : {&table_.root, &table_.info}) {
     if (value->as_dict() == nullptr)
@@ -195,6 +230,7 @@ void CPDFDoc::save_complete(CPDFXRefTable& target, CPDFEncrypt* enc) {
       value->set_ref(ref);
   }
   store_page_tree();
+  free_members_of_lost_streams();
   table_.save_as(target, enc);
 }
 
