@@ -216,13 +216,7 @@ void CPDFXRefTable::XRefFree() {
   QVFree(temp_stream.path);
   temp_stream.path = nullptr;
 
-  for (std::uint32_t i = 0; i < objstm_count; ++i) {
-    PDF_OBJSTM& entry = objstm_cache[i];
-    for (std::int32_t k = 0; entry.objs != nullptr && k < entry.count; ++k)
-      entry.objs[k].free();
-    QVFree(entry.objs);
-  }
-  release(objstm_cache, objstm_count, objstm_capacity);
+  release_objstms();
 
   font_cache.clear();
   font_ext_cache.clear();

@@ -72,8 +72,10 @@ struct PDF_NEWOBJ {
 struct PDF_OBJSTM {
   std::int32_t offset;  ///< File offset of the object stream.
   std::int32_t first;   ///< Its "First".
-  CPDFObj* objs;        ///< `count` objects, or null when the stream would not decode.
+  CPDFObj* objs;        ///< `count` objects; null when the stream would not decode, or when they were released.
   std::int32_t count;   ///< Its "N".
+  std::int64_t weight;  ///< What the objects take in memory, as estimated; 0 when the stream would not decode.
+  std::int32_t recent;  ///< Not 0: asked for since the last turn through the cache.
 };
 
 /// Stream data held in memory for one object.
@@ -176,14 +178,19 @@ public:
   PDF_REPAIR* repairs = nullptr;  ///< The first corrections made, for reports.
   std::uint32_t repair_count = 0;
   std::uint32_t repair_capacity = 0;
-  std::int32_t objstm_depth = 0;     ///< Object streams being loaded for one another.
-  std::int32_t stream_depth = 0;     ///< Streams being made for one another's parameters.
-  std::int64_t chain_work = 0;       ///< What the outermost of them has cost, in decoded bytes.
+  std::int32_t objstm_depth = 0;          ///< Object streams being loaded for one another.
+  std::int32_t stream_depth = 0;          ///< Streams being made for one another's parameters.
+  std::int64_t chain_work = 0;            ///< What the outermost of them has cost, in decoded bytes.
+  std::int64_t objstm_budget = 16 << 20;  ///< Bytes that the objects of decoded object streams may take together.
+  std::int64_t objstm_held = 0;           ///< What they take now, as estimated.
+  std::int64_t objstm_loaded = 0;         ///< The weight of all that was decoded,
+  std::int64_t objstm_reloaded = 0;       ///< and of what was decoded again.
+  std::uint32_t objstm_hand = 0;          ///< Entry at which the search for objects to release stands.
   std::int64_t decoded_ceiling = 0;  ///< Most bytes that a chain stage or object stream may decode to; 0: as settled.
   std::int32_t write_failed = 0;     ///< Set by a save when an output operation came short; cleared by the caller.
-  std::uint32_t xref_room = 0;         ///< Entries that the block of xref_items really holds; 0: xref_count.
-  std::uint32_t new_obj_room = 0;      ///< Slots that the block of new_objs really holds.
-  std::int32_t mem_stream_room = 0;    ///< Entries that the block of mem_streams really holds.
+  std::uint32_t xref_room = 0;       ///< Entries that the block of xref_items really holds; 0: xref_count.
+  std::uint32_t new_obj_room = 0;    ///< Slots that the block of new_objs really holds.
+  std::int32_t mem_stream_room = 0;  ///< Entries that the block of mem_streams really holds.
   std::int32_t* mem_stream_index = nullptr;  ///< Entry of mem_streams plus one by object number.
   std::uint32_t mem_stream_index_size = 0;
 
@@ -228,6 +235,11 @@ public:
   /// The decoded object stream at file offset `offset`; null on failure. Borrowed; valid until the
   /// next object stream is loaded.
   PDF_OBJSTM* get_objstm(unsigned int offset, int num, int gen);
+  /// Whether an object stream that stands at `offset` gave its objects. It is then where it should
+  /// be, whatever number its header bears.
+  bool serves_as_objstm(std::uint32_t offset);
+  /// Empties the cache of object streams.
+  void release_objstms();
   static char* read_stream_raw_data(CQVStream* s, int& len);
   /// A value, with a reference followed; null gives the null object. `table` may be null.
   static void resolve(CPDFXRefTable* table, CPDFObj& out, const CPDFObj* item);
