@@ -28,7 +28,7 @@ public:
   }
   void Flush() override { target_.Flush(); }
 
-  bool has_failed() const { return faulty_ > 0 && operations >= faulty_; }
+  bool has_failed() const { return has_failed_; }
   /// From here on everything works.
   void repair() { faulty_ = 0; }
 
@@ -40,6 +40,7 @@ private:
       ++operations;
     if (faulty_ <= 0 || operations < faulty_)
       return false;
+    has_failed_ = true;
     return fault_ == Fault::kDead || ((counted_ & operation) != 0 && operations == faulty_);
   }
   unsigned rest_of(unsigned size) const { return fault_ == Fault::kShort ? size / 2 : 0; }
@@ -48,4 +49,5 @@ private:
   int counted_;
   long long faulty_;
   Fault fault_;
+  bool has_failed_ = false;
 };
