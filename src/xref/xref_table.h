@@ -198,6 +198,7 @@ public:
   std::uint32_t objstm_hand = 0;          ///< Entry at which the search for objects to release stands.
   std::int64_t decoded_ceiling = 0;  ///< Most bytes that a chain stage or object stream may decode to; 0: as settled.
   std::int32_t write_failed = 0;     ///< Set by a save when an output operation came short; cleared by the caller.
+  std::int32_t entries_lost = 0;     ///< Not 0: entries are gone for want of memory. Nothing must be saved then.
   std::uint32_t xref_room = 0;       ///< Entries that the block of xref_items really holds; 0: xref_count.
   std::uint32_t new_obj_room = 0;    ///< Slots that the block of new_objs really holds.
   std::int32_t mem_stream_room = 0;  ///< Entries that the block of mem_streams really holds.
@@ -248,6 +249,9 @@ public:
   /// Sets the true length of a stream of the file, where `checks_lengths` asks for it. `num` names
   /// the object in the list of repairs.
   void heal_length(CPDFStreamRec& rec, std::int32_t num);
+  /// Whether an object stream that stands at `offset` gave its objects. It is then where it should
+  /// be, whatever number its header bears.
+  bool serves_as_objstm(std::uint32_t offset);
   /// Empties the cache of object streams.
   void release_objstms();
   static char* read_stream_raw_data(CQVStream* s, int& len);
