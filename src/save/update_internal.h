@@ -34,7 +34,7 @@ public:
 
 private:
   void separate_from_digit(const PDF_XREF& entry);
-  void commit(std::int32_t num, PDF_XREF& entry, PDF_NEWOBJ& slot, std::uint32_t pos);
+  void commit(std::int32_t num, PDF_XREF& entry, const PDF_NEWOBJ& slot, std::uint32_t pos);
 
   CPDFXRefTable& table_;
   CPDFEncrypt* enc_;

@@ -78,7 +78,7 @@ std::uint32_t UpdateSection::put_object(std::int32_t num, bool keeps_slot) {
     return pos;
   if (entry.offset >= table_.new_obj_capacity)
     return pos;
-  PDF_NEWOBJ& slot = table_.new_objs[entry.offset];
+  const PDF_NEWOBJ& slot = table_.new_objs[entry.offset];
   // The generation is always 0 here, as the section's entry says too.
   PDF_ENC_PARA para{num, 0, 1, enc_};
   slot.obj.write(&out_, &para);
@@ -87,11 +87,10 @@ std::uint32_t UpdateSection::put_object(std::int32_t num, bool keeps_slot) {
   return pos;
 }
 
-void UpdateSection::commit(std::int32_t num, PDF_XREF& entry, PDF_NEWOBJ& slot, std::uint32_t pos) {
+void UpdateSection::commit(std::int32_t num, PDF_XREF& entry, const PDF_NEWOBJ& slot, std::uint32_t pos) {
   entry = {1, pos, 0};
   if (num == sign_->num)
     sign_->dict.copy_from(slot.obj.as_dict());
-  slot.obj.free();
 }
 
 void UpdateSection::set_trailer_values(CPDFDictionary& dict) const {
@@ -130,6 +129,9 @@ void UpdateSection::finish(std::uint32_t start) {
     table_.write_failed = 1;
   if (sign_ == nullptr)
     return;
+  // Only now: the number that an earlier sealed save reserved can share its slot with another object.
+  for (std::uint32_t i = 0; i < table_.new_obj_count; ++i)
+    table_.new_objs[i].obj.free();
   table_.new_obj_count = 0;
   table_.last_xref_offset = start;
   table_.append_offset = static_cast<std::uint32_t>(table_.stream->GetLen());
