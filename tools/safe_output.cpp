@@ -34,13 +34,12 @@ bool SafeOutput::open(const std::string& target) {
     name.push_back(c);
   name.push_back('\0');
   const int handle = mkstemp(name.data());
-  std::FILE* const file = handle >= 0 ? fdopen(handle, "w+b") : nullptr;
-  if (file == nullptr) {
+  if (handle < 0) {
     complain(target, std::string("no file can be created beside it: ") + std::strerror(errno));
     return false;
   }
   path_ = name.data();
-  stream_.file = file;
+  stream_.Open(handle);
   return true;
 }
 
@@ -54,8 +53,8 @@ bool SafeOutput::copy_of(const std::string& source) {
   bool good = true;
   for (std::size_t got = std::fread(block.data(), 1, block.size(), in); got != 0 && good;
        got = std::fread(block.data(), 1, block.size(), in))
-    good = std::fwrite(block.data(), 1, got, stream_.file) == got;
-  good = good && std::ferror(in) == 0 && std::fflush(stream_.file) == 0;
+    good = stream_.Write(block.data(), static_cast<unsigned>(got)) == got;
+  good = good && std::ferror(in) == 0;
   std::fclose(in);
   if (!good)
     complain(target_, std::string("the copy could not be written: ") + std::strerror(errno));
@@ -63,12 +62,16 @@ bool SafeOutput::copy_of(const std::string& source) {
 }
 
 bool SafeOutput::commit() {
-  std::FILE* const file = stream_.file;
-  bool good = std::fflush(file) == 0 && std::fseek(file, 0, SEEK_END) == 0;
-  size_ = std::ftell(file);
+  const int handle = stream_.handle();
+  struct stat written = {};
+  bool good = fstat(handle, &written) == 0;
+  size_ = written.st_size;
   struct stat old = {};
-  const mode_t mode = stat(target_.c_str(), &old) == 0 ? old.st_mode & 07777 : usual_mode();
-  good = good && fchmod(fileno(file), mode) == 0 && fsync(fileno(file)) == 0;
+  const bool replaces = stat(target_.c_str(), &old) == 0;
+  good = good && fchmod(handle, replaces ? old.st_mode & 07777 : usual_mode()) == 0;
+  // What is replaced must not be lost before its successor is on the disk. A file that is new can be
+  // made again from its inputs, so that nobody has to wait for the disk.
+  good = good && (!replaces || fsync(handle) == 0);
   good = good && std::rename(path_.c_str(), target_.c_str()) == 0;
   if (!good) {
     complain(target_, std::string("could not be written: ") + std::strerror(errno) + "; nothing was changed");

@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "base/stream.h"
+#include "base/stream_output.h"
 
 class SafeOutput {
 public:
@@ -17,7 +17,7 @@ public:
   bool open(const std::string& target);
   /// Starts with a copy of `source`. False, with a message, on failure.
   bool copy_of(const std::string& source);
-  CQVStreamFile& stream() { return stream_; }
+  CQVStreamOutput& stream() { return stream_; }
   const std::string& path() const { return path_; }
   /// Brings the bytes to the disk and gives the file its name. False, with a message, on failure:
   /// the target is then as it was.
@@ -27,7 +27,7 @@ public:
 private:
   std::string target_;
   std::string path_;
-  CQVStreamFile stream_;
+  CQVStreamOutput stream_;
   long long size_ = 0;
 };
 

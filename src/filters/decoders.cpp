@@ -12,6 +12,8 @@
 #include "filters/jbig2.h"
 #include "filters/run_length.h"
 #include "neighbours/decoders/ascii85.h"
+#include "neighbours/decoders/dct.h"
+#include "neighbours/decoders/jpx.h"
 #include "neighbours/decoders/lzw.h"
 #include "object/dictionary.h"
 #include "xref/xref_table.h"
@@ -90,6 +92,20 @@ CPDFStream* make_ccitt(CPDFXRefTable* table, unsigned char* data, int len, const
   return fax;
 }
 
+CPDFStream* make_dct(CPDFXRefTable* table, unsigned char* data, int len, const CPDFDictionary* parms) {
+  auto* dct = make_over<CPDFStreamDCT>(data, len);
+  if (dct != nullptr)
+    dct->open(parm_number(table, parms, "ColorTransform", -1));
+  return dct;
+}
+
+CPDFStream* make_jpx(CPDFXRefTable*, unsigned char* data, int len, const CPDFDictionary*) {
+  auto* jpx = make_over<CPDFStreamJPX>(data, len);
+  if (jpx != nullptr)
+    jpx->open();
+  return jpx;
+}
+
 // Opens with the global segments when their stream can be decoded, else without. Global segments
 // that find no memory leave the filter unopened, and so empty.
 CPDFStream* make_jbig2(CPDFXRefTable* table, unsigned char* data, int len, const CPDFDictionary* parms) {
@@ -130,6 +146,8 @@ constexpr Row kDecoders[] = {
     {"LZWDecode", "LZW", make_lzw},
     {"RunLengthDecode", "RL", make_run_length},
     {"CCITTFaxDecode", "CCF", make_ccitt},
+    {"DCTDecode", "DCT", make_dct},
+    {"JPXDecode", nullptr, make_jpx},
     {"JBIG2Decode", nullptr, make_jbig2},
 };
 

@@ -191,11 +191,18 @@ void ObjectPrinter::print_stream(const CPDFStreamRec& rec) {
 // set anew for each block.
 void ObjectPrinter::copy_body(const CPDFStreamRec& rec, std::int32_t length, bool encrypts) {
   constexpr unsigned kBlock = 16 * 1024;
+  constexpr unsigned kLargeBlock = 256 * 1024;
   constexpr unsigned kCipherSpare = 32;
-  unsigned char block[kBlock];
+  unsigned char small_block[kBlock];
   unsigned char coded[kBlock + kCipherSpare];
   const bool shared = rec.source == target_;
   CPDFEncrypt* const enc = encrypts ? para_.encrypt : nullptr;
+  // Long bodies that go through as they are deserve fewer and larger steps.
+  HeapBlock<unsigned char> large;
+  if (enc == nullptr && length > static_cast<std::int32_t>(kLargeBlock))
+    large.reset(static_cast<unsigned char*>(QVAlloc(kLargeBlock)));
+  unsigned char* const block = large ? large.get() : small_block;
+  const unsigned step = large ? kLargeBlock : kBlock;
   const auto put = [this](const unsigned char* bytes, int count) {
     if (count > 0)
       target_->Write(bytes, static_cast<unsigned>(count));
@@ -205,7 +212,7 @@ void ObjectPrinter::copy_body(const CPDFStreamRec& rec, std::int32_t length, boo
   if (!shared && length > 0)
     rec.source->SetPos(CQVStream::STR_SEEK_SET, rec.offset);
   for (std::int32_t done = 0; done < length;) {
-    const unsigned wanted = std::min(kBlock, static_cast<unsigned>(length - done));
+    const unsigned wanted = std::min(step, static_cast<unsigned>(length - done));
     const long long back = shared ? target_->GetPos() : 0;
     if (shared)
       rec.source->SetPos(CQVStream::STR_SEEK_SET, static_cast<long long>(rec.offset) + done);

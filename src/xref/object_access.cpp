@@ -1,33 +1,20 @@
-// The door to the document's objects. Each request parses its object anew; only decoded object
-// streams are kept. Here the table also heals itself: sections are read when it lacks an answer,
-// and an object that is not where its entry says is searched for and the entry corrected.
+// The door to the document's objects. Each request parses its object anew. Here the table also heals itself: sections
+// are read when it lacks an answer, and an object that is not where its entry says is searched for and the entry
+// corrected.
 #include <algorithm>
 #include <cstring>
-#include <memory>
 
 #include "base/chars.h"
 #include "base/heap.h"
 #include "base/scope_guard.h"
-#include "filters/stream_filter.h"
 #include "object/parse_buf.h"
+#include "xref/nesting_internal.h"
 #include "xref/xref_table.h"
 
 namespace {
 
-constexpr int kMostNestedCalls = 32;         // references to references, lengths, object streams
-constexpr int kMostNestedLoads = 4;          // object streams whose own parameters lie in others
 constexpr std::uint32_t kRewind = 16;        // how far an offset may be too high
 constexpr std::uint32_t kStaleDistance = 8;  // found farther behind: the table is stale
-constexpr int kMostObjStmBytes = 0x8000000;  // 128 MiB of decoded data
-constexpr std::uint32_t kObjStmStep = 32;
-
-struct DepthGuard {
-  explicit DepthGuard(std::int32_t& depth) : depth_(depth) { ++depth_; }
-  DepthGuard(const DepthGuard&) = delete;
-  DepthGuard& operator=(const DepthGuard&) = delete;
-  ~DepthGuard() { --depth_; }
-  std::int32_t& depth_;
-};
 
 // Reads sections until the table reaches `num` and knows its entry. False when it never will.
 bool know_entry(CPDFXRefTable& table, std::uint32_t num) {
@@ -78,7 +65,7 @@ void read_located(CPDFXRefTable& table, CPDFObj& out, const PDF_REF& ref, std::u
       out.read(&buf, dec);
     }
   }
-  if (found != 0 && found != offset)
+  if (found != 0 && found != offset && !table.serves_as_objstm(offset))
     correct_entry(table, static_cast<std::uint32_t>(ref.num), found);
 }
 
@@ -99,70 +86,6 @@ void read_compressed(CPDFXRefTable& table, CPDFObj& out, const PDF_XREF& entry) 
   if (objstm == nullptr || objstm->objs == nullptr || index < 0 || index >= objstm->count)
     return;
   out.copy_from(objstm->objs + index);
-}
-
-// Objects one after the other from `first` on; the table of numbers and offsets in front of it is
-// not looked at. Objects that the data lack stay null.
-void read_objects(CPDFObj* objs, std::int32_t count, const std::uint8_t* data, std::uint32_t size, std::int32_t first) {
-  std::fill(objs, objs + count, CPDFObj{});
-  if (first < 0 || static_cast<std::uint32_t>(first) >= size)
-    return;
-  CPDFBufMem buf;
-  buf.buf_init_mem(data + first, size - static_cast<std::uint32_t>(first));
-  for (std::int32_t i = 0; i < count && buf.buf_len != 0; ++i) {
-    do {
-      objs[i].read(&buf, nullptr);  // stray keywords between objects are passed over
-    } while (objs[i].tag == kTagNoValue);
-  }
-}
-
-// Decodes an object stream into `entry`, whose objs stay null when that fails.
-void load_objects(CPDFStream& decoder, const CPDFStreamRec& rec, std::int64_t ceiling, PDF_OBJSTM& entry) {
-  int size = rec.decoded_hint;
-  const int most = ceiling > 0 ? static_cast<int>(std::min<std::int64_t>(ceiling, kMostObjStmBytes)) : kMostObjStmBytes;
-  const HeapBlock<std::uint8_t> data(decoder.buffer_load(most, size));
-  // Every object takes a byte at least, so a larger count is a lie.
-  if (!data || entry.count < 0 || entry.count > size)
-    return;
-  entry.objs = static_cast<CPDFObj*>(QVAlloc(static_cast<std::size_t>(entry.count) * sizeof(CPDFObj)));
-  if (entry.objs != nullptr)
-    read_objects(entry.objs, entry.count, data.get(), static_cast<std::uint32_t>(size), entry.first);
-}
-
-bool lies_before(const PDF_OBJSTM& entry, std::int32_t offset, std::int32_t first) {
-  return entry.offset != offset ? entry.offset < offset : entry.first < first;
-}
-
-PDF_OBJSTM* insert_objstm(CPDFXRefTable& table, std::size_t place, const PDF_OBJSTM& entry) {
-  if (table.objstm_count >= table.objstm_capacity) {
-    const std::uint32_t capacity = table.objstm_capacity + kObjStmStep;
-    void* grown = QVRealloc(table.objstm_cache, capacity * sizeof(PDF_OBJSTM));
-    if (grown == nullptr)
-      return nullptr;
-    table.objstm_cache = static_cast<PDF_OBJSTM*>(grown);
-    table.objstm_capacity = capacity;
-  }
-  PDF_OBJSTM* const slot = table.objstm_cache + place;
-  std::memmove(slot + 1, slot, (table.objstm_count - place) * sizeof(PDF_OBJSTM));
-  *slot = entry;
-  ++table.objstm_count;
-  return slot;
-}
-
-PDF_OBJSTM* find_objstm(CPDFXRefTable& table, std::int32_t offset, std::int32_t first) {
-  PDF_OBJSTM* const end = table.objstm_cache + table.objstm_count;
-  return std::lower_bound(table.objstm_cache, end, first, [offset](const PDF_OBJSTM& entry, std::int32_t wanted) {
-    return lies_before(entry, offset, wanted);
-  });
-}
-
-// The stream object at a place is parsed anew for each request, since the cache's key needs its
-// "First". The file does not change while it is read, so for a place that has been parsed once the
-// value is in the cache already.
-PDF_OBJSTM* find_known_place(CPDFXRefTable& table, std::int32_t offset) {
-  PDF_OBJSTM* const end = table.objstm_cache + table.objstm_count;
-  PDF_OBJSTM* const hit = find_objstm(table, offset, INT32_MIN);
-  return hit != end && hit->offset == offset ? hit : nullptr;
 }
 
 }  // namespace
@@ -202,6 +125,8 @@ void CPDFXRefTable::get_stored(CPDFObj& out, const PDF_REF& wanted) {
     read_found(*this, out, ref, entry.offset);
   else if (entry.type == 1 || entry.type == 4)
     read_located(*this, out, ref, entry.offset);
+  if (CPDFStreamRec* rec = out.as_stream())
+    heal_length(*rec, ref.num);
 }
 
 void CPDFXRefTable::get_entity(CPDFObj& out, const PDF_REF& ref) {
@@ -214,47 +139,6 @@ void CPDFXRefTable::get_entity(CPDFObj& out, const PDF_REF& ref) {
       return;
     get_stored(out, next);
   }
-}
-
-PDF_OBJSTM* CPDFXRefTable::get_objstm(unsigned int offset, int num, int gen) {
-  if (entity_depth >= kMostNestedCalls)
-    return nullptr;
-  const DepthGuard depth(entity_depth);
-  const auto place_in_file = static_cast<std::int32_t>(offset);
-  if (PDF_OBJSTM* known = find_known_place(*this, place_in_file))
-    return known;
-  // Each load asks for several parameters, and one that fails is tried anew by the next: streams
-  // that hold their own parameters would take time exponential in the depth.
-  if (objstm_depth >= kMostNestedLoads)
-    return nullptr;
-  const DepthGuard load_depth(objstm_depth);
-  stream->SetPos(CQVStream::STR_SEEK_SET, offset);
-  CPDFBufBase buf;
-  buf.buf_init(stream);
-  PDF_DEC_PARA para{};
-  Freed<CPDFObj> obj;
-  obj.read(&buf, decode_para(para, {num, gen}));
-  const CPDFStreamRec* rec = obj.as_stream();
-  if (rec == nullptr)
-    return nullptr;
-  Freed<CPDFObj> number;
-  resolve(number, rec->dict.get_item(CPDFDictionary::sm_tag_first));
-  PDF_OBJSTM entry{place_in_file, number.to_int(), nullptr, 0};
-  resolve(number, rec->dict.get_item("N"));
-  entry.count = number.to_int();
-  const std::unique_ptr<CPDFStream> decoder(make_stream(rec));
-  if (decoder == nullptr)
-    return nullptr;
-  load_objects(*decoder, *rec, decoded_ceiling, entry);
-  // Resolving on the way may have put other entries into the cache, so the place is found now.
-  PDF_OBJSTM* const slot = find_objstm(*this, entry.offset, entry.first);
-  PDF_OBJSTM* const stored = insert_objstm(*this, static_cast<std::size_t>(slot - objstm_cache), entry);
-  if (stored == nullptr && entry.objs != nullptr) {
-    for (std::int32_t i = 0; i < entry.count; ++i)
-      entry.objs[i].free();
-    QVFree(entry.objs);
-  }
-  return stored;
 }
 
 char* CPDFXRefTable::read_stream_raw_data(CQVStream* s, int& len) {

@@ -11,6 +11,7 @@ namespace {
 
 // Fields are held in 32 bits, but a writer may give them more bytes than that.
 constexpr std::int32_t kWidestField = 8;
+constexpr std::uint32_t kPieceBytes = 1 << 16;  // decoded at a time
 
 struct Widths {
   std::int32_t field[3] = {1, 2, 1};
@@ -54,40 +55,65 @@ public:
 
   // Decodes `count` entries from `first` on. All of their bytes must come, else none is stored.
   Result read(std::uint32_t first, std::uint32_t count) {
-    const std::uint64_t bytes = std::uint64_t{count} * static_cast<std::uint32_t>(widths_.total());
-    if (bytes > INT32_MAX || count > table_.max_obj_num())
+    const auto width = static_cast<std::uint32_t>(widths_.total());
+    if (std::uint64_t{count} * width > INT32_MAX || count > table_.max_obj_num())
       return Result::kShort;
-    if (bytes > capacity_) {
-      void* grown = QVRealloc(block_.get(), bytes);
-      if (grown == nullptr)
-        return Result::kNoMemory;
-      block_.release();
-      block_.reset(static_cast<std::uint8_t*>(grown));
-      capacity_ = bytes;
+    const std::uint32_t piece = std::min(count, kPieceBytes / width);
+    if (!reserve(std::size_t{piece} * width))
+      return Result::kNoMemory;
+    const HeapBlock<std::uint8_t> stored(static_cast<std::uint8_t*>(QVCalloc(count / 8 + 1, 1)));
+    if (!stored)
+      return Result::kNoMemory;
+    for (std::uint32_t done = 0; done < count;) {
+      const std::uint32_t entries = std::min(piece, count - done);
+      const auto bytes = static_cast<int>(entries * width);
+      if (decoder_.read_block(block_.get(), bytes) != bytes) {
+        take_back(first, done, stored.get());
+        return Result::kShort;
+      }
+      const std::uint8_t* at = block_.get();
+      for (const std::uint32_t end = done + entries; done < end; ++done) {
+        if (store(std::uint64_t{first} + done, at))
+          stored.get()[done / 8] |= static_cast<std::uint8_t>(1u << done % 8);
+      }
     }
-    if (bytes == 0)
-      return Result::kDone;
-    if (decoder_.read_block(block_.get(), static_cast<int>(bytes)) != static_cast<int>(bytes))
-      return Result::kShort;
-    const std::uint8_t* at = block_.get();
-    for (std::uint32_t i = 0; i < count; ++i)
-      store(std::uint64_t{first} + i, at);
     return Result::kDone;
   }
 
 private:
-  void store(std::uint64_t num, const std::uint8_t*& at) {
+  bool reserve(std::size_t bytes) {
+    if (bytes <= capacity_)
+      return true;
+    void* grown = QVRealloc(block_.get(), bytes);
+    if (grown == nullptr)
+      return false;
+    block_.release();
+    block_.reset(static_cast<std::uint8_t*>(grown));
+    capacity_ = bytes;
+    return true;
+  }
+
+  void take_back(std::uint32_t first, std::uint32_t count, const std::uint8_t* stored) {
+    for (std::uint32_t i = 0; i < count; ++i) {
+      if ((stored[i / 8] >> i % 8 & 1) != 0)
+        table_.xref_items[first + i] = PDF_XREF{};
+    }
+  }
+
+  bool store(std::uint64_t num, const std::uint8_t*& at) {
     std::uint32_t type = widths_.field[0] == 0 ? 1 : read_field(at, widths_.field[0]);
     const std::uint32_t second = read_field(at, widths_.field[1]);
     const auto third = static_cast<std::int32_t>(read_field(at, widths_.field[2]));
     if (num >= table_.xref_count)
-      return;
+      return false;
     if (late_ && type == 1)
       type = 4;
     PDF_XREF& entry = table_.xref_items[num];
     // A free entry keeps type 0, so that an older section may still fill it.
-    if (entry.type == 0)
-      entry = {type, second, third};
+    if (entry.type != 0)
+      return false;
+    entry = {type, second, third};
+    return true;
   }
 
   CPDFXRefTable& table_;
@@ -95,7 +121,7 @@ private:
   Widths widths_;
   bool late_;
   HeapBlock<std::uint8_t> block_;
-  std::uint64_t capacity_ = 0;
+  std::size_t capacity_ = 0;
 };
 
 // The pairs of "Index", or the one pair that "Size" stands for. False when memory ran out.

@@ -250,7 +250,8 @@ TEST(Syntax, AnyRefusedBlockGivesAWeakerValueAndNothingIsLost) {
   for (int i = 0; i < 20; ++i)
     text += "]/L/M>>";
   text += "] endobj";
-  const std::string printed = reprinted(text);
+  Freed<CPDFObj> whole;
+  read_value(whole, text);
   bool refused = true;
   for (int request = 1; refused; ++request) {
     FailingHeap heap(request);
@@ -261,8 +262,8 @@ TEST(Syntax, AnyRefusedBlockGivesAWeakerValueAndNothingIsLost) {
       copy.copy_from(&value);
       refused = heap.has_refused();
       if (!refused) {
-        EXPECT_TRUE(same_value(value, copy));
-        EXPECT_EQ(TestTable::syntax(copy), printed);
+        EXPECT_TRUE(same_value(value, whole));
+        EXPECT_TRUE(same_value(copy, whole));
       }
     }
     EXPECT_EQ(heap.held, 0) << request;

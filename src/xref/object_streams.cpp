@@ -1,0 +1,195 @@
+// Object streams, decoded when one of their objects is asked for. The parsed objects are kept until
+// the document is closed, as far as the table's budget goes: beyond it those that were not asked
+// for of late are released, and decoded again when they are.
+#include <algorithm>
+#include <cstring>
+#include <memory>
+
+#include "base/heap.h"
+#include "base/scope_guard.h"
+#include "filters/stream_filter.h"
+#include "object/parse_buf.h"
+#include "xref/nesting_internal.h"
+#include "xref/xref_table.h"
+
+namespace {
+
+constexpr int kMostNestedLoads = 4;          // object streams whose own parameters lie in others
+constexpr int kMostObjStmBytes = 0x8000000;  // 128 MiB of decoded data
+constexpr std::uint32_t kObjStmStep = 32;
+constexpr std::int64_t kMostReloads = 4;    // times that everything may be decoded again
+constexpr std::int64_t kParsedPerByte = 5;  // what the objects take in memory for a byte of their text
+
+// Objects one after the other from `first` on; the table of numbers and offsets in front of it is
+// not looked at. Objects that the data lack stay null.
+void read_objects(CPDFObj* objs, std::int32_t count, const std::uint8_t* data, std::uint32_t size, std::int32_t first) {
+  std::fill(objs, objs + count, CPDFObj{});
+  if (first < 0 || static_cast<std::uint32_t>(first) >= size)
+    return;
+  CPDFBufMem buf;
+  buf.buf_init_mem(data + first, size - static_cast<std::uint32_t>(first));
+  for (std::int32_t i = 0; i < count && buf.buf_len != 0; ++i) {
+    do {
+      objs[i].read(&buf, nullptr);  // stray keywords between objects are passed over
+    } while (objs[i].tag == kTagNoValue);
+  }
+}
+
+void release_objects(PDF_OBJSTM& entry) {
+  for (std::int32_t i = 0; entry.objs != nullptr && i < entry.count; ++i)
+    entry.objs[i].free();
+  QVFree(entry.objs);
+  entry.objs = nullptr;
+}
+
+// Decodes an object stream into `entry`, whose objs stay null when that fails.
+void load_objects(CPDFStream& decoder, const CPDFStreamRec& rec, std::int64_t ceiling, PDF_OBJSTM& entry) {
+  int size = rec.decoded_hint;
+  const int most = ceiling > 0 ? static_cast<int>(std::min<std::int64_t>(ceiling, kMostObjStmBytes)) : kMostObjStmBytes;
+  const HeapBlock<std::uint8_t> data(decoder.buffer_load(most, size));
+  // Every object takes a byte at least, so a larger count is a lie.
+  if (!data || entry.count < 0 || entry.count > size)
+    return;
+  entry.objs = static_cast<CPDFObj*>(QVAlloc(static_cast<std::size_t>(entry.count) * sizeof(CPDFObj)));
+  if (entry.objs == nullptr)
+    return;
+  read_objects(entry.objs, entry.count, data.get(), static_cast<std::uint32_t>(size), entry.first);
+  entry.weight = size * kParsedPerByte + entry.count * static_cast<std::int64_t>(sizeof(CPDFObj));
+}
+
+// Releases objects until `weight` fits into the budget: in turns, those that were not asked for
+// since the turn before. A document that is read criss-cross would only decode again and again,
+// so that it keeps all of them in the end.
+void make_room(CPDFXRefTable& table, std::int64_t weight) {
+  if (table.objstm_reloaded > kMostReloads * table.objstm_loaded)
+    return;
+  for (std::uint64_t step = 0; step < 2 * std::uint64_t{table.objstm_count}; ++step) {
+    if (table.objstm_held + weight <= table.objstm_budget)
+      return;
+    table.objstm_hand = table.objstm_hand + 1 < table.objstm_count ? table.objstm_hand + 1 : 0;
+    PDF_OBJSTM& entry = table.objstm_cache[table.objstm_hand];
+    if (entry.objs != nullptr && entry.recent == 0) {
+      release_objects(entry);
+      table.objstm_held -= entry.weight;
+    }
+    entry.recent = 0;
+  }
+}
+
+bool lies_before(const PDF_OBJSTM& entry, std::int32_t offset, std::int32_t first) {
+  return entry.offset != offset ? entry.offset < offset : entry.first < first;
+}
+
+PDF_OBJSTM* insert_objstm(CPDFXRefTable& table, std::size_t place, const PDF_OBJSTM& entry) {
+  if (table.objstm_count >= table.objstm_capacity) {
+    const std::uint32_t capacity = table.objstm_capacity + kObjStmStep;
+    void* grown = QVRealloc(table.objstm_cache, capacity * sizeof(PDF_OBJSTM));
+    if (grown == nullptr)
+      return nullptr;
+    table.objstm_cache = static_cast<PDF_OBJSTM*>(grown);
+    table.objstm_capacity = capacity;
+  }
+  PDF_OBJSTM* const slot = table.objstm_cache + place;
+  std::memmove(slot + 1, slot, (table.objstm_count - place) * sizeof(PDF_OBJSTM));
+  *slot = entry;
+  ++table.objstm_count;
+  return slot;
+}
+
+PDF_OBJSTM* find_objstm(CPDFXRefTable& table, std::int32_t offset, std::int32_t first) {
+  PDF_OBJSTM* const end = table.objstm_cache + table.objstm_count;
+  return std::lower_bound(table.objstm_cache, end, first, [offset](const PDF_OBJSTM& entry, std::int32_t wanted) {
+    return lies_before(entry, offset, wanted);
+  });
+}
+
+// The stream object at a place is parsed anew for each request, since the cache's key needs its
+// "First". The file does not change while it is read, so for a place that has been parsed once the
+// value is in the cache already.
+PDF_OBJSTM* find_known_place(CPDFXRefTable& table, std::int32_t offset) {
+  PDF_OBJSTM* const end = table.objstm_cache + table.objstm_count;
+  PDF_OBJSTM* const hit = find_objstm(table, offset, INT32_MIN);
+  return hit != end && hit->offset == offset ? hit : nullptr;
+}
+
+bool is_released(const PDF_OBJSTM& entry) {
+  return entry.objs == nullptr && entry.weight != 0;
+}
+
+// Reads and decodes the object stream at the place of `entry`. False when it is no stream or has no decoder.
+bool load_objstm(CPDFXRefTable& table, PDF_OBJSTM& entry, const PDF_REF& ref) {
+  table.stream->SetPos(CQVStream::STR_SEEK_SET, static_cast<std::uint32_t>(entry.offset));
+  CPDFBufBase buf;
+  buf.buf_init(table.stream);
+  PDF_DEC_PARA para{};
+  Freed<CPDFObj> obj;
+  obj.read(&buf, table.decode_para(para, ref));
+  CPDFStreamRec* const rec = obj.as_stream();
+  if (rec == nullptr)
+    return false;
+  table.heal_length(*rec, ref.num);
+  Freed<CPDFObj> number;
+  table.resolve(number, rec->dict.get_item(CPDFDictionary::sm_tag_first));
+  entry.first = number.to_int();
+  table.resolve(number, rec->dict.get_item("N"));
+  entry.count = number.to_int();
+  const std::unique_ptr<CPDFStream> decoder(table.make_stream(rec));
+  if (decoder == nullptr)
+    return false;
+  load_objects(*decoder, *rec, table.decoded_ceiling, entry);
+  return true;
+}
+
+// The cache owns the objects from here on. Resolving on the way may have put other entries into it,
+// so the place is found only now.
+PDF_OBJSTM* store_objstm(CPDFXRefTable& table, PDF_OBJSTM& entry) {
+  make_room(table, entry.weight);
+  PDF_OBJSTM* slot = find_objstm(table, entry.offset, entry.first);
+  const bool reloaded = slot != table.objstm_cache + table.objstm_count && slot->offset == entry.offset &&
+                        slot->first == entry.first && is_released(*slot);
+  if (reloaded)
+    *slot = entry;
+  else
+    slot = insert_objstm(table, static_cast<std::size_t>(slot - table.objstm_cache), entry);
+  if (slot == nullptr) {
+    release_objects(entry);
+    return nullptr;
+  }
+  table.objstm_held += entry.objs != nullptr ? entry.weight : 0;
+  (reloaded ? table.objstm_reloaded : table.objstm_loaded) += entry.weight;
+  return slot;
+}
+
+}  // namespace
+
+PDF_OBJSTM* CPDFXRefTable::get_objstm(unsigned int offset, int num, int gen) {
+  if (entity_depth >= kMostNestedCalls)
+    return nullptr;
+  const DepthGuard depth(entity_depth);
+  const auto place_in_file = static_cast<std::int32_t>(offset);
+  if (PDF_OBJSTM* known = find_known_place(*this, place_in_file); known != nullptr && !is_released(*known)) {
+    known->recent = 1;
+    return known;
+  }
+  // Each load asks for several parameters, and one that fails is tried anew by the next: streams
+  // that hold their own parameters would take time exponential in the depth.
+  if (objstm_depth >= kMostNestedLoads)
+    return nullptr;
+  const DepthGuard load_depth(objstm_depth);
+  PDF_OBJSTM entry{place_in_file, 0, nullptr, 0, 0, 1};
+  return load_objstm(*this, entry, {num, gen}) ? store_objstm(*this, entry) : nullptr;
+}
+
+bool CPDFXRefTable::serves_as_objstm(std::uint32_t offset) {
+  const PDF_OBJSTM* const known = find_known_place(*this, static_cast<std::int32_t>(offset));
+  return known != nullptr && (known->objs != nullptr || is_released(*known));
+}
+
+void CPDFXRefTable::release_objstms() {
+  for (std::uint32_t i = 0; i < objstm_count; ++i)
+    release_objects(objstm_cache[i]);
+  QVFree(objstm_cache);
+  objstm_cache = nullptr;
+  objstm_count = objstm_capacity = objstm_hand = 0;
+  objstm_held = objstm_loaded = objstm_reloaded = 0;
+}
