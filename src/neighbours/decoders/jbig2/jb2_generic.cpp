@@ -165,12 +165,14 @@ private:
     return !has_one;
   }
 
-  [[gnu::always_inline]] inline unsigned above(int pixel) const {
-    unsigned context = (one_up_ >> (kAhead - pixel - kShape.one_up.right) & kShape.one_up.mask())
-                       << kShape.one_up.shift;
-    if constexpr (kTemplate != 3)
-      context |= (two_up_ >> (kAhead - pixel - kShape.two_up.right) & kShape.two_up.mask()) << kShape.two_up.shift;
-    return context;
+  // The part of a context that comes from the rows above, whose windows stand shifted to the pixel.
+  [[gnu::always_inline]] static inline unsigned above(unsigned two_up, unsigned one_up) {
+    constexpr Window kTwo = kShape.two_up;
+    constexpr Window kOne = kShape.one_up;
+    const unsigned context = one_up >> (kAhead - kOne.right - static_cast<int>(kOne.shift)) & kOne.mask() << kOne.shift;
+    if constexpr (kTemplate == 3)
+      return context;
+    return context | (two_up >> (kAhead - kTwo.right - static_cast<int>(kTwo.shift)) & kTwo.mask() << kTwo.shift);
   }
 
   // The pixels of a byte from `pixel` on. The states of both contexts that the next pixel may have
@@ -178,10 +180,14 @@ private:
   // take most of the time.
   [[gnu::always_inline]] inline void decode_byte(int pixel) {
     const int end = std::min(8, rows_.width - 8 * byte_);
-    unsigned context = above(pixel) | (present_ & kBefore);
+    unsigned two_up = two_up_ << pixel;
+    unsigned one_up = one_up_ << pixel;
+    unsigned context = above(two_up, one_up) | (present_ & kBefore);
     unsigned state = contexts_[context];
     for (; pixel < end; ++pixel) {
-      const unsigned next = above(pixel + 1) | (present_ << 1 & kBefore);
+      two_up <<= 1;
+      one_up <<= 1;
+      const unsigned next = above(two_up, one_up) | (present_ << 1 & kBefore);
       StatePair states(contexts_ + next);
       unsigned value = state & 1;
       if (!decoder_.expected(state)) [[unlikely]] {
