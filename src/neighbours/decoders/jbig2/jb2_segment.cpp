@@ -134,6 +134,17 @@ void finish_region(Segment& segment, const RegionInfo& info, BitmapHold& region)
   bitmap_combine(*page->bitmap, *region, info.x, info.y, info.op);
 }
 
+QVJB2_Bitmap* page_for_region(Segment& segment, const RegionInfo& info) {
+  const std::uint32_t type = segment.record.type();
+  const QVJB2_Page* page = segment.decoder.page_of(segment.record.page);
+  if (type == kIntermediateText || page == nullptr || page->open_ended != 0 || info.op != Combine::kOr)
+    return nullptr;
+  const QVJB2_Bitmap& bitmap = *page->bitmap;
+  const bool covers = info.x == 0 && info.y == 0 && info.width >= static_cast<std::uint32_t>(bitmap.width) &&
+                      info.height >= static_cast<std::uint32_t>(bitmap.height);
+  return covers ? page->bitmap : nullptr;
+}
+
 bool gather_symbols(Segment& segment, GrowArray<QVJB2_Bitmap*>& symbols) {
   for (std::uint32_t i = 0; i < segment.record.referred_count; ++i) {
     const QVJB2_Seg* referred = segment.decoder.find_segment(segment.record.referred[i]);

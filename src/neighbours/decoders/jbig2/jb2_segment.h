@@ -97,6 +97,10 @@ void read_adaptive(ByteReader& in, std::array<AdaptivePixel, N>& pixels, unsigne
 /// Draws a finished region on its page, or stores it when the segment is an intermediate one.
 void finish_region(Segment& segment, const RegionInfo& info, BitmapHold& region);
 
+/// The page's own bitmap when black pixels drawn on it are the same as a white region drawn and then
+/// combined: an immediate region by OR, as large as the page or larger. Else null.
+QVJB2_Bitmap* page_for_region(Segment& segment, const RegionInfo& info);
+
 /// A zeroed array of contexts, charged to the limits as long as it lives.
 class ContextBlock {
 public:

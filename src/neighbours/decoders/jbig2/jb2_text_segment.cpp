@@ -40,18 +40,28 @@ public:
     TextStatistics statistics;
     if (text_.huffman ? !read_id_codes(bits) : !id_statistics_.make(std::uint64_t{1} << text_.id_bits))
       return;
-    BitmapHold region(limits_, bitmap_new(limits_, info.width, info.height));
     const std::uint32_t contexts = text_.refines ? refinement_contexts(text_.refinement_template) : 0;
-    if (!refinement_statistics_.make(contexts) || !region)
+    if (!refinement_statistics_.make(contexts))
+      return;
+    const TextCoder coder = {&arithmetic, &bits, &statistics, id_statistics_.get(), refinement_statistics_.get()};
+    QVJB2_Bitmap* page = is_black_ || text_.op != Combine::kOr ? nullptr : page_for_region(segment_, info);
+    if (page != nullptr)
+      decode_text(coder, text_, limits_, *page);
+    else
+      draw_region(coder, info);
+  }
+
+private:
+  void draw_region(const TextCoder& coder, const RegionInfo& info) {
+    BitmapHold region(limits_, bitmap_new(limits_, info.width, info.height));
+    if (!region)
       return;
     if (is_black_)
       bitmap_blacken(*region, 0);
-    const TextCoder coder = {&arithmetic, &bits, &statistics, id_statistics_.get(), refinement_statistics_.get()};
     decode_text(coder, text_, limits_, *region);
     finish_region(segment_, info, region);
   }
 
-private:
   bool read_flags() {
     constexpr unsigned kOffsetBits = 5;
     const unsigned flags = in_.u16();
