@@ -90,6 +90,7 @@ int run_update(const UpdateOptions& options);
 
 struct NewOptions {
   std::string output;
+  std::vector<std::string> images;  ///< A page each.
   ChangeOptions changes;
   TextOptions text;
 };
@@ -116,6 +117,14 @@ struct SplitOptions {
 };
 int run_split(const SplitOptions& options);
 
+struct ImagesOptions {
+  std::string file;
+  PasswordOptions password;
+  std::string folder;  ///< Where they are written; empty: they are listed only.
+  bool json = false;
+};
+int run_images(const ImagesOptions& options);
+
 struct AnnotsOptions {
   std::string file;
   PasswordOptions password;
@@ -129,3 +138,10 @@ struct FieldsOptions {
   bool json = false;
 };
 int run_fields(const FieldsOptions& options);
+
+struct FontsOptions {
+  std::string file;
+  PasswordOptions password;
+  bool json = false;
+};
+int run_fonts(const FontsOptions& options);

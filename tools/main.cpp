@@ -2,6 +2,7 @@
 #include <CLI/CLI.hpp>
 
 #include "commands.h"
+#include "sheaf/version.h"
 
 namespace {
 
@@ -59,6 +60,7 @@ void add_text(CLI::App& command, TextOptions& text) {
 int main(int argc, char** argv) {
   CLI::App app("sheaf: the objects of a PDF file, read, checked and changed");
   app.require_subcommand(1);
+  app.set_version_flag("--version", std::string("sheaf ") + sheaf_version(), "The version, and nothing else");
   int code = kExitClean;
 
   InfoOptions info;
@@ -69,13 +71,13 @@ int main(int argc, char** argv) {
   ShowOptions show;
   command = add_command(app, "show", "An object in PDF syntax, or the trailer", show, run_show, code);
   add_file(*command, show.file);
-  command->add_option("NUM", show.num, "Object number")->check(CLI::PositiveNumber);
-  command->add_option("GEN", show.gen, "Generation")->check(CLI::NonNegativeNumber);
+  command->add_option("NUM", show.num, "Object number")->check(CLI::Range(1, INT32_MAX));
+  command->add_option("GEN", show.gen, "Generation")->check(CLI::Range(0, INT32_MAX));
 
   StreamOptions stream;
   command = add_command(app, "stream", "The data of a stream", stream, run_stream, code);
   add_file(*command, stream.file);
-  command->add_option("NUM", stream.num, "Object number")->required()->check(CLI::PositiveNumber);
+  command->add_option("NUM", stream.num, "Object number")->required()->check(CLI::Range(1, INT32_MAX));
   command->add_flag("--raw", stream.raw, "As stored, the filters still on");
   command->add_option("-o,--output", stream.output, "Write to this file");
 
@@ -124,6 +126,7 @@ int main(int argc, char** argv) {
   command = app.add_subcommand("new", "A new document");
   command->callback([&fresh, &code] { code = run_new(fresh); });
   command->add_option("OUT", fresh.output, "The file to write")->required();
+  command->add_option("--image", fresh.images, "A page for each of these JPEG, JPEG 2000, PNG or PNM files");
   add_changes(*command, fresh.changes);
   add_text(*command, fresh.text);
 
@@ -145,6 +148,12 @@ int main(int argc, char** argv) {
   command->add_option("-o,--output", split.pattern, "Name of the parts, %d for their number")->required();
   command->add_option("--every", split.every, "Pages a part")->check(CLI::Range(1, 1000000));
 
+  ImagesOptions images;
+  command = add_command(app, "images", "The images of a document", images, run_images, code);
+  add_file(*command, images.file);
+  command->add_option("-d,--directory", images.folder, "Write them into this folder");
+  command->add_flag("--json", images.json, "One JSON object");
+
   AnnotsOptions annots;
   command = add_command(app, "annots", "The annotations by page, references resolved", annots, run_annots, code);
   add_file(*command, annots.file);
@@ -154,6 +163,11 @@ int main(int argc, char** argv) {
   command = add_command(app, "fields", "The form's fields with their values", fields, run_fields, code);
   add_file(*command, fields.file);
   command->add_flag("--json", fields.json, "One JSON object");
+
+  FontsOptions fonts;
+  command = add_command(app, "fonts", "The fonts, embedded or not, with their encodings", fonts, run_fonts, code);
+  add_file(*command, fonts.file);
+  command->add_flag("--json", fonts.json, "One JSON object");
 
   try {
     app.parse(argc, argv);

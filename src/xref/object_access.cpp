@@ -65,7 +65,7 @@ void read_located(CPDFXRefTable& table, CPDFObj& out, const PDF_REF& ref, std::u
       out.read(&buf, dec);
     }
   }
-  if (found != 0 && found != offset)
+  if (found != 0 && found != offset && !table.serves_as_objstm(offset))
     correct_entry(table, static_cast<std::uint32_t>(ref.num), found);
 }
 
@@ -125,6 +125,8 @@ void CPDFXRefTable::get_stored(CPDFObj& out, const PDF_REF& wanted) {
     read_found(*this, out, ref, entry.offset);
   else if (entry.type == 1 || entry.type == 4)
     read_located(*this, out, ref, entry.offset);
+  if (CPDFStreamRec* rec = out.as_stream())
+    heal_length(*rec, ref.num);
 }
 
 void CPDFXRefTable::get_entity(CPDFObj& out, const PDF_REF& ref) {

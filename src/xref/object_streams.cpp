@@ -124,9 +124,10 @@ bool load_objstm(CPDFXRefTable& table, PDF_OBJSTM& entry, const PDF_REF& ref) {
   PDF_DEC_PARA para{};
   Freed<CPDFObj> obj;
   obj.read(&buf, table.decode_para(para, ref));
-  const CPDFStreamRec* rec = obj.as_stream();
+  CPDFStreamRec* const rec = obj.as_stream();
   if (rec == nullptr)
     return false;
+  table.heal_length(*rec, ref.num);
   Freed<CPDFObj> number;
   table.resolve(number, rec->dict.get_item(CPDFDictionary::sm_tag_first));
   entry.first = number.to_int();
@@ -177,6 +178,11 @@ PDF_OBJSTM* CPDFXRefTable::get_objstm(unsigned int offset, int num, int gen) {
   const DepthGuard load_depth(objstm_depth);
   PDF_OBJSTM entry{place_in_file, 0, nullptr, 0, 0, 1};
   return load_objstm(*this, entry, {num, gen}) ? store_objstm(*this, entry) : nullptr;
+}
+
+bool CPDFXRefTable::serves_as_objstm(std::uint32_t offset) {
+  const PDF_OBJSTM* const known = find_known_place(*this, static_cast<std::int32_t>(offset));
+  return known != nullptr && (known->objs != nullptr || is_released(*known));
 }
 
 void CPDFXRefTable::release_objstms() {

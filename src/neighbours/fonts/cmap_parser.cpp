@@ -1,7 +1,7 @@
 #include "neighbours/fonts/cmap_parser.h"
 
 #include <algorithm>
-#include <cstring>
+#include <iterator>
 #include <string_view>
 
 #include "base/chars.h"
@@ -28,9 +28,7 @@ Code code_of(std::string_view text) {
 
 template <std::size_t kSize>
 void copy_text(char (&out)[kSize], std::string_view text) {
-  const std::size_t len = std::min(text.size(), kSize - 1);
-  std::memcpy(out, text.data(), len);
-  out[len] = 0;
+  out[text.copy(out, kSize - 1)] = 0;
 }
 
 constexpr bool is_high_surrogate(std::uint32_t unit) {
@@ -97,7 +95,7 @@ void read_glyph_name(std::string_view name, Units& units) {
   } else if (name.substr(0, 3) == "uni" && name.size() > 3 && (name.size() - 3) % kUnitDigits == 0) {
     for (std::size_t at = 3; at < name.size() && read_hex(name.substr(at, kUnitDigits), value); at += kUnitDigits)
       units.push(value);
-  } else if (name[0] == 'u' && name.size() > kUnitDigits && name.size() <= kMostDigits + 1 &&
+  } else if (name.substr(0, 1) == "u" && name.size() > kUnitDigits && name.size() <= kMostDigits + 1 &&
              read_hex(name.substr(1), value) && value <= kMostCharacter) {
     units.push_character(value);
   }

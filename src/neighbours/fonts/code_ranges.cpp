@@ -106,7 +106,7 @@ void CodeRangeList::add(int bytes, const PDF_CODE_RANGE& range) {
 }
 
 bool CodeRanges::build(CodeRangeList& list, bool (*rises)(std::uint32_t value)) {
-  GrowArray<Entry>& entries = list.entries_;
+  GrowArray<Entry>& entries = list.entries();
   if (!is_sorted_and_apart(entries))
     std::sort(entries.begin(), entries.end(), comes_before);
   Sweep sweep(entries, rises);

@@ -31,9 +31,9 @@ public:
   /// Adds codes of `bytes` (1 to 4) bytes; a range that runs backwards is ignored.
   void add(int bytes, const PDF_CODE_RANGE& range);
   bool empty() const { return entries_.empty(); }
+  GrowArray<Entry>& entries() { return entries_; }
 
 private:
-  friend class CodeRanges;
   GrowArray<Entry> entries_;
 };
 

@@ -32,7 +32,8 @@ public:
   /// names the source in the outline. The count of pages that were appended; those that cannot be
   /// read are left out. `source` must be readable and need not outlive the call.
   std::int32_t append(CPDFDoc& source, const std::int32_t* pages, std::int32_t count, const char* title);
-  /// Completes the catalogue. To be called once, in front of the save. False when there is no memory.
+  /// Completes the catalogue. To be called once, in front of the save. False when there was no memory
+  /// for all of it, here or while documents were appended.
   bool finish();
 
 private:
@@ -50,6 +51,10 @@ private:
   void add_optional_content(Source& src);
   void add_labels(Source& src, const std::int32_t* pages, std::int32_t count);
   void put_optional_content(CPDFDictionary& catalog);
+
+  // doc_merge_intents.cpp
+  void add_output_intents(Source& src);
+  void put_output_intents(CPDFDictionary& catalog);
 
   // doc_merge_names.cpp
   void collect_destinations(Source& src);
@@ -87,10 +92,15 @@ private:
   CPDFXRefTable& table_;
   CPDFAcroForm form_;
   std::int32_t hole_ = 0;
+  const std::uint64_t refusals_ = heap_refusals();
   NameList destinations_;
   NameList files_;
   GrowArray<TopEntry> outline_;
   Cleared<CPDFArray> labels_;
   bool has_labels_ = false;
+  std::int32_t source_count_ = 0;
+  bool was_empty_ = false;  // no pages stood there before the first source
+  Freed<CPDFObj> intents_;  // the output intents of all sources, while they agree
+  Freed<CPDFObj> intents_identifier_;
   Freed<CPDFObj> content_;  // optional content, as far as it was met
 };
