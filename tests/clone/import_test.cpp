@@ -1,6 +1,8 @@
 // Objects, pages and forms from another document.
 #include <gtest/gtest.h>
 
+#include <cstring>
+
 #include "neighbours/page/acro_form.h"
 #include "neighbours/page/doc.h"
 #include "support/pdf_builder.h"
