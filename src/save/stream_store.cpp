@@ -35,8 +35,8 @@ bool append_to_temp(CQVStreamFile& temp, const void* data, unsigned len, std::ui
   if (end < 0 || end > static_cast<long long>(UINT32_MAX) - len)
     return false;
   offset = static_cast<std::uint32_t>(end);
-  std::fwrite(data, 1, len, temp.file);
-  return true;
+  // A disk that is full shows up here at the latest; the bytes then stay in memory.
+  return std::fwrite(data, 1, len, temp.file) == len && std::fflush(temp.file) == 0;
 }
 
 CQVStreamMemFix* new_view(unsigned char* data, int len) {
