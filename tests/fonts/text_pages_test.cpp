@@ -59,8 +59,8 @@ struct TextPages : testing::Test {
 };
 
 TEST_F(TextPages, TextComesBackFromOtherPrograms) {
-  for (const char* options :
-       {"", "--vertical", "--bold --italic", "--bold --vertical", "--font 'dejavu sans' --font WENQUANYIZENHEI"}) {
+  for (const char* options : {"", "--vertical", "--bold --italic --font 'dejavu sans' --font IPAGOTHIC --font UnBatang",
+                              "--vertical --bold --font IPAGothic --font UnBatang --font DejaVuSans"}) {
     ASSERT_EQ(make(kMixed, options).code, 0) << options;
     EXPECT_EQ(read_by("pdftotext " + out + " -"), kMixed) << options;
     EXPECT_EQ(read_by("mutool draw -q -F text " + out), kMixed) << options;
