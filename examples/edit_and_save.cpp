@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <string>
+#include <system_error>
 
 #include "base/scope_guard.h"
 #include "neighbours/page/doc.h"
@@ -56,7 +57,9 @@ bool draw_line(CPDFDoc& doc, int index) {
 
 int main(int argc, char** argv) {
   const std::string copy = "edited.pdf";
-  if (argc != 2 || !std::filesystem::copy_file(argv[1], copy, std::filesystem::copy_options::overwrite_existing)) {
+  std::error_code failure;
+  if (argc != 2 ||
+      !std::filesystem::copy_file(argv[1], copy, std::filesystem::copy_options::overwrite_existing, failure)) {
     std::fprintf(stderr, "usage: edit_and_save FILE.pdf\n");
     return 2;
   }

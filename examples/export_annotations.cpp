@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <fstream>
 #include <string>
+#include <system_error>
 
 #include "base/scope_guard.h"
 #include "neighbours/page/doc.h"
@@ -79,7 +80,8 @@ int main(int argc, char** argv) {
   out.close();
 
   const std::string copy = "annotated.pdf";
-  std::filesystem::copy_file(argv[1], copy, std::filesystem::copy_options::overwrite_existing);
+  std::error_code failure;
+  std::filesystem::copy_file(argv[1], copy, std::filesystem::copy_options::overwrite_existing, failure);
   CPDFDoc target;
   if (!target.open_for_update(copy.c_str()))
     return 2;

@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <string>
+#include <system_error>
 
 #include "base/scope_guard.h"
 #include "neighbours/page/acro_form.h"
@@ -68,7 +69,9 @@ bool fill(CPDFDoc& doc, CPDFAcroForm& form, const char* name, const char* value)
 
 int main(int argc, char** argv) {
   const std::string copy = "filled.pdf";
-  if (argc < 2 || !std::filesystem::copy_file(argv[1], copy, std::filesystem::copy_options::overwrite_existing))
+  std::error_code failure;
+  if (argc < 2 ||
+      !std::filesystem::copy_file(argv[1], copy, std::filesystem::copy_options::overwrite_existing, failure))
     return 2;
   CPDFDoc doc;
   if (!doc.open_for_update(copy.c_str()) || !doc.is_readable())

@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <string>
+#include <system_error>
 
 #include "base/scope_guard.h"
 #include "neighbours/page/acro_form.h"
@@ -89,7 +90,8 @@ bool seal_and_sign(CPDFDoc& doc, std::int32_t num, const Signer& signer) {
 
 int main(int argc, char** argv) {
   const std::string out = argc > 2 ? argv[2] : "signed.pdf";
-  if (argc < 2 || !std::filesystem::copy_file(argv[1], out, std::filesystem::copy_options::overwrite_existing))
+  std::error_code failure;
+  if (argc < 2 || !std::filesystem::copy_file(argv[1], out, std::filesystem::copy_options::overwrite_existing, failure))
     return 2;
   CPDFDoc doc;
   if (!doc.open_for_update(out.c_str()) || !doc.is_readable())
