@@ -1,10 +1,11 @@
-// Writes the annotations of a document to a text file, one a line in PDF syntax with nothing left
-// that refers to other objects, and puts them back onto the first page of a copy.
+// Writes the annotations of a document to a text file, one after the other in PDF syntax with nothing
+// left that refers to other objects, and puts them back onto the first page of a copy.
 //
 //   export_annotations FILE.pdf
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <string>
 #include <system_error>
 
@@ -35,24 +36,18 @@ int export_all(CPDFDoc& doc, std::ofstream& out) {
       Cleared<CPDFDictionary> flat;
       if (doc.table().export_annot(flat, annots.as_array()->get(k)->as_ref()) == 0)
         continue;
-      const std::string line = syntax_of(flat);
-      std::printf("page %d: %s\n", i + 1, line.c_str());
-      out << line << "\n";
+      const std::string text = syntax_of(flat);
+      std::printf("page %d: %s\n", i + 1, text.c_str());
+      out << text << "\n";
       ++count;
     }
   }
   return count;
 }
 
-// Reads a value back and makes it an annotation of the page whose object is `page`.
-bool import_line(CPDFDoc& doc, const PDF_REF& page, const std::string& line) {
+// Makes `annotation` one of the page whose object is `page`.
+bool add_annotation(CPDFDoc& doc, const PDF_REF& page, CPDFObj& annotation) {
   CPDFXRefTable& table = doc.table();
-  CPDFBufMem buf;
-  buf.buf_init_mem(line.data(), static_cast<std::uint32_t>(line.size()));
-  Freed<CPDFObj> annotation;
-  annotation.read(&buf, nullptr);
-  if (annotation.as_dict() == nullptr)
-    return false;
   const PDF_REF ref{table.alloc_obj_num(), 0};
   Freed<CPDFObj> holder;
   Freed<CPDFObj> annots;
@@ -65,6 +60,17 @@ bool import_line(CPDFDoc& doc, const PDF_REF& page, const std::string& line) {
   annots.as_array()->append_ref(ref);
   holder.as_dict()->move_item("Annots", annots);
   return table.store_object(page, holder);
+}
+
+// Reads the values back, up to the end of the text.
+int import_all(CPDFDoc& doc, const std::string& text) {
+  CPDFBufMem buf;
+  buf.buf_init_mem(text.data(), static_cast<std::uint32_t>(text.size()));
+  Freed<CPDFObj> annotation;
+  int count = 0;
+  for (annotation.read(&buf, nullptr); annotation.as_dict() != nullptr; annotation.read(&buf, nullptr))
+    count += add_annotation(doc, doc.page_ref(0), annotation) ? 1 : 0;
+  return count;
 }
 
 }  // namespace
@@ -86,9 +92,8 @@ int main(int argc, char** argv) {
   if (!target.open_for_update(copy.c_str()))
     return 2;
   std::ifstream in("annotations.txt", std::ios::binary);
-  int imported = 0;
-  for (std::string line; std::getline(in, line);)
-    imported += import_line(target, target.page_ref(0), line) ? 1 : 0;
+  const std::string text{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+  const int imported = import_all(target, text);
   std::printf("%d exported to annotations.txt, %d put into %s\n", count, imported, copy.c_str());
   return imported == count && target.save_update(PDF_SAVE_FORM::kAsFile, nullptr) ? 0 : 2;
 }
