@@ -136,3 +136,10 @@ struct FontsOptions {
   bool json = false;
 };
 int run_fonts(const FontsOptions& options);
+
+struct MapOptions {
+  std::string file;
+  PasswordOptions password;
+  std::string output;  ///< Empty: standard output.
+};
+int run_map(const MapOptions& options);
