@@ -72,13 +72,19 @@ bool save_all_ways(CPDFDoc& doc, CQVStream& out, CPDFEncrypt* enc) {
 
 // Values as deep as the reader goes, chained objects, and pages with a form and annotations.
 std::string deep_document() {
-  constexpr int kDeep = 3000;
+  constexpr int kDeep = 1500;
   constexpr int kChain = 20000;
+  std::string opening;
+  std::string closing;
+  for (int level = 0; level < kDeep; ++level) {
+    opening += "[<</A(text)/Kids";
+    closing += ">>]";
+  }
   PdfBuilder builder;
   builder.obj(1, "<</Type/Catalog/Pages 2 0 R/AcroForm<</Fields[5 0 R]>>>>")
       .obj(2, "<</Type/Pages/Count 1/Kids[3 0 R]/MediaBox[0 0 99 99]/Resources<</Font<<>>>>>>")
       .obj(3, "<</Type/Page/Parent 2 0 R/Annots[5 0 R]>>")
-      .obj(4, std::string(kDeep, '[') + std::string(kDeep, ']'))
+      .obj(4, opening + " null" + closing)
       .obj(5, "<</Subtype/Widget/FT/Tx/T(f)/P 3 0 R/Deep 4 0 R/Chain 6 0 R>>");
   for (int num = 6; num < kChain; ++num)
     builder.obj(num, "<</Next " + std::to_string(num + 1) + " 0 R>>");

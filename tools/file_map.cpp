@@ -254,15 +254,23 @@ const char* kind_name(PartKind kind) {
   static const char* const names[] = {"Pages",         "Page content",    "Fonts",
                                       "Images",        "Other streams",   "Object streams",
                                       "Other objects", "Structure",       "Earlier versions",
-                                      "Unknown bytes", "Blanks and zeros"};
+                                      "Unknown bytes", "Blanks, comments"};
   static_assert(std::size(names) == kPartKinds);
   return names[static_cast<std::size_t>(kind)];
 }
 
 std::string FileMap::name_of(const FilePart& part) const {
-  static const char* const names[] = {
-      "page ", "page content ",       "font ",         "image ", "stream ", "object stream ", "object ",
-      "",      "earlier version of ", "unknown bytes", "blanks"};
+  static const char* const names[] = {"page ",
+                                      "page content ",
+                                      "font ",
+                                      "image ",
+                                      "stream ",
+                                      "object stream ",
+                                      "object ",
+                                      "",
+                                      "earlier version of ",
+                                      "unknown bytes",
+                                      "blanks or comments"};
   static_assert(std::size(names) == kPartKinds);
   if (part.kind == PartKind::kFrame)
     return frame_name(part.frame);

@@ -80,9 +80,11 @@ std::int64_t Scanner::take_part(std::int64_t pos) {
     return take_trailer(pos);
   if (c == 's' && bytes_.has(pos, "startxref"))
     return take_end_marker(pos);
-  if (c == '%' && bytes_.has(pos, "%%EOF")) {
+  if (c == '%') {
     const std::int64_t end = pass_line(pos);
-    add(pos, end, PartKind::kFrame, FrameKind::kEndMarker);
+    const bool is_marker = bytes_.has(pos, "%%EOF");
+    add(pos, end, is_marker ? PartKind::kFrame : PartKind::kFiller,
+        is_marker ? FrameKind::kEndMarker : FrameKind::kNone);
     return end;
   }
   return pos;

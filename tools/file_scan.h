@@ -21,7 +21,7 @@ enum class PartKind : std::uint8_t {
   kFrame,      ///< Header, sections, trailers, end markers, and what linearization added.
   kOldObject,  ///< An object that the table no longer leads to.
   kUnknown,    ///< Bytes that belong to nothing.
-  kFiller,     ///< White space and zeros.
+  kFiller,     ///< White space, zeros, comments.
   kCount,
 };
 constexpr int kPartKinds = static_cast<int>(PartKind::kCount);

@@ -44,7 +44,7 @@ void MapLegend::entry(SvgWriter& svg, const Entry& entry, std::int64_t all) {
     svg.rect(left_, y_ - 10, kSwatch, kSwatch, kUnusedHatch);
   svg.text(left_ + kSwatch + 8, y_, entry.name, kName);
   svg.text(right_ - 76, y_, entry.count, kNumber);
-  svg.text(right_, y_, size_text(entry.bytes), kNumber);
+  svg.text(right_, y_, entry.bytes != 0 ? size_text(entry.bytes) : "packed", kNumber);
   if (all > 0) {
     const double share = static_cast<double>(entry.bytes) / static_cast<double>(all);
     svg.rect(left_ + kSwatch + 8, y_ + 4, (right_ - left_ - kSwatch - 8) * share, kBarHeight, entry.colour);

@@ -1,6 +1,7 @@
 #include "map_rows.h"
 
 #include <algorithm>
+#include <cmath>
 
 #include "map_style.h"
 
@@ -29,7 +30,8 @@ MapRows::MapRows(const FileMap& map) : map_(map), bytes_per_row_(kLeastBytesPerR
 
 double MapRows::x_of(const Strip& strip, std::int64_t pos) const {
   const std::int64_t inside = std::clamp(pos, strip.start, strip.end) - strip.start;
-  return left_ + width_ * static_cast<double>(inside) / static_cast<double>(bytes_per_row_);
+  // Whole pixels: edges stay sharp, and seams all have one width.
+  return std::round(left_ + width_ * static_cast<double>(inside) / static_cast<double>(bytes_per_row_));
 }
 
 void MapRows::draw(SvgWriter& svg, double left, double top, double width) {
@@ -87,11 +89,22 @@ std::string MapRows::part_title(const FilePart& part) const {
   return part.unused ? title + "; nothing refers to it" : title;
 }
 
+// The name stands at the part's beginning or, where that is too narrow, in the next row.
+bool MapRows::is_labelled(const Strip& strip, const FilePart& part) const {
+  const double room = static_cast<double>(map_.name_of(part).size()) * kLetterWidth + 8;
+  if (x_of(strip, part.end) - x_of(strip, part.start) < room)
+    return false;
+  if (part.start >= strip.start)
+    return true;
+  const std::int64_t before = strip.start - part.start;
+  return before < bytes_per_row_ && static_cast<double>(before) * width_ < room * static_cast<double>(bytes_per_row_);
+}
+
 void MapRows::draw_part(SvgWriter& svg, const Strip& strip, const FilePart& part) {
   const double from = x_of(strip, part.start);
   const double to = x_of(strip, part.end);
   // The seam shows where one object ends and its like begins.
-  const double seam = to - from > kSeamWidth && part.end <= strip.end ? 0.8 : 0;
+  const double seam = to - from > kSeamWidth && part.end <= strip.end ? 1 : 0;
   svg.begin_group(part_title(part));
   svg.rect(from, strip.top + kPartTop, to - from - seam, kPartHeight, kind_colour(part.kind));
   if (part.unused)
@@ -99,9 +112,8 @@ void MapRows::draw_part(SvgWriter& svg, const Strip& strip, const FilePart& part
   if (part.is_stream)
     svg.rect(from, strip.top + kFilterTop, to - from - seam, kFilterHeight,
              filter_colour(map_.scan.filters[part.filter]));
-  const std::string label = map_.name_of(part);
-  if (part.start >= strip.start && static_cast<double>(label.size()) * kLetterWidth + 8 < to - from)
-    svg.text(from + 4, strip.top + kPartTop + 10.5, label,
+  if (is_labelled(strip, part))
+    svg.text(from + 4, strip.top + kPartTop + 10.5, map_.name_of(part),
              {.size = 8.5, .fill = is_dark(part.kind) ? "#ffffff" : "#1c2026"});
   svg.end_group();
 }
@@ -140,7 +152,7 @@ std::string MapRows::crowd_title() const {
 void MapRows::draw_crowd(SvgWriter& svg, const Strip& strip) {
   if (crowd_.count == 0)
     return;
-  const double width = std::max(crowd_.to - crowd_.from, 0.7);
+  const double width = std::max(crowd_.to - crowd_.from, 1.0);
   std::int64_t all = 0;
   for (const auto& kind : crowd_.bytes)
     all += kind[0] + kind[1];
