@@ -6,7 +6,7 @@
 
 namespace {
 
-constexpr double kStep = 22;
+constexpr double kStep = 24;
 constexpr double kHeadingStep = 34;
 constexpr double kSwatch = 12;
 constexpr double kBarHeight = 2;
@@ -47,7 +47,7 @@ void MapLegend::entry(SvgWriter& svg, const Entry& entry, std::int64_t all) {
   svg.text(right_, y_, entry.bytes != 0 ? size_text(entry.bytes) : "packed", kNumber);
   if (all > 0) {
     const double share = static_cast<double>(entry.bytes) / static_cast<double>(all);
-    svg.rect(left_ + kSwatch + 8, y_ + 4, (right_ - left_ - kSwatch - 8) * share, kBarHeight, entry.colour);
+    svg.rect(left_ + kSwatch + 8, y_ + 5, (right_ - left_ - kSwatch - 8) * share, kBarHeight, entry.colour);
   }
   y_ += kStep;
 }

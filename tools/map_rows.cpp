@@ -41,7 +41,7 @@ void MapRows::draw(SvgWriter& svg, double left, double top, double width) {
   for (int row = 0; row < count_; ++row) {
     const std::int64_t start = row * bytes_per_row_;
     const Strip strip{top + row * kRowStep, start, std::min<std::int64_t>(start + bytes_per_row_, map_.size)};
-    svg.text(left - 10, strip.top + 15.5, size_text(start), {.size = 10, .fill = "#6b7480", .anchor = "end"});
+    svg.text(left - 10, strip.top + 15.5, size_text(start, 3), {.size = 10, .fill = "#6b7480", .anchor = "end"});
     draw_saves(svg, strip);
     draw_strip(svg, strip);
   }
@@ -89,9 +89,13 @@ std::string MapRows::part_title(const FilePart& part) const {
   return part.unused ? title + "; nothing refers to it" : title;
 }
 
+double MapRows::label_width(const FilePart& part) const {
+  return static_cast<double>(map_.name_of(part).size()) * kLetterWidth + 8;
+}
+
 // The name stands at the part's beginning or, where that is too narrow, in the next row.
 bool MapRows::is_labelled(const Strip& strip, const FilePart& part) const {
-  const double room = static_cast<double>(map_.name_of(part).size()) * kLetterWidth + 8;
+  const double room = label_width(part);
   if (x_of(strip, part.end) - x_of(strip, part.start) < room)
     return false;
   if (part.start >= strip.start)
@@ -112,9 +116,13 @@ void MapRows::draw_part(SvgWriter& svg, const Strip& strip, const FilePart& part
   if (part.is_stream)
     svg.rect(from, strip.top + kFilterTop, to - from - seam, kFilterHeight,
              filter_colour(map_.scan.filters[part.filter]));
-  if (is_labelled(strip, part))
+  if (is_labelled(strip, part)) {
+    // Strokes would make the letters illegible.
+    if (part.unused)
+      svg.rect(from + 2, strip.top + kPartTop + 2, label_width(part) - 4, kPartHeight - 4, kind_colour(part.kind));
     svg.text(from + 4, strip.top + kPartTop + 10.5, map_.name_of(part),
              {.size = 8.5, .fill = is_dark(part.kind) ? "#ffffff" : "#1c2026"});
+  }
   svg.end_group();
 }
 

@@ -35,6 +35,7 @@ private:
 
   void draw_saves(SvgWriter& svg, const Strip& strip);
   void draw_strip(SvgWriter& svg, const Strip& strip);
+  double label_width(const FilePart& part) const;
   bool is_labelled(const Strip& strip, const FilePart& part) const;
   void draw_part(SvgWriter& svg, const Strip& strip, const FilePart& part);
   void add_to_crowd(const Strip& strip, const FilePart& part);

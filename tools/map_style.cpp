@@ -59,19 +59,25 @@ const char* revision_colour(std::size_t index) {
   return index == 0 ? kRevisions[0] : kRevisions[1 + (index - 1) % kUpdates];
 }
 
-std::string size_text(std::int64_t bytes) {
+std::string size_text(std::int64_t bytes, int most_digits) {
   static const char* const units[] = {"KiB", "MiB", "GiB"};
   constexpr double kStep = 1024;
+  constexpr double kMostShown = 1000;  // four digits are harder to read than the next unit
   if (bytes < 1024)
     return std::to_string(bytes) + " B";
   double value = static_cast<double>(bytes) / kStep;
   std::size_t unit = 0;
-  for (; value >= kStep && unit + 1 < std::size(units); ++unit)
+  for (; value >= kMostShown && unit + 1 < std::size(units); ++unit)
     value /= kStep;
   char text[32];
-  const bool whole = value >= 100 || value == static_cast<double>(static_cast<std::int64_t>(value));
-  std::snprintf(text, sizeof text, whole ? "%.0f %s" : "%.1f %s", value, units[unit]);
-  return text;
+  std::snprintf(text, sizeof text, "%.*f", value < 100 ? most_digits : 0, value);
+  std::string shown = text;
+  if (shown.find('.') != std::string::npos) {
+    shown.erase(shown.find_last_not_of('0') + 1);
+    if (shown.back() == '.')
+      shown.pop_back();
+  }
+  return shown + " " + units[unit];
 }
 
 std::string count_text(std::int64_t count) {
