@@ -1,7 +1,7 @@
 // sheaf fonts: the fonts that the pages of a document can use, wherever they stand: in the resources
 // of pages, forms, patterns and Type 3 fonts, in appearances of annotations and of the form's fields.
 #include <cstdio>
-#include <cstring>
+#include <map>
 #include <vector>
 
 #include "base/scope_guard.h"
@@ -68,25 +68,70 @@ std::string simple_encoding(CPDFXRefTable& table, const CPDFObj* item) {
   return (base.empty() ? "built-in" : base) + (differs ? " with differences" : "");
 }
 
-// Reads the map, which knows its writing mode and, in a stream, its name best.
-void look_at_cmap(CPDFXRefTable& table, const CPDFObj* item, FontFacts& facts) {
-  Freed<CPDFObj> value;
-  table.resolve(value, item);
-  CPDFCMap* const map = CPDFCMap::load(table, &value);
-  const ScopeGuard release([map] { CPDFSharedCMap::release(map); });
-  const char* const name = value.as_name();
-  if (name != nullptr) {
-    facts.encoding = name;
-    const std::size_t len = std::strlen(name);
-    facts.vertical = map != nullptr ? map->is_vertical() : len > 0 && name[len - 1] == 'V';
-  } else {
-    facts.encoding = map != nullptr && map->info().name[0] != 0 ? map->info().name : "unnamed";
-    facts.encoding += map != nullptr ? " (embedded)" : " (unreadable)";
-    facts.vertical = map != nullptr && map->is_vertical();
+struct CMapFacts {
+  std::string name;
+  bool vertical = false;
+};
+
+// What fonts' maps are. A stream is read once, however many fonts name it.
+class MapReader {
+public:
+  explicit MapReader(CPDFXRefTable& table) : table_(table) {}
+
+  CMapFacts encoding(const CPDFObj* item) {
+    const std::int32_t num = item != nullptr ? item->as_ref().num : 0;
+    if (const auto known = encodings_.find(num); num != 0 && known != encodings_.end())
+      return known->second;
+    return encodings_[num] = read_encoding(item);
   }
+  /// Whether any text comes out of a ToUnicode map.
+  bool has_text(const CPDFObj* item) {
+    const std::int32_t num = item->as_ref().num;
+    if (const auto known = texts_.find(num); num != 0 && known != texts_.end())
+      return known->second;
+    CPDFCMapToUnicode* const map = CPDFCMapToUnicode::load(table_, item);
+    CPDFSharedCMap::release(map);
+    return texts_[num] = map != nullptr;
+  }
+
+private:
+  CMapFacts read_encoding(const CPDFObj* item);
+
+  CPDFXRefTable& table_;
+  std::map<std::int32_t, CMapFacts> encodings_;
+  std::map<std::int32_t, bool> texts_;
+};
+
+// The map itself knows its writing mode and, in a stream, its name best.
+CMapFacts MapReader::read_encoding(const CPDFObj* item) {
+  Freed<CPDFObj> value;
+  table_.resolve(value, item);
+  CPDFCMap* const map = CPDFCMap::load(table_, &value);
+  const ScopeGuard release([map] { CPDFSharedCMap::release(map); });
+  CMapFacts facts;
+  facts.vertical = map != nullptr && map->is_vertical();
+  if (value.as_name() != nullptr) {
+    facts.name = value.as_name();
+    facts.vertical = facts.vertical || (map == nullptr && !facts.name.empty() && facts.name.back() == 'V');
+    return facts;
+  }
+  facts.name = map != nullptr && map->info().name[0] != 0 ? map->info().name : "unnamed";
+  facts.name += map != nullptr ? " (embedded)" : " (unreadable)";
+  return facts;
 }
 
-FontFacts look_at_font(CPDFXRefTable& table, const CPDFDictionary& font, std::int32_t num) {
+void look_at_descendant(CPDFXRefTable& table, const CPDFDictionary& font, FontFacts& facts) {
+  Freed<CPDFObj> descendants;
+  Freed<CPDFObj> descendant;
+  table.resolve(descendants, font.get_item("DescendantFonts"));
+  table.resolve(descendant, descendants.as_array() != nullptr ? descendants.as_array()->get(0) : nullptr);
+  if (descendant.as_dict() == nullptr)
+    return;
+  facts.type += "/" + text_of(table, descendant.as_dict()->get_item(CPDFDictionary::sm_tag_subtype));
+  look_at_program(table, *descendant.as_dict(), facts);
+}
+
+FontFacts look_at_font(CPDFXRefTable& table, MapReader& maps, const CPDFDictionary& font, std::int32_t num) {
   FontFacts facts;
   facts.object = num;
   facts.type = text_of(table, font.get_item(CPDFDictionary::sm_tag_subtype));
@@ -96,25 +141,18 @@ FontFacts look_at_font(CPDFXRefTable& table, const CPDFDictionary& font, std::in
   facts.subset = has_subset_tag(facts.name);
   const CPDFObj* encoding = font.get_item("Encoding");
   if (facts.type == "Type0") {
-    Freed<CPDFObj> descendants;
-    Freed<CPDFObj> descendant;
-    table.resolve(descendants, font.get_item("DescendantFonts"));
-    table.resolve(descendant, descendants.as_array() != nullptr ? descendants.as_array()->get(0) : nullptr);
-    if (descendant.as_dict() != nullptr) {
-      facts.type += "/" + text_of(table, descendant.as_dict()->get_item(CPDFDictionary::sm_tag_subtype));
-      look_at_program(table, *descendant.as_dict(), facts);
-    }
-    look_at_cmap(table, encoding, facts);
+    look_at_descendant(table, font, facts);
+    const CMapFacts map = maps.encoding(encoding);
+    facts.encoding = map.name;
+    facts.vertical = map.vertical;
   } else {
     look_at_program(table, font, facts);
     facts.encoding = simple_encoding(table, encoding);
     facts.embedded = facts.embedded || facts.type == "Type3";
   }
   if (const CPDFObj* item = font.get_item("ToUnicode"); item != nullptr) {
-    CPDFCMapToUnicode* const map = CPDFCMapToUnicode::load(table, item);
-    facts.to_unicode = map != nullptr;
-    facts.broken_to_unicode = map == nullptr;
-    CPDFSharedCMap::release(map);
+    facts.to_unicode = maps.has_text(item);
+    facts.broken_to_unicode = !facts.to_unicode;
   }
   return facts;
 }
@@ -122,7 +160,7 @@ FontFacts look_at_font(CPDFXRefTable& table, const CPDFDictionary& font, std::in
 // Walks everything that has resources. Objects that wait are kept by number, each is visited once.
 class FontFinder {
 public:
-  explicit FontFinder(CPDFDoc& doc) : doc_(doc), table_(doc.table()) {}
+  explicit FontFinder(CPDFDoc& doc) : doc_(doc), table_(doc.table()), maps_(table_) {}
 
   std::vector<FontFacts> run();
 
@@ -144,6 +182,7 @@ private:
 
   CPDFDoc& doc_;
   CPDFXRefTable& table_;
+  MapReader maps_;
   VisitedSet seen_;  // resources and what has them
   VisitedSet seen_fonts_;
   std::vector<PDF_REF> waiting_;
@@ -259,7 +298,7 @@ void FontFinder::visit_font(const CPDFObj* item) {
   table_.resolve(font, item);
   if (font.as_dict() == nullptr)
     return;
-  fonts_.push_back(look_at_font(table_, *font.as_dict(), num));
+  fonts_.push_back(look_at_font(table_, maps_, *font.as_dict(), num));
   visit_holder(*font.as_dict());
 }
 

@@ -90,6 +90,7 @@ int run_update(const UpdateOptions& options);
 
 struct NewOptions {
   std::string output;
+  std::vector<std::string> images;  ///< A page each.
   ChangeOptions changes;
   TextOptions text;
 };
@@ -115,6 +116,14 @@ struct SplitOptions {
   int every = 1;        ///< Pages a part.
 };
 int run_split(const SplitOptions& options);
+
+struct ImagesOptions {
+  std::string file;
+  PasswordOptions password;
+  std::string folder;  ///< Where they are written; empty: they are listed only.
+  bool json = false;
+};
+int run_images(const ImagesOptions& options);
 
 struct AnnotsOptions {
   std::string file;

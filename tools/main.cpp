@@ -2,6 +2,7 @@
 #include <CLI/CLI.hpp>
 
 #include "commands.h"
+#include "sheaf/version.h"
 
 namespace {
 
@@ -59,6 +60,7 @@ void add_text(CLI::App& command, TextOptions& text) {
 int main(int argc, char** argv) {
   CLI::App app("sheaf: the objects of a PDF file, read, checked and changed");
   app.require_subcommand(1);
+  app.set_version_flag("--version", std::string("sheaf ") + sheaf_version(), "The version, and nothing else");
   int code = kExitClean;
 
   InfoOptions info;
@@ -124,6 +126,7 @@ int main(int argc, char** argv) {
   command = app.add_subcommand("new", "A new document");
   command->callback([&fresh, &code] { code = run_new(fresh); });
   command->add_option("OUT", fresh.output, "The file to write")->required();
+  command->add_option("--image", fresh.images, "A page for each of these JPEG, JPEG 2000, PNG or PNM files");
   add_changes(*command, fresh.changes);
   add_text(*command, fresh.text);
 
@@ -144,6 +147,12 @@ int main(int argc, char** argv) {
   add_file(*command, split.file);
   command->add_option("-o,--output", split.pattern, "Name of the parts, %d for their number")->required();
   command->add_option("--every", split.every, "Pages a part")->check(CLI::Range(1, 1000000));
+
+  ImagesOptions images;
+  command = add_command(app, "images", "The images of a document", images, run_images, code);
+  add_file(*command, images.file);
+  command->add_option("-d,--directory", images.folder, "Write them into this folder");
+  command->add_flag("--json", images.json, "One JSON object");
 
   AnnotsOptions annots;
   command = add_command(app, "annots", "The annotations by page, references resolved", annots, run_annots, code);

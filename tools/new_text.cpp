@@ -1,7 +1,7 @@
 #include "new_text.h"
 
+#include <algorithm>
 #include <cstdio>
-#include <cstdlib>
 #include <fstream>
 #include <iterator>
 
@@ -19,7 +19,8 @@ constexpr double kMargin = 56;
 // Baseline to baseline and column to column, in sizes. With more between columns, programs that take
 // text out of a page read words across them.
 constexpr double kLeading = 1.4;
-constexpr double kAscent = 0.88;  // of the first line below the margin
+constexpr double kAscent = 0.88;   // of the first line below the margin
+constexpr int kColumnSpace = 500;  // height of a space in a column, thousandths
 constexpr wchar_t kReplacement = 0xFFFD;
 
 // What a text holds besides its characters.
@@ -123,13 +124,16 @@ private:
         font_ = glyphs[i].font;
         content_ += "/" + TextFonts::resource_name(font_) + " " + number(size_) + " Tf\n";
       }
-      content_ += "<";
+      content_ += "[<";
       for (; i < count && glyphs[i].font == font_; ++i) {
         char hex[8];
         std::snprintf(hex, sizeof(hex), "%04X", glyphs[i].code);
         content_ += hex;
+        // Columns run downwards, against the axis: what is taken back is a negative number.
+        if (glyphs[i].less != 0)
+          content_ += "> -" + std::to_string(glyphs[i].less) + " <";
       }
-      content_ += "> Tj\n";
+      content_ += ">] TJ\n";
     }
   }
 
@@ -165,7 +169,9 @@ bool set_glyphs(TextFonts& fonts, const wchar_t* from, const wchar_t* to, std::v
     chosen.encode(from, 1, code);
     const unsigned number = static_cast<unsigned>(code[0] << 8 | code[1]);
     const int advance = chosen.is_vertical() ? -chosen.vertical_metrics(number).advance : chosen.glyph_width(number);
-    glyphs.push_back({font, number, advance, *from});
+    // In a column a space is as high as an ideograph, which would tear words apart.
+    const int less = chosen.is_vertical() && *from == ' ' ? std::max(advance - kColumnSpace, 0) : 0;
+    glyphs.push_back({font, number, advance, less, *from});
   }
   return true;
 }

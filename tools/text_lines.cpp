@@ -35,7 +35,7 @@ std::size_t end_of_line(const std::vector<SetGlyph>& glyphs, std::size_t start, 
   for (std::size_t at = start; at < glyphs.size(); ++at) {
     if (at > start && may_break(glyphs[at - 1].character, glyphs[at].character))
       last_break = at;
-    used += glyphs[at].advance;
+    used += glyphs[at].advance - glyphs[at].less;
     if (used <= room || is_space(glyphs[at].character))
       continue;
     if (last_break > start)

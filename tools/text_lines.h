@@ -10,6 +10,7 @@ struct SetGlyph {
   int font;
   unsigned code;
   int advance;  ///< Thousandths of the size, along the line.
+  int less;     ///< How much of it is taken back; 0 for most.
   wchar_t character;
 };
 

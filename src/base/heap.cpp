@@ -20,6 +20,13 @@ void libc_free(void*, void* block) {
 
 constexpr QVHeapHooks kLibcHeap{libc_alloc, libc_realloc, libc_free, nullptr};
 QVHeapHooks current_heap = kLibcHeap;
+thread_local std::uint64_t refusals = 0;
+
+void* granted(void* block) {
+  if (block == nullptr)
+    ++refusals;
+  return block;
+}
 
 // malloc(0) may give null, which callers would take for a failure.
 constexpr std::size_t at_least_one(std::size_t size) {
@@ -33,12 +40,12 @@ void set_heap_hooks(const QVHeapHooks* hooks) {
 }
 
 void* QVAlloc(std::size_t size) {
-  return current_heap.alloc(current_heap.context, at_least_one(size));
+  return granted(current_heap.alloc(current_heap.context, at_least_one(size)));
 }
 
 void* QVCalloc(std::size_t count, std::size_t size) {
   if (size != 0 && count > SIZE_MAX / size)
-    return nullptr;
+    return granted(nullptr);
   void* block = QVAlloc(count * size);
   if (block != nullptr)
     std::memset(block, 0, at_least_one(count * size));
@@ -46,10 +53,18 @@ void* QVCalloc(std::size_t count, std::size_t size) {
 }
 
 void* QVRealloc(void* block, std::size_t size) {
-  return current_heap.realloc(current_heap.context, block, at_least_one(size));
+  return granted(current_heap.realloc(current_heap.context, block, at_least_one(size)));
 }
 
 void QVFree(void* block) {
   if (block != nullptr)
     current_heap.free(current_heap.context, block);
+}
+
+std::uint64_t heap_refusals() {
+  return refusals;
+}
+
+void note_heap_refusal() {
+  ++refusals;
 }

@@ -4,6 +4,8 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
+#include <new>
 
 /// The functions behind the heap family. All members must be set; `context` is passed through.
 struct QVHeapHooks {
@@ -29,3 +31,23 @@ void* QVRealloc(void* block, std::size_t size);
 
 /// Releases a block of the family. Accepts null.
 void QVFree(void* block);
+
+/// How many requests of this thread have been refused, blocks and objects. A long operation looks
+/// at it before and after: many steps in between leave out silently what they have no memory for.
+std::uint64_t heap_refusals();
+/// Counts a refusal that the family did not see.
+void note_heap_refusal();
+
+/// Base of the classes whose objects come from operator new: a refused one counts as well. `Class`
+/// keeps the empty bases of a class and of its first member apart.
+template <class Class>
+struct QVHeapObject {
+  static void* operator new(std::size_t size, const std::nothrow_t& tag) noexcept {
+    void* const object = ::operator new(size, tag);
+    if (object == nullptr)
+      note_heap_refusal();
+    return object;
+  }
+  static void* operator new(std::size_t size) { return ::operator new(size); }
+  static void operator delete(void* object) { ::operator delete(object); }
+};

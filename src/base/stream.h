@@ -6,9 +6,11 @@
 #include <cstdint>
 #include <cstdio>
 
+#include "base/heap.h"
+
 /// Abstract seekable byte stream. Positions are the storage's less `base_offset`, so that bytes
 /// that start some way into their storage can be presented as if they started at 0.
-class CQVStream {
+class CQVStream : public QVHeapObject<CQVStream> {
 public:
   enum STR_SEEK : int { STR_SEEK_SET = 0, STR_SEEK_CUR = 1, STR_SEEK_END = 2 };
 

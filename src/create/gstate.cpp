@@ -53,11 +53,11 @@ void CPDFXRefTable::set_gstate_stroke_alpha(const PDF_REF& ref, unsigned char al
 }
 
 void CPDFXRefTable::set_gstate_stroke_dash(const PDF_REF& ref, const float* dash, int count, float phase) {
-  Cleared<CPDFArray> lengths;
+  Cleared<CPDFArray> dashes;
   for (int i = 0; dash != nullptr && i < count; ++i)
-    lengths.append_real(fix_from_float(dash[i]));
+    dashes.append_real(fix_from_float(dash[i]));
   Cleared<CPDFArray> pattern;
-  pattern.append_arr(&lengths);
+  pattern.append_arr(&dashes);
   pattern.append_real(fix_from_float(phase));
   change_gstate(*this, ref, [&pattern](CPDFDictionary& state) { state.set_item_arr("D", &pattern); });
 }

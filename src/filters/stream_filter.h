@@ -5,6 +5,8 @@
 
 #include <cstdint>
 
+#include "base/heap.h"
+
 class CPDFPredictor;
 
 enum CPDFFilterType : std::int32_t {
@@ -21,7 +23,7 @@ enum CPDFFilterType : std::int32_t {
 };
 
 /// Base of the decoders; by itself it hands out its input unchanged.
-class CPDFStream {
+class CPDFStream : public QVHeapObject<CPDFStream> {
 public:
   std::int32_t filter_type = kFilterNone;  ///< Set once at construction; for the code above.
   std::uint8_t* data = nullptr;            ///< The input block, from the QVAlloc family.

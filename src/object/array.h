@@ -3,10 +3,11 @@
 
 #include <cstdint>
 
+#include "base/heap.h"
 #include "object/object.h"
 
 /// Owned elements, element i being `items[i]`. Empty when value-initialised; released by `clear`.
-class CPDFArray {
+class CPDFArray : public QVHeapObject<CPDFArray> {
 public:
   CPDFObj* items = nullptr;   ///< From the QVAlloc family; may be null when `count` is 0.
   std::int32_t count = 0;     ///< Elements.

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "base/heap.h"
 #include "object/object.h"
 
 /// One allocation of the QVAlloc family: the value, directly followed by the key and its NUL.
@@ -12,7 +13,7 @@ struct CPDFDictItem : CPDFObj {
 };
 
 /// A table of owned items with unique keys. Empty when value-initialised; released by `clear`.
-class CPDFDictionary {
+class CPDFDictionary : public QVHeapObject<CPDFDictionary> {
 public:
   CPDFDictItem** items = nullptr;    ///< Table of `count` pointers, from the QVAlloc family.
   std::int32_t count = 0;            ///< Items in the table.

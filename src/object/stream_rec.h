@@ -8,7 +8,7 @@
 class CQVStream;
 
 /// Record of a stream object (tag 9). Copies share the data: `source` is never owned.
-struct CPDFStreamRec {
+struct CPDFStreamRec : QVHeapObject<CPDFStreamRec> {
   CPDFDictionary dict;            ///< First member, so that a record can stand for its dictionary.
   std::uint32_t offset = 0;       ///< Where the raw data start in `source`.
   std::int32_t length = 0;        ///< Raw bytes; 0 not known, negative unusable.

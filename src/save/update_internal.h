@@ -2,6 +2,7 @@
 // the objects and the tail of the file.
 #pragma once
 
+#include "base/grow_array.h"
 #include "save/block_writer_internal.h"
 #include "save/object_runs_internal.h"
 #include "xref/xref_table.h"
@@ -18,12 +19,15 @@ public:
   /// content becomes a space, so that no reader takes it for a part of the object's number.
   /// False when there is no memory.
   bool scan();
-  /// Opens the section with its one byte at `append_offset`.
+  /// Opens the section with its one byte at `append_offset`. Where an older section of the same
+  /// document stands there, its tail goes first, so that no reader ever takes the two for one.
   void begin();
   /// The position of the entry's object, which is printed now unless it stays where it is in the
-  /// file. `keeps_slot` leaves the printing to the caller. Commits the entry in a sealed save.
+  /// file. `keeps_slot` leaves the printing to the caller.
   std::uint32_t put_object(std::int32_t num, bool keeps_slot);
-  /// Zero fill, tail and, in a sealed save, the commit of the section that starts at `start`.
+  /// Zero fill, tail and, in a sealed save, the commit of the section that starts at `start`. When
+  /// something came short there is no tail: the file still ends, for a reader, as it did before, the
+  /// table stays as it was, and `write_failed` is set.
   void finish(std::uint32_t start);
 
   /// The values that a section takes over from the table.
@@ -34,10 +38,18 @@ public:
 
 private:
   void separate_from_digit(const PDF_XREF& entry);
-  void commit(std::int32_t num, PDF_XREF& entry, PDF_NEWOBJ& slot, std::uint32_t pos);
+  void fill(std::uint32_t end);
+  void commit(std::uint32_t start);
 
   CPDFXRefTable& table_;
   CPDFEncrypt* enc_;
   PDF_SIGN_DATA* sign_;
   BlockWriter out_;
+  const std::uint64_t refusals_ = heap_refusals();
+  // Objects of a sealed save, with their places in the file.
+  struct Place {
+    std::int32_t num;
+    std::uint32_t pos;
+  };
+  GrowArray<Place> sealed_;
 };

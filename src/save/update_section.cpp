@@ -1,3 +1,5 @@
+#include <algorithm>
+
 #include "base/chars.h"
 #include "base/scope_guard.h"
 #include "save/update_internal.h"
@@ -65,6 +67,16 @@ bool UpdateSection::scan() {
 }
 
 void UpdateSection::begin() {
+  // Without the tail, the last one that a reader finds is that of the content in front of the
+  // section, until the new one stands.
+  const auto len = static_cast<std::uint32_t>(table_.stream->GetLen());
+  if (len > table_.append_offset) {
+    constexpr std::uint8_t kNoTail[kTailRoom]{};
+    const std::uint32_t size = std::min(kTailRoom, len - table_.append_offset);
+    out_.SetPos(CQVStream::STR_SEEK_SET, len - size);
+    out_.Write(kNoTail, size);
+    out_.Flush();
+  }
   out_.SetPos(CQVStream::STR_SEEK_SET, table_.append_offset);
   out_.Write("\n", 1);
 }
@@ -82,16 +94,12 @@ std::uint32_t UpdateSection::put_object(std::int32_t num, bool keeps_slot) {
   // The generation is always 0 here, as the section's entry says too.
   PDF_ENC_PARA para{num, 0, 1, enc_};
   slot.obj.write(&out_, &para);
-  if (sign_ != nullptr)
-    commit(num, entry, slot, pos);
-  return pos;
-}
-
-void UpdateSection::commit(std::int32_t num, PDF_XREF& entry, PDF_NEWOBJ& slot, std::uint32_t pos) {
-  entry = {1, pos, 0};
+  if (sign_ == nullptr)
+    return pos;
+  sealed_.push({num, pos});
   if (num == sign_->num)
     sign_->dict.copy_from(slot.obj.as_dict());
-  slot.obj.free();
+  return pos;
 }
 
 void UpdateSection::set_trailer_values(CPDFDictionary& dict) const {
@@ -107,11 +115,8 @@ void UpdateSection::set_trailer_values(CPDFDictionary& dict) const {
     dict.set_item_int(CPDFDictionary::sm_tag_prev, static_cast<int>(table_.last_xref_offset));
 }
 
-void UpdateSection::finish(std::uint32_t start) {
-  // A stream cannot be cut short: what is left of a longer section that stood here becomes zeros,
-  // and the tail goes to where a reader looks for it, within the last 32 bytes of the file.
-  const auto end = static_cast<std::uint32_t>(out_.GetPos());
-  out_.settle();
+// A stream cannot be cut short: what is left of a longer section that stood here becomes zeros.
+void UpdateSection::fill(std::uint32_t end) {
   auto len = static_cast<std::uint32_t>(table_.stream->GetLen());
   constexpr std::uint32_t kZeros = 4;
   while (len > end) {
@@ -119,7 +124,19 @@ void UpdateSection::finish(std::uint32_t start) {
     len = len > kZeros ? len - kZeros : 0;
   }
   out_.settle();
-  len = static_cast<std::uint32_t>(table_.stream->GetLen());
+}
+
+void UpdateSection::finish(std::uint32_t start) {
+  const auto end = static_cast<std::uint32_t>(out_.GetPos());
+  out_.settle();
+  fill(end);
+  out_.Flush();
+  if (out_.failed() || heap_refusals() != refusals_) {
+    table_.write_failed = 1;
+    return;
+  }
+  // The tail goes to where a reader looks for it, within the last 32 bytes of the file.
+  const auto len = static_cast<std::uint32_t>(table_.stream->GetLen());
   const bool near_end = std::uint64_t{end} + kTailRoom > len;
   out_.SetPos(CQVStream::STR_SEEK_SET, near_end ? end : len - kTailRoom);
   out_.text("\nstartxref\n");
@@ -128,8 +145,15 @@ void UpdateSection::finish(std::uint32_t start) {
   out_.Flush();
   if (out_.failed())
     table_.write_failed = 1;
-  if (sign_ == nullptr)
-    return;
+  else if (sign_ != nullptr)
+    commit(start);
+}
+
+void UpdateSection::commit(std::uint32_t start) {
+  for (const Place& place : sealed_)
+    table_.xref_items[place.num] = {1, place.pos, 0};
+  for (std::uint32_t slot = 0; slot < table_.new_obj_count; ++slot)
+    table_.new_objs[slot].obj.free();
   table_.new_obj_count = 0;
   table_.last_xref_offset = start;
   table_.append_offset = static_cast<std::uint32_t>(table_.stream->GetLen());

@@ -76,6 +76,7 @@ bool CPDFXRefTable::grow_xref_items(std::uint32_t new_count, bool sets_next) {
       QVFree(xref_items);
       xref_items = nullptr;
       xref_count = xref_room = 0;
+      entries_lost = 1;
       return false;
     }
     xref_items = static_cast<PDF_XREF*>(grown);
@@ -99,8 +100,10 @@ PDF_NEWOBJ* CPDFXRefTable::get_xref2(int num, int gen) {
   entry = {3, new_obj_count, gen};
   if (new_obj_count >= new_obj_capacity) {
     const std::uint32_t capacity = new_obj_capacity + kNewObjStep;
-    if (!make_slots(*this, capacity))
+    if (!make_slots(*this, capacity)) {
+      entries_lost = 1;  // the object's old place is forgotten already
       return nullptr;
+    }
     for (std::uint32_t i = new_obj_capacity; i < capacity; ++i)
       new_objs[i] = PDF_NEWOBJ{};
     new_obj_capacity = capacity;
@@ -232,6 +235,7 @@ void CPDFXRefTable::XRefFree() {
   sec_hand = nullptr;
   pending_count = 0;
   repaired_count = 0;
+  entries_lost = 0;
 
   if (env != nullptr) {
     env->unload();

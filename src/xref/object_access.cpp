@@ -65,7 +65,7 @@ void read_located(CPDFXRefTable& table, CPDFObj& out, const PDF_REF& ref, std::u
       out.read(&buf, dec);
     }
   }
-  if (found != 0 && found != offset)
+  if (found != 0 && found != offset && !table.serves_as_objstm(offset))
     correct_entry(table, static_cast<std::uint32_t>(ref.num), found);
 }
 

@@ -180,6 +180,11 @@ PDF_OBJSTM* CPDFXRefTable::get_objstm(unsigned int offset, int num, int gen) {
   return load_objstm(*this, entry, {num, gen}) ? store_objstm(*this, entry) : nullptr;
 }
 
+bool CPDFXRefTable::serves_as_objstm(std::uint32_t offset) {
+  const PDF_OBJSTM* const known = find_known_place(*this, static_cast<std::int32_t>(offset));
+  return known != nullptr && (known->objs != nullptr || is_released(*known));
+}
+
 void CPDFXRefTable::release_objstms() {
   for (std::uint32_t i = 0; i < objstm_count; ++i)
     release_objects(objstm_cache[i]);

@@ -198,6 +198,7 @@ public:
   std::uint32_t objstm_hand = 0;          ///< Entry at which the search for objects to release stands.
   std::int64_t decoded_ceiling = 0;  ///< Most bytes that a chain stage or object stream may decode to; 0: as settled.
   std::int32_t write_failed = 0;     ///< Set by a save when an output operation came short; cleared by the caller.
+  std::int32_t entries_lost = 0;     ///< Not 0: entries are gone for want of memory. Nothing must be saved then.
   std::uint32_t xref_room = 0;       ///< Entries that the block of xref_items really holds; 0: xref_count.
   std::uint32_t new_obj_room = 0;    ///< Slots that the block of new_objs really holds.
   std::int32_t mem_stream_room = 0;  ///< Entries that the block of mem_streams really holds.
@@ -248,6 +249,9 @@ public:
   /// Sets the true length of a stream of the file, where `checks_lengths` asks for it. `num` names
   /// the object in the list of repairs.
   void heal_length(CPDFStreamRec& rec, std::int32_t num);
+  /// Whether an object stream that stands at `offset` gave its objects. It is then where it should
+  /// be, whatever number its header bears.
+  bool serves_as_objstm(std::uint32_t offset);
   /// Empties the cache of object streams.
   void release_objstms();
   static char* read_stream_raw_data(CQVStream* s, int& len);
@@ -315,19 +319,40 @@ public:
   void new_xref();
   int new_file_spec(const char* path);
   int new_file_spec(const char* path, PDF_String& name);
+  /// Deflates `len` bytes (RFC 1950). `out_len` gets the compressed size. The caller owns the block, a
+  /// NUL behind it, and releases it with QVFree; null, with a size of 0, when there is no memory. Any
+  /// thread may call it.
   static unsigned char* compress_data(const void* data, int len, int& out_len);
+  /// A bitmap as an image of 8-bit red, green and blue; `swap_rb` not 0: its pixels are blue, green,
+  /// red. `with_alpha` not 0: its alpha becomes the soft mask, the object in front of the image.
+  /// {0, 0} on failure; the mask's number, or the mask, may then be there unused. ISO 32000-1, 8.9.5.
   PDF_REF new_image_flate(const CQVBmp32* bmp, int swap_rb, int with_alpha);
+  /// A JPEG file as an image, byte for byte; {0, 0}, with no number taken, when its header cannot be
+  /// read or is of no colour space that PDF has.
   PDF_REF new_image_jpeg(const char* path);
+  /// The same of JPEG data, which are copied.
   PDF_REF new_image_jpeg_mem(const unsigned char* data, int len);
+  /// A JPEG 2000 file (JP2 or a bare code stream) as an image, byte for byte; {0, 0}, with no number
+  /// taken, when its headers cannot be read.
   PDF_REF new_image_jpx(const char* path);
+  /// A stream of the data, compressed, without "Type"; {0, 0} without memory. The data stay the caller's.
   PDF_REF adv_new_stream_flate(unsigned char* data, int len);
+  /// A stream of the data as they are. Copies them.
   PDF_REF adv_new_stream_raw(unsigned char* data, int len);
   CPDFFont* new_font_type0_h(const char* name, int style);
   CPDFFont* new_font_type0_v(const char* name, int style);
+  /// An empty form with an empty resource dictionary behind it, loaded from a copy of its stream
+  /// object. The caller owns the result and deletes it; null without memory. ISO 32000-1, 8.10.
   CPDFForm* new_form();
+  /// A form with that content; `resources` number 0: it has none.
   PDF_REF new_form(const _QVRECTF& bbox, const char* content, int len, const PDF_REF& resources);
+  /// One outline item that leads to `page`, scrolled to the height `top`. References of number 0 are
+  /// left out; its neighbours and the counts are the caller's to keep. ISO 32000-1, 12.3.3.
   PDF_REF new_outline(const wchar_t* title, const PDF_REF& parent, const PDF_REF& prev, const PDF_REF& next,
                       const PDF_REF& page, const QVFIX& top);
+  /// A graphics state that sets nothing yet. The setters change one key of a state that exists, alpha
+  /// 255 being opaque, dash lengths in user space units, modes as get_blend_name counts them; what is
+  /// no dictionary they leave alone. ISO 32000-1, 8.4.5.
   PDF_REF new_gstate();
   void set_gstate_fill_alpha(const PDF_REF& ref, unsigned char alpha);
   void set_gstate_stroke_alpha(const PDF_REF& ref, unsigned char alpha);

@@ -4,9 +4,11 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <cstdlib>
 #include <map>
 #include <random>
+#include <thread>
 
 #include "neighbours/fonts/cmap_folders.h"
 #include "neighbours/fonts/cmap_parser.h"
@@ -272,6 +274,28 @@ TEST_F(Folders, MapsBuildOnOthersAndAreShared) {
   env->release_cmap(nullptr);
 }
 
+TEST_F(Folders, ThreadsShareMapsThroughTheirCopies) {
+  put("Own-H", kMixed);
+  put("Own-V", "/Own-H usecmap /WMode 1 def");
+  std::vector<std::thread> threads;
+  std::atomic<int> right = 0;
+  for (int i = 0; i < 4; ++i) {
+    threads.emplace_back([this, &right] {
+      auto* copy = new CPDFEnviroment(*env);
+      for (int round = 0; round < 50; ++round) {
+        const CMap map(copy->load_cmap(round % 2 == 0 ? "Own-V" : "Own-H"));
+        right += map->cid_of(0x41, 1) == 1000 ? 1 : 0;
+      }
+      CPDFEnviroment::destroy(copy);
+    });
+  }
+  for (std::thread& thread : threads)
+    thread.join();
+  EXPECT_EQ(right, 200);
+  const CMap last(env->load_cmap("Own-H"));
+  EXPECT_EQ(last->ref_count, 1);  // loaded anew
+}
+
 TEST_F(Folders, LoopsAndChainsOfMapsEnd) {
   put("A", "/B usecmap begincidchar <41> 1 endcidchar");
   put("B", "/A usecmap begincidchar <42> 2 endcidchar");
@@ -342,6 +366,22 @@ TEST_F(MapCaches, UnknownNamesAreAskedForAgain) {
   EXPECT_EQ(text.text(0x41, 1), u"A");
 }
 
+// Lets so many requests of the heap family through, and refuses the others.
+struct CallLimit {
+  CallLimit() { set_heap_hooks(&hooks); }
+  ~CallLimit() { end(); }
+  void end() { set_heap_hooks(nullptr); }
+  int allocs = 0;
+  int reallocs = 0;
+  QVHeapHooks hooks{[](void* self, std::size_t size) -> void* {
+                      return static_cast<CallLimit*>(self)->allocs-- > 0 ? std::malloc(size) : nullptr;
+                    },
+                    [](void* self, void* block, std::size_t size) -> void* {
+                      return static_cast<CallLimit*>(self)->reallocs-- > 0 ? std::realloc(block, size) : nullptr;
+                    },
+                    [](void*, void* block) { std::free(block); }, this};
+};
+
 TEST_F(MapCaches, EntriesStandInOrderAndGrowBySteps) {
   CPDFCacheCMap& cache = t.table.cmap_cache;
   for (const char* name : {"b", "a", "c"}) {
@@ -356,8 +396,17 @@ TEST_F(MapCaches, EntriesStandInOrderAndGrowBySteps) {
   while (cache.count < 32)
     EXPECT_EQ(cache.insert_map(cache.count, "z")->map, nullptr);
   EXPECT_EQ(cache.capacity, 32);
-  cache.insert_map(32, "z");
+  CallLimit heap;
+  EXPECT_EQ(cache.insert_map(32, "z"), nullptr);  // no memory: all stays as it was
+  EXPECT_EQ(cache.count + cache.capacity, 64);
+  heap.reallocs = 1;
+  EXPECT_EQ(cache.insert_map(32, "z"), nullptr);  // nor for the name
+  EXPECT_EQ(cache.count, 32);
+  EXPECT_EQ(heap.reallocs, 0);
+  heap.allocs = 1;
+  EXPECT_NE(cache.insert_map(32, "z"), nullptr);
   EXPECT_EQ(cache.capacity, 64);
+  heap.end();
   for (int twice = 0; twice < 2; ++twice) {
     cache.clear();
     t.table.cmap_tou_cache.clear();

@@ -9,6 +9,7 @@ constexpr std::uint32_t kSocSiz = 0xFF4FFF51;  // start of code stream, and the 
 constexpr std::uint32_t kCod = 0xFF52;
 constexpr std::uint32_t kCoc = 0xFF53;
 constexpr std::uint32_t kSot = 0xFF90;
+constexpr std::uint32_t kSod = 0xFF93;
 constexpr std::uint32_t kBoxJp2c = 0x6A703263;
 constexpr std::size_t kBoxHead = 8;
 constexpr std::size_t kLongBoxHead = 16;
@@ -21,6 +22,9 @@ constexpr std::int64_t kTileComponentBytes = 1200;
 constexpr std::int64_t kSampleBytes = 8;
 constexpr std::int64_t kCodeBlockBytes = 1000;
 constexpr std::int64_t kPrecinctBytes = 1000;
+
+constexpr std::int64_t kMostTiles = 65535;                        // A.4.2
+constexpr std::uint64_t kEnoughSamples = std::uint64_t{1} << 40;  // of a component; 65,535 of them fit 63 bits
 
 constexpr std::int64_t kFreeBytes = 256LL << 20;
 constexpr std::int64_t kBytesPerByte = 1024;
@@ -59,8 +63,6 @@ struct Grid {
   std::int64_t width;
   std::int64_t height;
   std::int64_t tiles;
-  std::int64_t tile_width;
-  std::int64_t tile_height;
   std::int64_t samples;  // of all components
   std::int64_t components;
 };
@@ -76,31 +78,34 @@ bool read_grid(const Bytes& bytes, std::size_t start, Grid& grid) {
   const std::int64_t bottom = word(1);
   const std::int64_t left = word(2);
   const std::int64_t top = word(3);
-  grid.tile_width = word(4);
-  grid.tile_height = word(5);
+  const std::int64_t tile_width = word(4);
+  const std::int64_t tile_height = word(5);
   const std::int64_t tile_left = word(6);
   const std::int64_t tile_top = word(7);
   grid.components = bytes.at(start + kSizHead - 2, 2);
-  if (right <= left || bottom <= top || grid.tile_width < 1 || grid.tile_height < 1 || tile_left > left ||
-      tile_top > top || grid.components < 1)
+  if (right <= left || bottom <= top || tile_width < 1 || tile_height < 1 || tile_left > left || tile_top > top ||
+      grid.components < 1)
     return false;
   if (start + kSizHead + static_cast<std::size_t>(grid.components) * kSizComponent > bytes.len)
     return false;
   grid.width = right - left;
   grid.height = bottom - top;
-  grid.tiles = divided_up(right - tile_left, grid.tile_width) * divided_up(bottom - tile_top, grid.tile_height);
-  grid.tile_width = std::min(grid.tile_width, grid.width);
-  grid.tile_height = std::min(grid.tile_height, grid.height);
+  const std::int64_t across = divided_up(right - tile_left, tile_width);
+  const std::int64_t down = divided_up(bottom - tile_top, tile_height);
+  if (across > kMostTiles || down > kMostTiles / across)
+    return false;
+  grid.tiles = across * down;
   grid.samples = 0;
-  constexpr std::int64_t kEnough = std::int64_t{1} << 40;
-  for (std::int64_t i = 0; i < grid.components && grid.samples < kEnough; ++i) {
+  for (std::int64_t i = 0; i < grid.components; ++i) {
     const std::size_t at = start + kSizHead + static_cast<std::size_t>(i) * kSizComponent;
     const std::int64_t dx = bytes.at(at + 1, 1);
     const std::int64_t dy = bytes.at(at + 2, 1);
     if (dx == 0 || dy == 0)
       return false;
-    // Below 2^52, so that the sum of all components fits.
-    grid.samples += std::min(divided_up(grid.width, dx) * (divided_up(grid.height, dy) & 0xFFFFFFFF), kEnough);
+    // Each side has 32 bits, so that the product fits unsigned.
+    const std::uint64_t samples = static_cast<std::uint64_t>(divided_up(grid.width, dx)) *
+                                  static_cast<std::uint64_t>(divided_up(grid.height, dy));
+    grid.samples += static_cast<std::int64_t>(std::min(samples, kEnoughSamples));
   }
   return true;
 }
@@ -126,13 +131,14 @@ void read_partition(const Bytes& bytes, std::size_t pos, std::size_t end, bool h
   }
 }
 
-// Passes over the segments of a header from `pos` on; where it ends.
-std::size_t scan_header(const Bytes& bytes, std::size_t pos, std::int64_t components, Partition& smallest) {
+// Passes over the segments of a header from `pos` on, up to `limit` at most; where it ends.
+std::size_t scan_header(const Bytes& bytes, std::size_t pos, std::size_t limit, std::int64_t components,
+                        Partition& smallest) {
   constexpr std::uint32_t kFirstMarker = 0xFF00;
-  while (pos + 4 <= bytes.len) {
+  while (pos + 4 <= limit) {
     const std::uint32_t marker = bytes.at(pos, 2);
     const std::size_t size = bytes.at(pos + 2, 2);
-    if (marker < kFirstMarker || marker == kSot || marker == 0xFF93 || size < 2)
+    if (marker < kFirstMarker || marker == kSot || marker == kSod || size < 2)
       break;
     const std::size_t end = pos + 2 + size;
     const std::size_t index = components < 257 ? 1 : 2;
@@ -147,12 +153,14 @@ std::size_t scan_header(const Bytes& bytes, std::size_t pos, std::int64_t compon
 
 // The partition over the main header and the headers of all tile-parts.
 Partition smallest_partition(const Bytes& bytes, std::size_t start, std::int64_t components) {
+  constexpr std::size_t kSotLen = 12;
   Partition smallest;
-  std::size_t pos = scan_header(bytes, start + 2, components, smallest);
-  while (pos + 12 <= bytes.len && bytes.at(pos, 2) == kSot) {
-    scan_header(bytes, pos + 12, components, smallest);
-    const std::size_t part = bytes.at(pos + 6, 4);
-    if (part < 14)
+  std::size_t pos = scan_header(bytes, start + 2, bytes.len, components, smallest);
+  while (pos + kSotLen <= bytes.len && bytes.at(pos, 2) == kSot) {
+    const std::size_t part = bytes.at(pos + 6, 4);  // 0: to the end
+    const std::size_t end = part == 0 ? bytes.len : std::min(pos + part, bytes.len);
+    scan_header(bytes, pos + kSotLen, end, components, smallest);
+    if (part <= kSotLen)
       break;
     pos += part;
   }
@@ -168,9 +176,6 @@ bool find_jpx(const std::uint8_t* data, std::size_t len, JpxHeader& header) {
   header.start = header.is_bare ? 0 : find_code_stream(bytes);
   Grid grid{};
   if (bytes.at(header.start, 4) != kSocSiz || !read_grid(bytes, header.start, grid))
-    return false;
-  constexpr std::int64_t kMostTiles = 65535;
-  if (grid.tiles > kMostTiles)
     return false;
   header.header_bytes = grid.tiles * (kTileBytes + grid.components * kTileComponentBytes);
   const Partition part = smallest_partition(bytes, header.start, grid.components);

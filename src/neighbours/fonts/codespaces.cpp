@@ -27,7 +27,7 @@ std::uint32_t big_endian(const std::uint8_t* text, int bytes) {
 }  // namespace
 
 void Codespaces::add(int bytes, std::uint32_t lo, std::uint32_t hi) {
-  if (bytes < 1 || bytes > kMostCodeBytes)
+  if (bytes < 1 || bytes > kMostCodeBytes || ranges_.size() == kMostRanges)
     return;
   Range range{};
   range.bytes = static_cast<std::uint8_t>(bytes);
@@ -41,7 +41,7 @@ void Codespaces::add(int bytes, std::uint32_t lo, std::uint32_t hi) {
   const bool is_known = std::any_of(ranges_.begin(), ranges_.end(), [&range](const Range& other) {
     return std::memcmp(&range, &other, sizeof(Range)) == 0;
   });
-  if (!is_known && ranges_.size() < kMostRanges)
+  if (!is_known)
     ranges_.push(range);
 }
 

@@ -56,7 +56,7 @@ public:
   void release_cmap(CPDFCMap* map);
   CPDFCMapToUnicode* load_cmap_tounicode(const char* name);
   void release_cmap_tounicode(CPDFCMapToUnicode* map);
-  /// Releases what this copy has loaded and not given back.
+  /// Gives back the faces that this copy has taken. Maps that are still held live on for their holders.
   void unload();
 
   /// Destroys a copy from the heap: its mutex as soon as nobody holds it, then the copy.

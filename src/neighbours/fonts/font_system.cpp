@@ -37,11 +37,14 @@ void add_pattern(FontNames& names, const FcPattern* pattern, int origin) {
   style.width = number_of(pattern, FC_WIDTH, FC_WIDTH_NORMAL);
   style.slanted = number_of(pattern, FC_SLANT, FC_SLANT_ROMAN) != FC_SLANT_ROMAN;
   const int file = names.add_file(path, origin);
-  for (const char* object : {FC_FAMILY, FC_FULLNAME, FC_POSTSCRIPT_NAME}) {
+  const auto add_all = [&](const char* object, bool is_family) {
     const char* name = nullptr;
     for (int which = 0; (name = text_of(pattern, object, which)) != nullptr; ++which)
-      names.add_name(file, index, name, object == static_cast<const char*>(FC_FAMILY), style);
-  }
+      names.add_name(file, index, name, is_family, style);
+  };
+  add_all(FC_FAMILY, true);
+  add_all(FC_FULLNAME, false);
+  add_all(FC_POSTSCRIPT_NAME, false);
 }
 
 }  // namespace

@@ -54,7 +54,7 @@ FT_Outline* StyledOutline::load(CQVFTFont& font, std::uint32_t glyph) {
 }
 
 int CQVFTFont::stem_width() {
-  for (const std::uint32_t letter : {'l', 'I', '1'}) {
+  for (const char32_t letter : {U'l', U'I', U'1'}) {
     const std::uint32_t glyph = glyph_index(letter);
     const auto face = static_cast<FT_Face>(face_handle);
     if (glyph == 0 || FT_Load_Glyph(face, glyph, FT_LOAD_NO_SCALE) != 0 ||

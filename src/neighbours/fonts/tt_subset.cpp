@@ -14,14 +14,6 @@ constexpr std::uint32_t kKeptTables[] = {tt_tag("glyf"), tt_tag("head"), tt_tag(
                                          tt_tag("hmtx"), tt_tag("loca"), tt_tag("maxp")};
 constexpr std::uint32_t kInstructionTables[] = {tt_tag("cvt "), tt_tag("fpgm"), tt_tag("prep")};
 
-hb_blob_t* load_blob(hb_face_t*, hb_tag_t tag, void* context) {
-  std::uint32_t length = 0;
-  std::uint8_t* const block = static_cast<const CQVTTParser*>(context)->load(tag, length);
-  if (block == nullptr)
-    return nullptr;
-  return hb_blob_create(reinterpret_cast<const char*>(block), length, HB_MEMORY_MODE_WRITABLE, block, QVFree);
-}
-
 bool is_kept(std::uint32_t tag, bool keeps_instructions) {
   for (const std::uint32_t kept : kKeptTables) {
     if (tag == kept)
@@ -33,6 +25,51 @@ bool is_kept(std::uint32_t tag, bool keeps_instructions) {
   }
   return false;
 }
+
+// The tables that a subset is made from. Each is loaded once and stays to the end: the subsetter
+// keeps pointers into tables beyond its own hold on them.
+class LoadedTables {
+public:
+  LoadedTables(const CQVTTParser& parser, bool keeps_instructions) {
+    for (const PDF_TT_TABLE& table : parser.tables) {
+      if (!is_kept(table.tag, keeps_instructions))
+        continue;
+      std::uint32_t length = 0;
+      std::uint8_t* const block = parser.load(table.tag, length);
+      hb_blob_t* const blob =
+          hb_blob_create(reinterpret_cast<const char*>(block), length, HB_MEMORY_MODE_WRITABLE, block, QVFree);
+      is_complete_ = is_complete_ && block != nullptr;
+      if (!tables_.push({table.tag, blob})) {
+        hb_blob_destroy(blob);
+        is_complete_ = false;
+      }
+    }
+  }
+  LoadedTables(const LoadedTables&) = delete;
+  LoadedTables& operator=(const LoadedTables&) = delete;
+  ~LoadedTables() {
+    for (const Table& table : tables_)
+      hb_blob_destroy(table.blob);
+  }
+
+  bool is_complete() const { return is_complete_; }
+
+  static hb_blob_t* give(hb_face_t*, hb_tag_t tag, void* context) {
+    for (const Table& table : static_cast<const LoadedTables*>(context)->tables_) {
+      if (table.tag == tag)
+        return hb_blob_reference(table.blob);
+    }
+    return nullptr;
+  }
+
+private:
+  struct Table {
+    std::uint32_t tag;
+    hb_blob_t* blob;
+  };
+  GrowArray<Table> tables_;
+  bool is_complete_ = true;
+};
 
 void set_up(hb_subset_input_t* input, const CQVTTParser& parser, const CQVTTCodesRec& codes) {
   const bool keeps_instructions = codes.keeps_instructions != 0;
@@ -53,7 +90,10 @@ void set_up(hb_subset_input_t* input, const CQVTTParser& parser, const CQVTTCode
 }  // namespace
 
 int CQVTTWriter::save_subset(CQVStream* out, const CQVTTCodesRec& codes) {
-  hb_face_t* const source = hb_face_create_for_tables(load_blob, &parser_, nullptr);
+  LoadedTables tables(parser_, codes.keeps_instructions != 0);
+  if (!tables.is_complete())
+    return 1;
+  hb_face_t* const source = hb_face_create_for_tables(LoadedTables::give, &tables, nullptr);
   const ScopeGuard free_source([source] { hb_face_destroy(source); });
   hb_subset_input_t* const input = hb_subset_input_create_or_fail();
   if (input == nullptr)

@@ -13,7 +13,7 @@ class CPDFDictionary;
 class CPDFXRefTable;
 
 /// A field, terminal or not. Owned by its form.
-class CPDFField {
+class CPDFField : public QVHeapObject<CPDFField> {
 public:
   CPDFField(const CPDFField&) = delete;
   CPDFField& operator=(const CPDFField&) = delete;

@@ -160,6 +160,7 @@ private:
   bool try_linearized();
   bool try_rebuild();
   bool try_deep_recovery();
+  bool heal();
   Attempt examine();
   bool header_stands_at(const PDF_REF& ref);
   bool waits_for_password() const { return is_encrypted() && !is_readable(); }
@@ -168,6 +169,8 @@ private:
   void read_version();
   bool has_sound_sections();
   void detach_from_old_sections();
+  void free_members_of_lost_streams();
+  bool begins_at_its_place(std::uint32_t num);
   void add_repair(const char* code, std::int32_t num, std::uint32_t offset, const char* action);
 
   // page_tree.cpp
@@ -175,6 +178,7 @@ private:
   bool reaches_a_page(Attempt& attempt, CPDFObj& kids);
   bool is_leaf(const CPDFDictionary& dict, CPDFObj& kids);
   bool walk_pages();
+  bool misses_pages();
   void ensure_pages();
   int count_by_nodes();
   void take_inherited(const CPDFDictionary& dict, PDF_INHERITED& values);
@@ -197,6 +201,7 @@ private:
   bool linearized_ = false;
   bool authorised_ = false;
   bool pages_changed_ = false;
+  bool pages_incomplete_ = false;  // there was no memory for all of them
   char version_[8]{};
   long long file_size_ = 0;
   long long header_offset_ = 0;

@@ -6,13 +6,16 @@
 #include <cstdlib>
 #include <cstring>
 #include <new>
+#include <utility>
 
+#include "base/number_text.h"
 #include "base/scope_guard.h"
 #include "neighbours/page/doc.h"
 #include "neighbours/page/name_tree.h"
 #include "neighbours/page/text_utf8.h"
 #include "neighbours/security/encrypter.h"
 #include "object/array.h"
+#include "object/parse_buf.h"
 
 bool CPDFDoc::open_for_update(const char* path) {
   close();
@@ -62,6 +65,7 @@ bool CPDFDoc::use_temp_file(const char* folder) {
 }
 
 bool CPDFDoc::set_info(const char* key, const char* utf8) {
+  const std::uint64_t refusals = heap_refusals();
   Freed<CPDFObj> info;
   table_.resolve(info, &table_.info);
   if (info.as_dict() == nullptr)
@@ -73,6 +77,8 @@ bool CPDFDoc::set_info(const char* key, const char* utf8) {
   text_from_utf8(utf8, text);
   dict->set_item_str(key, text.data, text.len);
   QVFree(text.data);
+  if (heap_refusals() != refusals)
+    return false;  // what is left of the old values must not take their place
   if (table_.info.tag != kTagRef)
     table_.info.set_ref({table_.alloc_obj_num(), 0});
   return table_.store_object(table_.info.as_ref(), info);
@@ -81,6 +87,7 @@ bool CPDFDoc::set_info(const char* key, const char* utf8) {
 bool CPDFDoc::attach(const char* path) {
   if (table_.root.tag != kTagRef)
     return false;
+  const std::uint64_t refusals = heap_refusals();
   PDF_String name{0, nullptr};
   const int spec = table_.new_file_spec(path, name);
   const ScopeGuard release_name([&name] { QVFree(name.data); });
@@ -100,8 +107,9 @@ bool CPDFDoc::attach(const char* path) {
     return item != nullptr ? item->as_ref() : PDF_REF{0, 0};
   };
   const PDF_REF names_ref = fetch(names, top->get_item("Names"));
-  const PDF_REF tree_ref = fetch(tree, names.as_dict()->get_item("EmbeddedFiles"));
-  if (!name_tree_insert(table_, *tree.as_dict(), name, {spec, 0}))
+  const CPDFDictionary* const lists = names.as_dict();
+  const PDF_REF tree_ref = fetch(tree, lists != nullptr ? lists->get_item("EmbeddedFiles") : nullptr);
+  if (heap_refusals() != refusals || !name_tree_insert(table_, *tree.as_dict(), name, {spec, 0}))
     return false;
   // Each level goes back to where it was: its own object, or the level above.
   if (tree_ref.num != 0)
@@ -146,6 +154,7 @@ bool CPDFDoc::has_sound_sections() {
 }
 
 void CPDFDoc::keep_identifier(CPDFObj& id) {
+  const std::uint64_t refusals = heap_refusals();
   Freed<CPDFObj> present;
   table_.resolve(present, &table_.id);
   if (present.as_array() == nullptr) {
@@ -155,11 +164,15 @@ void CPDFDoc::keep_identifier(CPDFObj& id) {
     for (int i = 0; i < 2 && present.as_array() != nullptr; ++i)
       present.as_array()->append_str("", 0);
   }
-  id.copy_from(&present);
+  if (heap_refusals() != refusals)
+    return;  // half an identifier would change the keys as well
+  id.free();
+  std::swap<CPDFObj>(id, present);
 }
 
 bool CPDFDoc::save_update(PDF_SAVE_FORM form, PDF_SIGN_DATA* sign) {
-  if (!store_page_tree())
+  const std::uint64_t refusals = heap_refusals();
+  if (!store_page_tree() || table_.entries_lost != 0)
     return false;
   if (table_.new_obj_count == 0)
     return true;
@@ -183,10 +196,46 @@ bool CPDFDoc::save_update(PDF_SAVE_FORM form, PDF_SIGN_DATA* sign) {
       form == PDF_SAVE_FORM::kClassic || (form == PDF_SAVE_FORM::kAsFile && table_.first_xref_kind == 1);
   table_.write_failed = 0;
   const int done = classic ? table_.save_14(enc, sign) : table_.save(enc, sign);
+  if (heap_refusals() != refusals || table_.entries_lost != 0)
+    table_.write_failed = 1;
   return done != 0 && table_.write_failed == 0;
 }
 
+// An object stream comes along in a new file only when its own header stands where its entry says;
+// reading needs no header, and so its members can be known all the same. They then become objects.
+void CPDFDoc::free_members_of_lost_streams() {
+  table_.drain_pending();
+  Freed<CPDFObj> obj;
+  std::uint32_t container = 0;
+  bool comes_along = true;
+  for (std::uint32_t num = 1; num < table_.xref_count; ++num) {
+    const PDF_XREF entry = table_.xref_items[num];
+    if (entry.type != 2)
+      continue;
+    if (entry.offset != container) {
+      container = entry.offset;
+      comes_along = begins_at_its_place(container);
+    }
+    if (comes_along)
+      continue;
+    const PDF_REF ref{static_cast<std::int32_t>(num), 0};
+    table_.get_stored(obj, ref);
+    if (!obj.is_null())
+      table_.store_object(ref, obj);
+  }
+}
+
+bool CPDFDoc::begins_at_its_place(std::uint32_t num) {
+  if (num >= table_.xref_count)
+    return false;
+  stream_->SetPos(CQVStream::STR_SEEK_SET, table_.xref_items[num].offset);
+  CPDFBufBase buf;
+  buf.buf_init(stream_);
+  return ansi_to_i32(buf.buf_data) == static_cast<std::int32_t>(num);
+}
+
 void CPDFDoc::save_complete(CPDFXRefTable& target, CPDFEncrypt* enc) {
+  const std::uint64_t refusals = heap_refusals();
   for (CPDFObj* value : {&table_.root, &table_.info}) {
     if (value->as_dict() == nullptr)
       continue;
@@ -195,7 +244,10 @@ void CPDFDoc::save_complete(CPDFXRefTable& target, CPDFEncrypt* enc) {
       value->set_ref(ref);
   }
   store_page_tree();
+  free_members_of_lost_streams();
   table_.save_as(target, enc);
+  if (heap_refusals() != refusals || table_.entries_lost != 0)
+    target.write_failed = 1;
 }
 
 void CPDFDoc::truncate_to(long long size) {

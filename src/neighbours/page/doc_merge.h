@@ -32,7 +32,8 @@ public:
   /// names the source in the outline. The count of pages that were appended; those that cannot be
   /// read are left out. `source` must be readable and need not outlive the call.
   std::int32_t append(CPDFDoc& source, const std::int32_t* pages, std::int32_t count, const char* title);
-  /// Completes the catalogue. To be called once, in front of the save. False when there is no memory.
+  /// Completes the catalogue. To be called once, in front of the save. False when there was no memory
+  /// for all of it, here or while documents were appended.
   bool finish();
 
 private:
@@ -91,6 +92,7 @@ private:
   CPDFXRefTable& table_;
   CPDFAcroForm form_;
   std::int32_t hole_ = 0;
+  const std::uint64_t refusals_ = heap_refusals();
   NameList destinations_;
   NameList files_;
   GrowArray<TopEntry> outline_;

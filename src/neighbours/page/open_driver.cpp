@@ -269,6 +269,27 @@ bool CPDFDoc::try_rebuild() {
   return attempt.usable && (attempt.has_pages || waits_for_password());
 }
 
+// The table's rebuild knows nothing of object streams when a trailer is all it needs, and pages can
+// lie in some of them. Where the tree tells of more pages than it leads to, the deeper search is
+// tried as well, and what comes to more pages is taken.
+bool CPDFDoc::heal() {
+  const bool rebuilt = try_rebuild();
+  if (rebuilt && !misses_pages())
+    return finish(PDF_OPEN::kRebuilt);
+  const int pages = static_cast<int>(pages_.size());
+  const std::size_t told = repairs_.size();
+  if (try_deep_recovery()) {
+    if (!rebuilt)
+      return finish(PDF_OPEN::kRecovered);
+    ensure_pages();
+    if (static_cast<int>(pages_.size()) > pages)
+      return finish(PDF_OPEN::kRecovered);
+  }
+  while (repairs_.size() > told && rebuilt)
+    repairs_.pop();
+  return rebuilt && try_rebuild() && finish(PDF_OPEN::kRebuilt);
+}
+
 bool CPDFDoc::finish(PDF_OPEN status) {
   status_ = status;
   read_version();
@@ -290,6 +311,7 @@ void CPDFDoc::read_version() {
 
 bool CPDFDoc::open_stream() {
   table_.checks_lengths = 1;
+  const std::uint64_t refusals = heap_refusals();
   file_size_ = stream_->GetLen();
   if (file_size_ <= 0) {
     status_ = PDF_OPEN::kEmpty;
@@ -305,16 +327,14 @@ bool CPDFDoc::open_stream() {
       return finish(PDF_OPEN::kClean);
   }
   stream_->base_offset = header_offset_;
-  if (try_rebuild())
-    return finish(PDF_OPEN::kRebuilt);
-  if (try_deep_recovery())
-    return finish(PDF_OPEN::kRecovered);
+  if (heal())
+    return true;
   // What is left may still be a proper document, only without pages.
   reset_table();
   std::uint32_t offset = 0;
   if (find_startxref(offset) && table_.XRefRead(adjust_section_offset(offset)) != 0 && examine().usable)
     return finish(PDF_OPEN::kClean);
   reset_table();
-  status_ = PDF_OPEN::kDamaged;
+  status_ = heap_refusals() != refusals ? PDF_OPEN::kNoMemory : PDF_OPEN::kDamaged;
   return false;
 }

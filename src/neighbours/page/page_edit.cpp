@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstring>
 #include <new>
+#include <utility>
 
 #include "base/scope_guard.h"
 #include "neighbours/page/doc.h"
@@ -48,16 +49,21 @@ bool store_node(CPDFXRefTable& table, const PDF_REF& ref, const Branch* kids, st
 
 }  // namespace
 
-// From here on the list is what counts, and no longer the tree.
+// From here on the list is what counts, and no longer the tree: a list that lacks pages must not
+// take its place. -1 when there is no memory for all pages.
 int CPDFDoc::edit_pages() {
+  if (pages_incomplete_)
+    walked_ = false;
   ensure_pages();
+  if (pages_incomplete_)
+    return -1;
   quick_count_ = -1;
   return static_cast<int>(pages_.size());
 }
 
 bool CPDFDoc::insert_page(int index, const PDF_REF& page) {
   const int count = edit_pages();
-  if (index < 0 || index > count || page.num < 1 || !pages_.push({page, -1}))
+  if (index < 0 || count < 0 || index > count || page.num < 1 || !pages_.push({page, -1}))
     return false;
   std::rotate(pages_.begin() + index, pages_.end() - 1, pages_.end());
   pages_changed_ = true;
@@ -89,6 +95,7 @@ bool CPDFDoc::move_page(int from, int to) {
 // Brings a page into memory with all that it inherited. A page that is listed a second time becomes
 // an object of its own, since a page has one parent.
 bool CPDFDoc::detach_page(int index, bool listed_before) {
+  const std::uint64_t refusals = heap_refusals();
   PageEntry& entry = pages_[static_cast<std::size_t>(index)];
   CPDFPage page;
   if (!load_page(index, page))
@@ -103,16 +110,22 @@ bool CPDFDoc::detach_page(int index, bool listed_before) {
     dict.set_item_rect("CropBox", &values.crop_box);
   if (dict.get_item(CPDFDictionary::sm_tag_rotate) == nullptr && values.rotate != 0)
     dict.set_item_int(CPDFDictionary::sm_tag_rotate, values.rotate);
-  if (listed_before)
-    entry.ref = {table_.alloc_obj_num(), 0};
-  entry.node = -1;
-  table_.store_dict(entry.ref, &dict);
+  Freed<CPDFObj> value;
+  value.take_dict(new (std::nothrow) CPDFDictionary);
+  if (heap_refusals() != refusals)
+    return false;  // what there was memory for must not take the page's place
+  std::swap(*value.as_dict(), dict);
+  const PDF_REF ref = listed_before ? PDF_REF{table_.alloc_obj_num(), 0} : entry.ref;
+  if (!table_.store_object(ref, value))
+    return false;
+  entry = {ref, -1};
   return true;
 }
 
 bool CPDFDoc::store_page_tree() {
   if (!pages_changed_)
     return true;
+  const std::uint64_t refusals = heap_refusals();
   Freed<CPDFObj> catalog;
   table_.resolve(catalog, &table_.root);
   if (catalog.as_dict() == nullptr || table_.root.tag != kTagRef)
@@ -132,6 +145,8 @@ bool CPDFDoc::store_page_tree() {
     if (detach_page(i, ref.num == top.num || !listed.visit(ref.num)) && !level.push({page_ref(i), 1}))
       return false;
   }
+  if (heap_refusals() != refusals)
+    return false;  // pages that are still in the old tree need it
   while (level.size() > kMostKids) {
     std::size_t made = 0;
     for (std::size_t at = 0; at < level.size(); at += kMostKids) {
@@ -146,7 +161,7 @@ bool CPDFDoc::store_page_tree() {
     while (level.size() > made)
       level.pop();
   }
-  if (!store_node(table_, top, level.begin(), level.size()))
+  if (!store_node(table_, top, level.begin(), level.size()) || heap_refusals() != refusals)
     return false;
   nodes_.clear();
   pages_changed_ = false;

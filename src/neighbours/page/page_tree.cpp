@@ -138,7 +138,9 @@ bool CPDFDoc::look_at_tree(Attempt& attempt) {
 void CPDFDoc::ensure_pages() {
   if (walked_)
     return;
+  const std::uint64_t refusals = heap_refusals();
   walk_pages();
+  pages_incomplete_ = heap_refusals() != refusals;
   walked_ = true;
 }
 
@@ -242,6 +244,19 @@ int CPDFDoc::count_by_nodes() {
       waiting.push(array.items[i].as_ref());
   }
   return total == told && total <= INT32_MAX ? static_cast<int>(total) : -1;
+}
+
+// Whether the top of the tree counts more pages than can be reached.
+bool CPDFDoc::misses_pages() {
+  if (waits_for_password())
+    return false;
+  ensure_pages();
+  Freed<CPDFObj> value;
+  table_.resolve(value, &table_.root);
+  Freed<CPDFObj> top;
+  table_.resolve(top, value.as_dict() != nullptr ? value.as_dict()->get_item("Pages") : nullptr);
+  table_.resolve(value, top.as_dict() != nullptr ? top.as_dict()->get_item(CPDFDictionary::sm_tag_count) : nullptr);
+  return value.tag == kTagInt && value.as_int() > static_cast<std::int64_t>(pages_.size());
 }
 
 int CPDFDoc::page_count() {

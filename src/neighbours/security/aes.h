@@ -4,12 +4,14 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "base/heap.h"
+
 struct evp_cipher_ctx_st;
 
 constexpr std::size_t kAesBlock = 16;
 
 /// A running encryption or decryption.
-class AesCbc {
+class AesCbc : public QVHeapObject<AesCbc> {
 public:
   enum class Direction { kEncrypt, kDecrypt };
   enum class Padding { kNone, kPkcs7 };

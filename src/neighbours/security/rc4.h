@@ -5,7 +5,9 @@
 #include <cstddef>
 #include <cstdint>
 
-class CQVSecRC4 {
+#include "base/heap.h"
+
+class CQVSecRC4 : public QVHeapObject<CQVSecRC4> {
 public:
   CQVSecRC4(const unsigned char* key, std::size_t size);
   ~CQVSecRC4();

@@ -9,6 +9,9 @@
 #include <cstddef>
 #include <cstdint>
 
+// Inside the loops over pixels all of the decoder has to stand in registers.
+#define JB2_HOT [[gnu::always_inline]]
+
 namespace jb2 {
 
 /// What stands for a value where there is none. Both are beyond all that can be coded.
@@ -29,22 +32,34 @@ public:
   ArithmeticDecoder(const std::uint8_t* data, std::size_t size);
 
   /// Decodes one decision in `context`.
-  inline unsigned bit(std::uint8_t& context);
+  JB2_HOT inline unsigned bit(std::uint8_t& context) {
+    const unsigned state = context;
+    return expected(state) ? state & 1 : unexpected(context);
+  }
+
+  /// The two halves of `bit`, for loops that know the context's `state` ahead of its address: true
+  /// when the more probable value came and nothing else changes; else `unexpected` gives the value.
+  JB2_HOT inline bool expected(unsigned state) {
+    a_ -= kEstimates[state].qe;
+    return c_ >> 16 < a_ && a_ >= kHalf;
+  }
+  JB2_HOT inline unsigned unexpected(std::uint8_t& context);
 
   /// Decodes up to `most` decisions in `context`, whose more probable value is 0, and stops behind
   /// the first 1. Gives the count of zeros; `has_one` tells whether a 1 came behind them.
-  inline unsigned zeros(std::uint8_t& context, unsigned most, bool& has_one);
+  JB2_HOT inline unsigned zeros(std::uint8_t& context, unsigned most, bool& has_one);
 
   /// The data ended long ago: what comes out now is not coded anywhere.
   bool exhausted() const { return missing_ > kMostMissing; }
 
 private:
-  // Encoders may leave out bytes at the end that a decoder makes up; only damage leaves out many.
-  static constexpr unsigned kMostMissing = 256;
+  // Encoders may leave out bytes at the end that a decoder makes up; only damage leaves out many. A
+  // made-up byte can pass for a hundred thousand pixels of the expected colour.
+  static constexpr unsigned kMostMissing = 32;
   static constexpr std::uint32_t kHalf = 0x8000;
 
-  inline void byte_in();
-  inline void renormalise();
+  JB2_HOT inline void byte_in();
+  JB2_HOT inline void renormalise();
 
   const std::uint8_t* next_;
   const std::uint8_t* end_;
@@ -87,20 +102,16 @@ inline void ArithmeticDecoder::renormalise() {
   ct_ -= shift;
 }
 
-inline unsigned ArithmeticDecoder::bit(std::uint8_t& context) {
+inline unsigned ArithmeticDecoder::unexpected(std::uint8_t& context) {
   const unsigned state = context;
   const Estimate& estimate = kEstimates[state];
-  const std::uint32_t qe = estimate.qe;
-  a_ -= qe;
   bool takes_more;
   if (c_ >> 16 < a_) {
-    if (a_ >= kHalf)
-      return state & 1;
-    takes_more = a_ >= qe;
+    takes_more = a_ >= estimate.qe;
   } else {
     c_ -= a_ << 16;
-    takes_more = a_ < qe;
-    a_ = qe;
+    takes_more = a_ < estimate.qe;
+    a_ = estimate.qe;
   }
   context = takes_more ? estimate.after_more : estimate.after_less;
   renormalise();

@@ -4,6 +4,7 @@
 #include "neighbours/decoders/jbig2/jb2_generic.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstring>
 
 #include "filters/ccitt.h"
@@ -101,6 +102,19 @@ std::int32_t white_until(const Rows& rows, std::int32_t index) {
   return index;
 }
 
+// The states of a context that ends in 0 and of the one that ends in 1.
+class StatePair {
+public:
+  explicit StatePair(const std::uint8_t* contexts) { std::memcpy(&both_, contexts, sizeof both_); }
+  unsigned operator[](unsigned value) const {
+    const unsigned shift = std::endian::native == std::endian::little ? 8 * value : 8 - 8 * value;
+    return both_ >> shift & 0xFFu;
+  }
+
+private:
+  std::uint16_t both_;
+};
+
 // One row with all pixels at their nominal places.
 template <unsigned kTemplate>
 void decode_row(ArithmeticDecoder& shared, std::uint8_t* contexts, const Rows& rows) {
@@ -116,7 +130,6 @@ void decode_row(ArithmeticDecoder& shared, std::uint8_t* contexts, const Rows& r
     two_up = (two_up << 8 | byte_at(rows.two_up, i + 1, rows.stride)) & 0xFFFFFF;
     one_up = (one_up << 8 | byte_at(rows.one_up, i + 1, rows.stride)) & 0xFFFFFF;
     int pixel = 0;
-    const int count = std::min(8, rows.width - 8 * i);
     if ((two_up | one_up | (present & kBefore)) == 0 && (contexts[0] & 1) == 0) {
       white = std::max(white, i + 2);
       if (white < rows.stride)
@@ -139,14 +152,28 @@ void decode_row(ArithmeticDecoder& shared, std::uint8_t* contexts, const Rows& r
       two_up = byte_at(rows.two_up, i + 1, rows.stride);
       one_up = byte_at(rows.one_up, i + 1, rows.stride);
     }
-    const int end = std::min(count, rows.width - 8 * i);
-    for (; pixel < end; ++pixel) {
-      unsigned context = (one_up >> (kAhead - pixel - kShape.one_up.right) & kShape.one_up.mask())
-                             << kShape.one_up.shift |
-                         (present & kBefore);
+    const int end = std::min(8, rows.width - 8 * i);
+    const auto above = [&](int at) {
+      unsigned context = (one_up >> (kAhead - at - kShape.one_up.right) & kShape.one_up.mask()) << kShape.one_up.shift;
       if constexpr (kTemplate != 3)
-        context |= (two_up >> (kAhead - pixel - kShape.two_up.right) & kShape.two_up.mask()) << kShape.two_up.shift;
-      present = present << 1 | decoder.bit(contexts[context]);
+        context |= (two_up >> (kAhead - at - kShape.two_up.right) & kShape.two_up.mask()) << kShape.two_up.shift;
+      return context;
+    };
+    // The states of both contexts that the next pixel may have are fetched together, before this
+    // pixel is known: waiting for one load after the other would take most of the time.
+    unsigned context = above(pixel) | (present & kBefore);
+    unsigned state = contexts[context];
+    for (; pixel < end; ++pixel) {
+      const unsigned next = above(pixel + 1) | (present << 1 & kBefore);
+      StatePair states(contexts + next);
+      unsigned value = state & 1;
+      if (!decoder.expected(state)) [[unlikely]] {
+        value = decoder.unexpected(contexts[context]);
+        states = StatePair(contexts + next);
+      }
+      present = present << 1 | value;
+      context = next | value;
+      state = states[value];
     }
     rows.present[i] = static_cast<std::uint8_t>(present << (8 - end));
     ++i;

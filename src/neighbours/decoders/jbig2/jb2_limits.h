@@ -40,7 +40,7 @@ inline void Limits::allow_data(std::int64_t length) {
   constexpr std::int64_t kBaseBytes = std::int64_t{64} << 20;
   constexpr std::int64_t kBytesPerByte = 1024;
   constexpr std::int64_t kMostBytes = std::int64_t{1} << 30;
-  constexpr std::int64_t kBaseWork = std::int64_t{64} << 20;
+  constexpr std::int64_t kBaseWork = std::int64_t{4} << 20;
   constexpr std::int64_t kWorkPerByte = 16384;
   bytes = kBaseBytes + length * kBytesPerByte;
   bytes = bytes < kMostBytes ? bytes : kMostBytes;
