@@ -145,6 +145,21 @@ TEST_F(StackNeeds, SavingExportingAndImporting) {
   });
 }
 
+// A page of 256 x 256 with one arithmetically coded region; any bytes decode to something.
+std::string jbig2_page(const std::string& coded) {
+  const std::string side("\0\0\1\0", 4);
+  const std::string zeros(9, '\0');
+  const std::string page = side + side + zeros + std::string(2, '\0');
+  const std::string region = side + side + zeros + std::string("\0\x03\xFF\xFD\xFF\x02\xFE\xFE\xFE", 9) + coded;
+  const auto segment = [](char number, char type, const std::string& data) {
+    std::string length;
+    for (int shift = 24; shift >= 0; shift -= 8)
+      length += static_cast<char>(data.size() >> shift);
+    return std::string(3, '\0') + number + type + '\0' + '\1' + length + data;
+  };
+  return segment(0, 48, page) + segment(1, 38, region);
+}
+
 TEST_F(StackNeeds, Decoding) {
   const std::string plain = sample_bytes(100000);
   const std::string smooth = smooth_picture(300, 200, 3);
@@ -165,6 +180,7 @@ TEST_F(StackNeeds, Decoding) {
       {"DCTDecode", jpegs[0], ""},
       {"DCTDecode", jpegs[1], ""},
       {"JPXDecode", jp2, ""},
+      {"JBIG2Decode", jbig2_page(plain.substr(0, 5000)), ""},
   };
   for (const Row& row : rows) {
     within(row.filter, [&row] {
