@@ -7,6 +7,7 @@
 
 #include <cstring>
 
+#include "neighbours/fonts/lazy_library_internal.h"
 #include "base/scope_guard.h"
 #include "neighbours/fonts/environment.h"
 
@@ -14,15 +15,53 @@ namespace {
 
 constexpr int kFaceBits = 0xFFFF;  // higher bits of an index name instances of variable fonts
 
+struct FontconfigCalls {
+  decltype(&FcConfigDestroy) config_destroy;
+  decltype(&FcFontList) font_list;
+  decltype(&FcFontSetDestroy) font_set_destroy;
+  decltype(&FcInitLoadConfigAndFonts) init_load_config_and_fonts;
+  decltype(&FcObjectSetBuild) object_set_build;
+  decltype(&FcObjectSetDestroy) object_set_destroy;
+  decltype(&FcPatternCreate) pattern_create;
+  decltype(&FcPatternDestroy) pattern_destroy;
+  decltype(&FcPatternGetInteger) pattern_get_integer;
+  decltype(&FcPatternGetString) pattern_get_string;
+  decltype(&FcWeightToOpenType) weight_to_opentype;
+  bool complete;
+};
+
+FontconfigCalls find_calls() {
+  FontconfigCalls found{};
+  [[maybe_unused]] void* const library = load_library("libfontconfig.so.1");
+  found.complete = SHEAF_CALL(library, found.config_destroy, FcConfigDestroy) &&
+                   SHEAF_CALL(library, found.font_list, FcFontList) &&
+                   SHEAF_CALL(library, found.font_set_destroy, FcFontSetDestroy) &&
+                   SHEAF_CALL(library, found.init_load_config_and_fonts, FcInitLoadConfigAndFonts) &&
+                   SHEAF_CALL(library, found.object_set_build, FcObjectSetBuild) &&
+                   SHEAF_CALL(library, found.object_set_destroy, FcObjectSetDestroy) &&
+                   SHEAF_CALL(library, found.pattern_create, FcPatternCreate) &&
+                   SHEAF_CALL(library, found.pattern_destroy, FcPatternDestroy) &&
+                   SHEAF_CALL(library, found.pattern_get_integer, FcPatternGetInteger) &&
+                   SHEAF_CALL(library, found.pattern_get_string, FcPatternGetString) &&
+                   SHEAF_CALL(library, found.weight_to_opentype, FcWeightToOpenType);
+  return found;
+}
+
+const FontconfigCalls& calls() {
+  static const FontconfigCalls found = find_calls();
+  return found;
+}
+
 const char* text_of(const FcPattern* pattern, const char* object, int which) {
   FcChar8* text = nullptr;
-  return FcPatternGetString(pattern, object, which, &text) == FcResultMatch ? reinterpret_cast<const char*>(text)
-                                                                            : nullptr;
+  return calls().pattern_get_string(pattern, object, which, &text) == FcResultMatch
+             ? reinterpret_cast<const char*>(text)
+             : nullptr;
 }
 
 int number_of(const FcPattern* pattern, const char* object, int otherwise) {
   int number = 0;
-  return FcPatternGetInteger(pattern, object, 0, &number) == FcResultMatch ? number : otherwise;
+  return calls().pattern_get_integer(pattern, object, 0, &number) == FcResultMatch ? number : otherwise;
 }
 
 void add_pattern(FontNames& names, const FcPattern* pattern, int origin) {
@@ -33,7 +72,7 @@ void add_pattern(FontNames& names, const FcPattern* pattern, int origin) {
       (std::strcmp(format, "TrueType") != 0 && std::strcmp(format, "CFF") != 0))
     return;
   FontStyle style;
-  style.weight = FcWeightToOpenType(number_of(pattern, FC_WEIGHT, FC_WEIGHT_REGULAR));
+  style.weight = calls().weight_to_opentype(number_of(pattern, FC_WEIGHT, FC_WEIGHT_REGULAR));
   style.width = number_of(pattern, FC_WIDTH, FC_WIDTH_NORMAL);
   style.slanted = number_of(pattern, FC_SLANT, FC_SLANT_ROMAN) != FC_SLANT_ROMAN;
   const int file = names.add_file(path, origin);
@@ -50,21 +89,23 @@ void add_pattern(FontNames& names, const FcPattern* pattern, int origin) {
 }  // namespace
 
 void add_system_fonts(FontNames& names, int origin) {
-  FcConfig* const config = FcInitLoadConfigAndFonts();
+  if (!calls().complete)
+    return;
+  FcConfig* const config = calls().init_load_config_and_fonts();
   if (config == nullptr)
     return;
-  const ScopeGuard free_config([config] { FcConfigDestroy(config); });
-  FcPattern* const all = FcPatternCreate();
-  FcObjectSet* const wanted = FcObjectSetBuild(FC_FAMILY, FC_FULLNAME, FC_POSTSCRIPT_NAME, FC_FILE, FC_INDEX, FC_WEIGHT,
-                                               FC_WIDTH, FC_SLANT, FC_FONTFORMAT, nullptr);
-  FcFontSet* const fonts = FcFontList(config, all, wanted);
+  const ScopeGuard free_config([config] { calls().config_destroy(config); });
+  FcPattern* const all = calls().pattern_create();
+  FcObjectSet* const wanted = calls().object_set_build(FC_FAMILY, FC_FULLNAME, FC_POSTSCRIPT_NAME, FC_FILE, FC_INDEX,
+                                                       FC_WEIGHT, FC_WIDTH, FC_SLANT, FC_FONTFORMAT, nullptr);
+  FcFontSet* const fonts = calls().font_list(config, all, wanted);
   if (fonts != nullptr) {
     for (int i = 0; i < fonts->nfont; ++i)
       add_pattern(names, fonts->fonts[i], origin);
-    FcFontSetDestroy(fonts);
+    calls().font_set_destroy(fonts);
   }
-  FcObjectSetDestroy(wanted);
-  FcPatternDestroy(all);
+  calls().object_set_destroy(wanted);
+  calls().pattern_destroy(all);
 }
 
 #else

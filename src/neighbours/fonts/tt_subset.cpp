@@ -2,6 +2,7 @@
 #include <hb-subset.h>
 
 #include "base/heap.h"
+#include "neighbours/fonts/lazy_library_internal.h"
 #include "base/scope_guard.h"
 #include "neighbours/fonts/tt_bytes_internal.h"
 #include "neighbours/fonts/tt_writer.h"
@@ -26,6 +27,49 @@ bool is_kept(std::uint32_t tag, bool keeps_instructions) {
   return false;
 }
 
+struct SubsetterCalls {
+  decltype(&hb_blob_create) blob_create;
+  decltype(&hb_blob_destroy) blob_destroy;
+  decltype(&hb_blob_get_data) blob_get_data;
+  decltype(&hb_blob_reference) blob_reference;
+  decltype(&hb_face_create_for_tables) face_create_for_tables;
+  decltype(&hb_face_destroy) face_destroy;
+  decltype(&hb_face_reference_blob) face_reference_blob;
+  decltype(&hb_set_add) set_add;
+  decltype(&hb_subset_input_create_or_fail) subset_input_create_or_fail;
+  decltype(&hb_subset_input_destroy) subset_input_destroy;
+  decltype(&hb_subset_input_glyph_set) subset_input_glyph_set;
+  decltype(&hb_subset_input_set) subset_input_set;
+  decltype(&hb_subset_input_set_flags) subset_input_set_flags;
+  decltype(&hb_subset_or_fail) subset_or_fail;
+  bool complete;
+};
+
+SubsetterCalls find_calls() {
+  SubsetterCalls found{};
+  [[maybe_unused]] void* const library = load_library("libharfbuzz-subset.so.0");
+  found.complete = SHEAF_CALL(library, found.blob_create, hb_blob_create) &&
+                   SHEAF_CALL(library, found.blob_destroy, hb_blob_destroy) &&
+                   SHEAF_CALL(library, found.blob_get_data, hb_blob_get_data) &&
+                   SHEAF_CALL(library, found.blob_reference, hb_blob_reference) &&
+                   SHEAF_CALL(library, found.face_create_for_tables, hb_face_create_for_tables) &&
+                   SHEAF_CALL(library, found.face_destroy, hb_face_destroy) &&
+                   SHEAF_CALL(library, found.face_reference_blob, hb_face_reference_blob) &&
+                   SHEAF_CALL(library, found.set_add, hb_set_add) &&
+                   SHEAF_CALL(library, found.subset_input_create_or_fail, hb_subset_input_create_or_fail) &&
+                   SHEAF_CALL(library, found.subset_input_destroy, hb_subset_input_destroy) &&
+                   SHEAF_CALL(library, found.subset_input_glyph_set, hb_subset_input_glyph_set) &&
+                   SHEAF_CALL(library, found.subset_input_set, hb_subset_input_set) &&
+                   SHEAF_CALL(library, found.subset_input_set_flags, hb_subset_input_set_flags) &&
+                   SHEAF_CALL(library, found.subset_or_fail, hb_subset_or_fail);
+  return found;
+}
+
+const SubsetterCalls& calls() {
+  static const SubsetterCalls found = find_calls();
+  return found;
+}
+
 // The tables that a subset is made from. Each is loaded once and stays to the end: the subsetter
 // keeps pointers into tables beyond its own hold on them.
 class LoadedTables {
@@ -37,10 +81,10 @@ public:
       std::uint32_t length = 0;
       std::uint8_t* const block = parser.load(table.tag, length);
       hb_blob_t* const blob =
-          hb_blob_create(reinterpret_cast<const char*>(block), length, HB_MEMORY_MODE_WRITABLE, block, QVFree);
+          calls().blob_create(reinterpret_cast<const char*>(block), length, HB_MEMORY_MODE_WRITABLE, block, QVFree);
       is_complete_ = is_complete_ && block != nullptr;
       if (!tables_.push({table.tag, blob})) {
-        hb_blob_destroy(blob);
+        calls().blob_destroy(blob);
         is_complete_ = false;
       }
     }
@@ -49,7 +93,7 @@ public:
   LoadedTables& operator=(const LoadedTables&) = delete;
   ~LoadedTables() {
     for (const Table& table : tables_)
-      hb_blob_destroy(table.blob);
+      calls().blob_destroy(table.blob);
   }
 
   bool is_complete() const { return is_complete_; }
@@ -57,7 +101,7 @@ public:
   static hb_blob_t* give(hb_face_t*, hb_tag_t tag, void* context) {
     for (const Table& table : static_cast<const LoadedTables*>(context)->tables_) {
       if (table.tag == tag)
-        return hb_blob_reference(table.blob);
+        return calls().blob_reference(table.blob);
     }
     return nullptr;
   }
@@ -76,38 +120,40 @@ void set_up(hb_subset_input_t* input, const CQVTTParser& parser, const CQVTTCode
   unsigned flags = HB_SUBSET_FLAGS_RETAIN_GIDS | HB_SUBSET_FLAGS_NOTDEF_OUTLINE;
   if (!keeps_instructions)
     flags |= HB_SUBSET_FLAGS_NO_HINTING;
-  hb_subset_input_set_flags(input, flags);
-  hb_set_t* const glyphs = hb_subset_input_glyph_set(input);
+  calls().subset_input_set_flags(input, flags);
+  hb_set_t* const glyphs = calls().subset_input_glyph_set(input);
   for (std::uint32_t i = 0; i < codes.count; ++i)
-    hb_set_add(glyphs, codes.glyphs[i]);
-  hb_set_t* const dropped = hb_subset_input_set(input, HB_SUBSET_SETS_DROP_TABLE_TAG);
+    calls().set_add(glyphs, codes.glyphs[i]);
+  hb_set_t* const dropped = calls().subset_input_set(input, HB_SUBSET_SETS_DROP_TABLE_TAG);
   for (const PDF_TT_TABLE& table : parser.tables) {
     if (!is_kept(table.tag, keeps_instructions))
-      hb_set_add(dropped, table.tag);
+      calls().set_add(dropped, table.tag);
   }
 }
 
 }  // namespace
 
 int CQVTTWriter::save_subset(CQVStream* out, const CQVTTCodesRec& codes) {
+  if (!calls().complete)
+    return 1;
   LoadedTables tables(parser_, codes.keeps_instructions != 0);
   if (!tables.is_complete())
     return 1;
-  hb_face_t* const source = hb_face_create_for_tables(LoadedTables::give, &tables, nullptr);
-  const ScopeGuard free_source([source] { hb_face_destroy(source); });
-  hb_subset_input_t* const input = hb_subset_input_create_or_fail();
+  hb_face_t* const source = calls().face_create_for_tables(LoadedTables::give, &tables, nullptr);
+  const ScopeGuard free_source([source] { calls().face_destroy(source); });
+  hb_subset_input_t* const input = calls().subset_input_create_or_fail();
   if (input == nullptr)
     return 1;
-  const ScopeGuard free_input([input] { hb_subset_input_destroy(input); });
+  const ScopeGuard free_input([input] { calls().subset_input_destroy(input); });
   set_up(input, parser_, codes);
-  hb_face_t* const subset = hb_subset_or_fail(source, input);
+  hb_face_t* const subset = calls().subset_or_fail(source, input);
   if (subset == nullptr)
     return 1;
-  hb_blob_t* const program = hb_face_reference_blob(subset);
-  hb_face_destroy(subset);
+  hb_blob_t* const program = calls().face_reference_blob(subset);
+  calls().face_destroy(subset);
   unsigned length = 0;
-  const char* const bytes = hb_blob_get_data(program, &length);
+  const char* const bytes = calls().blob_get_data(program, &length);
   const bool written = length != 0 && out->Write(bytes, length) == length;
-  hb_blob_destroy(program);
+  calls().blob_destroy(program);
   return written ? 0 : 1;
 }
