@@ -32,10 +32,10 @@ bool read_whole(const std::string& path, std::string& bytes) {
   return in.is_open() && !in.bad();
 }
 
-// Changes an item of an image that was just made.
+// Changes an item of an image that was just made, if it was.
 template <class Set>
 void change_image(CPDFXRefTable& table, const PDF_REF& ref, const Set& set) {
-  PDF_NEWOBJ* slot = table.get_xref2(ref.num, ref.gen);
+  PDF_NEWOBJ* slot = ref.num != 0 ? table.get_xref2(ref.num, ref.gen) : nullptr;
   CPDFStreamRec* rec = slot != nullptr ? slot->obj.as_stream() : nullptr;
   if (rec != nullptr)
     set(rec->dict);
