@@ -145,3 +145,10 @@ struct FontsOptions {
   bool json = false;
 };
 int run_fonts(const FontsOptions& options);
+
+struct MapOptions {
+  std::string file;
+  PasswordOptions password;
+  std::string output;  ///< Empty: standard output.
+};
+int run_map(const MapOptions& options);

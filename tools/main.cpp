@@ -169,6 +169,12 @@ int main(int argc, char** argv) {
   add_file(*command, fonts.file);
   command->add_flag("--json", fonts.json, "One JSON object");
 
+  MapOptions map;
+  command =
+      add_command(app, "map", "A picture of the file's bytes: kinds, filters, saves, leftovers", map, run_map, code);
+  add_file(*command, map.file);
+  command->add_option("-o,--output", map.output, "The SVG file to write; else standard output");
+
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
