@@ -73,30 +73,36 @@ void try_programs(const Input& input) {
   delete face;
 }
 
-// A folder of the process's own with one file in it.
-const std::string& folder() {
-  static const std::string path = [] {
-    std::string name = "/tmp/sheaf_font_fuzz_XXXXXX";
-    if (mkdtemp(name.data()) == nullptr)
+// A folder of the process's own, which goes with it, for one file.
+class FontFolder {
+public:
+  FontFolder() {
+    if (mkdtemp(path_.data()) == nullptr)
       std::abort();
-    std::atexit([] {
-      unlink((folder() + "/f.ttf").c_str());
-      rmdir(folder().c_str());
-    });
-    return name;
-  }();
-  return path;
-}
+  }
+  FontFolder(const FontFolder&) = delete;
+  FontFolder& operator=(const FontFolder&) = delete;
+  ~FontFolder() {
+    unlink(file().c_str());
+    rmdir(path_.c_str());
+  }
+  const std::string& path() const { return path_; }
+  std::string file() const { return path_ + "/f.ttf"; }
+
+private:
+  std::string path_ = "/tmp/sheaf_font_fuzz_XXXXXX";
+};
 
 void try_document(const Input& input) {
-  std::FILE* const out = std::fopen((folder() + "/f.ttf").c_str(), "wb");
+  static const FontFolder folder;
+  std::FILE* const out = std::fopen(folder.file().c_str(), "wb");
   if (out == nullptr)
     return;
   std::fwrite(input.data, 1, static_cast<std::size_t>(input.size), out);
   std::fclose(out);
   CPDFEnviroment* const env = new CPDFEnviroment;
   env->use_system_fonts(0);
-  env->add_font_folder(folder().c_str());
+  env->add_font_folder(folder.path().c_str());
   const ScopeGuard release([env] { CPDFEnviroment::destroy(env); });
   CPDFXRefTable table;
   CQVStreamMem file;

@@ -3,7 +3,6 @@
 // differences, which FontForm names.
 #include <array>
 #include <cstring>
-#include <new>
 
 #include "base/heap.h"
 #include "base/scope_guard.h"

@@ -70,6 +70,9 @@ TEST_F(Environment, FacesAreSharedAndAllGivenBack) {
   EXPECT_EQ(static_cast<CQVFTFont*>(second.get_font_ext("test sans"))->glyph_index('A'), 1U);
   env->release_face("Test Sans");
   EXPECT_EQ(env->faces_in_use(), 2) << "nobody took it from this copy";
+  second.set_envirment(env, "again");
+  EXPECT_EQ(env->faces_in_use(), 0) << "a new environment takes nothing over from the one before";
+  EXPECT_NE(second.get_font_ext("test sans"), nullptr);
   second.XRefFree();
   EXPECT_EQ(env->faces_in_use(), 0);
 }

@@ -154,6 +154,37 @@ TEST(FontProgram, WhatCannotBeEmbeddedIsRefused) {
   EXPECT_EQ(CQVFTFont::open(&stream, -1), nullptr);
 }
 
+// Sixty composite glyphs, each of them twice the one before: 2 to the 60 parts, and none has a point.
+TEST(FontProgram, PartsOfPartsComeToAnEnd) {
+  constexpr int kGlyphs = 62;
+  FontBuilder face = plain_face();
+  face.simple_glyphs = kGlyphs - 2;
+  std::string glyf;
+  std::string loca = FontBuilder::u32(0);
+  for (int glyph = 0; glyph < kGlyphs; ++glyph) {
+    const std::string part = FontBuilder::u16(glyph - 1) + FontBuilder::u32(0);
+    if (glyph > 1)
+      glyf += FontBuilder::u16(-1) + std::string(8, '\0') + FontBuilder::u16(0x23) + part + FontBuilder::u16(3) + part +
+              std::string(2, '\0');
+    loca += FontBuilder::u32(static_cast<std::uint32_t>(glyf.size()));
+  }
+  face.replaced = {{"glyf", glyf}, {"loca", loca}};
+  face.characters = {{'l', kGlyphs - 1}};
+  face.vertical_metrics = {{2000, 1760}};
+  MemStream stream(face.build());
+  CQVFTFont* const font = CQVFTFont::open(&stream, 0);
+  ASSERT_NE(font, nullptr);
+  int advance = 0;
+  int origin = 0;
+  EXPECT_EQ(font->stem_width(), 0);
+  EXPECT_FALSE(font->vertical_metrics(kGlyphs - 1, advance, origin));
+  delete font;
+  EXPECT_NE(program_of(face.build(), 0, nullptr, 1, 0, 0), "") << "such glyphs are empty";
+  const std::uint16_t glyphs[] = {0, kGlyphs - 1};
+  CQVTTCodesRec codes{glyphs, 2, 0};
+  program_of(face.build(), 0, &codes);
+}
+
 TEST(FontProgram, EveryPrefixIsSafeAndLeaksNothing) {
   FontBuilder face = plain_face();
   face.vertical_forms = {{1, 9}, {2, 8}};

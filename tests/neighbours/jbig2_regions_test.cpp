@@ -279,6 +279,86 @@ TEST(Jbig2Symbols, StatisticsGoOnInALaterDictionary) {
   EXPECT_EQ(Decoded(page_of(expected, bytes)).page(), expected);
 }
 
+// Bits written as text, padded to whole bytes.
+std::string packed(const std::string& bits) {
+  std::string bytes;
+  for (std::size_t i = 0; i < bits.size(); ++i) {
+    if (i % 8 == 0)
+      bytes += '\0';
+    if (bits[i] == '1')
+      bytes.back() = static_cast<char>(bytes.back() | 0x80 >> i % 8);
+  }
+  return bytes;
+}
+
+// A number below 16 by Table B.1.
+std::string small_number(std::size_t number) {
+  std::string bits = "0";
+  for (int i = 3; i >= 0; --i)
+    bits += (number >> i & 1) != 0 ? '1' : '0';
+  return bits;
+}
+
+// One symbol that refines another, and one of two others of which the second is refined.
+TEST(Jbig2Symbols, HuffmanCodedRefinementsAndAggregates) {
+  const std::vector<Picture> first = {Picture::sample(8, 8, 1), Picture::sample(8, 8, 2)};
+  Picture refined = first[0];
+  refined.set(3, 3, 1);
+  refined.set(5, 6, 1);
+  Picture other = first[1];
+  other.set(1, 6, 1);
+  Picture both(16, 8);
+  combine(both, first[0], 0, 0, 0);
+  combine(both, other, 7, 0, 0);
+  Contexts contexts;
+  const auto refinement = [&](const Picture& picture, const Picture& reference) {
+    ArithmeticEncoder encoder;
+    encode_refinement(encoder, contexts, picture, reference, 0, 0, 1, false);
+    return encoder.finish();
+  };
+  const std::string one = refinement(refined, first[0]);
+  const std::string two = refinement(other, first[1]);
+  // The height and the width 8, one instance: ID 0 at 0, 0.
+  std::string body = packed(
+                         "1110100"
+                         "1110101"
+                         "00001"
+                         "00"
+                         "0"
+                         "0" +
+                         small_number(one.size())) +
+                     one;
+  // The width 8 more, two instances from T 0, S 0: ID 0 as it is, ID 1 refined right behind.
+  body += packed(
+              "1110101"
+              "00010"
+              "0"
+              "0"
+              "000000000"
+              "00"
+              "0"
+              "000"
+              "01"
+              "1"
+              "0000" +
+              small_number(two.size())) +
+          two;
+  // The ends of the strip and of the class; two symbols that are not exported and two that are.
+  body += packed(
+      "01"
+      "111111"
+      "00010"
+      "00010");
+  body = u16(1 | 2 | 0x1000) + u32(2) + u32(2) + body;
+  Picture expected(60, 20);
+  combine(expected, refined, 5, 6, 0);
+  combine(expected, both, 30, 7, 0);
+  const std::string stream = page_of(
+      expected, segment(1, 0, {}, dictionary_body(first)) + segment(2, 0, {1}, body) +
+                    segment(3, kImmediateText, {2}, text_body({refined, both}, {{0, 5, 6}, {1, 30, 7}}, expected, {})));
+  EXPECT_EQ(Decoded(stream).page(), expected);
+}
+
 // A grid that leaves the region on all sides, turned, of which only cells that show are coded.
 TEST(Jbig2Halftone, SkippedCellsAreNotCoded) {
   constexpr int kWidth = 5, kHeight = 4, kCount = 6, kColumns = 14, kRows = 12;

@@ -59,6 +59,19 @@ TEST(Access, MissingObjectsAndReferenceCyclesAreNull) {
   EXPECT_EQ(t.object(-1), "null");
 }
 
+TEST(Access, AnItemOfTheOutputItselfCanBeResolved) {
+  PdfBuilder builder;
+  builder.obj(1, "(the target)").classic("");
+  TestTable t(builder.str());
+  t.table.XRefRead(static_cast<unsigned>(builder.last_section()));
+  for (const char* array : {"[1 0 R]", "[(the target)]"}) {
+    Freed<CPDFObj> obj;
+    read_value(obj, array);
+    t.table.resolve(obj, obj.as_array()->get(0));
+    EXPECT_STREQ(obj.as_text(), "the target");
+  }
+}
+
 TEST(Access, ObjectStreamsAreReadInSequenceAndKept) {
   PdfBuilder builder;
   builder.pages(1).object_stream(9, {{4, "(four)"}, {5, "<</A 6 0 R>>"}, {6, "6"}, {7, "stray [7]"}}).xref_stream(10);

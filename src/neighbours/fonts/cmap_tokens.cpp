@@ -1,5 +1,7 @@
 #include "neighbours/fonts/cmap_tokens.h"
 
+#include <algorithm>
+
 #include "base/chars.h"
 
 namespace {
@@ -105,26 +107,26 @@ void CMapTokens::keep(char c) {
 // What is no digit is passed over; an odd last digit counts as followed by 0. Another < ends the
 // string too: its own end was lost, and the next string need not be.
 CMapToken CMapTokens::read_hex_string() {
-  kept_ = 0;
-  int high = -1;
-  for (++at_; at_ < end_ && *at_ != '>' && *at_ != '<'; ++at_) {
-    const int digit = hex_value(*at_);
+  const char* at = at_ + 1;  // locals, as the bytes written could otherwise be these members
+  std::size_t digits = 0;
+  unsigned value = 0;
+  for (; at < end_ && *at != '>' && *at != '<'; ++at) {
+    const int digit = hex_value(*at);
     if (digit < 0)
       continue;
-    if (high < 0) {
-      high = digit;
-      continue;
-    }
-    keep(static_cast<char>(high << 4 | digit));
-    high = -1;
+    value = value << 4 | static_cast<unsigned>(digit);
+    if (digits % 2 != 0 && digits / 2 < kMostString)
+      buffer_[digits / 2] = static_cast<char>(value);
+    ++digits;
   }
-  if (at_ == end_)
+  at_ = at;
+  if (at == end_)
     return CMapToken::kEnd;
-  if (high >= 0)
-    keep(static_cast<char>(high << 4));
-  if (*at_ == '>')
+  if (digits % 2 != 0 && digits / 2 < kMostString)
+    buffer_[digits / 2] = static_cast<char>(value << 4);
+  if (*at == '>')
     ++at_;
-  text_ = {buffer_, kept_};
+  text_ = {buffer_, std::min((digits + 1) / 2, kMostString)};
   return CMapToken::kString;
 }
 

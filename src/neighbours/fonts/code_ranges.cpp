@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 #include <iterator>
+#include <utility>
 
 namespace {
 
@@ -14,12 +15,36 @@ bool comes_before(const Entry& a, const Entry& b) {
   return a.range.lo != b.range.lo ? a.range.lo < b.range.lo : a.order < b.order;
 }
 
-bool is_sorted_and_apart(const GrowArray<Entry>& entries) {
-  for (std::size_t i = 1; i < entries.size(); ++i) {
-    const Entry& last = entries[i - 1];
-    if (entries[i].bytes < last.bytes || (entries[i].bytes == last.bytes && entries[i].range.lo <= last.range.hi))
-      return false;
+// Where the run that begins at `from` ends: entries that are in order already.
+std::size_t run_end(const Entry* entries, std::size_t from, std::size_t count) {
+  std::size_t end = from + 1;
+  while (end < count && !comes_before(entries[end], entries[end - 1]))
+    ++end;
+  return std::min(end, count);
+}
+
+// Merges pairs of runs until one is left: maps are written in a few long runs, and most in one. False
+// when there is no memory.
+bool sort_runs(GrowArray<Entry>& entries) {
+  const std::size_t count = entries.size();
+  GrowArray<Entry> spare;
+  Entry* from = entries.begin();
+  if (run_end(from, 0, count) == count)
+    return true;
+  if (!spare.resize(count))
+    return false;
+  Entry* to = spare.begin();
+  for (std::size_t first_run = 0; first_run < count; std::swap(from, to)) {
+    for (std::size_t at = 0; at < count;) {
+      const std::size_t middle = run_end(from, at, count);
+      const std::size_t end = middle < count ? run_end(from, middle, count) : count;
+      std::merge(from + at, from + middle, from + middle, from + end, to + at, comes_before);
+      first_run = at == 0 ? end : first_run;
+      at = end;
+    }
   }
+  if (from != entries.begin())
+    std::copy(from, from + count, entries.begin());
   return true;
 }
 
@@ -31,7 +56,9 @@ public:
 
   bool run() {
     while (next_ < entries_.size()) {
-      if (!run_length())
+      const Entry& entry = entries_[next_];
+      const bool emitted = stands_alone() ? emit(entry, entry.range.lo, entry.range.hi) : run_overlaps();
+      if (!emitted)
         return false;
     }
     return true;
@@ -39,13 +66,19 @@ public:
   const GrowArray<Entry>& pieces() const { return pieces_; }
 
 private:
-  // The entries of one code length.
-  bool run_length() {
+  // Whether the next entry ends in front of the one behind it, as most do; it is passed then.
+  bool stands_alone() {
+    const Entry& entry = entries_[next_];
+    const Entry* behind = next_ + 1 < entries_.size() ? &entries_[next_ + 1] : nullptr;
+    const bool alone = behind == nullptr || behind->bytes != entry.bytes || behind->range.lo > entry.range.hi;
+    next_ += alone ? 1 : 0;
+    return alone;
+  }
+  // The next entry and all that hang together with it.
+  bool run_overlaps() {
     const std::uint32_t bytes = entries_[next_].bytes;
-    std::uint64_t code = 0;
-    while (has_next(bytes) || !open_.empty()) {
-      if (open_.empty())
-        code = entries_[next_].range.lo;
+    std::uint64_t code = entries_[next_].range.lo;
+    do {
       for (; has_next(bytes) && entries_[next_].range.lo <= code; ++next_) {
         if (!open(next_))
           return false;
@@ -61,7 +94,7 @@ private:
       if (!emit(top, static_cast<std::uint32_t>(code), static_cast<std::uint32_t>(last)))
         return false;
       code = last + 1;
-    }
+    } while (!open_.empty());
     return true;
   }
   bool has_next(std::uint32_t bytes) const { return next_ < entries_.size() && entries_[next_].bytes == bytes; }
@@ -107,10 +140,8 @@ void CodeRangeList::add(int bytes, const PDF_CODE_RANGE& range) {
 
 bool CodeRanges::build(CodeRangeList& list, bool (*rises)(std::uint32_t value)) {
   GrowArray<Entry>& entries = list.entries();
-  if (!is_sorted_and_apart(entries))
-    std::sort(entries.begin(), entries.end(), comes_before);
   Sweep sweep(entries, rises);
-  if (!sweep.run())
+  if (!sort_runs(entries) || !sweep.run())
     return false;
   const GrowArray<Entry>& pieces = sweep.pieces();
   QVFree(items_);

@@ -135,7 +135,8 @@ int CQVFTFont::units_per_em() const {
 
 int CQVFTFont::advance(std::uint32_t glyph) {
   FT_Fixed advance = 0;
-  return FT_Get_Advance(face_of(*this), glyph, FT_LOAD_NO_SCALE, &advance) == 0 ? static_cast<int>(advance) : 0;
+  constexpr FT_Int32 kFromTable = FT_LOAD_NO_SCALE | static_cast<FT_Int32>(FT_ADVANCE_FLAG_FAST_ONLY);
+  return FT_Get_Advance(face_of(*this), glyph, kFromTable, &advance) == 0 ? static_cast<int>(advance) : 0;
 }
 
 bool CQVFTFont::has_vertical_metrics() const {
@@ -144,7 +145,7 @@ bool CQVFTFont::has_vertical_metrics() const {
 
 bool CQVFTFont::vertical_metrics(std::uint32_t glyph, int& advance, int& origin_y) {
   FT_Face const face = face_of(*this);
-  if (!has_vertical_metrics() || FT_Load_Glyph(face, glyph, FT_LOAD_NO_SCALE) != 0)
+  if (!has_vertical_metrics() || !load_glyph(glyph))
     return false;
   const FT_Glyph_Metrics& metrics = face->glyph->metrics;
   const FT_Pos em = units_per_em();

@@ -54,6 +54,8 @@ public:
 private:
   CQVFTFont() = default;
   bool start(CQVStream* stream, int index);
+  /// Loads a glyph in font units. False when it cannot be loaded or is made of too many parts.
+  bool load_glyph(std::uint32_t glyph);
 
   friend class StyledOutline;
 

@@ -9,9 +9,6 @@
 #include <cstddef>
 #include <cstdint>
 
-// Inside the loops over pixels all of the decoder has to stand in registers.
-#define JB2_HOT [[gnu::always_inline]]
-
 namespace jb2 {
 
 /// What stands for a value where there is none. Both are beyond all that can be coded.
@@ -27,27 +24,29 @@ struct Estimate {
 /// Indexed by a context.
 extern const std::array<Estimate, 94> kEstimates;
 
+/// Inside the loops over pixels a copy of the decoder stands in registers, for which all that such
+/// a loop calls must be inline.
 class ArithmeticDecoder {
 public:
   ArithmeticDecoder(const std::uint8_t* data, std::size_t size);
 
   /// Decodes one decision in `context`.
-  JB2_HOT inline unsigned bit(std::uint8_t& context) {
+  [[gnu::always_inline]] inline unsigned bit(std::uint8_t& context) {
     const unsigned state = context;
     return expected(state) ? state & 1 : unexpected(context);
   }
 
   /// The two halves of `bit`, for loops that know the context's `state` ahead of its address: true
   /// when the more probable value came and nothing else changes; else `unexpected` gives the value.
-  JB2_HOT inline bool expected(unsigned state) {
+  [[gnu::always_inline]] inline bool expected(unsigned state) {
     a_ -= kEstimates[state].qe;
     return c_ >> 16 < a_ && a_ >= kHalf;
   }
-  JB2_HOT inline unsigned unexpected(std::uint8_t& context);
+  [[gnu::always_inline]] inline unsigned unexpected(std::uint8_t& context);
 
   /// Decodes up to `most` decisions in `context`, whose more probable value is 0, and stops behind
   /// the first 1. Gives the count of zeros; `has_one` tells whether a 1 came behind them.
-  JB2_HOT inline unsigned zeros(std::uint8_t& context, unsigned most, bool& has_one);
+  [[gnu::always_inline]] inline unsigned zeros(std::uint8_t& context, unsigned most, bool& has_one);
 
   /// The data ended long ago: what comes out now is not coded anywhere.
   bool exhausted() const { return missing_ > kMostMissing; }
@@ -58,8 +57,8 @@ private:
   static constexpr unsigned kMostMissing = 32;
   static constexpr std::uint32_t kHalf = 0x8000;
 
-  JB2_HOT inline void byte_in();
-  JB2_HOT inline void renormalise();
+  [[gnu::always_inline]] inline void byte_in();
+  [[gnu::always_inline]] inline void renormalise();
 
   const std::uint8_t* next_;
   const std::uint8_t* end_;

@@ -13,7 +13,8 @@ namespace jb2 {
 namespace {
 
 constexpr unsigned kWordBits = 64;
-constexpr std::int64_t kMostPixels = std::numeric_limits<std::int32_t>::max();
+constexpr std::int64_t kMostBytes = std::numeric_limits<std::int32_t>::max();
+constexpr std::int64_t kMostExtent = 1 << 30;  // eight times a row's bytes still fit 32 bits
 
 // 64 bits from any bit of a row on; up to nine bytes are touched.
 std::uint64_t load_bits(const std::uint8_t* row, std::size_t bit) {
@@ -101,10 +102,10 @@ std::int64_t bitmap_cost(const QVJB2_Bitmap& bitmap) {
 }
 
 QVJB2_Bitmap* bitmap_new(Limits& limits, std::int64_t width, std::int64_t height) {
-  if (width < 0 || height < 0 || width > kMostPixels || height > kMostPixels)
+  if (width < 0 || height < 0 || width > kMostExtent || height > kMostExtent)
     return nullptr;
   const std::int64_t size = block_size(stride_of(width), height);  // no overflow: both fit 32 bits
-  if (size > kMostPixels || !limits.take(size))
+  if (size > kMostBytes || !limits.take(size))
     return nullptr;
   auto* bitmap = static_cast<QVJB2_Bitmap*>(QVCalloc(1, static_cast<std::size_t>(size)));
   if (bitmap == nullptr) {
@@ -126,12 +127,12 @@ void bitmap_release(QVJB2_Bitmap* bitmap) {
 
 bool bitmap_grow(Limits& limits, QVJB2_Bitmap*& bitmap, std::int64_t height, bool black) {
   const std::int64_t stride = bitmap->stride;
-  if (height < 0 || height > kMostPixels || block_size(stride, height) > kMostPixels)
+  if (height < 0 || height > kMostExtent || block_size(stride, height) > kMostBytes)
     return false;
   if (height > bitmap->room) {
     // By half at least: a page of many low stripes must not be copied at each of them.
     const std::int64_t ample = bitmap->room + bitmap->room / 2;
-    const std::int64_t room = ample > height && block_size(stride, ample) <= kMostPixels ? ample : height;
+    const std::int64_t room = ample > height && block_size(stride, ample) <= kMostBytes ? ample : height;
     const std::int64_t more = stride * (room - bitmap->room);
     if (!limits.take(more))
       return false;

@@ -115,70 +115,105 @@ private:
   std::uint16_t both_;
 };
 
-// One row with all pixels at their nominal places.
+// One row with all pixels at their nominal places, a byte at a time.
 template <unsigned kTemplate>
-void decode_row(ArithmeticDecoder& shared, std::uint8_t* contexts, const Rows& rows) {
-  constexpr Shape kShape = kShapes[kTemplate];
-  constexpr unsigned kBefore = (1u << kShape.before) - 1;
-  constexpr int kAhead = 15;  // the present byte's first pixel stands here in the registers below
-  ArithmeticDecoder decoder = shared;
-  unsigned two_up = byte_at(rows.two_up, 0, rows.stride);
-  unsigned one_up = byte_at(rows.one_up, 0, rows.stride);
-  unsigned present = 0;
-  std::int32_t white = 0;  // both rows above are white from here back to the present byte, once looked at
-  for (std::int32_t i = 0; i < rows.stride;) {
-    two_up = (two_up << 8 | byte_at(rows.two_up, i + 1, rows.stride)) & 0xFFFFFF;
-    one_up = (one_up << 8 | byte_at(rows.one_up, i + 1, rows.stride)) & 0xFFFFFF;
-    int pixel = 0;
-    if ((two_up | one_up | (present & kBefore)) == 0 && (contexts[0] & 1) == 0) {
-      white = std::max(white, i + 2);
-      if (white < rows.stride)
-        white = white_until(rows, white);
-      const std::int32_t bytes = white >= rows.stride ? rows.stride - i : white - 1 - i;
-      bool has_one;
-      const auto most = static_cast<unsigned>(std::min(bytes * std::int64_t{8}, rows.width - std::int64_t{8} * i));
-      const unsigned zeros = decoder.zeros(contexts[0], most, has_one);
-      present = has_one ? 1 : 0;
-      i += static_cast<std::int32_t>(zeros / 8);
-      if (zeros == most) {
-        if (i >= rows.stride || zeros % 8 != 0)
-          break;
-        // The byte at `i` has not been looked at yet; those before it were white.
-        two_up = byte_at(rows.two_up, i, rows.stride);
-        one_up = byte_at(rows.one_up, i, rows.stride);
+class RowDecoder {
+public:
+  RowDecoder(const ArithmeticDecoder& decoder, std::uint8_t* contexts, const Rows& rows)
+      : decoder_(decoder), contexts_(contexts), rows_(rows) {
+    look_at(0);
+  }
+
+  [[gnu::always_inline]] inline ArithmeticDecoder run() {
+    while (byte_ < rows_.stride) {
+      look_at(byte_ + 1);
+      int first = 0;
+      if ((two_up_ | one_up_ | (present_ & kBefore)) == 0 && (contexts_[0] & 1) == 0 && pass_white(first))
         continue;
-      }
-      pixel = static_cast<int>(zeros % 8) + 1;
-      two_up = byte_at(rows.two_up, i + 1, rows.stride);
-      one_up = byte_at(rows.one_up, i + 1, rows.stride);
+      decode_byte(first);
     }
-    const int end = std::min(8, rows.width - 8 * i);
-    const auto above = [&](int at) {
-      unsigned context = (one_up >> (kAhead - at - kShape.one_up.right) & kShape.one_up.mask()) << kShape.one_up.shift;
-      if constexpr (kTemplate != 3)
-        context |= (two_up >> (kAhead - at - kShape.two_up.right) & kShape.two_up.mask()) << kShape.two_up.shift;
+    return decoder_;
+  }
+
+private:
+  static constexpr Shape kShape = kShapes[kTemplate];
+  static constexpr unsigned kBefore = (1u << kShape.before) - 1;
+  static constexpr int kAhead = 15;  // the place of the present byte's first pixel in the windows
+
+  // Moves the windows on, by a byte, to end in byte `index` of the rows above.
+  [[gnu::always_inline]] inline void look_at(std::int32_t index) {
+    two_up_ = (two_up_ << 8 | byte_at(rows_.two_up, index, rows_.stride)) & 0xFFFFFF;
+    one_up_ = (one_up_ << 8 | byte_at(rows_.one_up, index, rows_.stride)) & 0xFFFFFF;
+  }
+
+  // Decodes white pixels as far as the rows above are white. True when the present byte is then one
+  // that nothing is known of; false when a black pixel came in it, in front of pixel `first`.
+  [[gnu::always_inline]] inline bool pass_white(int& first) {
+    white_ = std::max(white_, byte_ + 2);
+    if (white_ < rows_.stride)
+      white_ = white_until(rows_, white_);
+    // The last white byte above is still to be looked at from the byte below it.
+    const std::int32_t bytes = white_ >= rows_.stride ? rows_.stride - byte_ : white_ - 1 - byte_;
+    const auto most = static_cast<unsigned>(std::min(bytes * 8, rows_.width - byte_ * 8));
+    bool has_one;
+    const unsigned zeros = decoder_.zeros(contexts_[0], most, has_one);
+    byte_ += has_one ? static_cast<std::int32_t>(zeros / 8) : bytes;
+    present_ = has_one ? 1 : 0;
+    first = static_cast<int>(zeros % 8) + 1;
+    two_up_ = one_up_ = 0;
+    look_at(has_one ? byte_ + 1 : byte_);
+    return !has_one;
+  }
+
+  // The part of a context that comes from the rows above, whose windows stand shifted to the pixel.
+  [[gnu::always_inline]] static inline unsigned above(unsigned two_up, unsigned one_up) {
+    constexpr Window kTwo = kShape.two_up;
+    constexpr Window kOne = kShape.one_up;
+    const unsigned context = one_up >> (kAhead - kOne.right - static_cast<int>(kOne.shift)) & kOne.mask() << kOne.shift;
+    if constexpr (kTemplate == 3)
       return context;
-    };
-    // The states of both contexts that the next pixel may have are fetched together, before this
-    // pixel is known: waiting for one load after the other would take most of the time.
-    unsigned context = above(pixel) | (present & kBefore);
-    unsigned state = contexts[context];
+    return context | (two_up >> (kAhead - kTwo.right - static_cast<int>(kTwo.shift)) & kTwo.mask() << kTwo.shift);
+  }
+
+  // The pixels of a byte from `pixel` on. The states of both contexts that the next pixel may have
+  // are fetched together, before this pixel is known: waiting for one load after the other would
+  // take most of the time.
+  [[gnu::always_inline]] inline void decode_byte(int pixel) {
+    const int end = std::min(8, rows_.width - 8 * byte_);
+    unsigned two_up = two_up_ << pixel;
+    unsigned one_up = one_up_ << pixel;
+    unsigned context = above(two_up, one_up) | (present_ & kBefore);
+    unsigned state = contexts_[context];
     for (; pixel < end; ++pixel) {
-      const unsigned next = above(pixel + 1) | (present << 1 & kBefore);
-      StatePair states(contexts + next);
+      two_up <<= 1;
+      one_up <<= 1;
+      const unsigned next = above(two_up, one_up) | (present_ << 1 & kBefore);
+      StatePair states(contexts_ + next);
       unsigned value = state & 1;
-      if (!decoder.expected(state)) [[unlikely]] {
-        value = decoder.unexpected(contexts[context]);
-        states = StatePair(contexts + next);
+      if (!decoder_.expected(state)) [[unlikely]] {
+        value = decoder_.unexpected(contexts_[context]);
+        states = StatePair(contexts_ + next);
       }
-      present = present << 1 | value;
+      present_ = present_ << 1 | value;
       context = next | value;
       state = states[value];
     }
-    rows.present[i] = static_cast<std::uint8_t>(present << (8 - end));
-    ++i;
+    rows_.present[byte_++] = static_cast<std::uint8_t>(present_ << (8 - end));
   }
-  shared = decoder;
+
+  ArithmeticDecoder decoder_;
+  std::uint8_t* contexts_;
+  Rows rows_;
+  unsigned two_up_ = 0;
+  unsigned one_up_ = 0;
+  unsigned present_ = 0;
+  std::int32_t byte_ = 0;
+  std::int32_t white_ = 0;  // both rows above are white up to here, once that was looked at
+};
+
+template <unsigned kTemplate>
+void decode_row(ArithmeticDecoder& decoder, std::uint8_t* contexts, const Rows& rows) {
+  decoder = RowDecoder<kTemplate>(decoder, contexts, rows).run();
 }
 
 // One row with moved adaptive pixels or skipped ones.
@@ -210,8 +245,8 @@ void decode_row_singly(ArithmeticDecoder& decoder, std::uint8_t* contexts, const
   }
 }
 
-using RowDecoder = void (*)(ArithmeticDecoder&, std::uint8_t*, const Rows&);
-constexpr RowDecoder kRowDecoders[] = {decode_row<0>, decode_row<1>, decode_row<2>, decode_row<3>};
+using RowFunction = void (*)(ArithmeticDecoder&, std::uint8_t*, const Rows&);
+constexpr RowFunction kRowDecoders[] = {decode_row<0>, decode_row<1>, decode_row<2>, decode_row<3>};
 
 }  // namespace
 

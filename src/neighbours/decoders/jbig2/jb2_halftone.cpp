@@ -143,7 +143,7 @@ private:
 
   bool decode_planes(const QVJB2_Bitmap& region, GreyPlanes& planes) {
     const BitmapHold skip(limits_, skips_ ? skip_mask(region) : nullptr);
-    const HeapBlock<std::uint8_t> contexts(new_contexts(limits_, is_mmr_ ? 0 : generic_contexts(template_)));
+    const ContextBlock contexts(limits_, is_mmr_ ? 0 : generic_contexts(template_));
     if (!contexts || (skips_ && !skip))
       return false;
     GenericParams params = plain_params(template_, {static_cast<std::int8_t>(template_ <= 1 ? 3 : 2), -1});
@@ -214,7 +214,7 @@ void decode_pattern_dictionary(Segment& segment) {
   if (in.failed() || width == 0 || height == 0 || total_width > INT32_MAX)
     return;
   BitmapHold bitmap(limits, bitmap_new(limits, static_cast<std::int64_t>(total_width), height));
-  const HeapBlock<std::uint8_t> contexts(new_contexts(limits, generic_contexts(pixels_template)));
+  const ContextBlock contexts(limits, generic_contexts(pixels_template));
   if (!bitmap || !contexts)
     return;
   std::size_t taken;

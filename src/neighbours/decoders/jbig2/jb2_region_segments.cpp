@@ -87,7 +87,7 @@ void decode_generic_segment(Segment& segment) {
     std::size_t taken;
     decode_mmr(in.cursor(), coded, limits, *region, taken);
   } else {
-    const HeapBlock<std::uint8_t> contexts(new_contexts(limits, generic_contexts(params.pixels_template)));
+    const ContextBlock contexts(limits, generic_contexts(params.pixels_template));
     if (!contexts)
       return;
     ArithmeticDecoder decoder(in.cursor(), coded);
@@ -113,7 +113,7 @@ void decode_refinement_segment(Segment& segment) {
     params.reference = of_page.get();
   }
   BitmapHold region(limits, bitmap_new(limits, info.width, info.height));
-  const HeapBlock<std::uint8_t> contexts(new_contexts(limits, refinement_contexts(params.pixels_template)));
+  const ContextBlock contexts(limits, refinement_contexts(params.pixels_template));
   if (in.failed() || params.reference == nullptr || !region || !contexts)
     return;
   ArithmeticDecoder decoder(in.cursor(), in.left());

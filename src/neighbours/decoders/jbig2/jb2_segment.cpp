@@ -106,10 +106,12 @@ RegionInfo read_region_info(ByteReader& in) {
   return info;
 }
 
-std::uint8_t* new_contexts(Limits& limits, std::uint64_t count) {
-  if (count > INT32_MAX || !limits.take(static_cast<std::int64_t>(count)))
-    return nullptr;
-  return static_cast<std::uint8_t*>(QVCalloc(1, static_cast<std::size_t>(count)));
+bool ContextBlock::make(std::uint64_t count) {
+  if (count > INT32_MAX || !limits_.take(static_cast<std::int64_t>(count)))
+    return false;
+  size_ = static_cast<std::int64_t>(count);
+  block_.reset(static_cast<std::uint8_t*>(QVCalloc(1, static_cast<std::size_t>(count))));
+  return static_cast<bool>(block_);
 }
 
 void finish_region(Segment& segment, const RegionInfo& info, BitmapHold& region) {
@@ -127,12 +129,20 @@ void finish_region(Segment& segment, const RegionInfo& info, BitmapHold& region)
   if (page == nullptr)
     return;
   const std::int64_t bottom = std::int64_t{info.y} + region->height;
-  if (page->open_ended != 0 && bottom > page->bitmap->height) {
-    limits.allow_page((bottom - page->bitmap->height) * page->bitmap->width);
-    if (!bitmap_grow(limits, page->bitmap, bottom, page->default_black != 0))
-      return;
-  }
+  if (page->open_ended != 0 && bottom > page->bitmap->height && !grow_page(limits, *page, bottom))
+    return;
   bitmap_combine(*page->bitmap, *region, info.x, info.y, info.op);
+}
+
+QVJB2_Bitmap* page_for_region(Segment& segment, const RegionInfo& info) {
+  const std::uint32_t type = segment.record.type();
+  const QVJB2_Page* page = segment.decoder.page_of(segment.record.page);
+  if (type == kIntermediateText || page == nullptr || page->open_ended != 0 || info.op != Combine::kOr)
+    return nullptr;
+  const QVJB2_Bitmap& bitmap = *page->bitmap;
+  const bool covers = info.x == 0 && info.y == 0 && info.width >= static_cast<std::uint32_t>(bitmap.width) &&
+                      info.height >= static_cast<std::uint32_t>(bitmap.height);
+  return covers ? page->bitmap : nullptr;
 }
 
 bool gather_symbols(Segment& segment, GrowArray<QVJB2_Bitmap*>& symbols) {

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "base/scope_guard.h"
 #include "neighbours/decoders/jbig2/jb2_bitmap.h"
 #include "neighbours/decoders/jbig2/jb2_generic.h"
 #include "neighbours/decoders/jbig2/jb2_huffman.h"
@@ -96,8 +97,28 @@ void read_adaptive(ByteReader& in, std::array<AdaptivePixel, N>& pixels, unsigne
 /// Draws a finished region on its page, or stores it when the segment is an intermediate one.
 void finish_region(Segment& segment, const RegionInfo& info, BitmapHold& region);
 
-/// A zeroed array of `count` contexts, charged to the limits for good; null when it is too large.
-std::uint8_t* new_contexts(Limits& limits, std::uint64_t count);
+/// The page's own bitmap when black pixels drawn on it are the same as a white region drawn and then
+/// combined: an immediate region by OR, as large as the page or larger. Else null.
+QVJB2_Bitmap* page_for_region(Segment& segment, const RegionInfo& info);
+
+/// A zeroed array of contexts, charged to the limits as long as it lives.
+class ContextBlock {
+public:
+  explicit ContextBlock(Limits& limits) : limits_(limits) {}
+  ContextBlock(Limits& limits, std::uint64_t count) : limits_(limits) { make(count); }
+  ContextBlock(const ContextBlock&) = delete;
+  ContextBlock& operator=(const ContextBlock&) = delete;
+  ~ContextBlock() { limits_.give(size_); }
+  /// False when `count` contexts are too many. Once only.
+  bool make(std::uint64_t count);
+  std::uint8_t* get() const { return block_.get(); }
+  explicit operator bool() const { return static_cast<bool>(block_); }
+
+private:
+  Limits& limits_;
+  HeapBlock<std::uint8_t> block_;
+  std::int64_t size_ = 0;
+};
 
 // The decoders of the single types. Damage leaves `record.result` null, or draws less.
 void decode_symbol_dictionary(Segment& segment);
@@ -110,6 +131,9 @@ void decode_tables(Segment& segment);
 void decode_page_information(Segment& segment);
 void decode_end_of_page(Segment& segment);
 void decode_end_of_stripe(Segment& segment);
+
+/// Gives a page of unknown height more rows. False, with nothing changed, when they are too many.
+[[nodiscard]] bool grow_page(Limits& limits, QVJB2_Page& page, std::int64_t height);
 
 /// Gives a page of unknown height the height that its stripes came to.
 void settle_page(Limits& limits, QVJB2_Page& page);

@@ -38,7 +38,13 @@ DictionaryFlags read_flags(ByteReader& in) {
 class SymbolDictionary {
 public:
   explicit SymbolDictionary(Segment& segment)
-      : segment_(segment), limits_(segment.limits()), in_(segment.body.data, segment.body.size), tables_(segment) {}
+      : segment_(segment),
+        limits_(segment.limits()),
+        in_(segment.body.data, segment.body.size),
+        tables_(segment),
+        generic_statistics_(limits_),
+        refinement_statistics_(limits_),
+        id_statistics_(limits_) {}
   ~SymbolDictionary() {
     for (std::size_t i = input_count_; i < symbols_.size(); ++i)
       bitmap_release(symbols_[i]);
@@ -85,9 +91,7 @@ private:
   bool prepare_coder() {
     const std::uint32_t generic_size = flags_.huffman ? 0 : generic_contexts(flags_.generic_template);
     const std::uint32_t refinement_size = flags_.aggregates ? refinement_contexts(flags_.refinement_template) : 0;
-    generic_statistics_.reset(new_contexts(limits_, generic_size));
-    refinement_statistics_.reset(new_contexts(limits_, refinement_size));
-    if (!generic_statistics_ || !refinement_statistics_)
+    if (!generic_statistics_.make(generic_size) || !refinement_statistics_.make(refinement_size))
       return false;
     if (flags_.reuses_statistics) {
       const QVJB2_Statistics* left = statistics_left();
@@ -123,11 +127,8 @@ private:
     text_.id_bits = id_bits_for(input_count_ + new_count_);
     if (flags_.huffman && text_.id_bits == 0)
       text_.id_bits = 1;
-    if (!flags_.huffman) {
-      id_statistics_.reset(new_contexts(limits_, std::uint64_t{1} << text_.id_bits));
-      if (!id_statistics_)
-        return false;
-    }
+    if (!flags_.huffman && !id_statistics_.make(std::uint64_t{1} << text_.id_bits))
+      return false;
     coder_.statistics = &text_statistics_;
     coder_.id_contexts = id_statistics_.get();
     coder_.refinement_contexts = refinement_statistics_.get();
@@ -324,9 +325,9 @@ private:
   IntegerDecoder exports_;
   IntegerDecoder instances_;
   TextStatistics text_statistics_;
-  HeapBlock<std::uint8_t> generic_statistics_;
-  HeapBlock<std::uint8_t> refinement_statistics_;
-  HeapBlock<std::uint8_t> id_statistics_;
+  ContextBlock generic_statistics_;
+  ContextBlock refinement_statistics_;
+  ContextBlock id_statistics_;
   GrowArray<QVJB2_Bitmap*> symbols_;  // those referred to, borrowed, and behind them the new ones, owned
   std::size_t input_count_ = 0;
   GrowArray<std::int64_t> class_widths_;

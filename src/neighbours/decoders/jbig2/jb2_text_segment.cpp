@@ -21,7 +21,12 @@ constexpr RunCode kRepeats[] = {{2, 3}, {3, 3}, {7, 11}};  // the previous lengt
 class TextSegment {
 public:
   explicit TextSegment(Segment& segment)
-      : segment_(segment), limits_(segment.limits()), in_(segment.body.data, segment.body.size), tables_(segment) {}
+      : segment_(segment),
+        limits_(segment.limits()),
+        in_(segment.body.data, segment.body.size),
+        tables_(segment),
+        id_statistics_(limits_),
+        refinement_statistics_(limits_) {}
 
   void run() {
     const RegionInfo info = read_region_info(in_);
@@ -33,21 +38,30 @@ public:
     ArithmeticDecoder arithmetic(in_.cursor(), text_.huffman ? 0 : in_.left());
     BitReader bits(in_.cursor(), in_.left());
     TextStatistics statistics;
-    if (text_.huffman ? !read_id_codes(bits) : !prepare_ids())
+    if (text_.huffman ? !read_id_codes(bits) : !id_statistics_.make(std::uint64_t{1} << text_.id_bits))
       return;
-    refinement_statistics_.reset(
-        new_contexts(limits_, text_.refines ? refinement_contexts(text_.refinement_template) : 0));
+    const std::uint32_t contexts = text_.refines ? refinement_contexts(text_.refinement_template) : 0;
+    if (!refinement_statistics_.make(contexts))
+      return;
+    const TextCoder coder = {&arithmetic, &bits, &statistics, id_statistics_.get(), refinement_statistics_.get()};
+    QVJB2_Bitmap* page = is_black_ || text_.op != Combine::kOr ? nullptr : page_for_region(segment_, info);
+    if (page != nullptr)
+      decode_text(coder, text_, limits_, *page);
+    else
+      draw_region(coder, info);
+  }
+
+private:
+  void draw_region(const TextCoder& coder, const RegionInfo& info) {
     BitmapHold region(limits_, bitmap_new(limits_, info.width, info.height));
-    if (!refinement_statistics_ || !region)
+    if (!region)
       return;
     if (is_black_)
       bitmap_blacken(*region, 0);
-    const TextCoder coder = {&arithmetic, &bits, &statistics, id_statistics_.get(), refinement_statistics_.get()};
     decode_text(coder, text_, limits_, *region);
     finish_region(segment_, info, region);
   }
 
-private:
   bool read_flags() {
     constexpr unsigned kOffsetBits = 5;
     const unsigned flags = in_.u16();
@@ -80,11 +94,6 @@ private:
     text_.tables.y = refinement_table(flags >> 12 & 3);
     text_.tables.size = tables_.choose(flags >> 14 & 1, {1});
     return !tables_.failed();
-  }
-
-  bool prepare_ids() {
-    id_statistics_.reset(new_contexts(limits_, std::uint64_t{1} << text_.id_bits));
-    return static_cast<bool>(id_statistics_);
   }
 
   bool read_id_codes(BitReader& bits) {
@@ -139,8 +148,8 @@ private:
   GrowArray<QVJB2_Bitmap*> symbols_;
   HuffmanTable ids_ = {};
   HeapBlock<HuffmanLine> id_lines_;  // by symbol, then sorted
-  HeapBlock<std::uint8_t> id_statistics_;
-  HeapBlock<std::uint8_t> refinement_statistics_;
+  ContextBlock id_statistics_;
+  ContextBlock refinement_statistics_;
 };
 
 }  // namespace
