@@ -173,6 +173,7 @@ private:
   bool heal();
   Attempt examine();
   bool header_stands_at(const PDF_REF& ref);
+  bool offsets_mislead();
   bool waits_for_password() const { return is_encrypted() && !is_readable(); }
   bool authorise_quietly();
   bool finish(PDF_OPEN status);

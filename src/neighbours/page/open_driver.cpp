@@ -213,6 +213,26 @@ bool CPDFDoc::header_stands_at(const PDF_REF& ref) {
   return buf.buf_skip_to_obj() != nullptr && buf.buf_pos == 0 && ansi_to_i32(buf.buf_data) == ref.num;
 }
 
+// Whether most of a sample of entries lead into the middle of numbers, as in a file whose offsets are
+// all off by a little: each object would then be searched for, and some would be taken for others.
+bool CPDFDoc::offsets_mislead() {
+  constexpr std::uint32_t kSample = 16;
+  std::uint32_t looked_at = 0;
+  std::uint32_t wrong = 0;
+  const std::uint32_t step = std::max(table_.xref_count / kSample, 1u);
+  for (std::uint32_t num = 1; num < table_.xref_count; num += step) {
+    const PDF_XREF& entry = table_.xref_items[num];
+    if (entry.type != 1)
+      continue;
+    char text[12]{};
+    stream_->SetPos(CQVStream::STR_SEEK_SET, entry.offset);
+    stream_->Read(text, sizeof(text) - 1);
+    ++looked_at;
+    wrong += is_digit(text[0]) && ansi_to_i32(text) != static_cast<std::int32_t>(num) ? 1 : 0;
+  }
+  return 2 * wrong > looked_at;
+}
+
 // Looks at what the table leads to. The root may stand in an older section.
 CPDFDoc::Attempt CPDFDoc::examine() {
   Attempt attempt;
@@ -267,7 +287,7 @@ bool CPDFDoc::try_sections() {
   while (is_cut && find_startxref(mark)) {
     is_cut = mark.is_cut;
     reset_table();
-    if (mark.has_number && table_.XRefRead(adjust_section_offset(mark.offset)) != 0 && examine().trusted)
+    if (mark.has_number && table_.XRefRead(adjust_section_offset(mark.offset)) != 0 && examine().trusted && !offsets_mislead())
       return true;
   }
   if (!mark.has_number)
