@@ -1,13 +1,31 @@
-// Opens a document and prints what it holds: its pages with their sizes, and how many streams of
-// which filter there are.
+// Opens a document and prints what it holds: its pages with their sizes, the beginning of the first
+// page's content, and how many streams of which filter there are.
 //
 //   inspect FILE.pdf
 #include <cstdio>
 #include <map>
+#include <memory>
 #include <string>
 
 #include "base/scope_guard.h"
+#include "filters/stream_filter.h"
 #include "neighbours/page/doc.h"
+
+namespace {
+
+// The stream's data with all its filters taken off, as far as they fit into one piece.
+std::string beginning_of(CPDFXRefTable& table, const CPDFObj* item) {
+  Freed<CPDFObj> contents;
+  table.resolve(contents, item);  // follows a reference; anything else is copied
+  if (contents.as_array() != nullptr)
+    table.resolve(contents, contents.as_array()->get(0));
+  const std::unique_ptr<CPDFStream> decoder(table.make_stream(contents.as_stream()));
+  char piece[60];
+  const int got = decoder != nullptr ? decoder->read_block(piece, sizeof(piece)) : 0;
+  return std::string(piece, static_cast<std::size_t>(got));
+}
+
+}  // namespace
 
 int main(int argc, char** argv) {
   if (argc != 2) {
@@ -30,6 +48,10 @@ int main(int argc, char** argv) {
                   static_cast<double>(page.shown_width()) / static_cast<double>(kFixOne),
                   static_cast<double>(page.shown_height()) / static_cast<double>(kFixOne));
   }
+
+  CPDFPage first;
+  if (doc.load_page(0, first))
+    std::printf("its content begins: %s\n", beginning_of(doc.table(), first.dict.get_item("Contents")).c_str());
 
   // Every object is fetched by its number. `Freed` releases the value at the end of the scope.
   CPDFXRefTable& table = doc.table();

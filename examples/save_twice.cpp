@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <string>
+#include <system_error>
 
 #include "neighbours/page/doc.h"
 
@@ -25,7 +26,8 @@ int main(int argc, char** argv) {
   }
   // Work on a copy: the original is never touched.
   const std::string copy = "save_twice_copy.pdf";
-  std::filesystem::copy_file(argv[1], copy, std::filesystem::copy_options::overwrite_existing);
+  std::error_code failure;
+  std::filesystem::copy_file(argv[1], copy, std::filesystem::copy_options::overwrite_existing, failure);
 
   CPDFDoc doc;
   if (!doc.open_for_update(copy.c_str())) {

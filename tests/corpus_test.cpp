@@ -5,45 +5,14 @@
 #include <cstdlib>
 #include <map>
 #include <memory>
-#include <sstream>
 
 #include "filters/stream_filter.h"
 #include "neighbours/page/doc.h"
 #include "object/array.h"
-#include "support/external_tool.h"
+#include "support/corpus.h"
 #include "support/test_table.h"
 
 namespace {
-
-struct Expected {
-  int openable = 0;
-  int pages = -1;
-  std::string password;
-};
-
-std::vector<std::string> fields_of(const std::string& line) {
-  std::vector<std::string> fields;
-  std::stringstream in(line);
-  for (std::string field; std::getline(in, field, '\t');)
-    fields.push_back(field);
-  fields.resize(6);
-  return fields;
-}
-
-std::map<std::string, Expected> read_expectations(const std::filesystem::path& folder) {
-  std::map<std::string, Expected> all;
-  std::ifstream in(folder / "expected.tsv");
-  std::string line;
-  std::getline(in, line);
-  while (std::getline(in, line)) {
-    const std::vector<std::string> fields = fields_of(line);
-    Expected& expected = all[fields[0]];
-    expected.openable = std::atoi(fields[1].c_str());
-    expected.pages = fields[2].empty() ? -1 : std::atoi(fields[2].c_str());
-    expected.password = fields[4].substr(0, fields[4].find('|'));
-  }
-  return all;
-}
 
 // Every object by number, streams with a hash of their decoded data (the first megabytes of them).
 std::map<std::uint32_t, std::string> contents(CPDFXRefTable& table) {
@@ -74,28 +43,6 @@ std::map<std::uint32_t, std::string> contents(CPDFXRefTable& table) {
     dict.free();
   }
   return all;
-}
-
-struct CorpusFile {
-  std::string path;
-  std::string name;
-  Expected expected;
-};
-
-std::vector<CorpusFile> corpus_files() {
-  std::vector<CorpusFile> files;
-  const char* folder = std::getenv("SHEAF_CORPUS");
-  if (folder == nullptr)
-    return files;
-  const std::map<std::string, Expected> expected = read_expectations(folder);
-  for (const auto& entry : std::filesystem::directory_iterator(folder)) {
-    const std::string name = entry.path().filename().string();
-    if (entry.path().extension() != ".pdf")
-      continue;
-    const auto found = expected.find(name);
-    files.push_back({entry.path().string(), name, found != expected.end() ? found->second : Expected{}});
-  }
-  return files;
 }
 
 struct Corpus : testing::Test {

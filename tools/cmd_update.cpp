@@ -4,6 +4,7 @@
 
 #include <cstdio>
 
+#include "image_pages.h"
 #include "safe_output.h"
 #include "tool_support.h"
 
@@ -49,7 +50,7 @@ bool check_changes(const ChangeOptions& changes) {
 bool apply_changes(CPDFDoc& doc, const ChangeOptions& changes) {
   std::string key;
   std::string text;
-  if (!changes.attachments.empty())
+  if (!changes.attachments.empty() && doc.table().temp_stream.file == nullptr)
     doc.use_temp_file(nullptr);
   for (const std::string& setting : changes.settings) {
     split_setting(setting, key, text);
@@ -142,8 +143,11 @@ int run_new(const NewOptions& options) {
   if (!output.open(options.output))
     return kExitFailed;
   CPDFDoc doc;
-  if (!doc.create(&output.stream()) || !apply_changes(doc, options.changes) ||
-      !doc.save_update(PDF_SAVE_FORM::kStream, nullptr)) {
+  const bool created = doc.create(&output.stream());
+  const int code = created && !options.text.file.empty() ? add_text_pages(doc, options.text) : int{kExitClean};
+  if (code == kExitFailed || (created && !options.images.empty() && !append_image_pages(doc, options.images)))
+    return kExitFailed;
+  if (!created || !apply_changes(doc, options.changes) || !doc.save_update(PDF_SAVE_FORM::kStream, nullptr)) {
     complain(options.output, "could not be written to its end; is the disk full?");
     return kExitFailed;
   }
@@ -151,7 +155,7 @@ int run_new(const NewOptions& options) {
   if (!output.commit())
     return kExitFailed;
   std::printf("%s: %lld bytes\n", options.output.c_str(), output.size());
-  return kExitClean;
+  return code;
 }
 
 int run_pdfa(const PdfaOptions& options) {

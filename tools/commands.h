@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "new_text.h"
+
 enum ExitCode : int { kExitClean = 0, kExitProblems = 1, kExitFailed = 2 };
 
 /// How a document's password is given; at most one of the two.
@@ -88,7 +90,9 @@ int run_update(const UpdateOptions& options);
 
 struct NewOptions {
   std::string output;
+  std::vector<std::string> images;  ///< A page each.
   ChangeOptions changes;
+  TextOptions text;
 };
 int run_new(const NewOptions& options);
 
@@ -113,6 +117,14 @@ struct SplitOptions {
 };
 int run_split(const SplitOptions& options);
 
+struct ImagesOptions {
+  std::string file;
+  PasswordOptions password;
+  std::string folder;  ///< Where they are written; empty: they are listed only.
+  bool json = false;
+};
+int run_images(const ImagesOptions& options);
+
 struct AnnotsOptions {
   std::string file;
   PasswordOptions password;
@@ -126,3 +138,17 @@ struct FieldsOptions {
   bool json = false;
 };
 int run_fields(const FieldsOptions& options);
+
+struct FontsOptions {
+  std::string file;
+  PasswordOptions password;
+  bool json = false;
+};
+int run_fonts(const FontsOptions& options);
+
+struct MapOptions {
+  std::string file;
+  PasswordOptions password;
+  std::string output;  ///< Empty: standard output.
+};
+int run_map(const MapOptions& options);

@@ -2,6 +2,7 @@
 #include <CLI/CLI.hpp>
 
 #include "commands.h"
+#include "sheaf/version.h"
 
 namespace {
 
@@ -36,11 +37,30 @@ void add_changes(CLI::App& command, ChangeOptions& changes) {
   command.add_option("--attach", changes.attachments, "Embed a file")->allow_extra_args(false);
 }
 
+void add_text(CLI::App& command, TextOptions& text) {
+  auto* file = command.add_option("--text", text.file, "Set a UTF-8 text into pages");
+  const auto add_flag = [&command, file](const char* name, bool& flag, const char* what) {
+    command.add_flag(name, flag, what)->needs(file);
+  };
+  command.add_option("--font", text.fonts, "Family, full or PostScript name; further ones fill gaps")
+      ->allow_extra_args(false)
+      ->needs(file);
+  command.add_option("--font-folder", text.folders, "A folder with further fonts")
+      ->allow_extra_args(false)
+      ->needs(file);
+  add_flag("--bold", text.bold, "Synthetic bold");
+  add_flag("--italic", text.italic, "Synthetic italic");
+  add_flag("--no-embed", text.no_embed, "Leave the font programs out");
+  add_flag("--vertical", text.vertical, "Columns from right to left");
+  command.add_option("--size", text.size, "Points")->check(CLI::Range(1.0, 400.0))->needs(file);
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
   CLI::App app("sheaf: the objects of a PDF file, read, checked and changed");
   app.require_subcommand(1);
+  app.set_version_flag("--version", std::string("sheaf ") + sheaf_version(), "The version, and nothing else");
   int code = kExitClean;
 
   InfoOptions info;
@@ -51,13 +71,13 @@ int main(int argc, char** argv) {
   ShowOptions show;
   command = add_command(app, "show", "An object in PDF syntax, or the trailer", show, run_show, code);
   add_file(*command, show.file);
-  command->add_option("NUM", show.num, "Object number")->check(CLI::PositiveNumber);
-  command->add_option("GEN", show.gen, "Generation")->check(CLI::NonNegativeNumber);
+  command->add_option("NUM", show.num, "Object number")->check(CLI::Range(1, INT32_MAX));
+  command->add_option("GEN", show.gen, "Generation")->check(CLI::Range(0, INT32_MAX));
 
   StreamOptions stream;
   command = add_command(app, "stream", "The data of a stream", stream, run_stream, code);
   add_file(*command, stream.file);
-  command->add_option("NUM", stream.num, "Object number")->required()->check(CLI::PositiveNumber);
+  command->add_option("NUM", stream.num, "Object number")->required()->check(CLI::Range(1, INT32_MAX));
   command->add_flag("--raw", stream.raw, "As stored, the filters still on");
   command->add_option("-o,--output", stream.output, "Write to this file");
 
@@ -106,7 +126,9 @@ int main(int argc, char** argv) {
   command = app.add_subcommand("new", "A new document");
   command->callback([&fresh, &code] { code = run_new(fresh); });
   command->add_option("OUT", fresh.output, "The file to write")->required();
+  command->add_option("--image", fresh.images, "A page for each of these JPEG, JPEG 2000, PNG or PNM files");
   add_changes(*command, fresh.changes);
+  add_text(*command, fresh.text);
 
   PdfaOptions pdfa;
   command = add_command(app, "pdfa", "Whether header and trailer are as PDF/A-1 asks", pdfa, run_pdfa, code);
@@ -126,6 +148,12 @@ int main(int argc, char** argv) {
   command->add_option("-o,--output", split.pattern, "Name of the parts, %d for their number")->required();
   command->add_option("--every", split.every, "Pages a part")->check(CLI::Range(1, 1000000));
 
+  ImagesOptions images;
+  command = add_command(app, "images", "The images of a document", images, run_images, code);
+  add_file(*command, images.file);
+  command->add_option("-d,--directory", images.folder, "Write them into this folder");
+  command->add_flag("--json", images.json, "One JSON object");
+
   AnnotsOptions annots;
   command = add_command(app, "annots", "The annotations by page, references resolved", annots, run_annots, code);
   add_file(*command, annots.file);
@@ -135,6 +163,17 @@ int main(int argc, char** argv) {
   command = add_command(app, "fields", "The form's fields with their values", fields, run_fields, code);
   add_file(*command, fields.file);
   command->add_flag("--json", fields.json, "One JSON object");
+
+  FontsOptions fonts;
+  command = add_command(app, "fonts", "The fonts, embedded or not, with their encodings", fonts, run_fonts, code);
+  add_file(*command, fonts.file);
+  command->add_flag("--json", fonts.json, "One JSON object");
+
+  MapOptions map;
+  command =
+      add_command(app, "map", "A picture of the file's bytes: kinds, filters, saves, leftovers", map, run_map, code);
+  add_file(*command, map.file);
+  command->add_option("-o,--output", map.output, "The SVG file to write; else standard output");
 
   try {
     app.parse(argc, argv);

@@ -1,16 +1,22 @@
 // The decoders by name: a new one is one maker and one row.
 #include <cstring>
+#include <memory>
 #include <new>
 
 #include "base/heap.h"
+#include "base/scope_guard.h"
 #include "filters/ascii_hex.h"
 #include "filters/ccitt.h"
 #include "filters/decode_parms.h"
 #include "filters/flate.h"
+#include "filters/jbig2.h"
 #include "filters/run_length.h"
 #include "neighbours/decoders/ascii85.h"
+#include "neighbours/decoders/dct.h"
+#include "neighbours/decoders/jpx.h"
 #include "neighbours/decoders/lzw.h"
 #include "object/dictionary.h"
+#include "xref/xref_table.h"
 
 namespace {
 
@@ -86,6 +92,46 @@ CPDFStream* make_ccitt(CPDFXRefTable* table, unsigned char* data, int len, const
   return fax;
 }
 
+CPDFStream* make_dct(CPDFXRefTable* table, unsigned char* data, int len, const CPDFDictionary* parms) {
+  auto* dct = make_over<CPDFStreamDCT>(data, len);
+  if (dct != nullptr)
+    dct->open(parm_number(table, parms, "ColorTransform", -1));
+  return dct;
+}
+
+CPDFStream* make_jpx(CPDFXRefTable*, unsigned char* data, int len, const CPDFDictionary*) {
+  auto* jpx = make_over<CPDFStreamJPX>(data, len);
+  if (jpx != nullptr)
+    jpx->open();
+  return jpx;
+}
+
+// Opens with the global segments when their stream can be decoded, else without. Global segments
+// that find no memory leave the filter unopened, and so empty.
+CPDFStream* make_jbig2(CPDFXRefTable* table, unsigned char* data, int len, const CPDFDictionary* parms) {
+  constexpr int kMostGlobals = 0x800000;
+  std::unique_ptr<CPDFStreamJBIG2> jbig2(make_over<CPDFStreamJBIG2>(data, len));
+  if (jbig2 == nullptr || !jbig2->init())
+    return nullptr;
+  Freed<CPDFObj> value;
+  const CPDFObj* item = parms != nullptr ? parms->get_item("JBIG2Globals") : nullptr;
+  if (item != nullptr)
+    CPDFXRefTable::resolve(table, value, item);
+  const CPDFStreamRec* rec = value.as_stream();
+  const std::unique_ptr<CPDFStream> globals(rec != nullptr && table != nullptr ? table->make_stream(rec) : nullptr);
+  if (globals == nullptr) {
+    jbig2->open(nullptr, 0);
+    return jbig2.release();
+  }
+  int size = rec->decoded_hint;
+  const HeapBlock<std::uint8_t> block(globals->buffer_load(kMostGlobals, size));
+  if (block) {
+    table->chain_work += size;
+    jbig2->open(block.get(), size);
+  }
+  return jbig2.release();
+}
+
 struct Row {
   const char* name;
   const char* short_name;
@@ -100,6 +146,9 @@ constexpr Row kDecoders[] = {
     {"LZWDecode", "LZW", make_lzw},
     {"RunLengthDecode", "RL", make_run_length},
     {"CCITTFaxDecode", "CCF", make_ccitt},
+    {"DCTDecode", "DCT", make_dct},
+    {"JPXDecode", nullptr, make_jpx},
+    {"JBIG2Decode", nullptr, make_jbig2},
 };
 
 }  // namespace

@@ -114,6 +114,8 @@ void CPDFXRefTable::save_obj(CQVStream* out, int base, int num, PDF_XREF* item, 
   item->offset = offset_from(out, base);
   PDF_ENC_PARA para{num, item->gen, 1, enc};
   CPDFStreamRec* rec = obj.as_stream();
+  if (rec != nullptr)
+    heal_length(*rec, num);
   if (rec == nullptr || (!encrypted && rec->length != 0)) {
     obj.write(out, &para);
     return;

@@ -98,17 +98,17 @@ PDF_MEMSTREAM* append_mem_stream(CPDFXRefTable& table) {
 }  // namespace
 
 CQVStream* CPDFXRefTable::set_mem_stream(const PDF_REF& ref, unsigned char* data, int len) {
+  // The stream of an earlier block goes on with the new one, since records may refer to it.
+  if (PDF_MEMSTREAM* entry = find_mem_stream(*this, ref.num)) {
+    QVFree(entry->data);
+    entry->data = data;
+    static_cast<CQVStreamMemFix*>(entry->stream)->Open(data, len);
+    return entry->stream;
+  }
   CQVStreamMemFix* view = new_view(data, len);
   if (view == nullptr) {
     QVFree(data);
     return nullptr;
-  }
-  if (PDF_MEMSTREAM* entry = find_mem_stream(*this, ref.num)) {
-    QVFree(entry->data);
-    delete entry->stream;
-    entry->data = data;
-    entry->stream = view;
-    return view;
   }
   const bool indexed = index_reaches(*this, static_cast<std::uint32_t>(ref.num));
   PDF_MEMSTREAM* entry = append_mem_stream(*this);

@@ -185,6 +185,10 @@ void CPDFXRefTable::note_repair(PDF_REPAIR::Code code, std::int32_t num, std::ui
 
 void CPDFXRefTable::set_envirment(CPDFEnviroment* environment, const char* tag) {
   if (env != nullptr) {
+    // Faces and maps of the copy that goes must not stay behind in the caches.
+    font_ext_cache.clear();
+    cmap_cache.clear();
+    cmap_tou_cache.clear();
     env->unload();
     CPDFEnviroment::destroy(env);
   }
@@ -220,6 +224,8 @@ void CPDFXRefTable::XRefFree() {
   temp_stream.path = nullptr;
 
   release_objstms();
+  healed_lengths.reset();
+  length_scans = 0;
 
   font_cache.clear();
   font_ext_cache.clear();

@@ -98,13 +98,12 @@ PDF_DEC_PARA* CPDFXRefTable::decode_para(PDF_DEC_PARA& para, const PDF_REF& ref)
 }
 
 void CPDFXRefTable::resolve(CPDFXRefTable* table, CPDFObj& out, const CPDFObj* item) {
-  out.free();
-  if (item == nullptr)
-    return;
-  if (item->tag == kTagRef && table != nullptr)
-    table->get_entity(out, item->as_ref());
-  else
-    out.copy_from(item);
+  Freed<CPDFObj> value;  // `item` may lie in what `out` holds
+  if (item != nullptr && item->tag == kTagRef && table != nullptr)
+    table->get_entity(value, item->as_ref());
+  else if (item != nullptr)
+    value.copy_from(item);
+  out.move_from(value);
 }
 
 void CPDFXRefTable::get_stored(CPDFObj& out, const PDF_REF& wanted) {
@@ -125,6 +124,8 @@ void CPDFXRefTable::get_stored(CPDFObj& out, const PDF_REF& wanted) {
     read_found(*this, out, ref, entry.offset);
   else if (entry.type == 1 || entry.type == 4)
     read_located(*this, out, ref, entry.offset);
+  if (CPDFStreamRec* rec = out.as_stream())
+    heal_length(*rec, ref.num);
 }
 
 void CPDFXRefTable::get_entity(CPDFObj& out, const PDF_REF& ref) {

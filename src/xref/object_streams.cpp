@@ -124,9 +124,10 @@ bool load_objstm(CPDFXRefTable& table, PDF_OBJSTM& entry, const PDF_REF& ref) {
   PDF_DEC_PARA para{};
   Freed<CPDFObj> obj;
   obj.read(&buf, table.decode_para(para, ref));
-  const CPDFStreamRec* rec = obj.as_stream();
+  CPDFStreamRec* const rec = obj.as_stream();
   if (rec == nullptr)
     return false;
+  table.heal_length(*rec, ref.num);
   Freed<CPDFObj> number;
   table.resolve(number, rec->dict.get_item(CPDFDictionary::sm_tag_first));
   entry.first = number.to_int();

@@ -21,6 +21,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "base/grow_array.h"
 #include "base/stream.h"
 #include "cache/font_caches.h"
 #include "object/array.h"
@@ -115,10 +116,16 @@ struct CPDFMergeContext {
 
 /// One correction that the table made on its own while reading.
 struct PDF_REPAIR {
-  enum Code : std::int32_t { kEntryCorrected = 1, kSectionUnreadable = 2, kTableRebuilt = 3 };
+  enum Code : std::int32_t { kEntryCorrected = 1, kSectionUnreadable = 2, kTableRebuilt = 3, kLengthCorrected = 4 };
   Code code;
   std::int32_t num;      ///< Object number, 0 when none is meant.
   std::uint32_t offset;  ///< File offset found, or of the section.
+};
+
+/// A stream whose stated length is false.
+struct PDF_LENGTH {
+  std::uint32_t offset;  ///< Where its data begin.
+  std::int32_t length;   ///< Up to the first "endstream".
 };
 
 class CPDFXRefTable {
@@ -181,6 +188,9 @@ public:
   std::int32_t objstm_depth = 0;          ///< Object streams being loaded for one another.
   std::int32_t stream_depth = 0;          ///< Streams being made for one another's parameters.
   std::int64_t chain_work = 0;            ///< What the outermost of them has cost, in decoded bytes.
+  std::int32_t checks_lengths = 0;        ///< Not 0: a "Length" behind which no "endstream" stands is not believed.
+  GrowArray<PDF_LENGTH> healed_lengths;   ///< Those that were not, by offset.
+  std::int64_t length_scans = 0;          ///< Bytes searched for ends.
   std::int64_t objstm_budget = 16 << 20;  ///< Bytes that the objects of decoded object streams may take together.
   std::int64_t objstm_held = 0;           ///< What they take now, as estimated.
   std::int64_t objstm_loaded = 0;         ///< The weight of all that was decoded,
@@ -236,6 +246,9 @@ public:
   /// The decoded object stream at file offset `offset`; null on failure. Borrowed; valid until the
   /// next object stream is loaded.
   PDF_OBJSTM* get_objstm(unsigned int offset, int num, int gen);
+  /// Sets the true length of a stream of the file, where `checks_lengths` asks for it. `num` names
+  /// the object in the list of repairs.
+  void heal_length(CPDFStreamRec& rec, std::int32_t num);
   /// Whether an object stream that stands at `offset` gave its objects. It is then where it should
   /// be, whatever number its header bears.
   bool serves_as_objstm(std::uint32_t offset);
@@ -306,19 +319,40 @@ public:
   void new_xref();
   int new_file_spec(const char* path);
   int new_file_spec(const char* path, PDF_String& name);
+  /// Deflates `len` bytes (RFC 1950). `out_len` gets the compressed size. The caller owns the block, a
+  /// NUL behind it, and releases it with QVFree; null, with a size of 0, when there is no memory. Any
+  /// thread may call it.
   static unsigned char* compress_data(const void* data, int len, int& out_len);
+  /// A bitmap as an image of 8-bit red, green and blue; `swap_rb` not 0: its pixels are blue, green,
+  /// red. `with_alpha` not 0: its alpha becomes the soft mask, the object in front of the image.
+  /// {0, 0} on failure; the mask's number, or the mask, may then be there unused. ISO 32000-1, 8.9.5.
   PDF_REF new_image_flate(const CQVBmp32* bmp, int swap_rb, int with_alpha);
+  /// A JPEG file as an image, byte for byte; {0, 0}, with no number taken, when its header cannot be
+  /// read or is of no colour space that PDF has.
   PDF_REF new_image_jpeg(const char* path);
+  /// The same of JPEG data, which are copied.
   PDF_REF new_image_jpeg_mem(const unsigned char* data, int len);
+  /// A JPEG 2000 file (JP2 or a bare code stream) as an image, byte for byte; {0, 0}, with no number
+  /// taken, when its headers cannot be read.
   PDF_REF new_image_jpx(const char* path);
+  /// A stream of the data, compressed, without "Type"; {0, 0} without memory. The data stay the caller's.
   PDF_REF adv_new_stream_flate(unsigned char* data, int len);
+  /// A stream of the data as they are. Copies them.
   PDF_REF adv_new_stream_raw(unsigned char* data, int len);
   CPDFFont* new_font_type0_h(const char* name, int style);
   CPDFFont* new_font_type0_v(const char* name, int style);
+  /// An empty form with an empty resource dictionary behind it, loaded from a copy of its stream
+  /// object. The caller owns the result and deletes it; null without memory. ISO 32000-1, 8.10.
   CPDFForm* new_form();
+  /// A form with that content; `resources` number 0: it has none.
   PDF_REF new_form(const _QVRECTF& bbox, const char* content, int len, const PDF_REF& resources);
+  /// One outline item that leads to `page`, scrolled to the height `top`. References of number 0 are
+  /// left out; its neighbours and the counts are the caller's to keep. ISO 32000-1, 12.3.3.
   PDF_REF new_outline(const wchar_t* title, const PDF_REF& parent, const PDF_REF& prev, const PDF_REF& next,
                       const PDF_REF& page, const QVFIX& top);
+  /// A graphics state that sets nothing yet. The setters change one key of a state that exists, alpha
+  /// 255 being opaque, dash lengths in user space units, modes as get_blend_name counts them; what is
+  /// no dictionary they leave alone. ISO 32000-1, 8.4.5.
   PDF_REF new_gstate();
   void set_gstate_fill_alpha(const PDF_REF& ref, unsigned char alpha);
   void set_gstate_stroke_alpha(const PDF_REF& ref, unsigned char alpha);

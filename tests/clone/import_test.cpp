@@ -1,6 +1,8 @@
 // Objects, pages and forms from another document.
 #include <gtest/gtest.h>
 
+#include <cstring>
+
 #include "neighbours/page/acro_form.h"
 #include "neighbours/page/doc.h"
 #include "support/pdf_builder.h"
@@ -162,6 +164,28 @@ TEST(AcroForm, ClashingFieldsGetTheFirstFreeDigit) {
   Freed<CPDFObj> value;
   read_again.get_field(L"a9")->get_value("V", value);
   EXPECT_EQ(TestTable::syntax(value), "(v)");
+}
+
+TEST(AcroForm, FieldsCanStillBeAppendedBehindASeal) {
+  MemStream file("");
+  CPDFDoc doc;
+  doc.create(&file);
+  CPDFAcroForm form(doc.table());
+  for (const char* name : {"first", "second"}) {
+    Cleared<CPDFDictionary> field;
+    field.set_item_str("T", name, static_cast<int>(std::strlen(name)));
+    const PDF_REF ref{doc.table().alloc_obj_num(), 0};
+    doc.table().store_dict(ref, &field);
+    EXPECT_NE(form.append_field(ref), nullptr);
+    PDF_SIGN_DATA sign;
+    EXPECT_TRUE(doc.save_update(PDF_SAVE_FORM::kStream, &sign));
+  }
+  CPDFDoc saved;
+  ASSERT_TRUE(saved.open(&file));
+  CPDFAcroForm read_again(saved.table());
+  ASSERT_TRUE(read_again.load());
+  EXPECT_NE(read_again.get_field(L"first"), nullptr);
+  EXPECT_NE(read_again.get_field(L"second"), nullptr);
 }
 
 TEST(AcroForm, NamesReachThroughTheTreeAndFollowARenaming) {

@@ -142,6 +142,21 @@ TEST(StreamSave, ASealedSaveCommitsAndItsBytesStay) {
   EXPECT_EQ(t.section_value("Prev"), std::to_string(section));
 }
 
+// The number that the first seal reserved keeps its slot, which the second object below gets too.
+TEST(StreamSave, ASecondSealLosesNoObject) {
+  Changed t(Changed::document());
+  PDF_SIGN_DATA sign;
+  t.change(5, "(five)");
+  EXPECT_EQ(t.table.save(nullptr, &sign), 1);
+  const std::int32_t first = t.table.alloc_obj_num();
+  const std::int32_t second = t.table.alloc_obj_num();
+  t.change(first, "(first)");
+  t.change(second, "(second)");
+  EXPECT_EQ(t.table.save(nullptr, &sign), 1);
+  EXPECT_EQ(t.object(first), "(first)");
+  EXPECT_EQ(t.object(second), "(second)");
+}
+
 TEST(StreamSave, ASealOverAStreamHandsOutNoDictionary) {
   Changed t(Changed::document());
   t.change(5, "(no dictionary)");

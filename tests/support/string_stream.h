@@ -10,7 +10,7 @@
 
 class StringStream : public CQVStream {
 public:
-  explicit StringStream(std::string bytes) : bytes(std::move(bytes)) {}
+  explicit StringStream(std::string content) : bytes(std::move(content)) {}
   long long GetLen() const override { return static_cast<long long>(bytes.size()) - base_offset; }
   long long GetPos() const override { return static_cast<long long>(pos_) - base_offset; }
   int SetPos(STR_SEEK whence, long long offset) override {

@@ -1,6 +1,9 @@
 // Objects by number: where they live, how misplaced ones are found, and the table's growth.
 #include <gtest/gtest.h>
 
+#include <memory>
+
+#include "filters/stream_filter.h"
 #include "neighbours/fonts/environment.h"
 #include "support/pdf_builder.h"
 #include "support/test_table.h"
@@ -56,6 +59,19 @@ TEST(Access, MissingObjectsAndReferenceCyclesAreNull) {
   EXPECT_EQ(t.object(-1), "null");
 }
 
+TEST(Access, AnItemOfTheOutputItselfCanBeResolved) {
+  PdfBuilder builder;
+  builder.obj(1, "(the target)").classic("");
+  TestTable t(builder.str());
+  t.table.XRefRead(static_cast<unsigned>(builder.last_section()));
+  for (const char* array : {"[1 0 R]", "[(the target)]"}) {
+    Freed<CPDFObj> obj;
+    read_value(obj, array);
+    t.table.resolve(obj, obj.as_array()->get(0));
+    EXPECT_STREQ(obj.as_text(), "the target");
+  }
+}
+
 TEST(Access, ObjectStreamsAreReadInSequenceAndKept) {
   PdfBuilder builder;
   builder.pages(1).object_stream(9, {{4, "(four)"}, {5, "<</A 6 0 R>>"}, {6, "6"}, {7, "stray [7]"}}).xref_stream(10);
@@ -67,6 +83,62 @@ TEST(Access, ObjectStreamsAreReadInSequenceAndKept) {
   EXPECT_EQ(t.table.objstm_count, 1u);
   t.table.xref_items[7].gen = 44;  // beyond "N"
   EXPECT_EQ(t.object(7), "null");
+}
+
+TEST(Access, ObjectStreamsBeyondTheBudgetAreReleasedAndDecodedAgain) {
+  constexpr int kStreams = 40;
+  PdfBuilder builder;
+  builder.pages(1);
+  for (int i = 0; i < kStreams; ++i)
+    builder.object_stream(10 + i, {{100 + i, "[" + std::to_string(i) + " (" + std::string(1000, 'x') + ")]"}});
+  Opened t(builder.xref_stream(99).str());
+  t.table.objstm_budget = 64 * 1024;
+  const auto asked = [&](int i) { return t.object(100 + i).substr(0, 4); };
+  for (int i = 0; i < kStreams; ++i) {
+    EXPECT_EQ(asked(i), ("[" + std::to_string(i) + "(xx").substr(0, 4));
+    EXPECT_LE(t.table.objstm_held, t.table.objstm_budget);
+  }
+  EXPECT_EQ(t.table.objstm_count, static_cast<std::uint32_t>(kStreams));
+  EXPECT_EQ(t.table.objstm_reloaded, 0);
+  EXPECT_EQ(asked(0), "[0(x");
+  EXPECT_GT(t.table.objstm_reloaded, 0);
+  // Read criss-cross for long, the document keeps them all and decodes none any more.
+  for (int round = 0; round < 8; ++round) {
+    for (int i = 0; i < kStreams; ++i)
+      asked(i);
+  }
+  const std::int64_t reloaded = t.table.objstm_reloaded;
+  for (int i = 0; i < kStreams; ++i)
+    asked(i);
+  EXPECT_EQ(t.table.objstm_reloaded, reloaded);
+  EXPECT_EQ(t.table.objstm_count, static_cast<std::uint32_t>(kStreams));
+}
+
+TEST(Access, FalseLengthsAreTakenToTheEndOfTheStreamWhenAskedTo) {
+  const std::string body(40'000, 'd');
+  const auto stated = [&](const char* length, bool checks) {
+    PdfBuilder builder;
+    builder.pages(1).obj(4, "<</Length " + std::string(length) + ">>\nstream\n" + body + "\r\nendstream");
+    Opened t(builder.obj(5, "99999999").classic().str());
+    t.table.checks_lengths = checks ? 1 : 0;
+    std::size_t sizes[2] = {};
+    for (std::size_t& size : sizes) {
+      Freed<CPDFObj> obj;
+      t.table.get_entity(obj, {4, 0});
+      const std::unique_ptr<CPDFStream> decoder(t.table.make_stream(obj.as_stream()));
+      int len = 0;
+      const HeapBlock<unsigned char> data(decoder->buffer_load(1 << 20, len));
+      size = static_cast<std::size_t>(len);
+    }
+    EXPECT_EQ(sizes[0], sizes[1]);
+    EXPECT_EQ(t.table.healed_lengths.size(), t.table.repair_count);
+    return sizes[0];
+  };
+  EXPECT_EQ(stated("12", false), 12u);
+  EXPECT_EQ(stated("12", true), body.size());
+  EXPECT_EQ(stated("5 0 R", true), body.size());
+  EXPECT_EQ(stated("40002", true), body.size() + 2);  // the line end counted in: "endstream" follows
+  EXPECT_EQ(stated("40000", true), body.size());
 }
 
 TEST(Access, ObjectStreamsThatLieEndInNull) {

@@ -136,6 +136,18 @@ TEST(StreamSection, ShortDataAreNoFailureAndStoreNothing) {
   const StreamSection s("/Size 3/W[1 2 1]", std::string("\1\0\20\0\1\0", 6));
   EXPECT_EQ(s.result, 1);
   EXPECT_EQ(s.table.xref_items[0].type, 0u);
+  // A long section is decoded in pieces, and comes whole or not at all.
+  constexpr std::size_t kEntries = 50'000;
+  std::string rows;
+  for (std::size_t i = 0; i < kEntries; ++i)
+    rows += std::string("\1\0\20\0", 4);
+  const StreamSection whole("/Size 50000/W[1 2 1]", rows);
+  EXPECT_EQ(whole.table.xref_items[kEntries - 1].offset, 16u);
+  rows.pop_back();
+  const StreamSection cut("/Size 50000/W[1 2 1]", rows);
+  EXPECT_EQ(cut.result, 1);
+  for (std::size_t i = 0; i < kEntries; i += 1000)
+    ASSERT_EQ(cut.table.xref_items[i].type, 0u) << i;
 }
 
 TEST(StreamSection, SizesThatLieAreRefusedOrBounded) {

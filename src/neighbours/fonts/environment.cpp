@@ -2,42 +2,37 @@
 
 #include <unistd.h>
 
+#include "base/heap.h"
+#include "neighbours/fonts/environment_fonts_internal.h"
+#include "neighbours/fonts/font_shelf_internal.h"
+
 namespace {
 
 constexpr useconds_t kRetryMicroseconds = 10;
 
 }  // namespace
 
-CPDFEnviroment::CPDFEnviroment() {
+CPDFEnviroment::CPDFEnviroment() : fonts_(FontShelf::create()), font_uses_(FontUses::create()) {
   pthread_mutex_init(&mutex, nullptr);
 }
 
-CPDFEnviroment::CPDFEnviroment(const CPDFEnviroment&) : CPDFEnviroment() {}
-
-// Without fonts and resources no name is known.
-void* CPDFEnviroment::new_face(const char*) {
-  return nullptr;
+CPDFEnviroment::CPDFEnviroment(const CPDFEnviroment& other)
+    : fonts_(other.fonts_), font_uses_(FontUses::create()), maps_(other.maps_) {
+  pthread_mutex_init(&mutex, nullptr);
+  if (fonts_ != nullptr)
+    fonts_->hold();
 }
 
-CQVFTFont* CPDFEnviroment::new_face(const char*, int) {
-  return nullptr;
+CPDFEnviroment::~CPDFEnviroment() {
+  unload_faces();
+  QVFree(font_uses_);
+  if (fonts_ != nullptr)
+    fonts_->drop();
 }
 
-void CPDFEnviroment::release_face(const char*) {}
-
-CPDFCMap* CPDFEnviroment::load_cmap(const char*) {
-  return nullptr;
+void CPDFEnviroment::unload() {
+  unload_faces();
 }
-
-void CPDFEnviroment::release_cmap(CPDFCMap*) {}
-
-CPDFCMapToUnicode* CPDFEnviroment::load_cmap_tounicode(const char*) {
-  return nullptr;
-}
-
-void CPDFEnviroment::release_cmap_tounicode(CPDFCMapToUnicode*) {}
-
-void CPDFEnviroment::unload() {}
 
 void CPDFEnviroment::destroy(CPDFEnviroment* env) {
   while (pthread_mutex_destroy(&env->mutex) != 0)

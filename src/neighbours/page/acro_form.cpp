@@ -188,6 +188,9 @@ CPDFField* CPDFAcroForm::append_field(const PDF_REF& ref) {
 
 CPDFDictionary* CPDFAcroForm::edit_dict() {
   if (form_ref_.num != 0) {
+    // A sealed save has taken the dictionary out of memory.
+    if (table_.xref_items[form_ref_.num].type != 3)
+      return editable(table_, form_ref_);
     const PDF_NEWOBJ* slot = table_.get_xref2(form_ref_.num, form_ref_.gen);
     return slot != nullptr ? slot->obj.as_dict() : nullptr;
   }

@@ -17,6 +17,8 @@ std::int32_t CPDFDocMerge::append(CPDFDoc& source, const std::int32_t* pages, st
   Source src{source, source.table(), context, {}, {}, {}};
   if (hole_ == 0)
     hole_ = table_.alloc_obj_num();
+  if (source_count_ == 0)
+    was_empty_ = into_.page_count() == 0;
   const std::uint32_t first_slot = table_.new_obj_count;
   reserve_pages(src, pages, count);
   add_form(src);
@@ -32,6 +34,7 @@ std::int32_t CPDFDocMerge::append(CPDFDoc& source, const std::int32_t* pages, st
   }
   collect_destinations(src);
   collect_files(src);
+  add_output_intents(src);
   add_optional_content(src);
   add_labels(src, appended.begin(), done);
   add_outline(src, title);
@@ -266,6 +269,7 @@ bool CPDFDocMerge::finish() {
   if (names.as_dict()->count > 0)
     dict->move_item("Names", names);
   put_outline(*dict);
+  put_output_intents(*dict);
   put_optional_content(*dict);
   if (has_labels_) {
     Cleared<CPDFDictionary> tree;

@@ -52,6 +52,10 @@ private:
   void add_labels(Source& src, const std::int32_t* pages, std::int32_t count);
   void put_optional_content(CPDFDictionary& catalog);
 
+  // doc_merge_intents.cpp
+  void add_output_intents(Source& src);
+  void put_output_intents(CPDFDictionary& catalog);
+
   // doc_merge_names.cpp
   void collect_destinations(Source& src);
   void add_destination(Source& src, const PDF_String& name, const CPDFObj& value);
@@ -94,5 +98,9 @@ private:
   GrowArray<TopEntry> outline_;
   Cleared<CPDFArray> labels_;
   bool has_labels_ = false;
+  std::int32_t source_count_ = 0;
+  bool was_empty_ = false;  // no pages stood there before the first source
+  Freed<CPDFObj> intents_;  // the output intents of all sources, while they agree
+  Freed<CPDFObj> intents_identifier_;
   Freed<CPDFObj> content_;  // optional content, as far as it was met
 };

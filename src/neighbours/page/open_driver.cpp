@@ -95,6 +95,9 @@ const GrowArray<PDF_DOC_REPAIR>& CPDFDoc::repairs() {
       case PDF_REPAIR::kSectionUnreadable:
         add_repair("section", repair.num, repair.offset, "cross-reference section cannot be read; passed over");
         break;
+      case PDF_REPAIR::kLengthCorrected:
+        add_repair("length", repair.num, repair.offset, "stream's stated length is false; taken to its end");
+        break;
       case PDF_REPAIR::kTableRebuilt:
         add_repair("table", repair.num, repair.offset, "cross-reference table rebuilt by scanning");
         break;
@@ -344,6 +347,7 @@ void CPDFDoc::read_version() {
 }
 
 bool CPDFDoc::open_stream() {
+  table_.checks_lengths = 1;
   const std::uint64_t refusals = heap_refusals();
   file_size_ = stream_->GetLen();
   if (file_size_ <= 0) {

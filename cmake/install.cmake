@@ -1,0 +1,45 @@
+# What `cmake --install` puts where, in three components: lib (the shared library), dev (headers,
+# static library, package files) and tool.
+include(GNUInstallDirs)
+include(CMakePackageConfigHelpers)
+
+set(SHEAF_CMAKE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/sheaf)
+set(SHEAF_PC_REQUIRES "zlib libjpeg libcrypto libutf8proc")
+set(SHEAF_USES_FONTCONFIG OFF)
+if(SHEAF_WITH_JPX)
+  string(APPEND SHEAF_PC_REQUIRES " libopenjp2")
+endif()
+if(SHEAF_WITH_FONTS)
+  string(APPEND SHEAF_PC_REQUIRES " freetype2 harfbuzz-subset")
+  if(TARGET PkgConfig::FONTCONFIG)
+    set(SHEAF_USES_FONTCONFIG ON)
+    string(APPEND SHEAF_PC_REQUIRES " fontconfig")
+  endif()
+endif()
+
+install(TARGETS sheaf EXPORT sheafTargets ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT dev)
+if(TARGET sheaf_shared)
+  install(TARGETS sheaf_shared EXPORT sheafTargets
+          LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT lib NAMELINK_COMPONENT dev)
+endif()
+if(TARGET sheaf_tool)
+  install(TARGETS sheaf_tool RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tool)
+  install(FILES docs/sheaf.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tool)
+  install(FILES docs/completions/sheaf.bash RENAME sheaf
+          DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT tool)
+  install(FILES docs/completions/_sheaf DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/site-functions COMPONENT tool)
+  install(FILES docs/completions/sheaf.fish
+          DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d COMPONENT tool)
+endif()
+install(DIRECTORY src/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/sheaf COMPONENT dev
+        FILES_MATCHING PATTERN "*.h" PATTERN "*_internal.h" EXCLUDE)
+install(FILES ${PROJECT_BINARY_DIR}/generated/sheaf/version.h
+        DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/sheaf COMPONENT dev)
+
+install(EXPORT sheafTargets NAMESPACE sheaf:: DESTINATION ${SHEAF_CMAKE_DIR} COMPONENT dev)
+configure_package_config_file(cmake/sheafConfig.cmake.in sheafConfig.cmake INSTALL_DESTINATION ${SHEAF_CMAKE_DIR})
+write_basic_package_version_file(sheafConfigVersion.cmake COMPATIBILITY SameMinorVersion)
+configure_file(cmake/sheaf.pc.in sheaf.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/sheafConfig.cmake ${PROJECT_BINARY_DIR}/sheafConfigVersion.cmake
+        DESTINATION ${SHEAF_CMAKE_DIR} COMPONENT dev)
+install(FILES ${PROJECT_BINARY_DIR}/sheaf.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT dev)

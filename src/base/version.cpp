@@ -1,0 +1,5 @@
+#include "sheaf/version.h"
+
+const char* sheaf_version() {
+  return SHEAF_VERSION;
+}

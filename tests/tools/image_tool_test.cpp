@@ -1,0 +1,203 @@
+// The tool and images: pages made of files, and images written as files.
+#include <gtest/gtest.h>
+
+#include "support/external_tool.h"
+#include "support/jp2_maker.h"
+#include "support/jpeg_maker.h"
+#include "support/netpbm.h"
+#include "support/pdf_builder.h"
+
+using namespace std::string_literals;
+
+namespace {
+
+std::string big_endian(std::size_t value) {
+  std::string bytes;
+  for (int shift = 24; shift >= 0; shift -= 8)
+    bytes += static_cast<char>(value >> shift);
+  return bytes;
+}
+
+std::string png_chunk(const std::string& type, const std::string& data) {
+  const std::string body = type + data;
+  const auto crc = crc32(0, reinterpret_cast<const Bytef*>(body.data()), static_cast<uInt>(body.size()));
+  return big_endian(data.size()) + body + big_endian(crc);
+}
+
+// A PNG file of `kind` 0 (grey), 2 (colour) or 6 (colour and alpha), 8 bits, 300 dots an inch.
+std::string make_png(const std::string& samples, int width, int height, int kind) {
+  const std::size_t row = samples.size() / static_cast<std::size_t>(height);
+  std::string rows;
+  for (std::size_t at = 0; at < samples.size(); at += row)
+    rows += '\0' + samples.substr(at, row);
+  const std::string size = big_endian(static_cast<std::size_t>(width)) + big_endian(static_cast<std::size_t>(height));
+  return "\x89PNG\r\n\x1A\n" + png_chunk("IHDR", size + "\x08" + static_cast<char>(kind) + "\0\0\0"s) +
+         png_chunk("pHYs", big_endian(11811) + big_endian(11811) + "\x01") +
+         png_chunk("IDAT", PdfBuilder::deflated(rows)) + png_chunk("IEND", "");
+}
+
+struct ImageTool : testing::Test {
+  RunResult sheaf(const std::string& arguments) {
+    return run_command(std::string(SHEAF_TOOL) + " " + arguments + " 2>&1");
+  }
+  std::string file(const std::string& name, const std::string& bytes) {
+    write_file(folder / name, bytes);
+    return folder / name;
+  }
+  static bool contains(const RunResult& result, const std::string& text) {
+    return result.output.find(text) != std::string::npos;
+  }
+
+  TestFolder folder;
+  std::string out = folder / "out.pdf";
+};
+
+TEST_F(ImageTool, PagesHaveTheSizeThatTheResolutionGives) {
+  const std::string samples = smooth_picture(60, 30, 3);
+  // Exif: turned by a quarter
+  const std::string jpeg = make_jpeg(samples, 60, 30, {.density = 144});
+  const std::string exif = "Exif\0\0MM\0*\0\0\0\x08\0\x01\x01\x12\0\x03\0\0\0\x01\0\x06\0\0\0\0\0\0"s;
+  const std::string turned =
+      jpeg.substr(0, 2) + "\xFF\xE1"s + '\0' + static_cast<char>(exif.size() + 2) + exif + jpeg.substr(2);
+  const std::string images = file("a.jpg", jpeg) + " " + file("b.jpg", turned) + " " +
+                             file("c.png", make_png(samples, 60, 30, 2)) + " " +
+                             file("d.ppm", "P6 60 30 255\n" + samples);
+  EXPECT_EQ(sheaf("new " + out + " --image " + images).code, 0);
+  const RunResult pages = sheaf("pages --json " + out);
+  EXPECT_TRUE(contains(pages, "\"width\":30,\"height\":15,")) << pages.output;
+  EXPECT_TRUE(contains(pages, "\"width\":15,\"height\":30,")) << pages.output;
+  EXPECT_TRUE(contains(pages, "\"width\":14.4")) << pages.output;
+  EXPECT_TRUE(contains(pages, "\"width\":60,\"height\":30,")) << pages.output;
+  if (has_program("mutool")) {
+    const RunResult outline = run_command("mutool show " + out + " outline");
+    EXPECT_TRUE(contains(outline, "\"a.jpg\"\t#page=1") && contains(outline, "\"d.ppm\"\t#page=4")) << outline.output;
+  }
+  if (has_program("qpdf")) {
+    EXPECT_EQ(run_command("qpdf --check " + out + " 2>&1 >/dev/null").output, "");
+  }
+}
+
+TEST_F(ImageTool, AdobeInksAreInvertedByDecode) {
+  const JpegKind inks{.components = 4, .given = JCS_CMYK, .stored = JCS_CMYK};
+  JpegKind marked = inks;
+  marked.adobe_marker = true;
+  const std::string picture = smooth_picture(20, 10, 4);
+  ASSERT_EQ(sheaf("new " + out + " --image " + file("a.jpg", make_jpeg(picture, 20, 10, marked)) + " " +
+                  file("b.jpg", make_jpeg(picture, 20, 10, inks)))
+                .code,
+            0);
+  EXPECT_TRUE(contains(sheaf("show " + out + " 3"), "/Decode[1 0 1 0 1 0 1 0]"));
+  EXPECT_FALSE(contains(sheaf("show " + out + " 6"), "Decode[")) << sheaf("show " + out + " 6").output;
+}
+
+// Every form of netpbm gives the same pixels as the picture that it holds.
+TEST_F(ImageTool, PlainPicturesComeBackPixelByPixel) {
+  struct Case {
+    std::string name;
+    std::string bytes;
+    std::string pixels;  // as red, green and blue
+  };
+  const std::string rgb = smooth_picture(9, 5, 3);
+  std::string rgba;
+  for (std::size_t i = 0; i < rgb.size(); i += 3)
+    rgba += rgb.substr(i, 3) + static_cast<char>(i);
+  const std::string two = "\0\0\0\xFF\xFF\xFF"s;
+  const Case cases[] = {
+      {"a.png", make_png(rgb, 9, 5, 2), rgb},
+      {"b.png", make_png(rgba, 9, 5, 6), rgb},
+      {"c.png", make_png("\x20\xA0"s, 2, 1, 0), "\x20\x20\x20\xA0\xA0\xA0"},
+      {"d.pbm", "P1\n# black, white\n2 1\n10\n", two},
+      {"e.pbm", "P4 2 1\n\x80", two},
+      {"f.pgm", "P2 2 1 15 0 15", two},
+      {"g.pgm", "P5 2 1 65535\n\0\0\xFF\xFF"s, two},
+      {"h.ppm", "P3 2 1 1 0 0 0 1 1 1", two},
+      {"i.ppm", "P6 9 5 255\n" + rgb, rgb},
+      {"j.pam", "P7\nWIDTH 9\nHEIGHT 5\nDEPTH 4\nMAXVAL 255\nTUPLTYPE RGB_ALPHA\nENDHDR\n" + rgba, rgb},
+  };
+  for (const Case& c : cases) {
+    const bool has_alpha = c.name[0] == 'b' || c.name[0] == 'j';
+    ASSERT_EQ(sheaf("new " + out + " --image " + file(c.name, c.bytes)).code, 0) << c.name;
+    EXPECT_EQ(sheaf("stream " + out + (has_alpha ? " 4" : " 3")).output, c.pixels) << c.name;
+    if (has_alpha) {
+      const std::string alpha = sheaf("stream " + out + " 3").output;
+      ASSERT_EQ(alpha.size(), 45u);
+      EXPECT_EQ(alpha[7], rgba[31]);
+    }
+    if (has_program("pdfimages") && !has_alpha) {
+      run_command("pdfimages " + out + " " + (folder / "x"));
+      EXPECT_EQ(Netpbm::parse(read_file(folder / "x-000.ppm")).samples, c.pixels) << c.name;
+    }
+  }
+}
+
+TEST_F(ImageTool, UnreadableFilesEndTheCommand) {
+  const std::string good = file("good.ppm", "P6 1 1 255\nabc");
+  const std::string png = make_png("abc", 1, 1, 2);
+  const std::string bad[] = {"",
+                             "text",
+                             "\xFF\xD8\xFF\xE0",
+                             png.substr(0, png.size() / 2),
+                             "P6 2 2 255\nabc",
+                             "P5 100000 100000 255\n",
+                             "P7\nWIDTH 1\n",
+                             "P2 1 1 0 0",
+                             "\xFF\x4F\xFF\x51"};
+  for (const std::string& bytes : bad) {
+    const RunResult run = sheaf("new " + out + " --image " + good + " " + file("bad", bytes));
+    EXPECT_EQ(run.code, 2);
+    EXPECT_TRUE(contains(run, "bad: is no")) << run.output;
+    EXPECT_FALSE(std::filesystem::exists(out));
+  }
+  EXPECT_EQ(sheaf("new " + out + " --image " + (folder / "absent")).code, 2);
+}
+
+TEST_F(ImageTool, ImagesAreListedAndWritten) {
+  const std::string jpeg = make_jpeg(smooth_picture(20, 10, 3), 20, 10, {});
+  const std::string jp2 = make_jp2(20, 10, {}, [](int, int x, int y) { return x + y; });
+  PdfBuilder pdf;
+  pdf.pages(1)
+      .stream(4, "/Subtype/Image/Width 20/Height 10/ColorSpace/DeviceRGB/BitsPerComponent 8/Filter[/Fl/DCT]",
+              PdfBuilder::deflated(jpeg))
+      .stream(5, "/Subtype/Image/Width 20/Height 10/Filter/JPXDecode", jp2)
+      .stream(6, "/Subtype/Image/Width 3/Height 1/ColorSpace[/Indexed/DeviceRGB 1<0A141E646E78>]/BitsPerComponent 1",
+              "\x40")
+      .stream(7, "/Subtype/Image/Width 2/Height 1/ColorSpace/DeviceCMYK/BitsPerComponent 8/Decode[1 0 1 0 1 0 1 0]",
+              "\xFF\xFF\xFF\xFF\xFF\x00\x00\xFF"s)
+      .stream(8, "/Subtype/Image/Width 1/Height 1/ColorSpace[/DeviceN[/a/b]/DeviceRGB 3 0 R]/BitsPerComponent 8", "ab")
+      .stream(9, "/Subtype/Image/Width 4/Height 2/ImageMask true", "\x50")
+      .stream(10, "/Subtype/Image/Width 1/Height 1/ColorSpace/DeviceGray/BitsPerComponent 16", "\x12\x34")
+      .classic();
+  const std::string in = file("in.pdf", pdf.str());
+  const RunResult list = sheaf("images --json " + in);
+  EXPECT_EQ(list.code, 0);
+  EXPECT_TRUE(contains(list,
+                       "{\"object\":4,\"width\":20,\"height\":10,\"bits\":8,\"colours\":\"DeviceRGB\","
+                       "\"filter\":\"DCTDecode\",\"bytes\":"))
+      << list.output;
+  EXPECT_TRUE(contains(list, "\"colours\":\"Indexed DeviceRGB\""));
+  EXPECT_TRUE(contains(list, "\"colours\":\"DeviceN 2\""));
+
+  const RunResult written = sheaf("images " + in + " -d " + (folder / "images"));
+  EXPECT_EQ(written.code, 1);
+  EXPECT_TRUE(contains(written, "object 8: its colour space cannot be shown")) << written.output;
+  EXPECT_TRUE(contains(written, "object 9: its data end early")) << written.output;
+  EXPECT_TRUE(read_file(folder / "images/image-4.jpg") == jpeg);
+  EXPECT_TRUE(read_file(folder / "images/image-5.jp2") == jp2);
+
+  struct Picture {
+    int num;
+    std::string pixels;
+  };
+  const Picture pictures[] = {
+      {6, "\x0A\x14\x1E\x64\x6E\x78\x0A\x14\x1E"},
+      {7, "\xFF\xFF\xFF\xFF\x00\x00"s},
+      {10, "\x12\x12\x12"},
+  };
+  for (const Picture& picture : pictures) {
+    const std::string png = folder / ("images/image-" + std::to_string(picture.num) + ".png");
+    ASSERT_EQ(sheaf("new " + out + " --image " + png).code, 0);
+    EXPECT_EQ(sheaf("stream " + out + " 3").output, picture.pixels) << picture.num;
+  }
+}
+
+}  // namespace
