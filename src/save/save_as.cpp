@@ -11,8 +11,8 @@
 #include "save/block_writer_internal.h"
 #include "save/entry_deflater_internal.h"
 #include "save/object_runs_internal.h"
-#include "xref/pdf_header.h"
 #include "save/xref_stream_internal.h"
+#include "xref/pdf_header.h"
 #include "xref/xref_table.h"
 
 namespace {
@@ -55,8 +55,8 @@ public:
     confirm_positions();
     put_objects();
     put_section();
-    if (out_.failed())
-      target_.write_failed = 1;
+    if (out_.failed() || out_.GetPos() - base_ > static_cast<long long>(UINT32_MAX))
+      target_.write_failed = 1;  // or offsets of 32 bits do not reach to its end
   }
 
 private:

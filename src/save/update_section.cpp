@@ -128,10 +128,12 @@ void UpdateSection::fill(std::uint32_t end) {
 
 void UpdateSection::finish(std::uint32_t start) {
   const auto end = static_cast<std::uint32_t>(out_.GetPos());
+  const bool reaches_too_far = out_.GetPos() > static_cast<long long>(UINT32_MAX - kTailRoom);
   out_.settle();
-  fill(end);
+  if (!reaches_too_far)
+    fill(end);
   out_.Flush();
-  if (out_.failed() || heap_refusals() != refusals_) {
+  if (reaches_too_far || out_.failed() || heap_refusals() != refusals_) {
     table_.write_failed = 1;
     return;
   }

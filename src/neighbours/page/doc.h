@@ -15,6 +15,7 @@
 #include <cstdint>
 
 #include "base/grow_array.h"
+#include "base/scope_guard.h"
 #include "base/stream.h"
 #include "base/stream_blocks.h"
 #include "neighbours/page/page.h"
@@ -150,10 +151,19 @@ private:
     bool has_no_pages = false;  // the tree itself says so
   };
 
+  // Where a file says that its newest section begins.
+  struct StartMark {
+    long long position;  // of the word itself
+    std::uint32_t offset = 0;
+    bool has_number = false;
+    bool is_cut = false;
+  };
+
   bool open_stream();
   void reset_table();
   void find_header();
-  bool find_startxref(std::uint32_t& offset);
+  bool find_startxref(StartMark& mark);
+  void read_start_mark(StartMark& mark);
   std::uint32_t adjust_section_offset(std::uint32_t offset);
   bool is_section_at(std::uint32_t offset);
   bool try_sections();
@@ -163,6 +173,7 @@ private:
   bool heal();
   Attempt examine();
   bool header_stands_at(const PDF_REF& ref);
+  bool offsets_mislead();
   bool waits_for_password() const { return is_encrypted() && !is_readable(); }
   bool authorise_quietly();
   bool finish(PDF_OPEN status);
@@ -184,6 +195,8 @@ private:
   void take_inherited(const CPDFDictionary& dict, PDF_INHERITED& values);
 
   bool take_direct_resources(CPDFDictionary& dict);
+  bool find_direct_resources(const CPDFObj* above);
+  void forget_resources();
 
   // page_edit.cpp
   int edit_pages();
@@ -209,6 +222,8 @@ private:
   int quick_count_ = -1;  // by the nodes' counts; -1 unknown or contradictory
   GrowArray<PageEntry> pages_;
   GrowArray<PDF_INHERITED> nodes_;
+  Freed<CPDFObj> direct_resources_;
+  std::int32_t resources_from_ = 0;  // the parent whose pages get them
   GrowArray<PDF_DOC_REPAIR> repairs_;
   std::uint32_t table_repairs_told_ = 0;
 };

@@ -12,9 +12,12 @@ namespace {
 
 constexpr unsigned kHeaderWindow = 1024;  // the header may stand anywhere in the first bytes
 constexpr unsigned kTailBlock = 1024;
-constexpr unsigned kTailOverlap = 16;         // "startxref" may lie across two blocks
-constexpr long long kMostTail = 1024 * 1024;  // junk behind the end marker is tolerated up to here
-constexpr std::uint32_t kNearby = 1024;       // how far an offset is searched around
+constexpr unsigned kFarBlock = 16 * 1024;
+constexpr unsigned kTailOverlap = 16;  // "startxref" may lie across two blocks
+constexpr char kStartWord[] = "startxref";
+constexpr int kStartWordSize = sizeof(kStartWord) - 1;
+constexpr long long kMostTail = 300LL * 1024 * 1024;  // as far as a rebuild would look
+constexpr std::uint32_t kNearby = 1024;               // how far an offset is searched around
 
 // The last place of `word` in `data`, or -1.
 int find_last(const char* data, int len, const char* word) {
@@ -53,6 +56,7 @@ void CPDFDoc::close() {
   stream_ = nullptr;
   file_.Close();
   blocks_.Close();
+  forget_resources();
   pages_.reset();
   nodes_.reset();
   repairs_.reset();
@@ -123,27 +127,36 @@ void CPDFDoc::find_header() {
   version_[count] = 0;
 }
 
-// The offset behind the last "startxref", looked for from the end over zeros and junk.
-bool CPDFDoc::find_startxref(std::uint32_t& offset) {
-  char block[kTailBlock + kTailOverlap + 1];
+// The last "startxref" in front of `mark.position`, looked for from there over zeros and junk: a
+// save that was cut short can have left a whole section of it behind the old end.
+bool CPDFDoc::find_startxref(StartMark& mark) {
+  char block[kFarBlock + kTailOverlap + 1];
+  const long long limit = mark.position;
   const long long len = stream_->GetLen();
-  for (long long end = len; end > 0 && len - end < kMostTail; end -= kTailBlock) {
-    const long long start = std::max(end - kTailBlock, 0LL);
+  long long size = kTailBlock;
+  for (long long end = limit; end > 0 && len - end < kMostTail; end -= size, size = kFarBlock) {
+    const long long start = std::max(end - size, 0LL);
     stream_->SetPos(CQVStream::STR_SEEK_SET, start);
-    const unsigned got = stream_->Read(block, static_cast<unsigned>(std::min(end + kTailOverlap, len) - start));
-    block[std::min(got, kTailBlock + kTailOverlap)] = 0;
-    const int at = find_last(block, static_cast<int>(got), "startxref");
+    const unsigned got = stream_->Read(block, static_cast<unsigned>(std::min(end + kTailOverlap, limit) - start));
+    const int at = find_last(block, static_cast<int>(std::min(got, kFarBlock + kTailOverlap)), kStartWord);
     if (at < 0)
       continue;
-    stream_->SetPos(CQVStream::STR_SEEK_SET, start + at + 9);
-    CPDFBufBase buf;
-    buf.buf_init(stream_);
-    if (!buf.buf_skip_ws(true) || !is_digit(buf.buf_data[buf.buf_pos]))
-      return false;
-    offset = static_cast<std::uint32_t>(buf.buf_read_int());
+    mark.position = start + at;
+    read_start_mark(mark);
     return true;
   }
   return false;
+}
+
+// The number behind the word. A file that ends within the two was cut there.
+void CPDFDoc::read_start_mark(StartMark& mark) {
+  stream_->SetPos(CQVStream::STR_SEEK_SET, mark.position + kStartWordSize);
+  CPDFBufBase buf;
+  buf.buf_init(stream_);
+  mark.has_number = buf.buf_skip_ws(true) && is_digit(buf.buf_data[buf.buf_pos]);
+  mark.offset = mark.has_number ? static_cast<std::uint32_t>(buf.buf_read_int()) : 0;
+  buf.buf_need(1);
+  mark.is_cut = buf.buf_pos >= buf.buf_len;
 }
 
 // Whether a cross-reference section begins at `offset`: the keyword, or the header of an object.
@@ -203,6 +216,26 @@ bool CPDFDoc::header_stands_at(const PDF_REF& ref) {
   return buf.buf_skip_to_obj() != nullptr && buf.buf_pos == 0 && ansi_to_i32(buf.buf_data) == ref.num;
 }
 
+// Whether most of a sample of entries lead into the middle of numbers, as in a file whose offsets are
+// all off by a little: each object would then be searched for, and some would be taken for others.
+bool CPDFDoc::offsets_mislead() {
+  constexpr std::uint32_t kSample = 16;
+  std::uint32_t looked_at = 0;
+  std::uint32_t wrong = 0;
+  const std::uint32_t step = std::max(table_.xref_count / kSample, 1u);
+  for (std::uint32_t num = 1; num < table_.xref_count; num += step) {
+    const PDF_XREF& entry = table_.xref_items[num];
+    if (entry.type != 1)
+      continue;
+    char text[12]{};
+    stream_->SetPos(CQVStream::STR_SEEK_SET, entry.offset);
+    stream_->Read(text, sizeof(text) - 1);
+    ++looked_at;
+    wrong += is_digit(text[0]) && ansi_to_i32(text) != static_cast<std::int32_t>(num) ? 1 : 0;
+  }
+  return 2 * wrong > looked_at;
+}
+
 // Looks at what the table leads to. The root may stand in an older section.
 CPDFDoc::Attempt CPDFDoc::examine() {
   Attempt attempt;
@@ -251,14 +284,18 @@ bool CPDFDoc::try_linearized() {
 }
 
 bool CPDFDoc::try_sections() {
-  std::uint32_t offset = 0;
-  if (!find_startxref(offset)) {
-    add_repair("startxref", 0, 0, "no startxref");
-    return false;
+  StartMark mark{stream_->GetLen() + 1};
+  bool is_cut = true;
+  // A mark that was cut in the middle gives way to the one before it, which tells of an older state.
+  while (is_cut && find_startxref(mark)) {
+    is_cut = mark.is_cut;
+    reset_table();
+    if (mark.has_number && table_.XRefRead(adjust_section_offset(mark.offset)) != 0 && examine().trusted && !offsets_mislead())
+      return true;
   }
-  if (table_.XRefRead(adjust_section_offset(offset)) == 0)
-    return false;
-  return examine().trusted;
+  if (!mark.has_number)
+    add_repair("startxref", 0, 0, "no startxref");
+  return false;
 }
 
 bool CPDFDoc::try_rebuild() {
@@ -331,8 +368,8 @@ bool CPDFDoc::open_stream() {
     return true;
   // What is left may still be a proper document, only without pages.
   reset_table();
-  std::uint32_t offset = 0;
-  if (find_startxref(offset) && table_.XRefRead(adjust_section_offset(offset)) != 0 && examine().usable)
+  StartMark mark{stream_->GetLen() + 1};
+  if (find_startxref(mark) && table_.XRefRead(adjust_section_offset(mark.offset)) != 0 && examine().usable)
     return finish(PDF_OPEN::kClean);
   reset_table();
   status_ = heap_refusals() != refusals ? PDF_OPEN::kNoMemory : PDF_OPEN::kDamaged;

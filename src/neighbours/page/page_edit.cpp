@@ -164,6 +164,7 @@ bool CPDFDoc::store_page_tree() {
   if (!store_node(table_, top, level.begin(), level.size()) || heap_refusals() != refusals)
     return false;
   nodes_.clear();
+  forget_resources();
   pages_changed_ = false;
   return true;
 }

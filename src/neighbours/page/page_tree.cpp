@@ -77,6 +77,8 @@ void CPDFDoc::take_inherited(const CPDFDictionary& dict, PDF_INHERITED& values) 
   const CPDFObj* resources = dict.get_item(CPDFDictionary::sm_tag_res);
   if (resources != nullptr && resources->tag == kTagRef)
     values.resources = resources->as_ref();
+  else if (resources != nullptr)
+    values.has_direct_resources = true;
 }
 
 // Fills `kids` with the node's array of kids; true when the dictionary is a page instead.
@@ -145,6 +147,7 @@ void CPDFDoc::ensure_pages() {
 }
 
 bool CPDFDoc::walk_pages() {
+  forget_resources();
   pages_.clear();
   nodes_.clear();
   Freed<CPDFObj> obj;
@@ -279,11 +282,29 @@ PDF_REF CPDFDoc::page_ref(int index) {
 }
 
 // Resources that stand directly in a node of the tree have no reference to hand down: the page gets
-// a copy.
+// a copy. Those of the last node are kept, since a node can be as long as all its pages together.
 bool CPDFDoc::take_direct_resources(CPDFDictionary& dict) {
+  const CPDFObj* const parent = dict.get_item(CPDFDictionary::sm_tag_parent);
+  const std::int32_t num = parent != nullptr ? parent->as_ref().num : 0;
+  if (num == 0)
+    return false;
+  if (num != resources_from_ && !find_direct_resources(parent)) {
+    forget_resources();
+    return false;
+  }
+  resources_from_ = num;
+  dict.set_item(CPDFDictionary::sm_tag_res, &direct_resources_);
+  return true;
+}
+
+void CPDFDoc::forget_resources() {
+  direct_resources_.free();
+  resources_from_ = 0;
+}
+
+bool CPDFDoc::find_direct_resources(const CPDFObj* above) {
   constexpr int kMostLevels = 64;
   Freed<CPDFObj> node;
-  const CPDFObj* above = dict.get_item(CPDFDictionary::sm_tag_parent);
   for (int level = 0; above != nullptr && level < kMostLevels; ++level) {
     const CPDFObj link = *above;  // a reference owns nothing
     if (link.tag != kTagRef)
@@ -292,7 +313,7 @@ bool CPDFDoc::take_direct_resources(CPDFDictionary& dict) {
     if (node.as_dict() == nullptr)
       return false;
     if (const CPDFObj* resources = node.as_dict()->get_item(CPDFDictionary::sm_tag_res)) {
-      dict.set_item(CPDFDictionary::sm_tag_res, resources);
+      direct_resources_.copy_from(resources);
       return true;
     }
     above = node.as_dict()->get_item(CPDFDictionary::sm_tag_parent);
@@ -313,7 +334,7 @@ bool CPDFDoc::load_page(int index, CPDFPage& page) {
   page.dict.copy_from(dict);
   page.inherited = node >= 0 ? &nodes_[static_cast<std::size_t>(node)] : nullptr;
   PDF_INHERITED values = page.inherited != nullptr ? *page.inherited : PDF_INHERITED{};
-  if (page.inherited != nullptr && values.resources.num == 0 && dict->get_item(CPDFDictionary::sm_tag_res) == nullptr)
+  if (values.has_direct_resources && values.resources.num == 0 && dict->get_item(CPDFDictionary::sm_tag_res) == nullptr)
     take_direct_resources(page.dict);
   take_inherited(*dict, values);
   page.box = values.has_crop_box ? values.crop_box : values.has_media_box ? values.media_box : kLetter;
