@@ -69,7 +69,7 @@ const Form kForms[] = {{false, PDF_SAVE_FORM::kClassic},
 // A stream that stops taking bytes after so many, as if its writer had died there.
 class DyingStream : public StringStream {
 public:
-  DyingStream(const std::string& bytes, long long life) : StringStream(bytes), life_(life) {}
+  DyingStream(const std::string& content, long long life) : StringStream(content), life_(life) {}
   unsigned int Write(const void* src, unsigned int size) override {
     const auto part = static_cast<unsigned>(std::min<long long>(size, std::max(life_, 0LL)));
     life_ -= size;

@@ -286,11 +286,14 @@ bool CPDFDoc::try_linearized() {
 bool CPDFDoc::try_sections() {
   StartMark mark{stream_->GetLen() + 1};
   bool is_cut = true;
+  const std::uint32_t linearized_length = table_.linearized_length;  // that of a file updated since
   // A mark that was cut in the middle gives way to the one before it, which tells of an older state.
   while (is_cut && find_startxref(mark)) {
     is_cut = mark.is_cut;
     reset_table();
-    if (mark.has_number && table_.XRefRead(adjust_section_offset(mark.offset)) != 0 && examine().trusted && !offsets_mislead())
+    table_.linearized_length = linearized_length;
+    if (mark.has_number && table_.XRefRead(adjust_section_offset(mark.offset)) != 0 && examine().trusted &&
+        !offsets_mislead())
       return true;
   }
   if (!mark.has_number)
