@@ -10,6 +10,14 @@ constexpr std::int32_t kRunStep = 64;
 constexpr std::uint32_t kManyRepairs = 10;  // above this every object's position is confirmed
 constexpr std::uint32_t kTailRoom = 32;     // the tail lies within this distance of the file's end
 
+// Offsets beyond 2 GiB do not fit an integer; as reals they keep their value.
+void set_offset(CPDFDictionary& dict, const char* key, std::uint32_t offset) {
+  if (offset <= INT32_MAX)
+    dict.set_item_int(key, static_cast<int>(offset));
+  else
+    dict.set_item_real(key, fix_from_int(offset));
+}
+
 }  // namespace
 
 UpdateSection::UpdateSection(CPDFXRefTable& table, CPDFEncrypt* enc, PDF_SIGN_DATA* sign)
@@ -112,7 +120,7 @@ void UpdateSection::set_trailer_values(CPDFDictionary& dict) const {
   dict.set_item("ID", &table_.id);
   set_present("Encrypt", table_.encrypt);
   if (table_.last_xref_offset != 0)
-    dict.set_item_int(CPDFDictionary::sm_tag_prev, static_cast<int>(table_.last_xref_offset));
+    set_offset(dict, CPDFDictionary::sm_tag_prev, table_.last_xref_offset);
 }
 
 // A stream cannot be cut short: what is left of a longer section that stood here becomes zeros.
