@@ -13,10 +13,13 @@
 #include "filters/run_length.h"
 #include "neighbours/decoders/ascii85.h"
 #include "neighbours/decoders/dct.h"
-#include "neighbours/decoders/jpx.h"
 #include "neighbours/decoders/lzw.h"
 #include "object/dictionary.h"
 #include "xref/xref_table.h"
+
+#ifdef SHEAF_HAS_JPX
+#include "neighbours/decoders/jpx.h"
+#endif
 
 namespace {
 
@@ -99,12 +102,14 @@ CPDFStream* make_dct(CPDFXRefTable* table, unsigned char* data, int len, const C
   return dct;
 }
 
+#ifdef SHEAF_HAS_JPX
 CPDFStream* make_jpx(CPDFXRefTable*, unsigned char* data, int len, const CPDFDictionary*) {
   auto* jpx = make_over<CPDFStreamJPX>(data, len);
   if (jpx != nullptr)
     jpx->open();
   return jpx;
 }
+#endif
 
 // Opens with the global segments when their stream can be decoded, else without. Global segments
 // that find no memory leave the filter unopened, and so empty.
@@ -147,7 +152,9 @@ constexpr Row kDecoders[] = {
     {"RunLengthDecode", "RL", make_run_length},
     {"CCITTFaxDecode", "CCF", make_ccitt},
     {"DCTDecode", "DCT", make_dct},
+#ifdef SHEAF_HAS_JPX
     {"JPXDecode", nullptr, make_jpx},
+#endif
     {"JBIG2Decode", nullptr, make_jbig2},
 };
 
