@@ -155,7 +155,7 @@ DAMAGE = [
     ("offsets 20 too high", shift_entries(20)),
     ("offsets 20 too low", shift_entries(-20)),
     ("junk in front of the header", lambda d: b"From: somebody\r\n\r\n" + d),
-    ("header lost", lambda d: b"%XXX-" + d[5:]),
+    ("header lost", lambda d: b"%ABC-" + d[5:]),
     ("cut by 20 bytes", lambda d: d[:-20]),
     ("cut behind the last object", lambda d: d[: d.rfind(b"endobj") + 6]),
     ("zeros behind the end", lambda d: d + bytes(3000)),

@@ -8,6 +8,7 @@
 #include <cstring>
 
 #include "base/heap.h"
+#include "base/seek_internal.h"
 
 CQVStreamBlocks::~CQVStreamBlocks() {
   CQVStreamBlocks::Close();
@@ -32,24 +33,7 @@ bool CQVStreamBlocks::Open(const char* path) {
 }
 
 int CQVStreamBlocks::SetPos(STR_SEEK whence, long long offset) {
-  long long origin = 0;
-  switch (static_cast<int>(whence)) {
-    case STR_SEEK_SET:
-      origin = base_offset;
-      break;
-    case STR_SEEK_CUR:
-      origin = pos_;
-      break;
-    case STR_SEEK_END:
-      origin = len_;
-      break;
-    default:
-      return 1;
-  }
-  long long target = 0;
-  // A seek in front of the start fails silently, as it does for a FILE.
-  if (!__builtin_add_overflow(origin, offset, &target) && target >= 0)
-    pos_ = target;
+  pos_ = seek_target(whence, offset, base_offset, pos_, len_);
   return 1;
 }
 

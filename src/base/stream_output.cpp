@@ -3,6 +3,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "base/seek_internal.h"
+
 CQVStreamOutput::~CQVStreamOutput() {
   CQVStreamOutput::Close();
 }
@@ -22,23 +24,7 @@ long long CQVStreamOutput::GetLen() const {
 }
 
 int CQVStreamOutput::SetPos(STR_SEEK whence, long long offset) {
-  long long origin = 0;
-  switch (static_cast<int>(whence)) {
-    case STR_SEEK_SET:
-      origin = base_offset;
-      break;
-    case STR_SEEK_CUR:
-      origin = pos_;
-      break;
-    case STR_SEEK_END:
-      origin = length();
-      break;
-    default:
-      return 1;
-  }
-  long long target = 0;
-  if (!__builtin_add_overflow(origin, offset, &target) && target >= 0)
-    pos_ = target;
+  pos_ = seek_target(whence, offset, base_offset, pos_, whence == STR_SEEK_END ? length() : 0);
   return 1;
 }
 

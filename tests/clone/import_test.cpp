@@ -80,8 +80,8 @@ TEST(Import, AnnotationsFindTheirPageAndDestinationsBringNone) {
   Import import(builder.str());
   const int page = import.page(0);
   const int annot = import.mapped(5);
-  EXPECT_EQ(import.text(annot), "<</Dest[4 0 R/Fit]/Far 0 0 R/Odd[" + ref(import.mapped(6)) + "/Foo]/P " +
-                                    ref(page) + "/Subtype/Link>>");
+  EXPECT_EQ(import.text(annot),
+            "<</Dest[4 0 R/Fit]/Far 0 0 R/Odd[" + ref(import.mapped(6)) + "/Foo]/P " + ref(page) + "/Subtype/Link>>");
   EXPECT_EQ(import.text(import.mapped(6)), "[" + ref(annot) + "]");  // a cycle closes on the object itself
   const int reserved = import.mapped(4);
   EXPECT_NE(reserved, 0);

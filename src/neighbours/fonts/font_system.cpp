@@ -7,9 +7,9 @@
 
 #include <cstring>
 
-#include "neighbours/fonts/lazy_library_internal.h"
 #include "base/scope_guard.h"
 #include "neighbours/fonts/environment.h"
+#include "neighbours/fonts/lazy_library_internal.h"
 
 namespace {
 

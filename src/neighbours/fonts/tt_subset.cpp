@@ -2,8 +2,8 @@
 #include <hb-subset.h>
 
 #include "base/heap.h"
-#include "neighbours/fonts/lazy_library_internal.h"
 #include "base/scope_guard.h"
+#include "neighbours/fonts/lazy_library_internal.h"
 #include "neighbours/fonts/tt_bytes_internal.h"
 #include "neighbours/fonts/tt_writer.h"
 
