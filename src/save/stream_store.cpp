@@ -95,20 +95,33 @@ PDF_MEMSTREAM* append_mem_stream(CPDFXRefTable& table) {
   return table.mem_streams + table.mem_stream_count++;
 }
 
+// The object that was stored with the block before must not be left with a stream that is gone, should
+// the new one never be stored.
+void point_record_at(CPDFXRefTable& table, std::int32_t num, const CQVStream* old, CQVStream* fresh) {
+  const auto at = static_cast<std::uint32_t>(num);
+  if (num < 0 || at >= table.xref_count || table.xref_items[at].type != 3 || table.xref_items[at].gen == -1 ||
+      table.xref_items[at].offset >= table.new_obj_count)
+    return;
+  CPDFStreamRec* const rec = table.new_objs[table.xref_items[at].offset].obj.as_stream();
+  if (rec != nullptr && rec->source == old)
+    rec->source = fresh;
+}
+
 }  // namespace
 
 CQVStream* CPDFXRefTable::set_mem_stream(const PDF_REF& ref, unsigned char* data, int len) {
-  // The stream of an earlier block goes on with the new one, since records may refer to it.
-  if (PDF_MEMSTREAM* entry = find_mem_stream(*this, ref.num)) {
-    QVFree(entry->data);
-    entry->data = data;
-    static_cast<CQVStreamMemFix*>(entry->stream)->Open(data, len);
-    return entry->stream;
-  }
   CQVStreamMemFix* view = new_view(data, len);
   if (view == nullptr) {
     QVFree(data);
     return nullptr;
+  }
+  if (PDF_MEMSTREAM* entry = find_mem_stream(*this, ref.num)) {
+    point_record_at(*this, ref.num, entry->stream, view);
+    QVFree(entry->data);
+    delete entry->stream;
+    entry->data = data;
+    entry->stream = view;
+    return view;
   }
   const bool indexed = index_reaches(*this, static_cast<std::uint32_t>(ref.num));
   PDF_MEMSTREAM* entry = append_mem_stream(*this);
