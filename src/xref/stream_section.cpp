@@ -96,7 +96,7 @@ private:
   void take_back(std::uint32_t first, std::uint32_t count, const std::uint8_t* stored) {
     for (std::uint32_t i = 0; i < count; ++i) {
       if ((stored[i / 8] >> i % 8 & 1) != 0)
-        table_.xref_items[first + i] = PDF_XREF{};
+        table_.xref_items[first + i] = {0, 0, -1};  // as if no section had been read
     }
   }
 
