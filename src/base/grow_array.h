@@ -42,6 +42,14 @@ public:
     items_ = nullptr;
     size_ = capacity_ = 0;
   }
+  /// Hands the block over, cut to its size; the array is then empty. The caller releases it with QVFree.
+  T* release() {
+    void* const cut = size_ != 0 ? QVRealloc(items_, size_ * sizeof(T)) : nullptr;
+    T* const block = cut != nullptr ? static_cast<T*>(cut) : items_;
+    items_ = nullptr;
+    size_ = capacity_ = 0;
+    return block;
+  }
   /// Makes the size `size`, new values zeroed. False when there is no memory.
   bool resize(std::size_t size) {
     if (size > capacity_ && !reserve(size))
