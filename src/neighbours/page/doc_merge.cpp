@@ -7,13 +7,26 @@
 #include "neighbours/page/doc_merge_internal.h"
 #include "neighbours/page/number_tree.h"
 
+namespace {
+
+// A source is read in the order of its file for the most part, so that few of its object streams need
+// to be held; what comes along is held itself.
+constexpr std::int64_t kSourceBudget = 4 << 20;
+
+}  // namespace
+
 CPDFDocMerge::~CPDFDocMerge() = default;
 
 std::int32_t CPDFDocMerge::append(CPDFDoc& source, const std::int32_t* pages, std::int32_t count, const char* title) {
   CPDFMergeContext* const context = table_.import_start(&into_, &source.table());
   if (context == nullptr)
     return 0;
-  const ScopeGuard end([&] { table_.import_end(context); });
+  const std::int64_t budget = source.table().objstm_budget;
+  source.table().objstm_budget = std::min(budget, kSourceBudget);
+  const ScopeGuard end([&] {
+    source.table().objstm_budget = budget;
+    table_.import_end(context);
+  });
   Source src{source, source.table(), context, {}, {}, {}};
   if (hole_ == 0)
     hole_ = table_.alloc_obj_num();
