@@ -75,8 +75,9 @@ int take_plain_lines(CPDFBuf& buf, PDF_XREF* items, int count, std::uint32_t typ
   const char* const end = buf.buf_data + buf.buf_len;
   for (; done < count && end - at > static_cast<int>(kLineSize); ++done, at += kLineSize) {
     std::uint32_t low = 0;
-    if (!is_digit(at[0]) || !is_digit(at[1]) || !eight_digits(at + 2, low) || std::memcmp(at + 10, kPlainRest, 8) != 0 ||
-        !is_wide_space(at[18]) || !is_wide_space(at[19]) || !is_digit(at[kLineSize]))
+    if (!is_digit(at[0]) || !is_digit(at[1]) || !eight_digits(at + 2, low) ||
+        std::memcmp(at + 10, kPlainRest, 8) != 0 || !is_wide_space(at[18]) || !is_wide_space(at[19]) ||
+        !is_digit(at[kLineSize]))
       break;
     if (items[done].type == 0)
       items[done] = {type, digits_value(at, 2) * 100000000u + low, 0};
