@@ -1,6 +1,8 @@
 // The mark walk: records everything that can be reached from a reference. It changes no object, and
-// no key means anything to it. What is found waits as a number on a work list, so that a chain of a
-// million objects holds one object in memory at a time.
+// no key means anything to it. What is found waits as a number on a work list and makes the next wave, so
+// that a chain of a million objects holds one object in memory at a time.
+#include <algorithm>
+
 #include "clone/object_map_internal.h"
 #include "object/references.h"
 
@@ -47,19 +49,39 @@ private:
 
   void run() {
     while (!waiting_.empty()) {
-      const std::int32_t num = waiting_.back();
-      waiting_.pop();
-      // The object stream that holds an object is needed with it.
-      if (table_.xref_items[num].type == 2)
-        enter(static_cast<std::int32_t>(table_.xref_items[num].offset));
-      table_.get_references(found_, num);
-      enter_found();
+      wave_.swap(waiting_);
+      sort_by_place();
+      for (const std::int32_t num : wave_)
+        visit(num);
+      wave_.clear();
     }
+  }
+
+  void visit(std::int32_t num) {
+    // The object stream that holds an object is needed with it.
+    if (table_.xref_items[num].type == 2)
+      enter(static_cast<std::int32_t>(table_.xref_items[num].offset));
+    table_.get_references(found_, num);
+    enter_found();
+  }
+
+  // Objects are read fastest in the order in which they stand in the file, those of one object stream
+  // together.
+  void sort_by_place() {
+    const auto place = [this](std::int32_t num) {
+      const PDF_XREF& entry = table_.xref_items[num];
+      return entry.type == 2 && entry.offset < table_.xref_count ? table_.xref_items[entry.offset].offset
+                                                                 : entry.offset;
+    };
+    const auto in_front = [place](std::int32_t a, std::int32_t b) { return place(a) < place(b); };
+    if (!std::is_sorted(wave_.begin(), wave_.end(), in_front))
+      std::sort(wave_.begin(), wave_.end(), in_front);
   }
 
   CPDFXRefTable& table_;
   CPDFCloneMap& map_;
   ReferenceList waiting_;
+  ReferenceList wave_;  // what was waiting when its turn came
   ReferenceList found_;
 };
 

@@ -53,14 +53,14 @@ constexpr bool ends_number(char c) {
 }
 
 // The characters of a literal string that stand for more than themselves.
-constexpr std::array<bool, 256> kStringMarks = [] {
+constexpr std::array<bool, 256> kStringMarks = []() {
   std::array<bool, 256> table{};
   for (const char c : {'(', ')', '\\', '\r'})
     table[static_cast<unsigned char>(c)] = true;
   return table;
 }();
 
-constexpr std::array<std::int8_t, 256> kHexValues = [] {
+constexpr std::array<std::int8_t, 256> kHexValues = []() {
   std::array<std::int8_t, 256> table{};
   for (unsigned c = 0; c < table.size(); ++c)
     table[c] = static_cast<std::int8_t>(hex_value(static_cast<char>(c)));
@@ -458,7 +458,7 @@ void TokenReader::read_hex_string(CPDFObj& value) {
     const char* const end = limit();
     char* out = piece;
     for (; at < end && *at != '>'; ++at) {
-      const int digit = kHexValues[static_cast<unsigned char>(*at)];
+      const int digit = kHexValues[static_cast<unsigned char>(*at)];  // NOLINT(bugprone-signed-char-misuse,cert-str34-c): -1 is none
       if (digit < 0)
         continue;  // white space and junk
       if (high < 0) {

@@ -116,9 +116,6 @@ void read_found(CPDFXRefTable& table, Taker& taker, const PDF_REF& ref, std::uin
 
 template <class Taker>
 void fetch(CPDFXRefTable& table, Taker& taker, const PDF_REF& ref) {
-  if (table.entity_depth >= kMostNestedCalls)
-    return;
-  const DepthGuard depth(table.entity_depth);
   const auto num = static_cast<std::uint32_t>(ref.num);
   if (!know_entry(table, num))
     return;
@@ -155,6 +152,9 @@ void CPDFXRefTable::resolve(CPDFXRefTable* table, CPDFObj& out, const CPDFObj* i
 void CPDFXRefTable::get_stored(CPDFObj& out, const PDF_REF& wanted) {
   const PDF_REF ref = wanted;  // `wanted` may lie in what is released
   out.free();
+  if (entity_depth >= kMostNestedCalls)
+    return;
+  const DepthGuard depth(entity_depth);
   ValueTaker taker{out};
   fetch(*this, taker, ref);
   if (CPDFStreamRec* rec = out.as_stream())
@@ -162,6 +162,9 @@ void CPDFXRefTable::get_stored(CPDFObj& out, const PDF_REF& wanted) {
 }
 
 void CPDFXRefTable::get_references(ReferenceList& found, std::int32_t num) {
+  if (entity_depth >= kMostNestedCalls)
+    return;
+  const DepthGuard depth(entity_depth);
   ReferenceTaker taker{found, found.size()};
   fetch(*this, taker, {num, 0});
 }

@@ -339,31 +339,31 @@ public:
   /// {0, 0} on failure; the mask's number, or the mask, may then be there unused. ISO 32000-1, 8.9.5.
   PDF_REF new_image_flate(const CQVBmp32* bmp, int swap_rb, int with_alpha);
   /// A JPEG file as an image, byte for byte; {0, 0}, with no number taken, when its header cannot be
-  /// read or is of no colour space that PDF has.
+  /// read or is of no colour space that PDF has; {0, 0} without memory too.
   PDF_REF new_image_jpeg(const char* path);
   /// The same of JPEG data, which are copied.
   PDF_REF new_image_jpeg_mem(const unsigned char* data, int len);
   /// A JPEG 2000 file (JP2 or a bare code stream) as an image, byte for byte; {0, 0}, with no number
-  /// taken, when its headers cannot be read.
+  /// taken, when its headers cannot be read; {0, 0} without memory too.
   PDF_REF new_image_jpx(const char* path);
   /// A stream of the data, compressed, without "Type"; {0, 0} without memory. The data stay the caller's.
   PDF_REF adv_new_stream_flate(unsigned char* data, int len);
-  /// A stream of the data as they are. Copies them.
+  /// A stream of the data as they are; {0, 0} without memory. Copies them.
   PDF_REF adv_new_stream_raw(unsigned char* data, int len);
   CPDFFont* new_font_type0_h(const char* name, int style);
   CPDFFont* new_font_type0_v(const char* name, int style);
   /// An empty form with an empty resource dictionary behind it, loaded from a copy of its stream
   /// object. The caller owns the result and deletes it; null without memory. ISO 32000-1, 8.10.
   CPDFForm* new_form();
-  /// A form with that content; `resources` number 0: it has none.
+  /// A form with that content; `resources` number 0: it has none. {0, 0} without memory.
   PDF_REF new_form(const _QVRECTF& bbox, const char* content, int len, const PDF_REF& resources);
   /// One outline item that leads to `page`, scrolled to the height `top`. References of number 0 are
-  /// left out; its neighbours and the counts are the caller's to keep. ISO 32000-1, 12.3.3.
+  /// left out; its neighbours and the counts are the caller's to keep. {0, 0} without memory. ISO 32000-1, 12.3.3.
   PDF_REF new_outline(const wchar_t* title, const PDF_REF& parent, const PDF_REF& prev, const PDF_REF& next,
                       const PDF_REF& page, const QVFIX& top);
   /// A graphics state that sets nothing yet. The setters change one key of a state that exists, alpha
   /// 255 being opaque, dash lengths in user space units, modes as get_blend_name counts them; what is
-  /// no dictionary they leave alone. ISO 32000-1, 8.4.5.
+  /// no dictionary they leave alone. {0, 0} without memory. ISO 32000-1, 8.4.5.
   PDF_REF new_gstate();
   void set_gstate_fill_alpha(const PDF_REF& ref, unsigned char alpha);
   void set_gstate_stroke_alpha(const PDF_REF& ref, unsigned char alpha);

@@ -139,6 +139,14 @@ TEST(Access, ObjectStreamsBeyondTheBudgetAreReleasedAndDecodedAgain) {
   EXPECT_EQ(t.table.objstm_count, static_cast<std::uint32_t>(kStreams));
 }
 
+TEST(Access, LengthsThatLeadInACircleEnd) {
+  PdfBuilder builder;
+  builder.pages(1).obj(4, "<</Length 5 0 R>>\nstream\nx\nendstream").obj(5, "<</Length 4 0 R>>\nstream\nx\nendstream");
+  Opened t(builder.classic().str());
+  t.table.checks_lengths = 1;
+  EXPECT_EQ(t.object(4).substr(0, 9), "<</Length");
+}
+
 TEST(Access, FalseLengthsAreTakenToTheEndOfTheStreamWhenAskedTo) {
   const std::string body(40'000, 'd');
   const auto stated = [&](const char* length, bool checks) {
