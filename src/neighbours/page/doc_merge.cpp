@@ -11,7 +11,7 @@ namespace {
 
 // A source is read in the order of its file for the most part, so that few of its object streams need
 // to be held; what comes along is held itself.
-constexpr std::int64_t kSourceBudget = 4 << 20;
+constexpr std::int64_t kSourceBudget = 8 << 20;
 
 }  // namespace
 
@@ -34,19 +34,14 @@ std::int32_t CPDFDocMerge::append(CPDFDoc& source, const std::int32_t* pages, st
     was_empty_ = into_.page_count() == 0;
   const std::uint32_t first_slot = table_.new_obj_count;
   if (!has_form(src))
-    source.expect_pages(pages, count);
-  reserve_pages(src, pages, count);
-  add_form(src);
-  std::int32_t done = 0;
+    source.list_pages_as_told();
   GrowArray<std::int32_t> appended;
-  for (std::int32_t i = 0; i < count; ++i) {
-    const PDF_REF page = append_page(src, pages[i]);
-    if (page.num == 0 || !into_.insert_page(into_.page_count(), page))
-      continue;
-    src.first_page = src.first_page.num == 0 ? page : src.first_page;
-    appended.push(pages[i]);
-    ++done;
+  if (!append_pages(src, pages, count, appended)) {
+    take_back_pages(src, appended.size());
+    appended.clear();
+    append_pages(src, pages, count, appended);
   }
+  const auto done = static_cast<std::int32_t>(appended.size());
   collect_destinations(src);
   collect_files(src);
   add_output_intents(src);
@@ -55,6 +50,37 @@ std::int32_t CPDFDocMerge::append(CPDFDoc& source, const std::int32_t* pages, st
   add_outline(src, title);
   look_over(src, first_slot);
   return done;
+}
+
+// False when the page list proves wrong on the way: what is not known for a page came along as
+// something else.
+bool CPDFDocMerge::append_pages(Source& src, const std::int32_t* pages, std::int32_t count,
+                                GrowArray<std::int32_t>& appended) {
+  const bool told = src.doc.has_pages_as_told();
+  reserve_pages(src, pages, count);
+  add_form(src);
+  for (std::int32_t i = 0; i < count; ++i) {
+    const PDF_REF page = append_page(src, pages[i]);
+    if (told && !src.doc.has_pages_as_told())
+      return false;
+    if (page.num == 0 || !appended.push(pages[i]))
+      continue;
+    if (!into_.insert_page(into_.page_count(), page)) {
+      appended.pop();
+      continue;
+    }
+    src.first_page = src.first_page.num == 0 ? page : src.first_page;
+  }
+  return true;
+}
+
+// The objects stay, but nothing leads to them any more, so that no save takes them.
+void CPDFDocMerge::take_back_pages(Source& src, std::size_t count) {
+  for (std::size_t i = 0; i < count; ++i)
+    into_.remove_page(into_.page_count() - 1);
+  std::fill_n(src.context->map, src.context->map_size, 0u);
+  src.wanted.clear();
+  src.first_page = {0, 0};
 }
 
 // Maps what `item` refers to, so that nothing brings it along.

@@ -44,6 +44,8 @@ private:
   // doc_merge.cpp
   void reserve_pages(Source& src, const std::int32_t* pages, std::int32_t count);
   void leave_out(Source& src, const CPDFObj* item);
+  bool append_pages(Source& src, const std::int32_t* pages, std::int32_t count, GrowArray<std::int32_t>& appended);
+  void take_back_pages(Source& src, std::size_t count);
   PDF_REF append_page(Source& src, std::int32_t index);
   void mend_page(Source& src, const CPDFPage& page, CPDFDictionary& dict);
   void restore_group(const PDF_REF& page, CPDFObj& group);
