@@ -12,6 +12,7 @@ namespace {
 // A source is read in the order of its file for the most part, so that few of its object streams need
 // to be held; what comes along is held itself.
 constexpr std::int64_t kSourceBudget = 8 << 20;
+constexpr int kFewPart = 4;
 
 }  // namespace
 
@@ -35,6 +36,7 @@ std::int32_t CPDFDocMerge::append(CPDFDoc& source, const std::int32_t* pages, st
   const std::uint32_t first_slot = table_.new_obj_count;
   if (!has_form(src))
     source.list_pages_as_told();
+  src.takes_few = count < source.page_count() / kFewPart;
   GrowArray<std::int32_t> appended;
   if (!append_pages(src, pages, count, appended)) {
     take_back_pages(src, appended.size());

@@ -19,6 +19,7 @@
 #include "neighbours/page/name_list.h"
 #include "neighbours/page/visited_set.h"
 #include "object/array.h"
+#include "object/references.h"
 
 class CPDFDocMerge {
 public:
@@ -63,6 +64,7 @@ private:
   void collect_destinations(Source& src);
   void list_destinations(Source& src, GrowArray<Destination>& list);
   void read_destinations(Source& src, GrowArray<Destination>& list);
+  bool leads_away(Source& src, const PDF_REF& destination, ReferenceList& scratch);
   void look_at_destination(Source& src, Destination& destination);
   void take_destination(Source& src, Destination& destination);
   void collect_files(Source& src);

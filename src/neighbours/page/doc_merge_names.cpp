@@ -86,6 +86,17 @@ void CPDFDocMerge::list_destinations(Source& src, GrowArray<Destination>& list) 
   name_tree_walk(src.table, names.as_dict() != nullptr ? names.as_dict()->get_item("Dests") : nullptr, add);
 }
 
+// Whether a destination refers to nothing but what is left out, which is found without making any
+// value: of a part of a long document, most are so.
+bool CPDFDocMerge::leads_away(Source& src, const PDF_REF& destination, ReferenceList& scratch) {
+  scratch.clear();
+  src.table.get_references(scratch, destination.num);
+  const auto hole = static_cast<std::uint32_t>(hole_);
+  return !scratch.empty() && std::all_of(scratch.begin(), scratch.end(), [&src, hole](std::int32_t num) {
+    return src.is_mapped(num) && src.context->map[num] == hole;
+  });
+}
+
 // Names are in the order of their letters, and what they lead to is spread over the file: read in
 // the file's order, each object stream is decoded once.
 void CPDFDocMerge::read_destinations(Source& src, GrowArray<Destination>& list) {
@@ -98,8 +109,14 @@ void CPDFDocMerge::read_destinations(Source& src, GrowArray<Destination>& list) 
   std::sort(order.begin(), order.end(), [&at](std::int32_t a, std::int32_t b) {
     return at(a).place != at(b).place ? at(a).place < at(b).place : a < b;
   });
+  ReferenceList scratch;
   for (const std::int32_t index : order) {
     const CPDFObj ref = at(index).value;  // a reference owns nothing
+    if (src.takes_few && leads_away(src, ref.as_ref(), scratch)) {
+      at(index).page = 0;
+      at(index).value.free();
+      continue;
+    }
     src.table.get_entity(at(index).value, ref.as_ref());
     look_at_destination(src, at(index));
   }
