@@ -11,7 +11,7 @@ namespace {
 
 // A source is read in the order of its file for the most part, so that few of its object streams need
 // to be held; what comes along is held itself.
-constexpr std::int64_t kSourceBudget = 8 << 20;
+constexpr std::int64_t kSourceBudget = 4 << 20;
 constexpr int kFewPart = 4;
 
 }  // namespace
@@ -28,22 +28,37 @@ std::int32_t CPDFDocMerge::append(CPDFDoc& source, const std::int32_t* pages, st
     source.table().objstm_budget = budget;
     table_.import_end(context);
   });
-  Source src{source, source.table(), context, {}, {}, {}};
   if (hole_ == 0)
     hole_ = table_.alloc_obj_num();
   if (source_count_ == 0)
     was_empty_ = into_.page_count() == 0;
-  const std::uint32_t first_slot = table_.new_obj_count;
-  if (!has_form(src))
-    source.list_pages_as_told();
-  src.takes_few = count < source.page_count() / kFewPart;
-  GrowArray<std::int32_t> appended;
-  if (!append_pages(src, pages, count, appended)) {
-    take_back_pages(src, appended.size());
-    appended.clear();
-    append_pages(src, pages, count, appended);
+  std::int32_t done = 0;
+  {
+    Source src(source, context);
+    if (!has_form(src))
+      source.list_pages_as_told();
+    if (append_source(src, pages, count, title, done))
+      return done;
   }
-  const auto done = static_cast<std::int32_t>(appended.size());
+  // The objects stay, but nothing leads to them any more, so that no save takes them.
+  for (; done > 0; --done)
+    into_.remove_page(into_.page_count() - 1);
+  std::fill_n(context->map, context->map_size, 0u);
+  Source src(source, context);
+  append_source(src, pages, count, title, done);
+  return done;
+}
+
+// False when the page list proves wrong, with as many pages appended as `done` says.
+bool CPDFDocMerge::append_source(Source& src, const std::int32_t* pages, std::int32_t count, const char* title,
+                                 std::int32_t& done) {
+  const std::uint32_t first_slot = table_.new_obj_count;
+  src.takes_few = count < src.doc.page_count() / kFewPart;
+  GrowArray<std::int32_t> appended;
+  const bool good = append_pages(src, pages, count, appended);
+  done = static_cast<std::int32_t>(appended.size());
+  if (!good)
+    return false;
   collect_destinations(src);
   collect_files(src);
   add_output_intents(src);
@@ -51,7 +66,7 @@ std::int32_t CPDFDocMerge::append(CPDFDoc& source, const std::int32_t* pages, st
   add_labels(src, appended.begin(), done);
   add_outline(src, title);
   look_over(src, first_slot);
-  return done;
+  return true;
 }
 
 // False when the page list proves wrong on the way: what is not known for a page came along as
@@ -60,11 +75,14 @@ bool CPDFDocMerge::append_pages(Source& src, const std::int32_t* pages, std::int
                                 GrowArray<std::int32_t>& appended) {
   const bool told = src.doc.has_pages_as_told();
   reserve_pages(src, pages, count);
+  list_destinations(src);
   add_form(src);
   for (std::int32_t i = 0; i < count; ++i) {
     const PDF_REF page = append_page(src, pages[i]);
     if (told && !src.doc.has_pages_as_told())
       return false;
+    if (!src.takes_few)
+      read_destinations(src, place_of(src.table, src.doc.page_ref(pages[i])));
     if (page.num == 0 || !appended.push(pages[i]))
       continue;
     if (!into_.insert_page(into_.page_count(), page)) {
@@ -74,15 +92,6 @@ bool CPDFDocMerge::append_pages(Source& src, const std::int32_t* pages, std::int
     src.first_page = src.first_page.num == 0 ? page : src.first_page;
   }
   return true;
-}
-
-// The objects stay, but nothing leads to them any more, so that no save takes them.
-void CPDFDocMerge::take_back_pages(Source& src, std::size_t count) {
-  for (std::size_t i = 0; i < count; ++i)
-    into_.remove_page(into_.page_count() - 1);
-  std::fill_n(src.context->map, src.context->map_size, 0u);
-  src.wanted.clear();
-  src.first_page = {0, 0};
 }
 
 // Maps what `item` refers to, so that nothing brings it along.

@@ -46,7 +46,7 @@ private:
   void reserve_pages(Source& src, const std::int32_t* pages, std::int32_t count);
   void leave_out(Source& src, const CPDFObj* item);
   bool append_pages(Source& src, const std::int32_t* pages, std::int32_t count, GrowArray<std::int32_t>& appended);
-  void take_back_pages(Source& src, std::size_t count);
+  bool append_source(Source& src, const std::int32_t* pages, std::int32_t count, const char* title, std::int32_t& done);
   PDF_REF append_page(Source& src, std::int32_t index);
   void mend_page(Source& src, const CPDFPage& page, CPDFDictionary& dict);
   void restore_group(const PDF_REF& page, CPDFObj& group);
@@ -62,8 +62,9 @@ private:
   // doc_merge_names.cpp
   struct Destination;
   void collect_destinations(Source& src);
-  void list_destinations(Source& src, GrowArray<Destination>& list);
-  void read_destinations(Source& src, GrowArray<Destination>& list);
+  static std::uint64_t place_of(const CPDFXRefTable& table, const PDF_REF& ref);
+  void list_destinations(Source& src);
+  void read_destinations(Source& src, std::uint64_t up_to);
   bool leads_away(Source& src, const PDF_REF& destination, ReferenceList& scratch);
   void look_at_destination(Source& src, Destination& destination);
   void take_destination(Source& src, Destination& destination);
