@@ -142,6 +142,7 @@ TEST(Depth, ThreeHundredSectionsAreReadToTheOldest) {
 }
 
 // A sparse file of `size` bytes: the first objects at its start, the others and the section at its end.
+// It has an identifier, since a new one would be a digest of all the zeros.
 void write_sparse(const std::string& path, long long size) {
   PdfBuilder front;
   front.obj(1, "<</Type/Catalog/Pages 2 0 R>>").obj(2, "<</Type/Pages/Count 1/Kids[3 0 R]>>");
@@ -150,7 +151,7 @@ void write_sparse(const std::string& path, long long size) {
     char section[256];
     std::snprintf(section, sizeof(section),
                   "xref\n0 4\n0000000000 65535 f \n%010zu 00000 n \n%010zu 00000 n \n%010lld 00000 n \n"
-                  "trailer\n<</Size 4/Root 1 0 R>>\nstartxref\n%lld\n%%%%EOF\n",
+                  "trailer\n<</Size 4/Root 1 0 R/ID[(identifier)(identifier)]>>\nstartxref\n%lld\n%%%%EOF\n",
                   front.offset_of(1), front.offset_of(2), start, start + static_cast<long long>(page.size()));
     return page + section;
   };
