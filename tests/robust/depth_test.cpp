@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <functional>
 
+#include "neighbours/page/acro_form.h"
 #include "neighbours/page/doc_merge.h"
 #include "object/array.h"
 #include "support/external_tool.h"
@@ -81,6 +82,34 @@ TEST(Depth, AChainGoesThroughEveryWalk) {
     EXPECT_EQ(merge.append(doc, &page, 1, "chain"), 1);
     EXPECT_TRUE(merge.finish());
     EXPECT_GT(into.table().new_obj_count, static_cast<unsigned>(links));
+  });
+}
+
+// Full names repeat those of all fields above: together they would take the square of the depth.
+TEST(Depth, FieldsInAChainAreMergedInLittleMemory) {
+  const int links = scaled(100'000);
+  PdfBuilder builder;
+  builder.obj(1, "<</Type/Catalog/Pages 2 0 R/AcroForm<</Fields[10 0 R]>>>>");
+  builder.obj(2, "<</Type/Pages/Count 1/Kids[3 0 R]>>").obj(3, "<</Type/Page/Parent 2 0 R/Annots[10 0 R]>>");
+  for (int i = 0; i < links; ++i)
+    builder.obj(10 + i, "<</T(x)/FT/Tx/Kids[" + std::to_string(11 + i) + " 0 R]>>");
+  builder.classic();
+  on_small_stack([&] {
+    StringStream file(builder.str());
+    CPDFDoc doc;
+    ASSERT_TRUE(doc.open(&file));
+    StringStream start("");
+    CPDFDoc into;
+    ASSERT_TRUE(into.create(&start));
+    CPDFDocMerge merge(into);
+    const std::int32_t page = 0;
+    EXPECT_EQ(merge.append(doc, &page, 1, "fields"), 1);
+    EXPECT_TRUE(merge.finish());
+    EXPECT_GT(into.table().new_obj_count, static_cast<unsigned>(links));
+    CPDFAcroForm form(into.table());
+    ASSERT_TRUE(form.load());
+    EXPECT_NE(form.get_field(L"x.x.x.x"), nullptr);
+    EXPECT_LT(form.field_count(), 10'000);
   });
 }
 
