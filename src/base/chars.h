@@ -12,7 +12,7 @@ enum CharClass : std::uint8_t {
   kDelimiter = 16,  // ( ) < > [ ] { } / %
 };
 
-constexpr std::array<std::uint8_t, 256> kCharClasses = [] {
+constexpr std::array<std::uint8_t, 256> kCharClasses = []() {
   std::array<std::uint8_t, 256> table{};
   for (unsigned c = 9; c <= 13; ++c)
     table[c] = kStrictSpace;

@@ -99,18 +99,22 @@ private:
     else if (frame.from_dict != nullptr)
       frame.to_dict = new (std::nothrow) CPDFDictionary;
     frame.held = value;
-    if ((frame.to_array == nullptr && frame.to_dict == nullptr) || !mark(num, true)) {
+    if ((frame.to_array == nullptr && frame.to_dict == nullptr) || !begin(frame)) {
+      // The analyzer does not follow the classes' own operator delete.
       delete frame.to_array;
-      delete frame.to_dict;
-      return;
-    }
-    if (!frames_.push(frame)) {
-      mark(num, false);
-      delete frame.to_array;
-      delete frame.to_dict;
-      return;
+      delete frame.to_dict;  // NOLINT(clang-analyzer-cplusplus.NewDeleteLeaks)
+      return;                // NOLINT(clang-analyzer-cplusplus.NewDeleteLeaks)
     }
     value = CPDFObj{};
+  }
+
+  bool begin(const Frame& frame) {
+    if (!mark(frame.ref_num, true))
+      return false;
+    if (frames_.push(frame))
+      return true;
+    mark(frame.ref_num, false);
+    return false;
   }
 
   // Ends the last container, and puts what it gave into the one above.

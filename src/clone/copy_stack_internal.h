@@ -48,7 +48,7 @@ public:
 
   /// Rewrites a container, one of the two, so that its references name copies. 0 on failure.
   int copy_container(CPDFArray* array, CPDFDictionary* dict) {
-    if ((array == nullptr && dict == nullptr) || !open(array, dict, false))
+    if (!open(array, dict, false))
       return 0;
     run();
     return good_ ? 1 : 0;
@@ -63,12 +63,18 @@ private:
     std::int32_t count;
     bool is_object;  // the last of objects_ hangs on it
 
-    CPDFObj& item(std::int32_t index) const { return array != nullptr ? array->items[index] : *dict->items[index]; }
+    CPDFObj& item(std::int32_t index) const {
+      if (array != nullptr)
+        return array->items[index];
+      return *dict->items[index];
+    }
   };
 
+  // False when there is neither, or no memory.
   bool open(CPDFArray* array, CPDFDictionary* dict, bool is_object) {
-    const std::int32_t first = array != nullptr ? policy_.first_item(*array) : 0;
-    return frames_.push({array, dict, first, array != nullptr ? array->count : dict->count, is_object});
+    if (array != nullptr)
+      return frames_.push({array, nullptr, policy_.first_item(*array), array->count, is_object});
+    return dict != nullptr && frames_.push({nullptr, dict, 0, dict->count, is_object});
   }
 
   // True when the result is known at once; false when the object's container was opened.
@@ -86,13 +92,11 @@ private:
       policy_.finish(object);
       return true;
     }
-    CPDFArray* const array = object.obj.as_array();
-    CPDFDictionary* const dict = object.obj.as_dict_or_stream();
-    if ((array == nullptr && dict == nullptr) || !objects_.push(object)) {
+    if (!objects_.push(object)) {
       object.discard();
       return true;
     }
-    if (open(array, dict, true))
+    if (open(object.obj.as_array(), object.obj.as_dict_or_stream(), true))
       return false;
     objects_.back().discard();
     objects_.pop();
@@ -108,7 +112,7 @@ private:
       }
       CPDFObj& item = frame.item(frame.next++);
       if (item.tag == kTagArray || item.tag == kTagDict) {
-        if ((item.as_array() == nullptr && item.as_dict() == nullptr) || !open(item.as_array(), item.as_dict(), false))
+        if (!open(item.as_array(), item.as_dict(), false))
           leave(false);
       } else if (item.tag == kTagRef) {
         visit(item);

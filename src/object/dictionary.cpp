@@ -67,14 +67,13 @@ Place find_key(const CPDFDictionary& dict, const char* key) {
 
 // An item with a null value and a copy of `key`, or null.
 CPDFDictItem* new_item(const char* key, std::size_t len) {
-  void* block = QVAlloc(sizeof(CPDFDictItem) + len + 1);
+  char* block = static_cast<char*>(QVAlloc(sizeof(CPDFDictItem) + len + 1));
   if (block == nullptr)
     return nullptr;
-  auto* item = new (block) CPDFDictItem{};
-  char* text = static_cast<char*>(block) + sizeof(CPDFDictItem);
+  char* text = block + sizeof(CPDFDictItem);
   std::memcpy(text, key, len);
   text[len] = 0;
-  return item;
+  return new (block) CPDFDictItem{};
 }
 
 void free_item(CPDFDictItem* item) {

@@ -222,7 +222,7 @@ void PDF_String::init(const wchar_t* text, int bom) {
   }
   for (std::size_t i = 0; i < chars; ++i) {
     // No surrogate pairs are made: what lies above 16 bits is cut.
-    const auto c = static_cast<std::uint32_t>(text[i]);
+    const char32_t c = static_cast<char32_t>(text[i]);
     *out++ = static_cast<char>(c >> 8);
     *out++ = static_cast<char>(c);
   }

@@ -36,7 +36,7 @@ constexpr char escape_letter(char c) {
 }
 
 // How many characters each byte takes in a literal string.
-constexpr std::array<std::uint8_t, 256> kLiteralSizes = [] {
+constexpr std::array<std::uint8_t, 256> kLiteralSizes = []() {
   std::array<std::uint8_t, 256> table{};
   for (unsigned c = 0; c < table.size(); ++c) {
     const auto byte = static_cast<char>(c);
@@ -49,7 +49,7 @@ constexpr unsigned literal_size(char c) {
   return kLiteralSizes[static_cast<unsigned char>(c)];
 }
 
-constexpr std::array<bool, 256> kPlainInNames = [] {
+constexpr std::array<bool, 256> kPlainInNames = []() {
   std::array<bool, 256> table{};
   for (unsigned c = 0; c < table.size(); ++c)
     table[c] = is_regular(static_cast<char>(c)) && is_printable(static_cast<char>(c)) && c != '#';

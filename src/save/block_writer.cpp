@@ -36,17 +36,16 @@ unsigned int BlockWriter::Read(void* dst, unsigned int size) {
 }
 
 unsigned int BlockWriter::Write(const void* src, unsigned int size) {
-  const auto* bytes = static_cast<const std::uint8_t*>(src);
   if (block_ == nullptr || size >= kBlock) {
     settle();
-    const unsigned count = target_->Write(bytes, size);
+    const unsigned count = target_->Write(src, size);
     failed_ = failed_ || count != size;
     start_ += size;
     return size;
   }
   if (size > kBlock - used_)
     put_block();
-  std::memcpy(block_ + used_, bytes, size);
+  std::memcpy(block_ + used_, src, size);
   used_ += size;
   return size;
 }

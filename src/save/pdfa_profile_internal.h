@@ -22,7 +22,7 @@ constexpr char kPdfaProfileText[] =
     "03FF5484989A210383803E03C3BE3900010600C0C64FFD";
 static_assert(sizeof(kPdfaProfileText) == 2 * kPdfaProfileSize + 1);
 
-constexpr std::array<std::uint8_t, kPdfaProfileSize> PDFA_RGB = [] {
+constexpr std::array<std::uint8_t, kPdfaProfileSize> PDFA_RGB = []() {
   std::array<std::uint8_t, kPdfaProfileSize> bytes{};
   for (std::size_t i = 0; i < bytes.size(); ++i)
     bytes[i] =

@@ -28,6 +28,7 @@
 #include "object/coding_para.h"
 #include "object/dictionary.h"
 #include "object/object.h"
+#include "object/references.h"
 #include "object/stream_rec.h"
 #include "xref/page_set.h"
 
@@ -77,6 +78,10 @@ struct PDF_OBJSTM {
   std::int32_t count;   ///< Its "N".
   std::int64_t weight;  ///< What the objects take in memory, as estimated; 0 when the stream would not decode.
   std::int32_t recent;  ///< Not 0: asked for since the last turn through the cache.
+  /// In place of `objs`: behind `count` + 1 words, numbers of objects that the objects refer to. Word
+  /// i says where those of object i begin, word i + 1 where they end.
+  std::int32_t* refs;
+  std::int32_t decoded;  ///< Bytes that the stream decoded to.
 };
 
 /// Stream data held in memory for one object.
@@ -243,9 +248,15 @@ public:
   void get_entity(CPDFObj& out, const PDF_REF& ref);
   /// As get_entity, but an object that is itself a reference comes back as that reference.
   void get_stored(CPDFObj& out, const PDF_REF& ref);
+  /// Appends the numbers of the objects that the object `num` refers to, found as get_stored finds
+  /// it, but without making its value.
+  void get_references(ReferenceList& found, std::int32_t num);
   /// The decoded object stream at file offset `offset`; null on failure. Borrowed; valid until the
   /// next object stream is loaded.
   PDF_OBJSTM* get_objstm(unsigned int offset, int num, int gen);
+  /// The same where the references of the objects are enough: those that it does not hold yet it
+  /// reads without making them. Either `objs` or `refs` is set, unless the stream would not decode.
+  PDF_OBJSTM* get_objstm_references(unsigned int offset, int num);
   /// Sets the true length of a stream of the file, where `checks_lengths` asks for it. `num` names
   /// the object in the list of repairs.
   void heal_length(CPDFStreamRec& rec, std::int32_t num);

@@ -41,9 +41,9 @@ Map* new_map(CPDFSharedCMap* base) {
 
 void fill_identity(CMapContents& contents, const char* name) {
   constexpr std::uint32_t kLast = 0xFFFF;
-  std::strcpy(contents.info.name, name);
-  std::strcpy(contents.info.registry, "Adobe");
-  std::strcpy(contents.info.ordering, "Identity");
+  copy_text(contents.info.name, name);
+  copy_text(contents.info.registry, "Adobe");
+  copy_text(contents.info.ordering, "Identity");
   contents.info.wmode = name[std::strlen(name) - 1] == 'V' ? 1 : 0;
   contents.spaces.add(2, 0, kLast);
   contents.cids.add(2, {0, kLast, 0});

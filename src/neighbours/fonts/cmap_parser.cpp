@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <iterator>
-#include <string_view>
 
 #include "base/chars.h"
 #include "neighbours/fonts/cmap_tokens.h"
@@ -24,11 +23,6 @@ Code code_of(std::string_view text) {
   for (const char c : text)
     code.value = code.value << 8 | static_cast<unsigned char>(c);
   return code;
-}
-
-template <std::size_t kSize>
-void copy_text(char (&out)[kSize], std::string_view text) {
-  out[text.copy(out, kSize - 1)] = 0;
 }
 
 constexpr bool is_high_surrogate(std::uint32_t unit) {

@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string_view>
 
 #include "base/grow_array.h"
 #include "neighbours/fonts/cmap.h"
@@ -38,5 +39,11 @@ struct CMapContents {
 /// Largest CID (ISO 32000-1, annex C). Codes that would get a greater one stay unmapped.
 constexpr std::uint32_t kMostCid = 0xFFFF;
 constexpr std::uint32_t kMostCharacter = 0x10FFFF;
+
+/// As much of `text` as there is room for, and a NUL.
+template <std::size_t kSize>
+void copy_text(char (&out)[kSize], std::string_view text) {
+  out[text.copy(out, kSize - 1)] = 0;
+}
 
 void parse_cmap(const void* bytes, std::size_t len, CMapContents& contents);

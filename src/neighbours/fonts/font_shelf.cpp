@@ -73,9 +73,12 @@ void FontShelf::find(const char* name, char* path, int& index) {
     return;
   const MutexLock lock(mutex_);
   FontNames::Place place{};
-  if (!find_locked(folded, place) || std::strlen(place.path) >= CPDFEnviroment::kPathSize)
+  if (!find_locked(folded, place))
     return;
-  std::strcpy(path, place.path);
+  const std::size_t size = std::strlen(place.path) + 1;
+  if (size > CPDFEnviroment::kPathSize)
+    return;
+  std::memcpy(path, place.path, size);
   index = place.index;
 }
 

@@ -167,7 +167,7 @@ std::uint32_t CPDFFontType0::add_character(std::uint32_t character) {
 int CPDFFontType0::encode(const wchar_t* text, int count, unsigned char* codes) {
   int found = 0;
   for (int i = 0; i < count; ++i) {
-    const auto character = static_cast<std::uint32_t>(text[i]);
+    const char32_t character = static_cast<char32_t>(text[i]);
     const std::uint32_t* const page =
         face_ != nullptr && character <= kLastCharacter ? pages_[character / kPageSize] : nullptr;
     std::uint32_t entry = page != nullptr ? page[character % kPageSize] : 0;

@@ -26,6 +26,6 @@ inline void* load_library(const char*) {
   return nullptr;
 }
 
-#define SHEAF_CALL(library, call, function) ((call = &function) != nullptr)
+#define SHEAF_CALL(library, call, function) (((call) = &(function)) != nullptr)
 
 #endif

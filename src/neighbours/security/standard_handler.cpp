@@ -93,7 +93,7 @@ const char* named_crypt_filter(const CPDFDictionary& dict) {
 }
 
 CPDFStandardSecHand::~CPDFStandardSecHand() {
-  set_password(nullptr);
+  CPDFStandardSecHand::set_password(nullptr);
 }
 
 const char* CPDFStandardSecHand::method_name(Method method) {

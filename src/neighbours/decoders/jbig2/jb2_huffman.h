@@ -24,12 +24,13 @@ struct HuffmanLine {
 };
 
 constexpr unsigned kMostCodeBits = 32;
+constexpr unsigned kCodeLengths = kMostCodeBits + 1;  // 0 stands for no code
 constexpr unsigned kOpenRangeBits = 32;
 
 /// Where the codes of each length start, as a decoder needs it. All zero: no codes.
 struct HuffmanCodes {
-  std::array<std::uint64_t, kMostCodeBits + 1> behind_last;  ///< By length: the code behind the last, in 32 bits.
-  std::array<std::uint32_t, kMostCodeBits + 1> first_line;   ///< By length: the index of its first line, sorted.
+  std::array<std::uint64_t, kCodeLengths> behind_last;  ///< By length: the code behind the last, in 32 bits.
+  std::array<std::uint32_t, kCodeLengths> first_line;   ///< By length: the index of its first line, sorted.
   unsigned least_bits;
   unsigned most_bits;
 };
@@ -37,7 +38,7 @@ struct HuffmanCodes {
 /// Sorts the `count` lines that have a code into `sorted` and fills `codes`. False when the lengths
 /// ask for more codes than there are (B.3).
 constexpr bool build_codes(const HuffmanLine* lines, std::uint32_t count, HuffmanLine* sorted, HuffmanCodes& codes) {
-  std::array<std::uint32_t, kMostCodeBits + 1> per_length = {};
+  std::array<std::uint32_t, kCodeLengths> per_length = {};
   for (std::uint32_t i = 0; i < count; ++i) {
     if (lines[i].code_bits > kMostCodeBits)
       return false;
@@ -59,7 +60,7 @@ constexpr bool build_codes(const HuffmanLine* lines, std::uint32_t count, Huffma
   }
   if (code > std::uint64_t{1} << kMostCodeBits)
     return false;
-  std::array<std::uint32_t, kMostCodeBits + 1> next = codes.first_line;
+  std::array<std::uint32_t, kCodeLengths> next = codes.first_line;
   for (std::uint32_t i = 0; i < count; ++i) {
     if (lines[i].code_bits != 0)
       sorted[next[lines[i].code_bits]++] = lines[i];

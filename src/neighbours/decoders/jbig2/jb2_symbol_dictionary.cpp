@@ -62,6 +62,7 @@ public:
     coder_.bits = &bits;
     if (decode_classes() && export_symbols() && flags_.retains_statistics)
       retain_statistics();
+    coder_ = {};
   }
 
 private:
