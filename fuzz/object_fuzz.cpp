@@ -1,11 +1,13 @@
 // Any bytes as object syntax. The first byte tells how far the input is shifted against the
 // buffers; a value must come out the same from a file, from memory and behind any shift, and what
 // is printed must read back as the value that was printed. The searches run over the same bytes.
+#include <algorithm>
 #include <cstdlib>
 #include <string>
 
 #include "../tests/support/same_value.h"
 #include "../tests/support/test_table.h"
+#include "object/references.h"
 #include "object/stream_rec.h"
 
 namespace {
@@ -15,12 +17,14 @@ void expect(bool condition) {
     std::abort();
 }
 
-void read_file(CPDFObj& value, MemStream& file) {
+// The place behind the value.
+std::uint32_t read_file(CPDFObj& value, MemStream& file) {
   file.SetPos(CQVStream::STR_SEEK_SET, 0);
   CPDFBufBase buf;
   buf.buf_init(&file);
   value.read(&buf, nullptr);
   expect(buf.buf_pos <= buf.buf_len && buf.buf_len <= CPDFBuf::kFill);
+  return buf.position();
 }
 
 // A value as it is, once printed and read again.
@@ -54,6 +58,22 @@ void check_stream(const CPDFObj& value) {
   expect(rec.offset <= source->len && size <= source->len - rec.offset);
   const std::string tail = printed.str().substr(again.as_stream()->offset);
   expect(tail == source->str().substr(rec.offset, size) + "\nendstream\nendobj\n");
+}
+
+// What is passed without making values leads where the value leads, and ends where it ends. A key that
+// stands twice leads to more.
+void check_references(const CPDFObj& value, MemStream& file, std::uint32_t end) {
+  file.SetPos(CQVStream::STR_SEEK_SET, 0);
+  CPDFBufBase buf;
+  buf.buf_init(&file);
+  ReferenceList found;
+  ReferenceList wanted;
+  const CPDFTag tag = read_references(buf, found);
+  expect((tag == kTagNoValue) == (value.tag == kTagNoValue));
+  expect(value.tag == kTagStream || buf.position() == end);
+  collect_references(value, wanted);
+  for (const std::int32_t num : wanted)
+    expect(std::find(found.begin(), found.end(), num) != found.end());
 }
 
 // Every header found lies behind the one before, and the raw data fit between them.
@@ -94,7 +114,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   Freed<CPDFObj> value;
   Freed<CPDFObj> shifted;
   Freed<CPDFObj> from_memory;
-  read_file(value, file);
+  const std::uint32_t end = read_file(value, file);
   read_file(shifted, shifted_file);
   read_value(from_memory, text);
   expect(same_value(value, shifted));
@@ -102,6 +122,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   check_printing(value);
   if (value.tag == kTagStream)
     check_stream(value);
+  check_references(value, file, end);
   check_searches(text);
   return 0;
 }

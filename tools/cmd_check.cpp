@@ -43,6 +43,12 @@ public:
 private:
   void check_object(std::int32_t num, const PDF_XREF& entry) {
     ++result_.objects;
+    if (entry.type == 2) {
+      // Object streams hold no streams, so that it is enough to pass over their objects' syntax.
+      table_.get_references(found_, num);
+      found_.clear();
+      return;
+    }
     const bool has_gen = (entry.type == 1 || entry.type == 4) && entry.gen >= 0;
     table_.get_entity(obj_, {num, has_gen ? entry.gen : 0});
     if (obj_.tag == kTagNoValue)
@@ -57,6 +63,10 @@ private:
       problem(num, std::string("no decoder for /") + filter);
       return;
     }
+    if (const std::int32_t size = object_stream_size(num, rec)) {
+      result_.decoded_bytes += size;
+      return;
+    }
     const std::unique_ptr<CPDFStream> decoder(table_.make_stream(&rec));
     if (decoder == nullptr) {
       if (!is_empty(rec))
@@ -69,6 +79,16 @@ private:
       problem(num, "stream data decode to nothing");
     if (total >= kMostDecoded)
       problem(num, "stream data decode to more than 1 GiB; the rest was not looked at");
+  }
+
+  // The decoded size of an object stream, 0 for other streams. It is decoded once, for its objects.
+  std::int32_t object_stream_size(std::int32_t num, const CPDFStreamRec& rec) {
+    const CPDFObj* const type = rec.dict.get_item(CPDFDictionary::sm_tag_type);
+    const PDF_XREF entry = table_.xref_items[num];
+    if (type == nullptr || !type->is_name("ObjStm") || (entry.type != 1 && entry.type != 4))
+      return 0;
+    const PDF_OBJSTM* const objstm = table_.get_objstm_references(entry.offset, num);
+    return objstm != nullptr ? objstm->decoded : 0;
   }
 
   bool is_empty(const CPDFStreamRec& rec) {
@@ -106,6 +126,7 @@ private:
   CPDFXRefTable& table_;
   Result& result_;
   Freed<CPDFObj> obj_;
+  ReferenceList found_;
   std::string name_;
 };
 

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <type_traits>
+#include <utility>
 
 #include "base/heap.h"
 
@@ -41,6 +42,19 @@ public:
     QVFree(items_);
     items_ = nullptr;
     size_ = capacity_ = 0;
+  }
+  void swap(GrowArray& other) {
+    std::swap(items_, other.items_);
+    std::swap(size_, other.size_);
+    std::swap(capacity_, other.capacity_);
+  }
+  /// Hands the block over, cut to its size; the array is then empty. The caller releases it with QVFree.
+  T* release() {
+    void* const cut = size_ != 0 ? QVRealloc(items_, size_ * sizeof(T)) : nullptr;
+    T* const block = cut != nullptr ? static_cast<T*>(cut) : items_;
+    items_ = nullptr;
+    size_ = capacity_ = 0;
+    return block;
   }
   /// Makes the size `size`, new values zeroed. False when there is no memory.
   bool resize(std::size_t size) {

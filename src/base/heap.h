@@ -32,6 +32,11 @@ void* QVRealloc(void* block, std::size_t size);
 /// Releases a block of the family. Accepts null.
 void QVFree(void* block);
 
+/// Tells the system that all of the `size` bytes at `block`, part of a block of the family, are about to
+/// be written, so that it provides a large piece of memory at once and not page by page. Their content
+/// stays. Has an effect on large pieces only, and none where the system knows nothing of the kind.
+void heap_expects_writes(void* block, std::size_t size);
+
 /// How many requests of this thread have been refused, blocks and objects. A long operation looks
 /// at it before and after: many steps in between leave out silently what they have no memory for.
 std::uint64_t heap_refusals();

@@ -1,30 +1,24 @@
 // The mark walk: records everything that can be reached from a reference. It changes no object, and
-// no key means anything to it. What is found waits as a number on a work list, so that a chain of a
-// million objects holds one object in memory at a time.
-#include "base/grow_array.h"
-#include "base/scope_guard.h"
+// no key means anything to it. What is found waits as a number on a work list and makes the next wave, so
+// that a chain of a million objects holds one object in memory at a time.
+#include <algorithm>
+
 #include "clone/object_map_internal.h"
-#include "object/array.h"
+#include "object/references.h"
 
 namespace {
-
-// A direct container whose items are being looked at. Borrowed.
-struct Frame {
-  const CPDFArray* array;
-  const CPDFDictionary* dict;
-  std::int32_t next;
-};
 
 class MarkWalk {
 public:
   MarkWalk(CPDFXRefTable& table, CPDFCloneMap& map) : table_(table), map_(map) { adopt_map(map, table); }
 
   void walk_ref(const PDF_REF& ref) {
-    enter(ref);
+    enter(ref.num);
     run();
   }
   void walk_container(const CPDFArray* array, const CPDFDictionary* dict) {
-    scan({array, dict, 0});
+    collect_references(array, dict, found_);
+    enter_found();
     run();
   }
 
@@ -40,54 +34,55 @@ private:
     return table_.xref_count > num;
   }
 
-  void enter(const PDF_REF& ref) {
+  void enter(std::int32_t num) {
     std::uint32_t ignored = 0;
-    if (ref.num >= 0 && !map_lookup(map_, ref.num, ignored) && know_entry(static_cast<std::uint32_t>(ref.num)) &&
-        map_record(map_, ref.num, 1))
-      waiting_.push(ref);
+    if (num >= 0 && !map_lookup(map_, num, ignored) && know_entry(static_cast<std::uint32_t>(num)) &&
+        map_record(map_, num, 1))
+      waiting_.push(num);
+  }
+
+  void enter_found() {
+    for (const std::int32_t num : found_)
+      enter(num);
+    found_.clear();
   }
 
   void run() {
-    Freed<CPDFObj> obj;
     while (!waiting_.empty()) {
-      const PDF_REF ref = waiting_.back();
-      waiting_.pop();
-      // The object stream that holds an object is needed with it.
-      if (table_.xref_items[ref.num].type == 2)
-        enter({static_cast<std::int32_t>(table_.xref_items[ref.num].offset), 0});
-      table_.get_stored(obj, ref);
-      if (obj.tag == kTagRef)
-        enter(obj.as_ref());
-      else
-        scan({obj.as_array(), obj.as_dict_or_stream(), 0});
+      wave_.swap(waiting_);
+      sort_by_place();
+      for (const std::int32_t num : wave_)
+        visit(num);
+      wave_.clear();
     }
   }
 
-  // Enters every reference below a container.
-  void scan(const Frame& container) {
-    if (container.array == nullptr && container.dict == nullptr)
-      return;
-    open_.push(container);
-    while (!open_.empty()) {
-      Frame& frame = open_.back();
-      const std::int32_t count = frame.array != nullptr ? frame.array->count : frame.dict->count;
-      if (frame.next >= count) {
-        open_.pop();
-        continue;
-      }
-      const std::int32_t index = frame.next++;
-      const CPDFObj& item = frame.array != nullptr ? frame.array->items[index] : *frame.dict->items[index];
-      if (item.tag == kTagRef)
-        enter(item.as_ref());
-      else if (item.as_array() != nullptr || item.as_dict_or_stream() != nullptr)
-        open_.push({item.as_array(), item.as_dict_or_stream(), 0});
-    }
+  void visit(std::int32_t num) {
+    // The object stream that holds an object is needed with it.
+    if (table_.xref_items[num].type == 2)
+      enter(static_cast<std::int32_t>(table_.xref_items[num].offset));
+    table_.get_references(found_, num);
+    enter_found();
+  }
+
+  // Objects are read fastest in the order in which they stand in the file, those of one object stream
+  // together.
+  void sort_by_place() {
+    const auto place = [this](std::int32_t num) {
+      const PDF_XREF& entry = table_.xref_items[num];
+      return entry.type == 2 && entry.offset < table_.xref_count ? table_.xref_items[entry.offset].offset
+                                                                 : entry.offset;
+    };
+    const auto in_front = [place](std::int32_t a, std::int32_t b) { return place(a) < place(b); };
+    if (!std::is_sorted(wave_.begin(), wave_.end(), in_front))
+      std::sort(wave_.begin(), wave_.end(), in_front);
   }
 
   CPDFXRefTable& table_;
   CPDFCloneMap& map_;
-  GrowArray<PDF_REF> waiting_;
-  GrowArray<Frame> open_;
+  ReferenceList waiting_;
+  ReferenceList wave_;  // what was waiting when its turn came
+  ReferenceList found_;
 };
 
 }  // namespace

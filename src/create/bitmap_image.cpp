@@ -1,6 +1,7 @@
 // Image XObjects from bitmaps: the colour as one compressed image, the alpha as its soft mask.
 #include "base/checked.h"
 #include "base/heap.h"
+#include "base/heap_watch.h"
 #include "base/scope_guard.h"
 #include "create/image_dict_internal.h"
 #include "create/unpack_pixels.h"
@@ -56,6 +57,7 @@ void store_samples(CPDFXRefTable& table, const PDF_REF& ref, const CQVBmp32& bmp
 PDF_REF CPDFXRefTable::new_image_flate(const CQVBmp32* bmp, int swap_rb, int with_alpha) {
   if (!is_usable(bmp))
     return {0, 0};
+  const HeapWatch watch;
   int size = 0;
   PDF_REF mask{0, 0};
   if (with_alpha != 0) {
@@ -73,5 +75,5 @@ PDF_REF CPDFXRefTable::new_image_flate(const CQVBmp32* bmp, int swap_rb, int wit
     return {0, 0};
   const PDF_REF ref{alloc_obj_num(), 0};
   store_samples(*this, ref, *bmp, "DeviceRGB", colour, size, mask);
-  return ref;
+  return watch.all_granted() ? ref : PDF_REF{0, 0};
 }

@@ -2,6 +2,7 @@
 #include <cstring>
 
 #include "base/heap.h"
+#include "base/heap_watch.h"
 #include "base/scope_guard.h"
 #include "base/wide_text.h"
 #include "xref/xref_table.h"
@@ -59,8 +60,10 @@ int make_spec(CPDFXRefTable& table, const char* path, const PDF_REF& data) {
 int CPDFXRefTable::new_file_spec(const char* path) {
   if (path == nullptr)
     return 0;
+  const HeapWatch watch;
   const PDF_REF data = embed_file(*this, path);
-  return data.num != 0 ? make_spec(*this, path, data) : 0;
+  const int spec = data.num != 0 ? make_spec(*this, path, data) : 0;
+  return watch.all_granted() ? spec : 0;
 }
 
 int CPDFXRefTable::new_file_spec(const char* path, PDF_String& name) {

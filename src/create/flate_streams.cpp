@@ -2,6 +2,7 @@
 #include <zlib.h>
 
 #include "base/heap.h"
+#include "base/heap_watch.h"
 #include "base/scope_guard.h"
 #include "xref/xref_table.h"
 
@@ -42,6 +43,7 @@ unsigned char* CPDFXRefTable::compress_data(const void* data, int len, int& out_
 }
 
 PDF_REF CPDFXRefTable::adv_new_stream_flate(unsigned char* data, int len) {
+  const HeapWatch watch;
   int size = 0;
   unsigned char* const compressed = compress_data(data, len, size);
   if (compressed == nullptr)
@@ -52,16 +54,17 @@ PDF_REF CPDFXRefTable::adv_new_stream_flate(unsigned char* data, int len) {
   rec.dict.set_item_name(CPDFDictionary::sm_tag_filter, CPDFDictionary::sm_tag_fdec);
   rec.dict.set_item_int(CPDFDictionary::sm_tag_length, size);
   store_stream(ref, rec);
-  return ref;
+  return watch.all_granted() ? ref : PDF_REF{0, 0};
 }
 
 PDF_REF CPDFXRefTable::adv_new_stream_raw(unsigned char* data, int len) {
   if (data == nullptr || len < 0)
     len = 0;
+  const HeapWatch watch;
   const PDF_REF ref{alloc_obj_num(), 0};
   CPDFStreamRec rec;
   write_stream(ref, &rec, data, static_cast<unsigned>(len));
   rec.dict.set_item_int(CPDFDictionary::sm_tag_length, len);
   store_stream(ref, rec);
-  return ref;
+  return watch.all_granted() ? ref : PDF_REF{0, 0};
 }

@@ -2,7 +2,7 @@
 // the table has a temporary file: it is short, and the layer above reads it back at once.
 #include <new>
 
-#include "base/heap.h"
+#include "base/heap_watch.h"
 #include "base/scope_guard.h"
 #include "neighbours/page/form.h"
 #include "xref/xref_table.h"
@@ -29,6 +29,7 @@ void hold_content(CPDFXRefTable& table, const PDF_REF& form, CPDFStreamRec& rec,
 }  // namespace
 
 CPDFForm* CPDFXRefTable::new_form() {
+  const HeapWatch watch;
   const PDF_REF form{alloc_obj_num(), 0};
   CPDFStreamRec rec;
   const ScopeGuard clear([&rec] { rec.clear(); });
@@ -54,10 +55,14 @@ CPDFForm* CPDFXRefTable::new_form() {
     loaded->pre_load(this, &object);
     loaded->load();
   }
-  return loaded;
+  if (watch.all_granted())
+    return loaded;
+  delete loaded;
+  return nullptr;
 }
 
 PDF_REF CPDFXRefTable::new_form(const _QVRECTF& bbox, const char* content, int len, const PDF_REF& resources) {
+  const HeapWatch watch;
   const PDF_REF form{alloc_obj_num(), 0};
   CPDFStreamRec rec;
   set_form_items(rec.dict, bbox);
@@ -68,5 +73,5 @@ PDF_REF CPDFXRefTable::new_form(const _QVRECTF& bbox, const char* content, int l
     rec.dict.set_item_ref(CPDFDictionary::sm_tag_res, resources);
   hold_content(*this, form, rec, compressed, size);
   store_stream(form, rec);
-  return form;
+  return watch.all_granted() ? form : PDF_REF{0, 0};
 }

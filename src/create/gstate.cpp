@@ -1,4 +1,5 @@
 // Graphics state parameter dictionaries (ISO 32000-1, 8.4.5), and setters for one key of a state.
+#include "base/heap_watch.h"
 #include "base/scope_guard.h"
 #include "neighbours/page/blend_mode.h"
 #include "xref/xref_table.h"
@@ -37,11 +38,12 @@ void change_gstate(CPDFXRefTable& table, const PDF_REF& ref, const Set& set) {
 }  // namespace
 
 PDF_REF CPDFXRefTable::new_gstate() {
+  const HeapWatch watch;
   Cleared<CPDFDictionary> state;
   state.set_item_name(CPDFDictionary::sm_tag_type, CPDFDictionary::sm_tag_extgs);
   const PDF_REF ref{alloc_obj_num(), 0};
   store_dict(ref, &state);
-  return ref;
+  return watch.all_granted() ? ref : PDF_REF{0, 0};
 }
 
 void CPDFXRefTable::set_gstate_fill_alpha(const PDF_REF& ref, unsigned char alpha) {

@@ -2,6 +2,7 @@
 #include <cstring>
 
 #include "base/heap.h"
+#include "base/heap_watch.h"
 #include "base/scope_guard.h"
 #include "create/image_dict_internal.h"
 #include "create/image_file_internal.h"
@@ -30,10 +31,11 @@ std::uint8_t* load_file(const char* path, std::int32_t& len) {
 }
 
 PDF_REF embed_image(CPDFXRefTable& table, std::uint8_t* data, const ImageItems& items) {
+  const HeapWatch watch;
   const PDF_REF ref{table.alloc_obj_num(), 0};
   CPDFStreamRec rec;
   table.write_stream_autofree(ref, &rec, data, static_cast<unsigned>(items.length));
   set_image_items(rec.dict, items);
   table.store_stream(ref, rec);
-  return ref;
+  return watch.all_granted() ? ref : PDF_REF{0, 0};
 }

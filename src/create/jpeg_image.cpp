@@ -1,6 +1,7 @@
 // Image XObjects from JPEG data, which are embedded as they are: only the header is looked at, for
 // the size and the colour space.
 #include "base/heap.h"
+#include "base/heap_watch.h"
 #include "base/scope_guard.h"
 #include "create/image_dict_internal.h"
 #include "create/image_file_internal.h"
@@ -55,10 +56,11 @@ PDF_REF CPDFXRefTable::new_image_jpeg_mem(const unsigned char* data, int len) {
   ImageItems items{};
   if (data == nullptr || len < 1 || !read_items(data, len, items))
     return {0, 0};
+  const HeapWatch watch;
   const PDF_REF ref{alloc_obj_num(), 0};
   CPDFStreamRec rec;
   write_stream(ref, &rec, data, static_cast<unsigned>(len));
   set_image_items(rec.dict, items);
   store_stream(ref, rec);
-  return ref;
+  return watch.all_granted() ? ref : PDF_REF{0, 0};
 }

@@ -1,5 +1,6 @@
 // Outline items (ISO 32000-1, 12.3.3). The chain of the items and their counts are the caller's.
 #include "base/heap.h"
+#include "base/heap_watch.h"
 #include "base/scope_guard.h"
 #include "xref/xref_table.h"
 
@@ -14,6 +15,7 @@ void set_link(CPDFDictionary& item, const char* key, const PDF_REF& ref) {
 
 PDF_REF CPDFXRefTable::new_outline(const wchar_t* title, const PDF_REF& parent, const PDF_REF& prev,
                                    const PDF_REF& next, const PDF_REF& page, const QVFIX& top) {
+  const HeapWatch watch;
   Cleared<CPDFDictionary> item;
   PDF_String text;
   text.init(title, 1);
@@ -31,5 +33,5 @@ PDF_REF CPDFXRefTable::new_outline(const wchar_t* title, const PDF_REF& parent, 
 
   const PDF_REF ref{alloc_obj_num(), 0};
   store_dict(ref, &item);
-  return ref;
+  return watch.all_granted() ? ref : PDF_REF{0, 0};
 }

@@ -4,7 +4,7 @@
 #include <array>
 #include <cstring>
 
-#include "base/heap.h"
+#include "base/heap_watch.h"
 #include "base/scope_guard.h"
 #include "neighbours/fonts/environment.h"
 #include "neighbours/fonts/font_type0.h"
@@ -165,7 +165,9 @@ PDF_REF store_graph(CPDFXRefTable& table, const FontForm& form, const CQVTTWrite
   return top;
 }
 
-CPDFFont* load_and_cache(CPDFXRefTable& table, const FontForm& form, const char* name, const PDF_REF& top) {
+// A font some of whose objects were refused must not be found in the cache later.
+CPDFFont* load_and_cache(CPDFXRefTable& table, const FontForm& form, const char* name, const PDF_REF& top,
+                         const HeapWatch& watch) {
   Freed<CPDFObj> obj;
   obj.set_ref(top);
   auto* const font = new CPDFFontType0;
@@ -174,6 +176,10 @@ CPDFFont* load_and_cache(CPDFXRefTable& table, const FontForm& form, const char*
   font->pre_load(&table, &obj);
   font->set_font_style(form.style);
   font->load_font();
+  if (!watch.all_granted()) {
+    delete font;
+    return nullptr;
+  }
   return table.font_cache.Append(name, form.cache_style(), font) >= 0 ? font : nullptr;
 }
 
@@ -191,6 +197,7 @@ CPDFFont* make_font(CPDFXRefTable& table, const char* name, const FontForm& form
   if (path[0] == 0 || index < 0)
     return nullptr;
 
+  const HeapWatch watch;
   CQVStreamMem program;
   CQVTTWriter writer;
   CQVStreamFile file;
@@ -203,7 +210,7 @@ CPDFFont* make_font(CPDFXRefTable& table, const char* name, const FontForm& form
     return nullptr;
   const PDF_REF top = store_graph(table, form, writer, built_name.data(), program);
   writer.free();
-  return load_and_cache(table, form, name, top);
+  return load_and_cache(table, form, name, top, watch);
 }
 
 }  // namespace

@@ -14,34 +14,26 @@
 #include "object/object.h"
 #include "object/parse_buf.h"
 #include "object/stream_rec.h"
-#include "object/token_reader_internal.h"
+#include "object/value_grammar_internal.h"
 #include "object/work_stack_internal.h"
 
 namespace {
 
-constexpr std::size_t kMostNested = 512;  // a container nested deeper reads as null
-
-// Keywords that can stand in no container: meeting one means that a closing bracket is missing.
-bool ends_every_container(std::string_view keyword) {
-  for (const std::string_view word : {"endobj", "endstream", "stream", "xref", "trailer", "startxref", "obj"}) {
-    if (keyword == word)
-      return true;
-  }
-  return false;
-}
-
-// The containers that are open while a value is read.
-class OpenContainers {
+// Builds the value in `root`, with the containers that are open on its stack.
+class ValueBuilder {
 public:
-  OpenContainers() = default;
-  OpenContainers(const OpenContainers&) = delete;
-  OpenContainers& operator=(const OpenContainers&) = delete;
-  ~OpenContainers() {
+  static constexpr bool kTexts = true;
+
+  explicit ValueBuilder(CPDFObj& root) : root_(root) {}
+  ValueBuilder(const ValueBuilder&) = delete;
+  ValueBuilder& operator=(const ValueBuilder&) = delete;
+  ~ValueBuilder() {
     for (; !frames_.empty(); frames_.pop())
       frames_.top().value.free();
     lost_.free();
   }
 
+  CPDFObj& root() { return root_; }
   bool empty() const { return frames_.empty(); }
   bool full() const { return frames_.depth() == kMostNested; }
   bool in_array() const { return !empty() && frames_.top().value.tag == kTagArray; }
@@ -72,6 +64,7 @@ public:
     if (frame.slot == nullptr)
       frame.slot = &lost_;
   }
+  void set_name(CPDFObj& value, std::string_view name) { value.set_name(name.data(), name.size()); }
   /// Puts a finished value, which becomes null, where it belongs.
   void deliver(CPDFObj& value) {
     Frame& frame = frames_.top();
@@ -85,11 +78,18 @@ public:
     value.free();  // a value where a key should stand is dropped
   }
   /// Takes the finished container off the stack.
-  void close(CPDFObj& value) {
+  bool finish() {
+    CPDFObj value{};
     value.move_from(frames_.top().value);
     frames_.pop();
     if (CPDFDictionary* dict = value.as_dict())
       dict->sort_items();
+    if (empty()) {
+      root_.move_from(value);
+      return true;
+    }
+    deliver(value);
+    return false;
   }
 
 private:
@@ -98,159 +98,10 @@ private:
     CPDFObj* slot;  // where the value of the present key goes
   };
   static constexpr std::size_t kLocal = 16;
+  CPDFObj& root_;
   WorkStack<Frame, kLocal> frames_;
   CPDFObj lost_{};
 };
-
-class ObjectReader {
-public:
-  explicit ObjectReader(CPDFBuf& buf) : buf_(buf), tokens_(buf) {}
-
-  void read(CPDFObj& out, PDF_DEC_PARA* para);
-
-private:
-  bool read_value(CPDFObj& out, bool behind_header);
-  bool handle(Token token, CPDFObj& value, CPDFObj& out);
-  bool finish_container(CPDFObj& out);
-  void open_container(bool dict, CPDFObj& value);
-  void skip_container();
-  void close_all(CPDFObj& out);
-  void take_stream_keyword(CPDFObj& out, const PDF_REF& ref, PDF_DEC_PARA* para);
-
-  CPDFBuf& buf_;
-  TokenReader tokens_;
-  OpenContainers stack_;
-};
-
-// Passes a container that is nested too deep, up to its closing bracket.
-void ObjectReader::skip_container() {
-  Freed<CPDFObj> ignored;
-  for (std::uint64_t open = 1; open > 0;) {
-    switch (tokens_.next(ignored)) {
-      case Token::kArrayOpen:
-      case Token::kDictOpen:
-        ++open;
-        break;
-      case Token::kArrayClose:
-      case Token::kDictClose:
-        --open;
-        break;
-      case Token::kKeyword:
-        if (!ends_every_container(tokens_.keyword))
-          break;
-        tokens_.unread_keyword();
-        return;
-      case Token::kEnd:
-        return;
-      case Token::kValue:
-      case Token::kName:
-        break;
-    }
-  }
-}
-
-void ObjectReader::open_container(bool dict, CPDFObj& value) {
-  if (!stack_.full() && stack_.open(dict))
-    return;
-  skip_container();
-  value.free();
-  if (!stack_.empty())
-    stack_.deliver(value);
-}
-
-// The container on top is complete. True when it is the value that was asked for.
-bool ObjectReader::finish_container(CPDFObj& out) {
-  CPDFObj value{};
-  stack_.close(value);
-  if (stack_.empty()) {
-    out.move_from(value);
-    return true;
-  }
-  stack_.deliver(value);
-  return false;
-}
-
-void ObjectReader::close_all(CPDFObj& out) {
-  while (!stack_.empty())
-    finish_container(out);
-}
-
-// Takes one token inside an open container. True when the whole value is complete.
-bool ObjectReader::handle(Token token, CPDFObj& value, CPDFObj& out) {
-  switch (token) {
-    case Token::kValue:
-      stack_.deliver(value);
-      return false;
-    case Token::kName:
-      if (stack_.wants_key()) {
-        stack_.set_key(tokens_.name);
-      } else {
-        value.set_name(tokens_.name.data(), tokens_.name.size());
-        stack_.deliver(value);
-      }
-      return false;
-    case Token::kArrayOpen:
-    case Token::kDictOpen:
-      open_container(token == Token::kDictOpen, value);
-      return false;
-    case Token::kArrayClose:
-      return stack_.in_array() && finish_container(out);
-    case Token::kDictClose:
-      // Arrays that were left open inside the dictionary end with it.
-      while (stack_.in_array()) {
-        if (finish_container(out))
-          return true;
-      }
-      return finish_container(out);
-    case Token::kKeyword:
-      if (ends_every_container(tokens_.keyword)) {
-        tokens_.unread_keyword();
-        close_all(out);
-        return true;
-      }
-      value.free();
-      stack_.deliver(value);
-      return false;
-    case Token::kEnd:
-      close_all(out);
-      return true;
-  }
-  return true;
-}
-
-// One value into `out`; false at the end of the data. Tag 10 for a keyword that is no value. Behind
-// a header it makes a null value instead, and stays unread when it ends the object.
-bool ObjectReader::read_value(CPDFObj& out, bool behind_header) {
-  CPDFObj value{};
-  const Token first = tokens_.next(value);
-  switch (first) {
-    case Token::kEnd:
-      return false;
-    case Token::kValue:
-      out.move_from(value);
-      return true;
-    case Token::kName:
-      out.set_name(tokens_.name.data(), tokens_.name.size());
-      return true;
-    case Token::kArrayOpen:
-    case Token::kDictOpen:
-      open_container(first == Token::kDictOpen, value);
-      break;
-    case Token::kArrayClose:
-    case Token::kDictClose:
-    case Token::kKeyword:
-      if (!behind_header)
-        out.tag = kTagNoValue;
-      else if (first == Token::kKeyword && ends_every_container(tokens_.keyword))
-        tokens_.unread_keyword();
-      return true;
-  }
-  while (!stack_.empty()) {
-    if (handle(tokens_.next(value), value, out))
-      break;
-  }
-  return true;
-}
 
 // Passes the line end behind "stream": CR LF, LF, a lone CR, or blanks in front of one of these.
 void skip_stream_line_end(CPDFBuf& buf) {
@@ -269,17 +120,17 @@ void skip_stream_line_end(CPDFBuf& buf) {
 }
 
 // With the buffer on "stream": the dictionary in `out` becomes a stream record.
-void ObjectReader::take_stream_keyword(CPDFObj& out, const PDF_REF& ref, PDF_DEC_PARA* para) {
+void take_stream_keyword(CPDFObj& out, CPDFBuf& buf, const PDF_REF& ref, PDF_DEC_PARA* para) {
   auto* rec = new (std::nothrow) CPDFStreamRec;
   if (rec == nullptr)
     return;
   constexpr unsigned kStreamLen = 6;
-  buf_.buf_pos += kStreamLen;
-  skip_stream_line_end(buf_);
+  buf.buf_pos += kStreamLen;
+  skip_stream_line_end(buf);
   std::swap(rec->dict, *out.as_dict());
-  rec->offset = buf_.position();
+  rec->offset = buf.position();
   rec->ref = para != nullptr ? para->ref : ref;
-  rec->source = buf_.get_stream();
+  rec->source = buf.get_stream();
   if (para != nullptr && para->sec_hand != nullptr)
     rec->plain = para->sec_hand->prepare_stream(rec->ref.num, rec->ref.gen, &rec->dict);
   out.take_stream(rec);
@@ -323,24 +174,15 @@ bool is_xref_stream(const CPDFObj& value) {
   return type != nullptr && type->is_name("XRef");
 }
 
-void ObjectReader::read(CPDFObj& out, PDF_DEC_PARA* para) {
-  if (!read_value(out, false))
-    return;
-  PDF_REF ref{out.as_int(), 0};
-  if (out.tag == kTagInt && ref.num >= 0 && tokens_.take_header(ref.gen)) {
-    out.free();
-    read_value(out, true);
-    if (tokens_.skip_space() && out.tag == kTagDict && tokens_.at_keyword("stream"))
-      take_stream_keyword(out, ref, para);
-  }
-  if (para != nullptr && para->sec_hand != nullptr && !is_xref_stream(out))
-    decrypt_strings(out, *para);
-}
-
 }  // namespace
 
 void CPDFObj::read(CPDFBuf* buf, PDF_DEC_PARA* para) {
   free();
-  ObjectReader reader(*buf);
-  reader.read(*this, para);
+  ValueBuilder builder(*this);
+  ValueGrammar grammar(*buf, builder);
+  PDF_REF ref{};
+  if (grammar.read(ref) && grammar.skip_space() && tag == kTagDict && grammar.at_keyword("stream"))
+    take_stream_keyword(*this, *buf, ref, para);
+  if (para != nullptr && para->sec_hand != nullptr && !is_xref_stream(*this))
+    decrypt_strings(*this, *para);
 }

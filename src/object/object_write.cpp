@@ -192,17 +192,21 @@ void ObjectPrinter::print_stream(const CPDFStreamRec& rec) {
 void ObjectPrinter::copy_body(const CPDFStreamRec& rec, std::int32_t length, bool encrypts) {
   constexpr unsigned kBlock = 16 * 1024;
   constexpr unsigned kLargeBlock = 256 * 1024;
+  constexpr unsigned kLargeCipherBlock = 128 * 1024;  // there are two of them
   constexpr unsigned kCipherSpare = 32;
   unsigned char small_block[kBlock];
-  unsigned char coded[kBlock + kCipherSpare];
+  unsigned char small_coded[kBlock + kCipherSpare];
   const bool shared = rec.source == target_;
   CPDFEncrypt* const enc = encrypts ? para_.encrypt : nullptr;
-  // Long bodies that go through as they are deserve fewer and larger steps.
+  // Long bodies deserve fewer and larger steps.
+  const unsigned large_step = enc == nullptr ? kLargeBlock : kLargeCipherBlock;
+  const std::size_t large_size = enc == nullptr ? kLargeBlock : std::size_t{2} * kLargeCipherBlock + kCipherSpare;
   HeapBlock<unsigned char> large;
-  if (enc == nullptr && length > static_cast<std::int32_t>(kLargeBlock))
-    large.reset(static_cast<unsigned char*>(QVAlloc(kLargeBlock)));
+  if (length > static_cast<std::int32_t>(large_step))
+    large.reset(static_cast<unsigned char*>(QVAlloc(large_size)));
   unsigned char* const block = large ? large.get() : small_block;
-  const unsigned step = large ? kLargeBlock : kBlock;
+  unsigned char* const coded = large && enc != nullptr ? large.get() + large_step : small_coded;
+  const unsigned step = large ? large_step : kBlock;
   const auto put = [this](const unsigned char* bytes, int count) {
     if (count > 0)
       target_->Write(bytes, static_cast<unsigned>(count));

@@ -352,6 +352,13 @@ void TokenReader::collect_name() {
   name = {text_.data(), text_.size()};
 }
 
+void TokenReader::keep_text(CPDFObj& value, const char* bytes, std::size_t count) const {
+  if (texts_)
+    value.set_string(bytes, static_cast<int>(count));
+  else
+    value.free();
+}
+
 void TokenReader::read_literal_string(CPDFObj& value) {
   take();
   text_.clear();
@@ -370,11 +377,12 @@ void TokenReader::read_literal_string(CPDFObj& value) {
     }
     move_to(at);
     if (depth == 0 && text_.size() == 0) {
-      value.set_string(start, static_cast<int>(at - start));
+      keep_text(value, start, static_cast<std::size_t>(at - start));
       take();
       return;
     }
-    text_.append(start, static_cast<std::size_t>(at - start));
+    if (texts_)
+      text_.append(start, static_cast<std::size_t>(at - start));
     if (at == end)
       continue;
     const char mark = *at;
@@ -388,7 +396,7 @@ void TokenReader::read_literal_string(CPDFObj& value) {
         take();
     }
   }
-  value.set_string(text_.data(), static_cast<int>(text_.size()));
+  keep_text(value, text_.data(), text_.size());
 }
 
 // Behind a backslash. False at the end of the data.
@@ -462,9 +470,10 @@ void TokenReader::read_hex_string(CPDFObj& value) {
     }
     open = at == end;
     move_to(open ? at : at + 1);
-    text_.append(piece, static_cast<std::size_t>(out - piece));
+    if (texts_)
+      text_.append(piece, static_cast<std::size_t>(out - piece));
   }
   if (high >= 0)
     text_.push(static_cast<char>(high * 16));
-  value.set_string(text_.data(), static_cast<int>(text_.size()));
+  keep_text(value, text_.data(), text_.size());
 }

@@ -21,7 +21,8 @@ enum class Token { kEnd, kValue, kName, kArrayOpen, kArrayClose, kDictOpen, kDic
 
 class TokenReader {
 public:
-  explicit TokenReader(CPDFBuf& buf) : buf_(buf) {}
+  /// `texts` false: strings come as null values, which spares their bytes the way to the heap.
+  explicit TokenReader(CPDFBuf& buf, bool texts = true) : buf_(buf), texts_(texts) {}
 
   /// The next token. A kValue stands in `value`, the text of a kName in `name`, and that of a
   /// kKeyword in `keyword`.
@@ -61,9 +62,11 @@ private:
   bool read_escape();
   void read_octal(int first);
   void read_hex_string(CPDFObj& value);
+  void keep_text(CPDFObj& value, const char* bytes, std::size_t count) const;
   bool take_after_number(std::string_view word, std::int32_t& gen);
 
   CPDFBuf& buf_;
+  const bool texts_;
   std::uint32_t keyword_pos_ = 0;
   bool drained_ = false;  // the source has no more than the buffer holds
   ByteCollector text_;

@@ -1,6 +1,7 @@
 // Classic cross-reference tables (ISO 32000-1, 7.5.4), with the leniencies that real files need:
 // lines of the wrong length, sections that start at 1 in error, counts that are too high, junk
 // behind the keyword, a missing trailer.
+#include <bit>
 #include <cstring>
 
 #include "base/chars.h"
@@ -47,6 +48,44 @@ bool read_line(CPDFBuf& buf, Line& line) {
   return line.offset != 0 || line.gen != 0;
 }
 
+// The value of eight digits, taken at once: neighbours are joined to pairs, pairs to fours and fours to
+// the whole. False when one of them is no digit.
+bool eight_digits(const char* text, std::uint32_t& value) {
+  if constexpr (std::endian::native != std::endian::little)
+    return false;
+  std::uint64_t word = 0;
+  std::memcpy(&word, text, sizeof(word));
+  constexpr std::uint64_t kHighHalves = 0xF0F0F0F0F0F0F0F0;
+  constexpr std::uint64_t kZeros = 0x3030303030303030;
+  if (((word & kHighHalves) ^ kZeros) != 0 || (((word + 0x0606060606060606) & kHighHalves) ^ kZeros) != 0)
+    return false;
+  word -= kZeros;
+  word = (word * 10 + (word >> 8)) & 0x00FF00FF00FF00FF;
+  word = (word * 100 + (word >> 16)) & 0x0000FFFF0000FFFF;
+  value = static_cast<std::uint32_t>(word * 10000 + (word >> 32));
+  return true;
+}
+
+// Takes over lines of used entries of generation 0 in the form that nearly all writers give them, as
+// far as they lie in the buffer with the first digit of what follows. The count of lines passed.
+int take_plain_lines(CPDFBuf& buf, PDF_XREF* items, int count, std::uint32_t type) {
+  constexpr char kPlainRest[] = " 00000 n";
+  int done = 0;
+  const char* at = buf.buf_data + buf.buf_pos;
+  const char* const end = buf.buf_data + buf.buf_len;
+  for (; done < count && end - at > static_cast<int>(kLineSize); ++done, at += kLineSize) {
+    std::uint32_t low = 0;
+    if (!is_digit(at[0]) || !is_digit(at[1]) || !eight_digits(at + 2, low) ||
+        std::memcmp(at + 10, kPlainRest, 8) != 0 || !is_wide_space(at[18]) || !is_wide_space(at[19]) ||
+        !is_digit(at[kLineSize]))
+      break;
+    if (items[done].type == 0)
+      items[done] = {type, digits_value(at, 2) * 100000000u + low, 0};
+  }
+  buf.buf_pos = static_cast<std::uint32_t>(at - buf.buf_data);
+  return done;
+}
+
 }  // namespace
 
 void CPDFBuf::buf_read_xref_items(PDF_XREF* items, int first, int count, int late) {
@@ -55,6 +94,10 @@ void CPDFBuf::buf_read_xref_items(PDF_XREF* items, int first, int count, int lat
   const std::uint32_t type = late != 0 ? 4 : 1;
   for (int i = 0; i < count;) {
     if (buf_len == 0)
+      return;
+    if (i > 0)
+      i += take_plain_lines(*this, items + first + i, count - i, type);
+    if (i == count)
       return;
     Line line{};
     if (!read_line(*this, line))

@@ -82,6 +82,7 @@ bool CPDFXRefTable::grow_xref_items(std::uint32_t new_count, bool sets_next) {
     xref_items = static_cast<PDF_XREF*>(grown);
     xref_room = room;
   }
+  heap_expects_writes(xref_items + xref_count, std::size_t{new_count - xref_count} * sizeof(PDF_XREF));
   for (std::uint32_t i = xref_count; i < new_count; ++i)
     xref_items[i] = {0, 0, -1};
   xref_count = new_count;

@@ -39,8 +39,44 @@ void correct_entry(CPDFXRefTable& table, std::uint32_t num, std::uint32_t found)
   table.note_repair(PDF_REPAIR::kEntryCorrected, static_cast<std::int32_t>(num), found);
 }
 
+// What becomes of an object that was found: its value is wanted.
+struct ValueTaker {
+  CPDFObj& out;
+
+  void read(CPDFBuf& buf, PDF_DEC_PARA* para) { out.read(&buf, para); }
+  void copy(const CPDFObj& value) { out.copy_from(&value); }
+  void copy_compressed(CPDFXRefTable& table, std::uint32_t offset, std::int32_t stm, std::int32_t index) {
+    const PDF_OBJSTM* const objstm = table.get_objstm(offset, stm, 0);
+    if (objstm != nullptr && objstm->objs != nullptr && index >= 0 && index < objstm->count)
+      copy(objstm->objs[index]);
+  }
+};
+
+// No more is wanted than what it refers to.
+struct ReferenceTaker {
+  ReferenceList& found;
+  const std::size_t before;
+
+  void read(CPDFBuf& buf, PDF_DEC_PARA* /*para*/) {
+    found.resize(before);  // of several objects the last one counts
+    read_references(buf, found);
+  }
+  void copy(const CPDFObj& value) { collect_references(value, found); }
+  void copy_compressed(CPDFXRefTable& table, std::uint32_t offset, std::int32_t stm, std::int32_t index) {
+    const PDF_OBJSTM* const objstm = table.get_objstm_references(offset, stm);
+    if (objstm == nullptr || index < 0 || index >= objstm->count)
+      return;
+    if (objstm->objs != nullptr)
+      return copy(objstm->objs[index]);
+    for (std::int32_t i = 0, end = objstm->refs != nullptr ? objstm->refs[index + 1] - objstm->refs[index] : 0; i < end;
+         ++i)
+      found.push(objstm->refs[objstm->refs[index] + i]);
+  }
+};
+
 // The object of an entry of type 1 or 4: at its place or, failing that, behind it.
-void read_located(CPDFXRefTable& table, CPDFObj& out, const PDF_REF& ref, std::uint32_t offset) {
+template <class Taker>
+void read_located(CPDFXRefTable& table, Taker& taker, const PDF_REF& ref, std::uint32_t offset) {
   CPDFBufBase buf;
   table.stream->SetPos(CQVStream::STR_SEEK_SET, offset);
   buf.buf_init(table.stream);
@@ -58,34 +94,41 @@ void read_located(CPDFXRefTable& table, CPDFObj& out, const PDF_REF& ref, std::u
   std::uint32_t found = buf.position();
   PDF_DEC_PARA para{};
   PDF_DEC_PARA* const dec = table.decode_para(para, ref);
-  out.read(&buf, dec);
+  taker.read(buf, dec);
   if (found > std::uint64_t{offset} + kStaleDistance && mode == 1) {
     while (buf.buf_skip_to_obj(ref, 1) != nullptr) {
       found = buf.position();
-      out.read(&buf, dec);
+      taker.read(buf, dec);
     }
   }
   if (found != 0 && found != offset && !table.serves_as_objstm(offset))
     correct_entry(table, static_cast<std::uint32_t>(ref.num), found);
 }
 
-void read_found(CPDFXRefTable& table, CPDFObj& out, const PDF_REF& ref, std::uint32_t offset) {
+template <class Taker>
+void read_found(CPDFXRefTable& table, Taker& taker, const PDF_REF& ref, std::uint32_t offset) {
   CPDFBufBase buf;
   table.stream->SetPos(CQVStream::STR_SEEK_SET, offset);
   buf.buf_init(table.stream);
   PDF_DEC_PARA para{};
-  out.read(&buf, table.decode_para(para, ref));
+  taker.read(buf, table.decode_para(para, ref));
 }
 
-void read_compressed(CPDFXRefTable& table, CPDFObj& out, const PDF_XREF& entry) {
-  const std::uint32_t stm = entry.offset;
-  const std::int32_t index = entry.gen;
-  if (!know_entry(table, stm))
+template <class Taker>
+void fetch(CPDFXRefTable& table, Taker& taker, const PDF_REF& ref) {
+  const auto num = static_cast<std::uint32_t>(ref.num);
+  if (!know_entry(table, num))
     return;
-  const PDF_OBJSTM* objstm = table.get_objstm(table.xref_items[stm].offset, static_cast<std::int32_t>(stm), 0);
-  if (objstm == nullptr || objstm->objs == nullptr || index < 0 || index >= objstm->count)
-    return;
-  out.copy_from(objstm->objs + index);
+  const PDF_XREF entry = table.xref_items[num];
+  if (entry.type == 2 && know_entry(table, entry.offset))
+    taker.copy_compressed(table, table.xref_items[entry.offset].offset, static_cast<std::int32_t>(entry.offset),
+                          entry.gen);
+  else if (entry.type == 3 && entry.gen != -1 && entry.offset < table.new_obj_capacity)
+    taker.copy(table.new_objs[entry.offset].obj);
+  else if (entry.type == 3 && entry.gen == -1)
+    read_found(table, taker, ref, entry.offset);
+  else if (entry.type == 1 || entry.type == 4)
+    read_located(table, taker, ref, entry.offset);
 }
 
 }  // namespace
@@ -112,20 +155,18 @@ void CPDFXRefTable::get_stored(CPDFObj& out, const PDF_REF& wanted) {
   if (entity_depth >= kMostNestedCalls)
     return;
   const DepthGuard depth(entity_depth);
-  const auto num = static_cast<std::uint32_t>(ref.num);
-  if (!know_entry(*this, num))
-    return;
-  const PDF_XREF entry = xref_items[num];
-  if (entry.type == 2)
-    read_compressed(*this, out, entry);
-  else if (entry.type == 3 && entry.gen != -1 && entry.offset < new_obj_capacity)
-    out.copy_from(&new_objs[entry.offset].obj);
-  else if (entry.type == 3 && entry.gen == -1)
-    read_found(*this, out, ref, entry.offset);
-  else if (entry.type == 1 || entry.type == 4)
-    read_located(*this, out, ref, entry.offset);
+  ValueTaker taker{out};
+  fetch(*this, taker, ref);
   if (CPDFStreamRec* rec = out.as_stream())
     heal_length(*rec, ref.num);
+}
+
+void CPDFXRefTable::get_references(ReferenceList& found, std::int32_t num) {
+  if (entity_depth >= kMostNestedCalls)
+    return;
+  const DepthGuard depth(entity_depth);
+  ReferenceTaker taker{found, found.size()};
+  fetch(*this, taker, {num, 0});
 }
 
 void CPDFXRefTable::get_entity(CPDFObj& out, const PDF_REF& ref) {

@@ -20,19 +20,45 @@ constexpr std::uint32_t kObjStmStep = 32;
 constexpr std::int64_t kMostReloads = 4;    // times that everything may be decoded again
 constexpr std::int64_t kParsedPerByte = 5;  // what the objects take in memory for a byte of their text
 
-// Objects one after the other from `first` on; the table of numbers and offsets in front of it is
-// not looked at. Objects that the data lack stay null.
-void read_objects(CPDFObj* objs, std::int32_t count, const std::uint8_t* data, std::uint32_t size, std::int32_t first) {
-  std::fill(objs, objs + count, CPDFObj{});
-  if (first < 0 || static_cast<std::uint32_t>(first) >= size)
-    return;
-  CPDFBufMem buf;
-  buf.buf_init_mem(data + first, size - static_cast<std::uint32_t>(first));
-  for (std::int32_t i = 0; i < count && buf.buf_len != 0; ++i) {
+// What is read out of an object stream.
+enum class Wanted { kObjects, kReferences };
+
+// Objects one after the other from where `buf` stands; stray keywords between them are passed over.
+// Objects that the data lack stay null.
+bool read_objects(CPDFBuf& buf, PDF_OBJSTM& entry) {
+  entry.objs = static_cast<CPDFObj*>(QVAlloc(static_cast<std::size_t>(entry.count) * sizeof(CPDFObj)));
+  if (entry.objs == nullptr)
+    return false;
+  std::fill(entry.objs, entry.objs + entry.count, CPDFObj{});
+  for (std::int32_t i = 0; i < entry.count && buf.buf_len != 0; ++i) {
     do {
-      objs[i].read(&buf, nullptr);  // stray keywords between objects are passed over
-    } while (objs[i].tag == kTagNoValue);
+      entry.objs[i].read(&buf, nullptr);
+    } while (entry.objs[i].tag == kTagNoValue);
   }
+  return true;
+}
+
+// The same objects, of which only what they refer to is kept.
+void read_reference_lists(CPDFBuf& buf, PDF_OBJSTM& entry) {
+  const auto starts = static_cast<std::size_t>(entry.count) + 1;
+  ReferenceList list;
+  if (!list.resize(starts))
+    return;
+  for (std::size_t i = 0; i < starts; ++i) {
+    list[i] = static_cast<std::int32_t>(list.size());
+    while (i + 1 < starts && buf.buf_len != 0 && read_references(buf, list) == kTagNoValue) {
+    }
+  }
+  entry.weight = static_cast<std::int64_t>(list.size() * sizeof(std::int32_t));
+  entry.refs = list.release();
+}
+
+bool holds_something(const PDF_OBJSTM& entry) {
+  return entry.objs != nullptr || entry.refs != nullptr;
+}
+
+bool is_released(const PDF_OBJSTM& entry) {
+  return !holds_something(entry) && entry.weight != 0;
 }
 
 void release_objects(PDF_OBJSTM& entry) {
@@ -40,21 +66,28 @@ void release_objects(PDF_OBJSTM& entry) {
     entry.objs[i].free();
   QVFree(entry.objs);
   entry.objs = nullptr;
+  QVFree(entry.refs);
+  entry.refs = nullptr;
 }
 
-// Decodes an object stream into `entry`, whose objs stay null when that fails.
-void load_objects(CPDFStream& decoder, const CPDFStreamRec& rec, std::int64_t ceiling, PDF_OBJSTM& entry) {
+// Decodes an object stream into `entry`, whose objs and refs stay null when that fails. The table of
+// numbers and offsets in front of the first object is not looked at.
+void load_objects(CPDFStream& decoder, const CPDFStreamRec& rec, std::int64_t ceiling, Wanted wanted,
+                  PDF_OBJSTM& entry) {
   int size = rec.decoded_hint;
   const int most = ceiling > 0 ? static_cast<int>(std::min<std::int64_t>(ceiling, kMostObjStmBytes)) : kMostObjStmBytes;
   const HeapBlock<std::uint8_t> data(decoder.buffer_load(most, size));
+  entry.decoded = data ? size : 0;
   // Every object takes a byte at least, so a larger count is a lie.
   if (!data || entry.count < 0 || entry.count > size)
     return;
-  entry.objs = static_cast<CPDFObj*>(QVAlloc(static_cast<std::size_t>(entry.count) * sizeof(CPDFObj)));
-  if (entry.objs == nullptr)
-    return;
-  read_objects(entry.objs, entry.count, data.get(), static_cast<std::uint32_t>(size), entry.first);
-  entry.weight = size * kParsedPerByte + entry.count * static_cast<std::int64_t>(sizeof(CPDFObj));
+  CPDFBufMem buf;
+  if (entry.first >= 0 && entry.first < size)
+    buf.buf_init_mem(data.get() + entry.first, static_cast<std::uint32_t>(size - entry.first));
+  if (wanted == Wanted::kReferences)
+    read_reference_lists(buf, entry);
+  else if (read_objects(buf, entry))
+    entry.weight = size * kParsedPerByte + entry.count * static_cast<std::int64_t>(sizeof(CPDFObj));
 }
 
 // Releases objects until `weight` fits into the budget: in turns, those that were not asked for
@@ -68,7 +101,7 @@ void make_room(CPDFXRefTable& table, std::int64_t weight) {
       return;
     table.objstm_hand = table.objstm_hand + 1 < table.objstm_count ? table.objstm_hand + 1 : 0;
     PDF_OBJSTM& entry = table.objstm_cache[table.objstm_hand];
-    if (entry.objs != nullptr && entry.recent == 0) {
+    if (holds_something(entry) && entry.recent == 0) {
       release_objects(entry);
       table.objstm_held -= entry.weight;
     }
@@ -112,12 +145,8 @@ PDF_OBJSTM* find_known_place(CPDFXRefTable& table, std::int32_t offset) {
   return hit != end && hit->offset == offset ? hit : nullptr;
 }
 
-bool is_released(const PDF_OBJSTM& entry) {
-  return entry.objs == nullptr && entry.weight != 0;
-}
-
 // Reads and decodes the object stream at the place of `entry`. False when it is no stream or has no decoder.
-bool load_objstm(CPDFXRefTable& table, PDF_OBJSTM& entry, const PDF_REF& ref) {
+bool load_objstm(CPDFXRefTable& table, PDF_OBJSTM& entry, const PDF_REF& ref, Wanted wanted) {
   table.stream->SetPos(CQVStream::STR_SEEK_SET, static_cast<std::uint32_t>(entry.offset));
   CPDFBufBase buf;
   buf.buf_init(table.stream);
@@ -136,7 +165,7 @@ bool load_objstm(CPDFXRefTable& table, PDF_OBJSTM& entry, const PDF_REF& ref) {
   const std::unique_ptr<CPDFStream> decoder(table.make_stream(rec));
   if (decoder == nullptr)
     return false;
-  load_objects(*decoder, *rec, table.decoded_ceiling, entry);
+  load_objects(*decoder, *rec, table.decoded_ceiling, wanted, entry);
   return true;
 }
 
@@ -155,34 +184,49 @@ PDF_OBJSTM* store_objstm(CPDFXRefTable& table, PDF_OBJSTM& entry) {
     release_objects(entry);
     return nullptr;
   }
-  table.objstm_held += entry.objs != nullptr ? entry.weight : 0;
+  table.objstm_held += holds_something(entry) ? entry.weight : 0;
   (reloaded ? table.objstm_reloaded : table.objstm_loaded) += entry.weight;
   return slot;
 }
 
-}  // namespace
-
-PDF_OBJSTM* CPDFXRefTable::get_objstm(unsigned int offset, int num, int gen) {
-  if (entity_depth >= kMostNestedCalls)
+PDF_OBJSTM* get(CPDFXRefTable& table, unsigned int offset, const PDF_REF& ref, Wanted wanted) {
+  if (table.entity_depth >= kMostNestedCalls)
     return nullptr;
-  const DepthGuard depth(entity_depth);
+  const DepthGuard depth(table.entity_depth);
   const auto place_in_file = static_cast<std::int32_t>(offset);
-  if (PDF_OBJSTM* known = find_known_place(*this, place_in_file); known != nullptr && !is_released(*known)) {
+  PDF_OBJSTM* const known = find_known_place(table, place_in_file);
+  if (known != nullptr && known->refs != nullptr && wanted == Wanted::kObjects) {
+    release_objects(*known);
+    table.objstm_held -= known->weight;
+  }
+  if (known != nullptr && !is_released(*known)) {
     known->recent = 1;
     return known;
   }
   // Each load asks for several parameters, and one that fails is tried anew by the next: streams
   // that hold their own parameters would take time exponential in the depth.
-  if (objstm_depth >= kMostNestedLoads)
+  if (table.objstm_depth >= kMostNestedLoads)
     return nullptr;
-  const DepthGuard load_depth(objstm_depth);
-  PDF_OBJSTM entry{place_in_file, 0, nullptr, 0, 0, 1};
-  return load_objstm(*this, entry, {num, gen}) ? store_objstm(*this, entry) : nullptr;
+  const DepthGuard load_depth(table.objstm_depth);
+  PDF_OBJSTM entry{};
+  entry.offset = place_in_file;
+  entry.recent = 1;
+  return load_objstm(table, entry, ref, wanted) ? store_objstm(table, entry) : nullptr;
+}
+
+}  // namespace
+
+PDF_OBJSTM* CPDFXRefTable::get_objstm(unsigned int offset, int num, int gen) {
+  return get(*this, offset, {num, gen}, Wanted::kObjects);
+}
+
+PDF_OBJSTM* CPDFXRefTable::get_objstm_references(unsigned int offset, int num) {
+  return get(*this, offset, {num, 0}, Wanted::kReferences);
 }
 
 bool CPDFXRefTable::serves_as_objstm(std::uint32_t offset) {
   const PDF_OBJSTM* const known = find_known_place(*this, static_cast<std::int32_t>(offset));
-  return known != nullptr && (known->objs != nullptr || is_released(*known));
+  return known != nullptr && (holds_something(*known) || is_released(*known));
 }
 
 void CPDFXRefTable::release_objstms() {

@@ -12,6 +12,7 @@ namespace {
 // Fields are held in 32 bits, but a writer may give them more bytes than that.
 constexpr std::int32_t kWidestField = 8;
 constexpr std::uint32_t kPieceBytes = 1 << 16;  // decoded at a time
+constexpr std::int32_t kWordSize = 8;           // entries shorter than this are taken as one word
 
 struct Widths {
   std::int32_t field[3] = {1, 2, 1};
@@ -46,6 +47,55 @@ std::uint32_t read_field(const std::uint8_t*& at, std::int32_t width) {
   return value;
 }
 
+struct Fields {
+  std::uint32_t value[3];
+};
+
+// The fields of an entry that is shorter than a word, with bytes of any value behind it.
+class WordFields {
+public:
+  explicit WordFields(const Widths& widths) : above_(64 - 8 * widths.total()) {
+    for (int i = 2, shift = 0; i >= 0; shift += 8 * widths.field[i--]) {
+      shift_[i] = shift;
+      mask_[i] = (std::uint64_t{1} << 8 * widths.field[i]) - 1;
+    }
+  }
+  Fields operator()(const std::uint8_t* at) const {
+    const std::uint64_t word = big_endian_word(at) >> above_;
+    Fields fields;
+    for (int i = 0; i < 3; ++i)
+      fields.value[i] = static_cast<std::uint32_t>(word >> shift_[i] & mask_[i]);
+    return fields;
+  }
+
+private:
+  static std::uint64_t big_endian_word(const std::uint8_t* at) {
+    std::uint64_t word = 0;
+    for (int i = 0; i < kWordSize; ++i)
+      word = word << 8 | at[i];
+    return word;
+  }
+
+  int above_;
+  int shift_[3];
+  std::uint64_t mask_[3];
+};
+
+// The fields of an entry of any width.
+class WideFields {
+public:
+  explicit WideFields(const Widths& widths) : widths_(widths) {}
+  Fields operator()(const std::uint8_t* at) const {
+    Fields fields;
+    for (int i = 0; i < 3; ++i)
+      fields.value[i] = read_field(at, widths_.field[i]);
+    return fields;
+  }
+
+private:
+  const Widths& widths_;
+};
+
 class EntryReader {
 public:
   EntryReader(CPDFXRefTable& table, CPDFStream& decoder, const Widths& widths, bool late)
@@ -59,7 +109,7 @@ public:
     if (std::uint64_t{count} * width > INT32_MAX || count > table_.max_obj_num())
       return Result::kShort;
     const std::uint32_t piece = std::min(count, kPieceBytes / width);
-    if (!reserve(std::size_t{piece} * width))
+    if (!reserve(std::size_t{piece} * width + kWordSize))
       return Result::kNoMemory;
     const HeapBlock<std::uint8_t> stored(static_cast<std::uint8_t*>(QVCalloc(count / 8 + 1, 1)));
     if (!stored)
@@ -71,11 +121,11 @@ public:
         take_back(first, done, stored.get());
         return Result::kShort;
       }
-      const std::uint8_t* at = block_.get();
-      for (const std::uint32_t end = done + entries; done < end; ++done) {
-        if (store(std::uint64_t{first} + done, at))
-          stored.get()[done / 8] |= static_cast<std::uint8_t>(1u << done % 8);
-      }
+      if (widths_.total() < kWordSize)
+        store_all(first, done, entries, WordFields(widths_), stored.get());
+      else
+        store_all(first, done, entries, WideFields(widths_), stored.get());
+      done += entries;
     }
     return Result::kDone;
   }
@@ -100,10 +150,20 @@ private:
     }
   }
 
-  bool store(std::uint64_t num, const std::uint8_t*& at) {
-    std::uint32_t type = widths_.field[0] == 0 ? 1 : read_field(at, widths_.field[0]);
-    const std::uint32_t second = read_field(at, widths_.field[1]);
-    const auto third = static_cast<std::int32_t>(read_field(at, widths_.field[2]));
+  // Stores `count` decoded entries, those of the numbers from `first` + `done` on.
+  template <class FieldsOf>
+  void store_all(std::uint32_t first, std::uint32_t done, std::uint32_t count, const FieldsOf& fields_of,
+                 std::uint8_t* stored) {
+    const auto width = static_cast<std::size_t>(widths_.total());
+    const std::uint8_t* at = block_.get();
+    for (const std::uint32_t end = done + count; done < end; ++done, at += width) {
+      if (store(std::uint64_t{first} + done, fields_of(at)))
+        stored[done / 8] |= static_cast<std::uint8_t>(1u << done % 8);
+    }
+  }
+
+  bool store(std::uint64_t num, const Fields& fields) {
+    std::uint32_t type = widths_.field[0] == 0 ? 1 : fields.value[0];
     if (num >= table_.xref_count)
       return false;
     if (late_ && type == 1)
@@ -112,7 +172,7 @@ private:
     // A free entry keeps type 0, so that an older section may still fill it.
     if (entry.type != 0)
       return false;
-    entry = {type, second, third};
+    entry = {type, fields.value[1], static_cast<std::int32_t>(fields.value[2])};
     return true;
   }
 

@@ -28,6 +28,7 @@
 #include "object/coding_para.h"
 #include "object/dictionary.h"
 #include "object/object.h"
+#include "object/references.h"
 #include "object/stream_rec.h"
 #include "xref/page_set.h"
 
@@ -77,6 +78,10 @@ struct PDF_OBJSTM {
   std::int32_t count;   ///< Its "N".
   std::int64_t weight;  ///< What the objects take in memory, as estimated; 0 when the stream would not decode.
   std::int32_t recent;  ///< Not 0: asked for since the last turn through the cache.
+  /// In place of `objs`: behind `count` + 1 words, numbers of objects that the objects refer to. Word
+  /// i says where those of object i begin, word i + 1 where they end.
+  std::int32_t* refs;
+  std::int32_t decoded;  ///< Bytes that the stream decoded to.
 };
 
 /// Stream data held in memory for one object.
@@ -243,9 +248,15 @@ public:
   void get_entity(CPDFObj& out, const PDF_REF& ref);
   /// As get_entity, but an object that is itself a reference comes back as that reference.
   void get_stored(CPDFObj& out, const PDF_REF& ref);
+  /// Appends the numbers of the objects that the object `num` refers to, found as get_stored finds
+  /// it, but without making its value.
+  void get_references(ReferenceList& found, std::int32_t num);
   /// The decoded object stream at file offset `offset`; null on failure. Borrowed; valid until the
   /// next object stream is loaded.
   PDF_OBJSTM* get_objstm(unsigned int offset, int num, int gen);
+  /// The same where the references of the objects are enough: those that it does not hold yet it
+  /// reads without making them. Either `objs` or `refs` is set, unless the stream would not decode.
+  PDF_OBJSTM* get_objstm_references(unsigned int offset, int num);
   /// Sets the true length of a stream of the file, where `checks_lengths` asks for it. `num` names
   /// the object in the list of repairs.
   void heal_length(CPDFStreamRec& rec, std::int32_t num);
@@ -328,31 +339,31 @@ public:
   /// {0, 0} on failure; the mask's number, or the mask, may then be there unused. ISO 32000-1, 8.9.5.
   PDF_REF new_image_flate(const CQVBmp32* bmp, int swap_rb, int with_alpha);
   /// A JPEG file as an image, byte for byte; {0, 0}, with no number taken, when its header cannot be
-  /// read or is of no colour space that PDF has.
+  /// read or is of no colour space that PDF has; {0, 0} without memory too.
   PDF_REF new_image_jpeg(const char* path);
   /// The same of JPEG data, which are copied.
   PDF_REF new_image_jpeg_mem(const unsigned char* data, int len);
   /// A JPEG 2000 file (JP2 or a bare code stream) as an image, byte for byte; {0, 0}, with no number
-  /// taken, when its headers cannot be read.
+  /// taken, when its headers cannot be read; {0, 0} without memory too.
   PDF_REF new_image_jpx(const char* path);
   /// A stream of the data, compressed, without "Type"; {0, 0} without memory. The data stay the caller's.
   PDF_REF adv_new_stream_flate(unsigned char* data, int len);
-  /// A stream of the data as they are. Copies them.
+  /// A stream of the data as they are; {0, 0} without memory. Copies them.
   PDF_REF adv_new_stream_raw(unsigned char* data, int len);
   CPDFFont* new_font_type0_h(const char* name, int style);
   CPDFFont* new_font_type0_v(const char* name, int style);
   /// An empty form with an empty resource dictionary behind it, loaded from a copy of its stream
   /// object. The caller owns the result and deletes it; null without memory. ISO 32000-1, 8.10.
   CPDFForm* new_form();
-  /// A form with that content; `resources` number 0: it has none.
+  /// A form with that content; `resources` number 0: it has none. {0, 0} without memory.
   PDF_REF new_form(const _QVRECTF& bbox, const char* content, int len, const PDF_REF& resources);
   /// One outline item that leads to `page`, scrolled to the height `top`. References of number 0 are
-  /// left out; its neighbours and the counts are the caller's to keep. ISO 32000-1, 12.3.3.
+  /// left out; its neighbours and the counts are the caller's to keep. {0, 0} without memory. ISO 32000-1, 12.3.3.
   PDF_REF new_outline(const wchar_t* title, const PDF_REF& parent, const PDF_REF& prev, const PDF_REF& next,
                       const PDF_REF& page, const QVFIX& top);
   /// A graphics state that sets nothing yet. The setters change one key of a state that exists, alpha
   /// 255 being opaque, dash lengths in user space units, modes as get_blend_name counts them; what is
-  /// no dictionary they leave alone. ISO 32000-1, 8.4.5.
+  /// no dictionary they leave alone. {0, 0} without memory. ISO 32000-1, 8.4.5.
   PDF_REF new_gstate();
   void set_gstate_fill_alpha(const PDF_REF& ref, unsigned char alpha);
   void set_gstate_stroke_alpha(const PDF_REF& ref, unsigned char alpha);

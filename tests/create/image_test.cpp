@@ -6,7 +6,6 @@
 #include "neighbours/page/bmp32.h"
 #include "support/create_support.h"
 #include "support/external_tool.h"
-#include "support/failing_heap.h"
 #include "support/jp2_maker.h"
 #include "support/jpeg_maker.h"
 
@@ -224,31 +223,6 @@ TEST(NewStream, FlateAndRawHaveNothingButWhatTheyNeed) {
   EXPECT_EQ(doc.data(raw), text);
   EXPECT_EQ(doc.table.adv_new_stream_flate(nullptr, 3), (PDF_REF{0, 0}));
   EXPECT_EQ(doc.table.next_obj_num, 3u);
-}
-
-TEST(ImageFactories, AnyRefusedAllocationLeavesNothingBehind) {
-  const std::string jpeg = make_jpeg(smooth_picture(8, 8, 3), 8, 8, {});
-  const TestFolder folder;
-  const std::string path = folder / "in.jp2";
-  write_file(path, make_jp2(8, 8, {}, [](int, int x, int y) { return x + y; }));
-  std::string pixels(16, '\x7F');
-  const CQVBmp32 bmp = bitmap(pixels, 2, 2, 8);
-  for (long long refused = 1; refused < 300; ++refused) {
-    FailingHeap heap(refused);
-    {
-      CPDFXRefTable table;
-      table.next_obj_num = 1;
-      table.new_image_flate(&bmp, 0, 1);
-      table.new_image_jpeg_mem(bytes_of(jpeg), static_cast<int>(jpeg.size()));
-      table.new_image_jpx(path.c_str());
-      table.adv_new_stream_flate(bmp.pixels, 16);
-      table.XRefFree();
-    }
-    ASSERT_EQ(heap.held, 0) << refused;
-    if (!heap.has_refused())
-      return;
-  }
-  ADD_FAILURE() << "the factories make more requests than were tried";
 }
 
 }  // namespace

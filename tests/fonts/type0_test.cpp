@@ -6,7 +6,6 @@
 #include "neighbours/fonts/environment.h"
 #include "neighbours/fonts/font_type0.h"
 #include "support/external_tool.h"
-#include "support/failing_heap.h"
 #include "support/font_builder.h"
 #include "support/test_table.h"
 
@@ -238,25 +237,6 @@ TEST_F(Type0, LaterSavesGoOnWhereTheOnesBeforeEnded) {
     EXPECT_FALSE(program.glyph(glyph).empty());
   EXPECT_NE(doc.object(6).find("/ToUnicode 8 0 R"), std::string::npos);
   EXPECT_NE(doc.stream(8).find("<0002> <0005> <0041>"), std::string::npos);
-}
-
-TEST_F(Type0, EveryRefusedRequestLeavesNothingBehind) {
-  const std::string where = folder / "";
-  bool refused = true;
-  long long request = 1;
-  for (; refused && request < 20000; request += 3) {
-    FailingHeap heap(request);
-    {
-      NewDocument doc(where);
-      if (CPDFFontType0* font = doc.vertical("Other", kEmbed | 2))
-        save_with(doc, *font, L"AB\u3041", nullptr);
-      if (CPDFFontType0* font = doc.horizontal("Test Sans", kEmbed))
-        save_with(doc, *font, L"CD", nullptr);
-    }
-    EXPECT_EQ(heap.held, 0) << "request " << request;
-    refused = heap.has_refused();
-  }
-  EXPECT_FALSE(refused) << request;
 }
 
 }  // namespace

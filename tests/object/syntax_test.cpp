@@ -6,6 +6,7 @@
 #include "neighbours/security/encrypt.h"
 #include "object/array.h"
 #include "object/dictionary.h"
+#include "object/references.h"
 #include "object/stream_rec.h"
 #include "support/failing_heap.h"
 #include "support/same_value.h"
@@ -64,6 +65,41 @@ TEST(Syntax, ValuesReadAsOtherReadersReadThem) {
   };
   for (const Row& row : rows)
     EXPECT_EQ(reprinted(row.text), row.printed) << row.text;
+}
+
+// Reads references without making values; the numbers, and where the buffer stands behind them.
+std::string references_of(const std::string& text) {
+  MemStream file(text);
+  CPDFBufBase buf;
+  buf.buf_init(&file);
+  ReferenceList found;
+  std::string numbers = read_references(buf, found) == kTagNoValue ? "no value " : "";
+  for (const std::int32_t num : found)
+    numbers += std::to_string(num) + " ";
+  return numbers + "to " + std::to_string(buf.position());
+}
+
+TEST(Syntax, ReferencesAreFoundWhereValuesHoldThem) {
+  struct Row {
+    const char* text;
+    const char* found;
+  };
+  const Row rows[] = {
+      {"12 0 R ", "12 to 6"},
+      {"7 0 obj 12 0 R endobj", "12 to 15"},
+      {"[1 0 R(2 0 R \\) 3 0 R)<4>/5 6 0 R] 7 0 R", "1 6 to 34"},
+      {"<</A 1 0 R/B[<</C 2 0 R>>3 0 R 4]/D(x)/E/5#20 0 R/F 6 0 R>>", "1 2 3 6 to 59"},
+      {"<</A 1 0 R 2 0 R/B 3 0 R>>", "1 3 to 26"},
+      {"<</A[1 0 R<</B 2 0 R>>", "1 2 to 22"},
+      {"[1 0 R foo 2 0 R endobj", "1 2 to 17"},
+      {"endobj 1 0 R", "no value to 6"},
+      {"% 1 0 R\n2 0 R", "2 to 13"},
+  };
+  for (const Row& row : rows)
+    EXPECT_EQ(references_of(row.text), row.found) << row.text;
+  // Nested deeper than values are made, and then level again.
+  const std::string deep = "[" + std::string(600, '[') + "1 0 R" + std::string(600, ']') + "2 0 R]";
+  EXPECT_EQ(references_of(deep), "2 to " + std::to_string(deep.size()));
 }
 
 TEST(Syntax, TokensMayLieAcrossBuffers) {

@@ -79,6 +79,30 @@ TEST(Doc, FilesWithOnlyStreamsOpenWithoutTheirSection) {
   EXPECT_EQ(no_section.doc.page_count(), 1);
 }
 
+// Headers of object streams can be damaged too. What is found in such streams must live on in a save.
+TEST(Doc, ObjectStreamsWithoutAUsableNumberKeepTheirObjects) {
+  PdfBuilder builder;
+  builder.object_stream(0, {{1, "<</Type/Catalog/Pages 2 0 R>>"}, {3, "<</Type/Page/Parent 2 0 R/Lost true>>"}});
+  builder.object_stream(2'000'000'000, {{2, "<</Type/Pages/Count 9/Kids[3 0 R 256 0 R 7 0 R 8 0 R]>>"}});
+  builder.object_stream(0, {{256, "<</Type/Page/Parent 2 0 R>>"}, {3, "<</Type/Page/Parent 2 0 R/Rotate 90>>"}});
+  builder.obj(0, "<</Type/Page>>");
+  Opened opened(builder.str());
+  EXPECT_EQ(opened.doc.status(), PDF_OPEN::kRecovered);
+  EXPECT_EQ(opened.doc.page_count(), 2);
+
+  MemStream out("");
+  CPDFXRefTable target;
+  target.stream = &out;
+  opened.doc.save_complete(target, nullptr);
+  CPDFDoc again;
+  ASSERT_TRUE(again.open(&out));
+  EXPECT_EQ(again.status(), PDF_OPEN::kClean);
+  EXPECT_EQ(again.page_ref(1).num, 256);
+  CPDFPage page;
+  ASSERT_TRUE(again.load_page(0, page));
+  EXPECT_EQ(page.rotate, 90);
+}
+
 TEST(Doc, AWrongOffsetInAFileOfStreamsLeadsToARebuild) {
   PdfBuilder builder;
   builder.pages(2).raw("trailer\n<</Root 1 0 R>>\n").xref_stream(10);

@@ -85,6 +85,31 @@ TEST(Access, ObjectStreamsAreReadInSequenceAndKept) {
   EXPECT_EQ(t.object(7), "null");
 }
 
+TEST(Access, ReferencesOfCompressedObjectsNeedNoObjects) {
+  PdfBuilder builder;
+  builder.pages(1).object_stream(
+      9, {{4, "[5 0 R(1 0 R)<</A 6 0 R>>]"}, {5, "5 % 1 0 R"}, {6, "stray 7 0 R"}, {7, "<</A[4 0 R 4 0 R]>>"}});
+  Opened t(builder.xref_stream(10).str());
+  const auto found = [&t](std::int32_t num) {
+    ReferenceList list;
+    t.table.get_references(list, num);
+    return std::vector<std::int32_t>(list.begin(), list.end());
+  };
+  using List = std::vector<std::int32_t>;
+  // First from lists of references, then from the objects that replace them, which stay.
+  for (const bool objects : {false, true, true}) {
+    EXPECT_EQ(found(4), (List{5, 6}));
+    EXPECT_EQ(found(5), List{});
+    EXPECT_EQ(found(6), List{7});
+    EXPECT_EQ(found(7), (List{4, 4}));
+    EXPECT_EQ(t.table.objstm_cache[0].objs != nullptr, objects);
+    EXPECT_EQ(t.table.objstm_held, t.table.objstm_cache[0].weight);
+    EXPECT_EQ(t.object(6), "<</A[4 0 R 4 0 R]>>");  // what it leads to
+  }
+  t.table.xref_items[7].gen = 44;  // beyond "N"
+  EXPECT_EQ(found(7), List{});
+}
+
 TEST(Access, ObjectStreamsBeyondTheBudgetAreReleasedAndDecodedAgain) {
   constexpr int kStreams = 40;
   PdfBuilder builder;
@@ -112,6 +137,14 @@ TEST(Access, ObjectStreamsBeyondTheBudgetAreReleasedAndDecodedAgain) {
     asked(i);
   EXPECT_EQ(t.table.objstm_reloaded, reloaded);
   EXPECT_EQ(t.table.objstm_count, static_cast<std::uint32_t>(kStreams));
+}
+
+TEST(Access, LengthsThatLeadInACircleEnd) {
+  PdfBuilder builder;
+  builder.pages(1).obj(4, "<</Length 5 0 R>>\nstream\nx\nendstream").obj(5, "<</Length 4 0 R>>\nstream\nx\nendstream");
+  Opened t(builder.classic().str());
+  t.table.checks_lengths = 1;
+  EXPECT_EQ(t.object(4).substr(0, 9), "<</Length");
 }
 
 TEST(Access, FalseLengthsAreTakenToTheEndOfTheStreamWhenAskedTo) {

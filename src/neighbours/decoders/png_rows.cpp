@@ -2,10 +2,11 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <cstring>
 
 namespace {
 
-enum PngTag : int { kSub = 1, kUp = 2, kAverage = 3, kPaeth = 4 };
+enum PngTag : int { kSub = 1, kUp = kPngUp, kAverage = 3, kPaeth = 4 };
 
 constexpr std::uint8_t sum(int a, int b) {
   return static_cast<std::uint8_t>(a + b);
@@ -89,7 +90,40 @@ void undo_up(std::uint8_t* __restrict row, const std::uint8_t* __restrict above,
     row[i] = sum(row[i], above[i]);
 }
 
+// Adds bytes of two words without a carry from one byte to the next.
+template <class Word>
+void add_bytes(std::uint8_t* dst, const std::uint8_t* a, const std::uint8_t* b) {
+  constexpr auto kLow = static_cast<Word>(0x7F7F7F7F7F7F7F7F);
+  Word left{};
+  Word right{};
+  std::memcpy(&left, a, sizeof(Word));
+  std::memcpy(&right, b, sizeof(Word));
+  const Word total = ((left & kLow) + (right & kLow)) ^ ((left ^ right) & ~kLow);
+  std::memcpy(dst, &total, sizeof(Word));
+}
+
+// The last word overlaps the one before it, so that no odd bytes are left over.
+template <class Word>
+void add_words(std::uint8_t* dst, const std::uint8_t* a, const std::uint8_t* b, std::size_t size) {
+  for (std::size_t i = 0; i + sizeof(Word) < size; i += sizeof(Word))
+    add_bytes<Word>(dst + i, a + i, b + i);
+  const std::size_t last = size - sizeof(Word);
+  add_bytes<Word>(dst + last, a + last, b + last);
+}
+
 }  // namespace
+
+void copy_up_row(std::uint8_t* __restrict dst, const std::uint8_t* __restrict row, const std::uint8_t* __restrict above,
+                 int size) {
+  constexpr int kShort = 64;  // longer rows are worth the compiler's vectors
+  const auto bytes = static_cast<std::size_t>(size);
+  if (size >= 8 && size < kShort)
+    return add_words<std::uint64_t>(dst, row, above, bytes);
+  if (size >= 4 && size < 8)
+    return add_words<std::uint32_t>(dst, row, above, bytes);
+  for (int i = 0; i < size; ++i)
+    dst[i] = sum(row[i], above[i]);
+}
 
 void undo_png_row(int tag, std::uint8_t* row, const std::uint8_t* above, int size, int pixel) {
   switch (tag) {

@@ -101,7 +101,8 @@ bool CPDFPredictor::next_row() {
   fetch_ = std::min(row + row_bytes_, filled_);
   if (count <= 0)
     return false;
-  std::memset(row + count, 0, static_cast<std::size_t>(row_bytes_ - count));
+  if (count < row_bytes_)
+    std::memset(row + count, 0, static_cast<std::size_t>(row_bytes_ - count));
   above_ = row_;
   row_ = row;
   end_ = count;
@@ -121,13 +122,33 @@ void CPDFPredictor::undo_tiff(std::uint8_t* row) const {
     undo_tiff_bits(row, samples_, colors_, bits_);
 }
 
+// Undoes whole rows of PNG's "Up" straight into `out`. Cross-reference streams are made of a million of
+// them, a few bytes each. The bytes put there; other rows and pieces of rows are left to next_row.
+int CPDFPredictor::copy_up_rows(std::uint8_t* out, int size) {
+  const std::uint8_t* above = row_;
+  int total = 0;
+  while (size - total >= row_bytes_ && filled_ - fetch_ > row_bytes_ && *fetch_ == kPngUp) {
+    copy_up_row(out + total, fetch_ + 1, above, row_bytes_);
+    above = out + total;
+    total += row_bytes_;
+    fetch_ += row_bytes_ + 1;
+  }
+  if (total > 0) {
+    row_ = fetch_ - row_bytes_;
+    std::memcpy(row_, above, static_cast<std::size_t>(row_bytes_));
+  }
+  return total;
+}
+
 int CPDFPredictor::read_block(void* dst, int size) {
   if (predictor_ != kTiff && predictor_ < kFirstPng)
     return source_->read_block2(dst, size);
   auto* out = static_cast<std::uint8_t*>(dst);
   int total = 0;
   while (total < size) {
-    if (pos_ >= end_ && !next_row())
+    if (pos_ >= end_ && tag_bytes_ != 0)
+      total += copy_up_rows(out + total, size - total);
+    if (total == size || (pos_ >= end_ && !next_row()))
       break;
     const int count = std::min(size - total, end_ - pos_);
     std::memcpy(out + total, row_ + pos_, static_cast<std::size_t>(count));

@@ -21,6 +21,7 @@ public:
 private:
   bool fetch_rows();
   bool next_row();
+  int copy_up_rows(std::uint8_t* out, int size);
   void undo_tiff(std::uint8_t* row) const;
 
   CPDFStream2* source_;

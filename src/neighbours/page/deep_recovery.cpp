@@ -43,8 +43,8 @@ bool has_type(const CPDFDictionary& dict, const char* name) {
 
 bool DeepRecovery::take_object(std::int32_t num, std::uint32_t pos) {
   const auto index = static_cast<std::uint32_t>(num);
-  if (num < 0 || index >= table_.max_obj_num())
-    return false;
+  if (num < 1 || index >= table_.max_obj_num())
+    return false;  // object 0 is never in use (ISO 32000-1, 7.5.4)
   if (index >= table_.xref_count && !table_.grow_xref_items(CPDFXRefTable::rounded_count(index), false))
     return false;
   if (table_.xref_items[index].type == 0)
@@ -81,6 +81,8 @@ void DeepRecovery::scan_objects() {
     obj.read(&buf, nullptr);
     if (take_object(num, pos))
       classify(num, pos, obj);
+    else if (const CPDFDictionary* dict = obj.as_dict_or_stream(); dict != nullptr && has_type(*dict, "ObjStm"))
+      object_streams_.push({--last_nameless_, pos});
     if (obj.tag != kTagStream)
       continue;
     // Headers inside stream data are none; data without an end hide nothing behind them.
@@ -133,10 +135,41 @@ bool DeepRecovery::is_catalog(const CPDFObj& root) {
   return tree.as_dict() != nullptr;
 }
 
+// One without a number is read through entry 0, which stays free otherwise.
+void DeepRecovery::read_found_stream(CPDFObj& out, const FoundStream& found) {
+  if (found.num > 0) {
+    table_.get_entity(out, {found.num, 0});
+    return;
+  }
+  if (table_.xref_count == 0 && !table_.grow_xref_items(CPDFXRefTable::rounded_count(0), false))
+    return;
+  const PDF_XREF free_entry = table_.xref_items[0];
+  table_.xref_items[0] = {3, found.pos, -1};
+  table_.get_entity(out, {0, 0});
+  if (table_.xref_count != 0)
+    table_.xref_items[0] = free_entry;
+}
+
+// Object streams whose headers bear no usable number get numbers behind all others, known only when
+// every object is entered, and the entries of their objects follow. They would be lost in a save else.
+void DeepRecovery::name_object_streams() {
+  const std::uint32_t first = table_.xref_count;
+  for (const FoundStream& found : object_streams_) {
+    if (found.num < 0)
+      take_object(static_cast<std::int32_t>(first + nameless_index(found.num)), found.pos);
+  }
+  for (std::uint32_t num = 1; num < first && num < table_.xref_count; ++num) {
+    PDF_XREF& entry = table_.xref_items[num];
+    const auto stream = static_cast<std::int32_t>(entry.offset);
+    if (entry.type == 2 && stream < 0)
+      entry.offset = first + nameless_index(stream);
+  }
+}
+
 // Enters the objects of one object stream under the numbers that its own table gives them.
 void DeepRecovery::load_object_stream(const FoundStream& found) {
   Freed<CPDFObj> obj;
-  table_.get_entity(obj, {found.num, 0});
+  read_found_stream(obj, found);
   const CPDFStreamRec* rec = obj.as_stream();
   if (rec == nullptr)
     return;
@@ -227,6 +260,8 @@ void DeepRecovery::run() {
     return;
   for (const FoundStream& found : object_streams_)
     load_object_stream(found);
+  if (last_nameless_ != 0)
+    name_object_streams();
   load_trailers();
   table_.next_obj_num = table_.xref_count;
   find_root();
@@ -274,6 +309,7 @@ bool CPDFDoc::try_deep_recovery() {
   }
   if (!attempt.usable)
     return false;
+  ensure_pages();  // counts that the nodes tell are not believed here
   add_repair("scan", 0, 0, "objects, object streams and the catalogue were found by scanning");
   return true;
 }

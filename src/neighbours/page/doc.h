@@ -95,6 +95,10 @@ public:
   int page_count();
   /// The object of page `index` (from 0); {0, 0} when there is none. The first call walks the tree.
   PDF_REF page_ref(int index);
+  /// Says that pages at these indices will be asked for, and no others are to be read. Where they are
+  /// few, a sound document lists its pages as the nodes of its tree count them; these pages and a
+  /// sample of the others are then looked at, and the tree is walked when they are not what it told.
+  void expect_pages(const std::int32_t* pages, std::int32_t count);
   /// Reads page `index` with what it inherits. False when there is none.
   bool load_page(int index, CPDFPage& page);
 
@@ -188,7 +192,10 @@ private:
   bool look_at_tree(Attempt& attempt);
   bool reaches_a_page(Attempt& attempt, CPDFObj& kids);
   bool is_leaf(const CPDFDictionary& dict, CPDFObj& kids);
-  bool walk_pages();
+  void list_pages(bool believing);
+  bool walk_pages(bool believing);
+  bool counts_kids_as_pages(const CPDFDictionary& node, const CPDFArray& kids);
+  bool is_page_at(int index);
   bool misses_pages();
   void ensure_pages();
   int count_by_nodes();
@@ -219,7 +226,8 @@ private:
   long long file_size_ = 0;
   long long header_offset_ = 0;
   bool walked_ = false;
-  int quick_count_ = -1;  // by the nodes' counts; -1 unknown or contradictory
+  bool believed_ = false;  // the list is what the nodes tell
+  int quick_count_ = -1;   // by the nodes' counts; -1 unknown or contradictory
   GrowArray<PageEntry> pages_;
   GrowArray<PDF_INHERITED> nodes_;
   Freed<CPDFObj> direct_resources_;

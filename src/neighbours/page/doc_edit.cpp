@@ -8,6 +8,7 @@
 #include <new>
 #include <utility>
 
+#include "base/heap_watch.h"
 #include "base/number_text.h"
 #include "base/scope_guard.h"
 #include "neighbours/page/doc.h"
@@ -36,9 +37,10 @@ bool CPDFDoc::create(CQVStream* stream) {
   stream_ = stream;
   reset_table();
   table_.write_failed = 0;
+  const HeapWatch watch;
   table_.new_xref();
-  status_ = PDF_OPEN::kClean;
-  return table_.write_failed == 0;
+  status_ = watch.all_granted() ? PDF_OPEN::kClean : PDF_OPEN::kNoMemory;
+  return watch.all_granted() && table_.write_failed == 0;
 }
 
 bool CPDFDoc::use_temp_file(const char* folder) {

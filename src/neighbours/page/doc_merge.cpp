@@ -20,6 +20,8 @@ std::int32_t CPDFDocMerge::append(CPDFDoc& source, const std::int32_t* pages, st
   if (source_count_ == 0)
     was_empty_ = into_.page_count() == 0;
   const std::uint32_t first_slot = table_.new_obj_count;
+  if (!has_form(src))
+    source.expect_pages(pages, count);
   reserve_pages(src, pages, count);
   add_form(src);
   std::int32_t done = 0;

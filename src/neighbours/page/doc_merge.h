@@ -57,8 +57,12 @@ private:
   void put_output_intents(CPDFDictionary& catalog);
 
   // doc_merge_names.cpp
+  struct Destination;
   void collect_destinations(Source& src);
-  void add_destination(Source& src, const PDF_String& name, const CPDFObj& value);
+  void list_destinations(Source& src, GrowArray<Destination>& list);
+  void read_destinations(Source& src, GrowArray<Destination>& list);
+  void look_at_destination(Source& src, Destination& destination);
+  void take_destination(Source& src, Destination& destination);
   void collect_files(Source& src);
 
   // doc_merge_links.cpp
@@ -77,6 +81,7 @@ private:
   void put_outline(CPDFDictionary& catalog);
 
   // doc_merge_form.cpp
+  static bool has_form(Source& src);
   void add_form(Source& src);
   void leave_out_fields(Source& src, const CPDFArray& fields);
   void take_form_settings(Source& src, const CPDFDictionary& form, std::int32_t first_field);

@@ -17,6 +17,13 @@ bool same_text(const CPDFObj& a, const CPDFObj& b) {
 
 }  // namespace
 
+// Where there is one, all pages are read for their annotations.
+bool CPDFDocMerge::has_form(Source& src) {
+  Freed<CPDFObj> catalog;
+  src.table.resolve(catalog, &src.table.root);
+  return catalog.as_dict() != nullptr && catalog.as_dict()->get_item(CPDFDictionary::sm_tag_acro_form) != nullptr;
+}
+
 // Fields come in front of the pages: what a page brings along counts as imported, and would not be
 // entered into the form.
 void CPDFDocMerge::add_form(Source& src) {

@@ -60,7 +60,7 @@ void CPDFDoc::close() {
   pages_.reset();
   nodes_.reset();
   repairs_.reset();
-  walked_ = false;
+  walked_ = believed_ = false;
   quick_count_ = -1;
   table_repairs_told_ = 0;
   status_ = PDF_OPEN::kClosed;

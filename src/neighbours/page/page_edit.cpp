@@ -52,7 +52,7 @@ bool store_node(CPDFXRefTable& table, const PDF_REF& ref, const Branch* kids, st
 // From here on the list is what counts, and no longer the tree: a list that lacks pages must not
 // take its place. -1 when there is no memory for all pages.
 int CPDFDoc::edit_pages() {
-  if (pages_incomplete_)
+  if (pages_incomplete_ || believed_)
     walked_ = false;
   ensure_pages();
   if (pages_incomplete_)

@@ -1,5 +1,6 @@
 // The page tree (ISO 32000-1, 7.7.3), walked on a stack of its own. Each node is visited once, so
 // that no loop can hold the walk up.
+#include <algorithm>
 #include <new>
 
 #include "base/scope_guard.h"
@@ -138,15 +139,58 @@ bool CPDFDoc::look_at_tree(Attempt& attempt) {
 }
 
 void CPDFDoc::ensure_pages() {
-  if (walked_)
-    return;
+  if (!walked_)
+    list_pages(false);
+}
+
+void CPDFDoc::list_pages(bool believing) {
   const std::uint64_t refusals = heap_refusals();
-  walk_pages();
+  walk_pages(believing);
   pages_incomplete_ = heap_refusals() != refusals;
+  believed_ = believing;
   walked_ = true;
 }
 
-bool CPDFDoc::walk_pages() {
+// Whether a node says that each of its kids is one page, and the table has an entry for each.
+bool CPDFDoc::counts_kids_as_pages(const CPDFDictionary& node, const CPDFArray& kids) {
+  Freed<CPDFObj> count;
+  table_.resolve(count, node.get_item(CPDFDictionary::sm_tag_count));
+  if (count.tag != kTagInt || count.as_int() != kids.count)
+    return false;
+  return std::all_of(kids.items, kids.items + kids.count, [this](const CPDFObj& kid) {
+    const auto num = static_cast<std::uint32_t>(kid.as_ref().num);
+    return num > 0 && num < table_.xref_count && table_.xref_items[num].type != 0;
+  });
+}
+
+bool CPDFDoc::is_page_at(int index) {
+  Freed<CPDFObj> obj;
+  Freed<CPDFObj> kids;
+  table_.get_entity(obj, pages_[static_cast<std::size_t>(index)].ref);
+  return obj.as_dict() != nullptr && is_leaf(*obj.as_dict(), kids) && looks_like_page(*obj.as_dict());
+}
+
+void CPDFDoc::expect_pages(const std::int32_t* pages, std::int32_t count) {
+  constexpr int kFewPart = 4;  // where more of the pages are wanted, reading all costs little beside them
+  constexpr int kProbes = 32;
+  if (!walked_ && status_ == PDF_OPEN::kClean && is_readable() && count <= page_count() / kFewPart && !walked_) {
+    table_.drain_pending();
+    list_pages(true);
+  }
+  if (!walked_ || !believed_)
+    return;
+  const auto size = static_cast<int>(pages_.size());
+  bool good = !pages_incomplete_ && size == quick_count_;
+  for (std::int32_t i = 0; good && i < count; ++i)
+    good = pages[i] < 0 || pages[i] >= size || is_page_at(pages[i]);
+  // A tree whose counts are wrong is so throughout, as a rule: pages here and there will show it.
+  for (int i = 0; good && i < kProbes && i < size; ++i)
+    good = is_page_at(static_cast<int>(std::int64_t{i} * size / std::min(size, kProbes)));
+  if (!good)
+    list_pages(false);
+}
+
+bool CPDFDoc::walk_pages(bool believing) {
   forget_resources();
   pages_.clear();
   nodes_.clear();
@@ -170,8 +214,14 @@ bool CPDFDoc::walk_pages() {
     PDF_INHERITED values = parent >= 0 ? nodes_[static_cast<std::size_t>(parent)] : PDF_INHERITED{};
     take_inherited(dict, values);
     const auto node = static_cast<std::int32_t>(nodes_.size());
-    if (nodes_.push(values))
+    if (!nodes_.push(values))
+      return;
+    if (!believing || !counts_kids_as_pages(dict, *kids.as_array())) {
       stack.push(kids, node);
+      return;
+    }
+    for (std::int32_t i = 0; i < kids.as_array()->count; ++i)
+      pages_.push({kids.as_array()->items[i].as_ref(), node});
   };
   if (is_leaf(*tree.as_dict(), kids)) {
     // Some writers leave out the tree where there is one page only.
