@@ -27,7 +27,7 @@ TEST(Mark, DirectContainersReachWhatTheyReferTo) {
     return numbers;
   };
   EXPECT_EQ(reached("<</A[[4 0 R]]>>"), "45");
-  EXPECT_EQ(reached("[<</A 6 0 R>> 7 0 R 99 0 R 0 0 R]"), "567");
+  EXPECT_EQ(reached("[<</A 6 0 R>> 7 0 R 99 0 R]"), "567");
   EXPECT_EQ(reached("[]"), "");
   EXPECT_EQ(reached("(no container)"), "");
 }
