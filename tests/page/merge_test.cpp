@@ -182,6 +182,74 @@ TEST(DocMerge, RepeatedPagesHaveAnnotationsOfTheirOwn) {
   EXPECT_EQ(merged.go(annot, "P"), second.ref);
 }
 
+// The counts of such a tree are right, and yet one of the kids that look like a page each is a node.
+TEST(DocMerge, PagesBelowNodesOfOnePageComeAlong) {
+  constexpr int kKids = 70;  // more than are looked at beforehand
+  constexpr int kFirstPage = 10;
+  PdfBuilder builder;
+  std::string kids = ref(3) + " " + ref(4);
+  for (int i = 2; i < kKids; ++i) {
+    kids += " " + ref(kFirstPage + i);
+    builder.obj(kFirstPage + i, "<</Type/Page/Parent 2 0 R/Mark " + std::to_string(i + 1) + ">>");
+  }
+  builder.obj(1, "<</Type/Catalog/Pages 2 0 R>>")
+      .obj(2, "<</Type/Pages/Count " + std::to_string(kKids) + "/Kids[" + kids + "]/MediaBox[0 0 9 9]>>")
+      .obj(3, "<</Type/Page/Parent 2 0 R/Mark 1/Annots[<</Subtype/Link/Dest[5 0 R/Fit]>>]>>")
+      .obj(4, "<</Type/Pages/Parent 2 0 R/Count 1/Kids[5 0 R]/Rotate 90>>")
+      .obj(5, "<</Type/Page/Parent 4 0 R/Mark 2>>")
+      .classic();
+  Merged merged;
+  EXPECT_EQ(merged.append(builder.str(), {0, 1, 2}), 3);
+  EXPECT_EQ(merged.append(builder.str(), {1}), 1);
+  CPDFDoc& doc = merged.saved();
+  ASSERT_EQ(doc.page_count(), 4);
+  const char* const marks[] = {"1", "2", "3", "2"};
+  for (int i = 0; i < 4; ++i) {
+    EXPECT_EQ(merged.at(doc.page_ref(i), "Mark"), marks[i]);
+    EXPECT_EQ(merged.at(doc.page_ref(i), "Rotate"), i % 2 == 1 ? "90" : "null");
+  }
+  CPDFPage page;
+  ASSERT_TRUE(doc.load_page(0, page));
+  EXPECT_EQ(merged.at(page.ref, "Annots"), "[<</Dest[" + merged.page(1) + "/Fit]/Subtype/Link>>]");
+}
+
+// A name may lead by another name, by a place that is an object of its own, or both; a part of a
+// long document takes those that end at its pages.
+TEST(DocMerge, DestinationsOfAPartAreFoundHoweverTheyAreStored) {
+  PdfBuilder builder;
+  builder.pages(8)
+      .obj(1,
+           "<</Type/Catalog/Pages 2 0 R/Names<</Dests<</Names[(a)20 0 R(b)21 0 R(c)22 0 R(d)23 0 R(e)(a)(f)24 0 R"
+           "(g)[3 0 R/Fit](h)[4 0 R/Fit]]>>>>>>")
+      .obj(3, "<</Type/Page/Parent 2 0 R/Annots[30 0 R 31 0 R 32 0 R 33 0 R 34 0 R]>>")
+      .obj(20, "<</D[3 0 R/Fit]>>")
+      .obj(21, "<</D[4 0 R/Fit]>>")
+      .obj(22, "<</D 25 0 R>>")
+      .obj(23, "26 0 R")
+      .obj(24, "(b)")
+      .obj(25, "[3 0 R/FitH 1]")
+      .obj(26, "[3 0 R/FitV 2]")
+      .obj(30, "<</Dest(a)>>")
+      .obj(31, "<</Dest(b)>>")
+      .obj(32, "<</Dest(c)>>")
+      .obj(33, "<</Dest(d)>>")
+      .obj(34, "<</Dest(h)>>")
+      .classic();
+  Merged merged;
+  ASSERT_EQ(merged.append(builder.str(), {0}), 1);
+  CPDFDoc& doc = merged.saved();
+  CPDFPage page;
+  ASSERT_TRUE(doc.load_page(0, page));
+  const char* const kept[] = {"(a)", "null", "(c)", "(d)", "null"};
+  for (int i = 0; i < 5; ++i)
+    EXPECT_EQ(merged.at(page.dict.get_item("Annots")->as_array()->items[i].as_ref(), "Dest"), kept[i]) << i;
+  const std::string names = merged.catalog("Names");
+  for (const char* name : {"(a)", "(c)", "(d)", "(g)"})
+    EXPECT_NE(names.find(name), std::string::npos) << names;
+  for (const char* name : {"(b)", "(f)", "(h)"})
+    EXPECT_EQ(names.find(name), std::string::npos) << names;
+}
+
 TEST(DocPages, EditsGiveABalancedTreeWithInheritedValues) {
   PdfBuilder builder;
   builder.pages(100).classic();

@@ -95,10 +95,12 @@ public:
   int page_count();
   /// The object of page `index` (from 0); {0, 0} when there is none. The first call walks the tree.
   PDF_REF page_ref(int index);
-  /// Says that pages at these indices will be asked for, and no others are to be read. Where they are
-  /// few, a sound document lists its pages as the nodes of its tree count them; these pages and a
-  /// sample of the others are then looked at, and the tree is walked when they are not what it told.
-  void expect_pages(const std::int32_t* pages, std::int32_t count);
+  /// Makes the page list from the nodes of a sound tree, as they count their kids, and from a sample
+  /// of the pages; the others are not read. False when the tree was or had to be walked. The list
+  /// stands until `load_page` meets something else than a page: the tree is then walked after all.
+  bool list_pages_as_told();
+  /// Whether the list is still as the nodes tell.
+  bool has_pages_as_told() const { return believed_; }
   /// Reads page `index` with what it inherits. False when there is none.
   bool load_page(int index, CPDFPage& page);
 
@@ -195,7 +197,7 @@ private:
   void list_pages(bool believing);
   bool walk_pages(bool believing);
   bool counts_kids_as_pages(const CPDFDictionary& node, const CPDFArray& kids);
-  bool is_page_at(int index);
+  bool is_page(const CPDFDictionary& dict);
   bool misses_pages();
   void ensure_pages();
   int count_by_nodes();

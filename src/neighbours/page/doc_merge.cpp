@@ -7,33 +7,58 @@
 #include "neighbours/page/doc_merge_internal.h"
 #include "neighbours/page/number_tree.h"
 
+namespace {
+
+// A source is read in the order of its file for the most part, so that few of its object streams need
+// to be held; what comes along is held itself.
+constexpr std::int64_t kSourceBudget = 4 << 20;
+constexpr int kFewPart = 4;
+
+}  // namespace
+
 CPDFDocMerge::~CPDFDocMerge() = default;
 
 std::int32_t CPDFDocMerge::append(CPDFDoc& source, const std::int32_t* pages, std::int32_t count, const char* title) {
   CPDFMergeContext* const context = table_.import_start(&into_, &source.table());
   if (context == nullptr)
     return 0;
-  const ScopeGuard end([&] { table_.import_end(context); });
-  Source src{source, source.table(), context, {}, {}, {}};
+  const std::int64_t budget = source.table().objstm_budget;
+  source.table().objstm_budget = std::min(budget, kSourceBudget);
+  const ScopeGuard end([&] {
+    source.table().objstm_budget = budget;
+    table_.import_end(context);
+  });
   if (hole_ == 0)
     hole_ = table_.alloc_obj_num();
   if (source_count_ == 0)
     was_empty_ = into_.page_count() == 0;
-  const std::uint32_t first_slot = table_.new_obj_count;
-  if (!has_form(src))
-    source.expect_pages(pages, count);
-  reserve_pages(src, pages, count);
-  add_form(src);
   std::int32_t done = 0;
-  GrowArray<std::int32_t> appended;
-  for (std::int32_t i = 0; i < count; ++i) {
-    const PDF_REF page = append_page(src, pages[i]);
-    if (page.num == 0 || !into_.insert_page(into_.page_count(), page))
-      continue;
-    src.first_page = src.first_page.num == 0 ? page : src.first_page;
-    appended.push(pages[i]);
-    ++done;
+  {
+    Source src(source, context);
+    if (!has_form(src))
+      source.list_pages_as_told();
+    if (append_source(src, pages, count, title, done))
+      return done;
   }
+  // The objects stay, but nothing leads to them any more, so that no save takes them.
+  for (; done > 0; --done)
+    into_.remove_page(into_.page_count() - 1);
+  std::fill_n(context->map, context->map_size, 0u);
+  Source src(source, context);
+  append_source(src, pages, count, title, done);
+  return done;
+}
+
+// False when the page list proves wrong, with as many pages appended as `done` says.
+bool CPDFDocMerge::append_source(Source& src, const std::int32_t* pages, std::int32_t count, const char* title,
+                                 std::int32_t& done) {
+  const std::uint32_t first_slot = table_.new_obj_count;
+  src.takes_few = count < src.doc.page_count() / kFewPart;
+  GrowArray<std::int32_t> appended;
+  const bool good = append_pages(src, pages, count, appended);
+  done = static_cast<std::int32_t>(appended.size());
+  if (!good)
+    return false;
   collect_destinations(src);
   collect_files(src);
   add_output_intents(src);
@@ -41,7 +66,32 @@ std::int32_t CPDFDocMerge::append(CPDFDoc& source, const std::int32_t* pages, st
   add_labels(src, appended.begin(), done);
   add_outline(src, title);
   look_over(src, first_slot);
-  return done;
+  return true;
+}
+
+// False when the page list proves wrong on the way: what is not known for a page came along as
+// something else.
+bool CPDFDocMerge::append_pages(Source& src, const std::int32_t* pages, std::int32_t count,
+                                GrowArray<std::int32_t>& appended) {
+  const bool told = src.doc.has_pages_as_told();
+  reserve_pages(src, pages, count);
+  list_destinations(src);
+  add_form(src);
+  for (std::int32_t i = 0; i < count; ++i) {
+    const PDF_REF page = append_page(src, pages[i]);
+    if (told && !src.doc.has_pages_as_told())
+      return false;
+    if (!src.takes_few)
+      read_destinations(src, place_of(src.table, src.doc.page_ref(pages[i])));
+    if (page.num == 0 || !appended.push(pages[i]))
+      continue;
+    if (!into_.insert_page(into_.page_count(), page)) {
+      appended.pop();
+      continue;
+    }
+    src.first_page = src.first_page.num == 0 ? page : src.first_page;
+  }
+  return true;
 }
 
 // Maps what `item` refers to, so that nothing brings it along.

@@ -19,6 +19,7 @@
 #include "neighbours/page/name_list.h"
 #include "neighbours/page/visited_set.h"
 #include "object/array.h"
+#include "object/references.h"
 
 class CPDFDocMerge {
 public:
@@ -44,6 +45,8 @@ private:
   // doc_merge.cpp
   void reserve_pages(Source& src, const std::int32_t* pages, std::int32_t count);
   void leave_out(Source& src, const CPDFObj* item);
+  bool append_pages(Source& src, const std::int32_t* pages, std::int32_t count, GrowArray<std::int32_t>& appended);
+  bool append_source(Source& src, const std::int32_t* pages, std::int32_t count, const char* title, std::int32_t& done);
   PDF_REF append_page(Source& src, std::int32_t index);
   void mend_page(Source& src, const CPDFPage& page, CPDFDictionary& dict);
   void restore_group(const PDF_REF& page, CPDFObj& group);
@@ -59,8 +62,10 @@ private:
   // doc_merge_names.cpp
   struct Destination;
   void collect_destinations(Source& src);
-  void list_destinations(Source& src, GrowArray<Destination>& list);
-  void read_destinations(Source& src, GrowArray<Destination>& list);
+  static std::uint64_t place_of(const CPDFXRefTable& table, const PDF_REF& ref);
+  void list_destinations(Source& src);
+  void read_destinations(Source& src, std::uint64_t up_to);
+  bool leads_away(Source& src, const PDF_REF& destination, ReferenceList& scratch);
   void look_at_destination(Source& src, Destination& destination);
   void take_destination(Source& src, Destination& destination);
   void collect_files(Source& src);

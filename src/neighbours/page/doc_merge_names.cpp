@@ -5,20 +5,8 @@
 #include "neighbours/page/doc_merge_internal.h"
 #include "neighbours/page/name_tree.h"
 
-// A named destination of a source on its way over.
-struct CPDFDocMerge::Destination {
-  std::int32_t entry;   // in the source's names
-  std::int32_t page;    // the source's number of its page; kUnknown while only its name is known
-  CPDFObj value;        // owned; a reference until it was read, null when it stays behind
-  std::uint64_t place;  // where a reference leads to in the file, for reading in order
-};
-
-namespace {
-
-constexpr std::int32_t kUnknown = -2;
-
-// By the place in the file of the object or of its object stream.
-std::uint64_t place_of(const CPDFXRefTable& table, const PDF_REF& ref) {
+// Where an object stands in the file, by itself or in its object stream.
+std::uint64_t CPDFDocMerge::place_of(const CPDFXRefTable& table, const PDF_REF& ref) {
   const auto num = static_cast<std::uint32_t>(ref.num);
   if (num >= table.xref_count)
     return 0;
@@ -28,6 +16,8 @@ std::uint64_t place_of(const CPDFXRefTable& table, const PDF_REF& ref) {
   const std::uint32_t container = entry.offset < table.xref_count ? table.xref_items[entry.offset].offset : 0;
   return std::uint64_t{container} << 32 | static_cast<std::uint32_t>(entry.gen);
 }
+
+namespace {
 
 // Whether the page can only be told by another name's.
 bool is_alias(const CPDFObj& place) {
@@ -55,11 +45,11 @@ void CPDFDocMerge::look_at_destination(Source& src, Destination& destination) {
     destination.value.free();
 }
 
-void CPDFDocMerge::list_destinations(Source& src, GrowArray<Destination>& list) {
+void CPDFDocMerge::list_destinations(Source& src) {
   const auto add = [&](const PDF_String& name, const CPDFObj& value) {
     if (name.data == nullptr || src.names.find(name) >= 0)
       return;
-    Destination destination{src.names.add(name, {-1, 0}), kUnknown, {}, 0};
+    Destination destination{src.names.add(name, {-1, 0}), Destination::kUnknown, {}, 0};
     if (destination.entry < 0)
       return;
     destination.value.copy_from(&value);
@@ -67,8 +57,12 @@ void CPDFDocMerge::list_destinations(Source& src, GrowArray<Destination>& list) 
       destination.place = place_of(src.table, value.as_ref());
     else
       look_at_destination(src, destination);
-    if (!list.push(destination))
+    const bool waits = destination.value.tag == kTagRef;
+    const auto index = static_cast<std::int32_t>(src.destinations.size());
+    if (!src.destinations.push(destination))
       destination.value.free();
+    else if (waits)
+      src.unread.push(index);
   };
   Freed<CPDFObj> catalog;
   src.table.resolve(catalog, &src.table.root);
@@ -84,29 +78,43 @@ void CPDFDocMerge::list_destinations(Source& src, GrowArray<Destination>& list) 
   Freed<CPDFObj> names;
   src.table.resolve(names, catalog.as_dict()->get_item("Names"));
   name_tree_walk(src.table, names.as_dict() != nullptr ? names.as_dict()->get_item("Dests") : nullptr, add);
+  const auto place = [&src](std::int32_t index) { return src.destinations[static_cast<std::size_t>(index)].place; };
+  std::sort(src.unread.begin(), src.unread.end(),
+            [&place](std::int32_t a, std::int32_t b) { return place(a) != place(b) ? place(a) < place(b) : a < b; });
+}
+
+// Whether a destination refers to nothing but what is left out, which is found without making any
+// value: of a part of a long document, most are so.
+bool CPDFDocMerge::leads_away(Source& src, const PDF_REF& destination, ReferenceList& scratch) {
+  scratch.clear();
+  src.table.get_references(scratch, destination.num);
+  const auto hole = static_cast<std::uint32_t>(hole_);
+  return !scratch.empty() && std::all_of(scratch.begin(), scratch.end(), [&src, hole](std::int32_t num) {
+    return src.is_mapped(num) && src.context->map[num] == hole;
+  });
 }
 
 // Names are in the order of their letters, and what they lead to is spread over the file: read in
-// the file's order, each object stream is decoded once.
-void CPDFDocMerge::read_destinations(Source& src, GrowArray<Destination>& list) {
-  GrowArray<std::int32_t> order;
-  for (std::size_t i = 0; i < list.size(); ++i) {
-    if (list[i].value.tag == kTagRef)
-      order.push(static_cast<std::int32_t>(i));
-  }
-  const auto at = [&list](std::int32_t index) -> Destination& { return list[static_cast<std::size_t>(index)]; };
-  std::sort(order.begin(), order.end(), [&at](std::int32_t a, std::int32_t b) {
-    return at(a).place != at(b).place ? at(a).place < at(b).place : a < b;
-  });
-  for (const std::int32_t index : order) {
-    const CPDFObj ref = at(index).value;  // a reference owns nothing
-    src.table.get_entity(at(index).value, ref.as_ref());
-    look_at_destination(src, at(index));
+// the file's order and along with the pages, most share the decoding of their object streams.
+void CPDFDocMerge::read_destinations(Source& src, std::uint64_t up_to) {
+  ReferenceList scratch;
+  for (; src.next_unread < src.unread.size(); ++src.next_unread) {
+    Destination& destination = src.destinations[static_cast<std::size_t>(src.unread[src.next_unread])];
+    if (destination.place > up_to)
+      return;
+    const CPDFObj ref = destination.value;  // a reference owns nothing
+    if (src.takes_few && leads_away(src, ref.as_ref(), scratch)) {
+      destination.page = 0;
+      destination.value.free();
+      continue;
+    }
+    src.table.get_entity(destination.value, ref.as_ref());
+    look_at_destination(src, destination);
   }
 }
 
 void CPDFDocMerge::take_destination(Source& src, Destination& destination) {
-  if (destination.page == kUnknown)
+  if (destination.page == Destination::kUnknown)
     destination.page = page_of(src, &destination.value);
   CPDFObj& value = destination.value;
   const std::int32_t page = destination.page;
@@ -124,10 +132,8 @@ void CPDFDocMerge::take_destination(Source& src, Destination& destination) {
 }
 
 void CPDFDocMerge::collect_destinations(Source& src) {
-  GrowArray<Destination> list;
-  list_destinations(src, list);
-  read_destinations(src, list);
-  for (Destination& destination : list) {
+  read_destinations(src, UINT64_MAX);
+  for (Destination& destination : src.destinations) {
     take_destination(src, destination);
     destination.value.free();
   }

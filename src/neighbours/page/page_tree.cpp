@@ -163,31 +163,31 @@ bool CPDFDoc::counts_kids_as_pages(const CPDFDictionary& node, const CPDFArray& 
   });
 }
 
-bool CPDFDoc::is_page_at(int index) {
-  Freed<CPDFObj> obj;
+bool CPDFDoc::is_page(const CPDFDictionary& dict) {
   Freed<CPDFObj> kids;
-  table_.get_entity(obj, pages_[static_cast<std::size_t>(index)].ref);
-  return obj.as_dict() != nullptr && is_leaf(*obj.as_dict(), kids) && looks_like_page(*obj.as_dict());
+  return is_leaf(dict, kids) && looks_like_page(dict);
 }
 
-void CPDFDoc::expect_pages(const std::int32_t* pages, std::int32_t count) {
-  constexpr int kFewPart = 4;  // where more of the pages are wanted, reading all costs little beside them
+bool CPDFDoc::list_pages_as_told() {
   constexpr int kProbes = 32;
-  if (!walked_ && status_ == PDF_OPEN::kClean && is_readable() && count <= page_count() / kFewPart && !walked_) {
-    table_.drain_pending();
-    list_pages(true);
-  }
-  if (!walked_ || !believed_)
-    return;
+  if (walked_ || status_ != PDF_OPEN::kClean || !is_readable())
+    return believed_;
+  const int told = page_count();
+  if (walked_)
+    return believed_;
+  table_.drain_pending();
+  list_pages(true);
   const auto size = static_cast<int>(pages_.size());
-  bool good = !pages_incomplete_ && size == quick_count_;
-  for (std::int32_t i = 0; good && i < count; ++i)
-    good = pages[i] < 0 || pages[i] >= size || is_page_at(pages[i]);
+  bool good = !pages_incomplete_ && size == told;
   // A tree whose counts are wrong is so throughout, as a rule: pages here and there will show it.
-  for (int i = 0; good && i < kProbes && i < size; ++i)
-    good = is_page_at(static_cast<int>(std::int64_t{i} * size / std::min(size, kProbes)));
+  Freed<CPDFObj> page;
+  for (int i = 0; good && i < std::min(size, kProbes); ++i) {
+    table_.get_entity(page, pages_[static_cast<std::size_t>(std::int64_t{i} * size / std::min(size, kProbes))].ref);
+    good = page.as_dict() != nullptr && is_page(*page.as_dict());
+  }
   if (!good)
     list_pages(false);
+  return believed_;
 }
 
 bool CPDFDoc::walk_pages(bool believing) {
@@ -372,9 +372,14 @@ bool CPDFDoc::find_direct_resources(const CPDFObj* above) {
 }
 
 bool CPDFDoc::load_page(int index, CPDFPage& page) {
-  const PDF_REF ref = page_ref(index);
+  PDF_REF ref = page_ref(index);
   Freed<CPDFObj> obj;
   table_.get_entity(obj, ref);
+  if (believed_ && ref.num != 0 && (obj.as_dict() == nullptr || !is_page(*obj.as_dict()))) {
+    list_pages(false);
+    ref = page_ref(index);
+    table_.get_entity(obj, ref);
+  }
   const CPDFDictionary* dict = obj.as_dict();
   if (ref.num == 0 || dict == nullptr)
     return false;

@@ -21,6 +21,7 @@ public:
     bits_[byte] = static_cast<std::uint8_t>(bits_[byte] | bit);
     return true;
   }
+  void clear() { bits_.clear(); }
   bool has(std::int32_t num) const {
     const auto byte = static_cast<std::size_t>(num) / 8;
     return num >= 1 && byte < bits_.size() && (bits_[byte] >> (num % 8) & 1) != 0;
