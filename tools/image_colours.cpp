@@ -178,6 +178,29 @@ ColourSpace space_of(CPDFXRefTable& table, const CPDFObj& obj, int depth) {
   return space;
 }
 
+// The base of an indexed space is none itself, so nothing nests deeper than that.
+std::string name_of_space(CPDFXRefTable& table, const CPDFObj& obj, bool is_base) {
+  Freed<CPDFObj> first;
+  Freed<CPDFObj> second;
+  const CPDFArray* array = obj.as_array();
+  table.resolve(first, array != nullptr ? array->get(0) : &obj);
+  if (first.as_text() == nullptr)
+    return "-";
+  std::string name = first.as_text();
+  if (array == nullptr)
+    return name;
+  table.resolve(second, array->get(1));
+  if (name == "ICCBased")
+    name += " " + std::to_string(read_profile(table, *array).components);
+  else if (name == "Separation" && second.as_text() != nullptr)
+    name += std::string(" ") + second.as_text();
+  else if (name == "Indexed" && !is_base)
+    name += " " + name_of_space(table, second, true);
+  else if (name == "DeviceN" && second.as_array() != nullptr)
+    name += " " + std::to_string(second.as_array()->count);
+  return name;
+}
+
 }  // namespace
 
 ColourSpace read_colour_space(CPDFXRefTable& table, const CPDFImage& image) {
@@ -188,25 +211,7 @@ ColourSpace read_colour_space(CPDFXRefTable& table, const CPDFImage& image) {
 }
 
 std::string colour_space_name(CPDFXRefTable& table, const CPDFObj& obj) {
-  Freed<CPDFObj> first;
-  Freed<CPDFObj> second;
-  const CPDFArray* array = obj.as_array();
-  table.resolve(first, array != nullptr ? array->get(0) : &obj);
-  if (first.as_text() == nullptr)
-    return "-";
-  std::string name = first.as_text();
-  table.resolve(second, array != nullptr ? array->get(1) : nullptr);
-  if (name == "ICCBased")
-    name += " " + std::to_string(read_profile(table, *array).components);
-  else if (name == "Separation" && second.as_text() != nullptr)
-    name += std::string(" ") + second.as_text();
-  else if (name == "Indexed" && second.as_array() == nullptr && second.as_text() != nullptr)
-    name += std::string(" ") + second.as_text();
-  else if (name == "Indexed" && second.as_array() != nullptr && second.as_array()->count > 0)
-    name += " " + colour_space_name(table, second.as_array()->items[0]);
-  else if (name == "DeviceN" && second.as_array() != nullptr)
-    name += " " + std::to_string(second.as_array()->count);
-  return name;
+  return name_of_space(table, obj, false);
 }
 
 PixelRows::PixelRows(CPDFXRefTable& table, const CPDFImage& image, const ColourSpace& space, int bits)

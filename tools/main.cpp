@@ -3,7 +3,6 @@
 
 #include "commands.h"
 #include "sheaf/version.h"
-#include "tool_heap.h"
 
 namespace {
 
@@ -59,7 +58,6 @@ void add_text(CLI::App& command, TextOptions& text) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  install_tool_heap();
   CLI::App app("sheaf: the objects of a PDF file, read, checked and changed");
   app.require_subcommand(1);
   app.set_version_flag("--version", std::string("sheaf ") + sheaf_version(), "The version, and nothing else");

@@ -100,10 +100,9 @@ private:
       frame.to_dict = new (std::nothrow) CPDFDictionary;
     frame.held = value;
     if ((frame.to_array == nullptr && frame.to_dict == nullptr) || !begin(frame)) {
-      // The analyzer does not follow the classes' own operator delete.
       delete frame.to_array;
-      delete frame.to_dict;  // NOLINT(clang-analyzer-cplusplus.NewDeleteLeaks)
-      return;                // NOLINT(clang-analyzer-cplusplus.NewDeleteLeaks)
+      delete frame.to_dict;
+      return;
     }
     value = CPDFObj{};
   }

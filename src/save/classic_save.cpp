@@ -31,7 +31,7 @@ public:
     items_[count_++] = pos;
     return true;
   }
-  std::uint32_t operator[](std::uint32_t index) const { return items_[index]; }
+  std::uint32_t operator[](std::uint32_t index) const { return index < count_ ? items_[index] : 0; }
 
 private:
   std::uint32_t* items_ = nullptr;

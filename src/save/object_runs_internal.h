@@ -22,7 +22,6 @@ public:
 
   /// False when there is no memory; the list then stays as it was.
   bool append(std::int32_t first, std::int32_t count);
-  std::int32_t count() const { return count_; }
   const PDF_RUN* begin() const { return items_; }
   const PDF_RUN* end() const { return items_ + count_; }
   /// `first` + `count` of the last run: the value for "Size".

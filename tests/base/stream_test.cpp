@@ -75,6 +75,25 @@ TEST(StreamMemFix, ClampsPositionsAndCounts) {
   EXPECT_STREQ(bytes, "012345ABCD");
 }
 
+TEST(StreamMemFix, StepsFromWhereItStandsAndEndsWithClose) {
+  char bytes[] = "0123456789";
+  CQVStreamMemFix view;
+  view.Open(bytes, 10);
+  view.SetPos(CQVStream::STR_SEEK_SET, 4);
+  view.SetPos(CQVStream::STR_SEEK_CUR, 3);
+  EXPECT_EQ(view.GetPos(), 7);
+  view.SetPos(CQVStream::STR_SEEK_CUR, -9);
+  EXPECT_EQ(view.GetPos(), 0);
+  view.SetPos(CQVStream::STR_SEEK_SET, 9);
+  view.SetPos(CQVStream::STR_SEEK_CUR, INT64_MAX);
+  EXPECT_EQ(view.GetPos(), 10);
+  view.SetPos(CQVStream::STR_SEEK_CUR, INT64_MIN);
+  EXPECT_EQ(view.GetPos(), 0);
+  view.Close();
+  EXPECT_EQ(view.GetLen(), 0);
+  EXPECT_EQ(view.Read(bytes, 1), 0u);
+}
+
 TEST(StreamMemFix, BaseOffsetMovesTheOrigin) {
   char bytes[] = "junk%PDF";
   CQVStreamMemFix view;
@@ -100,6 +119,11 @@ TEST(StreamFile, LengthKeepsThePositionAndAMissingFileIsEmpty) {
   file.SetPos(CQVStream::STR_SEEK_SET, 3);
   EXPECT_EQ(file.GetLen(), 10);
   EXPECT_EQ(file.GetPos(), 3);
+  file.SetPos(CQVStream::STR_SEEK_CUR, 2);
+  file.SetPos(CQVStream::STR_SEEK_CUR, -6);  // in front of the start: stays
+  EXPECT_EQ(file.GetPos(), 5);
+  file.SetPos(CQVStream::STR_SEEK_END, -1);
+  EXPECT_EQ(file.GetPos(), 9);
   file.Close();
   std::filesystem::remove(path);
 

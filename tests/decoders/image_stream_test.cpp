@@ -221,6 +221,11 @@ TEST(Jpx, CodeStreamAmongDamagedBoxesIsFound) {
   std::string damaged = file;
   damaged[0] = 9;
   EXPECT_TRUE(decoded("JPXDecode", damaged) == whole);
+  const std::size_t code_stream = file.find("jp2c") - 4;
+  for (const std::size_t size : {1u, 300u, 100000u}) {
+    const std::string unknown = jp2_box("uuid", std::string(size, 'u'));
+    EXPECT_TRUE(decoded("JPXDecode", file.substr(0, code_stream) + unknown + file.substr(code_stream)) == whole);
+  }
 }
 
 TEST(Jpx, TruncatedAndAbsurdDataGiveWhatThereIs) {

@@ -111,6 +111,25 @@ TEST(Predictor, UndoesEveryKindForEveryShapeOfRow) {
   EXPECT_EQ(decoded("LZW", lzw_encoded(predictor_encoded(shape, rows), 1, true), shape.parms()), rows);
 }
 
+TEST(Predictor, LongRunsOfOneRowFilterAreUndoneInPiecesOfAnySize) {
+  for (const int columns : {1, 3, 4, 7, 8, 9, 63, 64, 100}) {
+    const PredictorShape shape{12, columns, 1, 8};
+    const std::size_t size = shape.row_bytes();
+    const std::string rows = predictor_rows(shape, 70'000 / size);
+    std::string above(size, '\0');
+    std::string coded;
+    for (std::size_t at = 0; at < rows.size(); at += size) {
+      const std::string row = rows.substr(at, size);
+      const std::size_t index = at / size;
+      coded += png_row(shape, row, above, index % 97 == 96 ? static_cast<int>(index % 5) : 2);
+      above = row;
+    }
+    const std::string packed = deflated(coded);
+    for (const int step : {1, columns, 2 * columns + 1, 4096, 65'536})
+      ASSERT_TRUE(decoded("Fl", packed, shape.parms(), step) == rows) << columns << " " << step;
+  }
+}
+
 TEST(Predictor, TiffLeavesTheBitsBehindTheLastSample) {
   // Three samples of 2 bits with the differences 1 2 1, and padding 11.
   EXPECT_EQ(decoded("Fl", deflated("\x67"), "<</Predictor 2 /Columns 3 /BitsPerComponent 2>>"), "\x73");

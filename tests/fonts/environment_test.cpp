@@ -53,6 +53,21 @@ TEST_F(Environment, KnowsFontsByEveryNameInAnyCase) {
     EXPECT_EQ(place(unknown), " -1");
 }
 
+TEST_F(Environment, KnowsNamesInMacintoshRecordsAndInThreeBytesOfUtf8) {
+  const auto u16 = FontBuilder::u16;
+  const std::string mincho = "\x66\x0E\x67\x1D";
+  FontBuilder face;
+  face.replaced["name"] = u16(0) + u16(3) + u16(6 + 3 * 12) +                         //
+                          u16(1) + u16(0) + u16(0) + u16(1) + u16(8) + u16(0) +       // ASCII
+                          u16(1) + u16(0) + u16(0) + u16(4) + u16(4) + u16(8) +       // of another script
+                          u16(3) + u16(1) + u16(0x411) + u16(1) + u16(4) + u16(12) +  // UTF-16
+                          "Mac Face" + "\x96\xBE\x92\xA9" + mincho;
+  write_file(folder / "m.ttf", face.build());
+  EXPECT_EQ(place("mac face"), "m.ttf 0");
+  EXPECT_EQ(place("\xE6\x98\x8E\xE6\x9C\x9D"), "m.ttf 0");
+  EXPECT_EQ(place("\x96\xBE\x92\xA9"), " -1");
+}
+
 TEST_F(Environment, FacesAreSharedAndAllGivenBack) {
   CPDFXRefTable first;
   CPDFXRefTable second;

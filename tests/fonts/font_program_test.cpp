@@ -219,4 +219,55 @@ TEST(FontLayout, ReadsVerticalForms) {
   delete font;
 }
 
+// A "GSUB" table with one feature and one lookup of one subtable.
+std::string substitutions(const std::string& feature, int lookup_type, const std::string& subtable) {
+  const auto u16 = FontBuilder::u16;
+  const std::string scripts = u16(1) + "DFLT" + u16(8) + u16(4) + u16(0) + u16(0) + u16(0xFFFF) + u16(1) + u16(0);
+  const std::string features = u16(1) + feature + u16(8) + u16(0) + u16(1) + u16(0);
+  const std::string lookups = u16(1) + u16(4) + u16(lookup_type) + u16(0) + u16(1) + u16(8) + subtable;
+  const int at = 10 + static_cast<int>(scripts.size());
+  return FontBuilder::u32(0x10000) + u16(10) + u16(at) + u16(at + static_cast<int>(features.size())) + scripts +
+         features + lookups;
+}
+
+TEST(FontLayout, ReadsEveryWayToWriteAForm) {
+  const auto u16 = FontBuilder::u16;
+  const auto u32 = FontBuilder::u32;
+  const std::string range = u16(2) + u16(1) + u16(1) + u16(3) + u16(0);  // glyphs 1 to 3
+  const std::string by_distance = u16(1) + u16(6) + u16(7) + range;
+  const std::string by_list = u16(2) + u16(12) + u16(3) + u16(8) + u16(9) + u16(10) + range;
+  const std::string of_sets = u16(1) + u16(24) + u16(3) + u16(12) + u16(18) + u16(20) + u16(2) + u16(8) + u16(11) +
+                              u16(0) + u16(1) + u16(10) + range;
+  const std::string backwards =
+      u16(2) + u16(12) + u16(3) + u16(8) + u16(9) + u16(10) + u16(2) + u16(1) + u16(3) + u16(1);
+  struct Case {
+    std::string table;
+    std::uint32_t forms[3];
+  };
+  const Case cases[] = {
+      {substitutions("vert", 1, by_distance), {8, 9, 10}},
+      {substitutions("vrt2", 1, by_list), {8, 9, 10}},
+      {substitutions("vert", 3, of_sets), {8, 2, 10}},
+      {substitutions("vert", 7, u16(1) + u16(1) + u32(8) + by_list), {8, 9, 10}},
+      {substitutions("vert", 7, u16(1) + u16(1) + u32(0xFFFFFFF0) + by_list), {1, 2, 3}},
+      {substitutions("vert", 4, by_list), {1, 2, 3}},
+      {substitutions("kern", 1, by_list), {1, 2, 3}},
+      {substitutions("vert", 1, backwards), {1, 2, 3}},
+  };
+  for (const Case& c : cases) {
+    for (std::size_t cut : {std::size_t{0}, std::size_t{1}, c.table.size() / 2, c.table.size()}) {
+      FontBuilder face = plain_face();
+      face.replaced["GSUB"] = c.table.substr(0, c.table.size() - cut);
+      MemStream stream(face.build());
+      CQVFTFont* const font = CQVFTFont::open(&stream, 0);
+      ASSERT_NE(font, nullptr);
+      CQVTTLayout layout;
+      layout.load(*font);
+      for (std::uint32_t glyph = 1; glyph <= 3 && cut == 0; ++glyph)
+        EXPECT_EQ(layout.vertical_form(glyph), c.forms[glyph - 1]) << &c - cases;
+      delete font;
+    }
+  }
+}
+
 }  // namespace

@@ -351,31 +351,37 @@ struct ShiftingEncrypt : CPDFEncrypt {
   }
 };
 
-TEST(Print, StringsAndLongBodiesAreEncryptedInPieces) {
-  std::string body(50'000, '\0');
+// A stream object with a body of `size` bytes that stands at the start of the file it is printed to.
+void print_long_body(int size, bool clear) {
+  std::string body(static_cast<std::size_t>(size), '\0');
   std::string coded;
   for (std::size_t i = 0; i < body.size(); ++i) {
     body[i] = static_cast<char>('a' + i % 23);
     coded += static_cast<char>(body[i] + 1);
   }
+  MemStream file(body);
+  file.SetPos(CQVStream::STR_SEEK_END, 0);
+  Freed<CPDFObj> value;
+  auto* rec = new CPDFStreamRec;
+  rec->dict.set_item_str("Text", "abc", 3);
+  rec->dict.set_item_int("Length", size);  // the record itself leaves the length open
+  if (clear)
+    rec->dict.set_item_bool("Clear", 1);
+  rec->source = &file;
+  value.take_stream(rec);
+  ShiftingEncrypt encrypt;
+  PDF_ENC_PARA para{6, 0, 1, &encrypt};
+  value.write(&file, &para);
+  const std::string length = "/Length " + std::to_string(clear ? size : size + 2) + "/Text(<bcd>)>>\nstream\n";
+  const std::string end = "\nendstream\nendobj\n";
+  EXPECT_EQ(file.str().substr(body.size()),
+            clear ? "6 0 obj\n<</Clear true" + length + body + end : "6 0 obj\n<<" + length + "<" + coded + ">" + end);
+}
+
+TEST(Print, StringsAndLongBodiesAreEncryptedInPieces) {
   for (const bool clear : {false, true}) {
-    MemStream file(body);
-    file.SetPos(CQVStream::STR_SEEK_END, 0);
-    Freed<CPDFObj> value;
-    auto* rec = new CPDFStreamRec;
-    rec->dict.set_item_str("Text", "abc", 3);
-    rec->dict.set_item_int("Length", 50'000);  // the record itself leaves the length open
-    if (clear)
-      rec->dict.set_item_bool("Clear", 1);
-    rec->source = &file;
-    value.take_stream(rec);
-    ShiftingEncrypt encrypt;
-    PDF_ENC_PARA para{6, 0, 1, &encrypt};
-    value.write(&file, &para);
-    const std::string printed = file.str().substr(body.size());
-    EXPECT_EQ(printed,
-              clear ? "6 0 obj\n<</Clear true/Length 50000/Text(<bcd>)>>\nstream\n" + body + "\nendstream\nendobj\n"
-                    : "6 0 obj\n<</Length 50002/Text(<bcd>)>>\nstream\n<" + coded + ">\nendstream\nendobj\n");
+    for (const int size : {50'000, 300'001})
+      print_long_body(size, clear);
   }
 }
 

@@ -115,6 +115,19 @@ TEST(Doc, AWrongOffsetInAFileOfStreamsLeadsToARebuild) {
   EXPECT_EQ(doc.doc.page_count(), 2);
 }
 
+// What such an entry leads to looks like the header of another object: "1 0 obj" for "11 0 obj".
+TEST(Doc, AnEntryIntoTheMiddleOfItsNumberLeadsToARebuild) {
+  PdfBuilder builder;
+  builder.pages(9).classic();
+  std::string bytes = builder.str();
+  const std::size_t entry = bytes.find(std::to_string(builder.offset_of(11)) + " 00000 n");
+  const std::string shifted = std::to_string(builder.offset_of(11) + 1);
+  bytes.replace(entry, shifted.size(), shifted);
+  Opened opened(bytes);
+  EXPECT_EQ(opened.doc.status(), PDF_OPEN::kRebuilt);
+  EXPECT_EQ(opened.doc.page_ref(8).num, 11);
+}
+
 TEST(PageTree, LoopsNullsAndMissingTypesDoNoHarm) {
   PdfBuilder builder;
   builder.obj(1, "<</Type/Catalog/Pages 2 0 R>>").obj(2, "<</Kids[3 0 R null 2 0 R 4 0 R 99 0 R 5 0 R 7 5 0 R]>>");

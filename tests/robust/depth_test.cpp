@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <functional>
 
+#include "neighbours/page/acro_form.h"
 #include "neighbours/page/doc_merge.h"
 #include "object/array.h"
 #include "support/external_tool.h"
@@ -84,6 +85,34 @@ TEST(Depth, AChainGoesThroughEveryWalk) {
   });
 }
 
+// Full names repeat those of all fields above: together they would take the square of the depth.
+TEST(Depth, FieldsInAChainAreMergedInLittleMemory) {
+  const int links = scaled(100'000);
+  PdfBuilder builder;
+  builder.obj(1, "<</Type/Catalog/Pages 2 0 R/AcroForm<</Fields[10 0 R]>>>>");
+  builder.obj(2, "<</Type/Pages/Count 1/Kids[3 0 R]>>").obj(3, "<</Type/Page/Parent 2 0 R/Annots[10 0 R]>>");
+  for (int i = 0; i < links; ++i)
+    builder.obj(10 + i, "<</T(x)/FT/Tx/Kids[" + std::to_string(11 + i) + " 0 R]>>");
+  builder.classic();
+  on_small_stack([&] {
+    StringStream file(builder.str());
+    CPDFDoc doc;
+    ASSERT_TRUE(doc.open(&file));
+    StringStream start("");
+    CPDFDoc into;
+    ASSERT_TRUE(into.create(&start));
+    CPDFDocMerge merge(into);
+    const std::int32_t page = 0;
+    EXPECT_EQ(merge.append(doc, &page, 1, "fields"), 1);
+    EXPECT_TRUE(merge.finish());
+    EXPECT_GT(into.table().new_obj_count, static_cast<unsigned>(links));
+    CPDFAcroForm form(into.table());
+    ASSERT_TRUE(form.load());
+    EXPECT_NE(form.get_field(L"x.x.x.x"), nullptr);
+    EXPECT_LT(form.field_count(), 10'000);
+  });
+}
+
 TEST(Depth, NestedValuesAreReadCopiedPrintedAndReleased) {
   constexpr int kLevels = 10'000;
   on_small_stack([] {
@@ -142,6 +171,7 @@ TEST(Depth, ThreeHundredSectionsAreReadToTheOldest) {
 }
 
 // A sparse file of `size` bytes: the first objects at its start, the others and the section at its end.
+// It has an identifier, since a new one would be a digest of all the zeros.
 void write_sparse(const std::string& path, long long size) {
   PdfBuilder front;
   front.obj(1, "<</Type/Catalog/Pages 2 0 R>>").obj(2, "<</Type/Pages/Count 1/Kids[3 0 R]>>");
@@ -150,7 +180,7 @@ void write_sparse(const std::string& path, long long size) {
     char section[256];
     std::snprintf(section, sizeof(section),
                   "xref\n0 4\n0000000000 65535 f \n%010zu 00000 n \n%010zu 00000 n \n%010lld 00000 n \n"
-                  "trailer\n<</Size 4/Root 1 0 R>>\nstartxref\n%lld\n%%%%EOF\n",
+                  "trailer\n<</Size 4/Root 1 0 R/ID[(identifier)(identifier)]>>\nstartxref\n%lld\n%%%%EOF\n",
                   front.offset_of(1), front.offset_of(2), start, start + static_cast<long long>(page.size()));
     return page + section;
   };

@@ -115,8 +115,8 @@ struct ImageInputs {
 };
 
 bool make_images(const ImageInputs& inputs, bool with_temp_file, Trial& run) {
-  CPDFDoc doc;
   StringStream start("");
+  CPDFDoc doc;
   if (!doc.create(&start) || (with_temp_file && !doc.use_temp_file((inputs.folder / "").c_str())))
     return false;
   CPDFXRefTable& table = doc.table();

@@ -200,4 +200,37 @@ TEST_F(ImageTool, ImagesAreListedAndWritten) {
   }
 }
 
+TEST_F(ImageTool, ColourSpacesOfAnyShapeAreNamed) {
+  struct Case {
+    std::string space;
+    std::string name;
+  };
+  const Case cases[] = {
+      {"/ICCBased", "ICCBased"},
+      {"[/ICCBased 4 0 R]", "ICCBased 3"},
+      {"[/ICCBased]", "ICCBased 0"},
+      {"[/Indexed[/ICCBased 4 0 R]0<414243>]", "Indexed ICCBased 3"},
+      {"[/Indexed 5 0 R 0<414243>]", "Indexed -"},        // its base holds the space itself
+      {"[/Indexed 6 0 R 0<414243>]", "Indexed Indexed"},  // its base is the space itself
+      {"[/Indexed]", "Indexed -"},
+      {"[/Separation/Spot/DeviceGray 3 0 R]", "Separation Spot"},
+      {"[/Separation]", "Separation"},
+      {"[/DeviceN]", "DeviceN"},
+      {"[]", "-"},
+  };
+  PdfBuilder pdf;
+  pdf.pages(1).stream(4, "/N 3", "").obj(5, "[[/Indexed 5 0 R]]").obj(6, "[/Indexed 6 0 R 0<414243>]");
+  int num = 7;
+  for (const Case& c : cases)
+    pdf.stream(num++, "/Subtype/Image/Width 1/Height 1/BitsPerComponent 8/ColorSpace" + c.space, "a");
+  const RunResult list = sheaf("images --json " + file("in.pdf", pdf.classic().str()));
+  EXPECT_EQ(list.code, 0);
+  num = 7;
+  for (const Case& c : cases) {
+    const std::string line =
+        "{\"object\":" + std::to_string(num++) + ",\"width\":1,\"height\":1,\"bits\":8,\"colours\":\"" + c.name + "\"";
+    EXPECT_TRUE(contains(list, line)) << c.space << list.output;
+  }
+}
+
 }  // namespace

@@ -60,6 +60,42 @@ TEST(ClassicSection, LinesOfAnyShapeAreRead) {
   EXPECT_EQ(count_too_high.table.root.as_ref().num, 1);
 }
 
+TEST(ClassicSection, OddLinesAmongPlainOnesAreReadAsEver) {
+  struct Odd {
+    const char* text;
+    const char* entry;
+  };
+  const Odd odd[] = {
+      {"0000000123 00002 n\r\n", "1 123 2"},
+      {"0000000123 00000 f\r\n", "0 0 -1"},
+      {"0000000123 00000 n\n", "1 123 0"},
+      {"0000000123 00000 n \r\n", "1 123 0"},
+      {"4294967299 00000 n \n", "1 3 0"},
+      {"00000001A3 00000 n\r\n", "1 273 0"},
+      {"000000012: 00000 n\r\n", "1 130 0"},
+      {"/000000123 00000 n\r\n", "1 3294967419 0"},
+      {"0000000123\t00000\tn \r", "1 123 0"},
+      {"0000000123 00000 n\r\n\n", "1 123 0"},
+      {"123 0 n\n", "1 123 0"},
+      {"0000000123 00000 N\r\n", "1 123 0"},
+  };
+  // Enough lines that the odd ones meet the borders of the buffer in every way.
+  for (const Odd& one : odd) {
+    for (unsigned period : {2u, 3u, 7u}) {
+      constexpr unsigned kLines = 320;
+      std::string body = "1 " + std::to_string(kLines) + "\n";
+      for (unsigned num = 1; num <= kLines; ++num)
+        body += num % period == 0 ? one.text : line(98'765'430 + num, 0, 'n');
+      const Section s(body + "trailer\n<</Size 321/Root 1 0 R>>\n");
+      ASSERT_EQ(s.result, 1) << one.text;
+      for (unsigned num = 1; num <= kLines; ++num) {
+        const std::string plain = "1 " + std::to_string(98'765'430 + num) + " 0";
+        ASSERT_EQ(s.entry(num), num % period == 0 ? one.entry : plain) << one.text << num;
+      }
+    }
+  }
+}
+
 TEST(ClassicSection, SizeMayBeOneShortButNoMore) {
   const std::string lines = line(20, 0, 'n') + line(30, 0, 'n');
   EXPECT_EQ(Section("1 2\n" + lines + "trailer<</Size 2>>").result, 1);
@@ -130,6 +166,16 @@ TEST(StreamSection, WidthsAndIndexDecideTheEntries) {
   const StreamSection no_type("/Size 2/W[0 2 0]", std::string("\0\20\0\40", 4));
   EXPECT_EQ(no_type.table.xref_items[1].type, 1u);
   EXPECT_EQ(no_type.table.xref_items[1].offset, 32u);
+  // Fields of any width up to eight bytes, of which the low four count.
+  const std::string bytes("\1\2\3\4\5\6\7\1\2\3\4\5\6\7", 14);
+  const StreamSection seven("/Size 2/W[0 5 2]", bytes);
+  EXPECT_EQ(seven.table.xref_items[1].offset, 0x02030405u);
+  EXPECT_EQ(seven.table.xref_items[1].gen, 0x0607);
+  const StreamSection eight("/Size 1/W[1 5 2]", bytes);
+  EXPECT_EQ(eight.table.xref_items[0].offset, 0x03040506u);
+  EXPECT_EQ(eight.table.xref_items[0].gen, 0x0701);
+  const StreamSection type_alone("/Size 3/W[3 0 0]", bytes);
+  EXPECT_EQ(type_alone.table.xref_items[2].type, 0x070102u);
 }
 
 TEST(StreamSection, ShortDataAreNoFailureAndStoreNothing) {

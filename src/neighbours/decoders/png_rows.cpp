@@ -98,17 +98,8 @@ void add_bytes(std::uint8_t* dst, const std::uint8_t* a, const std::uint8_t* b) 
   Word right{};
   std::memcpy(&left, a, sizeof(Word));
   std::memcpy(&right, b, sizeof(Word));
-  const Word total = ((left & kLow) + (right & kLow)) ^ ((left ^ right) & ~kLow);
+  const auto total = static_cast<Word>(((left & kLow) + (right & kLow)) ^ ((left ^ right) & ~kLow));
   std::memcpy(dst, &total, sizeof(Word));
-}
-
-// The last word overlaps the one before it, so that no odd bytes are left over.
-template <class Word>
-void add_words(std::uint8_t* dst, const std::uint8_t* a, const std::uint8_t* b, std::size_t size) {
-  for (std::size_t i = 0; i + sizeof(Word) < size; i += sizeof(Word))
-    add_bytes<Word>(dst + i, a + i, b + i);
-  const std::size_t last = size - sizeof(Word);
-  add_bytes<Word>(dst + last, a + last, b + last);
 }
 
 }  // namespace
@@ -116,12 +107,24 @@ void add_words(std::uint8_t* dst, const std::uint8_t* a, const std::uint8_t* b, 
 void copy_up_row(std::uint8_t* __restrict dst, const std::uint8_t* __restrict row, const std::uint8_t* __restrict above,
                  int size) {
   constexpr int kShort = 64;  // longer rows are worth the compiler's vectors
-  const auto bytes = static_cast<std::size_t>(size);
-  if (size >= 8 && size < kShort)
-    return add_words<std::uint64_t>(dst, row, above, bytes);
-  if (size >= 4 && size < 8)
-    return add_words<std::uint32_t>(dst, row, above, bytes);
-  for (int i = 0; i < size; ++i)
+  if (size >= kShort) {
+    for (int i = 0; i < size; ++i)
+      dst[i] = sum(row[i], above[i]);
+    return;
+  }
+  // The next row reads the same words again: where they overlapped, it would have to wait for them.
+  int i = 0;
+  for (; i + 8 <= size; i += 8)
+    add_bytes<std::uint64_t>(dst + i, row + i, above + i);
+  if ((size & 4) != 0) {
+    add_bytes<std::uint32_t>(dst + i, row + i, above + i);
+    i += 4;
+  }
+  if ((size & 2) != 0) {
+    add_bytes<std::uint16_t>(dst + i, row + i, above + i);
+    i += 2;
+  }
+  if ((size & 1) != 0)
     dst[i] = sum(row[i], above[i]);
 }
 

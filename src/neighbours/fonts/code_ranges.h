@@ -51,7 +51,6 @@ public:
   bool build(CodeRangeList& list, bool (*rises)(std::uint32_t value));
   /// The range that holds `code` of `bytes` bytes, or null. Allocates nothing.
   const PDF_CODE_RANGE* find(std::uint32_t code, int bytes) const;
-  std::uint32_t count() const { return starts_[kMostCodeBytes]; }
   /// Whether there are codes of this length.
   bool has_length(int bytes) const { return starts_[bytes] != starts_[bytes - 1]; }
 

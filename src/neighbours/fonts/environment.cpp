@@ -5,6 +5,7 @@
 #include "base/heap.h"
 #include "neighbours/fonts/environment_fonts_internal.h"
 #include "neighbours/fonts/font_shelf_internal.h"
+#include "neighbours/fonts/mutex_lock_internal.h"
 
 namespace {
 
@@ -23,15 +24,17 @@ CPDFEnviroment::CPDFEnviroment(const CPDFEnviroment& other)
     fonts_->hold();
 }
 
+// The mutex is destroyed before: nobody else knows the copy any more.
 CPDFEnviroment::~CPDFEnviroment() {
-  unload_faces();
+  give_back_faces();
   QVFree(font_uses_);
   if (fonts_ != nullptr)
     fonts_->drop();
 }
 
 void CPDFEnviroment::unload() {
-  unload_faces();
+  const MutexLock lock(mutex);
+  give_back_faces();
 }
 
 void CPDFEnviroment::destroy(CPDFEnviroment* env) {

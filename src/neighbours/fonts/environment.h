@@ -65,7 +65,7 @@ public:
 private:
   ~CPDFEnviroment();
 
-  void unload_faces();
+  void give_back_faces();
 
   FontShelf* fonts_ = nullptr;     // null only when there was no memory: no font is known then
   FontUses* font_uses_ = nullptr;  // what this copy has taken from the shelf

@@ -72,10 +72,10 @@ int CPDFEnviroment::faces_in_use() const {
   return fonts_ != nullptr ? fonts_->uses() : 0;
 }
 
-void CPDFEnviroment::unload_faces() {
+// The caller holds the mutex, or is the only one left.
+void CPDFEnviroment::give_back_faces() {
   if (font_uses_ == nullptr)
     return;
-  const MutexLock lock(mutex);
   clear_named(*font_uses_, [this](const FontUses::Use& use) {
     for (std::int32_t i = 0; i < use.count; ++i)
       fonts_->give_back(use.name);

@@ -42,7 +42,6 @@ public:
   void sort();
   /// False when no face has the name; `folded` comes from fold_font_name.
   bool find(const char* folded, Place& place) const;
-  std::size_t count() const { return names_.size(); }
 
 private:
   struct File {

@@ -18,7 +18,6 @@ public:
   void load(CQVFTFont& face);
   /// The glyph that stands for `glyph` in vertical text.
   std::uint32_t vertical_form(std::uint32_t glyph) const;
-  std::size_t count() const { return forms_.size(); }
 
   struct Form {
     std::uint16_t glyph;

@@ -16,6 +16,8 @@ namespace {
 
 constexpr std::size_t kFirstBuckets = 64;
 constexpr int kMostLevels = 256;
+constexpr std::size_t kNameCharsAtLeast = std::size_t{1} << 22;
+constexpr std::size_t kNameCharsPerField = 128;
 
 std::uint32_t hash_of(const wchar_t* name) {
   std::uint32_t hash = 2166136261u;
@@ -242,7 +244,11 @@ CPDFField* CPDFAcroForm::add_tree(const PDF_REF& top) {
     const CPDFDictionary* dict = obj.as_dict();
     if (dict == nullptr || (node.parent >= 0 && !is_field(*dict)))
       continue;
-    CPDFField* const field = add_field(node.ref, *dict, node.parent);
+    Freed<CPDFObj> text;
+    table_.resolve(text, dict->get_item("T"));
+    if (!has_room_for(text.as_string(), node.parent))
+      continue;
+    CPDFField* const field = add_field(node.ref, text.as_string(), node.parent);
     if (field == nullptr)
       break;
     first = first == nullptr ? field : first;
@@ -261,10 +267,16 @@ CPDFField* CPDFAcroForm::add_tree(const PDF_REF& top) {
   return first;
 }
 
-CPDFField* CPDFAcroForm::add_field(const PDF_REF& ref, const CPDFDictionary& dict, std::int32_t parent) {
-  Freed<CPDFObj> text;
-  table_.resolve(text, dict.get_item("T"));
-  const HeapBlock<wchar_t> partial(wide_of(table_, text.as_string()));
+// Every full name repeats those above it: a chain of a million fields would take terabytes. What lies
+// beyond all reason has no name to be found by.
+bool CPDFAcroForm::has_room_for(const PDF_String& partial, std::int32_t parent) const {
+  const std::size_t above = parent >= 0 ? ucs_len(field_at(parent)->name_) : 0;
+  const std::size_t own = partial.len > 0 ? static_cast<std::size_t>(partial.len) : 0;
+  return name_chars_ + above + own <= kNameCharsAtLeast + kNameCharsPerField * fields_.size();
+}
+
+CPDFField* CPDFAcroForm::add_field(const PDF_REF& ref, const PDF_String& text, std::int32_t parent) {
+  const HeapBlock<wchar_t> partial(wide_of(table_, text));
   auto* field = new (std::nothrow) CPDFField;
   if (field == nullptr)
     return nullptr;
@@ -279,6 +291,7 @@ CPDFField* CPDFAcroForm::add_field(const PDF_REF& ref, const CPDFDictionary& dic
   }
   if (parent >= 0)
     field_at(parent)->terminal_ = false;
+  name_chars_ += ucs_len(field->name_);
   index_field(field->order_);
   return field;
 }

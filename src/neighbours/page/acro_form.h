@@ -76,7 +76,8 @@ private:
   friend class CPDFField;
 
   CPDFField* add_tree(const PDF_REF& ref);
-  CPDFField* add_field(const PDF_REF& ref, const CPDFDictionary& dict, std::int32_t parent);
+  bool has_room_for(const PDF_String& partial, std::int32_t parent) const;
+  CPDFField* add_field(const PDF_REF& ref, const PDF_String& partial, std::int32_t parent);
   void index_field(std::int32_t index);
   void drop_from_index(std::int32_t index);
   bool grow_index();
@@ -85,4 +86,5 @@ private:
   PDF_REF form_ref_{0, 0};  // once the form is edited
   GrowArray<CPDFField*> fields_;
   GrowArray<std::int32_t> buckets_;
+  std::size_t name_chars_ = 0;  // of all full names when they were added
 };

@@ -102,7 +102,7 @@ void CPDFDocMerge::link_outline(Source& src, GrowArray<OutlineNode>& nodes, cons
       continue;
     node.made = {table_.alloc_obj_num(), 0};
     OutlineNode& parent = parent_of(node);
-    std::int32_t& last = last_of[static_cast<std::size_t>(node.parent + 1)];
+    std::int32_t& last = last_of[static_cast<std::size_t>(std::int64_t{node.parent} + 1)];
     if (parent.first.num == 0) {
       parent.first = node.made;
     } else {

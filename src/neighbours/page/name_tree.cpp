@@ -146,7 +146,8 @@ bool name_tree_insert(CPDFXRefTable& table, CPDFDictionary& root, PDF_String& na
   for (int number = 2; result == Insert::kTaken && number < kMostNumbers; ++number) {
     char digits[kNumberTextSize];
     const int count = ansi_from_i32(digits, number);
-    auto* grown = static_cast<char*>(QVRealloc(name.data, static_cast<std::size_t>(plain_len + count + 2)));
+    auto* grown = static_cast<char*>(
+        QVRealloc(name.data, static_cast<std::size_t>(plain_len) + static_cast<std::size_t>(count) + 2));
     if (grown == nullptr)
       return false;
     name.data = grown;

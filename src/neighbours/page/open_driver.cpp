@@ -29,6 +29,24 @@ int find_last(const char* data, int len, const char* word) {
   return -1;
 }
 
+// Whether the entry leads into the middle of its own object's number. What is read there is another
+// object's header, and the search for the right one would begin behind it.
+bool leads_into_its_number(const CPDFXRefTable& table, std::uint32_t num) {
+  constexpr std::uint32_t kMostDigits = 10;
+  const std::uint32_t offset = table.xref_items[num].offset;
+  const std::uint32_t before = std::min(offset, kMostDigits);
+  char text[kMostDigits + 2]{};
+  table.stream->SetPos(CQVStream::STR_SEEK_SET, offset - before);
+  if (table.stream->Read(text, before + 1) != before + 1 || !is_digit(text[before]))
+    return false;
+  std::uint32_t start = before;
+  while (start != 0 && is_digit(text[start - 1]))
+    --start;
+  table.stream->SetPos(CQVStream::STR_SEEK_SET, offset - before + start);
+  table.stream->Read(text, kMostDigits + 1);
+  return start != before && ansi_to_i32(text) == static_cast<std::int32_t>(num);
+}
+
 }  // namespace
 
 bool CPDFDoc::open(const char* path) {
@@ -216,8 +234,8 @@ bool CPDFDoc::header_stands_at(const PDF_REF& ref) {
   return buf.buf_skip_to_obj() != nullptr && buf.buf_pos == 0 && ansi_to_i32(buf.buf_data) == ref.num;
 }
 
-// Whether most of a sample of entries lead into the middle of numbers, as in a file whose offsets are
-// all off by a little: each object would then be searched for, and some would be taken for others.
+// Whether entries of a sample lead into the middle of numbers, as in a file whose offsets are all off
+// by a little: each object would then be searched for, and some would be taken for others.
 bool CPDFDoc::offsets_mislead() {
   constexpr std::uint32_t kSample = 16;
   std::uint32_t looked_at = 0;
@@ -231,7 +249,11 @@ bool CPDFDoc::offsets_mislead() {
     stream_->SetPos(CQVStream::STR_SEEK_SET, entry.offset);
     stream_->Read(text, sizeof(text) - 1);
     ++looked_at;
-    wrong += is_digit(text[0]) && ansi_to_i32(text) != static_cast<std::int32_t>(num) ? 1 : 0;
+    if (!is_digit(text[0]) || ansi_to_i32(text) == static_cast<std::int32_t>(num))
+      continue;
+    ++wrong;
+    if (leads_into_its_number(table_, num))
+      return true;
   }
   return 2 * wrong > looked_at;
 }

@@ -125,7 +125,7 @@ bool CPDFDoc::look_at_tree(Attempt& attempt) {
   table_.resolve(catalog, &table_.root);
   const CPDFObj* top = catalog.as_dict() != nullptr ? catalog.as_dict()->get_item("Pages") : nullptr;
   table_.resolve(tree, top);
-  if (tree.as_dict() == nullptr)
+  if (top == nullptr || tree.as_dict() == nullptr)
     return false;
   attempt.trusted = header_stands_at(table_.root.as_ref()) && header_stands_at(top->as_ref());
   const bool leaf = is_leaf(*tree.as_dict(), kids);

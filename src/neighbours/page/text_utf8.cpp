@@ -42,7 +42,7 @@ char* put_utf8(char* out, std::uint32_t code) {
 }
 
 bool starts_with(const PDF_String& text, const char* mark, std::int32_t len) {
-  return text.len >= len && std::memcmp(text.data, mark, static_cast<std::size_t>(len)) == 0;
+  return text.data != nullptr && text.len >= len && std::memcmp(text.data, mark, static_cast<std::size_t>(len)) == 0;
 }
 
 char* from_utf16(const PDF_String& text, char* out, bool big_endian) {
@@ -80,16 +80,12 @@ char* text_to_utf8(const PDF_String& text, std::size_t& len) {
   if (block == nullptr)
     return nullptr;
   char* end = block;
-  if (bytes == 0) {
-    *block = 0;
-    return block;
-  }
   if (starts_with(text, "\xFE\xFF", 2) || starts_with(text, "\xFF\xFE", 2)) {
     end = from_utf16(text, block, text.data[0] == '\xFE');
   } else if (starts_with(text, "\xEF\xBB\xBF", 3)) {
     std::memcpy(block, text.data + 3, bytes - 3);
     end = block + bytes - 3;
-  } else {
+  } else if (bytes > 0) {
     end = from_doc_encoding(text, block);
   }
   *end = 0;

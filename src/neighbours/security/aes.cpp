@@ -25,25 +25,13 @@ int AesCbc::finish(unsigned char* dst) {
   return EVP_CipherFinal_ex(context_, dst, &count) == 1 ? count : -1;
 }
 
-namespace {
-
-void aes256_block(int encrypts, const unsigned char* key, const unsigned char* src, unsigned char* dst) {
+void aes256_encrypt_block(const unsigned char* key, const unsigned char* src, unsigned char* dst) {
   EVP_CIPHER_CTX* context = EVP_CIPHER_CTX_new();
   int count = 0;
-  EVP_CipherInit_ex(context, EVP_aes_256_ecb(), nullptr, key, nullptr, encrypts);
+  EVP_EncryptInit_ex(context, EVP_aes_256_ecb(), nullptr, key, nullptr);
   EVP_CIPHER_CTX_set_padding(context, 0);
-  EVP_CipherUpdate(context, dst, &count, src, kAesBlock);
+  EVP_EncryptUpdate(context, dst, &count, src, kAesBlock);
   EVP_CIPHER_CTX_free(context);
-}
-
-}  // namespace
-
-void aes256_decrypt_block(const unsigned char* key, const unsigned char* src, unsigned char* dst) {
-  aes256_block(0, key, src, dst);
-}
-
-void aes256_encrypt_block(const unsigned char* key, const unsigned char* src, unsigned char* dst) {
-  aes256_block(1, key, src, dst);
 }
 
 bool secure_random(unsigned char* dst, std::size_t size) {

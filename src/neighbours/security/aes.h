@@ -32,8 +32,7 @@ private:
   bool decrypts_;
 };
 
-/// Decrypts one block without chaining; the permissions entry is coded so.
-void aes256_decrypt_block(const unsigned char* key, const unsigned char* src, unsigned char* dst);
+/// Encrypts one block without chaining; the permissions entry is coded so.
 void aes256_encrypt_block(const unsigned char* key, const unsigned char* src, unsigned char* dst);
 
 /// Random bytes of the operating system's generator. False when there are none.

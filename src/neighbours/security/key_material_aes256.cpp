@@ -75,7 +75,9 @@ void make_perms(KeyParameters& para, const FileKey& key) {
     block[i] = static_cast<unsigned char>(para.permissions >> (8 * i));
   std::memset(block + 4, 0xFF, 4);
   block[8] = para.encrypts_metadata ? 'T' : 'F';
-  std::memcpy(block + 9, "adb", 3);
+  block[9] = 'a';
+  block[10] = 'd';
+  block[11] = 'b';
   secure_random(block + 12, 4);
   aes256_encrypt_block(key.bytes, block, para.perms);
 }
