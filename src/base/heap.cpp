@@ -61,14 +61,11 @@ void heap_expects_writes(void* block, std::size_t size) {
   // Each first touch of a page costs a trip into the system, more than many writes to it.
   constexpr std::uintptr_t kPage = 4096;
   constexpr std::size_t kWorthwhile = std::size_t{128} << 10;
-  constexpr std::size_t kHugePage = std::size_t{2} << 20;
   if (size < kWorthwhile)
     return;
   const std::uintptr_t begin = (reinterpret_cast<std::uintptr_t>(block) + kPage - 1) & ~(kPage - 1);
   const std::uintptr_t end = (reinterpret_cast<std::uintptr_t>(block) + size) & ~(kPage - 1);
   void* const pages = reinterpret_cast<void*>(begin);
-  if (size > kHugePage)
-    madvise(pages, end - begin, MADV_HUGEPAGE);
   madvise(pages, end - begin, MADV_POPULATE_WRITE);
 #else
   static_cast<void>(block);

@@ -87,11 +87,12 @@ private:
   // than their entries said; the target's copy follows.
   void confirm_positions() {
     if (source_.repaired_count >= kManyRepairs) {
-      Freed<CPDFObj> scratch;
+      ReferenceList ignored;
       for (std::uint32_t num = 1; num < source_.xref_count && num < target_.xref_count; ++num) {
         const PDF_XREF entry = target_.xref_items[num];
         if (entry.type != 0 && entry.type != 2)
-          source_.get_entity(scratch, {static_cast<std::int32_t>(num), entry.gen == -1 ? 0 : entry.gen});
+          source_.get_references(ignored, static_cast<std::int32_t>(num));
+        ignored.clear();
       }
       source_.repaired_count = 0;
     }

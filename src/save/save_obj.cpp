@@ -103,8 +103,9 @@ void CPDFXRefTable::save_obj(CQVStream* out, int base, int num, PDF_XREF* item, 
   // Where another object stands, this one is lost: better none than what happens to lie there.
   if (ansi_to_i32(buf.buf_data) != num)
     return;
-  // The encrypted branch needs the generation for the key, so -1 becomes 0 ahead of reading.
-  if (item->gen == -1)
+  // The encrypted branch needs the generation for the key, so -1 becomes 0 ahead of reading; so does
+  // what a garbled line gave, since no header can bear it.
+  if (item->gen < 0)
     item->gen = 0;
   PDF_DEC_PARA dec{{num, item->gen}, sec_hand};
   Freed<CPDFObj> obj;

@@ -116,6 +116,15 @@ TEST(SaveAs, MisplacedObjectsAreTakenFromWhereTheyWereFound) {
   EXPECT_NE(r.out.str().find("5 0 obj\n(five)\nendobj"), std::string::npos);
 }
 
+TEST(SaveAs, AGarbledGenerationDoesNotReachTheHeader) {
+  PdfBuilder builder = document("5 0 R");
+  builder.obj(5, "(five)").classic();
+  Rewritten r(builder);
+  r.source.table.xref_items[5].gen = -800;  // of "00(00" in its line
+  r.run();
+  EXPECT_NE(r.out.str().find("5 0 obj\n(five)\nendobj"), std::string::npos);
+}
+
 TEST(SaveAs, StreamsWithEveryKindOfLengthComeAlong) {
   PdfBuilder builder = document("5 0 R 6 0 R 7 0 R 8 0 R");
   builder.stream(5, "", "direct").obj(6, "<</Length 9 0 R>>\nstream\nby reference\nendstream");
