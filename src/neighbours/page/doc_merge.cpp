@@ -11,7 +11,7 @@ namespace {
 
 // A source is read in the order of its file for the most part, so that few of its object streams need
 // to be held; what comes along is held itself.
-constexpr std::int64_t kSourceBudget = 4 << 20;
+constexpr std::int64_t kSourceBudget = 1 << 20;
 constexpr int kFewPart = 4;
 
 }  // namespace
