@@ -291,8 +291,9 @@ bool CPDFDoc::try_linearized() {
   const std::uint32_t hint_offset = table_.read_linearized(set);
   QVFree(set.pages);
   const std::uint32_t length = table_.linearized_length;
-  linearized_ = hint_offset != 0;
-  if (hint_offset == 0) {
+  // Without "L" nobody can tell whether something was appended; the newest section knows.
+  linearized_ = hint_offset != 0 && length != 0;
+  if (!linearized_) {
     reset_table();
     table_.linearized_length = length;  // tells the sections that were appended since
     return false;
