@@ -458,7 +458,8 @@ void TokenReader::read_hex_string(CPDFObj& value) {
     const char* const end = limit();
     char* out = piece;
     for (; at < end && *at != '>'; ++at) {
-      const int digit = kHexValues[static_cast<unsigned char>(*at)];  // NOLINT(bugprone-signed-char-misuse,cert-str34-c): -1 is none
+      const int digit =
+          kHexValues[static_cast<unsigned char>(*at)];  // NOLINT(bugprone-signed-char-misuse,cert-str34-c): -1 is none
       if (digit < 0)
         continue;  // white space and junk
       if (high < 0) {

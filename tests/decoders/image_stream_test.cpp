@@ -254,6 +254,10 @@ TEST(Jpx, TruncatedAndAbsurdDataGiveWhatThereIs) {
     EXPECT_EQ(decoded("JPXDecode", bad).size(), 0u) << claim.at;
   }
   EXPECT_EQ(decoded("JPXDecode", "plain text"), "");
+  // The last part of the image claims to be longer than there is memory; it goes up to the end.
+  std::string overlong = file;
+  overlong.replace(overlong.rfind("\xFF\x90\x00\x0A"s) + 6, 4, "\x7F\xFF\xFF\xF0");
+  EXPECT_EQ(decoded("JPXDecode", overlong), whole);
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include <openjpeg.h>
 
 #include <algorithm>
+#include <cstring>
 #include <iterator>
 #include <new>
 
@@ -104,14 +105,18 @@ void CPDFStreamJPX::close() {
 bool CPDFStreamJPX::open_source() {
   constexpr std::uint8_t kCodeStream[] = {0xFF, 0x4F, 0xFF, 0x51};
   const auto len = static_cast<std::size_t>(std::max(left, 0));
-  const auto opens = [this](const std::uint8_t* from, std::size_t size) {
+  const auto opens = [this](std::uint8_t* from, std::size_t size) {
     JpxHeader header;
-    return find_jpx(from, size, header) && jpx_can_cost(header.decode_bytes, size) &&
-           source_->open(from, size, header.is_bare, opj_error_callback, opj_warning_callback);
+    if (!find_jpx(from, size, header) || !jpx_can_cost(header.decode_bytes, size))
+      return false;
+    // The decoder makes room for what a part claims; a length of 0 means up to the end.
+    if (header.overlong_part != 0)
+      std::memset(from + header.overlong_part, 0, 4);
+    return source_->open(from, size, header.is_bare, opj_error_callback, opj_warning_callback);
   };
   if (opens(cursor, len))
     return true;
-  const std::uint8_t* found = std::search(cursor, cursor + len, std::begin(kCodeStream), std::end(kCodeStream));
+  std::uint8_t* found = std::search(cursor, cursor + len, std::begin(kCodeStream), std::end(kCodeStream));
   return found != cursor + len && opens(found, static_cast<std::size_t>(cursor + len - found));
 }
 

@@ -151,15 +151,19 @@ std::size_t scan_header(const Bytes& bytes, std::size_t pos, std::size_t limit, 
   return pos;
 }
 
-// The partition over the main header and the headers of all tile-parts.
-Partition smallest_partition(const Bytes& bytes, std::size_t start, std::int64_t components) {
+// The partition over the main header and the headers of all tile-parts. A part that claims more than
+// there is is the last.
+Partition smallest_partition(const Bytes& bytes, std::size_t start, std::int64_t components, std::size_t& overlong) {
   constexpr std::size_t kSotLen = 12;
+  constexpr std::size_t kPartLen = 6;  // where its length stands in a tile-part
   Partition smallest;
   std::size_t pos = scan_header(bytes, start + 2, bytes.len, components, smallest);
   while (pos + kSotLen <= bytes.len && bytes.at(pos, 2) == kSot) {
-    const std::size_t part = bytes.at(pos + 6, 4);  // 0: to the end
+    const std::size_t part = bytes.at(pos + kPartLen, 4);  // 0: to the end
     const std::size_t end = part == 0 ? bytes.len : std::min(pos + part, bytes.len);
     scan_header(bytes, pos + kSotLen, end, components, smallest);
+    if (part > bytes.len - pos)
+      overlong = pos + kPartLen;
     if (part <= kSotLen)
       break;
     pos += part;
@@ -178,7 +182,7 @@ bool find_jpx(const std::uint8_t* data, std::size_t len, JpxHeader& header) {
   if (bytes.at(header.start, 4) != kSocSiz || !read_grid(bytes, header.start, grid))
     return false;
   header.header_bytes = grid.tiles * (kTileBytes + grid.components * kTileComponentBytes);
-  const Partition part = smallest_partition(bytes, header.start, grid.components);
+  const Partition part = smallest_partition(bytes, header.start, grid.components, header.overlong_part);
   const std::int64_t tile_samples = std::max<std::int64_t>(grid.samples / grid.tiles, 1);
   header.decode_bytes = header.header_bytes + grid.samples * kSampleBytes +
                         (tile_samples >> part.code_block) * kCodeBlockBytes +
