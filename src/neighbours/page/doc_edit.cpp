@@ -81,7 +81,7 @@ bool CPDFDoc::set_info(const char* key, const char* utf8) {
   QVFree(text.data);
   if (heap_refusals() != refusals)
     return false;  // what is left of the old values must not take their place
-  if (table_.info.tag != kTagRef)
+  if (table_.info.as_ref().num < 1)
     table_.info.set_ref({table_.alloc_obj_num(), 0});
   return table_.store_object(table_.info.as_ref(), info);
 }
