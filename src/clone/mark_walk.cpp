@@ -23,20 +23,9 @@ public:
   }
 
 private:
-  // Reads sections until the table knows the entry, or there are no more.
-  bool know_entry(std::uint32_t num) {
-    while (table_.xref_count <= num) {
-      if (!table_.pop_pending())
-        return false;
-    }
-    while (table_.xref_count > num && table_.xref_items[num].type == 0 && table_.pop_pending()) {
-    }
-    return table_.xref_count > num;
-  }
-
   void enter(std::int32_t num) {
     std::uint32_t ignored = 0;
-    if (num >= 0 && !map_lookup(map_, num, ignored) && know_entry(static_cast<std::uint32_t>(num)) &&
+    if (num >= 0 && !map_lookup(map_, num, ignored) && table_.know_entry(static_cast<std::uint32_t>(num)) &&
         map_record(map_, num, 1))
       waiting_.push(num);
   }

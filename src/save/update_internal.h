@@ -3,6 +3,7 @@
 #pragma once
 
 #include "base/grow_array.h"
+#include "base/heap_watch.h"
 #include "save/block_writer_internal.h"
 #include "save/object_runs_internal.h"
 #include "xref/xref_table.h"
@@ -45,7 +46,7 @@ private:
   CPDFEncrypt* enc_;
   PDF_SIGN_DATA* sign_;
   BlockWriter out_;
-  const std::uint64_t refusals_ = heap_refusals();
+  const HeapWatch watch_;
   // Objects of a sealed save, with their places in the file.
   struct Place {
     std::int32_t num;

@@ -141,7 +141,7 @@ void UpdateSection::finish(std::uint32_t start) {
   if (!reaches_too_far)
     fill(end);
   out_.Flush();
-  if (reaches_too_far || out_.failed() || heap_refusals() != refusals_) {
+  if (reaches_too_far || out_.failed() || !watch_.all_granted()) {
     table_.write_failed = 1;
     return;
   }

@@ -16,19 +16,6 @@ namespace {
 constexpr std::uint32_t kRewind = 16;        // how far an offset may be too high
 constexpr std::uint32_t kStaleDistance = 8;  // found farther behind: the table is stale
 
-// Reads sections until the table reaches `num` and knows its entry. False when it never will.
-bool know_entry(CPDFXRefTable& table, std::uint32_t num) {
-  while (table.xref_count <= num) {
-    if (!table.pop_pending())
-      return false;
-  }
-  while (table.xref_items != nullptr && table.xref_count > num && table.xref_items[num].type == 0) {
-    if (!table.pop_pending())
-      break;
-  }
-  return table.xref_count > num;
-}
-
 void correct_entry(CPDFXRefTable& table, std::uint32_t num, std::uint32_t found) {
   if (table.xref_count <= num && !table.grow_xref_items(CPDFXRefTable::rounded_count(num), false))
     return;
@@ -68,9 +55,10 @@ struct ReferenceTaker {
       return;
     if (objstm->objs != nullptr)
       return copy(objstm->objs[index]);
-    for (std::int32_t i = 0, end = objstm->refs != nullptr ? objstm->refs[index + 1] - objstm->refs[index] : 0; i < end;
-         ++i)
-      found.push(objstm->refs[objstm->refs[index] + i]);
+    if (objstm->refs == nullptr)
+      return;
+    for (std::int32_t i = objstm->refs[index]; i < objstm->refs[index + 1]; ++i)
+      found.push(objstm->refs[i]);
   }
 };
 
@@ -117,10 +105,10 @@ void read_found(CPDFXRefTable& table, Taker& taker, const PDF_REF& ref, std::uin
 template <class Taker>
 void fetch(CPDFXRefTable& table, Taker& taker, const PDF_REF& ref) {
   const auto num = static_cast<std::uint32_t>(ref.num);
-  if (!know_entry(table, num))
+  if (!table.know_entry(num))
     return;
   const PDF_XREF entry = table.xref_items[num];
-  if (entry.type == 2 && know_entry(table, entry.offset))
+  if (entry.type == 2 && table.know_entry(entry.offset))
     taker.copy_compressed(table, table.xref_items[entry.offset].offset, static_cast<std::int32_t>(entry.offset),
                           entry.gen);
   else if (entry.type == 3 && entry.gen != -1 && entry.offset < table.new_obj_capacity)
@@ -132,6 +120,18 @@ void fetch(CPDFXRefTable& table, Taker& taker, const PDF_REF& ref) {
 }
 
 }  // namespace
+
+bool CPDFXRefTable::know_entry(std::uint32_t num) {
+  while (xref_count <= num) {
+    if (!pop_pending())
+      return false;
+  }
+  while (xref_count > num && xref_items[num].type == 0) {
+    if (!pop_pending())
+      break;
+  }
+  return xref_count > num;
+}
 
 PDF_DEC_PARA* CPDFXRefTable::decode_para(PDF_DEC_PARA& para, const PDF_REF& ref) const {
   if (sec_filter[0] == 0 || sec_hand == nullptr)

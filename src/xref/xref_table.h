@@ -403,6 +403,9 @@ public:
   static constexpr std::uint32_t rounded_count(std::uint32_t num) { return (num + 256) & ~std::uint32_t{255}; }
   /// Pops one pending section and reads it. False when there is none or it cannot be read.
   bool pop_pending();
+  /// Reads pending sections until the table reaches `num` and knows its entry, or there are no more.
+  /// False when it does not reach so far.
+  bool know_entry(std::uint32_t num);
   /// Puts a section's offset on the stack; an offset that does not fit is dropped.
   void push_pending(std::int64_t offset);
   /// The largest object number that a file of this length can justify.

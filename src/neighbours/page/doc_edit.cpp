@@ -67,7 +67,7 @@ bool CPDFDoc::use_temp_file(const char* folder) {
 }
 
 bool CPDFDoc::set_info(const char* key, const char* utf8) {
-  const std::uint64_t refusals = heap_refusals();
+  const HeapWatch watch;
   Freed<CPDFObj> info;
   table_.resolve(info, &table_.info);
   if (info.as_dict() == nullptr)
@@ -79,7 +79,7 @@ bool CPDFDoc::set_info(const char* key, const char* utf8) {
   text_from_utf8(utf8, text);
   dict->set_item_str(key, text.data, text.len);
   QVFree(text.data);
-  if (heap_refusals() != refusals)
+  if (!watch.all_granted())
     return false;  // what is left of the old values must not take their place
   if (table_.info.as_ref().num < 1)
     table_.info.set_ref({table_.alloc_obj_num(), 0});
@@ -89,7 +89,7 @@ bool CPDFDoc::set_info(const char* key, const char* utf8) {
 bool CPDFDoc::attach(const char* path) {
   if (table_.root.tag != kTagRef)
     return false;
-  const std::uint64_t refusals = heap_refusals();
+  const HeapWatch watch;
   PDF_String name{0, nullptr};
   const int spec = table_.new_file_spec(path, name);
   const ScopeGuard release_name([&name] { QVFree(name.data); });
@@ -111,7 +111,7 @@ bool CPDFDoc::attach(const char* path) {
   const PDF_REF names_ref = fetch(names, top->get_item("Names"));
   const CPDFDictionary* const lists = names.as_dict();
   const PDF_REF tree_ref = fetch(tree, lists != nullptr ? lists->get_item("EmbeddedFiles") : nullptr);
-  if (heap_refusals() != refusals || !name_tree_insert(table_, *tree.as_dict(), name, {spec, 0}))
+  if (!watch.all_granted() || !name_tree_insert(table_, *tree.as_dict(), name, {spec, 0}))
     return false;
   // Each level goes back to where it was: its own object, or the level above.
   if (tree_ref.num != 0)
@@ -156,7 +156,7 @@ bool CPDFDoc::has_sound_sections() {
 }
 
 void CPDFDoc::keep_identifier(CPDFObj& id) {
-  const std::uint64_t refusals = heap_refusals();
+  const HeapWatch watch;
   Freed<CPDFObj> present;
   table_.resolve(present, &table_.id);
   if (present.as_array() == nullptr) {
@@ -166,14 +166,14 @@ void CPDFDoc::keep_identifier(CPDFObj& id) {
     for (int i = 0; i < 2 && present.as_array() != nullptr; ++i)
       present.as_array()->append_str("", 0);
   }
-  if (heap_refusals() != refusals)
+  if (!watch.all_granted())
     return;  // half an identifier would change the keys as well
   id.free();
   std::swap<CPDFObj>(id, present);
 }
 
 bool CPDFDoc::save_update(PDF_SAVE_FORM form, PDF_SIGN_DATA* sign) {
-  const std::uint64_t refusals = heap_refusals();
+  const HeapWatch watch;
   if (!store_page_tree() || table_.entries_lost != 0)
     return false;
   if (table_.new_obj_count == 0)
@@ -198,7 +198,7 @@ bool CPDFDoc::save_update(PDF_SAVE_FORM form, PDF_SIGN_DATA* sign) {
       form == PDF_SAVE_FORM::kClassic || (form == PDF_SAVE_FORM::kAsFile && table_.first_xref_kind == 1);
   table_.write_failed = 0;
   const int done = classic ? table_.save_14(enc, sign) : table_.save(enc, sign);
-  if (heap_refusals() != refusals || table_.entries_lost != 0)
+  if (!watch.all_granted() || table_.entries_lost != 0)
     table_.write_failed = 1;
   return done != 0 && table_.write_failed == 0;
 }
@@ -237,7 +237,7 @@ bool CPDFDoc::begins_at_its_place(std::uint32_t num) {
 }
 
 void CPDFDoc::save_complete(CPDFXRefTable& target, CPDFEncrypt* enc) {
-  const std::uint64_t refusals = heap_refusals();
+  const HeapWatch watch;
   for (CPDFObj* value : {&table_.root, &table_.info}) {
     if (value->as_dict() == nullptr)
       continue;
@@ -248,7 +248,7 @@ void CPDFDoc::save_complete(CPDFXRefTable& target, CPDFEncrypt* enc) {
   store_page_tree();
   free_members_of_lost_streams();
   table_.save_as(target, enc);
-  if (heap_refusals() != refusals || table_.entries_lost != 0)
+  if (!watch.all_granted() || table_.entries_lost != 0)
     target.write_failed = 1;
 }
 

@@ -328,5 +328,5 @@ bool CPDFDocMerge::finish() {
     tree.set_item_arr("Nums", &labels_);
     dict->set_item_dict("PageLabels", &tree);
   }
-  return table_.store_object(table_.root.as_ref(), catalog) && heap_refusals() == refusals_;
+  return table_.store_object(table_.root.as_ref(), catalog) && watch_.all_granted();
 }

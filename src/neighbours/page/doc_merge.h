@@ -13,6 +13,7 @@
 #include <cstdint>
 
 #include "base/grow_array.h"
+#include "base/heap_watch.h"
 #include "base/scope_guard.h"
 #include "neighbours/page/acro_form.h"
 #include "neighbours/page/doc.h"
@@ -102,7 +103,7 @@ private:
   CPDFXRefTable& table_;
   CPDFAcroForm form_;
   std::int32_t hole_ = 0;
-  const std::uint64_t refusals_ = heap_refusals();
+  const HeapWatch watch_;
   NameList destinations_;
   NameList files_;
   GrowArray<TopEntry> outline_;

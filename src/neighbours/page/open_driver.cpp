@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "base/chars.h"
+#include "base/heap_watch.h"
 #include "base/number_text.h"
 #include "base/scope_guard.h"
 #include "neighbours/page/doc.h"
@@ -374,7 +375,7 @@ void CPDFDoc::read_version() {
 
 bool CPDFDoc::open_stream() {
   table_.checks_lengths = 1;
-  const std::uint64_t refusals = heap_refusals();
+  const HeapWatch watch;
   file_size_ = stream_->GetLen();
   if (file_size_ <= 0) {
     status_ = PDF_OPEN::kEmpty;
@@ -398,6 +399,6 @@ bool CPDFDoc::open_stream() {
   if (find_startxref(mark) && table_.XRefRead(adjust_section_offset(mark.offset)) != 0 && examine().usable)
     return finish(PDF_OPEN::kClean);
   reset_table();
-  status_ = heap_refusals() != refusals ? PDF_OPEN::kNoMemory : PDF_OPEN::kDamaged;
+  status_ = watch.all_granted() ? PDF_OPEN::kDamaged : PDF_OPEN::kNoMemory;
   return false;
 }

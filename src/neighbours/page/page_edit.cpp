@@ -6,6 +6,7 @@
 #include <new>
 #include <utility>
 
+#include "base/heap_watch.h"
 #include "base/scope_guard.h"
 #include "neighbours/page/doc.h"
 #include "neighbours/page/visited_set.h"
@@ -95,7 +96,7 @@ bool CPDFDoc::move_page(int from, int to) {
 // Brings a page into memory with all that it inherited. A page that is listed a second time becomes
 // an object of its own, since a page has one parent.
 bool CPDFDoc::detach_page(int index, bool listed_before) {
-  const std::uint64_t refusals = heap_refusals();
+  const HeapWatch watch;
   PageEntry& entry = pages_[static_cast<std::size_t>(index)];
   CPDFPage page;
   if (!load_page(index, page))
@@ -112,7 +113,7 @@ bool CPDFDoc::detach_page(int index, bool listed_before) {
     dict.set_item_int(CPDFDictionary::sm_tag_rotate, values.rotate);
   Freed<CPDFObj> value;
   value.take_dict(new (std::nothrow) CPDFDictionary);
-  if (heap_refusals() != refusals)
+  if (!watch.all_granted())
     return false;  // what there was memory for must not take the page's place
   std::swap(*value.as_dict(), dict);
   const PDF_REF ref = listed_before ? PDF_REF{table_.alloc_obj_num(), 0} : entry.ref;
@@ -125,7 +126,7 @@ bool CPDFDoc::detach_page(int index, bool listed_before) {
 bool CPDFDoc::store_page_tree() {
   if (!pages_changed_)
     return true;
-  const std::uint64_t refusals = heap_refusals();
+  const HeapWatch watch;
   Freed<CPDFObj> catalog;
   table_.resolve(catalog, &table_.root);
   if (catalog.as_dict() == nullptr || table_.root.tag != kTagRef)
@@ -145,7 +146,7 @@ bool CPDFDoc::store_page_tree() {
     if (detach_page(i, ref.num == top.num || !listed.visit(ref.num)) && !level.push({page_ref(i), 1}))
       return false;
   }
-  if (heap_refusals() != refusals)
+  if (!watch.all_granted())
     return false;  // pages that are still in the old tree need it
   while (level.size() > kMostKids) {
     std::size_t made = 0;
@@ -161,7 +162,7 @@ bool CPDFDoc::store_page_tree() {
     while (level.size() > made)
       level.pop();
   }
-  if (!store_node(table_, top, level.begin(), level.size()) || heap_refusals() != refusals)
+  if (!store_node(table_, top, level.begin(), level.size()) || !watch.all_granted())
     return false;
   nodes_.clear();
   forget_resources();

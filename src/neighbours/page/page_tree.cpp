@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <new>
 
+#include "base/heap_watch.h"
 #include "base/scope_guard.h"
 #include "neighbours/page/doc.h"
 #include "neighbours/page/visited_set.h"
@@ -144,9 +145,9 @@ void CPDFDoc::ensure_pages() {
 }
 
 void CPDFDoc::list_pages(bool believing) {
-  const std::uint64_t refusals = heap_refusals();
+  const HeapWatch watch;
   walk_pages(believing);
-  pages_incomplete_ = heap_refusals() != refusals;
+  pages_incomplete_ = !watch.all_granted();
   believed_ = believing;
   walked_ = true;
 }
