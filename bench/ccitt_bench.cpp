@@ -10,8 +10,10 @@
 #include <string>
 #include <vector>
 
-#include "base/heap.h"
-#include "filters/ccitt.h"
+#include "sheaf/base/heap.h"
+#include "sheaf/filters/ccitt.h"
+
+using namespace sheaf;
 
 namespace {
 

@@ -7,8 +7,10 @@
 #include <vector>
 
 #include "../tests/support/test_table.h"
-#include "neighbours/fonts/cmap.h"
-#include "neighbours/fonts/environment.h"
+#include "sheaf/neighbours/fonts/cmap.h"
+#include "sheaf/neighbours/fonts/environment.h"
+
+using namespace sheaf;
 
 namespace {
 

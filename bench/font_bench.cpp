@@ -6,10 +6,12 @@
 #include <cstdlib>
 #include <vector>
 
-#include "neighbours/fonts/environment.h"
-#include "neighbours/fonts/font_type0.h"
-#include "neighbours/fonts/ft_font.h"
-#include "xref/xref_table.h"
+#include "sheaf/neighbours/fonts/environment.h"
+#include "sheaf/neighbours/fonts/programs/font_type0.h"
+#include "sheaf/neighbours/fonts/programs/ft_font.h"
+#include "sheaf/xref/xref_table.h"
+
+using namespace sheaf;
 
 namespace {
 

@@ -10,8 +10,10 @@
 #include "../tests/filters/filter_support.h"
 #include "../tests/support/jp2_maker.h"
 #include "../tests/support/jpeg_maker.h"
-#include "create/unpack_pixels.h"
-#include "neighbours/page/bmp32.h"
+#include "sheaf/create/unpack_pixels.h"
+#include "sheaf/neighbours/page/bmp32.h"
+
+using namespace sheaf;
 
 namespace {
 

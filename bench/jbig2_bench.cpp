@@ -8,7 +8,9 @@
 #include <iterator>
 #include <vector>
 
-#include "neighbours/decoders/jbig2.h"
+#include "sheaf/neighbours/decoders/jbig2.h"
+
+using namespace sheaf;
 
 namespace {
 

@@ -5,9 +5,11 @@
 #include <string>
 
 #include "../tests/support/test_table.h"
-#include "object/array.h"
-#include "object/dictionary.h"
-#include "object/stream_rec.h"
+#include "sheaf/object/array.h"
+#include "sheaf/object/dictionary.h"
+#include "sheaf/object/stream_rec.h"
+
+using namespace sheaf;
 
 namespace {
 

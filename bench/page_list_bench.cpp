@@ -5,9 +5,11 @@
 #include <cstdlib>
 
 #include "../tests/support/counting_stream.h"
-#include "base/heap.h"
-#include "base/stream_blocks.h"
-#include "neighbours/page/doc.h"
+#include "sheaf/base/heap.h"
+#include "sheaf/base/stream_blocks.h"
+#include "sheaf/document/doc.h"
+
+using namespace sheaf;
 
 namespace {
 

@@ -7,9 +7,11 @@
 
 #include "../tests/support/pdf_builder.h"
 #include "../tests/support/string_stream.h"
-#include "base/scope_guard.h"
-#include "neighbours/page/doc.h"
-#include "xref/xref_table.h"
+#include "sheaf/base/scope_guard.h"
+#include "sheaf/document/doc.h"
+#include "sheaf/xref/xref_table.h"
+
+using namespace sheaf;
 
 namespace {
 

@@ -31,8 +31,10 @@ if(TARGET sheaf_tool)
   install(FILES docs/completions/sheaf.fish
           DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d COMPONENT tool)
 endif()
-install(DIRECTORY src/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/sheaf COMPONENT dev
-        FILES_MATCHING PATTERN "*.h" PATTERN "*_internal.h" EXCLUDE)
+foreach(header ${SHEAF_PUBLIC_HEADERS})
+  cmake_path(GET header PARENT_PATH room)
+  install(FILES src/sheaf/${header} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/sheaf/${room} COMPONENT dev)
+endforeach()
 install(FILES ${PROJECT_BINARY_DIR}/generated/sheaf/version.h
         DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/sheaf COMPONENT dev)
 

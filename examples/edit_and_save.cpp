@@ -7,15 +7,15 @@
 #include <string>
 #include <system_error>
 
-#include "base/scope_guard.h"
-#include "neighbours/page/doc.h"
+#include "sheaf/base/scope_guard.h"
+#include "sheaf/document/doc.h"
 
 namespace {
 
 // get_entity gives a copy of an object; store_object makes the copy the object's new value.
 bool turn_over(CPDFDoc& doc, int index) {
   CPDFPage shown;  // with what the page inherits, such as its rotation
-  Freed<CPDFObj> page;
+  sheaf::Freed<CPDFObj> page;
   doc.table().get_entity(page, doc.page_ref(index));
   if (page.as_dict() == nullptr || !doc.load_page(index, shown))
     return false;
@@ -32,15 +32,15 @@ PDF_REF new_content(CPDFXRefTable& table, std::string operators) {
 // graphics state changed.
 bool draw_line(CPDFDoc& doc, int index) {
   CPDFXRefTable& table = doc.table();
-  Freed<CPDFObj> page;
-  Freed<CPDFObj> old;
+  sheaf::Freed<CPDFObj> page;
+  sheaf::Freed<CPDFObj> old;
   table.get_entity(page, doc.page_ref(index));
   if (page.as_dict() == nullptr)
     return false;
   const CPDFObj* const item = page.as_dict()->get_item("Contents");
   table.resolve(old, item);
 
-  Cleared<CPDFArray> contents;
+  sheaf::Cleared<CPDFArray> contents;
   contents.append_ref(new_content(table, "q\n"));
   if (old.as_array() != nullptr) {
     for (std::int32_t i = 0; i < old.as_array()->count; ++i)

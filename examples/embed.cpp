@@ -11,9 +11,9 @@
 #include <thread>
 #include <vector>
 
-#include "base/heap.h"
-#include "base/scope_guard.h"
-#include "neighbours/page/doc.h"
+#include "sheaf/base/heap.h"
+#include "sheaf/base/scope_guard.h"
+#include "sheaf/document/doc.h"
 
 namespace {
 
@@ -57,7 +57,7 @@ int count_readable_pages(std::string& bytes) {
 // Nothing throws. What cannot be had is a null object, a null pointer, false or 0, and the document
 // stays usable.
 bool failures_are_results(CPDFDoc& doc) {
-  Freed<CPDFObj> missing;
+  sheaf::Freed<CPDFObj> missing;
   doc.table().get_entity(missing, {999999, 0});
   CPDFPage page;
   const bool has_page = doc.load_page(999999, page);
@@ -74,7 +74,7 @@ int main(int argc, char** argv) {
 
   // To be set while the library holds no block, as at the start of the program.
   const QVHeapHooks hooks{counted_alloc, counted_realloc, counted_free, nullptr};
-  set_heap_hooks(&hooks);
+  sheaf::set_heap_hooks(&hooks);
 
   std::atomic<int> pages = 0;
   std::vector<std::thread> threads;
@@ -91,6 +91,6 @@ int main(int argc, char** argv) {
     std::printf("%ld blocks are held while the document is open,", blocks_held.load());
   }
   std::printf(" %ld when it is gone\n", blocks_held.load());
-  set_heap_hooks(nullptr);
+  sheaf::set_heap_hooks(nullptr);
   return good && pages > 0 && blocks_held == 0 ? 0 : 2;
 }

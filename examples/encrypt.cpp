@@ -5,9 +5,9 @@
 #include <cstdio>
 #include <string>
 
-#include "base/scope_guard.h"
-#include "neighbours/page/doc.h"
-#include "neighbours/security/encrypter.h"
+#include "sheaf/base/scope_guard.h"
+#include "sheaf/document/doc.h"
+#include "sheaf/neighbours/security/encrypter.h"
 
 namespace {
 

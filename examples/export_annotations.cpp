@@ -9,15 +9,15 @@
 #include <string>
 #include <system_error>
 
-#include "base/scope_guard.h"
-#include "neighbours/page/doc.h"
-#include "object/parse_buf.h"
+#include "sheaf/base/scope_guard.h"
+#include "sheaf/document/doc.h"
+#include "sheaf/object/parse_buf.h"
 
 namespace {
 
 // A value in PDF syntax.
 std::string syntax_of(const CPDFDictionary& dict) {
-  Freed<CPDFObj> value;
+  sheaf::Freed<CPDFObj> value;
   value.take_dict(new CPDFDictionary);
   value.as_dict()->copy_from(&dict);
   CQVStreamMem text;
@@ -29,11 +29,11 @@ int export_all(CPDFDoc& doc, std::ofstream& out) {
   int count = 0;
   for (int i = 0; i < doc.page_count(); ++i) {
     CPDFPage page;
-    Freed<CPDFObj> annots;
+    sheaf::Freed<CPDFObj> annots;
     if (doc.load_page(i, page))
       doc.table().resolve(annots, page.dict.get_item("Annots"));
     for (std::int32_t k = 0; annots.as_array() != nullptr && k < annots.as_array()->count; ++k) {
-      Cleared<CPDFDictionary> flat;
+      sheaf::Cleared<CPDFDictionary> flat;
       if (doc.table().export_annot(flat, annots.as_array()->get(k)->as_ref()) == 0)
         continue;
       const std::string text = syntax_of(flat);
@@ -49,8 +49,8 @@ int export_all(CPDFDoc& doc, std::ofstream& out) {
 bool add_annotation(CPDFDoc& doc, const PDF_REF& page, CPDFObj& annotation) {
   CPDFXRefTable& table = doc.table();
   const PDF_REF ref{table.alloc_obj_num(), 0};
-  Freed<CPDFObj> holder;
-  Freed<CPDFObj> annots;
+  sheaf::Freed<CPDFObj> holder;
+  sheaf::Freed<CPDFObj> annots;
   table.get_entity(holder, page);
   if (holder.as_dict() == nullptr || !table.store_object(ref, annotation))
     return false;
@@ -66,7 +66,7 @@ bool add_annotation(CPDFDoc& doc, const PDF_REF& page, CPDFObj& annotation) {
 int import_all(CPDFDoc& doc, const std::string& text) {
   CPDFBufMem buf;
   buf.buf_init_mem(text.data(), static_cast<std::uint32_t>(text.size()));
-  Freed<CPDFObj> annotation;
+  sheaf::Freed<CPDFObj> annotation;
   int count = 0;
   for (annotation.read(&buf, nullptr); annotation.as_dict() != nullptr; annotation.read(&buf, nullptr))
     count += add_annotation(doc, doc.page_ref(0), annotation) ? 1 : 0;

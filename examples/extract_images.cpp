@@ -8,17 +8,17 @@
 #include <memory>
 #include <string>
 
-#include "base/scope_guard.h"
-#include "filters/stream_filter.h"
-#include "neighbours/page/doc.h"
-#include "neighbours/page/image.h"
+#include "sheaf/base/scope_guard.h"
+#include "sheaf/document/doc.h"
+#include "sheaf/document/images/image.h"
+#include "sheaf/filters/stream_filter.h"
 
 namespace {
 
 // The stored data of a DCTDecode image are a JPEG file.
 bool write_jpeg(const CPDFImage& image, int num) {
   std::int32_t len = 0;
-  const HeapBlock<std::uint8_t> data(image.load_encoded(len));
+  const sheaf::HeapBlock<std::uint8_t> data(image.load_encoded(len));
   if (!data)
     return false;
   std::ofstream out("image_" + std::to_string(num) + ".jpg", std::ios::binary);
@@ -47,7 +47,7 @@ int main(int argc, char** argv) {
   CPDFXRefTable& table = doc.table();
   table.drain_pending();  // so that all objects are known
   for (std::uint32_t num = 1; num < table.xref_count; ++num) {
-    Freed<CPDFObj> obj;
+    sheaf::Freed<CPDFObj> obj;
     table.get_entity(obj, {static_cast<std::int32_t>(num), 0});
     CPDFImage image;
     if (!image.load(table, obj))

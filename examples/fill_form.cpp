@@ -6,31 +6,31 @@
 #include <string>
 #include <system_error>
 
-#include "base/scope_guard.h"
-#include "neighbours/page/acro_form.h"
-#include "neighbours/page/doc.h"
-#include "neighbours/page/text_utf8.h"
+#include "sheaf/base/scope_guard.h"
+#include "sheaf/document/doc.h"
+#include "sheaf/neighbours/page/acro_form.h"
+#include "sheaf/object/text_utf8.h"
 
 namespace {
 
 std::string utf8(const PDF_String& text) {
   std::size_t len = 0;
-  const HeapBlock<char> bytes(text_to_utf8(text, len));
+  const sheaf::HeapBlock<char> bytes(sheaf::text_to_utf8(text, len));
   return std::string(bytes ? bytes.get() : "", len);
 }
 
 std::string name_of(const CPDFField& field) {
   PDF_String text{0, nullptr};
   text.init(field.name(), 1);
-  const HeapBlock<char> owned(text.data);
+  const sheaf::HeapBlock<char> owned(text.data);
   return utf8(text);
 }
 
 void print_fields(const CPDFAcroForm& form) {
   for (std::int32_t i = 0; i < form.field_count(); ++i) {
     const CPDFField& field = *form.field_at(i);
-    Freed<CPDFObj> kind;
-    Freed<CPDFObj> value;
+    sheaf::Freed<CPDFObj> kind;
+    sheaf::Freed<CPDFObj> value;
     field.get_value("FT", kind);  // sought upwards, as fields inherit
     field.get_value("V", value);
     if (field.is_terminal())
@@ -42,14 +42,14 @@ void print_fields(const CPDFAcroForm& form) {
 // The full name of a field as the form keeps it: a text string.
 CPDFField* find_field(const CPDFAcroForm& form, const char* name) {
   PDF_String text{0, nullptr};
-  text_from_utf8(name, text);
-  const HeapBlock<char> owned(text.data);
+  sheaf::text_from_utf8(name, text);
+  const sheaf::HeapBlock<char> owned(text.data);
   return form.get_field(text);
 }
 
 bool fill(CPDFDoc& doc, CPDFAcroForm& form, const char* name, const char* value) {
   const CPDFField* const field = find_field(form, name);
-  Freed<CPDFObj> obj;
+  sheaf::Freed<CPDFObj> obj;
   if (field != nullptr)
     doc.table().get_entity(obj, field->ref());
   CPDFDictionary* const form_dict = form.edit_dict();
@@ -58,8 +58,8 @@ bool fill(CPDFDoc& doc, CPDFAcroForm& form, const char* name, const char* value)
   // The old picture of the value goes; the viewer is asked to draw the new one.
   form_dict->set_item_bool("NeedAppearances", 1);
   PDF_String text{0, nullptr};
-  text_from_utf8(value, text);
-  const HeapBlock<char> owned(text.data);
+  sheaf::text_from_utf8(value, text);
+  const sheaf::HeapBlock<char> owned(text.data);
   obj.as_dict()->set_item_str("V", text.data, text.len);
   obj.as_dict()->set_item("AP", nullptr);
   return doc.table().store_object(field->ref(), obj);

@@ -7,15 +7,15 @@
 #include <memory>
 #include <string>
 
-#include "base/scope_guard.h"
-#include "filters/stream_filter.h"
-#include "neighbours/page/doc.h"
+#include "sheaf/base/scope_guard.h"
+#include "sheaf/document/doc.h"
+#include "sheaf/filters/stream_filter.h"
 
 namespace {
 
 // The stream's data with all its filters taken off, as far as they fit into one piece.
 std::string beginning_of(CPDFXRefTable& table, const CPDFObj* item) {
-  Freed<CPDFObj> contents;
+  sheaf::Freed<CPDFObj> contents;
   table.resolve(contents, item);  // follows a reference; anything else is copied
   if (contents.as_array() != nullptr)
     table.resolve(contents, contents.as_array()->get(0));
@@ -45,8 +45,8 @@ int main(int argc, char** argv) {
     CPDFPage page;
     if (doc.load_page(i, page))
       std::printf("page %d is object %d, %.0f x %.0f points\n", i + 1, page.ref.num,
-                  static_cast<double>(page.shown_width()) / static_cast<double>(kFixOne),
-                  static_cast<double>(page.shown_height()) / static_cast<double>(kFixOne));
+                  static_cast<double>(page.shown_width()) / static_cast<double>(sheaf::kFixOne),
+                  static_cast<double>(page.shown_height()) / static_cast<double>(sheaf::kFixOne));
   }
 
   CPDFPage first;
@@ -58,7 +58,7 @@ int main(int argc, char** argv) {
   table.drain_pending();
   std::map<std::string, int> filters;
   for (std::uint32_t num = 1; num < table.xref_count; ++num) {
-    Freed<CPDFObj> obj;
+    sheaf::Freed<CPDFObj> obj;
     table.get_entity(obj, {static_cast<std::int32_t>(num), 0});
     const CPDFStreamRec* rec = obj.as_stream();
     if (rec == nullptr)

@@ -5,7 +5,7 @@
 #include <cstdio>
 #include <vector>
 
-#include "neighbours/page/doc_merge.h"
+#include "sheaf/document/merge/doc_merge.h"
 
 int main(int argc, char** argv) {
   // The new document starts in memory; the bytes of its streams wait in a temporary file.

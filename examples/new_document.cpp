@@ -5,11 +5,11 @@
 #include <string>
 #include <vector>
 
-#include "base/scope_guard.h"
-#include "neighbours/fonts/environment.h"
-#include "neighbours/fonts/font_type0.h"
-#include "neighbours/page/bmp32.h"
-#include "neighbours/page/doc.h"
+#include "sheaf/base/scope_guard.h"
+#include "sheaf/document/doc.h"
+#include "sheaf/neighbours/fonts/environment.h"
+#include "sheaf/neighbours/fonts/programs/font_type0.h"
+#include "sheaf/neighbours/page/bmp32.h"
 
 namespace {
 
@@ -50,8 +50,8 @@ PDF_REF new_disc(CPDFXRefTable& table) {
 // A page of A4 size that draws `content`.
 bool add_page(CPDFDoc& doc, std::string content, const CPDFDictionary& resources) {
   CPDFXRefTable& table = doc.table();
-  Cleared<CPDFDictionary> page;
-  const _QVRECTF box{0, 0, fix_from_int(595), fix_from_int(842)};
+  sheaf::Cleared<CPDFDictionary> page;
+  const _QVRECTF box{0, 0, sheaf::fix_from_int(595), sheaf::fix_from_int(842)};
   page.set_item_name(CPDFDictionary::sm_tag_type, "Page");
   page.set_item_rect("MediaBox", &box);
   page.set_item_dict(CPDFDictionary::sm_tag_res, &resources);
@@ -67,13 +67,13 @@ bool add_outline(CPDFDoc& doc) {
   CPDFXRefTable& table = doc.table();
   const PDF_REF none{0, 0};
   const PDF_REF top{table.alloc_obj_num(), 0};
-  const PDF_REF entry = table.new_outline(L"The only page", top, none, none, doc.page_ref(0), fix_from_int(842));
-  Cleared<CPDFDictionary> outline;
+  const PDF_REF entry = table.new_outline(L"The only page", top, none, none, doc.page_ref(0), sheaf::fix_from_int(842));
+  sheaf::Cleared<CPDFDictionary> outline;
   outline.set_item_ref("First", entry);
   outline.set_item_ref("Last", entry);
   outline.set_item_int("Count", 1);
   table.store_dict(top, &outline);
-  Freed<CPDFObj> catalog;
+  sheaf::Freed<CPDFObj> catalog;
   table.get_entity(catalog, table.root.as_ref());
   catalog.as_dict()->set_item_ref("Outlines", top);
   return table.store_object(table.root.as_ref(), catalog);
@@ -101,12 +101,12 @@ int main(int argc, char** argv) {
     return 2;
   }
 
-  Cleared<CPDFDictionary> named_fonts;
+  sheaf::Cleared<CPDFDictionary> named_fonts;
   named_fonts.set_item_ref("F1", font->ref());
-  Cleared<CPDFDictionary> images;
+  sheaf::Cleared<CPDFDictionary> images;
   images.set_item_ref("Photo", photo);
   images.set_item_ref("Disc", disc);
-  Cleared<CPDFDictionary> resources;
+  sheaf::Cleared<CPDFDictionary> resources;
   resources.set_item_dict(CPDFDictionary::sm_tag_font, &named_fonts);
   resources.set_item_dict(CPDFDictionary::sm_tag_xobj, &images);
   const std::string text = "BT /F1 24 Tf 72 760 Td " + glyphs(*font, L"Made by sheaf – Привет, Ελλάδα") + "ET\n";

@@ -7,7 +7,7 @@
 #include <iterator>
 #include <string>
 
-#include "neighbours/page/doc.h"
+#include "sheaf/document/doc.h"
 
 namespace {
 

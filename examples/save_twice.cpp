@@ -7,7 +7,7 @@
 #include <string>
 #include <system_error>
 
-#include "neighbours/page/doc.h"
+#include "sheaf/document/doc.h"
 
 namespace {
 

@@ -8,10 +8,10 @@
 #include <string>
 #include <system_error>
 
-#include "base/scope_guard.h"
-#include "neighbours/page/acro_form.h"
-#include "neighbours/page/doc.h"
 #include "self_made_signer.h"
+#include "sheaf/base/scope_guard.h"
+#include "sheaf/document/doc.h"
+#include "sheaf/neighbours/page/acro_form.h"
 
 namespace {
 
@@ -21,11 +21,11 @@ constexpr int kTenDigits = 1999999999;  // room for any offset in the byte range
 // Adds an invisible signature field with a signature dictionary; the number of that dictionary.
 std::int32_t add_signature(CPDFDoc& doc, const std::string& name) {
   CPDFXRefTable& table = doc.table();
-  Cleared<CPDFDictionary> signature;
+  sheaf::Cleared<CPDFDictionary> signature;
   signature.set_item_name(CPDFDictionary::sm_tag_type, "Sig");
   signature.set_item_name(CPDFDictionary::sm_tag_filter, "Adobe.PPKLite");
   signature.set_item_name("SubFilter", "adbe.pkcs7.detached");
-  Cleared<CPDFArray> range;
+  sheaf::Cleared<CPDFArray> range;
   for (const int value : {0, kTenDigits, kTenDigits, kTenDigits})
     range.append_int(value);
   signature.set_item_arr("ByteRange", &range);
@@ -34,7 +34,7 @@ std::int32_t add_signature(CPDFDoc& doc, const std::string& name) {
   const PDF_REF value{table.alloc_obj_num(), 0};
   table.store_dict(value, &signature);
 
-  Cleared<CPDFDictionary> field;
+  sheaf::Cleared<CPDFDictionary> field;
   const _QVRECTF nowhere{};
   field.set_item_name(CPDFDictionary::sm_tag_subtype, "Widget");
   field.set_item_name("FT", "Sig");

@@ -4,8 +4,10 @@
 #include <cstring>
 #include <vector>
 
-#include "base/heap.h"
-#include "filters/ccitt.h"
+#include "sheaf/base/heap.h"
+#include "sheaf/filters/ccitt.h"
+
+using namespace sheaf;
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   constexpr std::size_t kHead = 4;

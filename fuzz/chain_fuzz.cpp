@@ -8,6 +8,8 @@
 #include "../tests/support/test_table.h"
 #include "document_walk.h"
 
+using namespace sheaf;
+
 namespace {
 
 constexpr std::size_t kMostBytes = 1 << 16;

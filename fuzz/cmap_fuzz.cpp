@@ -5,8 +5,10 @@
 #include <cstdlib>
 #include <string_view>
 
-#include "neighbours/fonts/cmap.h"
-#include "neighbours/fonts/cmap_parser.h"
+#include "sheaf/neighbours/fonts/cmap.h"
+#include "sheaf/neighbours/fonts/cmap_parser.h"
+
+using namespace sheaf;
 
 namespace {
 

@@ -8,9 +8,11 @@
 #include <memory>
 #include <string>
 
-#include "base/scope_guard.h"
-#include "filters/stream_filter.h"
-#include "neighbours/page/doc.h"
+#include "sheaf/base/scope_guard.h"
+#include "sheaf/document/doc.h"
+#include "sheaf/filters/stream_filter.h"
+
+using namespace sheaf;
 
 constexpr std::uint32_t kMostObjects = 20000;
 constexpr std::int64_t kMostDecoded = 1 << 22;  // of one document

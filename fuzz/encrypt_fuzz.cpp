@@ -5,7 +5,9 @@
 #include "../tests/support/same_value.h"
 #include "../tests/support/test_table.h"
 #include "document_walk.h"
-#include "neighbours/security/encrypter.h"
+#include "sheaf/neighbours/security/encrypter.h"
+
+using namespace sheaf;
 
 namespace {
 

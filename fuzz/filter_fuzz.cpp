@@ -7,10 +7,12 @@
 #include <memory>
 #include <vector>
 
-#include "base/heap.h"
-#include "base/scope_guard.h"
-#include "filters/stream_filter.h"
-#include "xref/xref_table.h"
+#include "sheaf/base/heap.h"
+#include "sheaf/base/scope_guard.h"
+#include "sheaf/filters/stream_filter.h"
+#include "sheaf/xref/xref_table.h"
+
+using namespace sheaf;
 
 namespace {
 

@@ -9,13 +9,15 @@
 #include <cstring>
 #include <string>
 
-#include "base/scope_guard.h"
-#include "neighbours/fonts/environment.h"
-#include "neighbours/fonts/font_type0.h"
-#include "neighbours/fonts/ft_font.h"
-#include "neighbours/fonts/tt_layout.h"
-#include "neighbours/fonts/tt_writer.h"
-#include "xref/xref_table.h"
+#include "sheaf/base/scope_guard.h"
+#include "sheaf/neighbours/fonts/environment.h"
+#include "sheaf/neighbours/fonts/programs/font_type0.h"
+#include "sheaf/neighbours/fonts/programs/ft_font.h"
+#include "sheaf/neighbours/fonts/programs/tt_layout.h"
+#include "sheaf/neighbours/fonts/programs/tt_writer.h"
+#include "sheaf/xref/xref_table.h"
+
+using namespace sheaf;
 
 namespace {
 

@@ -5,6 +5,8 @@
 #include "../tests/support/test_table.h"
 #include "document_walk.h"
 
+using namespace sheaf;
+
 namespace {
 
 constexpr std::size_t kHeader = 2;

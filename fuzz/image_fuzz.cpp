@@ -8,10 +8,12 @@
 #include <memory>
 #include <vector>
 
-#include "base/heap.h"
-#include "base/scope_guard.h"
-#include "neighbours/decoders/row_decoder.h"
-#include "xref/xref_table.h"
+#include "sheaf/base/heap.h"
+#include "sheaf/base/scope_guard.h"
+#include "sheaf/neighbours/decoders/row_decoder.h"
+#include "sheaf/xref/xref_table.h"
+
+using namespace sheaf;
 
 namespace {
 

@@ -4,7 +4,9 @@
 #include <vector>
 
 #include "document_walk.h"
-#include "neighbours/page/doc_merge.h"
+#include "sheaf/document/merge/doc_merge.h"
+
+using namespace sheaf;
 
 namespace {
 

@@ -3,8 +3,10 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "base/heap.h"
-#include "filters/jbig2.h"
+#include "sheaf/base/heap.h"
+#include "sheaf/neighbours/decoders/jbig2_filter.h"
+
+using namespace sheaf;
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   if (size < 1 || size > 1 << 16)

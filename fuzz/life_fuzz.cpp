@@ -5,7 +5,9 @@
 #include <cstring>
 
 #include "document_walk.h"
-#include "object/array.h"
+#include "sheaf/object/array.h"
+
+using namespace sheaf;
 
 namespace {
 

@@ -7,8 +7,10 @@
 
 #include "../tests/support/same_value.h"
 #include "../tests/support/test_table.h"
-#include "object/references.h"
-#include "object/stream_rec.h"
+#include "sheaf/object/references.h"
+#include "sheaf/object/stream_rec.h"
+
+using namespace sheaf;
 
 namespace {
 

@@ -2,6 +2,8 @@
 // decoded, all within limits. Opening the same bytes again must come to the same pages.
 #include "document_walk.h"
 
+using namespace sheaf;
+
 namespace {
 
 constexpr std::size_t kMostBytes = 1 << 18;

@@ -6,11 +6,13 @@
 #include <map>
 #include <memory>
 
-#include "filters/stream_filter.h"
-#include "neighbours/page/doc.h"
-#include "object/array.h"
+#include "sheaf/document/doc.h"
+#include "sheaf/filters/stream_filter.h"
+#include "sheaf/object/array.h"
 #include "support/corpus.h"
 #include "support/test_table.h"
+
+using namespace sheaf;
 
 namespace {
 

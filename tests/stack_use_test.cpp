@@ -4,19 +4,21 @@
 
 #include "filters/filter_support.h"
 #include "filters/lzw_encoder.h"
-#include "neighbours/fonts/cmap.h"
-#include "neighbours/fonts/environment.h"
-#include "neighbours/fonts/font_type0.h"
-#include "neighbours/page/bmp32.h"
-#include "neighbours/page/doc.h"
-#include "neighbours/page/doc_merge.h"
-#include "neighbours/security/encrypter.h"
+#include "sheaf/document/doc.h"
+#include "sheaf/document/merge/doc_merge.h"
+#include "sheaf/neighbours/fonts/cmap.h"
+#include "sheaf/neighbours/fonts/environment.h"
+#include "sheaf/neighbours/fonts/programs/font_type0.h"
+#include "sheaf/neighbours/page/bmp32.h"
+#include "sheaf/neighbours/security/encrypter.h"
 #include "support/corpus.h"
 #include "support/jp2_maker.h"
 #include "support/jpeg_maker.h"
 #include "support/painted_thread.h"
 #include "support/pdf_builder.h"
 #include "support/test_table.h"
+
+using namespace sheaf;
 
 namespace {
 

@@ -6,7 +6,9 @@
 #include <iterator>
 #include <vector>
 
-#include "neighbours/decoders/jbig2/jb2_bitmap.h"
+#include "sheaf/neighbours/decoders/jbig2/jb2_bitmap.h"
+
+using namespace sheaf;
 
 namespace {
 

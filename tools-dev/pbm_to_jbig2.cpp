@@ -8,6 +8,8 @@
 
 #include "support/jbig2_encoder.h"
 
+using namespace sheaf;
+
 namespace {
 
 using namespace jb2_test;

@@ -6,7 +6,7 @@
 
 #include <sheaf/version.h>
 
-#include "neighbours/page/doc.h"
+#include "sheaf/document/doc.h"
 
 namespace {
 

@@ -1,5 +1,5 @@
 // The three byte streams: positions at and beyond the ends, growth, and the life after Close.
-#include "base/stream.h"
+#include "sheaf/base/stream.h"
 
 #include <gtest/gtest.h>
 
@@ -7,7 +7,9 @@
 #include <filesystem>
 #include <string>
 
-#include "base/heap.h"
+#include "sheaf/base/heap.h"
+
+using namespace sheaf;
 
 namespace {
 

@@ -4,8 +4,10 @@
 #include <climits>
 #include <string>
 
-#include "base/number_text.h"
-#include "base/wide_text.h"
+#include "sheaf/base/number_text.h"
+#include "sheaf/base/wide_text.h"
+
+using namespace sheaf;
 
 namespace {
 

@@ -3,10 +3,12 @@
 
 #include <cstring>
 
-#include "neighbours/page/acro_form.h"
-#include "neighbours/page/doc.h"
+#include "sheaf/document/doc.h"
+#include "sheaf/neighbours/page/acro_form.h"
 #include "support/pdf_builder.h"
 #include "support/test_table.h"
+
+using namespace sheaf;
 
 namespace {
 

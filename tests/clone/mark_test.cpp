@@ -4,6 +4,8 @@
 #include "support/pdf_builder.h"
 #include "support/test_table.h"
 
+using namespace sheaf;
+
 namespace {
 
 TEST(Mark, DirectContainersReachWhatTheyReferTo) {

@@ -3,12 +3,14 @@
 
 #include <limits>
 
-#include "neighbours/page/blend_mode.h"
-#include "neighbours/page/doc.h"
-#include "neighbours/page/form.h"
+#include "sheaf/document/doc.h"
+#include "sheaf/neighbours/page/blend_mode.h"
+#include "sheaf/neighbours/page/form.h"
 #include "support/create_support.h"
 #include "support/external_tool.h"
 #include "support/failing_heap.h"
+
+using namespace sheaf;
 
 using namespace std::string_literals;
 

@@ -2,12 +2,14 @@
 #include <gtest/gtest.h>
 #include <zlib.h>
 
-#include "create/unpack_pixels.h"
-#include "neighbours/page/bmp32.h"
+#include "sheaf/create/unpack_pixels.h"
+#include "sheaf/neighbours/page/bmp32.h"
 #include "support/create_support.h"
 #include "support/external_tool.h"
 #include "support/jp2_maker.h"
 #include "support/jpeg_maker.h"
+
+using namespace sheaf;
 
 using namespace std::string_literals;
 

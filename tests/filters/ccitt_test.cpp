@@ -7,10 +7,12 @@
 #include <random>
 #include <sstream>
 
-#include "base/heap.h"
-#include "filters/ccitt.h"
-#include "filters/ccitt_tables.h"
+#include "sheaf/base/heap.h"
+#include "sheaf/filters/ccitt.h"
+#include "sheaf/filters/ccitt_tables.h"
 #include "support/external_tool.h"
+
+using namespace sheaf;
 
 namespace {
 

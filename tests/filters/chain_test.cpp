@@ -4,10 +4,12 @@
 
 #include <string>
 
-#include "filters/decode_parms.h"
 #include "filters/filter_support.h"
-#include "filters/flate.h"
-#include "neighbours/security/sec_hand.h"
+#include "sheaf/filters/decode_parms.h"
+#include "sheaf/filters/flate.h"
+#include "sheaf/object/sec_hand.h"
+
+using namespace sheaf;
 
 namespace {
 

@@ -1,5 +1,5 @@
 // The base of the decoders: the identity, and the growth of the block that takes a whole output.
-#include "filters/stream_filter.h"
+#include "sheaf/filters/stream_filter.h"
 
 #include <gtest/gtest.h>
 
@@ -7,6 +7,8 @@
 #include <vector>
 
 #include "filters/filter_support.h"
+
+using namespace sheaf;
 
 namespace {
 

@@ -7,11 +7,13 @@
 #include <string>
 #include <string_view>
 
-#include "base/heap.h"
-#include "base/scope_guard.h"
-#include "filters/stream_filter.h"
-#include "object/parse_buf.h"
-#include "xref/xref_table.h"
+#include "sheaf/base/heap.h"
+#include "sheaf/base/scope_guard.h"
+#include "sheaf/filters/stream_filter.h"
+#include "sheaf/object/parse_buf.h"
+#include "sheaf/xref/xref_table.h"
+
+using namespace sheaf;
 
 using namespace std::string_view_literals;
 

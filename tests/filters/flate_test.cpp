@@ -1,5 +1,5 @@
 // Flate: exact counts and states at the borders of its buffer, damage, and the predictors behind it.
-#include "filters/flate.h"
+#include "sheaf/filters/flate.h"
 
 #include <gtest/gtest.h>
 #include <zlib.h>
@@ -7,6 +7,8 @@
 #include "filters/filter_support.h"
 #include "filters/lzw_encoder.h"
 #include "filters/predictor_encoder.h"
+
+using namespace sheaf;
 
 namespace {
 

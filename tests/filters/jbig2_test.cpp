@@ -4,15 +4,17 @@
 #include <cstdlib>
 #include <filesystem>
 
-#include "base/heap.h"
 #include "filters/filter_support.h"
-#include "filters/jbig2.h"
+#include "sheaf/base/heap.h"
+#include "sheaf/neighbours/decoders/jbig2_filter.h"
 #include "support/external_tool.h"
 #include "support/failing_heap.h"
 #include "support/jbig2_encoder.h"
 #include "support/jbig2_example.h"
 #include "support/jbig2_pages.h"
 #include "support/test_table.h"
+
+using namespace sheaf;
 
 using namespace jb2_test;
 

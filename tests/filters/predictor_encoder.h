@@ -8,6 +8,8 @@
 
 #include "filter_support.h"
 
+using namespace sheaf;
+
 struct PredictorShape {
   int kind, columns, colors, bits;
   std::size_t row_bytes() const { return static_cast<std::size_t>((columns * colors * bits + 7) / 8); }

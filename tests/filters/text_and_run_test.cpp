@@ -4,10 +4,12 @@
 #include <map>
 #include <string>
 
-#include "filters/ascii_hex.h"
 #include "filters/filter_support.h"
 #include "filters/lzw_encoder.h"
-#include "filters/run_length.h"
+#include "sheaf/filters/ascii_hex.h"
+#include "sheaf/filters/run_length.h"
+
+using namespace sheaf;
 
 namespace {
 

@@ -1,8 +1,10 @@
 // The searches of the parse buffers: headers, numbers and the ends of streams.
 #include <gtest/gtest.h>
 
-#include "base/heap.h"
+#include "sheaf/base/heap.h"
 #include "support/test_table.h"
+
+using namespace sheaf;
 
 namespace {
 

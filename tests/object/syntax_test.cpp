@@ -3,14 +3,16 @@
 
 #include <random>
 
-#include "neighbours/security/encrypt.h"
-#include "object/array.h"
-#include "object/dictionary.h"
-#include "object/references.h"
-#include "object/stream_rec.h"
+#include "sheaf/object/array.h"
+#include "sheaf/object/dictionary.h"
+#include "sheaf/object/encrypt.h"
+#include "sheaf/object/references.h"
+#include "sheaf/object/stream_rec.h"
 #include "support/failing_heap.h"
 #include "support/same_value.h"
 #include "support/test_table.h"
+
+using namespace sheaf;
 
 namespace {
 

@@ -3,12 +3,14 @@
 
 #include <string>
 
-#include "base/heap.h"
-#include "base/scope_guard.h"
-#include "object/array.h"
-#include "object/dictionary.h"
-#include "object/object.h"
-#include "object/stream_rec.h"
+#include "sheaf/base/heap.h"
+#include "sheaf/base/scope_guard.h"
+#include "sheaf/object/array.h"
+#include "sheaf/object/dictionary.h"
+#include "sheaf/object/object.h"
+#include "sheaf/object/stream_rec.h"
+
+using namespace sheaf;
 
 namespace {
 

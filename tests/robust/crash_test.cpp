@@ -13,11 +13,13 @@
 #include <set>
 #include <thread>
 
-#include "neighbours/page/doc.h"
+#include "sheaf/document/doc.h"
 #include "support/external_tool.h"
 #include "support/pdf_builder.h"
 #include "support/string_stream.h"
 #include "support/test_table.h"
+
+using namespace sheaf;
 
 namespace {
 

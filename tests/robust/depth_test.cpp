@@ -8,14 +8,16 @@
 #include <cstdlib>
 #include <functional>
 
-#include "neighbours/page/acro_form.h"
-#include "neighbours/page/doc_merge.h"
-#include "object/array.h"
+#include "sheaf/document/merge/doc_merge.h"
+#include "sheaf/neighbours/page/acro_form.h"
+#include "sheaf/object/array.h"
 #include "support/external_tool.h"
 #include "support/pdf_builder.h"
 #include "support/same_value.h"
 #include "support/string_stream.h"
 #include "support/test_table.h"
+
+using namespace sheaf;
 
 namespace {
 

@@ -3,13 +3,15 @@
 
 #include <memory>
 
-#include "filters/stream_filter.h"
-#include "neighbours/page/doc_merge.h"
-#include "neighbours/security/encrypter.h"
-#include "object/array.h"
+#include "sheaf/document/merge/doc_merge.h"
+#include "sheaf/filters/stream_filter.h"
+#include "sheaf/neighbours/security/encrypter.h"
+#include "sheaf/object/array.h"
 #include "support/fault_frame.h"
 #include "support/pdf_builder.h"
 #include "support/test_table.h"
+
+using namespace sheaf;
 
 namespace {
 

@@ -4,12 +4,12 @@
 #include "filters/filter_support.h"
 #include "filters/lzw_encoder.h"
 #include "filters/predictor_encoder.h"
-#include "neighbours/fonts/environment.h"
-#include "neighbours/fonts/font_type0.h"
-#include "neighbours/page/bmp32.h"
-#include "neighbours/page/doc.h"
-#include "neighbours/page/image.h"
-#include "object/array.h"
+#include "sheaf/document/doc.h"
+#include "sheaf/document/images/image.h"
+#include "sheaf/neighbours/fonts/environment.h"
+#include "sheaf/neighbours/fonts/programs/font_type0.h"
+#include "sheaf/neighbours/page/bmp32.h"
+#include "sheaf/object/array.h"
 #include "support/external_tool.h"
 #include "support/fault_frame.h"
 #include "support/font_builder.h"
@@ -18,6 +18,8 @@
 #include "support/jpeg_maker.h"
 #include "support/pdf_builder.h"
 #include "support/test_table.h"
+
+using namespace sheaf;
 
 namespace {
 

@@ -7,12 +7,14 @@
 #include <cstdlib>
 #include <memory>
 
-#include "filters/stream_filter.h"
-#include "neighbours/page/doc.h"
+#include "sheaf/document/doc.h"
+#include "sheaf/filters/stream_filter.h"
 #include "support/external_tool.h"
 #include "support/pdf_builder.h"
 #include "support/string_stream.h"
 #include "support/test_table.h"
+
+using namespace sheaf;
 
 namespace {
 

@@ -6,13 +6,15 @@
 #include <string>
 #include <thread>
 
-#include "neighbours/fonts/environment.h"
-#include "neighbours/page/doc_merge.h"
-#include "neighbours/security/encrypter.h"
-#include "object/array.h"
+#include "sheaf/document/merge/doc_merge.h"
+#include "sheaf/neighbours/fonts/environment.h"
+#include "sheaf/neighbours/security/encrypter.h"
+#include "sheaf/object/array.h"
 #include "support/pdf_builder.h"
 #include "support/string_stream.h"
 #include "support/test_table.h"
+
+using namespace sheaf;
 
 namespace {
 

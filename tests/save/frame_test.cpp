@@ -6,13 +6,15 @@
 #include <fstream>
 #include <memory>
 
-#include "filters/stream_filter.h"
-#include "neighbours/page/doc.h"
-#include "neighbours/page/text_utf8.h"
-#include "neighbours/page/xmp.h"
-#include "object/array.h"
+#include "sheaf/document/doc.h"
+#include "sheaf/filters/stream_filter.h"
+#include "sheaf/neighbours/page/xmp.h"
+#include "sheaf/object/array.h"
+#include "sheaf/object/text_utf8.h"
 #include "support/pdf_builder.h"
 #include "support/test_table.h"
+
+using namespace sheaf;
 
 namespace {
 

@@ -1,10 +1,12 @@
 // Complete new files: what is kept under which number, and the shape of the one section.
 #include <gtest/gtest.h>
 
-#include "neighbours/page/doc.h"
-#include "object/array.h"
+#include "sheaf/document/doc.h"
+#include "sheaf/object/array.h"
 #include "support/pdf_builder.h"
 #include "support/test_table.h"
+
+using namespace sheaf;
 
 namespace {
 

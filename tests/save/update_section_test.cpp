@@ -1,10 +1,12 @@
 // Update sections of both kinds: their bytes, what state each save leaves, and faults of the disk.
 #include <gtest/gtest.h>
 
-#include "neighbours/page/doc.h"
-#include "object/array.h"
+#include "sheaf/document/doc.h"
+#include "sheaf/object/array.h"
 #include "support/pdf_builder.h"
 #include "support/test_table.h"
+
+using namespace sheaf;
 
 namespace {
 

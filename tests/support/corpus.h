@@ -9,6 +9,8 @@
 
 #include "support/external_tool.h"
 
+using namespace sheaf;
+
 struct CorpusExpected {
   int openable = 0;
   int pages = -1;

@@ -5,7 +5,9 @@
 #include <cstdint>
 #include <vector>
 
-#include "base/stream.h"
+#include "sheaf/base/stream.h"
+
+using namespace sheaf;
 
 class CountingStream : public CQVStream {
 public:

@@ -6,6 +6,8 @@
 #include "filters/filter_support.h"
 #include "support/test_table.h"
 
+using namespace sheaf;
+
 struct FreshTable : TestTable {
   FreshTable() : TestTable("") { table.next_obj_num = 1; }
   std::string data(const PDF_REF& ref) {

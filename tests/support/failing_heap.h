@@ -6,7 +6,9 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "base/heap.h"
+#include "sheaf/base/heap.h"
+
+using namespace sheaf;
 
 /// Stands behind the heap family as long as it lives. No two at a time.
 class FailingHeap {

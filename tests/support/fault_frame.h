@@ -14,6 +14,8 @@
 #include "support/faulty_stream.h"
 #include "support/string_stream.h"
 
+using namespace sheaf;
+
 // One run: the streams are the scenario's only way to the bytes.
 struct Trial {
   Trial(const std::string& bytes, int counted, long long faulty, Fault fault)

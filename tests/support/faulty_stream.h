@@ -2,7 +2,9 @@
 // nothing, or nothing works any more from it on.
 #pragma once
 
-#include "base/stream.h"
+#include "sheaf/base/stream.h"
+
+using namespace sheaf;
 
 enum class Fault { kShort, kNothing, kDead };
 

@@ -9,7 +9,9 @@
 #include <string>
 #include <vector>
 
-#include "neighbours/decoders/jbig2/jb2_arithmetic.h"
+#include "sheaf/neighbours/decoders/jbig2/jb2_arithmetic.h"
+
+using namespace sheaf;
 
 namespace jb2_test {
 

@@ -1,8 +1,10 @@
 // Pages out of JBIG2 data, as the tests look at them.
 #pragma once
 
-#include "neighbours/decoders/jbig2/jb2_bitmap.h"
+#include "sheaf/neighbours/decoders/jbig2/jb2_bitmap.h"
 #include "support/jbig2_encoder.h"
+
+using namespace sheaf;
 
 namespace jb2_test {
 

@@ -4,6 +4,8 @@
 
 #include "support/failing_heap.h"
 
+using namespace sheaf;
+
 #if defined(__has_feature)
 #if __has_feature(thread_sanitizer)
 #define SHEAF_KEEPS_OPERATOR_NEW

@@ -3,9 +3,11 @@
 
 #include <cstring>
 
-#include "object/array.h"
-#include "object/dictionary.h"
-#include "object/object.h"
+#include "sheaf/object/array.h"
+#include "sheaf/object/dictionary.h"
+#include "sheaf/object/object.h"
+
+using namespace sheaf;
 
 inline bool same_value(const CPDFObj& a, const CPDFObj& b);
 

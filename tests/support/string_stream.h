@@ -6,7 +6,9 @@
 #include <cstring>
 #include <string>
 
-#include "base/stream.h"
+#include "sheaf/base/stream.h"
+
+using namespace sheaf;
 
 class StringStream : public CQVStream {
 public:

@@ -3,10 +3,12 @@
 
 #include <string>
 
-#include "base/scope_guard.h"
-#include "base/stream.h"
-#include "object/parse_buf.h"
-#include "xref/xref_table.h"
+#include "sheaf/base/scope_guard.h"
+#include "sheaf/base/stream.h"
+#include "sheaf/object/parse_buf.h"
+#include "sheaf/xref/xref_table.h"
+
+using namespace sheaf;
 
 /// A stream that holds a copy of `bytes`.
 struct MemStream : CQVStreamMem {

@@ -2,11 +2,13 @@
 // the page tree.
 #include <gtest/gtest.h>
 
-#include "neighbours/page/doc.h"
+#include "sheaf/document/doc.h"
 #include "support/counting_stream.h"
 #include "support/external_tool.h"
 #include "support/pdf_builder.h"
 #include "support/test_table.h"
+
+using namespace sheaf;
 
 namespace {
 

@@ -3,10 +3,12 @@
 
 #include <memory>
 
-#include "filters/stream_filter.h"
-#include "neighbours/fonts/environment.h"
+#include "sheaf/filters/stream_filter.h"
+#include "sheaf/neighbours/fonts/environment.h"
 #include "support/pdf_builder.h"
 #include "support/test_table.h"
+
+using namespace sheaf;
 
 namespace {
 

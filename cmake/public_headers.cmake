@@ -1,0 +1,45 @@
+# The headers that are installed: what the examples and the guide use, and what those headers need.
+set(SHEAF_PUBLIC_HEADERS
+  base/fixed.h
+  base/grow_array.h
+  base/heap.h
+  base/heap_watch.h
+  base/scope_guard.h
+  base/stream.h
+  base/stream_blocks.h
+  base/stream_output.h
+  base/visited_set.h
+  cache/font_caches.h
+  document/doc.h
+  document/images/image.h
+  document/merge/doc_merge.h
+  document/names/name_list.h
+  filters/stream_filter.h
+  neighbours/fonts/cmap_resources.h
+  neighbours/fonts/environment.h
+  neighbours/fonts/font.h
+  neighbours/fonts/programs/font_type0.h
+  neighbours/fonts/programs/tt_layout.h
+  neighbours/page/acro_form.h
+  neighbours/page/blend_mode.h
+  neighbours/page/bmp32.h
+  neighbours/page/form.h
+  neighbours/page/page.h
+  neighbours/security/aes.h
+  neighbours/security/encrypter.h
+  neighbours/security/key_material.h
+  neighbours/security/rc4.h
+  neighbours/security/standard_handler.h
+  object/array.h
+  object/coding_para.h
+  object/dictionary.h
+  object/encrypt.h
+  object/object.h
+  object/parse_buf.h
+  object/references.h
+  object/sec_hand.h
+  object/stream_rec.h
+  object/text_utf8.h
+  xref/page_set.h
+  xref/xref_table.h
+)

@@ -1,0 +1,90 @@
+// A growing block of plain values in the QVAlloc family, for lists whose growth no rule settles.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <type_traits>
+#include <utility>
+
+#include "sheaf/base/heap.h"
+
+namespace sheaf {
+
+template <class T>
+class GrowArray {
+  static_assert(std::is_trivially_copyable_v<T>);
+
+public:
+  GrowArray() = default;
+  GrowArray(const GrowArray&) = delete;
+  GrowArray& operator=(const GrowArray&) = delete;
+  ~GrowArray() { QVFree(items_); }
+
+  std::size_t size() const { return size_; }
+  bool empty() const { return size_ == 0; }
+  T& operator[](std::size_t index) { return items_[index]; }
+  const T& operator[](std::size_t index) const { return items_[index]; }
+  T* begin() { return items_; }
+  T* end() { return items_ + size_; }
+  const T* begin() const { return items_; }
+  const T* end() const { return items_ + size_; }
+  T& back() { return items_[size_ - 1]; }
+
+  /// False when there is no memory; the array then stays as it was.
+  bool push(const T& value) {
+    const T copy = value;  // `value` may lie in the block that moves
+    if (size_ == capacity_ && !reserve(capacity_ < kFirst ? kFirst : capacity_ * 2))
+      return false;
+    items_[size_++] = copy;
+    return true;
+  }
+  void pop() { --size_; }
+  void clear() { size_ = 0; }
+  void reset() {
+    QVFree(items_);
+    items_ = nullptr;
+    size_ = capacity_ = 0;
+  }
+  void swap(GrowArray& other) {
+    std::swap(items_, other.items_);
+    std::swap(size_, other.size_);
+    std::swap(capacity_, other.capacity_);
+  }
+  /// Hands the block over, cut to its size; the array is then empty. The caller releases it with QVFree.
+  T* release() {
+    void* const cut = size_ != 0 ? QVRealloc(items_, size_ * sizeof(T)) : nullptr;
+    T* const block = cut != nullptr ? static_cast<T*>(cut) : items_;
+    items_ = nullptr;
+    size_ = capacity_ = 0;
+    return block;
+  }
+  /// Makes the size `size`, new values zeroed. False when there is no memory.
+  bool resize(std::size_t size) {
+    if (size > capacity_ && !reserve(size))
+      return false;
+    for (std::size_t i = size_; i < size; ++i)
+      items_[i] = T{};
+    size_ = size;
+    return true;
+  }
+
+private:
+  static constexpr std::size_t kFirst = 16;
+
+  bool reserve(std::size_t capacity) {
+    if (capacity > SIZE_MAX / sizeof(T))
+      return false;
+    void* grown = QVRealloc(items_, capacity * sizeof(T));
+    if (grown == nullptr)
+      return false;
+    items_ = static_cast<T*>(grown);
+    capacity_ = capacity;
+    return true;
+  }
+
+  T* items_ = nullptr;
+  std::size_t size_ = 0;
+  std::size_t capacity_ = 0;
+};
+
+}  // namespace sheaf

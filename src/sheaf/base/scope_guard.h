@@ -1,0 +1,69 @@
+// Small guards for values that are released by hand: a guard stands on the line after its value
+// is filled, so that no path out of a function can forget the release. None of them allocates.
+#pragma once
+
+#include <utility>
+
+#include "sheaf/base/heap.h"
+
+namespace sheaf {
+
+/// Runs `action` at the end of the scope unless dismissed.
+template <class Action>
+class ScopeGuard {
+public:
+  explicit ScopeGuard(Action action) : action_(std::move(action)) {}
+  ScopeGuard(const ScopeGuard&) = delete;
+  ScopeGuard& operator=(const ScopeGuard&) = delete;
+  ~ScopeGuard() {
+    if (active_)
+      action_();
+  }
+  /// Ownership has moved on: the action will not run.
+  void dismiss() { active_ = false; }
+
+private:
+  Action action_;
+  bool active_ = true;
+};
+
+/// Owns one block of the QVAlloc family.
+template <class T>
+class HeapBlock {
+public:
+  explicit HeapBlock(T* block = nullptr) : block_(block) {}
+  HeapBlock(const HeapBlock&) = delete;
+  HeapBlock& operator=(const HeapBlock&) = delete;
+  ~HeapBlock() { QVFree(block_); }
+
+  T* get() const { return block_; }
+  explicit operator bool() const { return block_ != nullptr; }
+  T& operator[](std::size_t index) const { return block_[index]; }
+  /// Hands the block over to the caller.
+  T* release() { return std::exchange(block_, nullptr); }
+  /// Releases the block held and takes over `block`.
+  void reset(T* block = nullptr) { QVFree(std::exchange(block_, block)); }
+
+private:
+  T* block_;
+};
+
+/// Holds a plain value and calls its `free()` at the end of the scope.
+template <class T>
+struct Freed : T {
+  Freed() : T{} {}
+  Freed(const Freed&) = delete;
+  Freed& operator=(const Freed&) = delete;
+  ~Freed() { this->free(); }
+};
+
+/// Holds a container and calls its `clear()` at the end of the scope.
+template <class T>
+struct Cleared : T {
+  Cleared() : T{} {}
+  Cleared(const Cleared&) = delete;
+  Cleared& operator=(const Cleared&) = delete;
+  ~Cleared() { this->clear(); }
+};
+
+}  // namespace sheaf

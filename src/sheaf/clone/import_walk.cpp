@@ -1,0 +1,114 @@
+// The import walk: object graphs from another document. The context's map makes all that is brought
+// over in one import share its objects, and closes cycles on the object itself.
+#include <algorithm>
+#include <array>
+#include <new>
+
+#include "sheaf/clone/copy_stack_internal.h"
+#include "sheaf/clone/stored_bytes_internal.h"
+
+using namespace sheaf;
+
+namespace {
+
+// The kinds of explicit destinations (ISO 32000-1, table 151).
+constexpr std::array<const char*, 8> kFitNames{"XYZ", "Fit", "FitH", "FitV", "FitR", "FitB", "FitBH", "FitBV"};
+
+bool is_destination(const CPDFArray& array) {
+  if (array.count < 2 || array.items[0].tag != kTagRef || array.items[1].tag != kTagName)
+    return false;
+  return std::any_of(kFitNames.begin(), kFitNames.end(),
+                     [&array](const char* name) { return array.items[1].is_name(name); });
+}
+
+class CopyAcross {
+public:
+  CopyAcross(CPDFXRefTable& table, CPDFXRefTable* source, CPDFMergeContext* context)
+      : table_(table), source_(source), context_(context) {}
+
+  // Null references, and numbers that the source's table did not have, have no copy.
+  bool settled(const PDF_REF& source, bool, PDF_REF& result) const {
+    result = {0, 0};
+    if (source_ == nullptr || source.num == 0 || !is_mapped(source.num))
+      return true;
+    result.num = static_cast<std::int32_t>(context_->map[source.num]);
+    return result.num != 0;
+  }
+
+  bool begin(const PDF_REF& source, CopiedObject& object) {
+    object.ref = {reserve(source.num), 0};
+    source_->get_entity(object.obj, source);
+    const CPDFStreamRec* rec = object.obj.as_stream();
+    return rec == nullptr || read_stored_bytes(*source_, *rec, EmptyLength::kNone, object.data, object.len);
+  }
+
+  void finish(CopiedObject& object) {
+    if (CPDFStreamRec* rec = object.obj.as_stream()) {
+      table_.write_stream_autofree(object.ref, rec, object.data, static_cast<unsigned>(object.len));
+      object.data = nullptr;
+    }
+    table_.store_object(object.ref, object.obj);
+  }
+
+  // A destination brings no page along: the page gets its number, in case that it comes later, and
+  // the element keeps the source's reference.
+  std::int32_t first_item(const CPDFArray& array) {
+    if (!is_destination(array))
+      return 0;
+    const std::int32_t num = array.items[0].as_ref().num;
+    if (source_ != nullptr && is_mapped(num) && num != 0 && context_->map[num] == 0)
+      reserve(num);
+    return 1;
+  }
+
+private:
+  bool is_mapped(std::int32_t num) const {
+    return context_ != nullptr && static_cast<std::uint32_t>(num) < context_->map_size;
+  }
+  std::int32_t reserve(std::int32_t num) {
+    const std::int32_t made = table_.alloc_obj_num();
+    context_->map[num] = static_cast<std::uint32_t>(made);
+    return made;
+  }
+
+  CPDFXRefTable& table_;
+  CPDFXRefTable* source_;
+  CPDFMergeContext* context_;
+};
+
+}  // namespace
+
+CPDFMergeContext* CPDFXRefTable::import_start(CPDFDoc* doc, CPDFXRefTable* src) {
+  if (doc == nullptr || src == nullptr)
+    return nullptr;
+  auto* context = new (std::nothrow) CPDFMergeContext{doc, nullptr, 0};
+  if (context == nullptr)
+    return nullptr;
+  // The map never grows, so the source's sections are all read before it is made.
+  src->drain_pending();
+  context->map = static_cast<std::uint32_t*>(QVCalloc(src->xref_count, sizeof(std::uint32_t)));
+  context->map_size = context->map != nullptr ? src->xref_count : 0;
+  return context;
+}
+
+void CPDFXRefTable::import_end(CPDFMergeContext* ctx) {
+  if (ctx == nullptr)
+    return;
+  QVFree(ctx->map);
+  delete ctx;
+}
+
+PDF_REF CPDFXRefTable::clone_obj(CPDFXRefTable* src, CPDFMergeContext* ctx, const PDF_REF& ref) {
+  CopyAcross copy(*this, src, ctx);
+  return CopyStack<CopyAcross>(copy).copy_ref(ref);
+}
+
+int CPDFXRefTable::clone_array(CPDFXRefTable* src, CPDFMergeContext* ctx, CPDFArray* arr) {
+  CopyAcross copy(*this, src, ctx);
+  return CopyStack<CopyAcross>(copy).copy_container(arr, nullptr);
+}
+
+int CPDFXRefTable::clone_dict(CPDFXRefTable* src, CPDFMergeContext* ctx, CPDFDictionary* dict) {
+  CopyAcross copy(*this, src, ctx);
+  return CopyStack<CopyAcross>(copy).copy_container(nullptr, dict);
+}

@@ -1,0 +1,243 @@
+// An open document: finds its way into a file, however damaged, and gives its pages.
+//
+//   header -> newest section -> linearized? -> XRefRead -> believed? -> open
+//                                                 | no
+//                                                 v
+//                                            XRefCreate -> believed? -> open, rebuilt
+//                                                 | no
+//                                                 v
+//                          scan for streams, object streams and catalogues -> open, recovered
+//
+// A table is believed when its root is a catalogue with a page tree and the objects met on the way
+// down stand where their entries say.
+#pragma once
+
+#include <cstdint>
+
+#include "sheaf/base/grow_array.h"
+#include "sheaf/base/scope_guard.h"
+#include "sheaf/base/stream.h"
+#include "sheaf/base/stream_blocks.h"
+#include "sheaf/neighbours/page/page.h"
+#include "sheaf/neighbours/security/standard_handler.h"
+#include "sheaf/xref/xref_table.h"
+
+namespace sheaf {
+class DeepRecovery;
+}
+
+/// How a document came open, or why it did not.
+enum class PDF_OPEN : std::int32_t {
+  kClosed,     ///< Nothing was opened yet.
+  kClean,      ///< As the file tells it.
+  kRebuilt,    ///< By the table's own rebuild.
+  kRecovered,  ///< By deeper recovery.
+  kNoFile,     ///< The file cannot be opened or read.
+  kEmpty,      ///< The file has no bytes.
+  kDamaged,    ///< No catalogue with pages could be found.
+  kNoMemory,
+};
+
+/// How an update section ends.
+enum class PDF_SAVE_FORM : std::int32_t {
+  kAsFile,   ///< As the file's newest section does.
+  kClassic,  ///< In a classic table.
+  kStream,   ///< In a cross-reference stream.
+};
+
+/// One thing that had to be healed.
+struct PDF_DOC_REPAIR {
+  const char* code;      ///< A short stable word, such as "startxref".
+  std::int32_t num;      ///< Object number, 0 when none is meant.
+  std::uint32_t offset;  ///< File offset, 0 when none is meant.
+  const char* action;    ///< What was done, as a sentence fragment.
+};
+
+/// One document at a time. The table inside is the library's; everything above it is a caller.
+class CPDFDoc {
+public:
+  CPDFDoc() = default;
+  CPDFDoc(const CPDFDoc&) = delete;
+  CPDFDoc& operator=(const CPDFDoc&) = delete;
+  ~CPDFDoc() { close(); }
+
+  /// The password, as UTF-8, that an encrypted document will be opened with. Copied; wiped with the
+  /// document object. Null takes it back.
+  void set_password(const char* utf8) { handler_.set_password(utf8); }
+  /// Opens a file for reading. True when pages can be asked for, or when the document is encrypted
+  /// and waits for a password.
+  bool open(const char* path);
+  /// The same over a stream that the caller keeps open until `close`.
+  bool open(CQVStream* stream);
+  /// Opens a file for reading and writing, so that `save_update` can go behind its end.
+  bool open_for_update(const char* path);
+  /// Starts a new document on an empty stream that the caller keeps open until `close`.
+  bool create(CQVStream* stream);
+  /// Releases everything; harmless twice.
+  void close();
+
+  CPDFXRefTable& table() { return table_; }
+  PDF_OPEN status() const { return status_; }
+  bool is_open() const {
+    return status_ == PDF_OPEN::kClean || status_ == PDF_OPEN::kRebuilt || status_ == PDF_OPEN::kRecovered;
+  }
+  bool is_encrypted() const { return !table_.encrypt.is_null(); }
+  /// Whether objects can be read as they are: not encrypted, or authorised.
+  bool is_readable() const { return !is_encrypted() || authorised_; }
+  /// The handler of an encrypted document: whether and how it opened, and with which methods.
+  const CPDFStandardSecHand& handler() const { return handler_; }
+  /// The "L" of a linearized file, also of one that was updated since; 0 when it is none.
+  std::uint32_t linearized_length() const { return table_.linearized_length; }
+  bool is_linearized() const { return linearized_; }
+  /// "1.4", from the header or the catalogue, whichever is newer. "" without a header.
+  const char* version() const { return version_; }
+  long long file_size() const { return file_size_; }
+  long long header_offset() const { return header_offset_; }
+
+  /// How many pages there are: as the nodes of the tree say where they agree with one another, else
+  /// by walking the tree. Loops, nulls and wrong counts do no harm.
+  int page_count();
+  /// The object of page `index` (from 0); {0, 0} when there is none. The first call walks the tree.
+  PDF_REF page_ref(int index);
+  /// Makes the page list from the nodes of a sound tree, as they count their kids, and from a sample
+  /// of the pages; the others are not read. False when the tree was or had to be walked. The list
+  /// stands until `load_page` meets something else than a page: the tree is then walked after all.
+  bool list_pages_as_told();
+  /// Whether the list is still as the nodes tell.
+  bool has_pages_as_told() const { return believed_; }
+  /// Reads page `index` with what it inherits. False when there is none.
+  bool load_page(int index, CPDFPage& page);
+
+  /// Puts a page object of this document in front of page `index`, or behind the last page. The page
+  /// tree follows with the next save. False when there is no such place.
+  bool insert_page(int index, const PDF_REF& page);
+  /// Takes page `index` off the list; its object stays.
+  bool remove_page(int index);
+  /// Moves page `from` so that it becomes page `to`.
+  bool move_page(int from, int to);
+  /// Writes the page tree anew when pages were edited; saves do so themselves. False when there is no
+  /// memory or no catalogue that can be changed.
+  bool store_page_tree();
+
+  /// Gives new stream data a temporary file in `folder` (null: TMPDIR, else /tmp), which goes with
+  /// the document. Without one they stay in memory.
+  bool use_temp_file(const char* folder);
+  /// Sets a text of the document information ("Title", "Author" ...). The change waits for a save.
+  bool set_info(const char* key, const char* utf8);
+  /// Embeds a file and lists it among the document's embedded files under its base name.
+  bool attach(const char* path);
+  /// Writes all changes as an update section, encrypted as the document is; `sign` seals it. False
+  /// when the output came short. Without a change nothing is written.
+  bool save_update(PDF_SAVE_FORM form, PDF_SIGN_DATA* sign);
+
+  /// Puts the document's identifier into `id`, an empty one when there is none: what a new file needs
+  /// whose keys stay as they are.
+  void keep_identifier(CPDFObj& id);
+  /// Writes a complete new file to `target.stream`. A catalogue or document information that stands
+  /// directly in the trailer becomes an object first, so that what it refers to is kept.
+  void save_complete(CPDFXRefTable& target, CPDFEncrypt* enc);
+  /// Cuts the file opened for update back to `size` bytes, after a save that failed.
+  void truncate_to(long long size);
+
+  /// The page list of a linearized file from its start alone, without its main table. True when the
+  /// file was not updated since and every page that the hints name stands where they say; the list
+  /// is then complete. The caller releases `set.pages` with QVFree.
+  static bool read_page_hints(CQVStream* stream, PDF_PAGE_SET& set);
+  /// Whether the hints of the open document give the same pages as its page tree.
+  bool hints_hold();
+
+  /// What had to be healed, in the order in which it was met. Borrowed; valid until `close`.
+  const sheaf::GrowArray<PDF_DOC_REPAIR>& repairs();
+
+private:
+  struct PageEntry {
+    PDF_REF ref;
+    std::int32_t node;  // index into nodes_, -1 for none
+  };
+  struct Attempt {
+    bool usable = false;   // a catalogue with a page tree
+    bool trusted = false;  // and every object met on the way to the first page stood at its entry's place
+    bool has_pages = false;
+    bool has_no_pages = false;  // the tree itself says so
+  };
+
+  // Where a file says that its newest section begins.
+  struct StartMark {
+    long long position;  // of the word itself
+    std::uint32_t offset = 0;
+    bool has_number = false;
+    bool is_cut = false;
+  };
+
+  bool open_stream();
+  void reset_table();
+  void find_header();
+  bool find_startxref(StartMark& mark);
+  void read_start_mark(StartMark& mark);
+  std::uint32_t adjust_section_offset(std::uint32_t offset);
+  bool is_section_at(std::uint32_t offset);
+  bool try_sections();
+  bool try_linearized();
+  bool try_rebuild();
+  bool try_deep_recovery();
+  bool heal();
+  Attempt examine();
+  bool header_stands_at(const PDF_REF& ref);
+  bool offsets_mislead();
+  bool waits_for_password() const { return is_encrypted() && !is_readable(); }
+  bool authorise_quietly();
+  bool finish(PDF_OPEN status);
+  void read_version();
+  bool has_sound_sections();
+  void detach_from_old_sections();
+  void free_members_of_lost_streams();
+  bool begins_at_its_place(std::uint32_t num);
+  void add_repair(const char* code, std::int32_t num, std::uint32_t offset, const char* action);
+
+  // page_tree.cpp
+  bool look_at_tree(Attempt& attempt);
+  bool reaches_a_page(Attempt& attempt, CPDFObj& kids);
+  bool is_leaf(const CPDFDictionary& dict, CPDFObj& kids);
+  void list_pages(bool believing);
+  bool walk_pages(bool believing);
+  bool counts_kids_as_pages(const CPDFDictionary& node, const CPDFArray& kids);
+  bool is_page(const CPDFDictionary& dict);
+  bool misses_pages();
+  void ensure_pages();
+  int count_by_nodes();
+  void take_inherited(const CPDFDictionary& dict, PDF_INHERITED& values);
+
+  bool take_direct_resources(CPDFDictionary& dict);
+  bool find_direct_resources(const CPDFObj* above);
+  void forget_resources();
+
+  // page_edit.cpp
+  int edit_pages();
+  bool detach_page(int index, bool listed_before);
+
+  // deep_recovery.cpp
+  friend class sheaf::DeepRecovery;
+
+  CPDFXRefTable table_;
+  CPDFStandardSecHand handler_;
+  CQVStreamBlocks blocks_;  // a document opened for reading
+  CQVStreamFile file_;      // a document opened for update
+  CQVStream* stream_ = nullptr;
+  PDF_OPEN status_ = PDF_OPEN::kClosed;
+  bool linearized_ = false;
+  bool authorised_ = false;
+  bool pages_changed_ = false;
+  bool pages_incomplete_ = false;  // there was no memory for all of them
+  char version_[8]{};
+  long long file_size_ = 0;
+  long long header_offset_ = 0;
+  bool walked_ = false;
+  bool believed_ = false;  // the list is what the nodes tell
+  int quick_count_ = -1;   // by the nodes' counts; -1 unknown or contradictory
+  sheaf::GrowArray<PageEntry> pages_;
+  sheaf::GrowArray<PDF_INHERITED> nodes_;
+  sheaf::Freed<CPDFObj> direct_resources_;
+  std::int32_t resources_from_ = 0;  // the parent whose pages get them
+  sheaf::GrowArray<PDF_DOC_REPAIR> repairs_;
+  std::uint32_t table_repairs_told_ = 0;
+};

@@ -1,0 +1,263 @@
+// Changing a document: opening for update, the document information, attachments, and the update
+// section behind the old content.
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <new>
+#include <utility>
+
+#include "sheaf/base/heap_watch.h"
+#include "sheaf/base/number_text.h"
+#include "sheaf/base/scope_guard.h"
+#include "sheaf/document/doc.h"
+#include "sheaf/document/names/name_tree.h"
+#include "sheaf/neighbours/security/encrypter.h"
+#include "sheaf/object/array.h"
+#include "sheaf/object/parse_buf.h"
+#include "sheaf/object/text_utf8.h"
+
+using namespace sheaf;
+
+bool CPDFDoc::open_for_update(const char* path) {
+  close();
+  file_.Open(path);
+  if (file_.file != nullptr)
+    std::fclose(file_.file);
+  file_.file = std::fopen(path, "r+b");
+  if (file_.file == nullptr) {
+    status_ = PDF_OPEN::kNoFile;
+    return false;
+  }
+  stream_ = &file_;
+  return open_stream();
+}
+
+bool CPDFDoc::create(CQVStream* stream) {
+  close();
+  stream_ = stream;
+  reset_table();
+  table_.write_failed = 0;
+  const HeapWatch watch;
+  table_.new_xref();
+  status_ = watch.all_granted() ? PDF_OPEN::kClean : PDF_OPEN::kNoMemory;
+  return watch.all_granted() && table_.write_failed == 0;
+}
+
+bool CPDFDoc::use_temp_file(const char* folder) {
+  const char* const base = folder != nullptr ? folder : std::getenv("TMPDIR");
+  const char* const where = base != nullptr && *base != 0 ? base : "/tmp";
+  constexpr char kName[] = "/sheaf-XXXXXX";
+  const std::size_t len = std::strlen(where);
+  auto* path = static_cast<char*>(QVAlloc(len + sizeof(kName)));
+  if (path == nullptr)
+    return false;
+  std::memcpy(path, where, len);
+  std::memcpy(path + len, kName, sizeof(kName));
+  const int handle = mkstemp(path);  // exclusive, and readable by its owner only
+  std::FILE* const file = handle >= 0 ? fdopen(handle, "w+b") : nullptr;
+  if (file == nullptr) {
+    if (handle >= 0)
+      ::close(handle);
+    QVFree(path);
+    return false;
+  }
+  table_.temp_stream.path = path;
+  table_.temp_stream.file = file;
+  return true;
+}
+
+bool CPDFDoc::set_info(const char* key, const char* utf8) {
+  const HeapWatch watch;
+  Freed<CPDFObj> info;
+  table_.resolve(info, &table_.info);
+  if (info.as_dict() == nullptr)
+    info.take_dict(new (std::nothrow) CPDFDictionary);
+  CPDFDictionary* const dict = info.as_dict();
+  if (dict == nullptr)
+    return false;
+  PDF_String text;
+  text_from_utf8(utf8, text);
+  dict->set_item_str(key, text.data, text.len);
+  QVFree(text.data);
+  if (!watch.all_granted())
+    return false;  // what is left of the old values must not take their place
+  if (table_.info.as_ref().num < 1)
+    table_.info.set_ref({table_.alloc_obj_num(), 0});
+  return table_.store_object(table_.info.as_ref(), info);
+}
+
+bool CPDFDoc::attach(const char* path) {
+  if (table_.root.tag != kTagRef)
+    return false;
+  const HeapWatch watch;
+  PDF_String name{0, nullptr};
+  const int spec = table_.new_file_spec(path, name);
+  const ScopeGuard release_name([&name] { QVFree(name.data); });
+  if (spec == 0 || name.data == nullptr)
+    return false;
+  Freed<CPDFObj> catalog;
+  Freed<CPDFObj> names;
+  Freed<CPDFObj> tree;
+  table_.resolve(catalog, &table_.root);
+  CPDFDictionary* const top = catalog.as_dict();
+  if (top == nullptr)
+    return false;
+  const auto fetch = [this](CPDFObj& value, const CPDFObj* item) {
+    table_.resolve(value, item);
+    if (value.as_dict() == nullptr)
+      value.take_dict(new (std::nothrow) CPDFDictionary);
+    return item != nullptr ? item->as_ref() : PDF_REF{0, 0};
+  };
+  const PDF_REF names_ref = fetch(names, top->get_item("Names"));
+  const CPDFDictionary* const lists = names.as_dict();
+  const PDF_REF tree_ref = fetch(tree, lists != nullptr ? lists->get_item("EmbeddedFiles") : nullptr);
+  if (!watch.all_granted() || !name_tree_insert(table_, *tree.as_dict(), name, {spec, 0}))
+    return false;
+  // Each level goes back to where it was: its own object, or the level above.
+  if (tree_ref.num != 0)
+    return table_.store_object(tree_ref, tree);
+  names.as_dict()->move_item("EmbeddedFiles", tree);
+  if (names_ref.num != 0)
+    return table_.store_object(names_ref, names);
+  top->move_item("Names", names);
+  return table_.store_object(table_.root.as_ref(), catalog);
+}
+
+// Where the chain of old sections cannot be trusted, other readers must not have to follow it: the
+// update then lists every object itself. Those that stay where they are become entries of the
+// update at their true places, and those in object streams, which an update section cannot list,
+// become objects of the update.
+void CPDFDoc::detach_from_old_sections() {
+  table_.drain_pending();
+  Freed<CPDFObj> obj;
+  for (std::uint32_t num = 1; num < table_.xref_count; ++num) {
+    const std::uint32_t type = table_.xref_items[num].type;
+    const PDF_REF ref{static_cast<std::int32_t>(num), 0};
+    if (type != 1 && type != 2 && type != 4)
+      continue;
+    table_.get_stored(obj, ref);
+    if (type == 2 && !obj.is_null())
+      table_.store_object(ref, obj);
+    PDF_XREF& entry = table_.xref_items[num];
+    if (entry.type == 1 || entry.type == 4)
+      entry = {3, entry.offset, -1};
+  }
+  table_.last_xref_offset = 0;
+}
+
+bool CPDFDoc::has_sound_sections() {
+  if (status_ != PDF_OPEN::kClean)
+    return false;
+  for (const PDF_DOC_REPAIR& repair : repairs()) {
+    if (std::strcmp(repair.code, "startxref") == 0 || std::strcmp(repair.code, "section") == 0)
+      return false;
+  }
+  return true;
+}
+
+void CPDFDoc::keep_identifier(CPDFObj& id) {
+  const HeapWatch watch;
+  Freed<CPDFObj> present;
+  table_.resolve(present, &table_.id);
+  if (present.as_array() == nullptr) {
+    // The keys of a document without an identifier hang on an empty one, and one made now would
+    // change them.
+    present.take_array(new (std::nothrow) CPDFArray);
+    for (int i = 0; i < 2 && present.as_array() != nullptr; ++i)
+      present.as_array()->append_str("", 0);
+  }
+  if (!watch.all_granted())
+    return;  // half an identifier would change the keys as well
+  id.free();
+  std::swap<CPDFObj>(id, present);
+}
+
+bool CPDFDoc::save_update(PDF_SAVE_FORM form, PDF_SIGN_DATA* sign) {
+  const HeapWatch watch;
+  if (!store_page_tree() || table_.entries_lost != 0)
+    return false;
+  if (table_.new_obj_count == 0)
+    return true;
+  if (!has_sound_sections())
+    detach_from_old_sections();
+  CPDFStandardEncrypt encrypter;
+  CPDFEncrypt* enc = nullptr;
+  if (is_encrypted() && table_.sec_filter[0] != 0) {
+    Freed<CPDFObj> settings;
+    CPDFSecHand* const hand = table_.sec_hand;
+    table_.sec_hand = nullptr;  // the dictionary's own strings are in clear
+    table_.resolve(settings, &table_.encrypt);
+    table_.sec_hand = hand;
+    if (hand == nullptr || settings.as_dict() == nullptr)
+      return false;
+    encrypter.continue_with(handler_, *settings.as_dict());
+    enc = &encrypter;
+    keep_identifier(table_.id);
+  }
+  const bool classic =
+      form == PDF_SAVE_FORM::kClassic || (form == PDF_SAVE_FORM::kAsFile && table_.first_xref_kind == 1);
+  table_.write_failed = 0;
+  const int done = classic ? table_.save_14(enc, sign) : table_.save(enc, sign);
+  if (!watch.all_granted() || table_.entries_lost != 0)
+    table_.write_failed = 1;
+  return done != 0 && table_.write_failed == 0;
+}
+
+// An object stream comes along in a new file only when its own header stands where its entry says;
+// reading needs no header, and so its members can be known all the same. They then become objects.
+void CPDFDoc::free_members_of_lost_streams() {
+  table_.drain_pending();
+  Freed<CPDFObj> obj;
+  std::uint32_t container = 0;
+  bool comes_along = true;
+  for (std::uint32_t num = 1; num < table_.xref_count; ++num) {
+    const PDF_XREF entry = table_.xref_items[num];
+    if (entry.type != 2)
+      continue;
+    if (entry.offset != container) {
+      container = entry.offset;
+      comes_along = begins_at_its_place(container);
+    }
+    if (comes_along)
+      continue;
+    const PDF_REF ref{static_cast<std::int32_t>(num), 0};
+    table_.get_stored(obj, ref);
+    if (!obj.is_null())
+      table_.store_object(ref, obj);
+  }
+}
+
+bool CPDFDoc::begins_at_its_place(std::uint32_t num) {
+  if (num >= table_.xref_count)
+    return false;
+  stream_->SetPos(CQVStream::STR_SEEK_SET, table_.xref_items[num].offset);
+  CPDFBufBase buf;
+  buf.buf_init(stream_);
+  return ansi_to_i32(buf.buf_data) == static_cast<std::int32_t>(num);
+}
+
+void CPDFDoc::save_complete(CPDFXRefTable& target, CPDFEncrypt* enc) {
+  const HeapWatch watch;
+  for (CPDFObj* value : {&table_.root, &table_.info}) {
+    if (value->as_dict() == nullptr)
+      continue;
+    const PDF_REF ref{table_.alloc_obj_num(), 0};
+    if (table_.store_object(ref, *value))
+      value->set_ref(ref);
+  }
+  store_page_tree();
+  free_members_of_lost_streams();
+  table_.save_as(target, enc);
+  if (!watch.all_granted() || table_.entries_lost != 0)
+    target.write_failed = 1;
+}
+
+void CPDFDoc::truncate_to(long long size) {
+  if (file_.file == nullptr)
+    return;
+  std::fflush(file_.file);
+  if (ftruncate(fileno(file_.file), file_.base_offset + size) == 0)
+    std::rewind(file_.file);
+}

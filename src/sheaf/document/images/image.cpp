@@ -1,0 +1,118 @@
+#include "sheaf/document/images/image.h"
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <memory>
+
+#include "sheaf/base/heap.h"
+#include "sheaf/base/scope_guard.h"
+#include "sheaf/filters/stream_filter.h"
+#include "sheaf/xref/xref_table.h"
+
+using namespace sheaf;
+
+namespace {
+
+struct ShortName {
+  const char* name;
+  const char* full;
+};
+
+constexpr std::array kShortNames = {
+    ShortName{"Fl", "FlateDecode"}, ShortName{"AHx", "ASCIIHexDecode"}, ShortName{"A85", "ASCII85Decode"},
+    ShortName{"LZW", "LZWDecode"},  ShortName{"RL", "RunLengthDecode"}, ShortName{"CCF", "CCITTFaxDecode"},
+    ShortName{"DCT", "DCTDecode"},
+};
+
+constexpr int kMostEncoded = 1 << 28;  // what the filters in front of the last one may give
+
+// Takes the last one off a list of filters or of their parameters.
+void drop_last(CPDFXRefTable& table, CPDFDictionary& dict, const char* key) {
+  Freed<CPDFObj> list;
+  table.resolve(list, dict.get_item(key));
+  const CPDFArray* from = list.as_array();
+  Cleared<CPDFArray> rest;
+  for (std::int32_t i = 0; from != nullptr && i + 1 < from->count; ++i)
+    rest.append(from->items + i);
+  if (rest.count != 0)
+    dict.set_item_arr(key, &rest);
+  else
+    dict.set_item(key, nullptr);
+}
+
+}  // namespace
+
+CPDFImage::~CPDFImage() {
+  colour_space.free();
+  decode.free();
+  stream_.free();
+}
+
+void CPDFImage::read_filter(const CPDFObj* item) {
+  Freed<CPDFObj> chain;
+  Freed<CPDFObj> last;
+  table_->resolve(chain, item);
+  const CPDFArray* list = chain.as_array();
+  filter_count = list != nullptr ? list->count : chain.as_text() != nullptr ? 1 : 0;
+  filter[0] = 0;
+  if (filter_count == 0)
+    return;
+  table_->resolve(last, list != nullptr ? list->items + list->count - 1 : &chain);
+  const char* name = last.as_text();
+  for (const ShortName& known : kShortNames) {
+    if (name != nullptr && std::strcmp(name, known.name) == 0)
+      name = known.full;
+  }
+  const std::size_t len = std::min(name != nullptr ? std::strlen(name) : 0, sizeof(filter) - 1);
+  std::copy_n(name, len, filter);
+  filter[len] = 0;
+}
+
+bool CPDFImage::load(CPDFXRefTable& table, const CPDFObj& obj) {
+  table_ = &table;
+  stream_.copy_from(&obj);
+  const CPDFStreamRec* rec = stream_.as_stream();
+  if (rec == nullptr)
+    return false;
+  const auto number = [&](const char* key) {
+    Freed<CPDFObj> value;
+    table.resolve(value, rec->dict.get_item(key));
+    return std::max(value.to_int(), 0);
+  };
+  Freed<CPDFObj> kind;
+  table.resolve(kind, rec->dict.get_item(CPDFDictionary::sm_tag_subtype));
+  if (!kind.is_name("Image"))
+    return false;
+  width = number(CPDFDictionary::sm_tag_width);
+  height = number(CPDFDictionary::sm_tag_height);
+  bits = number(CPDFDictionary::sm_tag_bpc);
+  Freed<CPDFObj> mask;
+  table.resolve(mask, rec->dict.get_item("ImageMask"));
+  is_mask = mask.as_bool();
+  bits = is_mask ? 1 : bits;
+  table.resolve(colour_space, rec->dict.get_item(CPDFDictionary::sm_tag_cs));
+  table.resolve(decode, rec->dict.get_item("Decode"));
+  read_filter(rec->dict.get_item(CPDFDictionary::sm_tag_filter));
+  stored_length = rec->length > 0 ? rec->length : number(CPDFDictionary::sm_tag_length);
+  return true;
+}
+
+std::uint8_t* CPDFImage::load_encoded(std::int32_t& len) const {
+  len = 0;
+  const CPDFStreamRec* rec = stream_.as_stream();
+  if (rec == nullptr || filter_count <= 1)
+    return rec != nullptr ? table_->load_raw_data(rec, len) : nullptr;
+  CPDFStreamRec front;
+  const ScopeGuard clear([&front] { front.clear(); });
+  front.dict.copy_from(&rec->dict);
+  front.copy_location(*rec);
+  drop_last(*table_, front.dict, CPDFDictionary::sm_tag_filter);
+  drop_last(*table_, front.dict, "DecodeParms");
+  const std::unique_ptr<CPDFStream> decoder(table_->make_stream(&front));
+  return decoder != nullptr ? decoder->buffer_load(kMostEncoded, len) : nullptr;
+}
+
+CPDFStream* CPDFImage::open_samples() const {
+  return stream_.as_stream() != nullptr ? table_->make_stream(stream_.as_stream()) : nullptr;
+}

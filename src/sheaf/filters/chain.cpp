@@ -1,0 +1,202 @@
+// From a stream's record to its decoded bytes: the raw data, decrypted, then one decoder for each
+// filter. Only the last decoder stays live; those in front of it are run to their end one after
+// the other.
+#include <algorithm>
+#include <cstring>
+#include <memory>
+#include <new>
+
+#include "sheaf/base/heap.h"
+#include "sheaf/base/scope_guard.h"
+#include "sheaf/filters/decode_parms.h"
+#include "sheaf/filters/stream_filter.h"
+#include "sheaf/object/sec_hand.h"
+#include "sheaf/xref/xref_table.h"
+
+using namespace sheaf;
+
+namespace {
+
+constexpr int kMostStageBytes = 0x1000000;  // 16 MiB: a stage in front of the last is cut here
+constexpr std::int32_t kMostStages = 64;    // no real file comes near
+
+// A decoder's parameters may name a stream, whose decoder's parameters may name a stream again. One
+// level is what files have; these bounds hold for an outermost stream with all below it, so that a
+// stream among its own parameters costs neither the C stack nor time beyond measure. In bytes, the
+// stages may give eight times what the largest one may: real chains have two or three filters.
+constexpr std::int32_t kMostNestedStreams = 4;
+constexpr std::int64_t kMostChainWork = 8 * kMostStageBytes;
+constexpr std::int64_t kNestedStreamWork = 0x800000;  // what its reader may take from a nested stream
+constexpr int kLeastStageWork = 64 * 1024;
+
+// A block of `len` bytes from `offset`. What the source lacks behind its own end is zeros, as far
+// as it is no more than the source could hold: a length of gigabytes in a small file is cut.
+unsigned char* read_known(CQVStream* source, std::uint32_t offset, int& len) {
+  constexpr int kMostMissing = 64 * 1024;
+  if (len > kMostMissing) {  // the length of a file costs two seeks, which short streams are spared
+    const long long available = std::max(source->GetLen() - static_cast<long long>(offset), 0LL);
+    len = static_cast<int>(std::min<long long>(len, available + kMostMissing));
+  }
+  auto* block = static_cast<unsigned char*>(QVAlloc(static_cast<std::size_t>(len) + 1));
+  if (block == nullptr)
+    return nullptr;
+  source->SetPos(CQVStream::STR_SEEK_SET, offset);
+  const auto wanted = static_cast<unsigned>(len);
+  const unsigned got = std::min(source->Read(block, wanted), wanted);
+  std::memset(block + got, 0, wanted - got + 1);
+  return block;
+}
+
+// The raw data of a record whose length is not known: by the dictionary, or by searching the end.
+unsigned char* read_unknown(CPDFXRefTable& table, const CPDFStreamRec& rec, int& len) {
+  Freed<CPDFObj> stated;
+  table.resolve(stated, rec.dict.get_item(CPDFDictionary::sm_tag_length));
+  if (stated.tag == kTagInt) {
+    len = stated.as_int();
+    return len < 1 ? nullptr : read_known(rec.source, rec.offset, len);
+  }
+  rec.source->SetPos(CQVStream::STR_SEEK_SET, rec.offset);
+  return reinterpret_cast<unsigned char*>(CPDFXRefTable::read_stream_raw_data(rec.source, len));
+}
+
+unsigned char* decrypt(CPDFSecHand& hand, const PDF_REF& ref, unsigned char* raw, int& len) {
+  const HeapBlock<unsigned char> held(raw);
+  const int size = hand.get_dec_size(len);
+  if (size < 0)
+    return nullptr;
+  auto* plain = static_cast<unsigned char*>(QVAlloc(static_cast<std::size_t>(size) + 1));
+  if (plain == nullptr)
+    return nullptr;
+  int plain_len = 0;
+  hand.decrypt_data(ref.num, ref.gen, raw, len, plain, &plain_len);
+  len = std::clamp(plain_len, 0, size);
+  plain[len] = 0;
+  return plain;
+}
+
+CPDFStream* plain_stream(unsigned char* data, int len) {
+  auto* stream = new (std::nothrow) CPDFStream(data, len);
+  if (stream == nullptr)
+    QVFree(data);
+  return stream;
+}
+
+// The filters of one stream and their parameters.
+class FilterChain {
+public:
+  FilterChain(CPDFXRefTable& table, const CPDFStreamRec& rec) : table_(table), rec_(rec) {}
+
+  CPDFStream* build(unsigned char* data, int len) {
+    const CPDFObj* item = rec_.dict.get_item(CPDFDictionary::sm_tag_filter);
+    if (item == nullptr)
+      return plain_stream(data, len);
+    table_.resolve(filters_, item);
+    table_.resolve(parms_, rec_.dict.get_item("DecodeParms"));
+    const CPDFArray* names = filters_.as_array();
+    if (names == nullptr) {
+      // A single filter takes a dictionary only; an array of one beside it means no parameters.
+      return make(filters_, parms_.as_dict(), data, len);
+    }
+    return names->count == 0 ? plain_stream(data, len) : build_stages(*names, data, len);
+  }
+
+private:
+  CPDFStream* make(const CPDFObj& name, const CPDFDictionary* parms, unsigned char* data, int len) {
+    const char* text = name.as_text();
+    if (text == nullptr) {
+      QVFree(data);
+      return nullptr;
+    }
+    return table_.make_stream2(data, len, text, parms);
+  }
+
+  CPDFStream* make_stage(const CPDFArray& names, std::int32_t index, unsigned char* data, int len) {
+    Freed<CPDFObj> name;
+    Freed<CPDFObj> parms;
+    table_.resolve(name, names.get(index));
+    const CPDFArray* list = parms_.as_array();
+    table_.resolve(parms, list != nullptr ? list->get(index) : nullptr);
+    return make(name, parms.as_dict(), data, len);
+  }
+
+  // One name without a decoder makes the work of all the others useless.
+  bool all_known(const CPDFArray& names) {
+    for (std::int32_t i = 0; i < names.count; ++i) {
+      Freed<CPDFObj> name;
+      table_.resolve(name, names.get(i));
+      if (find_decoder(name.as_text()) == nullptr)
+        return false;
+    }
+    return true;
+  }
+
+  // Runs a stage to its end and releases it. Null also when the chain has cost too much.
+  unsigned char* run_stage(CPDFStream* stage, int& size) {
+    const std::unique_ptr<CPDFStream> held(stage);
+    const std::int64_t ceiling = table_.decoded_ceiling;
+    const int most = ceiling > 0 ? static_cast<int>(std::min<std::int64_t>(ceiling, kMostStageBytes)) : kMostStageBytes;
+    if (table_.chain_work > kMostChainWork)
+      return nullptr;
+    size = rec_.decoded_hint;
+    unsigned char* block = stage->buffer_load(most, size);
+    table_.chain_work += std::clamp(size, kLeastStageWork, kMostStageBytes);
+    return block;
+  }
+
+  CPDFStream* build_stages(const CPDFArray& names, unsigned char* data, int len) {
+    if (names.count > kMostStages || !all_known(names)) {
+      QVFree(data);
+      return nullptr;
+    }
+    CPDFStream* stage = make_stage(names, 0, data, len);
+    for (std::int32_t i = 1; i < names.count && stage != nullptr; ++i) {
+      int size = 0;
+      unsigned char* block = run_stage(stage, size);
+      stage = block != nullptr ? make_stage(names, i, block, size) : nullptr;
+    }
+    return stage;
+  }
+
+  CPDFXRefTable& table_;
+  const CPDFStreamRec& rec_;
+  Freed<CPDFObj> filters_;
+  Freed<CPDFObj> parms_;
+};
+
+}  // namespace
+
+unsigned char* CPDFXRefTable::load_raw_data(const CPDFStreamRec* rec, int& len) {
+  len = 0;
+  if (rec == nullptr || rec->source == nullptr || rec->length < 0)
+    return nullptr;
+  len = rec->length;
+  unsigned char* block = len != 0 ? read_known(rec->source, rec->offset, len) : read_unknown(*this, *rec, len);
+  if (block == nullptr || len < 1) {
+    QVFree(block);
+    return nullptr;
+  }
+  if (rec->plain == 0 && sec_filter[0] != 0 && sec_hand != nullptr)
+    return decrypt(*sec_hand, rec->ref, block, len);
+  return block;
+}
+
+CPDFStream* CPDFXRefTable::make_stream(const CPDFStreamRec* rec) {
+  if (stream_depth >= kMostNestedStreams || (stream_depth > 0 && chain_work > kMostChainWork))
+    return nullptr;
+  chain_work = stream_depth > 0 ? chain_work + kNestedStreamWork : 0;
+  ++stream_depth;
+  const ScopeGuard leave([this] { --stream_depth; });
+  int len = 0;
+  unsigned char* block = load_raw_data(rec, len);
+  return block != nullptr ? FilterChain(*this, *rec).build(block, len) : nullptr;
+}
+
+CPDFStream* CPDFXRefTable::make_stream2(CPDFXRefTable* table, unsigned char* data, int len, const char* name,
+                                        const CPDFDictionary* parms) {
+  const DecoderMaker maker = find_decoder(name);
+  if (maker == nullptr) {
+    QVFree(data);
+    return nullptr;
+  }
+  return maker(table, data, len, parms);
+}

@@ -1,0 +1,125 @@
+#include "sheaf/filters/flate.h"
+
+#include <algorithm>
+#include <cstring>
+#include <new>
+
+#include "sheaf/filters/predictor.h"
+
+using namespace sheaf;
+
+CPDFStreamFlate::CPDFStreamFlate(std::uint8_t* block, std::int32_t len) : CPDFStream2(block, len), zstream{} {
+  filter_type = kFilterFlate;
+  constexpr std::int32_t kExpansion = 4;
+  size_hint = len > INT32_MAX / kExpansion ? INT32_MAX : len * kExpansion;
+  inflateInit(&zstream);
+}
+
+CPDFStreamFlate::~CPDFStreamFlate() {
+  release();
+}
+
+void CPDFStreamFlate::release() {
+  out_end = out_pos = 0;
+  inflateEnd(&zstream);
+  zstream = {};
+  delete predictor;
+  predictor = nullptr;
+}
+
+void CPDFStreamFlate::close() {
+  release();
+  CPDFStream::close();
+}
+
+int CPDFStreamFlate::open(unsigned int predictor_kind, unsigned int columns, unsigned int colors,
+                          unsigned int bits_per_component) {
+  delete predictor;
+  predictor = nullptr;
+  if (predictor_kind != 1)
+    predictor = new (std::nothrow) CPDFPredictor(this, static_cast<int>(predictor_kind), static_cast<int>(columns),
+                                                 static_cast<int>(colors), static_cast<int>(bits_per_component));
+  out_end = out_pos = 0;
+  inflateEnd(&zstream);
+  zstream = {};
+  const int result = inflateInit(&zstream);
+  zstream.next_in = data;
+  zstream.avail_in = static_cast<uInt>(std::max(left, 0));
+  zstream.next_out = out_buf;
+  zstream.avail_out = kOutSize;
+  return result;
+}
+
+// Decodes the next piece into `out_buf`. False at the end of the data, whatever its reason:
+// damage, truncation and a proper end look the same to the caller.
+bool CPDFStreamFlate::refill() {
+  zstream.next_out = out_buf;
+  zstream.avail_out = kOutSize;
+  zstream.total_out = 0;
+  inflate(&zstream, Z_SYNC_FLUSH);
+  out_pos = 0;
+  out_end = static_cast<std::int32_t>(zstream.total_out);
+  return out_end != 0;
+}
+
+// Inflates whole pieces straight to `dst` while more input than `kKeptBack` is there. The result,
+// and where a cut stream ends, are those of one refill after the other: those stop between two
+// pieces once zlib has taken in all input, so the last of it is kept out of zlib's sight here.
+int CPDFStreamFlate::inflate_pieces(std::uint8_t* dst, int size) {
+  constexpr uInt kKeptBack = 256;
+  const int wanted = size - size % kOutSize;
+  if (wanted <= 0 || zstream.avail_in <= kKeptBack)
+    return 0;
+  zstream.next_out = dst;
+  zstream.avail_out = static_cast<uInt>(wanted);
+  zstream.avail_in -= kKeptBack;
+  inflate(&zstream, Z_SYNC_FLUSH);
+  zstream.avail_in += kKeptBack;
+  const int begun = (wanted - static_cast<int>(zstream.avail_out)) % kOutSize;
+  if (begun != 0) {
+    const auto rest = static_cast<uInt>(kOutSize - begun);
+    const uInt behind = zstream.avail_out - rest;
+    zstream.avail_out = rest;
+    inflate(&zstream, Z_SYNC_FLUSH);
+    zstream.avail_out += behind;
+  }
+  return wanted - static_cast<int>(zstream.avail_out);
+}
+
+int CPDFStreamFlate::get_char2() {
+  if (out_pos < out_end)
+    return out_buf[out_pos++];
+  if (zstream.avail_in == 0 || !refill())
+    return -1;
+  out_pos = 1;
+  return out_buf[0];
+}
+
+int CPDFStreamFlate::read_block2(void* dst, int size) {
+  auto* out = static_cast<std::uint8_t*>(dst);
+  int total = 0;
+  int available = out_end - out_pos;
+  // An exact fit refills too, one step early.
+  while (available <= size) {
+    if (available > 0)
+      std::memcpy(out, out_buf + out_pos, static_cast<std::size_t>(available));
+    out_pos = out_end;
+    const int direct = inflate_pieces(out + available, size - available);
+    total += available + direct;
+    if (zstream.avail_in == 0 || !refill())
+      return total;
+    size -= available + direct;
+    out += available + direct;
+    available = out_end;
+  }
+  if (size > 0)
+    std::memcpy(out, out_buf + out_pos, static_cast<std::size_t>(size));
+  out_pos += std::max(size, 0);
+  return total + std::max(size, 0);
+}
+
+int CPDFStreamFlate::read_block(void* dst, int size) {
+  if (out_pos >= out_end && left < 1)
+    return 0;
+  return predictor != nullptr ? predictor->read_block(dst, size) : read_block2(dst, size);
+}

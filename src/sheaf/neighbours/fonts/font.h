@@ -1,0 +1,33 @@
+// A font of a document, as the object layer sees it.
+#pragma once
+
+#include <cstdint>
+
+#include "sheaf/object/object.h"
+
+class CPDFXRefTable;
+
+class CPDFFont {
+public:
+  CPDFFont() = default;
+  CPDFFont(const CPDFFont&) = delete;
+  CPDFFont& operator=(const CPDFFont&) = delete;
+  virtual ~CPDFFont() { source.free(); }
+
+  /// Loads the font from what `pre_load` was given.
+  virtual void load_font() = 0;
+  /// Bits: 1 bold, 2 italic, 8 embed the font program.
+  virtual void set_font_style(int style) = 0;
+  /// Puts what the font needs into the document's objects; every save calls it first.
+  virtual void embed_flush() = 0;
+
+  /// Remembers the document (borrowed) and the font object, usually a reference (copied).
+  void pre_load(CPDFXRefTable* document, const CPDFObj* obj) {
+    table = document;
+    source.copy_from(obj);
+  }
+
+  std::uint64_t font_key = 0;
+  CPDFXRefTable* table = nullptr;
+  CPDFObj source{};
+};

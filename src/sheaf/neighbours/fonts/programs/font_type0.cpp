@@ -1,0 +1,204 @@
+#include "sheaf/neighbours/fonts/programs/font_type0.h"
+
+#include <cmath>
+#include <cstring>
+
+#include "sheaf/base/scope_guard.h"
+#include "sheaf/neighbours/fonts/programs/ft_font.h"
+#include "sheaf/object/array.h"
+#include "sheaf/object/dictionary.h"
+#include "sheaf/xref/xref_table.h"
+
+using namespace sheaf;
+
+namespace {
+
+constexpr int kBold = 1;
+constexpr int kItalic = 2;
+constexpr int kEmbed = 8;
+constexpr int kThousand = 1000;
+
+constexpr std::uint32_t kKnown = 0x10000;  // set in every entry that has been looked up
+constexpr std::uint32_t kCodeMask = 0xFFFF;
+constexpr std::uint32_t kLastCharacter = 0x10FFFF;
+
+constexpr char kEmbeddedPrefix[] = "QVFONT+";
+
+constexpr bool is_surrogate(std::uint32_t character) {
+  return character >= 0xD800 && character < 0xE000;
+}
+
+// Of two characters with one glyph, the one that people type wins: compatibility forms give way to
+// what they stand for, radicals to the ideograph, and else the older, lower number.
+constexpr bool is_second_choice(std::uint32_t character) {
+  return (character >= 0x2E80 && character < 0x2FE0) || (character >= 0xE000 && character < 0xFB00) ||
+         (character >= 0x2F800 && character < 0x2FA20) || character >= 0xF0000;
+}
+constexpr bool is_better(std::uint32_t character, std::uint32_t present) {
+  if (is_second_choice(character) != is_second_choice(present))
+    return is_second_choice(present);
+  return character < present;
+}
+static_assert(is_better(' ', 0xA0) && is_better(0x4E00, 0x2F00) && is_better(0x3A9, 0x2126));
+
+int fix_to_thousandths(QVFIX ems) {
+  return fix_round(ems * kThousand);
+}
+
+int to_thousandths(int units, int units_per_em) {
+  return static_cast<int>(std::lround(static_cast<double>(units) * kThousand / units_per_em));
+}
+
+// What the base font's name has around the name of the font: a tag when it is embedded, its style
+// when it is not.
+void bare_name(const char* base_font, int style, char* name, std::size_t size) {
+  if ((style & kEmbed) != 0 && std::strncmp(base_font, kEmbeddedPrefix, sizeof(kEmbeddedPrefix) - 1) == 0)
+    base_font += sizeof(kEmbeddedPrefix) - 1;
+  std::size_t length = std::strlen(base_font);
+  const char* const comma = std::strrchr(base_font, ',');
+  if ((style & kEmbed) == 0 && (style & (kBold | kItalic)) != 0 && comma != nullptr)
+    length = static_cast<std::size_t>(comma - base_font);
+  if (length >= size)
+    length = 0;
+  std::memcpy(name, base_font, length);
+  name[length] = 0;
+}
+
+}  // namespace
+
+CPDFFontType0::~CPDFFontType0() {
+  delete face_;
+  for (std::uint32_t i = 0; pages_ != nullptr && i < kPageCount; ++i)
+    QVFree(pages_[i]);
+  QVFree(pages_);
+  QVFree(text_of_);
+}
+
+void CPDFFontType0::set_font_style(int style) {
+  style_ = style;
+  if (face_ != nullptr)
+    face_->set_style(style & kBold, style & kItalic, vertical_);
+}
+
+void CPDFFontType0::load_font() {
+  if (table == nullptr)
+    return;
+  Freed<CPDFObj> top;
+  table->resolve(top, &source);
+  const CPDFDictionary* dict = top.as_dict();
+  if (dict == nullptr)
+    return;
+  const CPDFObj* const encoding = dict->get_item("Encoding");
+  vertical_ = encoding != nullptr && encoding->is_name("Identity-V");
+  if (const CPDFObj* map = dict->get_item("ToUnicode"))
+    to_unicode_ = map->as_ref();
+  Freed<CPDFObj> descendants;
+  table->resolve(descendants, dict->get_item("DescendantFonts"));
+  const CPDFArray* const fonts = descendants.as_array();
+  if (fonts != nullptr && fonts->count > 0)
+    cid_font_ = fonts->items[0].as_ref();
+  Freed<CPDFObj> cid;
+  table->get_entity(cid, cid_font_);
+  Freed<CPDFObj> descriptor;
+  if (cid.as_dict() != nullptr)
+    table->resolve(descriptor, cid.as_dict()->get_item(CPDFDictionary::sm_tag_fdes));
+  const CPDFObj* const file = descriptor.as_dict() != nullptr ? descriptor.as_dict()->get_item("FontFile2") : nullptr;
+  font_file_ = file != nullptr ? file->as_ref() : PDF_REF{0, 0};
+  const CPDFObj* const base_font = dict->get_item(CPDFDictionary::sm_tag_base_font);
+  char name[CPDFEnviroment::kPathSize];
+  if (base_font == nullptr || base_font->as_name() == nullptr || table->env == nullptr)
+    return;
+  bare_name(base_font->as_name(), style_, name, sizeof(name));
+  table->env->get_face_para(name, path_, index_);
+  if (path_[0] == 0 || index_ < 0)
+    return;
+  face_ = table->env->new_face(path_, index_);
+  if (face_ == nullptr)
+    return;
+  if (!make_tables()) {
+    delete face_;
+    face_ = nullptr;
+    return;
+  }
+  face_->set_style(style_ & kBold, style_ & kItalic, vertical_);
+  if (vertical_)
+    layout.load(*face_);
+}
+
+bool CPDFFontType0::make_tables() {
+  glyph_count_ = face_->glyph_count();
+  pages_ = static_cast<std::uint32_t**>(QVCalloc(kPageCount, sizeof(std::uint32_t*)));
+  text_of_ = static_cast<std::uint32_t*>(QVCalloc(glyph_count_, sizeof(std::uint32_t)));
+  return pages_ != nullptr && text_of_ != nullptr;
+}
+
+std::uint32_t CPDFFontType0::find_glyph(std::uint32_t character) {
+  if (character == 0 || character > kLastCharacter || is_surrogate(character))
+    return 0;
+  const std::uint32_t glyph = face_->glyph_index(character);
+  return vertical_ ? layout.vertical_form(glyph) : glyph;
+}
+
+bool CPDFFontType0::has_glyph(wchar_t character) {
+  return face_ != nullptr && find_glyph(static_cast<std::uint32_t>(character)) != 0;
+}
+
+// The entry of a character that is used for the first time; 0 when it cannot be remembered.
+std::uint32_t CPDFFontType0::add_character(std::uint32_t character) {
+  if (face_ == nullptr || character > kLastCharacter)
+    return 0;
+  std::uint32_t*& page = pages_[character / kPageSize];
+  if (page == nullptr)
+    page = static_cast<std::uint32_t*>(QVCalloc(kPageSize, sizeof(std::uint32_t)));
+  if (page == nullptr)
+    return 0;
+  const std::uint32_t glyph = find_glyph(character);
+  page[character % kPageSize] = kKnown | glyph;
+  if (glyph == 0)
+    return kKnown;
+  std::uint32_t& text = text_of_[glyph];
+  if (text == 0)
+    ++used_count_;
+  if (text == 0 || is_better(character, text)) {
+    text = character;
+    changed_ = true;
+  }
+  return kKnown | glyph;
+}
+
+int CPDFFontType0::encode(const wchar_t* text, int count, unsigned char* codes) {
+  int found = 0;
+  for (int i = 0; i < count; ++i) {
+    const char32_t character = static_cast<char32_t>(text[i]);
+    const std::uint32_t* const page =
+        face_ != nullptr && character <= kLastCharacter ? pages_[character / kPageSize] : nullptr;
+    std::uint32_t entry = page != nullptr ? page[character % kPageSize] : 0;
+    if (entry == 0)
+      entry = add_character(character);
+    codes[i * 2] = static_cast<unsigned char>(entry >> 8);
+    codes[i * 2 + 1] = static_cast<unsigned char>(entry);
+    found += (entry & kCodeMask) != 0;
+  }
+  return found;
+}
+
+int CPDFFontType0::glyph_width(unsigned code) {
+  if (code >= glyph_count_)
+    return fix_to_thousandths(default_width);
+  return to_thousandths(face_->advance(code), face_->units_per_em());
+}
+
+PDF_VERTICAL_METRICS CPDFFontType0::vertical_metrics(unsigned code) {
+  PDF_VERTICAL_METRICS metrics{fix_to_thousandths(default_vertical_advance), fix_to_thousandths(default_origin_x),
+                               fix_to_thousandths(default_origin_y)};
+  if (code >= glyph_count_)
+    return metrics;
+  metrics.origin_x = glyph_width(code) / 2;
+  int advance = 0;
+  int origin = 0;
+  if (face_->vertical_metrics(code, advance, origin)) {
+    metrics.advance = -to_thousandths(advance, face_->units_per_em());
+    metrics.origin_y = to_thousandths(origin, face_->units_per_em());
+  }
+  return metrics;
+}

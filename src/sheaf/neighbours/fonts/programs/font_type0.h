@@ -1,0 +1,102 @@
+// A composite font of a document, made from a font file: text becomes two-byte codes, which are glyph
+// numbers (Identity-H or -V; ISO 32000-1, 9.7), and every save brings the objects up to the glyphs used.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "sheaf/base/fixed.h"
+#include "sheaf/base/grow_array.h"
+#include "sheaf/neighbours/fonts/environment.h"
+#include "sheaf/neighbours/fonts/font.h"
+#include "sheaf/neighbours/fonts/programs/tt_layout.h"
+
+class CQVFTFont;
+class CQVStream;
+struct CQVTTCodesRec;
+
+/// Where a glyph stands in vertical text, in thousandths of the em (ISO 32000-1, 9.7.4.3).
+struct PDF_VERTICAL_METRICS {
+  int advance;   ///< Along the column; negative is downwards.
+  int origin_x;  ///< From the horizontal origin to the vertical one.
+  int origin_y;
+};
+
+/// A glyph in use and the character that it stands for.
+struct PDF_USED_GLYPH {
+  std::uint32_t glyph;
+  std::uint32_t text;  ///< 0 for glyph 0, which stands for no character.
+};
+
+class CPDFFontType0 final : public CPDFFont {
+public:
+  CPDFFontType0() = default;
+  ~CPDFFontType0() override;
+
+  static void* operator new(std::size_t size) noexcept { return QVAlloc(size); }
+  static void operator delete(void* block) { QVFree(block); }
+
+  /// Reads the font objects and opens the face that they name through the table's environment. A
+  /// font that is not found leaves no glyph to encode.
+  void load_font() override;
+  void set_font_style(int style) override;
+  /// Brings "W", "ToUnicode", in vertical fonts "DW2" and "W2", and with the embed bit the font
+  /// program up to the glyphs used so far. Nothing changes when no glyph has come since the last
+  /// time. Without memory the objects stay as they were, and the next save tries again.
+  void embed_flush() override;
+
+  /// Whether a face was found.
+  bool is_loaded() const { return face_ != nullptr; }
+  bool is_vertical() const { return vertical_; }
+  /// The font object that a page's resources name.
+  PDF_REF ref() const { return source.as_ref(); }
+  /// Whether the face has a glyph for `character`.
+  bool has_glyph(wchar_t character);
+  /// Turns `count` characters (Unicode scalar values) into codes of two bytes, high byte first, at
+  /// `codes`, and remembers the glyphs. A character without a glyph gives code 0. The result is how
+  /// many had one.
+  int encode(const wchar_t* text, int count, unsigned char* codes);
+  /// How many different glyphs have been used.
+  int used_count() const { return used_count_; }
+  /// The width of a code in thousandths of the em, as "W" says it.
+  int glyph_width(unsigned code);
+  /// The vertical metrics of a code, as "DW2" and "W2" say them.
+  PDF_VERTICAL_METRICS vertical_metrics(unsigned code);
+
+  // What holds where a face does not say otherwise, in ems.
+  QVFIX default_width = sheaf::kFixOne;
+  QVFIX default_vertical_advance = -sheaf::kFixOne;
+  QVFIX default_origin_x = sheaf::kFixHalf;
+  QVFIX default_origin_y = sheaf::fix_from_int(88) / 100;
+  CQVTTLayout layout;
+
+private:
+  static constexpr std::uint32_t kPageSize = 256;
+  static constexpr std::uint32_t kPageCount = 0x110000 / kPageSize;
+
+  bool find_face();
+  bool make_tables();
+  std::uint32_t add_character(std::uint32_t character);
+  std::uint32_t find_glyph(std::uint32_t character);
+
+  // font_type0_flush.cpp
+  bool collect_used(sheaf::GrowArray<PDF_USED_GLYPH>& used) const;
+  bool flush_metrics(const sheaf::GrowArray<PDF_USED_GLYPH>& used);
+  bool flush_to_unicode(const sheaf::GrowArray<PDF_USED_GLYPH>& used);
+  bool flush_program(const sheaf::GrowArray<PDF_USED_GLYPH>& used);
+  int write_program(CQVStream* out, const CQVTTCodesRec& codes);
+
+  int style_ = 0;
+  bool vertical_ = false;
+  bool changed_ = false;
+  int used_count_ = 0;
+  CQVFTFont* face_ = nullptr;
+  char path_[CPDFEnviroment::kPathSize]{};
+  int index_ = -1;
+  PDF_REF cid_font_{0, 0};
+  PDF_REF font_file_{0, 0};
+  PDF_REF to_unicode_{0, 0};
+  std::uint32_t** pages_ = nullptr;   // codes by character, in pages; an entry is 0 until it is used
+  std::uint32_t* text_of_ = nullptr;  // the character of each used glyph
+  std::uint32_t glyph_count_ = 0;
+};

@@ -1,0 +1,149 @@
+// What a save puts into the objects of a composite font: metrics, the way back to text, and the
+// subset of the font program (ISO 32000-1, 9.7.4.3, 9.10.3, 9.9).
+#include <algorithm>
+
+#include "sheaf/base/heap.h"
+#include "sheaf/base/scope_guard.h"
+#include "sheaf/neighbours/fonts/programs/font_type0.h"
+#include "sheaf/neighbours/fonts/programs/ft_font.h"
+#include "sheaf/neighbours/fonts/programs/glyph_metrics_internal.h"
+#include "sheaf/neighbours/fonts/programs/to_unicode_internal.h"
+#include "sheaf/neighbours/fonts/programs/tt_writer.h"
+#include "sheaf/object/array.h"
+#include "sheaf/object/dictionary.h"
+#include "sheaf/xref/xref_table.h"
+
+using namespace sheaf;
+
+namespace {
+
+constexpr int kEmbed = 8;
+constexpr int kStandardWidth = 1000;   // "DW" where a font does not say it
+constexpr int kStandardOriginY = 880;  // "DW2" likewise
+constexpr int kStandardAdvance = -1000;
+
+}  // namespace
+
+void CPDFFontType0::embed_flush() {
+  if (!changed_ || table == nullptr)
+    return;
+  GrowArray<PDF_USED_GLYPH> used;
+  if (collect_used(used) && flush_metrics(used) && flush_to_unicode(used) && flush_program(used))
+    changed_ = false;
+}
+
+// Glyph 0 is always there: it shows where a character had no glyph.
+bool CPDFFontType0::collect_used(GrowArray<PDF_USED_GLYPH>& used) const {
+  if (!used.push({0, 0}))
+    return false;
+  for (std::uint32_t glyph = 1; glyph < glyph_count_; ++glyph) {
+    if (text_of_[glyph] != 0 && !used.push({glyph, text_of_[glyph]}))
+      return false;
+  }
+  return true;
+}
+
+bool CPDFFontType0::flush_metrics(const GrowArray<PDF_USED_GLYPH>& used) {
+  Freed<CPDFObj> font;
+  table->get_entity(font, cid_font_);
+  CPDFDictionary* const dict = font.as_dict();
+  if (dict == nullptr)
+    return false;
+  GrowArray<GlyphMetrics> metrics;
+  for (const PDF_USED_GLYPH& glyph : used) {
+    const int width = glyph_width(glyph.glyph);
+    if (width != kStandardWidth && !metrics.push({static_cast<int>(glyph.glyph), {width, 0, 0}}))
+      return false;
+  }
+  Cleared<CPDFArray> widths;
+  put_compact(widths, metrics, 1);
+  dict->set_item("W", nullptr);
+  if (widths.count != 0)
+    dict->set_item_arr("W", &widths);
+  if (vertical_) {
+    metrics.clear();
+    for (const PDF_USED_GLYPH& glyph : used) {
+      const PDF_VERTICAL_METRICS v = vertical_metrics(glyph.glyph);
+      if (!metrics.push({static_cast<int>(glyph.glyph), {v.advance, v.origin_x, v.origin_y}}))
+        return false;
+    }
+    const VerticalDefault most = most_frequent(metrics);
+    Cleared<CPDFArray> default_pair;
+    default_pair.append_int(most.origin_y);
+    default_pair.append_int(most.advance);
+    dict->set_item("DW2", nullptr);
+    if (most.origin_y != kStandardOriginY || most.advance != kStandardAdvance)
+      dict->set_item_arr("DW2", &default_pair);
+    drop_default(metrics, most);
+    Cleared<CPDFArray> vertical;
+    put_compact(vertical, metrics, 3);
+    dict->set_item("W2", nullptr);
+    if (vertical.count != 0)
+      dict->set_item_arr("W2", &vertical);
+  }
+  return table->store_object(cid_font_, font);
+}
+
+bool CPDFFontType0::flush_to_unicode(const GrowArray<PDF_USED_GLYPH>& used) {
+  TTBytes text;
+  write_to_unicode(text, used);
+  int size = 0;
+  unsigned char* const packed =
+      text.ok() ? CPDFXRefTable::compress_data(text.data(), static_cast<int>(text.size()), size) : nullptr;
+  if (packed == nullptr)
+    return false;
+  const bool is_new = to_unicode_.num == 0;
+  if (is_new)
+    to_unicode_ = {table->alloc_obj_num(), 0};
+  CPDFStreamRec rec;
+  table->write_stream_autofree(to_unicode_, &rec, packed, static_cast<unsigned>(size));
+  rec.dict.set_item_name(CPDFDictionary::sm_tag_filter, CPDFDictionary::sm_tag_fdec);
+  rec.dict.set_item_int(CPDFDictionary::sm_tag_length, size);
+  table->store_stream(to_unicode_, rec);
+  if (!is_new)
+    return true;
+  Freed<CPDFObj> top;
+  table->get_entity(top, source.as_ref());
+  if (top.as_dict() == nullptr)
+    return false;
+  top.as_dict()->set_item_ref("ToUnicode", to_unicode_);
+  return table->store_object(source.as_ref(), top);
+}
+
+int CPDFFontType0::write_program(CQVStream* out, const CQVTTCodesRec& codes) {
+  CQVStreamFile file;
+  file.Open(path_);
+  CQVTTWriter writer;
+  if (file.file == nullptr || writer.Load2(&file, static_cast<unsigned>(index_)) != 0)
+    return 1;
+  return face_->is_styled() ? writer.SaveFontData2(out, face_, &codes) : writer.SaveFontData(out, &codes);
+}
+
+// The font program of a font that is not to be embedded stays the empty one that it is.
+bool CPDFFontType0::flush_program(const GrowArray<PDF_USED_GLYPH>& used) {
+  if ((style_ & kEmbed) == 0 || font_file_.num == 0)
+    return true;
+  GrowArray<std::uint16_t> glyphs;
+  for (const PDF_USED_GLYPH& glyph : used) {
+    if (!glyphs.push(static_cast<std::uint16_t>(glyph.glyph)))
+      return false;
+  }
+  const CQVTTCodesRec codes{glyphs.begin(), static_cast<std::uint32_t>(glyphs.size()), face_->needs_instructions()};
+  CQVStreamMem program;
+  if (write_program(&program, codes) != 0)
+    return false;
+  int size = 0;
+  unsigned char* const packed = CPDFXRefTable::compress_data(program.data, static_cast<int>(program.len), size);
+  if (packed == nullptr)
+    return false;
+  CPDFStreamRec rec;
+  rec.source = table->set_mem_stream(font_file_, packed, size);
+  rec.length = size;
+  rec.ref = font_file_;
+  rec.plain = 1;
+  rec.dict.set_item_name(CPDFDictionary::sm_tag_filter, CPDFDictionary::sm_tag_fdec);
+  rec.dict.set_item_int(CPDFDictionary::sm_tag_length, size);
+  rec.dict.set_item_int("Length1", static_cast<int>(program.len));
+  table->store_stream(font_file_, rec);
+  return true;
+}

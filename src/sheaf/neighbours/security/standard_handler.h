@@ -1,0 +1,78 @@
+// The standard security handler for reading (ISO 32000-1, 7.6; ISO 32000-2, 7.6): RC4 of 40 to 128
+// bits, crypt filters with RC4 and AES-128, and AES-256 of revisions 5 and 6.
+#pragma once
+
+#include "sheaf/base/grow_array.h"
+#include "sheaf/neighbours/security/key_material.h"
+#include "sheaf/object/sec_hand.h"
+
+class CPDFStandardSecHand : public CPDFSecHand {
+public:
+  enum class Outcome {
+    kNotTried,
+    kOpenedAsUser,
+    kOpenedAsOwner,
+    kNeedsPassword,     ///< The empty password does not open it, and no other was given.
+    kWrongPassword,     ///< Neither password is the one that was given.
+    kUnsupported,       ///< Another handler, or a version or filter that is not known.
+    kDamagedDictionary  ///< Entries that a key needs are missing or of the wrong kind.
+  };
+  enum class Method : std::uint8_t { kIdentity, kRC4, kAES128, kAES256 };
+
+  CPDFStandardSecHand() = default;
+  ~CPDFStandardSecHand() override;
+
+  void set_password(const char* utf8) override;
+  std::uint32_t get_permissions() const override;
+  int get_dec_size(int len) override;
+  /// Tries the empty password first, then the one that was set, as user's and as owner's.
+  int authorize(const PDF_String* id0, const CPDFDictionary* encrypt_dict) override;
+  void decrypt_data(int num, int gen, const unsigned char* src, int len, unsigned char* dst, int* out_len) override;
+  void decrypt_string(int num, int gen, const unsigned char* src, int len, unsigned char* dst, int* out_len) override;
+  int prepare_stream(int num, int gen, const CPDFDictionary* dict) override;
+
+  Outcome outcome() const { return outcome_; }
+  Method stream_method() const { return streams_; }
+  Method string_method() const { return strings_; }
+  /// Of embedded files.
+  Method file_method() const { return files_; }
+  /// Of the crypt filter with that name; unknown names mean none.
+  Method filter_method(const char* name) const;
+  const sheaf::KeyParameters& parameters() const { return para_; }
+  const sheaf::FileKey& file_key() const { return key_; }
+
+  /// "RC4", "AES-128", "AES-256" or "none".
+  static const char* method_name(Method method);
+
+private:
+  struct CryptFilter {
+    char name[32];
+    Method method;
+  };
+  // A stream with a method of its own. Data are read soon after their dictionary, so that the
+  // last few of them suffice.
+  struct NamedStream {
+    std::int32_t num;
+    Method method;
+  };
+
+  bool read_parameters(const PDF_String* id0, const CPDFDictionary& dict);
+  bool read_crypt_filters(const CPDFDictionary& dict);
+  bool try_password(const char* utf8);
+  void remember_method(int num, Method method);
+  Method method_of(int num) const;
+  void decrypt(Method method, int num, int gen, const unsigned char* src, int len, unsigned char* dst, int* out_len);
+
+  sheaf::KeyParameters para_;
+  sheaf::GrowArray<unsigned char> id_;
+  sheaf::FileKey key_;
+  Outcome outcome_ = Outcome::kNotTried;
+  Method streams_ = Method::kRC4;
+  Method strings_ = Method::kRC4;
+  Method files_ = Method::kRC4;
+  sheaf::GrowArray<CryptFilter> filters_;
+  static constexpr std::size_t kNamedStreams = 64;
+  sheaf::GrowArray<NamedStream> named_;
+  std::size_t next_named_ = 0;
+  char* password_ = nullptr;
+};

@@ -1,0 +1,484 @@
+#include "sheaf/object/token_reader_internal.h"
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+
+#include "sheaf/base/chars.h"
+
+namespace sheaf {
+
+namespace {
+
+constexpr unsigned kFractionDigits = 10;  // a QVFIX has room for the effect of no more
+constexpr unsigned kFewDigits = 9;        // so many can never leave 32 bits
+constexpr std::int64_t kIntegerLimit = std::int64_t{1} << (63 - kFixBits);  // integer part of a QVFIX
+
+constexpr std::int64_t kPowersOfTen[kFractionDigits + 1] = {
+    1, 10, 100, 1000, 10000, 100000, 1000000, 10000000, 100000000, 1000000000, 10000000000};
+
+// Digits of one number while they are read.
+struct Digits {
+  std::int64_t whole = 0;
+  std::int64_t fraction = 0;
+  unsigned fraction_digits = 0;
+
+  void add_whole(char c) {
+    if (whole < kIntegerLimit)
+      whole = whole * 10 + (c - '0');
+  }
+  void add_fraction(char c) {
+    if (fraction_digits == kFractionDigits)
+      return;
+    fraction = fraction * 10 + (c - '0');
+    ++fraction_digits;
+  }
+  // What does not fit becomes the largest or the smallest value there is.
+  QVFIX real(bool negative) const {
+    if (whole >= kIntegerLimit)
+      return negative ? INT64_MIN : INT64_MAX;
+    const std::int64_t scale = kPowersOfTen[fraction_digits];
+    const QVFIX part = (fraction * kFixOne + scale / 2) / scale;
+    const QVFIX base = fix_from_int(whole);
+    const QVFIX size = base > INT64_MAX - part ? INT64_MAX : base + part;
+    return negative ? -size : size;
+  }
+};
+
+constexpr bool is_number_start(char c) {
+  return is_digit(c) || c == '+' || c == '-' || c == '.';
+}
+
+// Whether a number that `c` follows ends there for certain.
+constexpr bool ends_number(char c) {
+  return !is_number_start(c) && c != 'e' && c != 'E';
+}
+
+// The characters of a literal string that stand for more than themselves.
+constexpr std::array<bool, 256> kStringMarks = []() {
+  std::array<bool, 256> table{};
+  for (const char c : {'(', ')', '\\', '\r'})
+    table[static_cast<unsigned char>(c)] = true;
+  return table;
+}();
+
+constexpr std::array<std::int8_t, 256> kHexValues = []() {
+  std::array<std::int8_t, 256> table{};
+  for (unsigned c = 0; c < table.size(); ++c)
+    table[c] = static_cast<std::int8_t>(hex_value(static_cast<char>(c)));
+  return table;
+}();
+
+const char* skip_digits(const char* at) {
+  while (is_digit(*at))
+    ++at;
+  return at;
+}
+
+}  // namespace
+
+// Makes `count` bytes contiguous, as far as there are so many. The source is not asked again when
+// it had no more: at the end of a file each question is a call of the system.
+void TokenReader::need(unsigned count) {
+  if (buf_.buf_pos + count <= buf_.buf_len || drained_)
+    return;
+  buf_.buf_need(count);
+  drained_ = buf_.buf_pos + count > buf_.buf_len;
+}
+
+int TokenReader::peek() {
+  if (buf_.buf_pos >= buf_.buf_len) {
+    if (!drained_)
+      buf_.buf_refill();
+    if (drained_ || buf_.buf_len == 0)
+      return -1;
+  }
+  return static_cast<unsigned char>(buf_.buf_data[buf_.buf_pos]);
+}
+
+bool TokenReader::skip_space() {
+  for (;;) {
+    if (!buf_.buf_skip_ws(true))
+      return false;
+    if (buf_.buf_data[buf_.buf_pos] != '%')
+      return true;
+    for (int c = peek(); c != -1 && c != '\r' && c != '\n'; c = peek())
+      take();
+  }
+}
+
+bool TokenReader::at_keyword(std::string_view word) {
+  need(static_cast<unsigned>(word.size()) + 1);
+  const char* const at = here();
+  return std::strncmp(at, word.data(), word.size()) == 0 && !is_regular(at[word.size()]);
+}
+
+Token TokenReader::next(CPDFObj& value) {
+  if (!skip_space())
+    return Token::kEnd;
+  const char c = *here();
+  if (is_number_start(c)) {
+    read_number(value);
+    return Token::kValue;
+  }
+  switch (c) {
+    case '/':
+      read_name();
+      return Token::kName;
+    case '(':
+      read_literal_string(value);
+      return Token::kValue;
+    case '[':
+      take();
+      return Token::kArrayOpen;
+    case ']':
+      take();
+      return Token::kArrayClose;
+    case '<':
+      need(2);
+      if (here()[1] == '<') {
+        buf_.buf_pos += 2;
+        return Token::kDictOpen;
+      }
+      read_hex_string(value);
+      return Token::kValue;
+    case '>':
+      need(2);
+      if (here()[1] == '>') {
+        buf_.buf_pos += 2;
+        return Token::kDictClose;
+      }
+      return read_stray();
+    case '{':
+    case '}':
+    case ')':
+      return read_stray();
+    default:
+      return read_keyword(value);
+  }
+}
+
+// A delimiter that nothing opened counts as a keyword of one character.
+Token TokenReader::read_stray() {
+  keyword_pos_ = buf_.buf_pos;
+  keyword = {here(), 1};
+  take();
+  return Token::kKeyword;
+}
+
+Token TokenReader::read_keyword(CPDFObj& value) {
+  need(kLookAhead);
+  keyword_pos_ = buf_.buf_pos;
+  const char* at = here();
+  while (is_regular(*at))
+    ++at;
+  keyword = {here(), static_cast<std::size_t>(at - here())};
+  move_to(at);
+  if (keyword == "true" || keyword == "false") {
+    value.set_bool(keyword.size() == 4 ? 1 : 0);
+    return Token::kValue;
+  }
+  if (keyword == "null") {
+    value.free();
+    return Token::kValue;
+  }
+  if (keyword.size() < kLookAhead)
+    return Token::kKeyword;
+  // So long a keyword has no meaning; what is left of it must not be taken for another one.
+  keyword = {};
+  for (int c = peek(); c != -1 && is_regular(static_cast<char>(c)); c = peek())
+    take();
+  return Token::kKeyword;
+}
+
+// The forms that nearly all numbers have, in one piece: an optional minus, a few digits, a point
+// and a few digits more.
+void TokenReader::read_number(CPDFObj& value) {
+  need(kLookAhead);
+  const char* const start = here();
+  const bool negative = *start == '-';
+  const char* const first = start + (negative ? 1 : 0);
+  const char* at = first;
+  std::uint32_t whole = 0;
+  for (; is_digit(*at); ++at)
+    whole = whole * 10 + static_cast<std::uint32_t>(*at - '0');
+  if (at == first || at > first + kFewDigits)
+    return read_odd_number(value);
+  if (*at == '.') {
+    const char* const point = at;
+    Digits digits{whole, 0, 0};
+    for (++at; is_digit(*at); ++at)
+      digits.add_fraction(*at);
+    if (at > point + kFewDigits || at == limit() || !ends_number(*at))
+      return read_odd_number(value);
+    move_to(at);
+    value.set_real(digits.real(negative));
+    return;
+  }
+  if (at == limit() || !ends_number(*at))
+    return read_odd_number(value);
+  move_to(at);
+  std::int32_t gen = 0;
+  if (!negative && take_after_number("R", gen))
+    value.set_ref({static_cast<std::int32_t>(whole), gen});
+  else
+    value.set_int(static_cast<std::int32_t>(negative ? 0 - whole : whole));
+}
+
+void TokenReader::read_odd_number(CPDFObj& value) {
+  bool negative = false;
+  bool plain = true;  // nothing but digits, so that a reference can begin here
+  int c = peek();
+  for (; c == '+' || c == '-'; c = peek()) {
+    // Of several signs a minus wins, as other readers have it.
+    negative = negative || c == '-';
+    plain = false;
+    take();
+  }
+  Digits digits;
+  for (; c != -1 && is_digit(static_cast<char>(c)); c = peek()) {
+    digits.add_whole(static_cast<char>(c));
+    take();
+  }
+  const bool real = c == '.';
+  if (real) {
+    take();
+    for (c = peek(); c != -1 && (is_digit(static_cast<char>(c)) || c == '-'); c = peek()) {
+      // A minus inside the digits is passed over.
+      if (c != '-')
+        digits.add_fraction(static_cast<char>(c));
+      take();
+    }
+  }
+  skip_number_rest();
+  const std::int64_t most = negative ? -std::int64_t{INT32_MIN} : INT32_MAX;
+  if (real || digits.whole > most) {
+    value.set_real(digits.real(negative));
+    return;
+  }
+  const auto whole = static_cast<std::int32_t>(negative ? -digits.whole : digits.whole);
+  std::int32_t gen = 0;
+  if (plain && take_after_number("R", gen))
+    value.set_ref({whole, gen});
+  else
+    value.set_int(whole);
+}
+
+// What hangs on a number without belonging to it: further dots, signs and digits, an exponent. A
+// letter that is no exponent begins the next token, as in "5endobj".
+void TokenReader::skip_number_rest() {
+  for (;;) {
+    const int c = peek();
+    if (c == -1)
+      return;
+    if (is_number_start(static_cast<char>(c))) {
+      take();
+      continue;
+    }
+    if (c != 'e' && c != 'E')
+      return;
+    need(3);
+    const char* const at = here();
+    const bool exponent = is_digit(at[1]) || ((at[1] == '+' || at[1] == '-') && is_digit(at[2]));
+    if (!exponent)
+      return;
+    buf_.buf_pos += 2;
+  }
+}
+
+// Passes white space, a number and `word`, when they stand at the position.
+bool TokenReader::take_after_number(std::string_view word, std::int32_t& gen) {
+  const auto skip_gap = [this](const char* at) {
+    while (at < limit() && is_wide_space(*at))
+      ++at;
+    return at;
+  };
+  need(kLookAhead);
+  const char* number = skip_gap(here());
+  if (!is_digit(*number) && number != limit())
+    return false;
+  const char* at = skip_gap(skip_digits(number));
+  if (limit() - at < static_cast<std::ptrdiff_t>(word.size()) && !drained_) {
+    // So wide gaps are rare, but the white space of a buffer is no limit to a reference.
+    need(CPDFBuf::kFill);
+    number = skip_gap(here());
+    at = skip_gap(skip_digits(number));
+  }
+  if (number == here() || !is_digit(*number))
+    return false;
+  if (limit() - at < static_cast<std::ptrdiff_t>(word.size()) || std::memcmp(at, word.data(), word.size()) != 0)
+    return false;
+  // "R" must be a word of its own; what follows "obj" is not looked at.
+  at += word.size();
+  if (word.size() == 1 && is_regular(*at))
+    return false;
+  // Objects are found by their numbers alone, so a generation out of range does no harm.
+  std::int64_t value = 0;
+  for (; is_digit(*number); ++number)
+    value = std::min<std::int64_t>(value * 10 + (*number - '0'), INT32_MAX);
+  gen = static_cast<std::int32_t>(value);
+  move_to(at);
+  return true;
+}
+
+void TokenReader::read_name() {
+  take();
+  const char* const start = here();
+  const char* at = start;
+  while (is_regular(*at) && *at != '#')
+    ++at;
+  if (at >= limit() || *at == '#') {
+    collect_name();
+    return;
+  }
+  name = {start, static_cast<std::size_t>(at - start)};
+  move_to(at);
+}
+
+void TokenReader::collect_name() {
+  text_.clear();
+  for (int c = peek(); c != -1 && is_regular(static_cast<char>(c)); c = peek()) {
+    if (c != '#') {
+      text_.push(static_cast<char>(c));
+      take();
+      continue;
+    }
+    need(3);
+    const int high = hex_value(here()[1]);
+    const int low = high < 0 ? -1 : hex_value(here()[2]);
+    // A name cannot hold a NUL, and a "#" without two digits stands for itself.
+    const bool coded = low >= 0 && high * 16 + low != 0;
+    text_.push(coded ? static_cast<char>(high * 16 + low) : '#');
+    buf_.buf_pos += coded ? 3 : 1;
+  }
+  name = {text_.data(), text_.size()};
+}
+
+void TokenReader::keep_text(CPDFObj& value, const char* bytes, std::size_t count) const {
+  if (texts_)
+    value.set_string(bytes, static_cast<int>(count));
+  else
+    value.free();
+}
+
+void TokenReader::read_literal_string(CPDFObj& value) {
+  take();
+  text_.clear();
+  for (std::uint64_t depth = 1; depth > 0 && peek() != -1;) {
+    const char* const start = here();
+    const char* const end = limit();
+    const char* at = start;
+    for (; at < end; ++at) {
+      const auto c = static_cast<unsigned char>(*at);
+      if (!kStringMarks[c])
+        continue;
+      if (c == '(')
+        ++depth;
+      else if (c != ')' || --depth == 0)
+        break;
+    }
+    move_to(at);
+    if (depth == 0 && text_.size() == 0) {
+      keep_text(value, start, static_cast<std::size_t>(at - start));
+      take();
+      return;
+    }
+    if (texts_)
+      text_.append(start, static_cast<std::size_t>(at - start));
+    if (at == end)
+      continue;
+    const char mark = *at;
+    take();
+    if (mark == '\\' && !read_escape())
+      break;
+    if (mark == '\r') {
+      // Any line end inside a string reads as a line feed.
+      text_.push('\n');
+      if (peek() == '\n')
+        take();
+    }
+  }
+  keep_text(value, text_.data(), text_.size());
+}
+
+// Behind a backslash. False at the end of the data.
+bool TokenReader::read_escape() {
+  const int c = peek();
+  if (c == -1)
+    return false;
+  take();
+  switch (c) {
+    case 'n':
+      text_.push('\n');
+      return true;
+    case 'r':
+      text_.push('\r');
+      return true;
+    case 't':
+      text_.push('\t');
+      return true;
+    case 'b':
+      text_.push('\b');
+      return true;
+    case 'f':
+      text_.push('\f');
+      return true;
+    case '\r':
+      if (peek() == '\n')
+        take();
+      return true;
+    case '\n':
+      return true;
+    default:
+      if (c >= '0' && c <= '7')
+        read_octal(c);
+      else
+        text_.push(static_cast<char>(c));
+      return true;
+  }
+}
+
+void TokenReader::read_octal(int first) {
+  int code = first - '0';
+  for (int i = 0; i < 2; ++i) {
+    const int c = peek();
+    if (c < '0' || c > '7')
+      break;
+    code = code * 8 + (c - '0');
+    take();
+  }
+  text_.push(static_cast<char>(code & 0xFF));
+}
+
+void TokenReader::read_hex_string(CPDFObj& value) {
+  take();
+  text_.clear();
+  char piece[CPDFBuf::kFill / 2 + 1];
+  int high = -1;
+  for (bool open = true; open && peek() != -1;) {
+    const char* at = here();
+    const char* const end = limit();
+    char* out = piece;
+    for (; at < end && *at != '>'; ++at) {
+      const int digit =
+          kHexValues[static_cast<unsigned char>(*at)];  // NOLINT(bugprone-signed-char-misuse,cert-str34-c): -1 is none
+      if (digit < 0)
+        continue;  // white space and junk
+      if (high < 0) {
+        high = digit;
+        continue;
+      }
+      *out++ = static_cast<char>(high * 16 + digit);
+      high = -1;
+    }
+    open = at == end;
+    move_to(open ? at : at + 1);
+    if (texts_)
+      text_.append(piece, static_cast<std::size_t>(out - piece));
+  }
+  if (high >= 0)
+    text_.push(static_cast<char>(high * 16));
+  keep_text(value, text_.data(), text_.size());
+}
+
+}  // namespace sheaf

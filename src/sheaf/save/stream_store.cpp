@@ -1,0 +1,183 @@
+// Where the bytes of new and replaced streams wait until the next save: at the end of the
+// temporary file when the caller has set one up, in the table's list of memory streams if not.
+#include <algorithm>
+#include <cstring>
+#include <new>
+
+#include "sheaf/base/heap.h"
+#include "sheaf/base/scope_guard.h"
+#include "sheaf/xref/xref_table.h"
+
+using namespace sheaf;
+
+namespace {
+
+constexpr std::int32_t kMemStreamStep = 8;
+constexpr std::uint32_t kIndexStep = 1024;
+constexpr std::uint32_t kIndexLimit = 1u << 26;  // numbers beyond this are searched for one by one
+
+CPDFStreamRec& fill_record(CPDFStreamRec& rec, const PDF_REF& ref, CQVStream* source, std::uint32_t offset,
+                           unsigned len) {
+  rec.offset = offset;
+  rec.length = static_cast<std::int32_t>(len);
+  rec.ref = ref;
+  rec.decoded_hint = 0;
+  rec.plain = 1;  // held bytes are never encrypted; that happens when the object is printed
+  rec.source = source;
+  rec.dict.set_item_int(CPDFDictionary::sm_tag_length, static_cast<int>(len));
+  return rec;
+}
+
+// Appends to the temporary file; false when there is none or when its end lies beyond 32 bits.
+bool append_to_temp(CQVStreamFile& temp, const void* data, unsigned len, std::uint32_t& offset) {
+  if (temp.file == nullptr)
+    return false;
+  std::fseek(temp.file, 0, SEEK_END);
+  const long long end = std::ftell(temp.file) - temp.base_offset;
+  if (end < 0 || end > static_cast<long long>(UINT32_MAX) - len)
+    return false;
+  offset = static_cast<std::uint32_t>(end);
+  // A disk that is full shows up here at the latest; the bytes then stay in memory.
+  return std::fwrite(data, 1, len, temp.file) == len && std::fflush(temp.file) == 0;
+}
+
+CQVStreamMemFix* new_view(unsigned char* data, int len) {
+  auto* view = new (std::nothrow) CQVStreamMemFix;
+  if (view != nullptr)
+    view->Open(data, len);
+  return view;
+}
+
+// The list is short in most documents, but a caller without a temporary file may make a hundred
+// thousand streams: entries are found by number through an index, not by a walk.
+bool index_reaches(CPDFXRefTable& table, std::uint32_t num) {
+  if (num < table.mem_stream_index_size)
+    return true;
+  if (num >= kIndexLimit)
+    return false;
+  const std::uint32_t doubled = table.mem_stream_index_size * 2;
+  std::uint32_t size = (num / kIndexStep + 1) * kIndexStep;
+  size = size > doubled ? size : doubled;
+  void* grown = QVRealloc(table.mem_stream_index, std::size_t{size} * sizeof(std::int32_t));
+  if (grown == nullptr)
+    return false;
+  table.mem_stream_index = static_cast<std::int32_t*>(grown);
+  std::memset(table.mem_stream_index + table.mem_stream_index_size, 0,
+              std::size_t{size - table.mem_stream_index_size} * sizeof(std::int32_t));
+  table.mem_stream_index_size = size;
+  return true;
+}
+
+PDF_MEMSTREAM* find_mem_stream(const CPDFXRefTable& table, std::int32_t num) {
+  const auto index = static_cast<std::uint32_t>(num);
+  if (index < table.mem_stream_index_size) {
+    const std::int32_t entry = table.mem_stream_index[index];
+    return entry > 0 ? table.mem_streams + entry - 1 : nullptr;
+  }
+  for (std::int32_t i = 0; i < table.mem_stream_count; ++i) {
+    if (table.mem_streams[i].ref.num == num)
+      return table.mem_streams + i;
+  }
+  return nullptr;
+}
+
+PDF_MEMSTREAM* append_mem_stream(CPDFXRefTable& table) {
+  if (table.mem_stream_count >= table.mem_stream_capacity) {
+    const std::int32_t capacity = table.mem_stream_capacity + kMemStreamStep;
+    if (capacity > table.mem_stream_room) {
+      const std::int32_t room = std::max(capacity, table.mem_stream_room + table.mem_stream_room / 2);
+      void* grown = QVRealloc(table.mem_streams, static_cast<std::size_t>(room) * sizeof(PDF_MEMSTREAM));
+      if (grown == nullptr)
+        return nullptr;
+      table.mem_streams = static_cast<PDF_MEMSTREAM*>(grown);
+      table.mem_stream_room = room;
+    }
+    table.mem_stream_capacity = capacity;
+  }
+  return table.mem_streams + table.mem_stream_count++;
+}
+
+// The object that was stored with the block before must not be left with a stream that is gone, should
+// the new one never be stored.
+void point_record_at(CPDFXRefTable& table, std::int32_t num, const CQVStream* old, CQVStream* fresh) {
+  const auto at = static_cast<std::uint32_t>(num);
+  if (num < 0 || at >= table.xref_count || table.xref_items[at].type != 3 || table.xref_items[at].gen == -1 ||
+      table.xref_items[at].offset >= table.new_obj_count)
+    return;
+  CPDFStreamRec* const rec = table.new_objs[table.xref_items[at].offset].obj.as_stream();
+  if (rec != nullptr && rec->source == old)
+    rec->source = fresh;
+}
+
+}  // namespace
+
+CQVStream* CPDFXRefTable::set_mem_stream(const PDF_REF& ref, unsigned char* data, int len) {
+  CQVStreamMemFix* view = new_view(data, len);
+  if (view == nullptr) {
+    QVFree(data);
+    return nullptr;
+  }
+  if (PDF_MEMSTREAM* entry = find_mem_stream(*this, ref.num)) {
+    point_record_at(*this, ref.num, entry->stream, view);
+    QVFree(entry->data);
+    delete entry->stream;
+    entry->data = data;
+    entry->stream = view;
+    return view;
+  }
+  const bool indexed = index_reaches(*this, static_cast<std::uint32_t>(ref.num));
+  PDF_MEMSTREAM* entry = append_mem_stream(*this);
+  if (entry == nullptr) {
+    delete view;
+    QVFree(data);
+    return nullptr;
+  }
+  *entry = {ref, view, data};
+  if (indexed)
+    mem_stream_index[ref.num] = mem_stream_count;
+  return view;
+}
+
+void CPDFXRefTable::write_stream(const PDF_REF& ref, CPDFStreamRec* rec, const void* data, unsigned int len) {
+  if (len > INT32_MAX)
+    return;
+  std::uint32_t offset = 0;
+  if (append_to_temp(temp_stream, data, len, offset)) {
+    fill_record(*rec, ref, &temp_stream, offset, len);
+    return;
+  }
+  auto* block = static_cast<unsigned char*>(QVAlloc(len));
+  if (block == nullptr)
+    return;
+  if (len > 0)
+    std::memcpy(block, data, len);
+  CQVStream* source = set_mem_stream(ref, block, static_cast<int>(len));
+  fill_record(*rec, ref, source, 0, len);
+}
+
+void CPDFXRefTable::write_stream_autofree(const PDF_REF& ref, CPDFStreamRec* rec, void* data, unsigned int len) {
+  if (len > INT32_MAX) {
+    QVFree(data);
+    return;
+  }
+  std::uint32_t offset = 0;
+  if (append_to_temp(temp_stream, data, len, offset)) {
+    fill_record(*rec, ref, &temp_stream, offset, len);
+    QVFree(data);
+    return;
+  }
+  CQVStream* source = set_mem_stream(ref, static_cast<unsigned char*>(data), static_cast<int>(len));
+  fill_record(*rec, ref, source, 0, len);
+}
+
+void CPDFXRefTable::write_stream(const PDF_REF& ref, CPDFStreamRec* rec, CQVStream* src) {
+  const auto len = static_cast<std::uint32_t>(src->GetLen());
+  HeapBlock<unsigned char> block(static_cast<unsigned char*>(QVAlloc(len)));
+  if (!block)
+    return;
+  // The stream is read from where it stands; what it cannot deliver of its length is zeros.
+  const unsigned got = src->Read(block.get(), len);
+  if (got < len)
+    std::memset(block.get() + got, 0, len - got);
+  write_stream_autofree(ref, rec, block.release(), len);
+}

@@ -1,0 +1,260 @@
+// The table's life: growth of its arrays, numbers for new objects, and the release of everything.
+
+#include <cstring>
+#include <new>
+
+#include "sheaf/base/heap.h"
+#include "sheaf/neighbours/fonts/environment.h"
+#include "sheaf/xref/xref_table.h"
+
+using namespace sheaf;
+
+namespace {
+
+constexpr std::uint32_t kNewObjStep = 32;
+constexpr std::uint32_t kMostRepairs = 1024;  // reports need no more
+constexpr std::uint32_t kRepairStep = 32;
+
+// Entries cost memory before any object is read, so a number that a file of this length cannot
+// justify is refused. Objects in the file take several bytes each and those in object streams can
+// compress well, so eight numbers a byte are generous; small files may still number their objects
+// in the millions.
+constexpr std::uint32_t kLeastMaxObjNum = (1u << 22) + 256;
+constexpr std::uint64_t kNumbersPerByte = 8;
+constexpr std::uint32_t kMostObjNum = 0x7FFFFF00;
+
+// How many entries the block takes for `count`: exactly these when a section tells the size, and
+// some more when a large table grows by a little, as it does number by number.
+std::uint32_t room_for(std::uint32_t count, std::uint32_t present) {
+  const bool by_a_little = count - present < present / 8;
+  return by_a_little ? present + present / 4 : count;
+}
+
+// The capacity goes up by fixed steps; behind it the block grows by half, so that a document with a
+// hundred thousand new objects does not move them every 32.
+bool make_slots(CPDFXRefTable& table, std::uint32_t capacity) {
+  if (capacity <= table.new_obj_room)
+    return true;
+  const std::uint32_t half_more = table.new_obj_room + table.new_obj_room / 2;
+  const std::uint32_t room = capacity > half_more ? capacity : half_more;
+  void* grown = QVRealloc(table.new_objs, std::size_t{room} * sizeof(PDF_NEWOBJ));
+  if (grown == nullptr)
+    return false;
+  table.new_objs = static_cast<PDF_NEWOBJ*>(grown);
+  table.new_obj_room = room;
+  return true;
+}
+
+template <class T, class Count>
+void release(T*& items, Count& count, Count& capacity) {
+  QVFree(items);
+  items = nullptr;
+  count = capacity = 0;
+}
+
+}  // namespace
+
+CPDFXRefTable::~CPDFXRefTable() {
+  XRefFree();
+}
+
+std::uint32_t CPDFXRefTable::max_obj_num() const {
+  const long long length = stream != nullptr ? stream->GetLen() : 0;
+  if (length <= 0)
+    return kLeastMaxObjNum;
+  const std::uint64_t justified = static_cast<std::uint64_t>(length) * kNumbersPerByte;
+  if (justified <= kLeastMaxObjNum)
+    return kLeastMaxObjNum;
+  return justified < kMostObjNum ? static_cast<std::uint32_t>(justified) : kMostObjNum;
+}
+
+bool CPDFXRefTable::grow_xref_items(std::uint32_t new_count, bool sets_next) {
+  if (new_count <= xref_count)
+    return true;
+  if (new_count > xref_room) {
+    const std::uint32_t room = room_for(new_count, xref_count);
+    void* grown = QVRealloc(xref_items, std::size_t{room} * sizeof(PDF_XREF));
+    if (grown == nullptr) {
+      QVFree(xref_items);
+      xref_items = nullptr;
+      xref_count = xref_room = 0;
+      entries_lost = 1;
+      return false;
+    }
+    xref_items = static_cast<PDF_XREF*>(grown);
+    xref_room = room;
+  }
+  heap_expects_writes(xref_items + xref_count, std::size_t{new_count - xref_count} * sizeof(PDF_XREF));
+  for (std::uint32_t i = xref_count; i < new_count; ++i)
+    xref_items[i] = {0, 0, -1};
+  xref_count = new_count;
+  if (sets_next)
+    next_obj_num = new_count;
+  return true;
+}
+
+PDF_NEWOBJ* CPDFXRefTable::get_xref2(int num, int gen) {
+  const auto index = static_cast<std::uint32_t>(num);
+  if (num < 0 || index >= kMostObjNum || (xref_count <= index && !grow_xref_items(rounded_count(index), false)))
+    return nullptr;
+  PDF_XREF& entry = xref_items[index];
+  if (entry.type == 3 && entry.gen != -1 && entry.offset < new_obj_capacity)
+    return new_objs + entry.offset;
+  entry = {3, new_obj_count, gen};
+  if (new_obj_count >= new_obj_capacity) {
+    const std::uint32_t capacity = new_obj_capacity + kNewObjStep;
+    if (!make_slots(*this, capacity)) {
+      entries_lost = 1;  // the object's old place is forgotten already
+      return nullptr;
+    }
+    for (std::uint32_t i = new_obj_capacity; i < capacity; ++i)
+      new_objs[i] = PDF_NEWOBJ{};
+    new_obj_capacity = capacity;
+  }
+  return new_objs + new_obj_count++;
+}
+
+void CPDFXRefTable::push_pending(std::int64_t offset) {
+  // A file can name more sections than there are slots; the oldest to be read are lost then.
+  if (pending_count < kPendingSlots)
+    pending_xref[pending_count++] = offset;
+}
+
+bool CPDFXRefTable::pop_pending() {
+  if (pending_count < 1)
+    return false;
+  const auto offset = static_cast<std::uint32_t>(pending_xref[--pending_count]);
+  return XRefRead(offset) != 0;
+}
+
+void CPDFXRefTable::drain_pending() {
+  while (pending_count > 0) {
+    if (!pop_pending())
+      return;
+  }
+}
+
+std::int32_t CPDFXRefTable::alloc_obj_num() {
+  drain_pending();
+  return static_cast<std::int32_t>(next_obj_num++);
+}
+
+bool CPDFXRefTable::store_object(const PDF_REF& ref, CPDFObj& obj) {
+  PDF_NEWOBJ* slot = get_xref2(ref.num, ref.gen);
+  if (slot == nullptr) {
+    obj.free();
+    return false;
+  }
+  slot->obj.move_from(obj);
+  slot->num = ref.num;
+  slot->gen = ref.gen;
+  return true;
+}
+
+void CPDFXRefTable::store_dict(const PDF_REF& ref, const CPDFDictionary* dict) {
+  auto* copy = new (std::nothrow) CPDFDictionary;
+  if (copy == nullptr)
+    return;
+  copy->copy_from(dict);
+  CPDFObj obj{};
+  obj.take_dict(copy);
+  store_object(ref, obj);
+}
+
+void CPDFXRefTable::store_stream(const PDF_REF& ref, CPDFStreamRec& rec) {
+  auto* copy = new (std::nothrow) CPDFStreamRec;
+  if (copy != nullptr) {
+    copy->dict.copy_from(&rec.dict);
+    copy->copy_location(rec);
+    CPDFObj obj{};
+    obj.take_stream(copy);
+    store_object(ref, obj);
+  }
+  rec.dict.clear();
+}
+
+void CPDFXRefTable::note_repair(PDF_REPAIR::Code code, std::int32_t num, std::uint32_t offset) {
+  if (repair_count == kMostRepairs)
+    return;
+  if (repair_count == repair_capacity) {
+    void* grown = QVRealloc(repairs, (repair_capacity + kRepairStep) * sizeof(PDF_REPAIR));
+    if (grown == nullptr)
+      return;
+    repairs = static_cast<PDF_REPAIR*>(grown);
+    repair_capacity += kRepairStep;
+  }
+  repairs[repair_count++] = {code, num, offset};
+}
+
+void CPDFXRefTable::set_envirment(CPDFEnviroment* environment, const char* tag) {
+  if (env != nullptr) {
+    // Faces and maps of the copy that goes must not stay behind in the caches.
+    font_ext_cache.clear();
+    cmap_cache.clear();
+    cmap_tou_cache.clear();
+    env->unload();
+    CPDFEnviroment::destroy(env);
+  }
+  env = new (std::nothrow) CPDFEnviroment(*environment);
+  font_ext_cache.env = cmap_cache.env = cmap_tou_cache.env = env;
+  std::memcpy(&env_tag, tag, sizeof(env_tag));
+}
+
+void CPDFXRefTable::XRefFree() {
+  QVFree(xref_items);
+  xref_items = nullptr;
+  xref_count = xref_room = 0;
+
+  for (std::uint32_t i = 0; i < new_obj_count; ++i)
+    new_objs[i].obj.free();
+  release(new_objs, new_obj_count, new_obj_capacity);
+  new_obj_room = 0;
+
+  for (std::int32_t i = 0; i < mem_stream_count; ++i) {
+    delete mem_streams[i].stream;
+    QVFree(mem_streams[i].data);
+  }
+  release(mem_streams, mem_stream_count, mem_stream_capacity);
+  mem_stream_room = 0;
+
+  if (temp_stream.file != nullptr) {
+    std::fclose(temp_stream.file);
+    if (temp_stream.path != nullptr)
+      std::remove(temp_stream.path);
+    temp_stream.file = nullptr;
+  }
+  QVFree(temp_stream.path);
+  temp_stream.path = nullptr;
+
+  release_objstms();
+  healed_lengths.reset();
+  length_scans = 0;
+
+  font_cache.clear();
+  font_ext_cache.clear();
+  cmap_cache.clear();
+  cmap_tou_cache.clear();
+
+  encrypt.free();
+  id.free();
+  root.free();
+  info.free();
+  sec_hand = nullptr;
+  pending_count = 0;
+  repaired_count = 0;
+  entries_lost = 0;
+
+  if (env != nullptr) {
+    env->unload();
+    CPDFEnviroment::destroy(env);
+    env = nullptr;
+    font_ext_cache.env = cmap_cache.env = cmap_tou_cache.env = nullptr;
+  }
+  font_provider = nullptr;
+
+  release(read_sections, read_section_count, read_section_capacity);
+  release(repairs, repair_count, repair_capacity);
+  QVFree(mem_stream_index);
+  mem_stream_index = nullptr;
+  mem_stream_index_size = 0;
+}

@@ -1,0 +1,190 @@
+// The door to the document's objects. Each request parses its object anew. Here the table also heals itself: sections
+// are read when it lacks an answer, and an object that is not where its entry says is searched for and the entry
+// corrected.
+#include <algorithm>
+#include <cstring>
+
+#include "sheaf/base/chars.h"
+#include "sheaf/base/heap.h"
+#include "sheaf/base/scope_guard.h"
+#include "sheaf/object/parse_buf.h"
+#include "sheaf/xref/nesting_internal.h"
+#include "sheaf/xref/xref_table.h"
+
+using namespace sheaf;
+
+namespace {
+
+constexpr std::uint32_t kRewind = 16;        // how far an offset may be too high
+constexpr std::uint32_t kStaleDistance = 8;  // found farther behind: the table is stale
+
+void correct_entry(CPDFXRefTable& table, std::uint32_t num, std::uint32_t found) {
+  if (table.xref_count <= num && !table.grow_xref_items(CPDFXRefTable::rounded_count(num), false))
+    return;
+  PDF_XREF& entry = table.xref_items[num];
+  if (entry.type != 3 || entry.gen != -1)
+    ++table.repaired_count;
+  entry = {3, found, -1};
+  table.note_repair(PDF_REPAIR::kEntryCorrected, static_cast<std::int32_t>(num), found);
+}
+
+// What becomes of an object that was found: its value is wanted.
+struct ValueTaker {
+  CPDFObj& out;
+
+  void read(CPDFBuf& buf, PDF_DEC_PARA* para) { out.read(&buf, para); }
+  void copy(const CPDFObj& value) { out.copy_from(&value); }
+  void copy_compressed(CPDFXRefTable& table, std::uint32_t offset, std::int32_t stm, std::int32_t index) {
+    const PDF_OBJSTM* const objstm = table.get_objstm(offset, stm, 0);
+    if (objstm != nullptr && objstm->objs != nullptr && index >= 0 && index < objstm->count)
+      copy(objstm->objs[index]);
+  }
+};
+
+// No more is wanted than what it refers to.
+struct ReferenceTaker {
+  ReferenceList& found;
+  const std::size_t before;
+
+  void read(CPDFBuf& buf, PDF_DEC_PARA* /*para*/) {
+    found.resize(before);  // of several objects the last one counts
+    read_references(buf, found);
+  }
+  void copy(const CPDFObj& value) { collect_references(value, found); }
+  void copy_compressed(CPDFXRefTable& table, std::uint32_t offset, std::int32_t stm, std::int32_t index) {
+    const PDF_OBJSTM* const objstm = table.get_objstm_references(offset, stm);
+    if (objstm == nullptr || index < 0 || index >= objstm->count)
+      return;
+    if (objstm->objs != nullptr)
+      return copy(objstm->objs[index]);
+    if (objstm->refs == nullptr)
+      return;
+    for (std::int32_t i = objstm->refs[index]; i < objstm->refs[index + 1]; ++i)
+      found.push(objstm->refs[i]);
+  }
+};
+
+// The object of an entry of type 1 or 4: at its place or, failing that, behind it.
+template <class Taker>
+void read_located(CPDFXRefTable& table, Taker& taker, const PDF_REF& ref, std::uint32_t offset) {
+  CPDFBufBase buf;
+  table.stream->SetPos(CQVStream::STR_SEEK_SET, offset);
+  buf.buf_init(table.stream);
+  if (buf.buf_len == 0)
+    return;
+  if (!is_digit(buf.buf_data[0])) {
+    table.stream->SetPos(CQVStream::STR_SEEK_SET, offset <= kRewind ? 0 : offset - kRewind);
+    buf.buf_init(table.stream);
+  }
+  // The mask of section kinds is the mode of the search: only a file of classic sections alone
+  // gets the strict one.
+  const int mode = static_cast<int>(table.xref_kinds);
+  if (buf.buf_skip_to_obj(ref, mode) == nullptr)
+    return;
+  std::uint32_t found = buf.position();
+  PDF_DEC_PARA para{};
+  PDF_DEC_PARA* const dec = table.decode_para(para, ref);
+  taker.read(buf, dec);
+  if (found > std::uint64_t{offset} + kStaleDistance && mode == 1) {
+    while (buf.buf_skip_to_obj(ref, 1) != nullptr) {
+      found = buf.position();
+      taker.read(buf, dec);
+    }
+  }
+  if (found != 0 && found != offset && !table.serves_as_objstm(offset))
+    correct_entry(table, static_cast<std::uint32_t>(ref.num), found);
+}
+
+template <class Taker>
+void read_found(CPDFXRefTable& table, Taker& taker, const PDF_REF& ref, std::uint32_t offset) {
+  CPDFBufBase buf;
+  table.stream->SetPos(CQVStream::STR_SEEK_SET, offset);
+  buf.buf_init(table.stream);
+  PDF_DEC_PARA para{};
+  taker.read(buf, table.decode_para(para, ref));
+}
+
+template <class Taker>
+void fetch(CPDFXRefTable& table, Taker& taker, const PDF_REF& ref) {
+  const auto num = static_cast<std::uint32_t>(ref.num);
+  if (!table.know_entry(num))
+    return;
+  const PDF_XREF entry = table.xref_items[num];
+  if (entry.type == 2 && table.know_entry(entry.offset))
+    taker.copy_compressed(table, table.xref_items[entry.offset].offset, static_cast<std::int32_t>(entry.offset),
+                          entry.gen);
+  else if (entry.type == 3 && entry.gen != -1 && entry.offset < table.new_obj_capacity)
+    taker.copy(table.new_objs[entry.offset].obj);
+  else if (entry.type == 3 && entry.gen == -1)
+    read_found(table, taker, ref, entry.offset);
+  else if (entry.type == 1 || entry.type == 4)
+    read_located(table, taker, ref, entry.offset);
+}
+
+}  // namespace
+
+bool CPDFXRefTable::know_entry(std::uint32_t num) {
+  while (xref_count <= num) {
+    if (!pop_pending())
+      return false;
+  }
+  while (xref_count > num && xref_items[num].type == 0) {
+    if (!pop_pending())
+      break;
+  }
+  return xref_count > num;
+}
+
+PDF_DEC_PARA* CPDFXRefTable::decode_para(PDF_DEC_PARA& para, const PDF_REF& ref) const {
+  if (sec_filter[0] == 0 || sec_hand == nullptr)
+    return nullptr;
+  para = {ref, sec_hand};
+  return &para;
+}
+
+void CPDFXRefTable::resolve(CPDFXRefTable* table, CPDFObj& out, const CPDFObj* item) {
+  Freed<CPDFObj> value;  // `item` may lie in what `out` holds
+  if (item != nullptr && item->tag == kTagRef && table != nullptr)
+    table->get_entity(value, item->as_ref());
+  else if (item != nullptr)
+    value.copy_from(item);
+  out.move_from(value);
+}
+
+void CPDFXRefTable::get_stored(CPDFObj& out, const PDF_REF& wanted) {
+  const PDF_REF ref = wanted;  // `wanted` may lie in what is released
+  out.free();
+  if (entity_depth >= kMostNestedCalls)
+    return;
+  const DepthGuard depth(entity_depth);
+  ValueTaker taker{out};
+  fetch(*this, taker, ref);
+  if (CPDFStreamRec* rec = out.as_stream())
+    heal_length(*rec, ref.num);
+}
+
+void CPDFXRefTable::get_references(ReferenceList& found, std::int32_t num) {
+  if (entity_depth >= kMostNestedCalls)
+    return;
+  const DepthGuard depth(entity_depth);
+  ReferenceTaker taker{found, found.size()};
+  fetch(*this, taker, {num, 0});
+}
+
+void CPDFXRefTable::get_entity(CPDFObj& out, const PDF_REF& ref) {
+  get_stored(out, ref);
+  // References to references are followed for a while; a cycle of them ends with null.
+  for (int step = 0; out.tag == kTagRef; ++step) {
+    const PDF_REF next = out.as_ref();
+    out.free();
+    if (step == kMostNestedCalls)
+      return;
+    get_stored(out, next);
+  }
+}
+
+char* CPDFXRefTable::read_stream_raw_data(CQVStream* s, int& len) {
+  CPDFBufBase buf;
+  buf.buf_init(s);
+  return buf.buf_read_stream_raw_data(len);
+}

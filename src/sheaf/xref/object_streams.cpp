@@ -1,0 +1,241 @@
+// Object streams, decoded when one of their objects is asked for. The parsed objects are kept until
+// the document is closed, as far as the table's budget goes: beyond it those that were not asked
+// for of late are released, and decoded again when they are.
+#include <algorithm>
+#include <cstring>
+#include <memory>
+
+#include "sheaf/base/heap.h"
+#include "sheaf/base/scope_guard.h"
+#include "sheaf/filters/stream_filter.h"
+#include "sheaf/object/parse_buf.h"
+#include "sheaf/xref/nesting_internal.h"
+#include "sheaf/xref/xref_table.h"
+
+using namespace sheaf;
+
+namespace {
+
+constexpr int kMostNestedLoads = 4;          // object streams whose own parameters lie in others
+constexpr int kMostObjStmBytes = 0x8000000;  // 128 MiB of decoded data
+constexpr std::uint32_t kObjStmStep = 32;
+constexpr std::int64_t kMostReloads = 4;    // times that everything may be decoded again
+constexpr std::int64_t kParsedPerByte = 5;  // what the objects take in memory for a byte of their text
+
+// What is read out of an object stream.
+enum class Wanted { kObjects, kReferences };
+
+// Objects one after the other from where `buf` stands; stray keywords between them are passed over.
+// Objects that the data lack stay null.
+bool read_objects(CPDFBuf& buf, PDF_OBJSTM& entry) {
+  entry.objs = static_cast<CPDFObj*>(QVAlloc(static_cast<std::size_t>(entry.count) * sizeof(CPDFObj)));
+  if (entry.objs == nullptr)
+    return false;
+  std::fill(entry.objs, entry.objs + entry.count, CPDFObj{});
+  for (std::int32_t i = 0; i < entry.count && buf.buf_len != 0; ++i) {
+    do {
+      entry.objs[i].read(&buf, nullptr);
+    } while (entry.objs[i].tag == kTagNoValue);
+  }
+  return true;
+}
+
+// The same objects, of which only what they refer to is kept.
+void read_reference_lists(CPDFBuf& buf, PDF_OBJSTM& entry) {
+  const auto starts = static_cast<std::size_t>(entry.count) + 1;
+  ReferenceList list;
+  if (!list.resize(starts))
+    return;
+  for (std::size_t i = 0; i < starts; ++i) {
+    list[i] = static_cast<std::int32_t>(list.size());
+    while (i + 1 < starts && buf.buf_len != 0 && read_references(buf, list) == kTagNoValue) {
+    }
+  }
+  entry.weight = static_cast<std::int64_t>(list.size() * sizeof(std::int32_t));
+  entry.refs = list.release();
+}
+
+bool holds_something(const PDF_OBJSTM& entry) {
+  return entry.objs != nullptr || entry.refs != nullptr;
+}
+
+bool is_released(const PDF_OBJSTM& entry) {
+  return !holds_something(entry) && entry.weight != 0;
+}
+
+void release_objects(PDF_OBJSTM& entry) {
+  for (std::int32_t i = 0; entry.objs != nullptr && i < entry.count; ++i)
+    entry.objs[i].free();
+  QVFree(entry.objs);
+  entry.objs = nullptr;
+  QVFree(entry.refs);
+  entry.refs = nullptr;
+}
+
+// Decodes an object stream into `entry`, whose objs and refs stay null when that fails. The table of
+// numbers and offsets in front of the first object is not looked at.
+void load_objects(CPDFStream& decoder, const CPDFStreamRec& rec, std::int64_t ceiling, Wanted wanted,
+                  PDF_OBJSTM& entry) {
+  int size = rec.decoded_hint;
+  const int most = ceiling > 0 ? static_cast<int>(std::min<std::int64_t>(ceiling, kMostObjStmBytes)) : kMostObjStmBytes;
+  const HeapBlock<std::uint8_t> data(decoder.buffer_load(most, size));
+  entry.decoded = data ? size : 0;
+  // Every object takes a byte at least, so a larger count is a lie.
+  if (!data || entry.count < 0 || entry.count > size)
+    return;
+  CPDFBufMem buf;
+  if (entry.first >= 0 && entry.first < size)
+    buf.buf_init_mem(data.get() + entry.first, static_cast<std::uint32_t>(size - entry.first));
+  if (wanted == Wanted::kReferences)
+    read_reference_lists(buf, entry);
+  else if (read_objects(buf, entry))
+    entry.weight = size * kParsedPerByte + entry.count * static_cast<std::int64_t>(sizeof(CPDFObj));
+}
+
+// Releases objects until `weight` fits into the budget: in turns, those that were not asked for
+// since the turn before. A document that is read criss-cross would only decode again and again,
+// so that it keeps all of them in the end.
+void make_room(CPDFXRefTable& table, std::int64_t weight) {
+  if (table.objstm_reloaded > kMostReloads * table.objstm_loaded)
+    return;
+  for (std::uint64_t step = 0; step < 2 * std::uint64_t{table.objstm_count}; ++step) {
+    if (table.objstm_held + weight <= table.objstm_budget)
+      return;
+    table.objstm_hand = table.objstm_hand + 1 < table.objstm_count ? table.objstm_hand + 1 : 0;
+    PDF_OBJSTM& entry = table.objstm_cache[table.objstm_hand];
+    if (holds_something(entry) && entry.recent == 0) {
+      release_objects(entry);
+      table.objstm_held -= entry.weight;
+    }
+    entry.recent = 0;
+  }
+}
+
+bool lies_before(const PDF_OBJSTM& entry, std::int32_t offset, std::int32_t first) {
+  return entry.offset != offset ? entry.offset < offset : entry.first < first;
+}
+
+PDF_OBJSTM* insert_objstm(CPDFXRefTable& table, std::size_t place, const PDF_OBJSTM& entry) {
+  if (table.objstm_count >= table.objstm_capacity) {
+    const std::uint32_t capacity = table.objstm_capacity + kObjStmStep;
+    void* grown = QVRealloc(table.objstm_cache, capacity * sizeof(PDF_OBJSTM));
+    if (grown == nullptr)
+      return nullptr;
+    table.objstm_cache = static_cast<PDF_OBJSTM*>(grown);
+    table.objstm_capacity = capacity;
+  }
+  PDF_OBJSTM* const slot = table.objstm_cache + place;
+  std::memmove(slot + 1, slot, (table.objstm_count - place) * sizeof(PDF_OBJSTM));
+  *slot = entry;
+  ++table.objstm_count;
+  return slot;
+}
+
+PDF_OBJSTM* find_objstm(CPDFXRefTable& table, std::int32_t offset, std::int32_t first) {
+  PDF_OBJSTM* const end = table.objstm_cache + table.objstm_count;
+  return std::lower_bound(table.objstm_cache, end, first, [offset](const PDF_OBJSTM& entry, std::int32_t wanted) {
+    return lies_before(entry, offset, wanted);
+  });
+}
+
+// The stream object at a place is parsed anew for each request, since the cache's key needs its
+// "First". The file does not change while it is read, so for a place that has been parsed once the
+// value is in the cache already.
+PDF_OBJSTM* find_known_place(CPDFXRefTable& table, std::int32_t offset) {
+  PDF_OBJSTM* const end = table.objstm_cache + table.objstm_count;
+  PDF_OBJSTM* const hit = find_objstm(table, offset, INT32_MIN);
+  return hit != end && hit->offset == offset ? hit : nullptr;
+}
+
+// Reads and decodes the object stream at the place of `entry`. False when it is no stream or has no decoder.
+bool load_objstm(CPDFXRefTable& table, PDF_OBJSTM& entry, const PDF_REF& ref, Wanted wanted) {
+  table.stream->SetPos(CQVStream::STR_SEEK_SET, static_cast<std::uint32_t>(entry.offset));
+  CPDFBufBase buf;
+  buf.buf_init(table.stream);
+  PDF_DEC_PARA para{};
+  Freed<CPDFObj> obj;
+  obj.read(&buf, table.decode_para(para, ref));
+  CPDFStreamRec* const rec = obj.as_stream();
+  if (rec == nullptr)
+    return false;
+  table.heal_length(*rec, ref.num);
+  Freed<CPDFObj> number;
+  table.resolve(number, rec->dict.get_item(CPDFDictionary::sm_tag_first));
+  entry.first = number.to_int();
+  table.resolve(number, rec->dict.get_item("N"));
+  entry.count = number.to_int();
+  const std::unique_ptr<CPDFStream> decoder(table.make_stream(rec));
+  if (decoder == nullptr)
+    return false;
+  load_objects(*decoder, *rec, table.decoded_ceiling, wanted, entry);
+  return true;
+}
+
+// The cache owns the objects from here on. Resolving on the way may have put other entries into it,
+// so the place is found only now.
+PDF_OBJSTM* store_objstm(CPDFXRefTable& table, PDF_OBJSTM& entry) {
+  make_room(table, entry.weight);
+  PDF_OBJSTM* slot = find_objstm(table, entry.offset, entry.first);
+  const bool reloaded = slot != table.objstm_cache + table.objstm_count && slot->offset == entry.offset &&
+                        slot->first == entry.first && is_released(*slot);
+  if (reloaded)
+    *slot = entry;
+  else
+    slot = insert_objstm(table, static_cast<std::size_t>(slot - table.objstm_cache), entry);
+  if (slot == nullptr) {
+    release_objects(entry);
+    return nullptr;
+  }
+  table.objstm_held += holds_something(entry) ? entry.weight : 0;
+  (reloaded ? table.objstm_reloaded : table.objstm_loaded) += entry.weight;
+  return slot;
+}
+
+PDF_OBJSTM* get(CPDFXRefTable& table, unsigned int offset, const PDF_REF& ref, Wanted wanted) {
+  if (table.entity_depth >= kMostNestedCalls)
+    return nullptr;
+  const DepthGuard depth(table.entity_depth);
+  const auto place_in_file = static_cast<std::int32_t>(offset);
+  PDF_OBJSTM* const known = find_known_place(table, place_in_file);
+  if (known != nullptr && known->refs != nullptr && wanted == Wanted::kObjects) {
+    release_objects(*known);
+    table.objstm_held -= known->weight;
+  }
+  if (known != nullptr && !is_released(*known)) {
+    known->recent = 1;
+    return known;
+  }
+  // Each load asks for several parameters, and one that fails is tried anew by the next: streams
+  // that hold their own parameters would take time exponential in the depth.
+  if (table.objstm_depth >= kMostNestedLoads)
+    return nullptr;
+  const DepthGuard load_depth(table.objstm_depth);
+  PDF_OBJSTM entry{};
+  entry.offset = place_in_file;
+  entry.recent = 1;
+  return load_objstm(table, entry, ref, wanted) ? store_objstm(table, entry) : nullptr;
+}
+
+}  // namespace
+
+PDF_OBJSTM* CPDFXRefTable::get_objstm(unsigned int offset, int num, int gen) {
+  return get(*this, offset, {num, gen}, Wanted::kObjects);
+}
+
+PDF_OBJSTM* CPDFXRefTable::get_objstm_references(unsigned int offset, int num) {
+  return get(*this, offset, {num, 0}, Wanted::kReferences);
+}
+
+bool CPDFXRefTable::serves_as_objstm(std::uint32_t offset) {
+  const PDF_OBJSTM* const known = find_known_place(*this, static_cast<std::int32_t>(offset));
+  return known != nullptr && (holds_something(*known) || is_released(*known));
+}
+
+void CPDFXRefTable::release_objstms() {
+  for (std::uint32_t i = 0; i < objstm_count; ++i)
+    release_objects(objstm_cache[i]);
+  QVFree(objstm_cache);
+  objstm_cache = nullptr;
+  objstm_count = objstm_capacity = objstm_hand = 0;
+  objstm_held = objstm_loaded = objstm_reloaded = 0;
+}

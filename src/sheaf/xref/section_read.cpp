@@ -1,0 +1,130 @@
+// Reading one cross-reference section: which kind it is, and what its trailer adds to the table.
+#include <algorithm>
+#include <cstring>
+#include <memory>
+
+#include "sheaf/base/heap.h"
+#include "sheaf/base/scope_guard.h"
+#include "sheaf/filters/stream_filter.h"
+#include "sheaf/object/parse_buf.h"
+#include "sheaf/xref/section_internal.h"
+#include "sheaf/xref/xref_table.h"
+
+using namespace sheaf;
+
+namespace {
+
+constexpr std::uint32_t kSectionStep = 32;
+
+// Remembers a section that was read. False when it was read before: chains of sections may loop.
+bool first_visit(CPDFXRefTable& table, std::uint32_t offset) {
+  std::uint32_t* const begin = table.read_sections;
+  std::uint32_t* const end = begin + table.read_section_count;
+  std::uint32_t* const place = std::lower_bound(begin, end, offset);
+  if (place != end && *place == offset)
+    return false;
+  const auto index = static_cast<std::size_t>(place - begin);
+  if (table.read_section_count == table.read_section_capacity) {
+    const std::uint32_t capacity = table.read_section_capacity + kSectionStep;
+    void* grown = QVRealloc(table.read_sections, capacity * sizeof(std::uint32_t));
+    if (grown == nullptr)
+      return false;
+    table.read_sections = static_cast<std::uint32_t*>(grown);
+    table.read_section_capacity = capacity;
+  }
+  std::uint32_t* const slot = table.read_sections + index;
+  std::memmove(slot + 1, slot, (table.read_section_count - index) * sizeof(std::uint32_t));
+  *slot = offset;
+  ++table.read_section_count;
+  return true;
+}
+
+bool was_read(const CPDFXRefTable& table, std::int64_t offset) {
+  const auto low = static_cast<std::uint32_t>(offset);
+  return std::binary_search(table.read_sections, table.read_sections + table.read_section_count, low);
+}
+
+// Reads the cross-reference stream on which `buf` stands.
+bool read_stream_section(CPDFXRefTable& table, CPDFBufBase& buf, long long& prev) {
+  if (table.first_xref_kind == 0)
+    table.first_xref_kind = 2;
+  const std::uint32_t pos = buf.position();
+  Freed<CPDFObj> obj;
+  obj.read(&buf, nullptr);
+  const CPDFStreamRec* rec = obj.as_stream();
+  if (rec == nullptr)
+    return false;
+  table.xref_kinds |= 2;
+  const std::int32_t num = rec->ref.num;
+  if (num >= 0 && static_cast<std::uint32_t>(num) < table.max_obj_num())
+    table.grow_xref_items(static_cast<std::uint32_t>(num) + 1, true);
+  const std::unique_ptr<CPDFStream> decoder(table.make_stream(rec));
+  if (decoder == nullptr)
+    return false;
+  return table.XRefRead(obj, pos, decoder.get(), prev) != 0;
+}
+
+}  // namespace
+
+namespace sheaf {
+
+long long trailer_offset(const CPDFDictionary& trailer, const char* key) {
+  const CPDFObj* item = trailer.get_item(key);
+  if (item == nullptr)
+    return -1;
+  if (item->tag == kTagInt)
+    return item->as_int();
+  // Offsets beyond 2 GiB do not fit an integer and are read as reals.
+  return item->tag == kTagReal ? fix_exact(item->as_real()) : -1;
+}
+
+}  // namespace sheaf
+
+int CPDFXRefTable::XRefRead(unsigned int offset) {
+  if (offset == 0 || stream == nullptr)
+    return 0;
+  if (last_xref_offset == 0)
+    last_xref_offset = offset;
+  // Nothing in a section is encrypted. Where the section cannot be read the handler stays off:
+  // what a document with a broken chain decrypts to cannot be trusted.
+  CPDFSecHand* const handler = sec_hand;
+  sec_hand = nullptr;
+  stream->SetPos(CQVStream::STR_SEEK_SET, offset);
+  CPDFBufBase buf;
+  buf.buf_init(stream);
+  if (buf.buf_len == 0 || !buf.buf_skip_ws(true))
+    return 0;
+  long long prev = -1;
+  long long xrefstm = -1;
+  buf.buf_need(4);
+  if (std::strncmp(buf.buf_data + buf.buf_pos, "xref", 4) == 0) {
+    if (first_xref_kind == 0)
+      first_xref_kind = 1;
+    if (XRefRead(&buf, prev, xrefstm) == 0)
+      return 0;
+    xref_kinds |= 1;
+  } else if (!read_stream_section(*this, buf, prev)) {
+    note_repair(PDF_REPAIR::kSectionUnreadable, 0, offset);
+    return 0;
+  }
+  first_visit(*this, offset);
+  // "XRefStm" goes first, so that the stack gives "Prev" back ahead of it. The entries of the
+  // first section win in any case.
+  if (xrefstm >= 0 && !was_read(*this, xrefstm))
+    push_pending(xrefstm);
+  if (prev >= 0 && !was_read(*this, prev))
+    push_pending(prev);
+  sec_hand = handler;
+  return 1;
+}
+
+void CPDFXRefTable::XRefLoadObjs(const CPDFDictionary* trailer) {
+  const auto take = [trailer](const char* key, CPDFObj& field) {
+    if (field.is_null())
+      field.copy_from(trailer->get_item(key));
+  };
+  take("ID", id);
+  take("Info", info);
+  take("Root", root);
+  take("Encrypt", encrypt);
+}

@@ -1,0 +1,97 @@
+// Streams whose stated length is false. Where no "endstream" follows the bytes that "Length" counts,
+// the first one behind the start of the data is taken at its word instead, as viewers do.
+#include <algorithm>
+#include <cstring>
+#include <string_view>
+
+#include "sheaf/base/heap.h"
+#include "sheaf/base/scope_guard.h"
+#include "sheaf/xref/xref_table.h"
+
+using namespace sheaf;
+
+namespace {
+
+constexpr char kEnd[] = "endstream";
+constexpr unsigned kEndSize = sizeof kEnd - 1;
+constexpr unsigned kMostGap = 8;            // white space that writers put in front of the keyword
+constexpr unsigned kWindow = 16 * 1024;     // searched at a time
+constexpr std::int64_t kScanAllowance = 8;  // times the file's length that all searches may read
+constexpr std::int64_t kNotFound = -1;
+
+bool is_white(char c) {
+  return c == ' ' || c == '\t' || c == '\r' || c == '\n' || c == '\f' || c == '\0';
+}
+
+// Whether "endstream" or, where that is missing, "endobj" follows at `offset`.
+bool ends_at(CQVStream& stream, std::int64_t offset) {
+  char text[kMostGap + kEndSize] = {};
+  stream.SetPos(CQVStream::STR_SEEK_SET, offset);
+  const unsigned len = stream.Read(text, sizeof text);
+  unsigned at = 0;
+  while (at < len && at < kMostGap && is_white(text[at]))
+    ++at;
+  const std::size_t left = len - at;
+  return (left >= kEndSize && std::memcmp(text + at, kEnd, kEndSize) == 0) ||
+         (left >= 6 && std::memcmp(text + at, "endobj", 6) == 0);
+}
+
+// The place of the first "endstream" from `from` on.
+std::int64_t find_end(CQVStream& stream, std::int64_t from, std::int64_t& scanned) {
+  const HeapBlock<char> window(static_cast<char*>(QVAlloc(kWindow)));
+  for (std::int64_t start = from; window;) {
+    stream.SetPos(CQVStream::STR_SEEK_SET, start);
+    const unsigned len = std::min(stream.Read(window.get(), kWindow), kWindow);
+    const std::size_t hit = std::string_view(window.get(), len).find(kEnd);
+    if (hit != std::string_view::npos)
+      return start + static_cast<std::int64_t>(hit);
+    if (len < kWindow)
+      break;
+    scanned += len;
+    start += kWindow - (kEndSize - 1);
+  }
+  return kNotFound;
+}
+
+// The line end in front of the keyword is no data.
+std::int64_t without_line_end(CQVStream& stream, std::int64_t from, std::int64_t end) {
+  char tail[2] = {};
+  const auto size = static_cast<unsigned>(std::min<std::int64_t>(end - from, 2));
+  stream.SetPos(CQVStream::STR_SEEK_SET, end - size);
+  if (size == 0 || stream.Read(tail, size) != size)
+    return end;
+  if (tail[size - 1] == '\n')
+    return end - (size == 2 && tail[0] == '\r' ? 2 : 1);
+  return tail[size - 1] == '\r' ? end - 1 : end;
+}
+
+}  // namespace
+
+void CPDFXRefTable::heal_length(CPDFStreamRec& rec, std::int32_t num) {
+  if (checks_lengths == 0 || rec.source != stream || rec.length != 0)
+    return;
+  const auto by_offset = [](const PDF_LENGTH& a, std::uint32_t offset) { return a.offset < offset; };
+  const PDF_LENGTH* known = std::lower_bound(healed_lengths.begin(), healed_lengths.end(), rec.offset, by_offset);
+  if (known != healed_lengths.end() && known->offset == rec.offset) {
+    rec.length = known->length;
+    return;
+  }
+  Freed<CPDFObj> stated;
+  resolve(stated, rec.dict.get_item(CPDFDictionary::sm_tag_length));
+  if (stated.as_int() <= 0 || ends_at(*stream, std::int64_t{rec.offset} + stated.as_int()))
+    return;
+  if (length_scans > kScanAllowance * stream->GetLen())
+    return;
+  const std::int64_t end = find_end(*stream, rec.offset, length_scans);
+  const std::int64_t length = end != kNotFound ? without_line_end(*stream, rec.offset, end) - rec.offset : 0;
+  if (length <= 0 || length > INT32_MAX)
+    return;
+  rec.length = static_cast<std::int32_t>(length);
+  const std::size_t place = static_cast<std::size_t>(
+      std::lower_bound(healed_lengths.begin(), healed_lengths.end(), rec.offset, by_offset) - healed_lengths.begin());
+  if (!healed_lengths.push({}))
+    return;
+  std::copy_backward(healed_lengths.begin() + place, healed_lengths.end() - 1, healed_lengths.end());
+  healed_lengths[place] = {rec.offset, rec.length};
+  note_repair(PDF_REPAIR::kLengthCorrected, num, rec.offset);
+}

@@ -1,0 +1,113 @@
+// Texts set by the tool in the system's fonts, as other programs read them back.
+#include "sheaf/neighbours/fonts/environment.h"
+#include "support/external_tool.h"
+
+using namespace sheaf;
+
+namespace {
+
+const char* const kMixed =
+    "Latin: The quick brown fox jumps over the dog.\n"
+    "Greek: Ξεσκεπάζω την ψυχοφθόρα βδελυγμία.\n"
+    "Cyrillic: Съешь ещё этих мягких булок.\n"
+    "Chinese: 天地玄黃，宇宙洪荒。日月盈昃，辰宿列張。\n"
+    "Japanese: いろはにほへとちりぬるを「カタカナ」。\n"
+    "Korean: 다람쥐 헌 쳇바퀴에 타고파.\n"
+    "Outside the plane: \U0001D538.\n";
+
+const char* const kFonts[] = {"DejaVu Sans", "WenQuanYi Zen Hei", "IPAGothic", "UnBatang"};
+
+bool is_known(const char* name) {
+  CPDFEnviroment* const env = new CPDFEnviroment;
+  char path[CPDFEnviroment::kPathSize];
+  int index = 0;
+  env->get_face_para(name, path, index);
+  CPDFEnviroment::destroy(env);
+  return path[0] != 0;
+}
+
+struct TextPages : testing::Test {
+  void SetUp() override {
+    for (const char* name : kFonts) {
+      if (!is_known(name))
+        GTEST_SKIP() << "this machine has no font " << name;
+    }
+    for (const char* program : {"pdftotext", "pdffonts", "mutool", "qpdf"}) {
+      if (!has_program(program))
+        GTEST_SKIP() << "this machine has no " << program;
+    }
+  }
+  RunResult make(const std::string& text, const std::string& options) {
+    write_file(in, text);
+    return run_command(std::string(SHEAF_TOOL) + " new " + out + " --text " + in + " " + options + " 2>&1");
+  }
+  /// What a program makes of the file, without page breaks and the blank lines at the end.
+  std::string read_by(const std::string& command) {
+    std::string text = run_command(command + " 2>/dev/null").output;
+    while (!text.empty() && (text.back() == '\n' || text.back() == '\f'))
+      text.pop_back();
+    return text + "\n";
+  }
+  static int lines_with(const std::string& text, const std::string& part) {
+    int count = 0;
+    for (std::size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1))
+      ++count;
+    return count;
+  }
+
+  TestFolder folder;
+  std::string in = folder / "in.txt";
+  std::string out = folder / "out.pdf";
+};
+
+TEST_F(TextPages, TextComesBackFromOtherPrograms) {
+  for (const char* options : {"", "--vertical", "--bold --italic --font 'dejavu sans' --font IPAGOTHIC --font UnBatang",
+                              "--vertical --bold --font IPAGothic --font UnBatang --font DejaVuSans"}) {
+    ASSERT_EQ(make(kMixed, options).code, 0) << options;
+    EXPECT_EQ(read_by("pdftotext " + out + " -"), kMixed) << options;
+    EXPECT_EQ(read_by("mutool draw -q -F text " + out), kMixed) << options;
+    EXPECT_EQ(run_command("qpdf --check " + out + " 2>&1").code, 0) << options;
+    const std::string fonts = run_command("pdffonts " + out).output;
+    EXPECT_EQ(lines_with(fonts, "QVFONT+"), lines_with(fonts, "yes yes yes")) << "embedded, tagged, with text\n"
+                                                                              << fonts;
+  }
+}
+
+TEST_F(TextPages, OnlyTheGlyphsInUseAreInTheFile) {
+  std::string page;
+  for (char32_t character = 0x4E00; character < 0x4E00 + 900; character += 4) {
+    page += {static_cast<char>(0xE0 | character >> 12), static_cast<char>(0x80 | (character >> 6 & 0x3F)),
+             static_cast<char>(0x80 | (character & 0x3F))};
+  }
+  ASSERT_EQ(make(page, "--font 'WenQuanYi Zen Hei'").code, 0);
+  EXPECT_LT(std::filesystem::file_size(out), 60000U) << "from a font of 16 MB";
+  ASSERT_EQ(make(page, "--font 'WenQuanYi Zen Hei' --no-embed").code, 0);
+  EXPECT_LT(std::filesystem::file_size(out), 10000U);
+  EXPECT_EQ(lines_with(run_command("pdffonts " + out).output, "no  no  yes"), 1);
+}
+
+TEST_F(TextPages, LongTextsAreBroken) {
+  std::string words;
+  for (int i = 0; i < 900; ++i)
+    words += "word" + std::to_string(i) + " ";
+  ASSERT_EQ(make(words + "\n「天地」" + "\fnext page\n", "--size 20").code, 0);
+  const std::string text = run_command("pdftotext " + out + " -").output;
+  EXPECT_GT(lines_with(text, "\f"), 3);
+  EXPECT_NE(text.find("\fnext page"), std::string::npos);
+  for (int i = 0; i < 900; i += 37)
+    EXPECT_NE(text.find("word" + std::to_string(i)), std::string::npos) << "no word is cut";
+}
+
+TEST_F(TextPages, MessagesTellWhatIsMissing) {
+  const RunResult missing = make("a\xE5\xA4\xA9z", "--font 'DejaVu Serif'");
+  EXPECT_EQ(missing.code, 1);
+  EXPECT_NE(missing.output.find("1 characters have no glyph in these fonts, the first is U+5929"), std::string::npos)
+      << missing.output;
+  EXPECT_EQ(make("a\xFFz", "").code, 1);
+  std::filesystem::remove(out);
+  EXPECT_EQ(make("a", "--font 'No Such Font'").code, 2);
+  EXPECT_EQ(run_command(std::string(SHEAF_TOOL) + " new " + out + " --text missing.txt 2>&1").code, 2);
+  EXPECT_FALSE(std::filesystem::exists(out));
+}
+
+}  // namespace

@@ -1,0 +1,194 @@
+// sheaf images: the images of a document, listed or written as files: JPEG and JPEG 2000 byte for
+// byte, all others as PNG.
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <memory>
+#include <vector>
+
+#include "image/png_steps.h"
+#include "sheaf/base/heap.h"
+#include "sheaf/base/scope_guard.h"
+#include "sheaf/document/images/image.h"
+#include "sheaf/document/images/image_colours.h"
+#include "sheaf/filters/stream_filter.h"
+#include "support/command_line.h"
+#include "support/json_writer.h"
+#include "support/safe_output.h"
+#include "support/tool_support.h"
+
+namespace sheaf::tool {
+
+namespace {
+
+struct ImagesOptions {
+  std::string file;
+  PasswordOptions password;
+  std::string folder;  ///< Where they are written; empty: they are listed only.
+  bool json = false;
+};
+
+bool is_jpeg(const CPDFImage& image) {
+  return std::strcmp(image.filter, "DCTDecode") == 0;
+}
+
+bool is_jpx(const CPDFImage& image) {
+  return std::strcmp(image.filter, "JPXDecode") == 0;
+}
+
+// Writes the samples of the image as a PNG file. Why not, or null.
+const char* write_rows(CQVStream* out, const CPDFImage& image, const PixelRows& rows, CPDFStream& decoder) {
+  PngOutput png{};
+  const ScopeGuard close([&png] { png_close(png); });
+  if (!png_begin(png, out, static_cast<std::uint32_t>(image.width), static_cast<std::uint32_t>(image.height),
+                 rows.components(), rows.bits()))
+    return "could not be written to its end";
+  std::vector<std::uint8_t> source(static_cast<std::size_t>(rows.source_row_bytes()) + 1);
+  std::vector<std::uint8_t> row(static_cast<std::size_t>(rows.row_bytes()));
+  bool is_whole = true;
+  for (int y = 0; y < image.height; ++y) {
+    int total = 0;
+    for (int got = 1; is_whole && total < rows.source_row_bytes() && got > 0; total += std::max(got, 0))
+      got = decoder.read_block(source.data() + total, rows.source_row_bytes() - total);
+    is_whole = is_whole && total == rows.source_row_bytes();
+    std::fill(source.begin() + total, source.end(), std::uint8_t{0});
+    rows.convert(source.data(), row.data());
+    if (!png_put_row(png, row.data()))
+      return "could not be written to its end";
+  }
+  if (!png_finish(png))
+    return "could not be written to its end";
+  return is_whole ? nullptr : "its data end early; the rest of the picture is empty";
+}
+
+const char* write_png(CQVStream* out, CPDFXRefTable& table, const CPDFImage& image) {
+  constexpr std::int64_t kMostRowBytes = 1 << 28;
+  const ColourSpace space = read_colour_space(table, image);
+  const bool is_bilevel =
+      std::strcmp(image.filter, "CCITTFaxDecode") == 0 || std::strcmp(image.filter, "JBIG2Decode") == 0;
+  const int bits = is_bilevel ? 1 : image.bits;
+  if (space.family == ColourFamily::kNone)
+    return "its colour space cannot be shown as a picture";
+  if (image.width < 1 || image.height < 1 || (bits != 1 && bits != 2 && bits != 4 && bits != 8 && bits != 16) ||
+      std::int64_t{image.width} * space.components * bits > kMostRowBytes)
+    return "its size or depth makes no picture";
+  const std::unique_ptr<CPDFStream> decoder(image.open_samples());
+  if (decoder == nullptr)
+    return "its data cannot be decoded";
+  return write_rows(out, image, PixelRows(table, image, space, bits), *decoder);
+}
+
+const char* write_encoded(CQVStream* out, const std::uint8_t* data, std::int32_t len) {
+  const auto size = static_cast<unsigned>(len);
+  return out->Write(data, size) == size ? nullptr : "could not be written to its end";
+}
+
+class ImageList {
+public:
+  ImageList(CPDFDoc& doc, const ImagesOptions& options) : doc_(doc), options_(options) {
+    if (options_.json)
+      json_.begin_object().key("file").text(options_.file).key("images").begin_array();
+    else
+      std::printf("%8s %7s %7s %5s %-20s %-16s %10s%s\n", "object", "width", "height", "bits", "colours", "filter",
+                  "bytes", options_.folder.empty() ? "" : " written");
+  }
+
+  void add(std::int32_t num, const CPDFImage& image) {
+    const std::string written = options_.folder.empty() ? "" : extract(num, image);
+    const std::string colours = image.is_mask ? "mask" : colour_space_name(doc_.table(), image.colour_space);
+    if (!options_.json) {
+      std::printf("%8d %7d %7d %5d %-20s %-16s %10d %s\n", num, image.width, image.height, image.bits, colours.c_str(),
+                  image.filter[0] != 0 ? image.filter : "-", image.stored_length, written.c_str());
+      return;
+    }
+    json_.begin_object().key("object").number(num).key("width").number(image.width);
+    json_.key("height").number(image.height).key("bits").number(image.bits).key("colours").text(colours);
+    json_.key("filter").text(image.filter).key("bytes").number(image.stored_length);
+    if (!options_.folder.empty())
+      json_.key("written").text(written);
+    json_.end_object();
+  }
+
+  int finish() {
+    if (options_.json)
+      std::printf("%s\n", json_.end_array().end_object().str().c_str());
+    return code_;
+  }
+
+private:
+  void problem(std::int32_t num, const char* what) {
+    complain(options_.file, "object " + std::to_string(num) + ": " + what);
+    code_ = kExitProblems;
+  }
+
+  // The name of the file written; empty, with a message, when there is none.
+  std::string extract(std::int32_t num, const CPDFImage& image) {
+    std::int32_t len = 0;
+    const bool as_it_is = is_jpeg(image) || is_jpx(image);
+    const HeapBlock<std::uint8_t> encoded(as_it_is ? image.load_encoded(len) : nullptr);
+    if (as_it_is && !encoded) {
+      problem(num, "its data cannot be read");
+      return "";
+    }
+    const char* kind = is_jpeg(image)                  ? ".jpg"
+                       : !is_jpx(image)                ? ".png"
+                       : len > 0 && encoded[0] == 0xFF ? ".j2k"
+                                                       : ".jp2";
+    const std::string path = options_.folder + "/image-" + std::to_string(num) + kind;
+    SafeOutput output;
+    if (!output.open(path)) {
+      code_ = kExitProblems;
+      return "";
+    }
+    CQVStream* const out = &output.stream();
+    const char* trouble = as_it_is ? write_encoded(out, encoded.get(), len) : write_png(out, doc_.table(), image);
+    if (trouble != nullptr)
+      problem(num, trouble);
+    const bool is_usable = trouble == nullptr || std::strstr(trouble, "end early") != nullptr;
+    return is_usable && output.commit() ? path : "";
+  }
+
+  CPDFDoc& doc_;
+  const ImagesOptions& options_;
+  JsonWriter json_;
+  int code_ = kExitClean;
+};
+
+bool make_folder(const std::string& folder) {
+  if (folder.empty() || mkdir(folder.c_str(), 0777) == 0 || errno == EEXIST)
+    return true;
+  complain(folder, std::string("the folder cannot be made: ") + std::strerror(errno));
+  return false;
+}
+
+int run_images(const ImagesOptions& options) {
+  CPDFDoc doc;
+  if (!open_document(doc, options.file, options.password) || !make_folder(options.folder))
+    return kExitFailed;
+  CPDFXRefTable& table = doc.table();
+  table.drain_pending();
+  ImageList list(doc, options);
+  for (std::uint32_t num = 1; num < table.xref_count; ++num) {
+    Freed<CPDFObj> obj;
+    CPDFImage image;
+    table.get_stored(obj, {static_cast<std::int32_t>(num), 0});
+    if (obj.tag == kTagStream && image.load(table, obj))
+      list.add(static_cast<std::int32_t>(num), image);
+  }
+  return list.finish();
+}
+
+const Registration kImages("images", "Look", "The images of a document", [](CLI::App& command) -> Run {
+  auto options = std::make_shared<ImagesOptions>();
+  add_file(command, options->file);
+  add_password(command, options->password);
+  command.add_option("-d,--directory", options->folder, "Write them into this folder");
+  command.add_flag("--json", options->json, "One JSON object");
+  return [options] { return run_images(*options); };
+});
+
+}  // namespace
+
+}  // namespace sheaf::tool

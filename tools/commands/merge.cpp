@@ -1,0 +1,191 @@
+// sheaf merge and sheaf split: pages of documents into new documents.
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <memory>
+
+#include "sheaf/document/merge/doc_merge.h"
+#include "support/command_line.h"
+#include "support/page_ranges.h"
+#include "support/safe_output.h"
+#include "support/tool_support.h"
+
+namespace sheaf::tool {
+
+namespace {
+
+struct MergeOptions {
+  std::string output;
+  std::vector<std::string> inputs;     ///< "FILE" or "FILE:RANGES".
+  std::vector<std::string> passwords;  ///< One for each input, in order; the last one for the rest.
+};
+
+struct SplitOptions {
+  std::string file;
+  PasswordOptions password;
+  std::string pattern;  ///< With %d for the number of the part.
+  int every = 1;        ///< Pages a part.
+};
+
+struct Input {
+  std::string file;
+  std::string ranges;  // empty: all pages
+};
+
+// A name that exists is taken whole, so that colons in it do no harm.
+Input parse_input(const std::string& text) {
+  const std::size_t colon = text.rfind(':');
+  if (colon == std::string::npos || colon == 0 || access(text.c_str(), F_OK) == 0)
+    return {text, ""};
+  return {text.substr(0, colon), text.substr(colon + 1)};
+}
+
+// A new document that grows in memory and a temporary file until it is written.
+struct Assembly {
+  Assembly() {
+    doc.create(&start);
+    doc.use_temp_file(nullptr);
+    merge = std::make_unique<CPDFDocMerge>(doc);
+  }
+  bool write(const std::string& path) {
+    SafeOutput output;
+    if (!merge->finish() || !doc.store_page_tree()) {
+      complain(path, "there is not enough memory for its catalogue; nothing was written");
+      return false;
+    }
+    if (!output.open(path))
+      return false;
+    {
+      CPDFXRefTable target;
+      target.stream = &output.stream();
+      doc.save_complete(target, nullptr);
+      if (target.write_failed != 0 || target.xref_items == nullptr) {
+        complain(path, "could not be written to its end; is the disk full? Nothing was changed");
+        return false;
+      }
+    }
+    size = output.commit() ? output.size() : -1;
+    return size >= 0;
+  }
+
+  CQVStreamMem start;
+  CPDFDoc doc;
+  std::unique_ptr<CPDFDocMerge> merge;
+  long long size = 0;
+};
+
+std::string stem_of(const std::string& file) {
+  return std::filesystem::path(file).stem().string();
+}
+
+PasswordOptions password_for(const MergeOptions& options, std::size_t index) {
+  PasswordOptions password;
+  if (!options.passwords.empty())
+    password.password = options.passwords[std::min(index, options.passwords.size() - 1)];
+  return password;
+}
+
+bool all_pages(int count, std::vector<std::int32_t>& pages) {
+  for (int i = 0; i < count; ++i)
+    pages.push_back(i);
+  return true;
+}
+
+int run_merge(const MergeOptions& options) {
+  Assembly assembly;
+  int code = kExitClean;
+  const bool progress = isatty(2) != 0 && options.inputs.size() > 1;
+  for (std::size_t i = 0; i < options.inputs.size(); ++i) {
+    const Input input = parse_input(options.inputs[i]);
+    if (is_same_file(input.file, options.output)) {
+      complain(options.output, "is one of the inputs; choose another name");
+      return kExitFailed;
+    }
+    CPDFDoc source;
+    if (!open_document(source, input.file, password_for(options, i)))
+      return kExitFailed;
+    std::vector<std::int32_t> pages;
+    std::string trouble;
+    if (input.ranges.empty() ? !all_pages(source.page_count(), pages)
+                             : !read_page_ranges(input.ranges, source.page_count(), pages, trouble)) {
+      complain(input.file, "has no pages \"" + trouble + "\"; it has " + std::to_string(source.page_count()) +
+                               ", and ranges look like 1-5,8,r1,z-1");
+      return kExitFailed;
+    }
+    const auto wanted = static_cast<std::int32_t>(pages.size());
+    const std::int32_t done = assembly.merge->append(source, pages.data(), wanted, stem_of(input.file).c_str());
+    if (done != wanted)
+      complain(input.file, std::to_string(wanted - done) + " pages could not be read and were left out");
+    if (done != wanted || source.status() != PDF_OPEN::kClean)
+      code = kExitProblems;
+    if (progress)
+      std::fprintf(stderr, "\r%zu of %zu documents", i + 1, options.inputs.size());
+  }
+  if (progress)
+    std::fprintf(stderr, "\r\033[K");
+  if (!assembly.write(options.output))
+    return kExitFailed;
+  std::printf("%s: %d pages of %zu documents, %lld bytes\n", options.output.c_str(), assembly.doc.page_count(),
+              options.inputs.size(), assembly.size);
+  return code;
+}
+
+int run_split(const SplitOptions& options) {
+  const std::size_t mark = options.pattern.find("%d");
+  CPDFDoc source;
+  if (!open_document(source, options.file, options.password))
+    return kExitFailed;
+  const int parts = (source.page_count() + options.every - 1) / options.every;
+  if (mark == std::string::npos && parts > 1) {
+    complain(options.pattern, "names one file for several parts; put %d where their number belongs");
+    return kExitFailed;
+  }
+  int code = source.status() == PDF_OPEN::kClean ? kExitClean : kExitProblems;
+  const std::size_t digits = std::to_string(parts).size();
+  for (int part = 0; part < parts; ++part) {
+    std::string name = options.pattern;
+    std::string number = std::to_string(part + 1);
+    number.insert(0, digits - number.size(), '0');
+    if (mark != std::string::npos)
+      name.replace(mark, 2, number);
+    if (is_same_file(options.file, name)) {
+      complain(name, "is the input itself; choose another name");
+      return kExitFailed;
+    }
+    std::vector<std::int32_t> pages;
+    for (int page = part * options.every; page < (part + 1) * options.every && page < source.page_count(); ++page)
+      pages.push_back(page);
+    Assembly assembly;
+    const auto wanted = static_cast<std::int32_t>(pages.size());
+    if (assembly.merge->append(source, pages.data(), wanted, stem_of(options.file).c_str()) != wanted)
+      code = kExitProblems;
+    if (!assembly.write(name))
+      return kExitFailed;
+  }
+  std::printf("%s: %d pages in %d parts\n", options.file.c_str(), source.page_count(), parts);
+  return code;
+}
+
+const Registration kMerge("merge", "Make", "Pages of several documents in one", [](CLI::App& command) -> Run {
+  auto options = std::make_shared<MergeOptions>();
+  command.add_option("OUT", options->output, "The file to write")->required();
+  command.add_option("IN", options->inputs, "FILE or FILE:RANGES, such as a.pdf:1-5,8,r1,z-1")->required();
+  command.add_option("--password", options->passwords, "One for each input, in order; the last one serves the rest")
+      ->allow_extra_args(false);
+  return [options] { return run_merge(*options); };
+});
+
+const Registration kSplit("split", "Make", "One document into several", [](CLI::App& command) -> Run {
+  auto options = std::make_shared<SplitOptions>();
+  add_file(command, options->file);
+  add_password(command, options->password);
+  command.add_option("-o,--output", options->pattern, "Name of the parts, %d for their number")->required();
+  command.add_option("--every", options->every, "Pages a part")->check(CLI::Range(1, 1000000));
+  return [options] { return run_split(*options); };
+});
+
+}  // namespace
+
+}  // namespace sheaf::tool

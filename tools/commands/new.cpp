@@ -1,0 +1,73 @@
+// sheaf new: a new document of images, a text and attachments.
+#include <cstdio>
+
+#include "image/image_pages.h"
+#include "support/changes.h"
+#include "support/command_line.h"
+#include "support/safe_output.h"
+#include "support/tool_support.h"
+#include "text/new_text.h"
+
+namespace sheaf::tool {
+
+namespace {
+
+struct NewOptions {
+  std::string output;
+  std::vector<std::string> images;  ///< A page each.
+  ChangeOptions changes;
+  TextOptions text;
+};
+
+void add_text(CLI::App& command, TextOptions& text) {
+  auto* file = command.add_option("--text", text.file, "Set a UTF-8 text into pages");
+  const auto add_flag = [&command, file](const char* name, bool& flag, const char* what) {
+    command.add_flag(name, flag, what)->needs(file);
+  };
+  command.add_option("--font", text.fonts, "Family, full or PostScript name; further ones fill gaps")
+      ->allow_extra_args(false)
+      ->needs(file);
+  command.add_option("--font-folder", text.folders, "A folder with further fonts")
+      ->allow_extra_args(false)
+      ->needs(file);
+  add_flag("--bold", text.bold, "Synthetic bold");
+  add_flag("--italic", text.italic, "Synthetic italic");
+  add_flag("--no-embed", text.no_embed, "Leave the font programs out");
+  add_flag("--vertical", text.vertical, "Columns from right to left");
+  command.add_option("--size", text.size, "Points")->check(CLI::Range(1.0, 400.0))->needs(file);
+}
+
+int run_new(const NewOptions& options) {
+  if (!check_changes(options.changes))
+    return kExitFailed;
+  SafeOutput output;
+  if (!output.open(options.output))
+    return kExitFailed;
+  CPDFDoc doc;
+  const bool created = doc.create(&output.stream());
+  const int code = created && !options.text.file.empty() ? add_text_pages(doc, options.text) : int{kExitClean};
+  if (code == kExitFailed || (created && !options.images.empty() && !append_image_pages(doc, options.images)))
+    return kExitFailed;
+  if (!created || !apply_changes(doc, options.changes) || !doc.save_update(PDF_SAVE_FORM::kStream, nullptr)) {
+    complain(options.output, "could not be written to its end; is the disk full?");
+    return kExitFailed;
+  }
+  doc.close();
+  if (!output.commit())
+    return kExitFailed;
+  std::printf("%s: %lld bytes\n", options.output.c_str(), output.size());
+  return code;
+}
+
+const Registration kNew("new", "Make", "A new document", [](CLI::App& command) -> Run {
+  auto options = std::make_shared<NewOptions>();
+  command.add_option("OUT", options->output, "The file to write")->required();
+  command.add_option("--image", options->images, "A page for each of these JPEG, JPEG 2000, PNG or PNM files");
+  add_changes(command, options->changes);
+  add_text(command, options->text);
+  return [options] { return run_new(*options); };
+});
+
+}  // namespace
+
+}  // namespace sheaf::tool

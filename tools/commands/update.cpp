@@ -1,0 +1,108 @@
+// sheaf update: changes saved behind the old content.
+#include <cstdio>
+
+#include "support/changes.h"
+#include "support/command_line.h"
+#include "support/safe_output.h"
+#include "support/tool_support.h"
+
+namespace sheaf::tool {
+
+namespace {
+
+struct UpdateOptions {
+  std::string file;
+  std::string output;
+  PasswordOptions password;
+  ChangeOptions changes;
+  bool in_place = false;
+  bool classic = false;
+  bool stream = false;
+  bool seal = false;
+  int saves = 1;
+};
+
+bool save_changes(CPDFDoc& doc, const UpdateOptions& options, const std::string& name) {
+  const PDF_SAVE_FORM form = options.classic  ? PDF_SAVE_FORM::kClassic
+                             : options.stream ? PDF_SAVE_FORM::kStream
+                                              : PDF_SAVE_FORM::kAsFile;
+  PDF_SIGN_DATA sign;
+  for (int i = 0; i < options.saves; ++i) {
+    const bool last = i + 1 == options.saves;
+    if (!doc.save_update(form, last && options.seal ? &sign : nullptr)) {
+      complain(name, "the update could not be written to its end; is the disk full?");
+      return false;
+    }
+  }
+  sign.dict.clear();
+  return true;
+}
+
+int report(CPDFDoc& doc, const std::string& name, long long before, long long after) {
+  std::printf("%s: %lld bytes before, %lld after\n", name.c_str(), before, after);
+  return doc.status() == PDF_OPEN::kClean ? kExitClean : kExitProblems;
+}
+
+// Updates a private copy and gives it the name `target` when it is complete.
+int update_copy(const UpdateOptions& options, const std::string& target) {
+  SafeOutput output;
+  if (!output.open(target) || !output.copy_of(options.file))
+    return kExitFailed;
+  CPDFDoc doc;
+  if (!open_document_for_update(doc, output.path(), options.file, options.password) ||
+      !apply_changes(doc, options.changes) || !save_changes(doc, options, target))
+    return kExitFailed;
+  const long long before = doc.file_size();
+  const int code = report(doc, target, before, doc.table().stream->GetLen());
+  doc.close();
+  return output.commit() ? code : kExitFailed;
+}
+
+// Appends to the file itself. What is there stays; only the tail behind it is new.
+int update_in_place(const UpdateOptions& options) {
+  CPDFDoc doc;
+  if (!open_document_for_update(doc, options.file, options.file, options.password) ||
+      !apply_changes(doc, options.changes))
+    return kExitFailed;
+  const long long before = doc.file_size();
+  if (!save_changes(doc, options, options.file)) {
+    doc.truncate_to(before);
+    return kExitFailed;
+  }
+  return report(doc, options.file, before, doc.table().stream->GetLen());
+}
+
+int run_update(const UpdateOptions& options) {
+  if (!check_changes(options.changes))
+    return kExitFailed;
+  if (options.in_place)
+    return update_in_place(options);
+  if (options.output.empty()) {
+    complain(options.file, "is changed only when asked for: give -o OUT, or --in-place");
+    return kExitFailed;
+  }
+  if (is_same_file(options.file, options.output)) {
+    complain(options.output, "is the input itself; choose another name, or --in-place");
+    return kExitFailed;
+  }
+  return update_copy(options, options.output);
+}
+
+const Registration kUpdate(
+    "update", "Change", "Change a document behind its old content", [](CLI::App& command) -> Run {
+      auto options = std::make_shared<UpdateOptions>();
+      add_file(command, options->file);
+      add_password(command, options->password);
+      auto* output = command.add_option("-o,--output", options->output, "Change a copy");
+      command.add_flag("--in-place", options->in_place, "Change the file itself")->excludes(output);
+      auto* classic = command.add_flag("--classic", options->classic, "End in a classic table");
+      command.add_flag("--stream", options->stream, "End in a cross-reference stream")->excludes(classic);
+      command.add_flag("--seal", options->seal, "Seal the update, as for a signature");
+      command.add_option("--saves", options->saves, "Save this many times in one run")->check(CLI::Range(1, 100000));
+      add_changes(command, options->changes);
+      return [options] { return run_update(*options); };
+    });
+
+}  // namespace
+
+}  // namespace sheaf::tool

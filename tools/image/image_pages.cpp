@@ -1,0 +1,237 @@
+#include "image/image_pages.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <fstream>
+#include <iterator>
+
+#include "image/bitmap_file.h"
+#include "image/image_probe.h"
+#include "sheaf/base/scope_guard.h"
+#include "sheaf/base/wide_text.h"
+#include "sheaf/neighbours/page/bmp32.h"
+#include "sheaf/object/array.h"
+#include "support/tool_support.h"
+
+namespace sheaf::tool {
+
+namespace {
+
+constexpr double kPointsPerInch = 72;
+constexpr double kMostPoints = 14400;  // the largest page that readers are bound to show
+
+struct PageImage {
+  PDF_REF ref{0, 0};
+  double width = 0;  // points, as shown
+  double height = 0;
+  int orientation = 1;
+};
+
+bool read_whole(const std::string& path, std::string& bytes) {
+  std::ifstream in(path, std::ios::binary);
+  bytes.assign(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+  return in.is_open() && !in.bad();
+}
+
+// Changes an item of an image that was just made, if it was.
+template <class Set>
+void change_image(CPDFXRefTable& table, const PDF_REF& ref, const Set& set) {
+  PDF_NEWOBJ* slot = ref.num != 0 ? table.get_xref2(ref.num, ref.gen) : nullptr;
+  CPDFStreamRec* rec = slot != nullptr ? slot->obj.as_stream() : nullptr;
+  if (rec != nullptr)
+    set(rec->dict);
+}
+
+// Files with Adobe's marker hold their inks inverted, and nothing in them that a reader of the PDF
+// looks at says so.
+void invert_inks(CPDFDictionary& dict) {
+  constexpr int kInks = 4;
+  Cleared<CPDFArray> decode;
+  for (int i = 0; i < kInks; ++i) {
+    decode.append_int(1);
+    decode.append_int(0);
+  }
+  dict.set_item_arr("Decode", &decode);
+}
+
+// A bare code stream has no colour space of its own.
+void name_colour_space(CPDFDictionary& dict, int components) {
+  if (components == 1 || components == 3 || components == 4)
+    dict.set_item_name(CPDFDictionary::sm_tag_cs, components == 1   ? "DeviceGray"
+                                                  : components == 3 ? "DeviceRGB"
+                                                                    : "DeviceCMYK");
+}
+
+PDF_REF add_bitmap(CPDFXRefTable& table, const std::string& bytes, ImageFacts& facts) {
+  BitmapFile file;
+  if (!(facts.kind == ImageKind::kPng ? read_png(bytes, file) : read_pnm(bytes, file)))
+    return {0, 0};
+  facts.dots_x = file.dots_x;
+  facts.dots_y = file.dots_y;
+  CQVBmp32 bitmap;
+  bitmap.pixels = file.pixels.data();
+  bitmap.width = file.width;
+  bitmap.height = file.height;
+  bitmap.stride = file.width * 4;
+  return table.new_image_flate(&bitmap, 0, file.has_alpha ? 1 : 0);
+}
+
+PDF_REF add_image(CPDFXRefTable& table, const std::string& path, const std::string& bytes, ImageFacts& facts) {
+  PDF_REF ref{0, 0};
+  switch (facts.kind) {
+    case ImageKind::kJpeg:
+      if (bytes.size() <= INT32_MAX)
+        ref = table.new_image_jpeg_mem(reinterpret_cast<const unsigned char*>(bytes.data()),
+                                       static_cast<int>(bytes.size()));
+      if (facts.components == 4 && facts.has_adobe_marker)
+        change_image(table, ref, invert_inks);
+      break;
+    case ImageKind::kJpx:
+      ref = table.new_image_jpx(path.c_str());
+      if (facts.is_bare)
+        change_image(table, ref, [&facts](CPDFDictionary& dict) { name_colour_space(dict, facts.components); });
+      break;
+    case ImageKind::kPng:
+    case ImageKind::kPnm:
+      ref = add_bitmap(table, bytes, facts);
+      break;
+    case ImageKind::kUnknown:
+      break;
+  }
+  return ref;
+}
+
+double usable_dots(double dots) {
+  constexpr double kMost = 100000;
+  return dots >= 1 && dots <= kMost ? dots : kPointsPerInch;
+}
+
+void size_image(CPDFXRefTable& table, const ImageFacts& facts, PageImage& image) {
+  Freed<CPDFObj> obj;
+  table.get_entity(obj, image.ref);
+  const CPDFDictionary& dict = *obj.as_dict_or_stream();
+  const double dots_x = facts.dots_y > 0 ? usable_dots(facts.dots_x) : kPointsPerInch;
+  const double dots_y = facts.dots_x > 0 ? usable_dots(facts.dots_y) : kPointsPerInch;
+  image.width = dict.get_item(CPDFDictionary::sm_tag_width)->as_int() * kPointsPerInch / dots_x;
+  image.height = dict.get_item(CPDFDictionary::sm_tag_height)->as_int() * kPointsPerInch / dots_y;
+  image.orientation = facts.orientation;
+  if (image.orientation >= 5)
+    std::swap(image.width, image.height);
+  const double shrink = std::min(1.0, kMostPoints / std::max(image.width, image.height));
+  image.width *= shrink;
+  image.height *= shrink;
+}
+
+// Where the unit square of the image goes, by its orientation: which of its sides is up, and whether
+// it is mirrored.
+std::string placement(const PageImage& image) {
+  struct Corner {
+    int a, b, c, d, e, f;  // in page widths and heights
+  };
+  constexpr Corner kCorners[] = {
+      {1, 0, 0, 1, 0, 0},   {-1, 0, 0, 1, 1, 0}, {-1, 0, 0, -1, 1, 1}, {1, 0, 0, -1, 0, 1},
+      {0, -1, -1, 0, 1, 1}, {0, -1, 1, 0, 0, 1}, {0, 1, 1, 0, 0, 0},   {0, 1, -1, 0, 1, 0},
+  };
+  const Corner& at = kCorners[image.orientation - 1];
+  char text[160];
+  std::snprintf(text, sizeof(text), "q %.4f %.4f %.4f %.4f %.4f %.4f cm /Im Do Q\n", at.a * image.width,
+                at.b * image.height, at.c * image.width, at.d * image.height, at.e * image.width, at.f * image.height);
+  return text;
+}
+
+QVFIX fix_of(double value) {
+  return static_cast<QVFIX>(std::llround(value * static_cast<double>(kFixOne)));
+}
+
+PDF_REF make_page(CPDFXRefTable& table, const PageImage& image) {
+  std::string content = placement(image);
+  const PDF_REF contents =
+      table.adv_new_stream_flate(reinterpret_cast<unsigned char*>(content.data()), static_cast<int>(content.size()));
+  Cleared<CPDFDictionary> images;
+  images.set_item_ref("Im", image.ref);
+  Cleared<CPDFDictionary> resources;
+  resources.set_item_dict(CPDFDictionary::sm_tag_xobj, &images);
+  Cleared<CPDFDictionary> page;
+  const _QVRECTF box{0, 0, fix_of(image.width), fix_of(image.height)};
+  page.set_item_name(CPDFDictionary::sm_tag_type, "Page");
+  page.set_item_rect("MediaBox", &box);
+  page.set_item_dict(CPDFDictionary::sm_tag_res, &resources);
+  page.set_item_ref("Contents", contents);
+  const PDF_REF ref{table.alloc_obj_num(), 0};
+  table.store_dict(ref, &page);
+  return ref;
+}
+
+struct OutlineEntry {
+  std::string title;
+  PDF_REF page;
+  QVFIX top;
+};
+
+PDF_REF add_entry(CPDFXRefTable& table, const OutlineEntry& entry, const PDF_REF& root, const PDF_REF& previous) {
+  std::vector<wchar_t> title(entry.title.size() + 1);
+  cvt_ltou(entry.title.c_str(), title.data(), static_cast<int>(title.size()));
+  const PDF_REF ref = table.new_outline(title.data(), root, previous, {0, 0}, entry.page, entry.top);
+  PDF_NEWOBJ* slot = previous.num != 0 ? table.get_xref2(previous.num, previous.gen) : nullptr;
+  if (slot != nullptr && slot->obj.as_dict() != nullptr)
+    slot->obj.as_dict()->set_item_ref(CPDFDictionary::sm_tag_next, ref);
+  return ref;
+}
+
+void add_outline(CPDFXRefTable& table, const std::vector<OutlineEntry>& entries) {
+  const PDF_REF root{table.alloc_obj_num(), 0};
+  PDF_REF first{0, 0};
+  PDF_REF last{0, 0};
+  for (const OutlineEntry& entry : entries) {
+    last = add_entry(table, entry, root, last);
+    first = first.num != 0 ? first : last;
+  }
+  Cleared<CPDFDictionary> dict;
+  dict.set_item_name(CPDFDictionary::sm_tag_type, "Outlines");
+  dict.set_item_ref(CPDFDictionary::sm_tag_first, first);
+  dict.set_item_ref("Last", last);
+  dict.set_item_int(CPDFDictionary::sm_tag_count, static_cast<int>(entries.size()));
+  table.store_dict(root, &dict);
+  Freed<CPDFObj> catalog;
+  table.resolve(catalog, &table.root);
+  if (catalog.as_dict() == nullptr)
+    return;
+  catalog.as_dict()->set_item_ref("Outlines", root);
+  table.store_object(table.root.as_ref(), catalog);
+}
+
+}  // namespace
+
+bool append_image_pages(CPDFDoc& doc, const std::vector<std::string>& files) {
+  CPDFXRefTable& table = doc.table();
+  if (table.temp_stream.file == nullptr)
+    doc.use_temp_file(nullptr);
+  std::vector<OutlineEntry> entries;
+  for (const std::string& path : files) {
+    std::string bytes;
+    if (!read_whole(path, bytes)) {
+      complain(path, "cannot be opened; check the path and its permissions. Nothing was written");
+      return false;
+    }
+    ImageFacts facts = probe_image(bytes);
+    PageImage image;
+    image.ref = add_image(table, path, bytes, facts);
+    if (image.ref.num == 0) {
+      complain(path, "is no JPEG, JPEG 2000, PNG or PNM image that can be read. Nothing was written");
+      return false;
+    }
+    size_image(table, facts, image);
+    const PDF_REF page = make_page(table, image);
+    if (!doc.insert_page(doc.page_count(), page)) {
+      complain(path, "there is no memory for its page. Nothing was written");
+      return false;
+    }
+    entries.push_back({path.substr(path.find_last_of('/') + 1), page, fix_of(image.height)});
+  }
+  if (!entries.empty())
+    add_outline(table, entries);
+  return true;
+}
+
+}  // namespace sheaf::tool

@@ -1,0 +1,289 @@
+#include "map/file_map.h"
+
+#include <algorithm>
+#include <memory>
+
+#include "map/part_kinds.h"
+#include "sheaf/base/chars.h"
+#include "sheaf/base/heap.h"
+#include "sheaf/base/scope_guard.h"
+#include "sheaf/base/visited_set.h"
+#include "sheaf/filters/stream_filter.h"
+#include "sheaf/object/array.h"
+#include "sheaf/object/parse_buf.h"
+
+namespace sheaf::tool {
+
+namespace {
+
+constexpr std::uint32_t kOffsetSlack = 16;  // an entry may point this far in front of its object
+constexpr std::int32_t kMostMembers = 1 << 20;
+
+class MapMaker {
+public:
+  MapMaker(CPDFDoc& doc, FileMap& map) : doc_(doc), table_(doc.table()), map_(map), kinds_(doc.table(), map.scan) {}
+
+  void run();
+
+private:
+  bool is_object(const FilePart& part) const { return part.num > 0 && part.frame != FrameKind::kXrefStream; }
+  bool is_current(const FilePart& part) const;
+  void settle_current();
+  void heal_entries();
+  void mark_reached();
+  void look_at_packed();
+  void settle_kinds();
+  void count_saves();
+  bool add_members(const FilePart& part, Revision& revision, VisitedSet& seen);
+  void add_up();
+  void show_front();
+  bool reached(std::uint32_t num) const { return num < reached_.capacity && reached_.entries[num] != 0; }
+
+  CPDFDoc& doc_;
+  CPDFXRefTable& table_;
+  FileMap& map_;
+  PartClassifier kinds_;
+  CPDFCloneMap reached_{};
+  VisitedSet placed_;                   // objects that the table finds where the scan does
+  std::vector<PartKind> packed_kinds_;  // by object number
+};
+
+void MapMaker::run() {
+  table_.drain_pending();
+  map_.scan = scan_file(table_, doc_.linearized_length());
+  const ScopeGuard release([this] { QVFree(reached_.entries); });
+  settle_current();
+  mark_reached();
+  look_at_packed();
+  settle_kinds();
+  count_saves();
+  show_front();
+  add_up();
+}
+
+bool MapMaker::is_current(const FilePart& part) const {
+  if (static_cast<std::uint32_t>(part.num) >= table_.xref_count)
+    return false;
+  const PDF_XREF& entry = table_.xref_items[part.num];
+  const bool in_file = entry.type == 1 || entry.type == 4 || (entry.type == 3 && entry.gen == -1);
+  return in_file && entry.offset <= part.start && part.start - entry.offset <= kOffsetSlack;
+}
+
+void MapMaker::settle_current() {
+  for (const FilePart& part : map_.scan.parts) {
+    if (is_object(part) && is_current(part))
+      placed_.visit(part.num);
+  }
+  heal_entries();
+  for (FilePart& part : map_.scan.parts) {
+    if (part.frame == FrameKind::kNone && is_object(part) && !is_current(part))
+      part.kind = PartKind::kOldObject;
+  }
+}
+
+// The table corrects the entries that point to a wrong place when their objects are asked for.
+void MapMaker::heal_entries() {
+  VisitedSet tried;
+  Freed<CPDFObj> obj;
+  for (const FilePart& part : map_.scan.parts) {
+    const auto num = static_cast<std::uint32_t>(part.num);
+    if (is_object(part) && num < table_.xref_count && table_.xref_items[num].type != 2 && !placed_.has(part.num) &&
+        tried.visit(part.num))
+      table_.get_entity(obj, {part.num, 0});
+  }
+}
+
+void MapMaker::mark_reached() {
+  for (const CPDFObj* start : {&table_.root, &table_.info, &table_.encrypt, &table_.id}) {
+    if (start->tag == kTagRef)
+      table_.rec_obj(reached_, start->as_ref());
+    else if (start->as_dict() != nullptr)
+      table_.rec_dict(reached_, start->as_dict());
+    else if (start->as_array() != nullptr)
+      table_.rec_array(reached_, start->as_array());
+  }
+}
+
+void MapMaker::look_at_packed() {
+  packed_kinds_.assign(table_.xref_count, PartKind::kUnknown);
+  Freed<CPDFObj> obj;
+  for (std::uint32_t num = 1; num < packed_kinds_.size(); ++num) {
+    if (table_.xref_items[num].type != 2)
+      continue;
+    table_.get_stored(obj, {static_cast<std::int32_t>(num), 0});
+    packed_kinds_[num] = kinds_.kind_of(obj);
+  }
+}
+
+// What an object is by itself weighs more than what others say of it.
+void MapMaker::settle_kinds() {
+  const std::vector<PartKind>& hints = map_.scan.hints;
+  const auto settled = [&hints](PartKind kind, std::size_t num) {
+    const bool open = kind == PartKind::kStream || kind == PartKind::kObject;
+    return open && num < hints.size() && hints[num] != PartKind::kUnknown ? hints[num] : kind;
+  };
+  for (FilePart& part : map_.scan.parts) {
+    if (!is_object(part) || part.kind == PartKind::kOldObject)
+      continue;
+    if (part.start == static_cast<std::uint32_t>(map_.scan.hint_stream) && part.is_stream) {
+      part.kind = PartKind::kFrame;
+      part.frame = FrameKind::kHints;
+    }
+    part.kind = settled(part.kind, static_cast<std::size_t>(part.num));
+    part.unused = part.kind != PartKind::kFrame && !reached(static_cast<std::uint32_t>(part.num));
+  }
+  for (std::size_t num = 0; num < packed_kinds_.size(); ++num)
+    packed_kinds_[num] = settled(packed_kinds_[num], num);
+}
+
+// Which numbers each save wrote for the first time, and which again.
+void MapMaker::count_saves() {
+  VisitedSet seen;
+  auto revision = map_.scan.revisions.begin();
+  for (const FilePart& part : map_.scan.parts) {
+    while (part.start >= revision->end && revision + 1 != map_.scan.revisions.end())
+      ++revision;
+    if (!is_object(part))
+      continue;
+    if (!add_members(part, *revision, seen))
+      ++(seen.visit(part.num) ? revision->added : revision->changed);
+  }
+}
+
+// Counts what an object stream holds, also one that the table no longer leads to. False when it is none.
+bool MapMaker::add_members(const FilePart& part, Revision& revision, VisitedSet& seen) {
+  if (!part.is_stream || (part.kind != PartKind::kPacked && part.kind != PartKind::kOldObject))
+    return false;
+  CPDFBufBase buf;
+  table_.stream->SetPos(CQVStream::STR_SEEK_SET, part.start);
+  buf.buf_init(table_.stream);
+  PDF_DEC_PARA para{};
+  Freed<CPDFObj> obj;
+  obj.read(&buf, table_.decode_para(para, {part.num, 0}));
+  CPDFStreamRec* const rec = obj.as_stream();
+  const CPDFObj* const type = rec != nullptr ? rec->dict.get_item(CPDFDictionary::sm_tag_type) : nullptr;
+  if (type == nullptr || !type->is_name("ObjStm"))
+    return false;
+  table_.heal_length(*rec, part.num);
+  Freed<CPDFObj> number;
+  table_.resolve(number, rec->dict.get_item("N"));
+  const std::int32_t count = std::min(number.to_int(), kMostMembers);
+  const std::unique_ptr<CPDFStream> decoder(table_.make_stream(rec));
+  // Numbers and offsets alternate in front of the objects.
+  std::int32_t value = -1;
+  std::int32_t values = 0;
+  char c = 0;
+  while (decoder != nullptr && values < 2 * count && decoder->read_block(&c, 1) == 1) {
+    if (is_digit(c)) {
+      value = value < INT32_MAX / 16 ? std::max(value, 0) * 10 + (c - '0') : value;
+    } else if (value >= 0) {
+      if (values++ % 2 == 0)
+        ++(seen.visit(value) ? revision.added : revision.changed);
+      value = -1;
+    }
+  }
+  return true;
+}
+
+// Bytes in front of the header, where a file has them: offsets do not count them, the picture does.
+void MapMaker::show_front() {
+  const auto front = static_cast<std::uint32_t>(doc_.header_offset());
+  map_.size = static_cast<std::uint32_t>(table_.stream->GetLen()) + front;
+  if (front == 0)
+    return;
+  for (FilePart& part : map_.scan.parts) {
+    part.start += front;
+    part.end += front;
+  }
+  for (Revision& revision : map_.scan.revisions) {
+    revision.start += revision.start != 0 ? front : 0;
+    revision.end += front;
+  }
+  FilePart part;
+  part.end = front;
+  map_.scan.parts.insert(map_.scan.parts.begin(), part);
+}
+
+void MapMaker::add_up() {
+  map_.filters.resize(map_.scan.filters.size());
+  for (const FilePart& part : map_.scan.parts) {
+    const std::int64_t bytes = std::int64_t{part.end} - part.start;
+    MapTotal& kind = map_.kinds[static_cast<std::size_t>(part.kind)];
+    ++kind.objects;
+    kind.bytes += bytes;
+    if (part.is_stream) {
+      ++map_.filters[part.filter].objects;
+      map_.filters[part.filter].bytes += bytes;
+    }
+    if (part.unused) {
+      ++map_.unused.objects;
+      map_.unused.bytes += bytes;
+    }
+  }
+  for (std::uint32_t num = 1; num < packed_kinds_.size(); ++num) {
+    if (table_.xref_items[num].type != 2)
+      continue;
+    ++map_.kinds[static_cast<std::size_t>(packed_kinds_[num])].packed;
+    map_.unused.packed += reached(num) ? 0 : 1;
+  }
+}
+
+const char* frame_name(FrameKind kind) {
+  switch (kind) {
+    case FrameKind::kHeader:
+      return "header";
+    case FrameKind::kTable:
+      return "cross-reference table";
+    case FrameKind::kTrailer:
+      return "trailer";
+    case FrameKind::kXrefStream:
+      return "cross-reference stream";
+    case FrameKind::kEndMarker:
+      return "end marker";
+    case FrameKind::kLinearized:
+      return "linearization dictionary";
+    case FrameKind::kHints:
+      return "hint stream";
+    case FrameKind::kNone:
+      break;
+  }
+  return "structure";
+}
+
+}  // namespace
+
+const char* kind_name(PartKind kind) {
+  static const char* const names[] = {"Pages",         "Page content",    "Fonts",
+                                      "Images",        "Other streams",   "Object streams",
+                                      "Other objects", "Structure",       "Earlier versions",
+                                      "Unknown bytes", "Blanks, comments"};
+  static_assert(std::size(names) == kPartKinds);
+  return names[static_cast<std::size_t>(kind)];
+}
+
+std::string FileMap::name_of(const FilePart& part) const {
+  static const char* const names[] = {"page ",
+                                      "page content ",
+                                      "font ",
+                                      "image ",
+                                      "stream ",
+                                      "object stream ",
+                                      "object ",
+                                      "",
+                                      "earlier version of ",
+                                      "unknown bytes",
+                                      "blanks or comments"};
+  static_assert(std::size(names) == kPartKinds);
+  if (part.kind == PartKind::kFrame)
+    return frame_name(part.frame);
+  const std::string name = names[static_cast<std::size_t>(part.kind)];
+  return part.num > 0 ? name + std::to_string(part.num) : name;
+}
+
+FileMap make_file_map(CPDFDoc& doc) {
+  FileMap map;
+  MapMaker(doc, map).run();
+  return map;
+}
+
+}  // namespace sheaf::tool

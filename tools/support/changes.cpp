@@ -1,0 +1,77 @@
+#include "support/changes.h"
+
+#include <sys/stat.h>
+
+#include <CLI/CLI.hpp>
+
+#include "support/tool_support.h"
+
+namespace sheaf::tool {
+
+namespace {
+
+const char* const kInfoKeys[] = {"Title", "Author", "Subject", "Keywords", "Creator", "Producer"};
+
+// "KEY=TEXT" in its two parts. False, with a message, when the key is none of the six.
+bool split_setting(const std::string& setting, std::string& key, std::string& text) {
+  const std::size_t at = setting.find('=');
+  key = setting.substr(0, at);
+  text = at != std::string::npos ? setting.substr(at + 1) : "";
+  for (const char* known : kInfoKeys) {
+    if (at != std::string::npos && key == known)
+      return true;
+  }
+  complain("--set " + setting, "needs KEY=TEXT with Title, Author, Subject, Keywords, Creator or Producer as KEY");
+  return false;
+}
+
+bool is_regular_file(const std::string& path) {
+  struct stat info = {};
+  return stat(path.c_str(), &info) == 0 && S_ISREG(info.st_mode);
+}
+
+}  // namespace
+
+void add_changes(CLI::App& command, ChangeOptions& changes) {
+  command.add_option("--set", changes.settings, "KEY=TEXT of the document information")->allow_extra_args(false);
+  command.add_option("--attach", changes.attachments, "Embed a file")->allow_extra_args(false);
+}
+
+bool check_changes(const ChangeOptions& changes) {
+  std::string key;
+  std::string text;
+  for (const std::string& setting : changes.settings) {
+    if (!split_setting(setting, key, text))
+      return false;
+  }
+  for (const std::string& path : changes.attachments) {
+    if (!is_regular_file(path)) {
+      complain(path, "is no file that could be attached; check the path. Nothing was written");
+      return false;
+    }
+  }
+  return true;
+}
+
+bool apply_changes(CPDFDoc& doc, const ChangeOptions& changes) {
+  std::string key;
+  std::string text;
+  if (!changes.attachments.empty() && doc.table().temp_stream.file == nullptr)
+    doc.use_temp_file(nullptr);
+  for (const std::string& setting : changes.settings) {
+    split_setting(setting, key, text);
+    if (!doc.set_info(key.c_str(), text.c_str())) {
+      complain("--set " + setting, "the document information could not be changed");
+      return false;
+    }
+  }
+  for (const std::string& path : changes.attachments) {
+    if (!doc.attach(path.c_str())) {
+      complain(path, "could not be attached");
+      return false;
+    }
+  }
+  return true;
+}
+
+}  // namespace sheaf::tool

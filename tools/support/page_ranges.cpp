@@ -1,0 +1,49 @@
+#include "support/page_ranges.h"
+
+#include <algorithm>
+#include <cctype>
+
+namespace sheaf::tool {
+
+namespace {
+
+// A page number from 1, or 0 when `text` is none.
+int read_page(const std::string& text, int count) {
+  if (text == "z")
+    return count;
+  const bool from_end = !text.empty() && text[0] == 'r';
+  const std::string digits = from_end ? text.substr(1) : text;
+  const bool sound = !digits.empty() && digits.size() <= 9 &&
+                     std::all_of(digits.begin(), digits.end(), [](char c) { return c >= '0' && c <= '9'; });
+  if (!sound)
+    return 0;
+  const int number = std::stoi(digits);
+  const int page = from_end ? count + 1 - number : number;
+  return number >= 1 && page >= 1 && page <= count ? page : 0;
+}
+
+}  // namespace
+
+bool read_page_ranges(const std::string& ranges, int count, std::vector<std::int32_t>& pages, std::string& trouble) {
+  std::size_t at = 0;
+  while (at <= ranges.size()) {
+    const std::size_t end = std::min(ranges.find(',', at), ranges.size());
+    const std::string part = ranges.substr(at, end - at);
+    const std::size_t dash = part.find('-');
+    const int first = read_page(part.substr(0, dash), count);
+    const int last = dash == std::string::npos ? first : read_page(part.substr(dash + 1), count);
+    if (first == 0 || last == 0) {
+      trouble = part;
+      return false;
+    }
+    for (int page = first;; page += first <= last ? 1 : -1) {
+      pages.push_back(page - 1);
+      if (page == last)
+        break;
+    }
+    at = end + 1;
+  }
+  return true;
+}
+
+}  // namespace sheaf::tool

@@ -1,0 +1,15 @@
+// Page ranges of the command line: "1-5,8,r1,z-1". Pages count from 1; r1 is the last page, r2 the
+// one before; z is the last page too. A range from a higher to a lower page runs backwards.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace sheaf::tool {
+
+/// Appends the pages (from 0) that `ranges` names in a document of `count` pages. False when it is
+/// not understood or names a page that is not there; `trouble` then says which part.
+bool read_page_ranges(const std::string& ranges, int count, std::vector<std::int32_t>& pages, std::string& trouble);
+
+}  // namespace sheaf::tool

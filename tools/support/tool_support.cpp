@@ -1,0 +1,147 @@
+#include "support/tool_support.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <vector>
+
+#include "sheaf/base/heap.h"
+#include "sheaf/base/scope_guard.h"
+#include "sheaf/filters/ccitt.h"
+#include "sheaf/object/text_utf8.h"
+
+namespace sheaf::tool {
+
+void complain(const std::string& file, const std::string& message) {
+  std::fprintf(stderr, "sheaf: %s: %s\n", file.c_str(), message.c_str());
+}
+
+namespace {
+
+// The password of the options. False, with a message, when its file cannot be read.
+bool read_password(const PasswordOptions& options, std::string& password) {
+  password = options.password;
+  if (options.password_file.empty())
+    return true;
+  const bool standard_input = options.password_file == "-";
+  std::FILE* in = standard_input ? stdin : std::fopen(options.password_file.c_str(), "rb");
+  if (in == nullptr) {
+    complain(options.password_file, "the password file cannot be opened; check the path and its permissions");
+    return false;
+  }
+  for (int c = std::fgetc(in); c != EOF && c != '\n' && c != '\r'; c = std::fgetc(in))
+    password += static_cast<char>(c);
+  if (!standard_input)
+    std::fclose(in);
+  return true;
+}
+
+}  // namespace
+
+std::string password_trouble(const CPDFDoc& doc) {
+  switch (doc.handler().outcome()) {
+    case CPDFStandardSecHand::Outcome::kWrongPassword:
+      return "the password is wrong; give the user or the owner password";
+    case CPDFStandardSecHand::Outcome::kUnsupported:
+      return "is encrypted in a way that is not supported; only password encryption is";
+    case CPDFStandardSecHand::Outcome::kDamagedDictionary:
+      return "its encryption dictionary is damaged; the contents cannot be decrypted";
+    default:
+      return "is encrypted and needs a password; give it with --password or --password-file";
+  }
+}
+
+namespace {
+
+// Tells why a document did not open.
+bool refuse(const CPDFDoc& doc, const std::string& file) {
+  switch (doc.status()) {
+    case PDF_OPEN::kNoFile:
+      complain(file, "cannot be opened; check the path and its permissions");
+      break;
+    case PDF_OPEN::kEmpty:
+      complain(file, "is empty; there is nothing to read");
+      break;
+    default:
+      complain(file, "no document catalogue with pages could be found, not by scanning either; is it a PDF?");
+      break;
+  }
+  return false;
+}
+
+bool accept(const CPDFDoc& doc, const std::string& file, bool needs_password) {
+  if (!needs_password || doc.is_readable())
+    return true;
+  complain(file, password_trouble(doc));
+  return false;
+}
+
+}  // namespace
+
+bool open_document(CPDFDoc& doc, const std::string& file, const PasswordOptions& options, bool needs_password) {
+  std::string password;
+  if (!read_password(options, password))
+    return false;
+  doc.set_password(password.c_str());
+  return doc.open(file.c_str()) ? accept(doc, file, needs_password) : refuse(doc, file);
+}
+
+bool open_document_for_update(CPDFDoc& doc, const std::string& path, const std::string& shown,
+                              const PasswordOptions& options) {
+  std::string password;
+  if (!read_password(options, password))
+    return false;
+  doc.set_password(password.c_str());
+  return doc.open_for_update(path.c_str()) ? accept(doc, shown, true) : refuse(doc, shown);
+}
+
+std::int64_t drain(CPDFXRefTable& table, const CPDFStreamRec& rec, CPDFStream& decoder,
+                   const std::function<bool(const unsigned char*, int)>& sink) {
+  constexpr int kBlock = 64 * 1024;
+  int piece = kBlock;
+  std::int64_t rows = INT64_MAX;
+  if (decoder.filter_type == kFilterCCITTFax) {
+    const auto& fax = static_cast<const CPDFStreamFAX&>(decoder);
+    Freed<CPDFObj> height;
+    table.resolve(height, rec.dict.get_item(CPDFDictionary::sm_tag_height));
+    rows = height.to_int() > 0 ? height.to_int() : std::max(fax.rows, 0);
+    piece = (fax.columns + 7) / 8;
+  }
+  std::vector<unsigned char> block(static_cast<std::size_t>(std::max(piece, 1)));
+  std::int64_t total = 0;
+  for (std::int64_t row = 0; row < rows && total < kMostDecoded; ++row) {
+    const int got = decoder.read_block(block.data(), piece);
+    if (got <= 0)
+      break;
+    if (!sink(block.data(), got))
+      return -1;
+    total += got;
+  }
+  return total;
+}
+
+std::string utf8_text(const PDF_String& text) {
+  std::size_t len = 0;
+  char* block = text_to_utf8(text, len);
+  std::string out(block != nullptr ? block : "", len);
+  QVFree(block);
+  return out;
+}
+
+std::string hex_text(const PDF_String& text) {
+  static const char digits[] = "0123456789abcdef";
+  std::string out;
+  for (std::int32_t i = 0; i < text.len; ++i) {
+    const auto byte = static_cast<unsigned char>(text.data[i]);
+    out += digits[byte >> 4];
+    out += digits[byte & 15];
+  }
+  return out;
+}
+
+std::string syntax_text(const CPDFObj& value) {
+  CQVStreamMem out;
+  value.write(&out, nullptr);
+  return std::string(reinterpret_cast<const char*>(out.data), out.len);
+}
+
+}  // namespace sheaf::tool

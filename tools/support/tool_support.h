@@ -1,0 +1,41 @@
+// What the commands share: opening with messages, and values as text.
+#pragma once
+
+#include <functional>
+#include <string>
+
+#include "sheaf/document/doc.h"
+#include "support/exit_codes.h"
+#include "support/password_options.h"
+
+namespace sheaf::tool {
+
+/// A message to standard error: "sheaf: FILE: what; what to do".
+void complain(const std::string& file, const std::string& message);
+
+/// Opens `file` and says so when that fails. False: the command ends with kExitFailed. With
+/// `needs_password` false an encrypted document that waits for its password counts as open.
+bool open_document(CPDFDoc& doc, const std::string& file, const PasswordOptions& password, bool needs_password = true);
+
+/// Opens `path` for reading and writing; messages name `shown`.
+bool open_document_for_update(CPDFDoc& doc, const std::string& path, const std::string& shown,
+                              const PasswordOptions& password);
+
+/// Why an encrypted document cannot be read.
+std::string password_trouble(const CPDFDoc& doc);
+
+/// Reads a decoder to its end in pieces and hands them to `sink`, which gives false to stop. CCITT
+/// images are read by rows, as many as the image has: their data have no end of their own. What
+/// decodes to more than kMostDecoded is cut. The result is the count of bytes, -1 when stopped.
+constexpr std::int64_t kMostDecoded = std::int64_t{1} << 30;
+std::int64_t drain(CPDFXRefTable& table, const CPDFStreamRec& rec, CPDFStream& decoder,
+                   const std::function<bool(const unsigned char*, int)>& sink);
+
+/// A PDF text string as UTF-8.
+std::string utf8_text(const PDF_String& text);
+/// Bytes in hexadecimal.
+std::string hex_text(const PDF_String& text);
+/// A value in PDF syntax.
+std::string syntax_text(const CPDFObj& value);
+
+}  // namespace sheaf::tool
