@@ -38,6 +38,7 @@ set(SHEAF_PUBLIC_HEADERS
   object/parse_buf.h
   object/references.h
   object/sec_hand.h
+  object/stored_bytes.h
   object/stream_rec.h
   object/text_utf8.h
   xref/page_set.h

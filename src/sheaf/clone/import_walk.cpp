@@ -39,7 +39,7 @@ public:
     object.ref = {reserve(source.num), 0};
     source_->get_entity(object.obj, source);
     const CPDFStreamRec* rec = object.obj.as_stream();
-    return rec == nullptr || read_stored_bytes(*source_, *rec, EmptyLength::kNone, object.data, object.len);
+    return rec == nullptr || read_stored_bytes(*source_, *rec, object.data, object.len);
   }
 
   void finish(CopiedObject& object) {

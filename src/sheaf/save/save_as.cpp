@@ -11,6 +11,7 @@
 #include "sheaf/save/block_writer_internal.h"
 #include "sheaf/save/entry_deflater_internal.h"
 #include "sheaf/save/object_runs_internal.h"
+#include "sheaf/save/stored_print_internal.h"
 #include "sheaf/save/xref_stream_internal.h"
 #include "sheaf/xref/pdf_header.h"
 #include "sheaf/xref/xref_table.h"
@@ -147,7 +148,8 @@ private:
     entry.type = 1;
     entry.offset = position();
     PDF_ENC_PARA para{static_cast<std::int32_t>(num), entry.gen, 1, enc_};
-    source_.new_objs[slot].obj.write(&out_, &para);
+    if (!print_stored(source_, source_.new_objs[slot].obj, &out_, para))
+      target_.write_failed = 1;
   }
 
   // The entries, compressed; false when there is no memory.

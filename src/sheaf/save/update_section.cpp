@@ -2,6 +2,7 @@
 
 #include "sheaf/base/chars.h"
 #include "sheaf/base/scope_guard.h"
+#include "sheaf/save/stored_print_internal.h"
 #include "sheaf/save/update_internal.h"
 
 namespace sheaf {
@@ -103,7 +104,7 @@ std::uint32_t UpdateSection::put_object(std::int32_t num, bool keeps_slot) {
   PDF_NEWOBJ& slot = table_.new_objs[entry.offset];
   // The generation is always 0 here, as the section's entry says too.
   PDF_ENC_PARA para{num, 0, 1, enc_};
-  slot.obj.write(&out_, &para);
+  complete_ = print_stored(table_, slot.obj, &out_, para) && complete_;
   if (sign_ == nullptr)
     return pos;
   sealed_.push({num, pos});
@@ -143,7 +144,7 @@ void UpdateSection::finish(std::uint32_t start) {
   if (!reaches_too_far)
     fill(end);
   out_.Flush();
-  if (reaches_too_far || out_.failed() || !watch_.all_granted()) {
+  if (reaches_too_far || !complete_ || out_.failed() || !watch_.all_granted()) {
     table_.write_failed = 1;
     return;
   }

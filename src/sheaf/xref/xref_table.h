@@ -29,6 +29,7 @@
 #include "sheaf/object/dictionary.h"
 #include "sheaf/object/object.h"
 #include "sheaf/object/references.h"
+#include "sheaf/object/stored_bytes.h"
 #include "sheaf/object/stream_rec.h"
 #include "sheaf/xref/page_set.h"
 
@@ -209,6 +210,8 @@ public:
   std::int32_t mem_stream_room = 0;  ///< Entries that the block of mem_streams really holds.
   std::int32_t* mem_stream_index = nullptr;  ///< Entry of mem_streams plus one by object number.
   std::uint32_t mem_stream_index_size = 0;
+  std::int32_t copies_own_source = 0;   ///< Not 0: copies take a stream from where its record says, not from `stream`.
+  std::int32_t frees_lost_members = 0;  ///< Not 0: save_as lists no compressed object that nothing refers to.
 
   // ---- opening and closing (xref/) ----
 
@@ -281,6 +284,13 @@ public:
   /// The stream's bytes as stored, decryption taken off; null on failure. The caller owns the
   /// block (a NUL stands behind it) and releases it with QVFree.
   unsigned char* load_raw_data(const CPDFStreamRec* rec, int& len);
+  /// Finds the stored bytes of `rec` in `source`, a "Length" that is a reference followed. False as
+  /// StoredBytes::find.
+  bool find_stored(sheaf::StoredBytes& found, const CPDFStreamRec& rec, CQVStream* source, sheaf::NoLength none);
+  /// Whether the bytes of `rec` are encrypted, and can be decrypted.
+  bool needs_decrypting(const CPDFStreamRec& rec) const {
+    return rec.plain == 0 && sec_filter[0] != 0 && sec_hand != nullptr;
+  }
   void* get_font_ext(const char* name);
   CPDFCMap* get_cmap(const char* name);
   CPDFCMapToUnicode* get_cmap_tou(const char* name);

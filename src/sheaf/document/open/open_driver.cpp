@@ -98,6 +98,8 @@ void CPDFDoc::reset_table() {
   table_.next_obj_num = 0;
   table_.sec_filter[0] = 0;
   table_.stream = stream_;
+  table_.copies_own_source = 1;
+  table_.frees_lost_members = 1;
   table_.append_offset = stream_ != nullptr ? static_cast<std::uint32_t>(stream_->GetLen()) : 0;
   table_repairs_told_ = 0;
 }
