@@ -115,6 +115,13 @@ TEST(ImageFlate, RowsFollowTheStrideUpAndDown) {
   EXPECT_EQ(doc.data(doc.table.new_image_flate(&up, 0, 0)), "ijkmnoabcefg");
 }
 
+TEST(ImageFlate, AStrideOf0RepeatsARow) {
+  FreshTable doc;
+  std::string row = "abcdefgh";
+  const CQVBmp32 bmp = bitmap(row, 2, 3, 0);
+  EXPECT_EQ(doc.data(doc.table.new_image_flate(&bmp, 0, 0)), "abcefgabcefgabcefg");
+}
+
 TEST(ImageFlate, UnusableBitmapsChangeNothing) {
   FreshTable doc;
   std::string rows(64, 'x');

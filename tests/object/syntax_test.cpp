@@ -217,6 +217,14 @@ TEST(Syntax, RealsOfEverySizeComeBackWithoutAnExponent) {
   }
 }
 
+// An integer of more than 31 bits is held as a real, and other readers take no offset with a fraction.
+TEST(Syntax, IntegersBeyond31BitsKeepTheirForm) {
+  for (const char* text : {"2147483647", "2147483648", "-2147483648", "-2147483649", "4294967295", "137438953471"})
+    EXPECT_EQ(reprinted(text), text);
+  EXPECT_EQ(reprinted("4294967296.5"), "4294967296.5");
+  EXPECT_EQ(reprinted("7.0"), "7.0");
+}
+
 // A value of any kind, in containers of a few items, from a fixed sequence.
 void make_any(CPDFObj& value, std::mt19937_64& random, int depth) {
   std::string bytes(random() % 40, 0);

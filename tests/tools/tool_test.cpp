@@ -49,6 +49,10 @@ TEST_F(Tool, CheckTellsProblemsByObject) {
   EXPECT_EQ(clean.output.substr(clean.output.find("\"status\"")),
             "\"status\":\"clean\",\"pages\":2,\"objects\":6,\"streams\":1,\"decoded_bytes\":12,\"problems\":[],"
             "\"repairs\":[]}\n");
+  PdfBuilder empty;  // a stream may hold nothing
+  empty.pages(1).stream(4, "/Filter/FlateDecode", PdfBuilder::deflated("")).stream(5, "", "").classic();
+  write_file(out, empty.str());
+  EXPECT_EQ(sheaf("check " + out).code, 0);
   PdfBuilder bad;
   bad.pages(1).stream(4, "/Filter/NoSuch", "x").stream(5, "/Filter/FlateDecode", "no deflate data").classic();
   write_file(out, bad.str());

@@ -1,5 +1,7 @@
 // sheaf check: reads every object, decodes every stream, and says what is wrong by object number.
+#include <algorithm>
 #include <cstdio>
+#include <iterator>
 #include <memory>
 #include <vector>
 
@@ -84,7 +86,7 @@ private:
     }
     const std::int64_t total = drain(table_, rec, *decoder, [](const unsigned char*, int) { return true; });
     result_.decoded_bytes += total;
-    if (total == 0)
+    if (total == 0 && !is_deflated_nothing(*decoder))
       problem(num, "stream data decode to nothing");
     if (total >= kMostDecoded)
       problem(num, "stream data decode to more than 1 GiB; the rest was not looked at");
@@ -104,6 +106,18 @@ private:
     Freed<CPDFObj> length;
     table_.resolve(length, rec.dict.get_item(CPDFDictionary::sm_tag_length));
     return length.tag == kTagInt && length.as_int() == 0;
+  }
+
+  // Whether the decoder, which gave nothing, had to give nothing: a zlib header, and at the end the
+  // checksum of no bytes (RFC 1950, 2.2). Or there was nothing to decode.
+  static bool is_deflated_nothing(const CPDFStream& decoder) {
+    constexpr std::int32_t kLeast = 8;
+    constexpr unsigned char kNothing[] = {0, 0, 0, 1};
+    if (decoder.filter_type != kFilterFlate || decoder.data == nullptr || decoder.left < kLeast)
+      return decoder.filter_type == kFilterFlate && decoder.left == 0;
+    const unsigned header = decoder.data[0] * 256u + decoder.data[1];
+    return (decoder.data[0] & 15) == 8 && header % 31 == 0 &&
+           std::equal(std::begin(kNothing), std::end(kNothing), decoder.data + decoder.left - sizeof(kNothing));
   }
 
   // The first filter that has no decoder, or null. Borrowed from `name_`.

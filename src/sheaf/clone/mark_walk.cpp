@@ -61,8 +61,7 @@ private:
   void sort_by_place() {
     const auto place = [this](std::int32_t num) {
       const PDF_XREF& entry = table_.xref_items[num];
-      return entry.type == 2 && entry.offset < table_.xref_count ? table_.xref_items[entry.offset].offset
-                                                                 : entry.offset;
+      return entry.type == 2 && entry.offset < table_.xref_count ? table_.objstm_place(entry.offset) : entry.offset;
     };
     const auto in_front = [place](std::int32_t a, std::int32_t b) { return place(a) < place(b); };
     if (!std::is_sorted(wave_.begin(), wave_.end(), in_front))

@@ -36,6 +36,7 @@ enum class PDF_OPEN : std::int32_t {
   kEmpty,      ///< The file has no bytes.
   kDamaged,    ///< No catalogue with pages could be found.
   kNoMemory,
+  kTooLarge,  ///< 4 GiB or more: offsets have 32 bits.
 };
 
 /// How an update section ends.
@@ -109,7 +110,7 @@ public:
   bool load_page(int index, CPDFPage& page);
 
   /// Puts a page object of this document in front of page `index`, or behind the last page. The page
-  /// tree follows with the next save. False when there is no such place.
+  /// tree follows with the next save. False when there is no such place, or when `page` is no page.
   bool insert_page(int index, const PDF_REF& page);
   /// Takes page `index` off the list; its object stays.
   bool remove_page(int index);
@@ -124,7 +125,8 @@ public:
   bool use_temp_file(const char* folder);
   /// Sets a text of the document information ("Title", "Author" ...). The change waits for a save.
   bool set_info(const char* key, const char* utf8);
-  /// Embeds a file and lists it among the document's embedded files under its base name.
+  /// Embeds a file of less than 2 GiB and lists it among the document's embedded files under its base
+  /// name. False when that fails; `table().file_too_large` is then not 0 if the file's size is why.
   bool attach(const char* path);
   /// Writes all changes as an update section, encrypted as the document is; `sign` seals it. False
   /// when the output came short. Without a change nothing is written.
@@ -169,6 +171,7 @@ private:
     bool is_cut = false;
   };
 
+  bool is_too_large() const;
   bool open_stream();
   void reset_table();
   void find_header();
@@ -190,7 +193,11 @@ private:
   void read_version();
   bool has_sound_sections();
   void detach_from_old_sections();
+  void store_last_object(std::uint32_t num);
+  bool give_trailer_values_numbers();
+  bool reach_last_number();
   void free_members_of_lost_streams();
+  bool comes_along(std::uint32_t num);
   bool begins_at_its_place(std::uint32_t num);
   void add_repair(const char* code, std::int32_t num, std::uint32_t offset, const char* action);
 

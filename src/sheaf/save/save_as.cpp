@@ -57,6 +57,8 @@ public:
     mark();
     confirm_positions();
     put_objects();
+    if (source_.frees_lost_members != 0)
+      free_lost_members();
     put_section();
     if (out_.failed() || out_.GetPos() - base_ > static_cast<long long>(UINT32_MAX))
       target_.write_failed = 1;  // or offsets of 32 bits do not reach to its end
@@ -142,14 +144,26 @@ private:
   }
 
   void put_from_memory(std::uint32_t num, PDF_XREF& entry) {
-    const std::uint32_t slot = entry.offset;
-    if (slot >= source_.new_obj_capacity)
+    PDF_NEWOBJ* const slot = source_.slot_of(num);
+    if (slot == nullptr)
       return;
     entry.type = 1;
     entry.offset = position();
     PDF_ENC_PARA para{static_cast<std::int32_t>(num), entry.gen, 1, enc_};
-    if (!print_stored(source_, source_.new_objs[slot].obj, &out_, para))
+    if (!print_stored(source_, slot->obj, &out_, para))
       target_.write_failed = 1;
+  }
+
+  // Compressed objects whose object stream was left out, and entries of types that no reader knows, lead
+  // nowhere.
+  void free_lost_members() {
+    for (std::uint32_t num = 1; num < target_.xref_count; ++num) {
+      PDF_XREF& entry = target_.xref_items[num];
+      const bool has_stream =
+          entry.type == 2 && entry.offset < target_.xref_count && target_.xref_items[entry.offset].type == 1;
+      if (entry.type != 1 && !has_stream)
+        entry.type = 0;
+    }
   }
 
   // The entries, compressed; false when there is no memory.

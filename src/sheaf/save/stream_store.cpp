@@ -171,6 +171,8 @@ void CPDFXRefTable::write_stream_autofree(const PDF_REF& ref, CPDFStreamRec* rec
 }
 
 void CPDFXRefTable::write_stream(const PDF_REF& ref, CPDFStreamRec* rec, CQVStream* src) {
+  if (src->GetLen() < 0 || src->GetLen() > INT32_MAX)
+    return;
   const auto len = static_cast<std::uint32_t>(src->GetLen());
   HeapBlock<unsigned char> block(static_cast<unsigned char*>(QVAlloc(len)));
   if (!block)

@@ -93,13 +93,23 @@ bool CPDFXRefTable::grow_xref_items(std::uint32_t new_count, bool sets_next) {
   return true;
 }
 
+PDF_NEWOBJ* CPDFXRefTable::slot_of(std::uint32_t num) const {
+  const PDF_XREF& entry = xref_items[num];
+  if (entry.type != 3 || entry.gen == -1 || entry.offset >= new_obj_capacity)
+    return nullptr;
+  PDF_NEWOBJ* const slot = new_objs + entry.offset;
+  return slot->num == static_cast<std::int32_t>(num) ? slot : nullptr;
+}
+
 PDF_NEWOBJ* CPDFXRefTable::get_xref2(int num, int gen) {
   const auto index = static_cast<std::uint32_t>(num);
   if (num < 0 || index >= kMostObjNum || (xref_count <= index && !grow_xref_items(rounded_count(index), false)))
     return nullptr;
   PDF_XREF& entry = xref_items[index];
-  if (entry.type == 3 && entry.gen != -1 && entry.offset < new_obj_capacity)
-    return new_objs + entry.offset;
+  if (PDF_NEWOBJ* const slot = slot_of(index))
+    return slot;
+  const bool lies_in_file = entry.type == 1 || entry.type == 4 || (entry.type == 3 && entry.gen == -1);
+  const std::uint32_t place = lies_in_file ? entry.offset : 0;
   entry = {3, new_obj_count, gen};
   if (new_obj_count >= new_obj_capacity) {
     const std::uint32_t capacity = new_obj_capacity + kNewObjStep;
@@ -111,6 +121,8 @@ PDF_NEWOBJ* CPDFXRefTable::get_xref2(int num, int gen) {
       new_objs[i] = PDF_NEWOBJ{};
     new_obj_capacity = capacity;
   }
+  new_objs[new_obj_count].num = num;
+  new_objs[new_obj_count].place = place;
   return new_objs + new_obj_count++;
 }
 
@@ -140,7 +152,10 @@ std::int32_t CPDFXRefTable::alloc_obj_num() {
 }
 
 bool CPDFXRefTable::store_object(const PDF_REF& ref, CPDFObj& obj) {
-  PDF_NEWOBJ* slot = get_xref2(ref.num, ref.gen);
+  if (static_cast<std::uint32_t>(ref.num) >= next_obj_num)
+    drain_pending();
+  const bool is_given_out = ref.num > 0 && static_cast<std::uint32_t>(ref.num) < next_obj_num;
+  PDF_NEWOBJ* slot = is_given_out ? get_xref2(ref.num, ref.gen) : nullptr;
   if (slot == nullptr) {
     obj.free();
     return false;

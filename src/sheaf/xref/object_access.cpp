@@ -111,10 +111,9 @@ void fetch(CPDFXRefTable& table, Taker& taker, const PDF_REF& ref) {
     return;
   const PDF_XREF entry = table.xref_items[num];
   if (entry.type == 2 && table.know_entry(entry.offset))
-    taker.copy_compressed(table, table.xref_items[entry.offset].offset, static_cast<std::int32_t>(entry.offset),
-                          entry.gen);
-  else if (entry.type == 3 && entry.gen != -1 && entry.offset < table.new_obj_capacity)
-    taker.copy(table.new_objs[entry.offset].obj);
+    taker.copy_compressed(table, table.objstm_place(entry.offset), static_cast<std::int32_t>(entry.offset), entry.gen);
+  else if (const PDF_NEWOBJ* const slot = table.slot_of(num))
+    taker.copy(slot->obj);
   else if (entry.type == 3 && entry.gen == -1)
     read_found(table, taker, ref, entry.offset);
   else if (entry.type == 1 || entry.type == 4)

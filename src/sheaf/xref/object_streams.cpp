@@ -231,6 +231,11 @@ bool CPDFXRefTable::serves_as_objstm(std::uint32_t offset) {
   return known != nullptr && (holds_something(*known) || is_released(*known));
 }
 
+std::uint32_t CPDFXRefTable::objstm_place(std::uint32_t num) const {
+  const PDF_NEWOBJ* const slot = slot_of(num);
+  return slot != nullptr ? slot->place : xref_items[num].offset;
+}
+
 void CPDFXRefTable::release_objstms() {
   for (std::uint32_t i = 0; i < objstm_count; ++i)
     release_objects(objstm_cache[i]);

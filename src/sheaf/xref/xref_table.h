@@ -69,6 +69,7 @@ struct PDF_NEWOBJ {
   std::int32_t num;
   std::int32_t gen;
   CPDFObj obj;
+  std::uint32_t place;  ///< Where the object stood in the file before; 0 it did not.
 };
 
 /// A decoded object stream. The cache is sorted by (offset, first).
@@ -211,7 +212,8 @@ public:
   std::int32_t* mem_stream_index = nullptr;  ///< Entry of mem_streams plus one by object number.
   std::uint32_t mem_stream_index_size = 0;
   std::int32_t copies_own_source = 0;   ///< Not 0: copies take a stream from where its record says, not from `stream`.
-  std::int32_t frees_lost_members = 0;  ///< Not 0: save_as lists no compressed object that nothing refers to.
+  std::int32_t file_too_large = 0;      ///< Set by new_file_spec: the file has more bytes than a stream can hold.
+  std::int32_t frees_lost_members = 0;  ///< Not 0: save_as lists no compressed object without its object stream.
 
   // ---- opening and closing (xref/) ----
 
@@ -266,6 +268,9 @@ public:
   /// Whether an object stream that stands at `offset` gave its objects. It is then where it should
   /// be, whatever number its header bears.
   bool serves_as_objstm(std::uint32_t offset);
+  /// Where the object stream `num`, below `xref_count`, stands in the file, also one that was changed
+  /// since: its objects are those of the file until the next sealed save.
+  std::uint32_t objstm_place(std::uint32_t num) const;
   /// Empties the cache of object streams.
   void release_objstms();
   static char* read_stream_raw_data(CQVStream* s, int& len);
@@ -301,12 +306,15 @@ public:
   /// The slot of object `num`, made if there is none; null when there is no memory. Valid until
   /// the next call that can grow `new_objs`. `gen` -1 must not be passed.
   PDF_NEWOBJ* get_xref2(int num, int gen);
+  /// The slot of object `num`, below `xref_count`, if it has one. A file can state the type of a slot
+  /// too: then there is none, or it is another object's. Valid as that of get_xref2.
+  PDF_NEWOBJ* slot_of(std::uint32_t num) const;
   /// Reads all pending sections; stops at the first failure.
   void drain_pending();
   /// A new object number; consumed whatever happens later.
   std::int32_t alloc_obj_num();
   /// Stores `obj`, which becomes null, as the object `ref` (an existing slot's value is released).
-  /// False when there is no slot: `obj` is released.
+  /// False when the number is 0 or was never given out, or when there is no slot: `obj` is released.
   bool store_object(const PDF_REF& ref, CPDFObj& obj);
   /// Stores a copy of `dict` as object `ref`; a null slot is passed over.
   void store_dict(const PDF_REF& ref, const CPDFDictionary* dict);
@@ -338,7 +346,11 @@ public:
   // ---- creating (create/) ----
 
   void new_xref();
+  /// Embeds the file `path` as a file specification; a folder gives one without data. The number of
+  /// its dictionary, or 0 with nothing made: the file cannot be opened, has 2 GiB or more
+  /// (`file_too_large`), or there is no memory. ISO 32000-1, 7.11.
   int new_file_spec(const char* path);
+  /// The same; the caller owns the base name of the path, which goes to `name`.
   int new_file_spec(const char* path, PDF_String& name);
   /// Deflates `len` bytes (RFC 1950). `out_len` gets the compressed size. The caller owns the block, a
   /// NUL behind it, and releases it with QVFree; null, with a size of 0, when there is no memory. Any

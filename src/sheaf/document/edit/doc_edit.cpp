@@ -3,9 +3,11 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <new>
+#include <string_view>
 #include <utility>
 
 #include "sheaf/base/heap_watch.h"
@@ -132,9 +134,13 @@ bool CPDFDoc::attach(const char* path) {
 void CPDFDoc::detach_from_old_sections() {
   table_.drain_pending();
   Freed<CPDFObj> obj;
+  std::uint32_t last = 0;
   for (std::uint32_t num = 1; num < table_.xref_count; ++num) {
     const std::uint32_t type = table_.xref_items[num].type;
     const PDF_REF ref{static_cast<std::int32_t>(num), 0};
+    const bool lies_in_file = type == 1 || type == 4 || (type == 3 && table_.xref_items[num].gen == -1);
+    if (lies_in_file && (last == 0 || table_.xref_items[num].offset > table_.xref_items[last].offset))
+      last = num;
     if (type != 1 && type != 2 && type != 4)
       continue;
     table_.get_stored(obj, ref);
@@ -145,6 +151,57 @@ void CPDFDoc::detach_from_old_sections() {
       entry = {3, entry.offset, -1};
   }
   table_.last_xref_offset = 0;
+  store_last_object(last);
+}
+
+// The last object of a file that was cut short may have no end: what the update puts behind it would be
+// taken for a part of it. It goes into the update as it was read.
+void CPDFDoc::store_last_object(std::uint32_t num) {
+  constexpr unsigned kTail = 64;
+  char tail[kTail];
+  stream_->SetPos(CQVStream::STR_SEEK_SET, std::max(stream_->GetLen() - kTail, 0LL));
+  const std::string_view text(tail, std::min(stream_->Read(tail, kTail), kTail));
+  if (num == 0 || text.find("%%EOF") != std::string_view::npos || text.find("endobj") != std::string_view::npos)
+    return;
+  Freed<CPDFObj> obj;
+  const PDF_REF ref{static_cast<std::int32_t>(num), 0};
+  table_.get_stored(obj, ref);
+  if (!obj.is_null())
+    table_.store_object(ref, obj);
+}
+
+// A catalogue or document information that stands directly in a trailer becomes an object, as it has to
+// be. False when there is no memory.
+bool CPDFDoc::give_trailer_values_numbers() {
+  for (CPDFObj* value : {&table_.root, &table_.info}) {
+    if (value->as_dict() == nullptr)
+      continue;
+    const PDF_REF ref{table_.alloc_obj_num(), 0};
+    if (!table_.store_object(ref, *value))
+      return false;
+    value->set_ref(ref);
+  }
+  return true;
+}
+
+// Readers may ignore every object at or above "Size", which follows from the last run of an update: that
+// run has to reach the highest number. An object that stays where it is joins it by its entry alone.
+bool CPDFDoc::reach_last_number() {
+  table_.drain_pending();
+  std::uint32_t last = table_.xref_count;
+  while (last > 1 && table_.xref_items[last - 1].type == 0)
+    --last;
+  if (last-- < 2)
+    return true;
+  PDF_XREF& entry = table_.xref_items[last];
+  if (entry.type == 3)
+    return true;
+  if (entry.type == 1 && entry.gen == 0 && begins_at_its_place(last)) {
+    entry = {3, entry.offset, -1};
+    return true;
+  }
+  CPDFObj nothing{};
+  return table_.store_object({table_.alloc_obj_num(), 0}, nothing);
 }
 
 bool CPDFDoc::has_sound_sections() {
@@ -180,6 +237,8 @@ bool CPDFDoc::save_update(PDF_SAVE_FORM form, PDF_SIGN_DATA* sign) {
     return false;
   if (table_.new_obj_count == 0)
     return true;
+  if (!give_trailer_values_numbers())
+    return false;
   if (!has_sound_sections())
     detach_from_old_sections();
   CPDFStandardEncrypt encrypter;
@@ -198,6 +257,8 @@ bool CPDFDoc::save_update(PDF_SAVE_FORM form, PDF_SIGN_DATA* sign) {
   }
   const bool classic =
       form == PDF_SAVE_FORM::kClassic || (form == PDF_SAVE_FORM::kAsFile && table_.first_xref_kind == 1);
+  if (classic && !reach_last_number())
+    return false;
   table_.write_failed = 0;
   const int done = classic ? table_.save_14(enc, sign) : table_.save(enc, sign);
   if (!watch.all_granted() || table_.entries_lost != 0)
@@ -205,22 +266,22 @@ bool CPDFDoc::save_update(PDF_SAVE_FORM form, PDF_SIGN_DATA* sign) {
   return done != 0 && table_.write_failed == 0;
 }
 
-// An object stream comes along in a new file only when its own header stands where its entry says;
-// reading needs no header, and so its members can be known all the same. They then become objects.
+// Reading an object stream needs no header and no entry of the right type, so the members of one that a
+// new file cannot have can be known all the same. They then become objects.
 void CPDFDoc::free_members_of_lost_streams() {
   table_.drain_pending();
   Freed<CPDFObj> obj;
   std::uint32_t container = 0;
-  bool comes_along = true;
+  bool has_stream = true;
   for (std::uint32_t num = 1; num < table_.xref_count; ++num) {
     const PDF_XREF entry = table_.xref_items[num];
     if (entry.type != 2)
       continue;
     if (entry.offset != container) {
       container = entry.offset;
-      comes_along = begins_at_its_place(container);
+      has_stream = comes_along(container);
     }
-    if (comes_along)
+    if (has_stream)
       continue;
     const PDF_REF ref{static_cast<std::int32_t>(num), 0};
     table_.get_stored(obj, ref);
@@ -229,9 +290,18 @@ void CPDFDoc::free_members_of_lost_streams() {
   }
 }
 
-bool CPDFDoc::begins_at_its_place(std::uint32_t num) {
+// Whether the object stream will be in a new file.
+bool CPDFDoc::comes_along(std::uint32_t num) {
   if (num >= table_.xref_count)
     return false;
+  const PDF_XREF& entry = table_.xref_items[num];
+  if (const PDF_NEWOBJ* const slot = table_.slot_of(num))
+    return slot->obj.as_stream() != nullptr;
+  const bool lies_in_file = entry.type == 1 || entry.type == 4 || (entry.type == 3 && entry.gen == -1);
+  return lies_in_file && begins_at_its_place(num);
+}
+
+bool CPDFDoc::begins_at_its_place(std::uint32_t num) {
   stream_->SetPos(CQVStream::STR_SEEK_SET, table_.xref_items[num].offset);
   CPDFBufBase buf;
   buf.buf_init(stream_);
@@ -240,13 +310,8 @@ bool CPDFDoc::begins_at_its_place(std::uint32_t num) {
 
 void CPDFDoc::save_complete(CPDFXRefTable& target, CPDFEncrypt* enc) {
   const HeapWatch watch;
-  for (CPDFObj* value : {&table_.root, &table_.info}) {
-    if (value->as_dict() == nullptr)
-      continue;
-    const PDF_REF ref{table_.alloc_obj_num(), 0};
-    if (table_.store_object(ref, *value))
-      value->set_ref(ref);
-  }
+  if (!give_trailer_values_numbers())
+    table_.entries_lost = 1;
   store_page_tree();
   free_members_of_lost_streams();
   table_.save_as(target, enc);

@@ -377,7 +377,21 @@ void CPDFDoc::read_version() {
   std::memcpy(version_, name, std::strlen(name) + 1);
 }
 
+// Streams of files tell the low 32 bits of their length; where they stand at their end they tell it whole.
+bool CPDFDoc::is_too_large() const {
+  const long long told = stream_->GetLen();
+  stream_->SetPos(CQVStream::STR_SEEK_END, 0);
+  const long long end = stream_->GetPos();
+  stream_->SetPos(CQVStream::STR_SEEK_SET, 0);
+  constexpr long long kMost = UINT32_MAX;
+  return told < 0 || told > kMost || end < 0 || end > kMost;
+}
+
 bool CPDFDoc::open_stream() {
+  if (is_too_large()) {
+    status_ = PDF_OPEN::kTooLarge;
+    return false;
+  }
   table_.checks_lengths = 1;
   const HeapWatch watch;
   file_size_ = stream_->GetLen();

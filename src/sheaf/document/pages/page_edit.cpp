@@ -66,7 +66,11 @@ int CPDFDoc::edit_pages() {
 
 bool CPDFDoc::insert_page(int index, const PDF_REF& page) {
   const int count = edit_pages();
-  if (index < 0 || count < 0 || index > count || page.num < 1 || !pages_.push({page, -1}))
+  Freed<CPDFObj> obj;
+  table_.get_entity(obj, page);
+  if (obj.as_dict() == nullptr || !is_page(*obj.as_dict()))
+    return false;
+  if (index < 0 || count < 0 || index > count || !pages_.push({page, -1}))
     return false;
   std::rotate(pages_.begin() + index, pages_.end() - 1, pages_.end());
   pages_changed_ = true;
