@@ -7,7 +7,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <new>
-#include <string_view>
 #include <utility>
 
 #include "sheaf/base/heap_watch.h"
@@ -157,16 +156,21 @@ void CPDFDoc::detach_from_old_sections() {
 // The last object of a file that was cut short may have no end: what the update puts behind it would be
 // taken for a part of it. It goes into the update as it was read.
 void CPDFDoc::store_last_object(std::uint32_t num) {
-  constexpr unsigned kTail = 64;
-  char tail[kTail];
-  stream_->SetPos(CQVStream::STR_SEEK_SET, std::max(stream_->GetLen() - kTail, 0LL));
-  const std::string_view text(tail, std::min(stream_->Read(tail, kTail), kTail));
-  if (num == 0 || text.find("%%EOF") != std::string_view::npos || text.find("endobj") != std::string_view::npos)
+  constexpr char kEnd[] = "endobj";
+  constexpr unsigned kEndSize = sizeof(kEnd) - 1;
+  if (num == 0)
     return;
-  Freed<CPDFObj> obj;
+  stream_->SetPos(CQVStream::STR_SEEK_SET, table_.xref_items[num].offset);
+  CPDFBufBase buf;
+  buf.buf_init(stream_);
   const PDF_REF ref{static_cast<std::int32_t>(num), 0};
-  table_.get_stored(obj, ref);
-  if (!obj.is_null())
+  PDF_DEC_PARA para{};
+  Freed<CPDFObj> obj;
+  obj.read(&buf, table_.decode_para(para, ref));
+  buf.buf_need(kEndSize);
+  const bool has_end =
+      buf.buf_pos + kEndSize <= buf.buf_len && std::memcmp(buf.buf_data + buf.buf_pos, kEnd, kEndSize) == 0;
+  if (!has_end && !obj.is_null() && obj.tag != kTagStream && obj.tag != kTagNoValue)
     table_.store_object(ref, obj);
 }
 
