@@ -25,17 +25,16 @@ std::uint32_t offset_from(const CQVStream* out, int base) {
 }  // namespace
 
 void CPDFXRefTable::save_obj(CPDFObj& obj, CQVStream* out, int base, int num, PDF_XREF* item, CPDFEncrypt* enc) {
-  if (item->type != 3)
+  if (!item->is_changed())
     return;
-  item->type = 1;
-  item->offset = offset_from(out, base);
+  *item = PDF_XREF::in_file(offset_from(out, base), item->gen);
   PDF_ENC_PARA para{num, item->gen, 1, enc};
   print_stored(*this, obj, out, para);
 }
 
 void CPDFXRefTable::save_obj(CQVStream* out, int base, int num, PDF_XREF* item, CPDFEncrypt* enc) {
   const bool encrypted = sec_filter[0] != 0 && sec_hand != nullptr;
-  if (!encrypted && item->type == 0)
+  if (!encrypted && !item->is_known())
     return;
   stream->SetPos(CQVStream::STR_SEEK_SET, item->offset);
   CPDFBufBase buf;

@@ -135,19 +135,18 @@ void CPDFDoc::detach_from_old_sections() {
   Freed<CPDFObj> obj;
   std::uint32_t last = 0;
   for (std::uint32_t num = 1; num < table_.xref_count; ++num) {
-    const std::uint32_t type = table_.xref_items[num].type;
+    const PDF_XREF before = table_.xref_items[num];
     const PDF_REF ref{static_cast<std::int32_t>(num), 0};
-    const bool lies_in_file = type == 1 || type == 4 || (type == 3 && table_.xref_items[num].gen == -1);
-    if (lies_in_file && (last == 0 || table_.xref_items[num].offset > table_.xref_items[last].offset))
+    if (before.is_in_file() && (last == 0 || before.offset > table_.xref_items[last].offset))
       last = num;
-    if (type != 1 && type != 2 && type != 4)
+    if (!before.is_listed() && !before.is_compressed())
       continue;
     table_.get_stored(obj, ref);
-    if (type == 2 && !obj.is_null())
+    if (before.is_compressed() && !obj.is_null())
       table_.store_object(ref, obj);
     PDF_XREF& entry = table_.xref_items[num];
-    if (entry.type == 1 || entry.type == 4)
-      entry = {3, entry.offset, -1};
+    if (entry.is_listed())
+      entry = PDF_XREF::found_at(entry.offset);
   }
   table_.last_xref_offset = 0;
   store_last_object(last);
@@ -193,15 +192,15 @@ bool CPDFDoc::give_trailer_values_numbers() {
 bool CPDFDoc::reach_last_number() {
   table_.drain_pending();
   std::uint32_t last = table_.xref_count;
-  while (last > 1 && table_.xref_items[last - 1].type == 0)
+  while (last > 1 && !table_.xref_items[last - 1].is_known())
     --last;
   if (last-- < 2)
     return true;
   PDF_XREF& entry = table_.xref_items[last];
-  if (entry.type == 3)
+  if (entry.is_changed())
     return true;
-  if (entry.type == 1 && entry.gen == 0 && begins_at_its_place(last)) {
-    entry = {3, entry.offset, -1};
+  if (entry.type == PDF_XREF::kInFile && entry.gen == 0 && begins_at_its_place(last)) {
+    entry = PDF_XREF::found_at(entry.offset);
     return true;
   }
   CPDFObj nothing{};
@@ -279,7 +278,7 @@ void CPDFDoc::free_members_of_lost_streams() {
   bool has_stream = true;
   for (std::uint32_t num = 1; num < table_.xref_count; ++num) {
     const PDF_XREF entry = table_.xref_items[num];
-    if (entry.type != 2)
+    if (!entry.is_compressed())
       continue;
     if (entry.offset != container) {
       container = entry.offset;
@@ -301,8 +300,7 @@ bool CPDFDoc::comes_along(std::uint32_t num) {
   const PDF_XREF& entry = table_.xref_items[num];
   if (const PDF_NEWOBJ* const slot = table_.slot_of(num))
     return slot->obj.as_stream() != nullptr;
-  const bool lies_in_file = entry.type == 1 || entry.type == 4 || (entry.type == 3 && entry.gen == -1);
-  return lies_in_file && begins_at_its_place(num);
+  return entry.is_in_file() && begins_at_its_place(num);
 }
 
 bool CPDFDoc::begins_at_its_place(std::uint32_t num) {
