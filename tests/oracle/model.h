@@ -33,6 +33,9 @@ struct Model : Snapshot {
   bool pages_edited = false;
   /// Objects that a save or an edit may change by itself.
   std::set<int> loose;
+  /// Streams of the source whose end has to be searched for: some readers count the line end in front of
+  /// the keyword.
+  std::set<int> open_ended;
   std::set<std::string> warnings;  ///< What the independent reader said of the source, numbers left out.
   std::string password;
 

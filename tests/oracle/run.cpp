@@ -101,7 +101,10 @@ private:
     table().get_stored(obj, {num, model_.objects[num].gen});
     return !obj.is_null();
   }
-  bool store(int num, CPDFObj& obj) { return table().store_object({num, model_.objects[num].gen}, obj); }
+  bool store(int num, CPDFObj& obj) {
+    model_.open_ended.erase(num);
+    return table().store_object({num, model_.objects[num].gen}, obj);
+  }
 
   // Adds a reference to the list in the catalogue that keeps objects reachable.
   std::string hold(int num, int gen) {
@@ -201,6 +204,7 @@ private:
     ::read_value(dict, syntax(object.value));
     rec.dict.copy_from(dict.as_dict());
     const PDF_REF ref{num, object.gen};
+    model_.open_ended.erase(num);
     table().write_stream(ref, &rec, stored.data(), static_cast<unsigned>(stored.size()));
     table().store_stream(ref, rec);
     return "";
@@ -466,6 +470,7 @@ private:
     if (!subject_.save_complete(encryption, password, made))
       return "the new file says that it failed";
     model_.password = password;
+    model_.open_ended.clear();
     if (!subject_.replace(made, password))
       return "the new file does not open";
     return check(true);

@@ -116,6 +116,8 @@ private:
     const Bytes& body = last_body_;
     const bool plain_end = body != nullptr && !body->empty() && body->back() != '\n' && body->back() != '\r';
     const std::uint32_t kind = chance_.next(has_keyword || !plain_end ? 4 : 7);
+    if (kind > 3)
+      model().open_ended.insert(present_);
     switch (kind) {
       case 3:
         extra_[next_] = text;
@@ -153,6 +155,8 @@ private:
 
   void put(int num, const Object& held) {
     last_body_ = held.body;
+    present_ = num;
+    model().open_ended.erase(num);
     const bool can_be_compressed = form_ != Form::kClassic && held.body == nullptr && held.gen == 0;
     // The catalogue of a hybrid file must be seen by readers that know no object streams.
     if (can_be_compressed && num > 2 && chance_.one_in(2))
@@ -276,6 +280,7 @@ private:
   std::map<int, Value> values_;
   std::vector<int> compressed_;
   Bytes last_body_;
+  int present_ = 0;
   int container_ = 0;
   std::size_t prev_ = 0;
   bool has_section_ = false;

@@ -198,6 +198,7 @@ public:
   std::int32_t entries_lost = 0;     ///< Not 0: entries are gone for want of memory. Nothing must be saved then.
   std::int32_t copies_own_source = 0;   ///< Not 0: copies take a stream from where its record says, not from `stream`.
   std::int32_t frees_lost_members = 0;  ///< Not 0: save_as lists no compressed object without its object stream.
+  std::int32_t reads_hybrid_first = 0;   ///< Not 0: "XRefStm" of a section is read ahead of its "Prev".
   std::int32_t file_too_large = 0;      ///< Set by new_file_spec: the file has more bytes than a stream can hold.
   sheaf::RepairLog repairs;             ///< The first corrections made, for reports.
   sheaf::StreamLengths lengths;

@@ -100,6 +100,7 @@ void CPDFDoc::reset_table() {
   table_.stream = stream_;
   table_.copies_own_source = 1;
   table_.frees_lost_members = 1;
+  table_.reads_hybrid_first = 1;
   table_.append_offset = stream_ != nullptr ? static_cast<std::uint32_t>(stream_->GetLen()) : 0;
   table_repairs_told_ = 0;
 }
