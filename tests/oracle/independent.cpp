@@ -228,6 +228,7 @@ Value read_value(Json& json) {
     value.flag = word == "true";
   } else if (word != "null") {
     value = Value::of(std::strtod(word.c_str(), nullptr));
+    value.has_point = word.find('.') != std::string::npos;
   }
   return value;
 }

@@ -26,7 +26,8 @@ public:
     if (two)
       put_old_revision();
     put_revision();
-    if (form_ == Form::kClassic && chance_.one_in(8))
+    // What is left of two revisions is the older one, which is sound.
+    if (form_ == Form::kClassic && !two && chance_.one_in(8))
       damage();
     source_.bytes = out_;
     return source_;
@@ -127,7 +128,7 @@ private:
       case 5:
         return "";
       case 6:
-        return "/Length " + std::to_string(size + 3 + chance_.next(1000));
+        return "/Length " + std::to_string(1 + size / 2);  // where no keyword stands
       default:
         return "/Length " + text;
     }
@@ -167,6 +168,21 @@ private:
       values_[num] = held.value;
   }
 
+  // An object stream with objects that nothing refers to, as writers leave them behind.
+  void put_orphans() {
+    if (form_ == Form::kClassic || !chance_.one_in(3))
+      return;
+    const std::vector<int> kept = compressed_;
+    compressed_ = {next_, next_ + 1};
+    next_ += 2;
+    for (const int num : compressed_)
+      values_[num] = Value::string("nobody asks for this");
+    put_compressed();
+    for (std::size_t i = 0; i < compressed_.size(); ++i)
+      orphans_[compressed_[i]] = {container_, i};
+    compressed_ = kept;
+  }
+
   void put_compressed() {
     if (compressed_.empty())
       return;
@@ -187,6 +203,7 @@ private:
   }
 
   void finish() {
+    put_orphans();
     put_compressed();
     for (const auto& [num, text] : extra_) {
       places_[num] = {position(), 0};
@@ -195,7 +212,7 @@ private:
     extra_.clear();
     std::size_t start = 0;
     std::string hybrid;
-    if (form_ == Form::kStream || (form_ == Form::kHybrid && !compressed_.empty())) {
+    if (form_ == Form::kStream || (form_ == Form::kHybrid && !(compressed_.empty() && orphans_.empty()))) {
       start = position();
       put_xref_stream(form_ == Form::kStream);
       hybrid = "/XRefStm " + std::to_string(start);
@@ -252,6 +269,9 @@ private:
     }
     for (std::size_t i = 0; i < compressed_.size(); ++i)
       put_row(entries[compressed_[i]], 2, static_cast<std::size_t>(container_), i);
+    for (const auto& [member, place] : orphans_)
+      put_row(entries[member], 2, static_cast<std::size_t>(place.first), place.second);
+    orphans_.clear();
     for (const auto& [member, row] : entries) {
       index += std::to_string(member) + " 1 ";
       rows += row;
@@ -279,6 +299,7 @@ private:
   std::map<int, std::string> extra_;  // numbers that lengths refer to
   std::map<int, Value> values_;
   std::vector<int> compressed_;
+  std::map<int, std::pair<int, std::size_t>> orphans_;
   Bytes last_body_;
   int present_ = 0;
   int container_ = 0;

@@ -30,6 +30,14 @@ bool same_text(const Value& a, const Value& b) {
   return a.is_utf8 || b.is_utf8 ? utf8_of(a) == utf8_of(b) : a.text == b.text;
 }
 
+// Integers of more than 31 bits have to stay integers.
+bool same_number(const Value& a, const Value& b) {
+  constexpr double kSmall = 2147483648.0;
+  if (std::fabs(a.number) >= kSmall && a.has_point != b.has_point)
+    return false;
+  return std::fabs(a.number - b.number) <= 1e-6 * std::max(1.0, std::fabs(a.number));
+}
+
 bool counts_as_null(const Value& value, const Exists& exists) {
   return value.kind == Kind::kNull || (value.kind == Kind::kRef && !exists(value.num, value.gen));
 }
@@ -147,7 +155,7 @@ bool same(const Value& a, const Value& b, const Exists& exists, std::string& whe
     case Kind::kBool:
       return a.flag == b.flag;
     case Kind::kNumber:
-      return std::fabs(a.number - b.number) <= 1e-6 * std::max(1.0, std::fabs(a.number));
+      return same_number(a, b);
     case Kind::kString:
       return same_text(a, b);
     case Kind::kName:
@@ -199,8 +207,11 @@ Value from_library(const CPDFObj& obj) {
     }
     case kTagInt:
       return Value::of(obj.as_int());
-    case kTagReal:
-      return Value::of(sheaf::to_double(obj.as_real()));
+    case kTagReal: {
+      Value value = Value::of(sheaf::to_double(obj.as_real()));
+      value.has_point = value.number != std::floor(value.number);  // whole ones are integers of many bits
+      return value;
+    }
     case kTagString: {
       const PDF_String text = obj.as_string();
       return Value::string(std::string(text.data != nullptr ? text.data : "", static_cast<std::size_t>(text.len)));

@@ -16,7 +16,8 @@ struct Value {
 
   Kind kind = Kind::kNull;
   bool flag = false;
-  bool is_utf8 = false;  ///< Of a string: `text` is what it says, not the bytes that say it.
+  bool is_utf8 = false;    ///< Of a string: `text` is what it says, not the bytes that say it.
+  bool has_point = false;  ///< Of a number: it is written as a real, which no reader takes for an offset.
   double number = 0;
   int num = 0;  ///< Of a reference.
   int gen = 0;
