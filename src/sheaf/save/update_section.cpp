@@ -9,8 +9,7 @@ namespace sheaf {
 namespace {
 
 constexpr std::int32_t kRunStep = 64;
-constexpr std::uint32_t kManyRepairs = 10;  // above this every object's position is confirmed
-constexpr std::uint32_t kTailRoom = 32;     // the tail lies within this distance of the file's end
+constexpr std::uint32_t kTailRoom = 32;  // the tail lies within this distance of the file's end
 
 // Offsets beyond 2 GiB do not fit an integer; as reals they keep their value.
 void set_offset(CPDFDictionary& dict, const char* key, std::uint32_t offset) {
@@ -32,7 +31,7 @@ void UpdateSection::prepare() {
 }
 
 void UpdateSection::confirm_positions() {
-  if (table_.repaired_count <= kManyRepairs)
+  if (!table_.has_many_repairs())
     return;
   table_.drain_pending();
   Freed<CPDFObj> scratch;

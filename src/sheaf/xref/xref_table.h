@@ -150,6 +150,7 @@ public:
 
   static constexpr int kPendingSlots = 256;
   static constexpr int kSecFilterSize = 36;
+  static constexpr std::uint32_t kManyRepairs = 10;
 
   // ---- fields; everything starts at zero, and the caller stores `stream` ----
 
@@ -419,6 +420,8 @@ public:
   }
   /// Notes the place at which scanning found object `num`. False without memory.
   bool note_found(std::uint32_t num, std::uint32_t offset);
+  /// Whether so many entries were wrong that a save looks at the place of every object.
+  bool has_many_repairs() const { return repaired_count > kManyRepairs; }
   /// Pops one pending section and reads it. False when there is none or it cannot be read.
   bool pop_pending();
   /// Reads pending sections until the table reaches `num` and knows its entry, or there are no more.

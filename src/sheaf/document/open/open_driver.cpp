@@ -231,10 +231,7 @@ bool CPDFDoc::header_stands_at(const PDF_REF& ref) {
     return table_.xref_kinds == 1;  // corrected on the way: by the strict search or by the plain one
   if (!entry.is_listed())
     return true;
-  stream_->SetPos(CQVStream::STR_SEEK_SET, entry.offset);
-  CPDFBufBase buf;
-  buf.buf_init(stream_);
-  return buf.buf_skip_to_obj() != nullptr && buf.buf_pos == 0 && ansi_to_i32(buf.buf_data) == ref.num;
+  return header_number_at(*stream_, entry.offset) == ref.num;
 }
 
 // Whether entries of a sample lead into the middle of numbers, as in a file whose offsets are all off

@@ -4,6 +4,7 @@
 #include <iterator>
 
 #include "sheaf/base/chars.h"
+#include "sheaf/base/utf.h"
 #include "sheaf/neighbours/fonts/cmap_tokens.h"
 
 namespace sheaf {
@@ -27,13 +28,6 @@ Code code_of(std::string_view text) {
   return code;
 }
 
-constexpr bool is_high_surrogate(std::uint32_t unit) {
-  return unit >= 0xD800 && unit < 0xDC00;
-}
-constexpr bool is_low_surrogate(std::uint32_t unit) {
-  return unit >= 0xDC00 && unit < 0xE000;
-}
-
 // A text of UTF-16 units while it is read.
 struct Units {
   char16_t items[CPDFCMapToUnicode::kMostUnits];
@@ -45,8 +39,8 @@ struct Units {
   }
   void push_character(std::uint32_t character) {
     if (character > 0xFFFF) {
-      push(0xD800 + ((character - 0x10000) >> 10));
-      character = 0xDC00 + (character & 0x3FF);
+      push(high_surrogate(character));
+      character = low_surrogate(character);
     }
     push(character);
   }
@@ -54,7 +48,7 @@ struct Units {
     character = count > 0 ? items[0] : 0u;
     if (count != 2 || !is_high_surrogate(items[0]) || !is_low_surrogate(items[1]))
       return count == 1;
-    character = 0x10000 + ((items[0] - 0xD800u) << 10) + (items[1] - 0xDC00u);
+    character = from_surrogates(items[0], items[1]);
     return true;
   }
 };
@@ -92,7 +86,7 @@ void read_glyph_name(std::string_view name, Units& units) {
     for (std::size_t at = 3; at < name.size() && read_hex(name.substr(at, kUnitDigits), value); at += kUnitDigits)
       units.push(value);
   } else if (name.substr(0, 1) == "u" && name.size() > kUnitDigits && name.size() <= kMostDigits + 1 &&
-             read_hex(name.substr(1), value) && value <= kMostCharacter) {
+             read_hex(name.substr(1), value) && value <= kLastCharacter) {
     units.push_character(value);
   }
 }
@@ -271,7 +265,7 @@ void Parser::add_text(const Code& lo, std::uint32_t hi) {
     read_units(tokens_.text(), units);
   std::uint32_t character = 0;
   if (units.is_one_character(character)) {
-    out_.texts.add(lo.bytes, {lo.value, lo.value + std::min(hi - lo.value, kMostCharacter - character), character});
+    out_.texts.add(lo.bytes, {lo.value, lo.value + std::min(hi - lo.value, kLastCharacter - character), character});
     return;
   }
   const std::size_t place = out_.pool.size();

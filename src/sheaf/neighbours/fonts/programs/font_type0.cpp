@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "sheaf/base/scope_guard.h"
+#include "sheaf/base/utf.h"
 #include "sheaf/neighbours/fonts/programs/ft_font.h"
 #include "sheaf/object/array.h"
 #include "sheaf/object/dictionary.h"
@@ -20,13 +21,8 @@ constexpr int kThousand = 1000;
 
 constexpr std::uint32_t kKnown = 0x10000;  // set in every entry that has been looked up
 constexpr std::uint32_t kCodeMask = 0xFFFF;
-constexpr std::uint32_t kLastCharacter = 0x10FFFF;
 
 constexpr char kEmbeddedPrefix[] = "QVFONT+";
-
-constexpr bool is_surrogate(std::uint32_t character) {
-  return character >= 0xD800 && character < 0xE000;
-}
 
 // Of two characters with one glyph, the one that people type wins: compatibility forms give way to
 // what they stand for, radicals to the ideograph, and else the older, lower number.

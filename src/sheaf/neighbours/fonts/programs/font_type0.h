@@ -74,7 +74,6 @@ private:
   static constexpr std::uint32_t kPageSize = 256;
   static constexpr std::uint32_t kPageCount = 0x110000 / kPageSize;
 
-  bool find_face();
   bool make_tables();
   std::uint32_t add_character(std::uint32_t character);
   std::uint32_t find_glyph(std::uint32_t character);
