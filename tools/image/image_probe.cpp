@@ -1,3 +1,4 @@
+// Recognises the format by its first bytes, and reads size, resolution and orientation from headers.
 #include "image/image_probe.h"
 
 #include <cmath>

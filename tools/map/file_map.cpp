@@ -1,3 +1,4 @@
+// Joins the scan with the table: which parts are current, reached, packed, and of what kind.
 #include "map/file_map.h"
 
 #include <algorithm>

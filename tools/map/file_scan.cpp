@@ -1,3 +1,4 @@
+// Walks from part to part; a stream's end is where its length says, or else the next endstream.
 #include "map/file_scan.h"
 
 #include <algorithm>

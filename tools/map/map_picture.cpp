@@ -1,3 +1,4 @@
+// Draws the picture twice: once to measure its height, once into the file.
 #include "map/map_picture.h"
 
 #include <algorithm>

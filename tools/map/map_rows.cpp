@@ -1,3 +1,4 @@
+// Each row covers the same number of bytes; parts that cross its end go on in the next.
 #include "map/map_rows.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// Objects pass hints on to what they refer to, which decides where an object has no type of its own.
 #include "map/part_kinds.h"
 
 #include <cstring>

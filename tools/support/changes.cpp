@@ -1,3 +1,4 @@
+// The options --set and --attach, and what they do to a document.
 #include "support/changes.h"
 
 #include <sys/stat.h>

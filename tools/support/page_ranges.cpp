@@ -1,3 +1,4 @@
+// Parses the ranges one by one; the first that is wrong is the error.
 #include "support/page_ranges.h"
 
 #include <algorithm>

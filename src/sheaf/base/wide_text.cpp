@@ -1,3 +1,4 @@
+// Decoding of UTF-8 (RFC 3629): overlong forms, surrogates and numbers above U+10FFFF are rejected.
 #include "sheaf/base/wide_text.h"
 
 #include "sheaf/base/utf.h"

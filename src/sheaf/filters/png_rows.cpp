@@ -1,3 +1,4 @@
+// Each row filter has a version for the usual pixel sizes, which keeps the neighbours in registers.
 #include "sheaf/filters/png_rows.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// Search, insertion and removal in the sorted table of items, and the keys as constants.
 #include "sheaf/object/dictionary.h"
 
 #include <algorithm>

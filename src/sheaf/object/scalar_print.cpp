@@ -1,3 +1,4 @@
+// Strings are printed in hexadecimal where escapes would make the literal form longer.
 #include "sheaf/object/scalar_print_internal.h"
 
 #include <algorithm>

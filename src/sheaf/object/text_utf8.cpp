@@ -1,3 +1,5 @@
+// UTF-16 with a byte order mark, UTF-8 with its mark, else PDFDocEncoding (ISO 32000-1, 7.9.2.2;
+// ISO 32000-2, 7.9.2.2).
 #include "sheaf/object/text_utf8.h"
 
 #include <cstring>

@@ -1,3 +1,4 @@
+// What both forms of an update section do: confirm places, list runs, print objects, write the tail.
 #include <algorithm>
 
 #include "sheaf/base/chars.h"

@@ -1,3 +1,4 @@
+// Reads an image's dictionary, and decodes its data up to the last filter or as a whole.
 #include "sheaf/document/images/image.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// Colour spaces are reduced to a family with its ranges and palette; samples are converted pixel by pixel.
 #include "sheaf/document/images/image_colours.h"
 
 #include <algorithm>

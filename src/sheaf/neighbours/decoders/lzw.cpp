@@ -1,3 +1,4 @@
+// The dictionary keeps each string as the code of its prefix and a last byte, and writes it backwards.
 #include "sheaf/neighbours/decoders/lzw.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// Each begin operator opens a block whose operands are collected until its end operator.
 #include "sheaf/neighbours/fonts/cmap_parser.h"
 
 #include <algorithm>

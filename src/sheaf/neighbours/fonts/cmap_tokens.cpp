@@ -1,3 +1,4 @@
+// Tokens are views of the file, except strings, which are decoded into a buffer of the reader.
 #include "sheaf/neighbours/fonts/cmap_tokens.h"
 
 #include <algorithm>

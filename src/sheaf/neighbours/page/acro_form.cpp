@@ -1,3 +1,4 @@
+// Fields are listed with parents first and found by full name through a hash index (ISO 32000-1, 12.7.3).
 #include "sheaf/neighbours/page/acro_form.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// Reads the encryption dictionary, tries the password as user and as owner, and decrypts with the
+// file's key.
 #include "sheaf/neighbours/security/standard_handler.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// OpenJPEG decodes the whole image at once; rows are then converted to 8 bits and, for YCC, to RGB.
 #include "sheaf/neighbours/decoders/jpx/jpx.h"
 
 #include <openjpeg.h>

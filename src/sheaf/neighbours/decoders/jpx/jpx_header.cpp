@@ -1,3 +1,4 @@
+// Reads the size, coding and tile-part segments, and estimates from them what OpenJPEG would allocate.
 #include "sheaf/neighbours/decoders/jpx/jpx_header.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// The callbacks through which OpenJPEG reads the block.
 #include "sheaf/neighbours/decoders/jpx/jpx_source.h"
 
 #include <algorithm>

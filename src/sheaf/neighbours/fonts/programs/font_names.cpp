@@ -1,3 +1,4 @@
+// Names are folded to lower case, and the ranks of their matches decide between faces.
 #include "sheaf/neighbours/fonts/programs/font_names_internal.h"
 
 #include <utf8proc.h>

@@ -1,3 +1,4 @@
+// Characters are mapped to glyphs through the face, and what is used is kept by glyph for the next save.
 #include "sheaf/neighbours/fonts/programs/font_type0.h"
 
 #include <cmath>

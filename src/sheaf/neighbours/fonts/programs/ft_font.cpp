@@ -1,3 +1,4 @@
+// A FreeType face with a library and a memory handler of its own, so that faces share no state.
 #include "sheaf/neighbours/fonts/programs/ft_font.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// Prints a ToUnicode map (ISO 32000-1, 9.10.3), with ranges wherever glyphs and characters run in parallel.
 #include "sheaf/neighbours/fonts/programs/to_unicode_internal.h"
 
 #include <cstdio>

@@ -1,3 +1,4 @@
+// Copies a face table by table, or hands it to the subsetter; reads metrics from "head", "hhea", "OS/2" and "post".
 #include "sheaf/neighbours/fonts/programs/tt_writer.h"
 
 #include <algorithm>
