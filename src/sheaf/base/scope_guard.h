@@ -1,4 +1,4 @@
-// Small guards for values that are released by hand: a guard stands on the line after its value
+// Small guards for values that are released by hand: a guard goes on the line after its value
 // is filled, so that no path out of a function can forget the release. None of them allocates.
 #pragma once
 

@@ -21,7 +21,7 @@ constexpr unsigned kTailKept = 8;  // left for the next turn of the search for "
 constexpr char kEndStream[] = "endstream";
 constexpr unsigned kEndStreamLen = sizeof(kEndStream) - 1;
 
-// Whether "N G obj" stands at the start of `text`, all of it within 31 bytes. What follows "obj"
+// Whether "N G obj" is at the start of `text`, all of it within 31 bytes. What follows "obj"
 // is not looked at.
 bool is_object_header(const char* text, std::size_t available) {
   const char* const end = text + strnlen(text, std::min(available, kHeaderText));
@@ -118,7 +118,7 @@ private:
   std::size_t capacity_ = 0;
 };
 
-// How many bytes of line end stand in front of buf_data[pos]. They are looked at in the buffer and,
+// How many bytes of line end are in front of buf_data[pos]. They are looked at in the buffer and,
 // where they have slid out of it, at the end of the collected data.
 int line_end_before(const char* buffer, unsigned pos, const RawBlock& block) {
   const auto before = [&](unsigned back) { return pos >= back ? buffer[pos - back] : block.from_end(back); };

@@ -46,7 +46,7 @@ unsigned char* known_body(CQVStream* stream, std::uint32_t offset, int& len) {
   return block;
 }
 
-// Prints a stream object whose body stands in a block of memory.
+// Prints a stream object whose body is in a block of memory.
 void write_with_body(CPDFObj& obj, CQVStream* out, PDF_ENC_PARA& para, unsigned char* body, int len) {
   CQVStreamMemFix view;
   view.Open(body, len);
@@ -92,7 +92,7 @@ void CPDFXRefTable::save_obj(CQVStream* out, int base, int num, PDF_XREF* item, 
   stream->SetPos(CQVStream::STR_SEEK_SET, item->offset);
   CPDFBufBase buf;
   buf.buf_init(stream);
-  // Where another object stands, this one is lost: better none than what happens to lie there.
+  // If another object is there, this one is lost: better nothing than what happens to be there.
   if (ansi_to_i32(buf.buf_data) != num)
     return;
   // The encrypted branch needs the generation for the key, so -1 becomes 0 ahead of reading; so does

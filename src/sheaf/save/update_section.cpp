@@ -78,7 +78,7 @@ bool UpdateSection::scan() {
 
 void UpdateSection::begin() {
   // Without the tail, the last one that a reader finds is that of the content in front of the
-  // section, until the new one stands.
+  // section, until the new one is complete.
   const auto len = static_cast<std::uint32_t>(table_.stream->GetLen());
   if (len > table_.append_offset) {
     constexpr std::uint8_t kNoTail[kTailRoom]{};

@@ -1,6 +1,6 @@
 // The page offset hint table of a linearized file (ISO 32000-1, F.4.1): which object each page is
 // and where it lies, before the main table has been read. What the hints say is looked at before
-// it is believed: each page object is read, and an entry that leads to no page is wiped.
+// it is used: each page object is read, and an entry that does not point to a page is cleared.
 #include <algorithm>
 #include <memory>
 

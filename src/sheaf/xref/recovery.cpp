@@ -32,7 +32,7 @@ void scan_objects(CPDFXRefTable& table) {
 }
 
 // The position of the last trailer dictionary, 0 when there is none. All of them are pushed: a
-// section in front of one may tell of objects that the scan cannot see.
+// section in front of one may list objects that the scan cannot see.
 std::uint32_t scan_trailers(CPDFXRefTable& table) {
   constexpr unsigned kTrailerLen = 7;
   std::uint32_t last = 0;
@@ -78,7 +78,7 @@ int CPDFXRefTable::XRefCreate() {
   if (dict == nullptr)
     return 0;
   XRefLoadObjs(dict);
-  // Object streams hide their objects from the scan; the sections that the trailer names tell of
+  // Object streams hide their objects from the scan; the sections that the trailer names list
   // them, and fill only what the scan has left open.
   const std::int32_t xrefstm = integer_or_minus_one(*dict, "XRefStm");
   if (xrefstm >= 0)

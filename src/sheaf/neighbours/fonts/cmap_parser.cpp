@@ -12,7 +12,7 @@ namespace sheaf {
 
 namespace {
 
-// A code as a map writes it; more than four bytes are none.
+// A code as a map writes it; more than four bytes make no code.
 struct Code {
   std::uint32_t value = 0;
   int bytes = 0;
@@ -154,7 +154,7 @@ void Parser::run() {
   }
 }
 
-// Keys are told apart by what stands behind them, so that `/WMode 1 def` and `<< /WMode 1 >>` are
+// Keys are recognised by what follows them, so that `/WMode 1 def` and `<< /WMode 1 >>` are
 // the same. A name is the value of the name in front of it, and may be a key itself.
 void Parser::take_value() {
   const std::string_view text = tokens_.text();
@@ -193,7 +193,7 @@ void Parser::read_block(Block block) {
   }
 }
 
-// The code or the two codes in front of a value; false, with what is none passed over, otherwise.
+// The code or the two codes in front of a value; false, with anything else skipped, otherwise.
 bool Parser::read_codes(bool is_range, Code& lo, Code& hi) {
   if (token_ != CMapToken::kString) {
     advance();
@@ -207,7 +207,7 @@ bool Parser::read_codes(bool is_range, Code& lo, Code& hi) {
   if (token_ != CMapToken::kString)
     return false;
   hi = code_of(tokens_.text());
-  // Lenient: of <00> <FFFF> the longer one tells the length.
+  // Lenient: of <00> <FFFF> the longer one gives the length.
   lo.bytes = hi.bytes = std::max(lo.bytes, hi.bytes);
   advance();
   return true;

@@ -103,7 +103,7 @@ void CPDFStreamJPX::close() {
   CPDFRowDecoder::close();
 }
 
-// Opens the image. When its boxes are damaged, or something stands in front of them, the code stream
+// Opens the image. When its boxes are damaged, or something precedes them, the code stream
 // among them may still be whole.
 bool CPDFStreamJPX::open_source() {
   constexpr std::uint8_t kCodeStream[] = {0xFF, 0x4F, 0xFF, 0x51};

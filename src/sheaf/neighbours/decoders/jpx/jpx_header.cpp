@@ -146,7 +146,7 @@ std::size_t scan_header(const Bytes& bytes, std::size_t pos, std::size_t limit, 
 // there is is the last.
 Partition smallest_partition(const Bytes& bytes, std::size_t start, std::int64_t components, std::size_t& overlong) {
   constexpr std::size_t kSotLen = 12;
-  constexpr std::size_t kPartLen = 6;  // where its length stands in a tile-part
+  constexpr std::size_t kPartLen = 6;  // offset of its length in a tile-part
   Partition smallest;
   std::size_t pos = scan_header(bytes, start + 2, bytes.len, components, smallest);
   while (pos + kSotLen <= bytes.len && bytes.at(pos, 2) == kSot) {

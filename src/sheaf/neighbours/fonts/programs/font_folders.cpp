@@ -1,4 +1,4 @@
-// Fonts of folders that the application names: every TrueType and OpenType file below them, told by
+// Fonts of folders that the application names: every TrueType and OpenType file below them, identified by
 // its own tables. This is all that a device without fontconfig needs.
 #include <dirent.h>
 #include <sys/stat.h>

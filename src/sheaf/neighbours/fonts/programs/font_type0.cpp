@@ -26,7 +26,7 @@ constexpr std::uint32_t kCodeMask = 0xFFFF;
 constexpr char kEmbeddedPrefix[] = "QVFONT+";
 
 // Of two characters with one glyph, the one that people type wins: compatibility forms give way to
-// what they stand for, radicals to the ideograph, and else the older, lower number.
+// what they are compatible with, radicals to the ideograph, and else the older, lower number.
 constexpr bool is_second_choice(std::uint32_t character) {
   return (character >= 0x2E80 && character < 0x2FE0) || (character >= 0xE000 && character < 0xFB00) ||
          (character >= 0x2F800 && character < 0x2FA20) || character >= 0xF0000;
