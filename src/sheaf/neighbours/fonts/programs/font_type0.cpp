@@ -80,8 +80,7 @@ void CPDFFontType0::set_font_style(int style) {
 void CPDFFontType0::load_font() {
   if (table == nullptr)
     return;
-  Freed<CPDFObj> top;
-  table->resolve(top, &source);
+  const Freed<CPDFObj> top = table->value(&source);
   const CPDFDictionary* dict = top.as_dict();
   if (dict == nullptr)
     return;
@@ -89,16 +88,12 @@ void CPDFFontType0::load_font() {
   vertical_ = encoding != nullptr && encoding->is_name("Identity-V");
   if (const CPDFObj* map = dict->get_item("ToUnicode"))
     to_unicode_ = map->as_ref();
-  Freed<CPDFObj> descendants;
-  table->resolve(descendants, dict->get_item("DescendantFonts"));
+  const Freed<CPDFObj> descendants = table->value(dict, "DescendantFonts");
   const CPDFArray* const fonts = descendants.as_array();
   if (fonts != nullptr && fonts->count > 0)
     cid_font_ = fonts->items[0].as_ref();
-  Freed<CPDFObj> cid;
-  table->get_entity(cid, cid_font_);
-  Freed<CPDFObj> descriptor;
-  if (cid.as_dict() != nullptr)
-    table->resolve(descriptor, cid.as_dict()->get_item(CPDFDictionary::sm_tag_fdes));
+  const Freed<CPDFObj> cid = table->object(cid_font_);
+  const Freed<CPDFObj> descriptor = table->value(cid.as_dict(), CPDFDictionary::sm_tag_fdes);
   const CPDFObj* const file = descriptor.as_dict() != nullptr ? descriptor.as_dict()->get_item("FontFile2") : nullptr;
   font_file_ = file != nullptr ? file->as_ref() : PDF_REF{0, 0};
   const CPDFObj* const base_font = dict->get_item(CPDFDictionary::sm_tag_base_font);
