@@ -8,7 +8,7 @@ namespace sheaf::tool {
 
 namespace {
 
-// A page number from 1, or 0 when `text` is none.
+// A page number from 1, or 0 when `text` is not one.
 int read_page(const std::string& text, int count) {
   if (text == "z")
     return count;
