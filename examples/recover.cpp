@@ -1,4 +1,4 @@
-// Damages a copy of a document, opens it all the same, prints what was repaired, and writes a
+// Damages a copy of a document, opens it all the same, tells what had to be healed, and writes a
 // sound file of what was found.
 //
 //   recover FILE.pdf
@@ -23,7 +23,7 @@ bool write_damaged(const char* path, const char* damaged) {
   return true;
 }
 
-const char* status_text(PDF_OPEN status) {
+const char* told(PDF_OPEN status) {
   switch (status) {
     case PDF_OPEN::kClean:
       return "sound";
@@ -54,7 +54,7 @@ int main(int argc, char** argv) {
   }
   CPDFDoc doc;
   const bool opened = doc.open("damaged.pdf") && doc.is_readable();
-  std::printf("damaged.pdf: %s\n", status_text(doc.status()));
+  std::printf("damaged.pdf: %s\n", told(doc.status()));
   if (!opened)
     return 2;
   for (const PDF_DOC_REPAIR& repair : doc.repairs())

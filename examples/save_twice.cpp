@@ -1,4 +1,4 @@
-// Changes one key, saves twice without sealing and once sealed, and prints what happened to the file
+// Changes one key, saves twice without sealing and once sealed, and tells what happened to the file
 // at each step: plain saves go over the same update section, a sealed one stays as it is.
 //
 //   save_twice FILE.pdf
@@ -11,9 +11,9 @@
 
 namespace {
 
-void report(const char* step, CPDFDoc& doc) {
+void tell(const char* step, CPDFDoc& doc) {
   const CPDFXRefTable& table = doc.table();
-  std::printf("%-22s %6lld bytes; the next section starts at %u, the last sealed one is at %u\n", step,
+  std::printf("%-22s %6lld bytes; the next section starts at %u, the last sealed one stands at %u\n", step,
               table.stream->GetLen(), table.append_offset, table.last_xref_offset);
 }
 
@@ -34,18 +34,18 @@ int main(int argc, char** argv) {
     std::fprintf(stderr, "%s cannot be opened\n", copy.c_str());
     return 2;
   }
-  report("opened", doc);
+  tell("opened", doc);
 
   bool good = doc.set_info("Title", "First title") && doc.save_update(PDF_SAVE_FORM::kAsFile, nullptr);
-  report("plain save", doc);
+  tell("plain save", doc);
 
   good = good && doc.set_info("Title", "Second title") && doc.save_update(PDF_SAVE_FORM::kAsFile, nullptr);
-  report("plain save again", doc);
+  tell("plain save again", doc);
 
   // The presence of PDF_SIGN_DATA seals the save: these bytes will not be written over again.
   PDF_SIGN_DATA sign;
   good = good && doc.set_info("Title", "Third title") && doc.save_update(PDF_SAVE_FORM::kAsFile, &sign);
   sign.dict.clear();
-  report("sealed save", doc);
+  tell("sealed save", doc);
   return good ? 0 : 2;
 }

@@ -29,7 +29,7 @@ struct RewriteOptions {
   bool clear_metadata = false;
 };
 
-// A line on a terminal with the count of bytes written so far.
+// A line on a terminal that tells how many bytes have been written so far.
 class ProgressStream : public CQVStream {
 public:
   ProgressStream(CQVStream& target, bool shown) : target_(target), shown_(shown) {}

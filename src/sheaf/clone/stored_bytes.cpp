@@ -1,4 +1,3 @@
-// Reads a stream's bytes by the length in its record, by "Length", or up to endstream, and decrypts them.
 #include "sheaf/clone/stored_bytes_internal.h"
 
 #include <algorithm>
@@ -30,7 +29,7 @@ unsigned char* read_counted(CQVStream& file, std::uint32_t offset, int& len) {
   return block;
 }
 
-// Bytes whose count the record does not state. No block and true: there are no bytes.
+// Bytes whose count the record does not tell. No block and true: there are none.
 bool read_uncounted(CPDFXRefTable& table, const CPDFStreamRec& rec, EmptyLength empty, unsigned char*& data, int& len) {
   const Freed<CPDFObj> stated = table.value(&rec.dict, CPDFDictionary::sm_tag_length);
   if (stated.tag == kTagInt) {

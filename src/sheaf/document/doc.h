@@ -1,15 +1,15 @@
 // An open document: finds its way into a file, however damaged, and gives its pages.
 //
-//   header -> newest section -> linearized? -> XRefRead -> accepted? -> open
+//   header -> newest section -> linearized? -> XRefRead -> believed? -> open
 //                                                 | no
 //                                                 v
-//                                            XRefCreate -> accepted? -> open, rebuilt
+//                                            XRefCreate -> believed? -> open, rebuilt
 //                                                 | no
 //                                                 v
 //                          scan for streams, object streams and catalogues -> open, recovered
 //
-// A table is accepted when its root is a catalogue with a page tree and the objects met on the way
-// down are where their entries say.
+// A table is believed when its root is a catalogue with a page tree and the objects met on the way
+// down stand where their entries say.
 #pragma once
 
 #include <cstdint>
@@ -26,10 +26,10 @@ namespace sheaf {
 class DeepRecovery;
 }
 
-/// How a document was opened, or why it could not be.
+/// How a document came open, or why it did not.
 enum class PDF_OPEN : std::int32_t {
   kClosed,     ///< Nothing was opened yet.
-  kClean,      ///< As the file states it.
+  kClean,      ///< As the file tells it.
   kRebuilt,    ///< By the table's own rebuild.
   kRecovered,  ///< By deeper recovery.
   kNoFile,     ///< The file cannot be opened or read.
@@ -45,7 +45,7 @@ enum class PDF_SAVE_FORM : std::int32_t {
   kStream,   ///< In a cross-reference stream.
 };
 
-/// One repair.
+/// One thing that had to be healed.
 struct PDF_DOC_REPAIR {
   const char* code;      ///< A short stable word, such as "startxref".
   std::int32_t num;      ///< Object number, 0 when none is meant.
@@ -86,7 +86,7 @@ public:
   bool is_readable() const { return !is_encrypted() || authorised_; }
   /// The handler of an encrypted document: whether and how it opened, and with which methods.
   const CPDFStandardSecHand& handler() const { return handler_; }
-  /// The "L" of a linearized file, also of one that was updated since; 0 for other files.
+  /// The "L" of a linearized file, also of one that was updated since; 0 when it is none.
   std::uint32_t linearized_length() const { return table_.linearized_length; }
   bool is_linearized() const { return linearized_; }
   /// "1.4", from the header or the catalogue, whichever is newer. "" without a header.
@@ -99,10 +99,11 @@ public:
   int page_count();
   /// The object of page `index` (from 0); {0, 0} when there is none. The first call walks the tree.
   PDF_REF page_ref(int index);
-  /// Builds the page list from "Count" alone and checks 32 pages as a sample. False if a full walk was
-  /// needed. If `load_page` later meets something that is no page, the tree is walked after all.
+  /// Makes the page list from the nodes of a sound tree, as they count their kids, and from a sample
+  /// of the pages; the others are not read. False when the tree was or had to be walked. The list
+  /// stands until `load_page` meets something else than a page: the tree is then walked after all.
   bool list_pages_as_told();
-  /// Whether the list still comes from "Count" alone.
+  /// Whether the list is still as the nodes tell.
   bool has_pages_as_told() const { return believed_; }
   /// Reads page `index` with what it inherits. False when there is none.
   bool load_page(int index, CPDFPage& page);
@@ -132,20 +133,20 @@ public:
   /// Puts the document's identifier into `id`, an empty one when there is none: what a new file needs
   /// whose keys stay as they are.
   void keep_identifier(CPDFObj& id);
-  /// Writes a complete new file to `target.stream`. A catalogue or document information that is a
-  /// direct value of the trailer becomes an object first, so that what it refers to is kept.
+  /// Writes a complete new file to `target.stream`. A catalogue or document information that stands
+  /// directly in the trailer becomes an object first, so that what it refers to is kept.
   void save_complete(CPDFXRefTable& target, CPDFEncrypt* enc);
   /// Cuts the file opened for update back to `size` bytes, after a save that failed.
   void truncate_to(long long size);
 
   /// The page list of a linearized file from its start alone, without its main table. True when the
-  /// file was not updated since and every page that the hints name is where they say; the list
+  /// file was not updated since and every page that the hints name stands where they say; the list
   /// is then complete. The caller releases `set.pages` with QVFree.
   static bool read_page_hints(CQVStream* stream, PDF_PAGE_SET& set);
   /// Whether the hints of the open document give the same pages as its page tree.
   bool hints_hold();
 
-  /// The repairs, in the order in which they were made. Borrowed; valid until `close`.
+  /// What had to be healed, in the order in which it was met. Borrowed; valid until `close`.
   const sheaf::GrowArray<PDF_DOC_REPAIR>& repairs();
 
 private:
@@ -155,7 +156,7 @@ private:
   };
   struct Attempt {
     bool usable = false;   // a catalogue with a page tree
-    bool trusted = false;  // and every object met on the way to the first page was where its entry says
+    bool trusted = false;  // and every object met on the way to the first page stood at its entry's place
     bool has_pages = false;
     bool has_no_pages = false;  // the tree itself says so
   };
@@ -231,8 +232,8 @@ private:
   long long file_size_ = 0;
   long long header_offset_ = 0;
   bool walked_ = false;
-  bool believed_ = false;  // the list comes from "Count" alone
-  int quick_count_ = -1;   // by "Count"; -1 unknown or contradictory
+  bool believed_ = false;  // the list is what the nodes tell
+  int quick_count_ = -1;   // by the nodes' counts; -1 unknown or contradictory
   sheaf::GrowArray<PageEntry> pages_;
   sheaf::GrowArray<PDF_INHERITED> nodes_;
   sheaf::Freed<CPDFObj> direct_resources_;

@@ -22,7 +22,4 @@ using DecoderMaker = CPDFStream* (*)(CPDFXRefTable* table, unsigned char* data, 
 /// The maker of the decoder with that name, in its long or short form, or null; also for null.
 DecoderMaker find_decoder(const char* name);
 
-/// The long form of a filter's name that may be in its short form; any other name as it is.
-const char* long_filter_name(const char* name);
-
 }  // namespace sheaf

@@ -1,4 +1,3 @@
-// Tokens are read in the buffer as far as they lie in it, and collected byte by byte at its end.
 #include "sheaf/object/token_reader_internal.h"
 
 #include <algorithm>
@@ -55,7 +54,7 @@ constexpr bool ends_number(char c) {
   return !is_number_start(c) && c != 'e' && c != 'E';
 }
 
-// The characters with a meaning of their own in a literal string.
+// The characters of a literal string that stand for more than themselves.
 constexpr std::array<bool, 256> kStringMarks = []() {
   std::array<bool, 256> table{};
   for (const char c : {'(', ')', '\\', '\r'})
@@ -287,7 +286,7 @@ void TokenReader::skip_number_rest() {
   }
 }
 
-// Passes white space, a number and `word`, if they come next.
+// Passes white space, a number and `word`, when they stand at the position.
 bool TokenReader::take_after_number(std::string_view word, std::int32_t& gen) {
   const auto skip_gap = [this](const char* at) {
     while (at < limit() && is_wide_space(*at))
@@ -347,7 +346,7 @@ void TokenReader::collect_name() {
     need(3);
     const int high = hex_value(here()[1]);
     const int low = high < 0 ? -1 : hex_value(here()[2]);
-    // A name cannot hold a NUL, and a "#" without two digits is a character like any other.
+    // A name cannot hold a NUL, and a "#" without two digits stands for itself.
     const bool coded = low >= 0 && high * 16 + low != 0;
     text_.push(coded ? static_cast<char>(high * 16 + low) : '#');
     buf_.buf_pos += coded ? 3 : 1;
@@ -461,8 +460,8 @@ void TokenReader::read_hex_string(CPDFObj& value) {
     const char* const end = limit();
     char* out = piece;
     for (; at < end && *at != '>'; ++at) {
-      const int digit = kHexValues[static_cast<unsigned char>(
-          *at)];  // NOLINT(bugprone-signed-char-misuse,cert-str34-c): or -1
+      const int digit =
+          kHexValues[static_cast<unsigned char>(*at)];  // NOLINT(bugprone-signed-char-misuse,cert-str34-c): -1 is none
       if (digit < 0)
         continue;  // white space and junk
       if (high < 0) {

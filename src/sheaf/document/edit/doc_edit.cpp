@@ -205,7 +205,7 @@ bool CPDFDoc::save_update(PDF_SAVE_FORM form, PDF_SIGN_DATA* sign) {
   return done != 0 && table_.write_failed == 0;
 }
 
-// An object stream is copied into a new file only when its own header is where its entry says;
+// An object stream comes along in a new file only when its own header stands where its entry says;
 // reading needs no header, and so its members can be known all the same. They then become objects.
 void CPDFDoc::free_members_of_lost_streams() {
   table_.drain_pending();

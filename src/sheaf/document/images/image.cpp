@@ -8,7 +8,6 @@
 
 #include "sheaf/base/heap.h"
 #include "sheaf/base/scope_guard.h"
-#include "sheaf/filters/decode_parms.h"
 #include "sheaf/filters/stream_filter.h"
 #include "sheaf/xref/xref_table.h"
 

@@ -5,12 +5,23 @@
 #include <cstring>
 
 #include "sheaf/document/merge/doc_merge_internal.h"
-#include "sheaf/object/destination.h"
 #include "sheaf/object/stream_rec.h"
 
 using namespace sheaf;
 
 namespace {
+
+constexpr const char* kFitNames[] = {"XYZ", "Fit", "FitH", "FitV", "FitR", "FitB", "FitBH", "FitBV"};
+
+bool is_destination(const CPDFArray& array) {
+  if (array.count < 2 || array.items[0].tag != kTagRef || array.items[1].tag != kTagName)
+    return false;
+  for (const char* name : kFitNames) {
+    if (array.items[1].is_name(name))
+      return true;
+  }
+  return false;
+}
 
 bool is_goto(const CPDFDictionary& dict) {
   const CPDFObj* kind = dict.get_item("S");

@@ -182,7 +182,7 @@ bool CPDFDoc::list_pages_as_told() {
   list_pages(true);
   const auto size = static_cast<int>(pages_.size());
   bool good = !pages_incomplete_ && size == told;
-  // Wrong counts are usually wrong everywhere, so a sample reveals them.
+  // A tree whose counts are wrong is so throughout, as a rule: pages here and there will show it.
   Freed<CPDFObj> page;
   for (int i = 0; good && i < std::min(size, kProbes); ++i) {
     table_.get_entity(page, pages_[static_cast<std::size_t>(std::int64_t{i} * size / std::min(size, kProbes))].ref);
@@ -334,7 +334,7 @@ PDF_REF CPDFDoc::page_ref(int index) {
   return pages_[static_cast<std::size_t>(index)].ref;
 }
 
-// Resources that are a direct value of a node have no reference to inherit: the page gets
+// Resources that stand directly in a node of the tree have no reference to hand down: the page gets
 // a copy. Those of the last node are kept, since a node can be as long as all its pages together.
 bool CPDFDoc::take_direct_resources(CPDFDictionary& dict) {
   const CPDFObj* const parent = dict.get_item(CPDFDictionary::sm_tag_parent);

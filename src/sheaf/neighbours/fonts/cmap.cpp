@@ -5,7 +5,6 @@
 #include <cstring>
 #include <new>
 
-#include "sheaf/base/utf.h"
 #include "sheaf/neighbours/fonts/cmap_parser.h"
 
 using namespace sheaf;

@@ -5,7 +5,6 @@
 #include <iterator>
 
 #include "sheaf/base/chars.h"
-#include "sheaf/base/utf.h"
 #include "sheaf/neighbours/fonts/cmap_tokens.h"
 
 namespace sheaf {

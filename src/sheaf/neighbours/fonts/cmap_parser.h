@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "sheaf/base/grow_array.h"
+#include "sheaf/base/utf.h"
 #include "sheaf/neighbours/fonts/cmap.h"
 #include "sheaf/neighbours/fonts/code_ranges.h"
 #include "sheaf/neighbours/fonts/codespaces.h"

@@ -15,7 +15,7 @@ struct PDF_INHERITED {
   bool has_media_box = false;
   bool has_crop_box = false;
   bool has_rotate = false;
-  bool has_direct_resources = false;  ///< "Resources" is a direct value of the node or of one above it.
+  bool has_direct_resources = false;  ///< "Resources" stands directly in the node or in one above it.
 };
 
 /// Filled by CPDFDoc::load_page; the page owns its dictionary.

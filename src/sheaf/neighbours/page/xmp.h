@@ -7,7 +7,7 @@ struct CPDFObj;
 class CPDFXMP {
 public:
   /// The packet with the identification of PDF/A-1b and what the document information `info` (a
-  /// reference or a dictionary) states. `len` gets its size. The caller owns the block and releases
+  /// reference or a dictionary) tells. `len` gets its size. The caller owns the block and releases
   /// it with QVFree; null when there is no memory.
   unsigned char* gen_xmp(CPDFXRefTable* doc, CPDFObj* info, unsigned int& len);
 };
