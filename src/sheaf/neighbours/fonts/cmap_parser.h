@@ -1,5 +1,5 @@
 // Reads character map files and streams: codespace, cid, notdef and bf entries between their begin
-// and end operators, and the keys that describe the map. Everything else that a program in
+// and end operators, and the keys that a map tells about itself. Everything else that a program in
 // PostScript can hold is passed over. Work and memory follow the length of the input.
 #pragma once
 
@@ -8,7 +8,6 @@
 #include <string_view>
 
 #include "sheaf/base/grow_array.h"
-#include "sheaf/base/utf.h"
 #include "sheaf/neighbours/fonts/cmap.h"
 #include "sheaf/neighbours/fonts/code_ranges.h"
 #include "sheaf/neighbours/fonts/codespaces.h"
@@ -41,6 +40,7 @@ struct CMapContents {
 
 /// Largest CID (ISO 32000-1, annex C). Codes that would get a greater one stay unmapped.
 constexpr std::uint32_t kMostCid = 0xFFFF;
+constexpr std::uint32_t kMostCharacter = 0x10FFFF;
 
 /// As much of `text` as there is room for, and a NUL.
 template <std::size_t kSize>
