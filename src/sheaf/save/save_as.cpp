@@ -49,7 +49,8 @@ public:
   void write() {
     source_.drain_pending();
     source_.font_cache.embed_flush();
-    source_.pdfa_gen();
+    if (source_.omits_frame == 0)
+      source_.pdfa_gen();
     out_.Write(PDF_Header.data(), static_cast<unsigned>(PDF_Header.size()));
     if (!copy_entries())
       return;
@@ -118,6 +119,10 @@ private:
       return;
     }
     const bool rescued = entry.type == 3 && entry.gen == -1 && is_marked(num);
+    if (rescued && source_.keeps_generations != 0) {
+      entry.gen = source_.known_generation(num);
+      highest_gen_ = std::max(highest_gen_, entry.gen);
+    }
     if (!rescued)
       highest_gen_ = std::max(highest_gen_, entry.gen);
     if (!is_marked(num)) {

@@ -5,6 +5,7 @@
 
 #include "sheaf/base/heap.h"
 #include "sheaf/neighbours/fonts/environment.h"
+#include "sheaf/object/parse_buf.h"
 #include "sheaf/xref/xref_table.h"
 
 using namespace sheaf;
@@ -97,10 +98,12 @@ PDF_NEWOBJ* CPDFXRefTable::get_xref2(int num, int gen) {
   const auto index = static_cast<std::uint32_t>(num);
   if (num < 0 || index >= kMostObjNum || (xref_count <= index && !grow_xref_items(rounded_count(index), false)))
     return nullptr;
-  PDF_XREF& entry = xref_items[index];
-  if (entry.type == 3 && entry.gen != -1 && entry.offset < new_obj_capacity)
-    return new_objs + entry.offset;
-  entry = {3, new_obj_count, gen};
+  ++change_count;
+  if (xref_items[index].type == 3 && xref_items[index].gen != -1 && xref_items[index].offset < new_obj_capacity)
+    return new_objs + xref_items[index].offset;
+  if (keeps_generations != 0 && know_entry(index) && known_generation(index) >= 0)
+    gen = known_generation(index);
+  xref_items[index] = {3, new_obj_count, gen};
   if (new_obj_count >= new_obj_capacity) {
     const std::uint32_t capacity = new_obj_capacity + kNewObjStep;
     if (!make_slots(*this, capacity)) {
@@ -112,6 +115,23 @@ PDF_NEWOBJ* CPDFXRefTable::get_xref2(int num, int gen) {
     new_obj_capacity = capacity;
   }
   return new_objs + new_obj_count++;
+}
+
+std::int32_t CPDFXRefTable::known_generation(std::uint32_t num) {
+  constexpr std::int32_t kMostGeneration = 65535;  // ISO 32000-1, 7.5.4
+  if (num >= xref_count)
+    return -1;
+  const PDF_XREF& entry = xref_items[num];
+  if (entry.type == 0)
+    return -1;
+  if (entry.type == 2)
+    return 0;  // the entry holds an index in its place
+  if (entry.type != 3 || entry.gen != -1)
+    return entry.gen <= kMostGeneration ? entry.gen : -1;
+  char header[24]{};  // two numbers and the white space around them
+  stream->SetPos(CQVStream::STR_SEEK_SET, entry.offset);
+  stream->Read(header, sizeof(header) - 1);
+  return header_generation(header);
 }
 
 void CPDFXRefTable::push_pending(std::int64_t offset) {

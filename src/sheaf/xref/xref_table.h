@@ -209,6 +209,10 @@ public:
   std::int32_t mem_stream_room = 0;  ///< Entries that the block of mem_streams really holds.
   std::int32_t* mem_stream_index = nullptr;  ///< Entry of mem_streams plus one by object number.
   std::uint32_t mem_stream_index_size = 0;
+  std::int32_t keeps_generations = 0;  ///< Not 0: saves print and list objects under their generation, not under 0.
+  std::int32_t omits_frame = 0;        ///< Not 0: saves add neither output intent nor metadata.
+  std::int32_t claims_pdfa = 0;        ///< Not 0: metadata made by a save identify the document as PDF/A-1b.
+  std::uint64_t change_count = 0;      ///< Requests for slots so far; one that has not grown since: no change.
 
   // ---- opening and closing (xref/) ----
 
@@ -289,7 +293,8 @@ public:
   // ---- changing (xref/, save/) ----
 
   /// The slot of object `num`, made if there is none; null when there is no memory. Valid until
-  /// the next call that can grow `new_objs`. `gen` -1 must not be passed.
+  /// the next call that can grow `new_objs`. `gen` -1 must not be passed; where `keeps_generations`
+  /// is set, an object that the file has keeps the generation that it has there.
   PDF_NEWOBJ* get_xref2(int num, int gen);
   /// Reads all pending sections; stops at the first failure.
   void drain_pending();
@@ -412,5 +417,8 @@ public:
   std::uint32_t max_obj_num() const;
   /// `para` filled for `ref`, or null when the document is not encrypted.
   PDF_DEC_PARA* decode_para(PDF_DEC_PARA& para, const PDF_REF& ref) const;
+  /// The generation of object `num` as its entry has it or, of one found by scanning, its header; -1
+  /// when neither says one that a header can bear.
+  std::int32_t known_generation(std::uint32_t num);
   void note_repair(PDF_REPAIR::Code code, std::int32_t num, std::uint32_t offset);
 };
