@@ -48,7 +48,7 @@ struct Opened {
       return "none";
     const std::unique_ptr<CPDFStream> stream(again.table().make_stream(obj.as_stream()));
     std::string text(100'000, '\0');
-    const int got = stream->read_block(text.data(), static_cast<int>(text.size()));
+    const int got = stream == nullptr ? 0 : stream->read_block(text.data(), static_cast<int>(text.size()));
     text.resize(static_cast<std::size_t>(std::max(got, 0)));
     return text;
   }

@@ -9,7 +9,8 @@ namespace sheaf {
 namespace {
 
 constexpr int kMostDepth = 256;  // elements inside one another; the XML library removes them recursively
-constexpr unsigned kEverything = pugi::parse_full | pugi::parse_ws_pcdata;
+// White space between the elements, and outside of the root, is a part of the packet: it is padding.
+constexpr unsigned kEverything = pugi::parse_full | pugi::parse_ws_pcdata | pugi::parse_fragment;
 
 std::string_view prefix_of(std::string_view name) {
   const std::size_t colon = name.find(':');
