@@ -40,9 +40,9 @@ void UpdateSection::confirm_positions() {
   // get_entity may grow the table and correct entries on the way, so both are read anew each turn.
   for (std::uint32_t num = 1; num < table_.xref_count; ++num) {
     const PDF_XREF entry = table_.xref_items[num];
-    if (entry.type == 0 || entry.type == 2)
+    if (!entry.is_known() || entry.is_compressed())
       continue;
-    table_.get_entity(scratch, {static_cast<std::int32_t>(num), entry.gen == -1 ? 0 : entry.gen});
+    table_.get_entity(scratch, {static_cast<std::int32_t>(num), entry.gen == PDF_XREF::kNoGen ? 0 : entry.gen});
   }
   table_.repaired_count = 0;
 }
@@ -64,10 +64,10 @@ bool UpdateSection::scan() {
   const std::uint32_t count = table_.xref_count;
   std::uint32_t at = 0;
   while (at < count) {
-    if (items[at].type == 4)
+    if (items[at].type == PDF_XREF::kInFileLate)
       separate_from_digit(items[at]);
     std::uint32_t behind = at + 1;
-    while (behind < count && items[behind].type == 3)
+    while (behind < count && items[behind].is_changed())
       ++behind;
     const std::uint32_t length = behind - at - 1;
     if (length != 0 && !runs.append(static_cast<std::int32_t>(at + 1), static_cast<std::int32_t>(length)))
@@ -124,7 +124,7 @@ bool UpdateSection::has_high_generations() const {
   for (const PDF_RUN& run : runs) {
     for (std::int32_t num = run.first; num < run.first + run.count; ++num) {
       // Those that stay where they are have theirs in the file, which is not read twice for it.
-      if (table_.xref_items[num].gen == -1 || generation(num) > UINT8_MAX)
+      if (table_.xref_items[num].is_found() || generation(num) > UINT8_MAX)
         return true;
     }
   }
@@ -182,7 +182,7 @@ void UpdateSection::finish(std::uint32_t start) {
 
 void UpdateSection::commit(std::uint32_t start) {
   for (const Place& place : sealed_)
-    table_.xref_items[place.num] = {1, place.pos, place.gen};
+    table_.xref_items[place.num] = PDF_XREF::in_file(place.pos, place.gen);
   for (std::uint32_t slot = 0; slot < table_.new_obj_count; ++slot)
     table_.new_objs[slot].obj.free();
   table_.new_obj_count = 0;

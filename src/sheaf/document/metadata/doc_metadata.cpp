@@ -20,15 +20,18 @@ namespace {
 
 constexpr int kMostPacket = 64 << 20;  // bytes; a packet takes some kilobytes
 
+PDF_REF metadata_ref(CPDFXRefTable& table) {
+  const Freed<CPDFObj> catalog = table.catalog();
+  const CPDFObj* const item = catalog.as_dict() != nullptr ? catalog.as_dict()->get_item("Metadata") : nullptr;
+  return item != nullptr ? item->as_ref() : PDF_REF{0, 0};
+}
+
 // The packet that the catalogue names. False when it names none.
 bool load_packet(CPDFXRefTable& table, CPDFObj& obj, GrowArray<char>& bytes) {
-  Freed<CPDFObj> catalog;
-  table.resolve(catalog, &table.root);
-  const CPDFDictionary* const dict = catalog.as_dict();
-  const CPDFObj* const item = dict != nullptr ? dict->get_item("Metadata") : nullptr;
-  if (item == nullptr || item->as_ref().num < 1)
+  const PDF_REF ref = metadata_ref(table);
+  if (ref.num < 1)
     return false;
-  table.get_stored(obj, item->as_ref());
+  table.get_stored(obj, ref);
   if (obj.as_stream() == nullptr)
     return false;
   const std::unique_ptr<CPDFStream> decoder(table.make_stream(obj.as_stream()));
@@ -40,13 +43,6 @@ bool load_packet(CPDFXRefTable& table, CPDFObj& obj, GrowArray<char>& bytes) {
       std::memcpy(bytes.begin() + at, block, static_cast<std::size_t>(got));
   }
   return true;
-}
-
-PDF_REF metadata_ref(CPDFXRefTable& table) {
-  Freed<CPDFObj> catalog;
-  table.resolve(catalog, &table.root);
-  const CPDFObj* const item = catalog.as_dict() != nullptr ? catalog.as_dict()->get_item("Metadata") : nullptr;
-  return item != nullptr ? item->as_ref() : PDF_REF{0, 0};
 }
 
 // Stores the packet as the stream's new body. It has no filter, so that metadata stay readable in the
@@ -81,8 +77,7 @@ void date_now(char (&out)[32]) {
 
 // The value of a property as the document information has it, in the form that XMP wants.
 void set_property(CPDFXRefTable& table, XmpPacket& packet, const CPDFDictionary* info, const XmpProperty& property) {
-  Freed<CPDFObj> value;
-  table.resolve(value, info != nullptr ? info->get_item(property.key) : nullptr);
+  const Freed<CPDFObj> value = table.value(info, property.key);
   std::size_t size = 0;
   const HeapBlock<char> text(value.tag == kTagString ? text_to_utf8(value.as_string(), size) : nullptr);
   const char* const utf8 = text ? text.get() : "";
@@ -142,8 +137,7 @@ bool CPDFDoc::store_metadata() {
     changed_info_ = 0;
     return watch.all_granted();
   }
-  Freed<CPDFObj> info;
-  table_.resolve(info, &table_.info);
+  const Freed<CPDFObj> info = table_.value(&table_.info);
   for (std::size_t i = 0; i < std::size(kXmpProperties); ++i) {
     if ((changed_info_ & 1u << i) != 0)
       set_property(table_, packet, info.as_dict(), kXmpProperties[i]);
@@ -164,8 +158,7 @@ namespace {
 
 // Whether it is one for PDF/A with a profile.
 bool is_pdfa_intent(CPDFXRefTable& table, const CPDFObj* item) {
-  Freed<CPDFObj> intent;
-  table.resolve(intent, item);
+  const Freed<CPDFObj> intent = table.value(item);
   const CPDFDictionary* const dict = intent.as_dict();
   const CPDFObj* const kind = dict != nullptr ? dict->get_item("S") : nullptr;
   return kind != nullptr && kind->is_name("GTS_PDFA1") && dict->get_item("DestOutputProfile") != nullptr;
@@ -175,10 +168,8 @@ bool is_pdfa_intent(CPDFXRefTable& table, const CPDFObj* item) {
 
 void CPDFDoc::read_frame(PDF_FRAME_FOUND& found) {
   found = {};
-  Freed<CPDFObj> catalog;
-  Freed<CPDFObj> intents;
-  table_.resolve(catalog, &table_.root);
-  table_.resolve(intents, catalog.as_dict() != nullptr ? catalog.as_dict()->get_item("OutputIntents") : nullptr);
+  const Freed<CPDFObj> catalog = table_.catalog();
+  const Freed<CPDFObj> intents = table_.value(catalog.as_dict(), "OutputIntents");
   const CPDFArray* const list = intents.as_array();
   found.output_intents = list != nullptr ? list->count : 0;
   for (int i = 0; i < found.output_intents; ++i)
