@@ -139,14 +139,19 @@ bool CPDFDoc::truncate_to(long long size) {
 }
 
 // The first half of an identifier stays with a document, the second tells its versions apart (ISO
-// 32000-1, 14.4). A document without one is left without: what is made for it hangs on its bytes.
+// 32000-1, 14.4). Without one that is of use the save makes one of the file's bytes; the keys of an
+// encrypted document hang on what there is.
 bool CPDFDoc::renew_identifier(CPDFObj& id) {
   unsigned char fresh[CQVSecMD5::kSize];
   const HeapWatch watch;
-  Freed<CPDFObj> present;
-  table_.resolve(present, &table_.id);
+  const Freed<CPDFObj> present = table_.value(&table_.id);
   const CPDFObj* const first = present.as_array() != nullptr ? present.as_array()->get(0) : nullptr;
-  if (first == nullptr || first->tag != kTagString || !secure_random(fresh, sizeof(fresh)))
+  if (first == nullptr || first->tag != kTagString) {
+    if (!is_encrypted())
+      id.free();
+    return true;
+  }
+  if (!secure_random(fresh, sizeof(fresh)))
     return true;
   Freed<CPDFObj> pair;
   pair.take_array(new (std::nothrow) CPDFArray);
