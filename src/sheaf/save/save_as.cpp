@@ -119,9 +119,10 @@ private:
       return;
     }
     const bool rescued = entry.is_found() && is_marked(num);
-    if (rescued && source_.keeps_generations != 0) {
-      entry.gen = source_.known_generation(num);
-      highest_gen_ = std::max(highest_gen_, entry.gen);
+    const std::int32_t gen = rescued && source_.keeps_generations != 0 ? source_.known_generation(num) : -1;
+    if (gen > 0) {
+      entry = PDF_XREF::in_file(entry.offset, gen);
+      highest_gen_ = std::max(highest_gen_, gen);
     }
     if (!rescued)
       highest_gen_ = std::max(highest_gen_, entry.gen);
