@@ -1,6 +1,6 @@
 // Signs a copy of a document twice, with two keys that it makes itself. The second signature stands
 // in an update section behind the first, so that the first stays as it is and goes on covering its
-// revision. `pdfsig OUT.pdf` tells the same from outside.
+// revision. `pdfsig OUT.pdf` confirms it from outside.
 //
 //   sign FILE.pdf [OUT.pdf]
 #include <cstdio>

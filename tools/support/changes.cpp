@@ -1,3 +1,4 @@
+// The options --set and --attach, and what they do to a document.
 #include "support/changes.h"
 
 #include <sys/stat.h>
@@ -12,7 +13,7 @@ namespace {
 
 const char* const kInfoKeys[] = {"Title", "Author", "Subject", "Keywords", "Creator", "Producer"};
 
-// "KEY=TEXT" in its two parts. False, with a message, when the key is none of the six.
+// "KEY=TEXT" in its two parts. False, with a message, when the key is not one of the six.
 bool split_setting(const std::string& setting, std::string& key, std::string& text) {
   const std::size_t at = setting.find('=');
   key = setting.substr(0, at);

@@ -85,7 +85,7 @@ namespace {
 
 bool header_passes(const unsigned char* bytes) {
   constexpr unsigned kHigh = 128;
-  // The comment stands behind a first line of exactly nine bytes. Of its second and third byte one
+  // The comment follows a first line of exactly nine bytes. Of its second and third byte one
   // being high is enough.
   return bytes[0] == '%' && bytes[9] == '%' && bytes[10] >= kHigh && (bytes[11] >= kHigh || bytes[12] >= kHigh) &&
          bytes[13] >= kHigh;

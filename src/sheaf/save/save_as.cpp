@@ -24,7 +24,6 @@ constexpr unsigned kMostEntrySize = 9;  // type, four bytes, four bytes
 constexpr unsigned kStagingReserve = 12;
 constexpr unsigned kFlushAt = EntryDeflater::kStaging - kStagingReserve;
 constexpr std::size_t kSpareOutput = 256;
-constexpr std::uint32_t kManyRepairs = 11;
 static_assert(kFlushAt + kMostEntrySize <= EntryDeflater::kStaging);
 
 constexpr unsigned bytes_for(std::uint32_t value) {
@@ -89,7 +88,7 @@ private:
   // The walk has read every object that will be written, and may have found some of them elsewhere
   // than their entries said; the target's copy follows.
   void confirm_positions() {
-    if (source_.repaired_count >= kManyRepairs) {
+    if (source_.has_many_repairs()) {
       ReferenceList ignored;
       for (std::uint32_t num = 1; num < source_.xref_count && num < target_.xref_count; ++num) {
         const PDF_XREF entry = target_.xref_items[num];

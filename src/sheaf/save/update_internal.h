@@ -23,7 +23,7 @@ public:
   /// False when there is no memory.
   bool scan();
   /// Opens the section with its one byte at `append_offset`. Where an older section of the same
-  /// document stands there, its tail goes first, so that no reader ever takes the two for one.
+  /// document is there, its tail goes first, so that no reader ever takes the two for one.
   void begin();
   /// The position of the entry's object, which is printed now unless it stays where it is in the
   /// file. `keeps_slot` leaves the printing to the caller.

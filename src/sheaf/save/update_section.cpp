@@ -1,3 +1,4 @@
+// What both forms of an update section do: confirm places, list runs, print objects, write the tail.
 #include <algorithm>
 
 #include "sheaf/base/chars.h"
@@ -9,8 +10,7 @@ namespace sheaf {
 namespace {
 
 constexpr std::int32_t kRunStep = 64;
-constexpr std::uint32_t kManyRepairs = 10;  // above this every object's position is confirmed
-constexpr std::uint32_t kTailRoom = 32;     // the tail lies within this distance of the file's end
+constexpr std::uint32_t kTailRoom = 32;  // the tail lies within this distance of the file's end
 
 // Offsets beyond 2 GiB do not fit an integer; as reals they keep their value.
 void set_offset(CPDFDictionary& dict, const char* key, std::uint32_t offset) {
@@ -33,7 +33,7 @@ void UpdateSection::prepare() {
 }
 
 void UpdateSection::confirm_positions() {
-  if (table_.repaired_count <= kManyRepairs)
+  if (!table_.has_many_repairs())
     return;
   table_.drain_pending();
   Freed<CPDFObj> scratch;
@@ -79,7 +79,7 @@ bool UpdateSection::scan() {
 
 void UpdateSection::begin() {
   // Without the tail, the last one that a reader finds is that of the content in front of the
-  // section, until the new one stands.
+  // section, until the new one is complete.
   const auto len = static_cast<std::uint32_t>(table_.stream->GetLen());
   if (len > table_.append_offset) {
     constexpr std::uint8_t kNoTail[kTailRoom]{};

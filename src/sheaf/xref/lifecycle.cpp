@@ -22,7 +22,7 @@ constexpr std::uint32_t kLeastMaxObjNum = (1u << 22) + 256;
 constexpr std::uint64_t kNumbersPerByte = 8;
 constexpr std::uint32_t kMostObjNum = 0x7FFFFF00;
 
-// How many entries the block takes for `count`: exactly these when a section tells the size, and
+// How many entries the block takes for `count`: exactly these when a section states the size, and
 // some more when a large table grows by a little, as it does number by number.
 std::uint32_t room_for(std::uint32_t count, std::uint32_t present) {
   const bool by_a_little = count - present < present / 8;

@@ -150,6 +150,7 @@ public:
 
   static constexpr int kPendingSlots = 256;
   static constexpr int kSecFilterSize = 36;
+  static constexpr std::uint32_t kManyRepairs = 10;
 
   // ---- fields; everything starts at zero, and the caller stores `stream` ----
 
@@ -226,7 +227,7 @@ public:
   int XRefRead(CPDFBuf* buf, long long& prev, long long& xrefstm);
   /// A cross-reference stream `obj` that began at `pos`, with `decoder` open on its data.
   int XRefRead(CPDFObj& obj, unsigned int pos, CPDFStream* decoder, long long& prev);
-  /// Takes over "ID", "Info", "Root" and "Encrypt" where the table has none yet.
+  /// Copies "ID", "Info", "Root" and "Encrypt" that the table does not have yet.
   void XRefLoadObjs(const CPDFDictionary* trailer);
   /// Rebuilds the table by scanning a file of at most 300 MiB. 1 if it has entries and a root.
   int XRefCreate();
@@ -263,7 +264,7 @@ public:
   /// Sets the true length of a stream of the file, where `lengths.checked` is set. `num` names
   /// the object in the list of repairs.
   void heal_length(CPDFStreamRec& rec, std::int32_t num);
-  /// Whether an object stream that stands at `offset` gave its objects. It is then where it should
+  /// Whether the object stream at `offset` gave its objects. It is then where it should
   /// be, whatever number its header bears.
   bool serves_as_objstm(std::uint32_t offset);
   /// Empties the cache of object streams.
@@ -292,7 +293,7 @@ public:
     return make_stream2(this, data, len, name, parms);
   }
   /// The stream's bytes as stored, decryption taken off; null on failure. The caller owns the
-  /// block (a NUL stands behind it) and releases it with QVFree.
+  /// block (a NUL follows it) and releases it with QVFree.
   unsigned char* load_raw_data(const CPDFStreamRec* rec, int& len);
   void* get_font_ext(const char* name);
   CPDFCMap* get_cmap(const char* name);
@@ -318,7 +319,7 @@ public:
   void store_stream(const PDF_REF& ref, CPDFStreamRec& rec);
   /// Keeps encoded stream bytes until the next save and fills `rec`. The caller keeps `data`.
   void write_stream(const PDF_REF& ref, CPDFStreamRec* rec, const void* data, unsigned int len);
-  /// The same from a stream that stands at its start.
+  /// The same from a stream, which is positioned at its start.
   void write_stream(const PDF_REF& ref, CPDFStreamRec* rec, CQVStream* src);
   /// The same; takes over `data`, a block of the QVAlloc family.
   void write_stream_autofree(const PDF_REF& ref, CPDFStreamRec* rec, void* data, unsigned int len);
@@ -424,6 +425,8 @@ public:
   }
   /// Notes the place at which scanning found object `num`. False without memory.
   bool note_found(std::uint32_t num, std::uint32_t offset);
+  /// Whether so many entries were wrong that a save looks at the place of every object.
+  bool has_many_repairs() const { return repaired_count > kManyRepairs; }
   /// Pops one pending section and reads it. False when there is none or it cannot be read.
   bool pop_pending();
   /// Reads pending sections until the table reaches `num` and knows its entry, or there are no more.

@@ -16,26 +16,6 @@ namespace {
 
 constexpr int kMostObjStmBytes = 0x8000000;
 
-// Moves to `word`; at the end of the data the buffer is empty and false is returned.
-bool skip_to_word(CPDFBuf& buf, const char* word) {
-  const auto len = static_cast<unsigned>(std::strlen(word));
-  for (;;) {
-    buf.buf_need(len);
-    if (buf.buf_len - buf.buf_pos < len)
-      return false;
-    const char* const at = buf.buf_data + buf.buf_pos;
-    const auto* hit = static_cast<const char*>(std::memchr(at, word[0], buf.buf_len - buf.buf_pos - len + 1));
-    if (hit == nullptr) {
-      buf.buf_pos = buf.buf_len - len + 1;
-      continue;
-    }
-    buf.buf_pos = static_cast<std::uint32_t>(hit - buf.buf_data);
-    if (std::memcmp(hit, word, len) == 0)
-      return true;
-    ++buf.buf_pos;
-  }
-}
-
 bool has_type(const CPDFDictionary& dict, const char* name) {
   const CPDFObj* type = dict.get_item(CPDFDictionary::sm_tag_type);
   return type != nullptr && type->is_name(name);
@@ -92,7 +72,7 @@ void DeepRecovery::scan_objects() {
       continue;
     // Headers inside stream data are none; data without an end hide nothing behind them.
     const std::uint32_t data = buf.position();
-    if (skip_to_word(buf, "endstream"))
+    if (skip_to_word(buf, "endstream", 9))
       continue;
     stream->SetPos(CQVStream::STR_SEEK_SET, data);
     buf.buf_init(stream);
@@ -104,7 +84,7 @@ void DeepRecovery::scan_trailers() {
   stream->SetPos(CQVStream::STR_SEEK_SET, 0);
   CPDFBufBase buf;
   buf.buf_init(stream);
-  while (skip_to_word(buf, "trailer")) {
+  while (skip_to_word(buf, "trailer", 7)) {
     buf.buf_skip(7);
     buf.buf_skip_ws(true);
     buf.buf_need(2);

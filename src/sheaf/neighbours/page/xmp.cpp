@@ -1,3 +1,4 @@
+// Prints an XMP packet from the document information, with PDF/A-1b identification and padding.
 #include "sheaf/neighbours/page/xmp.h"
 
 #include <cstring>
