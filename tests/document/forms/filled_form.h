@@ -19,7 +19,7 @@ public:
     EXPECT_TRUE(filler.load());
   }
   PDF_FILL set(const std::string& name, const std::string& value) { return filler.set(name.c_str(), value.c_str()); }
-  PDF_FILL set(const std::string& name, const std::vector<const char*>& values) {
+  PDF_FILL set_all(const std::string& name, const std::vector<const char*>& values) {
     return filler.set(name.c_str(), values.data(), static_cast<std::int32_t>(values.size()));
   }
 
@@ -33,6 +33,13 @@ public:
       return "";
     doc.table().resolve(value, dict->get_item(key));
     return TestTable::syntax(value);
+  }
+  /// The same of an array of numbers, reals that are whole without their point.
+  std::string numbers(int num, const char* key) {
+    std::string text = at(num, key);
+    for (std::size_t point = text.find(".0"); point != std::string::npos; point = text.find(".0"))
+      text.erase(point, 2);
+    return text;
   }
   PDF_REF look_of(int num, const char* state = nullptr) {
     Freed<CPDFObj> widget;

@@ -27,13 +27,13 @@ TEST(FormFiller, StoresATextAndShowsItInTheFieldsOwnFont) {
   const int field = maker.field("a.b", kText + std::string("/RV(<p>old</p>)"), "50 700 250 720");
   FilledForm form(maker.str());
   EXPECT_EQ(form.set("a.b", "W\xC3\xB6lf (1)"), PDF_FILL::kDone);
-  EXPECT_EQ(form.at(field, "V"), "(W\xF6lf \\(1\\))");
+  EXPECT_EQ(form.at(field, "V"), "(W\\366lf \\(1\\))");
   EXPECT_EQ(form.at(field, "RV"), "");
   const std::string look = form.look(field);
   EXPECT_NE(look.find(hex("W\xF6lf (1)") + " Tj"), std::string::npos) << look;
   EXPECT_NE(look.find("/Helv 12 Tf"), std::string::npos) << look;
   EXPECT_NE(look.find("/Tx BMC"), std::string::npos) << look;
-  EXPECT_EQ(form.at(form.look_of(field).num, "BBox"), "[0 0 200 20]");
+  EXPECT_EQ(form.numbers(form.look_of(field).num, "BBox"), "[0 0 200 20]");
   EXPECT_NE(form.at(form.look_of(field).num, "Resources").find("/Helv 6 0 R"), std::string::npos);
 }
 
@@ -81,8 +81,8 @@ TEST(FormFiller, DrawsBordersAndTurnsWithTheWidget) {
   const std::string look = form.look(boxed);
   EXPECT_NE(look.find("0.9 g\n0 0 200 20 re\nf\n"), std::string::npos) << look;
   EXPECT_NE(look.find("1 0 0 RG\n2 w\n[4 1] 0 d\n1 1 198 18 re\nS\n"), std::string::npos) << look;
-  EXPECT_EQ(form.at(form.look_of(turned).num, "BBox"), "[0 0 200 20]");
-  EXPECT_EQ(form.at(form.look_of(turned).num, "Matrix"), "[0 1 -1 0 20 0]");
+  EXPECT_EQ(form.numbers(form.look_of(turned).num, "BBox"), "[0 0 200 20]");
+  EXPECT_EQ(form.numbers(form.look_of(turned).num, "Matrix"), "[0 1 -1 0 20 0]");
 }
 
 TEST(FormFiller, ChoicesTakeValuesOrShownTexts) {
@@ -98,8 +98,8 @@ TEST(FormFiller, ChoicesTakeValuesOrShownTexts) {
   EXPECT_EQ(form.set("combo", "Blue"), PDF_FILL::kNotOffered);
   EXPECT_EQ(form.set("edit", "Blue"), PDF_FILL::kDone);
   EXPECT_EQ(form.at(edit, "V"), "(Blue)");
-  EXPECT_EQ(form.set("combo", {"r", "g"}), PDF_FILL::kOneValue);
-  EXPECT_EQ(form.set("list", {"Three", "One"}), PDF_FILL::kDone);
+  EXPECT_EQ(form.set_all("combo", {"r", "g"}), PDF_FILL::kOneValue);
+  EXPECT_EQ(form.set_all("list", {"Three", "One"}), PDF_FILL::kDone);
   EXPECT_EQ(form.at(list, "V"), "[(Three)(One)]");
   EXPECT_EQ(form.at(list, "I"), "[0 2]");
   const std::string look = form.look(list);

@@ -23,7 +23,7 @@ void ContentWriter::text(std::string_view bytes) {
 
 // A space where the piece before does not end in white space.
 void ContentWriter::part() {
-  if (!bytes_.empty() && !is_wide_space(bytes_.back()))
+  if (!bytes_.empty() && !is_wide_space(bytes_.back()) && bytes_.back() != '[')
     bytes_.push(' ');
 }
 

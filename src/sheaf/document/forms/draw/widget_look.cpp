@@ -123,19 +123,30 @@ void WidgetLook::read_border(CPDFXRefTable& table, const CPDFDictionary& widget)
 }
 
 void WidgetLook::draw(ContentWriter& out, bool round) const {
+  if (background.count == 0 && border <= 0)
+    return;
+  out.op("q");
+  draw_background(out, round);
+  if (border > 0)
+    draw_border(out, round);
+  out.op("Q");
+}
+
+void WidgetLook::draw_background(ContentWriter& out, bool round) const {
+  if (background.count == 0)
+    return;
+  background.put(out, false);
+  if (round)
+    put_circle(out, width / 2, height / 2, std::min(width, height) / 2);
+  else
+    out.op({0, 0, width, height}, "re");
+  out.op("f");
+}
+
+void WidgetLook::draw_border(ContentWriter& out, bool round) const {
   const double centre_x = width / 2;
   const double centre_y = height / 2;
   const double radius = std::min(centre_x, centre_y);
-  if (background.count != 0) {
-    background.put(out, false);
-    if (round)
-      put_circle(out, centre_x, centre_y, radius);
-    else
-      out.op({0, 0, width, height}, "re");
-    out.op("f");
-  }
-  if (border <= 0)
-    return;
   if ((style == 'B' || style == 'I') && !round)
     draw_edges(out);
   if (border_colour.count == 0)
@@ -146,7 +157,8 @@ void WidgetLook::draw(ContentWriter& out, bool round) const {
     out.text("[");
     out.number(dash[0]);
     out.number(dash[1]);
-    out.op("] 0 d");
+    out.text("]");
+    out.op("0 d");
   }
   const double half = border / 2;
   if (style == 'U') {

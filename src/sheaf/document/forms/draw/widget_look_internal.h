@@ -34,6 +34,8 @@ struct WidgetLook {
 
 private:
   void read_border(CPDFXRefTable& table, const CPDFDictionary& widget);
+  void draw_background(ContentWriter& out, bool round) const;
+  void draw_border(ContentWriter& out, bool round) const;
   void draw_edges(ContentWriter& out) const;
 };
 

@@ -348,9 +348,7 @@ bool AppearanceMaker::draw_states(const PDF_REF& widget, const char* on, bool ra
 // One state of a button; mark 0 draws none.
 PDF_REF AppearanceMaker::store_state(const WidgetLook& look, char mark, const DeviceColour& colour, bool round) {
   ContentWriter out;
-  out.op("q");
   look.draw(out, round);
-  out.op("Q");
   if (mark != 0)
     draw_mark(out, look, mark, colour);
   Cleared<CPDFDictionary> form;
