@@ -11,8 +11,8 @@ namespace sheaf {
 CPDFDictionary* edit_object(CPDFXRefTable& table, const PDF_REF& ref) {
   if (ref.num < 1)
     return nullptr;
-  const auto num = static_cast<std::uint32_t>(ref.num);
-  const bool in_memory = num < table.xref_count && table.xref_items[num].type == 3 && table.xref_items[num].gen != -1;
+  const PDF_XREF* const entry = table.entry(ref.num);
+  const bool in_memory = entry != nullptr && entry->is_in_memory();
   if (!in_memory) {
     Freed<CPDFObj> obj;
     table.get_entity(obj, ref);
