@@ -12,6 +12,9 @@ set(SHEAF_PUBLIC_HEADERS
   base/visited_set.h
   cache/font_caches.h
   document/doc.h
+  document/forms/flattener.h
+  document/forms/form_data.h
+  document/forms/form_filler.h
   document/images/image.h
   document/merge/doc_merge.h
   document/names/name_list.h
