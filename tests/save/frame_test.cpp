@@ -135,6 +135,9 @@ TEST(Xmp, CarriesTheDocumentInformation) {
              "/ModDate(D:199912)/Keywords 5>>");
   CPDFXMP xmp;
   unsigned len = 0;
+  const HeapBlock<unsigned char> unclaimed(xmp.gen_xmp(&t.table, &info, len));
+  EXPECT_EQ(std::string(reinterpret_cast<char*>(unclaimed.get()), len).find("pdfaid"), std::string::npos);
+  t.table.claims_pdfa = 1;
   const HeapBlock<unsigned char> block(xmp.gen_xmp(&t.table, &info, len));
   const std::string text(reinterpret_cast<char*>(block.get()), len);
   for (const char* piece :

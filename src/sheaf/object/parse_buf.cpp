@@ -311,3 +311,17 @@ int CPDFBufMem::read(void* dst, int size) {
   mem_pos += count;
   return static_cast<int>(count);
 }
+
+std::int32_t sheaf::header_generation(const char* header) {
+  constexpr std::int32_t kMostGeneration = 65535;
+  const char* at = header;
+  while (is_digit(*at))
+    ++at;
+  const char* const behind_number = at;
+  while (is_strict_space(*at))
+    ++at;
+  if (behind_number == header || at == behind_number || !is_digit(*at))
+    return -1;
+  const std::int32_t gen = ansi_to_i32(at);
+  return gen <= kMostGeneration ? gen : -1;
+}

@@ -90,3 +90,11 @@ public:
   CQVStream* get_stream() override { return nullptr; }
   int read(void* dst, int size) override;
 };
+
+namespace sheaf {
+
+/// The generation in an object header, such as 3 in "12 3 obj": from the text, which ends in a NUL and
+/// begins with the number. -1 when there is none that a header can bear (ISO 32000-1, 7.3.10).
+std::int32_t header_generation(const char* header);
+
+}  // namespace sheaf

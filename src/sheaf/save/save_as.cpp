@@ -48,7 +48,8 @@ public:
   void write() {
     source_.drain_pending();
     source_.font_cache.embed_flush();
-    source_.pdfa_gen();
+    if (source_.omits_frame == 0)
+      source_.pdfa_gen();
     out_.Write(PDF_Header.data(), static_cast<unsigned>(PDF_Header.size()));
     if (!copy_entries())
       return;
@@ -117,6 +118,11 @@ private:
       return;
     }
     const bool rescued = entry.is_found() && is_marked(num);
+    const std::int32_t gen = rescued && source_.keeps_generations != 0 ? source_.known_generation(num) : -1;
+    if (gen > 0) {
+      entry = PDF_XREF::in_file(entry.offset, gen);
+      highest_gen_ = std::max(highest_gen_, gen);
+    }
     if (!rescued)
       highest_gen_ = std::max(highest_gen_, entry.gen);
     if (!is_marked(num)) {

@@ -195,7 +195,11 @@ public:
   std::int64_t decoded_ceiling = 0;  ///< Most bytes that a chain stage or object stream may decode to; 0: fixed limits.
   std::int32_t write_failed = 0;     ///< Set by a save when an output operation came short; cleared by the caller.
   std::int32_t entries_lost = 0;     ///< Not 0: entries are gone for want of memory. Nothing must be saved then.
-  sheaf::RepairLog repairs;          ///< The first corrections made, for reports.
+  std::int32_t keeps_generations = 0;  ///< Not 0: saves print and list objects under their generation, not under 0.
+  std::int32_t omits_frame = 0;        ///< Not 0: saves add neither output intent nor metadata.
+  std::int32_t claims_pdfa = 0;        ///< Not 0: metadata made by a save identify the document as PDF/A-1b.
+  std::uint64_t change_count = 0;      ///< Requests for slots so far; one that has not grown since: no change.
+  sheaf::RepairLog repairs;            ///< The first corrections made, for reports.
   sheaf::StreamLengths lengths;
   sheaf::ObjStmBudget objstm_budget;
 
@@ -299,7 +303,8 @@ public:
   // ---- changing (xref/, save/) ----
 
   /// The slot of object `num`, made if there is none; null when there is no memory. Valid until
-  /// the next call that can grow `new_objs`. `gen` -1 must not be passed.
+  /// the next call that can grow `new_objs`. `gen` -1 must not be passed; where `keeps_generations`
+  /// is set, an object that the file has keeps the generation that it has there.
   PDF_NEWOBJ* get_xref2(int num, int gen);
   /// Reads all pending sections; stops at the first failure.
   void drain_pending();
@@ -429,6 +434,9 @@ public:
   bool know_entry(std::uint32_t num);
   /// Puts a section's offset on the stack; an offset that does not fit is dropped.
   void push_pending(std::int64_t offset);
+  /// The generation of object `num` as its entry has it or, of one found by scanning, its header; -1
+  /// when neither says one that a header can bear.
+  std::int32_t known_generation(std::uint32_t num);
   /// The largest object number that a file of this length can justify.
   std::uint32_t max_obj_num() const;
   /// `para` filled for `ref`, or null when the document is not encrypted.

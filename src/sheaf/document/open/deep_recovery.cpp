@@ -37,20 +37,20 @@ bool DeepRecovery::take_object(std::int32_t num, std::uint32_t pos) {
   return true;
 }
 
-void DeepRecovery::classify(std::int32_t num, std::uint32_t pos, const CPDFObj& obj) {
+void DeepRecovery::classify(const PDF_REF& ref, std::uint32_t pos, const CPDFObj& obj) {
   const CPDFDictionary* dict = obj.as_dict_or_stream();
   if (dict == nullptr)
     return;
   if (has_type(*dict, "XRef"))
     trailers_.push(pos);
   else if (has_type(*dict, "ObjStm"))
-    object_streams_.push({num, pos});
+    object_streams_.push({ref.num, pos});
   else if (has_type(*dict, "Catalog"))
-    catalog_ = {num, 0};
+    catalog_ = ref;
   else if (has_type(*dict, "Page"))
-    pages_.push({num, 0});
+    pages_.push(ref);
   else if (has_type(*dict, "Pages") && dict->get_item(CPDFDictionary::sm_tag_parent) == nullptr)
-    tree_ = {num, 0};
+    tree_ = ref;
 }
 
 void DeepRecovery::scan_objects() {
@@ -61,10 +61,11 @@ void DeepRecovery::scan_objects() {
   Freed<CPDFObj> obj;
   while (const char* header = buf.buf_skip_to_obj()) {
     const std::int32_t num = ansi_to_i32(header);
+    const std::int32_t gen = header_generation(header);
     const std::uint32_t pos = buf.position();
     obj.read(&buf, nullptr);
     if (take_object(num, pos))
-      classify(num, pos, obj);
+      classify({num, gen > 0 ? gen : 0}, pos, obj);
     else if (const CPDFDictionary* dict = obj.as_dict_or_stream(); dict != nullptr && has_type(*dict, "ObjStm"))
       object_streams_.push({--last_nameless_, pos});
     if (obj.tag != kTagStream)

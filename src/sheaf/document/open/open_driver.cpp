@@ -69,6 +69,7 @@ bool CPDFDoc::open(CQVStream* stream) {
 }
 
 void CPDFDoc::close() {
+  fold_plain_sections();
   table_.XRefFree();
   reset_table();
   table_.stream = nullptr;
@@ -88,6 +89,11 @@ void CPDFDoc::close() {
   linearized_ = authorised_ = pages_changed_ = false;
   version_[0] = 0;
   file_size_ = header_offset_ = 0;
+  forget_plain_sections();
+  saved_changes_ = 0;
+  changed_info_ = 0;
+  metadata_left_ = false;
+  last_save_ = PDF_SAVE::kUnchanged;
 }
 
 // A fresh table over the present stream.
@@ -96,6 +102,8 @@ void CPDFDoc::reset_table() {
   table_.xref_kinds = table_.first_xref_kind = 0;
   table_.last_xref_offset = table_.linearized_length = 0;
   table_.next_obj_num = 0;
+  table_.keeps_generations = 1;
+  table_.omits_frame = 1;  // the document gives one to those who ask for it
   table_.sec_filter[0] = 0;
   table_.stream = stream_;
   table_.append_offset = stream_ != nullptr ? static_cast<std::uint32_t>(stream_->GetLen()) : 0;
