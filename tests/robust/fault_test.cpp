@@ -60,7 +60,7 @@ std::string contents(CPDFDoc& doc) {
   }
   doc.table().resolve(value, &doc.table().info);
   if (value.as_dict() != nullptr)
-    value.as_dict()->set_item("ModDate", nullptr);  // the moment of the test
+    value.as_dict()->set_item("ModDate", nullptr);  // the clock's
   return text + TestTable::syntax(value);
 }
 
