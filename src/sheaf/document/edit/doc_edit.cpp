@@ -238,9 +238,9 @@ bool CPDFDoc::write_section(PDF_SAVE_FORM form, PDF_SIGN_DATA* sign) {
   table_.drain_pending();
   const std::uint32_t section_num = table_.next_obj_num;  // the number that a cross-reference stream takes
   const int done = classic ? table_.save_14(enc, sign) : table_.save(enc, sign);
-  if (!watch.all_granted() || table_.entries_lost != 0)
+  if (done == 0 || !watch.all_granted() || table_.entries_lost != 0)
     table_.write_failed = 1;
-  const bool good = done != 0 && table_.write_failed == 0;
+  const bool good = table_.write_failed == 0;
   if (classic || table_.next_obj_num != section_num + 1)
     return good;
   if (good && sign != nullptr)
