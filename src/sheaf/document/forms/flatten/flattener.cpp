@@ -33,8 +33,7 @@ namespace {
 constexpr const char* kNeverFlattened[] = {"Link", "FileAttachment", "Sound", "Movie", "Screen", "3D", "RichMedia"};
 
 bool is_kind(CPDFXRefTable& table, const CPDFDictionary& annotation, const char* kind) {
-  Freed<CPDFObj> subtype;
-  table.resolve(subtype, annotation.get_item(CPDFDictionary::sm_tag_subtype));
+  const Freed<CPDFObj> subtype = table.value(&annotation, CPDFDictionary::sm_tag_subtype);
   return subtype.is_name(kind);
 }
 
@@ -60,8 +59,7 @@ bool is_signed(CPDFXRefTable& table, const CPDFDictionary& widget) {
       table.resolve(kind, dict->get_item("FT"));
     if (value.is_null())
       table.resolve(value, dict->get_item("V"));
-    Freed<CPDFObj> above;
-    table.resolve(above, dict->get_item(CPDFDictionary::sm_tag_parent));
+    Freed<CPDFObj> above = table.value(dict, CPDFDictionary::sm_tag_parent);
     node.move_from(above);
     dict = node.as_dict();
   }
@@ -87,14 +85,10 @@ bool CPDFFlattener::run(PDF_FLATTEN what) {
 // As an object of its own, so that appearances share it.
 void CPDFFlattener::read_default_resources() {
   CPDFXRefTable& table = doc_.table();
-  Freed<CPDFObj> catalog;
-  Freed<CPDFObj> form;
-  Freed<CPDFObj> resources;
-  table.resolve(catalog, &table.root);
-  table.resolve(form,
-                catalog.as_dict() != nullptr ? catalog.as_dict()->get_item(CPDFDictionary::sm_tag_acro_form) : nullptr);
+  const Freed<CPDFObj> catalog = table.catalog();
+  const Freed<CPDFObj> form = table.value(catalog.as_dict(), CPDFDictionary::sm_tag_acro_form);
   const CPDFObj* const item = form.as_dict() != nullptr ? form.as_dict()->get_item("DR") : nullptr;
-  table.resolve(resources, item);
+  Freed<CPDFObj> resources = table.value(item);
   if (resources.as_dict() == nullptr)
     return;
   default_resources_.copy_from(item);
@@ -115,8 +109,7 @@ bool CPDFFlattener::flatten_page(int index, PDF_FLATTEN what) {
   const CPDFArray* const list = annots.as_array();
   if (list == nullptr)
     return true;
-  Freed<CPDFObj> own;
-  table.get_entity(own, page.ref);
+  Freed<CPDFObj> own = table.object(page.ref);
   if (own.as_dict() == nullptr)
     return true;
   PageWork work(table, page);
@@ -124,8 +117,7 @@ bool CPDFFlattener::flatten_page(int index, PDF_FLATTEN what) {
   // Popups go with what they belong to, which may stand behind them.
   for (const bool popups : {false, true}) {
     for (std::int32_t i = 0; i < list->count; ++i) {
-      Freed<CPDFObj> annotation;
-      table.resolve(annotation, list->get(i));
+      const Freed<CPDFObj> annotation = table.value(list, i);
       const CPDFDictionary* const dict = annotation.as_dict();
       if (dict == nullptr || is_kind(table, *dict, "Popup") != popups)
         continue;
@@ -205,8 +197,7 @@ void CPDFFlattener::complete_form(const PDF_REF& ref) {
   CPDFXRefTable& table = doc_.table();
   if (!made_forms_.visit(ref.num))
     return;
-  Freed<CPDFObj> obj;
-  table.get_entity(obj, ref);
+  Freed<CPDFObj> obj = table.object(ref);
   CPDFStreamRec* const rec = obj.as_stream();
   if (rec == nullptr)
     return;
@@ -243,8 +234,7 @@ bool CPDFFlattener::store_page(PageWork& work) {
 bool CPDFFlattener::put_content(PageWork& work) {
   CPDFXRefTable& table = doc_.table();
   const CPDFObj* const item = work.dict.get_item("Contents");
-  Freed<CPDFObj> value;
-  table.resolve(value, item);
+  const Freed<CPDFObj> value = table.value(item);
   Cleared<CPDFArray> old;
   if (value.as_array() != nullptr)
     old.copy_from(value.as_array());
@@ -285,8 +275,7 @@ PDF_REF CPDFFlattener::opening_stream(int count) {
 // Nothing of a form is left without its widgets, nor anything that a signature or a certification could vouch for.
 bool CPDFFlattener::drop_form() {
   CPDFXRefTable& table = doc_.table();
-  Freed<CPDFObj> catalog;
-  table.resolve(catalog, &table.root);
+  Freed<CPDFObj> catalog = table.catalog();
   CPDFDictionary* const dict = catalog.as_dict();
   if (dict == nullptr || dict->get_item(CPDFDictionary::sm_tag_acro_form) == nullptr)
     return true;
