@@ -88,7 +88,7 @@ void CPDFField::get_value(const char* key, CPDFObj& out) const {
   out.free();
   const CPDFField* field = this;
   for (int level = 0; level < kMostLevels; ++level) {
-    const CPDFDictionary* const dict = form_->look_at(field->ref_);
+    const CPDFDictionary* const dict = form_->look_at(*field);
     const CPDFObj* const item = dict != nullptr ? dict->get_item(key) : nullptr;
     if (item != nullptr) {
       form_->table_.resolve(out, item);
@@ -144,8 +144,10 @@ CPDFAcroForm::~CPDFAcroForm() {
 
 // Many fields ask those above them for what they inherit, so that these must not be read again and copied with all
 // their kids each time. An object in memory is looked at where it is; of those that are where the file has them, the
-// last ones are kept without their kids. Borrowed; valid until the next call, or until an object is stored.
-const CPDFDictionary* CPDFAcroForm::look_at(const PDF_REF& ref) {
+// last ones are kept without their kids, and terminal fields do not drive out those above them. Borrowed; valid until
+// the next call, or until an object is stored.
+const CPDFDictionary* CPDFAcroForm::look_at(const CPDFField& field) {
+  const PDF_REF& ref = field.ref_;
   const auto place_of = [this, &ref]() {
     const PDF_XREF* const entry = table_.entry(ref.num);
     return entry != nullptr ? *entry : PDF_XREF::none();
@@ -163,7 +165,7 @@ const CPDFDictionary* CPDFAcroForm::look_at(const PDF_REF& ref) {
   if (obj.as_dict() == nullptr)
     return nullptr;
   obj.as_dict()->set_item("Kids", nullptr);
-  Known& known = known_[next_known_++ % kKnown];
+  Known& known = known_[field.terminal_ ? kParents : next_known_++ % kParents];
   known.dict.clear();
   known.ref = ref;
   known.place = slot == nullptr ? place_of() : PDF_XREF::none();  // reading may have corrected it

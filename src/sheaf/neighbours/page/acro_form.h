@@ -81,9 +81,9 @@ private:
     PDF_XREF place = PDF_XREF::none();
     sheaf::Cleared<CPDFDictionary> dict;
   };
-  static constexpr std::size_t kKnown = 16;
+  static constexpr std::size_t kParents = 16;
 
-  const CPDFDictionary* look_at(const PDF_REF& ref);
+  const CPDFDictionary* look_at(const CPDFField& field);
   CPDFField* add_tree(const PDF_REF& ref);
   bool has_room_for(const PDF_String& partial, std::int32_t parent) const;
   CPDFField* add_field(const PDF_REF& ref, const PDF_String& partial, std::int32_t parent);
@@ -96,6 +96,6 @@ private:
   sheaf::GrowArray<CPDFField*> fields_;
   sheaf::GrowArray<std::int32_t> buckets_;
   std::size_t name_chars_ = 0;  // of all full names when they were added
-  Known known_[kKnown];         // fields that were looked at last
+  Known known_[kParents + 1];   // those above others that were looked at last, and the last terminal field
   std::size_t next_known_ = 0;
 };

@@ -7,10 +7,12 @@
 #include "sheaf/base/heap_watch.h"
 #include "sheaf/document/doc.h"
 #include "sheaf/document/forms/draw/content_writer_internal.h"
+#include "sheaf/document/forms/fill/field_facts_internal.h"
 #include "sheaf/document/forms/flatten/annotation_look_internal.h"
 #include "sheaf/document/forms/flatten/content_balance_internal.h"
 #include "sheaf/document/forms/flatten/page_resources_internal.h"
 #include "sheaf/document/forms/form_filler.h"
+#include "sheaf/neighbours/page/acro_form.h"
 
 using namespace sheaf;
 
@@ -47,25 +49,6 @@ bool is_asked_for(CPDFXRefTable& table, const CPDFDictionary& annotation, PDF_FL
   return true;
 }
 
-// Whether the widget is a signed signature field's.
-bool is_signed(CPDFXRefTable& table, const CPDFDictionary& widget) {
-  constexpr int kMostLevels = 32;
-  Freed<CPDFObj> node;
-  Freed<CPDFObj> kind;
-  Freed<CPDFObj> value;
-  const CPDFDictionary* dict = &widget;
-  for (int level = 0; level < kMostLevels && dict != nullptr; ++level) {
-    if (kind.is_null())
-      table.resolve(kind, dict->get_item("FT"));
-    if (value.is_null())
-      table.resolve(value, dict->get_item("V"));
-    Freed<CPDFObj> above = table.value(dict, CPDFDictionary::sm_tag_parent);
-    node.move_from(above);
-    dict = node.as_dict();
-  }
-  return kind.is_name("Sig") && value.as_dict() != nullptr;
-}
-
 }  // namespace
 
 bool CPDFFlattener::run(PDF_FLATTEN what) {
@@ -75,6 +58,7 @@ bool CPDFFlattener::run(PDF_FLATTEN what) {
   if (filler.load() && !filler.draw_missing())
     return false;
   read_default_resources();
+  find_signatures();
   for (int i = 0; i < doc_.page_count(); ++i) {
     if (!flatten_page(i, what))
       return false;
@@ -97,6 +81,26 @@ void CPDFFlattener::read_default_resources() {
   const PDF_REF ref{table.alloc_obj_num(), 0};
   if (table.store_object(ref, resources))
     default_resources_.set_ref(ref);
+}
+
+void CPDFFlattener::find_signatures() {
+  CPDFXRefTable& table = doc_.table();
+  CPDFAcroForm form(table);
+  form.load();
+  for (std::int32_t i = 0; i < form.field_count(); ++i) {
+    const CPDFField& field = *form.field_at(i);
+    FieldFacts facts;
+    facts.read(field);
+    if (!field.is_terminal() || facts.kind != FieldKind::kSignature)
+      continue;
+    Freed<CPDFObj> value;
+    GrowArray<PDF_REF> widgets;
+    field.get_value("V", value);
+    if (value.as_dict() != nullptr)
+      collect_widgets(table, field.ref(), widgets);
+    for (const PDF_REF& widget : widgets)
+      signed_.visit(widget.num);
+  }
 }
 
 bool CPDFFlattener::flatten_page(int index, PDF_FLATTEN what) {
@@ -154,7 +158,7 @@ bool CPDFFlattener::take(PageWork& work, const CPDFObj& item, PDF_FLATTEN what) 
     work.left.append(&item);
     return work.left.count > before;
   }
-  report_.signatures += widget && is_signed(table, dict) ? 1 : 0;
+  report_.signatures += signed_.has(item.as_ref().num) ? 1 : 0;
   work.changed = true;
   work.gone.visit(item.as_ref().num);
   return true;
