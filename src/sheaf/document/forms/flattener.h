@@ -47,7 +47,7 @@ private:
   void read_default_resources();
   void find_signatures();
   bool flatten_page(int index, PDF_FLATTEN what);
-  bool take(PageWork& work, const CPDFObj& item, PDF_FLATTEN what);
+  bool take(PageWork& work, const CPDFObj& item, const CPDFDictionary& dict, PDF_FLATTEN what);
   bool draw(PageWork& work, const CPDFDictionary& annotation);
   void complete_form(const PDF_REF& ref);
   bool store_page(PageWork& work);

@@ -125,7 +125,7 @@ bool CPDFFlattener::flatten_page(int index, PDF_FLATTEN what) {
       const CPDFDictionary* const dict = annotation.as_dict();
       if (dict == nullptr || is_kind(table, *dict, "Popup") != popups)
         continue;
-      if (!take(work, *list->get(i), what))
+      if (!take(work, *list->get(i), *dict, what))
         return false;
     }
   }
@@ -133,11 +133,8 @@ bool CPDFFlattener::flatten_page(int index, PDF_FLATTEN what) {
 }
 
 // Draws an annotation and leaves it out, or keeps it. False when there is no memory.
-bool CPDFFlattener::take(PageWork& work, const CPDFObj& item, PDF_FLATTEN what) {
+bool CPDFFlattener::take(PageWork& work, const CPDFObj& item, const CPDFDictionary& dict, PDF_FLATTEN what) {
   CPDFXRefTable& table = doc_.table();
-  Freed<CPDFObj> annotation;
-  table.resolve(annotation, &item);
-  const CPDFDictionary& dict = *annotation.as_dict();
   const bool widget = is_kind(table, dict, "Widget");
   bool goes = is_asked_for(table, dict, what);
   if (is_kind(table, dict, "Popup")) {
