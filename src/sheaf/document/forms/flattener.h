@@ -45,8 +45,9 @@ private:
   struct PageWork;
 
   void read_default_resources();
+  void find_signatures();
   bool flatten_page(int index, PDF_FLATTEN what);
-  bool take(PageWork& work, const CPDFObj& item, PDF_FLATTEN what);
+  bool take(PageWork& work, const CPDFObj& item, const CPDFDictionary& dict, PDF_FLATTEN what);
   bool draw(PageWork& work, const CPDFDictionary& annotation);
   void complete_form(const PDF_REF& ref);
   bool store_page(PageWork& work);
@@ -58,6 +59,7 @@ private:
   PDF_FLATTEN_REPORT report_;
   sheaf::VisitedSet pages_;
   sheaf::VisitedSet made_forms_;
+  sheaf::VisitedSet signed_;                 // widgets of signed fields
   sheaf::Freed<CPDFObj> default_resources_;  // the form's
   PDF_REF opening_{0, 0};                    // content that saves the graphics state once
   int next_name_ = 0;

@@ -89,8 +89,8 @@ void CPDFField::get_value(const char* key, CPDFObj& out) const {
   out.free();
   const CPDFField* field = this;
   for (int level = 0; level < kMostLevels; ++level) {
-    const Freed<CPDFObj> obj = form_->table_.object(field->ref_);
-    const CPDFObj* item = obj.as_dict() != nullptr ? obj.as_dict()->get_item(key) : nullptr;
+    const CPDFDictionary* const dict = form_->look_at(*field);
+    const CPDFObj* const item = dict != nullptr ? dict->get_item(key) : nullptr;
     if (item != nullptr) {
       form_->table_.resolve(out, item);
       return;
@@ -141,6 +141,37 @@ void CPDFField::set_name(const wchar_t* name) {
 CPDFAcroForm::~CPDFAcroForm() {
   for (CPDFField* field : fields_)
     delete field;
+}
+
+// Many fields ask those above them for what they inherit, so that these must not be read again and copied with all
+// their kids each time. An object in memory is looked at where it is; of those that are where the file has them, the
+// last ones are kept without their kids, and terminal fields do not drive out those above them. Borrowed; valid until
+// the next call, or until an object is stored.
+const CPDFDictionary* CPDFAcroForm::look_at(const CPDFField& field) {
+  const PDF_REF& ref = field.ref_;
+  const auto place_of = [this, &ref]() {
+    const PDF_XREF* const entry = table_.entry(ref.num);
+    return entry != nullptr ? *entry : PDF_XREF::none();
+  };
+  const PDF_NEWOBJ* const slot = table_.slot_of(place_of());
+  if (slot != nullptr && slot->obj.as_dict() != nullptr)
+    return slot->obj.as_dict();
+  for (const Known& known : known_) {
+    const PDF_XREF place = place_of();
+    if (known.ref == ref && known.place.is_known() && known.place.type == place.type &&
+        known.place.offset == place.offset && known.place.gen == place.gen)
+      return &known.dict;
+  }
+  const Freed<CPDFObj> obj = table_.object(ref);
+  if (obj.as_dict() == nullptr)
+    return nullptr;
+  obj.as_dict()->set_item("Kids", nullptr);
+  Known& known = known_[field.terminal_ ? kParents : next_known_++ % kParents];
+  known.dict.clear();
+  known.ref = ref;
+  known.place = slot == nullptr ? place_of() : PDF_XREF::none();  // reading may have corrected it
+  std::swap(static_cast<CPDFDictionary&>(known.dict), *obj.as_dict());
+  return &known.dict;
 }
 
 bool CPDFAcroForm::load() {

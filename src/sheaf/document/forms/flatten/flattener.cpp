@@ -7,10 +7,12 @@
 #include "sheaf/base/heap_watch.h"
 #include "sheaf/document/doc.h"
 #include "sheaf/document/forms/draw/content_writer_internal.h"
+#include "sheaf/document/forms/fill/field_facts_internal.h"
 #include "sheaf/document/forms/flatten/annotation_look_internal.h"
 #include "sheaf/document/forms/flatten/content_balance_internal.h"
 #include "sheaf/document/forms/flatten/page_resources_internal.h"
 #include "sheaf/document/forms/form_filler.h"
+#include "sheaf/neighbours/page/acro_form.h"
 
 using namespace sheaf;
 
@@ -33,8 +35,7 @@ namespace {
 constexpr const char* kNeverFlattened[] = {"Link", "FileAttachment", "Sound", "Movie", "Screen", "3D", "RichMedia"};
 
 bool is_kind(CPDFXRefTable& table, const CPDFDictionary& annotation, const char* kind) {
-  Freed<CPDFObj> subtype;
-  table.resolve(subtype, annotation.get_item(CPDFDictionary::sm_tag_subtype));
+  const Freed<CPDFObj> subtype = table.value(&annotation, CPDFDictionary::sm_tag_subtype);
   return subtype.is_name(kind);
 }
 
@@ -48,26 +49,6 @@ bool is_asked_for(CPDFXRefTable& table, const CPDFDictionary& annotation, PDF_FL
   return true;
 }
 
-// Whether the widget is a signed signature field's.
-bool is_signed(CPDFXRefTable& table, const CPDFDictionary& widget) {
-  constexpr int kMostLevels = 32;
-  Freed<CPDFObj> node;
-  Freed<CPDFObj> kind;
-  Freed<CPDFObj> value;
-  const CPDFDictionary* dict = &widget;
-  for (int level = 0; level < kMostLevels && dict != nullptr; ++level) {
-    if (kind.is_null())
-      table.resolve(kind, dict->get_item("FT"));
-    if (value.is_null())
-      table.resolve(value, dict->get_item("V"));
-    Freed<CPDFObj> above;
-    table.resolve(above, dict->get_item(CPDFDictionary::sm_tag_parent));
-    node.move_from(above);
-    dict = node.as_dict();
-  }
-  return kind.is_name("Sig") && value.as_dict() != nullptr;
-}
-
 }  // namespace
 
 bool CPDFFlattener::run(PDF_FLATTEN what) {
@@ -77,6 +58,7 @@ bool CPDFFlattener::run(PDF_FLATTEN what) {
   if (filler.load() && !filler.draw_missing())
     return false;
   read_default_resources();
+  find_signatures();
   for (int i = 0; i < doc_.page_count(); ++i) {
     if (!flatten_page(i, what))
       return false;
@@ -87,14 +69,10 @@ bool CPDFFlattener::run(PDF_FLATTEN what) {
 // As an object of its own, so that appearances share it.
 void CPDFFlattener::read_default_resources() {
   CPDFXRefTable& table = doc_.table();
-  Freed<CPDFObj> catalog;
-  Freed<CPDFObj> form;
-  Freed<CPDFObj> resources;
-  table.resolve(catalog, &table.root);
-  table.resolve(form,
-                catalog.as_dict() != nullptr ? catalog.as_dict()->get_item(CPDFDictionary::sm_tag_acro_form) : nullptr);
+  const Freed<CPDFObj> catalog = table.catalog();
+  const Freed<CPDFObj> form = table.value(catalog.as_dict(), CPDFDictionary::sm_tag_acro_form);
   const CPDFObj* const item = form.as_dict() != nullptr ? form.as_dict()->get_item("DR") : nullptr;
-  table.resolve(resources, item);
+  Freed<CPDFObj> resources = table.value(item);
   if (resources.as_dict() == nullptr)
     return;
   default_resources_.copy_from(item);
@@ -103,6 +81,26 @@ void CPDFFlattener::read_default_resources() {
   const PDF_REF ref{table.alloc_obj_num(), 0};
   if (table.store_object(ref, resources))
     default_resources_.set_ref(ref);
+}
+
+void CPDFFlattener::find_signatures() {
+  CPDFXRefTable& table = doc_.table();
+  CPDFAcroForm form(table);
+  form.load();
+  for (std::int32_t i = 0; i < form.field_count(); ++i) {
+    const CPDFField& field = *form.field_at(i);
+    FieldFacts facts;
+    facts.read(field);
+    if (!field.is_terminal() || facts.kind != FieldKind::kSignature)
+      continue;
+    Freed<CPDFObj> value;
+    GrowArray<PDF_REF> widgets;
+    field.get_value("V", value);
+    if (value.as_dict() != nullptr)
+      collect_widgets(table, field.ref(), widgets);
+    for (const PDF_REF& widget : widgets)
+      signed_.visit(widget.num);
+  }
 }
 
 bool CPDFFlattener::flatten_page(int index, PDF_FLATTEN what) {
@@ -115,8 +113,7 @@ bool CPDFFlattener::flatten_page(int index, PDF_FLATTEN what) {
   const CPDFArray* const list = annots.as_array();
   if (list == nullptr)
     return true;
-  Freed<CPDFObj> own;
-  table.get_entity(own, page.ref);
+  Freed<CPDFObj> own = table.object(page.ref);
   if (own.as_dict() == nullptr)
     return true;
   PageWork work(table, page);
@@ -124,12 +121,11 @@ bool CPDFFlattener::flatten_page(int index, PDF_FLATTEN what) {
   // Popups go with what they belong to, which may stand behind them.
   for (const bool popups : {false, true}) {
     for (std::int32_t i = 0; i < list->count; ++i) {
-      Freed<CPDFObj> annotation;
-      table.resolve(annotation, list->get(i));
+      const Freed<CPDFObj> annotation = table.value(list, i);
       const CPDFDictionary* const dict = annotation.as_dict();
       if (dict == nullptr || is_kind(table, *dict, "Popup") != popups)
         continue;
-      if (!take(work, *list->get(i), what))
+      if (!take(work, *list->get(i), *dict, what))
         return false;
     }
   }
@@ -137,11 +133,8 @@ bool CPDFFlattener::flatten_page(int index, PDF_FLATTEN what) {
 }
 
 // Draws an annotation and leaves it out, or keeps it. False when there is no memory.
-bool CPDFFlattener::take(PageWork& work, const CPDFObj& item, PDF_FLATTEN what) {
+bool CPDFFlattener::take(PageWork& work, const CPDFObj& item, const CPDFDictionary& dict, PDF_FLATTEN what) {
   CPDFXRefTable& table = doc_.table();
-  Freed<CPDFObj> annotation;
-  table.resolve(annotation, &item);
-  const CPDFDictionary& dict = *annotation.as_dict();
   const bool widget = is_kind(table, dict, "Widget");
   bool goes = is_asked_for(table, dict, what);
   if (is_kind(table, dict, "Popup")) {
@@ -162,7 +155,7 @@ bool CPDFFlattener::take(PageWork& work, const CPDFObj& item, PDF_FLATTEN what) 
     work.left.append(&item);
     return work.left.count > before;
   }
-  report_.signatures += widget && is_signed(table, dict) ? 1 : 0;
+  report_.signatures += signed_.has(item.as_ref().num) ? 1 : 0;
   work.changed = true;
   work.gone.visit(item.as_ref().num);
   return true;
@@ -205,8 +198,7 @@ void CPDFFlattener::complete_form(const PDF_REF& ref) {
   CPDFXRefTable& table = doc_.table();
   if (!made_forms_.visit(ref.num))
     return;
-  Freed<CPDFObj> obj;
-  table.get_entity(obj, ref);
+  Freed<CPDFObj> obj = table.object(ref);
   CPDFStreamRec* const rec = obj.as_stream();
   if (rec == nullptr)
     return;
@@ -243,8 +235,7 @@ bool CPDFFlattener::store_page(PageWork& work) {
 bool CPDFFlattener::put_content(PageWork& work) {
   CPDFXRefTable& table = doc_.table();
   const CPDFObj* const item = work.dict.get_item("Contents");
-  Freed<CPDFObj> value;
-  table.resolve(value, item);
+  const Freed<CPDFObj> value = table.value(item);
   Cleared<CPDFArray> old;
   if (value.as_array() != nullptr)
     old.copy_from(value.as_array());
@@ -285,8 +276,7 @@ PDF_REF CPDFFlattener::opening_stream(int count) {
 // Nothing of a form is left without its widgets, nor anything that a signature or a certification could vouch for.
 bool CPDFFlattener::drop_form() {
   CPDFXRefTable& table = doc_.table();
-  Freed<CPDFObj> catalog;
-  table.resolve(catalog, &table.root);
+  Freed<CPDFObj> catalog = table.catalog();
   CPDFDictionary* const dict = catalog.as_dict();
   if (dict == nullptr || dict->get_item(CPDFDictionary::sm_tag_acro_form) == nullptr)
     return true;
