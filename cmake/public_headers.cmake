@@ -4,6 +4,7 @@ set(SHEAF_PUBLIC_HEADERS
   base/grow_array.h
   base/heap.h
   base/heap_watch.h
+  base/number_map.h
   base/scope_guard.h
   base/stream.h
   base/stream_blocks.h
@@ -13,6 +14,7 @@ set(SHEAF_PUBLIC_HEADERS
   document/doc.h
   document/images/image.h
   document/merge/doc_merge.h
+  document/merge/merge_report.h
   document/names/name_list.h
   filters/stream_filter.h
   neighbours/fonts/cmap_resources.h

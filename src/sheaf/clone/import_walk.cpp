@@ -39,7 +39,9 @@ public:
     object.ref = {reserve(source.num), 0};
     source_->get_entity(object.obj, source);
     const CPDFStreamRec* rec = object.obj.as_stream();
-    return rec == nullptr || read_stored_bytes(*source_, *rec, EmptyLength::kNone, object.data, object.len);
+    const bool good = rec == nullptr || read_stored_bytes(*source_, *rec, EmptyLength::kNone, object.data, object.len);
+    context_->lost += good ? 0 : 1;
+    return good;
   }
 
   void finish(CopiedObject& object) {
@@ -61,6 +63,8 @@ public:
     return 1;
   }
 
+  bool fails_on_null_reference() const { return context_ == nullptr || !context_->keeps_null_references; }
+
 private:
   bool is_mapped(std::int32_t num) const {
     return context_ != nullptr && static_cast<std::uint32_t>(num) < context_->map_size;
@@ -81,7 +85,7 @@ private:
 CPDFMergeContext* CPDFXRefTable::import_start(CPDFDoc* doc, CPDFXRefTable* src) {
   if (doc == nullptr || src == nullptr)
     return nullptr;
-  auto* context = new (std::nothrow) CPDFMergeContext{doc, nullptr, 0};
+  auto* context = new (std::nothrow) CPDFMergeContext{doc, nullptr, 0, false, 0};
   if (context == nullptr)
     return nullptr;
   // The map never grows, so the source's sections are all read before it is made.
