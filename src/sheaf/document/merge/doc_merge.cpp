@@ -71,10 +71,10 @@ std::int32_t CPDFDocMerge::append(CPDFDoc& source, const std::int32_t* pages, st
   if (context == nullptr)
     return 0;
   context->keeps_null_references = true;
-  const std::int64_t budget = source.table().objstm_budget;
-  source.table().objstm_budget = std::min(budget, kSourceBudget);
+  const std::int64_t budget = source.table().objstm_budget.limit;
+  source.table().objstm_budget.limit = std::min(budget, kSourceBudget);
   const ScopeGuard end([&] {
-    source.table().objstm_budget = budget;
+    source.table().objstm_budget.limit = budget;
     target.table.import_end(context);
   });
   if (target.hole == 0) {
