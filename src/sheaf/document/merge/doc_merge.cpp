@@ -41,13 +41,7 @@ public:
   SharedStreams streams{target};
 };
 
-CPDFDocMerge::CPDFDocMerge(CPDFDoc& into) : parts_(new (std::nothrow) MergeParts(into)) {
-  if (parts_ == nullptr)
-    return;
-  parts_->form.load();
-  parts_->names.load();
-  parts_->structure.load();
-}
+CPDFDocMerge::CPDFDocMerge(CPDFDoc& into) : parts_(new (std::nothrow) MergeParts(into)) {}
 
 CPDFDocMerge::~CPDFDocMerge() {
   delete parts_;
@@ -80,6 +74,9 @@ std::int32_t CPDFDocMerge::append(CPDFDoc& source, const std::int32_t* pages, st
   if (target.hole == 0) {
     target.hole = target.table.alloc_obj_num();
     target.was_empty = target.doc.page_count() == 0;
+    parts_->form.load();
+    parts_->names.load();
+    parts_->structure.load();
   }
   ++target.source;
   std::int32_t done = 0;
