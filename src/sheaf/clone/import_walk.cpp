@@ -5,6 +5,7 @@
 #include <new>
 
 #include "sheaf/clone/copy_stack_internal.h"
+#include "sheaf/clone/import_context.h"
 #include "sheaf/clone/stored_bytes_internal.h"
 
 using namespace sheaf;
@@ -24,7 +25,7 @@ bool is_destination(const CPDFArray& array) {
 class CopyAcross {
 public:
   CopyAcross(CPDFXRefTable& table, CPDFXRefTable* source, CPDFMergeContext* context)
-      : table_(table), source_(source), context_(context) {}
+      : table_(table), source_(source), context_(static_cast<ImportContext*>(context)) {}
 
   // Null references, and numbers that the source's table did not have, have no copy.
   bool settled(const PDF_REF& source, bool, PDF_REF& result) const {
@@ -77,7 +78,7 @@ private:
 
   CPDFXRefTable& table_;
   CPDFXRefTable* source_;
-  CPDFMergeContext* context_;
+  ImportContext* context_;
 };
 
 }  // namespace
@@ -85,7 +86,7 @@ private:
 CPDFMergeContext* CPDFXRefTable::import_start(CPDFDoc* doc, CPDFXRefTable* src) {
   if (doc == nullptr || src == nullptr)
     return nullptr;
-  auto* context = new (std::nothrow) CPDFMergeContext{doc, nullptr, 0, false, 0};
+  auto* context = new (std::nothrow) ImportContext{{doc, nullptr, 0}};
   if (context == nullptr)
     return nullptr;
   // The map never grows, so the source's sections are all read before it is made.
@@ -99,7 +100,7 @@ void CPDFXRefTable::import_end(CPDFMergeContext* ctx) {
   if (ctx == nullptr)
     return;
   QVFree(ctx->map);
-  delete ctx;
+  delete static_cast<ImportContext*>(ctx);
 }
 
 PDF_REF CPDFXRefTable::clone_obj(CPDFXRefTable* src, CPDFMergeContext* ctx, const PDF_REF& ref) {

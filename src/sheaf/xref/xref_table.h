@@ -139,10 +139,6 @@ struct CPDFMergeContext {
   CPDFDoc* doc;            ///< As given to import_start; not read here.
   std::uint32_t* map;      ///< Destination number by source number; 0 not imported.
   std::uint32_t map_size;  ///< Words in `map`; a number at or above it counts as a null reference.
-  /// Not what an import does by itself: a reference to object 0 is left as it is, and does not make the
-  /// copy of the object around it fail.
-  bool keeps_null_references;
-  std::int32_t lost;  ///< Objects that could not be read, and whose copies are missing.
 };
 
 class CPDFXRefTable {

@@ -61,7 +61,7 @@ std::int32_t CPDFDocMerge::append(CPDFDoc& source, const std::int32_t* pages, st
   if (parts_ == nullptr)
     return 0;
   MergeTarget& target = parts_->target;
-  CPDFMergeContext* const context = target.table.import_start(&target.doc, &source.table());
+  auto* const context = static_cast<ImportContext*>(target.table.import_start(&target.doc, &source.table()));
   if (context == nullptr)
     return 0;
   context->keeps_null_references = true;

@@ -10,7 +10,7 @@ constexpr int kFewPart = 4;
 
 }  // namespace
 
-MergeSource::MergeSource(CPDFDoc& source, CPDFMergeContext* import, MergeTarget& into)
+MergeSource::MergeSource(CPDFDoc& source, ImportContext* import, MergeTarget& into)
     : doc(source), table(source.table()), context(import), target(into) {
   table.resolve(catalog, &table.root);
   first_num = static_cast<std::int32_t>(target.table.next_obj_num);

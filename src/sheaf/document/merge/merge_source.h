@@ -4,6 +4,7 @@
 #include "sheaf/base/number_map.h"
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/base/visited_set.h"
+#include "sheaf/clone/import_context.h"
 #include "sheaf/document/doc.h"
 #include "sheaf/document/merge/merge_target.h"
 #include "sheaf/document/names/name_list.h"
@@ -12,7 +13,7 @@ namespace sheaf {
 
 class MergeSource {
 public:
-  MergeSource(CPDFDoc& source, CPDFMergeContext* import, MergeTarget& target);
+  MergeSource(CPDFDoc& source, ImportContext* import, MergeTarget& target);
   MergeSource(const MergeSource&) = delete;
   MergeSource& operator=(const MergeSource&) = delete;
 
@@ -41,7 +42,7 @@ public:
 
   CPDFDoc& doc;
   CPDFXRefTable& table;
-  CPDFMergeContext* context;
+  ImportContext* context;
   MergeTarget& target;
   Freed<CPDFObj> catalog;
   VisitedSet wanted;             ///< Object numbers of the pages that come along.
