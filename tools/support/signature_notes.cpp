@@ -9,7 +9,8 @@ void note_signatures_end(CPDFDoc& doc, const std::string& file) {
   const std::int32_t count = count_signatures(doc);
   if (count > 0)
     complain(file, "note: " + std::to_string(count) +
-                       (count == 1 ? " signature does not hold for the new file" : " signatures do not hold for the new file"));
+                       (count == 1 ? " signature does not hold for the new file"
+                                   : " signatures do not hold for the new file"));
 }
 
 void note_forbidden_change(CPDFDoc& doc, const std::string& file) {
