@@ -9,6 +9,7 @@
 #include <memory>
 
 #include "sheaf/document/merge/doc_merge.h"
+#include "support/changes.h"
 #include "support/command_line.h"
 #include "support/merge_notes.h"
 #include "support/page_ranges.h"
@@ -26,6 +27,7 @@ struct MergeOptions {
   bool dry_run = false;
   bool no_file_outline = false;
   bool keep_equal_streams = false;
+  bool pdfa = false;
 };
 
 struct SplitOptions {
@@ -117,6 +119,8 @@ int run_merge(const MergeOptions& options) {
   assembly.merge->set_options(how);
   int code = kExitClean;
   std::vector<std::string> files;
+  if (options.pdfa)
+    assembly.doc.set_frame(PDF_FRAME::kClaim);
   const bool progress = isatty(2) != 0 && options.inputs.size() > 1;
   for (std::size_t i = 0; i < options.inputs.size(); ++i) {
     const Input input = parse_input(options.inputs[i]);
@@ -154,6 +158,8 @@ int run_merge(const MergeOptions& options) {
   }
   if (!assembly.write(options.output))
     return kExitFailed;
+  if (complain_of_metadata(assembly.doc, options.output))
+    code = kExitProblems;
   std::printf("%s: %d pages of %zu documents, %lld bytes\n", options.output.c_str(), assembly.doc.page_count(),
               options.inputs.size(), assembly.size);
   return code;
@@ -219,6 +225,7 @@ const Registration kMerge("merge", "Make", "Pages of several documents in one", 
   command.add_flag("--no-file-outline", options->no_file_outline, "No entry for each file above its outline");
   command.add_flag("--keep-equal-streams", options->keep_equal_streams, "Write equal streams as often as they came");
   command.add_flag("--dry-run", options->dry_run, "Say what becomes of everything, and write nothing");
+  add_pdfa(command, options->pdfa);
   return [options] { return run_merge(*options); };
 });
 

@@ -152,8 +152,6 @@ void MergeSettings::take_intents(MergeSource& source) {
   intents_.free();
 }
 
-// A save gives documents without output intents one of its own, by which the colours of pages that
-// were never meant so would change. A list without entries keeps it away.
 void MergeSettings::put(CPDFDictionary& catalog) {
   if (CPDFDictionary* const holder = target_.stored_dict(holder_)) {
     for (std::int32_t i = 0; i < holder->count; ++i) {
@@ -162,11 +160,7 @@ void MergeSettings::put(CPDFDictionary& catalog) {
     }
     holder->clear();
   }
-  if (!target_.was_empty)
-    return;
-  if (intents_.as_array() == nullptr)
-    intents_.take_array(new (std::nothrow) CPDFArray);
-  if (catalog.get_item("Metadata") == nullptr || intents_.as_array()->count > 0)
+  if (intents_.as_array() != nullptr && intents_.as_array()->count > 0)
     catalog.move_item(kIntents, intents_);
 }
 
