@@ -303,7 +303,7 @@ void MergeStructure::take_tops(MergeSource& source) {
   Freed<CPDFObj> root;
   Freed<CPDFObj> kids;
   source.read(root, kRoot);
-  const CPDFObj* const top = root.as_dict()->get_item("K");
+  const CPDFObj* const top = root.as_dict() != nullptr ? root.as_dict()->get_item("K") : nullptr;
   source.table.resolve(kids, top);
   const auto take_top = [&](const CPDFObj& kid) {
     const PDF_REF made = kept_.has(kid.as_ref().num) ? source.copy_of(kid.as_ref().num) : PDF_REF{0, 0};
@@ -325,7 +325,7 @@ void MergeStructure::take_tops(MergeSource& source) {
     is_marked_ = true;
   else
     ++untagged_;
-  source.table.resolve(kids, root.as_dict()->get_item("Namespaces"));
+  source.table.resolve(kids, root.as_dict() != nullptr ? root.as_dict()->get_item("Namespaces") : nullptr);
   if (kids.as_array() == nullptr || !source.import(kids))
     return;
   if (namespaces_.as_array() == nullptr) {
