@@ -15,6 +15,7 @@
 #include <cstdint>
 
 #include "sheaf/base/grow_array.h"
+#include "sheaf/base/number_map.h"
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/base/stream.h"
 #include "sheaf/base/stream_blocks.h"
@@ -141,6 +142,18 @@ public:
   bool has_pages_as_told() const { return believed_; }
   /// Reads page `index` with what it inherits. False when there is none.
   bool load_page(int index, CPDFPage& page);
+  /// The same without resources that stand directly in a node above: `page.inherited` names the node,
+  /// so that who copies many pages copies those resources once.
+  bool load_page_alone(int index, CPDFPage& page);
+  /// Whether `page` has no resources of its own, but a node above it holds some directly.
+  bool inherits_direct_resources(const CPDFPage& page);
+  /// The resources that stand directly in the node `holder`, as PDF_INHERITED names it. Null for none.
+  void read_direct_resources(CPDFObj& resources, std::int32_t holder);
+  /// Whether a value is absent: no item, a null, or a reference to nothing.
+  bool is_absent(const CPDFObj* item);
+  /// A page that is listed more often than this, all copies of all pages counted, is listed as the
+  /// object that it is: a copy each would take memory out of all proportion to the file.
+  static constexpr std::int32_t kMostPageCopies = 1 << 14;
 
   /// Puts a page object of this document in front of page `index`, or behind the last page. The page
   /// tree follows with the next save. False when there is no such place, or when `page` is no page.
@@ -283,13 +296,15 @@ private:
   int count_by_nodes();
   void take_inherited(const CPDFDictionary& dict, PDF_INHERITED& values);
 
-  bool take_direct_resources(CPDFDictionary& dict);
-  bool find_direct_resources(const CPDFObj* above);
   void forget_resources();
+  std::int32_t add_node(const CPDFDictionary& dict, const PDF_REF& ref, std::int32_t parent);
+  std::int32_t node_above(const CPDFDictionary& page);
 
   // page_edit.cpp
   int edit_pages();
   bool detach_page(int index, bool listed_before);
+  PDF_REF share_direct_resources(std::int32_t holder);
+  void keep_resources_of(std::int32_t top);
 
   // deep_recovery.cpp
   friend class sheaf::DeepRecovery;
@@ -312,8 +327,11 @@ private:
   int quick_count_ = -1;   // by the nodes' counts; -1 unknown or contradictory
   sheaf::GrowArray<PageEntry> pages_;
   sheaf::GrowArray<PDF_INHERITED> nodes_;
+  sheaf::NumberMap node_by_number_;    // index into nodes_ plus one, by object number
+  sheaf::NumberMap node_of_removed_;   // the same, by the number of a page that was taken off the list
+  sheaf::NumberMap shared_resources_;  // the object with a node's direct resources, by the node's number
   sheaf::Freed<CPDFObj> direct_resources_;
-  std::int32_t resources_from_ = 0;  // the parent whose pages get them
+  std::int32_t resources_from_ = 0;  // the node that holds them
   sheaf::GrowArray<PDF_DOC_REPAIR> repairs_;
   std::uint32_t table_repairs_told_ = 0;
 

@@ -81,6 +81,9 @@ void CPDFDoc::close() {
   forget_resources();
   pages_.reset();
   nodes_.reset();
+  node_by_number_.reset();
+  node_of_removed_.reset();
+  shared_resources_.reset();
   repairs_.reset();
   walked_ = believed_ = false;
   quick_count_ = -1;

@@ -191,17 +191,15 @@ CPDFField* CPDFAcroForm::get_field(const PDF_String& name) const {
   return wide ? get_field(wide.get()) : nullptr;
 }
 
+// Of fields of one name the first stands in front in its chain, so that however many there are they
+// take no longer to be found.
 CPDFField* CPDFAcroForm::get_field(const wchar_t* name) const {
   if (name == nullptr || buckets_.empty())
     return nullptr;
   std::int32_t index = buckets_[hash_of(name) % buckets_.size()];
-  CPDFField* first = nullptr;
-  for (; index >= 0; index = field_at(index)->next_same_) {
-    CPDFField* const field = field_at(index);
-    if (is_same(field->name_, name) && (first == nullptr || field->order_ < first->order_))
-      first = field;
-  }
-  return first;
+  while (index >= 0 && !is_same(field_at(index)->name_, name))
+    index = field_at(index)->next_same_;
+  return index >= 0 ? field_at(index) : nullptr;
 }
 
 CPDFField* CPDFAcroForm::append_field(const PDF_REF& ref) {
@@ -319,19 +317,36 @@ CPDFField* CPDFAcroForm::add_field(const PDF_REF& ref, const PDF_String& text, s
   return field;
 }
 
+// Behind the first field of the same name, or in front of it when it comes later.
 void CPDFAcroForm::index_field(std::int32_t index) {
   CPDFField& field = *field_at(index);
-  std::int32_t& head = buckets_[hash_of(field.name_) % buckets_.size()];
-  field.next_same_ = head;
-  head = index;
+  std::int32_t* at = &buckets_[hash_of(field.name_) % buckets_.size()];
+  while (*at >= 0 && !is_same(field_at(*at)->name_, field.name_))
+    at = &field_at(*at)->next_same_;
+  if (*at >= 0 && *at < index)
+    at = &field_at(*at)->next_same_;
+  field.next_same_ = *at;
+  *at = index;
 }
 
+// When the first field of a name goes, the lowest of the others takes its place.
 void CPDFAcroForm::drop_from_index(std::int32_t index) {
   std::int32_t* at = &buckets_[hash_of(field_at(index)->name_) % buckets_.size()];
   while (*at >= 0 && *at != index)
     at = &field_at(*at)->next_same_;
-  if (*at == index)
-    *at = field_at(index)->next_same_;
+  if (*at != index)
+    return;
+  *at = field_at(index)->next_same_;
+  const auto has_name = [&](std::int32_t other) { return is_same(field_at(other)->name_, field_at(index)->name_); };
+  std::int32_t* lowest = at;
+  for (std::int32_t* next = at; *next >= 0 && has_name(*next); next = &field_at(*next)->next_same_)
+    lowest = *next < *lowest ? next : lowest;
+  if (lowest == at)
+    return;
+  const std::int32_t first = *lowest;
+  *lowest = field_at(first)->next_same_;
+  field_at(first)->next_same_ = *at;
+  *at = first;
 }
 
 bool CPDFAcroForm::grow_index() {
