@@ -132,10 +132,7 @@ bool make_encryption(CPDFDoc& doc, CPDFXRefTable& target, const RewriteOptions& 
   if (options.decrypt || !doc.is_encrypted() || table.sec_filter[0] == 0)
     return true;
   // Protection is never dropped silently: keys, passwords and the identifier that they hang on stay.
-  CPDFSecHand* const hand = table.sec_hand;
-  table.sec_hand = nullptr;
-  table.resolve(scratch, &table.encrypt);
-  table.sec_hand = hand;
+  table.get_encryption(scratch);
   if (scratch.as_dict() == nullptr)
     return true;
   enc = std::make_unique<CPDFStandardEncrypt>();

@@ -24,7 +24,8 @@
 
 namespace sheaf {
 class DeepRecovery;
-}
+class ObjectRescue;
+}  // namespace sheaf
 
 /// How a document came open, or why it did not.
 enum class PDF_OPEN : std::int32_t {
@@ -67,7 +68,8 @@ public:
   /// Opens a file for reading. True when pages can be asked for, or when the document is encrypted
   /// and waits for a password.
   bool open(const char* path);
-  /// The same over a stream that the caller keeps open until `close`.
+  /// The same over a stream that the caller keeps open until `close`. The document begins at the
+  /// stream's `base_offset`, which changes while it is open and is put back by `close`.
   bool open(CQVStream* stream);
   /// Opens a file for reading and writing, so that `save_update` can go behind its end.
   bool open_for_update(const char* path);
@@ -171,6 +173,7 @@ private:
 
   bool open_stream();
   void reset_table();
+  void begin_at(long long base);
   void find_header();
   bool find_startxref(StartMark& mark);
   void read_start_mark(StartMark& mark);
@@ -190,6 +193,7 @@ private:
   void read_version();
   bool has_sound_sections();
   void detach_from_old_sections();
+  void read_all_sections();
   void free_members_of_lost_streams();
   bool begins_at_its_place(std::uint32_t num);
   void add_repair(const char* code, std::int32_t num, std::uint32_t offset, const char* action);
@@ -217,12 +221,16 @@ private:
 
   // deep_recovery.cpp
   friend class sheaf::DeepRecovery;
+  friend class sheaf::ObjectRescue;
+  void tell_of_missing(std::int32_t num);
 
   CPDFXRefTable table_;
   CPDFStandardSecHand handler_;
   CQVStreamBlocks blocks_;  // a document opened for reading
   CQVStreamFile file_;      // a document opened for update
   CQVStream* stream_ = nullptr;
+  long long storage_base_ = 0;             // where the document begins in the stream's storage
+  sheaf::ObjectRescue* rescue_ = nullptr;  // owned; null without memory
   PDF_OPEN status_ = PDF_OPEN::kClosed;
   bool linearized_ = false;
   bool authorised_ = false;

@@ -118,6 +118,8 @@ void CPDFXRefTable::push_pending(std::int64_t offset) {
   // A file can name more sections than there are slots; the oldest to be read are lost then.
   if (pending_count < kPendingSlots)
     pending_xref[pending_count++] = offset;
+  else
+    sections_lost = 1;
 }
 
 bool CPDFXRefTable::pop_pending() {
@@ -243,6 +245,7 @@ void CPDFXRefTable::XRefFree() {
   pending_count = 0;
   repaired_count = 0;
   entries_lost = 0;
+  sections_lost = 0;
 
   if (env != nullptr) {
     env->unload();

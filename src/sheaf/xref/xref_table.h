@@ -48,6 +48,10 @@ class CPDFStream;
 class CQVBmp32;
 class CQVFTFont;
 
+namespace sheaf {
+class ObjectFinder;
+}
+
 /// Where an object lives. A fresh entry is {0, 0, -1}.
 ///
 /// type          the object lives                 offset                   gen
@@ -202,6 +206,10 @@ public:
   std::int64_t objstm_reloaded = 0;             ///< and of what was decoded again.
   std::uint32_t objstm_hand = 0;                ///< Entry at which the search for objects to release stands.
   std::int64_t decoded_ceiling = 0;  ///< Most bytes that a chain stage or object stream may decode to; 0: as settled.
+  /// Borrowed. Asked for objects that are not where their entries say, in place of the search from
+  /// there on, and for those of sections that could not be read. Null: nobody is.
+  sheaf::ObjectFinder* finder = nullptr;
+  std::int32_t sections_lost = 0;    ///< Not 0: a section, or part of one, could not be read.
   std::int32_t write_failed = 0;     ///< Set by a save when an output operation came short; cleared by the caller.
   std::int32_t entries_lost = 0;     ///< Not 0: entries are gone for want of memory. Nothing must be saved then.
   std::uint32_t xref_room = 0;       ///< Entries that the block of xref_items really holds; 0: xref_count.
@@ -238,6 +246,9 @@ public:
   void read_obj_rect(_QVRECTF& rect, const CPDFObj* obj) { read_obj_rect(this, rect, obj); }
   /// Connects the handler of an encrypted document. 1 if the document can be read.
   int XRefAuthorize(CPDFSecHand* hand);
+  /// The encryption dictionary with all that it refers to in place, its strings as they are stored:
+  /// the form that a handler reads, and that a new file can take over.
+  void get_encryption(CPDFObj& out);
   /// A PDF text string as wide characters: at most `max` elements with the terminating 0.
   void cvt_text_to_ucs(const PDF_String* text, wchar_t* out, int max) const;
 
@@ -413,4 +424,6 @@ public:
   /// `para` filled for `ref`, or null when the document is not encrypted.
   PDF_DEC_PARA* decode_para(PDF_DEC_PARA& para, const PDF_REF& ref) const;
   void note_repair(PDF_REPAIR::Code code, std::int32_t num, std::uint32_t offset);
+  /// Notes that the section at `offset` cannot be read. 0, as the result of the reading.
+  int lose_section(std::uint32_t offset);
 };

@@ -1,40 +1,15 @@
 // Recovery above the table's own rebuild: for files that have only cross-reference streams, no
 // trailer at all, a root that is lost, or object streams that nobody names any more. Every object
 // in the file is looked at once; what lies later in the file wins.
-#include <cstring>
-#include <memory>
-
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/document/open/deep_recovery_internal.h"
-#include "sheaf/filters/stream_filter.h"
+#include "sheaf/document/open/object_rescue_internal.h"
 #include "sheaf/object/array.h"
 #include "sheaf/object/parse_buf.h"
 
 using namespace sheaf;
 
 namespace {
-
-constexpr int kMostObjStmBytes = 0x8000000;
-
-// Moves to `word`; at the end of the data the buffer is empty and false is returned.
-bool skip_to_word(CPDFBuf& buf, const char* word) {
-  const auto len = static_cast<unsigned>(std::strlen(word));
-  for (;;) {
-    buf.buf_need(len);
-    if (buf.buf_len - buf.buf_pos < len)
-      return false;
-    const char* const at = buf.buf_data + buf.buf_pos;
-    const auto* hit = static_cast<const char*>(std::memchr(at, word[0], buf.buf_len - buf.buf_pos - len + 1));
-    if (hit == nullptr) {
-      buf.buf_pos = buf.buf_len - len + 1;
-      continue;
-    }
-    buf.buf_pos = static_cast<std::uint32_t>(hit - buf.buf_data);
-    if (std::memcmp(hit, word, len) == 0)
-      return true;
-    ++buf.buf_pos;
-  }
-}
 
 bool has_type(const CPDFDictionary& dict, const char* name) {
   const CPDFObj* type = dict.get_item(CPDFDictionary::sm_tag_type);
@@ -57,59 +32,34 @@ bool DeepRecovery::take_object(std::int32_t num, std::uint32_t pos) {
   return true;
 }
 
-void DeepRecovery::classify(std::int32_t num, std::uint32_t pos, const CPDFObj& obj) {
-  const CPDFDictionary* dict = obj.as_dict_or_stream();
+void DeepRecovery::classify(const ObjectScan& scan, const ObjectScan::Object& object) {
+  if (object.kind == ObjectScan::Kind::kXRefStream)
+    trailers_.push(object.pos);
+  if (object.kind != ObjectScan::Kind::kOther)
+    return;
+  Freed<CPDFObj> obj;
+  scan.read_value(obj, object);
+  const CPDFDictionary* dict = obj.as_dict();
   if (dict == nullptr)
     return;
-  if (has_type(*dict, "XRef"))
-    trailers_.push(pos);
-  else if (has_type(*dict, "ObjStm"))
-    object_streams_.push({num, pos});
-  else if (has_type(*dict, "Catalog"))
-    catalog_ = {num, 0};
+  if (has_type(*dict, "Catalog"))
+    catalog_ = {object.num, 0};
   else if (has_type(*dict, "Page"))
-    pages_.push({num, 0});
+    pages_.push({object.num, 0});
   else if (has_type(*dict, "Pages") && dict->get_item(CPDFDictionary::sm_tag_parent) == nullptr)
-    tree_ = {num, 0};
+    tree_ = {object.num, 0};
 }
 
-void DeepRecovery::scan_objects() {
-  CQVStream* const stream = table_.stream;
-  stream->SetPos(CQVStream::STR_SEEK_SET, 0);
-  CPDFBufBase buf;
-  buf.buf_init(stream);
-  Freed<CPDFObj> obj;
-  while (const char* header = buf.buf_skip_to_obj()) {
-    const std::int32_t num = ansi_to_i32(header);
-    const std::uint32_t pos = buf.position();
-    obj.read(&buf, nullptr);
-    if (take_object(num, pos))
-      classify(num, pos, obj);
-    else if (const CPDFDictionary* dict = obj.as_dict_or_stream(); dict != nullptr && has_type(*dict, "ObjStm"))
-      object_streams_.push({--last_nameless_, pos});
-    if (obj.tag != kTagStream)
-      continue;
-    // Headers inside stream data are none; data without an end hide nothing behind them.
-    const std::uint32_t data = buf.position();
-    if (skip_to_word(buf, "endstream"))
-      continue;
-    stream->SetPos(CQVStream::STR_SEEK_SET, data);
-    buf.buf_init(stream);
+void DeepRecovery::enter_objects(const ObjectScan& scan) {
+  for (const ObjectScan::Object& object : scan.objects()) {
+    const bool has_number = take_object(object.num, object.pos);
+    if (object.kind == ObjectScan::Kind::kObjectStream)
+      object_streams_.push({has_number ? object.num : --last_nameless_, object.pos});
+    else if (has_number)
+      classify(scan, object);
   }
-}
-
-void DeepRecovery::scan_trailers() {
-  CQVStream* const stream = table_.stream;
-  stream->SetPos(CQVStream::STR_SEEK_SET, 0);
-  CPDFBufBase buf;
-  buf.buf_init(stream);
-  while (skip_to_word(buf, "trailer")) {
-    buf.buf_skip(7);
-    buf.buf_skip_ws(true);
-    buf.buf_need(2);
-    if (std::strncmp(buf.buf_data + buf.buf_pos, "<<", 2) == 0)
-      trailers_.push(buf.position());
-  }
+  for (const std::uint32_t trailer : scan.trailers())
+    trailers_.push(trailer);
 }
 
 // Takes over what the trailers and cross-reference streams say, the last one in the file first.
@@ -177,27 +127,10 @@ void DeepRecovery::load_object_stream(const FoundStream& found) {
   const CPDFStreamRec* rec = obj.as_stream();
   if (rec == nullptr)
     return;
-  Freed<CPDFObj> value;
-  table_.resolve(value, rec->dict.get_item("N"));
-  const std::int32_t count = value.to_int();
-  const std::unique_ptr<CPDFStream> decoder(table_.make_stream(rec));
-  if (decoder == nullptr)
-    return;
-  int size = 0;
-  const HeapBlock<std::uint8_t> data(decoder->buffer_load(kMostObjStmBytes, size));
-  if (!data || size < 1)
-    return;
-  CPDFBufMem buf;
-  buf.buf_init_mem(data.get(), static_cast<std::uint32_t>(size));
-  Freed<CPDFObj> number;
-  for (std::int32_t index = 0; index < count; ++index) {
-    number.read(&buf, nullptr);
-    const std::int32_t num = number.as_int();
-    if (number.tag != kTagInt)
-      return;
-    number.read(&buf, nullptr);  // the offset: objects are read one after the other
-    enter_compressed(num, found, index);
-  }
+  GrowArray<std::int32_t> numbers;
+  read_member_numbers(table_, *rec, numbers);
+  for (std::uint32_t index = 0; index < numbers.size(); ++index)
+    enter_compressed(numbers[index], found, static_cast<std::int32_t>(index));
 }
 
 void DeepRecovery::enter_compressed(std::int32_t num, const FoundStream& found, std::int32_t index) {
@@ -257,8 +190,10 @@ void DeepRecovery::find_root() {
 
 void DeepRecovery::run() {
   doc_.reset_table();
-  scan_objects();
-  scan_trailers();
+  const ObjectScan* const scan = doc_.rescue_ != nullptr ? doc_.rescue_->scan() : nullptr;
+  if (scan == nullptr)
+    return;
+  enter_objects(*scan);
   load_trailers();
   if (doc_.is_encrypted() && !doc_.authorise_quietly())
     return;

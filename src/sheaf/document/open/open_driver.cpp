@@ -1,12 +1,14 @@
 // Opening: from bytes to a table that can be believed.
 #include <algorithm>
 #include <cstring>
+#include <new>
 
 #include "sheaf/base/chars.h"
 #include "sheaf/base/heap_watch.h"
 #include "sheaf/base/number_text.h"
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/document/doc.h"
+#include "sheaf/document/open/object_rescue_internal.h"
 #include "sheaf/object/parse_buf.h"
 
 using namespace sheaf;
@@ -72,8 +74,11 @@ void CPDFDoc::close() {
   table_.XRefFree();
   reset_table();
   table_.stream = nullptr;
+  table_.finder = nullptr;
+  delete rescue_;
+  rescue_ = nullptr;
   if (stream_ != nullptr)
-    stream_->base_offset = 0;
+    stream_->base_offset = storage_base_;
   stream_ = nullptr;
   file_.Close();
   blocks_.Close();
@@ -98,6 +103,9 @@ void CPDFDoc::reset_table() {
   table_.next_obj_num = 0;
   table_.sec_filter[0] = 0;
   table_.stream = stream_;
+  table_.finder = rescue_;
+  if (rescue_ != nullptr)
+    rescue_->begin_anew();
   table_.append_offset = stream_ != nullptr ? static_cast<std::uint32_t>(stream_->GetLen()) : 0;
   table_repairs_told_ = 0;
 }
@@ -129,7 +137,6 @@ const GrowArray<PDF_DOC_REPAIR>& CPDFDoc::repairs() {
 
 void CPDFDoc::find_header() {
   char window[kHeaderWindow + 1];
-  stream_->base_offset = 0;
   stream_->SetPos(CQVStream::STR_SEEK_SET, 0);
   const unsigned len = std::min(stream_->Read(window, kHeaderWindow), kHeaderWindow);
   window[len] = 0;
@@ -264,8 +271,8 @@ bool CPDFDoc::offsets_mislead() {
 // Looks at what the table leads to. The root may stand in an older section.
 CPDFDoc::Attempt CPDFDoc::examine() {
   Attempt attempt;
-  while (table_.root.is_null() && table_.pop_pending()) {
-  }
+  while (table_.root.is_null() && table_.pending_count > 0)
+    table_.pop_pending();
   if (table_.root.is_null())
     return attempt;
   if (is_encrypted() && !authorise_quietly()) {
@@ -281,11 +288,23 @@ CPDFDoc::Attempt CPDFDoc::examine() {
 // Connects the handler, which tries the empty password too: most encrypted documents open with it.
 bool CPDFDoc::authorise_quietly() {
   // A section that cannot be read takes the handler off the table, so all are read before.
-  table_.drain_pending();
+  read_all_sections();
   authorised_ = table_.XRefAuthorize(&handler_) != 0;
   if (!authorised_)
     table_.sec_hand = nullptr;
   return authorised_;
+}
+
+// Also those behind one that cannot be read.
+void CPDFDoc::read_all_sections() {
+  CPDFSecHand* const hand = table_.sec_hand;
+  while (table_.pending_count > 0)
+    table_.pop_pending();
+  table_.sec_hand = hand;
+}
+
+void CPDFDoc::tell_of_missing(std::int32_t num) {
+  add_repair("objects", num, 0, "this object and others are in no section that can be read; found by scanning");
 }
 
 bool CPDFDoc::try_linearized() {
@@ -327,10 +346,15 @@ bool CPDFDoc::try_sections() {
   return false;
 }
 
+// The table's rebuild, with objects that it does not see: those behind one that has no end.
 bool CPDFDoc::try_rebuild() {
   reset_table();
   if (table_.XRefCreate() == 0)
     return false;
+  if (rescue_ != nullptr)
+    rescue_->enter_all();
+  table_.pending_count = 0;  // what is left in sections are objects in object streams
+  table_.sections_lost = 1;
   const Attempt attempt = examine();
   return attempt.usable && (attempt.has_pages || waits_for_password());
 }
@@ -339,6 +363,9 @@ bool CPDFDoc::try_rebuild() {
 // lie in some of them. Where the tree tells of more pages than it leads to, the deeper search is
 // tried as well, and what comes to more pages is taken.
 bool CPDFDoc::heal() {
+  const ObjectScan* const scan = rescue_ != nullptr ? rescue_->scan() : nullptr;
+  if (scan != nullptr && scan->has_object_streams() && try_deep_recovery())
+    return finish(PDF_OPEN::kRecovered);
   const bool rebuilt = try_rebuild();
   if (rebuilt && !misses_pages())
     return finish(PDF_OPEN::kRebuilt);
@@ -375,6 +402,12 @@ void CPDFDoc::read_version() {
   std::memcpy(version_, name, std::strlen(name) + 1);
 }
 
+void CPDFDoc::begin_at(long long base) {
+  if (rescue_ != nullptr && stream_->base_offset != base)
+    rescue_->forget_scan();
+  stream_->base_offset = base;
+}
+
 bool CPDFDoc::open_stream() {
   table_.checks_lengths = 1;
   const HeapWatch watch;
@@ -383,16 +416,18 @@ bool CPDFDoc::open_stream() {
     status_ = PDF_OPEN::kEmpty;
     return false;
   }
+  storage_base_ = stream_->base_offset;
+  rescue_ = new (std::nothrow) ObjectRescue(*this, table_);
   find_header();
   // Offsets count from the header as a rule, and from the file's start in some files all the same.
-  const long long bases[] = {header_offset_, 0};
+  const long long bases[] = {storage_base_ + header_offset_, storage_base_};
   const int base_count = header_offset_ != 0 ? 2 : 1;
   for (int i = 0; i < base_count; ++i) {
-    stream_->base_offset = bases[i];
+    begin_at(bases[i]);
     if (try_linearized() || try_sections())
       return finish(PDF_OPEN::kClean);
   }
-  stream_->base_offset = header_offset_;
+  begin_at(bases[0]);
   if (heal())
     return true;
   // What is left may still be a proper document, only without pages.
