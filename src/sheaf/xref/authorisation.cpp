@@ -60,8 +60,7 @@ int CPDFXRefTable::XRefAuthorize(CPDFSecHand* hand) {
   std::memcpy(sec_filter, name != nullptr ? name : "", len);
   sec_filter[len] = 0;
 
-  Freed<CPDFObj> ids;
-  resolve(ids, &id);
+  const Freed<CPDFObj> ids = value(&id);
   sec_hand = hand;
   if (hand == nullptr)
     return 0;
@@ -73,8 +72,7 @@ int CPDFXRefTable::XRefAuthorize(CPDFSecHand* hand) {
     return 0;
   if (hand->encrypt_metadata != 0)
     return 1;
-  Freed<CPDFObj> catalog;
-  resolve(catalog, &root);
+  const Freed<CPDFObj> catalog = this->catalog();
   const CPDFDictionary* catalog_dict = catalog.as_dict();
   const CPDFObj* metadata = catalog_dict != nullptr ? catalog_dict->get_item("Metadata") : nullptr;
   if (metadata != nullptr && metadata->tag == kTagRef)

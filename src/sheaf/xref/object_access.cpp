@@ -9,7 +9,6 @@
 #include "sheaf/base/number_text.h"
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/object/parse_buf.h"
-#include "sheaf/xref/nesting_internal.h"
 #include "sheaf/xref/object_finder.h"
 #include "sheaf/xref/xref_table.h"
 
@@ -19,15 +18,11 @@ namespace {
 
 constexpr std::uint32_t kRewind = 16;        // how far an offset may be too high
 constexpr std::uint32_t kStaleDistance = 8;  // found farther behind: the table is stale
+constexpr int kMostLinks = 32;               // references to references that are followed
 
-void correct_entry(CPDFXRefTable& table, std::uint32_t num, std::uint32_t found) {
-  if (table.xref_count <= num && !table.grow_xref_items(CPDFXRefTable::rounded_count(num), false))
-    return;
-  PDF_XREF& entry = table.xref_items[num];
-  if (entry.type != 3 || entry.gen != -1)
-    ++table.repaired_count;
-  entry = {3, found, -1};
-  table.note_repair(PDF_REPAIR::kEntryCorrected, static_cast<std::int32_t>(num), found);
+void correct_entry(CPDFXRefTable& table, std::int32_t num, std::uint32_t found) {
+  if (table.note_found(static_cast<std::uint32_t>(num), found))
+    table.repairs.note(PDF_REPAIR::kEntryCorrected, num, found);
 }
 
 // Moves `buf` to `offset`, and over white space to the header of object `num`. False when that does not
@@ -49,12 +44,12 @@ bool move_to_header(CPDFXRefTable& table, CPDFBufBase& buf, std::int32_t num, st
 // already is where it should be, whatever number its header bears.
 void correct_container(CPDFXRefTable& table, std::int32_t num) {
   const PDF_XREF entry = table.xref_items[num];
-  if (table.finder == nullptr || (entry.type != 1 && entry.type != 4) || table.serves_as_objstm(entry.offset))
+  if (table.finder == nullptr || !entry.is_listed() || table.serves_as_objstm(entry.offset))
     return;
   CPDFBufBase buf;
   std::uint32_t place = entry.offset;
   if (!move_to_header(table, buf, num, place) && table.finder->find_header(num, place, place))
-    correct_entry(table, static_cast<std::uint32_t>(num), place);
+    correct_entry(table, num, place);
 }
 
 // What becomes of an object that was found: its value is wanted.
@@ -93,7 +88,7 @@ struct ReferenceTaker {
   }
 };
 
-// The object of an entry of type 1 or 4: at its place or, failing that, behind it.
+// The object at the place that a section names or, failing that, behind it.
 template <class Taker>
 void read_located(CPDFXRefTable& table, Taker& taker, const PDF_REF& ref, std::uint32_t offset) {
   CPDFBufBase buf;
@@ -121,7 +116,7 @@ void read_located(CPDFXRefTable& table, Taker& taker, const PDF_REF& ref, std::u
     }
   }
   if (found != 0 && found != offset && !table.serves_as_objstm(offset))
-    correct_entry(table, static_cast<std::uint32_t>(ref.num), found);
+    correct_entry(table, ref.num, found);
 }
 
 // The same where somebody knows the whole file.
@@ -137,7 +132,7 @@ void read_checked(CPDFXRefTable& table, Taker& taker, const PDF_REF& ref, std::u
   PDF_DEC_PARA para{};
   taker.read(buf, table.decode_para(para, ref));
   if (found != offset && !table.serves_as_objstm(offset))
-    correct_entry(table, static_cast<std::uint32_t>(ref.num), found);
+    correct_entry(table, ref.num, found);
 }
 
 template <class Taker>
@@ -152,21 +147,21 @@ void read_found(CPDFXRefTable& table, Taker& taker, const PDF_REF& ref, std::uin
 template <class Taker>
 void fetch(CPDFXRefTable& table, Taker& taker, const PDF_REF& ref) {
   const auto num = static_cast<std::uint32_t>(ref.num);
-  const bool is_known = table.know_entry(num) && table.xref_items[num].type != 0;
+  const bool is_known = table.know_entry(num) && table.xref_items[num].is_known();
   if (!is_known && table.finder != nullptr && table.sections_lost != 0)
     table.finder->enter_missing();
   if (num >= table.xref_count)
     return;
   const PDF_XREF entry = table.xref_items[num];
-  if (entry.type == 2 && table.know_entry(entry.offset)) {
+  if (entry.is_compressed() && table.know_entry(entry.offset)) {
     const auto container = static_cast<std::int32_t>(entry.offset);
     correct_container(table, container);
     taker.copy_compressed(table, table.xref_items[container].offset, container, entry.gen);
-  } else if (entry.type == 3 && entry.gen != -1 && entry.offset < table.new_obj_capacity) {
-    taker.copy(table.new_objs[entry.offset].obj);
-  } else if (entry.type == 3 && entry.gen == -1) {
+  } else if (const PDF_NEWOBJ* const slot = table.slot_of(entry)) {
+    taker.copy(slot->obj);
+  } else if (entry.is_found()) {
     read_found(table, taker, ref, entry.offset);
-  } else if (entry.type == 1 || entry.type == 4) {
+  } else if (entry.is_listed()) {
     if (table.finder != nullptr)
       read_checked(table, taker, ref, entry.offset);
     else
@@ -183,7 +178,7 @@ bool CPDFXRefTable::know_entry(std::uint32_t num) {
     if (!pop())
       return false;
   }
-  while (xref_count > num && xref_items[num].type == 0) {
+  while (xref_count > num && !xref_items[num].is_known()) {
     if (!pop())
       break;
   }
@@ -209,9 +204,9 @@ void CPDFXRefTable::resolve(CPDFXRefTable* table, CPDFObj& out, const CPDFObj* i
 void CPDFXRefTable::get_stored(CPDFObj& out, const PDF_REF& wanted) {
   const PDF_REF ref = wanted;  // `wanted` may lie in what is released
   out.free();
-  if (entity_depth >= kMostNestedCalls)
+  if (entity_calls.is_full())
     return;
-  const DepthGuard depth(entity_depth);
+  const Nesting::Call call(entity_calls);
   ValueTaker taker{out};
   fetch(*this, taker, ref);
   if (CPDFStreamRec* rec = out.as_stream())
@@ -219,9 +214,9 @@ void CPDFXRefTable::get_stored(CPDFObj& out, const PDF_REF& wanted) {
 }
 
 void CPDFXRefTable::get_references(ReferenceList& found, std::int32_t num) {
-  if (entity_depth >= kMostNestedCalls)
+  if (entity_calls.is_full())
     return;
-  const DepthGuard depth(entity_depth);
+  const Nesting::Call call(entity_calls);
   ReferenceTaker taker{found, found.size()};
   fetch(*this, taker, {num, 0});
 }
@@ -232,10 +227,33 @@ void CPDFXRefTable::get_entity(CPDFObj& out, const PDF_REF& ref) {
   for (int step = 0; out.tag == kTagRef; ++step) {
     const PDF_REF next = out.as_ref();
     out.free();
-    if (step == kMostNestedCalls)
+    if (step == kMostLinks)
       return;
     get_stored(out, next);
   }
+}
+
+Freed<CPDFObj> CPDFXRefTable::value(const CPDFObj* item) {
+  Freed<CPDFObj> out;
+  if (item != nullptr && item->tag == kTagRef)
+    get_entity(out, item->as_ref());
+  else if (item != nullptr)
+    out.copy_from(item);
+  return out;
+}
+
+Freed<CPDFObj> CPDFXRefTable::value(const CPDFDictionary* dict, const char* key) {
+  return value(dict != nullptr ? dict->get_item(key) : nullptr);
+}
+
+Freed<CPDFObj> CPDFXRefTable::value(const CPDFArray* array, std::int32_t index) {
+  return value(array != nullptr ? array->get(index) : nullptr);
+}
+
+Freed<CPDFObj> CPDFXRefTable::object(const PDF_REF& ref) {
+  Freed<CPDFObj> out;
+  get_entity(out, ref);
+  return out;
 }
 
 char* CPDFXRefTable::read_stream_raw_data(CQVStream* s, int& len) {

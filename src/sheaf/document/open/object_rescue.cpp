@@ -55,18 +55,12 @@ bool ObjectRescue::find_header(std::int32_t num, std::uint32_t stated, std::uint
 
 bool ObjectRescue::is_unknown(std::int32_t num) {
   const auto index = static_cast<std::uint32_t>(num);
-  return num > 0 && index < table_.max_obj_num() && (index >= table_.xref_count || table_.xref_items[index].type == 0);
+  return num > 0 && index < table_.max_obj_num() &&
+         (index >= table_.xref_count || !table_.xref_items[index].is_known());
 }
 
 bool ObjectRescue::enter(std::int32_t num, std::uint32_t pos) {
-  const auto index = static_cast<std::uint32_t>(num);
-  if (index >= table_.xref_count && !table_.grow_xref_items(CPDFXRefTable::rounded_count(index), false))
-    return false;
-  PDF_XREF& entry = table_.xref_items[index];
-  if (entry.type != 3 || entry.gen != -1)
-    ++table_.repaired_count;
-  entry = {3, pos, -1};
-  return true;
+  return table_.note_found(static_cast<std::uint32_t>(num), pos);
 }
 
 void ObjectRescue::enter_all() {
@@ -112,7 +106,8 @@ void ObjectRescue::enter_members(const ObjectScan::Object& container) {
   read_member_numbers(table_, *obj.as_stream(), numbers);
   for (std::uint32_t i = 0; i < numbers.size(); ++i) {
     if (is_unknown(numbers[i]) && enter(numbers[i], 0))
-      table_.xref_items[numbers[i]] = {2, static_cast<std::uint32_t>(num), static_cast<std::int32_t>(i)};
+      table_.xref_items[numbers[i]] = {PDF_XREF::kCompressed, static_cast<std::uint32_t>(num),
+                                       static_cast<std::int32_t>(i)};
   }
 }
 
@@ -122,8 +117,7 @@ std::int32_t ObjectRescue::number_of(const ObjectScan::Object& container) {
   const auto num = static_cast<std::uint32_t>(container.num);
   if (container.num > 0 && num < table_.xref_count) {
     const PDF_XREF& entry = table_.xref_items[num];
-    const bool in_file = entry.type == 1 || entry.type == 4 || (entry.type == 3 && entry.gen == -1);
-    if (in_file && entry.offset == container.pos)
+    if ((entry.is_listed() || entry.is_found()) && entry.offset == container.pos)
       return container.num;
   }
   const std::uint32_t fresh = std::max(table_.xref_count, table_.next_obj_num);
