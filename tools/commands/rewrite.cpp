@@ -9,6 +9,7 @@
 #include "sheaf/neighbours/security/encrypter.h"
 #include "sheaf/object/array.h"
 #include "support/command_line.h"
+#include "support/document_check.h"
 #include "support/safe_output.h"
 #include "support/tool_support.h"
 
@@ -175,6 +176,20 @@ void report_repairs(CPDFDoc& doc) {
     std::printf("healed (%s): object %d, offset %u: %s\n", repair.code, repair.num, repair.offset, repair.action);
 }
 
+// Reads the new file, and says what it lacks and what cannot be read of it.
+int report_losses(CPDFDoc& doc, const RewriteOptions& options) {
+  CPDFDoc copy;
+  if (!open_document(copy, options.output, options.password))
+    return kExitProblems;
+  std::vector<Problem> lost = find_losses(doc, copy);
+  CheckResult result;
+  check_document(copy, result);
+  lost.insert(lost.end(), result.problems.begin(), result.problems.end());
+  for (const Problem& loss : lost)
+    complain(options.output, "object " + std::to_string(loss.object) + ": " + loss.what);
+  return lost.empty() ? kExitClean : kExitProblems;
+}
+
 int rewrite(const RewriteOptions& options, bool repair) {
   if (is_same_file(options.file, options.output)) {
     complain(options.output, "is the input itself; choose another name");
@@ -212,8 +227,9 @@ int rewrite(const RewriteOptions& options, bool repair) {
   std::printf("%s: %lld objects kept, %lld dropped, %lld bytes before, %lld after\n", options.output.c_str(),
               static_cast<long long>(counts.kept), static_cast<long long>(counts.dropped), doc.file_size(),
               output.size());
-  const bool clean = doc.status() == PDF_OPEN::kClean && doc.repairs().empty();
-  return clean || repair ? kExitClean : kExitProblems;
+  if (repair)
+    return report_losses(doc, options);
+  return doc.status() == PDF_OPEN::kClean && doc.repairs().empty() ? kExitClean : kExitProblems;
 }
 
 int run_rewrite(const RewriteOptions& options) {

@@ -6,6 +6,7 @@
 
 #include "sheaf/document/doc.h"
 #include "support/exit_codes.h"
+#include "support/json_writer.h"
 #include "support/password_options.h"
 
 namespace sheaf::tool {
@@ -20,6 +21,13 @@ bool open_document(CPDFDoc& doc, const std::string& file, const PasswordOptions&
 /// Opens `path` for reading and writing; messages name `shown`.
 bool open_document_for_update(CPDFDoc& doc, const std::string& path, const std::string& shown,
                               const PasswordOptions& password);
+
+/// The reference to object `num`. False, with a message, when its generation is not `gen`; -1 asks for
+/// none.
+bool find_reference(CPDFDoc& doc, const std::string& file, std::int32_t num, std::int32_t gen, PDF_REF& ref);
+
+/// What was healed, as the member "repairs": code, object, offset, action.
+void put_repairs(JsonWriter& json, CPDFDoc& doc);
 
 /// Why an encrypted document cannot be read.
 std::string password_trouble(const CPDFDoc& doc);

@@ -148,6 +148,14 @@ public:
   /// Whether the hints of the open document give the same pages as its page tree.
   bool hints_hold();
 
+  /// The reference to object `num`, with the generation that its entry or its header bears.
+  PDF_REF reference_to(std::int32_t num);
+  /// Whether the table can lead to object `num`: false when it has an entry behind which the object is
+  /// not there. An object without an entry, or with that of a free one, is no loss.
+  bool can_reach(std::int32_t num);
+  /// Whether the document counts as encrypted, but nobody can say how: it is read as it is stored.
+  bool has_lost_encryption() const { return is_encrypted() && table_.sec_filter[0] == 0; }
+
   /// What had to be healed, in the order in which it was met. Borrowed; valid until `close`.
   const sheaf::GrowArray<PDF_DOC_REPAIR>& repairs();
 
@@ -195,6 +203,7 @@ private:
   void detach_from_old_sections();
   void read_all_sections();
   void free_members_of_lost_streams();
+  void drop_unknown_crypt_filters(const CPDFEncrypt* enc);
   bool begins_at_its_place(std::uint32_t num);
   void add_repair(const char* code, std::int32_t num, std::uint32_t offset, const char* action);
 
@@ -204,6 +213,8 @@ private:
   bool is_leaf(const CPDFDictionary& dict, CPDFObj& kids);
   void list_pages(bool believing);
   bool walk_pages(bool believing);
+  bool take_direct_kid(CPDFObj& kid, const PDF_REF& node);
+  void store_kids(const PDF_REF& node, const CPDFObj& kids);
   bool counts_kids_as_pages(const CPDFDictionary& node, const CPDFArray& kids);
   bool is_page(const CPDFDictionary& dict);
   bool misses_pages();

@@ -126,10 +126,12 @@ private:
         entry.type = PDF_XREF::kFree;
       return;
     }
-    if (entry.is_in_file())
+    if (entry.is_in_file()) {
       put_from_file(num, entry);
-    else if (entry.is_in_memory())
+      highest_gen_ = std::max(highest_gen_, entry.gen);  // of one that was found the header tells
+    } else if (entry.is_in_memory()) {
       put_from_memory(num, entry);
+    }
   }
 
   void put_from_file(std::uint32_t num, PDF_XREF& entry) {

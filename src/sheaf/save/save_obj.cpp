@@ -1,8 +1,10 @@
 // Moves one object of a document to an output stream. Stream bodies are never decoded and never
 // compressed anew: their raw bytes pass through, and all that can happen to them is that the
 // encryption of the source is taken off and that of the target put on.
+#include <algorithm>
 #include <cstring>
 
+#include "sheaf/base/chars.h"
 #include "sheaf/base/heap.h"
 #include "sheaf/base/number_text.h"
 #include "sheaf/base/scope_guard.h"
@@ -20,6 +22,8 @@ bool header_stands_at(CQVStream* stream, std::uint32_t offset) {
   buf.buf_init(stream);
   return buf.buf_skip_to_obj() != nullptr && buf.buf_pos == 0;
 }
+
+constexpr std::int32_t kMostGen = 65535;
 
 std::uint32_t offset_from(const CQVStream* out, int base) {
   return static_cast<std::uint32_t>(out->GetPos()) - static_cast<std::uint32_t>(base);
@@ -82,6 +86,20 @@ unsigned char* decrypted(CPDFSecHand& hand, const PDF_REF& ref, unsigned char* r
   return plain;
 }
 
+// The generation in the header on which `buf` stands: where an object was found by its header, the key
+// and all references to it hang on that.
+std::int32_t header_generation(const CPDFBuf& buf) {
+  if (!is_object_header(buf.buf_data, buf.buf_len))
+    return 0;
+  const char* at = buf.buf_data;
+  while (is_digit(*at))
+    ++at;
+  while (is_strict_space(*at))
+    ++at;
+  const std::int32_t gen = ansi_to_i32(at);
+  return gen >= 0 && gen <= kMostGen ? gen : 0;
+}
+
 }  // namespace
 
 void CPDFXRefTable::save_obj(CPDFObj& obj, CQVStream* out, int base, int num, PDF_XREF* item, CPDFEncrypt* enc) {
@@ -105,7 +123,7 @@ void CPDFXRefTable::save_obj(CQVStream* out, int base, int num, PDF_XREF* item, 
   // The encrypted branch needs the generation for the key, so -1 becomes 0 ahead of reading; so does
   // what a garbled line gave, since no header can bear it.
   if (item->gen < 0)
-    item->gen = 0;
+    item->gen = finder != nullptr ? header_generation(buf) : 0;
   PDF_DEC_PARA dec{{num, item->gen}, sec_hand};
   Freed<CPDFObj> obj;
   obj.read(&buf, encrypted ? &dec : nullptr);

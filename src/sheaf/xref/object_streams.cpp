@@ -5,6 +5,7 @@
 #include <cstring>
 #include <memory>
 
+#include "sheaf/base/chars.h"
 #include "sheaf/base/heap.h"
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/filters/stream_filter.h"
@@ -69,20 +70,68 @@ void release_objects(PDF_OBJSTM& entry) {
   entry.refs = nullptr;
 }
 
+// The numbers in front of the objects: how many there are from the start of the data on, up to `end`
+// and at most `most`, and where they end.
+struct LeadingNumbers {
+  std::int64_t count = 0;
+  std::int32_t end = 0;
+
+  LeadingNumbers(const std::uint8_t* data, std::int32_t stop, std::int64_t most) {
+    for (std::int32_t at = 0; at < stop && count < most;) {
+      if (is_wide_space(static_cast<char>(data[at]))) {
+        ++at;
+        continue;
+      }
+      const std::int32_t begin = at;
+      while (at < stop && is_digit(static_cast<char>(data[at])))
+        ++at;
+      if (at == begin)
+        return;
+      ++count;
+      end = at;
+    }
+  }
+};
+
+// Whether nothing but white space stands between two places.
+bool is_blank(const std::uint8_t* data, std::int32_t from, std::int32_t to) {
+  return std::all_of(data + from, data + to, [](std::uint8_t c) { return is_wide_space(static_cast<char>(c)); });
+}
+
+// "N" and "First" say the same thing twice: as many pairs of numbers as there are objects, and where they
+// end. Where they differ, the one that fits the data is believed.
+void agree_with_numbers(const std::uint8_t* data, std::int32_t size, std::int32_t& first, std::int32_t& count) {
+  const LeadingNumbers told(data, size, 2 * std::int64_t{count});
+  const bool has_all = told.count == 2 * std::int64_t{count};
+  if (has_all && first >= told.end && first <= size && is_blank(data, told.end, first))
+    return;
+  const LeadingNumbers before(data, std::clamp(first, 0, size), INT64_MAX);
+  const bool ends_there = first > 0 && first <= size && before.count > 0 && before.count % 2 == 0 &&
+                          is_blank(data, before.end, first) && is_wide_space(static_cast<char>(data[first - 1]));
+  if (ends_there)
+    count = static_cast<std::int32_t>(before.count / 2);
+  else if (has_all && count > 0)
+    first = told.end;
+}
+
 // Decodes an object stream into `entry`, whose objs and refs stay null when that fails. The table of
 // numbers and offsets in front of the first object is not looked at.
-void load_objects(CPDFStream& decoder, const CPDFStreamRec& rec, std::int64_t ceiling, Wanted wanted,
+void load_objects(CPDFStream& decoder, const CPDFStreamRec& rec, std::int64_t ceiling, Wanted wanted, bool heals,
                   PDF_OBJSTM& entry) {
   int size = rec.decoded_hint;
   const int most = ceiling > 0 ? static_cast<int>(std::min<std::int64_t>(ceiling, kMostObjStmBytes)) : kMostObjStmBytes;
   const HeapBlock<std::uint8_t> data(decoder.buffer_load(most, size));
   entry.decoded = data ? size : 0;
-  // Every object takes a byte at least, so a larger count is a lie.
-  if (!data || entry.count < 0 || entry.count > size)
+  if (!data || entry.count < 0)
     return;
+  std::int32_t first = entry.first;
+  if (heals)
+    agree_with_numbers(data.get(), size, first, entry.count);
+  // Every object takes a byte at least: those beyond are null, and need no place.
+  entry.count = std::min(entry.count, size);
   CPDFBufMem buf;
-  if (entry.first >= 0 && entry.first < size)
-    buf.buf_init_mem(data.get() + entry.first, static_cast<std::uint32_t>(size - entry.first));
+  if (first >= 0 && first < size)
+    buf.buf_init_mem(data.get() + first, static_cast<std::uint32_t>(size - first));
   if (wanted == Wanted::kReferences)
     read_reference_lists(buf, entry);
   else if (read_objects(buf, entry))
@@ -158,7 +207,7 @@ bool load_objstm(CPDFXRefTable& table, PDF_OBJSTM& entry, const PDF_REF& ref, Wa
   const std::unique_ptr<CPDFStream> decoder(table.make_stream(rec));
   if (decoder == nullptr)
     return false;
-  load_objects(*decoder, *rec, table.decoded_ceiling, wanted, entry);
+  load_objects(*decoder, *rec, table.decoded_ceiling, wanted, table.finder != nullptr, entry);
   return true;
 }
 

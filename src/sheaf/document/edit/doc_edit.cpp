@@ -252,6 +252,8 @@ void CPDFDoc::save_complete(CPDFXRefTable& target, CPDFEncrypt* enc) {
   }
   store_page_tree();
   free_members_of_lost_streams();
+  if (enc != nullptr || is_encrypted())
+    drop_unknown_crypt_filters(enc);
   table_.save_as(target, enc);
   if (!watch.all_granted() || table_.entries_lost != 0)
     target.write_failed = 1;

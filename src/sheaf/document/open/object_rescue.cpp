@@ -53,6 +53,10 @@ bool ObjectRescue::find_header(std::int32_t num, std::uint32_t stated, std::uint
   return scan() != nullptr && scan_->find(num, stated, place);
 }
 
+bool ObjectRescue::find_data_end(std::uint32_t data, std::uint32_t& end) {
+  return scan() != nullptr && scan_->find_data_end(data, end);
+}
+
 bool ObjectRescue::is_unknown(std::int32_t num) {
   const auto index = static_cast<std::uint32_t>(num);
   return num > 0 && index < table_.max_obj_num() &&

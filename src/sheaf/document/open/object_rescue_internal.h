@@ -20,6 +20,7 @@ public:
   ObjectRescue(CPDFDoc& doc, CPDFXRefTable& table) : doc_(doc), table_(table) {}
 
   bool find_header(std::int32_t num, std::uint32_t stated, std::uint32_t& place) override;
+  bool find_data_end(std::uint32_t data, std::uint32_t& end) override;
   void enter_missing() override;
   /// Gives every object in the file its last place there, whatever the entries say.
   void enter_all();

@@ -47,6 +47,7 @@ bool ObjectScan::run() {
       scan_to(limit);
   }
   leave_object(next_);
+  stop_object(size_);
   const bool held = static_cast<bool>(window_);
   window_.reset();
   sort();
@@ -113,7 +114,8 @@ void ObjectScan::take_header(long long at) {
     return;
   const long long pos = at - (text(at) - start);
   leave_object(pos);
-  is_open_ = objects_.push({ansi_to_i32(start), static_cast<std::uint32_t>(pos), 0, Kind::kOther});
+  stop_object(pos);
+  is_open_ = objects_.push({ansi_to_i32(start), static_cast<std::uint32_t>(pos), 0, Kind::kOther, 0});
   all_granted_ = all_granted_ && is_open_;
 }
 
@@ -129,6 +131,11 @@ void ObjectScan::leave_object(long long at) {
   if (is_open_)
     objects_.back().end = static_cast<std::uint32_t>(at);
   is_open_ = false;
+}
+
+void ObjectScan::stop_object(long long at) {
+  if (!objects_.empty() && objects_.back().stop == 0)
+    objects_.back().stop = static_cast<std::uint32_t>(at);
 }
 
 // With "stream" at `at`, behind a header: takes the kind of the stream and passes its data.
@@ -159,6 +166,8 @@ bool ObjectScan::take_stream(long long at) {
   const bool is_true = stated > 0 && ends_at(data_ + stated);
   next_ = is_true ? data_ + stated : data_;
   in_data_ = !is_true && !no_ends_left_;
+  if (is_true)
+    stop_object(next_);
   return true;
 }
 
@@ -172,6 +181,7 @@ void ObjectScan::skip_data_to(long long limit) {
     if (is_word(at, "endstream") || is_word(at, "endobj")) {
       next_ = start_ + (at - window_.get());
       in_data_ = false;
+      stop_object(next_);
       return;
     }
     ++at;
@@ -221,6 +231,15 @@ bool ObjectScan::find(std::int32_t num, std::uint32_t stated, std::uint32_t& pla
                        [this](std::uint32_t i, long long at) { return static_cast<long long>(objects_[i].pos) < at; });
   if (beside != end && objects_[*beside].pos <= static_cast<long long>(stated) + kBeside)
     place = objects_[*beside].pos;
+  return true;
+}
+
+bool ObjectScan::find_data_end(std::uint32_t data, std::uint32_t& end) const {
+  const Object* const behind = std::upper_bound(objects_.begin(), objects_.end(), data,
+                                                [](std::uint32_t at, const Object& object) { return at < object.pos; });
+  if (behind == objects_.begin() || behind[-1].stop < data)
+    return false;
+  end = behind[-1].stop;
   return true;
 }
 

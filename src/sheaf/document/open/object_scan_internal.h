@@ -22,6 +22,7 @@ public:
     std::uint32_t pos;  ///< Of the header.
     std::uint32_t end;  ///< Of "stream" or "endobj", or of what follows where both are missing.
     Kind kind;
+    std::uint32_t stop;  ///< Where the data of a stream end, or what follows the object begins.
   };
 
   explicit ObjectScan(CQVStream& stream) : stream_(stream) {}
@@ -35,6 +36,8 @@ public:
   bool has_object_streams() const { return has_object_streams_; }
   /// The place of object `num`: beside `stated` where one stands there, else the last in the file.
   bool find(std::int32_t num, std::uint32_t stated, std::uint32_t& place) const;
+  /// Where the stream data end that begin at `data`. False when they are those of no object.
+  bool find_data_end(std::uint32_t data, std::uint32_t& end) const;
   /// The value behind a header up to the object's end; of a stream the dictionary.
   void read_value(CPDFObj& out, const Object& object) const;
 
@@ -47,6 +50,7 @@ private:
   void take_trailer(long long at);
   bool take_stream(long long at);
   void leave_object(long long at);
+  void stop_object(long long at);
   bool ends_at(long long at);
   const char* text(long long at) const { return window_.get() + (at - start_); }
   void sort();

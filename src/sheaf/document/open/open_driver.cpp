@@ -244,6 +244,49 @@ bool CPDFDoc::header_stands_at(const PDF_REF& ref) {
   return buf.buf_skip_to_obj() != nullptr && buf.buf_pos == 0 && ansi_to_i32(buf.buf_data) == ref.num;
 }
 
+PDF_REF CPDFDoc::reference_to(std::int32_t num) {
+  const auto index = static_cast<std::uint32_t>(num);
+  if (num < 1 || !table_.know_entry(index))
+    return {num, 0};
+  const PDF_XREF& entry = table_.xref_items[index];
+  if (!entry.is_found())
+    return {num, entry.is_compressed() || entry.gen < 0 ? 0 : entry.gen};
+  stream_->SetPos(CQVStream::STR_SEEK_SET, entry.offset);
+  CPDFBufBase buf;
+  buf.buf_init(stream_);
+  buf.buf_read_int();
+  buf.buf_skip_ws(true);
+  return {num, std::max(buf.buf_read_int(), 0)};
+}
+
+bool CPDFDoc::can_reach(std::int32_t num) {
+  const auto index = static_cast<std::uint32_t>(num);
+  if (num < 1 || !table_.know_entry(index))
+    return true;
+  if (!table_.xref_items[index].is_compressed()) {
+    Freed<CPDFObj> obj;
+    table_.get_stored(obj, reference_to(num));
+    if (!obj.is_null())
+      return true;
+  }
+  const PDF_XREF entry = table_.xref_items[index];
+  if (entry.is_listed() || entry.is_found()) {
+    stream_->SetPos(CQVStream::STR_SEEK_SET, entry.offset);
+    CPDFBufBase buf;
+    buf.buf_init(stream_);
+    return ansi_to_i32(buf.buf_data) == num && is_object_header(buf.buf_data, buf.buf_len);
+  }
+  if (!entry.is_compressed())
+    return true;
+  const std::uint32_t container = entry.offset;
+  const PDF_OBJSTM* const objstm =
+      table_.know_entry(container)
+          ? table_.get_objstm_references(table_.xref_items[container].offset, static_cast<std::int32_t>(container))
+          : nullptr;
+  return objstm != nullptr && (objstm->objs != nullptr || objstm->refs != nullptr) && entry.gen >= 0 &&
+         entry.gen < objstm->count;
+}
+
 // Whether entries of a sample lead into the middle of numbers, as in a file whose offsets are all off
 // by a little: each object would then be searched for, and some would be taken for others.
 bool CPDFDoc::offsets_mislead() {

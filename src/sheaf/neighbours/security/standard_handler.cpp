@@ -5,7 +5,7 @@
 
 #include "sheaf/base/heap.h"
 #include "sheaf/neighbours/security/aes.h"
-#include "sheaf/neighbours/security/crypt_filter_internal.h"
+#include "sheaf/neighbours/security/crypt_filter.h"
 #include "sheaf/neighbours/security/rc4.h"
 #include "sheaf/object/array.h"
 #include "sheaf/object/dictionary.h"
@@ -66,6 +66,11 @@ bool is_known_method(const char* name) {
       return true;
   }
   return false;
+}
+
+// Names are kept as far as their field goes.
+bool is_called(const char (&kept)[32], const char* name) {
+  return std::strncmp(kept, name, sizeof(kept) - 1) == 0;
 }
 
 bool has_type(const CPDFDictionary& dict, const char* name) {
@@ -137,7 +142,7 @@ CPDFStandardSecHand::Method CPDFStandardSecHand::filter_method(const char* name)
   if (name == nullptr || std::strcmp(name, "Identity") == 0)
     return Method::kIdentity;
   for (const CryptFilter& filter : filters_) {
-    if (std::strcmp(filter.name, name) == 0)
+    if (is_called(filter.name, name))
       return filter.method;
   }
   return Method::kIdentity;
@@ -186,7 +191,7 @@ bool CPDFStandardSecHand::use_filter(const CPDFDictionary& dict, const char* key
 bool CPDFStandardSecHand::has_filter(const char* name) const {
   return std::strcmp(name, "Identity") == 0 ||
          std::any_of(filters_.begin(), filters_.end(),
-                     [name](const CryptFilter& filter) { return std::strcmp(filter.name, name) == 0; });
+                     [name](const CryptFilter& filter) { return is_called(filter.name, name); });
 }
 
 // Takes over the dictionary; sets the outcome and gives false when it cannot be used.
