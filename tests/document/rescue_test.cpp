@@ -216,4 +216,88 @@ TEST(Rescue, ADocumentBeginsWhereItsStreamSays) {
   }
 }
 
+// "N" and "First" of an object stream, one of which is false.
+TEST(Rescue, FalseNumbersOfAnObjectStreamAreSetRight) {
+  for (const char* keys :
+       {"/N 2/First 12", "/N 9/First 12", "/N 3/First 9", "/N 3/First 0", "/N 3/First 5000", "/N 3"}) {
+    PdfBuilder builder;
+    builder.object_stream(9, {{4, "11"}, {5, "22"}, {6, "(x)"}});
+    std::string bytes = builder.pages(1).xref_stream(10).str();
+    const std::size_t from = bytes.find("/N 3");
+    bytes.replace(from, bytes.find("/Length") - from, keys);
+    MemStream file(bytes);
+    CPDFDoc doc;
+    ASSERT_TRUE(doc.open(&file)) << keys;
+    EXPECT_EQ(object(doc, 5), "22") << keys;
+    EXPECT_EQ(object(doc, 6), "(x)") << keys;
+  }
+}
+
+TEST(ObjectStreams, ACountBeyondTheDataGivesWhatThereIs) {
+  PdfBuilder builder;
+  builder.object_stream(9, {{4, "11"}, {5, "22"}}).pages(1).xref_stream(10);
+  std::string bytes = builder.str();
+  bytes.replace(bytes.find("/N 2"), 4, "/N 2000000000");
+  TestTable t(bytes);
+  t.table.grow_xref_items(20, false);
+  t.table.xref_items[9] = PDF_XREF::in_file(static_cast<std::uint32_t>(bytes.find("9 0 obj")), 0);
+  for (int i = 0; i < 3; ++i)
+    t.table.xref_items[4 + i] = {PDF_XREF::kCompressed, 9, i};
+  EXPECT_EQ(t.object(4), "11");
+  EXPECT_EQ(t.object(5), "22");
+  EXPECT_EQ(t.object(6), "null");
+}
+
+// Each would be searched for its end up to the end of the file.
+TEST(Rescue, StreamsWithoutAnEndTakeTimeInProportion) {
+  constexpr int kStreams = 4000;
+  std::string bytes =
+      "%PDF-1.7\n1 0 obj <</Type/Catalog/Pages 2 0 R>> endobj 2 0 obj <</Type/Pages/Kids[]/Count 0>> endobj\n";
+  for (int num = 3; num < kStreams; ++num)
+    bytes += std::to_string(num) + " 0 obj <<>> stream\ndata of " + std::to_string(num) + "\n";
+  MemStream file(bytes);
+  CountingStream counted(file);
+  CPDFDoc doc;
+  ASSERT_TRUE(doc.open(&counted));
+  for (int num = 3; num < kStreams; ++num) {
+    Freed<CPDFObj> obj;
+    doc.table().get_entity(obj, {num, 0});
+    ASSERT_NE(obj.as_stream(), nullptr) << num;
+    int len = 0;
+    const HeapBlock<unsigned char> data(doc.table().load_raw_data(obj.as_stream(), len));
+    ASSERT_TRUE(data) << num;
+    EXPECT_EQ(std::string(reinterpret_cast<const char*>(data.get()), static_cast<std::size_t>(len)),
+              "data of " + std::to_string(num));
+  }
+  EXPECT_LT(counted.bytes, 20'000LL * kStreams);
+}
+
+TEST(PageTree, PagesThatStandInTheirNodeAreObjectsToo) {
+  PdfBuilder builder;
+  builder.obj(1, "<</Type/Catalog/Pages 2 0 R>>");
+  builder.obj(2,
+              "<</Type/Pages/Count 4/Kids[<</Type/Page/Rotate 90/MediaBox[0 0 9 9]>>3 0 R"
+              "<</Type/Pages/Count 2/Rotate 180/Kids[<</Type/Page>> 4 0 R]>>]>>");
+  builder.obj(3, "<</Type/Page/Parent 2 0 R>>").obj(4, "<</Type/Page>>").classic();
+  MemStream file(builder.str());
+  CPDFDoc doc;
+  ASSERT_TRUE(doc.open(&file));
+  ASSERT_EQ(doc.page_count(), 4);
+  const auto rotations = [](CPDFDoc& from) {
+    std::string all;
+    for (int i = 0; i < from.page_count(); ++i) {
+      CPDFPage page;
+      EXPECT_TRUE(from.load_page(i, page)) << i;
+      all += std::to_string(page.rotate) + " ";
+    }
+    return all;
+  };
+  EXPECT_EQ(rotations(doc), "90 0 180 180 ");
+  MemStream out(complete(doc));
+  CPDFDoc again;
+  ASSERT_TRUE(again.open(&out));
+  EXPECT_EQ(rotations(again), "90 0 180 180 ");
+  EXPECT_EQ(out.str().find("/Kids[<<"), std::string::npos);
+}
+
 }  // namespace

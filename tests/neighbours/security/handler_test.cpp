@@ -319,6 +319,55 @@ TEST(Encrypted, AnUpdateGoesOnWithTheSameKeys) {
   }
 }
 
+// A filter that a stream names must be there in the new file, or go; its data are coded accordingly.
+TEST(Encrypted, NamedCryptFiltersFollowTheNewEncryption) {
+  const auto data_of = [](CPDFDoc& doc, int num) {
+    Freed<CPDFObj> obj;
+    doc.table().get_entity(obj, {num, 0});
+    const std::unique_ptr<CPDFStream> stream(doc.table().make_stream(obj.as_stream()));
+    char data[64] = {};
+    if (stream != nullptr)
+      stream->read_block(data, 63);
+    return std::string(data);
+  };
+  const auto rewritten = [](CPDFDoc& doc, CPDFStandardEncrypt* enc) {
+    MemStream out("");
+    CPDFXRefTable target;
+    target.stream = &out;
+    auto* pair = new CPDFArray;
+    pair->append_str(kId.data, kId.len);
+    pair->append_str(kId.data, kId.len);
+    target.id.take_array(pair);
+    doc.save_complete(target, enc);
+    return out.str();
+  };
+  PdfBuilder builder;
+  builder.obj(1, "<</Type/Catalog/Pages 2 0 R/Data[4 0 R 5 0 R 6 0 R]>>").obj(2, "<</Type/Pages/Kids[3 0 R]>>");
+  builder.obj(3, "<</Type/Page>>").stream(4, "/Filter/Crypt/DecodeParms<</Name/StdCF>>", "secret four");
+  builder.stream(5, "/Filter[/Crypt]/DecodeParms[<</Name/Identity>>]", "clear five");
+  builder.stream(6, "/Filter[/Crypt/ASCIIHexDecode]/DecodeParms[<</Name/Other>>null]", "736978>").classic();
+  for (const Algorithm algorithm : {Algorithm::kAES256, Algorithm::kAES128, Algorithm::kRC4}) {
+    MemStream file(builder.str());
+    CPDFDoc doc;
+    ASSERT_TRUE(doc.open(&file));
+    CPDFStandardEncrypt::Settings settings;
+    settings.algorithm = algorithm;
+    CPDFStandardEncrypt enc;
+    ASSERT_TRUE(enc.create(settings, kId));
+    MemStream coded(rewritten(doc, &enc));
+    EXPECT_EQ(coded.str().find("secret four"), std::string::npos);
+    EXPECT_EQ(coded.str().find("clear five") != std::string::npos, algorithm != Algorithm::kRC4);
+    CPDFDoc again;
+    ASSERT_TRUE(again.open(&coded));
+    EXPECT_EQ(data_of(again, 4) + data_of(again, 5) + data_of(again, 6), "secret fourclear fivesix");
+    MemStream plain(rewritten(again, nullptr));
+    EXPECT_EQ(plain.str().find("/Crypt"), std::string::npos);
+    CPDFDoc decoded;
+    ASSERT_TRUE(decoded.open(&plain));
+    EXPECT_EQ(data_of(decoded, 4) + data_of(decoded, 5) + data_of(decoded, 6), "secret fourclear fivesix");
+  }
+}
+
 TEST(Encrypted, WhatQpdfEncryptsReadsAsThePlainFile) {
   if (!has_program("qpdf"))
     GTEST_SKIP() << "qpdf is not installed";
