@@ -1,5 +1,6 @@
 #include "support/document_check.h"
 
+#include <cstring>
 #include <memory>
 
 #include "sheaf/base/scope_guard.h"
@@ -183,6 +184,15 @@ private:
   std::string name_;
 };
 
+// Whether what was healed shows that something can be gone which nothing else tells of.
+bool may_lack_data(const PDF_DOC_REPAIR& repair) {
+  for (const char* code : {"bytes", "length", "update", "pages"}) {
+    if (std::strcmp(repair.code, code) == 0)
+      return true;
+  }
+  return false;
+}
+
 // The decoded bytes of a page's content streams.
 std::int64_t content_size(CPDFDoc& doc, int index) {
   CPDFPage page;
@@ -222,6 +232,10 @@ void check_document(CPDFDoc& doc, CheckResult& result) {
 
 std::vector<Problem> find_losses(CPDFDoc& source, CPDFDoc& copy) {
   std::vector<Problem> lost;
+  for (const PDF_DOC_REPAIR& repair : source.repairs()) {
+    if (may_lack_data(repair))
+      lost.push_back({repair.num, repair.action});
+  }
   const std::vector<bool> reached = reachable(source.table());
   Freed<CPDFObj> before;
   Freed<CPDFObj> after;

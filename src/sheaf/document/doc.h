@@ -187,7 +187,10 @@ private:
   void read_start_mark(StartMark& mark);
   std::uint32_t adjust_section_offset(std::uint32_t offset);
   bool is_section_at(std::uint32_t offset);
+  void look_behind(const StartMark& mark);
+  void tell_of_missing_bytes();
   bool try_sections();
+  bool try_section_before(const StartMark& mark);
   bool try_linearized();
   bool try_rebuild();
   bool try_deep_recovery();
@@ -249,6 +252,8 @@ private:
   bool pages_incomplete_ = false;  // there was no memory for all of them
   char version_[8]{};
   long long file_size_ = 0;
+  std::uint32_t stated_section_ = 0;  // where the end of the file says that the newest section begins
+  std::uint32_t stated_length_ = 0;   // "L" of the linearization
   long long header_offset_ = 0;
   bool walked_ = false;
   bool believed_ = false;  // the list is what the nodes tell

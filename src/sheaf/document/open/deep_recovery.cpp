@@ -16,6 +16,16 @@ bool has_type(const CPDFDictionary& dict, const char* name) {
   return type != nullptr && type->is_name(name);
 }
 
+// A dictionary with all that a key hangs on. To read a document without it is to read garbage.
+bool is_encryption(const CPDFDictionary& dict) {
+  const CPDFObj* const filter = dict.get_item(CPDFDictionary::sm_tag_filter);
+  const auto has_text = [&dict](const char* key) {
+    const CPDFObj* const item = dict.get_item(key);
+    return item != nullptr && item->tag == kTagString;
+  };
+  return filter != nullptr && filter->is_name("Standard") && has_text("O") && has_text("U");
+}
+
 }  // namespace
 
 namespace sheaf {
@@ -48,6 +58,8 @@ void DeepRecovery::classify(const ObjectScan& scan, const ObjectScan::Object& ob
     pages_.push({object.num, 0});
   else if (has_type(*dict, "Pages") && dict->get_item(CPDFDictionary::sm_tag_parent) == nullptr)
     tree_ = {object.num, 0};
+  else if (is_encryption(*dict))
+    encryption_ = {object.num, 0};
 }
 
 void DeepRecovery::enter_objects(const ObjectScan& scan) {
@@ -65,8 +77,10 @@ void DeepRecovery::enter_objects(const ObjectScan& scan) {
 // Takes over what the trailers and cross-reference streams say, the last one in the file first.
 // Those that name a root which is no catalogue are passed over.
 void DeepRecovery::load_trailers() {
+  constexpr std::size_t kMostTrailers = 256;  // each may be read to the end of the file
   std::sort(trailers_.begin(), trailers_.end());
-  for (std::size_t i = trailers_.size(); i-- > 0;) {
+  const std::size_t first = trailers_.size() > kMostTrailers ? trailers_.size() - kMostTrailers : 0;
+  for (std::size_t i = trailers_.size(); i-- > first;) {
     table_.stream->SetPos(CQVStream::STR_SEEK_SET, trailers_[i]);
     CPDFBufBase buf;
     buf.buf_init(table_.stream);
@@ -195,6 +209,8 @@ void DeepRecovery::run() {
     return;
   enter_objects(*scan);
   load_trailers();
+  if (table_.encrypt.is_null() && encryption_.num != 0)
+    table_.encrypt.set_ref(encryption_);
   if (doc_.is_encrypted() && !doc_.authorise_quietly())
     return;
   for (const FoundStream& found : object_streams_)

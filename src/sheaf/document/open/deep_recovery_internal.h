@@ -48,6 +48,7 @@ private:
   std::int32_t last_nameless_ = 0;
   PDF_REF catalog_{0, 0};
   PDF_REF tree_{0, 0};
+  PDF_REF encryption_{0, 0};
 };
 
 }  // namespace sheaf

@@ -24,9 +24,9 @@ bool is_word(const char* at, const char (&word)[Size]) {
   return std::memcmp(at, word, Size - 1) == 0;
 }
 
-// The letters with which the words begin that the scan looks for.
+// The characters with which the words begin that the scan looks for.
 constexpr bool begins_word(char c) {
-  return c == 'o' || c == 's' || c == 'e' || c == 't';
+  return c == 'o' || c == 's' || c == 'e' || c == 't' || c == 'x' || c == '<';
 }
 
 bool has_type(const CPDFDictionary& dict, const char* name) {
@@ -93,6 +93,14 @@ bool ObjectScan::look_at(long long at) {
       if (is_word(word, "trailer"))
         take_trailer(at);
       return false;
+    case 'x':
+      if (is_word(word, "xref") && (at == start_ || !is_regular(word[-1])))
+        last_section_ = static_cast<std::uint32_t>(at);
+      return false;
+    case '<':
+      if (expects_trailer_ && !is_open_ && word[1] == '<')
+        add_trailer(at);
+      return false;
     default:
       return is_open_ && is_word(word, "stream") && take_stream(at);
   }
@@ -124,12 +132,18 @@ void ObjectScan::take_trailer(long long at) {
   while (dict < at + kAhead - 2 && is_wide_space(*text(dict)))
     ++dict;
   if (is_word(text(dict), "<<"))
-    all_granted_ = trailers_.push(static_cast<std::uint32_t>(dict)) && all_granted_;
+    add_trailer(dict);
+}
+
+void ObjectScan::add_trailer(long long at) {
+  expects_trailer_ = false;
+  all_granted_ = trailers_.push(static_cast<std::uint32_t>(at)) && all_granted_;
 }
 
 void ObjectScan::leave_object(long long at) {
   if (is_open_)
     objects_.back().end = static_cast<std::uint32_t>(at);
+  expects_trailer_ = true;
   is_open_ = false;
 }
 
@@ -155,6 +169,8 @@ bool ObjectScan::take_stream(long long at) {
   object.kind = has_type(*dict, "ObjStm") ? Kind::kObjectStream
                 : has_type(*dict, "XRef") ? Kind::kXRefStream
                                           : Kind::kOther;
+  if (object.kind == Kind::kXRefStream)
+    last_section_ = object.pos;
   has_object_streams_ = has_object_streams_ || object.kind == Kind::kObjectStream;
   data_ = at + 6;
   while (data_ < at + kAhead && (*text(data_) == ' ' || *text(data_) == '\t'))

@@ -31,8 +31,10 @@ public:
   bool run();
   /// In the order of the file.
   const GrowArray<Object>& objects() const { return objects_; }
-  /// Where the dictionaries behind "trailer" begin.
+  /// Where the dictionaries behind "trailer" begin, and those that stand in no object.
   const GrowArray<std::uint32_t>& trailers() const { return trailers_; }
+  /// Where the last cross-reference section begins; 0 when there is none.
+  std::uint32_t last_section() const { return last_section_; }
   bool has_object_streams() const { return has_object_streams_; }
   /// The place of object `num`: beside `stated` where one stands there, else the last in the file.
   bool find(std::int32_t num, std::uint32_t stated, std::uint32_t& place) const;
@@ -48,6 +50,7 @@ private:
   bool look_at(long long at);
   void take_header(long long at);
   void take_trailer(long long at);
+  void add_trailer(long long at);
   bool take_stream(long long at);
   void leave_object(long long at);
   void stop_object(long long at);
@@ -67,6 +70,8 @@ private:
   bool no_ends_left_ = false;  // the rest of the file has neither "endstream" nor "endobj"
   bool all_granted_ = true;
   bool has_object_streams_ = false;
+  bool expects_trailer_ = false;  // behind an object, in front of a dictionary without one
+  std::uint32_t last_section_ = 0;
   GrowArray<Object> objects_;
   GrowArray<std::uint32_t> trailers_;
   GrowArray<std::uint32_t> by_number_;  // indexes into objects_, by number and place

@@ -22,7 +22,8 @@ constexpr unsigned kTailOverlap = 16;  // "startxref" may lie across two blocks
 constexpr char kStartWord[] = "startxref";
 constexpr int kStartWordSize = sizeof(kStartWord) - 1;
 constexpr long long kMostTail = 300LL * 1024 * 1024;  // as far as a rebuild would look
-constexpr std::uint32_t kNearby = 1024;               // how far an offset is searched around
+constexpr char kBytesMissing[] = "bytes are missing in front of the last section or behind it; something was cut out";
+constexpr std::uint32_t kNearby = 1024;  // how far an offset is searched around
 
 // The last place of `word` in `data`, or -1.
 int find_last(const char* data, int len, const char* word) {
@@ -225,7 +226,45 @@ std::uint32_t CPDFDoc::adjust_section_offset(std::uint32_t offset) {
   }
   if (best != offset)
     add_repair("startxref", 0, best, "startxref is off; section found nearby");
+  if (best < offset)
+    add_repair("bytes", 0, best, kBytesMissing);
   return best;
+}
+
+// An update that was cut off leaves objects behind the last section: the document is opened in its
+// state before.
+void CPDFDoc::look_behind(const StartMark& mark) {
+  constexpr long long kMostTail = 1 << 20;
+  const long long start = mark.position + kStartWordSize;
+  if (stream_->GetLen() - start < kHeaderWindow / 16)
+    return;
+  stream_->SetPos(CQVStream::STR_SEEK_SET, start);
+  CPDFBufBase buf;
+  buf.buf_init(stream_);
+  while (buf.position() - start < kMostTail) {
+    const char* const header = buf.buf_skip_to_obj();
+    if (header == nullptr)
+      return;
+    const std::int32_t num = ansi_to_i32(header);
+    const std::uint32_t at = buf.position();
+    Freed<CPDFObj> obj;
+    obj.read(&buf, nullptr);
+    if (obj.as_dict_or_stream() == nullptr)
+      continue;
+    add_repair("update", num, at, "what stands behind the last section is in none; left out");
+    return;
+  }
+}
+
+// Whether the last section stands in front of where the end of the file says, or the file is shorter
+// than it says: something was cut out of it, and nobody can say what.
+void CPDFDoc::tell_of_missing_bytes() {
+  const ObjectScan* const scan = rescue_ != nullptr ? rescue_->scan() : nullptr;
+  const std::uint32_t found = scan != nullptr ? scan->last_section() : 0;
+  const bool too_near = found != 0 && stated_section_ > found && stated_section_ < stream_->GetLen() + kNearby * 4;
+  const bool too_short = stated_length_ != 0 && stated_length_ > stream_->GetLen();
+  if (too_near || too_short)
+    add_repair("bytes", 0, found, kBytesMissing);
 }
 
 // Whether an entry of the file leads to the header of its own object.
@@ -356,6 +395,7 @@ bool CPDFDoc::try_linearized() {
   const std::uint32_t hint_offset = table_.read_linearized(set);
   QVFree(set.pages);
   const std::uint32_t length = table_.linearized_length;
+  stated_length_ = length;
   // Without "L" nobody can tell whether something was appended; the newest section knows.
   linearized_ = hint_offset != 0 && length != 0;
   if (!linearized_) {
@@ -371,18 +411,35 @@ bool CPDFDoc::try_linearized() {
   return false;
 }
 
+// Where the number of the last mark is cut off, its section is the last one in the file.
+bool CPDFDoc::try_section_before(const StartMark& mark) {
+  const ObjectScan* const scan = rescue_ != nullptr ? rescue_->scan() : nullptr;
+  if (scan == nullptr || scan->last_section() == 0 || scan->last_section() >= mark.position ||
+      table_.XRefRead(scan->last_section()) == 0 || !examine().trusted || offsets_mislead())
+    return false;
+  add_repair("startxref", 0, scan->last_section(), "the number of startxref is cut off; the last section is taken");
+  return true;
+}
+
 bool CPDFDoc::try_sections() {
   StartMark mark{stream_->GetLen() + 1};
   bool is_cut = true;
   const std::uint32_t linearized_length = table_.linearized_length;  // that of a file updated since
   // A mark that was cut in the middle gives way to the one before it, which tells of an older state.
+  stated_section_ = 0;
   while (is_cut && find_startxref(mark)) {
     is_cut = mark.is_cut;
+    if (mark.has_number && stated_section_ == 0 && !is_cut)
+      stated_section_ = mark.offset;
     reset_table();
     table_.linearized_length = linearized_length;
-    if (mark.has_number && table_.XRefRead(adjust_section_offset(mark.offset)) != 0 && examine().trusted &&
-        !offsets_mislead())
+    if (is_cut && try_section_before(mark))
       return true;
+    if (mark.has_number && table_.XRefRead(adjust_section_offset(mark.offset)) != 0 && examine().trusted &&
+        !offsets_mislead()) {
+      look_behind(mark);
+      return true;
+    }
   }
   if (!mark.has_number)
     add_repair("startxref", 0, 0, "no startxref");
@@ -467,12 +524,17 @@ bool CPDFDoc::open_stream() {
   const int base_count = header_offset_ != 0 ? 2 : 1;
   for (int i = 0; i < base_count; ++i) {
     begin_at(bases[i]);
-    if (try_linearized() || try_sections())
+    if (try_linearized() || try_sections()) {
+      if (stated_length_ > stream_->GetLen())
+        tell_of_missing_bytes();
       return finish(PDF_OPEN::kClean);
+    }
   }
   begin_at(bases[0]);
-  if (heal())
+  if (heal()) {
+    tell_of_missing_bytes();
     return true;
+  }
   // What is left may still be a proper document, only without pages.
   reset_table();
   StartMark mark{stream_->GetLen() + 1};
