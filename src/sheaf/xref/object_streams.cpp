@@ -70,48 +70,67 @@ void release_objects(PDF_OBJSTM& entry) {
   entry.refs = nullptr;
 }
 
-// The numbers in front of the objects: how many there are from the start of the data on, up to `end`
-// and at most `most`, and where they end.
-struct LeadingNumbers {
-  std::int64_t count = 0;
-  std::int32_t end = 0;
+// The pairs of numbers in front of the objects of an object stream: which object, and where it begins
+// behind "First".
+class NumberTable {
+public:
+  NumberTable(const std::uint8_t* data, std::int32_t size) : data_(data), size_(size) {}
 
-  LeadingNumbers(const std::uint8_t* data, std::int32_t stop, std::int64_t most) {
-    for (std::int32_t at = 0; at < stop && count < most;) {
-      if (is_wide_space(static_cast<char>(data[at]))) {
-        ++at;
-        continue;
-      }
-      const std::int32_t begin = at;
-      while (at < stop && is_digit(static_cast<char>(data[at])))
-        ++at;
-      if (at == begin)
+  // Reads pairs up to `stop`, and at most `most` of them. What counts is a pair that can be true: each
+  // object begins behind the one before it.
+  void read(std::int32_t stop, std::int32_t most) {
+    count = end = 0;
+    std::int64_t last = -1;
+    for (std::int32_t at = 0; count < most;) {
+      std::int64_t pair[2];
+      if (!take(at, stop, pair[0]) || !take(at, stop, pair[1]) || pair[1] <= last || pair[1] >= size_)
         return;
-      ++count;
+      last = pair[1];
       end = at;
+      ++count;
     }
   }
+  std::int32_t past_space(std::int32_t at) const {
+    while (at < size_ && is_wide_space(static_cast<char>(data_[at])))
+      ++at;
+    return at;
+  }
+
+  std::int32_t count = 0;
+  std::int32_t end = 0;  // of the last pair
+
+private:
+  // The number behind white space.
+  bool take(std::int32_t& at, std::int32_t stop, std::int64_t& number) const {
+    std::int32_t digit = std::min(past_space(at), stop);
+    const std::int32_t begin = digit;
+    number = 0;
+    for (; digit < stop && is_digit(static_cast<char>(data_[digit])) && number <= INT32_MAX; ++digit)
+      number = number * 10 + (data_[digit] - '0');
+    at = digit;
+    return digit != begin;
+  }
+
+  const std::uint8_t* data_;
+  std::int32_t size_;
 };
 
-// Whether nothing but white space stands between two places.
-bool is_blank(const std::uint8_t* data, std::int32_t from, std::int32_t to) {
-  return std::all_of(data + from, data + to, [](std::uint8_t c) { return is_wide_space(static_cast<char>(c)); });
-}
-
-// "N" and "First" say the same thing twice: as many pairs of numbers as there are objects, and where they
-// end. Where they differ, the one that fits the data is believed.
+// "N" and "First" say the same thing twice: how many pairs there are, and where they end. Where the two
+// differ, the one that gives more objects is believed.
 void agree_with_numbers(const std::uint8_t* data, std::int32_t size, std::int32_t& first, std::int32_t& count) {
-  const LeadingNumbers told(data, size, 2 * std::int64_t{count});
-  const bool has_all = told.count == 2 * std::int64_t{count};
-  if (has_all && first >= told.end && first <= size && is_blank(data, told.end, first))
+  NumberTable table(data, size);
+  table.read(size, count);
+  const bool has_all = table.count == count && count > 0;
+  const std::int32_t behind = table.past_space(table.end);
+  if (has_all && first >= table.end && first <= behind)
     return;
-  const LeadingNumbers before(data, std::clamp(first, 0, size), INT64_MAX);
-  const bool ends_there = first > 0 && first <= size && before.count > 0 && before.count % 2 == 0 &&
-                          is_blank(data, before.end, first) && is_wide_space(static_cast<char>(data[first - 1]));
-  if (ends_there)
-    count = static_cast<std::int32_t>(before.count / 2);
-  else if (has_all && count > 0)
-    first = told.end;
+  const bool may_be_first = first > 0 && first <= size && is_wide_space(static_cast<char>(data[first - 1]));
+  table.read(may_be_first ? first : 0, INT32_MAX);
+  const bool ends_there = table.count > 0 && table.past_space(table.end) >= first;
+  if (ends_there && (!has_all || table.count > count))
+    count = table.count;
+  else if (has_all)
+    first = behind;
 }
 
 // Decodes an object stream into `entry`, whose objs and refs stay null when that fails. The table of
