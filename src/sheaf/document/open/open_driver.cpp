@@ -414,6 +414,7 @@ bool CPDFDoc::try_linearized() {
 // Where the number of the last mark is cut off, its section is the last one in the file.
 bool CPDFDoc::try_section_before(const StartMark& mark) {
   const ObjectScan* const scan = rescue_ != nullptr ? rescue_->scan() : nullptr;
+  reset_table();
   if (scan == nullptr || scan->last_section() == 0 || scan->last_section() >= mark.position ||
       table_.XRefRead(scan->last_section()) == 0 || !examine().trusted || offsets_mislead())
     return false;
@@ -433,13 +434,13 @@ bool CPDFDoc::try_sections() {
       stated_section_ = mark.offset;
     reset_table();
     table_.linearized_length = linearized_length;
-    if (is_cut && try_section_before(mark))
-      return true;
     if (mark.has_number && table_.XRefRead(adjust_section_offset(mark.offset)) != 0 && examine().trusted &&
         !offsets_mislead()) {
       look_behind(mark);
       return true;
     }
+    if (is_cut && try_section_before(mark))
+      return true;
   }
   if (!mark.has_number)
     add_repair("startxref", 0, 0, "no startxref");
