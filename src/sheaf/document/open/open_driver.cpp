@@ -427,6 +427,7 @@ bool CPDFDoc::try_sections() {
   bool is_cut = true;
   const std::uint32_t linearized_length = table_.linearized_length;  // that of a file updated since
   // A mark that was cut in the middle gives way to the one before it, which tells of an older state.
+  const std::size_t told = repairs_.size();
   stated_section_ = 0;
   while (is_cut && find_startxref(mark)) {
     is_cut = mark.is_cut;
@@ -434,11 +435,14 @@ bool CPDFDoc::try_sections() {
       stated_section_ = mark.offset;
     reset_table();
     table_.linearized_length = linearized_length;
-    if (mark.has_number && table_.XRefRead(adjust_section_offset(mark.offset)) != 0 && examine().trusted &&
+    const bool is_whole = mark.has_number && (!is_cut || is_section_at(mark.offset));
+    if (is_whole && table_.XRefRead(adjust_section_offset(mark.offset)) != 0 && examine().trusted &&
         !offsets_mislead()) {
       look_behind(mark);
       return true;
     }
+    while (repairs_.size() > told)
+      repairs_.pop();  // of an attempt that came to nothing
     if (is_cut && try_section_before(mark))
       return true;
   }
