@@ -5,6 +5,7 @@
 
 #include "sheaf/base/heap.h"
 #include "sheaf/neighbours/fonts/environment.h"
+#include "sheaf/xref/object_finder.h"
 #include "sheaf/xref/xref_table.h"
 
 using namespace sheaf;
@@ -115,6 +116,8 @@ void CPDFXRefTable::drain_pending() {
 
 std::int32_t CPDFXRefTable::alloc_obj_num() {
   drain_pending();
+  if (finder != nullptr && sections_lost != 0)
+    finder->enter_missing();  // a section that cannot be read may name higher numbers than all others
   return static_cast<std::int32_t>(next_obj_num++);
 }
 
