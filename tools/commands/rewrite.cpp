@@ -190,13 +190,13 @@ int report_losses(CPDFDoc& doc, const RewriteOptions& options) {
   return lost.empty() ? kExitClean : kExitProblems;
 }
 
-int rewrite(const RewriteOptions& options, bool repair) {
+int rewrite(RewriteOptions options, bool repair) {
   if (is_same_file(options.file, options.output)) {
     complain(options.output, "is the input itself; choose another name");
     return kExitFailed;
   }
   CPDFDoc doc;
-  if (!open_document(doc, options.file, options.password))
+  if (!fix_password(options.password) || !open_document(doc, options.file, options.password))
     return kExitFailed;
   SafeOutput output;
   if (!output.open(options.output))

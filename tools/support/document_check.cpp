@@ -193,6 +193,11 @@ bool may_lack_data(const PDF_DOC_REPAIR& repair) {
   return false;
 }
 
+// A real without a fraction is written as an integer, and what is no value as nothing.
+bool is_same_kind(const CPDFObj& before, const CPDFObj& after) {
+  return before.tag == after.tag || before.tag == kTagNoValue || (before.is_number() && after.is_number());
+}
+
 // The decoded bytes of a page's content streams.
 std::int64_t content_size(CPDFDoc& doc, int index) {
   CPDFPage page;
@@ -247,7 +252,7 @@ std::vector<Problem> find_losses(CPDFDoc& source, CPDFDoc& copy) {
     copy.table().get_stored(after, copy.reference_to(num));
     if (before.is_null() && !source.can_reach(num))
       lost.push_back({num, "is referred to, but could not be found"});
-    else if (before.tag != after.tag)
+    else if (!is_same_kind(before, after))
       lost.push_back({num, "could not be written as it was"});
   }
   const int pages = source.page_count();

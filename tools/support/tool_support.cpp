@@ -37,6 +37,14 @@ bool read_password(const PasswordOptions& options, std::string& password) {
 
 }  // namespace
 
+bool fix_password(PasswordOptions& options) {
+  std::string password;
+  if (!read_password(options, password))
+    return false;
+  options = {password, ""};
+  return true;
+}
+
 std::string password_trouble(const CPDFDoc& doc) {
   switch (doc.handler().outcome()) {
     case CPDFStandardSecHand::Outcome::kWrongPassword:

@@ -14,6 +14,10 @@ namespace sheaf::tool {
 /// A message to standard error: "sheaf: FILE: what; what to do".
 void complain(const std::string& file, const std::string& message);
 
+/// Reads the password now, so that it can be used for several documents. False, with a message, when its
+/// file cannot be read.
+bool fix_password(PasswordOptions& options);
+
 /// Opens `file` and says so when that fails. False: the command ends with kExitFailed. With
 /// `needs_password` false an encrypted document that waits for its password counts as open.
 bool open_document(CPDFDoc& doc, const std::string& file, const PasswordOptions& password, bool needs_password = true);
