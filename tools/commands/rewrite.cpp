@@ -8,6 +8,7 @@
 #include "sheaf/neighbours/security/digests.h"
 #include "sheaf/neighbours/security/encrypter.h"
 #include "sheaf/object/array.h"
+#include "support/changes.h"
 #include "support/command_line.h"
 #include "support/document_check.h"
 #include "support/safe_output.h"
@@ -28,6 +29,7 @@ struct RewriteOptions {
   std::string owner_password;
   std::string permissions = "all";  ///< Names with commas between them.
   bool clear_metadata = false;
+  bool pdfa = false;
 };
 
 // A line on a terminal that tells how many bytes have been written so far.
@@ -142,19 +144,6 @@ bool make_encryption(CPDFDoc& doc, CPDFXRefTable& target, const RewriteOptions& 
   return true;
 }
 
-// The first half of an identifier stays with a document, the second tells its versions apart (ISO
-// 32000-1, 14.4). Made here, it costs no pass over the new file.
-void set_version_id(CPDFXRefTable& table, CPDFObj& id) {
-  unsigned char fresh[CQVSecMD5::kSize];
-  Freed<CPDFObj> scratch;
-  const PDF_String first = first_id(table, table.id, scratch);
-  if (!secure_random(fresh, sizeof(fresh)))
-    return;
-  set_pair(id, fresh);
-  if (first.data != nullptr && first.len > 0)
-    id.as_array()->items[0].set_string(first.data, first.len);
-}
-
 struct Counts {
   std::int64_t kept = 0;
   std::int64_t dropped = 0;
@@ -198,6 +187,9 @@ int rewrite(RewriteOptions options, bool repair) {
   CPDFDoc doc;
   if (!fix_password(options.password) || !open_document(doc, options.file, options.password))
     return kExitFailed;
+  const bool stays_encrypted = doc.is_encrypted() && !options.decrypt;
+  if (options.pdfa && !ask_for_pdfa(doc, options.output, stays_encrypted || !options.encrypt.empty()))
+    return kExitFailed;
   SafeOutput output;
   if (!output.open(options.output))
     return kExitFailed;
@@ -211,8 +203,6 @@ int rewrite(RewriteOptions options, bool repair) {
     std::unique_ptr<CPDFStandardEncrypt> enc;
     if (!make_encryption(doc, target, options, enc))
       return kExitFailed;
-    if (target.id.is_null())
-      set_version_id(doc.table(), target.id);
     doc.save_complete(target, enc.get());
     if (target.write_failed != 0 || target.xref_items == nullptr) {
       complain(options.output, "could not be written to its end; is the disk full? Nothing was changed");
@@ -227,9 +217,10 @@ int rewrite(RewriteOptions options, bool repair) {
   std::printf("%s: %lld objects kept, %lld dropped, %lld bytes before, %lld after\n", options.output.c_str(),
               static_cast<long long>(counts.kept), static_cast<long long>(counts.dropped), doc.file_size(),
               output.size());
+  const bool metadata_left = complain_of_metadata(doc, options.output);
   if (repair)
     return report_losses(doc, options);
-  return doc.status() == PDF_OPEN::kClean && doc.repairs().empty() ? kExitClean : kExitProblems;
+  return doc.status() == PDF_OPEN::kClean && doc.repairs().empty() && !metadata_left ? kExitClean : kExitProblems;
 }
 
 int run_rewrite(const RewriteOptions& options) {
@@ -251,6 +242,7 @@ const Registration kRewrite(
       add_file(command, options->file);
       add_password(command, options->password);
       add_output(command, *options);
+      add_pdfa(command, options->pdfa);
       auto* decrypt = command.add_flag("--decrypt", options->decrypt, "Take the encryption off");
       auto* encrypt = command.add_option("--encrypt", options->encrypt, "Encrypt anew")
                           ->check(CLI::IsMember({"aes256", "aes128", "rc4"}))

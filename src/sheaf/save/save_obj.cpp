@@ -1,10 +1,8 @@
 // Moves one object of a document to an output stream. Stream bodies are never decoded and never
 // compressed anew: their raw bytes pass through, and all that can happen to them is that the
 // encryption of the source is taken off and that of the target put on.
-#include <algorithm>
 #include <cstring>
 
-#include "sheaf/base/chars.h"
 #include "sheaf/base/heap.h"
 #include "sheaf/base/number_text.h"
 #include "sheaf/base/scope_guard.h"
@@ -15,15 +13,6 @@
 using namespace sheaf;
 
 namespace {
-
-bool header_stands_at(CQVStream* stream, std::uint32_t offset) {
-  stream->SetPos(CQVStream::STR_SEEK_SET, offset);
-  CPDFBufBase buf;
-  buf.buf_init(stream);
-  return buf.buf_skip_to_obj() != nullptr && buf.buf_pos == 0;
-}
-
-constexpr std::int32_t kMostGen = 65535;
 
 std::uint32_t offset_from(const CQVStream* out, int base) {
   return static_cast<std::uint32_t>(out->GetPos()) - static_cast<std::uint32_t>(base);
@@ -57,7 +46,7 @@ unsigned char* known_body(CQVStream* stream, std::uint32_t offset, int& len) {
   return block;
 }
 
-// Prints a stream object whose body stands in a block of memory.
+// Prints a stream object whose body is in a block of memory.
 void write_with_body(CPDFObj& obj, CQVStream* out, PDF_ENC_PARA& para, unsigned char* body, int len) {
   CQVStreamMemFix view;
   view.Open(body, len);
@@ -86,20 +75,6 @@ unsigned char* decrypted(CPDFSecHand& hand, const PDF_REF& ref, unsigned char* r
   return plain;
 }
 
-// The generation in the header on which `buf` stands: where an object was found by its header, the key
-// and all references to it hang on that.
-std::int32_t header_generation(const CPDFBuf& buf) {
-  if (!is_object_header(buf.buf_data, buf.buf_len))
-    return 0;
-  const char* at = buf.buf_data;
-  while (is_digit(*at))
-    ++at;
-  while (is_strict_space(*at))
-    ++at;
-  const std::int32_t gen = ansi_to_i32(at);
-  return gen >= 0 && gen <= kMostGen ? gen : 0;
-}
-
 }  // namespace
 
 void CPDFXRefTable::save_obj(CPDFObj& obj, CQVStream* out, int base, int num, PDF_XREF* item, CPDFEncrypt* enc) {
@@ -117,17 +92,17 @@ void CPDFXRefTable::save_obj(CQVStream* out, int base, int num, PDF_XREF* item, 
   stream->SetPos(CQVStream::STR_SEEK_SET, item->offset);
   CPDFBufBase buf;
   buf.buf_init(stream);
-  // Where another object stands, this one is lost: better none than what happens to lie there.
+  // If another object is there, this one is lost: better nothing than what happens to be there.
   if (ansi_to_i32(buf.buf_data) != num)
     return;
   // The encrypted branch needs the generation for the key, so -1 becomes 0 ahead of reading; so does
   // what a garbled line gave, since no header can bear it.
   if (item->gen < 0)
-    item->gen = finder != nullptr ? header_generation(buf) : 0;
+    item->gen = 0;
   PDF_DEC_PARA dec{{num, item->gen}, sec_hand};
   Freed<CPDFObj> obj;
   obj.read(&buf, encrypted ? &dec : nullptr);
-  if (obj.tag == kTagInt && obj.as_int() == num && !header_stands_at(stream, item->offset))
+  if (obj.tag == kTagInt && obj.as_int() == num && header_number_at(*stream, item->offset) != num)
     return;  // a number that begins no header was all there is
   item->offset = offset_from(out, base);
   PDF_ENC_PARA para{num, item->gen, 1, enc};

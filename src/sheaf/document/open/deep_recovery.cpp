@@ -52,14 +52,15 @@ void DeepRecovery::classify(const ObjectScan& scan, const ObjectScan::Object& ob
   const CPDFDictionary* dict = obj.as_dict();
   if (dict == nullptr)
     return;
+  const PDF_REF ref = doc_.reference_to(object.num);
   if (has_type(*dict, "Catalog"))
-    catalog_ = {object.num, 0};
+    catalog_ = ref;
   else if (has_type(*dict, "Page"))
-    pages_.push({object.num, 0});
+    pages_.push(ref);
   else if (has_type(*dict, "Pages") && dict->get_item(CPDFDictionary::sm_tag_parent) == nullptr)
-    tree_ = {object.num, 0};
+    tree_ = ref;
   else if (is_encryption(*dict))
-    encryption_ = {object.num, 0};
+    encryption_ = ref;
 }
 
 void DeepRecovery::enter_objects(const ObjectScan& scan) {

@@ -1,4 +1,4 @@
-// Opening: from bytes to a table that can be believed.
+// Opening: from bytes to a table that can be trusted.
 #include <algorithm>
 #include <cstring>
 #include <new>
@@ -15,7 +15,7 @@ using namespace sheaf;
 
 namespace {
 
-constexpr unsigned kHeaderWindow = 1024;  // the header may stand anywhere in the first bytes
+constexpr unsigned kHeaderWindow = 1024;  // the header may be anywhere in the first bytes
 constexpr unsigned kTailBlock = 1024;
 constexpr unsigned kFarBlock = 16 * 1024;
 constexpr unsigned kTailOverlap = 16;  // "startxref" may lie across two blocks
@@ -72,6 +72,7 @@ bool CPDFDoc::open(CQVStream* stream) {
 }
 
 void CPDFDoc::close() {
+  fold_plain_sections();
   table_.XRefFree();
   reset_table();
   table_.stream = nullptr;
@@ -94,6 +95,11 @@ void CPDFDoc::close() {
   linearized_ = authorised_ = pages_changed_ = false;
   version_[0] = 0;
   file_size_ = header_offset_ = 0;
+  forget_plain_sections();
+  saved_changes_ = 0;
+  changed_info_ = 0;
+  metadata_left_ = false;
+  last_save_ = PDF_SAVE::kUnchanged;
 }
 
 // A fresh table over the present stream.
@@ -102,6 +108,8 @@ void CPDFDoc::reset_table() {
   table_.xref_kinds = table_.first_xref_kind = 0;
   table_.last_xref_offset = table_.linearized_length = 0;
   table_.next_obj_num = 0;
+  table_.keeps_generations = 1;
+  table_.omits_frame = 1;  // the document gives one to those who ask for it
   table_.sec_filter[0] = 0;
   table_.stream = stream_;
   table_.finder = rescue_;
@@ -277,25 +285,12 @@ bool CPDFDoc::header_stands_at(const PDF_REF& ref) {
     return table_.xref_kinds == 1;  // corrected on the way: by the strict search or by the plain one
   if (!entry.is_listed())
     return true;
-  stream_->SetPos(CQVStream::STR_SEEK_SET, entry.offset);
-  CPDFBufBase buf;
-  buf.buf_init(stream_);
-  return buf.buf_skip_to_obj() != nullptr && buf.buf_pos == 0 && ansi_to_i32(buf.buf_data) == ref.num;
+  return header_number_at(*stream_, entry.offset) == ref.num;
 }
 
 PDF_REF CPDFDoc::reference_to(std::int32_t num) {
   const auto index = static_cast<std::uint32_t>(num);
-  if (num < 1 || !table_.know_entry(index))
-    return {num, 0};
-  const PDF_XREF& entry = table_.xref_items[index];
-  if (!entry.is_found())
-    return {num, entry.is_compressed() || entry.gen < 0 ? 0 : entry.gen};
-  stream_->SetPos(CQVStream::STR_SEEK_SET, entry.offset);
-  CPDFBufBase buf;
-  buf.buf_init(stream_);
-  buf.buf_read_int();
-  buf.buf_skip_ws(true);
-  return {num, std::max(buf.buf_read_int(), 0)};
+  return {num, num > 0 && table_.know_entry(index) ? std::max(table_.known_generation(index), 0) : 0};
 }
 
 bool CPDFDoc::can_reach(std::int32_t num) {
@@ -310,10 +305,7 @@ bool CPDFDoc::can_reach(std::int32_t num) {
   }
   const PDF_XREF entry = table_.xref_items[index];
   if (entry.is_listed() || entry.is_found()) {
-    stream_->SetPos(CQVStream::STR_SEEK_SET, entry.offset);
-    CPDFBufBase buf;
-    buf.buf_init(stream_);
-    return ansi_to_i32(buf.buf_data) == num && is_object_header(buf.buf_data, buf.buf_len);
+    return header_number_at(*stream_, entry.offset) == num;
   }
   if (!entry.is_compressed())
     return true;
@@ -350,7 +342,7 @@ bool CPDFDoc::offsets_mislead() {
   return 2 * wrong > looked_at;
 }
 
-// Looks at what the table leads to. The root may stand in an older section.
+// Looks at what the table leads to. The root may be in an older section.
 CPDFDoc::Attempt CPDFDoc::examine() {
   Attempt attempt;
   while (table_.root.is_null() && table_.pending_count > 0)
@@ -400,7 +392,7 @@ bool CPDFDoc::try_linearized() {
   linearized_ = hint_offset != 0 && length != 0;
   if (!linearized_) {
     reset_table();
-    table_.linearized_length = length;  // tells the sections that were appended since
+    table_.linearized_length = length;  // marks the sections that were appended since
     return false;
   }
   const Attempt attempt = examine();
@@ -426,7 +418,7 @@ bool CPDFDoc::try_sections() {
   StartMark mark{stream_->GetLen() + 1};
   bool is_cut = true;
   const std::uint32_t linearized_length = table_.linearized_length;  // that of a file updated since
-  // A mark that was cut in the middle gives way to the one before it, which tells of an older state.
+  // A mark that was cut in the middle gives way to the one before it, which has an older state.
   const std::size_t told = repairs_.size();
   stated_section_ = 0;
   while (is_cut && find_startxref(mark)) {
