@@ -18,6 +18,8 @@ struct Frame {
   CPDFObj kids;
   std::int32_t next;
   std::int32_t node;
+  PDF_REF ref;    // of the node
+  bool is_taken;  // kids were made objects
 };
 
 class FrameStack {
@@ -32,8 +34,8 @@ public:
   bool empty() const { return frames_.empty(); }
   Frame& top() { return frames_.back(); }
   // Takes over the array in `kids`.
-  void push(CPDFObj& kids, std::int32_t node) {
-    Frame frame{kids, 0, node};
+  void push(CPDFObj& kids, std::int32_t node, const PDF_REF& ref) {
+    Frame frame{kids, 0, node, ref, false};
     kids = CPDFObj{};
     if (!frames_.push(frame))
       frame.kids.free();
@@ -240,6 +242,28 @@ bool CPDFDoc::list_pages_as_told() {
   return believed_;
 }
 
+// A kid that stands in its node itself becomes an object, which the node then refers to.
+bool CPDFDoc::take_direct_kid(CPDFObj& kid, const PDF_REF& node) {
+  if (node.num < 1)
+    return false;
+  const PDF_REF ref{table_.alloc_obj_num(), 0};
+  if (kid.as_dict()->get_item(CPDFDictionary::sm_tag_parent) == nullptr)
+    kid.as_dict()->set_item_ref(CPDFDictionary::sm_tag_parent, node);
+  const bool stored = table_.store_object(ref, kid);
+  if (stored)
+    kid.set_ref(ref);
+  return stored;
+}
+
+void CPDFDoc::store_kids(const PDF_REF& node, const CPDFObj& kids) {
+  Freed<CPDFObj> value;
+  table_.get_entity(value, node);
+  if (value.as_dict() == nullptr)
+    return;
+  value.as_dict()->set_item("Kids", &kids);
+  table_.store_object(node, value);
+}
+
 bool CPDFDoc::walk_pages(bool believing) {
   forget_resources();
   pages_.clear();
@@ -270,7 +294,7 @@ bool CPDFDoc::walk_pages(bool believing) {
     if (node < 0)
       return;
     if (!believing || !counts_kids_as_pages(dict, *kids.as_array())) {
-      stack.push(kids, node);
+      stack.push(kids, node, ref);
       return;
     }
     for (std::int32_t i = 0; i < kids.as_array()->count; ++i)
@@ -286,11 +310,15 @@ bool CPDFDoc::walk_pages(bool believing) {
 
   while (!stack.empty()) {
     Frame& frame = stack.top();
-    const CPDFObj* kid = frame.kids.as_array()->get(frame.next++);
+    CPDFObj* kid = frame.kids.as_array()->get(frame.next++);
     if (kid == nullptr) {
+      if (frame.is_taken)
+        store_kids(frame.ref, frame.kids);
       stack.pop();
       continue;
     }
+    if (kid->as_dict() != nullptr)
+      frame.is_taken = take_direct_kid(*kid, frame.ref) || frame.is_taken;
     const PDF_REF ref = kid->as_ref();
     const std::int32_t parent = frame.node;
     // A page may be listed twice, but a node that comes up again is a loop.
