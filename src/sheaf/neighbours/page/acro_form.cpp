@@ -153,7 +153,8 @@ const CPDFDictionary* CPDFAcroForm::look_at(const CPDFField& field) {
     const PDF_XREF* const entry = table_.entry(ref.num);
     return entry != nullptr ? *entry : PDF_XREF::none();
   };
-  const PDF_NEWOBJ* const slot = table_.slot_of(place_of());
+  const PDF_NEWOBJ* const slot =
+      table_.entry(ref.num) != nullptr ? table_.slot_of(static_cast<std::uint32_t>(ref.num)) : nullptr;
   if (slot != nullptr && slot->obj.as_dict() != nullptr)
     return slot->obj.as_dict();
   for (const Known& known : known_) {
