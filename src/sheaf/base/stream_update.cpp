@@ -1,3 +1,4 @@
+// Compares size, time and identity of the file with those kept, each time before it writes.
 #include "sheaf/base/stream_update.h"
 
 #include <sys/stat.h>

@@ -1,3 +1,4 @@
+// Strings, names and lists of them become texts; values of other kinds have none.
 #include "sheaf/document/forms/data/text_values_internal.h"
 
 #include <memory>

@@ -1,3 +1,4 @@
+// Reads "MK", "BS" and "Border", and draws background, border and the marks of buttons.
 #include <algorithm>
 #include <cmath>
 

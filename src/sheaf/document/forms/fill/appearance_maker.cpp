@@ -1,3 +1,4 @@
+// Collects what a field inherits, chooses its fonts, and stores one appearance stream for each widget.
 #include "sheaf/document/forms/fill/appearance_maker_internal.h"
 
 #include <algorithm>

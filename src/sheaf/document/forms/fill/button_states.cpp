@@ -1,3 +1,4 @@
+// The states are the keys of each widget's "AP" dictionary other than "Off".
 #include "sheaf/document/forms/fill/button_states_internal.h"
 
 #include <charconv>

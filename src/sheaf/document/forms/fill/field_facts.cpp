@@ -1,3 +1,4 @@
+// Reads "FT", "Ff", "MaxLen", "Opt" and the like, each inherited from the fields above.
 #include "sheaf/document/forms/fill/field_facts_internal.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// Follows signed fields to their "Lock" dictionaries and the FieldMDP and DocMDP transforms.
 #include "sheaf/document/forms/fill/field_locks_internal.h"
 
 #include "sheaf/base/scope_guard.h"

@@ -1,3 +1,5 @@
+// Setting values (ISO 32000-1, 12.7.4): checks the value against the field, stores it, and notes which appearances
+// have to be made.
 #include "sheaf/document/forms/form_filler.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// Flags, rectangle and matrix of an annotation give the matrix that places its appearance (ISO 32000-1, 12.5.5).
 #include "sheaf/document/forms/flatten/annotation_look_internal.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// Draws the appearances into the pages, then removes the annotations and fields that were drawn.
 #include "sheaf/document/forms/flattener.h"
 
 #include <charconv>

@@ -1,3 +1,4 @@
+// Changes the dictionary where it is: in the page, in an object of its own, or as a copy of what is inherited.
 #include "sheaf/document/forms/flatten/page_resources_internal.h"
 
 #include <new>

@@ -1,3 +1,4 @@
+// Codes come from the base encoding and "Differences", widths from "Widths" or the standard fonts.
 #include "sheaf/document/forms/type/field_font_internal.h"
 
 #include <algorithm>
