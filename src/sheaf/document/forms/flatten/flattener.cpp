@@ -59,12 +59,12 @@ bool CPDFFlattener::run(PDF_FLATTEN what) {
   if (filler.load() && !filler.draw_missing())
     return false;
   read_default_resources();
-  find_signatures();
+  count_signatures();
   for (int i = 0; i < doc_.page_count(); ++i) {
     if (!flatten_page(i, what))
       return false;
   }
-  return drop_form() && watch.all_granted();
+  return forget_named() && drop_form() && watch.all_granted();
 }
 
 // As an object of its own, so that appearances share it.
@@ -84,9 +84,8 @@ void CPDFFlattener::read_default_resources() {
     default_resources_.set_ref(ref);
 }
 
-void CPDFFlattener::find_signatures() {
-  CPDFXRefTable& table = doc_.table();
-  CPDFAcroForm form(table);
+void CPDFFlattener::count_signatures() {
+  CPDFAcroForm form(doc_.table());
   form.load();
   for (std::int32_t i = 0; i < form.field_count(); ++i) {
     const CPDFField& field = *form.field_at(i);
@@ -95,12 +94,8 @@ void CPDFFlattener::find_signatures() {
     if (!field.is_terminal() || facts.kind != FieldKind::kSignature)
       continue;
     Freed<CPDFObj> value;
-    GrowArray<PDF_REF> widgets;
     field.get_value("V", value);
-    if (value.as_dict() != nullptr)
-      collect_widgets(table, field.ref(), widgets);
-    for (const PDF_REF& widget : widgets)
-      signed_.visit(widget.num);
+    report_.signatures += value.as_dict() != nullptr ? 1 : 0;
   }
 }
 
@@ -156,10 +151,9 @@ bool CPDFFlattener::take(PageWork& work, const CPDFObj& item, const CPDFDictiona
     work.left.append(&item);
     return work.left.count > before;
   }
-  report_.signatures += signed_.has(item.as_ref().num) ? 1 : 0;
   work.changed = true;
   work.gone.visit(item.as_ref().num);
-  return true;
+  return dict.get_item("StructParent") == nullptr || item.tag != kTagRef || named_.push(item.as_ref());
 }
 
 bool CPDFFlattener::draw(PageWork& work, const CPDFDictionary& annotation) {
@@ -272,6 +266,17 @@ PDF_REF CPDFFlattener::opening_stream(int count) {
   if (count == 1)
     opening_ = ref;
   return ref;
+}
+
+// The structure tree of a tagged document goes on naming its annotations (ISO 32000-1, 14.7.4.3). Nothing of those that
+// are gone must be kept by that.
+bool CPDFFlattener::forget_named() {
+  for (const PDF_REF& annotation : named_) {
+    Freed<CPDFObj> nothing;
+    if (!doc_.table().store_object(annotation, nothing))
+      return false;
+  }
+  return true;
 }
 
 // Nothing of a form is left without its widgets, nor anything that a signature or a certification could vouch for.
