@@ -73,6 +73,34 @@ TEST(DocMergeStructure, APartKeepsTheElementsOfItsPages) {
   EXPECT_EQ(role_of(merged, below.substr(1)), "/TD") << below;
 }
 
+// Of a long document, the parent tree says what belongs to a page.
+TEST(DocMergeStructure, AShortPartOfALongDocumentIsFoundByTheParentTree) {
+  constexpr int kPages = 20;
+  PdfBuilder builder;
+  std::string numbers;
+  std::string sections;
+  builder.pages(kPages).obj(1, "<</Type/Catalog/Pages 2 0 R/StructTreeRoot 50 0 R/MarkInfo<</Marked true>>>>");
+  for (int i = 0; i < kPages; ++i) {
+    const int row = 100 + 10 * i;
+    builder.obj(3 + i, "<</Type/Page/Parent 2 0 R/StructParents " + std::to_string(i) + ">>")
+        .obj(row, "<</S/TR/P 51 0 R/K[" + ref(row + 1) + " " + ref(row + 2) + "]>>")
+        .obj(row + 1, "<</S/TD/P " + ref(row) + "/Pg " + ref(3 + i) + "/K 0/T(" + std::to_string(i) + ")>>")
+        .obj(row + 2, "<</S/TD/P " + ref(row) + ">>");
+    numbers += std::to_string(i) + "[" + ref(row + 1) + "]";
+    sections += ref(row) + " ";
+  }
+  builder.obj(50, "<</Type/StructTreeRoot/K 51 0 R/ParentTree<</Nums[" + numbers + "]>>>>")
+      .obj(51, "<</S/Table/P 50 0 R/K[" + sections + "]>>")
+      .classic();
+  Merged merged;
+  ASSERT_EQ(merged.append(builder.str(), {7}), 1);
+  merged.saved();
+  EXPECT_EQ(merged.path({"StructTreeRoot", "K", "0", "S"}), "/Table");
+  EXPECT_EQ(merged.path({"StructTreeRoot", "K", "0", "K", "K", "0", "T"}), "(7)");
+  EXPECT_EQ(merged.path({"StructTreeRoot", "K", "0", "K", "K", "1", "S"}), "/TD");  // the empty cell
+  EXPECT_EQ(merged.count(PDF_MERGE_FATE::kJoined, "structure elements"), 4);
+}
+
 TEST(DocMergeStructure, ObjectsAndRelatedElementsOfAPart) {
   Merged merged;
   ASSERT_EQ(merged.append(tagged("P", "en"), {1}), 1);

@@ -125,6 +125,91 @@ void MergeStructure::list(MergeSource& source, const CPDFObj* top) {
   }
 }
 
+// An element and, in front of it, those above it that are not listed yet.
+void MergeStructure::add_with_parents(MergeSource& source, const PDF_REF& element) {
+  constexpr std::size_t kMostLevels = 4096;
+  GrowArray<PDF_REF> chain;
+  Freed<CPDFObj> obj;
+  PDF_REF above = element;
+  while (above.num > 0 && index_of_.get(above.num) == 0 && chain.size() < kMostLevels) {
+    source.table.get_entity(obj, above);
+    if (obj.as_dict() == nullptr || !is_element(*obj.as_dict()))
+      break;  // the root
+    chain.push(above);
+    above = {number_at(*obj.as_dict(), "P"), 0};
+  }
+  std::int32_t parent = index_of_.get(above.num) - 1;
+  while (!chain.empty()) {
+    const PDF_REF ref = chain.back();
+    chain.pop();
+    if (index_of_.get(ref.num) != 0)
+      continue;
+    source.table.get_entity(obj, ref);
+    const std::int32_t own = obj.as_dict() != nullptr ? number_at(*obj.as_dict(), "Pg") : 0;
+    const std::int32_t page = own != 0 || parent < 0 ? own : elements_[static_cast<std::size_t>(parent)].page;
+    const auto index = static_cast<std::int32_t>(elements_.size());
+    if (!index_of_.set(ref.num, index + 1) || !elements_.push({ref, parent, page, true, false, false}))
+      return;
+    parent = index;
+  }
+}
+
+// Kids that hold nothing have no place in a parent tree. They are looked for where an element has few,
+// as the row of a table does.
+void MergeStructure::add_empty_kids(MergeSource& source, std::int32_t index) {
+  constexpr std::int32_t kMostKids = 64;
+  Freed<CPDFObj> obj;
+  Freed<CPDFObj> kids;
+  source.table.get_entity(obj, elements_[static_cast<std::size_t>(index)].ref);
+  source.table.resolve(kids, obj.as_dict() != nullptr ? obj.as_dict()->get_item("K") : nullptr);
+  if (kids.as_array() == nullptr || kids.as_array()->count > kMostKids)
+    return;
+  for (std::int32_t i = 0; i < kids.as_array()->count; ++i) {
+    const PDF_REF kid = kids.as_array()->items[i].as_ref();
+    if (kid.num < 1 || index_of_.get(kid.num) != 0)
+      continue;
+    source.table.get_entity(obj, kid);
+    if (obj.as_dict() == nullptr || !is_element(*obj.as_dict()))
+      continue;
+    Element& parent = elements_[static_cast<std::size_t>(index)];
+    const bool is_empty = obj.as_dict()->get_item("K") == nullptr;
+    parent.holds_other = parent.holds_other || !is_empty;
+    const auto at = static_cast<std::int32_t>(elements_.size());
+    if (is_empty && index_of_.set(kid.num, at + 1))
+      elements_.push({kid, index, parent.page, false, false, false});
+  }
+}
+
+// The elements that the source's parent tree gives for what came along, which is little, so that the
+// whole tree need not be read. False when it gives none.
+bool MergeStructure::list_by_parent_tree(MergeSource& source, const CPDFDictionary& root) {
+  NumberMap wanted;
+  for (std::uint32_t i = source.first_slot; i < table_.new_obj_count; ++i) {
+    const CPDFDictionary* const dict = table_.new_objs[i].obj.as_dict_or_stream();
+    if (dict == nullptr || static_cast<std::int32_t>(table_.new_objs[i].num) < source.first_num)
+      continue;
+    for (const char* key : {"StructParent", "StructParents"}) {
+      const CPDFObj* const item = dict->get_item(key);
+      if (item != nullptr && item->tag == kTagInt && item->as_int() >= 0 && item->as_int() < VisitedSet::kMostNum)
+        wanted.set(item->as_int() + 1, 1);
+    }
+  }
+  number_tree_walk(source.table, root.get_item("ParentTree"), [&](std::int32_t key, const CPDFObj& value) {
+    if (key < 0 || key >= VisitedSet::kMostNum || wanted.get(key + 1) == 0)
+      return;
+    Freed<CPDFObj> list;
+    source.table.resolve(list, &value);
+    if (list.as_array() == nullptr)
+      add_with_parents(source, value.as_ref());
+    for (std::int32_t i = 0; list.as_array() != nullptr && i < list.as_array()->count; ++i)
+      add_with_parents(source, list.as_array()->items[i].as_ref());
+  });
+  const auto count = static_cast<std::int32_t>(elements_.size());
+  for (std::int32_t i = 0; i < count; ++i)
+    add_empty_kids(source, i);
+  return count > 0;
+}
+
 void MergeStructure::choose(const MergeSource& source) {
   for (std::size_t i = elements_.size(); i-- > 0;) {
     const Element& element = elements_[i];
@@ -158,7 +243,8 @@ void MergeStructure::take(MergeSource& source) {
     ++untagged_;
     return;
   }
-  list(source, root.as_dict()->get_item("K"));
+  if (!source.takes_few || !list_by_parent_tree(source, *root.as_dict()))
+    list(source, root.as_dict()->get_item("K"));
   choose(source);
   std::int32_t count = 0;
   for (const Element& element : elements_)

@@ -2,7 +2,8 @@
 // along, below the document's own root. An element comes along with something that it holds; one that
 // holds nothing stays with its parent when nothing else of the parent stays behind.
 //
-//   take: all elements listed -> which stay -> each gets its number -> each is stored
+//   take: elements listed, all of them or, where most pages stay behind, those that the source's parent
+//         tree gives for the pages -> which stay -> each gets its number -> each is stored
 //         -> a key of the parent tree for each page, form and object that has content in the tree
 //   set_key: while the objects are looked over, each gets its key
 //   put: root, parent tree, role map, class map and identifiers of all sources
@@ -57,6 +58,9 @@ private:
 
   bool is_element(const CPDFDictionary& dict) const;
   void list(MergeSource& source, const CPDFObj* top);
+  bool list_by_parent_tree(MergeSource& source, const CPDFDictionary& root);
+  void add_with_parents(MergeSource& source, const PDF_REF& element);
+  void add_empty_kids(MergeSource& source, std::int32_t index);
   void look_at_kid(MergeSource& source, const CPDFObj& kid, std::int32_t index, GrowArray<Element>& waiting);
   void note_content(std::int32_t index, bool comes);
   bool content_comes(const MergeSource& source, const CPDFDictionary& item, std::int32_t page) const;

@@ -78,34 +78,12 @@ void set_limits(CPDFDictionary& dict, std::int32_t least, std::int32_t greatest)
 }  // namespace
 
 void number_tree_limits(CPDFXRefTable& table, const CPDFObj* root, std::int32_t& least, std::int32_t& greatest) {
-  Freed<CPDFObj> node;
-  Freed<CPDFObj> list;
-  Freed<CPDFObj> key;
-  VisitedSet visited;
-  GrowArray<PDF_REF> waiting;
   bool found = false;
-  table.resolve(node, root);
-  while (true) {
-    const CPDFDictionary* const dict = node.as_dict();
-    table.resolve(list, dict != nullptr ? dict->get_item("Nums") : nullptr);
-    for (std::int32_t i = 0; list.as_array() != nullptr && i + 1 < list.as_array()->count; i += 2) {
-      table.resolve(key, list.as_array()->items + i);
-      if (key.tag != kTagInt)
-        continue;
-      least = found ? std::min(least, key.as_int()) : key.as_int();
-      greatest = found ? std::max(greatest, key.as_int()) : key.as_int();
-      found = true;
-    }
-    table.resolve(list, dict != nullptr ? dict->get_item("Kids") : nullptr);
-    for (std::int32_t i = 0; list.as_array() != nullptr && i < list.as_array()->count; ++i)
-      waiting.push(list.as_array()->items[i].as_ref());
-    while (!waiting.empty() && !visited.visit(waiting.back().num))
-      waiting.pop();
-    if (waiting.empty())
-      return;
-    table.get_entity(node, waiting.back());
-    waiting.pop();
-  }
+  number_tree_walk(table, root, [&](std::int32_t key, const CPDFObj&) {
+    least = found ? std::min(least, key) : key;
+    greatest = found ? std::max(greatest, key) : key;
+    found = true;
+  });
 }
 
 void NumberTreeWriter::store_leaf(const Node& node, std::size_t first, std::size_t end) {

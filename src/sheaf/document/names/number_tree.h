@@ -3,10 +3,11 @@
 #pragma once
 
 #include "sheaf/base/grow_array.h"
-#include "sheaf/object/object.h"
-
-class CPDFDictionary;
-class CPDFXRefTable;
+#include "sheaf/base/scope_guard.h"
+#include "sheaf/base/visited_set.h"
+#include "sheaf/object/array.h"
+#include "sheaf/object/dictionary.h"
+#include "sheaf/xref/xref_table.h"
 
 namespace sheaf {
 
@@ -37,6 +38,36 @@ private:
   };
   GrowArray<Entry> entries_;  // sorted by key
 };
+
+/// Calls `visit(key, value)` for every number of the tree below `root`, which may be null, in no order
+/// to rely on; the value is borrowed for the call. Loops and nulls in the tree do no harm.
+template <class Visit>
+void number_tree_walk(CPDFXRefTable& table, const CPDFObj* root, const Visit& visit) {
+  Freed<CPDFObj> node;
+  Freed<CPDFObj> list;
+  Freed<CPDFObj> key;
+  VisitedSet visited;
+  GrowArray<PDF_REF> waiting;
+  table.resolve(node, root);
+  while (true) {
+    const CPDFDictionary* const dict = node.as_dict();
+    table.resolve(list, dict != nullptr ? dict->get_item("Nums") : nullptr);
+    for (std::int32_t i = 0; list.as_array() != nullptr && i + 1 < list.as_array()->count; i += 2) {
+      table.resolve(key, list.as_array()->items + i);
+      if (key.tag == kTagInt)
+        visit(key.as_int(), list.as_array()->items[i + 1]);
+    }
+    table.resolve(list, dict != nullptr ? dict->get_item("Kids") : nullptr);
+    for (std::int32_t i = 0; list.as_array() != nullptr && i < list.as_array()->count; ++i)
+      waiting.push(list.as_array()->items[i].as_ref());
+    while (!waiting.empty() && !visited.visit(waiting.back().num))
+      waiting.pop();
+    if (waiting.empty())
+      return;
+    table.get_entity(node, waiting.back());
+    waiting.pop();
+  }
+}
 
 /// The least and the greatest key of the tree below `root`, of any values; untouched for an empty tree.
 void number_tree_limits(CPDFXRefTable& table, const CPDFObj* root, std::int32_t& least, std::int32_t& greatest);
