@@ -162,7 +162,7 @@ void take_rich_text(CPDFXRefTable& table, CPDFDictionary& dict) {
     return;
   const std::unique_ptr<CPDFStream> decoder(table.make_stream(text.as_stream()));
   int len = 0;
-  const HeapBlock<std::uint8_t> bytes(decoder != nullptr ? decoder->buffer_load(kMostRichText, len) : nullptr);
+  const HeapBlock<std::uint8_t> bytes(decoder != nullptr ? decoder->buffer_load(decoder->most_text(kMostRichText), len) : nullptr);
   dict.set_item_str("RC", reinterpret_cast<const char*>(bytes.get()), bytes ? len : 0);
 }
 

@@ -37,6 +37,13 @@ std::string converted(const std::string& samples, std::size_t step) {
   return out;
 }
 
+TEST(ImageStreams, ExpectWhatTheLengthOfTheirDataSuggests) {
+  const std::string jpeg = picture_jpeg({});
+  EXPECT_EQ(decoder_of("DCTDecode", jpeg)->size_hint, static_cast<int>(4 * jpeg.size()));
+  EXPECT_EQ(decoder_of("DCTDecode", "none")->size_hint, 16);
+  EXPECT_EQ(decoder_of("JPXDecode", "no image")->size_hint, 8);
+}
+
 TEST(Dct, EveryColourSpaceComesBack) {
   const JpegKind kinds[] = {
       kGreyJpeg,

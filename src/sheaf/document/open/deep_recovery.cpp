@@ -184,7 +184,7 @@ void DeepRecovery::load_object_stream(const FoundStream& found) {
   if (decoder == nullptr)
     return;
   int size = 0;
-  const HeapBlock<std::uint8_t> data(decoder->buffer_load(kMostObjStmBytes, size));
+  const HeapBlock<std::uint8_t> data(decoder->buffer_load(decoder->most_text(kMostObjStmBytes), size));
   if (!data || size < 1)
     return;
   CPDFBufMem buf;

@@ -259,7 +259,7 @@ bool decode_generic(ArithmeticDecoder& decoder, std::uint8_t* contexts, const Ge
   const bool singly = moved.count != 0 || params.skip != nullptr;
   bool is_typical = false;
   for (std::int32_t y = 0; y < out.height; ++y) {
-    if (decoder.exhausted() || !limits.spend(out.stride))
+    if (!limits.spend(out.stride))
       return false;
     std::uint8_t* present = bitmap_row(out, y);
     if (params.typical && decoder.bit(contexts[shape.typical_context]) != 0)

@@ -131,7 +131,8 @@ void finish_region(Segment& segment, const RegionInfo& info, BitmapHold& region)
   const std::int64_t bottom = std::int64_t{info.y} + region->height;
   if (page->open_ended != 0 && bottom > page->bitmap->height && !grow_page(limits, *page, bottom))
     return;
-  bitmap_combine(*page->bitmap, *region, info.x, info.y, info.op);
+  if (limits.spend(Limits::handling(bitmap_cost(*region))))
+    bitmap_combine(*page->bitmap, *region, info.x, info.y, info.op);
 }
 
 QVJB2_Bitmap* page_for_region(Segment& segment, const RegionInfo& info) {
