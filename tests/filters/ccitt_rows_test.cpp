@@ -15,10 +15,10 @@ using namespace fax_test;
 namespace {
 
 // Compares the rows that come back with those that were coded; gives the first that differs, or -1.
-int first_wrong_row(const std::string& coded, int k, const std::vector<Row>& rows) {
+int first_wrong_row(const std::string& coded, int k, const std::vector<Row>& rows, int align = 0) {
   const int width = static_cast<int>(rows[0].size());
   CPDFStreamFAX fax(block_of(coded), static_cast<int>(coded.size()));
-  fax.open(k, width, 0, 0, 1);
+  fax.open(k, width, 0, align, 1);
   std::string row(static_cast<std::size_t>(width + 7) / 8, '\0');
   for (std::size_t i = 0; i < rows.size(); ++i) {
     if (fax.read_block(row.data(), static_cast<int>(row.size())) == 0 || row != packed(rows[i]))
@@ -81,6 +81,24 @@ TEST(CcittRows, ARowThatChangesAtEveryPixelIsAReference) {
   const std::vector<Row> rows = dithered_ramp(1728, 200);
   EXPECT_EQ(first_wrong_row(coded_t6(rows), -1, rows), -1);
   EXPECT_EQ(first_wrong_row(coded_mixed(rows, 4), 4, rows), -1);
+}
+
+TEST(CcittRows, LinesThatBeginOnBytesComeBack) {
+  for (const int width : {1, 5, 8, 61, 1728}) {
+    const std::vector<Row> rows = dithered_ramp(width, 40);
+    FaxEncoder t6;
+    FaxEncoder t4;
+    Row above(rows[0].size());
+    for (const Row& row : rows) {
+      t6.align();
+      t6.t6_row(row, above);
+      t4.align();
+      t4.one_dimensional(row);
+      above = row;
+    }
+    EXPECT_EQ(first_wrong_row(t6.bytes(), -1, rows, 1), -1) << width;
+    EXPECT_EQ(first_wrong_row(t4.bytes(), 0, rows, 1), -1) << width;
+  }
 }
 
 // The same rows as a region of a JBIG2 page, here and by another decoder.

@@ -52,6 +52,11 @@ public:
   void t6_row(const Row& row, const Row& above) { two_dimensional(row, above); }
   void end_of_block() { put("000000000001000000000001"); }
 
+  /// A row of T.4 behind an end-of-line code, all of one dimension.
+  void plain_row(const Row& row) {
+    put("000000000001");
+    one_dimensional(row);
+  }
   /// Rows of T.4 with the end-of-line code in front and its tag bit.
   void tagged_row(const Row& row) {
     put("0000000000011");
@@ -71,6 +76,9 @@ public:
       a0 = a1;
     }
   }
+
+  /// Fill in front of a line that begins on a byte.
+  void align() { used_ = (used_ + 7) / 8 * 8; }
 
   /// The bytes so far, with zeros behind the last bit.
   std::string bytes() const { return out_; }

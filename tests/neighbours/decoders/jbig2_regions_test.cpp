@@ -516,6 +516,20 @@ TEST(Jbig2Segments, FilesOfBothOrders) {
   EXPECT_EQ(Decoded(id + u8(2) + heads).result, 0) << "the bodies are missing";
 }
 
+// Regions of the colour extension are not drawn as if they were black.
+TEST(Jbig2Segments, ColouredRegionsAreLeftOut) {
+  const std::vector<Picture> symbols = sample_symbols();
+  const Picture page(60, 20);
+  constexpr std::size_t kFlagsAt = 16;
+  std::string generic = generic_body(Picture::sample(30, 20, 8));
+  std::string text = text_body(symbols, {{5, 7, 3}}, page, {});
+  generic[kFlagsAt] = text[kFlagsAt] = 8;
+  EXPECT_EQ(Decoded(page_of(page, segment(1, kGeneric, {}, generic) + segment(2, 0, {}, dictionary_body(symbols)) +
+                                      segment(3, kImmediateText, {2}, text)))
+                .page(),
+            page);
+}
+
 // Declarations that the data cannot justify: no memory out of proportion, no endless work.
 TEST(Jbig2Limits, GreedyStreamsGiveLittle) {
   EXPECT_EQ(Decoded(segment(0, 48, {}, page_info(0x7FFFFFFF, 0x7FFFFFFF))).result, 0);

@@ -168,6 +168,17 @@ std::uint8_t* CPDFImage::load_encoded(std::int32_t& len) const {
   return decoder != nullptr ? decoder->buffer_load(kMostEncoded, len) : nullptr;
 }
 
+void CPDFImage::last_parms(CPDFDictionary& out) const {
+  const CPDFStreamRec* rec = stream_.as_stream();
+  Freed<CPDFObj> parms;
+  Freed<CPDFObj> last;
+  table_->resolve(parms, rec != nullptr ? rec->dict.get_item("DecodeParms") : nullptr);
+  const CPDFArray* list = parms.as_array();
+  if (list != nullptr)
+    table_->resolve(last, list->get(filter_count - 1));
+  out.copy_from(list != nullptr ? last.as_dict() : parms.as_dict());
+}
+
 CPDFStream* CPDFImage::open_samples() const {
   std::unique_ptr<CPDFStream> decoder(stream_.as_stream() != nullptr ? table_->make_stream(stream_.as_stream())
                                                                      : nullptr);
