@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "sheaf/base/chars.h"
+#include "sheaf/base/stream.h"
 
 namespace sheaf {
 
@@ -361,16 +362,38 @@ void TokenReader::keep_text(CPDFObj& value, const char* bytes, std::size_t count
     value.free();
 }
 
+// Whether strings must not run on: in a file where many have no end, each would be read up to the
+// end of the file. They then end with the object that they stand in, or with what no string holds.
+bool TokenReader::is_wary() const {
+  const CQVStream* const file = buf_.get_stream();
+  return file != nullptr && file->has_unclosed_strings;
+}
+
+// A string that began at `start` ran on to here without finding an end of its own.
+void TokenReader::note_unclosed(std::uint32_t start) {
+  constexpr long long kFree = 64 * 1024;
+  constexpr long long kTimes = 4;
+  CQVStream* const file = buf_.get_stream();
+  if (file == nullptr)
+    return;
+  const std::uint32_t end = buf_.position();
+  file->unclosed_bytes += end - start;
+  file->has_unclosed_strings = file->unclosed_bytes > kFree + kTimes * end;
+}
+
 void TokenReader::read_literal_string(CPDFObj& value) {
+  const std::uint32_t first = buf_.position();
+  const bool wary = is_wary();
+  std::uint64_t depth = 1;
   take();
   text_.clear();
-  for (std::uint64_t depth = 1; depth > 0 && peek() != -1;) {
+  while (depth > 0 && peek() != -1) {
     const char* const start = here();
     const char* const end = limit();
     const char* at = start;
     for (; at < end; ++at) {
       const auto c = static_cast<unsigned char>(*at);
-      if (!kStringMarks[c])
+      if (!kStringMarks[c] && !(wary && c == '\n'))
         continue;
       if (c == '(')
         ++depth;
@@ -391,13 +414,17 @@ void TokenReader::read_literal_string(CPDFObj& value) {
     take();
     if (mark == '\\' && !read_escape())
       break;
-    if (mark == '\r') {
+    if (mark == '\r' || mark == '\n') {
       // Any line end inside a string reads as a line feed.
       text_.push('\n');
-      if (peek() == '\n')
+      if (mark == '\r' && peek() == '\n')
         take();
+      if (wary && at_keyword("endobj"))
+        break;
     }
   }
+  if (depth > 0)
+    note_unclosed(first);
   keep_text(value, text_.data(), text_.size());
 }
 
@@ -451,6 +478,10 @@ void TokenReader::read_octal(int first) {
 }
 
 void TokenReader::read_hex_string(CPDFObj& value) {
+  constexpr unsigned kMuchJunk = 16;
+  const std::uint32_t first = buf_.position();
+  const bool wary = is_wary();
+  unsigned junk = 0;
   take();
   text_.clear();
   char piece[CPDFBuf::kFill / 2 + 1];
@@ -462,8 +493,12 @@ void TokenReader::read_hex_string(CPDFObj& value) {
     for (; at < end && *at != '>'; ++at) {
       const int digit =
           kHexValues[static_cast<unsigned char>(*at)];  // NOLINT(bugprone-signed-char-misuse,cert-str34-c): -1 is none
-      if (digit < 0)
-        continue;  // white space and junk
+      if (digit < 0) {
+        junk += is_wide_space(*at) ? 0 : 1;
+        if (wary && junk != 0)
+          break;
+        continue;
+      }
       if (high < 0) {
         high = digit;
         continue;
@@ -472,10 +507,14 @@ void TokenReader::read_hex_string(CPDFObj& value) {
       high = -1;
     }
     open = at == end;
-    move_to(open ? at : at + 1);
+    move_to(at);
+    if (!open && *at == '>')
+      take();
     if (texts_)
       text_.append(piece, static_cast<std::size_t>(out - piece));
   }
+  if (junk >= kMuchJunk)
+    note_unclosed(first);
   if (high >= 0)
     text_.push(static_cast<char>(high * 16));
   keep_text(value, text_.data(), text_.size());

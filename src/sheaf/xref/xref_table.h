@@ -203,6 +203,7 @@ public:
   std::uint32_t objstm_hand = 0;                ///< Entry at which the search for objects to release stands.
   std::int64_t decoded_ceiling = 0;  ///< Most bytes that a chain stage or object stream may decode to; 0: as settled.
   std::int64_t picture_ceiling = 0;  ///< Most bytes of pixels that one picture may come to; 0: by its data.
+  std::int32_t export_depth = 0;     ///< Levels that export_annot and its like go down; 0: all there are.
   std::int32_t write_failed = 0;     ///< Set by a save when an output operation came short; cleared by the caller.
   std::int32_t entries_lost = 0;     ///< Not 0: entries are gone for want of memory. Nothing must be saved then.
   std::uint32_t xref_room = 0;       ///< Entries that the block of xref_items really holds; 0: xref_count.

@@ -211,6 +211,8 @@ bool CPDFDoc::walk_pages(bool believing) {
     return false;
 
   VisitedSet visited;
+  VisitedSet leaves;   // kids that are pages,
+  VisitedSet useless;  // and those that are nothing
   FrameStack stack;
   visited.visit(top_ref.num);
   const auto open_node = [&](const CPDFDictionary& dict, std::int32_t parent) {
@@ -243,18 +245,28 @@ bool CPDFDoc::walk_pages(bool believing) {
     }
     const PDF_REF ref = kid->as_ref();
     const std::int32_t parent = frame.node;
-    if (ref.num < 1)
+    // A page may be listed twice, but a node that comes up again is a loop. Neither is read again: its
+    // kids can name a large node as often as they have room for it.
+    if (ref.num < 1 || visited.has(ref.num) || useless.has(ref.num))
       continue;
+    if (leaves.has(ref.num)) {
+      pages_.push({ref, parent});
+      continue;
+    }
     table_.get_entity(obj, ref);
     const CPDFDictionary* dict = obj.as_dict();
-    if (dict == nullptr)
+    if (dict == nullptr) {
+      useless.visit(ref.num);
       continue;
-    // A page may be listed twice, but a node that comes up again is a loop.
+    }
     if (!is_leaf(*dict, kids)) {
       if (visited.visit(ref.num))
         open_node(*dict, parent);
     } else if (looks_like_page(*dict)) {
+      leaves.visit(ref.num);
       pages_.push({ref, parent});
+    } else {
+      useless.visit(ref.num);
     }
   }
   return true;

@@ -57,8 +57,8 @@ struct Limits {
   /// The allowance of `size` bytes of a page: for itself, and for what is drawn on it. False, with
   /// nothing allowed, when such a page is more than the data can justify.
   [[nodiscard]] bool allow_page(std::int64_t size) {
-    constexpr std::int64_t kCopies = 4;       // regions, intermediate ones, the planes of halftones
-    constexpr std::int64_t kMoreLayers = 3;   // regions that overlap, refinements, cells of a halftone
+    constexpr std::int64_t kCopies = 4;        // regions, intermediate ones, the planes of halftones
+    constexpr std::int64_t kMoreLayers = 3;    // regions that overlap, refinements, cells of a halftone
     constexpr std::int64_t kWorkPerSize = 10;  // its pixels, and handling a region of its size
     if (size < 0 || size > page_bytes)
       return false;
