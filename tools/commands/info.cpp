@@ -47,7 +47,7 @@ const char* repaired_text(CPDFDoc& doc) {
 std::int64_t count_objects(const CPDFXRefTable& table) {
   std::int64_t count = 0;
   for (std::uint32_t i = 0; i < table.xref_count; ++i)
-    count += table.xref_items[i].type != 0 ? 1 : 0;
+    count += table.xref_items[i].is_known() ? 1 : 0;
   return count;
 }
 
