@@ -76,7 +76,7 @@ TEST(CcittRows, EveryPairOfShortRowsComesBack) {
 }
 
 TEST(CcittRows, ARowThatChangesAtEveryPixelIsAReference) {
-  const std::string coded("\x26\xA8\x8E\x88\xE8\x25\x11\x70\x01\x00\x01", 11);
+  const std::string coded("\x26\xA8\x8E\x88\xE8\x25\x11\x17\x00\x10\x01", 11);
   EXPECT_EQ(first_wrong_row(coded, -1, {row_of(0xAA, 8), row_of(0x01, 8)}), -1);
   const std::vector<Row> rows = dithered_ramp(1728, 200);
   EXPECT_EQ(first_wrong_row(coded_t6(rows), -1, rows), -1);

@@ -48,9 +48,19 @@ public:
   /// the first 1. Gives the count of zeros; `has_one` tells whether a 1 came behind them.
   [[gnu::always_inline]] inline unsigned zeros(std::uint8_t& context, unsigned most, bool& has_one);
 
+  /// Whether all data are used up: from here on decisions follow from the contexts alone.
+  bool is_over() const { return c_ == 0 && is_at_end(); }
+  /// Whether a context in `state` will then give its more probable value for ever: its share of the
+  /// interval is never the larger one, and shrinks.
+  static bool is_settled(unsigned state) { return kEstimates[state].qe <= kHalf / 2; }
+
 private:
   static constexpr std::uint32_t kHalf = 0x8000;
 
+  bool is_at_end() const {
+    constexpr std::uint8_t kLastStuffed = 0x8F;
+    return next_ == end_ || (after_ff_ && *next_ > kLastStuffed);
+  }
   [[gnu::always_inline]] inline void byte_in();
   [[gnu::always_inline]] inline void renormalise();
 
@@ -66,8 +76,7 @@ private:
 // behind the end of the data. Encoders leave out as many bytes as that makes up for (Annex E, FLUSH),
 // so that nothing tells data that are complete from data that are cut.
 inline void ArithmeticDecoder::byte_in() {
-  constexpr std::uint8_t kLastStuffed = 0x8F;
-  if (next_ == end_ || (after_ff_ && *next_ > kLastStuffed)) {
+  if (is_at_end()) {
     ct_ = 8;
     return;
   }

@@ -17,11 +17,12 @@ struct Limits {
   std::int64_t bytes;       ///< Memory that bitmaps and tables may still take, those of pages included.
   std::int64_t work;        ///< Work that the present segment may still do.
   std::int64_t reserve;     ///< Work beyond that, for what it makes and for the segments that follow.
-  std::int64_t layers;      ///< Work that pages may still add for being drawn more than once.
   std::int64_t spent;       ///< Work done so far.
   std::int64_t ceiling;     ///< Most bytes of pages, set by the caller; 0: as the data justify.
 
-  static constexpr std::int64_t kWorkPerByte = 2048;  ///< Of data: dense pages come to some 20 pixels a byte.
+  /// Of data. Dense pages come to some 20 pixels a byte, sparse ones to a few thousand beside their
+  /// white rows, which cost next to nothing.
+  static constexpr std::int64_t kWorkPerByte = 4096;
   static constexpr std::int64_t kPixelsPerByte = 8;
 
   /// The allowance of `length` bytes of data.
@@ -31,19 +32,16 @@ struct Limits {
     constexpr std::int64_t kMostPages = std::int64_t{1} << 30;
     constexpr std::int64_t kBaseBytes = std::int64_t{16} << 20;
     constexpr std::int64_t kBytesPerByte = 1024;
-    constexpr std::int64_t kBaseWork = std::int64_t{16} << 20;
-    constexpr std::int64_t kBaseLayers = std::int64_t{96} << 20;
+    constexpr std::int64_t kBaseWork = std::int64_t{48} << 20;  // a sheet of A4 at 600 dpi has 35 million pixels
     page_bytes = std::min(kBasePages + length * kBytesPerByte, kMostPages);
     bytes = kBaseBytes + length * kBytesPerByte;
     reserve = kBaseWork + length * kWorkPerByte;
-    layers = kBaseLayers + length * kWorkPerByte;
     work = 0;
     if (ceiling <= 0)
       return;
     page_bytes = std::min(page_bytes, ceiling);
     bytes = std::min(bytes, ceiling);
     reserve = std::min(reserve, ceiling * kPixelsPerByte);
-    layers = std::min(layers, ceiling * kPixelsPerByte);
   }
 
   /// Gives a segment of `length` bytes its share, and what the one before it has left back.
@@ -54,19 +52,16 @@ struct Limits {
     add_share(kBaseShare + length * kWorkPerByte);
   }
 
-  /// The allowance of `size` bytes of a page: for itself, and for what is drawn on it. False, with
+  /// The allowance of `size` bytes of a page: for itself, and for regions of its size. False, with
   /// nothing allowed, when such a page is more than the data can justify.
   [[nodiscard]] bool allow_page(std::int64_t size) {
-    constexpr std::int64_t kCopies = 4;        // regions, intermediate ones, the planes of halftones
-    constexpr std::int64_t kMoreLayers = 3;    // regions that overlap, refinements, cells of a halftone
-    constexpr std::int64_t kWorkPerSize = 10;  // its pixels, and handling a region of its size
+    constexpr std::int64_t kCopies = 4;     // regions, intermediate ones, the planes of halftones
+    constexpr std::int64_t kHandlings = 8;  // making, copying, combining it and regions of its size
     if (size < 0 || size > page_bytes)
       return false;
     page_bytes -= size;
     bytes += (1 + kCopies) * size;
-    const std::int64_t more = std::min(kMoreLayers * kWorkPerSize * size, layers);
-    layers -= more;
-    reserve += kWorkPerSize * size + more;
+    reserve += kHandlings * handling(size);
     return true;
   }
 
@@ -93,7 +88,7 @@ struct Limits {
   }
 
   /// What clearing, copying or combining `size` bytes of a bitmap takes.
-  static constexpr std::int64_t handling(std::int64_t size) { return size / 4 + 1; }
+  static constexpr std::int64_t handling(std::int64_t size) { return size / 16 + 1; }
 
   /// False when `units` of work are more than is left; the segment decodes nothing more then.
   [[nodiscard]] bool spend(std::int64_t units) {

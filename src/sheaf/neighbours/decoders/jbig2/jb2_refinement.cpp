@@ -25,9 +25,6 @@ unsigned ten_pixels(const QVJB2_Bitmap& bitmap, std::int32_t x, std::int32_t y) 
   return bits >> (14 - (x & 7)) & 0x3FF;
 }
 
-// A pixel costs about twice as much here as in a generic region.
-constexpr std::int64_t kPixelWork = 2;
-
 // The windows of the pixel being decoded, three pixels each.
 struct Around {
   unsigned up;
@@ -109,7 +106,7 @@ bool decode_refinement(ArithmeticDecoder& decoder, std::uint8_t* contexts, const
   const Moved moved = {is_moved[0] || is_moved[1], {is_moved[0], is_moved[1]}};
   bool is_typical = false;
   for (std::int32_t y = 0; y < out.height; ++y) {
-    if (!limits.spend(kPixelWork * out.width))
+    if (!limits.spend(out.width))
       return false;
     if (params.typical && decoder.bit(contexts[kTypicalContext[params.pixels_template]]) != 0)
       is_typical = !is_typical;
