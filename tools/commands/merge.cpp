@@ -7,6 +7,7 @@
 #include <memory>
 
 #include "sheaf/document/merge/doc_merge.h"
+#include "support/changes.h"
 #include "support/command_line.h"
 #include "support/page_ranges.h"
 #include "support/safe_output.h"
@@ -20,6 +21,7 @@ struct MergeOptions {
   std::string output;
   std::vector<std::string> inputs;     ///< "FILE" or "FILE:RANGES".
   std::vector<std::string> passwords;  ///< One for each input, in order; the last one for the rest.
+  bool pdfa = false;
 };
 
 struct SplitOptions {
@@ -96,6 +98,8 @@ bool all_pages(int count, std::vector<std::int32_t>& pages) {
 int run_merge(const MergeOptions& options) {
   Assembly assembly;
   int code = kExitClean;
+  if (options.pdfa)
+    assembly.doc.set_frame(PDF_FRAME::kClaim);
   const bool progress = isatty(2) != 0 && options.inputs.size() > 1;
   for (std::size_t i = 0; i < options.inputs.size(); ++i) {
     const Input input = parse_input(options.inputs[i]);
@@ -127,6 +131,8 @@ int run_merge(const MergeOptions& options) {
     std::fprintf(stderr, "\r\033[K");
   if (!assembly.write(options.output))
     return kExitFailed;
+  if (complain_of_metadata(assembly.doc, options.output))
+    code = kExitProblems;
   std::printf("%s: %d pages of %zu documents, %lld bytes\n", options.output.c_str(), assembly.doc.page_count(),
               options.inputs.size(), assembly.size);
   return code;
@@ -174,6 +180,7 @@ const Registration kMerge("merge", "Make", "Pages of several documents in one", 
   command.add_option("IN", options->inputs, "FILE or FILE:RANGES, such as a.pdf:1-5,8,r1,z-1")->required();
   command.add_option("--password", options->passwords, "One for each input, in order; the last one serves the rest")
       ->allow_extra_args(false);
+  add_pdfa(command, options->pdfa);
   return [options] { return run_merge(*options); };
 });
 

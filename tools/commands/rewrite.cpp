@@ -8,6 +8,7 @@
 #include "sheaf/neighbours/security/digests.h"
 #include "sheaf/neighbours/security/encrypter.h"
 #include "sheaf/object/array.h"
+#include "support/changes.h"
 #include "support/command_line.h"
 #include "support/safe_output.h"
 #include "support/tool_support.h"
@@ -27,6 +28,7 @@ struct RewriteOptions {
   std::string owner_password;
   std::string permissions = "all";  ///< Names with commas between them.
   bool clear_metadata = false;
+  bool pdfa = false;
 };
 
 // A line on a terminal that tells how many bytes have been written so far.
@@ -144,19 +146,6 @@ bool make_encryption(CPDFDoc& doc, CPDFXRefTable& target, const RewriteOptions& 
   return true;
 }
 
-// The first half of an identifier stays with a document, the second tells its versions apart (ISO
-// 32000-1, 14.4). Made here, it costs no pass over the new file.
-void set_version_id(CPDFXRefTable& table, CPDFObj& id) {
-  unsigned char fresh[CQVSecMD5::kSize];
-  Freed<CPDFObj> scratch;
-  const PDF_String first = first_id(table, table.id, scratch);
-  if (!secure_random(fresh, sizeof(fresh)))
-    return;
-  set_pair(id, fresh);
-  if (first.data != nullptr && first.len > 0)
-    id.as_array()->items[0].set_string(first.data, first.len);
-}
-
 struct Counts {
   std::int64_t kept = 0;
   std::int64_t dropped = 0;
@@ -186,6 +175,9 @@ int rewrite(const RewriteOptions& options, bool repair) {
   CPDFDoc doc;
   if (!open_document(doc, options.file, options.password))
     return kExitFailed;
+  const bool stays_encrypted = doc.is_encrypted() && !options.decrypt;
+  if (options.pdfa && !ask_for_pdfa(doc, options.output, stays_encrypted || !options.encrypt.empty()))
+    return kExitFailed;
   SafeOutput output;
   if (!output.open(options.output))
     return kExitFailed;
@@ -199,8 +191,6 @@ int rewrite(const RewriteOptions& options, bool repair) {
     std::unique_ptr<CPDFStandardEncrypt> enc;
     if (!make_encryption(doc, target, options, enc))
       return kExitFailed;
-    if (target.id.is_null())
-      set_version_id(doc.table(), target.id);
     doc.save_complete(target, enc.get());
     if (target.write_failed != 0 || target.xref_items == nullptr) {
       complain(options.output, "could not be written to its end; is the disk full? Nothing was changed");
@@ -215,7 +205,8 @@ int rewrite(const RewriteOptions& options, bool repair) {
   std::printf("%s: %lld objects kept, %lld dropped, %lld bytes before, %lld after\n", options.output.c_str(),
               static_cast<long long>(counts.kept), static_cast<long long>(counts.dropped), doc.file_size(),
               output.size());
-  const bool clean = doc.status() == PDF_OPEN::kClean && doc.repairs().empty();
+  const bool metadata_left = complain_of_metadata(doc, options.output);
+  const bool clean = doc.status() == PDF_OPEN::kClean && doc.repairs().empty() && !metadata_left;
   return clean || repair ? kExitClean : kExitProblems;
 }
 
@@ -238,6 +229,7 @@ const Registration kRewrite(
       add_file(command, options->file);
       add_password(command, options->password);
       add_output(command, *options);
+      add_pdfa(command, options->pdfa);
       auto* decrypt = command.add_flag("--decrypt", options->decrypt, "Take the encryption off");
       auto* encrypt = command.add_option("--encrypt", options->encrypt, "Encrypt anew")
                           ->check(CLI::IsMember({"aes256", "aes128", "rc4"}))

@@ -37,7 +37,7 @@ public:
   long long base_offset = 0;
 
   /// For readers of PDF syntax: the bytes that strings without an end have run over so far, and
-  /// whether these are so many that strings of this file are looked at more warily.
+  /// whether these are so many that strings of this file end with their object.
   long long unclosed_bytes = 0;
   bool has_unclosed_strings = false;
 };
@@ -70,7 +70,7 @@ public:
   void Open(void* data, int len);
   long long GetLen() const override;
   long long GetPos() const override;
-  /// Clamps on both sides; a `whence` that is none of the three leaves the position alone.
+  /// Clamps on both sides; any other `whence` leaves the position alone.
   int SetPos(STR_SEEK whence, long long offset) override;
   unsigned int Read(void* dst, unsigned int size) override;
   /// Overwrites the view in place; the count says how much fitted.

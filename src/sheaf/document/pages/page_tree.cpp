@@ -210,11 +210,12 @@ bool CPDFDoc::walk_pages(bool believing) {
   if (tree.as_dict() == nullptr)
     return false;
 
-  VisitedSet visited;
-  VisitedSet leaves;   // kids that are pages,
-  VisitedSet useless;  // and those that are nothing
+  // What a kid is gets looked up once, so that a list of one number over and over costs one reading.
+  VisitedSet nodes;
+  VisitedSet leaves;
+  VisitedSet strays;
   FrameStack stack;
-  visited.visit(top_ref.num);
+  nodes.visit(top_ref.num);
   const auto open_node = [&](const CPDFDictionary& dict, std::int32_t parent) {
     PDF_INHERITED values = parent >= 0 ? nodes_[static_cast<std::size_t>(parent)] : PDF_INHERITED{};
     take_inherited(dict, values);
@@ -245,9 +246,8 @@ bool CPDFDoc::walk_pages(bool believing) {
     }
     const PDF_REF ref = kid->as_ref();
     const std::int32_t parent = frame.node;
-    // A page may be listed twice, but a node that comes up again is a loop. Neither is read again: its
-    // kids can name a large node as often as they have room for it.
-    if (ref.num < 1 || visited.has(ref.num) || useless.has(ref.num))
+    // A page may be listed twice, but a node that comes up again is a loop.
+    if (ref.num < 1 || nodes.has(ref.num) || strays.has(ref.num))
       continue;
     if (leaves.has(ref.num)) {
       pages_.push({ref, parent});
@@ -255,18 +255,14 @@ bool CPDFDoc::walk_pages(bool believing) {
     }
     table_.get_entity(obj, ref);
     const CPDFDictionary* dict = obj.as_dict();
-    if (dict == nullptr) {
-      useless.visit(ref.num);
-      continue;
-    }
-    if (!is_leaf(*dict, kids)) {
-      if (visited.visit(ref.num))
+    if (dict != nullptr && !is_leaf(*dict, kids)) {
+      if (nodes.visit(ref.num))
         open_node(*dict, parent);
-    } else if (looks_like_page(*dict)) {
+    } else if (dict != nullptr && looks_like_page(*dict)) {
       leaves.visit(ref.num);
       pages_.push({ref, parent});
     } else {
-      useless.visit(ref.num);
+      strays.visit(ref.num);
     }
   }
   return true;
