@@ -105,6 +105,9 @@ int run_annots(const AnnotsOptions& options) {
   CPDFDoc doc;
   if (!open_document(doc, options.file, options.password))
     return kExitFailed;
+  // Fields that are nested as deep as there are annotations would all come with each of these.
+  constexpr std::int32_t kMostLevels = 32;
+  doc.table().export_depth = kMostLevels;
   JsonWriter json;
   json.begin_object().key("file").text(options.file).key("pages").begin_array();
   if (!options.json)

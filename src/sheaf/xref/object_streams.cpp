@@ -139,7 +139,7 @@ void load_objects(CPDFStream& decoder, const CPDFStreamRec& rec, std::int64_t ce
                   PDF_OBJSTM& entry) {
   int size = rec.decoded_hint;
   const int most = ceiling > 0 ? static_cast<int>(std::min<std::int64_t>(ceiling, kMostObjStmBytes)) : kMostObjStmBytes;
-  const HeapBlock<std::uint8_t> data(decoder.buffer_load(most, size));
+  const HeapBlock<std::uint8_t> data(decoder.buffer_load(decoder.most_text(most), size));
   entry.decoded = data ? size : 0;
   if (!data || entry.count < 0)
     return;
