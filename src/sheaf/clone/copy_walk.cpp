@@ -76,6 +76,7 @@ public:
   }
 
   std::int32_t first_item(const CPDFArray&) const { return 0; }
+  bool fails_on_null_reference() const { return true; }
 
 private:
   CPDFXRefTable& table_;

@@ -1,3 +1,4 @@
+// Takes a stream's bytes by the length in its record, by "Length", or up to endstream, and decrypts them.
 #include "sheaf/clone/stored_bytes_internal.h"
 
 namespace sheaf {

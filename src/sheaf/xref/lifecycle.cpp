@@ -6,6 +6,7 @@
 #include "sheaf/base/heap.h"
 #include "sheaf/neighbours/fonts/environment.h"
 #include "sheaf/object/parse_buf.h"
+#include "sheaf/xref/object_finder.h"
 #include "sheaf/xref/xref_table.h"
 
 using namespace sheaf;
@@ -127,6 +128,8 @@ void CPDFXRefTable::push_pending(std::int64_t offset) {
   // A file can name more sections than there are slots; the oldest to be read are lost then.
   if (pending_count < kPendingSlots)
     pending_xref[pending_count++] = offset;
+  else
+    sections_lost = 1;
 }
 
 bool CPDFXRefTable::pop_pending() {
@@ -145,6 +148,8 @@ void CPDFXRefTable::drain_pending() {
 
 std::int32_t CPDFXRefTable::alloc_obj_num() {
   drain_pending();
+  if (finder != nullptr && sections_lost != 0)
+    finder->enter_missing();  // a section that cannot be read may name higher numbers than all others
   return static_cast<std::int32_t>(next_obj_num++);
 }
 
@@ -252,6 +257,7 @@ void CPDFXRefTable::XRefFree() {
   pending_count = 0;
   repaired_count = 0;
   entries_lost = 0;
+  sections_lost = 0;
 
   if (env != nullptr) {
     env->unload();

@@ -51,6 +51,10 @@ class CPDFStream;
 class CQVBmp32;
 class CQVFTFont;
 
+namespace sheaf {
+class ObjectFinder;
+}
+
 /// Where an object lives. A fresh entry is {0, 0, -1}.
 ///
 /// type          the object lives                 offset                   gen
@@ -195,8 +199,14 @@ public:
 
   // Fields that the caller may set or ask for.
   std::int64_t decoded_ceiling = 0;  ///< Most bytes that a chain stage or object stream may decode to; 0: fixed limits.
-  std::int32_t write_failed = 0;     ///< Set by a save when an output operation came short; cleared by the caller.
-  std::int32_t entries_lost = 0;     ///< Not 0: entries are gone for want of memory. Nothing must be saved then.
+  std::int64_t picture_ceiling = 0;     ///< Most bytes of pixels that one picture may come to; 0: by its data.
+  std::int32_t export_depth = 0;        ///< Levels that export_annot and its like go down; 0: all there are.
+  /// Borrowed. Asked for objects that are not where their entries say, in place of the search from
+  /// there on, and for those of sections that could not be read. Null: nobody is.
+  sheaf::ObjectFinder* finder = nullptr;
+  std::int32_t sections_lost = 0;       ///< Not 0: a section, or part of one, could not be read.
+  std::int32_t write_failed = 0;        ///< Set by a save when an output operation came short; cleared by the caller.
+  std::int32_t entries_lost = 0;        ///< Not 0: entries are gone for want of memory. Nothing must be saved then.
   std::int32_t keeps_generations = 0;   ///< Not 0: saves print and list objects under their generation, not under 0.
   std::int32_t omits_frame = 0;         ///< Not 0: saves add neither output intent nor metadata.
   std::int32_t claims_pdfa = 0;         ///< Not 0: metadata made by a save identify the document as PDF/A-1b.
@@ -248,6 +258,9 @@ public:
   void read_obj_rect(_QVRECTF& rect, const CPDFObj* obj) { read_obj_rect(this, rect, obj); }
   /// Connects the handler of an encrypted document. 1 if the document can be read.
   int XRefAuthorize(CPDFSecHand* hand);
+  /// The encryption dictionary with all that it refers to in place, its strings as they are stored:
+  /// the form that a handler reads, and that a new file can take over.
+  void get_encryption(CPDFObj& out);
   /// A PDF text string as wide characters: at most `max` elements with the terminating 0.
   void cvt_text_to_ucs(const PDF_String* text, wchar_t* out, int max) const;
 
@@ -460,4 +473,6 @@ public:
   std::uint32_t max_obj_num() const;
   /// `para` filled for `ref`, or null when the document is not encrypted.
   PDF_DEC_PARA* decode_para(PDF_DEC_PARA& para, const PDF_REF& ref) const;
+  /// Notes that the section at `offset` cannot be read. 0, as the result of the reading.
+  int lose_section(std::uint32_t offset);
 };

@@ -13,6 +13,7 @@
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/document/doc.h"
 #include "sheaf/document/names/name_tree.h"
+#include "sheaf/document/open/object_rescue_internal.h"
 #include "sheaf/neighbours/security/encrypter.h"
 #include "sheaf/object/array.h"
 #include "sheaf/object/parse_buf.h"
@@ -106,7 +107,9 @@ bool CPDFDoc::attach(const char* path) {
 // update at their true places, and those in object streams, which an update section cannot list,
 // become objects of the update.
 void CPDFDoc::detach_from_old_sections() {
-  table_.drain_pending();
+  read_all_sections();
+  if (table_.sections_lost != 0 && rescue_ != nullptr)
+    rescue_->enter_missing();  // the next reader will look for nothing behind this section
   Freed<CPDFObj> obj;
   std::uint32_t last = 0;
   for (std::uint32_t num = 1; num < table_.xref_count; ++num) {
@@ -183,13 +186,14 @@ bool CPDFDoc::reach_last_number() {
 }
 
 bool CPDFDoc::has_sound_sections() {
+  read_all_sections();
   if (status_ != PDF_OPEN::kClean)
     return false;
   for (const PDF_DOC_REPAIR& repair : repairs()) {
     if (std::strcmp(repair.code, "startxref") == 0 || std::strcmp(repair.code, "section") == 0)
       return false;
   }
-  return true;
+  return table_.sections_lost == 0;
 }
 
 void CPDFDoc::keep_identifier(CPDFObj& id) {
@@ -218,13 +222,11 @@ bool CPDFDoc::write_section(PDF_SAVE_FORM form, PDF_SIGN_DATA* sign) {
     detach_from_old_sections();
   CPDFStandardEncrypt encrypter;
   CPDFEncrypt* enc = nullptr;
-  if (is_encrypted() && table_.sec_filter[0] != 0) {
+  if (is_encrypted()) {
     Freed<CPDFObj> settings;
-    CPDFSecHand* const hand = table_.sec_hand;
-    table_.sec_hand = nullptr;  // the dictionary's own strings are in clear
-    table_.resolve(settings, &table_.encrypt);
-    table_.sec_hand = hand;
-    if (hand == nullptr || settings.as_dict() == nullptr)
+    table_.get_encryption(settings);
+    // Without the key nothing may go into the file: what is written in clear can never be read as it.
+    if (table_.sec_filter[0] == 0 || table_.sec_hand == nullptr || settings.as_dict() == nullptr)
       return false;
     encrypter.continue_with(handler_, *settings.as_dict());
     enc = &encrypter;
@@ -238,9 +240,9 @@ bool CPDFDoc::write_section(PDF_SAVE_FORM form, PDF_SIGN_DATA* sign) {
   table_.drain_pending();
   const std::uint32_t section_num = table_.next_obj_num;  // the number that a cross-reference stream takes
   const int done = classic ? table_.save_14(enc, sign) : table_.save(enc, sign);
-  if (!watch.all_granted() || table_.entries_lost != 0)
+  if (done == 0 || !watch.all_granted() || table_.entries_lost != 0)
     table_.write_failed = 1;
-  const bool good = done != 0 && table_.write_failed == 0;
+  const bool good = table_.write_failed == 0;
   if (classic || table_.next_obj_num != section_num + 1)
     return good;
   if (good && sign != nullptr)
@@ -293,6 +295,7 @@ bool CPDFDoc::begins_at_its_place(std::uint32_t num) {
 
 void CPDFDoc::save_complete(CPDFXRefTable& target, CPDFEncrypt* enc) {
   const HeapWatch watch;
+  read_all_sections();
   if (!give_trailer_values_numbers())
     table_.entries_lost = 1;
   store_page_tree();
@@ -300,6 +303,8 @@ void CPDFDoc::save_complete(CPDFXRefTable& target, CPDFEncrypt* enc) {
   store_frame();
   store_metadata();
   free_members_of_lost_streams();
+  if (enc != nullptr || is_encrypted())
+    drop_unknown_crypt_filters(enc);
   if (target.id.is_null())
     renew_identifier(target.id);
   table_.save_as(target, enc);

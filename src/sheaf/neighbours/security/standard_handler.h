@@ -52,6 +52,8 @@ private:
 
   bool read_parameters(const PDF_String* id0, const CPDFDictionary& dict);
   bool read_crypt_filters(const CPDFDictionary& dict);
+  bool use_filter(const CPDFDictionary& dict, const char* key, Method& method) const;
+  bool has_filter(const char* name) const;
   bool try_password(const char* utf8);
   void remember_method(int num, Method method);
   void forget_method(int num);

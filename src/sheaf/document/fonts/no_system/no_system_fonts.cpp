@@ -1,5 +1,5 @@
 // A build without fonts finds none.
-#include "sheaf/document/forms/type/system_fonts_internal.h"
+#include "sheaf/document/fonts/system_fonts.h"
 
 namespace sheaf {
 
@@ -7,6 +7,18 @@ SystemFonts::~SystemFonts() = default;
 
 bool SystemFonts::add(const char*) {
   return false;
+}
+bool SystemFonts::add_only(const char*) {
+  return false;
+}
+std::size_t SystemFonts::count() {
+  return 0;
+}
+CPDFFontType0* SystemFonts::made(std::size_t, bool) const {
+  return nullptr;
+}
+const char* SystemFonts::refused(std::size_t) const {
+  return nullptr;
 }
 int SystemFonts::find(const std::uint32_t*, std::size_t, const FontManner&) {
   return -1;

@@ -1,7 +1,8 @@
+// The common fonts of Debian and of other systems, and the Type 0 fonts made of those that are needed.
 #include <cstring>
 #include <new>
 
-#include "sheaf/document/forms/type/system_fonts_internal.h"
+#include "sheaf/document/fonts/system_fonts.h"
 #include "sheaf/neighbours/fonts/environment.h"
 #include "sheaf/neighbours/fonts/programs/font_type0.h"
 #include "sheaf/neighbours/fonts/programs/ft_font.h"
@@ -12,9 +13,10 @@ namespace sheaf {
 namespace {
 
 constexpr int kBold = 1;
+constexpr int kItalic = 2;
 constexpr int kEmbed = 8;
 
-// Asked for one after the other; those that are not there are passed over.
+// Asked one after the other; those that are not installed are skipped.
 struct Common {
   const char* name;
   FontFamily family;
@@ -37,6 +39,10 @@ constexpr Common kCommon[] = {
     {"UnDotum", FontFamily::kSans, true},
     {"Symbola", FontFamily::kSans, true},
 };
+
+// In columns the ideographs come first, whose fonts have vertical forms of all signs.
+constexpr const char* kVerticalCommon[] = {"IPAGothic", "WenQuanYi Zen Hei", "UnDotum", "DejaVu Sans", "Arial",
+                                           "Symbola"};
 
 }  // namespace
 
@@ -66,8 +72,31 @@ void SystemFonts::open() {
       CPDFEnviroment::destroy(fonts);
     }
   }
+  if (options_.vertical) {
+    for (const char* name : kVerticalCommon)
+      append(name, FontFamily::kSans, true);
+    return;
+  }
   for (const Common& font : kCommon)
     append(font.name, font.family, font.any_family);
+}
+
+bool SystemFonts::add_only(const char* name) {
+  is_open_ = true;
+  return append(name, FontFamily::kSans, true);
+}
+
+std::size_t SystemFonts::count() {
+  open();
+  return entries_.size();
+}
+
+CPDFFontType0* SystemFonts::made(std::size_t index, bool bold) const {
+  return entries_[index].fonts[bold];
+}
+
+const char* SystemFonts::refused(std::size_t index) const {
+  return entries_[index].refused ? entries_[index].name : nullptr;
 }
 
 bool SystemFonts::append(const char* name, FontFamily family, bool any_family) {
@@ -93,7 +122,9 @@ bool SystemFonts::has_all(const Entry& entry, const std::uint32_t* characters, s
 
 bool SystemFonts::need(Entry& entry, bool bold) {
   if (entry.fonts[bold] == nullptr && !entry.refused) {
-    CPDFFont* const font = table_.new_font_type0_h(entry.name, (bold ? kBold : 0) | kEmbed);
+    const int style = (bold ? kBold : 0) | (options_.italic ? kItalic : 0) | (options_.embeds ? kEmbed : 0);
+    CPDFFont* const font =
+        options_.vertical ? table_.new_font_type0_v(entry.name, style) : table_.new_font_type0_h(entry.name, style);
     entry.fonts[bold] = static_cast<CPDFFontType0*>(font);
     entry.refused = font == nullptr;
   }
@@ -116,16 +147,16 @@ int SystemFonts::find(const std::uint32_t* characters, std::size_t count, const 
 unsigned SystemFonts::code_of(int font, std::uint32_t character) {
   const auto wide = static_cast<wchar_t>(character);
   unsigned char code[2]{};
-  entries_[static_cast<std::size_t>(font) / 2].fonts[font % 2]->encode(&wide, 1, code);
+  this->font(font)->encode(&wide, 1, code);
   return static_cast<unsigned>(code[0] << 8 | code[1]);
 }
 
 int SystemFonts::width(int font, unsigned code) {
-  return entries_[static_cast<std::size_t>(font) / 2].fonts[font % 2]->glyph_width(code);
+  return this->font(font)->glyph_width(code);
 }
 
 PDF_REF SystemFonts::ref(int font) const {
-  return entries_[static_cast<std::size_t>(font) / 2].fonts[font % 2]->ref();
+  return this->font(font)->ref();
 }
 
 }  // namespace sheaf
