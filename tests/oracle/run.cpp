@@ -519,6 +519,10 @@ private:
       if (model_.warnings.count(kind) == 0)
         return "the other program complains" + kind;
     }
+    for (const auto& [num, object] : found.objects) {
+      if (complete && !object.body && object.value.kind == Kind::kNull && model_.objects.count(num) == 0)
+        return "the new file lists object " + std::to_string(num) + ", which is nowhere";
+    }
     const std::string what = difference(model_, found, complete, dropped);
     return what.empty() ? "" : "the other program finds: " + what;
   }
