@@ -19,9 +19,9 @@ std::string shifted(const std::string& bytes, int first, int by) {
     if (++num < first)
       continue;
     const long long offset = std::max(std::stoll(out.substr(at - 16, 10)) + by, 0LL);
-    char text[16];
+    char text[24];
     std::snprintf(text, sizeof(text), "%010lld", offset);
-    out.replace(at - 16, 10, text);
+    out.replace(at - 16, 10, text, 10);
   }
   return out;
 }

@@ -12,6 +12,7 @@
 #include "support/command_line.h"
 #include "support/document_check.h"
 #include "support/safe_output.h"
+#include "support/signature_notes.h"
 #include "support/tool_support.h"
 
 namespace sheaf::tool {
@@ -187,6 +188,7 @@ int rewrite(RewriteOptions options, bool repair) {
   CPDFDoc doc;
   if (!fix_password(options.password) || !open_document(doc, options.file, options.password))
     return kExitFailed;
+  note_signatures_end(doc, options.file);
   const bool stays_encrypted = doc.is_encrypted() && !options.decrypt;
   if (options.pdfa && !ask_for_pdfa(doc, options.output, stays_encrypted || !options.encrypt.empty()))
     return kExitFailed;

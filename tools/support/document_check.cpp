@@ -99,7 +99,7 @@ private:
     }
     const std::int64_t total = drain(table_, rec, *decoder, [](const unsigned char*, int) { return true; });
     result_.decoded_bytes += total;
-    if (total == 0)
+    if (total == 0 && !is_deflated_nothing(*decoder))
       problem(num, "stream data decode to nothing");
     else if (total < kMostDecoded && ends_early(*decoder))
       problem(num, "stream data end before their end mark; what could be decoded was");
@@ -125,6 +125,11 @@ private:
 
   static bool ends_early(CPDFStream& decoder) {
     return decoder.filter_type == kFilterFlate && !static_cast<CPDFStreamFlate&>(decoder).reached_end();
+  }
+
+  // Nothing, deflated, or not even that: valid data of no bytes.
+  static bool is_deflated_nothing(CPDFStream& decoder) {
+    return decoder.filter_type == kFilterFlate && (decoder.left == 0 || !ends_early(decoder));
   }
 
   // An object stream that only its members' entries know of opens nowhere else.

@@ -70,6 +70,9 @@ bool refuse(const CPDFDoc& doc, const std::string& file) {
     case PDF_OPEN::kEmpty:
       complain(file, "is empty; there is nothing to read");
       break;
+    case PDF_OPEN::kTooLarge:
+      complain(file, "has 4 GiB or more, and offsets are counted in 32 bits here; nothing was read or written");
+      break;
     default:
       complain(file, "no document catalogue with pages could be found, not by scanning either; is it a PDF?");
       break;

@@ -15,6 +15,7 @@
 #include <cstdint>
 
 #include "sheaf/base/grow_array.h"
+#include "sheaf/base/number_map.h"
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/base/stream.h"
 #include "sheaf/base/stream_blocks.h"
@@ -38,6 +39,7 @@ enum class PDF_OPEN : std::int32_t {
   kEmpty,      ///< The file has no bytes.
   kDamaged,    ///< No catalogue with pages could be found.
   kNoMemory,
+  kTooLarge,  ///< 4 GiB or more: offsets have 32 bits.
 };
 
 /// How an update section ends.
@@ -142,9 +144,21 @@ public:
   bool has_pages_as_told() const { return believed_; }
   /// Reads page `index` with what it inherits. False when there is none.
   bool load_page(int index, CPDFPage& page);
+  /// The same without resources that stand directly in a node above: `page.inherited` names the node,
+  /// so that who copies many pages copies those resources once.
+  bool load_page_alone(int index, CPDFPage& page);
+  /// Whether `page` has no resources of its own, but a node above it holds some directly.
+  bool inherits_direct_resources(const CPDFPage& page);
+  /// The resources that stand directly in the node `holder`, as PDF_INHERITED names it. Null for none.
+  void read_direct_resources(CPDFObj& resources, std::int32_t holder);
+  /// Whether a value is absent: no item, a null, or a reference to nothing.
+  bool is_absent(const CPDFObj* item);
+  /// A page that is listed more often than this, all copies of all pages counted, is listed as the
+  /// object that it is: a copy each would take memory out of all proportion to the file.
+  static constexpr std::int32_t kMostPageCopies = 1 << 14;
 
   /// Puts a page object of this document in front of page `index`, or behind the last page. The page
-  /// tree follows with the next save. False when there is no such place.
+  /// tree follows with the next save. False when there is no such place, or when `page` is no page.
   bool insert_page(int index, const PDF_REF& page);
   /// Takes page `index` off the list; its object stays.
   bool remove_page(int index);
@@ -160,7 +174,8 @@ public:
   /// Sets a text of the document information ("Title", "Author" ...) and the date of change; a packet of
   /// metadata follows with the next save. The change waits for a save.
   bool set_info(const char* key, const char* utf8);
-  /// Embeds a file and lists it among the document's embedded files under its base name.
+  /// Embeds a file of less than 2 GiB and lists it among the document's embedded files under its base
+  /// name. False when that fails; `table().file_too_large` is then not 0 if the file's size is why.
   bool attach(const char* path);
 
   /// Whether plain saves go over one another, as they do unless asked otherwise. With kAppend the plain
@@ -233,6 +248,7 @@ private:
     bool is_cut = false;
   };
 
+  bool is_too_large() const;
   bool open_stream();
   void reset_table();
   void begin_at(long long base);
@@ -273,8 +289,12 @@ private:
   bool store_metadata();
 
   void detach_from_old_sections();
-  void read_all_sections();
+  void store_last_object(std::uint32_t num);
+  bool give_trailer_values_numbers();
+  bool reach_last_number();
   void free_members_of_lost_streams();
+  bool comes_along(std::uint32_t num);
+  void read_all_sections();
   void drop_unknown_crypt_filters(const CPDFEncrypt* enc);
   bool begins_at_its_place(std::uint32_t num);
   void add_repair(const char* code, std::int32_t num, std::uint32_t offset, const char* action);
@@ -294,13 +314,15 @@ private:
   int count_by_nodes();
   void take_inherited(const CPDFDictionary& dict, PDF_INHERITED& values);
 
-  bool take_direct_resources(CPDFDictionary& dict);
-  bool find_direct_resources(const CPDFObj* above);
   void forget_resources();
+  std::int32_t add_node(const CPDFDictionary& dict, const PDF_REF& ref, std::int32_t parent);
+  std::int32_t node_above(const CPDFDictionary& page);
 
   // page_edit.cpp
   int edit_pages();
   bool detach_page(int index, bool listed_before);
+  PDF_REF share_direct_resources(std::int32_t holder);
+  void keep_resources_of(std::int32_t top);
 
   // deep_recovery.cpp
   friend class sheaf::DeepRecovery;
@@ -329,8 +351,11 @@ private:
   int quick_count_ = -1;   // by the nodes' counts; -1 unknown or contradictory
   sheaf::GrowArray<PageEntry> pages_;
   sheaf::GrowArray<PDF_INHERITED> nodes_;
+  sheaf::NumberMap node_by_number_;    // index into nodes_ plus one, by object number
+  sheaf::NumberMap node_of_removed_;   // the same, by the number of a page that was taken off the list
+  sheaf::NumberMap shared_resources_;  // the object with a node's direct resources, by the node's number
   sheaf::Freed<CPDFObj> direct_resources_;
-  std::int32_t resources_from_ = 0;  // the parent whose pages get them
+  std::int32_t resources_from_ = 0;  // the node that holds them
   sheaf::GrowArray<PDF_DOC_REPAIR> repairs_;
   std::uint32_t table_repairs_told_ = 0;
 

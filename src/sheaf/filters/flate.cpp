@@ -48,6 +48,8 @@ int CPDFStreamFlate::open(unsigned int predictor_kind, unsigned int columns, uns
   zstream.avail_in = static_cast<uInt>(std::max(left, 0));
   zstream.next_out = out_buf;
   zstream.avail_out = kOutSize;
+  if (predictor_kind != 1 && predictor == nullptr)
+    left = 0;  // rows with the predictor still on are no data
   return result;
 }
 

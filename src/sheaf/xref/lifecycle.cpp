@@ -73,15 +73,24 @@ bool CPDFXRefTable::grow_xref_items(std::uint32_t new_count, bool sets_next) {
   return true;
 }
 
+PDF_NEWOBJ* CPDFXRefTable::slot_of(std::uint32_t num) const {
+  const PDF_XREF& entry = xref_items[num];
+  if (!entry.is_in_memory() || entry.offset >= new_obj_capacity)
+    return nullptr;
+  PDF_NEWOBJ* const slot = new_objs + entry.offset;
+  return slot->num == static_cast<std::int32_t>(num) ? slot : nullptr;
+}
+
 PDF_NEWOBJ* CPDFXRefTable::get_xref2(int num, int gen) {
   const auto index = static_cast<std::uint32_t>(num);
   if (num < 0 || index >= kMostObjNum || (xref_count <= index && !grow_xref_items(rounded_count(index), false)))
     return nullptr;
   ++change_count;
-  if (PDF_NEWOBJ* const slot = slot_of(xref_items[index]))
+  if (PDF_NEWOBJ* const slot = slot_of(index))
     return slot;
   if (keeps_generations != 0 && know_entry(index) && known_generation(index) >= 0)
     gen = known_generation(index);
+  const std::uint32_t place = xref_items[index].is_in_file() ? xref_items[index].offset : 0;
   xref_items[index] = PDF_XREF::in_slot(new_obj_count, gen);
   if (new_obj_count >= new_obj_capacity) {
     const std::uint32_t capacity = new_obj_capacity + kNewObjStep;
@@ -93,6 +102,8 @@ PDF_NEWOBJ* CPDFXRefTable::get_xref2(int num, int gen) {
       new_objs[i] = PDF_NEWOBJ{};
     new_obj_capacity = capacity;
   }
+  new_objs[new_obj_count].num = num;
+  new_objs[new_obj_count].place = place;
   return new_objs + new_obj_count++;
 }
 
@@ -143,7 +154,10 @@ std::int32_t CPDFXRefTable::alloc_obj_num() {
 }
 
 bool CPDFXRefTable::store_object(const PDF_REF& ref, CPDFObj& obj) {
-  PDF_NEWOBJ* slot = get_xref2(ref.num, ref.gen);
+  if (static_cast<std::uint32_t>(ref.num) >= next_obj_num)
+    drain_pending();
+  const bool is_given_out = ref.num > 0 && static_cast<std::uint32_t>(ref.num) < next_obj_num;
+  PDF_NEWOBJ* slot = is_given_out ? get_xref2(ref.num, ref.gen) : nullptr;
   if (slot == nullptr) {
     obj.free();
     return false;

@@ -156,8 +156,8 @@ void fetch(CPDFXRefTable& table, Taker& taker, const PDF_REF& ref) {
   if (entry.is_compressed() && table.know_entry(entry.offset)) {
     const auto container = static_cast<std::int32_t>(entry.offset);
     correct_container(table, container);
-    taker.copy_compressed(table, table.xref_items[container].offset, container, entry.gen);
-  } else if (const PDF_NEWOBJ* const slot = table.slot_of(entry)) {
+    taker.copy_compressed(table, table.objstm_place(entry.offset), container, entry.gen);
+  } else if (const PDF_NEWOBJ* const slot = table.slot_of(num)) {
     taker.copy(slot->obj);
   } else if (entry.is_found()) {
     read_found(table, taker, ref, entry.offset);

@@ -139,7 +139,7 @@ void load_objects(CPDFStream& decoder, const CPDFStreamRec& rec, std::int64_t ce
                   PDF_OBJSTM& entry) {
   int size = rec.decoded_hint;
   const int most = ceiling > 0 ? static_cast<int>(std::min<std::int64_t>(ceiling, kMostObjStmBytes)) : kMostObjStmBytes;
-  const HeapBlock<std::uint8_t> data(decoder.buffer_load(most, size));
+  const HeapBlock<std::uint8_t> data(decoder.buffer_load(decoder.most_text(most), size));
   entry.decoded = data ? size : 0;
   if (!data || entry.count < 0)
     return;
@@ -287,6 +287,11 @@ PDF_OBJSTM* CPDFXRefTable::get_objstm_references(unsigned int offset, int num) {
 bool CPDFXRefTable::serves_as_objstm(std::uint32_t offset) {
   const PDF_OBJSTM* const known = find_known_place(*this, static_cast<std::int32_t>(offset));
   return known != nullptr && (holds_something(*known) || is_released(*known));
+}
+
+std::uint32_t CPDFXRefTable::objstm_place(std::uint32_t num) const {
+  const PDF_NEWOBJ* const slot = slot_of(num);
+  return slot != nullptr ? slot->place : xref_items[num].offset;
 }
 
 void CPDFXRefTable::release_objstms() {

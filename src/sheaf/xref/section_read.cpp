@@ -78,13 +78,16 @@ int CPDFXRefTable::XRefRead(unsigned int offset) {
     return lose_section(offset);
   }
   sections_read.add(offset);
-  // "XRefStm" goes first, so that the stack gives "Prev" back ahead of it. The entries of the
-  // first section win in any case.
-  if (xrefstm >= 0 && !sections_read.has(static_cast<std::uint32_t>(xrefstm)))
-    push_pending(xrefstm);
-  if (prev >= 0 && !sections_read.has(static_cast<std::uint32_t>(prev)))
-    push_pending(prev);
-  else if (prev >= offset)
+  // "XRefStm" goes first, so that the stack gives "Prev" back ahead of it, unless the order of
+  // ISO 32000-1, 7.5.8.4 is asked for: what the stream lists is newer than what "Prev" leads to. The
+  // entries of the first section win in any case.
+  const long long below = reads_hybrid_first != 0 ? prev : xrefstm;
+  const long long above = reads_hybrid_first != 0 ? xrefstm : prev;
+  for (const long long section : {below, above}) {
+    if (section >= 0 && !sections_read.has(static_cast<std::uint32_t>(section)))
+      push_pending(section);
+  }
+  if (prev >= offset && sections_read.has(static_cast<std::uint32_t>(prev)))
     sections_lost = 1;  // a loop stands where the way to older sections should be
   sec_hand = handler;
   return 1;

@@ -227,6 +227,34 @@ TEST(Encrypted, OnlyWhatShouldBeIsEncrypted) {
   }
 }
 
+// A caller may keep a stream and read it after any number of others.
+TEST(Handler, RemembersTheMethodOfEveryStream) {
+  CPDFStandardEncrypt::Settings settings;
+  settings.algorithm = Algorithm::kAES128;
+  CPDFStandardEncrypt enc;
+  ASSERT_TRUE(enc.create(settings, kId));
+  enc.encrypt_dict.set_item_name("StmF", "Identity");
+  CPDFStandardSecHand hand;
+  ASSERT_EQ(open_with(enc, "", hand), Outcome::kOpenedAsUser);
+  Freed<CPDFObj> named;
+  read_value(named, "<</Filter[/Crypt]/DecodeParms[<</Name/StdCF>>]>>");
+  Freed<CPDFObj> bare;
+  read_value(bare, "<<>>");
+  const auto decrypted = [&hand](int num) {
+    unsigned char out[80];
+    int len = 0;
+    const unsigned char coded[48] = {};
+    hand.decrypt_data(num, 0, coded, sizeof(coded), out, &len);
+    return std::string(out, out + len) != std::string(coded, coded + sizeof(coded));
+  };
+  for (int num = 1; num <= 1000; ++num)
+    EXPECT_EQ(hand.prepare_stream(num, 0, named.as_dict()), 0);
+  for (int num = 1; num <= 1000; ++num)
+    EXPECT_TRUE(decrypted(num)) << num;
+  EXPECT_EQ(hand.prepare_stream(7, 0, bare.as_dict()), 1);  // its newer revision names no filter
+  EXPECT_FALSE(decrypted(7));
+}
+
 // "CF" and what is in it may be indirect; an update then is no less encrypted, and a new file takes
 // the whole dictionary over.
 TEST(Encrypted, CryptFiltersMayBeReferences) {

@@ -87,6 +87,9 @@ void CPDFDoc::close() {
   forget_resources();
   pages_.reset();
   nodes_.reset();
+  node_by_number_.reset();
+  node_of_removed_.reset();
+  shared_resources_.reset();
   repairs_.reset();
   walked_ = believed_ = false;
   quick_count_ = -1;
@@ -112,6 +115,9 @@ void CPDFDoc::reset_table() {
   table_.omits_frame = 1;  // the document gives one to those who ask for it
   table_.sec_filter[0] = 0;
   table_.stream = stream_;
+  table_.copies_own_source = 1;
+  table_.frees_lost_members = 1;
+  table_.reads_hybrid_first = 1;
   table_.finder = rescue_;
   if (rescue_ != nullptr)
     rescue_->begin_anew();
@@ -499,6 +505,16 @@ void CPDFDoc::read_version() {
   std::memcpy(version_, name, std::strlen(name) + 1);
 }
 
+// Streams of files tell the low 32 bits of their length; where they stand at their end they tell it whole.
+bool CPDFDoc::is_too_large() const {
+  const long long told = stream_->GetLen();
+  stream_->SetPos(CQVStream::STR_SEEK_END, 0);
+  const long long end = stream_->GetPos();
+  stream_->SetPos(CQVStream::STR_SEEK_SET, 0);
+  constexpr long long kMost = UINT32_MAX;
+  return told < 0 || told > kMost || end < 0 || end > kMost;
+}
+
 void CPDFDoc::begin_at(long long base) {
   if (rescue_ != nullptr && stream_->base_offset != base)
     rescue_->forget_scan();
@@ -506,6 +522,10 @@ void CPDFDoc::begin_at(long long base) {
 }
 
 bool CPDFDoc::open_stream() {
+  if (is_too_large()) {
+    status_ = PDF_OPEN::kTooLarge;
+    return false;
+  }
   table_.lengths.checked = true;
   const HeapWatch watch;
   file_size_ = stream_->GetLen();

@@ -101,6 +101,13 @@ void CPDFStandardEncrypt::continue_with(const CPDFStandardSecHand& hand, const C
   streams_ = hand.stream_method();
   clear_metadata_ = hand.encrypt_metadata == 0;
   encrypt_dict.copy_from(&dict);
+  sign_permissions(encrypt_dict);
+}
+
+void CPDFStandardEncrypt::sign_permissions(CPDFDictionary& dict) {
+  const CPDFObj* const item = dict.get_item("P");
+  if (item != nullptr && item->tag == kTagReal)
+    dict.set_item_int("P", static_cast<int>(static_cast<std::uint32_t>(item->as_real() >> kFixBits)));
 }
 
 int CPDFStandardEncrypt::get_enc_size(int len) {

@@ -292,6 +292,7 @@ int CPDFStandardSecHand::prepare_stream(int num, int /*gen*/, const CPDFDictiona
     remember_method(num, method);
     return 0;
   }
+  forget_method(num);
   const bool metadata = num == metadata_obj || has_type(*dict, "Metadata");
   if (!para_.encrypts_metadata && para_.version >= 4 && metadata)
     return 1;
@@ -301,24 +302,19 @@ int CPDFStandardSecHand::prepare_stream(int num, int /*gen*/, const CPDFDictiona
 }
 
 void CPDFStandardSecHand::remember_method(int num, Method method) {
-  for (NamedStream& stream : named_) {
-    if (stream.num == num) {
-      stream.method = method;
-      return;
-    }
-  }
-  if (named_.size() < kNamedStreams)
-    named_.push({num, method});
-  else
-    named_[next_named_++ % kNamedStreams] = {num, method};
+  const auto index = static_cast<std::size_t>(num);
+  if (num >= 0 && (index < named_.size() || named_.resize(index + index / 2 + 1)))
+    named_[index] = static_cast<std::uint8_t>(static_cast<std::uint8_t>(method) + 1);
+}
+
+void CPDFStandardSecHand::forget_method(int num) {
+  if (static_cast<std::size_t>(num) < named_.size())
+    named_[static_cast<std::size_t>(num)] = 0;
 }
 
 CPDFStandardSecHand::Method CPDFStandardSecHand::method_of(int num) const {
-  for (const NamedStream& stream : named_) {
-    if (stream.num == num)
-      return stream.method;
-  }
-  return streams_;
+  const auto index = static_cast<std::size_t>(num);
+  return index < named_.size() && named_[index] != 0 ? static_cast<Method>(named_[index] - 1) : streams_;
 }
 
 void CPDFStandardSecHand::decrypt(Method method, int num, int gen, const unsigned char* src, int len,
