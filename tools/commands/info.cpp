@@ -126,6 +126,10 @@ public:
     if (json_)
       out_.end_object();
   }
+  void repairs(CPDFDoc& doc) {
+    if (json_)
+      put_repairs(out_, doc);
+  }
   void finish() {
     if (!json_)
       return;
@@ -183,8 +187,9 @@ int run_info(const InfoOptions& options) {
   report.end_group();
   report.text("id", "Identifier", id_text(table, 0));
   report.text("id2", "", id_text(table, 1));
+  report.repairs(doc);
   report.finish();
-  return doc.status() == PDF_OPEN::kClean ? kExitClean : kExitProblems;
+  return doc.status() == PDF_OPEN::kClean && doc.repairs().empty() ? kExitClean : kExitProblems;
 }
 
 const Registration kInfo("info", "Look", "What a document is", [](CLI::App& command) -> Run {

@@ -10,7 +10,9 @@
 #include "sheaf/object/array.h"
 #include "support/changes.h"
 #include "support/command_line.h"
+#include "support/document_check.h"
 #include "support/safe_output.h"
+#include "support/signature_notes.h"
 #include "support/tool_support.h"
 
 namespace sheaf::tool {
@@ -134,10 +136,7 @@ bool make_encryption(CPDFDoc& doc, CPDFXRefTable& target, const RewriteOptions& 
   if (options.decrypt || !doc.is_encrypted() || table.sec_filter[0] == 0)
     return true;
   // Protection is never dropped silently: keys, passwords and the identifier that they hang on stay.
-  CPDFSecHand* const hand = table.sec_hand;
-  table.sec_hand = nullptr;
-  table.resolve(scratch, &table.encrypt);
-  table.sec_hand = hand;
+  table.get_encryption(scratch);
   if (scratch.as_dict() == nullptr)
     return true;
   enc = std::make_unique<CPDFStandardEncrypt>();
@@ -167,14 +166,29 @@ void report_repairs(CPDFDoc& doc) {
     std::printf("healed (%s): object %d, offset %u: %s\n", repair.code, repair.num, repair.offset, repair.action);
 }
 
-int rewrite(const RewriteOptions& options, bool repair) {
+// Reads the new file, and says what it lacks and what cannot be read of it.
+int report_losses(CPDFDoc& doc, const RewriteOptions& options) {
+  CPDFDoc copy;
+  if (!open_document(copy, options.output, options.password))
+    return kExitProblems;
+  std::vector<Problem> lost = find_losses(doc, copy);
+  CheckResult result;
+  check_document(copy, result);
+  lost.insert(lost.end(), result.problems.begin(), result.problems.end());
+  for (const Problem& loss : lost)
+    complain(options.output, "object " + std::to_string(loss.object) + ": " + loss.what);
+  return lost.empty() ? kExitClean : kExitProblems;
+}
+
+int rewrite(RewriteOptions options, bool repair) {
   if (is_same_file(options.file, options.output)) {
     complain(options.output, "is the input itself; choose another name");
     return kExitFailed;
   }
   CPDFDoc doc;
-  if (!open_document(doc, options.file, options.password))
+  if (!fix_password(options.password) || !open_document(doc, options.file, options.password))
     return kExitFailed;
+  note_signatures_end(doc, options.file);
   const bool stays_encrypted = doc.is_encrypted() && !options.decrypt;
   if (options.pdfa && !ask_for_pdfa(doc, options.output, stays_encrypted || !options.encrypt.empty()))
     return kExitFailed;
@@ -206,8 +220,9 @@ int rewrite(const RewriteOptions& options, bool repair) {
               static_cast<long long>(counts.kept), static_cast<long long>(counts.dropped), doc.file_size(),
               output.size());
   const bool metadata_left = complain_of_metadata(doc, options.output);
-  const bool clean = doc.status() == PDF_OPEN::kClean && doc.repairs().empty() && !metadata_left;
-  return clean || repair ? kExitClean : kExitProblems;
+  if (repair)
+    return report_losses(doc, options);
+  return doc.status() == PDF_OPEN::kClean && doc.repairs().empty() && !metadata_left ? kExitClean : kExitProblems;
 }
 
 int run_rewrite(const RewriteOptions& options) {

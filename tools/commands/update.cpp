@@ -4,6 +4,7 @@
 #include "support/changes.h"
 #include "support/command_line.h"
 #include "support/safe_output.h"
+#include "support/signature_notes.h"
 #include "support/tool_support.h"
 
 namespace sheaf::tool {
@@ -57,6 +58,7 @@ int report(CPDFDoc& doc, const std::string& name, long long before) {
 
 // What is to be changed, made ready for the save.
 bool make_changes(CPDFDoc& doc, const UpdateOptions& options, const std::string& name) {
+  note_forbidden_change(doc, options.file);
   return apply_changes(doc, options.changes) && (!options.pdfa || ask_for_pdfa(doc, name, doc.is_encrypted()));
 }
 
