@@ -1,3 +1,4 @@
+// Reads and decodes everything, and compares what is reachable with what could be read.
 #include "support/document_check.h"
 
 #include <cstring>

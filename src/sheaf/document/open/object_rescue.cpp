@@ -1,3 +1,4 @@
+// The scan runs when the first object is missing, and only once.
 #include "sheaf/document/open/object_rescue_internal.h"
 
 #include <algorithm>
