@@ -1,8 +1,20 @@
 // The command line. Each command is in a file of its own in commands/, and registers itself there.
 #include "sheaf/version.h"
 #include "support/command_line.h"
+#include "support/interrupts.h"
+#include "support/messages.h"
+
+namespace {
+
+// What was printed counts only when it arrived.
+int finished(int code) {
+  return sheaf::tool::finish_standard_output() ? code : int{sheaf::tool::kExitFailed};
+}
+
+}  // namespace
 
 int main(int argc, char** argv) {
+  sheaf::tool::prepare_process();
   CLI::App app("sheaf: the objects of a PDF file, read, checked and changed");
   app.require_subcommand(1);
   app.set_version_flag("--version", std::string("sheaf ") + sheaf_version(), "The version, and nothing else");
@@ -11,7 +23,7 @@ int main(int argc, char** argv) {
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
-    return app.exit(error) == 0 ? sheaf::tool::kExitClean : sheaf::tool::kExitFailed;
+    return finished(app.exit(error) == 0 ? sheaf::tool::kExitClean : sheaf::tool::kExitFailed);
   }
-  return code;
+  return finished(code);
 }

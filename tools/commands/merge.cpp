@@ -99,10 +99,6 @@ int run_merge(const MergeOptions& options) {
   const bool progress = isatty(2) != 0 && options.inputs.size() > 1;
   for (std::size_t i = 0; i < options.inputs.size(); ++i) {
     const Input input = parse_input(options.inputs[i]);
-    if (is_same_file(input.file, options.output)) {
-      complain(options.output, "is one of the inputs; choose another name");
-      return kExitFailed;
-    }
     CPDFDoc source;
     if (!open_document(source, input.file, password_for(options, i)))
       return kExitFailed;
@@ -127,8 +123,8 @@ int run_merge(const MergeOptions& options) {
     std::fprintf(stderr, "\r\033[K");
   if (!assembly.write(options.output))
     return kExitFailed;
-  std::printf("%s: %d pages of %zu documents, %lld bytes\n", options.output.c_str(), assembly.doc.page_count(),
-              options.inputs.size(), assembly.size);
+  report(output_name(options.output) + ": " + std::to_string(assembly.doc.page_count()) + " pages of " +
+         std::to_string(options.inputs.size()) + " documents, " + std::to_string(assembly.size) + " bytes");
   return code;
 }
 
@@ -150,10 +146,6 @@ int run_split(const SplitOptions& options) {
     number.insert(0, digits - number.size(), '0');
     if (mark != std::string::npos)
       name.replace(mark, 2, number);
-    if (is_same_file(options.file, name)) {
-      complain(name, "is the input itself; choose another name");
-      return kExitFailed;
-    }
     std::vector<std::int32_t> pages;
     for (int page = part * options.every; page < (part + 1) * options.every && page < source.page_count(); ++page)
       pages.push_back(page);
@@ -164,7 +156,8 @@ int run_split(const SplitOptions& options) {
     if (!assembly.write(name))
       return kExitFailed;
   }
-  std::printf("%s: %d pages in %d parts\n", options.file.c_str(), source.page_count(), parts);
+  report(input_name(options.file) + ": " + std::to_string(source.page_count()) + " pages in " + std::to_string(parts) +
+         " parts");
   return code;
 }
 

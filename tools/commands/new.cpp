@@ -1,9 +1,10 @@
 // sheaf new: a new document of images, a text and attachments.
-#include <cstdio>
+#include <algorithm>
 
 #include "image/image_pages.h"
 #include "support/changes.h"
 #include "support/command_line.h"
+#include "support/inputs.h"
 #include "support/safe_output.h"
 #include "support/tool_support.h"
 #include "text/new_text.h"
@@ -37,8 +38,15 @@ void add_text(CLI::App& command, TextOptions& text) {
   command.add_option("--size", text.size, "Points")->check(CLI::Range(1.0, 400.0))->needs(file);
 }
 
+bool note_inputs(const NewOptions& options) {
+  return (options.text.file.empty() || note_input(options.text.file)) &&
+         std::all_of(options.images.begin(), options.images.end(), note_input);
+}
+
 int run_new(const NewOptions& options) {
   if (!check_changes(options.changes))
+    return kExitFailed;
+  if (!note_inputs(options))
     return kExitFailed;
   SafeOutput output;
   if (!output.open(options.output))
@@ -55,7 +63,7 @@ int run_new(const NewOptions& options) {
   doc.close();
   if (!output.commit())
     return kExitFailed;
-  std::printf("%s: %lld bytes\n", options.output.c_str(), output.size());
+  report(output_name(options.output) + ": " + std::to_string(output.size()) + " bytes");
   return code;
 }
 

@@ -175,14 +175,11 @@ Counts count_objects(const CPDFXRefTable& before, const CPDFXRefTable& after) {
 
 void report_repairs(CPDFDoc& doc) {
   for (const PDF_DOC_REPAIR& repair : doc.repairs())
-    std::printf("healed (%s): object %d, offset %u: %s\n", repair.code, repair.num, repair.offset, repair.action);
+    report(std::string("healed (") + repair.code + "): object " + std::to_string(repair.num) + ", offset " +
+           std::to_string(repair.offset) + ": " + repair.action);
 }
 
 int rewrite(const RewriteOptions& options, bool repair) {
-  if (is_same_file(options.file, options.output)) {
-    complain(options.output, "is the input itself; choose another name");
-    return kExitFailed;
-  }
   CPDFDoc doc;
   if (!open_document(doc, options.file, options.password))
     return kExitFailed;
@@ -212,9 +209,9 @@ int rewrite(const RewriteOptions& options, bool repair) {
     return kExitFailed;
   if (repair)
     report_repairs(doc);
-  std::printf("%s: %lld objects kept, %lld dropped, %lld bytes before, %lld after\n", options.output.c_str(),
-              static_cast<long long>(counts.kept), static_cast<long long>(counts.dropped), doc.file_size(),
-              output.size());
+  report(output_name(options.output) + ": " + std::to_string(counts.kept) + " objects kept, " +
+         std::to_string(counts.dropped) + " dropped, " + std::to_string(doc.file_size()) + " bytes before, " +
+         std::to_string(output.size()) + " after");
   const bool clean = doc.status() == PDF_OPEN::kClean && doc.repairs().empty();
   return clean || repair ? kExitClean : kExitProblems;
 }

@@ -1,8 +1,8 @@
 // sheaf update: changes saved behind the old content.
-#include <cstdio>
-
 #include "support/changes.h"
 #include "support/command_line.h"
+#include "support/in_place.h"
+#include "support/inputs.h"
 #include "support/safe_output.h"
 #include "support/tool_support.h"
 
@@ -16,6 +16,7 @@ struct UpdateOptions {
   PasswordOptions password;
   ChangeOptions changes;
   bool in_place = false;
+  bool no_wait = false;  ///< For another process that changes the file.
   bool classic = false;
   bool stream = false;
   bool seal = false;
@@ -38,28 +39,38 @@ bool save_changes(CPDFDoc& doc, const UpdateOptions& options, const std::string&
   return true;
 }
 
-int report(CPDFDoc& doc, const std::string& name, long long before, long long after) {
-  std::printf("%s: %lld bytes before, %lld after\n", name.c_str(), before, after);
+int result_of(const CPDFDoc& doc) {
   return doc.status() == PDF_OPEN::kClean ? kExitClean : kExitProblems;
+}
+
+void report_sizes(const std::string& name, long long before, long long after) {
+  report(output_name(name) + ": " + std::to_string(before) + " bytes before, " + std::to_string(after) + " after");
 }
 
 // Updates a private copy and gives it the name `target` when it is complete.
 int update_copy(const UpdateOptions& options, const std::string& target) {
+  std::string source;
   SafeOutput output;
-  if (!output.open(target) || !output.copy_of(options.file))
+  if (!input_path(options.file, source) || !output.open(target) || !output.copy_of(source))
     return kExitFailed;
   CPDFDoc doc;
   if (!open_document_for_update(doc, output.path(), options.file, options.password) ||
       !apply_changes(doc, options.changes) || !save_changes(doc, options, target))
     return kExitFailed;
   const long long before = doc.file_size();
-  const int code = report(doc, target, before, doc.table().stream->GetLen());
+  const int code = result_of(doc);
   doc.close();
-  return output.commit() ? code : kExitFailed;
+  if (!output.commit())
+    return kExitFailed;
+  report_sizes(target, before, output.size());
+  return code;
 }
 
 // Appends to the file itself. What is there stays; only the tail behind it is new.
 int update_in_place(const UpdateOptions& options) {
+  InPlace place;
+  if (!place.begin(options.file, !options.no_wait))
+    return kExitFailed;
   CPDFDoc doc;
   if (!open_document_for_update(doc, options.file, options.file, options.password) ||
       !apply_changes(doc, options.changes))
@@ -69,7 +80,14 @@ int update_in_place(const UpdateOptions& options) {
     doc.truncate_to(before);
     return kExitFailed;
   }
-  return report(doc, options.file, before, doc.table().stream->GetLen());
+  const int code = result_of(doc);
+  const long long after = doc.table().stream->GetLen();
+  const long long in_front = doc.table().stream->base_offset;
+  doc.close();
+  if (!place.finish(after + in_front))
+    return kExitFailed;
+  report_sizes(options.file, before, after);
+  return code;
 }
 
 int run_update(const UpdateOptions& options) {
@@ -81,10 +99,6 @@ int run_update(const UpdateOptions& options) {
     complain(options.file, "is changed only when asked for: give -o OUT, or --in-place");
     return kExitFailed;
   }
-  if (is_same_file(options.file, options.output)) {
-    complain(options.output, "is the input itself; choose another name, or --in-place");
-    return kExitFailed;
-  }
   return update_copy(options, options.output);
 }
 
@@ -94,7 +108,9 @@ const Registration kUpdate(
       add_file(command, options->file);
       add_password(command, options->password);
       auto* output = command.add_option("-o,--output", options->output, "Change a copy");
-      command.add_flag("--in-place", options->in_place, "Change the file itself")->excludes(output);
+      auto* in_place = command.add_flag("--in-place", options->in_place, "Change the file itself")->excludes(output);
+      command.add_flag("--no-wait", options->no_wait, "Fail when another process changes the file now")
+          ->needs(in_place);
       auto* classic = command.add_flag("--classic", options->classic, "End in a classic table");
       command.add_flag("--stream", options->stream, "End in a cross-reference stream")->excludes(classic);
       command.add_flag("--seal", options->seal, "Seal the update, as for a signature");

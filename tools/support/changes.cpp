@@ -4,6 +4,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include "support/inputs.h"
 #include "support/tool_support.h"
 
 namespace sheaf::tool {
@@ -45,6 +46,8 @@ bool check_changes(const ChangeOptions& changes) {
       return false;
   }
   for (const std::string& path : changes.attachments) {
+    if (!note_input(path))
+      return false;
     if (!is_regular_file(path)) {
       complain(path, "is no file that could be attached; check the path. Nothing was written");
       return false;

@@ -2,18 +2,16 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <filesystem>
 #include <vector>
 
 #include "sheaf/base/heap.h"
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/filters/ccitt.h"
 #include "sheaf/object/text_utf8.h"
+#include "support/inputs.h"
 
 namespace sheaf::tool {
-
-void complain(const std::string& file, const std::string& message) {
-  std::fprintf(stderr, "sheaf: %s: %s\n", file.c_str(), message.c_str());
-}
 
 namespace {
 
@@ -22,6 +20,8 @@ bool read_password(const PasswordOptions& options, std::string& password) {
   password = options.password;
   if (options.password_file.empty())
     return true;
+  if (!note_input(options.password_file))
+    return false;
   const bool standard_input = options.password_file == "-";
   std::FILE* in = standard_input ? stdin : std::fopen(options.password_file.c_str(), "rb");
   if (in == nullptr) {
@@ -56,6 +56,10 @@ namespace {
 bool refuse(const CPDFDoc& doc, const std::string& file) {
   switch (doc.status()) {
     case PDF_OPEN::kNoFile:
+      if (std::error_code ignored; std::filesystem::is_directory(file, ignored)) {
+        complain(file, "is a directory; name a file in it");
+        break;
+      }
       complain(file, "cannot be opened; check the path and its permissions");
       break;
     case PDF_OPEN::kEmpty:
@@ -82,7 +86,11 @@ bool open_document(CPDFDoc& doc, const std::string& file, const PasswordOptions&
   if (!read_password(options, password))
     return false;
   doc.set_password(password.c_str());
-  return doc.open(file.c_str()) ? accept(doc, file, needs_password) : refuse(doc, file);
+  std::string path;
+  if (!input_path(file, path))
+    return false;
+  const std::string name = input_name(file);
+  return doc.open(path.c_str()) ? accept(doc, name, needs_password) : refuse(doc, name);
 }
 
 bool open_document_for_update(CPDFDoc& doc, const std::string& path, const std::string& shown,

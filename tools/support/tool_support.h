@@ -6,12 +6,10 @@
 
 #include "sheaf/document/doc.h"
 #include "support/exit_codes.h"
+#include "support/messages.h"
 #include "support/password_options.h"
 
 namespace sheaf::tool {
-
-/// A message to standard error: "sheaf: FILE: what; what to do".
-void complain(const std::string& file, const std::string& message);
 
 /// Opens `file` and says so when that fails. False: the command ends with kExitFailed. With
 /// `needs_password` false an encrypted document that waits for its password counts as open.
