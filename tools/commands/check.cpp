@@ -8,7 +8,8 @@
 #include "sheaf/filters/stream_filter.h"
 #include "sheaf/object/array.h"
 #include "support/command_line.h"
-#include "support/json_writer.h"
+#include "support/json_values.h"
+#include "support/progress.h"
 #include "support/tool_support.h"
 
 namespace sheaf::tool {
@@ -41,9 +42,11 @@ public:
 
   void check_objects() {
     table_.drain_pending();
+    Progress progress("objects checked", table_.xref_count);
     // Reading can grow the table, so its size is looked at each turn.
     for (std::uint32_t num = 1; num < table_.xref_count; ++num) {
       const PDF_XREF entry = table_.xref_items[num];
+      progress.show(num);
       if (entry.type != 0)
         check_object(static_cast<std::int32_t>(num), entry);
     }
@@ -141,7 +144,7 @@ private:
 
 void print_json(const std::string& file, CPDFDoc& doc, const Result& result) {
   JsonWriter json;
-  json.begin_object().key("file").text(file).key("status").text(result.status);
+  begin_report(json, file).key("status").text(result.status);
   json.key("pages").number(result.pages).key("objects").number(result.objects);
   json.key("streams").number(result.streams).key("decoded_bytes").number(result.decoded_bytes);
   json.key("problems").begin_array();
@@ -157,13 +160,13 @@ void print_json(const std::string& file, CPDFDoc& doc, const Result& result) {
 }
 
 void print_text(const std::string& file, CPDFDoc& doc, const Result& result) {
-  std::printf("%s: %s, %lld pages, %lld objects, %lld streams, %lld bytes decoded\n", file.c_str(), result.status,
-              static_cast<long long>(result.pages), static_cast<long long>(result.objects),
+  std::printf("%s: %s, %lld pages, %lld objects, %lld streams, %lld bytes decoded\n", shown(input_name(file)).c_str(),
+              result.status, static_cast<long long>(result.pages), static_cast<long long>(result.objects),
               static_cast<long long>(result.streams), static_cast<long long>(result.decoded_bytes));
   for (const PDF_DOC_REPAIR& repair : doc.repairs())
     std::printf("  repaired (%s): object %d, offset %u: %s\n", repair.code, repair.num, repair.offset, repair.action);
   for (const Problem& problem : result.problems)
-    std::printf("  object %d: %s\n", problem.object, problem.what.c_str());
+    std::printf("  object %d: %s\n", problem.object, shown(problem.what).c_str());
 }
 
 int check_file(const std::string& file, const CheckOptions& options) {
@@ -190,7 +193,7 @@ int check_file(const std::string& file, const CheckOptions& options) {
   }
   if (options.json)
     print_json(file, doc, result);
-  else
+  else if (!manner().quiet || code != kExitClean)
     print_text(file, doc, result);
   return code;
 }

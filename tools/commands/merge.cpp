@@ -9,6 +9,7 @@
 #include "sheaf/document/merge/doc_merge.h"
 #include "support/command_line.h"
 #include "support/page_ranges.h"
+#include "support/progress.h"
 #include "support/safe_output.h"
 #include "support/tool_support.h"
 
@@ -96,7 +97,7 @@ bool all_pages(int count, std::vector<std::int32_t>& pages) {
 int run_merge(const MergeOptions& options) {
   Assembly assembly;
   int code = kExitClean;
-  const bool progress = isatty(2) != 0 && options.inputs.size() > 1;
+  Progress progress("documents", static_cast<std::int64_t>(options.inputs.size()));
   for (std::size_t i = 0; i < options.inputs.size(); ++i) {
     const Input input = parse_input(options.inputs[i]);
     CPDFDoc source;
@@ -116,11 +117,8 @@ int run_merge(const MergeOptions& options) {
       complain(input.file, std::to_string(wanted - done) + " pages could not be read and were left out");
     if (done != wanted || source.status() != PDF_OPEN::kClean)
       code = kExitProblems;
-    if (progress)
-      std::fprintf(stderr, "\r%zu of %zu documents", i + 1, options.inputs.size());
+    progress.show(static_cast<std::int64_t>(i) + 1);
   }
-  if (progress)
-    std::fprintf(stderr, "\r\033[K");
   if (!assembly.write(options.output))
     return kExitFailed;
   report(output_name(options.output) + ": " + std::to_string(assembly.doc.page_count()) + " pages of " +

@@ -1,6 +1,4 @@
 // sheaf rewrite and sheaf repair: a complete new file of what the document still uses.
-#include <unistd.h>
-
 #include <cstdio>
 #include <memory>
 
@@ -9,6 +7,8 @@
 #include "sheaf/neighbours/security/encrypter.h"
 #include "sheaf/object/array.h"
 #include "support/command_line.h"
+#include "support/encryption.h"
+#include "support/progress_stream.h"
 #include "support/safe_output.h"
 #include "support/tool_support.h"
 
@@ -22,41 +22,7 @@ struct RewriteOptions {
   PasswordOptions password;
   bool deterministic_id = false;
   bool decrypt = false;
-  std::string encrypt;  ///< "aes256", "aes128", "rc4", or empty: as the source.
-  std::string user_password;
-  std::string owner_password;
-  std::string permissions = "all";  ///< Names with commas between them.
-  bool clear_metadata = false;
-};
-
-// A line on a terminal that tells how many bytes have been written so far.
-class ProgressStream : public CQVStream {
-public:
-  ProgressStream(CQVStream& target, bool shown) : target_(target), shown_(shown) {}
-  ~ProgressStream() override {
-    if (told_ != 0)
-      std::fprintf(stderr, "\r\033[K");
-  }
-  long long GetLen() const override { return target_.GetLen(); }
-  long long GetPos() const override { return target_.GetPos(); }
-  int SetPos(STR_SEEK whence, long long offset) override { return target_.SetPos(whence, offset); }
-  unsigned int Read(void* dst, unsigned int size) override { return target_.Read(dst, size); }
-  unsigned int Write(const void* src, unsigned int size) override {
-    written_ += size;
-    if (shown_ && written_ - told_ >= kStep) {
-      told_ = written_;
-      std::fprintf(stderr, "\rwriting: %lld MiB", written_ / (1024 * 1024));
-    }
-    return target_.Write(src, size);
-  }
-  void Flush() override { target_.Flush(); }
-
-private:
-  static constexpr long long kStep = 8 * 1024 * 1024;
-  CQVStream& target_;
-  bool shown_;
-  long long written_ = 0;
-  long long told_ = 0;
+  EncryptionOptions encryption;  ///< Without an algorithm: as the source.
 };
 
 void set_pair(CPDFObj& id, const unsigned char* digest) {
@@ -84,40 +50,24 @@ PDF_String first_id(CPDFXRefTable& table, const CPDFObj& id, CPDFObj& scratch) {
   return first != nullptr ? first->as_string() : PDF_String{0, nullptr};
 }
 
-std::uint32_t permission_bits(const std::string& names) {
-  struct Row {
-    const char* name;
-    std::uint32_t bits;
-  };
-  const Row rows[] = {{"print", 1u << 2}, {"modify", 1u << 3}, {"copy", 1u << 4},      {"annotate", 1u << 5},
-                      {"fill", 1u << 8},  {"access", 1u << 9}, {"assemble", 1u << 10}, {"print-high", 1u << 11},
-                      {"all", 0xF3Cu},    {"none", 0}};
-  std::uint32_t bits = 0;
-  for (const Row& row : rows) {
-    const std::string wrapped = "," + names + ",";
-    if (wrapped.find("," + std::string(row.name) + ",") != std::string::npos)
-      bits |= row.bits;
-  }
-  return bits;
-}
-
 // The encryption of the new file; null for none. False, with a message, when it cannot be made.
 bool make_encryption(CPDFDoc& doc, CPDFXRefTable& target, const RewriteOptions& options,
                      std::unique_ptr<CPDFStandardEncrypt>& enc) {
   CPDFXRefTable& table = doc.table();
   Freed<CPDFObj> scratch;
-  if (!options.encrypt.empty()) {
+  if (!options.encryption.algorithm.empty()) {
     using Algorithm = CPDFStandardEncrypt::Algorithm;
     CPDFStandardEncrypt::Settings settings;
-    settings.algorithm = options.encrypt == "aes256"   ? Algorithm::kAES256
-                         : options.encrypt == "aes128" ? Algorithm::kAES128
-                                                       : Algorithm::kRC4;
+    const std::string& algorithm = options.encryption.algorithm;
+    settings.algorithm = algorithm == "aes256"   ? Algorithm::kAES256
+                         : algorithm == "aes128" ? Algorithm::kAES128
+                                                 : Algorithm::kRC4;
     if (settings.algorithm == Algorithm::kRC4)
-      complain(options.output, "warning: RC4 is broken; use aes256 unless an old reader needs it");
-    settings.user_password = options.user_password.c_str();
-    settings.owner_password = options.owner_password.c_str();
-    settings.permissions = permission_bits(options.permissions);
-    settings.clear_metadata = options.clear_metadata;
+      warn(output_name(options.output), "RC4 is broken; use aes256 unless an old reader needs it");
+    settings.user_password = options.encryption.user_password.c_str();
+    settings.owner_password = options.encryption.owner_password.c_str();
+    settings.permissions = permission_bits(options.encryption);
+    settings.clear_metadata = options.encryption.clear_metadata;
     if (target.id.is_null()) {
       unsigned char digest[CQVSecMD5::kSize];
       secure_random(digest, sizeof(digest));
@@ -180,6 +130,8 @@ void report_repairs(CPDFDoc& doc) {
 }
 
 int rewrite(const RewriteOptions& options, bool repair) {
+  if (!check_encryption(options.encryption))
+    return kExitFailed;
   CPDFDoc doc;
   if (!open_document(doc, options.file, options.password))
     return kExitFailed;
@@ -188,7 +140,7 @@ int rewrite(const RewriteOptions& options, bool repair) {
     return kExitFailed;
   Counts counts;
   {
-    ProgressStream progress(output.stream(), isatty(2) != 0);
+    ProgressStream progress(output.stream());
     CPDFXRefTable target;
     target.stream = &progress;
     if (options.deterministic_id)
@@ -229,26 +181,17 @@ void add_output(CLI::App& command, RewriteOptions& options) {
   command.add_flag("--deterministic-id", options.deterministic_id, "The same input gives the same bytes");
 }
 
-const Registration kRewrite(
-    "rewrite", "Make", "A complete new file of what is still used", [](CLI::App& command) -> Run {
-      auto options = std::make_shared<RewriteOptions>();
-      add_file(command, options->file);
-      add_password(command, options->password);
-      add_output(command, *options);
-      auto* decrypt = command.add_flag("--decrypt", options->decrypt, "Take the encryption off");
-      auto* encrypt = command.add_option("--encrypt", options->encrypt, "Encrypt anew")
-                          ->check(CLI::IsMember({"aes256", "aes128", "rc4"}))
-                          ->excludes(decrypt);
-      command.add_option("--user-password", options->user_password, "Opens the new file")->needs(encrypt);
-      command.add_option("--owner-password", options->owner_password, "Grants everything")->needs(encrypt);
-      command
-          .add_option(
-              "--permissions", options->permissions,
-              "Names with commas: print, modify, copy, annotate, fill, access, assemble, print-high, all or none")
-          ->needs(encrypt);
-      command.add_flag("--clear-metadata", options->clear_metadata, "Leave metadata readable")->needs(encrypt);
-      return [options] { return run_rewrite(*options); };
-    });
+const Registration kRewrite("rewrite", "Make", "A complete new file of what is still used",
+                            [](CLI::App& command) -> Run {
+                              auto options = std::make_shared<RewriteOptions>();
+                              add_file(command, options->file);
+                              add_password(command, options->password);
+                              add_output(command, *options);
+                              auto* decrypt =
+                                  command.add_flag("--decrypt", options->decrypt, "Take the encryption off");
+                              add_encryption(command, options->encryption)->excludes(decrypt);
+                              return [options] { return run_rewrite(*options); };
+                            });
 
 const Registration kRepair("repair", "Make", "A sound new file of a damaged one", [](CLI::App& command) -> Run {
   auto options = std::make_shared<RewriteOptions>();

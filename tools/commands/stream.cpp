@@ -20,9 +20,17 @@ struct StreamOptions {
   std::string output = "-";
 };
 
+// A terminal would obey what data hold; it gets them in a form that it shows.
+bool put(SafeOutput& output, const void* data, std::size_t size) {
+  if (!output.is_terminal())
+    return output.put(data, size);
+  const std::string text = shown_lines({static_cast<const char*>(data), size});
+  return output.put(text.data(), text.size());
+}
+
 bool put_decoded(CPDFXRefTable& table, const CPDFStreamRec& rec, CPDFStream& decoder, SafeOutput& output) {
   return drain(table, rec, decoder, [&output](const unsigned char* data, int size) {
-           return output.put(data, static_cast<std::size_t>(size));
+           return put(output, data, static_cast<std::size_t>(size));
          }) >= 0;
 }
 
@@ -49,7 +57,7 @@ int run_stream(const StreamOptions& options) {
   SafeOutput output;
   if (!output.open_for_data(options.output))
     return kExitFailed;
-  const bool done = options.raw ? output.put(raw.get(), static_cast<std::size_t>(raw_len))
+  const bool done = options.raw ? put(output, raw.get(), static_cast<std::size_t>(raw_len))
                                 : put_decoded(table, *rec, *decoder, output);
   if (!done) {
     complain(output_name(options.output), "could not be written to its end; is its reader gone, or the disk full?");

@@ -3,6 +3,7 @@
 #include "support/command_line.h"
 #include "support/in_place.h"
 #include "support/inputs.h"
+#include "support/progress.h"
 #include "support/safe_output.h"
 #include "support/tool_support.h"
 
@@ -28,7 +29,9 @@ bool save_changes(CPDFDoc& doc, const UpdateOptions& options, const std::string&
                              : options.stream ? PDF_SAVE_FORM::kStream
                                               : PDF_SAVE_FORM::kAsFile;
   PDF_SIGN_DATA sign;
+  Progress progress("saves", options.saves);
   for (int i = 0; i < options.saves; ++i) {
+    progress.show(i);
     const bool last = i + 1 == options.saves;
     if (!doc.save_update(form, last && options.seal ? &sign : nullptr)) {
       complain(name, "the update could not be written to its end; is the disk full?");

@@ -1,6 +1,6 @@
 #include "support/messages.h"
 
-#include <cstdint>
+#include <algorithm>
 #include <cstdio>
 
 #include "support/utf8_steps.h"
@@ -39,6 +39,18 @@ std::string shown(std::string_view text) {
     else
       out += text.substr(at, step.bytes);
     at += step.bytes;
+  }
+  return out;
+}
+
+std::string shown_lines(std::string_view text) {
+  std::string out;
+  for (std::size_t at = 0; at < text.size();) {
+    const std::size_t end = std::min(text.find_first_of("\n\t", at), text.size());
+    out += shown(text.substr(at, end - at));
+    if (end < text.size())
+      out += text[end];
+    at = end + 1;
   }
   return out;
 }

@@ -21,6 +21,8 @@ Manner& manner();
 /// `text` with control characters, marks that turn the direction of text, and bytes that are no UTF-8 written as
 /// \xHH or \u{H}, so that a terminal shows them instead of obeying.
 std::string shown(std::string_view text);
+/// The same, but lines and tabs stay.
+std::string shown_lines(std::string_view text);
 /// A file's name for a message: "standard input" for "-".
 std::string input_name(const std::string& file);
 std::string output_name(const std::string& file);

@@ -177,6 +177,10 @@ std::string SafeOutput::path() const {
   return name_.empty() ? path_of_handle(stream_.handle()) : name_;
 }
 
+bool SafeOutput::is_terminal() const {
+  return other_ >= 0 && isatty(other_) != 0;
+}
+
 bool SafeOutput::put(const void* data, std::size_t size) {
   if (other_ < 0 || !direct_) {
     const auto count = static_cast<unsigned>(size);

@@ -29,6 +29,8 @@ public:
   CQVStreamOutput& stream() { return stream_; }
   /// Opens the growing file by name.
   std::string path() const;
+  /// Whether what is put goes to a terminal.
+  bool is_terminal() const;
   /// Adds data behind what was put before. False, without a message, on failure.
   bool put(const void* data, std::size_t size);
   /// Brings the bytes to their target. False, with a message, on failure: a regular target is then as it was.
