@@ -40,6 +40,7 @@ set(SHEAF_PUBLIC_HEADERS
   object/sec_hand.h
   object/stream_rec.h
   object/text_utf8.h
+  xref/guards.h
   xref/page_set.h
   xref/xref_table.h
 )

@@ -40,7 +40,7 @@ TEST(Access, AMisplacedObjectIsFoundAndItsEntryCorrectedOnce) {
   EXPECT_EQ(a_little_low.table.repaired_count, 1u);
   EXPECT_EQ(a_little_low.table.xref_items[5].type, 3u);
   EXPECT_EQ(a_little_low.table.xref_items[5].gen, -1);
-  ASSERT_EQ(a_little_low.table.repair_count, 1u);
+  ASSERT_EQ(a_little_low.table.repairs.size(), 1u);
   EXPECT_EQ(a_little_low.table.repairs[0].num, 5);
 
   Opened far_low(misplaced(-30));  // the table is stale: the last copy of the object is the one
@@ -105,7 +105,7 @@ TEST(Access, ReferencesOfCompressedObjectsNeedNoObjects) {
     EXPECT_EQ(found(6), List{7});
     EXPECT_EQ(found(7), (List{4, 4}));
     EXPECT_EQ(t.table.objstm_cache[0].objs != nullptr, objects);
-    EXPECT_EQ(t.table.objstm_held, t.table.objstm_cache[0].weight);
+    EXPECT_EQ(t.table.objstm_budget.held, t.table.objstm_cache[0].weight);
     EXPECT_EQ(t.object(6), "<</A[4 0 R 4 0 R]>>");  // what it leads to
   }
   t.table.xref_items[7].gen = 44;  // beyond "N"
@@ -119,25 +119,25 @@ TEST(Access, ObjectStreamsBeyondTheBudgetAreReleasedAndDecodedAgain) {
   for (int i = 0; i < kStreams; ++i)
     builder.object_stream(10 + i, {{100 + i, "[" + std::to_string(i) + " (" + std::string(1000, 'x') + ")]"}});
   Opened t(builder.xref_stream(99).str());
-  t.table.objstm_budget = 64 * 1024;
+  t.table.objstm_budget.limit = 64 * 1024;
   const auto asked = [&](int i) { return t.object(100 + i).substr(0, 4); };
   for (int i = 0; i < kStreams; ++i) {
     EXPECT_EQ(asked(i), ("[" + std::to_string(i) + "(xx").substr(0, 4));
-    EXPECT_LE(t.table.objstm_held, t.table.objstm_budget);
+    EXPECT_LE(t.table.objstm_budget.held, t.table.objstm_budget.limit);
   }
   EXPECT_EQ(t.table.objstm_count, static_cast<std::uint32_t>(kStreams));
-  EXPECT_EQ(t.table.objstm_reloaded, 0);
+  EXPECT_EQ(t.table.objstm_budget.reloaded, 0);
   EXPECT_EQ(asked(0), "[0(x");
-  EXPECT_GT(t.table.objstm_reloaded, 0);
+  EXPECT_GT(t.table.objstm_budget.reloaded, 0);
   // Read criss-cross for long, the document keeps them all and decodes none any more.
   for (int round = 0; round < 8; ++round) {
     for (int i = 0; i < kStreams; ++i)
       asked(i);
   }
-  const std::int64_t reloaded = t.table.objstm_reloaded;
+  const std::int64_t reloaded = t.table.objstm_budget.reloaded;
   for (int i = 0; i < kStreams; ++i)
     asked(i);
-  EXPECT_EQ(t.table.objstm_reloaded, reloaded);
+  EXPECT_EQ(t.table.objstm_budget.reloaded, reloaded);
   EXPECT_EQ(t.table.objstm_count, static_cast<std::uint32_t>(kStreams));
 }
 
@@ -145,7 +145,7 @@ TEST(Access, LengthsThatLeadInACircleEnd) {
   PdfBuilder builder;
   builder.pages(1).obj(4, "<</Length 5 0 R>>\nstream\nx\nendstream").obj(5, "<</Length 4 0 R>>\nstream\nx\nendstream");
   Opened t(builder.classic().str());
-  t.table.checks_lengths = 1;
+  t.table.lengths.checked = true;
   EXPECT_EQ(t.object(4).substr(0, 9), "<</Length");
 }
 
@@ -155,7 +155,7 @@ TEST(Access, FalseLengthsAreTakenToTheEndOfTheStreamWhenAskedTo) {
     PdfBuilder builder;
     builder.pages(1).obj(4, "<</Length " + std::string(length) + ">>\nstream\n" + body + "\r\nendstream");
     Opened t(builder.obj(5, "99999999").classic().str());
-    t.table.checks_lengths = checks ? 1 : 0;
+    t.table.lengths.checked = checks;
     std::size_t sizes[2] = {};
     for (std::size_t& size : sizes) {
       Freed<CPDFObj> obj;
@@ -166,7 +166,7 @@ TEST(Access, FalseLengthsAreTakenToTheEndOfTheStreamWhenAskedTo) {
       size = static_cast<std::size_t>(len);
     }
     EXPECT_EQ(sizes[0], sizes[1]);
-    EXPECT_EQ(t.table.healed_lengths.size(), t.table.repair_count);
+    EXPECT_EQ(t.table.lengths.size(), t.table.repairs.size());
     return sizes[0];
   };
   EXPECT_EQ(stated("12", false), 12u);

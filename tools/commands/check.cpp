@@ -47,7 +47,7 @@ public:
     for (std::uint32_t num = 1; num < table_.xref_count; ++num) {
       const PDF_XREF entry = table_.xref_items[num];
       progress.show(num);
-      if (entry.type != 0)
+      if (entry.is_known())
         check_object(static_cast<std::int32_t>(num), entry);
     }
   }
@@ -55,13 +55,13 @@ public:
 private:
   void check_object(std::int32_t num, const PDF_XREF& entry) {
     ++result_.objects;
-    if (entry.type == 2) {
+    if (entry.is_compressed()) {
       // Object streams hold no streams, so that it is enough to pass over their objects' syntax.
       table_.get_references(found_, num);
       found_.clear();
       return;
     }
-    const bool has_gen = (entry.type == 1 || entry.type == 4) && entry.gen >= 0;
+    const bool has_gen = entry.is_listed() && entry.gen >= 0;
     table_.get_entity(obj_, {num, has_gen ? entry.gen : 0});
     if (obj_.tag == kTagNoValue)
       problem(num, "is no value");
@@ -97,7 +97,7 @@ private:
   std::int32_t object_stream_size(std::int32_t num, const CPDFStreamRec& rec) {
     const CPDFObj* const type = rec.dict.get_item(CPDFDictionary::sm_tag_type);
     const PDF_XREF entry = table_.xref_items[num];
-    if (type == nullptr || !type->is_name("ObjStm") || (entry.type != 1 && entry.type != 4))
+    if (type == nullptr || !type->is_name("ObjStm") || !entry.is_listed())
       return 0;
     const PDF_OBJSTM* const objstm = table_.get_objstm_references(entry.offset, num);
     return objstm != nullptr ? objstm->decoded : 0;

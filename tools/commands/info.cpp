@@ -48,7 +48,7 @@ const char* opened_text(const CPDFDoc& doc, bool json) {
 std::int64_t count_objects(const CPDFXRefTable& table) {
   std::int64_t count = 0;
   for (std::uint32_t i = 0; i < table.xref_count; ++i)
-    count += table.xref_items[i].type != 0 ? 1 : 0;
+    count += table.xref_items[i].is_known() ? 1 : 0;
   return count;
 }
 

@@ -115,8 +115,8 @@ struct Counts {
 Counts count_objects(const CPDFXRefTable& before, const CPDFXRefTable& after) {
   Counts counts;
   for (std::uint32_t num = 1; num < after.xref_count; ++num) {
-    const bool was = num < before.xref_count && before.xref_items[num].type != 0;
-    const bool is = after.xref_items[num].type != 0;
+    const bool was = num < before.xref_count && before.xref_items[num].is_known();
+    const bool is = after.xref_items[num].is_known();
     counts.kept += is ? 1 : 0;
     counts.dropped += was && !is ? 1 : 0;
   }

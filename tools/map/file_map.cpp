@@ -65,8 +65,7 @@ bool MapMaker::is_current(const FilePart& part) const {
   if (static_cast<std::uint32_t>(part.num) >= table_.xref_count)
     return false;
   const PDF_XREF& entry = table_.xref_items[part.num];
-  const bool in_file = entry.type == 1 || entry.type == 4 || (entry.type == 3 && entry.gen == -1);
-  return in_file && entry.offset <= part.start && part.start - entry.offset <= kOffsetSlack;
+  return entry.is_in_file() && entry.offset <= part.start && part.start - entry.offset <= kOffsetSlack;
 }
 
 void MapMaker::settle_current() {
@@ -87,8 +86,8 @@ void MapMaker::heal_entries() {
   Freed<CPDFObj> obj;
   for (const FilePart& part : map_.scan.parts) {
     const auto num = static_cast<std::uint32_t>(part.num);
-    if (is_object(part) && num < table_.xref_count && table_.xref_items[num].type != 2 && !placed_.has(part.num) &&
-        tried.visit(part.num))
+    if (is_object(part) && num < table_.xref_count && !table_.xref_items[num].is_compressed() &&
+        !placed_.has(part.num) && tried.visit(part.num))
       table_.get_entity(obj, {part.num, 0});
   }
 }
@@ -108,7 +107,7 @@ void MapMaker::look_at_packed() {
   packed_kinds_.assign(table_.xref_count, PartKind::kUnknown);
   Freed<CPDFObj> obj;
   for (std::uint32_t num = 1; num < packed_kinds_.size(); ++num) {
-    if (table_.xref_items[num].type != 2)
+    if (!table_.xref_items[num].is_compressed())
       continue;
     table_.get_stored(obj, {static_cast<std::int32_t>(num), 0});
     packed_kinds_[num] = kinds_.kind_of(obj);
@@ -221,7 +220,7 @@ void MapMaker::add_up() {
     }
   }
   for (std::uint32_t num = 1; num < packed_kinds_.size(); ++num) {
-    if (table_.xref_items[num].type != 2)
+    if (!table_.xref_items[num].is_compressed())
       continue;
     ++map_.kinds[static_cast<std::size_t>(packed_kinds_[num])].packed;
     map_.unused.packed += reached(num) ? 0 : 1;

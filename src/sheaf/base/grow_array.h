@@ -38,6 +38,16 @@ public:
     items_[size_++] = copy;
     return true;
   }
+  /// Puts a value in front of the one at `place`. False when there is no memory.
+  bool insert(std::size_t place, const T& value) {
+    const T copy = value;
+    if (!push(copy))
+      return false;
+    for (std::size_t i = size_ - 1; i > place; --i)
+      items_[i] = items_[i - 1];
+    items_[place] = copy;
+    return true;
+  }
   void pop() { --size_; }
   void clear() { size_ = 0; }
   void reset() {

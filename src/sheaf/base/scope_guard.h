@@ -52,6 +52,7 @@ private:
 template <class T>
 struct Freed : T {
   Freed() : T{} {}
+  Freed(Freed&& other) noexcept : T(static_cast<T&>(other)) { static_cast<T&>(other) = T{}; }
   Freed(const Freed&) = delete;
   Freed& operator=(const Freed&) = delete;
   ~Freed() { this->free(); }

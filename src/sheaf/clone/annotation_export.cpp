@@ -61,8 +61,7 @@ private:
     if (num > 0 && is_on_way(num))
       return;
     ++values_;
-    Freed<CPDFObj> value;
-    table_.resolve(value, &item);
+    Freed<CPDFObj> value = table_.value(&item);
     switch (value.tag) {
       case kTagBool:
       case kTagInt:
@@ -156,8 +155,7 @@ private:
 
 // Rich text that is kept in a stream becomes a string.
 void take_rich_text(CPDFXRefTable& table, CPDFDictionary& dict) {
-  Freed<CPDFObj> text;
-  table.resolve(text, dict.get_item("RC"));
+  const Freed<CPDFObj> text = table.value(&dict, "RC");
   if (text.as_stream() == nullptr)
     return;
   const std::unique_ptr<CPDFStream> decoder(table.make_stream(text.as_stream()));
@@ -169,8 +167,7 @@ void take_rich_text(CPDFXRefTable& table, CPDFDictionary& dict) {
 }  // namespace
 
 int CPDFXRefTable::export_annot(CPDFDictionary& out, const PDF_REF& ref) {
-  Freed<CPDFObj> obj;
-  get_entity(obj, ref);
+  const Freed<CPDFObj> obj = object(ref);
   CPDFDictionary* const dict = obj.as_dict();
   if (dict == nullptr)
     return 0;

@@ -104,8 +104,7 @@ int CPDFXRefTable::clone_dict(CPDFCloneMap& map, CPDFDictionary* dict) {
 int CPDFXRefTable::clone_annot(const PDF_REF& ref) {
   if (ref.num == 0)
     return 0;
-  Freed<CPDFObj> obj;
-  get_entity(obj, ref);
+  Freed<CPDFObj> obj = object(ref);
   if (obj.as_dict() == nullptr)
     return 0;
   // The copy belongs to no page until the caller gives it one.

@@ -41,8 +41,7 @@ void rename_field(CPDFAcroForm& form, CPDFField* field, wchar_t* name) {
 
 void merge_field(CPDFXRefTable& table, CPDFXRefTable* src, CPDFMergeContext* ctx, CPDFAcroForm& form,
                  const PDF_REF& ref) {
-  Freed<CPDFObj> field;
-  src->get_entity(field, ref);
+  const Freed<CPDFObj> field = src->object(ref);
   if (field.as_dict() == nullptr)
     return;
   Freed<CPDFObj> scratch;
@@ -61,10 +60,8 @@ void merge_field(CPDFXRefTable& table, CPDFXRefTable* src, CPDFMergeContext* ctx
 int CPDFXRefTable::clone_acro_form(CPDFXRefTable* src, CPDFMergeContext* ctx) {
   if (src == nullptr || src->root.tag != kTagRef || root.tag != kTagRef)
     return 0;
-  Freed<CPDFObj> source_root;
-  Freed<CPDFObj> own_root;
-  src->resolve(source_root, &src->root);
-  resolve(own_root, &root);
+  const Freed<CPDFObj> source_root = src->catalog();
+  Freed<CPDFObj> own_root = catalog();
   CPDFDictionary* const own = own_root.as_dict();
   if (source_root.as_dict() == nullptr || own == nullptr)
     return 1;
@@ -80,16 +77,11 @@ int CPDFXRefTable::clone_acro_form(CPDFXRefTable* src, CPDFMergeContext* ctx) {
 int CPDFXRefTable::merge_acro_form(CPDFXRefTable* src, CPDFMergeContext* ctx, CPDFAcroForm* form) {
   if (src == nullptr || ctx == nullptr || form == nullptr || src->root.is_null())
     return 0;
-  Freed<CPDFObj> source_root;
-  Freed<CPDFObj> source_form;
-  Freed<CPDFObj> fields;
-  src->resolve(source_root, &src->root);
-  if (source_root.as_dict() == nullptr)
-    return 0;
-  src->resolve(source_form, source_root.as_dict()->get_item(CPDFDictionary::sm_tag_acro_form));
+  const Freed<CPDFObj> source_root = src->catalog();
+  const Freed<CPDFObj> source_form = src->value(source_root.as_dict(), CPDFDictionary::sm_tag_acro_form);
   if (source_form.as_dict() == nullptr)
     return 0;
-  src->resolve(fields, source_form.as_dict()->get_item("Fields"));
+  const Freed<CPDFObj> fields = src->value(source_form.as_dict(), "Fields");
   const CPDFArray* list = fields.as_array();
   for (std::int32_t i = 0; list != nullptr && i < list->count; ++i) {
     const CPDFObj& item = list->items[i];

@@ -12,8 +12,7 @@ namespace {
 
 // The copy of the resources that apply to a page; {0, 0} for none.
 PDF_REF import_resources(CPDFXRefTable& table, CPDFXRefTable* src, CPDFMergeContext* ctx, const CPDFPage& page) {
-  Freed<CPDFObj> resources;
-  src->resolve(resources, page.dict.get_item(CPDFDictionary::sm_tag_res));
+  Freed<CPDFObj> resources = src->value(&page.dict, CPDFDictionary::sm_tag_res);
   // Resources of a wrong type do not fall back on inherited ones.
   if (resources.is_null() && page.inherited != nullptr && page.inherited->resources.num != 0)
     src->get_entity(resources, page.inherited->resources);

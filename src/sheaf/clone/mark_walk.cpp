@@ -50,8 +50,9 @@ private:
 
   void visit(std::int32_t num) {
     // The object stream that holds an object is needed with it.
-    if (table_.xref_items[num].type == 2)
-      enter(static_cast<std::int32_t>(table_.xref_items[num].offset));
+    const PDF_XREF& entry = *table_.entry(num);
+    if (entry.is_compressed())
+      enter(static_cast<std::int32_t>(entry.offset));
     table_.get_references(found_, num);
     enter_found();
   }
@@ -60,9 +61,9 @@ private:
   // together.
   void sort_by_place() {
     const auto place = [this](std::int32_t num) {
-      const PDF_XREF& entry = table_.xref_items[num];
-      return entry.type == 2 && entry.offset < table_.xref_count ? table_.xref_items[entry.offset].offset
-                                                                 : entry.offset;
+      const PDF_XREF& entry = *table_.entry(num);
+      const PDF_XREF* const container = entry.is_compressed() ? table_.entry(entry.offset) : nullptr;
+      return container != nullptr ? container->offset : entry.offset;
     };
     const auto in_front = [place](std::int32_t a, std::int32_t b) { return place(a) < place(b); };
     if (!std::is_sorted(wave_.begin(), wave_.end(), in_front))

@@ -31,8 +31,7 @@ unsigned char* read_counted(CQVStream& file, std::uint32_t offset, int& len) {
 
 // Bytes whose count the record does not tell. No block and true: there are none.
 bool read_uncounted(CPDFXRefTable& table, const CPDFStreamRec& rec, EmptyLength empty, unsigned char*& data, int& len) {
-  Freed<CPDFObj> stated;
-  table.resolve(stated, rec.dict.get_item(CPDFDictionary::sm_tag_length));
+  const Freed<CPDFObj> stated = table.value(&rec.dict, CPDFDictionary::sm_tag_length);
   if (stated.tag == kTagInt) {
     len = stated.as_int();
     if (len < 1 && empty == EmptyLength::kNone) {

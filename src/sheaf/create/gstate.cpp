@@ -28,8 +28,7 @@ QVFIX fix_from_float(float value) {
 // Changes the state `ref` through a fresh copy; whatever is no dictionary stays as it is.
 template <class Set>
 void change_gstate(CPDFXRefTable& table, const PDF_REF& ref, const Set& set) {
-  Freed<CPDFObj> state;
-  table.get_entity(state, ref);
+  Freed<CPDFObj> state = table.object(ref);
   CPDFDictionary* const dict = state.as_dict();
   if (dict == nullptr)
     return;

@@ -88,8 +88,7 @@ bool header_passes(const unsigned char* bytes) {
 }  // namespace
 
 void CPDFXRefTable::pdfa_gen() {
-  Freed<CPDFObj> catalog;
-  resolve(catalog, &root);
+  Freed<CPDFObj> catalog = this->catalog();
   CPDFDictionary* dict = catalog.as_dict();
   // One of the two is enough to leave the document alone. A direct root has no number to be
   // stored under.

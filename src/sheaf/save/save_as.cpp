@@ -92,7 +92,7 @@ private:
       ReferenceList ignored;
       for (std::uint32_t num = 1; num < source_.xref_count && num < target_.xref_count; ++num) {
         const PDF_XREF entry = target_.xref_items[num];
-        if (entry.type != 0 && entry.type != 2)
+        if (entry.is_known() && !entry.is_compressed())
           source_.get_references(ignored, static_cast<std::int32_t>(num));
         ignored.clear();
       }
@@ -113,58 +113,56 @@ private:
   }
 
   void put_object(std::uint32_t num, PDF_XREF& entry) {
-    if (entry.offset == 0 && entry.type != 3) {
-      entry.type = 0;
+    if (entry.offset == 0 && !entry.is_changed()) {
+      entry.type = PDF_XREF::kFree;
       return;
     }
-    const bool rescued = entry.type == 3 && entry.gen == -1 && is_marked(num);
+    const bool rescued = entry.is_found() && is_marked(num);
     if (!rescued)
       highest_gen_ = std::max(highest_gen_, entry.gen);
     if (!is_marked(num)) {
       // An object in an object stream stays with it, whether anything refers to it or not.
-      if (entry.type != 2)
-        entry.type = 0;
+      if (!entry.is_compressed())
+        entry.type = PDF_XREF::kFree;
       return;
     }
-    if (rescued || entry.type == 1 || entry.type == 4)
+    if (entry.is_in_file())
       put_from_file(num, entry);
-    else if (entry.type == 3)
+    else if (entry.is_in_memory())
       put_from_memory(num, entry);
   }
 
   void put_from_file(std::uint32_t num, PDF_XREF& entry) {
     const long long before = out_.GetPos();
     source_.save_obj(&out_, static_cast<int>(base_), static_cast<int>(num), &entry, enc_);
-    entry.type = 1;
-    if (out_.GetPos() == before)
-      entry.type = 0;  // nothing could be printed: a free entry, not one that points at its neighbour
+    // Where nothing could be printed, a free entry and not one that points at its neighbour.
+    entry.type = out_.GetPos() == before ? PDF_XREF::kFree : PDF_XREF::kInFile;
   }
 
   void put_from_memory(std::uint32_t num, PDF_XREF& entry) {
-    const std::uint32_t slot = entry.offset;
-    if (slot >= source_.new_obj_capacity)
+    const PDF_NEWOBJ* const slot = source_.slot_of(entry);
+    if (slot == nullptr)
       return;
-    entry.type = 1;
-    entry.offset = position();
+    entry = PDF_XREF::in_file(position(), entry.gen);
     PDF_ENC_PARA para{static_cast<std::int32_t>(num), entry.gen, 1, enc_};
-    source_.new_objs[slot].obj.write(&out_, &para);
+    slot->obj.write(&out_, &para);
   }
 
   // The entries, compressed; false when there is no memory.
   bool deflate_entries(EntryDeflater& deflater, unsigned offset_width, unsigned gen_width) {
     const PDF_XREF* const items = target_.xref_items;
     for (std::uint32_t num = 1; num < target_.xref_count;) {
-      if (items[num].type == 0) {
+      if (!items[num].is_known()) {
         ++num;
         continue;
       }
       const std::uint32_t first = num;
-      for (; num < target_.xref_count && items[num].type != 0; ++num) {
-        const std::uint32_t type = items[num].type;
+      for (; num < target_.xref_count && items[num].is_known(); ++num) {
+        const PDF_XREF& entry = items[num];
         deflater.begin_entry();
-        deflater.field(type == 3 || type == 4 ? 1 : type, 1);
-        deflater.field(items[num].offset, offset_width);
-        deflater.field(static_cast<std::uint32_t>(items[num].gen), gen_width);
+        deflater.field(entry.is_changed() || entry.is_listed() ? std::uint32_t{PDF_XREF::kInFile} : entry.type, 1);
+        deflater.field(entry.offset, offset_width);
+        deflater.field(static_cast<std::uint32_t>(entry.gen), gen_width);
       }
       if (!runs_.append(static_cast<std::int32_t>(first), static_cast<std::int32_t>(num - first)))
         return false;
@@ -206,7 +204,7 @@ private:
   unsigned offset_width_for_streams() const {
     std::uint32_t highest = 0;
     for (std::uint32_t num = 1; num < target_.xref_count; ++num) {
-      if (target_.xref_items[num].type == 2)
+      if (target_.xref_items[num].is_compressed())
         highest = std::max(highest, target_.xref_items[num].offset);
     }
     return bytes_for(highest);

@@ -28,10 +28,8 @@ std::uint32_t offset_from(const CQVStream* out, int base) {
 // The length that the dictionary states as an integer, directly or by reference. A real does not
 // count, and neither does a negative number: 0 means that the end has to be searched for.
 std::int32_t stated_length(CPDFXRefTable& table, const CPDFStreamRec& rec) {
-  Freed<CPDFObj> length;
-  table.resolve(length, rec.dict.get_item(CPDFDictionary::sm_tag_length));
-  const std::int32_t value = length.as_int();
-  return value > 0 ? value : 0;
+  const std::int32_t length = table.value(&rec.dict, CPDFDictionary::sm_tag_length).as_int();
+  return length > 0 ? length : 0;
 }
 
 // The bytes of a stream whose length nobody states, found by searching for its end; null when
@@ -87,17 +85,16 @@ unsigned char* decrypted(CPDFSecHand& hand, const PDF_REF& ref, unsigned char* r
 }  // namespace
 
 void CPDFXRefTable::save_obj(CPDFObj& obj, CQVStream* out, int base, int num, PDF_XREF* item, CPDFEncrypt* enc) {
-  if (item->type != 3)
+  if (!item->is_changed())
     return;
-  item->type = 1;
-  item->offset = offset_from(out, base);
+  *item = PDF_XREF::in_file(offset_from(out, base), item->gen);
   PDF_ENC_PARA para{num, item->gen, 1, enc};
   obj.write(out, &para);
 }
 
 void CPDFXRefTable::save_obj(CQVStream* out, int base, int num, PDF_XREF* item, CPDFEncrypt* enc) {
   const bool encrypted = sec_filter[0] != 0 && sec_hand != nullptr;
-  if (!encrypted && item->type == 0)
+  if (!encrypted && !item->is_known())
     return;
   stream->SetPos(CQVStream::STR_SEEK_SET, item->offset);
   CPDFBufBase buf;

@@ -13,8 +13,6 @@ using namespace sheaf;
 namespace {
 
 constexpr std::int32_t kMemStreamStep = 8;
-constexpr std::uint32_t kIndexStep = 1024;
-constexpr std::uint32_t kIndexLimit = 1u << 26;  // numbers beyond this are searched for one by one
 
 CPDFStreamRec& fill_record(CPDFStreamRec& rec, const PDF_REF& ref, CQVStream* source, std::uint32_t offset,
                            unsigned len) {
@@ -48,30 +46,12 @@ CQVStreamMemFix* new_view(unsigned char* data, int len) {
   return view;
 }
 
-// The list is short in most documents, but a caller without a temporary file may make a hundred
-// thousand streams: entries are found by number through an index, not by a walk.
-bool index_reaches(CPDFXRefTable& table, std::uint32_t num) {
-  if (num < table.mem_stream_index_size)
-    return true;
-  if (num >= kIndexLimit)
-    return false;
-  const std::uint32_t doubled = table.mem_stream_index_size * 2;
-  std::uint32_t size = (num / kIndexStep + 1) * kIndexStep;
-  size = size > doubled ? size : doubled;
-  void* grown = QVRealloc(table.mem_stream_index, std::size_t{size} * sizeof(std::int32_t));
-  if (grown == nullptr)
-    return false;
-  table.mem_stream_index = static_cast<std::int32_t*>(grown);
-  std::memset(table.mem_stream_index + table.mem_stream_index_size, 0,
-              std::size_t{size - table.mem_stream_index_size} * sizeof(std::int32_t));
-  table.mem_stream_index_size = size;
-  return true;
-}
-
+// A caller without a temporary file may make a hundred thousand streams, so that entries are found
+// through an index. Only numbers beyond its reach are searched for one by one.
 PDF_MEMSTREAM* find_mem_stream(const CPDFXRefTable& table, std::int32_t num) {
   const auto index = static_cast<std::uint32_t>(num);
-  if (index < table.mem_stream_index_size) {
-    const std::int32_t entry = table.mem_stream_index[index];
+  if (table.mem_stream_index.reaches(index)) {
+    const std::int32_t entry = table.mem_stream_index.get(index);
     return entry > 0 ? table.mem_streams + entry - 1 : nullptr;
   }
   for (std::int32_t i = 0; i < table.mem_stream_count; ++i) {
@@ -84,14 +64,8 @@ PDF_MEMSTREAM* find_mem_stream(const CPDFXRefTable& table, std::int32_t num) {
 PDF_MEMSTREAM* append_mem_stream(CPDFXRefTable& table) {
   if (table.mem_stream_count >= table.mem_stream_capacity) {
     const std::int32_t capacity = table.mem_stream_capacity + kMemStreamStep;
-    if (capacity > table.mem_stream_room) {
-      const std::int32_t room = std::max(capacity, table.mem_stream_room + table.mem_stream_room / 2);
-      void* grown = QVRealloc(table.mem_streams, static_cast<std::size_t>(room) * sizeof(PDF_MEMSTREAM));
-      if (grown == nullptr)
-        return nullptr;
-      table.mem_streams = static_cast<PDF_MEMSTREAM*>(grown);
-      table.mem_stream_room = room;
-    }
+    if (!table.mem_stream_room.reach(table.mem_streams, static_cast<std::uint32_t>(capacity)))
+      return nullptr;
     table.mem_stream_capacity = capacity;
   }
   return table.mem_streams + table.mem_stream_count++;
@@ -100,11 +74,9 @@ PDF_MEMSTREAM* append_mem_stream(CPDFXRefTable& table) {
 // The object that was stored with the block before must not be left with a stream that is gone, should
 // the new one never be stored.
 void point_record_at(CPDFXRefTable& table, std::int32_t num, const CQVStream* old, CQVStream* fresh) {
-  const auto at = static_cast<std::uint32_t>(num);
-  if (num < 0 || at >= table.xref_count || table.xref_items[at].type != 3 || table.xref_items[at].gen == -1 ||
-      table.xref_items[at].offset >= table.new_obj_count)
-    return;
-  CPDFStreamRec* const rec = table.new_objs[table.xref_items[at].offset].obj.as_stream();
+  const PDF_XREF* const entry = table.entry(num);
+  PDF_NEWOBJ* const slot = entry != nullptr ? table.slot_of(*entry) : nullptr;
+  CPDFStreamRec* const rec = slot != nullptr ? slot->obj.as_stream() : nullptr;
   if (rec != nullptr && rec->source == old)
     rec->source = fresh;
 }
@@ -125,7 +97,8 @@ CQVStream* CPDFXRefTable::set_mem_stream(const PDF_REF& ref, unsigned char* data
     entry->stream = view;
     return view;
   }
-  const bool indexed = index_reaches(*this, static_cast<std::uint32_t>(ref.num));
+  const auto num = static_cast<std::uint32_t>(ref.num);
+  const bool indexed = mem_stream_index.extend_to(num);
   PDF_MEMSTREAM* entry = append_mem_stream(*this);
   if (entry == nullptr) {
     delete view;
@@ -134,7 +107,7 @@ CQVStream* CPDFXRefTable::set_mem_stream(const PDF_REF& ref, unsigned char* data
   }
   *entry = {ref, view, data};
   if (indexed)
-    mem_stream_index[ref.num] = mem_stream_count;
+    mem_stream_index.set(num, mem_stream_count);
   return view;
 }
 

@@ -39,9 +39,9 @@ void UpdateSection::confirm_positions() {
   // get_entity may grow the table and correct entries on the way, so both are read anew each turn.
   for (std::uint32_t num = 1; num < table_.xref_count; ++num) {
     const PDF_XREF entry = table_.xref_items[num];
-    if (entry.type == 0 || entry.type == 2)
+    if (!entry.is_known() || entry.is_compressed())
       continue;
-    table_.get_entity(scratch, {static_cast<std::int32_t>(num), entry.gen == -1 ? 0 : entry.gen});
+    table_.get_entity(scratch, {static_cast<std::int32_t>(num), entry.gen == PDF_XREF::kNoGen ? 0 : entry.gen});
   }
   table_.repaired_count = 0;
 }
@@ -63,10 +63,10 @@ bool UpdateSection::scan() {
   const std::uint32_t count = table_.xref_count;
   std::uint32_t at = 0;
   while (at < count) {
-    if (items[at].type == 4)
+    if (items[at].type == PDF_XREF::kInFileLate)
       separate_from_digit(items[at]);
     std::uint32_t behind = at + 1;
-    while (behind < count && items[behind].type == 3)
+    while (behind < count && items[behind].is_changed())
       ++behind;
     const std::uint32_t length = behind - at - 1;
     if (length != 0 && !runs.append(static_cast<std::int32_t>(at + 1), static_cast<std::int32_t>(length)))
@@ -163,7 +163,7 @@ void UpdateSection::finish(std::uint32_t start) {
 
 void UpdateSection::commit(std::uint32_t start) {
   for (const Place& place : sealed_)
-    table_.xref_items[place.num] = {1, place.pos, 0};
+    table_.xref_items[place.num] = PDF_XREF::in_file(place.pos, 0);
   for (std::uint32_t slot = 0; slot < table_.new_obj_count; ++slot)
     table_.new_objs[slot].obj.free();
   table_.new_obj_count = 0;

@@ -13,8 +13,7 @@ int CPDFXRefTable::XRefAuthorize(CPDFSecHand* hand) {
   sec_filter[0] = 0;
   if (encrypt.is_null())
     return 1;
-  Freed<CPDFObj> settings;
-  resolve(settings, &encrypt);
+  const Freed<CPDFObj> settings = value(&encrypt);
   const CPDFDictionary* dict = settings.as_dict();
   const CPDFObj* filter = dict != nullptr ? dict->get_item(CPDFDictionary::sm_tag_filter) : nullptr;
   if (filter == nullptr)
@@ -24,8 +23,7 @@ int CPDFXRefTable::XRefAuthorize(CPDFSecHand* hand) {
   std::memcpy(sec_filter, name != nullptr ? name : "", len);
   sec_filter[len] = 0;
 
-  Freed<CPDFObj> ids;
-  resolve(ids, &id);
+  const Freed<CPDFObj> ids = value(&id);
   sec_hand = hand;
   if (hand == nullptr)
     return 0;
@@ -37,8 +35,7 @@ int CPDFXRefTable::XRefAuthorize(CPDFSecHand* hand) {
     return 0;
   if (hand->encrypt_metadata != 0)
     return 1;
-  Freed<CPDFObj> catalog;
-  resolve(catalog, &root);
+  const Freed<CPDFObj> catalog = this->catalog();
   const CPDFDictionary* catalog_dict = catalog.as_dict();
   const CPDFObj* metadata = catalog_dict != nullptr ? catalog_dict->get_item("Metadata") : nullptr;
   if (metadata != nullptr && metadata->tag == kTagRef)

@@ -81,7 +81,7 @@ int take_plain_lines(CPDFBuf& buf, PDF_XREF* items, int count, std::uint32_t typ
         std::memcmp(at + 10, kPlainRest, 8) != 0 || !is_wide_space(at[18]) || !is_wide_space(at[19]) ||
         !is_digit(at[kLineSize]))
       break;
-    if (items[done].type == 0)
+    if (!items[done].is_known())
       items[done] = {type, digits_value(at, 2) * 100000000u + low, 0};
   }
   buf.buf_pos = static_cast<std::uint32_t>(at - buf.buf_data);
@@ -93,7 +93,7 @@ int take_plain_lines(CPDFBuf& buf, PDF_XREF* items, int count, std::uint32_t typ
 void CPDFBuf::buf_read_xref_items(PDF_XREF* items, int first, int count, int late) {
   if (count < 1)
     return;
-  const std::uint32_t type = late != 0 ? 4 : 1;
+  const std::uint32_t type = late != 0 ? PDF_XREF::kInFileLate : PDF_XREF::kInFile;
   for (int i = 0; i < count;) {
     if (buf_len == 0)
       return;
@@ -110,7 +110,7 @@ void CPDFBuf::buf_read_xref_items(PDF_XREF* items, int first, int count, int lat
     // passed over, and the entries behind it land where they belong.
     const bool misplaced_head = first == 1 && i == 0 && line.gen == kFreeHeadGen && is_free;
     PDF_XREF& entry = items[first + i];
-    if (!is_free && entry.type == 0)
+    if (!is_free && !entry.is_known())
       entry = {type, line.offset, line.gen};
     ++buf_pos;
     const bool more = buf_skip_ws(true);
@@ -177,8 +177,7 @@ int CPDFXRefTable::XRefRead(CPDFBuf* buf, long long& prev, long long& xrefstm) {
   const CPDFDictionary* dict = trailer.as_dict();
   if (dict == nullptr)
     return 0;
-  Freed<CPDFObj> size;
-  resolve(size, dict->get_item("Size"));
+  const Freed<CPDFObj> size = value(dict, "Size");
   if (end > 1 && static_cast<std::int64_t>(size.to_int()) + 1 < static_cast<std::int64_t>(end))
     return 0;
   XRefLoadObjs(dict);

@@ -93,29 +93,25 @@ bool read_object_numbers(CPDFXRefTable& table, BitReader& bits, const HintHeader
   return reach > table.max_obj_num() || table.grow_xref_items(reach, true);
 }
 
-PDF_XREF* entry_of(CPDFXRefTable& table, std::uint32_t num) {
-  return num < table.xref_count ? table.xref_items + num : nullptr;
-}
-
 // Table two: the places of the page objects. An entry that is known already stays, and serves as
 // the base of the next. False when the first page's own place is not known.
 bool infer_offsets(CPDFXRefTable& table, BitReader& bits, const HintHeader& header, const PDF_PAGE_SET& set) {
   bits.to_next_byte();
-  const PDF_XREF* first = entry_of(table, set.pages[0].obj);
-  PDF_XREF* second = entry_of(table, 1);
-  if (first == nullptr || first->type == 0 || second == nullptr)
+  const PDF_XREF* first = table.entry(set.pages[0].obj);
+  PDF_XREF* second = table.entry(1);
+  if (first == nullptr || !first->is_known() || second == nullptr)
     return false;
   std::uint32_t base = first->offset + header.least_len + bits.field(header.len_bits);
-  *second = {1, base, 0};
+  *second = PDF_XREF::in_file(base, 0);
   for (std::int32_t i = 2; i < set.count; ++i) {
     const std::uint32_t inferred = base + header.least_len + bits.field(header.len_bits);
-    PDF_XREF* entry = entry_of(table, set.pages[i].obj);
+    PDF_XREF* entry = table.entry(set.pages[i].obj);
     if (entry == nullptr) {
       base = inferred;
       continue;
     }
-    if (entry->type == 0)
-      *entry = {1, inferred, 0};
+    if (!entry->is_known())
+      *entry = PDF_XREF::in_file(inferred, 0);
     base = entry->offset;
   }
   return true;
@@ -180,7 +176,7 @@ PageResult read_page(CPDFXRefTable& table, std::uint32_t offset, PDF_PAGE_ITEM& 
 bool read_page_sizes(CPDFXRefTable& table, PDF_PAGE_SET& set) {
   for (std::int32_t i = 0; i < set.count; ++i) {
     PDF_PAGE_ITEM& page = set.pages[i];
-    const PDF_XREF* entry = entry_of(table, page.obj);
+    const PDF_XREF* entry = table.entry(page.obj);
     const PageResult result = entry != nullptr ? read_page(table, entry->offset, page) : PageResult::kNoPage;
     if (result == PageResult::kUnreadable)
       return false;
@@ -188,7 +184,7 @@ bool read_page_sizes(CPDFXRefTable& table, PDF_PAGE_SET& set) {
       continue;
     page.width = page.height = 0;
     // Reading may have grown the table, so the entry is looked up anew.
-    if (PDF_XREF* wrong = entry_of(table, page.obj))
+    if (PDF_XREF* wrong = table.entry(page.obj))
       wrong->type = wrong->offset = 0;
   }
   return true;

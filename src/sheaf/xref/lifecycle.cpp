@@ -12,8 +12,6 @@ using namespace sheaf;
 namespace {
 
 constexpr std::uint32_t kNewObjStep = 32;
-constexpr std::uint32_t kMostRepairs = 1024;  // reports need no more
-constexpr std::uint32_t kRepairStep = 32;
 
 // Entries cost memory before any object is read, so a number that a file of this length cannot
 // justify is refused. Objects in the file take several bytes each and those in object streams can
@@ -28,21 +26,6 @@ constexpr std::uint32_t kMostObjNum = 0x7FFFFF00;
 std::uint32_t room_for(std::uint32_t count, std::uint32_t present) {
   const bool by_a_little = count - present < present / 8;
   return by_a_little ? present + present / 4 : count;
-}
-
-// The capacity goes up by fixed steps; behind it the block grows by half, so that a document with a
-// hundred thousand new objects does not move them every 32.
-bool make_slots(CPDFXRefTable& table, std::uint32_t capacity) {
-  if (capacity <= table.new_obj_room)
-    return true;
-  const std::uint32_t half_more = table.new_obj_room + table.new_obj_room / 2;
-  const std::uint32_t room = capacity > half_more ? capacity : half_more;
-  void* grown = QVRealloc(table.new_objs, std::size_t{room} * sizeof(PDF_NEWOBJ));
-  if (grown == nullptr)
-    return false;
-  table.new_objs = static_cast<PDF_NEWOBJ*>(grown);
-  table.new_obj_room = room;
-  return true;
 }
 
 template <class T, class Count>
@@ -71,22 +54,17 @@ std::uint32_t CPDFXRefTable::max_obj_num() const {
 bool CPDFXRefTable::grow_xref_items(std::uint32_t new_count, bool sets_next) {
   if (new_count <= xref_count)
     return true;
-  if (new_count > xref_room) {
-    const std::uint32_t room = room_for(new_count, xref_count);
-    void* grown = QVRealloc(xref_items, std::size_t{room} * sizeof(PDF_XREF));
-    if (grown == nullptr) {
-      QVFree(xref_items);
-      xref_items = nullptr;
-      xref_count = xref_room = 0;
-      entries_lost = 1;
-      return false;
-    }
-    xref_items = static_cast<PDF_XREF*>(grown);
-    xref_room = room;
+  if (new_count > entry_room.held() && !entry_room.grow(xref_items, room_for(new_count, xref_count))) {
+    QVFree(xref_items);
+    xref_items = nullptr;
+    xref_count = 0;
+    entry_room.reset();
+    entries_lost = 1;
+    return false;
   }
   heap_expects_writes(xref_items + xref_count, std::size_t{new_count - xref_count} * sizeof(PDF_XREF));
   for (std::uint32_t i = xref_count; i < new_count; ++i)
-    xref_items[i] = {0, 0, -1};
+    xref_items[i] = PDF_XREF::none();
   xref_count = new_count;
   if (sets_next)
     next_obj_num = new_count;
@@ -97,13 +75,12 @@ PDF_NEWOBJ* CPDFXRefTable::get_xref2(int num, int gen) {
   const auto index = static_cast<std::uint32_t>(num);
   if (num < 0 || index >= kMostObjNum || (xref_count <= index && !grow_xref_items(rounded_count(index), false)))
     return nullptr;
-  PDF_XREF& entry = xref_items[index];
-  if (entry.type == 3 && entry.gen != -1 && entry.offset < new_obj_capacity)
-    return new_objs + entry.offset;
-  entry = {3, new_obj_count, gen};
+  if (PDF_NEWOBJ* const slot = slot_of(xref_items[index]))
+    return slot;
+  xref_items[index] = PDF_XREF::in_slot(new_obj_count, gen);
   if (new_obj_count >= new_obj_capacity) {
     const std::uint32_t capacity = new_obj_capacity + kNewObjStep;
-    if (!make_slots(*this, capacity)) {
+    if (!slot_room.reach(new_objs, capacity)) {
       entries_lost = 1;  // the object's old place is forgotten already
       return nullptr;
     }
@@ -173,17 +150,13 @@ void CPDFXRefTable::store_stream(const PDF_REF& ref, CPDFStreamRec& rec) {
   rec.dict.clear();
 }
 
-void CPDFXRefTable::note_repair(PDF_REPAIR::Code code, std::int32_t num, std::uint32_t offset) {
-  if (repair_count == kMostRepairs)
-    return;
-  if (repair_count == repair_capacity) {
-    void* grown = QVRealloc(repairs, (repair_capacity + kRepairStep) * sizeof(PDF_REPAIR));
-    if (grown == nullptr)
-      return;
-    repairs = static_cast<PDF_REPAIR*>(grown);
-    repair_capacity += kRepairStep;
-  }
-  repairs[repair_count++] = {code, num, offset};
+bool CPDFXRefTable::note_found(std::uint32_t num, std::uint32_t offset) {
+  if (num >= xref_count && !grow_xref_items(rounded_count(num), false))
+    return false;
+  if (!xref_items[num].is_found())
+    ++repaired_count;
+  xref_items[num] = PDF_XREF::found_at(offset);
+  return true;
 }
 
 void CPDFXRefTable::set_envirment(CPDFEnviroment* environment, const char* tag) {
@@ -203,19 +176,21 @@ void CPDFXRefTable::set_envirment(CPDFEnviroment* environment, const char* tag) 
 void CPDFXRefTable::XRefFree() {
   QVFree(xref_items);
   xref_items = nullptr;
-  xref_count = xref_room = 0;
+  xref_count = 0;
+  entry_room.reset();
 
   for (std::uint32_t i = 0; i < new_obj_count; ++i)
     new_objs[i].obj.free();
   release(new_objs, new_obj_count, new_obj_capacity);
-  new_obj_room = 0;
+  slot_room.reset();
 
   for (std::int32_t i = 0; i < mem_stream_count; ++i) {
     delete mem_streams[i].stream;
     QVFree(mem_streams[i].data);
   }
   release(mem_streams, mem_stream_count, mem_stream_capacity);
-  mem_stream_room = 0;
+  mem_stream_room.reset();
+  mem_stream_index.reset();
 
   if (temp_stream.file != nullptr) {
     std::fclose(temp_stream.file);
@@ -227,8 +202,7 @@ void CPDFXRefTable::XRefFree() {
   temp_stream.path = nullptr;
 
   release_objstms();
-  healed_lengths.reset();
-  length_scans = 0;
+  lengths.reset();
 
   font_cache.clear();
   font_ext_cache.clear();
@@ -252,9 +226,6 @@ void CPDFXRefTable::XRefFree() {
   }
   font_provider = nullptr;
 
-  release(read_sections, read_section_count, read_section_capacity);
-  release(repairs, repair_count, repair_capacity);
-  QVFree(mem_stream_index);
-  mem_stream_index = nullptr;
-  mem_stream_index_size = 0;
+  sections_read.reset();
+  repairs.reset();
 }

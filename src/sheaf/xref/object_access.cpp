@@ -8,7 +8,6 @@
 #include "sheaf/base/heap.h"
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/object/parse_buf.h"
-#include "sheaf/xref/nesting_internal.h"
 #include "sheaf/xref/xref_table.h"
 
 using namespace sheaf;
@@ -17,15 +16,11 @@ namespace {
 
 constexpr std::uint32_t kRewind = 16;        // how far an offset may be too high
 constexpr std::uint32_t kStaleDistance = 8;  // found farther behind: the table is stale
+constexpr int kMostLinks = 32;               // references to references that are followed
 
-void correct_entry(CPDFXRefTable& table, std::uint32_t num, std::uint32_t found) {
-  if (table.xref_count <= num && !table.grow_xref_items(CPDFXRefTable::rounded_count(num), false))
-    return;
-  PDF_XREF& entry = table.xref_items[num];
-  if (entry.type != 3 || entry.gen != -1)
-    ++table.repaired_count;
-  entry = {3, found, -1};
-  table.note_repair(PDF_REPAIR::kEntryCorrected, static_cast<std::int32_t>(num), found);
+void correct_entry(CPDFXRefTable& table, std::int32_t num, std::uint32_t found) {
+  if (table.note_found(static_cast<std::uint32_t>(num), found))
+    table.repairs.note(PDF_REPAIR::kEntryCorrected, num, found);
 }
 
 // What becomes of an object that was found: its value is wanted.
@@ -64,7 +59,7 @@ struct ReferenceTaker {
   }
 };
 
-// The object of an entry of type 1 or 4: at its place or, failing that, behind it.
+// The object at the place that a section names or, failing that, behind it.
 template <class Taker>
 void read_located(CPDFXRefTable& table, Taker& taker, const PDF_REF& ref, std::uint32_t offset) {
   CPDFBufBase buf;
@@ -92,7 +87,7 @@ void read_located(CPDFXRefTable& table, Taker& taker, const PDF_REF& ref, std::u
     }
   }
   if (found != 0 && found != offset && !table.serves_as_objstm(offset))
-    correct_entry(table, static_cast<std::uint32_t>(ref.num), found);
+    correct_entry(table, ref.num, found);
 }
 
 template <class Taker>
@@ -110,14 +105,14 @@ void fetch(CPDFXRefTable& table, Taker& taker, const PDF_REF& ref) {
   if (!table.know_entry(num))
     return;
   const PDF_XREF entry = table.xref_items[num];
-  if (entry.type == 2 && table.know_entry(entry.offset))
+  if (entry.is_compressed() && table.know_entry(entry.offset))
     taker.copy_compressed(table, table.xref_items[entry.offset].offset, static_cast<std::int32_t>(entry.offset),
                           entry.gen);
-  else if (entry.type == 3 && entry.gen != -1 && entry.offset < table.new_obj_capacity)
-    taker.copy(table.new_objs[entry.offset].obj);
-  else if (entry.type == 3 && entry.gen == -1)
+  else if (const PDF_NEWOBJ* const slot = table.slot_of(entry))
+    taker.copy(slot->obj);
+  else if (entry.is_found())
     read_found(table, taker, ref, entry.offset);
-  else if (entry.type == 1 || entry.type == 4)
+  else if (entry.is_listed())
     read_located(table, taker, ref, entry.offset);
 }
 
@@ -128,7 +123,7 @@ bool CPDFXRefTable::know_entry(std::uint32_t num) {
     if (!pop_pending())
       return false;
   }
-  while (xref_count > num && xref_items[num].type == 0) {
+  while (xref_count > num && !xref_items[num].is_known()) {
     if (!pop_pending())
       break;
   }
@@ -154,9 +149,9 @@ void CPDFXRefTable::resolve(CPDFXRefTable* table, CPDFObj& out, const CPDFObj* i
 void CPDFXRefTable::get_stored(CPDFObj& out, const PDF_REF& wanted) {
   const PDF_REF ref = wanted;  // `wanted` may lie in what is released
   out.free();
-  if (entity_depth >= kMostNestedCalls)
+  if (entity_calls.is_full())
     return;
-  const DepthGuard depth(entity_depth);
+  const Nesting::Call call(entity_calls);
   ValueTaker taker{out};
   fetch(*this, taker, ref);
   if (CPDFStreamRec* rec = out.as_stream())
@@ -164,9 +159,9 @@ void CPDFXRefTable::get_stored(CPDFObj& out, const PDF_REF& wanted) {
 }
 
 void CPDFXRefTable::get_references(ReferenceList& found, std::int32_t num) {
-  if (entity_depth >= kMostNestedCalls)
+  if (entity_calls.is_full())
     return;
-  const DepthGuard depth(entity_depth);
+  const Nesting::Call call(entity_calls);
   ReferenceTaker taker{found, found.size()};
   fetch(*this, taker, {num, 0});
 }
@@ -177,10 +172,33 @@ void CPDFXRefTable::get_entity(CPDFObj& out, const PDF_REF& ref) {
   for (int step = 0; out.tag == kTagRef; ++step) {
     const PDF_REF next = out.as_ref();
     out.free();
-    if (step == kMostNestedCalls)
+    if (step == kMostLinks)
       return;
     get_stored(out, next);
   }
+}
+
+Freed<CPDFObj> CPDFXRefTable::value(const CPDFObj* item) {
+  Freed<CPDFObj> out;
+  if (item != nullptr && item->tag == kTagRef)
+    get_entity(out, item->as_ref());
+  else if (item != nullptr)
+    out.copy_from(item);
+  return out;
+}
+
+Freed<CPDFObj> CPDFXRefTable::value(const CPDFDictionary* dict, const char* key) {
+  return value(dict != nullptr ? dict->get_item(key) : nullptr);
+}
+
+Freed<CPDFObj> CPDFXRefTable::value(const CPDFArray* array, std::int32_t index) {
+  return value(array != nullptr ? array->get(index) : nullptr);
+}
+
+Freed<CPDFObj> CPDFXRefTable::object(const PDF_REF& ref) {
+  Freed<CPDFObj> out;
+  get_entity(out, ref);
+  return out;
 }
 
 char* CPDFXRefTable::read_stream_raw_data(CQVStream* s, int& len) {

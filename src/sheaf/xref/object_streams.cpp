@@ -9,17 +9,14 @@
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/filters/stream_filter.h"
 #include "sheaf/object/parse_buf.h"
-#include "sheaf/xref/nesting_internal.h"
 #include "sheaf/xref/xref_table.h"
 
 using namespace sheaf;
 
 namespace {
 
-constexpr int kMostNestedLoads = 4;          // object streams whose own parameters lie in others
 constexpr int kMostObjStmBytes = 0x8000000;  // 128 MiB of decoded data
 constexpr std::uint32_t kObjStmStep = 32;
-constexpr std::int64_t kMostReloads = 4;    // times that everything may be decoded again
 constexpr std::int64_t kParsedPerByte = 5;  // what the objects take in memory for a byte of their text
 
 // What is read out of an object stream.
@@ -92,20 +89,17 @@ void load_objects(CPDFStream& decoder, const CPDFStreamRec& rec, std::int64_t ce
     entry.weight = size * kParsedPerByte + entry.count * static_cast<std::int64_t>(sizeof(CPDFObj));
 }
 
-// Releases objects until `weight` fits into the budget: in turns, those that were not asked for
-// since the turn before. A document that is read criss-cross would only decode again and again,
-// so that it keeps all of them in the end.
+// Releases objects until `weight` fits into the budget. Evicts by second chance (clock).
 void make_room(CPDFXRefTable& table, std::int64_t weight) {
-  if (table.objstm_reloaded > kMostReloads * table.objstm_loaded)
+  ObjStmBudget& budget = table.objstm_budget;
+  if (budget.is_useless())
     return;
-  for (std::uint64_t step = 0; step < 2 * std::uint64_t{table.objstm_count}; ++step) {
-    if (table.objstm_held + weight <= table.objstm_budget)
-      return;
-    table.objstm_hand = table.objstm_hand + 1 < table.objstm_count ? table.objstm_hand + 1 : 0;
-    PDF_OBJSTM& entry = table.objstm_cache[table.objstm_hand];
+  for (std::uint64_t step = 0; step < 2 * std::uint64_t{table.objstm_count} && !budget.fits(weight); ++step) {
+    budget.hand = budget.hand + 1 < table.objstm_count ? budget.hand + 1 : 0;
+    PDF_OBJSTM& entry = table.objstm_cache[budget.hand];
     if (holds_something(entry) && entry.recent == 0) {
       release_objects(entry);
-      table.objstm_held -= entry.weight;
+      budget.give_back(entry.weight);
     }
     entry.recent = 0;
   }
@@ -159,11 +153,8 @@ bool load_objstm(CPDFXRefTable& table, PDF_OBJSTM& entry, const PDF_REF& ref, Wa
   if (rec == nullptr)
     return false;
   table.heal_length(*rec, ref.num);
-  Freed<CPDFObj> number;
-  table.resolve(number, rec->dict.get_item(CPDFDictionary::sm_tag_first));
-  entry.first = number.to_int();
-  table.resolve(number, rec->dict.get_item("N"));
-  entry.count = number.to_int();
+  entry.first = table.value(&rec->dict, CPDFDictionary::sm_tag_first).to_int();
+  entry.count = table.value(&rec->dict, "N").to_int();
   const std::unique_ptr<CPDFStream> decoder(table.make_stream(rec));
   if (decoder == nullptr)
     return false;
@@ -186,20 +177,19 @@ PDF_OBJSTM* store_objstm(CPDFXRefTable& table, PDF_OBJSTM& entry) {
     release_objects(entry);
     return nullptr;
   }
-  table.objstm_held += holds_something(entry) ? entry.weight : 0;
-  (reloaded ? table.objstm_reloaded : table.objstm_loaded) += entry.weight;
+  table.objstm_budget.take(entry.weight, reloaded);
   return slot;
 }
 
 PDF_OBJSTM* get(CPDFXRefTable& table, unsigned int offset, const PDF_REF& ref, Wanted wanted) {
-  if (table.entity_depth >= kMostNestedCalls)
+  if (table.entity_calls.is_full())
     return nullptr;
-  const DepthGuard depth(table.entity_depth);
+  const Nesting::Call call(table.entity_calls);
   const auto place_in_file = static_cast<std::int32_t>(offset);
   PDF_OBJSTM* const known = find_known_place(table, place_in_file);
   if (known != nullptr && known->refs != nullptr && wanted == Wanted::kObjects) {
     release_objects(*known);
-    table.objstm_held -= known->weight;
+    table.objstm_budget.give_back(known->weight);
   }
   if (known != nullptr && !is_released(*known)) {
     known->recent = 1;
@@ -207,9 +197,9 @@ PDF_OBJSTM* get(CPDFXRefTable& table, unsigned int offset, const PDF_REF& ref, W
   }
   // Each load asks for several parameters, and one that fails is tried anew by the next: streams
   // that hold their own parameters would take time exponential in the depth.
-  if (table.objstm_depth >= kMostNestedLoads)
+  if (table.objstm_loads.is_full())
     return nullptr;
-  const DepthGuard load_depth(table.objstm_depth);
+  const Nesting::Call load(table.objstm_loads);
   PDF_OBJSTM entry{};
   entry.offset = place_in_file;
   entry.recent = 1;
@@ -236,6 +226,6 @@ void CPDFXRefTable::release_objstms() {
     release_objects(objstm_cache[i]);
   QVFree(objstm_cache);
   objstm_cache = nullptr;
-  objstm_count = objstm_capacity = objstm_hand = 0;
-  objstm_held = objstm_loaded = objstm_reloaded = 0;
+  objstm_count = objstm_capacity = 0;
+  objstm_budget.reset();
 }

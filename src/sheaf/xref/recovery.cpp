@@ -36,14 +36,8 @@ bool skip_to_word(CPDFBuf& buf, const char* word, unsigned len) {
 }
 
 void take_header(CPDFXRefTable& table, std::uint32_t num, std::uint32_t pos) {
-  if (num >= table.max_obj_num())
-    return;  // a lone header must not make the table take gigabytes
-  if (num >= table.xref_count && !table.grow_xref_items(CPDFXRefTable::rounded_count(num), false))
-    return;
-  PDF_XREF& entry = table.xref_items[num];
-  if (entry.type != 3 || entry.gen != -1)
-    ++table.repaired_count;
-  entry = {3, pos, -1};
+  if (num < table.max_obj_num())  // a lone header must not make the table take gigabytes
+    table.note_found(num, pos);
 }
 
 void scan_objects(CPDFXRefTable& table) {
@@ -112,7 +106,7 @@ int CPDFXRefTable::XRefCreate() {
   const std::int32_t prev = integer_or_minus_one(*dict, CPDFDictionary::sm_tag_prev);
   if (prev >= 0)
     push_pending(prev);
-  note_repair(PDF_REPAIR::kTableRebuilt, 0, trailer_pos);
+  repairs.note(PDF_REPAIR::kTableRebuilt, 0, trailer_pos);
   return xref_count != 0 && !root.is_null() ? 1 : 0;
 }
 

@@ -1,5 +1,4 @@
 // Reading one cross-reference section: which kind it is, and what its trailer adds to the table.
-#include <algorithm>
 #include <cstring>
 #include <memory>
 
@@ -13,36 +12,6 @@
 using namespace sheaf;
 
 namespace {
-
-constexpr std::uint32_t kSectionStep = 32;
-
-// Remembers a section that was read. False when it was read before: chains of sections may loop.
-bool first_visit(CPDFXRefTable& table, std::uint32_t offset) {
-  std::uint32_t* const begin = table.read_sections;
-  std::uint32_t* const end = begin + table.read_section_count;
-  std::uint32_t* const place = std::lower_bound(begin, end, offset);
-  if (place != end && *place == offset)
-    return false;
-  const auto index = static_cast<std::size_t>(place - begin);
-  if (table.read_section_count == table.read_section_capacity) {
-    const std::uint32_t capacity = table.read_section_capacity + kSectionStep;
-    void* grown = QVRealloc(table.read_sections, capacity * sizeof(std::uint32_t));
-    if (grown == nullptr)
-      return false;
-    table.read_sections = static_cast<std::uint32_t*>(grown);
-    table.read_section_capacity = capacity;
-  }
-  std::uint32_t* const slot = table.read_sections + index;
-  std::memmove(slot + 1, slot, (table.read_section_count - index) * sizeof(std::uint32_t));
-  *slot = offset;
-  ++table.read_section_count;
-  return true;
-}
-
-bool was_read(const CPDFXRefTable& table, std::int64_t offset) {
-  const auto low = static_cast<std::uint32_t>(offset);
-  return std::binary_search(table.read_sections, table.read_sections + table.read_section_count, low);
-}
 
 // Reads the cross-reference stream on which `buf` stands.
 bool read_stream_section(CPDFXRefTable& table, CPDFBufBase& buf, long long& prev) {
@@ -104,15 +73,15 @@ int CPDFXRefTable::XRefRead(unsigned int offset) {
       return 0;
     xref_kinds |= 1;
   } else if (!read_stream_section(*this, buf, prev)) {
-    note_repair(PDF_REPAIR::kSectionUnreadable, 0, offset);
+    repairs.note(PDF_REPAIR::kSectionUnreadable, 0, offset);
     return 0;
   }
-  first_visit(*this, offset);
+  sections_read.add(offset);
   // "XRefStm" goes first, so that the stack gives "Prev" back ahead of it. The entries of the
   // first section win in any case.
-  if (xrefstm >= 0 && !was_read(*this, xrefstm))
+  if (xrefstm >= 0 && !sections_read.has(static_cast<std::uint32_t>(xrefstm)))
     push_pending(xrefstm);
-  if (prev >= 0 && !was_read(*this, prev))
+  if (prev >= 0 && !sections_read.has(static_cast<std::uint32_t>(prev)))
     push_pending(prev);
   sec_hand = handler;
   return 1;

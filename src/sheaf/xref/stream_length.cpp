@@ -68,30 +68,21 @@ std::int64_t without_line_end(CQVStream& stream, std::int64_t from, std::int64_t
 }  // namespace
 
 void CPDFXRefTable::heal_length(CPDFStreamRec& rec, std::int32_t num) {
-  if (checks_lengths == 0 || rec.source != stream || rec.length != 0)
+  if (!lengths.checked || rec.source != stream || rec.length != 0)
     return;
-  const auto by_offset = [](const PDF_LENGTH& a, std::uint32_t offset) { return a.offset < offset; };
-  const PDF_LENGTH* known = std::lower_bound(healed_lengths.begin(), healed_lengths.end(), rec.offset, by_offset);
-  if (known != healed_lengths.end() && known->offset == rec.offset) {
-    rec.length = known->length;
+  rec.length = lengths.find(rec.offset);
+  if (rec.length != 0)
     return;
-  }
-  Freed<CPDFObj> stated;
-  resolve(stated, rec.dict.get_item(CPDFDictionary::sm_tag_length));
-  if (stated.as_int() <= 0 || ends_at(*stream, std::int64_t{rec.offset} + stated.as_int()))
+  const std::int32_t stated = value(&rec.dict, CPDFDictionary::sm_tag_length).as_int();
+  if (stated <= 0 || ends_at(*stream, std::int64_t{rec.offset} + stated))
     return;
-  if (length_scans > kScanAllowance * stream->GetLen())
+  if (lengths.scanned > kScanAllowance * stream->GetLen())
     return;
-  const std::int64_t end = find_end(*stream, rec.offset, length_scans);
+  const std::int64_t end = find_end(*stream, rec.offset, lengths.scanned);
   const std::int64_t length = end != kNotFound ? without_line_end(*stream, rec.offset, end) - rec.offset : 0;
   if (length <= 0 || length > INT32_MAX)
     return;
   rec.length = static_cast<std::int32_t>(length);
-  const std::size_t place = static_cast<std::size_t>(
-      std::lower_bound(healed_lengths.begin(), healed_lengths.end(), rec.offset, by_offset) - healed_lengths.begin());
-  if (!healed_lengths.push({}))
-    return;
-  std::copy_backward(healed_lengths.begin() + place, healed_lengths.end() - 1, healed_lengths.end());
-  healed_lengths[place] = {rec.offset, rec.length};
-  note_repair(PDF_REPAIR::kLengthCorrected, num, rec.offset);
+  if (lengths.add(rec.offset, rec.length))
+    repairs.note(PDF_REPAIR::kLengthCorrected, num, rec.offset);
 }

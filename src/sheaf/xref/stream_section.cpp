@@ -148,7 +148,7 @@ private:
   void take_back(std::uint32_t first, std::uint32_t count, const std::uint8_t* stored) {
     for (std::uint32_t i = 0; i < count; ++i) {
       if ((stored[i / 8] >> i % 8 & 1) != 0)
-        table_.xref_items[first + i] = {0, 0, -1};  // as if no section had been read
+        table_.xref_items[first + i] = PDF_XREF::none();  // as if no section had been read
     }
   }
 
@@ -165,14 +165,14 @@ private:
   }
 
   bool store(std::uint64_t num, const Fields& fields) {
-    std::uint32_t type = widths_.field[0] == 0 ? 1 : fields.value[0];
+    std::uint32_t type = widths_.field[0] == 0 ? std::uint32_t{PDF_XREF::kInFile} : fields.value[0];
     if (num >= table_.xref_count)
       return false;
-    if (late_ && type == 1)
-      type = 4;
+    if (late_ && type == PDF_XREF::kInFile)
+      type = PDF_XREF::kInFileLate;
     PDF_XREF& entry = table_.xref_items[num];
-    // A free entry keeps type 0, so that an older section may still fill it.
-    if (entry.type != 0)
+    // A free entry stays unknown, so that an older section may still fill it.
+    if (entry.is_known())
       return false;
     entry = {type, fields.value[1], static_cast<std::int32_t>(fields.value[2])};
     return true;

@@ -22,6 +22,7 @@
 #include <cstdint>
 
 #include "sheaf/base/grow_array.h"
+#include "sheaf/base/scope_guard.h"
 #include "sheaf/base/stream.h"
 #include "sheaf/cache/font_caches.h"
 #include "sheaf/object/array.h"
@@ -30,6 +31,7 @@
 #include "sheaf/object/object.h"
 #include "sheaf/object/references.h"
 #include "sheaf/object/stream_rec.h"
+#include "sheaf/xref/guards.h"
 #include "sheaf/xref/page_set.h"
 
 class CPDFAcroForm;
@@ -58,9 +60,29 @@ class CQVFTFont;
 /// 3             in memory, new or changed        index into new_objs      generation
 /// 4             as 1, from a section behind the linearized part
 struct PDF_XREF {
+  enum Type : std::uint32_t { kFree = 0, kInFile = 1, kCompressed = 2, kChanged = 3, kInFileLate = 4 };
+  static constexpr std::int32_t kNoGen = -1;
+
   std::uint32_t type;
   std::uint32_t offset;
   std::int32_t gen;
+
+  static constexpr PDF_XREF none() { return {kFree, 0, kNoGen}; }
+  static constexpr PDF_XREF in_file(std::uint32_t offset, std::int32_t gen) { return {kInFile, offset, gen}; }
+  static constexpr PDF_XREF found_at(std::uint32_t offset) { return {kChanged, offset, kNoGen}; }
+  static constexpr PDF_XREF in_slot(std::uint32_t slot, std::int32_t gen) { return {kChanged, slot, gen}; }
+
+  bool is_known() const { return type != kFree; }
+  bool is_compressed() const { return type == kCompressed; }
+  /// At the place that a section names.
+  bool is_listed() const { return type == kInFile || type == kInFileLate; }
+  /// At a place that scanning found.
+  bool is_found() const { return is_changed() && gen == kNoGen; }
+  /// At a place of its own in the file.
+  bool is_in_file() const { return is_listed() || is_found(); }
+  /// Listed by an update section: changed, or found elsewhere than the file says.
+  bool is_changed() const { return type == kChanged; }
+  bool is_in_memory() const { return is_changed() && gen != kNoGen; }
 };
 
 /// Slot of an object in memory.
@@ -119,20 +141,6 @@ struct CPDFMergeContext {
   std::uint32_t map_size;  ///< Words in `map`; a number at or above it counts as a null reference.
 };
 
-/// One correction that the table made on its own while reading.
-struct PDF_REPAIR {
-  enum Code : std::int32_t { kEntryCorrected = 1, kSectionUnreadable = 2, kTableRebuilt = 3, kLengthCorrected = 4 };
-  Code code;
-  std::int32_t num;      ///< Object number, 0 when none is meant.
-  std::uint32_t offset;  ///< File offset found, or of the section.
-};
-
-/// A stream whose stated length is false.
-struct PDF_LENGTH {
-  std::uint32_t offset;  ///< Where its data begin.
-  std::int32_t length;   ///< Up to the first "endstream".
-};
-
 class CPDFXRefTable {
 public:
   CPDFXRefTable() = default;
@@ -182,33 +190,24 @@ public:
   char sec_filter[kSecFilterSize]{};  ///< "Filter" of the encryption dictionary; empty: not encrypted.
   CPDFSecHand* sec_hand = nullptr;    ///< Borrowed.
 
-  // Fields of guards and indexes.
-  std::uint32_t* read_sections = nullptr;  ///< Offsets of sections read, sorted: each is read once.
-  std::uint32_t read_section_count = 0;
-  std::uint32_t read_section_capacity = 0;
-  std::int32_t entity_depth = 0;  ///< Nested get_entity calls: ends reference cycles.
-  PDF_REPAIR* repairs = nullptr;  ///< The first corrections made, for reports.
-  std::uint32_t repair_count = 0;
-  std::uint32_t repair_capacity = 0;
-  std::int32_t objstm_depth = 0;    ///< Object streams being loaded for one another.
-  std::int32_t stream_depth = 0;    ///< Streams being made for one another's parameters.
-  std::int64_t chain_work = 0;      ///< What the outermost of them has cost, in decoded bytes.
-  std::int32_t checks_lengths = 0;  ///< Not 0: a "Length" behind which no "endstream" stands is not believed.
-  sheaf::GrowArray<PDF_LENGTH> healed_lengths;  ///< Those that were not, by offset.
-  std::int64_t length_scans = 0;                ///< Bytes searched for ends.
-  std::int64_t objstm_budget = 16 << 20;        ///< Bytes that the objects of decoded object streams may take together.
-  std::int64_t objstm_held = 0;                 ///< What they take now, as estimated.
-  std::int64_t objstm_loaded = 0;               ///< The weight of all that was decoded,
-  std::int64_t objstm_reloaded = 0;             ///< and of what was decoded again.
-  std::uint32_t objstm_hand = 0;                ///< Entry at which the search for objects to release stands.
-  std::int64_t decoded_ceiling = 0;  ///< Most bytes that a chain stage or object stream may decode to; 0: as settled.
+  // Fields that the caller may set or ask for.
+  std::int64_t decoded_ceiling = 0;  ///< Most bytes that a chain stage or object stream may decode to; 0: fixed limits.
   std::int32_t write_failed = 0;     ///< Set by a save when an output operation came short; cleared by the caller.
   std::int32_t entries_lost = 0;     ///< Not 0: entries are gone for want of memory. Nothing must be saved then.
-  std::uint32_t xref_room = 0;       ///< Entries that the block of xref_items really holds; 0: xref_count.
-  std::uint32_t new_obj_room = 0;    ///< Slots that the block of new_objs really holds.
-  std::int32_t mem_stream_room = 0;  ///< Entries that the block of mem_streams really holds.
-  std::int32_t* mem_stream_index = nullptr;  ///< Entry of mem_streams plus one by object number.
-  std::uint32_t mem_stream_index_size = 0;
+  sheaf::RepairLog repairs;          ///< The first corrections made, for reports.
+  sheaf::StreamLengths lengths;
+  sheaf::ObjStmBudget objstm_budget;
+
+  // Guards and indexes.
+  sheaf::SectionLog sections_read;
+  sheaf::Nesting entity_calls{32};  ///< References to references, lengths, object streams.
+  sheaf::Nesting objstm_loads{4};   ///< Object streams whose own parameters lie in others.
+  std::int32_t stream_depth = 0;    ///< Streams being made for one another's parameters.
+  std::int64_t chain_work = 0;      ///< What the outermost of them has cost, in decoded bytes.
+  sheaf::Room entry_room;
+  sheaf::Room slot_room;
+  sheaf::Room mem_stream_room;
+  sheaf::NumberIndex mem_stream_index;  ///< Entry of mem_streams plus one by object number.
 
   // ---- opening and closing (xref/) ----
 
@@ -257,7 +256,7 @@ public:
   /// The same where the references of the objects are enough: those that it does not hold yet it
   /// reads without making them. Either `objs` or `refs` is set, unless the stream would not decode.
   PDF_OBJSTM* get_objstm_references(unsigned int offset, int num);
-  /// Sets the true length of a stream of the file, where `checks_lengths` asks for it. `num` names
+  /// Sets the true length of a stream of the file, where `lengths.checked` is set. `num` names
   /// the object in the list of repairs.
   void heal_length(CPDFStreamRec& rec, std::int32_t num);
   /// Whether an object stream that stands at `offset` gave its objects. It is then where it should
@@ -269,6 +268,16 @@ public:
   /// A value, with a reference followed; null gives the null object. `table` may be null.
   static void resolve(CPDFXRefTable* table, CPDFObj& out, const CPDFObj* item);
   void resolve(CPDFObj& out, const CPDFObj* item) { resolve(this, out, item); }
+  /// The value of `item`, of a key or of an element, with references followed: the null object when
+  /// it is missing or when `dict` or `array` is null. Released at the end of its scope.
+  sheaf::Freed<CPDFObj> value(const CPDFObj* item);
+  sheaf::Freed<CPDFObj> value(const CPDFDictionary* dict, const char* key);
+  sheaf::Freed<CPDFObj> value(const CPDFArray* array, std::int32_t index);
+  /// The object of that number as get_entity gives it.
+  sheaf::Freed<CPDFObj> object(const PDF_REF& ref);
+  sheaf::Freed<CPDFObj> object(std::int32_t num) { return object(PDF_REF{num, 0}); }
+  /// The value of `root`.
+  sheaf::Freed<CPDFObj> catalog() { return value(&root); }
   /// The decoded stream, ready for read_block, or null. The caller deletes it.
   CPDFStream* make_stream(const CPDFStreamRec* rec);
   /// One decoder over a block of the QVAlloc family, which it takes over even on failure. `parms`
@@ -401,6 +410,15 @@ public:
   bool grow_xref_items(std::uint32_t new_count, bool sets_next);
   /// The rounding rule of growth: a multiple of 256 above `num`.
   static constexpr std::uint32_t rounded_count(std::uint32_t num) { return (num + 256) & ~std::uint32_t{255}; }
+  /// The entry of `num`, or null where the table does not reach so far. Valid until the table grows.
+  PDF_XREF* entry(std::int32_t num) { return entry(static_cast<std::uint32_t>(num)); }
+  PDF_XREF* entry(std::uint32_t num) { return num < xref_count ? xref_items + num : nullptr; }
+  /// The slot of an object in memory, or null when `entry` has none. Valid until new_objs grows.
+  PDF_NEWOBJ* slot_of(const PDF_XREF& entry) {
+    return entry.is_in_memory() && entry.offset < new_obj_capacity ? new_objs + entry.offset : nullptr;
+  }
+  /// Notes the place at which scanning found object `num`. False without memory.
+  bool note_found(std::uint32_t num, std::uint32_t offset);
   /// Pops one pending section and reads it. False when there is none or it cannot be read.
   bool pop_pending();
   /// Reads pending sections until the table reaches `num` and knows its entry, or there are no more.
@@ -412,5 +430,4 @@ public:
   std::uint32_t max_obj_num() const;
   /// `para` filled for `ref`, or null when the document is not encrypted.
   PDF_DEC_PARA* decode_para(PDF_DEC_PARA& para, const PDF_REF& ref) const;
-  void note_repair(PDF_REPAIR::Code code, std::int32_t num, std::uint32_t offset);
 };

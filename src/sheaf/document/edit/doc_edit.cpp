@@ -152,16 +152,16 @@ void CPDFDoc::detach_from_old_sections() {
   table_.drain_pending();
   Freed<CPDFObj> obj;
   for (std::uint32_t num = 1; num < table_.xref_count; ++num) {
-    const std::uint32_t type = table_.xref_items[num].type;
+    const PDF_XREF before = table_.xref_items[num];
     const PDF_REF ref{static_cast<std::int32_t>(num), 0};
-    if (type != 1 && type != 2 && type != 4)
+    if (!before.is_listed() && !before.is_compressed())
       continue;
     table_.get_stored(obj, ref);
-    if (type == 2 && !obj.is_null())
+    if (before.is_compressed() && !obj.is_null())
       table_.store_object(ref, obj);
     PDF_XREF& entry = table_.xref_items[num];
-    if (entry.type == 1 || entry.type == 4)
-      entry = {3, entry.offset, -1};
+    if (entry.is_listed())
+      entry = PDF_XREF::found_at(entry.offset);
   }
   table_.last_xref_offset = 0;
 }
@@ -233,7 +233,7 @@ void CPDFDoc::free_members_of_lost_streams() {
   bool comes_along = true;
   for (std::uint32_t num = 1; num < table_.xref_count; ++num) {
     const PDF_XREF entry = table_.xref_items[num];
-    if (entry.type != 2)
+    if (!entry.is_compressed())
       continue;
     if (entry.offset != container) {
       container = entry.offset;

@@ -24,10 +24,10 @@ std::int32_t CPDFDocMerge::append(CPDFDoc& source, const std::int32_t* pages, st
   CPDFMergeContext* const context = table_.import_start(&into_, &source.table());
   if (context == nullptr)
     return 0;
-  const std::int64_t budget = source.table().objstm_budget;
-  source.table().objstm_budget = std::min(budget, kSourceBudget);
+  const std::int64_t budget = source.table().objstm_budget.limit;
+  source.table().objstm_budget.limit = std::min(budget, kSourceBudget);
   const ScopeGuard end([&] {
-    source.table().objstm_budget = budget;
+    source.table().objstm_budget.limit = budget;
     table_.import_end(context);
   });
   if (hole_ == 0)

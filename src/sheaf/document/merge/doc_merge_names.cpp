@@ -13,7 +13,7 @@ std::uint64_t CPDFDocMerge::place_of(const CPDFXRefTable& table, const PDF_REF& 
   if (num >= table.xref_count)
     return 0;
   const PDF_XREF& entry = table.xref_items[num];
-  if (entry.type != 2)
+  if (!entry.is_compressed())
     return std::uint64_t{entry.offset} << 32;
   const std::uint32_t container = entry.offset < table.xref_count ? table.xref_items[entry.offset].offset : 0;
   return std::uint64_t{container} << 32 | static_cast<std::uint32_t>(entry.gen);

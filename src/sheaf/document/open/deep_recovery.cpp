@@ -51,9 +51,9 @@ bool DeepRecovery::take_object(std::int32_t num, std::uint32_t pos) {
     return false;  // object 0 is never in use (ISO 32000-1, 7.5.4)
   if (index >= table_.xref_count && !table_.grow_xref_items(CPDFXRefTable::rounded_count(index), false))
     return false;
-  if (table_.xref_items[index].type == 0)
+  if (!table_.xref_items[index].is_known())
     ++table_.repaired_count;
-  table_.xref_items[index] = {3, pos, -1};
+  table_.xref_items[index] = PDF_XREF::found_at(pos);
   return true;
 }
 
@@ -148,7 +148,7 @@ void DeepRecovery::read_found_stream(CPDFObj& out, const FoundStream& found) {
   if (table_.xref_count == 0 && !table_.grow_xref_items(CPDFXRefTable::rounded_count(0), false))
     return;
   const PDF_XREF free_entry = table_.xref_items[0];
-  table_.xref_items[0] = {3, found.pos, -1};
+  table_.xref_items[0] = PDF_XREF::found_at(found.pos);
   table_.get_entity(out, {0, 0});
   if (table_.xref_count != 0)
     table_.xref_items[0] = free_entry;
@@ -165,7 +165,7 @@ void DeepRecovery::name_object_streams() {
   for (std::uint32_t num = 1; num < first && num < table_.xref_count; ++num) {
     PDF_XREF& entry = table_.xref_items[num];
     const auto stream = static_cast<std::int32_t>(entry.offset);
-    if (entry.type == 2 && stream < 0)
+    if (entry.is_compressed() && stream < 0)
       entry.offset = first + nameless_index(stream);
   }
 }
@@ -207,16 +207,16 @@ void DeepRecovery::enter_compressed(std::int32_t num, const FoundStream& found, 
   if (at >= table_.xref_count && !table_.grow_xref_items(CPDFXRefTable::rounded_count(at), false))
     return;
   PDF_XREF& entry = table_.xref_items[at];
-  const bool newer_in_file = entry.type == 3 && entry.offset > found.pos;
+  const bool newer_in_file = entry.is_changed() && entry.offset > found.pos;
   if (!newer_in_file)
-    entry = {2, static_cast<std::uint32_t>(found.num), index};
+    entry = {PDF_XREF::kCompressed, static_cast<std::uint32_t>(found.num), index};
 }
 
 // A catalogue, or failing that the top of a page tree, among the objects of object streams.
 void DeepRecovery::search_compressed() {
   Freed<CPDFObj> obj;
   for (std::uint32_t num = 1; num < table_.xref_count; ++num) {
-    if (table_.xref_items[num].type != 2)
+    if (!table_.xref_items[num].is_compressed())
       continue;
     table_.get_entity(obj, {static_cast<std::int32_t>(num), 0});
     const CPDFDictionary* dict = obj.as_dict();

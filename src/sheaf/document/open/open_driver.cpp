@@ -107,7 +107,7 @@ void CPDFDoc::add_repair(const char* code, std::int32_t num, std::uint32_t offse
 }
 
 const GrowArray<PDF_DOC_REPAIR>& CPDFDoc::repairs() {
-  for (; table_repairs_told_ < table_.repair_count; ++table_repairs_told_) {
+  for (; table_repairs_told_ < table_.repairs.size(); ++table_repairs_told_) {
     const PDF_REPAIR& repair = table_.repairs[table_repairs_told_];
     switch (repair.code) {
       case PDF_REPAIR::kEntryCorrected:
@@ -227,9 +227,9 @@ bool CPDFDoc::header_stands_at(const PDF_REF& ref) {
   if (ref.num <= 0 || num >= table_.xref_count)
     return true;  // a direct object has no place to be tested
   const PDF_XREF& entry = table_.xref_items[num];
-  if (entry.type == 3 && entry.gen == -1)
+  if (entry.is_found())
     return table_.xref_kinds == 1;  // corrected on the way: by the strict search or by the plain one
-  if (entry.type != 1 && entry.type != 4)
+  if (!entry.is_listed())
     return true;
   stream_->SetPos(CQVStream::STR_SEEK_SET, entry.offset);
   CPDFBufBase buf;
@@ -246,7 +246,7 @@ bool CPDFDoc::offsets_mislead() {
   const std::uint32_t step = std::max(table_.xref_count / kSample, 1u);
   for (std::uint32_t num = 1; num < table_.xref_count; num += step) {
     const PDF_XREF& entry = table_.xref_items[num];
-    if (entry.type != 1)
+    if (entry.type != PDF_XREF::kInFile)
       continue;
     char text[12]{};
     stream_->SetPos(CQVStream::STR_SEEK_SET, entry.offset);
@@ -376,7 +376,7 @@ void CPDFDoc::read_version() {
 }
 
 bool CPDFDoc::open_stream() {
-  table_.checks_lengths = 1;
+  table_.lengths.checked = true;
   const HeapWatch watch;
   file_size_ = stream_->GetLen();
   if (file_size_ <= 0) {

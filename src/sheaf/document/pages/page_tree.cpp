@@ -162,7 +162,7 @@ bool CPDFDoc::counts_kids_as_pages(const CPDFDictionary& node, const CPDFArray& 
     return false;
   return std::all_of(kids.items, kids.items + kids.count, [this](const CPDFObj& kid) {
     const auto num = static_cast<std::uint32_t>(kid.as_ref().num);
-    return num > 0 && num < table_.xref_count && table_.xref_items[num].type != 0;
+    return num > 0 && num < table_.xref_count && table_.xref_items[num].is_known();
   });
 }
 

@@ -3,10 +3,12 @@
 #pragma once
 
 #ifdef SHEAF_LOADS_LIBRARIES
-
 #include <dlfcn.h>
+#endif
 
 namespace sheaf {
+
+#ifdef SHEAF_LOADS_LIBRARIES
 
 /// The library of this name, loaded for good; null when it is not there.
 inline void* load_library(const char* name) {

@@ -66,8 +66,7 @@ wchar_t* joined(const wchar_t* front, const wchar_t* back) {
 
 // The dictionary of object `ref`, kept in memory so that it can be changed where it is.
 CPDFDictionary* editable(CPDFXRefTable& table, const PDF_REF& ref) {
-  Freed<CPDFObj> obj;
-  table.get_entity(obj, ref);
+  Freed<CPDFObj> obj = table.object(ref);
   if (obj.as_dict() == nullptr || !table.store_object(ref, obj))
     return nullptr;
   const PDF_NEWOBJ* slot = table.get_xref2(ref.num, ref.gen);
@@ -89,8 +88,7 @@ void CPDFField::get_value(const char* key, CPDFObj& out) const {
   out.free();
   const CPDFField* field = this;
   for (int level = 0; level < kMostLevels; ++level) {
-    Freed<CPDFObj> obj;
-    form_->table_.get_entity(obj, field->ref_);
+    const Freed<CPDFObj> obj = form_->table_.object(field->ref_);
     const CPDFObj* item = obj.as_dict() != nullptr ? obj.as_dict()->get_item(key) : nullptr;
     if (item != nullptr) {
       form_->table_.resolve(out, item);
@@ -145,16 +143,11 @@ CPDFAcroForm::~CPDFAcroForm() {
 }
 
 bool CPDFAcroForm::load() {
-  Freed<CPDFObj> value;
-  Freed<CPDFObj> catalog;
-  table_.resolve(catalog, &table_.root);
-  if (catalog.as_dict() == nullptr)
+  const Freed<CPDFObj> catalog = table_.catalog();
+  const Freed<CPDFObj> form = table_.value(catalog.as_dict(), CPDFDictionary::sm_tag_acro_form);
+  if (form.as_dict() == nullptr)
     return false;
-  table_.resolve(value, catalog.as_dict()->get_item(CPDFDictionary::sm_tag_acro_form));
-  if (value.as_dict() == nullptr)
-    return false;
-  Freed<CPDFObj> list;
-  table_.resolve(list, value.as_dict()->get_item("Fields"));
+  const Freed<CPDFObj> list = table_.value(form.as_dict(), "Fields");
   const CPDFArray* array = list.as_array();
   for (std::int32_t i = 0; array != nullptr && i < array->count; ++i)
     add_tree(array->items[i].as_ref());
@@ -193,7 +186,7 @@ CPDFField* CPDFAcroForm::append_field(const PDF_REF& ref) {
 CPDFDictionary* CPDFAcroForm::edit_dict() {
   if (form_ref_.num != 0) {
     // A sealed save has taken the dictionary out of memory.
-    if (table_.xref_items[form_ref_.num].type != 3)
+    if (!table_.entry(form_ref_.num)->is_in_memory())
       return editable(table_, form_ref_);
     const PDF_NEWOBJ* slot = table_.get_xref2(form_ref_.num, form_ref_.gen);
     return slot != nullptr ? slot->obj.as_dict() : nullptr;
@@ -203,8 +196,7 @@ CPDFDictionary* CPDFAcroForm::edit_dict() {
     return nullptr;
   const CPDFObj* item = catalog->get_item(CPDFDictionary::sm_tag_acro_form);
   PDF_REF ref = item != nullptr ? item->as_ref() : PDF_REF{0, 0};
-  Freed<CPDFObj> form;
-  table_.resolve(form, item);
+  Freed<CPDFObj> form = table_.value(item);
   if (form.as_dict() == nullptr) {
     form.take_dict(new (std::nothrow) CPDFDictionary);
     ref = {0, 0};
@@ -216,8 +208,7 @@ CPDFDictionary* CPDFAcroForm::edit_dict() {
     catalog->set_item_ref(CPDFDictionary::sm_tag_acro_form, ref);
   }
   // The list stands in the form's own object, where each field can be appended at no cost.
-  Freed<CPDFObj> list;
-  table_.resolve(list, form.as_dict()->get_item("Fields"));
+  Freed<CPDFObj> list = table_.value(form.as_dict(), "Fields");
   if (list.as_array() == nullptr)
     list.take_array(new (std::nothrow) CPDFArray);
   form.as_dict()->move_item("Fields", list);
@@ -246,16 +237,14 @@ CPDFField* CPDFAcroForm::add_tree(const PDF_REF& top) {
     const CPDFDictionary* dict = obj.as_dict();
     if (dict == nullptr || (node.parent >= 0 && !is_field(*dict)))
       continue;
-    Freed<CPDFObj> text;
-    table_.resolve(text, dict->get_item("T"));
+    const Freed<CPDFObj> text = table_.value(dict, "T");
     if (!has_room_for(text.as_string(), node.parent))
       continue;
     CPDFField* const field = add_field(node.ref, text.as_string(), node.parent);
     if (field == nullptr)
       break;
     first = first == nullptr ? field : first;
-    Freed<CPDFObj> kids;
-    table_.resolve(kids, dict->get_item("Kids"));
+    const Freed<CPDFObj> kids = table_.value(dict, "Kids");
     for (std::int32_t i = kids.as_array() != nullptr ? kids.as_array()->count : 0; i-- > 0;)
       waiting.push({kids.as_array()->items[i].as_ref(), field->order_});
   }

@@ -38,15 +38,13 @@ void CPDFForm::clear() {
 
 // Anything but six numbers leaves the identity.
 void CPDFForm::read_matrix(const CPDFObj* item) {
-  Freed<CPDFObj> value;
-  table->resolve(value, item);
+  const Freed<CPDFObj> value = table->value(item);
   const CPDFArray* array = value.as_array();
   if (array == nullptr || array->count < kMatrixLen)
     return;
   QVFIX read[kMatrixLen];
   for (std::int32_t i = 0; i < kMatrixLen; ++i) {
-    Freed<CPDFObj> number;
-    table->resolve(number, array->items + i);
+    const Freed<CPDFObj> number = table->value(array, i);
     if (!number.is_number())
       return;
     read[i] = number.to_real();
@@ -68,9 +66,7 @@ bool CPDFForm::pre_load(CPDFXRefTable* from, const CPDFObj* obj) {
   const CPDFObj* res = rec->dict.get_item(CPDFDictionary::sm_tag_res);
   if (res != nullptr)
     resources_ref = res->as_ref();
-  Freed<CPDFObj> value;
-  from->resolve(value, res);
-  resources.copy_from(value.as_dict());
+  resources.copy_from(from->value(res).as_dict());
   return true;
 }
 

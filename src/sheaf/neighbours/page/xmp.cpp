@@ -162,12 +162,10 @@ unsigned char* CPDFXMP::gen_xmp(CPDFXRefTable* doc, CPDFObj* info, unsigned int&
       "   <pdfaid:part>1</pdfaid:part>\n"
       "   <pdfaid:conformance>B</pdfaid:conformance>\n"
       "   <dc:format>application/pdf</dc:format>\n");
-  Freed<CPDFObj> values;
-  doc->resolve(values, info);
+  const Freed<CPDFObj> values = doc->value(info);
   const CPDFDictionary* dict = values.as_dict();
   for (const Property& property : kProperties) {
-    Freed<CPDFObj> value;
-    doc->resolve(value, dict != nullptr ? dict->get_item(property.key) : nullptr);
+    const Freed<CPDFObj> value = doc->value(dict, property.key);
     if (value.tag != kTagString)
       continue;
     std::size_t size = 0;

@@ -1,0 +1,192 @@
+// What the table keeps to bound its own work and to report on it: which sections were read, what was
+// corrected, the true lengths of streams, the memory of the object stream cache, nested calls, and
+// how much of a block is allocated ahead. Part of xref_table.h; nothing here is shared by tables.
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+
+#include "sheaf/base/grow_array.h"
+#include "sheaf/base/heap.h"
+
+/// One correction that the table made on its own while reading.
+struct PDF_REPAIR {
+  enum Code : std::int32_t { kEntryCorrected = 1, kSectionUnreadable = 2, kTableRebuilt = 3, kLengthCorrected = 4 };
+  Code code;
+  std::int32_t num;      ///< Object number, 0 when none is meant.
+  std::uint32_t offset;  ///< File offset found, or of the section.
+};
+
+/// A stream whose stated length is false.
+struct PDF_LENGTH {
+  std::uint32_t offset;  ///< Where its data begin.
+  std::int32_t length;   ///< Up to the first "endstream".
+};
+
+namespace sheaf {
+
+/// Offsets of the sections that were read. Chains of sections may loop, so each is read once.
+class SectionLog {
+public:
+  bool has(std::uint32_t offset) const { return std::binary_search(offsets_.begin(), offsets_.end(), offset); }
+  /// Without memory the section is not remembered.
+  void add(std::uint32_t offset) {
+    const std::uint32_t* const place = std::lower_bound(offsets_.begin(), offsets_.end(), offset);
+    if (place == offsets_.end() || *place != offset)
+      offsets_.insert(static_cast<std::size_t>(place - offsets_.begin()), offset);
+  }
+  void reset() { offsets_.reset(); }
+
+private:
+  GrowArray<std::uint32_t> offsets_;  // ascending
+};
+
+/// The first corrections that were made, in their order.
+class RepairLog {
+public:
+  std::size_t size() const { return repairs_.size(); }
+  const PDF_REPAIR& operator[](std::size_t index) const { return repairs_[index]; }
+  const PDF_REPAIR* begin() const { return repairs_.begin(); }
+  const PDF_REPAIR* end() const { return repairs_.end(); }
+  void note(PDF_REPAIR::Code code, std::int32_t num, std::uint32_t offset) {
+    if (repairs_.size() < kMost)
+      repairs_.push({code, num, offset});
+  }
+  void reset() { repairs_.reset(); }
+
+private:
+  static constexpr std::size_t kMost = 1024;  // reports need no more
+  GrowArray<PDF_REPAIR> repairs_;
+};
+
+/// True lengths of streams whose "Length" is not followed by endstream.
+class StreamLengths {
+public:
+  bool checked = false;      ///< If set, a "Length" that is not followed by endstream is ignored.
+  std::int64_t scanned = 0;  ///< Bytes searched for ends.
+
+  std::size_t size() const { return lengths_.size(); }
+  /// The length of the data at `offset`, or 0 when it was not found to be false.
+  std::int32_t find(std::uint32_t offset) const {
+    const PDF_LENGTH* const known = place_of(offset);
+    return known != lengths_.end() && known->offset == offset ? known->length : 0;
+  }
+  /// False without memory.
+  bool add(std::uint32_t offset, std::int32_t length) {
+    return lengths_.insert(static_cast<std::size_t>(place_of(offset) - lengths_.begin()), {offset, length});
+  }
+  /// Forgets the lengths found; `checked` stays.
+  void reset() {
+    lengths_.reset();
+    scanned = 0;
+  }
+
+private:
+  const PDF_LENGTH* place_of(std::uint32_t offset) const {
+    return std::lower_bound(lengths_.begin(), lengths_.end(), offset,
+                            [](const PDF_LENGTH& a, std::uint32_t wanted) { return a.offset < wanted; });
+  }
+
+  GrowArray<PDF_LENGTH> lengths_;  // by offset
+};
+
+/// The memory that the objects of decoded object streams take, as estimated.
+struct ObjStmBudget {
+  std::int64_t limit = 16 << 20;  ///< Bytes that they may take together.
+  std::int64_t held = 0;          ///< What they take now.
+  std::int64_t loaded = 0;        ///< All that was decoded,
+  std::int64_t reloaded = 0;      ///< and all that was decoded again.
+  std::uint32_t hand = 0;         ///< Index in the cache at which the search for objects to release goes on.
+
+  bool fits(std::int64_t weight) const { return held + weight <= limit; }
+  /// A document that is read criss-cross would only decode the same streams again and again; such a
+  /// one is held as a whole in the end.
+  bool is_useless() const { return reloaded > kMostReloads * loaded; }
+  void take(std::int64_t weight, bool again) {
+    held += weight;
+    (again ? reloaded : loaded) += weight;
+  }
+  void give_back(std::int64_t weight) { held -= weight; }
+  /// Nothing is held any more; `limit` stays.
+  void reset() {
+    held = loaded = reloaded = 0;
+    hand = 0;
+  }
+
+private:
+  static constexpr std::int64_t kMostReloads = 4;  // times that everything may be decoded again
+};
+
+/// Calls of one kind that run for one another. A cycle of references ends at the limit.
+class Nesting {
+public:
+  explicit constexpr Nesting(std::int32_t most) : most_(most) {}
+  bool is_full() const { return depth_ >= most_; }
+
+  /// One call, as long as it lives.
+  class Call {
+  public:
+    explicit Call(Nesting& nesting) : nesting_(nesting) { ++nesting_.depth_; }
+    Call(const Call&) = delete;
+    Call& operator=(const Call&) = delete;
+    ~Call() { --nesting_.depth_; }
+
+  private:
+    Nesting& nesting_;
+  };
+
+private:
+  std::int32_t most_;
+  std::int32_t depth_ = 0;
+};
+
+/// How many values a block of the QVAlloc family really holds, where the count that is seen grows by
+/// small fixed steps: the block itself grows by half, so that it is not moved at each step.
+class Room {
+public:
+  /// False without memory; the block then stays as it was.
+  template <class T>
+  bool reach(T*& block, std::uint32_t count) {
+    return count <= held_ || grow(block, std::max(count, held_ + held_ / 2));
+  }
+  /// The same with a growth of the caller's own: `count` values, if more than are held.
+  template <class T>
+  bool grow(T*& block, std::uint32_t count) {
+    if (count <= held_)
+      return true;
+    void* const grown = QVRealloc(block, std::size_t{count} * sizeof(T));
+    if (grown == nullptr)
+      return false;
+    block = static_cast<T*>(grown);
+    held_ = count;
+    return true;
+  }
+  std::uint32_t held() const { return held_; }
+  void reset() { held_ = 0; }
+
+private:
+  std::uint32_t held_ = 0;
+};
+
+/// A place in a list by object number, 0 for none.
+class NumberIndex {
+public:
+  bool reaches(std::uint32_t num) const { return num < places_.size(); }
+  /// Makes the index reach `num`. False when the number is too high to be indexed, or without memory.
+  bool extend_to(std::uint32_t num) {
+    return reaches(num) || (num < kLimit && places_.resize(std::max(rounded(num), places_.size() * 2)));
+  }
+  std::int32_t get(std::uint32_t num) const { return places_[num]; }
+  void set(std::uint32_t num, std::int32_t place) { places_[num] = place; }
+  void reset() { places_.reset(); }
+
+private:
+  static constexpr std::size_t kStep = 1024;
+  static constexpr std::uint32_t kLimit = 1u << 26;
+  static constexpr std::size_t rounded(std::uint32_t num) { return (num / kStep + 1) * kStep; }
+
+  GrowArray<std::int32_t> places_;
+};
+
+}  // namespace sheaf
