@@ -9,6 +9,7 @@
 #include "sheaf/document/merge/doc_merge.h"
 #include "support/command_line.h"
 #include "support/page_ranges.h"
+#include "support/part_names.h"
 #include "support/progress.h"
 #include "support/safe_output.h"
 #include "support/tool_support.h"
@@ -21,12 +22,13 @@ struct MergeOptions {
   std::string output;
   std::vector<std::string> inputs;     ///< "FILE" or "FILE:RANGES".
   std::vector<std::string> passwords;  ///< One for each input, in order; the last one for the rest.
+  std::string password_file;           ///< Has them on its lines.
 };
 
 struct SplitOptions {
   std::string file;
   PasswordOptions password;
-  std::string pattern;  ///< With %d for the number of the part.
+  std::string pattern;  ///< As part_name takes it.
   int every = 1;        ///< Pages a part.
 };
 
@@ -94,7 +96,9 @@ bool all_pages(int count, std::vector<std::int32_t>& pages) {
   return true;
 }
 
-int run_merge(const MergeOptions& options) {
+int run_merge(MergeOptions options) {
+  if (!options.password_file.empty() && !read_password_lines(options.password_file, options.passwords))
+    return kExitFailed;
   Assembly assembly;
   int code = kExitClean;
   Progress progress("documents", static_cast<std::int64_t>(options.inputs.size()));
@@ -127,23 +131,20 @@ int run_merge(const MergeOptions& options) {
 }
 
 int run_split(const SplitOptions& options) {
-  const std::size_t mark = options.pattern.find("%d");
   CPDFDoc source;
   if (!open_document(source, options.file, options.password))
     return kExitFailed;
   const int parts = (source.page_count() + options.every - 1) / options.every;
-  if (mark == std::string::npos && parts > 1) {
-    complain(options.pattern, "names one file for several parts; put %d where their number belongs");
+  if (options.pattern == "-" && parts > 1) {
+    complain("standard output",
+             "takes one document, but there are several parts; give -o a pattern such as part-%d.pdf");
     return kExitFailed;
   }
   int code = source.status() == PDF_OPEN::kClean ? kExitClean : kExitProblems;
-  const std::size_t digits = std::to_string(parts).size();
+  Progress progress("parts", parts);
   for (int part = 0; part < parts; ++part) {
-    std::string name = options.pattern;
-    std::string number = std::to_string(part + 1);
-    number.insert(0, digits - number.size(), '0');
-    if (mark != std::string::npos)
-      name.replace(mark, 2, number);
+    const std::string name = part_name(options.pattern, part + 1, parts);
+    progress.show(part + 1);
     std::vector<std::int32_t> pages;
     for (int page = part * options.every; page < (part + 1) * options.every && page < source.page_count(); ++page)
       pages.push_back(page);
@@ -163,8 +164,13 @@ const Registration kMerge("merge", "Make", "Pages of several documents in one", 
   auto options = std::make_shared<MergeOptions>();
   command.add_option("OUT", options->output, "The file to write")->required();
   command.add_option("IN", options->inputs, "FILE or FILE:RANGES, such as a.pdf:1-5,8,r1,z-1")->required();
-  command.add_option("--password", options->passwords, "One for each input, in order; the last one serves the rest")
-      ->allow_extra_args(false);
+  auto* direct =
+      command
+          .add_option("--password", options->passwords, "One for each input, in order; the last one serves the rest")
+          ->allow_extra_args(false);
+  command
+      .add_option("--password-file", options->password_file, "File with a password on each line, - for standard input")
+      ->excludes(direct);
   return [options] { return run_merge(*options); };
 });
 
@@ -172,7 +178,7 @@ const Registration kSplit("split", "Make", "One document into several", [](CLI::
   auto options = std::make_shared<SplitOptions>();
   add_file(command, options->file);
   add_password(command, options->password);
-  command.add_option("-o,--output", options->pattern, "Name of the parts, %d for their number")->required();
+  command.add_option("-o,--output", options->pattern, "Name of the parts, %d or %03d for their number")->required();
   command.add_option("--every", options->every, "Pages a part")->check(CLI::Range(1, 1000000));
   return [options] { return run_split(*options); };
 });

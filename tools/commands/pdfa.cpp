@@ -18,15 +18,16 @@ int run_pdfa(const PdfaOptions& options) {
   if (!open_document(doc, options.file, options.password, false))
     return kExitFailed;
   doc.table().drain_pending();
+  const std::string name = shown(input_name(options.file));
   switch (doc.table().pdfa_verify()) {
     case 0:
-      std::printf("%s: header and trailer are as PDF/A-1 asks\n", options.file.c_str());
+      std::printf("%s: header and trailer are as PDF/A-1 asks\n", name.c_str());
       return kExitClean;
     case 0x060102:
-      std::printf("%s: the file header does not conform to PDF/A-1 (ISO 19005-1, 6.1.2)\n", options.file.c_str());
+      std::printf("%s: the file header does not conform to PDF/A-1 (ISO 19005-1, 6.1.2)\n", name.c_str());
       return kExitProblems;
     default:
-      std::printf("%s: the file trailer does not conform to PDF/A-1 (ISO 19005-1, 6.1.3): %s\n", options.file.c_str(),
+      std::printf("%s: the file trailer does not conform to PDF/A-1 (ISO 19005-1, 6.1.3): %s\n", name.c_str(),
                   doc.is_encrypted() ? "the document is encrypted" : "there is no file identifier");
       return kExitProblems;
   }

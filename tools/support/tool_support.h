@@ -3,6 +3,7 @@
 
 #include <functional>
 #include <string>
+#include <vector>
 
 #include "sheaf/document/doc.h"
 #include "support/exit_codes.h"
@@ -15,8 +16,11 @@ namespace sheaf::tool {
 /// `needs_password` false an encrypted document that waits for its password counts as open.
 bool open_document(CPDFDoc& doc, const std::string& file, const PasswordOptions& password, bool needs_password = true);
 
-/// Opens `path` for reading and writing; messages name `shown`.
-bool open_document_for_update(CPDFDoc& doc, const std::string& path, const std::string& shown,
+/// Reads the passwords on the lines of a file, "-" for standard input. False, with a message, when it cannot be read.
+bool read_password_lines(const std::string& file, std::vector<std::string>& passwords);
+
+/// Opens `path` for reading and writing; messages name `shown_name`.
+bool open_document_for_update(CPDFDoc& doc, const std::string& path, const std::string& shown_name,
                               const PasswordOptions& password);
 
 /// Why an encrypted document cannot be read.
