@@ -2,9 +2,9 @@
 
 #include <unistd.h>
 
-#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <string_view>
 
 #include "support/messages.h"
 
@@ -27,7 +27,7 @@ Progress::Progress(const char* what, std::int64_t total)
   const ProgressWhen when = manner().progress;
   wanted_ = !manner().quiet && (when == ProgressWhen::kAlways || (when == ProgressWhen::kAuto && on_terminal_));
   const std::int64_t parts = on_terminal_ ? 100 : 10;
-  step_ = total > 0 ? std::max<std::int64_t>(total / parts, 1) : kStepOfUnknown;
+  step_ = total > 0 ? (total + parts - 1) / parts : kStepOfUnknown;
   next_ = step_;
 }
 
