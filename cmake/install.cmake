@@ -24,7 +24,7 @@ if(TARGET sheaf_shared)
 endif()
 if(TARGET sheaf_tool)
   install(TARGETS sheaf_tool RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tool)
-  install(FILES docs/sheaf.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tool)
+  install(FILES ${PROJECT_BINARY_DIR}/sheaf.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tool)
   install(FILES docs/completions/sheaf.bash RENAME sheaf
           DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT tool)
   install(FILES docs/completions/_sheaf DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/site-functions COMPONENT tool)
