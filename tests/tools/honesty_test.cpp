@@ -98,4 +98,14 @@ TEST_F(Honesty, NothingThatATerminalObeysIsPrinted) {
   }
 }
 
+TEST_F(Honesty, WhatANewFileLeavesOutIsToldWhenAsked) {
+  PdfBuilder builder;
+  write_file(in, builder.pages(1).obj(7, "(unused)").obj(8, "(unused)").classic().str());
+  const RunResult verbose = sheaf("rewrite --verbose in.pdf out.pdf");
+  EXPECT_EQ(verbose.code, 0);
+  EXPECT_TRUE(contains(verbose, "left out: 2 objects that nothing refers to")) << verbose.output;
+  EXPECT_TRUE(contains(verbose, "keys of the trailer")) << verbose.output;
+  EXPECT_FALSE(contains(sheaf("rewrite in.pdf out.pdf"), "left out"));
+}
+
 }  // namespace

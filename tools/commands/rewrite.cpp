@@ -129,6 +129,18 @@ void report_repairs(CPDFDoc& doc) {
            std::to_string(repair.offset) + ": " + repair.action);
 }
 
+// What a complete new file has no place for, however sound the old one was.
+void remark_left_out(const CPDFXRefTable& table, const Counts& counts, const std::string& output) {
+  std::int64_t generations = 0;
+  for (std::uint32_t num = 1; num < table.xref_count; ++num)
+    generations += table.xref_items[num].type == 1 && table.xref_items[num].gen > 0 ? 1 : 0;
+  remark(output, "left out: " + std::to_string(counts.dropped) + " objects that nothing refers to");
+  remark(output, "left out: the older versions of changed objects, and the sections that list them");
+  remark(output, "left out: keys of the trailer other than Root, Info, ID and Encrypt");
+  if (generations != 0)
+    remark(output, "left out: the generations of " + std::to_string(generations) + " objects, which now have 0");
+}
+
 int rewrite(const RewriteOptions& options, bool repair) {
   if (!check_encryption(options.encryption))
     return kExitFailed;
@@ -159,6 +171,7 @@ int rewrite(const RewriteOptions& options, bool repair) {
   }
   if (!output.commit())
     return kExitFailed;
+  remark_left_out(doc.table(), counts, output_name(options.output));
   if (repair)
     report_repairs(doc);
   report(output_name(options.output) + ": " + std::to_string(counts.kept) + " objects kept, " +
