@@ -26,6 +26,13 @@ TEST_F(Pipes, StandardInputAndOutputAreFiles) {
   EXPECT_EQ(
       sh("sheaf new - --image - < " SHEAF_SAMPLES "/sample.jpg 2> log | sheaf images - | grep -c DCTDecode").output,
       "1\n");
+  EXPECT_EQ(sh("mkfifo pipe && (cat in.pdf > pipe & sheaf check pipe)").code, 0);
+  for (const char* command : {"info .", "new no.pdf --text .", "new no.pdf --image .", "rewrite . no.pdf"}) {
+    const RunResult directory = sh(std::string("sheaf ") + command + " 2>&1");
+    EXPECT_EQ(directory.code, 2) << command;
+    EXPECT_NE(directory.output.find("sheaf: .: is a directory"), std::string::npos) << command << directory.output;
+  }
+  EXPECT_FALSE(has("no.pdf"));
   // Reports go elsewhere, or nowhere.
   EXPECT_EQ(sh("sheaf rewrite -q in.pdf - 2>&1 > /dev/null").output, "");
   EXPECT_EQ(sh("sheaf rewrite -q in.pdf out.pdf 2>&1").output, "");

@@ -1,10 +1,12 @@
 #include "support/inputs.h"
 
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <map>
 #include <utility>
 #include <vector>
 
@@ -40,6 +42,21 @@ bool note(const struct stat& file, const std::string& name) {
   return true;
 }
 
+// A temporary file without a name that has all that a pipe gives; -1, with a message, on failure.
+int take_pipe(const std::string& file) {
+  const int from = file == "-" ? dup(STDIN_FILENO) : open(file.c_str(), O_RDONLY | O_CLOEXEC);
+  int handle = from >= 0 ? make_temporary_file() : -1;
+  if (from < 0 || (handle >= 0 && copy_bytes(from, handle) < 0)) {
+    complain(input_name(file), std::string("could not be read to its end: ") + std::strerror(errno));
+    if (handle >= 0)
+      close(handle);
+    handle = -1;
+  }
+  if (from >= 0)
+    close(from);
+  return handle;
+}
+
 }  // namespace
 
 bool note_input(const std::string& file) {
@@ -54,22 +71,27 @@ bool is_input(const struct stat& file) {
 }
 
 bool input_path(const std::string& file, std::string& path) {
-  static int taken = -1;  // what standard input gave; open until the process ends
+  struct stat info = {};
+  const bool is_standard = file == "-";
+  const bool exists = !is_standard && stat(file.c_str(), &info) == 0;
+  if (exists && S_ISDIR(info.st_mode)) {
+    complain(file, "is a directory; name a file in it");
+    return false;
+  }
   if (!note_input(file))
     return false;
   path = file;
-  if (file != "-")
+  if (!is_standard && !(exists && (S_ISFIFO(info.st_mode) || S_ISSOCK(info.st_mode))))
     return true;
-  if (taken < 0) {
-    taken = make_temporary_file();
-    if (taken >= 0 && copy_bytes(STDIN_FILENO, taken) < 0) {
-      complain(input_name(file), std::string("could not be read to its end: ") + std::strerror(errno));
-      close(taken);
-      taken = -1;
-    }
-  }
-  path = path_of_handle(taken);
-  return taken >= 0;
+  // What a pipe gave is kept, since it gives it once; the descriptors are open until the process ends.
+  static std::map<std::string, int> taken;
+  const auto known = taken.find(file);
+  const int handle = known != taken.end() ? known->second : take_pipe(file);
+  if (handle < 0)
+    return false;
+  taken[file] = handle;
+  path = path_of_handle(handle);
+  return true;
 }
 
 }  // namespace sheaf::tool

@@ -14,8 +14,8 @@ bool note_input(const std::string& file);
 /// Whether `file` was remembered. Terminals, pipes and other devices may be both.
 bool is_input(const struct stat& file);
 
-/// Remembers `file` and puts the path to open it by into `path`: `file` itself, or for "-" that of a temporary file
-/// without a name that takes what standard input gives, once. False, with a message, on failure.
+/// Remembers `file` and puts the path to open it by into `path`: `file` itself, or for "-" and pipes that of a
+/// temporary file without a name that has all they gave. False, with a message, on failure and for a directory.
 bool input_path(const std::string& file, std::string& path);
 
 }  // namespace sheaf::tool

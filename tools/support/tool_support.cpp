@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <filesystem>
 #include <fstream>
 #include <map>
 #include <vector>
@@ -82,10 +81,6 @@ namespace {
 bool refuse(const CPDFDoc& doc, const std::string& file) {
   switch (doc.status()) {
     case PDF_OPEN::kNoFile:
-      if (std::error_code ignored; std::filesystem::is_directory(file, ignored)) {
-        complain(file, "is a directory; name a file in it");
-        break;
-      }
       complain(file, "cannot be opened; check the path and its permissions");
       break;
     case PDF_OPEN::kEmpty:
