@@ -4,7 +4,7 @@ include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
 set(SHEAF_CMAKE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/sheaf)
-set(SHEAF_PC_REQUIRES "zlib libjpeg libcrypto libutf8proc")
+set(SHEAF_PC_REQUIRES "zlib libjpeg libcrypto libutf8proc pugixml")
 set(SHEAF_USES_FONTCONFIG OFF)
 if(SHEAF_WITH_JPX)
   string(APPEND SHEAF_PC_REQUIRES " libopenjp2")

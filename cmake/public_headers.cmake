@@ -8,12 +8,17 @@ set(SHEAF_PUBLIC_HEADERS
   base/stream.h
   base/stream_blocks.h
   base/stream_output.h
+  base/stream_update.h
   base/visited_set.h
   cache/font_caches.h
   document/doc.h
+  document/forms/flattener.h
+  document/forms/form_data.h
+  document/forms/form_filler.h
   document/images/image.h
   document/merge/doc_merge.h
   document/names/name_list.h
+  document/signatures/signature_writer.h
   filters/stream_filter.h
   neighbours/fonts/cmap_resources.h
   neighbours/fonts/environment.h

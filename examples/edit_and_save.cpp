@@ -77,10 +77,9 @@ int main(int argc, char** argv) {
   const long long before = doc.file_size();
   if (!good || !doc.save_update(PDF_SAVE_FORM::kAsFile, nullptr)) {
     std::fprintf(stderr, "%s could not be changed\n", copy.c_str());
-    doc.truncate_to(before);
+    doc.undo_failed_save();  // a full disk leaves half a section
     return 2;
   }
-  std::printf("%s: %lld bytes, %lld of them new\n", copy.c_str(), doc.table().stream->GetLen(),
-              doc.table().stream->GetLen() - before);
+  std::printf("%s: %lld bytes, %lld of them new\n", copy.c_str(), doc.file_size(), doc.file_size() - before);
   return 0;
 }

@@ -1,4 +1,4 @@
-// What an application that embeds the library settles: where memory comes from, where bytes come
+// What an application that embeds the library decides: where memory comes from, where bytes come
 // from, which thread uses which document, and what it makes of failures.
 //
 //   embed FILE.pdf

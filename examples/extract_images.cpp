@@ -1,5 +1,5 @@
 // Lists the images of a document, and writes those that are JPEG files as such files. Of the others
-// it tells how many bytes of samples they decode to.
+// it prints how many bytes of samples they decode to.
 //
 //   extract_images FILE.pdf
 #include <cstdio>

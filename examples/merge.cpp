@@ -1,5 +1,5 @@
 // Puts the pages of several documents into a new one. Links, outlines, page labels, form fields and
-// named destinations come along; what leads to pages that do not is taken out.
+// named destinations are taken over; what leads to other pages is removed.
 //
 //   merge FILE.pdf...
 #include <cstdio>

@@ -1,6 +1,6 @@
 // Signs a copy of a document twice, with two keys that it makes itself. The second signature stands
 // in an update section behind the first, so that the first stays as it is and goes on covering its
-// revision. `pdfsig OUT.pdf` tells the same from outside.
+// revision. `pdfsig OUT.pdf` confirms it from outside.
 //
 //   sign FILE.pdf [OUT.pdf]
 #include <cstdio>
@@ -11,12 +11,12 @@
 #include "self_made_signer.h"
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/document/doc.h"
+#include "sheaf/document/signatures/signature_writer.h"
 #include "sheaf/neighbours/page/acro_form.h"
 
 namespace {
 
-constexpr int kSignatureRoom = 4096;    // bytes set aside for the signature
-constexpr int kTenDigits = 1999999999;  // room for any offset in the byte range
+constexpr int kSignatureRoom = 4096;  // bytes set aside for the signature
 
 // Adds an invisible signature field with a signature dictionary; the number of that dictionary.
 std::int32_t add_signature(CPDFDoc& doc, const std::string& name) {
@@ -25,12 +25,7 @@ std::int32_t add_signature(CPDFDoc& doc, const std::string& name) {
   signature.set_item_name(CPDFDictionary::sm_tag_type, "Sig");
   signature.set_item_name(CPDFDictionary::sm_tag_filter, "Adobe.PPKLite");
   signature.set_item_name("SubFilter", "adbe.pkcs7.detached");
-  sheaf::Cleared<CPDFArray> range;
-  for (const int value : {0, kTenDigits, kTenDigits, kTenDigits})
-    range.append_int(value);
-  signature.set_item_arr("ByteRange", &range);
-  const std::string zeros(kSignatureRoom, '\0');
-  signature.set_item_str("Contents", zeros.data(), kSignatureRoom);
+  CPDFSignatureWriter::reserve(signature, kSignatureRoom);
   const PDF_REF value{table.alloc_obj_num(), 0};
   table.store_dict(value, &signature);
 
@@ -51,39 +46,21 @@ std::int32_t add_signature(CPDFDoc& doc, const std::string& name) {
   return value.num;
 }
 
-// Seals the section with signature `num`, then fills in the byte range and the signature over it.
-bool seal_and_sign(CPDFDoc& doc, std::int32_t num, const Signer& signer) {
-  PDF_SIGN_DATA sealed;
-  sealed.num = num;
-  const bool saved = num > 0 && doc.save_update(PDF_SAVE_FORM::kAsFile, &sealed);
-  sealed.dict.clear();
-  if (!saved)
-    return false;
-  CQVStream& file = *doc.table().stream;
-  std::string bytes(static_cast<std::size_t>(file.GetLen()), '\0');
-  file.SetPos(CQVStream::STR_SEEK_SET, 0);
-  file.Read(bytes.data(), static_cast<unsigned>(bytes.size()));
+bool append_bytes(void* text, const unsigned char* bytes, unsigned size) {
+  static_cast<std::string*>(text)->append(reinterpret_cast<const char*>(bytes), size);
+  return true;
+}
 
-  const std::size_t object = doc.table().xref_items[num].offset;  // where the sealed save has put it
-  const std::size_t range = bytes.find("/ByteRange[", object) + 10;
-  const std::size_t contents = bytes.find("/Contents<", object) + 9;
-  const std::size_t behind = contents + 2 * kSignatureRoom + 2;
-  std::string values =
-      "[0 " + std::to_string(contents) + " " + std::to_string(behind) + " " + std::to_string(bytes.size() - behind);
-  values.resize(bytes.find(']', range) - range, ' ');
-  bytes.replace(range, values.size(), values);
-  const std::string signature = signer.sign(bytes.substr(0, contents) + bytes.substr(behind));
-  if (signature.empty() || signature.size() > kSignatureRoom)
+// Seals the section with signature `num`, which fills in the byte range, and puts the signature over
+// the bytes of that range into its place.
+bool seal_and_sign(CPDFDoc& doc, std::int32_t num, const Signer& signer) {
+  CPDFSignatureWriter writer(doc);
+  std::string bytes;
+  if (!writer.seal(PDF_SAVE_FORM::kAsFile, num) || !writer.read_signed(append_bytes, &bytes))
     return false;
-  for (std::size_t i = 0; i < signature.size(); ++i)
-    std::snprintf(&bytes[contents + 1 + 2 * i], 3, "%02x", static_cast<unsigned char>(signature[i]));
-  bytes[contents + 1 + 2 * signature.size()] = '0';  // where the last NUL went
-  file.SetPos(CQVStream::STR_SEEK_SET, static_cast<long long>(object));
-  const auto rest = static_cast<unsigned>(bytes.size() - object);
-  const bool written = file.Write(bytes.data() + object, rest) == rest;
-  file.Flush();
-  std::printf("signature %d covers all %zu bytes but its own %d\n", num, bytes.size(), 2 * kSignatureRoom + 2);
-  return written;
+  const std::string signature = signer.sign(bytes);
+  std::printf("signature %d covers all %lld bytes but its own %d\n", num, doc.file_size(), 2 * kSignatureRoom + 2);
+  return writer.put(reinterpret_cast<const unsigned char*>(signature.data()), signature.size());
 }
 
 }  // namespace

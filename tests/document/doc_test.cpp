@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "sheaf/document/doc.h"
+#include "support/counting_stream.h"
 #include "support/pdf_builder.h"
 #include "support/test_table.h"
 
@@ -142,6 +143,25 @@ TEST(PageTree, LoopsNullsAndMissingTypesDoNoHarm) {
   for (int i = 0; i < 4; ++i)
     EXPECT_EQ(opened.doc.page_ref(i).num, expected[i]);
   EXPECT_EQ(opened.doc.page_ref(4).num, 0);
+}
+
+TEST(PageTree, AKidListedOverAndOverIsReadOnce) {
+  constexpr int kTimes = 2000;
+  std::string kids;
+  for (int i = 0; i < kTimes; ++i)
+    kids += "2 0 R 3 0 R 9 0 R 4 0 R ";  // the node itself, a page, a number that is free, no page
+  PdfBuilder builder;
+  builder.obj(1, "<</Type/Catalog/Pages 2 0 R>>").obj(2, "<</Type/Pages/Kids[" + kids + "]>>");
+  builder.obj(3, "<</Type/Page/Parent 2 0 R/Long(" + std::string(50000, 'x') + ")>>");
+  builder.obj(4, "<</Long(" + std::string(50000, 'x') + ")>>").classic();
+  const std::string bytes = builder.str();
+  MemStream file(bytes);
+  CountingStream counted(file);
+  CPDFDoc doc;
+  ASSERT_TRUE(doc.open(&counted));
+  EXPECT_EQ(doc.page_count(), kTimes);
+  EXPECT_EQ(doc.page_ref(kTimes - 1).num, 3);
+  EXPECT_LT(counted.bytes, static_cast<std::int64_t>(40 * bytes.size()));
 }
 
 TEST(PageTree, ValuesAreInheritedFromTheNearestNode) {

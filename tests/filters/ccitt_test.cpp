@@ -165,7 +165,7 @@ TEST(CcittLines, TwoDimensional) {
   EXPECT_EQ(lines("000000000001 1 0111 11 1000 000000000001 0 011 1 1 000000000001 0", 2, 7, 2), "..##.../...#...");
 }
 
-TEST(CcittLines, BadCodeWordsAreSurvivedAsDocumented) {
+TEST(CcittLines, BadCodeWordsEndTheLineOrTheData) {
   struct Row {
     const char* what;
     const char* bits;

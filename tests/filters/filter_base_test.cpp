@@ -35,14 +35,14 @@ struct Load {
   std::vector<int> asked;
 };
 
-TEST(Stream, BufferLoadGrowsByTheSettledSteps) {
+TEST(Stream, BufferLoadAsksForDoublingPieces) {
   const Load loads[] = {
       {"nothing to deliver", 0, 0, 0, 1 << 20, 0, {0, 1024}},
       {"fits the estimate", 1000, 5000, 1000, 1 << 20, 1000, {1024}},
       {"exact fit reads on", 1024, 0, 1024, 1 << 20, 1024, {1024, 1024}},
       {"hint without an estimate", 1500, 1500, 0, 1 << 20, 1500, {2048}},
       {"limit stops growth only", 1 << 20, 0, 4096, 100, 5120, {4096, 1024}},
-      {"negative estimate is none", 10, 20, -5, 1 << 20, 10, {1024}},
+      {"negative estimate counts as 0", 10, 20, -5, 1 << 20, 10, {1024}},
       {"steps double up to 64 KiB, cut at a step",
        1 << 20,
        0,

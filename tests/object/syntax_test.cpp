@@ -47,6 +47,7 @@ TEST(Syntax, ValuesReadAsOtherReadersReadThem) {
       {"(open", "(open)"},
       {"<4 1 4x2 4>", "(AB@)"},
       {"<00FF80>", "<00FF80>"},
+      {"[<41 424\nendobj 8 0 obj<43>", "[(AB@)]"},
       {"12 0 R", "12 0 R"},
       {"12 0 Rx", "12"},
       {"12 99999999999 R", "12 2147483647 R"},

@@ -123,12 +123,16 @@ struct TwoSaves {
   bool has_died;
 };
 
-TEST(Crash, ASectionGoneOverUpToAnyByteLeavesOneOfTheThreeStates) {
+TEST(Crash, ASectionGoneOverUpToAnyByteLeavesOldOrNewObjects) {
   for (const Form& form : kForms) {
     for (const int second_padding : {80, 30, 3}) {  // longer, as long, and shorter than the first time
       const TwoSaves whole(form, second_padding, INT32_MAX);
-      const std::set<std::string> allowed{state_of(whole.old), state_of(whole.first), state_of(whole.second)};
+      std::set<std::string> allowed{state_of(whole.old), state_of(whole.first), state_of(whole.second)};
       ASSERT_EQ(allowed.size(), 3u);
+      // A cut inside the identifier costs the trailer, and with it the way to the title.
+      std::string untitled = state_of(whole.second);
+      untitled.erase(untitled.find(" (second)"), std::string(" (second)").size());
+      allowed.insert(untitled);
       bool has_died = true;
       // One of the three byte by byte; the others meet the same code at other places.
       const int step = second_padding == 30 ? 1 : 17;

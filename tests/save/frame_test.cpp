@@ -58,8 +58,8 @@ TEST(StreamStore, MemoryKeepsOneEntryANumber) {
   EXPECT_EQ(second.plain, 1);
   EXPECT_EQ(Holder::body(second), "second");
   for (int num = 10; num < 18; ++num)
-    h.put(num, "x");
-  EXPECT_EQ(h.table.mem_stream_capacity, 16);
+    EXPECT_EQ(Holder::body(h.put(num, std::to_string(num))), std::to_string(num));
+  EXPECT_EQ(Holder::body(second), "second");
 }
 
 TEST(StreamStore, TheTemporaryFileOnlyGrows) {
@@ -135,6 +135,9 @@ TEST(Xmp, CarriesTheDocumentInformation) {
              "/ModDate(D:199912)/Keywords 5>>");
   CPDFXMP xmp;
   unsigned len = 0;
+  const HeapBlock<unsigned char> unclaimed(xmp.gen_xmp(&t.table, &info, len));
+  EXPECT_EQ(std::string(reinterpret_cast<char*>(unclaimed.get()), len).find("pdfaid"), std::string::npos);
+  t.table.claims_pdfa = 1;
   const HeapBlock<unsigned char> block(xmp.gen_xmp(&t.table, &info, len));
   const std::string text(reinterpret_cast<char*>(block.get()), len);
   for (const char* piece :

@@ -250,7 +250,7 @@ TEST(StreamSave, AShortWriteIsReportedAndTheTableStaysUsable) {
   EXPECT_EQ(table.write_failed, 0);
 }
 
-TEST(NewDocument, TheFirstSaveHasTheDocumentedNumbers) {
+TEST(NewDocument, TheFirstSaveHasSixObjects) {
   TestTable t("");
   t.table.new_xref();
   EXPECT_EQ(t.table.save(nullptr, nullptr), 1);

@@ -10,6 +10,8 @@
 #include <iterator>
 #include <string>
 
+#include "support/tool_command.h"
+
 struct RunResult {
   int code = -1;
   std::string output;  ///< Standard output; standard error too when the command says so.

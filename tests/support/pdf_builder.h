@@ -18,6 +18,7 @@ public:
   /// An indirect object with the given body.
   PdfBuilder& obj(int num, const std::string& body, int gen = 0) {
     offsets_[num] = out_.size();
+    generations_[num] = gen;
     out_ += std::to_string(num) + " " + std::to_string(gen) + " obj\n" + body + "\nendobj\n";
     return *this;
   }
@@ -62,8 +63,8 @@ public:
     if (!has_section_)
       out_ += "0 1\n0000000000 65535 f \n";
     for (const auto& [num, offset] : offsets_) {
-      char line[32];
-      std::snprintf(line, sizeof(line), "%d 1\n%010zu 00000 n \n", num, offset);
+      char line[40];
+      std::snprintf(line, sizeof(line), "%d 1\n%010zu %05d n \n", num, offset, generations_[num]);
       out_ += line;
     }
     out_ += "trailer\n<</Size " + std::to_string(next_number()) + extra + prev() + ">>\n";
@@ -133,6 +134,7 @@ private:
 
   std::string out_;
   std::map<int, std::size_t> offsets_;
+  std::map<int, int> generations_;
   std::map<int, std::size_t> all_offsets_;
   std::map<int, std::pair<int, int>> compressed_;
   std::size_t last_section_ = 0;

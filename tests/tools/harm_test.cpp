@@ -18,6 +18,8 @@
 
 namespace {
 
+const std::string kTool = SHEAF_TOOL;
+
 namespace fs = std::filesystem;
 
 struct Harm : testing::Test {
@@ -29,7 +31,7 @@ struct Harm : testing::Test {
     fs::create_directory(folder / "tmp");
   }
   RunResult sheaf(const std::string& arguments, const std::string& redirect = "2>&1") {
-    return run_command("cd " + folder.str() + " && TMPDIR=" + (folder / "tmp") + " " SHEAF_TOOL " " + arguments + " " +
+    return run_command("cd " + folder.str() + " && TMPDIR=" + (folder / "tmp") + " " + kTool + " " + arguments + " " +
                        redirect);
   }
   static bool contains(const RunResult& result, const std::string& text) {
@@ -75,7 +77,8 @@ TEST_F(Harm, NoCommandWritesOverWhatItReads) {
 }
 
 TEST_F(Harm, ImagesAreNotWrittenOverTheirDocument) {
-  ASSERT_EQ(sheaf("new photo.pdf --image " SHEAF_SAMPLES "/sample.jpg").code, 0);
+  write_file(folder / "sample.jpg", make_jpeg(smooth_picture(8, 8, 1), 8, 8, kGreyJpeg));
+  ASSERT_EQ(sheaf("new photo.pdf --image sample.jpg").code, 0);
   const std::string photo = read_file(folder / "photo.pdf");
   fs::create_directory(folder / "d");
   const RunResult list = sheaf("images photo.pdf -d d");
@@ -89,7 +92,7 @@ TEST_F(Harm, ImagesAreNotWrittenOverTheirDocument) {
 
 TEST_F(Harm, OnlyRegularFilesAreReplaced) {
   ASSERT_EQ(mkfifo((folder / "pipe").c_str(), 0600), 0);
-  EXPECT_EQ(run_command("cd " + folder.str() + " && (cat pipe > got & " SHEAF_TOOL " rewrite in.pdf pipe; wait)").code,
+  EXPECT_EQ(run_command("cd " + folder.str() + " && (cat pipe > got & " + kTool + " rewrite in.pdf pipe; wait)").code,
             0);
   EXPECT_TRUE(fs::is_fifo(folder / "pipe"));
   EXPECT_EQ(sheaf("check got").code, 0);
@@ -132,11 +135,12 @@ TEST_F(Harm, LinksAreFollowedAndOwnersKept) {
 TEST_F(Harm, ASignalLeavesNothingBehind) {
   ASSERT_EQ(mkfifo((folder / "text").c_str(), 0600), 0);
   const std::size_t before = files();
+  const std::string command = "exec " + kTool + " new out.pdf --text text";
   for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGKILL}) {
     const pid_t child = fork();
     if (child == 0) {
       if (chdir(folder.str().c_str()) == 0 && setenv("TMPDIR", "tmp", 1) == 0 && std::freopen("/dev/null", "w", stderr))
-        execl("/bin/sh", "sh", "-c", "exec " SHEAF_TOOL " new out.pdf --text text", static_cast<char*>(nullptr));
+        execl("/bin/sh", "sh", "-c", command.c_str(), static_cast<char*>(nullptr));
       _exit(9);
     }
     // It waits for the text when this open succeeds, with its output begun; the text never comes to an end.
@@ -161,7 +165,7 @@ TEST_F(Harm, AFileSizeLimitIsAFailureThatChangesNothing) {
   for (const char* arguments :
        {"update in.pdf --in-place --attach big", "update in.pdf -o out.pdf --attach big", "new out.pdf --attach big"}) {
     const RunResult result =
-        run_command("cd " + folder.str() + " && ulimit -f 100 && TMPDIR=tmp " SHEAF_TOOL " " + arguments + " 2>&1");
+        run_command("cd " + folder.str() + " && ulimit -f 100 && TMPDIR=tmp " + kTool + " " + arguments + " 2>&1");
     EXPECT_EQ(result.code, 2) << arguments << result.output;
     EXPECT_EQ(read_file(in), good) << arguments;
     EXPECT_EQ(files(), before) << arguments;
@@ -171,7 +175,7 @@ TEST_F(Harm, AFileSizeLimitIsAFailureThatChangesNothing) {
 
 TEST_F(Harm, UpdatesInPlaceFollowOneAnother) {
   std::string all = "cd " + folder.str() + " && for i in 1 2 3 4 5 6 7 8; do ";
-  all += "head -c 3000$i /dev/urandom > a$i; " SHEAF_TOOL " update in.pdf --in-place --attach a$i & done; wait";
+  all += "head -c 3000$i /dev/urandom > a$i; " + kTool + " update in.pdf --in-place --attach a$i & done; wait";
   run_command(all);
   EXPECT_EQ(sheaf("check in.pdf").code, 0);
   if (has_program("qpdf")) {
@@ -213,7 +217,7 @@ TEST_F(Harm, OutputThatDoesNotArriveIsAFailure) {
     EXPECT_EQ(read_file(folder / "errors").substr(0, 7), "sheaf: ") << arguments;
     EXPECT_EQ(sheaf(arguments, "2>&1 >&-").code, 2) << arguments;
     // The reader is gone before the tool begins.
-    run_command("cd " + folder.str() + " && (sleep 0.05; " SHEAF_TOOL " " + arguments +
+    run_command("cd " + folder.str() + " && (sleep 0.05; " + kTool + " " + arguments +
                 " 2> errors; echo $? > code) | true");
     EXPECT_EQ(read_file(folder / "code"), "2\n") << arguments;
   }

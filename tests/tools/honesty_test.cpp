@@ -6,10 +6,12 @@
 
 namespace {
 
+const std::string kTool = SHEAF_TOOL;
+
 struct Honesty : testing::Test {
   void SetUp() override { write_file(in, PdfBuilder().pages(2).classic().str()); }
   RunResult sheaf(const std::string& arguments, const std::string& redirect = "2>&1") {
-    return run_command("cd " + folder.str() + " && " SHEAF_TOOL " " + arguments + " " + redirect);
+    return run_command("cd " + folder.str() + " && " + kTool + " " + arguments + " " + redirect);
   }
   static bool contains(const RunResult& result, const std::string& text) {
     return result.output.find(text) != std::string::npos;

@@ -2,14 +2,20 @@
 #include <gtest/gtest.h>
 
 #include "support/external_tool.h"
+#include "support/jpeg_maker.h"
 #include "support/pdf_builder.h"
 
 namespace {
 
+const std::string kTool = SHEAF_TOOL;
+
 struct Pipes : testing::Test {
-  void SetUp() override { write_file(folder / "in.pdf", PdfBuilder().pages(3).classic().str()); }
+  void SetUp() override {
+    write_file(folder / "in.pdf", PdfBuilder().pages(3).classic().str());
+    write_file(folder / "sample.jpg", make_jpeg(smooth_picture(160, 100, 3), 160, 100, {}));
+  }
   RunResult sh(const std::string& command) {
-    return run_command("cd " + folder.str() + " && sheaf() { " SHEAF_TOOL " \"$@\"; }; " + command);
+    return run_command("cd " + folder.str() + " && sheaf() { " + kTool + " \"$@\"; }; " + command);
   }
   bool has(const std::string& name) { return std::filesystem::exists(folder / name); }
 
@@ -23,9 +29,7 @@ TEST_F(Pipes, StandardInputAndOutputAreFiles) {
             "2\n");
   EXPECT_EQ(sh("sheaf merge - in.pdf:1 - < in.pdf 2> log | sheaf pages - | wc -l").output, "5\n");
   EXPECT_EQ(sh("printf 'a\\tb' | sheaf new - --text - 2> log | sheaf check -").code, 0);
-  EXPECT_EQ(
-      sh("sheaf new - --image - < " SHEAF_SAMPLES "/sample.jpg 2> log | sheaf images - | grep -c DCTDecode").output,
-      "1\n");
+  EXPECT_EQ(sh("sheaf new - --image - < sample.jpg 2> log | sheaf images - | grep -c DCTDecode").output, "1\n");
   EXPECT_EQ(sh("mkfifo pipe && (cat in.pdf > pipe & sheaf check pipe)").code, 0);
   for (const char* command : {"info .", "new no.pdf --text .", "new no.pdf --image .", "rewrite . no.pdf"}) {
     const RunResult directory = sh(std::string("sheaf ") + command + " 2>&1");
@@ -77,13 +81,13 @@ TEST_F(Pipes, AnImageStandsOnItsPageAsAskedFor) {
         Row{"--page-size 200x100 --margin 25", "200.00     100.00", "80.0000 0.0000 0.0000 50.0000 60.0000 25.0000"},
         Row{"--page-size 10x5in --fit", "720.00     360.00", "576.0000 0.0000 0.0000 360.0000 72.0000 0.0000"}}) {
     const RunResult made =
-        sh(std::string("sheaf new -q out.pdf --image " SHEAF_SAMPLES "/sample.jpg ") + row.options +
+        sh(std::string("sheaf new -q out.pdf --image sample.jpg ") + row.options +
            " && sheaf pages out.pdf && for n in 1 2 3 4 5 6; do sheaf stream out.pdf $n 2>&1 | grep -a cm; done");
     EXPECT_NE(made.output.find(row.page), std::string::npos) << row.options << made.output;
     EXPECT_NE(made.output.find(row.matrix), std::string::npos) << row.options << made.output;
   }
-  EXPECT_EQ(sh("sheaf new no.pdf --image " SHEAF_SAMPLES "/sample.jpg --page-size B9 2> log").code, 2);
-  EXPECT_EQ(sh("sheaf new no.pdf --image " SHEAF_SAMPLES "/sample.jpg --page-size A4 --margin 300 2> log").code, 2);
+  EXPECT_EQ(sh("sheaf new no.pdf --image sample.jpg --page-size B9 2> log").code, 2);
+  EXPECT_EQ(sh("sheaf new no.pdf --image sample.jpg --page-size A4 --margin 300 2> log").code, 2);
 }
 
 TEST_F(Pipes, TabsOfATextEndAtColumns) {

@@ -114,6 +114,7 @@ TEST_F(Tool, EncryptionIsKeptUnlessItIsTakenOff) {
   const std::string other = folder / "other.pdf";
   ASSERT_EQ(sheaf("rewrite --encrypt aes256 --user-password u --owner-password o " + in + " " + out).code, 0);
   EXPECT_EQ(sheaf("rewrite " + out + " " + other).code, 2);
+  EXPECT_EQ(sheaf("rewrite --pdfa --password u " + out + " " + other).code, 2);  // PDF/A is never encrypted
   EXPECT_FALSE(std::filesystem::exists(other));
   EXPECT_TRUE(contains(sheaf("show --password nope " + out + " 5"), "the password is wrong"));
   write_file(folder / "pw", "u\n");
@@ -130,7 +131,19 @@ TEST_F(Tool, EncryptionIsKeptUnlessItIsTakenOff) {
 
 TEST_F(Tool, NewDocumentsAndTheVerdictOnTheirFrame) {
   ASSERT_EQ(sheaf("new " + out + " --set Author=Me").code, 0);
+  EXPECT_TRUE(contains(sheaf("pdfa " + out), "no output intent"));
+  ASSERT_EQ(sheaf("new " + out + " --pdfa --set Author=Me").code, 0);
   EXPECT_EQ(sheaf("pdfa " + out).code, 0);
+  EXPECT_TRUE(contains(sheaf("pdfa " + out), "claim PDF/A-1B"));
+  const std::string made = folder / "made.pdf";
+  for (const std::string& command :
+       {"update " + in + " --set Title=x -o " + made, "rewrite " + in + " " + made, "merge " + made + " " + in}) {
+    ASSERT_EQ(sheaf(command).code, 0) << command;
+    EXPECT_TRUE(contains(sheaf("pdfa " + made), "no metadata")) << command;
+    ASSERT_EQ(sheaf(command + " --pdfa").code, 0) << command;
+    EXPECT_TRUE(contains(sheaf("pdfa " + made), "1 of them for PDF/A")) << command;
+    EXPECT_TRUE(contains(sheaf("pdfa " + made), "claim PDF/A-1B")) << command;
+  }
   EXPECT_EQ(sheaf("pdfa " + in).code, 0);
   write_file(in, PdfBuilder("%PDF-1.4\n").pages(1).classic().str());
   EXPECT_EQ(sheaf("pdfa " + in).code, 1);

@@ -202,7 +202,6 @@ TEST(Access, NewObjectsGetSlotsAndNumbers) {
   EXPECT_EQ(t.table.new_obj_count, 1u);
   t.table.get_xref2(256, 0);
   EXPECT_EQ(t.table.xref_count, 512u);
-  EXPECT_EQ(t.table.new_obj_capacity, 32u);
   EXPECT_EQ(t.object(255), "7");
   t.table.next_obj_num = 900;
   EXPECT_EQ(t.table.alloc_obj_num(), 900);

@@ -24,7 +24,7 @@ struct FontsOptions {
 };
 
 struct FontFacts {
-  std::int32_t object = 0;  ///< 0: the font stands directly in its resources.
+  std::int32_t object = 0;  ///< 0: the font is a direct value of its resources.
   std::string name;
   std::string type;      ///< "Subtype"; of a composite font that of its descendant too.
   std::string encoding;  ///< As named; "built-in" when the font program has it.

@@ -7,6 +7,7 @@
 #include <memory>
 
 #include "sheaf/document/merge/doc_merge.h"
+#include "support/changes.h"
 #include "support/command_line.h"
 #include "support/page_ranges.h"
 #include "support/part_names.h"
@@ -23,6 +24,7 @@ struct MergeOptions {
   std::vector<std::string> inputs;     ///< "FILE" or "FILE:RANGES".
   std::vector<std::string> passwords;  ///< One for each input, in order; the last one for the rest.
   std::string password_file;           ///< Has them on its lines.
+  bool pdfa = false;
 };
 
 struct SplitOptions {
@@ -102,6 +104,8 @@ int run_merge(MergeOptions options) {
   Assembly assembly;
   int code = kExitClean;
   Progress progress("documents", static_cast<std::int64_t>(options.inputs.size()));
+  if (options.pdfa)
+    assembly.doc.set_frame(PDF_FRAME::kClaim);
   for (std::size_t i = 0; i < options.inputs.size(); ++i) {
     const Input input = parse_input(options.inputs[i]);
     CPDFDoc source;
@@ -125,6 +129,8 @@ int run_merge(MergeOptions options) {
   }
   if (!assembly.write(options.output))
     return kExitFailed;
+  if (complain_of_metadata(assembly.doc, options.output))
+    code = kExitProblems;
   report(output_name(options.output) + ": " + std::to_string(assembly.doc.page_count()) + " pages of " +
          std::to_string(options.inputs.size()) + " documents, " + std::to_string(assembly.size) + " bytes");
   return code;
@@ -171,6 +177,7 @@ const Registration kMerge("merge", "Make", "Pages of several documents in one", 
   command
       .add_option("--password-file", options->password_file, "File with a password on each line, - for standard input")
       ->excludes(direct);
+  add_pdfa(command, options->pdfa);
   return [options] { return run_merge(*options); };
 });
 

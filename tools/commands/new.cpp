@@ -18,6 +18,7 @@ struct NewOptions {
   ImagePageOptions images;
   ChangeOptions changes;
   TextOptions text;
+  bool pdfa = false;
 };
 
 void add_text(CLI::App& command, TextOptions& text) {
@@ -84,6 +85,8 @@ int run_new(const NewOptions& options) {
   if (!output.open(options.output))
     return kExitFailed;
   CPDFDoc doc;
+  if (options.pdfa)
+    doc.set_frame(PDF_FRAME::kClaim);
   const bool created = doc.create(&output.stream());
   const int code = created && !options.text.file.empty() ? add_text_pages(doc, options.text) : int{kExitClean};
   if (code == kExitFailed || (created && !options.images.files.empty() && !append_image_pages(doc, options.images)))
@@ -104,6 +107,7 @@ const Registration kNew("new", "Make", "A new document", [](CLI::App& command) -
   command.add_option("OUT", options->output, "The file to write")->required();
   add_images(command, options->images);
   add_changes(command, options->changes);
+  add_pdfa(command, options->pdfa);
   add_text(command, options->text);
   return [options] { return run_new(*options); };
 });

@@ -6,6 +6,7 @@
 #include "sheaf/neighbours/security/digests.h"
 #include "sheaf/neighbours/security/encrypter.h"
 #include "sheaf/object/array.h"
+#include "support/changes.h"
 #include "support/command_line.h"
 #include "support/encryption.h"
 #include "support/progress_stream.h"
@@ -23,6 +24,7 @@ struct RewriteOptions {
   bool deterministic_id = false;
   bool decrypt = false;
   EncryptionOptions encryption;  ///< Without an algorithm: as the source.
+  bool pdfa = false;
 };
 
 void set_pair(CPDFObj& id, const unsigned char* digest) {
@@ -94,19 +96,6 @@ bool make_encryption(CPDFDoc& doc, CPDFXRefTable& target, const RewriteOptions& 
   return true;
 }
 
-// The first half of an identifier stays with a document, the second tells its versions apart (ISO
-// 32000-1, 14.4). Made here, it costs no pass over the new file.
-void set_version_id(CPDFXRefTable& table, CPDFObj& id) {
-  unsigned char fresh[CQVSecMD5::kSize];
-  Freed<CPDFObj> scratch;
-  const PDF_String first = first_id(table, table.id, scratch);
-  if (!secure_random(fresh, sizeof(fresh)))
-    return;
-  set_pair(id, fresh);
-  if (first.data != nullptr && first.len > 0)
-    id.as_array()->items[0].set_string(first.data, first.len);
-}
-
 struct Counts {
   std::int64_t kept = 0;
   std::int64_t dropped = 0;
@@ -147,6 +136,9 @@ int rewrite(const RewriteOptions& options, bool repair) {
   CPDFDoc doc;
   if (!open_document(doc, options.file, options.password))
     return kExitFailed;
+  const bool stays_encrypted = doc.is_encrypted() && !options.decrypt;
+  if (options.pdfa && !ask_for_pdfa(doc, options.output, stays_encrypted || !options.encryption.algorithm.empty()))
+    return kExitFailed;
   SafeOutput output;
   if (!output.open(options.output))
     return kExitFailed;
@@ -160,8 +152,6 @@ int rewrite(const RewriteOptions& options, bool repair) {
     std::unique_ptr<CPDFStandardEncrypt> enc;
     if (!make_encryption(doc, target, options, enc))
       return kExitFailed;
-    if (target.id.is_null())
-      set_version_id(doc.table(), target.id);
     doc.save_complete(target, enc.get());
     if (target.write_failed != 0 || target.xref_items == nullptr) {
       complain(options.output, "could not be written to its end; is the disk full? Nothing was changed");
@@ -177,7 +167,8 @@ int rewrite(const RewriteOptions& options, bool repair) {
   report(output_name(options.output) + ": " + std::to_string(counts.kept) + " objects kept, " +
          std::to_string(counts.dropped) + " dropped, " + std::to_string(doc.file_size()) + " bytes before, " +
          std::to_string(output.size()) + " after");
-  const bool clean = doc.status() == PDF_OPEN::kClean && doc.repairs().empty();
+  const bool metadata_left = complain_of_metadata(doc, options.output);
+  const bool clean = doc.status() == PDF_OPEN::kClean && doc.repairs().empty() && !metadata_left;
   return clean || repair ? kExitClean : kExitProblems;
 }
 
@@ -200,6 +191,7 @@ const Registration kRewrite("rewrite", "Make", "A complete new file of what is s
                               add_file(command, options->file);
                               add_password(command, options->password);
                               add_output(command, *options);
+                              add_pdfa(command, options->pdfa);
                               auto* decrypt =
                                   command.add_flag("--decrypt", options->decrypt, "Take the encryption off");
                               add_encryption(command, options->encryption)->excludes(decrypt);

@@ -21,8 +21,20 @@ struct UpdateOptions {
   bool classic = false;
   bool stream = false;
   bool seal = false;
+  bool pdfa = false;
   int saves = 1;
 };
+
+std::string save_trouble(PDF_SAVE ended) {
+  switch (ended) {
+    case PDF_SAVE::kFileChanged:
+      return "another program has changed or replaced the file meanwhile; nothing was written. Try again";
+    case PDF_SAVE::kRefused:
+      return "there is no catalogue that can be changed, or not enough memory; nothing was written";
+    default:
+      return "the update could not be written to its end; is the disk full?";
+  }
+}
 
 bool save_changes(CPDFDoc& doc, const UpdateOptions& options, const std::string& name) {
   const PDF_SAVE_FORM form = options.classic  ? PDF_SAVE_FORM::kClassic
@@ -34,7 +46,7 @@ bool save_changes(CPDFDoc& doc, const UpdateOptions& options, const std::string&
     progress.show(i);
     const bool last = i + 1 == options.saves;
     if (!doc.save_update(form, last && options.seal ? &sign : nullptr)) {
-      complain(name, "the update could not be written to its end; is the disk full?");
+      complain(name, save_trouble(doc.last_save()));
       return false;
     }
   }
@@ -42,8 +54,13 @@ bool save_changes(CPDFDoc& doc, const UpdateOptions& options, const std::string&
   return true;
 }
 
-int result_of(const CPDFDoc& doc) {
-  return doc.status() == PDF_OPEN::kClean ? kExitClean : kExitProblems;
+int result_of(CPDFDoc& doc, const std::string& name) {
+  return doc.status() == PDF_OPEN::kClean && !complain_of_metadata(doc, name) ? kExitClean : kExitProblems;
+}
+
+// What is to be changed, made ready for the save.
+bool make_changes(CPDFDoc& doc, const UpdateOptions& options, const std::string& name) {
+  return apply_changes(doc, options.changes) && (!options.pdfa || ask_for_pdfa(doc, name, doc.is_encrypted()));
 }
 
 void report_sizes(const std::string& name, long long before, long long after) {
@@ -58,10 +75,12 @@ int update_copy(const UpdateOptions& options, const std::string& target) {
     return kExitFailed;
   CPDFDoc doc;
   if (!open_document_for_update(doc, output.path(), options.file, options.password) ||
-      !apply_changes(doc, options.changes) || !save_changes(doc, options, target))
+      !make_changes(doc, options, target))
     return kExitFailed;
   const long long before = doc.file_size();
-  const int code = result_of(doc);
+  if (!save_changes(doc, options, target))
+    return kExitFailed;
+  const int code = result_of(doc, target);
   doc.close();
   if (!output.commit())
     return kExitFailed;
@@ -76,14 +95,15 @@ int update_in_place(const UpdateOptions& options) {
     return kExitFailed;
   CPDFDoc doc;
   if (!open_document_for_update(doc, options.file, options.file, options.password) ||
-      !apply_changes(doc, options.changes))
+      !make_changes(doc, options, options.file))
     return kExitFailed;
   const long long before = doc.file_size();
   if (!save_changes(doc, options, options.file)) {
-    doc.truncate_to(before);
+    if (!doc.undo_failed_save())
+      complain(options.file, "could not be cut back to its " + std::to_string(doc.sound_end()) + " bytes");
     return kExitFailed;
   }
-  const int code = result_of(doc);
+  const int code = result_of(doc, options.file);
   const long long after = doc.table().stream->GetLen();
   const long long in_front = doc.table().stream->base_offset;
   doc.close();
@@ -117,6 +137,7 @@ const Registration kUpdate(
       auto* classic = command.add_flag("--classic", options->classic, "End in a classic table");
       command.add_flag("--stream", options->stream, "End in a cross-reference stream")->excludes(classic);
       command.add_flag("--seal", options->seal, "Seal the update, as for a signature");
+      add_pdfa(command, options->pdfa);
       command.add_option("--saves", options->saves, "Save this many times in one run")->check(CLI::Range(1, 100000));
       add_changes(command, options->changes);
       return [options] { return run_update(*options); };

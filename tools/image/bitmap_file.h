@@ -12,7 +12,7 @@ struct BitmapFile {
   std::int32_t width = 0;
   std::int32_t height = 0;
   bool has_alpha = false;
-  double dots_x = 0;  ///< Dots an inch; 0 when the file does not tell.
+  double dots_x = 0;  ///< Dots an inch; 0 when the file states none.
   double dots_y = 0;
 };
 

@@ -1,3 +1,4 @@
+// Adds an image file as a page of its own size at the resolution that the file states.
 #include "image/image_pages.h"
 
 #include <strings.h>

@@ -1,8 +1,11 @@
+// Recognises the format by its first bytes, and reads size, resolution and orientation from headers.
 #include "image/image_probe.h"
 
 #include <cmath>
 #include <cstdint>
 #include <string_view>
+
+#include "sheaf/neighbours/decoders/jp2_boxes.h"
 
 namespace sheaf::tool {
 
@@ -112,19 +115,11 @@ void read_jpeg(const Bytes& file, ImageFacts& facts) {
   }
 }
 
-// The content of the first box of a type (ISO/IEC 15444-1, I.4); empty when there is none.
-std::string_view find_box(std::string_view boxes, std::string_view type) {
-  const Bytes bytes(boxes);
-  std::size_t pos = 0;
-  while (pos + 8 <= boxes.size()) {
-    const std::size_t size = bytes.at(pos, 4);
-    if (boxes.substr(pos + 4, 4) == type)
-      return boxes.substr(pos + 8, size >= 8 ? size - 8 : std::string_view::npos);
-    if (size < 8)
-      break;
-    pos += size;
-  }
-  return {};
+// The content of the first box of a type; empty when there is none.
+std::string_view find_box(std::string_view boxes, std::uint32_t type) {
+  Jp2Boxes walk(reinterpret_cast<const std::uint8_t*>(boxes.data()), boxes.size());
+  return walk.find(type) ? std::string_view(reinterpret_cast<const char*>(walk.content), walk.size)
+                         : std::string_view();
 }
 
 void read_jpx(std::string_view data, ImageFacts& facts) {
@@ -133,10 +128,10 @@ void read_jpx(std::string_view data, ImageFacts& facts) {
     facts.components = static_cast<int>(Bytes(data).at(kComponents, 2));
     return;
   }
-  const std::string_view resolution = find_box(find_box(data, "jp2h"), "res ");
-  std::string_view box = find_box(resolution, "resd");
+  const std::string_view resolution = find_box(find_box(data, jp2_box_type("jp2h")), jp2_box_type("res "));
+  std::string_view box = find_box(resolution, jp2_box_type("resd"));
   if (box.empty())
-    box = find_box(resolution, "resc");
+    box = find_box(resolution, jp2_box_type("resc"));
   const Bytes numbers(box);
   const auto dots = [&numbers](std::size_t at, std::size_t exponent) {
     const auto power = static_cast<std::int8_t>(numbers.at(exponent, 1));

@@ -1,3 +1,4 @@
+// A PNG file as a bitmap.
 #include "image/bitmap_file.h"
 #include "image/png_steps.h"
 #include "sheaf/base/scope_guard.h"

@@ -1,3 +1,4 @@
+// The steps of libpng, each with its own setjmp.
 #include "image/png_steps.h"
 
 #include <algorithm>

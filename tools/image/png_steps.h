@@ -21,7 +21,7 @@ struct PngInput {
   std::uint32_t width;
   std::uint32_t height;
   bool has_alpha;
-  double dots_x;  ///< Dots an inch; 0 when the file does not tell.
+  double dots_x;  ///< Dots an inch; 0 when the file states none.
   double dots_y;
 };
 

@@ -94,7 +94,7 @@ private:
     return false;
   }
 
-  // Samples of a text; the digits of a bitmap may stand side by side.
+  // Samples of a text; the digits of a bitmap may follow one another directly.
   std::uint32_t next_text() {
     if (!is_bitmap_)
       return static_cast<std::uint32_t>(number());

@@ -1,3 +1,4 @@
+// The window is reloaded when a position lies outside it.
 #include "map/byte_window.h"
 
 #include <algorithm>

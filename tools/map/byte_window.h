@@ -21,7 +21,7 @@ public:
       load(pos);
     return pos >= start_ && pos < start_ + len_ ? bytes_[static_cast<std::size_t>(pos - start_)] : '\0';
   }
-  /// Whether `text` stands at `pos`.
+  /// Whether `text` is at `pos`.
   bool has(std::int64_t pos, std::string_view text);
   /// The first place of `text` from `from` on, -1 when there is none in front of `end`.
   std::int64_t find(std::string_view text, std::int64_t from, std::int64_t end);

@@ -1,3 +1,4 @@
+// Joins the scan with the table: which parts are current, reached, packed, and of what kind.
 #include "map/file_map.h"
 
 #include <algorithm>
@@ -117,7 +118,7 @@ void MapMaker::look_at_packed() {
 // What an object is by itself weighs more than what others say of it.
 void MapMaker::settle_kinds() {
   const std::vector<PartKind>& hints = map_.scan.hints;
-  const auto settled = [&hints](PartKind kind, std::size_t num) {
+  const auto hinted = [&hints](PartKind kind, std::size_t num) {
     const bool open = kind == PartKind::kStream || kind == PartKind::kObject;
     return open && num < hints.size() && hints[num] != PartKind::kUnknown ? hints[num] : kind;
   };
@@ -128,11 +129,11 @@ void MapMaker::settle_kinds() {
       part.kind = PartKind::kFrame;
       part.frame = FrameKind::kHints;
     }
-    part.kind = settled(part.kind, static_cast<std::size_t>(part.num));
+    part.kind = hinted(part.kind, static_cast<std::size_t>(part.num));
     part.unused = part.kind != PartKind::kFrame && !reached(static_cast<std::uint32_t>(part.num));
   }
   for (std::size_t num = 0; num < packed_kinds_.size(); ++num)
-    packed_kinds_[num] = settled(packed_kinds_[num], num);
+    packed_kinds_[num] = hinted(packed_kinds_[num], num);
 }
 
 // Which numbers each save wrote for the first time, and which again.
@@ -149,7 +150,7 @@ void MapMaker::count_saves() {
   }
 }
 
-// Counts what an object stream holds, also one that the table no longer leads to. False when it is none.
+// Counts what an object stream holds, also one that the table no longer refers to. False for other objects.
 bool MapMaker::add_members(const FilePart& part, Revision& revision, VisitedSet& seen) {
   if (!part.is_stream || (part.kind != PartKind::kPacked && part.kind != PartKind::kOldObject))
     return false;

@@ -1,3 +1,4 @@
+// Walks from part to part; a stream's end is where its length says, or else the next endstream.
 #include "map/file_scan.h"
 
 #include <algorithm>
@@ -57,7 +58,7 @@ FileScan Scanner::run() {
   }
   const auto size = static_cast<std::uint32_t>(bytes_.size());
   const std::uint32_t last = scan_.revisions.empty() ? 0 : scan_.revisions.back().end;
-  // What stands behind the last end marker belongs to the last save, unless it has objects of its own.
+  // What follows the last end marker belongs to the last save, unless it has objects of its own.
   const bool has_objects = std::any_of(scan_.parts.begin(), scan_.parts.end(),
                                        [last](const FilePart& part) { return part.start >= last && part.num != 0; });
   if (scan_.revisions.empty() || has_objects)
@@ -92,7 +93,7 @@ std::int64_t Scanner::take_part(std::int64_t pos) {
   return pos;
 }
 
-// The line of the version, with the comment that tells transports of the binary data behind it.
+// The line of the version, with the comment that marks the file as binary.
 std::int64_t Scanner::take_header(std::int64_t pos) {
   if (!bytes_.has(pos, "%PDF-"))
     return pos;
@@ -110,7 +111,7 @@ bool Scanner::read_number(std::int64_t& pos, std::int64_t& value) {
   return pos > from;
 }
 
-// Whether an object's header stands at `pos`; `body` gets the place behind it.
+// Whether an object's header is at `pos`; `body` gets the place behind it.
 bool Scanner::at_object(std::int64_t pos, std::int32_t& num, std::int64_t& body) {
   std::int64_t number = 0;
   std::int64_t gen = 0;
@@ -148,7 +149,7 @@ std::int64_t Scanner::take_object(std::int64_t pos, std::int32_t num, std::int64
   return end;
 }
 
-// Behind "endstream", which stands where "Length" says or else is searched for.
+// Behind "endstream", which is where "Length" says or else is searched for.
 std::int64_t Scanner::end_of_stream(const CPDFStreamRec& rec) {
   constexpr std::int64_t kKeyword = 9;
   Freed<CPDFObj> length;
@@ -198,7 +199,7 @@ std::int64_t Scanner::take_end_marker(std::int64_t pos) {
   return end;
 }
 
-// Behind the line in which `pos` stands.
+// Behind the line that contains `pos`.
 std::int64_t Scanner::pass_line(std::int64_t pos) {
   while (pos < bytes_.size() && bytes_.at(pos) != '\r' && bytes_.at(pos) != '\n')
     ++pos;
@@ -218,7 +219,7 @@ std::int64_t Scanner::pass_line_end(std::int64_t pos) {
 
 std::int64_t Scanner::pass_space(std::int64_t pos) {
   const std::int64_t end = bytes_.skip_space(pos);
-  // A line end or two belong to what stands in front of them.
+  // A line end or two belong to what precedes them.
   if (end - pos <= 2 * kMostLineEnd && !scan_.parts.empty())
     scan_.parts.back().end = static_cast<std::uint32_t>(end);
   else

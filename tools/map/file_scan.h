@@ -1,4 +1,4 @@
-// The parts of a file in the order in which they stand: objects, cross-reference sections, end
+// The parts of a file in their order: objects, cross-reference sections, end
 // markers, and what lies between them. A scan reads the bytes themselves and not the table, so that
 // it also finds what the table has forgotten, and copes with damage.
 #pragma once

@@ -1,3 +1,4 @@
+// One line for each kind, filter and revision that occurs.
 #include "map/map_legend.h"
 
 #include <algorithm>

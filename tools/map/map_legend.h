@@ -1,4 +1,4 @@
-// What stands beside a map: the colours with the sums of what they stand for, and the saves.
+// The legend beside a map: the colours with what they mean and its sum, and the saves.
 #pragma once
 
 #include "map/file_map.h"

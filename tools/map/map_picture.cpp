@@ -1,3 +1,4 @@
+// Draws the picture twice: once to measure its height, once into the file.
 #include "map/map_picture.h"
 
 #include <algorithm>
@@ -45,7 +46,7 @@ double draw_all(const FileMap& map, const MapHeading& heading, SvgWriter& svg, d
   const double below = kTop + rows.count() * MapRows::kRowStep + 18;
   svg.text(kRowsLeft, below,
            "A row is " + size_text(rows.bytes_per_row()) +
-               ". The line above it tells which save wrote the bytes, the line below how streams are packed.",
+               ". The line above it shows which save wrote the bytes, the line below how streams are packed.",
            {.size = 11, .fill = "#6b7480"});
   MapLegend legend(map, kLegendLeft, kWidth - kMargin - kLegendLeft);
   return std::max(below + 12, legend.draw(svg, kTop + 10));

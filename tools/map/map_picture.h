@@ -8,7 +8,7 @@
 
 namespace sheaf::tool {
 
-/// What stands above the picture.
+/// The title above the picture.
 struct MapHeading {
   std::string title;
   std::string facts;

@@ -1,3 +1,4 @@
+// Each row covers the same number of bytes; parts that cross its end go on in the next.
 #include "map/map_rows.h"
 
 #include <algorithm>
@@ -95,7 +96,7 @@ double MapRows::label_width(const FilePart& part) const {
   return static_cast<double>(map_.name_of(part).size()) * kLetterWidth + 8;
 }
 
-// The name stands at the part's beginning or, where that is too narrow, in the next row.
+// The name is at the part's beginning or, where that is too narrow, in the next row.
 bool MapRows::is_labelled(const Strip& strip, const FilePart& part) const {
   const double room = label_width(part);
   if (x_of(strip, part.end) - x_of(strip, part.start) < room)
@@ -158,7 +159,7 @@ std::string MapRows::crowd_title() const {
   return title;
 }
 
-// The kinds stand upon one another, each as high as its share.
+// The kinds are stacked, each as high as its share.
 void MapRows::draw_crowd(SvgWriter& svg, const Strip& strip) {
   if (crowd_.count == 0)
     return;

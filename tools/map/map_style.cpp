@@ -1,3 +1,4 @@
+// Colours by kind, filter and revision, and sizes in the largest fitting unit.
 #include "map/map_style.h"
 
 #include <cstdio>

@@ -1,3 +1,4 @@
+// Objects pass hints on to what they refer to, which decides where an object has no type of its own.
 #include "map/part_kinds.h"
 
 #include <cstring>
@@ -11,7 +12,7 @@ namespace sheaf::tool {
 namespace {
 
 constexpr std::int32_t kMostHinted = 1 << 23;  // object numbers; no file that is looked at has more
-constexpr std::uint16_t kMostFilters = 200;    // names told apart; further ones count as the last
+constexpr std::uint16_t kMostFilters = 200;    // names that are distinguished; further ones count as the last
 constexpr std::int32_t kMostFiltersInChain = 8;
 constexpr std::size_t kMostNameBytes = 30;
 
@@ -111,7 +112,7 @@ void PartClassifier::hint(const CPDFObj* item, PartKind kind) {
     hint_item(array->items[i], kind);
 }
 
-// The same, also where the items stand in an object of their own: the pieces of a page's content,
+// The same, also where the items are in an object of their own: the pieces of a page's content,
 // the glyphs of a font.
 void PartClassifier::hint_below(const CPDFObj* item, PartKind kind) {
   hint(item, kind);

@@ -1,3 +1,4 @@
+// Elements are appended to one string; numbers have one decimal.
 #include "map/svg_writer.h"
 
 #include <cstdio>

@@ -20,7 +20,7 @@ public:
     const char* anchor = "start";  ///< Or "middle", "end".
     bool bold = false;
   };
-  /// `text` is UTF-8; what is none is shown as a question mark.
+  /// `text` is UTF-8; invalid bytes are shown as question marks.
   void text(double x, double y, std::string_view text, const TextStyle& style);
   /// Everything up to `end_group` has this tooltip.
   void begin_group(std::string_view title);

@@ -1,3 +1,4 @@
+// The options --set and --attach, and what they do to a document.
 #include "support/changes.h"
 
 #include <sys/stat.h>
@@ -13,7 +14,7 @@ namespace {
 
 const char* const kInfoKeys[] = {"Title", "Author", "Subject", "Keywords", "Creator", "Producer"};
 
-// "KEY=TEXT" in its two parts. False, with a message, when the key is none of the six.
+// "KEY=TEXT" in its two parts. False, with a message, when the key is not one of the six.
 bool split_setting(const std::string& setting, std::string& key, std::string& text) {
   const std::size_t at = setting.find('=');
   key = setting.substr(0, at);
@@ -36,6 +37,26 @@ bool is_regular_file(const std::string& path) {
 void add_changes(CLI::App& command, ChangeOptions& changes) {
   command.add_option("--set", changes.settings, "KEY=TEXT of the document information")->allow_extra_args(false);
   command.add_option("--attach", changes.attachments, "Embed a file")->allow_extra_args(false);
+}
+
+void add_pdfa(CLI::App& command, bool& pdfa) {
+  command.add_flag("--pdfa", pdfa,
+                   "Add an output intent and metadata that claim PDF/A-1b; that the rest conforms is up to you");
+}
+
+bool ask_for_pdfa(CPDFDoc& doc, const std::string& name, bool encrypted) {
+  if (encrypted) {
+    complain(name, "PDF/A allows no encryption; take it off with sheaf rewrite --decrypt. Nothing was written");
+    return false;
+  }
+  doc.set_frame(PDF_FRAME::kClaim);
+  return true;
+}
+
+bool complain_of_metadata(const CPDFDoc& doc, const std::string& name) {
+  if (doc.metadata_left_behind())
+    complain(name, "its metadata packet is no XMP that can be read; it was left as it was");
+  return doc.metadata_left_behind();
 }
 
 bool check_changes(const ChangeOptions& changes) {

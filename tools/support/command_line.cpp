@@ -1,3 +1,4 @@
+// The list of registered commands, and options that several of them have.
 #include "support/command_line.h"
 
 #include <algorithm>

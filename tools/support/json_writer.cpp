@@ -1,3 +1,4 @@
+// Commas follow from whether a value was written at this level.
 #include "support/json_writer.h"
 
 #include <cstdio>

@@ -1,3 +1,4 @@
+// Parses the ranges one by one; the first that is wrong is the error.
 #include "support/page_ranges.h"
 
 #include <algorithm>
@@ -7,7 +8,7 @@ namespace sheaf::tool {
 
 namespace {
 
-// A page number from 1, or 0 when `text` is none.
+// A page number from 1, or 0 when `text` is not one.
 int read_page(const std::string& text, int count) {
   if (text == "z")
     return count;

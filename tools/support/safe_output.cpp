@@ -1,3 +1,4 @@
+// A temporary file in the folder of the target, which `commit` renames. What is replaced waits for the disk.
 #include "support/safe_output.h"
 
 #include <fcntl.h>

@@ -1,3 +1,4 @@
+// Messages, passwords, opening, and conversion of text for output.
 #include "support/tool_support.h"
 
 #include <algorithm>

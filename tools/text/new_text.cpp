@@ -1,3 +1,4 @@
+// Breaks text into glyphs, lines and pages, in rows or in columns.
 #include "text/new_text.h"
 
 #include <algorithm>

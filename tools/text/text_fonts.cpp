@@ -1,3 +1,4 @@
+// Finds the first font that has a glyph; a face is loaded for the question, a font made for the answer.
 #include "text/text_fonts.h"
 
 #include "sheaf/neighbours/fonts/environment.h"

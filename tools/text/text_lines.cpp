@@ -1,3 +1,4 @@
+// Finds the last place at which a line may end (in the manner of UAX 14, much reduced).
 #include "text/text_lines.h"
 
 #include <cwchar>

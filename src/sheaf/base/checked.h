@@ -3,12 +3,6 @@
 
 namespace sheaf {
 
-/// `a` + `b` into `sum`; false when it does not fit.
-template <class T>
-[[nodiscard]] constexpr bool checked_add(T a, T b, T& sum) {
-  return !__builtin_add_overflow(a, b, &sum);
-}
-
 /// `a` x `b` into `product`; false when it does not fit.
 template <class T>
 [[nodiscard]] constexpr bool checked_mul(T a, T b, T& product) {

@@ -1,3 +1,5 @@
+// The table of PDFDocEncoding, made from Latin-1 and the two stretches that differ from it
+// (ISO 32000-1, D.3).
 #include "sheaf/base/doc_encoding.h"
 
 using namespace sheaf;

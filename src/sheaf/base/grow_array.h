@@ -1,4 +1,4 @@
-// A growing block of plain values in the QVAlloc family, for lists whose growth no rule settles.
+// A growing block of plain values in the QVAlloc family: the list to use unless its growth is fixed by the interface.
 #pragma once
 
 #include <cstddef>

@@ -1,3 +1,5 @@
+// The QVAlloc family over hooks, which are the C library's heap unless an application sets its own.
+// Refusals are counted by thread.
 #include "sheaf/base/heap.h"
 
 #ifdef __linux__

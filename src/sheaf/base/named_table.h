@@ -12,7 +12,7 @@ namespace sheaf {
 
 constexpr std::int32_t kNamedStep = 32;
 
-/// Where `name` stands, or, with `found` false, where it belongs.
+/// The index of `name`, or, with `found` false, where to insert it.
 struct NamedPlace {
   std::int32_t index;
   bool found;

@@ -1,3 +1,4 @@
+// Decimal integers without the locale of the C library, which would also be slower.
 #include "sheaf/base/number_text.h"
 
 #include "sheaf/base/chars.h"

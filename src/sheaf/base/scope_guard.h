@@ -1,4 +1,4 @@
-// Small guards for values that are released by hand: a guard stands on the line after its value
+// Small guards for values that are released by hand: a guard goes on the line after its value
 // is filled, so that no path out of a function can forget the release. None of them allocates.
 #pragma once
 
@@ -8,23 +8,17 @@
 
 namespace sheaf {
 
-/// Runs `action` at the end of the scope unless dismissed.
+/// Runs `action` at the end of the scope.
 template <class Action>
 class ScopeGuard {
 public:
   explicit ScopeGuard(Action action) : action_(std::move(action)) {}
   ScopeGuard(const ScopeGuard&) = delete;
   ScopeGuard& operator=(const ScopeGuard&) = delete;
-  ~ScopeGuard() {
-    if (active_)
-      action_();
-  }
-  /// Ownership has moved on: the action will not run.
-  void dismiss() { active_ = false; }
+  ~ScopeGuard() { action_(); }
 
 private:
   Action action_;
-  bool active_ = true;
 };
 
 /// Owns one block of the QVAlloc family.

@@ -65,7 +65,7 @@ public:
   void Open(void* data, int len);
   long long GetLen() const override;
   long long GetPos() const override;
-  /// Clamps on both sides; a `whence` that is none of the three leaves the position alone.
+  /// Clamps on both sides; any other `whence` leaves the position alone.
   int SetPos(STR_SEEK whence, long long offset) override;
   unsigned int Read(void* dst, unsigned int size) override;
   /// Overwrites the view in place; the count says how much fitted.

@@ -1,3 +1,4 @@
+// Reads a file through a few cached blocks, addressed by position. Large reads bypass them.
 #include "sheaf/base/stream_blocks.h"
 
 #include <fcntl.h>

@@ -1,4 +1,4 @@
-// The stream over a C library FILE. No buffering of its own stands on top of the C library's.
+// The stream over a C library FILE. It adds no buffering to the C library's.
 #include <cstring>
 
 #include "sheaf/base/heap.h"

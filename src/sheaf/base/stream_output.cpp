@@ -1,3 +1,4 @@
+// Writes by pwrite, so that no position of the file handle has to be kept in step.
 #include "sheaf/base/stream_output.h"
 
 #include <sys/stat.h>

@@ -1,3 +1,4 @@
+// The version that the build states.
 #include "sheaf/version.h"
 
 const char* sheaf_version() {

@@ -1,4 +1,9 @@
+// Decoding of UTF-8 (RFC 3629): overlong forms, surrogates and numbers above U+10FFFF are rejected.
 #include "sheaf/base/wide_text.h"
+
+#include "sheaf/base/utf.h"
+
+using namespace sheaf;
 
 namespace {
 
@@ -19,12 +24,6 @@ constexpr Utf8Lead lead_of(unsigned c) {
   if (c >= 0xF0 && c < 0xF5)
     return {3, c & 0x07, 0x10000};
   return {-1, 0, 0};
-}
-
-constexpr unsigned kLastCodePoint = 0x10FFFF;
-
-constexpr bool is_surrogate(unsigned code) {
-  return code >= 0xD800 && code < 0xE000;
 }
 
 }  // namespace
@@ -50,7 +49,7 @@ int cvt_char_UTF8_To_UCS4(const unsigned char* src, wchar_t& out) {
       return i;
     code = (code << 6) | (src[i] & 0x3Fu);
   }
-  if (code >= lead.least && code <= kLastCodePoint && !is_surrogate(code))
+  if (code >= lead.least && code <= kLastCharacter && !is_surrogate(code))
     out = static_cast<wchar_t>(code);
   return lead.trailing + 1;
 }

@@ -1,3 +1,4 @@
+// The caches are arrays that insert_named and clear_named work on; only what is released differs.
 #include "sheaf/cache/font_caches.h"
 
 #include <type_traits>

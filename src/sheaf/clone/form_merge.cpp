@@ -65,7 +65,7 @@ int CPDFXRefTable::clone_acro_form(CPDFXRefTable* src, CPDFMergeContext* ctx) {
   CPDFDictionary* const own = own_root.as_dict();
   if (source_root.as_dict() == nullptr || own == nullptr)
     return 1;
-  // Lenient: a form that stands directly in the catalogue is not copied.
+  // Lenient: a form that is a direct value of the catalogue is not copied.
   const CPDFObj* form = source_root.as_dict()->get_item(CPDFDictionary::sm_tag_acro_form);
   if (form != nullptr && form->tag == kTagRef)
     own->set_item_ref(CPDFDictionary::sm_tag_acro_form, clone_obj(src, ctx, form->as_ref()));

@@ -1,4 +1,4 @@
-// Pages from another document. An imported page stands on its own: what it inherited is written
+// Pages from another document. An imported page is complete in itself: what it inherited is written
 // into it, and it has no place in a page tree until the caller gives it one.
 #include <new>
 

@@ -1,25 +1,15 @@
 // The import walk: object graphs from another document. The context's map makes all that is brought
 // over in one import share its objects, and closes cycles on the object itself.
 #include <algorithm>
-#include <array>
 #include <new>
 
 #include "sheaf/clone/copy_stack_internal.h"
 #include "sheaf/clone/stored_bytes_internal.h"
+#include "sheaf/object/destination.h"
 
 using namespace sheaf;
 
 namespace {
-
-// The kinds of explicit destinations (ISO 32000-1, table 151).
-constexpr std::array<const char*, 8> kFitNames{"XYZ", "Fit", "FitH", "FitV", "FitR", "FitB", "FitBH", "FitBV"};
-
-bool is_destination(const CPDFArray& array) {
-  if (array.count < 2 || array.items[0].tag != kTagRef || array.items[1].tag != kTagName)
-    return false;
-  return std::any_of(kFitNames.begin(), kFitNames.end(),
-                     [&array](const char* name) { return array.items[1].is_name(name); });
-}
 
 class CopyAcross {
 public:

@@ -57,7 +57,7 @@ private:
     enter_found();
   }
 
-  // Objects are read fastest in the order in which they stand in the file, those of one object stream
+  // Objects are read fastest in the order of the file, those of one object stream
   // together.
   void sort_by_place() {
     const auto place = [this](std::int32_t num) {

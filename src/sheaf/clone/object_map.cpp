@@ -1,3 +1,4 @@
+// Growth of the map. Words behind its block read as 0 and are allocated when one is recorded.
 #include "sheaf/clone/object_map_internal.h"
 
 #include <algorithm>

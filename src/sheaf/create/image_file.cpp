@@ -1,3 +1,4 @@
+// Reads an image file into memory, and stores its bytes as the stream of an image XObject.
 #include <cstdio>
 #include <cstring>
 

@@ -18,6 +18,7 @@
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/base/stream.h"
 #include "sheaf/base/stream_blocks.h"
+#include "sheaf/base/stream_update.h"
 #include "sheaf/neighbours/page/page.h"
 #include "sheaf/neighbours/security/standard_handler.h"
 #include "sheaf/xref/xref_table.h"
@@ -43,6 +44,37 @@ enum class PDF_SAVE_FORM : std::int32_t {
   kAsFile,   ///< As the file's newest section does.
   kClassic,  ///< In a classic table.
   kStream,   ///< In a cross-reference stream.
+};
+
+/// How the last `save_update` ended.
+enum class PDF_SAVE : std::int32_t {
+  kDone,         ///< All changes are in the file.
+  kUnchanged,    ///< There was nothing to write.
+  kShort,        ///< The output came short, as on a full disk: `undo_failed_save` takes back what was written.
+  kFileChanged,  ///< Another program changed, cut, replaced or removed the file. Nothing was written.
+  kRefused,      ///< The document cannot be saved: no memory, no keys, no catalogue. Nothing was written.
+};
+
+/// What a plain save does with the plain save before it.
+enum class PDF_SAVE_SAFETY : std::int32_t {
+  kWriteOver,  ///< Goes over it, so that the file stays short.
+  kAppend,     ///< Goes behind it, so that what the last save wrote outlives one that fails.
+};
+
+/// The frame of PDF/A-1 (ISO 19005-1, 6.2.2, 6.7) that saves give a document.
+enum class PDF_FRAME : std::int32_t {
+  kNone,   ///< As it is.
+  kFrame,  ///< An output intent with its profile, and metadata.
+  kClaim,  ///< The same, and the metadata identify the document as PDF/A-1b: the caller vouches for the rest.
+};
+
+/// What a document has of that frame.
+struct PDF_FRAME_FOUND {
+  int output_intents = 0;         ///< How many there are,
+  int pdfa_intents = 0;           ///< and how many of them for PDF/A with a profile.
+  bool has_metadata = false;      ///< The catalogue has a metadata stream,
+  bool metadata_is_read = false;  ///< which is a packet that can be read,
+  char claim[8] = {};             ///< and identifies the document as, for example, "1B"; "" when it does not.
 };
 
 /// One thing that had to be healed.
@@ -91,7 +123,8 @@ public:
   bool is_linearized() const { return linearized_; }
   /// "1.4", from the header or the catalogue, whichever is newer. "" without a header.
   const char* version() const { return version_; }
-  long long file_size() const { return file_size_; }
+  /// The length of the file at this moment, counted from its first byte.
+  long long file_size() const;
   long long header_offset() const { return header_offset_; }
 
   /// How many pages there are: as the nodes of the tree say where they agree with one another, else
@@ -123,13 +156,33 @@ public:
   /// which goes with the document or the process. Without one they stay in memory. A document that
   /// has one keeps it.
   bool use_temp_file(const char* folder);
-  /// Sets a text of the document information ("Title", "Author" ...). The change waits for a save.
+  /// Sets a text of the document information ("Title", "Author" ...) and the date of change; a packet of
+  /// metadata follows with the next save. The change waits for a save.
   bool set_info(const char* key, const char* utf8);
   /// Embeds a file and lists it among the document's embedded files under its base name.
   bool attach(const char* path);
-  /// Writes all changes as an update section, encrypted as the document is; `sign` seals it. False
-  /// when the output came short. Without a change nothing is written.
+
+  /// Whether plain saves go over one another, as they do unless asked otherwise. With kAppend the plain
+  /// sections become one with the next sealed save, and at `close` when all is saved. Only a document of
+  /// `open_for_update` can be saved so.
+  void set_save_safety(PDF_SAVE_SAFETY safety) { safety_ = safety; }
+  /// What saves add to the document besides its changes; nothing unless asked for.
+  void set_frame(PDF_FRAME frame) { frame_ = frame; }
+  /// What it has of that.
+  void read_frame(PDF_FRAME_FOUND& found);
+  /// Whether a save found a packet of metadata that cannot be read, and so left it as it was.
+  bool metadata_left_behind() const { return metadata_left_; }
+  /// Writes all changes as an update section, encrypted as the document is; `sign` seals it. Each
+  /// section has an identifier of its own (ISO 32000-1, 14.4). Without a change since the last save
+  /// nothing is written. False when the changes are not in the file; `last_save` says why.
   bool save_update(PDF_SAVE_FORM form, PDF_SIGN_DATA* sign);
+  PDF_SAVE last_save() const { return last_save_; }
+  /// Where the last state that is whole ends in the file: that of opening, of the last sealed save or,
+  /// with kAppend, of the last plain one. Counted from the file's first byte.
+  long long sound_end() const;
+  /// Cuts off, after a save that failed, what it left behind `sound_end`. The changes go on waiting,
+  /// and the next save writes all of them. False when the file cannot be cut.
+  bool undo_failed_save();
 
   /// Puts the document's identifier into `id`, an empty one when there is none: what a new file needs
   /// whose keys stay as they are.
@@ -137,8 +190,9 @@ public:
   /// Writes a complete new file to `target.stream`. A catalogue or document information that stands
   /// directly in the trailer becomes an object first, so that what it refers to is kept.
   void save_complete(CPDFXRefTable& target, CPDFEncrypt* enc);
-  /// Cuts the file opened for update back to `size` bytes, after a save that failed.
-  void truncate_to(long long size);
+  /// Cuts the file opened for update to `size` bytes, counted from its first one. False, and nothing is
+  /// done, when that is in front of the end of what was opened or sealed, or behind the file's end.
+  bool truncate_to(long long size);
 
   /// The page list of a linearized file from its start alone, without its main table. True when the
   /// file was not updated since and every page that the hints name stands where they say; the list
@@ -190,6 +244,21 @@ private:
   bool finish(PDF_OPEN status);
   void read_version();
   bool has_sound_sections();
+
+  // save/
+  PDF_SAVE write_changes(PDF_SAVE_FORM form, PDF_SIGN_DATA* sign);
+  bool write_section(PDF_SAVE_FORM form, PDF_SIGN_DATA* sign);
+  bool write_behind(long long start, PDF_SAVE_FORM form);
+  bool write_within(long long limit, PDF_SAVE_FORM form, PDF_SIGN_DATA* sign);
+  bool seal_over_plain_sections(PDF_SAVE_FORM form, PDF_SIGN_DATA* sign);
+  void fold_plain_sections();
+  bool appends() const { return safety_ == PDF_SAVE_SAFETY::kAppend && file_.file != nullptr; }
+  bool is_saved() const { return saved_changes_ == table_.change_count; }
+  void forget_plain_sections();
+  bool renew_identifier(CPDFObj& id);
+  bool store_frame();
+  bool store_metadata();
+
   void detach_from_old_sections();
   void free_members_of_lost_streams();
   bool begins_at_its_place(std::uint32_t num);
@@ -222,7 +291,7 @@ private:
   CPDFXRefTable table_;
   CPDFStandardSecHand handler_;
   CQVStreamBlocks blocks_;  // a document opened for reading
-  CQVStreamFile file_;      // a document opened for update
+  CQVStreamUpdate file_;    // a document opened for update
   CQVStream* stream_ = nullptr;
   PDF_OPEN status_ = PDF_OPEN::kClosed;
   bool linearized_ = false;
@@ -241,4 +310,14 @@ private:
   std::int32_t resources_from_ = 0;  // the parent whose pages get them
   sheaf::GrowArray<PDF_DOC_REPAIR> repairs_;
   std::uint32_t table_repairs_told_ = 0;
+
+  PDF_SAVE_SAFETY safety_ = PDF_SAVE_SAFETY::kWriteOver;
+  PDF_FRAME frame_ = PDF_FRAME::kNone;
+  PDF_SAVE last_save_ = PDF_SAVE::kUnchanged;
+  PDF_SAVE_FORM last_form_ = PDF_SAVE_FORM::kAsFile;
+  std::uint64_t saved_changes_ = 0;  // the table's count of changes that the file holds; 0 unknown
+  long long plain_start_ = 0;        // the last of the plain sections that stand behind one another
+  long long plain_end_ = 0;          // and where it ends; 0 when there is none
+  std::uint32_t changed_info_ = 0;   // by index of the XMP property
+  bool metadata_left_ = false;
 };

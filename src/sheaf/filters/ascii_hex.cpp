@@ -1,3 +1,4 @@
+// Two digits make a byte; white space and stray characters are skipped, and ">" ends the data.
 #include "sheaf/filters/ascii_hex.h"
 
 #include "sheaf/base/chars.h"

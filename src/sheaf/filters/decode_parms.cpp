@@ -1,3 +1,4 @@
+// Values of "DecodeParms" with a default. The static resolve is used because there may be no table.
 #include "sheaf/filters/decode_parms.h"
 
 #include "sheaf/base/scope_guard.h"

@@ -1,3 +1,4 @@
+// Inflating by zlib, in pieces of the output buffer. Damaged data end where zlib gives up.
 #include "sheaf/filters/flate.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// Each row filter has a version for the usual pixel sizes, which keeps the neighbours in registers.
 #include "sheaf/filters/png_rows.h"
 
 #include <algorithm>
@@ -63,7 +64,7 @@ void undo_pixels(std::uint8_t* row, const std::uint8_t* above, int size) {
 
 template <Guess guess>
 void undo_row(std::uint8_t* row, const std::uint8_t* above, int size, int pixel) {
-  // Nothing stands left of the first pixel.
+  // There is nothing left of the first pixel.
   const int first = std::min(pixel, size);
   for (int i = 0; i < first; ++i)
     row[i] = sum(row[i], guess(0, above[i], 0));

@@ -1,3 +1,4 @@
+// Rows are decoded by the filter in front, several at a time, and each is undone by means of the one above.
 #include "sheaf/filters/predictor.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// A length byte below 128 precedes literal bytes, one above 128 a byte to repeat; 128 ends the data.
 #include "sheaf/filters/run_length.h"
 
 #include <algorithm>

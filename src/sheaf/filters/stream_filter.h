@@ -62,3 +62,10 @@ public:
   /// Up to `size` bytes of the bare decompressor.
   virtual int read_block2(void* dst, int size) = 0;
 };
+
+namespace sheaf {
+
+/// The long form of a filter's name that may be in its short form; any other name, null too, as it is.
+const char* long_filter_name(const char* name);
+
+}  // namespace sheaf

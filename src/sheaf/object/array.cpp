@@ -1,3 +1,4 @@
+// The appends of CPDFArray. Without memory an append leaves the array as it was.
 #include "sheaf/object/array.h"
 
 #include <cstring>

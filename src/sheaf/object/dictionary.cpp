@@ -1,3 +1,4 @@
+// Search, insertion and removal in the sorted table of items, and the keys as constants.
 #include "sheaf/object/dictionary.h"
 
 #include <algorithm>
@@ -45,7 +46,7 @@ int compare_keys(const char* a, const char* b) {
   return first != 0 ? first : std::strcmp(a, b);
 }
 
-// Where a key stands, or where it belongs when it is not there.
+// The index of a key, or where to insert it.
 struct Place {
   std::int32_t index;
   bool found;

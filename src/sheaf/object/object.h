@@ -17,7 +17,7 @@ struct CPDFStreamRec;
 struct PDF_DEC_PARA;
 struct PDF_ENC_PARA;
 
-/// Object number and generation; {0, 0} stands for no object.
+/// Object number and generation; {0, 0} means no object.
 struct PDF_REF {
   std::int32_t num;
   std::int32_t gen;
@@ -25,7 +25,7 @@ struct PDF_REF {
 };
 static_assert(sizeof(PDF_REF) == 8);
 
-/// Raw bytes of a PDF string; no encoding is implied. A NUL stands at `data[len]`, not counted.
+/// Raw bytes of a PDF string; no encoding is implied. `data[len]` is a NUL that does not count.
 struct PDF_String {
   std::int32_t len;
   char* data;  ///< From the QVAlloc family; null for an empty string.
@@ -85,7 +85,7 @@ struct CPDFObj {
 
   /// Parses one value from `buf`, at white space or at the first byte of a value or of an object
   /// header `N G obj`. With a header the result is the value inside, white space behind it is
-  /// passed, and the buffer stands on `endobj`; a dictionary followed by `stream` gives tag 9. A
+  /// passed, and the buffer is at `endobj`; a dictionary followed by `stream` gives tag 9. A
   /// keyword that is no value gives tag 10, with the buffer behind it; the end of input gives tag 0.
   /// `para` null means that strings are not decrypted. What the object held is released.
   /// ISO 32000-1, 7.2, 7.3.

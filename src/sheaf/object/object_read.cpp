@@ -77,7 +77,7 @@ public:
       frame.slot = nullptr;
       lost_.free();
     }
-    value.free();  // a value where a key should stand is dropped
+    value.free();  // a value where a key should be is dropped
   }
   /// Takes the finished container off the stack.
   bool finish() {

@@ -101,7 +101,7 @@ void ObjectPrinter::print_token(const CPDFObj& obj, bool in_clear) {
       return;
     case kTagDict:
     case kTagStream: {
-      // A stream inside another value cannot be told in syntax: its dictionary stands for it.
+      // The syntax has no stream inside another value: its dictionary is printed.
       const CPDFDictionary* dict = obj.as_dict_or_stream();
       out_.separate('<');
       if (dict != nullptr && stack_.push({nullptr, dict, 0, dict->holds_signature()}))

@@ -21,7 +21,7 @@ constexpr unsigned kTailKept = 8;  // left for the next turn of the search for "
 constexpr char kEndStream[] = "endstream";
 constexpr unsigned kEndStreamLen = sizeof(kEndStream) - 1;
 
-// Whether "N G obj" stands at the start of `text`, all of it within 31 bytes. What follows "obj"
+// Whether "N G obj" is at the start of `text`, all of it within 31 bytes. What follows "obj"
 // is not looked at.
 bool is_object_header(const char* text, std::size_t available) {
   const char* const end = text + strnlen(text, std::min(available, kHeaderText));
@@ -68,26 +68,6 @@ bool skip_digit_run(CPDFBuf& buf) {
     buf.buf_refill();
     if (buf.buf_len == 0)
       return false;
-  }
-}
-
-// The plain search for a number's text, wherever it stands.
-char* skip_to_text(CPDFBuf& buf, const char* text, unsigned len) {
-  for (;;) {
-    buf.buf_need(len);
-    if (buf.buf_len - buf.buf_pos < len)
-      return nullptr;
-    char* const at = buf.buf_data + buf.buf_pos;
-    const std::size_t starts = buf.buf_len - buf.buf_pos - len + 1;
-    auto* hit = static_cast<char*>(std::memchr(at, text[0], starts));
-    if (hit == nullptr) {
-      buf.buf_pos += static_cast<std::uint32_t>(starts);
-      continue;
-    }
-    buf.buf_pos = static_cast<std::uint32_t>(hit - buf.buf_data);
-    if (std::memcmp(hit, text, len) == 0)
-      return hit;
-    ++buf.buf_pos;
   }
 }
 
@@ -138,7 +118,7 @@ private:
   std::size_t capacity_ = 0;
 };
 
-// How many bytes of line end stand in front of buf_data[pos]. They are looked at in the buffer and,
+// How many bytes of line end are in front of buf_data[pos]. They are looked at in the buffer and,
 // where they have slid out of it, at the end of the collected data.
 int line_end_before(const char* buffer, unsigned pos, const RawBlock& block) {
   const auto before = [&](unsigned back) { return pos >= back ? buffer[pos - back] : block.from_end(back); };
@@ -148,6 +128,36 @@ int line_end_before(const char* buffer, unsigned pos, const RawBlock& block) {
 }
 
 }  // namespace
+
+namespace sheaf {
+
+bool skip_to_word(CPDFBuf& buf, const char* word, unsigned len) {
+  for (;;) {
+    buf.buf_need(len);
+    if (buf.buf_len - buf.buf_pos < len)
+      return false;
+    const char* const at = buf.buf_data + buf.buf_pos;
+    const std::size_t starts = buf.buf_len - buf.buf_pos - len + 1;
+    const auto* const hit = static_cast<const char*>(std::memchr(at, word[0], starts));
+    if (hit == nullptr) {
+      buf.buf_pos += static_cast<std::uint32_t>(starts);
+      continue;
+    }
+    buf.buf_pos = static_cast<std::uint32_t>(hit - buf.buf_data);
+    if (std::memcmp(hit, word, len) == 0)
+      return true;
+    ++buf.buf_pos;
+  }
+}
+
+std::int32_t header_number_at(CQVStream& stream, std::uint32_t offset) {
+  stream.SetPos(CQVStream::STR_SEEK_SET, offset);
+  CPDFBufBase buf;
+  buf.buf_init(&stream);
+  return buf.buf_skip_to_obj() != nullptr && buf.buf_pos == 0 ? ansi_to_i32(buf.buf_data) : -1;
+}
+
+}  // namespace sheaf
 
 void CPDFBuf::buf_refill() {
   const int count = read(buf_data, kFill);
@@ -228,7 +238,7 @@ char* CPDFBuf::buf_skip_to_obj(const PDF_REF& ref, int mode) {
   if (mode != 1) {
     char text[kNumberTextSize];
     const int len = ansi_from_i32(text, ref.num);
-    return skip_to_text(*this, text, static_cast<unsigned>(len));
+    return skip_to_word(*this, text, static_cast<unsigned>(len)) ? buf_data + buf_pos : nullptr;
   }
   for (;;) {
     buf_need(kHeaderRoom);
@@ -300,4 +310,18 @@ int CPDFBufMem::read(void* dst, int size) {
     std::memcpy(dst, mem_data + mem_pos, count);
   mem_pos += count;
   return static_cast<int>(count);
+}
+
+std::int32_t sheaf::header_generation(const char* header) {
+  constexpr std::int32_t kMostGeneration = 65535;
+  const char* at = header;
+  while (is_digit(*at))
+    ++at;
+  const char* const behind_number = at;
+  while (is_strict_space(*at))
+    ++at;
+  if (behind_number == header || at == behind_number || !is_digit(*at))
+    return -1;
+  const std::int32_t gen = ansi_to_i32(at);
+  return gen <= kMostGeneration ? gen : -1;
 }

@@ -57,6 +57,16 @@ public:
   void buf_read_xref_items(PDF_XREF* items, int first, int count, int late);
 };
 
+namespace sheaf {
+
+/// Moves forward until the `len` bytes of `word` are at `buf_pos`. False at the end of the data.
+bool skip_to_word(CPDFBuf& buf, const char* word, unsigned len);
+
+/// The number of the object whose header "N G obj" begins at `offset` of `stream`, or -1.
+std::int32_t header_number_at(CQVStream& stream, std::uint32_t offset);
+
+}  // namespace sheaf
+
 /// Over a CQVStream, from its present position on.
 class CPDFBufBase : public CPDFBuf {
 public:
@@ -80,3 +90,11 @@ public:
   CQVStream* get_stream() override { return nullptr; }
   int read(void* dst, int size) override;
 };
+
+namespace sheaf {
+
+/// The generation in an object header, such as 3 in "12 3 obj": from the text, which ends in a NUL and
+/// begins with the number. -1 when there is none that a header can bear (ISO 32000-1, 7.3.10).
+std::int32_t header_generation(const char* header);
+
+}  // namespace sheaf

@@ -1,3 +1,4 @@
+// A walk over the grammar of values that keeps only references, and one over values that exist.
 #include "sheaf/object/references.h"
 
 #include <string_view>

@@ -14,9 +14,9 @@ namespace sheaf {
 using ReferenceList = GrowArray<std::int32_t>;
 
 /// Passes one value of `buf`, as CPDFObj::read does, and appends what it refers to, directly or from
-/// within containers. Makes no value, so that nothing but `found` takes memory. A key that stands
-/// twice in a dictionary counts twice, where a value keeps only the last. The tag tells what was
-/// passed: kTagNoValue for a keyword that is none, else nothing of meaning. ISO 32000-1, 7.3.10.
+/// within containers. Makes no value, so that nothing but `found` takes memory. A key that occurs
+/// twice in a dictionary counts twice, where a value keeps only the last. The tag says what was
+/// passed: kTagNoValue for a keyword that is no value, anything else has no meaning. ISO 32000-1, 7.3.10.
 CPDFTag read_references(CPDFBuf& buf, ReferenceList& found);
 
 /// Appends what `value` refers to.

@@ -1,3 +1,4 @@
+// Strings are printed in hexadecimal where escapes would make the literal form longer.
 #include "sheaf/object/scalar_print_internal.h"
 
 #include <algorithm>
@@ -9,7 +10,7 @@ namespace sheaf {
 namespace {
 
 constexpr char kHexDigits[] = "0123456789ABCDEF";
-constexpr unsigned kMostFractionDigits = 9;  // enough to tell any two values of 26 fraction bits apart
+constexpr unsigned kMostFractionDigits = 9;  // enough to distinguish any two values of 26 fraction bits
 
 constexpr bool is_printable(char c) {
   return c >= ' ' && c <= '~';

@@ -9,7 +9,7 @@ class CQVStream;
 
 /// Record of a stream object (tag 9). Copies share the data: `source` is never owned.
 struct CPDFStreamRec : QVHeapObject<CPDFStreamRec> {
-  CPDFDictionary dict;            ///< First member, so that a record can stand for its dictionary.
+  CPDFDictionary dict;            ///< First member, so that a record can be used as its dictionary.
   std::uint32_t offset = 0;       ///< Where the raw data start in `source`.
   std::int32_t length = 0;        ///< Raw bytes; 0 not known, negative unusable.
   PDF_REF ref{0, 0};              ///< Key of the decryption of the data.

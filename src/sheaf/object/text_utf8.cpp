@@ -1,47 +1,17 @@
+// UTF-16 with a byte order mark, UTF-8 with its mark, else PDFDocEncoding (ISO 32000-1, 7.9.2.2;
+// ISO 32000-2, 7.9.2.2).
 #include "sheaf/object/text_utf8.h"
 
 #include <cstring>
 
 #include "sheaf/base/doc_encoding.h"
 #include "sheaf/base/grow_array.h"
+#include "sheaf/base/utf.h"
 #include "sheaf/base/wide_text.h"
 
 namespace sheaf {
 
 namespace {
-
-constexpr std::uint32_t kReplacement = 0xFFFD;
-constexpr int kMostUtf8Bytes = 4;
-
-constexpr bool is_high_surrogate(std::uint32_t unit) {
-  return (unit & 0xFC00) == 0xD800;
-}
-constexpr bool is_low_surrogate(std::uint32_t unit) {
-  return (unit & 0xFC00) == 0xDC00;
-}
-
-// Appends one code point; what is none becomes the replacement character.
-char* put_utf8(char* out, std::uint32_t code) {
-  if (is_high_surrogate(code) || is_low_surrogate(code) || code > 0x10FFFF)
-    code = kReplacement;
-  const auto put = [&out](std::uint32_t byte) { *out++ = static_cast<char>(byte); };
-  if (code < 0x80) {
-    put(code);
-  } else if (code < 0x800) {
-    put(0xC0 | code >> 6);
-    put(0x80 | (code & 0x3F));
-  } else if (code < 0x10000) {
-    put(0xE0 | code >> 12);
-    put(0x80 | (code >> 6 & 0x3F));
-    put(0x80 | (code & 0x3F));
-  } else {
-    put(0xF0 | code >> 18);
-    put(0x80 | (code >> 12 & 0x3F));
-    put(0x80 | (code >> 6 & 0x3F));
-    put(0x80 | (code & 0x3F));
-  }
-  return out;
-}
 
 bool starts_with(const PDF_String& text, const char* mark, std::int32_t len) {
   return text.data != nullptr && text.len >= len && std::memcmp(text.data, mark, static_cast<std::size_t>(len)) == 0;
@@ -56,7 +26,7 @@ char* from_utf16(const PDF_String& text, char* out, bool big_endian) {
   for (std::int32_t at = 2; at + 1 < text.len; at += 2) {
     std::uint32_t code = unit_at(at);
     if (is_high_surrogate(code) && at + 3 < text.len && is_low_surrogate(unit_at(at + 2))) {
-      code = 0x10000 + ((code & 0x3FF) << 10) + (unit_at(at + 2) & 0x3FF);
+      code = from_surrogates(code, unit_at(at + 2));
       at += 2;
     }
     out = put_utf8(out, code);
@@ -68,7 +38,7 @@ char* from_doc_encoding(const PDF_String& text, char* out) {
   for (std::int32_t i = 0; i < text.len; ++i) {
     const auto byte = static_cast<unsigned char>(text.data[i]);
     const std::uint32_t code = PDF_DocEncoding[byte];
-    out = put_utf8(out, code == 0 ? kReplacement : code);
+    out = put_utf8(out, code == 0 ? kReplacementCharacter : code);
   }
   return out;
 }
@@ -108,13 +78,13 @@ void text_from_utf8(const char* utf8, PDF_String& out) {
   for (const auto* at = reinterpret_cast<const unsigned char*>(utf8); *at != 0;) {
     wchar_t wide = 0;
     at += cvt_char_UTF8_To_UCS4(at, wide);
-    const std::uint32_t code = wide == 0 ? kReplacement : static_cast<std::uint32_t>(wide);
+    const std::uint32_t code = wide == 0 ? kReplacementCharacter : static_cast<std::uint32_t>(wide);
     const int byte = doc_encoding_byte(code);
     fits_doc = fits_doc && byte >= 0;
     doc.push(static_cast<char>(byte));
     if (code >= 0x10000) {
-      put_unit(0xD800 | (code - 0x10000) >> 10);
-      put_unit(0xDC00 | ((code - 0x10000) & 0x3FF));
+      put_unit(high_surrogate(code));
+      put_unit(low_surrogate(code));
     } else {
       put_unit(code);
     }

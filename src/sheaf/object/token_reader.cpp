@@ -69,6 +69,45 @@ constexpr std::array<std::int8_t, 256> kHexValues = []() {
   return table;
 }();
 
+// The end of "endobj", and what stands in a header: no digits, so that a string in which it stands was not closed.
+constexpr std::string_view kObjectWord = "obj";
+
+bool begins_object_word(const char* at, const char* end) {
+  return *at == kObjectWord[0] && end - at >= static_cast<std::ptrdiff_t>(kObjectWord.size()) &&
+         std::memcmp(at, kObjectWord.data(), kObjectWord.size()) == 0;
+}
+
+// Hexadecimal digits on their way to bytes, no more of them at a time than one buffer holds.
+struct HexDigits {
+  char piece[CPDFBuf::kFill / 2 + 1];
+  char* out = piece;
+  int high = -1;           // the digit that waits for its second
+  char* word_out = piece;  // both as they were behind the last white space
+  int word_high = -1;
+
+  void add(char c) {
+    const int digit = kHexValues[static_cast<unsigned char>(c)];  // NOLINT(bugprone-signed-char-misuse,cert-str34-c)
+    if (digit < 0) {                                              // white space and junk
+      if (is_wide_space(c)) {
+        word_out = out;
+        word_high = high;
+      }
+      return;
+    }
+    if (high < 0) {
+      high = digit;
+      return;
+    }
+    *out++ = static_cast<char>(high * 16 + digit);
+    high = -1;
+  }
+  // Takes back the digits of a word that turned out to be "endobj", or the numbers in front of "obj".
+  void drop_word() {
+    out = word_out;
+    high = word_high;
+  }
+};
+
 const char* skip_digits(const char* at) {
   while (is_digit(*at))
     ++at;
@@ -450,34 +489,31 @@ void TokenReader::read_octal(int first) {
   text_.push(static_cast<char>(code & 0xFF));
 }
 
+// Digits in pieces, up to the closing bracket. One that was left out is not looked for beyond the object: a string
+// that goes on to the end of the file, in each of many objects, would read the file once for each.
 void TokenReader::read_hex_string(CPDFObj& value) {
   take();
   text_.clear();
-  char piece[CPDFBuf::kFill / 2 + 1];
-  int high = -1;
+  HexDigits digits;
   for (bool open = true; open && peek() != -1;) {
+    need(kObjectWord.size());  // the word is whole unless the data end in it
     const char* at = here();
     const char* const end = limit();
-    char* out = piece;
-    for (; at < end && *at != '>'; ++at) {
-      const int digit =
-          kHexValues[static_cast<unsigned char>(*at)];  // NOLINT(bugprone-signed-char-misuse,cert-str34-c): -1 is none
-      if (digit < 0)
-        continue;  // white space and junk
-      if (high < 0) {
-        high = digit;
-        continue;
-      }
-      *out++ = static_cast<char>(high * 16 + digit);
-      high = -1;
-    }
+    digits.out = digits.piece;
+    digits.word_out = digits.piece;
+    digits.word_high = digits.high;
+    for (; at < end && *at != '>' && !begins_object_word(at, end); ++at)
+      digits.add(*at);
+    const bool ended_early = at < end && *at != '>';
+    if (ended_early)
+      digits.drop_word();
     open = at == end;
-    move_to(open ? at : at + 1);
+    move_to(open || ended_early ? at : at + 1);
     if (texts_)
-      text_.append(piece, static_cast<std::size_t>(out - piece));
+      text_.append(digits.piece, static_cast<std::size_t>(digits.out - digits.piece));
   }
-  if (high >= 0)
-    text_.push(static_cast<char>(high * 16));
+  if (digits.high >= 0)
+    text_.push(static_cast<char>(digits.high * 16));
   keep_text(value, text_.data(), text_.size());
 }
 

@@ -26,17 +26,17 @@ public:
   /// `texts` false: strings come as null values, which spares their bytes the way to the heap.
   explicit TokenReader(CPDFBuf& buf, bool texts = true) : buf_(buf), texts_(texts) {}
 
-  /// The next token. A kValue stands in `value`, the text of a kName in `name`, and that of a
+  /// The next token. A kValue is in `value`, the text of a kName in `name`, and that of a
   /// kKeyword in `keyword`.
   Token next(CPDFObj& value);
   /// Puts the keyword read last back in front of the buffer's position. Only for keywords of less
   /// than kLookAhead characters.
   void unread_keyword() { buf_.buf_pos = keyword_pos_; }
-  /// With the number N read last: passes " G obj" and tells so, with `gen` set.
+  /// With the number N read last: passes " G obj" and returns true, with `gen` set.
   bool take_header(std::int32_t& gen) { return take_after_number("obj", gen); }
   /// Passes white space and comments. False at the end of the data.
   bool skip_space();
-  /// Whether `word` stands at the position, as a whole word.
+  /// Whether `word` comes next, as a whole word.
   bool at_keyword(std::string_view word);
 
   /// Both are valid until the next call; keywords may be cut at kLookAhead characters.

@@ -2,7 +2,7 @@
 // becomes of the values is the sink's matter: one builds them, another keeps only the references.
 // A sink has:
 //
-//   root()                       where a value goes that stands in no container
+//   root()                       where a value goes that is in no container
 //   empty, full, in_array, wants_key   the state of the open containers
 //   open(dict)                   a container begins; false when there is no memory
 //   set_key(text)                the key of the next value of the dictionary on top
@@ -51,7 +51,7 @@ private:
     while (!sink_.empty())
       sink_.finish();
   }
-  // Keywords that can stand in no container: meeting one means that a closing bracket is missing.
+  // Keywords that cannot be in a container: meeting one means that a closing bracket is missing.
   bool keyword_ends_all() const {
     for (const std::string_view word : {"endobj", "endstream", "stream", "xref", "trailer", "startxref", "obj"}) {
       if (tokens_.keyword == word)

@@ -1,3 +1,4 @@
+// Writes go into one block; a seek or a full block sends it to its place.
 #include <algorithm>
 #include <cstring>
 

@@ -60,7 +60,7 @@ void put_table(UpdateSection& section, const Positions& positions) {
     const int length = std::snprintf(line, sizeof(line), "%d %d\r\n", run.first, run.count);
     out.Write(line, static_cast<unsigned>(length));
     for (std::int32_t i = 0; i < run.count; ++i) {
-      std::snprintf(line, sizeof(line), "%010u 00000 n\r\n", positions[at++]);
+      std::snprintf(line, sizeof(line), "%010u %05d n\r\n", positions[at++], section.generation(run.first + i));
       out.Write(line, kLineSize);
     }
   }

@@ -1,3 +1,4 @@
+// Deflates the staging buffer whenever the next entry might not fit.
 #include <cstring>
 
 #include "sheaf/base/heap.h"

@@ -1,6 +1,6 @@
 // Compresses the entries of a cross-reference stream while they come up: through a staging buffer
 // of 4,096 bytes into deflate with a sync flush each time. The bytes of the section follow from
-// where the flushes stand, so these are kept exactly.
+// where the flushes are, so these are kept exactly.
 #pragma once
 
 #include <zlib.h>

@@ -19,8 +19,7 @@ using namespace sheaf;
 
 namespace {
 
-constexpr unsigned kEntrySize = 6;  // type, four bytes of position, generation
-constexpr unsigned kFlushAt = EntryDeflater::kStaging - kEntrySize;
+constexpr unsigned kFixedFields = 1 + 4;  // type, position; the generation follows
 constexpr std::size_t kSpareOutput = 256;
 
 // Takes the number of the cross-reference stream; its slot stays empty, so that the next plain
@@ -35,13 +34,13 @@ std::int32_t reserve_xref_number(CPDFXRefTable& table) {
   return num;
 }
 
-void put_entries(UpdateSection& section, EntryDeflater& deflater, std::int32_t xnum) {
+void put_entries(UpdateSection& section, EntryDeflater& deflater, std::int32_t xnum, unsigned gen_width) {
   for (const PDF_RUN& run : section.runs) {
     for (std::int32_t num = run.first; num < run.first + run.count; ++num) {
       deflater.begin_entry();
       deflater.field(1, 1);
       deflater.field(section.put_object(num, num == xnum), 4);
-      deflater.field(0, 1);
+      deflater.field(static_cast<std::uint32_t>(section.generation(num)), gen_width);
     }
   }
 }
@@ -59,10 +58,12 @@ int CPDFXRefTable::save(CPDFEncrypt* enc, PDF_SIGN_DATA* sign) {
   if (!section.scan())
     return 0;
   section.begin();
-  EntryDeflater deflater(kFlushAt);
-  if (!deflater.open(std::size_t{xref_count} * kEntrySize + kSpareOutput))
+  const unsigned gen_width = section.has_high_generations() ? 2 : 1;
+  const unsigned entry_size = kFixedFields + gen_width;
+  EntryDeflater deflater(EntryDeflater::kStaging - entry_size);
+  if (!deflater.open(std::size_t{xref_count} * entry_size + kSpareOutput))
     return 0;
-  put_entries(section, deflater, xnum);
+  put_entries(section, deflater, xnum, gen_width);
   std::uint32_t len = 0;
   std::uint8_t* data = deflater.finish(len);
   if (data == nullptr)
@@ -71,7 +72,7 @@ int CPDFXRefTable::save(CPDFEncrypt* enc, PDF_SIGN_DATA* sign) {
   Cleared<CPDFDictionary> dict;
   Cleared<CPDFArray> index;
   section.runs.fill_index(index);
-  fill_xref_stream_dict(dict, section.runs.size_value(), index, 4, 1);
+  fill_xref_stream_dict(dict, section.runs.size_value(), index, 4, static_cast<int>(gen_width));
   section.set_trailer_values(dict);
   const auto start = static_cast<std::uint32_t>(section.out().GetPos());
   write_xref_stream(section.out(), xnum, dict, data, len);

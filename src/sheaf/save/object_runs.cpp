@@ -1,3 +1,4 @@
+// The list grows by fixed steps, and by half once it is long.
 #include "sheaf/save/object_runs_internal.h"
 
 namespace sheaf {

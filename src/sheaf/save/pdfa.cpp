@@ -8,6 +8,7 @@
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/neighbours/page/xmp.h"
 #include "sheaf/neighbours/security/digests.h"
+#include "sheaf/save/pdfa_frame.h"
 #include "sheaf/save/pdfa_profile_internal.h"
 #include "sheaf/xref/xref_table.h"
 
@@ -49,7 +50,10 @@ PDF_REF make_profile(CPDFXRefTable& table) {
   return ref;
 }
 
-PDF_REF make_output_intent(CPDFXRefTable& table, const PDF_REF& profile) {
+}  // namespace
+
+PDF_REF sheaf::make_output_intent(CPDFXRefTable& table) {
+  const PDF_REF profile = make_profile(table);
   const PDF_REF ref{table.alloc_obj_num(), 0};
   Cleared<CPDFDictionary> dict;
   dict.set_item_name(CPDFDictionary::sm_tag_type, "OutputIntent");
@@ -61,7 +65,7 @@ PDF_REF make_output_intent(CPDFXRefTable& table, const PDF_REF& profile) {
   return ref;
 }
 
-PDF_REF make_metadata(CPDFXRefTable& table) {
+PDF_REF sheaf::make_metadata(CPDFXRefTable& table) {
   CPDFXMP xmp;
   const PDF_REF ref{table.alloc_obj_num(), 0};
   unsigned len = 0;
@@ -77,9 +81,11 @@ PDF_REF make_metadata(CPDFXRefTable& table) {
   return ref;
 }
 
+namespace {
+
 bool header_passes(const unsigned char* bytes) {
   constexpr unsigned kHigh = 128;
-  // The comment stands behind a first line of exactly nine bytes. Of its second and third byte one
+  // The comment follows a first line of exactly nine bytes. Of its second and third byte one
   // being high is enough.
   return bytes[0] == '%' && bytes[9] == '%' && bytes[10] >= kHigh && (bytes[11] >= kHigh || bytes[12] >= kHigh) &&
          bytes[13] >= kHigh;
@@ -95,7 +101,7 @@ void CPDFXRefTable::pdfa_gen() {
   if (dict == nullptr || root.tag != kTagRef || dict->get_item("OutputIntents") != nullptr ||
       dict->get_item("Metadata") != nullptr)
     return;
-  const PDF_REF intent = make_output_intent(*this, make_profile(*this));
+  const PDF_REF intent = make_output_intent(*this);
   Cleared<CPDFArray> intents;
   intents.append_ref(intent);
   const PDF_REF metadata = make_metadata(*this);

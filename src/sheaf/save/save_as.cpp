@@ -24,7 +24,6 @@ constexpr unsigned kMostEntrySize = 9;  // type, four bytes, four bytes
 constexpr unsigned kStagingReserve = 12;
 constexpr unsigned kFlushAt = EntryDeflater::kStaging - kStagingReserve;
 constexpr std::size_t kSpareOutput = 256;
-constexpr std::uint32_t kManyRepairs = 11;
 static_assert(kFlushAt + kMostEntrySize <= EntryDeflater::kStaging);
 
 constexpr unsigned bytes_for(std::uint32_t value) {
@@ -49,7 +48,8 @@ public:
   void write() {
     source_.drain_pending();
     source_.font_cache.embed_flush();
-    source_.pdfa_gen();
+    if (source_.omits_frame == 0)
+      source_.pdfa_gen();
     out_.Write(PDF_Header.data(), static_cast<unsigned>(PDF_Header.size()));
     if (!copy_entries())
       return;
@@ -88,7 +88,7 @@ private:
   // The walk has read every object that will be written, and may have found some of them elsewhere
   // than their entries said; the target's copy follows.
   void confirm_positions() {
-    if (source_.repaired_count >= kManyRepairs) {
+    if (source_.has_many_repairs()) {
       ReferenceList ignored;
       for (std::uint32_t num = 1; num < source_.xref_count && num < target_.xref_count; ++num) {
         const PDF_XREF entry = target_.xref_items[num];
@@ -118,6 +118,11 @@ private:
       return;
     }
     const bool rescued = entry.is_found() && is_marked(num);
+    const std::int32_t gen = rescued && source_.keeps_generations != 0 ? source_.known_generation(num) : -1;
+    if (gen > 0) {
+      entry = PDF_XREF::in_file(entry.offset, gen);
+      highest_gen_ = std::max(highest_gen_, gen);
+    }
     if (!rescued)
       highest_gen_ = std::max(highest_gen_, entry.gen);
     if (!is_marked(num)) {

@@ -14,13 +14,6 @@ using namespace sheaf;
 
 namespace {
 
-bool header_stands_at(CQVStream* stream, std::uint32_t offset) {
-  stream->SetPos(CQVStream::STR_SEEK_SET, offset);
-  CPDFBufBase buf;
-  buf.buf_init(stream);
-  return buf.buf_skip_to_obj() != nullptr && buf.buf_pos == 0;
-}
-
 std::uint32_t offset_from(const CQVStream* out, int base) {
   return static_cast<std::uint32_t>(out->GetPos()) - static_cast<std::uint32_t>(base);
 }
@@ -53,7 +46,7 @@ unsigned char* known_body(CQVStream* stream, std::uint32_t offset, int& len) {
   return block;
 }
 
-// Prints a stream object whose body stands in a block of memory.
+// Prints a stream object whose body is in a block of memory.
 void write_with_body(CPDFObj& obj, CQVStream* out, PDF_ENC_PARA& para, unsigned char* body, int len) {
   CQVStreamMemFix view;
   view.Open(body, len);
@@ -99,7 +92,7 @@ void CPDFXRefTable::save_obj(CQVStream* out, int base, int num, PDF_XREF* item, 
   stream->SetPos(CQVStream::STR_SEEK_SET, item->offset);
   CPDFBufBase buf;
   buf.buf_init(stream);
-  // Where another object stands, this one is lost: better none than what happens to lie there.
+  // If another object is there, this one is lost: better nothing than what happens to be there.
   if (ansi_to_i32(buf.buf_data) != num)
     return;
   // The encrypted branch needs the generation for the key, so -1 becomes 0 ahead of reading; so does
@@ -109,7 +102,7 @@ void CPDFXRefTable::save_obj(CQVStream* out, int base, int num, PDF_XREF* item, 
   PDF_DEC_PARA dec{{num, item->gen}, sec_hand};
   Freed<CPDFObj> obj;
   obj.read(&buf, encrypted ? &dec : nullptr);
-  if (obj.tag == kTagInt && obj.as_int() == num && !header_stands_at(stream, item->offset))
+  if (obj.tag == kTagInt && obj.as_int() == num && header_number_at(*stream, item->offset) != num)
     return;  // a number that begins no header was all there is
   item->offset = offset_from(out, base);
   PDF_ENC_PARA para{num, item->gen, 1, enc};

@@ -148,7 +148,7 @@ void CPDFXRefTable::write_stream(const PDF_REF& ref, CPDFStreamRec* rec, CQVStre
   HeapBlock<unsigned char> block(static_cast<unsigned char*>(QVAlloc(len)));
   if (!block)
     return;
-  // The stream is read from where it stands; what it cannot deliver of its length is zeros.
+  // The stream is read from its position on; what it cannot deliver of its length is zeros.
   const unsigned got = src->Read(block.get(), len);
   if (got < len)
     std::memset(block.get() + got, 0, len - got);

@@ -23,11 +23,15 @@ public:
   /// False when there is no memory.
   bool scan();
   /// Opens the section with its one byte at `append_offset`. Where an older section of the same
-  /// document stands there, its tail goes first, so that no reader ever takes the two for one.
+  /// document is there, its tail goes first, so that no reader ever takes the two for one.
   void begin();
   /// The position of the entry's object, which is printed now unless it stays where it is in the
   /// file. `keeps_slot` leaves the printing to the caller.
   std::uint32_t put_object(std::int32_t num, bool keeps_slot);
+  /// The generation that the object is printed and listed under: 0 unless the table keeps them.
+  std::int32_t generation(std::int32_t num) const;
+  /// Whether a generation in the runs may need more than a byte.
+  bool has_high_generations() const;
   /// Zero fill, tail and, in a sealed save, the commit of the section that starts at `start`. When
   /// something came short there is no tail: the file still ends, for a reader, as it did before, the
   /// table stays as it was, and `write_failed` is set.
@@ -53,6 +57,7 @@ private:
   struct Place {
     std::int32_t num;
     std::uint32_t pos;
+    std::int32_t gen;
   };
   GrowArray<Place> sealed_;
 };

@@ -1,3 +1,4 @@
+// What both forms of an update section do: confirm places, list runs, print objects, write the tail.
 #include <algorithm>
 
 #include "sheaf/base/chars.h"
@@ -9,8 +10,7 @@ namespace sheaf {
 namespace {
 
 constexpr std::int32_t kRunStep = 64;
-constexpr std::uint32_t kManyRepairs = 10;  // above this every object's position is confirmed
-constexpr std::uint32_t kTailRoom = 32;     // the tail lies within this distance of the file's end
+constexpr std::uint32_t kTailRoom = 32;  // the tail lies within this distance of the file's end
 
 // Offsets beyond 2 GiB do not fit an integer; as reals they keep their value.
 void set_offset(CPDFDictionary& dict, const char* key, std::uint32_t offset) {
@@ -27,12 +27,13 @@ UpdateSection::UpdateSection(CPDFXRefTable& table, CPDFEncrypt* enc, PDF_SIGN_DA
 
 void UpdateSection::prepare() {
   table_.font_cache.embed_flush();
-  table_.pdfa_gen();
+  if (table_.omits_frame == 0)
+    table_.pdfa_gen();
   table_.gen_id();
 }
 
 void UpdateSection::confirm_positions() {
-  if (table_.repaired_count <= kManyRepairs)
+  if (!table_.has_many_repairs())
     return;
   table_.drain_pending();
   Freed<CPDFObj> scratch;
@@ -78,7 +79,7 @@ bool UpdateSection::scan() {
 
 void UpdateSection::begin() {
   // Without the tail, the last one that a reader finds is that of the content in front of the
-  // section, until the new one stands.
+  // section, until the new one is complete.
   const auto len = static_cast<std::uint32_t>(table_.stream->GetLen());
   if (len > table_.append_offset) {
     constexpr std::uint8_t kNoTail[kTailRoom]{};
@@ -101,15 +102,33 @@ std::uint32_t UpdateSection::put_object(std::int32_t num, bool keeps_slot) {
   if (entry.offset >= table_.new_obj_capacity)
     return pos;
   PDF_NEWOBJ& slot = table_.new_objs[entry.offset];
-  // The generation is always 0 here, as the section's entry says too.
-  PDF_ENC_PARA para{num, 0, 1, enc_};
+  const std::int32_t gen = generation(num);  // as the section's entry says too
+  PDF_ENC_PARA para{num, gen, 1, enc_};
   slot.obj.write(&out_, &para);
   if (sign_ == nullptr)
     return pos;
-  sealed_.push({num, pos});
+  sealed_.push({num, pos, gen});
   if (num == sign_->num)
     sign_->dict.copy_from(slot.obj.as_dict());
   return pos;
+}
+
+std::int32_t UpdateSection::generation(std::int32_t num) const {
+  const std::int32_t gen = table_.keeps_generations != 0 ? table_.known_generation(static_cast<std::uint32_t>(num)) : 0;
+  return gen > 0 ? gen : 0;
+}
+
+bool UpdateSection::has_high_generations() const {
+  if (table_.keeps_generations == 0)
+    return false;
+  for (const PDF_RUN& run : runs) {
+    for (std::int32_t num = run.first; num < run.first + run.count; ++num) {
+      // Those that stay where they are have theirs in the file, which is not read twice for it.
+      if (table_.xref_items[num].is_found() || generation(num) > UINT8_MAX)
+        return true;
+    }
+  }
+  return false;
 }
 
 void UpdateSection::set_trailer_values(CPDFDictionary& dict) const {
@@ -163,7 +182,7 @@ void UpdateSection::finish(std::uint32_t start) {
 
 void UpdateSection::commit(std::uint32_t start) {
   for (const Place& place : sealed_)
-    table_.xref_items[place.num] = PDF_XREF::in_file(place.pos, 0);
+    table_.xref_items[place.num] = PDF_XREF::in_file(place.pos, place.gen);
   for (std::uint32_t slot = 0; slot < table_.new_obj_count; ++slot)
     table_.new_objs[slot].obj.free();
   table_.new_obj_count = 0;

@@ -1,3 +1,4 @@
+// The dictionary and body of a cross-reference stream (ISO 32000-1, 7.5.8).
 #include <new>
 
 #include "sheaf/base/scope_guard.h"

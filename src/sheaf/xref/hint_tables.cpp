@@ -1,6 +1,6 @@
 // The page offset hint table of a linearized file (ISO 32000-1, F.4.1): which object each page is
 // and where it lies, before the main table has been read. What the hints say is looked at before
-// it is believed: each page object is read, and an entry that leads to no page is wiped.
+// it is used: each page object is read, and an entry that does not point to a page is cleared.
 #include <algorithm>
 #include <memory>
 
@@ -133,20 +133,17 @@ bool read_page_size(CPDFXRefTable& table, const CPDFObj& obj, PDF_PAGE_ITEM& pag
   const CPDFDictionary* dict = obj.as_dict();
   if (dict == nullptr)
     return false;
-  Freed<CPDFObj> value;
-  table.resolve(value, dict->get_item(CPDFDictionary::sm_tag_type));
-  if (!value.is_name("Page"))
+  if (!table.value(dict, CPDFDictionary::sm_tag_type).is_name("Page"))
     return false;
-  table.resolve(value, dict->get_item(CPDFDictionary::sm_tag_rotate));
-  page.rotate = value.to_int();
+  page.rotate = table.value(dict, CPDFDictionary::sm_tag_rotate).to_int();
   const bool turned = page.rotate % 180 != 0;
-  table.resolve(value, dict->get_item("CropBox"));
-  if (value.is_null())
-    table.resolve(value, dict->get_item("MediaBox"));
-  if (value.is_null())
+  Freed<CPDFObj> box = table.value(dict, "CropBox");
+  if (box.is_null())
+    table.resolve(box, dict->get_item("MediaBox"));
+  if (box.is_null())
     return false;
   _QVRECTF rect{};
-  table.read_obj_rect(rect, &value);
+  table.read_obj_rect(rect, &box);
   page.width = distance(rect.left, rect.right);
   page.height = distance(rect.bottom, rect.top);
   if (turned)

@@ -5,6 +5,7 @@
 
 #include "sheaf/base/heap.h"
 #include "sheaf/neighbours/fonts/environment.h"
+#include "sheaf/object/parse_buf.h"
 #include "sheaf/xref/xref_table.h"
 
 using namespace sheaf;
@@ -21,7 +22,7 @@ constexpr std::uint32_t kLeastMaxObjNum = (1u << 22) + 256;
 constexpr std::uint64_t kNumbersPerByte = 8;
 constexpr std::uint32_t kMostObjNum = 0x7FFFFF00;
 
-// How many entries the block takes for `count`: exactly these when a section tells the size, and
+// How many entries the block takes for `count`: exactly these when a section states the size, and
 // some more when a large table grows by a little, as it does number by number.
 std::uint32_t room_for(std::uint32_t count, std::uint32_t present) {
   const bool by_a_little = count - present < present / 8;
@@ -75,8 +76,11 @@ PDF_NEWOBJ* CPDFXRefTable::get_xref2(int num, int gen) {
   const auto index = static_cast<std::uint32_t>(num);
   if (num < 0 || index >= kMostObjNum || (xref_count <= index && !grow_xref_items(rounded_count(index), false)))
     return nullptr;
+  ++change_count;
   if (PDF_NEWOBJ* const slot = slot_of(xref_items[index]))
     return slot;
+  if (keeps_generations != 0 && know_entry(index) && known_generation(index) >= 0)
+    gen = known_generation(index);
   xref_items[index] = PDF_XREF::in_slot(new_obj_count, gen);
   if (new_obj_count >= new_obj_capacity) {
     const std::uint32_t capacity = new_obj_capacity + kNewObjStep;
@@ -89,6 +93,23 @@ PDF_NEWOBJ* CPDFXRefTable::get_xref2(int num, int gen) {
     new_obj_capacity = capacity;
   }
   return new_objs + new_obj_count++;
+}
+
+std::int32_t CPDFXRefTable::known_generation(std::uint32_t num) {
+  constexpr std::int32_t kMostGeneration = 65535;  // ISO 32000-1, 7.5.4
+  if (num >= xref_count)
+    return -1;
+  const PDF_XREF& entry = xref_items[num];
+  if (!entry.is_known())
+    return -1;
+  if (entry.is_compressed())
+    return 0;  // the entry holds an index in its place
+  if (!entry.is_found())
+    return entry.gen <= kMostGeneration ? entry.gen : -1;
+  char header[24]{};  // two numbers and the white space around them
+  stream->SetPos(CQVStream::STR_SEEK_SET, entry.offset);
+  stream->Read(header, sizeof(header) - 1);
+  return header_generation(header);
 }
 
 void CPDFXRefTable::push_pending(std::int64_t offset) {

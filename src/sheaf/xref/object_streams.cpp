@@ -22,7 +22,7 @@ constexpr std::int64_t kParsedPerByte = 5;  // what the objects take in memory f
 // What is read out of an object stream.
 enum class Wanted { kObjects, kReferences };
 
-// Objects one after the other from where `buf` stands; stray keywords between them are passed over.
+// Objects one after the other from the position of `buf`; stray keywords between them are passed over.
 // Objects that the data lack stay null.
 bool read_objects(CPDFBuf& buf, PDF_OBJSTM& entry) {
   entry.objs = static_cast<CPDFObj*>(QVAlloc(static_cast<std::size_t>(entry.count) * sizeof(CPDFObj)));

@@ -15,26 +15,6 @@ namespace {
 constexpr long long kMostBytes = 314572800;   // 300 MiB
 constexpr long long kMostBytes13 = 31457280;  // 30 MiB
 
-// Moves forward until `word` stands at the position. False at the end of the data.
-bool skip_to_word(CPDFBuf& buf, const char* word, unsigned len) {
-  for (;;) {
-    buf.buf_need(len);
-    if (buf.buf_len - buf.buf_pos < len)
-      return false;
-    const char* const at = buf.buf_data + buf.buf_pos;
-    const std::size_t starts = buf.buf_len - buf.buf_pos - len + 1;
-    const auto* hit = static_cast<const char*>(std::memchr(at, word[0], starts));
-    if (hit == nullptr) {
-      buf.buf_pos += static_cast<std::uint32_t>(starts);
-      continue;
-    }
-    buf.buf_pos = static_cast<std::uint32_t>(hit - buf.buf_data);
-    if (std::memcmp(hit, word, len) == 0)
-      return true;
-    ++buf.buf_pos;
-  }
-}
-
 void take_header(CPDFXRefTable& table, std::uint32_t num, std::uint32_t pos) {
   if (num < table.max_obj_num())  // a lone header must not make the table take gigabytes
     table.note_found(num, pos);
@@ -52,7 +32,7 @@ void scan_objects(CPDFXRefTable& table) {
 }
 
 // The position of the last trailer dictionary, 0 when there is none. All of them are pushed: a
-// section in front of one may tell of objects that the scan cannot see.
+// section in front of one may list objects that the scan cannot see.
 std::uint32_t scan_trailers(CPDFXRefTable& table) {
   constexpr unsigned kTrailerLen = 7;
   std::uint32_t last = 0;
@@ -98,7 +78,7 @@ int CPDFXRefTable::XRefCreate() {
   if (dict == nullptr)
     return 0;
   XRefLoadObjs(dict);
-  // Object streams hide their objects from the scan; the sections that the trailer names tell of
+  // Object streams hide their objects from the scan; the sections that the trailer names list
   // them, and fill only what the scan has left open.
   const std::int32_t xrefstm = integer_or_minus_one(*dict, "XRefStm");
   if (xrefstm >= 0)

@@ -13,7 +13,7 @@ using namespace sheaf;
 
 namespace {
 
-// Reads the cross-reference stream on which `buf` stands.
+// Reads the cross-reference stream at the position of `buf`.
 bool read_stream_section(CPDFXRefTable& table, CPDFBufBase& buf, long long& prev) {
   if (table.first_xref_kind == 0)
     table.first_xref_kind = 2;

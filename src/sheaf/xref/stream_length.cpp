@@ -4,6 +4,7 @@
 #include <cstring>
 #include <string_view>
 
+#include "sheaf/base/chars.h"
 #include "sheaf/base/heap.h"
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/xref/xref_table.h"
@@ -19,17 +20,13 @@ constexpr unsigned kWindow = 16 * 1024;     // searched at a time
 constexpr std::int64_t kScanAllowance = 8;  // times the file's length that all searches may read
 constexpr std::int64_t kNotFound = -1;
 
-bool is_white(char c) {
-  return c == ' ' || c == '\t' || c == '\r' || c == '\n' || c == '\f' || c == '\0';
-}
-
 // Whether "endstream" or, where that is missing, "endobj" follows at `offset`.
 bool ends_at(CQVStream& stream, std::int64_t offset) {
   char text[kMostGap + kEndSize] = {};
   stream.SetPos(CQVStream::STR_SEEK_SET, offset);
   const unsigned len = stream.Read(text, sizeof text);
   unsigned at = 0;
-  while (at < len && at < kMostGap && is_white(text[at]))
+  while (at < len && at < kMostGap && is_wide_space(text[at]))
     ++at;
   const std::size_t left = len - at;
   return (left >= kEndSize && std::memcmp(text + at, kEnd, kEndSize) == 0) ||

@@ -186,7 +186,7 @@ private:
   std::size_t capacity_ = 0;
 };
 
-// The pairs of "Index", or the one pair that "Size" stands for. False when memory ran out.
+// The pairs of "Index", or the one pair that "Size" means. False when memory ran out.
 bool read_entries(EntryReader& reader, const CPDFArray* index, std::uint32_t size) {
   if (index == nullptr)
     return reader.read(0, size) != EntryReader::Result::kNoMemory;

@@ -25,7 +25,7 @@ void from_utf16(const PDF_String& text, wchar_t* out, int max) {
   out[count] = 0;
 }
 
-// Runs on the NUL that stands behind every string, not on its length.
+// Ends at the NUL behind the string, not at its length.
 void from_utf8(const PDF_String& text, wchar_t* out, int max) {
   const auto* at = reinterpret_cast<const unsigned char*>(text.data);
   int count = 0;

@@ -150,6 +150,7 @@ public:
 
   static constexpr int kPendingSlots = 256;
   static constexpr int kSecFilterSize = 36;
+  static constexpr std::uint32_t kManyRepairs = 10;
 
   // ---- fields; everything starts at zero, and the caller stores `stream` ----
 
@@ -194,7 +195,11 @@ public:
   std::int64_t decoded_ceiling = 0;  ///< Most bytes that a chain stage or object stream may decode to; 0: fixed limits.
   std::int32_t write_failed = 0;     ///< Set by a save when an output operation came short; cleared by the caller.
   std::int32_t entries_lost = 0;     ///< Not 0: entries are gone for want of memory. Nothing must be saved then.
-  sheaf::RepairLog repairs;          ///< The first corrections made, for reports.
+  std::int32_t keeps_generations = 0;  ///< Not 0: saves print and list objects under their generation, not under 0.
+  std::int32_t omits_frame = 0;        ///< Not 0: saves add neither output intent nor metadata.
+  std::int32_t claims_pdfa = 0;        ///< Not 0: metadata made by a save identify the document as PDF/A-1b.
+  std::uint64_t change_count = 0;      ///< Requests for slots so far; one that has not grown since: no change.
+  sheaf::RepairLog repairs;            ///< The first corrections made, for reports.
   sheaf::StreamLengths lengths;
   sheaf::ObjStmBudget objstm_budget;
 
@@ -222,7 +227,7 @@ public:
   int XRefRead(CPDFBuf* buf, long long& prev, long long& xrefstm);
   /// A cross-reference stream `obj` that began at `pos`, with `decoder` open on its data.
   int XRefRead(CPDFObj& obj, unsigned int pos, CPDFStream* decoder, long long& prev);
-  /// Takes over "ID", "Info", "Root" and "Encrypt" where the table has none yet.
+  /// Copies "ID", "Info", "Root" and "Encrypt" that the table does not have yet.
   void XRefLoadObjs(const CPDFDictionary* trailer);
   /// Rebuilds the table by scanning a file of at most 300 MiB. 1 if it has entries and a root.
   int XRefCreate();
@@ -259,7 +264,7 @@ public:
   /// Sets the true length of a stream of the file, where `lengths.checked` is set. `num` names
   /// the object in the list of repairs.
   void heal_length(CPDFStreamRec& rec, std::int32_t num);
-  /// Whether an object stream that stands at `offset` gave its objects. It is then where it should
+  /// Whether the object stream at `offset` gave its objects. It is then where it should
   /// be, whatever number its header bears.
   bool serves_as_objstm(std::uint32_t offset);
   /// Empties the cache of object streams.
@@ -288,7 +293,7 @@ public:
     return make_stream2(this, data, len, name, parms);
   }
   /// The stream's bytes as stored, decryption taken off; null on failure. The caller owns the
-  /// block (a NUL stands behind it) and releases it with QVFree.
+  /// block (a NUL follows it) and releases it with QVFree.
   unsigned char* load_raw_data(const CPDFStreamRec* rec, int& len);
   void* get_font_ext(const char* name);
   CPDFCMap* get_cmap(const char* name);
@@ -298,7 +303,8 @@ public:
   // ---- changing (xref/, save/) ----
 
   /// The slot of object `num`, made if there is none; null when there is no memory. Valid until
-  /// the next call that can grow `new_objs`. `gen` -1 must not be passed.
+  /// the next call that can grow `new_objs`. `gen` -1 must not be passed; where `keeps_generations`
+  /// is set, an object that the file has keeps the generation that it has there.
   PDF_NEWOBJ* get_xref2(int num, int gen);
   /// Reads all pending sections; stops at the first failure.
   void drain_pending();
@@ -313,7 +319,7 @@ public:
   void store_stream(const PDF_REF& ref, CPDFStreamRec& rec);
   /// Keeps encoded stream bytes until the next save and fills `rec`. The caller keeps `data`.
   void write_stream(const PDF_REF& ref, CPDFStreamRec* rec, const void* data, unsigned int len);
-  /// The same from a stream that stands at its start.
+  /// The same from a stream, which is positioned at its start.
   void write_stream(const PDF_REF& ref, CPDFStreamRec* rec, CQVStream* src);
   /// The same; takes over `data`, a block of the QVAlloc family.
   void write_stream_autofree(const PDF_REF& ref, CPDFStreamRec* rec, void* data, unsigned int len);
@@ -419,6 +425,8 @@ public:
   }
   /// Notes the place at which scanning found object `num`. False without memory.
   bool note_found(std::uint32_t num, std::uint32_t offset);
+  /// Whether so many entries were wrong that a save looks at the place of every object.
+  bool has_many_repairs() const { return repaired_count > kManyRepairs; }
   /// Pops one pending section and reads it. False when there is none or it cannot be read.
   bool pop_pending();
   /// Reads pending sections until the table reaches `num` and knows its entry, or there are no more.
@@ -426,6 +434,9 @@ public:
   bool know_entry(std::uint32_t num);
   /// Puts a section's offset on the stack; an offset that does not fit is dropped.
   void push_pending(std::int64_t offset);
+  /// The generation of object `num` as its entry has it or, of one found by scanning, its header; -1
+  /// when neither says one that a header can bear.
+  std::int32_t known_generation(std::uint32_t num);
   /// The largest object number that a file of this length can justify.
   std::uint32_t max_obj_num() const;
   /// `para` filled for `ref`, or null when the document is not encrypted.

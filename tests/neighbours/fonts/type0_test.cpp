@@ -92,7 +92,7 @@ struct Type0 : testing::Test {
   TestFolder folder;
 };
 
-TEST_F(Type0, HorizontalGraphIsAsSettled) {
+TEST_F(Type0, AHorizontalFontHasItsFourObjects) {
   NewDocument doc(folder / "");
   CPDFFontType0* const font = doc.horizontal("Test Sans", kEmbed);
   ASSERT_NE(font, nullptr);

@@ -1,5 +1,5 @@
 // Type 0 fonts over fonts of the system (ISO 32000-1, 9.7): a font file, its descriptor, one CID font
-// and the font itself. The horizontal and the vertical form are one algorithm with settled
+// and the font itself. The horizontal and the vertical form are one algorithm with fixed
 // differences, which FontForm names.
 #include <array>
 #include <cstring>

@@ -1,6 +1,5 @@
 // Changing a document: opening for update, the document information, attachments, and the update
 // section behind the old content.
-#include <fcntl.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -22,11 +21,7 @@ using namespace sheaf;
 
 bool CPDFDoc::open_for_update(const char* path) {
   close();
-  file_.Open(path);
-  if (file_.file != nullptr)
-    std::fclose(file_.file);
-  file_.file = std::fopen(path, "r+b");
-  if (file_.file == nullptr) {
+  if (!file_.OpenForUpdate(path)) {
     status_ = PDF_OPEN::kNoFile;
     return false;
   }
@@ -85,26 +80,6 @@ bool CPDFDoc::use_temp_file(const char* folder) {
   }
   table_.temp_stream.file = file;
   return true;
-}
-
-bool CPDFDoc::set_info(const char* key, const char* utf8) {
-  const HeapWatch watch;
-  Freed<CPDFObj> info;
-  table_.resolve(info, &table_.info);
-  if (info.as_dict() == nullptr)
-    info.take_dict(new (std::nothrow) CPDFDictionary);
-  CPDFDictionary* const dict = info.as_dict();
-  if (dict == nullptr)
-    return false;
-  PDF_String text;
-  text_from_utf8(utf8, text);
-  dict->set_item_str(key, text.data, text.len);
-  QVFree(text.data);
-  if (!watch.all_granted())
-    return false;  // what is left of the old values must not take their place
-  if (table_.info.as_ref().num < 1)
-    table_.info.set_ref({table_.alloc_obj_num(), 0});
-  return table_.store_object(table_.info.as_ref(), info);
 }
 
 bool CPDFDoc::attach(const char* path) {
@@ -193,12 +168,9 @@ void CPDFDoc::keep_identifier(CPDFObj& id) {
   std::swap<CPDFObj>(id, present);
 }
 
-bool CPDFDoc::save_update(PDF_SAVE_FORM form, PDF_SIGN_DATA* sign) {
+// One section at `append_offset` of the table's stream, with all that waits.
+bool CPDFDoc::write_section(PDF_SAVE_FORM form, PDF_SIGN_DATA* sign) {
   const HeapWatch watch;
-  if (!store_page_tree() || table_.entries_lost != 0)
-    return false;
-  if (table_.new_obj_count == 0)
-    return true;
   if (!has_sound_sections())
     detach_from_old_sections();
   CPDFStandardEncrypt encrypter;
@@ -218,10 +190,19 @@ bool CPDFDoc::save_update(PDF_SAVE_FORM form, PDF_SIGN_DATA* sign) {
   const bool classic =
       form == PDF_SAVE_FORM::kClassic || (form == PDF_SAVE_FORM::kAsFile && table_.first_xref_kind == 1);
   table_.write_failed = 0;
+  table_.drain_pending();
+  const std::uint32_t section_num = table_.next_obj_num;  // the number that a cross-reference stream takes
   const int done = classic ? table_.save_14(enc, sign) : table_.save(enc, sign);
   if (!watch.all_granted() || table_.entries_lost != 0)
     table_.write_failed = 1;
-  return done != 0 && table_.write_failed == 0;
+  const bool good = done != 0 && table_.write_failed == 0;
+  if (classic || table_.next_obj_num != section_num + 1)
+    return good;
+  if (good && sign != nullptr)
+    table_.xref_items[section_num] = PDF_XREF::in_file(table_.last_xref_offset, 0);
+  else
+    table_.next_obj_num = section_num;  // the next save, or the next object, takes it again
+  return good;
 }
 
 // An object stream comes along in a new file only when its own header stands where its entry says;
@@ -267,16 +248,13 @@ void CPDFDoc::save_complete(CPDFXRefTable& target, CPDFEncrypt* enc) {
       value->set_ref(ref);
   }
   store_page_tree();
+  table_.font_cache.embed_flush();
+  store_frame();
+  store_metadata();
   free_members_of_lost_streams();
+  if (target.id.is_null())
+    renew_identifier(target.id);
   table_.save_as(target, enc);
   if (!watch.all_granted() || table_.entries_lost != 0)
     target.write_failed = 1;
-}
-
-void CPDFDoc::truncate_to(long long size) {
-  if (file_.file == nullptr)
-    return;
-  std::fflush(file_.file);
-  if (ftruncate(fileno(file_.file), file_.base_offset + size) == 0)
-    std::rewind(file_.file);
 }

@@ -1,3 +1,4 @@
+// Reads an image's dictionary, and decodes its data up to the last filter or as a whole.
 #include "sheaf/document/images/image.h"
 
 #include <algorithm>
@@ -13,17 +14,6 @@
 using namespace sheaf;
 
 namespace {
-
-struct ShortName {
-  const char* name;
-  const char* full;
-};
-
-constexpr std::array kShortNames = {
-    ShortName{"Fl", "FlateDecode"}, ShortName{"AHx", "ASCIIHexDecode"}, ShortName{"A85", "ASCII85Decode"},
-    ShortName{"LZW", "LZWDecode"},  ShortName{"RL", "RunLengthDecode"}, ShortName{"CCF", "CCITTFaxDecode"},
-    ShortName{"DCT", "DCTDecode"},
-};
 
 constexpr int kMostEncoded = 1 << 28;  // what the filters in front of the last one may give
 
@@ -59,11 +49,7 @@ void CPDFImage::read_filter(const CPDFObj* item) {
   if (filter_count == 0)
     return;
   table_->resolve(last, list != nullptr ? list->items + list->count - 1 : &chain);
-  const char* name = last.as_text();
-  for (const ShortName& known : kShortNames) {
-    if (name != nullptr && std::strcmp(name, known.name) == 0)
-      name = known.full;
-  }
+  const char* const name = long_filter_name(last.as_text());
   const std::size_t len = std::min(name != nullptr ? std::strlen(name) : 0, sizeof(filter) - 1);
   std::copy_n(name, len, filter);
   filter[len] = 0;

@@ -1,4 +1,4 @@
-// Image XObjects as their dictionaries tell (ISO 32000-1, 8.9.5).
+// Image XObjects as their dictionaries describe them (ISO 32000-1, 8.9.5).
 #pragma once
 
 #include <cstdint>
@@ -19,7 +19,7 @@ public:
 
   std::int32_t width = 0;          ///< Pixels of a row; 0 when the dictionary has no usable number.
   std::int32_t height = 0;         ///< Rows.
-  std::int32_t bits = 0;           ///< Bits a component; 0 when the data tell.
+  std::int32_t bits = 0;           ///< Bits a component; 0 when the data state them.
   bool is_mask = false;            ///< A stencil of one bit a pixel.
   CPDFObj colour_space{};          ///< "ColorSpace", the reference followed; null when there is none.
   CPDFObj decode{};                ///< "Decode", the reference followed.

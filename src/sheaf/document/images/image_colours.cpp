@@ -1,3 +1,4 @@
+// Colour spaces are reduced to a family with its ranges and palette; samples are converted pixel by pixel.
 #include "sheaf/document/images/image_colours.h"
 
 #include <algorithm>
@@ -179,7 +180,7 @@ ColourSpace space_of(CPDFXRefTable& table, const CPDFObj& obj, int depth) {
   return space;
 }
 
-// The base of an indexed space is none itself, so nothing nests deeper than that.
+// The base of an indexed space is not indexed itself, so nothing nests deeper than that.
 std::string name_of_space(CPDFXRefTable& table, const CPDFObj& obj, bool is_base) {
   Freed<CPDFObj> first;
   Freed<CPDFObj> second;

@@ -1,3 +1,5 @@
+// Appending one source: pages get their numbers first, then are copied, then all that belongs to the
+// document as a whole is merged. What fails is taken back.
 #include "sheaf/document/merge/doc_merge.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// Names are found through a hash index while they are collected, and sorted once when the tree is written.
 #include "sheaf/document/names/name_list.h"
 
 #include <algorithm>

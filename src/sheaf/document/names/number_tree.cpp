@@ -1,3 +1,4 @@
+// Reads the tree into one sorted list; nodes are visited once, so that loops end.
 #include "sheaf/document/names/number_tree.h"
 
 #include <algorithm>

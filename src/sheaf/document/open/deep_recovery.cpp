@@ -16,26 +16,6 @@ namespace {
 
 constexpr int kMostObjStmBytes = 0x8000000;
 
-// Moves to `word`; at the end of the data the buffer is empty and false is returned.
-bool skip_to_word(CPDFBuf& buf, const char* word) {
-  const auto len = static_cast<unsigned>(std::strlen(word));
-  for (;;) {
-    buf.buf_need(len);
-    if (buf.buf_len - buf.buf_pos < len)
-      return false;
-    const char* const at = buf.buf_data + buf.buf_pos;
-    const auto* hit = static_cast<const char*>(std::memchr(at, word[0], buf.buf_len - buf.buf_pos - len + 1));
-    if (hit == nullptr) {
-      buf.buf_pos = buf.buf_len - len + 1;
-      continue;
-    }
-    buf.buf_pos = static_cast<std::uint32_t>(hit - buf.buf_data);
-    if (std::memcmp(hit, word, len) == 0)
-      return true;
-    ++buf.buf_pos;
-  }
-}
-
 bool has_type(const CPDFDictionary& dict, const char* name) {
   const CPDFObj* type = dict.get_item(CPDFDictionary::sm_tag_type);
   return type != nullptr && type->is_name(name);
@@ -57,20 +37,20 @@ bool DeepRecovery::take_object(std::int32_t num, std::uint32_t pos) {
   return true;
 }
 
-void DeepRecovery::classify(std::int32_t num, std::uint32_t pos, const CPDFObj& obj) {
+void DeepRecovery::classify(const PDF_REF& ref, std::uint32_t pos, const CPDFObj& obj) {
   const CPDFDictionary* dict = obj.as_dict_or_stream();
   if (dict == nullptr)
     return;
   if (has_type(*dict, "XRef"))
     trailers_.push(pos);
   else if (has_type(*dict, "ObjStm"))
-    object_streams_.push({num, pos});
+    object_streams_.push({ref.num, pos});
   else if (has_type(*dict, "Catalog"))
-    catalog_ = {num, 0};
+    catalog_ = ref;
   else if (has_type(*dict, "Page"))
-    pages_.push({num, 0});
+    pages_.push(ref);
   else if (has_type(*dict, "Pages") && dict->get_item(CPDFDictionary::sm_tag_parent) == nullptr)
-    tree_ = {num, 0};
+    tree_ = ref;
 }
 
 void DeepRecovery::scan_objects() {
@@ -81,17 +61,18 @@ void DeepRecovery::scan_objects() {
   Freed<CPDFObj> obj;
   while (const char* header = buf.buf_skip_to_obj()) {
     const std::int32_t num = ansi_to_i32(header);
+    const std::int32_t gen = header_generation(header);
     const std::uint32_t pos = buf.position();
     obj.read(&buf, nullptr);
     if (take_object(num, pos))
-      classify(num, pos, obj);
+      classify({num, gen > 0 ? gen : 0}, pos, obj);
     else if (const CPDFDictionary* dict = obj.as_dict_or_stream(); dict != nullptr && has_type(*dict, "ObjStm"))
       object_streams_.push({--last_nameless_, pos});
     if (obj.tag != kTagStream)
       continue;
     // Headers inside stream data are none; data without an end hide nothing behind them.
     const std::uint32_t data = buf.position();
-    if (skip_to_word(buf, "endstream"))
+    if (skip_to_word(buf, "endstream", 9))
       continue;
     stream->SetPos(CQVStream::STR_SEEK_SET, data);
     buf.buf_init(stream);
@@ -103,7 +84,7 @@ void DeepRecovery::scan_trailers() {
   stream->SetPos(CQVStream::STR_SEEK_SET, 0);
   CPDFBufBase buf;
   buf.buf_init(stream);
-  while (skip_to_word(buf, "trailer")) {
+  while (skip_to_word(buf, "trailer", 7)) {
     buf.buf_skip(7);
     buf.buf_skip_ws(true);
     buf.buf_need(2);

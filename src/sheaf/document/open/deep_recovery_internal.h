@@ -28,7 +28,7 @@ private:
   static std::uint32_t nameless_index(std::int32_t num) { return static_cast<std::uint32_t>(-1 - num); }
 
   bool take_object(std::int32_t num, std::uint32_t pos);
-  void classify(std::int32_t num, std::uint32_t pos, const CPDFObj& obj);
+  void classify(const PDF_REF& ref, std::uint32_t pos, const CPDFObj& obj);
   void scan_objects();
   void scan_trailers();
   void load_trailers();

@@ -1,4 +1,4 @@
-// Opening: from bytes to a table that can be believed.
+// Opening: from bytes to a table that can be trusted.
 #include <algorithm>
 #include <cstring>
 
@@ -13,7 +13,7 @@ using namespace sheaf;
 
 namespace {
 
-constexpr unsigned kHeaderWindow = 1024;  // the header may stand anywhere in the first bytes
+constexpr unsigned kHeaderWindow = 1024;  // the header may be anywhere in the first bytes
 constexpr unsigned kTailBlock = 1024;
 constexpr unsigned kFarBlock = 16 * 1024;
 constexpr unsigned kTailOverlap = 16;  // "startxref" may lie across two blocks
@@ -69,6 +69,7 @@ bool CPDFDoc::open(CQVStream* stream) {
 }
 
 void CPDFDoc::close() {
+  fold_plain_sections();
   table_.XRefFree();
   reset_table();
   table_.stream = nullptr;
@@ -88,6 +89,11 @@ void CPDFDoc::close() {
   linearized_ = authorised_ = pages_changed_ = false;
   version_[0] = 0;
   file_size_ = header_offset_ = 0;
+  forget_plain_sections();
+  saved_changes_ = 0;
+  changed_info_ = 0;
+  metadata_left_ = false;
+  last_save_ = PDF_SAVE::kUnchanged;
 }
 
 // A fresh table over the present stream.
@@ -96,6 +102,8 @@ void CPDFDoc::reset_table() {
   table_.xref_kinds = table_.first_xref_kind = 0;
   table_.last_xref_offset = table_.linearized_length = 0;
   table_.next_obj_num = 0;
+  table_.keeps_generations = 1;
+  table_.omits_frame = 1;  // the document gives one to those who ask for it
   table_.sec_filter[0] = 0;
   table_.stream = stream_;
   table_.append_offset = stream_ != nullptr ? static_cast<std::uint32_t>(stream_->GetLen()) : 0;
@@ -231,10 +239,7 @@ bool CPDFDoc::header_stands_at(const PDF_REF& ref) {
     return table_.xref_kinds == 1;  // corrected on the way: by the strict search or by the plain one
   if (!entry.is_listed())
     return true;
-  stream_->SetPos(CQVStream::STR_SEEK_SET, entry.offset);
-  CPDFBufBase buf;
-  buf.buf_init(stream_);
-  return buf.buf_skip_to_obj() != nullptr && buf.buf_pos == 0 && ansi_to_i32(buf.buf_data) == ref.num;
+  return header_number_at(*stream_, entry.offset) == ref.num;
 }
 
 // Whether entries of a sample lead into the middle of numbers, as in a file whose offsets are all off
@@ -261,7 +266,7 @@ bool CPDFDoc::offsets_mislead() {
   return 2 * wrong > looked_at;
 }
 
-// Looks at what the table leads to. The root may stand in an older section.
+// Looks at what the table leads to. The root may be in an older section.
 CPDFDoc::Attempt CPDFDoc::examine() {
   Attempt attempt;
   while (table_.root.is_null() && table_.pop_pending()) {
@@ -298,7 +303,7 @@ bool CPDFDoc::try_linearized() {
   linearized_ = hint_offset != 0 && length != 0;
   if (!linearized_) {
     reset_table();
-    table_.linearized_length = length;  // tells the sections that were appended since
+    table_.linearized_length = length;  // marks the sections that were appended since
     return false;
   }
   const Attempt attempt = examine();
@@ -313,7 +318,7 @@ bool CPDFDoc::try_sections() {
   StartMark mark{stream_->GetLen() + 1};
   bool is_cut = true;
   const std::uint32_t linearized_length = table_.linearized_length;  // that of a file updated since
-  // A mark that was cut in the middle gives way to the one before it, which tells of an older state.
+  // A mark that was cut in the middle gives way to the one before it, which has an older state.
   while (is_cut && find_startxref(mark)) {
     is_cut = mark.is_cut;
     reset_table();

@@ -1,6 +1,6 @@
 // Editing the list of pages. Edits change the list alone; before a save the page tree is written
 // anew from it, balanced and with right counts, so that any number of edits costs one tree. Pages
-// then stand on their own: what they inherited from the old tree is written into them.
+// are then complete in themselves: what they inherited from the old tree is written into them.
 #include <algorithm>
 #include <cstring>
 #include <new>
@@ -18,7 +18,7 @@ namespace {
 
 constexpr std::size_t kMostKids = 32;
 
-// The dictionary of an object that is held in memory; null when it is none.
+// The dictionary of an object in memory; null when it is something else.
 CPDFDictionary* dict_in_memory(CPDFXRefTable& table, const PDF_REF& ref) {
   const PDF_NEWOBJ* slot = table.get_xref2(ref.num, ref.gen);
   return slot != nullptr ? slot->obj.as_dict() : nullptr;

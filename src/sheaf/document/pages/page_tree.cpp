@@ -210,9 +210,12 @@ bool CPDFDoc::walk_pages(bool believing) {
   if (tree.as_dict() == nullptr)
     return false;
 
-  VisitedSet visited;
+  // What a kid is gets looked up once, so that a list of one number over and over costs one reading.
+  VisitedSet nodes;
+  VisitedSet leaves;
+  VisitedSet strays;
   FrameStack stack;
-  visited.visit(top_ref.num);
+  nodes.visit(top_ref.num);
   const auto open_node = [&](const CPDFDictionary& dict, std::int32_t parent) {
     PDF_INHERITED values = parent >= 0 ? nodes_[static_cast<std::size_t>(parent)] : PDF_INHERITED{};
     take_inherited(dict, values);
@@ -243,18 +246,23 @@ bool CPDFDoc::walk_pages(bool believing) {
     }
     const PDF_REF ref = kid->as_ref();
     const std::int32_t parent = frame.node;
-    if (ref.num < 1)
+    // A page may be listed twice, but a node that comes up again is a loop.
+    if (ref.num < 1 || nodes.has(ref.num) || strays.has(ref.num))
       continue;
+    if (leaves.has(ref.num)) {
+      pages_.push({ref, parent});
+      continue;
+    }
     table_.get_entity(obj, ref);
     const CPDFDictionary* dict = obj.as_dict();
-    if (dict == nullptr)
-      continue;
-    // A page may be listed twice, but a node that comes up again is a loop.
-    if (!is_leaf(*dict, kids)) {
-      if (visited.visit(ref.num))
+    if (dict != nullptr && !is_leaf(*dict, kids)) {
+      if (nodes.visit(ref.num))
         open_node(*dict, parent);
-    } else if (looks_like_page(*dict)) {
+    } else if (dict != nullptr && looks_like_page(*dict)) {
+      leaves.visit(ref.num);
       pages_.push({ref, parent});
+    } else {
+      strays.visit(ref.num);
     }
   }
   return true;

@@ -1,3 +1,4 @@
+// Groups of five digits make four bytes; a short last group makes fewer.
 #include "sheaf/neighbours/decoders/ascii85.h"
 
 #include "sheaf/base/chars.h"

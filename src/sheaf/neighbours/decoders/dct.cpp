@@ -1,3 +1,5 @@
+// libjpeg decodes row by row. Its guess at the colour transform is corrected by "ColorTransform" where
+// the data have no marker that says.
 #include "sheaf/neighbours/decoders/dct.h"
 
 #include <algorithm>

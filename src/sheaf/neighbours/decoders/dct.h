@@ -12,7 +12,7 @@ struct JpegSteps;
 struct jpeg_common_struct;
 
 /// The samples are grey, red green blue, or four inks as the data have them (an Adobe file's are
-/// inverted, which the image's "Decode" tells). Rows are decoded as they are asked for. Data that
+/// inverted, which the image's "Decode" says). Rows are decoded as they are asked for. Data that
 /// end early give the rows for which there are any.
 class CPDFStreamDCT : public CPDFRowDecoder {
 public:

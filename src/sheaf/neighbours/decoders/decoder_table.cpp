@@ -162,14 +162,28 @@ constexpr Row kDecoders[] = {
 
 }  // namespace
 
-DecoderMaker find_decoder(const char* name) {
+namespace {
+
+const Row* find_row(const char* name) {
   if (name == nullptr)
     return nullptr;
   for (const Row& row : kDecoders) {
     if (std::strcmp(name, row.name) == 0 || (row.short_name != nullptr && std::strcmp(name, row.short_name) == 0))
-      return row.maker;
+      return &row;
   }
   return nullptr;
+}
+
+}  // namespace
+
+DecoderMaker find_decoder(const char* name) {
+  const Row* const row = find_row(name);
+  return row != nullptr ? row->maker : nullptr;
+}
+
+const char* long_filter_name(const char* name) {
+  const Row* const row = find_row(name);
+  return row != nullptr ? row->name : name;
 }
 
 }  // namespace sheaf

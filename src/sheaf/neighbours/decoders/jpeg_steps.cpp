@@ -1,3 +1,5 @@
+// The steps themselves. A corrupt image is decoded as far as libjpeg goes; scans beyond a limit stop it,
+// since each costs a pass over the whole image.
 #include "sheaf/neighbours/decoders/jpeg_steps.h"
 
 #include <algorithm>

@@ -1,5 +1,5 @@
 // libjpeg in steps that can fail. Its fatal errors do not return, so each step is left by a jump; all
-// setjmp and longjmp of the library stand behind these few functions, in which no object with a
+// setjmp and longjmp of the library are in these few functions, in which no object with a
 // destructor lives. A step that failed leaves a state that can only be closed.
 #pragma once
 
@@ -26,14 +26,14 @@ struct JpegSteps {
   bool failed;
 };
 
-/// Leaves the running step; for the callbacks that stand in as `error_exit`.
+/// Leaves the running step; for callbacks that serve as `error_exit`.
 [[noreturn]] void jpeg_give_up(j_common_ptr cinfo);
 
 /// Reads the header of the image at `data`, which must stay until the close. `error_exit` must call
 /// jpeg_give_up; `client` becomes the client data. False when there is no image.
 bool jpeg_open(JpegSteps& steps, const std::uint8_t* data, std::size_t len, void (*error_exit)(j_common_ptr),
                void* client);
-/// Starts decoding with the parameters that stand in `cinfo`. False on a fatal error.
+/// Starts decoding with the parameters in `cinfo`. False on a fatal error.
 bool jpeg_begin(JpegSteps& steps);
 /// Decodes the next row into `row`. False at the end of the image, of its data or on a fatal error.
 bool jpeg_next_row(JpegSteps& steps, std::uint8_t* row);

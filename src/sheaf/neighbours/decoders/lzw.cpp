@@ -1,3 +1,4 @@
+// The dictionary keeps each string as the code of its prefix and a last byte, and writes it backwards.
 #include "sheaf/neighbours/decoders/lzw.h"
 
 #include <algorithm>
@@ -84,7 +85,7 @@ void CPDFStreamLZW::add_entry(std::uint8_t last) {
     ++width_;
 }
 
-// The next code that stands for a string. -1 at the end of the data or at a code that cannot be.
+// The next code of a string. -1 at the end of the data or at a code that cannot be.
 int CPDFStreamLZW::next_string_code() {
   if (ended_)
     return -1;

@@ -1,3 +1,4 @@
+// Rows are buffered only when a request ends within one.
 #include "sheaf/neighbours/decoders/row_decoder.h"
 
 #include <algorithm>

@@ -23,7 +23,7 @@ struct CMapContents;
 
 struct CPDFObj;
 
-/// What a map says about itself. Texts are cut to the room here; an empty one was not told.
+/// What a map says about itself. Strings are truncated to fit; empty means not stated.
 struct PDF_CMAP_INFO {
   char name[128];     ///< "CMapName".
   char registry[64];  ///< Of "CIDSystemInfo", as are the next two.
@@ -84,11 +84,11 @@ public:
   static CPDFCMap* make(sheaf::CMapContents& contents, CPDFCMap* base);
   /// Codes of two bytes that are the CIDs, when `name` is "Identity-H" or "Identity-V"; else null.
   static CPDFCMap* make_identity(const char* name);
-  /// The map that a font's "Encoding" stands for: a name, through the table's cache, or a stream
+  /// The map that a font's "Encoding" names: a name, through the table's cache, or a stream
   /// with its "UseCMap". The caller owns one reference. Null when there is none.
   static CPDFCMap* load(CPDFXRefTable& table, const CPDFObj* value);
 
-  /// The CID of `code` of `bytes` bytes: as mapped, else what stands in for it by the notdef ranges,
+  /// The CID of `code` of `bytes` bytes: as mapped, else as the notdef ranges say,
   /// else 0. Allocates nothing.
   std::uint32_t cid_of(std::uint32_t code, int bytes) const;
   /// Whether the code is mapped, and not only stood in for.
@@ -115,7 +115,7 @@ public:
   static CPDFCMapToUnicode* make(sheaf::CMapContents& contents, CPDFCMapToUnicode* base);
   /// Codes of two bytes that are the characters: *Lenient:* files name these maps as "ToUnicode".
   static CPDFCMapToUnicode* make_identity(const char* name);
-  /// The map that a font's "ToUnicode" stands for; as CPDFCMap::load.
+  /// The map that a font's "ToUnicode" names; as CPDFCMap::load.
   static CPDFCMapToUnicode* load(CPDFXRefTable& table, const CPDFObj* value);
 
   /// The text of `code` of `bytes` bytes as UTF-16 into `out`: at most `most` units, and their count;

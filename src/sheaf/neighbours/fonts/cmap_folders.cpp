@@ -1,3 +1,4 @@
+// Resource files are named after their maps; only plain names are looked up, so that none leads out of a folder.
 #include "sheaf/neighbours/fonts/cmap_folders.h"
 
 #include <dirent.h>

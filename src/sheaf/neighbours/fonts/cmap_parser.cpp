@@ -1,16 +1,18 @@
+// Each begin operator opens a block whose operands are collected until its end operator.
 #include "sheaf/neighbours/fonts/cmap_parser.h"
 
 #include <algorithm>
 #include <iterator>
 
 #include "sheaf/base/chars.h"
+#include "sheaf/base/utf.h"
 #include "sheaf/neighbours/fonts/cmap_tokens.h"
 
 namespace sheaf {
 
 namespace {
 
-// A code as a map writes it; more than four bytes are none.
+// A code as a map writes it; more than four bytes make no code.
 struct Code {
   std::uint32_t value = 0;
   int bytes = 0;
@@ -27,13 +29,6 @@ Code code_of(std::string_view text) {
   return code;
 }
 
-constexpr bool is_high_surrogate(std::uint32_t unit) {
-  return unit >= 0xD800 && unit < 0xDC00;
-}
-constexpr bool is_low_surrogate(std::uint32_t unit) {
-  return unit >= 0xDC00 && unit < 0xE000;
-}
-
 // A text of UTF-16 units while it is read.
 struct Units {
   char16_t items[CPDFCMapToUnicode::kMostUnits];
@@ -45,8 +40,8 @@ struct Units {
   }
   void push_character(std::uint32_t character) {
     if (character > 0xFFFF) {
-      push(0xD800 + ((character - 0x10000) >> 10));
-      character = 0xDC00 + (character & 0x3FF);
+      push(high_surrogate(character));
+      character = low_surrogate(character);
     }
     push(character);
   }
@@ -54,7 +49,7 @@ struct Units {
     character = count > 0 ? items[0] : 0u;
     if (count != 2 || !is_high_surrogate(items[0]) || !is_low_surrogate(items[1]))
       return count == 1;
-    character = 0x10000 + ((items[0] - 0xD800u) << 10) + (items[1] - 0xDC00u);
+    character = from_surrogates(items[0], items[1]);
     return true;
   }
 };
@@ -159,7 +154,7 @@ void Parser::run() {
   }
 }
 
-// Keys are told apart by what stands behind them, so that `/WMode 1 def` and `<< /WMode 1 >>` are
+// Keys are recognised by what follows them, so that `/WMode 1 def` and `<< /WMode 1 >>` are
 // the same. A name is the value of the name in front of it, and may be a key itself.
 void Parser::take_value() {
   const std::string_view text = tokens_.text();
@@ -198,7 +193,7 @@ void Parser::read_block(Block block) {
   }
 }
 
-// The code or the two codes in front of a value; false, with what is none passed over, otherwise.
+// The code or the two codes in front of a value; false, with anything else skipped, otherwise.
 bool Parser::read_codes(bool is_range, Code& lo, Code& hi) {
   if (token_ != CMapToken::kString) {
     advance();
@@ -212,7 +207,7 @@ bool Parser::read_codes(bool is_range, Code& lo, Code& hi) {
   if (token_ != CMapToken::kString)
     return false;
   hi = code_of(tokens_.text());
-  // Lenient: of <00> <FFFF> the longer one tells the length.
+  // Lenient: of <00> <FFFF> the longer one gives the length.
   lo.bytes = hi.bytes = std::max(lo.bytes, hi.bytes);
   advance();
   return true;

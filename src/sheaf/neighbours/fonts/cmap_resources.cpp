@@ -1,3 +1,4 @@
+// Maps in use are in one list under a lock. A map is loaded under it too, so that none is loaded twice.
 #include "sheaf/neighbours/fonts/cmap_resources.h"
 
 #include <cstring>

@@ -1,3 +1,4 @@
+// Tokens are views of the file, except strings, which are decoded into a buffer of the reader.
 #include "sheaf/neighbours/fonts/cmap_tokens.h"
 
 #include <algorithm>
@@ -11,7 +12,7 @@ namespace {
 constexpr std::int64_t kMostNumber = INT32_MAX;
 constexpr int kMostRadix = 36;
 
-// The value of a digit of any radix; kMostRadix for what is none.
+// The value of a digit of any radix; kMostRadix for anything else.
 int radix_digit(char c) {
   if (is_digit(c))
     return c - '0';

@@ -2,7 +2,7 @@
 //
 //   number   100  -1  1.009  16#FF       name      /WMode
 //   string   <00A5>  (Adobe)             operator  begincidrange, def, ...
-//   brackets [ ]; << >> { } are told as operators without a name. Comments run from % to the line's end.
+//   brackets [ ]; << >> { } are reported as operators without a name. Comments run from % to the line's end.
 #pragma once
 
 #include <cstddef>
@@ -19,7 +19,7 @@ public:
   CMapTokens(const void* bytes, std::size_t len)
       : at_(static_cast<const char*>(bytes)), end_(static_cast<const char*>(bytes) + len) {}
 
-  /// The next token. A string without an end is none: the end of the input is told instead.
+  /// The next token. For a string without an end it is the end of the input.
   CMapToken next();
 
   /// A name without its slash, an operator, or the bytes of a string, of which no more than

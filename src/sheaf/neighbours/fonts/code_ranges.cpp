@@ -1,3 +1,4 @@
+// Ranges are sorted by merging their runs, made free of overlaps by a sweep, and searched by bisection.
 #include "sheaf/neighbours/fonts/code_ranges.h"
 
 #include <algorithm>

@@ -52,7 +52,7 @@ public:
   ~CodeRanges() { QVFree(items_); }
 
   /// Takes the ranges of `list`, which is sorted on the way; later ones cover earlier ones. `rises`
-  /// tells whether a value goes up with the code or holds for the whole range. False, and an empty
+  /// says whether a value rises with the code or holds for the whole range. False, and an empty
   /// table, when there is no memory.
   bool build(CodeRangeList& list, bool (*rises)(std::uint32_t value));
   /// The range that holds `code` of `bytes` bytes, or null. Allocates nothing.

@@ -1,3 +1,4 @@
+// The range of the next code; ranges are indexed by first byte, since most maps have one for each.
 #include "sheaf/neighbours/fonts/codespaces.h"
 
 #include <algorithm>

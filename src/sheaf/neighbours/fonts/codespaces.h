@@ -28,7 +28,7 @@ public:
   bool empty() const { return ranges_.empty(); }
 
   /// Takes the first code off the `len` bytes at `text`: the bytes that it takes up, 0 when `len` is
-  /// below 1. `valid` tells whether a range holds the code; if none does, the range that matches
+  /// below 1. `valid` says whether a range contains the code; if none does, the range that matches
   /// most of it says how many bytes are passed (ISO 32000-1, 9.7.6.3).
   int next(const std::uint8_t* text, int len, std::uint32_t& code, bool& valid) const;
 

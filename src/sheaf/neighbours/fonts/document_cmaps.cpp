@@ -40,9 +40,7 @@ bool read_contents(CPDFXRefTable& table, const CPDFStreamRec& rec, CMapContents&
     return false;
   parse_cmap(bytes.get(), static_cast<std::size_t>(size), contents);
   if (!contents.has_wmode) {
-    Freed<CPDFObj> mode;
-    table.resolve(mode, rec.dict.get_item("WMode"));
-    contents.info.wmode = mode.to_int() != 0 ? 1 : 0;
+    contents.info.wmode = table.value(&rec.dict, "WMode").to_int() != 0 ? 1 : 0;
   }
   return true;
 }
@@ -50,8 +48,7 @@ bool read_contents(CPDFXRefTable& table, const CPDFStreamRec& rec, CMapContents&
 // `depth` counts the streams that build on one another; a loop of them ends there too.
 template <class Map>
 Map* load_map(CPDFXRefTable& table, const CPDFObj* value, int depth) {
-  Freed<CPDFObj> obj;
-  table.resolve(obj, value);
+  const Freed<CPDFObj> obj = table.value(value);
   if (obj.as_name() != nullptr)
     return named_map<Map>(table, obj.as_name());
   const CPDFStreamRec* rec = obj.as_stream();

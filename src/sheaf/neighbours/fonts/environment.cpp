@@ -1,3 +1,4 @@
+// Copies share the shelf of fonts and the list of maps, and count references to them.
 #include "sheaf/neighbours/fonts/environment.h"
 
 #include <unistd.h>

@@ -1,3 +1,4 @@
+// Fields are listed with parents first and found by full name through a hash index (ISO 32000-1, 12.7.3).
 #include "sheaf/neighbours/page/acro_form.h"
 
 #include <algorithm>
@@ -207,7 +208,7 @@ CPDFDictionary* CPDFAcroForm::edit_dict() {
     ref = {table_.alloc_obj_num(), 0};
     catalog->set_item_ref(CPDFDictionary::sm_tag_acro_form, ref);
   }
-  // The list stands in the form's own object, where each field can be appended at no cost.
+  // The list is a direct value of the form, so that appending a field costs nothing.
   Freed<CPDFObj> list = table_.value(form.as_dict(), "Fields");
   if (list.as_array() == nullptr)
     list.take_array(new (std::nothrow) CPDFArray);
@@ -248,7 +249,7 @@ CPDFField* CPDFAcroForm::add_tree(const PDF_REF& top) {
     for (std::int32_t i = kids.as_array() != nullptr ? kids.as_array()->count : 0; i-- > 0;)
       waiting.push({kids.as_array()->items[i].as_ref(), field->order_});
   }
-  // A parent stands in front of its kids, so ends are handed up from the last field to the first.
+  // A parent precedes its kids, so ends are passed up from the last field to the first.
   for (std::int32_t i = field_count(); first != nullptr && i-- > first->order_;) {
     CPDFField& field = *field_at(i);
     field.end_ = std::max(field.end_, i + 1);

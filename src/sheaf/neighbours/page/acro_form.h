@@ -23,7 +23,7 @@ public:
   const PDF_REF& ref() const { return ref_; }
   /// Whether the field has no fields below it. Widgets are no fields.
   bool is_terminal() const { return terminal_; }
-  /// Whether the field stands in the form's own list.
+  /// Whether the field is in the form's own list.
   bool is_top() const { return parent_ < 0; }
   /// Gives the field another partial name, and with it every field below another full name. The
   /// field's object is stored as changed.
@@ -41,7 +41,7 @@ private:
   PDF_REF ref_{0, 0};
   wchar_t* name_ = nullptr;      // QVAlloc family
   std::int32_t parent_ = -1;     // index in the form's list
-  std::int32_t end_ = 0;         // the fields below stand behind this one, up to here
+  std::int32_t end_ = 0;         // the fields below follow this one, up to here
   std::int32_t next_same_ = -1;  // next in the chain of the name index
   std::int32_t order_ = 0;       // own index
   bool terminal_ = true;

@@ -1,3 +1,4 @@
+// Loads box, matrix and resources first; the content is decoded by `load`.
 #include "sheaf/neighbours/page/form.h"
 
 #include <algorithm>

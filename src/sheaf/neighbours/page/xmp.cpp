@@ -1,3 +1,4 @@
+// Prints an XMP packet from the document information, with PDF/A-1b identification and padding.
 #include "sheaf/neighbours/page/xmp.h"
 
 #include <cstring>
@@ -5,6 +6,7 @@
 #include "sheaf/base/chars.h"
 #include "sheaf/base/grow_array.h"
 #include "sheaf/base/scope_guard.h"
+#include "sheaf/neighbours/page/xmp_properties.h"
 #include "sheaf/object/text_utf8.h"
 #include "sheaf/xref/xref_table.h"
 
@@ -55,9 +57,38 @@ private:
   GrowArray<char> bytes_;
 };
 
-// "D:20240131120000+01'00'" as "2024-01-31T12:00:00+01:00"; an empty text for what is no date. What
-// is left out on the right is left out here too (ISO 32000-1, 7.9.4; ISO 8601).
-void convert_date(const char* text, char (&out)[40]) {
+void add_property(XmlText& out, const XmpProperty& property, const char* value) {
+  char date[40];
+  if (property.form == XmpForm::kDate) {
+    xmp_date(value, date);
+    value = date;
+  }
+  if (*value == 0)
+    return;
+  out.add("   <");
+  out.add(property.name);
+  out.add(">");
+  const bool listed = property.form == XmpForm::kAlternatives || property.form == XmpForm::kSequence;
+  const char* const list = property.form == XmpForm::kAlternatives ? "rdf:Alt" : "rdf:Seq";
+  if (listed) {
+    out.add("<");
+    out.add(list);
+    out.add(property.form == XmpForm::kAlternatives ? "><rdf:li xml:lang=\"x-default\">" : "><rdf:li>");
+  }
+  out.add_escaped(value);
+  if (listed) {
+    out.add("</rdf:li></");
+    out.add(list);
+    out.add(">");
+  }
+  out.add("</");
+  out.add(property.name);
+  out.add(">\n");
+}
+
+}  // namespace
+
+void sheaf::xmp_date(const char* text, char (&out)[40]) {
   out[0] = 0;
   if (std::strncmp(text, "D:", 2) == 0)
     text += 2;
@@ -101,52 +132,6 @@ void convert_date(const char* text, char (&out)[40]) {
   *at = 0;
 }
 
-enum class Form { kText, kDate, kAlternatives, kSequence };
-
-struct Property {
-  const char* key;  // in the document information
-  const char* name;
-  Form form;
-};
-
-constexpr Property kProperties[] = {
-    {"Title", "dc:title", Form::kAlternatives},         {"Author", "dc:creator", Form::kSequence},
-    {"Subject", "dc:description", Form::kAlternatives}, {"Keywords", "pdf:Keywords", Form::kText},
-    {"Producer", "pdf:Producer", Form::kText},          {"Creator", "xmp:CreatorTool", Form::kText},
-    {"CreationDate", "xmp:CreateDate", Form::kDate},    {"ModDate", "xmp:ModifyDate", Form::kDate},
-};
-
-void add_property(XmlText& out, const Property& property, const char* value) {
-  char date[40];
-  if (property.form == Form::kDate) {
-    convert_date(value, date);
-    value = date;
-  }
-  if (*value == 0)
-    return;
-  out.add("   <");
-  out.add(property.name);
-  out.add(">");
-  const bool listed = property.form == Form::kAlternatives || property.form == Form::kSequence;
-  const char* const list = property.form == Form::kAlternatives ? "rdf:Alt" : "rdf:Seq";
-  if (listed) {
-    out.add("<");
-    out.add(list);
-    out.add(property.form == Form::kAlternatives ? "><rdf:li xml:lang=\"x-default\">" : "><rdf:li>");
-  }
-  out.add_escaped(value);
-  if (listed) {
-    out.add("</rdf:li></");
-    out.add(list);
-    out.add(">");
-  }
-  out.add("</");
-  out.add(property.name);
-  out.add(">\n");
-}
-
-}  // namespace
-
 unsigned char* CPDFXMP::gen_xmp(CPDFXRefTable* doc, CPDFObj* info, unsigned int& len) {
   len = 0;
   XmlText out;
@@ -157,14 +142,19 @@ unsigned char* CPDFXMP::gen_xmp(CPDFXRefTable* doc, CPDFObj* info, unsigned int&
       "  <rdf:Description rdf:about=\"\"\n"
       "    xmlns:dc=\"http://purl.org/dc/elements/1.1/\"\n"
       "    xmlns:pdf=\"http://ns.adobe.com/pdf/1.3/\"\n"
-      "    xmlns:xmp=\"http://ns.adobe.com/xap/1.0/\"\n"
-      "    xmlns:pdfaid=\"http://www.aiim.org/pdfa/ns/id/\">\n"
-      "   <pdfaid:part>1</pdfaid:part>\n"
-      "   <pdfaid:conformance>B</pdfaid:conformance>\n"
-      "   <dc:format>application/pdf</dc:format>\n");
+      "    xmlns:xmp=\"http://ns.adobe.com/xap/1.0/\"");
+  if (doc->claims_pdfa != 0) {
+    out.add(
+        "\n    xmlns:pdfaid=\"http://www.aiim.org/pdfa/ns/id/\">\n"
+        "   <pdfaid:part>1</pdfaid:part>\n"
+        "   <pdfaid:conformance>B</pdfaid:conformance>\n");
+  } else {
+    out.add(">\n");
+  }
+  out.add("   <dc:format>application/pdf</dc:format>\n");
   const Freed<CPDFObj> values = doc->value(info);
   const CPDFDictionary* dict = values.as_dict();
-  for (const Property& property : kProperties) {
+  for (const XmpProperty& property : kXmpProperties) {
     const Freed<CPDFObj> value = doc->value(dict, property.key);
     if (value.tag != kTagString)
       continue;

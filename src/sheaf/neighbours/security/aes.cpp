@@ -1,3 +1,4 @@
+// AES in CBC mode through EVP, with 128 and 256 bit keys.
 #include "sheaf/neighbours/security/aes.h"
 
 #include <openssl/evp.h>

@@ -1,3 +1,4 @@
+// MD5 and SHA-1 through EVP.
 #include "sheaf/neighbours/security/digests.h"
 
 #include <openssl/evp.h>

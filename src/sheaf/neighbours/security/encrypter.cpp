@@ -1,3 +1,4 @@
+// Makes the encryption dictionary and encrypts strings and streams with the file's key.
 #include "sheaf/neighbours/security/encrypter.h"
 
 #include <cstring>

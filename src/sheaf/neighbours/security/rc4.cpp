@@ -1,3 +1,4 @@
+// Key schedule and stream of RC4. Libcrypto has it only as a legacy module, which may be missing.
 #include "sheaf/neighbours/security/rc4.h"
 
 #include <openssl/crypto.h>

@@ -1,3 +1,5 @@
+// Reads the encryption dictionary, tries the password as user and as owner, and decrypts with the
+// file's key.
 #include "sheaf/neighbours/security/standard_handler.h"
 
 #include <algorithm>
@@ -42,12 +44,12 @@ std::uint32_t permission_bits(const CPDFDictionary& dict) {
   return static_cast<std::uint32_t>(item->as_int());
 }
 
-// A key length, told in bits as it should be, or in bytes.
-std::int32_t key_length_bytes(std::int32_t told, std::int32_t fallback) {
+// A key length, stated in bits as it should be, or in bytes.
+std::int32_t key_length_bytes(std::int32_t stated, std::int32_t fallback) {
   constexpr std::int32_t kLeastBits = 40;
-  if (told >= kLeastBits)
-    return told / 8;
-  return told > 0 ? told : fallback;
+  if (stated >= kLeastBits)
+    return stated / 8;
+  return stated > 0 ? stated : fallback;
 }
 
 Method method_by_name(const char* name) {

@@ -1,3 +1,4 @@
+// OpenJPEG decodes the whole image at once; rows are then converted to 8 bits and, for YCC, to RGB.
 #include "sheaf/neighbours/decoders/jpx/jpx.h"
 
 #include <openjpeg.h>
@@ -102,7 +103,7 @@ void CPDFStreamJPX::close() {
   CPDFRowDecoder::close();
 }
 
-// Opens the image. When its boxes are damaged, or something stands in front of them, the code stream
+// Opens the image. When its boxes are damaged, or something precedes them, the code stream
 // among them may still be whole.
 bool CPDFStreamJPX::open_source() {
   constexpr std::uint8_t kCodeStream[] = {0xFF, 0x4F, 0xFF, 0x51};

@@ -1,7 +1,10 @@
+// Reads the size, coding and tile-part segments, and estimates from them what OpenJPEG would allocate.
 #include "sheaf/neighbours/decoders/jpx/jpx_header.h"
 
 #include <algorithm>
 #include <cstring>
+
+#include "sheaf/neighbours/decoders/jp2_boxes.h"
 
 namespace sheaf {
 
@@ -12,9 +15,6 @@ constexpr std::uint32_t kCod = 0xFF52;
 constexpr std::uint32_t kCoc = 0xFF53;
 constexpr std::uint32_t kSot = 0xFF90;
 constexpr std::uint32_t kSod = 0xFF93;
-constexpr std::uint32_t kBoxJp2c = 0x6A703263;
-constexpr std::size_t kBoxHead = 8;
-constexpr std::size_t kLongBoxHead = 16;
 constexpr std::size_t kSizHead = 42;  // from the start of the code stream to the components
 constexpr std::size_t kSizComponent = 3;
 
@@ -46,19 +46,8 @@ struct Bytes {
 
 // Where the code stream of a JP2 file starts; `len` when there is none.
 std::size_t find_code_stream(const Bytes& bytes) {
-  std::size_t pos = 0;
-  while (bytes.len - pos >= kBoxHead) {
-    const std::uint64_t size = bytes.at(pos, 4);
-    const bool is_long = size == 1;
-    const std::uint64_t box = is_long ? std::uint64_t{bytes.at(pos + 8, 4)} << 32 | bytes.at(pos + 12, 4) : size;
-    const std::size_t head = is_long ? kLongBoxHead : kBoxHead;
-    if (bytes.at(pos + 4, 4) == kBoxJp2c)
-      return pos + head;
-    if (box < head || box > bytes.len - pos)
-      break;
-    pos += static_cast<std::size_t>(box);
-  }
-  return bytes.len;
+  Jp2Boxes boxes(bytes.data, bytes.len);
+  return boxes.find(jp2_box_type("jp2c")) ? static_cast<std::size_t>(boxes.content - bytes.data) : bytes.len;
 }
 
 struct Grid {
@@ -157,7 +146,7 @@ std::size_t scan_header(const Bytes& bytes, std::size_t pos, std::size_t limit, 
 // there is is the last.
 Partition smallest_partition(const Bytes& bytes, std::size_t start, std::int64_t components, std::size_t& overlong) {
   constexpr std::size_t kSotLen = 12;
-  constexpr std::size_t kPartLen = 6;  // where its length stands in a tile-part
+  constexpr std::size_t kPartLen = 6;  // offset of its length in a tile-part
   Partition smallest;
   std::size_t pos = scan_header(bytes, start + 2, bytes.len, components, smallest);
   while (pos + kSotLen <= bytes.len && bytes.at(pos, 2) == kSot) {

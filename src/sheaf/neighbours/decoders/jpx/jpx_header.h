@@ -13,7 +13,7 @@ struct JpxHeader {
   std::size_t start;          ///< Where the code stream starts.
   std::int64_t header_bytes;  ///< Memory that the tiles' parameters take once the header is read.
   std::int64_t decode_bytes;  ///< Memory that decoding takes.
-  std::size_t overlong_part;  ///< Where the length of a tile-part stands that claims more than there is; 0: none does.
+  std::size_t overlong_part;  ///< Offset of the length of a tile-part that claims more than there is, or 0.
 };
 
 /// Finds the code stream of a JP2 file, or a bare one at the start of the data, and reads its size

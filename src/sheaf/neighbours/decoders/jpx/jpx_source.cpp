@@ -1,3 +1,4 @@
+// The callbacks through which OpenJPEG reads the block.
 #include "sheaf/neighbours/decoders/jpx/jpx_source.h"
 
 #include <algorithm>
@@ -75,7 +76,7 @@ bool JpxSource::decode() {
   auto* stream = static_cast<opj_stream_t*>(stream_);
   if (!opj_decode(codec, stream, image_))
     return false;
-  opj_end_decompress(codec, stream);  // what stands behind the samples need not be whole
+  opj_end_decompress(codec, stream);  // what follows the samples need not be complete
   return true;
 }
 

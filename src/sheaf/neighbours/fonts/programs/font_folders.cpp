@@ -1,4 +1,4 @@
-// Fonts of folders that the application names: every TrueType and OpenType file below them, told by
+// Fonts of folders that the application names: every TrueType and OpenType file below them, identified by
 // its own tables. This is all that a device without fontconfig needs.
 #include <dirent.h>
 #include <sys/stat.h>
@@ -9,6 +9,7 @@
 
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/base/stream.h"
+#include "sheaf/base/utf.h"
 #include "sheaf/neighbours/fonts/environment.h"
 #include "sheaf/neighbours/fonts/programs/font_names_internal.h"
 #include "sheaf/neighbours/fonts/programs/tt_bytes_internal.h"
@@ -70,19 +71,9 @@ bool name_text(const std::uint8_t* record, const std::uint8_t* from, std::uint32
     return false;
   for (std::uint32_t i = 0; i + 1 < length && size < kFontNameMost; i += 2) {
     const unsigned unit = tt_u16(from + i);
-    if (unit == 0 || (unit >= 0xD800 && unit < 0xE000))
+    if (unit == 0 || is_surrogate(unit))
       return false;
-    if (unit < 0x80) {
-      text[size++] = static_cast<char>(unit);
-      continue;
-    }
-    if (unit < 0x800) {
-      text[size++] = static_cast<char>(0xC0 | unit >> 6);
-    } else {
-      text[size++] = static_cast<char>(0xE0 | unit >> 12);
-      text[size++] = static_cast<char>(0x80 | (unit >> 6 & 0x3F));
-    }
-    text[size++] = static_cast<char>(0x80 | (unit & 0x3F));
+    size = static_cast<std::size_t>(put_utf8(text + size, unit) - text);
   }
   text[size] = 0;
   return size != 0;

@@ -1,3 +1,4 @@
+// Names are folded to lower case, and the ranks of their matches decide between faces.
 #include "sheaf/neighbours/fonts/programs/font_names_internal.h"
 
 #include <utf8proc.h>
@@ -39,7 +40,7 @@ bool fold_font_name(const char* name, char (&folded)[kFontNameMost * 2]) {
     utf8proc_int32_t character = 0;
     const utf8proc_ssize_t used = utf8proc_iterate(at, end - at, &character);
     utf8proc_uint8_t bytes[4]{*at};
-    // A byte that is no UTF-8 stands for itself.
+    // A byte that is not UTF-8 is kept.
     const utf8proc_ssize_t count = used > 0 ? utf8proc_encode_char(utf8proc_tolower(character), bytes) : 1;
     if (size + static_cast<std::size_t>(count) >= sizeof(folded))
       return false;

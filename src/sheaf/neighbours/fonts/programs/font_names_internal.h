@@ -60,7 +60,7 @@ private:
   GrowArray<Name> names_;
 };
 
-/// Adds the fonts of a folder and its subfolders, told by their own name tables.
+/// Adds the fonts of a folder and its subfolders, under the names in their name tables.
 void add_folder_fonts(FontNames& names, const char* folder, int origin);
 /// Adds the fonts that the system knows; nothing in a build without fontconfig.
 void add_system_fonts(FontNames& names, int origin);

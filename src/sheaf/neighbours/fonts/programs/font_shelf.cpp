@@ -1,3 +1,4 @@
+// Faces in use are counted by name, under the lock of the shelf.
 #include "sheaf/neighbours/fonts/programs/font_shelf_internal.h"
 
 #include <cstring>

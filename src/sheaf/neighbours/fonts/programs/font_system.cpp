@@ -11,7 +11,11 @@
 #include "sheaf/neighbours/fonts/environment.h"
 #include "sheaf/neighbours/fonts/lazy_library_internal.h"
 
+#endif
+
 namespace sheaf {
+
+#ifdef SHEAF_HAS_FONTCONFIG
 
 namespace {
 

@@ -1,9 +1,11 @@
+// Characters are mapped to glyphs through the face, and what is used is kept by glyph for the next save.
 #include "sheaf/neighbours/fonts/programs/font_type0.h"
 
 #include <cmath>
 #include <cstring>
 
 #include "sheaf/base/scope_guard.h"
+#include "sheaf/base/utf.h"
 #include "sheaf/neighbours/fonts/programs/ft_font.h"
 #include "sheaf/object/array.h"
 #include "sheaf/object/dictionary.h"
@@ -20,16 +22,11 @@ constexpr int kThousand = 1000;
 
 constexpr std::uint32_t kKnown = 0x10000;  // set in every entry that has been looked up
 constexpr std::uint32_t kCodeMask = 0xFFFF;
-constexpr std::uint32_t kLastCharacter = 0x10FFFF;
 
 constexpr char kEmbeddedPrefix[] = "QVFONT+";
 
-constexpr bool is_surrogate(std::uint32_t character) {
-  return character >= 0xD800 && character < 0xE000;
-}
-
 // Of two characters with one glyph, the one that people type wins: compatibility forms give way to
-// what they stand for, radicals to the ideograph, and else the older, lower number.
+// what they are compatible with, radicals to the ideograph, and else the older, lower number.
 constexpr bool is_second_choice(std::uint32_t character) {
   return (character >= 0x2E80 && character < 0x2FE0) || (character >= 0xE000 && character < 0xFB00) ||
          (character >= 0x2F800 && character < 0x2FA20) || character >= 0xF0000;
@@ -83,8 +80,7 @@ void CPDFFontType0::set_font_style(int style) {
 void CPDFFontType0::load_font() {
   if (table == nullptr)
     return;
-  Freed<CPDFObj> top;
-  table->resolve(top, &source);
+  const Freed<CPDFObj> top = table->value(&source);
   const CPDFDictionary* dict = top.as_dict();
   if (dict == nullptr)
     return;
@@ -92,16 +88,12 @@ void CPDFFontType0::load_font() {
   vertical_ = encoding != nullptr && encoding->is_name("Identity-V");
   if (const CPDFObj* map = dict->get_item("ToUnicode"))
     to_unicode_ = map->as_ref();
-  Freed<CPDFObj> descendants;
-  table->resolve(descendants, dict->get_item("DescendantFonts"));
+  const Freed<CPDFObj> descendants = table->value(dict, "DescendantFonts");
   const CPDFArray* const fonts = descendants.as_array();
   if (fonts != nullptr && fonts->count > 0)
     cid_font_ = fonts->items[0].as_ref();
-  Freed<CPDFObj> cid;
-  table->get_entity(cid, cid_font_);
-  Freed<CPDFObj> descriptor;
-  if (cid.as_dict() != nullptr)
-    table->resolve(descriptor, cid.as_dict()->get_item(CPDFDictionary::sm_tag_fdes));
+  const Freed<CPDFObj> cid = table->object(cid_font_);
+  const Freed<CPDFObj> descriptor = table->value(cid.as_dict(), CPDFDictionary::sm_tag_fdes);
   const CPDFObj* const file = descriptor.as_dict() != nullptr ? descriptor.as_dict()->get_item("FontFile2") : nullptr;
   font_file_ = file != nullptr ? file->as_ref() : PDF_REF{0, 0};
   const CPDFObj* const base_font = dict->get_item(CPDFDictionary::sm_tag_base_font);

@@ -15,17 +15,17 @@ class CQVFTFont;
 class CQVStream;
 struct CQVTTCodesRec;
 
-/// Where a glyph stands in vertical text, in thousandths of the em (ISO 32000-1, 9.7.4.3).
+/// The position of a glyph in vertical text, in thousandths of the em (ISO 32000-1, 9.7.4.3).
 struct PDF_VERTICAL_METRICS {
   int advance;   ///< Along the column; negative is downwards.
   int origin_x;  ///< From the horizontal origin to the vertical one.
   int origin_y;
 };
 
-/// A glyph in use and the character that it stands for.
+/// A glyph in use and the character that it shows.
 struct PDF_USED_GLYPH {
   std::uint32_t glyph;
-  std::uint32_t text;  ///< 0 for glyph 0, which stands for no character.
+  std::uint32_t text;  ///< 0 for glyph 0, which shows no character.
 };
 
 class CPDFFontType0 final : public CPDFFont {
@@ -74,7 +74,6 @@ private:
   static constexpr std::uint32_t kPageSize = 256;
   static constexpr std::uint32_t kPageCount = 0x110000 / kPageSize;
 
-  bool find_face();
   bool make_tables();
   std::uint32_t add_character(std::uint32_t character);
   std::uint32_t find_glyph(std::uint32_t character);

@@ -44,8 +44,7 @@ bool CPDFFontType0::collect_used(GrowArray<PDF_USED_GLYPH>& used) const {
 }
 
 bool CPDFFontType0::flush_metrics(const GrowArray<PDF_USED_GLYPH>& used) {
-  Freed<CPDFObj> font;
-  table->get_entity(font, cid_font_);
+  Freed<CPDFObj> font = table->object(cid_font_);
   CPDFDictionary* const dict = font.as_dict();
   if (dict == nullptr)
     return false;
@@ -102,8 +101,7 @@ bool CPDFFontType0::flush_to_unicode(const GrowArray<PDF_USED_GLYPH>& used) {
   table->store_stream(to_unicode_, rec);
   if (!is_new)
     return true;
-  Freed<CPDFObj> top;
-  table->get_entity(top, source.as_ref());
+  Freed<CPDFObj> top = table->object(source.as_ref());
   if (top.as_dict() == nullptr)
     return false;
   top.as_dict()->set_item_ref("ToUnicode", to_unicode_);

@@ -1,3 +1,4 @@
+// A FreeType face with a library and a memory handler of its own, so that faces share no state.
 #include "sheaf/neighbours/fonts/programs/ft_font.h"
 
 #include <algorithm>
@@ -21,7 +22,7 @@ constexpr std::uint32_t kSymbolCount = 0x100;
 constexpr int kMostFaces = 0xFFFF;  // higher bits of an index name instances of variable fonts
 
 // Widespread fonts have vertical metrics that put glyphs a whole em too low: an origin that is not
-// about the top of the em box is not believed.
+// about the top of the em box is ignored.
 constexpr int kMostEms = 4;
 
 // The rasteriser's memory comes from the library's heap, so that an application's own heap and the

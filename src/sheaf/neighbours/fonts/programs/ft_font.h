@@ -43,7 +43,7 @@ public:
   int advance(std::uint32_t glyph);
   /// Whether the face has vertical metrics of its own, and those of a glyph in font units: the
   /// advance downwards, and the vertical coordinate of the origin above the glyph. False, with the
-  /// outputs as they were, when it has none that can be believed.
+  /// outputs as they were, when it has none that are plausible.
   bool has_vertical_metrics() const;
   bool vertical_metrics(std::uint32_t glyph, int& advance, int& origin_y);
   /// Whether the glyphs are made by their instructions, which then must be kept.

@@ -44,7 +44,7 @@ void slant(FT_Outline& outline) {
 }
 
 // Where the outline's straight or curved sides cross the horizontal line at `height`. Control
-// points stand in for curves: on an upright stroke there are none.
+// points replace curves: on an upright stroke there are none.
 bool crossings(const FT_Outline& outline, FT_Pos height, GrowArray<FT_Pos>& at) {
   int first = 0;
   for (int contour = 0; contour < outline.n_contours; ++contour) {

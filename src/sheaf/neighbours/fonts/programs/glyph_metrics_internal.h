@@ -1,5 +1,5 @@
 // Glyph metrics in the compact arrays of a CID font (ISO 32000-1, 9.7.4.3): glyphs in a row that
-// differ stand in a list, those that agree in a range.
+// differ are put in a list, those that agree in a range.
 #pragma once
 
 #include <array>

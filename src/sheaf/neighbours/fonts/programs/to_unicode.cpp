@@ -1,7 +1,10 @@
+// Prints a ToUnicode map (ISO 32000-1, 9.10.3), with ranges wherever glyphs and characters run in parallel.
 #include "sheaf/neighbours/fonts/programs/to_unicode_internal.h"
 
 #include <cstdio>
 #include <cstring>
+
+#include "sheaf/base/utf.h"
 
 namespace sheaf {
 
@@ -38,8 +41,7 @@ void put_character(TTBytes& out, std::uint32_t character) {
   if (character < 0x10000) {
     std::snprintf(hex, sizeof(hex), "<%04X>\n", character);
   } else {
-    const std::uint32_t rest = character - 0x10000;
-    std::snprintf(hex, sizeof(hex), "<%04X%04X>\n", 0xD800 | rest >> 10, 0xDC00 | (rest & 0x3FF));
+    std::snprintf(hex, sizeof(hex), "<%04X%04X>\n", high_surrogate(character), low_surrogate(character));
   }
   put_text(out, hex);
 }

@@ -7,7 +7,7 @@
 
 namespace sheaf {
 
-/// Writes the map of all glyphs that stand for a character; `used` is ascending by glyph.
+/// Writes the map of all glyphs that show a character; `used` is ascending by glyph.
 void write_to_unicode(TTBytes& out, const GrowArray<PDF_USED_GLYPH>& used);
 
 }  // namespace sheaf

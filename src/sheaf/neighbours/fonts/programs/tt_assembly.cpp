@@ -1,3 +1,4 @@
+// Writes the table directory with checksums, then the tables (ISO/IEC 14496-22, 4.5 and 5.7).
 #include "sheaf/neighbours/fonts/programs/tt_assembly_internal.h"
 
 #include <algorithm>

@@ -14,9 +14,9 @@ public:
   CQVTTLayout(const CQVTTLayout&) = delete;
   CQVTTLayout& operator=(const CQVTTLayout&) = delete;
 
-  /// Takes the vertical forms of `face`; without them every glyph stands for itself.
+  /// Takes the vertical forms of `face`; without them every glyph stays as it is.
   void load(CQVFTFont& face);
-  /// The glyph that stands for `glyph` in vertical text.
+  /// The glyph that replaces `glyph` in vertical text.
   std::uint32_t vertical_form(std::uint32_t glyph) const;
 
   struct Form {

@@ -1,3 +1,4 @@
+// Reads the directory only; tables are loaded when they are asked for, within the size of the file.
 #include "sheaf/neighbours/fonts/programs/tt_parser.h"
 
 #include <algorithm>

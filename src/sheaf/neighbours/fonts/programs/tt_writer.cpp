@@ -1,3 +1,4 @@
+// Copies a face table by table, or hands it to the subsetter; reads metrics from "head", "hhea", "OS/2" and "post".
 #include "sheaf/neighbours/fonts/programs/tt_writer.h"
 
 #include <algorithm>
@@ -31,7 +32,7 @@ std::int16_t thousandths(double value, int units_per_em) {
   return static_cast<std::int16_t>(std::clamp(std::lround(value * kThousand / units_per_em), -32768L, 32767L));
 }
 
-// Without a letter to measure, the weight class tells: 400 gives 88, 700 gives 166.
+// Without a letter to measure, the stem follows from the weight class: 400 gives 88, 700 gives 166.
 std::uint16_t stem_by_weight(int weight) {
   const double step = weight / 65.0;
   return static_cast<std::uint16_t>(std::clamp(std::lround(50 + step * step), 0L, 65535L));

@@ -1,4 +1,4 @@
-// Font programs that stand alone: a face of a file or a collection as it is, or in a synthetic
+// Complete font programs: a face of a file or a collection as it is, or in a synthetic
 // style, whole or only some of its glyphs; and the metrics that a font descriptor asks for.
 #pragma once
 
@@ -39,7 +39,7 @@ public:
   /// Writes the face as a font file of its own: tables in order, checksums right, signatures left
   /// out. `codes` (may be null) keeps these glyphs only, without the tables that a PDF does not need.
   /// 0 on success; fonts with CFF outlines and those whose outlines are not where their tables say
-  /// give another value, and what stands in `out` is then of no use.
+  /// return another value, and the content of `out` is then of no use.
   int SaveFontData(CQVStream* out, const CQVTTCodesRec* codes);
   /// The same with outlines and style of `face`, which must be the loaded one, as TrueType outlines
   /// without instructions. A vertical style brings vertical metrics.

@@ -1,0 +1,184 @@
+#include "sheaf/document/forms/draw/value_drawing_internal.h"
+
+#include <algorithm>
+
+#include "sheaf/document/forms/draw/content_writer_internal.h"
+#include "sheaf/document/forms/draw/text_lines_internal.h"
+
+namespace sheaf {
+
+namespace {
+
+constexpr double kLeading = 1.15;  // from line to line, in ems
+constexpr double kLeastPadding = 2;
+constexpr double kLeastSize = 4;  // points; what is chosen here is never smaller
+constexpr double kUsualSize = 12;
+constexpr double kSizeStep = 0.5;
+constexpr double kEm = 1000;  // units of widths
+constexpr DeviceColour kSelection{3, {0.6, 0.75686, 0.8549}};
+
+double padding(const WidgetLook& look) {
+  return std::max(kLeastPadding, look.inset() + 1);
+}
+
+double room_for_text(const WidgetLook& look) {
+  return std::max(1.0, look.width - 2 * padding(look));
+}
+
+// Opens the part of the content that viewers replace, clipped to what is inside the border.
+void begin(ContentWriter& out, const WidgetLook& look) {
+  const double inset = look.inset();
+  out.op("/Tx BMC");
+  out.op("q");
+  out.op({inset, inset, look.width - 2 * inset, look.height - 2 * inset}, "re");
+  out.op("W n");
+}
+
+void end(ContentWriter& out) {
+  out.op("Q");
+  out.op("EMC");
+}
+
+double start_of(const WidgetLook& look, double width, int quadding) {
+  const double space = look.width - width;
+  return quadding == 1 ? std::max(space / 2, padding(look)) : quadding == 2 ? space - padding(look) : padding(look);
+}
+
+// The largest size up to the usual one at which all lines are seen.
+double size_of_lines(const WidgetLook& look, const GrowArray<FieldGlyph>& glyphs) {
+  const double height = look.height - 2 * padding(look);
+  for (double size = kUsualSize; size > kLeastSize; size -= kSizeStep) {
+    GrowArray<TextLine> lines;
+    break_lines(glyphs, static_cast<std::int64_t>(room_for_text(look) * kEm / size), lines);
+    if (static_cast<double>(lines.size()) * kLeading * size <= height)
+      return size;
+  }
+  return kLeastSize;
+}
+
+double size_of_one_line(const WidgetLook& look, std::int64_t width) {
+  const double by_height = (look.height - 2 * look.inset()) / kLeading;
+  const double by_width = width > 0 ? room_for_text(look) * kEm / static_cast<double>(width) : by_height;
+  return std::max(kLeastSize, std::min(by_height, by_width));
+}
+
+double centred_base_line(const WidgetLook& look, const FieldType& type, const GrowArray<FieldGlyph>& glyphs,
+                         double size) {
+  return look.height / 2 - (type.ascent(glyphs) + type.descent(glyphs)) / 2 * size;
+}
+
+void draw_lines(ContentWriter& out, const WidgetLook& look, FieldType& type, const GrowArray<FieldGlyph>& glyphs,
+                const ValueManner& manner) {
+  const double size = manner.size > 0 ? manner.size : size_of_lines(look, glyphs);
+  GrowArray<TextLine> lines;
+  break_lines(glyphs, std::max<std::int64_t>(1, static_cast<std::int64_t>(room_for_text(look) * kEm / size)), lines);
+  double y = look.height - padding(look) - type.ascent(glyphs) * size;
+  for (const TextLine& line : lines) {
+    if (y < -size)
+      break;  // nothing of it can be seen
+    const double width = static_cast<double>(line.width) * size / kEm;
+    type.show(out, glyphs.begin() + line.first, line.count, size, start_of(look, width, manner.quadding), y);
+    y -= kLeading * size;
+  }
+}
+
+void draw_comb(ContentWriter& out, const WidgetLook& look, FieldType& type, const GrowArray<FieldGlyph>& glyphs,
+               const ValueManner& manner) {
+  const double cell = look.width / manner.comb_cells;
+  const int count = std::min(static_cast<int>(glyphs.size()), manner.comb_cells);
+  std::int32_t widest = 1;
+  for (const FieldGlyph& glyph : glyphs)
+    widest = std::max(widest, glyph.width);
+  const double by_height = (look.height - 2 * look.inset()) / kLeading;
+  const double size = manner.size > 0 ? manner.size : std::max(kLeastSize, std::min(by_height, cell * kEm / widest));
+  const int spare = manner.comb_cells - count;
+  const int skipped = manner.quadding == 1 ? spare / 2 : manner.quadding == 2 ? spare : 0;
+  const double y = centred_base_line(look, type, glyphs, size);
+  for (int i = 0; i < count; ++i) {
+    const FieldGlyph& glyph = glyphs[static_cast<std::size_t>(i)];
+    const double x = (skipped + i) * cell + (cell - glyph.width * size / kEm) / 2;
+    type.show(out, &glyph, 1, size, x, y);
+  }
+}
+
+// The lines between the cells of a comb are of the border.
+void draw_comb_lines(ContentWriter& out, const WidgetLook& look, int cells) {
+  if (look.border <= 0 || look.border_colour.count == 0 || (look.style != 'S' && look.style != 'D'))
+    return;
+  constexpr int kMostLines = 1000;  // closer ones are not seen apart
+  if (cells > kMostLines)
+    return;
+  out.op("q");
+  look.border_colour.put(out, true);
+  out.op({look.border}, "w");
+  for (int i = 1; i < cells; ++i) {
+    const double x = look.width * i / cells;
+    out.op({x, look.border / 2}, "m");
+    out.op({x, look.height - look.border / 2}, "l");
+  }
+  out.op("S");
+  out.op("Q");
+}
+
+}  // namespace
+
+void draw_text(ContentWriter& out, const WidgetLook& look, FieldType& type, const GrowArray<FieldGlyph>& glyphs,
+               const ValueManner& manner) {
+  if (manner.comb_cells > 0)
+    draw_comb_lines(out, look, manner.comb_cells);
+  begin(out, look);
+  out.op("BT");
+  manner.colour.put(out, false);
+  if (manner.comb_cells > 0) {
+    draw_comb(out, look, type, glyphs, manner);
+  } else if (manner.multi_line) {
+    draw_lines(out, look, type, glyphs, manner);
+  } else {
+    const std::int64_t width = width_of(glyphs.begin(), glyphs.size());
+    const double size = manner.size > 0 ? manner.size : size_of_one_line(look, width);
+    type.show(out, glyphs.begin(), glyphs.size(), size,
+              start_of(look, static_cast<double>(width) * size / kEm, manner.quadding),
+              centred_base_line(look, type, glyphs, size));
+  }
+  out.op("ET");
+  end(out);
+}
+
+int list_lines_shown(const WidgetLook& look, const ValueManner& manner) {
+  const double size = manner.size > 0 ? manner.size : kUsualSize;
+  return std::max(1, static_cast<int>((look.height - 2 * look.inset()) / (kLeading * size)));
+}
+
+void draw_list(ContentWriter& out, const WidgetLook& look, FieldType& type, const GrowArray<FieldGlyph>& glyphs,
+               const GrowArray<ListLine>& lines, const ValueManner& manner) {
+  const double size = manner.size > 0 ? manner.size : kUsualSize;
+  const double step = kLeading * size;
+  const double top = look.height - look.inset();
+  begin(out, look);
+  double y = top;
+  for (const ListLine& line : lines) {
+    y -= step;
+    if (y < -step)
+      break;
+    if (line.selected) {
+      kSelection.put(out, false);
+      out.op({look.inset(), y, look.width - 2 * look.inset(), step}, "re");
+      out.op("f");
+    }
+  }
+  out.op("BT");
+  manner.colour.put(out, false);
+  y = top - type.ascent(glyphs) * size - (kLeading - type.ascent(glyphs) + type.descent(glyphs)) / 2 * size;
+  for (const ListLine& line : lines) {
+    if (y < -step)
+      break;
+    const FieldGlyph* const first = glyphs.begin() + line.first;
+    const double width = static_cast<double>(width_of(first, line.count)) * size / kEm;
+    type.show(out, first, line.count, size, start_of(look, width, manner.quadding), y);
+    y -= step;
+  }
+  out.op("ET");
+  end(out);
+}
+
+}  // namespace sheaf

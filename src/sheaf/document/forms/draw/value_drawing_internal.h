@@ -1,0 +1,39 @@
+// Drawing a value inside a widget's border: text on one or several lines or in a comb, the lines of a list box, and the
+// marks of buttons.
+#pragma once
+
+#include "sheaf/document/forms/draw/widget_look_internal.h"
+#include "sheaf/document/forms/type/field_type_internal.h"
+
+namespace sheaf {
+
+class ContentWriter;
+
+/// How a value is set.
+struct ValueManner {
+  double size = 0;  ///< Points; 0: as large as fits.
+  DeviceColour colour{1, {0}};
+  int quadding = 0;    ///< 0 left, 1 centred, 2 right.
+  int comb_cells = 0;  ///< 0: no comb.
+  bool multi_line = false;
+};
+
+/// A line of a list box.
+struct ListLine {
+  std::size_t first;  ///< Of its glyphs.
+  std::size_t count;
+  bool selected;
+};
+
+void draw_text(ContentWriter& out, const WidgetLook& look, FieldType& type, const GrowArray<FieldGlyph>& glyphs,
+               const ValueManner& manner);
+/// Draws as many lines as there is room for.
+void draw_list(ContentWriter& out, const WidgetLook& look, FieldType& type, const GrowArray<FieldGlyph>& glyphs,
+               const GrowArray<ListLine>& lines, const ValueManner& manner);
+/// How many lines of a list box are seen.
+int list_lines_shown(const WidgetLook& look, const ValueManner& manner);
+/// Draws a button's mark, which is named as in ZapfDingbats: '4' check, '8' cross, 'l' circle, 'u' diamond, 'n' square,
+/// 'H' star.
+void draw_mark(ContentWriter& out, const WidgetLook& look, char mark, const DeviceColour& colour);
+
+}  // namespace sheaf

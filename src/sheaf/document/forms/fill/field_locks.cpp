@@ -1,0 +1,121 @@
+#include "sheaf/document/forms/fill/field_locks_internal.h"
+
+#include "sheaf/base/scope_guard.h"
+#include "sheaf/document/forms/fill/field_names_internal.h"
+#include "sheaf/neighbours/page/acro_form.h"
+#include "sheaf/object/array.h"
+#include "sheaf/object/dictionary.h"
+#include "sheaf/xref/xref_table.h"
+
+namespace sheaf {
+
+namespace {
+
+constexpr std::size_t kWorkAtLeast = std::size_t{1} << 20;  // marks
+constexpr std::size_t kWorkPerField = 64;
+
+// Calls `found` with the parameters of each reference of a signature that has this transform method.
+template <class Found>
+void each_transform(CPDFXRefTable& table, const CPDFDictionary& signature, const char* method, const Found& found) {
+  Freed<CPDFObj> list;
+  table.resolve(list, signature.get_item("Reference"));
+  for (std::int32_t i = 0; list.as_array() != nullptr && i < list.as_array()->count; ++i) {
+    Freed<CPDFObj> reference;
+    Freed<CPDFObj> name;
+    Freed<CPDFObj> parameters;
+    table.resolve(reference, list.as_array()->get(i));
+    if (reference.as_dict() == nullptr)
+      continue;
+    table.resolve(name, reference.as_dict()->get_item("TransformMethod"));
+    table.resolve(parameters, reference.as_dict()->get_item("TransformParams"));
+    if (name.is_name(method))
+      found(parameters.as_dict());
+  }
+}
+
+}  // namespace
+
+void FieldLocks::load(CPDFXRefTable& table, const CPDFAcroForm& form, const FieldNames& names) {
+  locked_.clear();
+  locked_.resize(static_cast<std::size_t>(form.field_count()));
+  signatures_ = 0;
+  for (std::int32_t i = 0; i < form.field_count(); ++i) {
+    const CPDFField& field = *form.field_at(i);
+    Freed<CPDFObj> item;
+    field.get_value("FT", item);
+    if (!field.is_terminal() || !item.is_name("Sig"))
+      continue;
+    Freed<CPDFObj> signature;
+    field.get_value("V", signature);
+    if (signature.as_dict() == nullptr)
+      continue;  // a lock takes effect when the field is signed
+    ++signatures_;
+    field.get_value("Lock", item);
+    if (item.as_dict() != nullptr)
+      read_lock(table, *item.as_dict(), names);
+    read_signature(table, *signature.as_dict(), names);
+  }
+  read_certification(table);
+}
+
+void FieldLocks::read_signature(CPDFXRefTable& table, const CPDFDictionary& signature, const FieldNames& names) {
+  each_transform(table, signature, "FieldMDP", [&](const CPDFDictionary* parameters) {
+    if (parameters != nullptr)
+      read_lock(table, *parameters, names);
+  });
+}
+
+void FieldLocks::read_lock(CPDFXRefTable& table, const CPDFDictionary& lock, const FieldNames& names) {
+  Freed<CPDFObj> action;
+  table.resolve(action, lock.get_item("Action"));
+  all_locked_ = all_locked_ || action.is_name("All");
+  if (action.is_name("Include")) {
+    mark(lock, table, names, locked_);
+  } else if (action.is_name("Exclude") && !all_locked_) {
+    GrowArray<std::uint8_t> spared;
+    spared.resize(locked_.size());
+    mark(lock, table, names, spared);
+    for (std::size_t i = 0; i < spared.size(); ++i)
+      locked_[i] |= spared[i] == 0;
+    work_ += spared.size();
+  }
+  // Locks beyond all reason cost no more time: the safe side is that everything is locked.
+  all_locked_ = all_locked_ || work_ > kWorkAtLeast + kWorkPerField * locked_.size();
+}
+
+// Marks the fields that a lock names, with all that is below them.
+void FieldLocks::mark(const CPDFDictionary& lock, CPDFXRefTable& table, const FieldNames& names,
+                      GrowArray<std::uint8_t>& marks) {
+  Freed<CPDFObj> list;
+  table.resolve(list, lock.get_item("Fields"));
+  for (std::int32_t i = 0; list.as_array() != nullptr && i < list.as_array()->count; ++i) {
+    Freed<CPDFObj> text;
+    table.resolve(text, list.as_array()->get(i));
+    const HeapBlock<wchar_t> name(wide_name(table, text.as_string()));
+    if (!name || work_ > kWorkAtLeast + kWorkPerField * locked_.size())
+      continue;
+    for (const FieldNames::Range range : {names.find(name.get()), names.below(name.get())}) {
+      work_ += range.end - range.first + 1;
+      for (std::size_t place = range.first; place < range.end; ++place)
+        marks[static_cast<std::size_t>(names.at(place))] = 1;
+    }
+  }
+}
+
+void FieldLocks::read_certification(CPDFXRefTable& table) {
+  Freed<CPDFObj> catalog;
+  Freed<CPDFObj> permissions;
+  Freed<CPDFObj> signature;
+  table.resolve(catalog, &table.root);
+  table.resolve(permissions, catalog.as_dict() != nullptr ? catalog.as_dict()->get_item("Perms") : nullptr);
+  table.resolve(signature, permissions.as_dict() != nullptr ? permissions.as_dict()->get_item("DocMDP") : nullptr);
+  if (signature.as_dict() == nullptr)
+    return;
+  each_transform(table, *signature.as_dict(), "DocMDP", [&](const CPDFDictionary* parameters) {
+    Freed<CPDFObj> level;
+    table.resolve(level, parameters != nullptr ? parameters->get_item("P") : nullptr);
+    forbids_changes_ = forbids_changes_ || level.to_int() == 1;
+  });
+}
+
+}  // namespace sheaf

@@ -1,0 +1,301 @@
+#include "sheaf/document/forms/flattener.h"
+
+#include <charconv>
+#include <cstring>
+#include <new>
+
+#include "sheaf/base/heap_watch.h"
+#include "sheaf/document/doc.h"
+#include "sheaf/document/forms/draw/content_writer_internal.h"
+#include "sheaf/document/forms/flatten/annotation_look_internal.h"
+#include "sheaf/document/forms/flatten/content_balance_internal.h"
+#include "sheaf/document/forms/flatten/page_resources_internal.h"
+#include "sheaf/document/forms/form_filler.h"
+
+using namespace sheaf;
+
+// A page while its annotations are taken off.
+struct CPDFFlattener::PageWork {
+  PageWork(CPDFXRefTable& table, const CPDFPage& from) : page(from), resources(table, from, dict) {}
+
+  const CPDFPage& page;
+  Cleared<CPDFDictionary> dict;  // the page's own, as it will be stored
+  PageResources resources;
+  ContentWriter content;
+  Cleared<CPDFArray> left;  // annotations that stay
+  VisitedSet gone;
+  bool changed = false;
+};
+
+namespace {
+
+// Their content is more than a picture, or nothing but a place on the page.
+constexpr const char* kNeverFlattened[] = {"Link", "FileAttachment", "Sound", "Movie", "Screen", "3D", "RichMedia"};
+
+bool is_kind(CPDFXRefTable& table, const CPDFDictionary& annotation, const char* kind) {
+  Freed<CPDFObj> subtype;
+  table.resolve(subtype, annotation.get_item(CPDFDictionary::sm_tag_subtype));
+  return subtype.is_name(kind);
+}
+
+bool is_asked_for(CPDFXRefTable& table, const CPDFDictionary& annotation, PDF_FLATTEN what) {
+  if (what == PDF_FLATTEN::kWidgets)
+    return is_kind(table, annotation, "Widget");
+  for (const char* kind : kNeverFlattened) {
+    if (is_kind(table, annotation, kind))
+      return false;
+  }
+  return true;
+}
+
+// Whether the widget is a signed signature field's.
+bool is_signed(CPDFXRefTable& table, const CPDFDictionary& widget) {
+  constexpr int kMostLevels = 32;
+  Freed<CPDFObj> node;
+  Freed<CPDFObj> kind;
+  Freed<CPDFObj> value;
+  const CPDFDictionary* dict = &widget;
+  for (int level = 0; level < kMostLevels && dict != nullptr; ++level) {
+    if (kind.is_null())
+      table.resolve(kind, dict->get_item("FT"));
+    if (value.is_null())
+      table.resolve(value, dict->get_item("V"));
+    Freed<CPDFObj> above;
+    table.resolve(above, dict->get_item(CPDFDictionary::sm_tag_parent));
+    node.move_from(above);
+    dict = node.as_dict();
+  }
+  return kind.is_name("Sig") && value.as_dict() != nullptr;
+}
+
+}  // namespace
+
+bool CPDFFlattener::run(PDF_FLATTEN what) {
+  const HeapWatch watch;
+  report_ = {};
+  CPDFFormFiller filler(doc_);
+  if (filler.load() && !filler.draw_missing())
+    return false;
+  read_default_resources();
+  for (int i = 0; i < doc_.page_count(); ++i) {
+    if (!flatten_page(i, what))
+      return false;
+  }
+  return drop_form() && watch.all_granted();
+}
+
+// As an object of its own, so that appearances share it.
+void CPDFFlattener::read_default_resources() {
+  CPDFXRefTable& table = doc_.table();
+  Freed<CPDFObj> catalog;
+  Freed<CPDFObj> form;
+  Freed<CPDFObj> resources;
+  table.resolve(catalog, &table.root);
+  table.resolve(form,
+                catalog.as_dict() != nullptr ? catalog.as_dict()->get_item(CPDFDictionary::sm_tag_acro_form) : nullptr);
+  const CPDFObj* const item = form.as_dict() != nullptr ? form.as_dict()->get_item("DR") : nullptr;
+  table.resolve(resources, item);
+  if (resources.as_dict() == nullptr)
+    return;
+  default_resources_.copy_from(item);
+  if (item->tag == kTagRef)
+    return;
+  const PDF_REF ref{table.alloc_obj_num(), 0};
+  if (table.store_object(ref, resources))
+    default_resources_.set_ref(ref);
+}
+
+bool CPDFFlattener::flatten_page(int index, PDF_FLATTEN what) {
+  CPDFXRefTable& table = doc_.table();
+  CPDFPage page;
+  if (!doc_.load_page(index, page) || !pages_.visit(page.ref.num))
+    return true;
+  Freed<CPDFObj> annots;
+  table.resolve(annots, page.dict.get_item("Annots"));
+  const CPDFArray* const list = annots.as_array();
+  if (list == nullptr)
+    return true;
+  Freed<CPDFObj> own;
+  table.get_entity(own, page.ref);
+  if (own.as_dict() == nullptr)
+    return true;
+  PageWork work(table, page);
+  work.dict.copy_from(own.as_dict());
+  // Popups go with what they belong to, which may stand behind them.
+  for (const bool popups : {false, true}) {
+    for (std::int32_t i = 0; i < list->count; ++i) {
+      Freed<CPDFObj> annotation;
+      table.resolve(annotation, list->get(i));
+      const CPDFDictionary* const dict = annotation.as_dict();
+      if (dict == nullptr || is_kind(table, *dict, "Popup") != popups)
+        continue;
+      if (!take(work, *list->get(i), what))
+        return false;
+    }
+  }
+  return !work.changed || store_page(work);
+}
+
+// Draws an annotation and leaves it out, or keeps it. False when there is no memory.
+bool CPDFFlattener::take(PageWork& work, const CPDFObj& item, PDF_FLATTEN what) {
+  CPDFXRefTable& table = doc_.table();
+  Freed<CPDFObj> annotation;
+  table.resolve(annotation, &item);
+  const CPDFDictionary& dict = *annotation.as_dict();
+  const bool widget = is_kind(table, dict, "Widget");
+  bool goes = is_asked_for(table, dict, what);
+  if (is_kind(table, dict, "Popup")) {
+    const CPDFObj* const parent = dict.get_item(CPDFDictionary::sm_tag_parent);
+    goes = goes && (parent == nullptr || work.gone.has(parent->as_ref().num));
+  } else if (goes && !is_shown(table, dict, prints_)) {
+    ++report_.hidden;
+  } else if (goes && draw(work, dict)) {
+    ++report_.drawn;
+  } else if (goes && widget) {
+    ++report_.blank;
+  } else if (goes) {
+    ++report_.kept;
+    goes = false;
+  }
+  if (!goes) {
+    const std::int32_t before = work.left.count;
+    work.left.append(&item);
+    return work.left.count > before;
+  }
+  report_.signatures += widget && is_signed(table, dict) ? 1 : 0;
+  work.changed = true;
+  work.gone.visit(item.as_ref().num);
+  return true;
+}
+
+bool CPDFFlattener::draw(PageWork& work, const CPDFDictionary& annotation) {
+  CPDFXRefTable& table = doc_.table();
+  const PDF_REF form = normal_appearance(table, annotation);
+  Transform place;
+  if (form.num == 0 || !place_appearance(table, annotation, form, work.page.rotate, place))
+    return false;
+  complete_form(form);
+  char name[32] = "SheafFlat";
+  char* const digits = name + std::strlen(name);
+  do {
+    *std::to_chars(digits, name + sizeof(name) - 1, next_name_++).ptr = 0;
+  } while (work.resources.has(CPDFDictionary::sm_tag_xobj, name));
+  if (!work.resources.add(CPDFDictionary::sm_tag_xobj, name, form))
+    return false;
+  const CPDFObj* const layer = annotation.get_item("OC");
+  const bool layered = layer != nullptr && layer->as_ref().num != 0;
+  if (layered && work.resources.add("Properties", name, layer->as_ref())) {
+    work.content.text("/OC");
+    work.content.name(name);
+    work.content.op("BDC");
+  }
+  work.content.op("q");
+  work.content.op({place.a, place.b, place.c, place.d, place.e, place.f}, "cm");
+  work.content.name(name);
+  work.content.op("Do");
+  work.content.op("Q");
+  if (layered)
+    work.content.op("EMC");
+  return true;
+}
+
+// An appearance need not say that it is a form, and may lean on the form's default resources; what a page draws must
+// have both.
+void CPDFFlattener::complete_form(const PDF_REF& ref) {
+  CPDFXRefTable& table = doc_.table();
+  if (!made_forms_.visit(ref.num))
+    return;
+  Freed<CPDFObj> obj;
+  table.get_entity(obj, ref);
+  CPDFStreamRec* const rec = obj.as_stream();
+  if (rec == nullptr)
+    return;
+  CPDFDictionary& dict = rec->dict;
+  const CPDFObj* const subtype = dict.get_item(CPDFDictionary::sm_tag_subtype);
+  const bool named = subtype != nullptr && subtype->is_name("Form");
+  const bool lacks_resources = dict.get_item(CPDFDictionary::sm_tag_res) == nullptr && !default_resources_.is_null();
+  if (named && !lacks_resources)
+    return;
+  dict.set_item_name(CPDFDictionary::sm_tag_type, CPDFDictionary::sm_tag_xobj);
+  dict.set_item_name(CPDFDictionary::sm_tag_subtype, "Form");
+  if (lacks_resources)
+    dict.set_item(CPDFDictionary::sm_tag_res, &default_resources_);
+  table.store_object(ref, obj);
+}
+
+bool CPDFFlattener::store_page(PageWork& work) {
+  if (work.left.count == 0)
+    work.dict.set_item("Annots", nullptr);
+  else
+    work.dict.set_item_arr("Annots", &work.left);
+  if (!work.content.empty() && !put_content(work))
+    return false;
+  ++report_.pages;
+  Freed<CPDFObj> page;
+  page.take_dict(new (std::nothrow) CPDFDictionary);
+  if (page.as_dict() == nullptr)
+    return false;
+  page.as_dict()->copy_from(&work.dict);
+  return doc_.table().store_object(work.page.ref, page);
+}
+
+// The page's old content between operators that bring the graphics state back, then what was drawn.
+bool CPDFFlattener::put_content(PageWork& work) {
+  CPDFXRefTable& table = doc_.table();
+  const CPDFObj* const item = work.dict.get_item("Contents");
+  Freed<CPDFObj> value;
+  table.resolve(value, item);
+  Cleared<CPDFArray> old;
+  if (value.as_array() != nullptr)
+    old.copy_from(value.as_array());
+  else if (value.as_stream() != nullptr && item->as_ref().num != 0)
+    old.append_ref(item->as_ref());
+  Cleared<CPDFArray> contents;
+  ContentWriter behind;
+  if (old.count != 0) {
+    const ContentBalance balance = balance_of(table, old);
+    const int opened = 1 - balance.lowest();
+    contents.append_ref(opening_stream(opened));
+    for (std::int32_t i = 0; i < old.count; ++i)
+      contents.append(old.get(i));
+    for (int i = opened + balance.depth(); i > 0; --i)
+      behind.op("Q");
+  }
+  behind.text({work.content.data(), static_cast<std::size_t>(work.content.size())});
+  Cleared<CPDFDictionary> none;
+  const PDF_REF drawn = behind.store(table, none);
+  contents.append_ref(drawn);
+  work.dict.set_item_arr("Contents", &contents);
+  return drawn.num != 0;
+}
+
+PDF_REF CPDFFlattener::opening_stream(int count) {
+  if (count == 1 && opening_.num != 0)
+    return opening_;
+  ContentWriter out;
+  for (int i = 0; i < count; ++i)
+    out.op("q");
+  Cleared<CPDFDictionary> none;
+  const PDF_REF ref = out.store(doc_.table(), none);
+  if (count == 1)
+    opening_ = ref;
+  return ref;
+}
+
+// Nothing of a form is left without its widgets, nor anything that a signature or a certification could vouch for.
+bool CPDFFlattener::drop_form() {
+  CPDFXRefTable& table = doc_.table();
+  Freed<CPDFObj> catalog;
+  table.resolve(catalog, &table.root);
+  CPDFDictionary* const dict = catalog.as_dict();
+  if (dict == nullptr || dict->get_item(CPDFDictionary::sm_tag_acro_form) == nullptr)
+    return true;
+  report_.dropped_form = true;
+  dict->set_item(CPDFDictionary::sm_tag_acro_form, nullptr);
+  dict->set_item("Perms", nullptr);
+  dict->set_item("NeedsRendering", nullptr);
+  if (table.root.tag == kTagRef)
+    return table.store_object(table.root.as_ref(), catalog);
+  table.root.move_from(catalog);
+  return true;
+}

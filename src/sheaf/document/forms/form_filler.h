@@ -1,0 +1,96 @@
+// Filling in the form of a document: values are set by the full names of fields, and the widgets get appearances that
+// show them (ISO 32000-1, 12.7), so that no reader has to make its own.
+//
+//   CPDFFormFiller filler(doc);
+//   filler.load();
+//   filler.set("person.name", "Ann");
+//   filler.finish();
+//   doc.save_update(PDF_SAVE_FORM::kAsFile, nullptr);   // behind the old content: signatures stay valid
+//
+// Scripts that would format or calculate values are not run.
+#pragma once
+
+#include <cstdint>
+
+#include "sheaf/base/heap.h"
+#include "sheaf/object/object.h"
+
+class CPDFDoc;
+class CPDFAcroForm;
+class CPDFField;
+
+/// What became of a value.
+enum class PDF_FILL : std::int32_t {
+  kDone,
+  kUnchanged,   ///< The field may not be changed, and has this value already.
+  kNoField,     ///< No field has this name.
+  kNoKind,      ///< The field does not say of what kind it is.
+  kNotOffered,  ///< A choice or a state that the field does not have.
+  kOneValue,    ///< Several values for a field that takes one.
+  kTooLong,     ///< More characters than the field takes.
+  kPassword,    ///< Passwords are never stored in a document.
+  kPushButton,  ///< Push buttons have no value.
+  kSignature,   ///< Signature fields are not filled but signed.
+  kReadOnly,    ///< The field is read-only.
+  kLocked,      ///< A signature of the document locks the field.
+  kCertified,   ///< The document's certification forbids every change.
+  kNoMemory,
+};
+
+class CPDFFormFiller {
+public:
+  /// `doc` is open and outlives this; its pages are not touched.
+  explicit CPDFFormFiller(CPDFDoc& doc) : doc_(doc) {}
+  CPDFFormFiller(const CPDFFormFiller&) = delete;
+  CPDFFormFiller& operator=(const CPDFFormFiller&) = delete;
+  ~CPDFFormFiller();
+
+  /// Reads the form. False when the document has none or there is no memory; nothing else may be called then.
+  bool load();
+  /// Read-only fields are filled all the same from now on. What signatures lock stays locked.
+  void fill_read_only(bool flag) { fills_read_only_ = flag; }
+  /// A font to ask in front of the common ones for what a field's own font cannot say: a family, full or PostScript
+  /// name. False when the system and the table's environment know none of that name.
+  bool add_font(const char* name);
+
+  /// Sets the value of every field of this full name. All texts are UTF-8.
+  /// Text fields take a text. Choices take the value of an option or its shown text, and combo boxes that can be edited
+  /// any text. Check boxes and radio buttons take the name of a state, with or without its slash, or the export value
+  /// of a button; "Off" or "" clears them, and a check box of one state takes "true", "yes" and "on" for it as well.
+  PDF_FILL set(const char* name, const char* value);
+  /// The same with several values, for list boxes that take more than one. No value at all clears a list box.
+  PDF_FILL set(const char* name, const char* const* values, std::int32_t count);
+  /// How many characters, in all values set so far, no font had; appearances show question marks in their place.
+  std::int32_t missing_characters() const;
+
+  /// To be called once, in front of the save. Where the form asks viewers to make its appearances, those of all other
+  /// fields are made too and the request goes. A part in the XML Forms Architecture goes with the first value, as it
+  /// would contradict it. False when there was no memory for all of it.
+  bool finish();
+  /// Makes the appearances that widgets lack, and all of text and choice fields anew where the form asks viewers for
+  /// them. `finish` does so by itself in that case. False when there was no memory for all of it.
+  bool draw_missing();
+  /// Whether `finish` took an XML Forms part out.
+  bool has_dropped_xfa() const { return dropped_xfa_; }
+
+  /// Why a value was not set, as a sentence fragment; "" for kDone.
+  static const char* reason(PDF_FILL result);
+
+private:
+  struct Parts;
+
+  PDF_FILL set_field(CPDFField& field, const char* const* values, std::int32_t count);
+  PDF_FILL set_text(CPDFField& field, const char* value);
+  PDF_FILL set_choice(CPDFField& field, const char* const* values, std::int32_t count);
+  PDF_FILL set_button(CPDFField& field, const char* value);
+  PDF_FILL refusal(const CPDFField& field) const;
+  PDF_FILL store_value(CPDFField& field, CPDFObj& value, CPDFObj* indices);
+  bool drop_rendering_request();
+  bool draw_if_needed(CPDFField& field, bool anew);
+
+  CPDFDoc& doc_;
+  Parts* parts_ = nullptr;  // what is known of the form; owned
+  bool fills_read_only_ = false;
+  bool dropped_xfa_ = false;
+  bool changed_ = false;
+};

@@ -1,0 +1,55 @@
+// A font that the document names for its fields, as far as values can be set in it: a simple font whose encoding says
+// what its codes stand for (ISO 32000-1, 9.6). Its program, if it has one, is not looked into.
+#pragma once
+
+#include <cstdint>
+
+#include "sheaf/object/object.h"
+
+class CPDFDictionary;
+class CPDFXRefTable;
+
+namespace sheaf {
+
+enum class FontFamily : int { kSans, kSerif, kMono };
+
+/// Which font of the system comes nearest.
+struct FontManner {
+  FontFamily family = FontFamily::kSans;
+  bool bold = false;
+};
+
+class FieldFont {
+public:
+  /// Reads a font dictionary. False when no text can be set in it: composite and Type 3 fonts, symbols, and programs
+  /// with an encoding of their own.
+  bool load(CPDFXRefTable& table, const CPDFDictionary& font);
+
+  /// The code of a character; -1 when the font cannot say it.
+  int code_of(std::uint32_t character) const;
+  /// Thousandths of the em.
+  int width(int code) const { return widths_[code & 0xFF]; }
+  const FontManner& manner() const { return manner_; }
+  double ascent() const { return ascent_; }    ///< In ems, above the base line.
+  double descent() const { return descent_; }  ///< In ems, negative below the base line.
+
+private:
+  void read_name(const char* name);
+  bool read_encoding(CPDFXRefTable& table, const CPDFDictionary& font);
+  void read_differences(CPDFXRefTable& table, const CPDFObj* item);
+  void read_heights(CPDFXRefTable& table);
+  bool read_widths(CPDFXRefTable& table, const CPDFDictionary& font);
+  void take_standard_widths();
+  void drop_glyphs_left_out(CPDFXRefTable& table);
+
+  std::uint32_t characters_[256]{};
+  std::uint16_t widths_[256]{};
+  FontManner manner_;
+  bool italic_ = false;
+  bool symbols_ = false;                  // Symbol or ZapfDingbats by name
+  CPDFDictionary* descriptor_ = nullptr;  // while loading
+  double ascent_ = 0.718;
+  double descent_ = -0.207;
+};
+
+}  // namespace sheaf

@@ -1,0 +1,51 @@
+#include "support/whole_file.h"
+
+#include "sheaf/base/scope_guard.h"
+#include "sheaf/neighbours/security/encrypter.h"
+#include "sheaf/neighbours/security/key_material.h"
+#include "sheaf/object/array.h"
+
+namespace sheaf::tool {
+
+namespace {
+
+constexpr int kIdentifierSize = 16;
+
+// The second half of the identifier tells the versions of a document apart (ISO 32000-1, 14.4).
+void set_new_version(CPDFXRefTable& target) {
+  unsigned char fresh[kIdentifierSize];
+  CPDFArray* const pair = target.id.as_array();
+  if (pair == nullptr || pair->count < 2 || pair->get(0)->as_string().len == 0 || !secure_random(fresh, sizeof(fresh)))
+    return;
+  pair->get(1)->set_string(reinterpret_cast<const char*>(fresh), kIdentifierSize);
+}
+
+}  // namespace
+
+bool save_whole(CPDFDoc& doc, CQVStream& out) {
+  CPDFXRefTable& table = doc.table();
+  CPDFXRefTable target;
+  target.stream = &out;
+  doc.keep_identifier(target.id);
+  CPDFStandardEncrypt enc;
+  CPDFEncrypt* chosen = nullptr;
+  if (doc.is_encrypted() && table.sec_filter[0] != 0) {
+    Freed<CPDFObj> settings;
+    CPDFSecHand* const hand = table.sec_hand;
+    table.sec_hand = nullptr;  // the dictionary's own strings are in clear
+    table.resolve(settings, &table.encrypt);
+    table.sec_hand = hand;
+    if (settings.as_dict() == nullptr)
+      return false;
+    enc.continue_with(doc.handler(), *settings.as_dict());
+    chosen = &enc;
+  } else if (target.id.as_array() != nullptr && target.id.as_array()->count > 0 &&
+             target.id.as_array()->get(0)->as_string().len == 0) {
+    target.id.free();  // it had none, and nothing hangs on it
+  }
+  set_new_version(target);
+  doc.save_complete(target, chosen);
+  return target.write_failed == 0 && target.xref_items != nullptr;
+}
+
+}  // namespace sheaf::tool
