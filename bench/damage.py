@@ -1,16 +1,18 @@
 #!/usr/bin/env python3
 """The damage matrix: sound files damaged in one way each, and the share that comes back whole.
 
-usage: bench/damage.py TOOL [FOLDER] [--files 40]
+usage: bench/damage.py TOOL [FOLDER] [--files 40] [--only TEXT]
 
-Files are made here and, when FOLDER is given, taken from it (those that every program at hand opens clean).
-A row is one kind of damage; a file counts as healed when a program finds as many pages as in the sound file.
-For the tool a second figure counts those whose streams also decode to as many bytes as before. qpdf and
-mutool stand beside it when they are installed. Damage that does not apply to a file is left out of its row.
+Files are made here, plain and encrypted with the empty password, and, when FOLDER is given, taken from it
+(those that the tool calls clean and whose text mutool finds). A row is one kind of damage. A file counts as
+healed when the text of its pages, as `mutool draw -F txt` gives it, is that of the sound file: for the tool
+and qpdf the text of the file that they write, for mutool that of the damaged file itself. The column
+"silent" counts the files of which text is missing although `check` calls them clean or `repair` returns 0.
+Damage that does not apply to a file is left out of its row.
 """
 import argparse
-import json
 import os
+import random
 import re
 import shutil
 import subprocess
@@ -26,24 +28,24 @@ def output(command):
         return b""
 
 
-def by_tool(tool, path):
-    """Pages and decoded bytes."""
+def text_of(path):
+    """The text of all pages, white space made equal; None when there is none."""
+    if not path or not os.path.exists(path):
+        return None
+    return b" ".join(output(["mutool", "draw", "-q", "-F", "txt", path]).split()) or None
+
+
+def code_of(command):
     try:
-        found = json.loads(output([tool, "check", "--json", path]))
-        return found["pages"], found["decoded_bytes"]
-    except (ValueError, KeyError):
-        return -1, -1
+        return subprocess.run(command, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, timeout=LIMIT, check=False).returncode
+    except subprocess.TimeoutExpired:
+        return -1
 
 
-def by_qpdf(path):
-    text = output(["qpdf", "--warning-exit-0", "--show-npages", path]).split()
-    return int(text[-1]) if text and text[-1].isdigit() else -1
-
-
-def by_mutool(path):
-    text = output(["mutool", "info", path])
-    found = re.search(rb"\nPages: (\d+)", text)
-    return int(found.group(1)) if found else -1
+def written_by(command, target):
+    if os.path.exists(target):
+        os.remove(target)
+    return code_of(command + [target])
 
 
 # ---- sound files ----
@@ -69,17 +71,22 @@ def classic(count, updates=0):
         return start
 
     add(1, b"<</Type/Catalog/Pages 2 0 R>>")
-    add(2, b"<</Type/Pages/Count %d/Kids[%s]/MediaBox[0 0 612 792]>>"
-        % (count, b" ".join(b"%d 0 R" % (3 + 2 * i) for i in range(count))))
+    font = b"<</Font<</F<</Type/Font/Subtype/Type1/BaseFont/Helvetica>>>>>>"
+    add(2, b"<</Type/Pages/Count %d/Kids[%s]/MediaBox[0 0 612 792]/Resources %s>>"
+        % (count, b" ".join(b"%d 0 R" % (3 + 2 * i) for i in range(count)), font))
     for i in range(count):
         add(3 + 2 * i, b"<</Type/Page/Parent 2 0 R/Contents %d 0 R>>" % (4 + 2 * i))
-        data = b"BT (page %d) Tj ET" % i
+        data = b"BT /F 12 Tf 40 700 Td (page %d) Tj 0 -20 Td (%s) Tj ET" % (i, b"some words " * (1 + i % 9))
         add(4 + 2 * i, b"<</Length %d>>\nstream\n" % len(data) + data + b"\nendstream")
     last = section(b"")
     for turn in range(updates):
-        add(3, b"<</Type/Page/Parent 2 0 R/Contents 4 0 R/Rotate %d>>" % (90 * turn))
+        data = b"BT /F 12 Tf 40 700 Td (state %d) Tj ET" % turn
+        add(4 + 2 * (turn % count), b"<</Length %d>>\nstream\n" % len(data) + data + b"\nendstream")
         last = section(b"/Prev %d" % last)
     return bytes(out)
+
+
+CIPHERS = {"rc4": ["128", "--use-aes=n"], "aes128": ["128", "--use-aes=y"], "aes256": ["256"]}
 
 
 def made_files(folder):
@@ -97,6 +104,11 @@ def made_files(folder):
             other = os.path.join(folder, f"{name}-{kind}.pdf")
             subprocess.run(["qpdf", *options, path, other], check=False)
             paths.append(other)
+        for kind, options in CIPHERS.items():
+            for shape, more in (("", []), ("-streams", ["--object-streams=generate"])):
+                other = os.path.join(folder, f"{name}-{kind}{shape}.pdf")
+                subprocess.run(["qpdf", "--allow-weak-crypto", *more, "--encrypt", "", "owner", *options, "--", path, other], check=False)
+                paths.append(other)
     return paths
 
 
@@ -127,6 +139,47 @@ def shift_entries(by):
     return damage
 
 
+def shift_some(by, every):
+    """The entries of every `every`th object, or with 0 those of the second half."""
+    def damage(data):
+        lines = list(re.finditer(rb"(\d{10}) \d{5} n", data))
+        chosen = lines[len(lines) // 2 :] if every == 0 else lines[::every]
+        out = bytearray(data)
+        for line in chosen:
+            out[line.start(1) : line.end(1)] = b"%010d" % max(int(line.group(1)) + by, 0)
+        return bytes(out) if chosen else None
+    return damage
+
+
+def cut_inside(size, turn):
+    """`size` bytes taken out, at a place that follows from the file and `turn`."""
+    def damage(data):
+        if len(data) < 2 * size + 200:
+            return None
+        at = random.Random(f"{len(data)} {size} {turn}").randrange(100, len(data) - size - 60)
+        return data[:at] + data[at + size:]
+    return damage
+
+
+def break_older(old, new):
+    """Damage to the last but one of several places."""
+    def damage(data):
+        places = [m.start() for m in re.finditer(old, data)]
+        if len(places) < 2:
+            return None
+        return data[: places[-2]] + new + data[places[-2] + len(new):]
+    return damage
+
+
+def change_stream_key(key, change):
+    def damage(data):
+        hit = re.search(rb"/%s (\d+)" % key, data) if b"/ObjStm" in data else None
+        if not hit:
+            return None
+        return data[: hit.start(1)] + b"%d" % max(change(int(hit.group(1))), 0) + data[hit.end(1):]
+    return damage
+
+
 def cut(share):
     return lambda data: data[: int(len(data) * share)]
 
@@ -150,10 +203,17 @@ DAMAGE = [
     ("startxref wrong", lambda d: number_behind(d, rb"startxref", lambda n: n + 7000)),
     ("startxref off by 3", lambda d: number_behind(d, rb"startxref", lambda n: n + 3)),
     ("startxref lost", lambda d: d.replace(b"startxref", b"startxxxx")),
-    ("offsets 1 too high", shift_entries(1)),
-    ("offsets 1 too low", shift_entries(-1)),
-    ("offsets 20 too high", shift_entries(20)),
-    ("offsets 20 too low", shift_entries(-20)),
+    *[(f"offsets {by:+d}", shift_entries(by)) for by in (-300, -100, -20, -3, -1, 1, 3, 20, 100, 300)],
+    *[(f"offsets of some {by:+d}", shift_some(by, 3)) for by in (-300, -20, -1, 1, 20, 300)],
+    *[(f"offsets of the second half {by:+d}", shift_some(by, 0)) for by in (-300, -40, 40, 300)],
+    *[(f"{size} bytes gone inside, {turn}", cut_inside(size, turn)) for size in (1, 7, 40, 300, 2000) for turn in (1, 2, 3)],
+    ("older trailer broken", break_older(rb"trailer\n<<", b"trailer\n((")),
+    ("older trailer's keyword broken", break_older(rb"trailer\n<<", b"xrailer")),
+    ("older section broken", break_older(rb"\nxref\n", b"\nxxxx\n")),
+    ("N of an object stream too small", change_stream_key(b"N", lambda n: n // 2)),
+    ("N of an object stream too large", change_stream_key(b"N", lambda n: n + 5)),
+    ("First of an object stream too small", change_stream_key(b"First", lambda n: n - 5)),
+    ("First of an object stream too large", change_stream_key(b"First", lambda n: n + 5)),
     ("junk in front of the header", lambda d: b"From: somebody\r\n\r\n" + d),
     ("header lost", lambda d: b"%ABC-" + d[5:]),
     ("cut by 20 bytes", lambda d: d[:-20]),
@@ -179,10 +239,33 @@ DAMAGE = [
 ]
 
 
-def sound(path, programs):
-    """Page count when all programs agree and there is a page."""
-    counts = {count(path) for count in programs.values()}
-    return counts.pop() if len(counts) == 1 and max(counts) > 0 else None
+class Row:
+    """Files, healed by the tool, by qpdf, by mutool, and silent losses of the tool."""
+
+    def __init__(self):
+        self.counts = [0] * 5
+
+    def add(self, damaged, sound, tool, folder):
+        target = os.path.join(folder, "written.pdf")
+        code = written_by([tool, "repair", damaged], target)
+        healed = text_of(target) == sound
+        checked = code_of([tool, "check", damaged])
+        silent = not healed and (code == 0 or checked == 0)
+        written_by(["qpdf", "--warning-exit-0", damaged], target)
+        found = [1, healed, text_of(target) == sound, text_of(damaged) == sound, silent]
+        self.counts = [a + int(b) for a, b in zip(self.counts, found)]
+        return silent
+
+    def line(self, label):
+        files = self.counts[0]
+        shares = " | ".join(f"{100 * n / files:.0f} %" for n in self.counts[1:4])
+        return f"| {label} | {files} | {shares} | {self.counts[4]} |"
+
+
+def folder_files(options):
+    found = sorted(os.path.join(options.folder, n) for n in os.listdir(options.folder) if n.endswith(".pdf"))
+    clean = [p for p in found if os.path.getsize(p) < 300_000 and code_of([options.tool, "check", p]) == 0]
+    return clean[:: max(len(clean) // options.files, 1)][: options.files]
 
 
 def main():
@@ -190,47 +273,37 @@ def main():
     parser.add_argument("tool")
     parser.add_argument("folder", nargs="?")
     parser.add_argument("--files", type=int, default=40, help="at most so many files of the folder")
+    parser.add_argument("--only", default="", help="rows whose label holds this text")
+    parser.add_argument("--verbose", action="store_true", help="name what is lost without a word")
     options = parser.parse_args()
-    programs = {"tool": lambda path: by_tool(options.tool, path)[0]}
-    if shutil.which("qpdf"):
-        programs["qpdf"] = by_qpdf
-    if shutil.which("mutool"):
-        programs["mutool"] = by_mutool
+    for program in ("qpdf", "mutool"):
+        if not shutil.which(program):
+            parser.error(f"{program} is not installed")
     with tempfile.TemporaryDirectory() as folder:
-        files = made_files(folder)
-        if options.folder:
-            found = sorted(os.path.join(options.folder, n) for n in os.listdir(options.folder) if n.endswith(".pdf"))
-            clean = [p for p in found if os.path.getsize(p) < 300_000
-                     and subprocess.run([options.tool, "check", p], stdout=subprocess.DEVNULL,
-                                        stderr=subprocess.DEVNULL, check=False).returncode == 0]
-            files += clean[:: max(len(clean) // options.files, 1)][: options.files]
-        files = [(path, sound(path, programs)) for path in files]
-        files = [(path, pages, by_tool(options.tool, path)[1]) for path, pages in files if pages]
+        paths = made_files(folder) + (folder_files(options) if options.folder else [])
+        files = [(path, text) for path, text in ((path, text_of(path)) for path in paths) if text]
         print(f"{len(files)} sound files\n")
-        print("| damage | files | tool | and all data | " + " | ".join(list(programs)[1:]) + " |")
-        print("|---|---|---|---|" + "---|" * (len(programs) - 1))
-        target = os.path.join(folder, "damaged.pdf")
-        totals = [0] * (2 + len(programs))
+        print("| damage | files | tool | qpdf | mutool | silent |")
+        print("|---|---|---|---|---|---|")
+        damaged_path = os.path.join(folder, "damaged.pdf")
+        total = Row()
         for label, damage in DAMAGE:
-            row = [0] * (2 + len(programs))
-            for path, pages, decoded in files:
+            row = Row()
+            for path, text in files if options.only in label else []:
                 with open(path, "rb") as source:
                     data = source.read()
                 damaged = damage(data)
                 if damaged is None or damaged == data:
                     continue
-                with open(target, "wb") as out:
+                with open(damaged_path, "wb") as out:
                     out.write(damaged)
-                row[0] += 1
-                found, bytes_found = by_tool(options.tool, target)
-                row[1] += found == pages
-                row[2] += found == pages and bytes_found >= decoded
-                for i, name in enumerate(list(programs)[1:]):
-                    row[3 + i] += programs[name](target) == pages
-            totals = [a + b for a, b in zip(totals, row)]
-            if row[0]:
-                print(f"| {label} | {row[0]} | " + " | ".join(f"{100 * n // row[0]} %" for n in row[1:]) + " |", flush=True)
-        print(f"| all | {totals[0]} | " + " | ".join(f"{100 * n / totals[0]:.1f} %" for n in totals[1:]) + " |")
+                if row.add(damaged_path, text, options.tool, folder) and options.verbose:
+                    print(f"silent: {label}: {os.path.basename(path)}")
+            total.counts = [a + b for a, b in zip(total.counts, row.counts)]
+            if row.counts[0]:
+                print(row.line(label), flush=True)
+        if total.counts[0]:
+            print(total.line("all"))
 
 
 main()

@@ -4,6 +4,7 @@ set(SHEAF_PUBLIC_HEADERS
   base/grow_array.h
   base/heap.h
   base/heap_watch.h
+  base/number_map.h
   base/scope_guard.h
   base/stream.h
   base/stream_blocks.h
@@ -17,6 +18,7 @@ set(SHEAF_PUBLIC_HEADERS
   document/forms/form_filler.h
   document/images/image.h
   document/merge/doc_merge.h
+  document/merge/merge_report.h
   document/names/name_list.h
   document/signatures/signature_writer.h
   filters/stream_filter.h
@@ -43,6 +45,7 @@ set(SHEAF_PUBLIC_HEADERS
   object/parse_buf.h
   object/references.h
   object/sec_hand.h
+  object/stored_bytes.h
   object/stream_rec.h
   object/text_utf8.h
   xref/guards.h

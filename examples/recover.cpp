@@ -39,6 +39,8 @@ const char* told(PDF_OPEN status) {
       return "there is no page in it";
     case PDF_OPEN::kNoMemory:
       return "there is not enough memory";
+    case PDF_OPEN::kTooLarge:
+      return "the file has 4 GiB or more";
     case PDF_OPEN::kClosed:
       break;
   }

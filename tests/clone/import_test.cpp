@@ -217,6 +217,7 @@ TEST(AcroForm, WholeFormsReplaceOnlyWhenTheyAreObjects) {
   Import direct(with_form("<</Fields[4 0 R]>>", "<</T(a)>>"));
   EXPECT_EQ(direct.into.table().clone_acro_form(&direct.from.table(), direct.context), 1);
   EXPECT_EQ(direct.text(direct.into.table().root.as_ref().num).find("AcroForm"), std::string::npos);
+  EXPECT_EQ(direct.into.table().new_obj_count, 2u);  // nothing to copy, nothing changed
   Import object(with_form("6 0 R", "<</T(a)>>"));
   EXPECT_EQ(object.into.table().clone_acro_form(&object.from.table(), object.context), 1);
   EXPECT_NE(object.text(object.into.table().root.as_ref().num).find("/AcroForm " + ref(object.mapped(6))),

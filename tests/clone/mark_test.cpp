@@ -34,4 +34,21 @@ TEST(Mark, DirectContainersReachWhatTheyReferTo) {
   EXPECT_EQ(reached("(no container)"), "");
 }
 
+// The map's maker gave it a word for each entry of that time; only its rounded count is known.
+TEST(Mark, AMapThatIsOlderThanTheTableIsNotReadBeyondItsEnd) {
+  PdfBuilder builder;
+  builder.pages(1).obj(4, "[300 0 R]").classic();
+  TestTable t(builder.str());
+  t.table.XRefRead(static_cast<unsigned>(builder.last_section()));
+  CPDFCloneMap map{static_cast<std::uint32_t*>(QVCalloc(t.table.xref_count, sizeof(std::uint32_t))), 256};
+  t.table.next_obj_num = 301;
+  Freed<CPDFObj> late;
+  late.set_int(1);
+  ASSERT_TRUE(t.table.store_object({300, 0}, late));
+  t.table.rec_obj(map, {4, 0});
+  EXPECT_NE(map.entries[300], 0u);
+  EXPECT_NE(map.entries[4], 0u);
+  QVFree(map.entries);
+}
+
 }  // namespace

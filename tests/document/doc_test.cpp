@@ -33,6 +33,21 @@ TEST(Doc, JunkInFrontAndZerosBehindAreNoDamage) {
   EXPECT_EQ(absolute.doc.page_count(), 2);
 }
 
+TEST(Doc, TheStreamOfAHybridSectionIsNewerThanOlderSections) {
+  PdfBuilder builder;
+  builder.pages(1).obj(6, "(old)").classic();
+  const std::string prev = std::to_string(builder.last_section());
+  builder.object_stream(7, {{6, "(new)"}}).xref_stream(8);
+  const std::string stream = std::to_string(builder.last_section());
+  const std::string start = std::to_string(builder.str().size());
+  Opened opened(builder.str() + "xref\n0 1\n0000000000 65535 f \ntrailer\n<</Size 9/Root 1 0 R/Prev " + prev +
+                "/XRefStm " + stream + ">>\nstartxref\n" + start + "\n%%EOF\n");
+  EXPECT_EQ(opened.doc.status(), PDF_OPEN::kClean);
+  Freed<CPDFObj> obj;
+  opened.doc.table().get_entity(obj, {6, 0});
+  EXPECT_STREQ(obj.as_text(), "new");
+}
+
 TEST(Doc, DamageIsHealedStepByStep) {
   PdfBuilder builder;
   builder.pages(3).classic();

@@ -206,6 +206,18 @@ public:
   bool refuse = false;
 };
 
+// Decoders of images where something else is expected: blank rows without end are no objects.
+TEST_F(Chain, ImageFiltersInFrontOfObjectsGiveLittle) {
+  open("5 0 obj<</Type/ObjStm/N 1/First 4/Filter/CCITTFaxDecode/Length 1>>stream\n\1\nendstream endobj");
+  const PDF_OBJSTM* entry = table_.get_objstm(table_.xref_items[5].offset, 5, 0);
+  ASSERT_NE(entry, nullptr);
+  EXPECT_LT(entry->decoded, 100'000);
+  const StreamPtr fax = decoder_of("CCF", std::string(1000, 'x'));
+  EXPECT_EQ(fax->most_text(1 << 24), 65536 + 64000);
+  EXPECT_EQ(fax->most_text(100), 100);
+  EXPECT_EQ(decoder_of("Fl", "x")->most_text(1 << 24), 1 << 24);
+}
+
 TEST_F(Chain, DecryptionComesInFrontOfTheFilters) {
   XorHandler hand;
   table_.sec_hand = &hand;

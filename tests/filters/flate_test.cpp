@@ -7,6 +7,7 @@
 #include "filters/filter_support.h"
 #include "filters/lzw_encoder.h"
 #include "filters/predictor_encoder.h"
+#include "support/failing_heap.h"
 
 using namespace sheaf;
 
@@ -111,6 +112,27 @@ TEST(Predictor, UndoesEveryKindForEveryShapeOfRow) {
   const PredictorShape shape{12, 5, 3, 8};
   const std::string rows = predictor_rows(shape, 40);
   EXPECT_EQ(decoded("LZW", lzw_encoded(predictor_encoded(shape, rows), 1, true), shape.parms()), rows);
+}
+
+TEST(Predictor, RowsWithThePredictorStillOnAreNeverGiven) {
+  const PredictorShape shape{12, 5, 3, 8};
+  const std::string rows = predictor_rows(shape, 40);
+  const std::string coded = predictor_encoded(shape, rows);
+  const std::string packed[] = {deflated(coded), lzw_encoded(coded, 1, true)};
+  const char* const names[] = {"FlateDecode", "LZWDecode"};
+  const Value parms(shape.parms());
+  for (int kind = 0; kind < 2; ++kind) {
+    bool has_refused = true;
+    for (long long request = 2; has_refused; ++request) {  // the first one is for the input
+      FailingHeap heap(request);
+      unsigned char* const block = block_of(packed[kind]);
+      const auto len = static_cast<int>(packed[kind].size());
+      const StreamPtr stream(CPDFXRefTable::make_stream2(nullptr, block, len, names[kind], parms.as_dict()));
+      const std::string got = stream != nullptr ? read_all(*stream) : "";
+      has_refused = heap.has_refused();
+      EXPECT_TRUE(got == (has_refused ? "" : rows)) << names[kind] << " " << request;
+    }
+  }
 }
 
 TEST(Predictor, LongRunsOfOneRowFilterAreUndoneInPiecesOfAnySize) {

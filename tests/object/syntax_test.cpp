@@ -30,7 +30,7 @@ TEST(Syntax, ValuesReadAsOtherReadersReadThem) {
       {".", "0.0"},
       {"1.2.3", "1.2"},
       {"1e5", "1"},
-      {"2147483648", "2147483648.0"},
+      {"2147483648", "2147483648"},
       {"-2147483648", "-2147483648"},
       {"99999999999999999999.5", "137438953471.99999999"},
       {"true", "true"},
@@ -51,7 +51,7 @@ TEST(Syntax, ValuesReadAsOtherReadersReadThem) {
       {"12 0 R", "12 0 R"},
       {"12 0 Rx", "12"},
       {"12 99999999999 R", "12 2147483647 R"},
-      {"-99999999999999999999", "-137438953472.0"},
+      {"-99999999999999999999", "-137438953472"},
       {"0.00-35", "0.0035"},
       {"5endobj", "5"},
       {"7 0 obj<</A 1>>endobj", "<</A 1>>"},
@@ -216,6 +216,14 @@ TEST(Syntax, RealsOfEverySizeComeBackWithoutAnExponent) {
     ASSERT_EQ(again.as_real(), number) << text;
     ASSERT_EQ(text.find_first_not_of("-.0123456789"), std::string::npos) << text;
   }
+}
+
+// An integer of more than 31 bits is held as a real, and other readers take no offset with a fraction.
+TEST(Syntax, IntegersBeyond31BitsKeepTheirForm) {
+  for (const char* text : {"2147483647", "2147483648", "-2147483648", "-2147483649", "4294967295", "137438953471"})
+    EXPECT_EQ(reprinted(text), text);
+  EXPECT_EQ(reprinted("4294967296.5"), "4294967296.5");
+  EXPECT_EQ(reprinted("7.0"), "7.0");
 }
 
 // A value of any kind, in containers of a few items, from a fixed sequence.

@@ -198,7 +198,7 @@ TEST(Faults, WhileImagesAreRead) {
   const std::string picture = smooth_picture(kSide, kSide, 3);
   const std::size_t first = expected.find(picture);
   EXPECT_NE(expected.find(picture, first + 1), std::string::npos) << "once by each of two predictors";
-  EXPECT_GT(expected.size(), first + 8 * picture.size());
+  EXPECT_GT(expected.size(), first + 7 * picture.size());
   const auto read = [&](Trial& run) {
     CPDFDoc doc;
     return doc.open(&run.source) && describe_resources(doc, "XObject", describe_image) == expected;

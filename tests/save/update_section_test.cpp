@@ -74,8 +74,8 @@ TEST(StreamSave, RunsDecideIndexAndSize) {
   EXPECT_EQ(t.section_value("Prev"), std::to_string(builder.last_section()));
   Changed neighbours(builder);
   neighbours.change(9, "9");
-  neighbours.change(10, "10");
   neighbours.table.next_obj_num = 11;
+  neighbours.change(10, "10");
   EXPECT_EQ(neighbours.table.save(nullptr, nullptr), 1);
   EXPECT_EQ(neighbours.section_value("Index"), "[9 3]");
 }

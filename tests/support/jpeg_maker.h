@@ -17,6 +17,8 @@ struct JpegKind {
   bool subsampled = false;
   int quality = 95;
   int restart_rows = 0;
+  unsigned restart_blocks = 0;  ///< The restart interval itself, up to 65,535.
+  bool arithmetic = false;      ///< Arithmetic coding instead of Huffman's.
   int density = 0;  ///< Dots an inch; 0: only an aspect ratio.
 };
 
@@ -58,6 +60,8 @@ inline std::string make_jpeg(const std::string& samples, int width, int height, 
   jpeg.density_unit = kind.density != 0 ? 1 : 0;
   jpeg.X_density = jpeg.Y_density = static_cast<UINT16>(kind.density != 0 ? kind.density : 1);
   jpeg.restart_in_rows = kind.restart_rows;
+  jpeg.restart_interval = kind.restart_blocks;
+  jpeg.arith_code = kind.arithmetic ? TRUE : FALSE;
   jpeg_start_compress(&jpeg, TRUE);
   const std::size_t row_bytes = static_cast<std::size_t>(width) * static_cast<std::size_t>(kind.components);
   for (std::size_t y = 0; y < static_cast<std::size_t>(height); ++y) {

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "support/external_tool.h"
+#include "support/fax_encoder.h"
 #include "support/jp2_maker.h"
 #include "support/jpeg_maker.h"
 #include "support/netpbm.h"
@@ -197,6 +198,152 @@ TEST_F(ImageTool, ImagesAreListedAndWritten) {
     const std::string png = folder / ("images/image-" + std::to_string(picture.num) + ".png");
     ASSERT_EQ(sheaf("new " + out + " --image " + png).code, 0);
     EXPECT_EQ(sheaf("stream " + out + " 3").output, picture.pixels) << picture.num;
+  }
+}
+
+// What a PNG file says of itself: depth, colour type, and the bytes of a chunk.
+struct PngFacts {
+  int depth;
+  int colour_type;
+  std::string bytes;
+
+  explicit PngFacts(const std::string& path) : bytes(read_file(path)) {
+    depth = bytes.size() > 25 ? bytes[24] : -1;
+    colour_type = bytes.size() > 25 ? bytes[25] : -1;
+  }
+  std::string chunk(const std::string& type) const {
+    const std::size_t at = bytes.find(type);
+    if (at == std::string::npos)
+      return "";
+    std::size_t size = 0;
+    for (std::size_t i = at - 4; i < at; ++i)
+      size = size << 8 | static_cast<unsigned char>(bytes[i]);
+    return bytes.substr(at + 4, size);
+  }
+};
+
+TEST_F(ImageTool, PicturesKeepDepthPaletteProfileAndResolution) {
+  // The header of a profile and no tags; libpng looks at no more.
+  std::string profile(132, '\0');
+  profile.replace(0, 4, big_endian(132));
+  profile.replace(8, 4, "\2\x10\0\0"s);
+  profile.replace(12, 12, "mntrRGB XYZ ");
+  profile.replace(36, 4, "acsp");
+  profile.replace(68, 12, "\0\0\xF6\xD6\0\1\0\0\0\0\xD3\x2D"s);
+  const std::string content =
+      "/Im4 Do q 0 144 -72 0 9 9 cm /Im5 Do Q % 1 0 0 1 0 0 cm\n(a\\)) Tj q 7.2 0 0 7.2 0 0 cm /F Do Q";
+  PdfBuilder pdf;
+  pdf.pages(1)
+      .obj(3,
+           "<</Type/Page/Parent 2 0 R/Contents[11 0 R 12 0 R]/Resources<</XObject<</Im4 4 0 R/Im5 5 0 R/F 13 0 R>>>>>>")
+      .stream(4, "/Subtype/Image/Width 9/Height 2/ImageMask true/Decode[1 0]", "\xAA\x80\x55\x00"s)
+      .stream(5, "/Subtype/Image/Width 40/Height 20/ColorSpace[/ICCBased 10 0 R]/BitsPerComponent 8",
+              smooth_picture(40, 20, 3))
+      .stream(6,
+              "/Subtype/Image/Width 3/Height 1/ColorSpace[/Indexed/DeviceRGB 2<0A141E646E78FF0000>]/BitsPerComponent 2",
+              "\x1B")
+      .stream(7, "/Subtype/Image/Width 4/Height 1/ColorSpace/DeviceGray/BitsPerComponent 4", "\x0F\x5A")
+      .stream(8, "/Subtype/Image/Width 2/Height 1/ColorSpace/DeviceGray/BitsPerComponent 4/Decode[0 .5]", "\x0F")
+      .stream(10, "/N 3", profile)
+      .stream(11, "", "72 0 0 72 0 0 cm 1 0 0")
+      .stream(12, "", "1 0 0 cm " + content)
+      .stream(13, "/Subtype/Form/Matrix[10 0 0 10 0 0]/Resources<</XObject<</X 7 0 R>>>>", "BI /W 1 ID \1\2 EI /X Do")
+      .classic();
+  const std::string dir = folder / "images";
+  EXPECT_EQ(sheaf("images " + file("in.pdf", pdf.str()) + " -d " + dir).code, 0);
+  const auto facts = [&](int num) { return PngFacts(dir + "/image-" + std::to_string(num) + ".png"); };
+  const auto metres = [](double dots) { return big_endian(static_cast<std::size_t>(dots / 0.0254 + 0.5)); };
+  EXPECT_EQ(facts(4).depth, 1);
+  EXPECT_EQ(facts(4).colour_type, 0);
+  EXPECT_EQ(facts(4).chunk("pHYs"), metres(9) + metres(2) + "\1");
+  EXPECT_EQ(facts(5).colour_type, 2);
+  EXPECT_EQ(facts(5).chunk("iCCP").substr(0, 12), "ICC profile\0"s);
+  EXPECT_EQ(facts(5).chunk("pHYs"), metres(40.0 / 144) + metres(20.0 / 72) + "\1") << "inside the first cm";
+  EXPECT_EQ(facts(6).depth, 2);
+  EXPECT_EQ(facts(6).colour_type, 3);
+  EXPECT_EQ(facts(6).chunk("PLTE"), "\x0A\x14\x1E\x64\x6E\x78\xFF\0\0\xFF\0\0"s);
+  EXPECT_EQ(facts(6).chunk("pHYs"), "") << "no page shows it";
+  EXPECT_EQ(facts(7).depth, 4);
+  EXPECT_EQ(facts(7).chunk("pHYs"), metres(4.0 / 72) + metres(1.0 / 72) + "\1");
+  EXPECT_EQ(facts(8).depth, 8) << "half the greys";
+  const std::pair<int, std::string> pixels[] = {
+      {4, "\0\xFF\0\xFF\0\xFF\0\xFF\0\xFF\0\xFF\0\xFF\0\xFF\0\xFF"s},
+      {5, smooth_picture(40, 20, 3)},
+      {6, "\x0A\x14\x1E\x64\x6E\x78\xFF\0\0"s},
+      {7, "\0\0\0\xFF\xFF\xFF\x55\x55\x55\xAA\xAA\xAA"s},
+      {8, "\0\0\0\x80\x80\x80"s},
+  };
+  for (const auto& [num, expected] : pixels) {
+    ASSERT_EQ(sheaf("new " + out + " --image " + dir + "/image-" + std::to_string(num) + ".png").code, 0) << num;
+    std::string samples = sheaf("stream " + out + " 3").output;
+    if (num == 4) {  // a byte of each pixel is enough
+      std::string greys;
+      for (std::size_t i = 0; i < samples.size(); i += 3)
+        greys += samples[i];
+      samples = greys;
+    }
+    EXPECT_TRUE(samples == expected) << num;
+  }
+}
+
+TEST_F(ImageTool, PicturesOutOfProportionAreNotWritten) {
+  PdfBuilder pdf;
+  pdf.pages(1)
+      .stream(4, "/Subtype/Image/Width 100000/Height 100000/BitsPerComponent 8/ColorSpace/DeviceRGB/Filter/FlateDecode",
+              PdfBuilder::deflated(std::string(1 << 20, 'x')))
+      .stream(5,
+              "/Subtype/Image/Width 4000000/Height 2000000/ImageMask true/Filter/CCITTFaxDecode"
+              "/DecodeParms<</K -1/Columns 4000000>>",
+              "\x80")
+      .classic();
+  const RunResult run = sheaf("images " + file("in.pdf", pdf.str()) + " -d " + (folder / "images"));
+  EXPECT_EQ(run.code, 1);
+  EXPECT_TRUE(contains(run, "object 4: its size is out of all proportion")) << run.output;
+  EXPECT_TRUE(contains(run, "object 5: its size is out of all proportion")) << run.output;
+  EXPECT_TRUE(std::filesystem::is_empty(folder / "images"));
+}
+
+TEST_F(ImageTool, CcittDataGoIntoTiffFilesAsTheyAre) {
+  const std::vector<fax_test::Row> rows = fax_test::dithered_ramp(200, 16);
+  fax_test::FaxEncoder t6;
+  fax_test::FaxEncoder t4;
+  fax_test::FaxEncoder mixed;
+  fax_test::FaxEncoder bytes;
+  std::string pixels;
+  fax_test::Row above(200);
+  for (std::size_t i = 0; i < rows.size(); ++i) {
+    t6.t6_row(rows[i], above);
+    t4.plain_row(rows[i]);
+    i % 4 == 0 ? mixed.tagged_row(rows[i]) : mixed.tagged_row(rows[i], above);
+    bytes.align();
+    bytes.one_dimensional(rows[i]);
+    above = rows[i];
+    pixels += fax_test::packed(rows[i]);
+  }
+  t6.end_of_block();
+  PdfBuilder pdf;
+  const std::string image = "/Subtype/Image/Width 200/Height 16/BitsPerComponent 1/ColorSpace/DeviceGray";
+  const std::string parms = "/Filter/CCITTFaxDecode/DecodeParms<</Columns 200";
+  pdf.pages(1)
+      .stream(4, image + parms + "/K -1>>", t6.bytes())
+      .stream(5, image + parms + "/K 0/EndOfLine true>>", t4.bytes())
+      .stream(6, image + parms + "/K 4/EndOfLine true>>", mixed.bytes())
+      .stream(7, image + parms + "/EncodedByteAlign true>>", bytes.bytes())
+      .stream(8, image + parms + "/K -1/BlackIs1 true>>", t6.bytes())
+      .stream(9, image + parms + "/K -1/EncodedByteAlign true>>", t6.bytes())
+      .classic();
+  const std::string dir = folder / "images";
+  EXPECT_EQ(sheaf("images --tiff " + file("in.pdf", pdf.str()) + " -d " + dir).code, 0);
+  EXPECT_TRUE(std::filesystem::exists(dir + "/image-9.png")) << "TIFF has no T.6 lines on whole bytes";
+  EXPECT_NE(read_file(dir + "/image-4.tif").find(t6.bytes()), std::string::npos);
+  if (!has_program("tiffcp"))
+    GTEST_SKIP() << "libtiff's tools are not installed; the files were written";
+  for (const int num : {4, 5, 6, 7, 8}) {
+    const std::string name = dir + "/image-" + std::to_string(num) + ".tif";
+    EXPECT_EQ(run_command("tiffcp -c none " + name + " " + (folder / "plain.tif") + " 2>&1").output, "") << num;
+    EXPECT_NE(read_file(folder / "plain.tif").find(pixels), std::string::npos) << num;
+    const std::string info = run_command("tiffinfo " + name + " 2>&1").output;
+    EXPECT_NE(info.find(num == 8 ? "min-is-black" : "min-is-white"), std::string::npos) << info;
   }
 }
 

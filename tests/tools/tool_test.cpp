@@ -49,6 +49,10 @@ TEST_F(Tool, CheckTellsProblemsByObject) {
   EXPECT_EQ(clean.output.substr(clean.output.find("\"status\"")),
             "\"status\":\"clean\",\"pages\":2,\"objects\":6,\"streams\":1,\"decoded_bytes\":12,\"problems\":[],"
             "\"repairs\":[]}\n");
+  PdfBuilder empty;  // a stream may hold nothing
+  empty.pages(1).stream(4, "/Filter/FlateDecode", PdfBuilder::deflated("")).stream(5, "", "").classic();
+  write_file(out, empty.str());
+  EXPECT_EQ(sheaf("check " + out).code, 0);
   PdfBuilder bad;
   bad.pages(1).stream(4, "/Filter/NoSuch", "x").stream(5, "/Filter/FlateDecode", "no deflate data").classic();
   write_file(out, bad.str());
@@ -58,6 +62,49 @@ TEST_F(Tool, CheckTellsProblemsByObject) {
   EXPECT_TRUE(contains(problems, "{\"object\":5,")) << problems.output;
   write_file(out, "%PDF-1.4 nothing");
   EXPECT_EQ(sheaf("check " + out).code, 2);
+}
+
+// Clean means that all that is referred to was found, and that every stream came to its end.
+TEST_F(Tool, CheckAndRepairTellWhatIsLost) {
+  PdfBuilder bad;
+  bad.obj(1, "<</Type/Catalog/Pages 2 0 R/Lost 5 0 R/Free 7 0 R/Cut 6 0 R>>")
+      .obj(2, "<</Type/Pages/Count 1/Kids[3 0 R]>>");
+  bad.obj(3, "<</Type/Page/Parent 2 0 R/Contents 4 0 R>>").stream(4, "", "BT ET").obj(5, "<</There false>>");
+  const std::string whole = PdfBuilder::deflated(std::string(3000, 'x') + "some other text at the end");
+  bad.stream(6, "/Filter/FlateDecode", whole.substr(0, whole.size() - 20));
+  bad.stream(8, "/Filter/FlateDecode", whole.substr(0, whole.size() - 4)).classic();  // without its checksum
+  std::string bytes = bad.str();
+  bytes.replace(bytes.find("5 0 obj"), 7, "5 0 xxx");
+  write_file(in, bytes);
+  const RunResult check = sheaf("check --json " + in);
+  EXPECT_EQ(check.code, 1);
+  EXPECT_TRUE(contains(check, "\"problems\":[{\"object\":6,\"what\":\"stream data end before")) << check.output;
+  EXPECT_TRUE(contains(check, "},{\"object\":5,\"what\":\"is referred to")) << check.output;
+  EXPECT_FALSE(contains(check, "\"object\":7")) << check.output;
+  EXPECT_FALSE(contains(check, "\"object\":8")) << check.output;
+  const RunResult repair = sheaf("repair " + in + " " + out);
+  EXPECT_EQ(repair.code, 1);
+  EXPECT_TRUE(contains(repair, "object 5: is referred to")) << repair.output;
+  EXPECT_TRUE(contains(repair, "object 6: stream data end")) << repair.output;
+
+  write_file(in, good.substr(0, good.rfind("startxref")));
+  EXPECT_EQ(sheaf("repair " + in + " " + out).code, 0);
+  EXPECT_EQ(sheaf("check " + out).code, 0);
+  const RunResult info = sheaf("info --json " + in);
+  EXPECT_EQ(info.code, 1);
+  EXPECT_TRUE(contains(info, "\"repairs\":[{\"code\":\"startxref\",\"object\":0,\"offset\":0,\"action\":"))
+      << info.output;
+}
+
+TEST_F(Tool, GenerationsAreAskedForAndFound) {
+  PdfBuilder builder;
+  builder.pages(1).obj(5, "(text)", 3).classic();
+  write_file(in, builder.str());
+  EXPECT_EQ(sheaf("show " + in + " 5").output, "(text)\n");
+  EXPECT_EQ(sheaf("show " + in + " 5 3").output, "(text)\n");
+  const RunResult wrong = sheaf("show " + in + " 5 1");
+  EXPECT_EQ(wrong.code, 2);
+  EXPECT_TRUE(contains(wrong, "object 5 has generation 3, not 1")) << wrong.output;
 }
 
 TEST_F(Tool, MessagesNameTheFileAndTheWayOut) {

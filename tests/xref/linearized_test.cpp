@@ -50,6 +50,17 @@ TEST(Linearized, TheParameterDictionaryDecides) {
   }
 }
 
+TEST(Linearized, TheHeaderBeginsWithinSixteenBytes) {
+  const std::string section =
+      "\nxref\n0 1\n0000000000 65535 f \n7 1\n0000000100 00000 n \ntrailer\n<</Size 8/Root 7 0 R>>\n";
+  for (const auto& [header, result] : {std::pair{"9        00000 obj", 500u}, std::pair{"9         00000 obj", 0u}}) {
+    TestTable t("%PDF-1.4\n" + std::string(header) + "\n<</Linearized 1/N 3/O 7/H[500 20]>>\nendobj" + section);
+    PDF_PAGE_SET set{};
+    EXPECT_EQ(t.table.read_linearized(set), result) << header;
+    QVFree(set.pages);
+  }
+}
+
 TEST(Linearized, RectanglesAreTakenAsTheyStand) {
   PdfBuilder builder;
   builder.pages(1).obj(4, "[1 2 3.5 4]").obj(5, "[1 2 3]").obj(6, "9").classic();

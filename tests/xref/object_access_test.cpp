@@ -277,6 +277,10 @@ TEST(TextStrings, ConvertByTheirMark) {
   EXPECT_EQ(convert("\xFE\xFF", 64), L"");
   EXPECT_EQ(convert("abc", 2), L"a");
   EXPECT_EQ(convert("abc", 1), L"");
+  EXPECT_EQ(convert("a\x7F\x9F\xAD"
+                    "b",
+                    64),
+            L"a\uFFFD\uFFFD\uFFFDb");  // bytes without a character
   t.table.utf8_strings = 1;
   EXPECT_EQ(convert("\xC3\xA9x\xFFy", 64), L"\u00E9x");
 }

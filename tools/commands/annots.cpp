@@ -5,6 +5,7 @@
 #include "sheaf/neighbours/page/acro_form.h"
 #include "sheaf/object/array.h"
 #include "support/command_line.h"
+#include "support/field_report.h"
 #include "support/json_values.h"
 #include "support/tool_support.h"
 
@@ -22,6 +23,8 @@ struct FieldsOptions {
   std::string file;
   PasswordOptions password;
   bool json = false;
+  bool fdf = false;
+  bool xfdf = false;
 };
 
 std::string utf8_of(const wchar_t* text) {
@@ -59,6 +62,9 @@ int run_annots(const AnnotsOptions& options) {
   CPDFDoc doc;
   if (!open_document(doc, options.file, options.password))
     return kExitFailed;
+  // Fields that are nested as deep as there are annotations would all come with each of these.
+  constexpr std::int32_t kMostLevels = 32;
+  doc.table().export_depth = kMostLevels;
   JsonWriter json;
   begin_report(json, options.file).key("pages").begin_array();
   if (!options.json)
@@ -83,8 +89,11 @@ int run_fields(const FieldsOptions& options) {
   CPDFDoc doc;
   if (!open_document(doc, options.file, options.password))
     return kExitFailed;
+  if (options.fdf || options.xfdf)
+    return write_form_data(doc, options.file, options.xfdf) ? kExitClean : kExitFailed;
   CPDFAcroForm form(doc.table());
   form.load();
+  FieldReport extra(doc);
   JsonWriter json;
   begin_report(json, options.file).key("fields").begin_array();
   for (std::int32_t i = 0; i < form.field_count(); ++i) {
@@ -106,6 +115,7 @@ int run_fields(const FieldsOptions& options) {
       json.begin_object().key("name").text(name).key("object").number(field.ref().num).key("type").text(type);
       json.key("value");
       write_value(json, value_now != nullptr ? *value_now : CPDFObj{});
+      extra.write(name, json);
       json.end_object();
     } else {
       const std::string text = value_now == nullptr           ? ""
@@ -133,7 +143,9 @@ const Registration kFields("fields", "Look", "The form's fields with their value
   auto options = std::make_shared<FieldsOptions>();
   add_file(command, options->file);
   add_password(command, options->password);
-  command.add_flag("--json", options->json, "One JSON object");
+  auto* json = command.add_flag("--json", options->json, "One JSON object, which fill --data reads");
+  auto* fdf = command.add_flag("--fdf", options->fdf, "The values as FDF")->excludes(json);
+  command.add_flag("--xfdf", options->xfdf, "The values as XFDF")->excludes(json)->excludes(fdf);
   return [options] { return run_fields(*options); };
 });
 

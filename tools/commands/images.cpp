@@ -1,19 +1,19 @@
 // sheaf images: the images of a document, listed or written as files: JPEG and JPEG 2000 byte for
-// byte, all others as PNG.
+// byte, CCITT data too when TIFF files are asked for, all others as PNG.
 #include <sys/stat.h>
 
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <memory>
-#include <vector>
+#include <optional>
 
-#include "image/png_steps.h"
+#include "image/image_placements.h"
+#include "image/image_writer.h"
 #include "sheaf/base/heap.h"
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/document/images/image.h"
 #include "sheaf/document/images/image_colours.h"
-#include "sheaf/filters/stream_filter.h"
 #include "support/command_line.h"
 #include "support/json_values.h"
 #include "support/progress.h"
@@ -29,6 +29,7 @@ struct ImagesOptions {
   PasswordOptions password;
   std::string folder;  ///< Where they are written; empty: they are listed only.
   bool json = false;
+  bool tiff = false;  ///< CCITT data go into TIFF files as they stand, where TIFF has their coding.
 };
 
 bool is_jpeg(const CPDFImage& image) {
@@ -39,51 +40,8 @@ bool is_jpx(const CPDFImage& image) {
   return std::strcmp(image.filter, "JPXDecode") == 0;
 }
 
-// Writes the samples of the image as a PNG file. Why not, or null.
-const char* write_rows(CQVStream* out, const CPDFImage& image, const PixelRows& rows, CPDFStream& decoder) {
-  PngOutput png{};
-  const ScopeGuard close([&png] { png_close(png); });
-  if (!png_begin(png, out, static_cast<std::uint32_t>(image.width), static_cast<std::uint32_t>(image.height),
-                 rows.components(), rows.bits()))
-    return "could not be written to its end";
-  std::vector<std::uint8_t> source(static_cast<std::size_t>(rows.source_row_bytes()) + 1);
-  std::vector<std::uint8_t> row(static_cast<std::size_t>(rows.row_bytes()));
-  bool is_whole = true;
-  for (int y = 0; y < image.height; ++y) {
-    int total = 0;
-    for (int got = 1; is_whole && total < rows.source_row_bytes() && got > 0; total += std::max(got, 0))
-      got = decoder.read_block(source.data() + total, rows.source_row_bytes() - total);
-    is_whole = is_whole && total == rows.source_row_bytes();
-    std::fill(source.begin() + total, source.end(), std::uint8_t{0});
-    rows.convert(source.data(), row.data());
-    if (!png_put_row(png, row.data()))
-      return "could not be written to its end";
-  }
-  if (!png_finish(png))
-    return "could not be written to its end";
-  return is_whole ? nullptr : "its data end early; the rest of the picture is empty";
-}
-
-const char* write_png(CQVStream* out, CPDFXRefTable& table, const CPDFImage& image) {
-  constexpr std::int64_t kMostRowBytes = 1 << 28;
-  const ColourSpace space = read_colour_space(table, image);
-  const bool is_bilevel =
-      std::strcmp(image.filter, "CCITTFaxDecode") == 0 || std::strcmp(image.filter, "JBIG2Decode") == 0;
-  const int bits = is_bilevel ? 1 : image.bits;
-  if (space.family == ColourFamily::kNone)
-    return "its colour space cannot be shown as a picture";
-  if (image.width < 1 || image.height < 1 || (bits != 1 && bits != 2 && bits != 4 && bits != 8 && bits != 16) ||
-      std::int64_t{image.width} * space.components * bits > kMostRowBytes)
-    return "its size or depth makes no picture";
-  const std::unique_ptr<CPDFStream> decoder(image.open_samples());
-  if (decoder == nullptr)
-    return "its data cannot be decoded";
-  return write_rows(out, image, PixelRows(table, image, space, bits), *decoder);
-}
-
-const char* write_encoded(CQVStream* out, const std::uint8_t* data, std::int32_t len) {
-  const auto size = static_cast<unsigned>(len);
-  return out->Write(data, size) == size ? nullptr : "could not be written to its end";
+bool is_fax(const CPDFImage& image) {
+  return std::strcmp(image.filter, "CCITTFaxDecode") == 0;
 }
 
 class ImageList {
@@ -129,12 +87,15 @@ private:
   std::string extract(std::int32_t num, const CPDFImage& image) {
     std::int32_t len = 0;
     const bool as_it_is = is_jpeg(image) || is_jpx(image);
-    const HeapBlock<std::uint8_t> encoded(as_it_is ? image.load_encoded(len) : nullptr);
+    const bool may_be_tiff = options_.tiff && is_fax(image);
+    const HeapBlock<std::uint8_t> encoded(as_it_is || may_be_tiff ? image.load_encoded(len) : nullptr);
     if (as_it_is && !encoded) {
       problem(num, "its data cannot be read");
       return "";
     }
+    const FaxTiff tiff = may_be_tiff && encoded ? fax_tiff_of(doc_.table(), image, encoded.get(), len) : FaxTiff{};
     const char* kind = is_jpeg(image)                  ? ".jpg"
+                       : tiff.compression != 0         ? ".tif"
                        : !is_jpx(image)                ? ".png"
                        : len > 0 && encoded[0] == 0xFF ? ".j2k"
                                                        : ".jp2";
@@ -145,16 +106,44 @@ private:
       return "";
     }
     CQVStream* const out = &output.stream();
-    const char* trouble = as_it_is ? write_encoded(out, encoded.get(), len) : write_png(out, doc_.table(), image);
-    if (trouble != nullptr)
-      problem(num, trouble);
-    const bool is_usable = trouble == nullptr || std::strstr(trouble, "end early") != nullptr;
-    return is_usable && output.commit() ? path : "";
+    if (as_it_is)
+      return commit(num, output, path, write_whole(out, encoded.get(), len));
+    const Dots dots = placements().dots_of(num, image.width, image.height);
+    if (tiff.compression != 0)
+      return commit(num, output, path, write_fax_tiff(out, tiff, image, dots, encoded.get(), len) ? nullptr : kShort);
+    bool is_whole = true;
+    const char* const trouble = write_png(out, doc_.table(), image, dots, is_whole);
+    if (trouble == nullptr && !is_whole)
+      problem(num, "its data end early; the rest of the picture is empty");
+    return commit(num, output, path, trouble);
   }
+
+  static const char* write_whole(CQVStream* out, const std::uint8_t* data, std::int32_t len) {
+    const auto size = static_cast<unsigned>(len);
+    return out->Write(data, size) == size ? nullptr : kShort;
+  }
+
+  std::string commit(std::int32_t num, SafeOutput& output, const std::string& path, const char* trouble) {
+    if (trouble != nullptr) {
+      problem(num, trouble);
+      return "";
+    }
+    return output.commit() ? path : "";
+  }
+
+  // Only pictures that can bear a resolution make it worth reading the pages.
+  const ImagePlacements& placements() {
+    if (!placements_)
+      placements_.emplace(doc_);
+    return *placements_;
+  }
+
+  static constexpr const char* kShort = "could not be written to its end";
 
   CPDFDoc& doc_;
   const ImagesOptions& options_;
   JsonWriter json_;
+  std::optional<ImagePlacements> placements_;
   int code_ = kExitClean;
 };
 
@@ -189,6 +178,7 @@ const Registration kImages("images", "Look", "The images of a document", [](CLI:
   add_file(command, options->file);
   add_password(command, options->password);
   command.add_option("-d,--directory", options->folder, "Write them into this folder");
+  command.add_flag("--tiff", options->tiff, "With -d: CCITT images as TIFF files, as they are coded");
   command.add_flag("--json", options->json, "One JSON object");
   return [options] { return run_images(*options); };
 });

@@ -149,6 +149,10 @@ public:
     if (json_)
       out_.end_object();
   }
+  void repairs(CPDFDoc& doc) {
+    if (json_)
+      put_repairs(out_, doc);
+  }
   void finish() {
     if (!json_)
       return;
@@ -210,8 +214,9 @@ int show_file(const std::string& file, const InfoOptions& options) {
   report.end_group();
   report.text("id", "Identifier", id_text(table, 0));
   report.text("id2", "", id_text(table, 1));
+  report.repairs(doc);
   report.finish();
-  return doc.status() == PDF_OPEN::kClean && doc.is_readable() ? kExitClean : kExitProblems;
+  return doc.status() == PDF_OPEN::kClean && doc.repairs().empty() && doc.is_readable() ? kExitClean : kExitProblems;
 }
 
 int run_info(const InfoOptions& options) {

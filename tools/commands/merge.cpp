@@ -2,13 +2,16 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
+#include <cstring>
 #include <filesystem>
 #include <memory>
 
 #include "sheaf/document/merge/doc_merge.h"
 #include "support/changes.h"
 #include "support/command_line.h"
+#include "support/merge_notes.h"
 #include "support/page_ranges.h"
 #include "support/part_names.h"
 #include "support/progress.h"
@@ -24,6 +27,9 @@ struct MergeOptions {
   std::vector<std::string> inputs;     ///< "FILE" or "FILE:RANGES".
   std::vector<std::string> passwords;  ///< One for each input, in order; the last one for the rest.
   std::string password_file;           ///< Has them on its lines.
+  bool dry_run = false;
+  bool no_file_outline = false;
+  bool keep_equal_streams = false;
   bool pdfa = false;
 };
 
@@ -32,6 +38,8 @@ struct SplitOptions {
   PasswordOptions password;
   std::string pattern;  ///< As part_name takes it.
   int every = 1;        ///< Pages a part.
+  bool dry_run = false;
+  std::string attachments;  ///< "all", "none", or empty: where they belong.
 };
 
 struct Input {
@@ -75,6 +83,14 @@ struct Assembly {
     return size >= 0;
   }
 
+  // Whether objects that belong to the pages could not be read.
+  bool has_unreadable() const {
+    const auto& records = merge->records();
+    return std::any_of(records.begin(), records.end(), [](const PDF_MERGE_RECORD& record) {
+      return std::strcmp(record.entry, "unreadable objects") == 0;
+    });
+  }
+
   CQVStreamMem start;
   CPDFDoc doc;
   std::unique_ptr<CPDFDocMerge> merge;
@@ -102,12 +118,18 @@ int run_merge(MergeOptions options) {
   if (!options.password_file.empty() && !read_password_lines(options.password_file, options.passwords))
     return kExitFailed;
   Assembly assembly;
+  PDF_MERGE_OPTIONS how;
+  how.entry_for_source = !options.no_file_outline;
+  how.share_streams = !options.keep_equal_streams;
+  assembly.merge->set_options(how);
   int code = kExitClean;
   Progress progress("documents", static_cast<std::int64_t>(options.inputs.size()));
+  std::vector<std::string> files;
   if (options.pdfa)
     assembly.doc.set_frame(PDF_FRAME::kClaim);
   for (std::size_t i = 0; i < options.inputs.size(); ++i) {
     const Input input = parse_input(options.inputs[i]);
+    files.push_back(input.file);
     CPDFDoc source;
     if (!open_document(source, input.file, password_for(options, i)))
       return kExitFailed;
@@ -116,16 +138,21 @@ int run_merge(MergeOptions options) {
     if (input.ranges.empty() ? !all_pages(source.page_count(), pages)
                              : !read_page_ranges(input.ranges, source.page_count(), pages, trouble)) {
       complain(input.file, "has no pages \"" + trouble + "\"; it has " + std::to_string(source.page_count()) +
-                               ", and ranges look like 1-5,8,r1,z-1");
+                               ", and ranges look like 1-5,8,3-,r1,z-1,odd,even");
       return kExitFailed;
     }
     const auto wanted = static_cast<std::int32_t>(pages.size());
     const std::int32_t done = assembly.merge->append(source, pages.data(), wanted, stem_of(input.file).c_str());
     if (done != wanted)
       complain(input.file, std::to_string(wanted - done) + " pages could not be read and were left out");
-    if (done != wanted || source.status() != PDF_OPEN::kClean)
+    complain_about_losses(*assembly.merge, static_cast<std::int32_t>(i), input.file);
+    if (done != wanted || assembly.has_unreadable() || source.status() != PDF_OPEN::kClean)
       code = kExitProblems;
     progress.show(static_cast<std::int64_t>(i) + 1);
+  }
+  if (options.dry_run) {
+    std::fputs(shown_lines(merge_table(*assembly.merge, files)).c_str(), stdout);
+    return code;
   }
   if (!assembly.write(options.output))
     return kExitFailed;
@@ -134,6 +161,13 @@ int run_merge(MergeOptions options) {
   report(output_name(options.output) + ": " + std::to_string(assembly.doc.page_count()) + " pages of " +
          std::to_string(options.inputs.size()) + " documents, " + std::to_string(assembly.size) + " bytes");
   return code;
+}
+
+// Files that no page refers to are in the first part only.
+PDF_MERGE_FILES files_of_part(const SplitOptions& options, int part) {
+  if (!options.attachments.empty())
+    return options.attachments == "all" ? PDF_MERGE_FILES::kAll : PDF_MERGE_FILES::kNone;
+  return part == 0 ? PDF_MERGE_FILES::kReferredAndLoose : PDF_MERGE_FILES::kReferred;
 }
 
 int run_split(const SplitOptions& options) {
@@ -155,21 +189,29 @@ int run_split(const SplitOptions& options) {
     for (int page = part * options.every; page < (part + 1) * options.every && page < source.page_count(); ++page)
       pages.push_back(page);
     Assembly assembly;
+    assembly.merge->set_options({files_of_part(options, part), false, false});
     const auto wanted = static_cast<std::int32_t>(pages.size());
-    if (assembly.merge->append(source, pages.data(), wanted, stem_of(options.file).c_str()) != wanted)
+    if (assembly.merge->append(source, pages.data(), wanted, nullptr) != wanted || assembly.has_unreadable())
       code = kExitProblems;
+    if (part == 0)
+      complain_about_losses(*assembly.merge, 0, options.file);
+    if (options.dry_run) {
+      std::fputs(shown_lines(merge_table(*assembly.merge, {name})).c_str(), stdout);
+      continue;
+    }
     if (!assembly.write(name))
       return kExitFailed;
   }
-  report(input_name(options.file) + ": " + std::to_string(source.page_count()) + " pages in " + std::to_string(parts) +
-         " parts");
+  if (!options.dry_run)
+    report(input_name(options.file) + ": " + std::to_string(source.page_count()) + " pages in " +
+           std::to_string(parts) + " parts");
   return code;
 }
 
 const Registration kMerge("merge", "Make", "Pages of several documents in one", [](CLI::App& command) -> Run {
   auto options = std::make_shared<MergeOptions>();
   command.add_option("OUT", options->output, "The file to write")->required();
-  command.add_option("IN", options->inputs, "FILE or FILE:RANGES, such as a.pdf:1-5,8,r1,z-1")->required();
+  command.add_option("IN", options->inputs, "FILE or FILE:RANGES, such as a.pdf:1-5,8,r1,z-1 or odd")->required();
   auto* direct =
       command
           .add_option("--password", options->passwords, "One for each input, in order; the last one serves the rest")
@@ -177,6 +219,9 @@ const Registration kMerge("merge", "Make", "Pages of several documents in one", 
   command
       .add_option("--password-file", options->password_file, "File with a password on each line, - for standard input")
       ->excludes(direct);
+  command.add_flag("--no-file-outline", options->no_file_outline, "No entry for each file above its outline");
+  command.add_flag("--keep-equal-streams", options->keep_equal_streams, "Write equal streams as often as they came");
+  command.add_flag("--dry-run", options->dry_run, "Say what becomes of everything, and write nothing");
   add_pdfa(command, options->pdfa);
   return [options] { return run_merge(*options); };
 });
@@ -187,6 +232,11 @@ const Registration kSplit("split", "Make", "One document into several", [](CLI::
   add_password(command, options->password);
   command.add_option("-o,--output", options->pattern, "Name of the parts, %d or %03d for their number")->required();
   command.add_option("--every", options->every, "Pages a part")->check(CLI::Range(1, 1000000));
+  command
+      .add_option("--attachments", options->attachments,
+                  "Files embedded in each part: all or none, instead of those that its pages refer to")
+      ->check(CLI::IsMember({"all", "none"}));
+  command.add_flag("--dry-run", options->dry_run, "Say what becomes of everything, and write nothing");
   return [options] { return run_split(*options); };
 });
 

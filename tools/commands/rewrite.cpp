@@ -8,9 +8,11 @@
 #include "sheaf/object/array.h"
 #include "support/changes.h"
 #include "support/command_line.h"
+#include "support/document_check.h"
 #include "support/encryption.h"
 #include "support/progress_stream.h"
 #include "support/safe_output.h"
+#include "support/signature_notes.h"
 #include "support/tool_support.h"
 
 namespace sheaf::tool {
@@ -84,10 +86,7 @@ bool make_encryption(CPDFDoc& doc, CPDFXRefTable& target, const RewriteOptions& 
   if (options.decrypt || !doc.is_encrypted() || table.sec_filter[0] == 0)
     return true;
   // Protection is never dropped silently: keys, passwords and the identifier that they hang on stay.
-  CPDFSecHand* const hand = table.sec_hand;
-  table.sec_hand = nullptr;
-  table.resolve(scratch, &table.encrypt);
-  table.sec_hand = hand;
+  table.get_encryption(scratch);
   if (scratch.as_dict() == nullptr)
     return true;
   enc = std::make_unique<CPDFStandardEncrypt>();
@@ -130,12 +129,27 @@ void remark_left_out(const CPDFXRefTable& table, const Counts& counts, const std
     remark(output, "left out: the generations of " + std::to_string(generations) + " objects, which now have 0");
 }
 
-int rewrite(const RewriteOptions& options, bool repair) {
+// Reads the new file, and says what it lacks and what cannot be read of it.
+int report_losses(CPDFDoc& doc, const RewriteOptions& options, const std::string& path) {
+  CPDFDoc copy;
+  if (!open_document(copy, path, options.password))
+    return kExitProblems;
+  std::vector<Problem> lost = find_losses(doc, copy);
+  CheckResult result;
+  check_document(copy, result);
+  lost.insert(lost.end(), result.problems.begin(), result.problems.end());
+  for (const Problem& loss : lost)
+    complain(output_name(options.output), "object " + std::to_string(loss.object) + ": " + loss.what);
+  return lost.empty() ? kExitClean : kExitProblems;
+}
+
+int rewrite(RewriteOptions options, bool repair) {
   if (!check_encryption(options.encryption))
     return kExitFailed;
   CPDFDoc doc;
-  if (!open_document(doc, options.file, options.password))
+  if (!fix_password(options.password) || !open_document(doc, options.file, options.password))
     return kExitFailed;
+  note_signatures_end(doc, options.file);
   const bool stays_encrypted = doc.is_encrypted() && !options.decrypt;
   if (options.pdfa && !ask_for_pdfa(doc, options.output, stays_encrypted || !options.encryption.algorithm.empty()))
     return kExitFailed;
@@ -159,6 +173,7 @@ int rewrite(const RewriteOptions& options, bool repair) {
     }
     counts = count_objects(doc.table(), target);
   }
+  const int losses = repair ? report_losses(doc, options, output.path()) : int{kExitClean};
   if (!output.commit())
     return kExitFailed;
   remark_left_out(doc.table(), counts, output_name(options.output));
@@ -168,8 +183,9 @@ int rewrite(const RewriteOptions& options, bool repair) {
          std::to_string(counts.dropped) + " dropped, " + std::to_string(doc.file_size()) + " bytes before, " +
          std::to_string(output.size()) + " after");
   const bool metadata_left = complain_of_metadata(doc, options.output);
-  const bool clean = doc.status() == PDF_OPEN::kClean && doc.repairs().empty() && !metadata_left;
-  return clean || repair ? kExitClean : kExitProblems;
+  if (repair)
+    return losses;
+  return doc.status() == PDF_OPEN::kClean && doc.repairs().empty() && !metadata_left ? kExitClean : kExitProblems;
 }
 
 int run_rewrite(const RewriteOptions& options) {

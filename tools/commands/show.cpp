@@ -14,8 +14,8 @@ namespace {
 struct ShowOptions {
   std::string file;
   PasswordOptions password;
-  std::int32_t num = 0;  ///< 0: the trailer values.
-  std::int32_t gen = 0;
+  std::int32_t num = 0;   ///< 0: the trailer values.
+  std::int32_t gen = -1;  ///< -1: whichever it has.
 };
 
 // Strings may hold any byte, which a terminal must not obey.
@@ -45,8 +45,11 @@ int run_show(const ShowOptions& options) {
     return kExitFailed;
   if (options.num == 0)
     return show_trailer(doc.table());
+  PDF_REF ref{0, 0};
+  if (!find_reference(doc, options.file, options.num, options.gen, ref))
+    return kExitFailed;
   Freed<CPDFObj> obj;
-  doc.table().get_entity(obj, {options.num, options.gen});
+  doc.table().get_entity(obj, ref);
   if (obj.is_null()) {
     complain(options.file, "object " + std::to_string(options.num) + " does not exist or cannot be read");
     return kExitFailed;

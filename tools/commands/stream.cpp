@@ -16,6 +16,7 @@ struct StreamOptions {
   std::string file;
   PasswordOptions password;
   std::int32_t num = 0;
+  std::int32_t gen = -1;  ///< -1: whichever it has.
   bool raw = false;
   std::string output = "-";
 };
@@ -41,7 +42,10 @@ int run_stream(const StreamOptions& options) {
   CPDFXRefTable& table = doc.table();
   const std::string name = "object " + std::to_string(options.num);
   Freed<CPDFObj> obj;
-  table.get_entity(obj, {options.num, 0});
+  PDF_REF ref{0, 0};
+  if (!find_reference(doc, options.file, options.num, options.gen, ref))
+    return kExitFailed;
+  table.get_entity(obj, ref);
   const CPDFStreamRec* rec = obj.as_stream();
   if (rec == nullptr) {
     complain(options.file, name + " is no stream; `sheaf show` tells what it is");
@@ -71,6 +75,7 @@ const Registration kStream("stream", "Look", "The data of a stream", [](CLI::App
   add_file(command, options->file);
   add_password(command, options->password);
   command.add_option("NUM", options->num, "Object number")->required()->check(CLI::Range(1, INT32_MAX));
+  command.add_option("GEN", options->gen, "Generation")->check(CLI::Range(0, INT32_MAX));
   command.add_flag("--raw", options->raw, "As stored, the filters still on");
   command.add_option("-o,--output", options->output, "Write to this file");
   return [options] { return run_stream(*options); };

@@ -5,6 +5,7 @@
 #include "support/inputs.h"
 #include "support/progress.h"
 #include "support/safe_output.h"
+#include "support/signature_notes.h"
 #include "support/tool_support.h"
 
 namespace sheaf::tool {
@@ -60,6 +61,7 @@ int result_of(CPDFDoc& doc, const std::string& name) {
 
 // What is to be changed, made ready for the save.
 bool make_changes(CPDFDoc& doc, const UpdateOptions& options, const std::string& name) {
+  note_forbidden_change(doc, options.file);
   return apply_changes(doc, options.changes) && (!options.pdfa || ask_for_pdfa(doc, name, doc.is_encrypted()));
 }
 

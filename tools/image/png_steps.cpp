@@ -67,15 +67,29 @@ void png_close(PngInput& input) {
   png_destroy_read_struct(&input.png, &input.info, nullptr);
 }
 
-bool png_begin(PngOutput& output, CQVStream* out, std::uint32_t width, std::uint32_t height, int components, int bits) {
+bool png_begin(PngOutput& output, CQVStream* out, const PngLayout& layout) {
   output.png = png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, give_up, ignore);
   output.info = output.png != nullptr ? png_create_info_struct(output.png) : nullptr;
   if (output.info == nullptr || setjmp(png_jmpbuf(output.png)) != 0)
     return false;
   png_set_user_limits(output.png, PNG_UINT_31_MAX, PNG_UINT_31_MAX);
+  png_set_benign_errors(output.png, 1);
   png_set_write_fn(output.png, out, write_data, nullptr);
-  png_set_IHDR(output.png, output.info, width, height, bits, components == 1 ? PNG_COLOR_TYPE_GRAY : PNG_COLOR_TYPE_RGB,
-               PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
+  const int colour_type = layout.palette != nullptr ? PNG_COLOR_TYPE_PALETTE
+                          : layout.components == 1  ? PNG_COLOR_TYPE_GRAY
+                                                    : PNG_COLOR_TYPE_RGB;
+  png_set_IHDR(output.png, output.info, layout.width, layout.height, layout.bits, colour_type, PNG_INTERLACE_NONE,
+               PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
+  png_color colours[PNG_MAX_PALETTE_LENGTH];
+  for (int i = 0; layout.palette != nullptr && i < layout.palette_size; ++i)
+    colours[i] = {layout.palette[3 * i], layout.palette[3 * i + 1], layout.palette[3 * i + 2]};
+  if (layout.palette != nullptr)
+    png_set_PLTE(output.png, output.info, colours, layout.palette_size);
+  if (layout.profile != nullptr)
+    png_set_iCCP(output.png, output.info, "ICC profile", PNG_COMPRESSION_TYPE_BASE, layout.profile, layout.profile_len);
+  if (layout.dots_x > 0 && layout.dots_y > 0)
+    png_set_pHYs(output.png, output.info, static_cast<png_uint_32>(layout.dots_x * kInchesPerMetre + 0.5),
+                 static_cast<png_uint_32>(layout.dots_y * kInchesPerMetre + 0.5), PNG_RESOLUTION_METER);
   png_write_info(output.png, output.info);
   return true;
 }

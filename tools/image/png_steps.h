@@ -37,8 +37,22 @@ struct PngOutput {
   png_infop info;
 };
 
-/// Writes the header of a picture of `components` 1 or 3 and `bits` 8 or 16. False on failure.
-bool png_begin(PngOutput& output, CQVStream* out, std::uint32_t width, std::uint32_t height, int components, int bits);
+/// What the header of a picture says. Plain; value-initialise it.
+struct PngLayout {
+  std::uint32_t width;
+  std::uint32_t height;
+  int components;               ///< 1 or 3.
+  int bits;                     ///< A component: 1, 2, 4, 8 or 16; with three components 8 or 16.
+  const std::uint8_t* palette;  ///< Red, green and blue of each index, borrowed; null: samples are greys or colours.
+  int palette_size;             ///< Indexes.
+  const std::uint8_t* profile;  ///< An ICC profile, borrowed, or null.
+  std::uint32_t profile_len;
+  double dots_x;  ///< Dots an inch; 0: not told.
+  double dots_y;
+};
+
+/// Writes the header. A profile that libpng does not take is left out. False on failure.
+bool png_begin(PngOutput& output, CQVStream* out, const PngLayout& layout);
 bool png_put_row(PngOutput& output, const std::uint8_t* row);
 bool png_finish(PngOutput& output);
 void png_close(PngOutput& output);

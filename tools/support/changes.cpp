@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 
 #include <CLI/CLI.hpp>
+#include <cstdint>
 
 #include "support/inputs.h"
 #include "support/tool_support.h"
@@ -27,9 +28,18 @@ bool split_setting(const std::string& setting, std::string& key, std::string& te
   return false;
 }
 
-bool is_regular_file(const std::string& path) {
+// False, with a message, when the file cannot be attached.
+bool can_be_attached(const std::string& path) {
   struct stat info = {};
-  return stat(path.c_str(), &info) == 0 && S_ISREG(info.st_mode);
+  if (stat(path.c_str(), &info) != 0 || !S_ISREG(info.st_mode)) {
+    complain(path, "is no file that could be attached; check the path. Nothing was written");
+    return false;
+  }
+  if (info.st_size > INT32_MAX) {
+    complain(path, "has 2 GiB or more, which no stream of a document can hold. Nothing was written");
+    return false;
+  }
+  return true;
 }
 
 }  // namespace
@@ -67,12 +77,8 @@ bool check_changes(const ChangeOptions& changes) {
       return false;
   }
   for (const std::string& path : changes.attachments) {
-    if (!note_input(path))
+    if (!note_input(path) || !can_be_attached(path))
       return false;
-    if (!is_regular_file(path)) {
-      complain(path, "is no file that could be attached; check the path. Nothing was written");
-      return false;
-    }
   }
   return true;
 }
@@ -91,7 +97,8 @@ bool apply_changes(CPDFDoc& doc, const ChangeOptions& changes) {
   }
   for (const std::string& path : changes.attachments) {
     if (!doc.attach(path.c_str())) {
-      complain(path, "could not be attached");
+      complain(path, doc.table().file_too_large != 0 ? "has grown to 2 GiB or more; it cannot be attached"
+                                                     : "could not be attached");
       return false;
     }
   }

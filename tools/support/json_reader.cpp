@@ -1,3 +1,4 @@
+// A recursive descent with a limit on the depth.
 #include "support/json_reader.h"
 
 #include <algorithm>

@@ -23,6 +23,12 @@ int read_page(const std::string& text, int count) {
   return number >= 1 && page >= 1 && page <= count ? page : 0;
 }
 
+// Every second page from `first` on.
+void add_every_second(int first, int count, std::vector<std::int32_t>& pages) {
+  for (int page = first; page <= count; page += 2)
+    pages.push_back(page - 1);
+}
+
 }  // namespace
 
 bool read_page_ranges(const std::string& ranges, int count, std::vector<std::int32_t>& pages, std::string& trouble) {
@@ -30,9 +36,15 @@ bool read_page_ranges(const std::string& ranges, int count, std::vector<std::int
   while (at <= ranges.size()) {
     const std::size_t end = std::min(ranges.find(',', at), ranges.size());
     const std::string part = ranges.substr(at, end - at);
+    at = end + 1;
+    if (part == "odd" || part == "even") {
+      add_every_second(part == "odd" ? 1 : 2, count, pages);
+      continue;
+    }
     const std::size_t dash = part.find('-');
+    const bool is_open = dash != std::string::npos && dash + 1 == part.size();
     const int first = read_page(part.substr(0, dash), count);
-    const int last = dash == std::string::npos ? first : read_page(part.substr(dash + 1), count);
+    const int last = dash == std::string::npos ? first : is_open ? count : read_page(part.substr(dash + 1), count);
     if (first == 0 || last == 0) {
       trouble = part;
       return false;
@@ -42,7 +54,6 @@ bool read_page_ranges(const std::string& ranges, int count, std::vector<std::int
       if (page == last)
         break;
     }
-    at = end + 1;
   }
   return true;
 }

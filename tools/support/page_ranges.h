@@ -1,5 +1,6 @@
 // Page ranges of the command line: "1-5,8,r1,z-1". Pages count from 1; r1 is the last page, r2 the
-// one before; z is the last page too. A range from a higher to a lower page runs backwards.
+// one before; z is the last page too. A range from a higher to a lower page runs backwards; "3-" runs to
+// the last page; "odd" and "even" are every second page of the document.
 #pragma once
 
 #include <cstdint>

@@ -63,6 +63,14 @@ bool read_password_lines(const std::string& file, std::vector<std::string>& pass
   return read_lines_once(file, passwords);
 }
 
+bool fix_password(PasswordOptions& options) {
+  std::string password;
+  if (!read_password("", options, password))
+    return false;
+  options = {password, ""};
+  return true;
+}
+
 std::string password_trouble(const CPDFDoc& doc) {
   switch (doc.handler().outcome()) {
     case CPDFStandardSecHand::Outcome::kWrongPassword:
@@ -87,6 +95,9 @@ bool refuse(const CPDFDoc& doc, const std::string& file) {
     case PDF_OPEN::kEmpty:
       complain(file, "is empty; there is nothing to read");
       break;
+    case PDF_OPEN::kTooLarge:
+      complain(file, "has 4 GiB or more, and offsets are counted in 32 bits here; nothing was read or written");
+      break;
     default:
       complain(file, "no document catalogue with pages could be found, not by scanning either; is it a PDF?");
       break;
@@ -102,6 +113,24 @@ bool accept(const CPDFDoc& doc, const std::string& file, bool needs_password) {
 }
 
 }  // namespace
+
+bool find_reference(CPDFDoc& doc, const std::string& file, std::int32_t num, std::int32_t gen, PDF_REF& ref) {
+  ref = doc.reference_to(num);
+  if (gen < 0 || gen == ref.gen)
+    return true;
+  complain(file, "object " + std::to_string(num) + " has generation " + std::to_string(ref.gen) + ", not " +
+                     std::to_string(gen));
+  return false;
+}
+
+void put_repairs(JsonWriter& json, CPDFDoc& doc) {
+  json.key("repairs").begin_array();
+  for (const PDF_DOC_REPAIR& repair : doc.repairs()) {
+    json.begin_object().key("code").text(repair.code).key("object").number(repair.num);
+    json.key("offset").number(repair.offset).key("action").text(repair.action).end_object();
+  }
+  json.end_array();
+}
 
 bool open_document(CPDFDoc& doc, const std::string& file, const PasswordOptions& options, bool needs_password) {
   std::string password;

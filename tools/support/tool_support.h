@@ -7,10 +7,15 @@
 
 #include "sheaf/document/doc.h"
 #include "support/exit_codes.h"
+#include "support/json_writer.h"
 #include "support/messages.h"
 #include "support/password_options.h"
 
 namespace sheaf::tool {
+
+/// Reads the password now, so that it can be used for several documents. False, with a message, when its
+/// file cannot be read.
+bool fix_password(PasswordOptions& options);
 
 /// Opens `file` and says so when that fails. False: the command ends with kExitFailed. With
 /// `needs_password` false an encrypted document that waits for its password counts as open.
@@ -22,6 +27,13 @@ bool read_password_lines(const std::string& file, std::vector<std::string>& pass
 /// Opens `path` for reading and writing; messages name `shown_name`.
 bool open_document_for_update(CPDFDoc& doc, const std::string& path, const std::string& shown_name,
                               const PasswordOptions& password);
+
+/// The reference to object `num`. False, with a message, when its generation is not `gen`; -1 asks for
+/// none.
+bool find_reference(CPDFDoc& doc, const std::string& file, std::int32_t num, std::int32_t gen, PDF_REF& ref);
+
+/// What was healed, as the member "repairs": code, object, offset, action.
+void put_repairs(JsonWriter& json, CPDFDoc& doc);
 
 /// Why an encrypted document cannot be read.
 std::string password_trouble(const CPDFDoc& doc);

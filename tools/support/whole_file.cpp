@@ -1,3 +1,4 @@
+// Keeps the encryption, and the identifier but for its second half, which names this version.
 #include "support/whole_file.h"
 
 #include "sheaf/base/scope_guard.h"

@@ -269,7 +269,9 @@ int add_text_pages(CPDFDoc& doc, const TextOptions& options) {
   if (!fonts.open())
     return kExitFailed;
   PageSetter pages(doc, fonts, options);
-  if (!set_text(fonts, pages, text, options, trouble)) {
+  const bool done = set_text(fonts, pages, text, options, trouble);
+  fonts.report_refused();
+  if (!done) {
     complain(options.file, "could not be set into pages");
     return kExitFailed;
   }

@@ -1,14 +1,11 @@
-// The fonts of a text, in the order in which they are asked for a glyph. A font becomes part of the
-// document only when a character needs it.
+// The fonts of a text: those that the options name, else common ones of the system.
 #pragma once
 
 #include <string>
-#include <vector>
 
+#include "sheaf/document/fonts/system_fonts.h"
 #include "sheaf/neighbours/fonts/programs/font_type0.h"
 #include "text/new_text.h"
-
-class CQVFTFont;
 
 namespace sheaf::tool {
 
@@ -22,23 +19,16 @@ public:
   int find(wchar_t character);
   /// The first font, in the document from then on; -1 when it cannot be used.
   int first();
-  CPDFFontType0& font(int index) { return *entries_[static_cast<std::size_t>(index)].font; }
+  CPDFFontType0& font(int found) { return *fonts_.font(found); }
   /// Fonts of which some glyph has been asked for are named F1, F2 ... in the resources.
-  void put_resources(CPDFDictionary& fonts) const;
-  static std::string resource_name(int index) { return "F" + std::to_string(index + 1); }
+  void put_resources(CPDFDictionary& fonts);
+  static std::string resource_name(int found) { return "F" + std::to_string(SystemFonts::index_of(found) + 1); }
+  /// Prints a message about each font that could not be embedded.
+  void report_refused();
 
 private:
-  struct Entry {
-    std::string name;
-    CQVFTFont* face;      // shared, to look for characters; the table's cache gives it back
-    CPDFFontType0* font;  // null until it is needed
-    bool refused;
-  };
-  bool need(Entry& entry);
-
-  CPDFXRefTable& table_;
   const TextOptions& options_;
-  std::vector<Entry> entries_;
+  SystemFonts fonts_;
 };
 
 }  // namespace sheaf::tool

@@ -35,6 +35,11 @@ public:
 
   /// Logical origin of the stream inside its storage, in bytes.
   long long base_offset = 0;
+
+  /// For readers of PDF syntax: the bytes that strings without an end have run over so far, and
+  /// whether these are so many that strings of this file end with their object.
+  long long unclosed_bytes = 0;
+  bool has_unclosed_strings = false;
 };
 
 /// A growing buffer of the QVAlloc family that the stream owns. Positions are unsigned 32 bits.

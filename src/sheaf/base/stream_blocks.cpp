@@ -30,7 +30,7 @@ bool CQVStreamBlocks::Open(const char* path) {
     Close();
     return false;
   }
-  len_ = static_cast<std::uint32_t>(info.st_size);
+  len_ = info.st_size;
   std::fill(starts_, starts_ + kSlots, -1);
   return true;
 }

@@ -11,8 +11,8 @@ public:
   ~CQVStreamBlocks() override;
   /// Opens `path`. False when that fails, or when there is no memory for the blocks.
   bool Open(const char* path);
-  /// The low 32 bits of the file's length at opening, as for CQVStreamFile.
-  long long GetLen() const override { return static_cast<long long>(len_) - base_offset; }
+  /// The file's length at opening.
+  long long GetLen() const override { return len_ - base_offset; }
   long long GetPos() const override { return pos_ - base_offset; }
   int SetPos(STR_SEEK whence, long long offset) override;
   unsigned int Read(void* dst, unsigned int size) override;
@@ -27,7 +27,7 @@ private:
   unsigned read_direct(std::uint8_t* dst, unsigned size);
 
   int handle_ = -1;
-  std::uint32_t len_ = 0;
+  long long len_ = 0;
   long long pos_ = 0;
   std::uint8_t* blocks_ = nullptr;  // kSlots blocks; a block's slot follows from its place
   long long starts_[kSlots];        // where each slot's block begins, -1 for none

@@ -1,3 +1,4 @@
+// Compares size, time and identity of the file with those kept, each time before it writes.
 #include "sheaf/base/stream_update.h"
 
 #include <sys/stat.h>
@@ -62,14 +63,11 @@ bool CQVStreamUpdate::is_untouched() {
 }
 
 bool CQVStreamUpdate::cut_to(long long size) {
-  if (file == nullptr)
+  if (!is_untouched())
     return false;
-  const bool was_untouched = is_untouched();
-  std::fflush(file);
   const bool done = ftruncate(fileno(file), size) == 0;
   std::rewind(file);
-  if (was_untouched)
-    read_state(left_);
+  read_state(left_);
   return done;
 }
 

@@ -16,7 +16,8 @@ public:
   /// Whether the file is still what this stream left: the same one under its path, of that length
   /// and time of change. Bytes written through this stream count as its own.
   bool is_untouched();
-  /// Cuts the file to `size` bytes, counted from its first one. False when the system refuses.
+  /// Cuts the file to `size` bytes, counted from its first one. False when it is not untouched, or when
+  /// the system refuses.
   bool cut_to(long long size);
   /// Brings the file's bytes to the disk. False when the system refuses.
   bool sync();

@@ -91,6 +91,8 @@ private:
   }
 
   void open(CPDFObj& value, std::int32_t num) {
+    if (table_.export_depth > 0 && frames_.size() >= static_cast<std::size_t>(table_.export_depth))
+      return;
     Frame frame{};
     frame.from_array = value.as_array();
     frame.from_dict = value.as_dict();
@@ -160,7 +162,8 @@ void take_rich_text(CPDFXRefTable& table, CPDFDictionary& dict) {
     return;
   const std::unique_ptr<CPDFStream> decoder(table.make_stream(text.as_stream()));
   int len = 0;
-  const HeapBlock<std::uint8_t> bytes(decoder != nullptr ? decoder->buffer_load(kMostRichText, len) : nullptr);
+  const HeapBlock<std::uint8_t> bytes(decoder != nullptr ? decoder->buffer_load(decoder->most_text(kMostRichText), len)
+                                                         : nullptr);
   dict.set_item_str("RC", reinterpret_cast<const char*>(bytes.get()), bytes ? len : 0);
 }
 

@@ -23,7 +23,7 @@ struct CopiedObject {
   }
 };
 
-/// `Policy` says what a copy is, by five operations:
+/// `Policy` says what a copy is, by six operations:
 ///   bool settled(PDF_REF& source, bool from_item, PDF_REF& result)
 ///       true with the result when `source` need not be copied; may put another source in its place
 ///   bool begin(const PDF_REF& source, CopiedObject& object)
@@ -32,6 +32,8 @@ struct CopiedObject {
 ///       stores the copy, and takes over what the object owns
 ///   std::int32_t first_item(const CPDFArray& array)
 ///       where the walk of an array begins
+///   bool fails_on_null_reference()
+///       whether a reference to object 0 makes the copy of what holds it fail
 template <class Policy>
 class CopyStack {
 public:
@@ -124,9 +126,12 @@ private:
 
   void visit(CPDFObj& item) {
     PDF_REF result{0, 0};
-    if (item.as_ref().num == 0)
-      leave(false);
-    else if (enter(item.as_ref(), true, result))
+    if (item.as_ref().num == 0) {
+      if (policy_.fails_on_null_reference())
+        leave(false);
+      return;
+    }
+    if (enter(item.as_ref(), true, result))
       item.set_ref(result);
   }
 

@@ -54,7 +54,7 @@ public:
     const CPDFStreamRec* rec = object.obj.as_stream();
     if (rec == nullptr)
       return true;
-    if (!read_stored_bytes(table_, *rec, EmptyLength::kBlock, object.data, object.len))
+    if (!read_stored_bytes(table_, *rec, object.data, object.len))
       return false;
     const auto size = static_cast<std::uint64_t>(object.len);
     bytes_left_ -= std::min(size, bytes_left_);
@@ -76,6 +76,7 @@ public:
   }
 
   std::int32_t first_item(const CPDFArray&) const { return 0; }
+  bool fails_on_null_reference() const { return true; }
 
 private:
   CPDFXRefTable& table_;

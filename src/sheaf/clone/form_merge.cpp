@@ -67,8 +67,9 @@ int CPDFXRefTable::clone_acro_form(CPDFXRefTable* src, CPDFMergeContext* ctx) {
     return 1;
   // Lenient: a form that is a direct value of the catalogue is not copied.
   const CPDFObj* form = source_root.as_dict()->get_item(CPDFDictionary::sm_tag_acro_form);
-  if (form != nullptr && form->tag == kTagRef)
-    own->set_item_ref(CPDFDictionary::sm_tag_acro_form, clone_obj(src, ctx, form->as_ref()));
+  if (form == nullptr || form->tag != kTagRef)
+    return 1;
+  own->set_item_ref(CPDFDictionary::sm_tag_acro_form, clone_obj(src, ctx, form->as_ref()));
   if (root.as_ref().num != 0)
     store_object(root.as_ref(), own_root);
   return 1;

@@ -4,6 +4,7 @@
 #include <new>
 
 #include "sheaf/clone/copy_stack_internal.h"
+#include "sheaf/clone/import_context.h"
 #include "sheaf/clone/stored_bytes_internal.h"
 #include "sheaf/object/destination.h"
 
@@ -14,7 +15,7 @@ namespace {
 class CopyAcross {
 public:
   CopyAcross(CPDFXRefTable& table, CPDFXRefTable* source, CPDFMergeContext* context)
-      : table_(table), source_(source), context_(context) {}
+      : table_(table), source_(source), context_(static_cast<ImportContext*>(context)) {}
 
   // Null references, and numbers that the source's table did not have, have no copy.
   bool settled(const PDF_REF& source, bool, PDF_REF& result) const {
@@ -29,7 +30,9 @@ public:
     object.ref = {reserve(source.num), 0};
     source_->get_entity(object.obj, source);
     const CPDFStreamRec* rec = object.obj.as_stream();
-    return rec == nullptr || read_stored_bytes(*source_, *rec, EmptyLength::kNone, object.data, object.len);
+    const bool good = rec == nullptr || read_stored_bytes(*source_, *rec, object.data, object.len);
+    context_->lost += good ? 0 : 1;
+    return good;
   }
 
   void finish(CopiedObject& object) {
@@ -51,6 +54,8 @@ public:
     return 1;
   }
 
+  bool fails_on_null_reference() const { return context_ == nullptr || !context_->keeps_null_references; }
+
 private:
   bool is_mapped(std::int32_t num) const {
     return context_ != nullptr && static_cast<std::uint32_t>(num) < context_->map_size;
@@ -63,7 +68,7 @@ private:
 
   CPDFXRefTable& table_;
   CPDFXRefTable* source_;
-  CPDFMergeContext* context_;
+  ImportContext* context_;
 };
 
 }  // namespace
@@ -71,7 +76,7 @@ private:
 CPDFMergeContext* CPDFXRefTable::import_start(CPDFDoc* doc, CPDFXRefTable* src) {
   if (doc == nullptr || src == nullptr)
     return nullptr;
-  auto* context = new (std::nothrow) CPDFMergeContext{doc, nullptr, 0};
+  auto* context = new (std::nothrow) ImportContext{{doc, nullptr, 0}};
   if (context == nullptr)
     return nullptr;
   // The map never grows, so the source's sections are all read before it is made.
@@ -85,7 +90,7 @@ void CPDFXRefTable::import_end(CPDFMergeContext* ctx) {
   if (ctx == nullptr)
     return;
   QVFree(ctx->map);
-  delete ctx;
+  delete static_cast<ImportContext*>(ctx);
 }
 
 PDF_REF CPDFXRefTable::clone_obj(CPDFXRefTable* src, CPDFMergeContext* ctx, const PDF_REF& ref) {

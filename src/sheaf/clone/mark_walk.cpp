@@ -62,8 +62,8 @@ private:
   void sort_by_place() {
     const auto place = [this](std::int32_t num) {
       const PDF_XREF& entry = *table_.entry(num);
-      const PDF_XREF* const container = entry.is_compressed() ? table_.entry(entry.offset) : nullptr;
-      return container != nullptr ? container->offset : entry.offset;
+      const bool has_container = entry.is_compressed() && entry.offset < table_.xref_count;
+      return has_container ? table_.objstm_place(entry.offset) : entry.offset;
     };
     const auto in_front = [place](std::int32_t a, std::int32_t b) { return place(a) < place(b); };
     if (!std::is_sorted(wave_.begin(), wave_.end(), in_front))

@@ -44,8 +44,12 @@ bool open_map(CPDFCloneMap& map, const CPDFXRefTable& table) {
 }
 
 void adopt_map(CPDFCloneMap& map, const CPDFXRefTable& table) {
-  if (map.entries != nullptr && map.capacity == 0)
-    map.capacity = std::min(table.xref_count, static_cast<std::uint32_t>(std::max(map.count, 0)));
+  // The block has a word for each entry that the table had when it was made. The table may have grown
+  // since; the count says no more than to which multiple that number was rounded up.
+  if (map.entries != nullptr && map.capacity == 0) {
+    const auto least = static_cast<std::uint32_t>(std::max(map.count - static_cast<std::int32_t>(kStep - 1), 0));
+    map.capacity = std::min(table.xref_count, least);
+  }
 }
 
 bool map_lookup(const CPDFCloneMap& map, std::int32_t num, std::uint32_t& value) {

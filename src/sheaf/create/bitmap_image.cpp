@@ -12,20 +12,15 @@ using namespace sheaf;
 
 namespace {
 
-constexpr std::int32_t kPixelBytes = 4;
 constexpr std::int32_t kColourBytes = 3;
 
-// Rows must not run into one another, and all samples together must stay within 31 bits.
+// All samples together must stay within 31 bits. Rows may run into one another: a stride of 0 repeats one.
 bool is_usable(const CQVBmp32* bmp) {
   if (bmp == nullptr || bmp->width < 1 || bmp->height < 1 || bmp->pixels == nullptr)
     return false;
   std::int32_t pixels = 0;
   std::int32_t bytes = 0;
-  if (!checked_mul(bmp->width, bmp->height, pixels) || !checked_mul(pixels, kColourBytes, bytes))
-    return false;
-  const std::int64_t row = std::int64_t{bmp->width} * kPixelBytes;
-  const std::int64_t step = bmp->stride < 0 ? -std::int64_t{bmp->stride} : bmp->stride;
-  return bmp->height == 1 || step >= row;
+  return checked_mul(bmp->width, bmp->height, pixels) && checked_mul(pixels, kColourBytes, bytes);
 }
 
 // The samples of all rows without gaps, `bytes` of them a pixel, compressed. Null without memory.

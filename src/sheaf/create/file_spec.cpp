@@ -1,4 +1,8 @@
 // Embedded files and their file specifications (ISO 32000-1, 7.11).
+#include <sys/stat.h>
+
+#include <cstdint>
+#include <cstdio>
 #include <cstring>
 
 #include "sheaf/base/heap.h"
@@ -23,15 +27,24 @@ const char* base_name(const char* path) {
   return start;
 }
 
-// Embeds the bytes of the file. Number 0 when it cannot be opened; no number is used up then.
+// Embeds the bytes of the file. Number 0, with none used up, when it cannot be opened or is too large.
 PDF_REF embed_file(CPDFXRefTable& table, const char* path) {
   CQVStreamFile file;
   file.Open(path);
-  if (file.file == nullptr)
+  struct stat info = {};
+  table.file_too_large = 0;
+  if (file.file == nullptr || fstat(fileno(file.file), &info) != 0)
     return {0, 0};
+  if (S_ISREG(info.st_mode) && info.st_size > INT32_MAX) {
+    table.file_too_large = 1;
+    return {0, 0};
+  }
   const PDF_REF ref{table.alloc_obj_num(), 0};
   CPDFStreamRec rec;
-  table.write_stream(ref, &rec, &file);
+  if (S_ISREG(info.st_mode))
+    table.write_stream(ref, &rec, &file);
+  else
+    table.write_stream(ref, &rec, "", 0);  // a folder: what its length says counts no bytes
   file.Close();
   table.store_stream(ref, rec);
   return ref;

@@ -15,6 +15,7 @@
 #include <cstdint>
 
 #include "sheaf/base/grow_array.h"
+#include "sheaf/base/number_map.h"
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/base/stream.h"
 #include "sheaf/base/stream_blocks.h"
@@ -25,7 +26,8 @@
 
 namespace sheaf {
 class DeepRecovery;
-}
+class ObjectRescue;
+}  // namespace sheaf
 
 /// How a document came open, or why it did not.
 enum class PDF_OPEN : std::int32_t {
@@ -37,6 +39,7 @@ enum class PDF_OPEN : std::int32_t {
   kEmpty,      ///< The file has no bytes.
   kDamaged,    ///< No catalogue with pages could be found.
   kNoMemory,
+  kTooLarge,  ///< 4 GiB or more: offsets have 32 bits.
 };
 
 /// How an update section ends.
@@ -99,7 +102,8 @@ public:
   /// Opens a file for reading. True when pages can be asked for, or when the document is encrypted
   /// and waits for a password.
   bool open(const char* path);
-  /// The same over a stream that the caller keeps open until `close`.
+  /// The same over a stream that the caller keeps open until `close`. The document begins at the
+  /// stream's `base_offset`, which changes while it is open and is put back by `close`.
   bool open(CQVStream* stream);
   /// Opens a file for reading and writing, so that `save_update` can go behind its end.
   bool open_for_update(const char* path);
@@ -140,9 +144,21 @@ public:
   bool has_pages_as_told() const { return believed_; }
   /// Reads page `index` with what it inherits. False when there is none.
   bool load_page(int index, CPDFPage& page);
+  /// The same without resources that stand directly in a node above: `page.inherited` names the node,
+  /// so that who copies many pages copies those resources once.
+  bool load_page_alone(int index, CPDFPage& page);
+  /// Whether `page` has no resources of its own, but a node above it holds some directly.
+  bool inherits_direct_resources(const CPDFPage& page);
+  /// The resources that stand directly in the node `holder`, as PDF_INHERITED names it. Null for none.
+  void read_direct_resources(CPDFObj& resources, std::int32_t holder);
+  /// Whether a value is absent: no item, a null, or a reference to nothing.
+  bool is_absent(const CPDFObj* item);
+  /// A page that is listed more often than this, all copies of all pages counted, is listed as the
+  /// object that it is: a copy each would take memory out of all proportion to the file.
+  static constexpr std::int32_t kMostPageCopies = 1 << 14;
 
   /// Puts a page object of this document in front of page `index`, or behind the last page. The page
-  /// tree follows with the next save. False when there is no such place.
+  /// tree follows with the next save. False when there is no such place, or when `page` is no page.
   bool insert_page(int index, const PDF_REF& page);
   /// Takes page `index` off the list; its object stays.
   bool remove_page(int index);
@@ -159,7 +175,8 @@ public:
   /// Sets a text of the document information ("Title", "Author" ...) and the date of change; a packet of
   /// metadata follows with the next save. The change waits for a save.
   bool set_info(const char* key, const char* utf8);
-  /// Embeds a file and lists it among the document's embedded files under its base name.
+  /// Embeds a file of less than 2 GiB and lists it among the document's embedded files under its base
+  /// name. False when that fails; `table().file_too_large` is then not 0 if the file's size is why.
   bool attach(const char* path);
 
   /// Whether plain saves go over one another, as they do unless asked otherwise. With kAppend the plain
@@ -201,6 +218,14 @@ public:
   /// Whether the hints of the open document give the same pages as its page tree.
   bool hints_hold();
 
+  /// The reference to object `num`, with the generation that its entry or its header bears.
+  PDF_REF reference_to(std::int32_t num);
+  /// Whether the table can lead to object `num`: false when it has an entry behind which the object is
+  /// not there. An object without an entry, or with that of a free one, is no loss.
+  bool can_reach(std::int32_t num);
+  /// Whether the document counts as encrypted, but nobody can say how: it is read as it is stored.
+  bool has_lost_encryption() const { return is_encrypted() && table_.sec_filter[0] == 0; }
+
   /// What had to be healed, in the order in which it was met. Borrowed; valid until `close`.
   const sheaf::GrowArray<PDF_DOC_REPAIR>& repairs();
 
@@ -224,14 +249,19 @@ private:
     bool is_cut = false;
   };
 
+  bool is_too_large() const;
   bool open_stream();
   void reset_table();
+  void begin_at(long long base);
   void find_header();
   bool find_startxref(StartMark& mark);
   void read_start_mark(StartMark& mark);
   std::uint32_t adjust_section_offset(std::uint32_t offset);
   bool is_section_at(std::uint32_t offset);
+  void look_behind(const StartMark& mark);
+  void tell_of_missing_bytes();
   bool try_sections();
+  bool try_section_before(const StartMark& mark);
   bool try_linearized();
   bool try_rebuild();
   bool try_deep_recovery();
@@ -260,7 +290,13 @@ private:
   bool store_metadata();
 
   void detach_from_old_sections();
+  void store_last_object(std::uint32_t num);
+  bool give_trailer_values_numbers();
+  bool reach_last_number();
   void free_members_of_lost_streams();
+  bool comes_along(std::uint32_t num);
+  void read_all_sections();
+  void drop_unknown_crypt_filters(const CPDFEncrypt* enc);
   bool begins_at_its_place(std::uint32_t num);
   void add_repair(const char* code, std::int32_t num, std::uint32_t offset, const char* action);
 
@@ -270,6 +306,8 @@ private:
   bool is_leaf(const CPDFDictionary& dict, CPDFObj& kids);
   void list_pages(bool believing);
   bool walk_pages(bool believing);
+  bool take_direct_kid(CPDFObj& kid, const PDF_REF& node);
+  void store_kids(const PDF_REF& node, const CPDFObj& kids);
   bool counts_kids_as_pages(const CPDFDictionary& node, const CPDFArray& kids);
   bool is_page(const CPDFDictionary& dict);
   bool misses_pages();
@@ -277,22 +315,28 @@ private:
   int count_by_nodes();
   void take_inherited(const CPDFDictionary& dict, PDF_INHERITED& values);
 
-  bool take_direct_resources(CPDFDictionary& dict);
-  bool find_direct_resources(const CPDFObj* above);
   void forget_resources();
+  std::int32_t add_node(const CPDFDictionary& dict, const PDF_REF& ref, std::int32_t parent);
+  std::int32_t node_above(const CPDFDictionary& page);
 
   // page_edit.cpp
   int edit_pages();
   bool detach_page(int index, bool listed_before);
+  PDF_REF share_direct_resources(std::int32_t holder);
+  void keep_resources_of(std::int32_t top);
 
   // deep_recovery.cpp
   friend class sheaf::DeepRecovery;
+  friend class sheaf::ObjectRescue;
+  void tell_of_missing(std::int32_t num);
 
   CPDFXRefTable table_;
   CPDFStandardSecHand handler_;
   CQVStreamBlocks blocks_;  // a document opened for reading
   CQVStreamUpdate file_;    // a document opened for update
   CQVStream* stream_ = nullptr;
+  long long storage_base_ = 0;             // where the document begins in the stream's storage
+  sheaf::ObjectRescue* rescue_ = nullptr;  // owned; null without memory
   PDF_OPEN status_ = PDF_OPEN::kClosed;
   bool linearized_ = false;
   bool authorised_ = false;
@@ -300,14 +344,19 @@ private:
   bool pages_incomplete_ = false;  // there was no memory for all of them
   char version_[8]{};
   long long file_size_ = 0;
+  std::uint32_t stated_section_ = 0;  // where the end of the file says that the newest section begins
+  std::uint32_t stated_length_ = 0;   // "L" of the linearization
   long long header_offset_ = 0;
   bool walked_ = false;
   bool believed_ = false;  // the list is what the nodes tell
   int quick_count_ = -1;   // by the nodes' counts; -1 unknown or contradictory
   sheaf::GrowArray<PageEntry> pages_;
   sheaf::GrowArray<PDF_INHERITED> nodes_;
+  sheaf::NumberMap node_by_number_;    // index into nodes_ plus one, by object number
+  sheaf::NumberMap node_of_removed_;   // the same, by the number of a page that was taken off the list
+  sheaf::NumberMap shared_resources_;  // the object with a node's direct resources, by the node's number
   sheaf::Freed<CPDFObj> direct_resources_;
-  std::int32_t resources_from_ = 0;  // the parent whose pages get them
+  std::int32_t resources_from_ = 0;  // the node that holds them
   sheaf::GrowArray<PDF_DOC_REPAIR> repairs_;
   std::uint32_t table_repairs_told_ = 0;
 

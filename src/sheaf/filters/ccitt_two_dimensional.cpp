@@ -240,8 +240,7 @@ int CPDFStreamFAX::two_dimensional_line(unsigned char* dst) {
   line.store();
   if (IsT6)
     align_to_byte();
-  if (!IsT6 || line.index <= columns)
-    line.put(line.a0);
+  line.put(line.a0);  // always: a line that changes at every pixel and begins black has columns + 1 changes
   change_count = line.index;
   return 1;
 }

@@ -2,7 +2,6 @@
 // filter. Only the last decoder stays live; those in front of it are run to their end one after
 // the other.
 #include <algorithm>
-#include <cstring>
 #include <memory>
 #include <new>
 
@@ -10,7 +9,6 @@
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/filters/decode_parms.h"
 #include "sheaf/filters/stream_filter.h"
-#include "sheaf/object/sec_hand.h"
 #include "sheaf/xref/xref_table.h"
 
 using namespace sheaf;
@@ -28,51 +26,6 @@ constexpr std::int32_t kMostNestedStreams = 4;
 constexpr std::int64_t kMostChainWork = 8 * kMostStageBytes;
 constexpr std::int64_t kNestedStreamWork = 0x800000;  // what its reader may take from a nested stream
 constexpr int kLeastStageWork = 64 * 1024;
-
-// A block of `len` bytes from `offset`. What the source lacks behind its own end is zeros, as far
-// as it is no more than the source could hold: a length of gigabytes in a small file is cut.
-unsigned char* read_known(CQVStream* source, std::uint32_t offset, int& len) {
-  constexpr int kMostMissing = 64 * 1024;
-  if (len > kMostMissing) {  // the length of a file costs two seeks, which short streams are spared
-    const long long available = std::max(source->GetLen() - static_cast<long long>(offset), 0LL);
-    len = static_cast<int>(std::min<long long>(len, available + kMostMissing));
-  }
-  auto* block = static_cast<unsigned char*>(QVAlloc(static_cast<std::size_t>(len) + 1));
-  if (block == nullptr)
-    return nullptr;
-  source->SetPos(CQVStream::STR_SEEK_SET, offset);
-  const auto wanted = static_cast<unsigned>(len);
-  const unsigned got = std::min(source->Read(block, wanted), wanted);
-  std::memset(block + got, 0, wanted - got + 1);
-  return block;
-}
-
-// The raw data of a record whose length is not known: by the dictionary, or by searching the end.
-unsigned char* read_unknown(CPDFXRefTable& table, const CPDFStreamRec& rec, int& len) {
-  Freed<CPDFObj> stated;
-  table.resolve(stated, rec.dict.get_item(CPDFDictionary::sm_tag_length));
-  if (stated.tag == kTagInt) {
-    len = stated.as_int();
-    return len < 1 ? nullptr : read_known(rec.source, rec.offset, len);
-  }
-  rec.source->SetPos(CQVStream::STR_SEEK_SET, rec.offset);
-  return reinterpret_cast<unsigned char*>(CPDFXRefTable::read_stream_raw_data(rec.source, len));
-}
-
-unsigned char* decrypt(CPDFSecHand& hand, const PDF_REF& ref, unsigned char* raw, int& len) {
-  const HeapBlock<unsigned char> held(raw);
-  const int size = hand.get_dec_size(len);
-  if (size < 0)
-    return nullptr;
-  auto* plain = static_cast<unsigned char*>(QVAlloc(static_cast<std::size_t>(size) + 1));
-  if (plain == nullptr)
-    return nullptr;
-  int plain_len = 0;
-  hand.decrypt_data(ref.num, ref.gen, raw, len, plain, &plain_len);
-  len = std::clamp(plain_len, 0, size);
-  plain[len] = 0;
-  return plain;
-}
 
 CPDFStream* plain_stream(unsigned char* data, int len) {
   auto* stream = new (std::nothrow) CPDFStream(data, len);
@@ -164,21 +117,6 @@ private:
 };
 
 }  // namespace
-
-unsigned char* CPDFXRefTable::load_raw_data(const CPDFStreamRec* rec, int& len) {
-  len = 0;
-  if (rec == nullptr || rec->source == nullptr || rec->length < 0)
-    return nullptr;
-  len = rec->length;
-  unsigned char* block = len != 0 ? read_known(rec->source, rec->offset, len) : read_unknown(*this, *rec, len);
-  if (block == nullptr || len < 1) {
-    QVFree(block);
-    return nullptr;
-  }
-  if (rec->plain == 0 && sec_filter[0] != 0 && sec_hand != nullptr)
-    return decrypt(*sec_hand, rec->ref, block, len);
-  return block;
-}
 
 CPDFStream* CPDFXRefTable::make_stream(const CPDFStreamRec* rec) {
   if (stream_depth >= kMostNestedStreams || (stream_depth > 0 && chain_work > kMostChainWork))

@@ -48,6 +48,8 @@ int CPDFStreamFlate::open(unsigned int predictor_kind, unsigned int columns, uns
   zstream.avail_in = static_cast<uInt>(std::max(left, 0));
   zstream.next_out = out_buf;
   zstream.avail_out = kOutSize;
+  if (predictor_kind != 1 && predictor == nullptr)
+    left = 0;  // rows with the predictor still on are no data
   return result;
 }
 
@@ -85,6 +87,25 @@ int CPDFStreamFlate::inflate_pieces(std::uint8_t* dst, int size) {
     zstream.avail_out += behind;
   }
   return wanted - static_cast<int>(zstream.avail_out);
+}
+
+bool CPDFStreamFlate::reached_end() {
+  // Further bytes are a false checksum at the end of the data, and something else everywhere before it.
+  unsigned char more[8] = {};
+  std::uint8_t unused[16];
+  const auto go_on = [&] {
+    zstream.next_out = unused;
+    zstream.avail_out = sizeof(unused);
+    return inflate(&zstream, Z_SYNC_FLUSH);
+  };
+  int result = go_on();
+  if (result == Z_BUF_ERROR || result == Z_OK) {
+    zstream.next_in = more;
+    zstream.avail_in = sizeof(more);
+    result = go_on();
+    zstream.avail_in = 0;
+  }
+  return result == Z_STREAM_END || (zstream.msg != nullptr && std::strcmp(zstream.msg, "incorrect data check") == 0);
 }
 
 int CPDFStreamFlate::get_char2() {

@@ -49,6 +49,10 @@ public:
   /// silently, at the step that would pass `max_len`. Null when there is no memory.
   /// The caller owns the result and releases it with QVFree.
   std::uint8_t* buffer_load(int max_len, int& len);
+
+  /// The `max_len` for draining what is no picture: `most`, but little for the decoders of images,
+  /// some of which go on with blank rows for ever.
+  int most_text(int most) const;
 };
 
 /// Base of the two decoders whose output a predictor can post-process.

@@ -15,6 +15,7 @@
 #include "sheaf/object/object.h"
 #include "sheaf/object/print_buffer_internal.h"
 #include "sheaf/object/scalar_print_internal.h"
+#include "sheaf/object/stored_bytes.h"
 #include "sheaf/object/stream_rec.h"
 #include "sheaf/object/work_stack_internal.h"
 
@@ -44,7 +45,7 @@ private:
   void print_stream(const CPDFStreamRec& rec);
   void print_stream_dict(const CPDFDictionary& dict, std::int32_t length);
   void print_key_and_value(const char* key, const CPDFObj& value, bool in_clear);
-  void copy_body(const CPDFStreamRec& rec, std::int32_t length, bool encrypts);
+  void copy_body(const StoredBytes& body, CPDFEncrypt* enc);
 
   CQVStream* target_;
   PrintBuffer out_;
@@ -169,37 +170,30 @@ void ObjectPrinter::print_stream_dict(const CPDFDictionary& dict, std::int32_t l
   out_.text(">>");
 }
 
-// How many bytes of body there really are: never more than the source has behind `offset`.
-std::int32_t body_length(const CPDFStreamRec& rec) {
-  if (rec.source == nullptr || rec.length < 0)
-    return 0;
-  const CPDFObj* stated = rec.dict.get_item(CPDFDictionary::sm_tag_length);
-  const std::int32_t wanted = rec.length != 0 || stated == nullptr ? rec.length : stated->as_int();
-  const long long available = rec.source->GetLen() - static_cast<long long>(rec.offset);
-  return static_cast<std::int32_t>(std::clamp<long long>(wanted, 0, std::max(available, 0LL)));
-}
-
 void ObjectPrinter::print_stream(const CPDFStreamRec& rec) {
   const bool encrypts = para_.encrypt != nullptr && para_.encrypt->encrypts_stream(para_.obj_num, para_.gen, &rec.dict);
-  const std::int32_t length = body_length(rec);
-  print_stream_dict(rec.dict, encrypts ? para_.encrypt->get_stream_size(length) : length);
+  StoredBytes body;
+  if (body.find(rec, rec.source, rec.dict.get_item(CPDFDictionary::sm_tag_length), NoLength::kEmpty))
+    body.cut_to_source();
+  else
+    body.clear();
+  print_stream_dict(rec.dict, encrypts ? para_.encrypt->get_stream_size(body.size()) : body.size());
   out_.text("\nstream\n");
   out_.flush();
-  copy_body(rec, length, encrypts);
+  copy_body(body, encrypts ? para_.encrypt : nullptr);
   out_.text("\nendstream");
 }
 
-// Copies the body in blocks. `source` may be the stream that is printed to: both positions are then
-// set anew for each block.
-void ObjectPrinter::copy_body(const CPDFStreamRec& rec, std::int32_t length, bool encrypts) {
+// Copies the body in blocks. Its source may be the stream that is printed to, or one that this in turn
+// writes to: the position of the source is set for each block, and that of the target where it moved.
+void ObjectPrinter::copy_body(const StoredBytes& body, CPDFEncrypt* enc) {
   constexpr unsigned kBlock = 16 * 1024;
   constexpr unsigned kLargeBlock = 256 * 1024;
   constexpr unsigned kLargeCipherBlock = 128 * 1024;  // there are two of them
   constexpr unsigned kCipherSpare = 32;
   unsigned char small_block[kBlock];
   unsigned char small_coded[kBlock + kCipherSpare];
-  const bool shared = rec.source == target_;
-  CPDFEncrypt* const enc = encrypts ? para_.encrypt : nullptr;
+  const std::int32_t length = body.size();
   // Long bodies deserve fewer and larger steps.
   const unsigned large_step = enc == nullptr ? kLargeBlock : kLargeCipherBlock;
   const std::size_t large_size = enc == nullptr ? kLargeBlock : std::size_t{2} * kLargeCipherBlock + kCipherSpare;
@@ -215,18 +209,12 @@ void ObjectPrinter::copy_body(const CPDFStreamRec& rec, std::int32_t length, boo
   };
   if (enc != nullptr)
     put(coded, enc->begin_stream(para_.obj_num, para_.gen, coded));
-  if (!shared && length > 0)
-    rec.source->SetPos(CQVStream::STR_SEEK_SET, rec.offset);
   for (std::int32_t done = 0; done < length;) {
     const unsigned wanted = std::min(step, static_cast<unsigned>(length - done));
-    const long long back = shared ? target_->GetPos() : 0;
-    if (shared)
-      rec.source->SetPos(CQVStream::STR_SEEK_SET, static_cast<long long>(rec.offset) + done);
-    const unsigned got = std::min(rec.source->Read(block, wanted), wanted);
-    // A source that fails under way must not make the printed length a lie.
-    std::memset(block + got, 0, wanted - got);
-    if (shared)
-      target_->SetPos(CQVStream::STR_SEEK_SET, back);
+    const long long here = target_->GetPos();
+    body.copy(done, block, wanted);
+    if (target_->GetPos() != here)
+      target_->SetPos(CQVStream::STR_SEEK_SET, here);
     if (enc != nullptr)
       put(coded, enc->next_piece(block, static_cast<int>(wanted), coded));
     else

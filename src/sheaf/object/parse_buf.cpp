@@ -21,8 +21,10 @@ constexpr unsigned kTailKept = 8;  // left for the next turn of the search for "
 constexpr char kEndStream[] = "endstream";
 constexpr unsigned kEndStreamLen = sizeof(kEndStream) - 1;
 
-// Whether "N G obj" is at the start of `text`, all of it within 31 bytes. What follows "obj"
-// is not looked at.
+}  // namespace
+
+namespace sheaf {
+
 bool is_object_header(const char* text, std::size_t available) {
   const char* const end = text + strnlen(text, std::min(available, kHeaderText));
   const auto at_digit = [&] { return text < end && is_digit(*text); };
@@ -40,6 +42,10 @@ bool is_object_header(const char* text, std::size_t available) {
   skip_space();
   return end - text >= 3 && std::memcmp(text, "obj", 3) == 0;
 }
+
+}  // namespace sheaf
+
+namespace {
 
 // Moves to the next digit; false at the end of the data.
 bool skip_to_digit(CPDFBuf& buf) {

@@ -3,12 +3,19 @@
 // behind the valid data is a NUL, so that C string functions can run over file data.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 #include "sheaf/object/object.h"
 
 class CQVStream;
 struct PDF_XREF;
+
+namespace sheaf {
+/// Whether the header of an object, "N G obj", stands at the start of `text`, all of it within 31 bytes.
+/// What follows "obj" is not looked at.
+bool is_object_header(const char* text, std::size_t available);
+}  // namespace sheaf
 
 class CPDFBuf {
 public:

@@ -158,8 +158,14 @@ void print_real(PrintBuffer& out, QVFIX value) {
   if (negative)
     *to++ = '-';
   to = put_digits(to, magnitude >> kFixBits);  // reaches 38 bits
+  const std::uint64_t part = magnitude & (static_cast<std::uint64_t>(kFixOne) - 1);
+  if (part == 0 && magnitude >> kFixBits > (negative ? std::uint64_t{1} << 31 : INT32_MAX)) {
+    // An integer of more than 31 bits is held as a real. Readers take no offset that has a fraction.
+    out.close(to);
+    return;
+  }
   *to++ = '.';
-  const Fraction fraction = shortest_fraction(magnitude & (static_cast<std::uint64_t>(kFixOne) - 1));
+  const Fraction fraction = shortest_fraction(part);
   std::uint64_t rest = fraction.digits;
   for (unsigned i = fraction.count; i-- > 0; rest /= 10)
     to[i] = static_cast<char>('0' + rest % 10);

@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "sheaf/base/chars.h"
+#include "sheaf/base/stream.h"
 
 namespace sheaf {
 
@@ -400,16 +401,38 @@ void TokenReader::keep_text(CPDFObj& value, const char* bytes, std::size_t count
     value.free();
 }
 
+// Whether strings must not run on: in a file where many have no end, each would be read up to the
+// end of the file.
+bool TokenReader::is_wary() const {
+  const CQVStream* const file = buf_.get_stream();
+  return file != nullptr && file->has_unclosed_strings;
+}
+
+// A string that began at `start` ran on to the end of the data.
+void TokenReader::note_unclosed(std::uint32_t start) {
+  constexpr long long kFree = 64 * 1024;
+  constexpr long long kTimes = 4;
+  CQVStream* const file = buf_.get_stream();
+  if (file == nullptr)
+    return;
+  const std::uint32_t end = buf_.position();
+  file->unclosed_bytes += end - start;
+  file->has_unclosed_strings = file->unclosed_bytes > kFree + kTimes * end;
+}
+
 void TokenReader::read_literal_string(CPDFObj& value) {
+  const std::uint32_t first = buf_.position();
+  const bool wary = is_wary();
+  std::uint64_t depth = 1;
   take();
   text_.clear();
-  for (std::uint64_t depth = 1; depth > 0 && peek() != -1;) {
+  while (depth > 0 && peek() != -1) {
     const char* const start = here();
     const char* const end = limit();
     const char* at = start;
     for (; at < end; ++at) {
       const auto c = static_cast<unsigned char>(*at);
-      if (!kStringMarks[c])
+      if (!kStringMarks[c] && !(wary && c == '\n'))
         continue;
       if (c == '(')
         ++depth;
@@ -430,13 +453,17 @@ void TokenReader::read_literal_string(CPDFObj& value) {
     take();
     if (mark == '\\' && !read_escape())
       break;
-    if (mark == '\r') {
+    if (mark == '\r' || mark == '\n') {
       // Any line end inside a string reads as a line feed.
       text_.push('\n');
-      if (peek() == '\n')
+      if (mark == '\r' && peek() == '\n')
         take();
+      if (wary && at_keyword("endobj"))
+        break;
     }
   }
+  if (depth > 0)
+    note_unclosed(first);
   keep_text(value, text_.data(), text_.size());
 }
 

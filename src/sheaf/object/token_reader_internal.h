@@ -64,6 +64,8 @@ private:
   bool read_escape();
   void read_octal(int first);
   void read_hex_string(CPDFObj& value);
+  bool is_wary() const;
+  void note_unclosed(std::uint32_t start);
   void keep_text(CPDFObj& value, const char* bytes, std::size_t count) const;
   bool take_after_number(std::string_view word, std::int32_t& gen);
 

@@ -11,6 +11,7 @@
 #include "sheaf/save/block_writer_internal.h"
 #include "sheaf/save/entry_deflater_internal.h"
 #include "sheaf/save/object_runs_internal.h"
+#include "sheaf/save/stored_print_internal.h"
 #include "sheaf/save/xref_stream_internal.h"
 #include "sheaf/xref/pdf_header.h"
 #include "sheaf/xref/xref_table.h"
@@ -56,6 +57,8 @@ public:
     mark();
     confirm_positions();
     put_objects();
+    if (source_.frees_lost_members != 0)
+      free_lost_members();
     put_section();
     if (out_.failed() || out_.GetPos() - base_ > static_cast<long long>(UINT32_MAX))
       target_.write_failed = 1;  // or offsets of 32 bits do not reach to its end
@@ -145,12 +148,25 @@ private:
   }
 
   void put_from_memory(std::uint32_t num, PDF_XREF& entry) {
-    const PDF_NEWOBJ* const slot = source_.slot_of(entry);
+    PDF_NEWOBJ* const slot = source_.slot_of(num);
     if (slot == nullptr)
       return;
     entry = PDF_XREF::in_file(position(), entry.gen);
     PDF_ENC_PARA para{static_cast<std::int32_t>(num), entry.gen, 1, enc_};
-    slot->obj.write(&out_, &para);
+    if (!print_stored(source_, slot->obj, &out_, para))
+      target_.write_failed = 1;
+  }
+
+  // Compressed objects whose object stream was left out, and entries of types that no reader knows, lead
+  // nowhere.
+  void free_lost_members() {
+    for (std::uint32_t num = 1; num < target_.xref_count; ++num) {
+      PDF_XREF& entry = target_.xref_items[num];
+      const PDF_XREF* const container = entry.is_compressed() ? target_.entry(entry.offset) : nullptr;
+      const bool has_stream = container != nullptr && container->type == PDF_XREF::kInFile;
+      if (entry.type != PDF_XREF::kInFile && !has_stream)
+        entry.type = PDF_XREF::kFree;
+    }
   }
 
   // The entries, compressed; false when there is no memory.

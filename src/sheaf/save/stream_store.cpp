@@ -74,8 +74,7 @@ PDF_MEMSTREAM* append_mem_stream(CPDFXRefTable& table) {
 // The object that was stored with the block before must not be left with a stream that is gone, should
 // the new one never be stored.
 void point_record_at(CPDFXRefTable& table, std::int32_t num, const CQVStream* old, CQVStream* fresh) {
-  const PDF_XREF* const entry = table.entry(num);
-  PDF_NEWOBJ* const slot = entry != nullptr ? table.slot_of(*entry) : nullptr;
+  PDF_NEWOBJ* const slot = table.entry(num) != nullptr ? table.slot_of(static_cast<std::uint32_t>(num)) : nullptr;
   CPDFStreamRec* const rec = slot != nullptr ? slot->obj.as_stream() : nullptr;
   if (rec != nullptr && rec->source == old)
     rec->source = fresh;
@@ -144,6 +143,8 @@ void CPDFXRefTable::write_stream_autofree(const PDF_REF& ref, CPDFStreamRec* rec
 }
 
 void CPDFXRefTable::write_stream(const PDF_REF& ref, CPDFStreamRec* rec, CQVStream* src) {
+  if (src->GetLen() < 0 || src->GetLen() > INT32_MAX)
+    return;
   const auto len = static_cast<std::uint32_t>(src->GetLen());
   HeapBlock<unsigned char> block(static_cast<unsigned char*>(QVAlloc(len)));
   if (!block)

@@ -53,6 +53,7 @@ private:
   PDF_SIGN_DATA* sign_;
   BlockWriter out_;
   const HeapWatch watch_;
+  bool complete_ = true;  // every object could be printed
   // Objects of a sealed save, with their places in the file.
   struct Place {
     std::int32_t num;

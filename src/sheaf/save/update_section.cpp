@@ -3,6 +3,8 @@
 
 #include "sheaf/base/chars.h"
 #include "sheaf/base/scope_guard.h"
+#include "sheaf/neighbours/security/encrypter.h"
+#include "sheaf/save/stored_print_internal.h"
 #include "sheaf/save/update_internal.h"
 
 namespace sheaf {
@@ -99,17 +101,18 @@ std::uint32_t UpdateSection::put_object(std::int32_t num, bool keeps_slot) {
   const auto pos = static_cast<std::uint32_t>(out_.GetPos());
   if (keeps_slot)
     return pos;
-  if (entry.offset >= table_.new_obj_capacity)
-    return pos;
-  PDF_NEWOBJ& slot = table_.new_objs[entry.offset];
+  // An entry that has no slot, or no longer has it, still gets an object to lead to.
+  PDF_NEWOBJ* const slot = table_.slot_of(static_cast<std::uint32_t>(num));
+  CPDFObj nothing{};
+  CPDFObj& obj = slot != nullptr ? slot->obj : nothing;
   const std::int32_t gen = generation(num);  // as the section's entry says too
   PDF_ENC_PARA para{num, gen, 1, enc_};
-  slot.obj.write(&out_, &para);
+  complete_ = print_stored(table_, obj, &out_, para) && complete_;
   if (sign_ == nullptr)
     return pos;
   sealed_.push({num, pos, gen});
   if (num == sign_->num)
-    sign_->dict.copy_from(slot.obj.as_dict());
+    sign_->dict.copy_from(obj.as_dict());
   return pos;
 }
 
@@ -140,6 +143,8 @@ void UpdateSection::set_trailer_values(CPDFDictionary& dict) const {
   set_present("Info", table_.info);
   dict.set_item("ID", &table_.id);
   set_present("Encrypt", table_.encrypt);
+  if (CPDFObj* const settings = dict.get_item("Encrypt"); settings != nullptr && settings->as_dict() != nullptr)
+    CPDFStandardEncrypt::sign_permissions(*settings->as_dict());
   if (table_.last_xref_offset != 0)
     set_offset(dict, CPDFDictionary::sm_tag_prev, table_.last_xref_offset);
 }
@@ -162,7 +167,7 @@ void UpdateSection::finish(std::uint32_t start) {
   if (!reaches_too_far)
     fill(end);
   out_.Flush();
-  if (reaches_too_far || out_.failed() || !watch_.all_granted()) {
+  if (reaches_too_far || !complete_ || out_.failed() || !watch_.all_granted()) {
     table_.write_failed = 1;
     return;
   }

@@ -9,11 +9,48 @@
 
 using namespace sheaf;
 
+namespace {
+
+constexpr int kMostLevels = 4;        // "CF", a crypt filter in it, and its entries
+constexpr int kMostReferences = 256;  // of a dictionary that has no need of any
+
+// Puts what the references inside `value` lead to in their place.
+void resolve_inside(CPDFXRefTable& table, CPDFObj& value, int level, int& left) {
+  const auto take = [&](CPDFObj& item) {
+    if (item.tag == kTagRef && left-- > 0) {
+      Freed<CPDFObj> target;
+      table.resolve(target, &item);
+      item.move_from(target);
+    }
+    if (level < kMostLevels)
+      resolve_inside(table, item, level + 1, left);
+  };
+  if (CPDFDictionary* dict = value.as_dict()) {
+    for (std::int32_t i = 0; i < dict->count; ++i)
+      take(*dict->items[i]);
+  } else if (CPDFArray* array = value.as_array()) {
+    for (std::int32_t i = 0; i < array->count; ++i)
+      take(array->items[i]);
+  }
+}
+
+}  // namespace
+
+void CPDFXRefTable::get_encryption(CPDFObj& out) {
+  CPDFSecHand* const hand = sec_hand;
+  sec_hand = nullptr;  // nothing in the dictionary is encrypted
+  resolve(out, &encrypt);
+  int left = kMostReferences;
+  resolve_inside(*this, out, 1, left);
+  sec_hand = hand;
+}
+
 int CPDFXRefTable::XRefAuthorize(CPDFSecHand* hand) {
   sec_filter[0] = 0;
   if (encrypt.is_null())
     return 1;
-  const Freed<CPDFObj> settings = value(&encrypt);
+  Freed<CPDFObj> settings;
+  get_encryption(settings);
   const CPDFDictionary* dict = settings.as_dict();
   const CPDFObj* filter = dict != nullptr ? dict->get_item(CPDFDictionary::sm_tag_filter) : nullptr;
   if (filter == nullptr)

@@ -160,6 +160,7 @@ bool skip_junk(CPDFBuf& buf) {
 
 int CPDFXRefTable::XRefRead(CPDFBuf* buf, long long& prev, long long& xrefstm) {
   const bool late = linearized_length != 0 && buf->position() > linearized_length;
+  const std::uint32_t start = buf->position();
   buf->buf_skip(4);
   if (!skip_junk(*buf))
     return 0;
@@ -168,8 +169,10 @@ int CPDFXRefTable::XRefRead(CPDFBuf* buf, long long& prev, long long& xrefstm) {
     return 0;
   constexpr unsigned kTrailerLen = 7;
   buf->buf_need(kTrailerLen);
-  if (std::strncmp(buf->buf_data + buf->buf_pos, "trailer", kTrailerLen) != 0)
+  if (std::strncmp(buf->buf_data + buf->buf_pos, "trailer", kTrailerLen) != 0) {
+    lose_section(start);  // its entries count, but nothing leads to the older sections
     return 1;
+  }
   buf->buf_skip(kTrailerLen);
   buf->buf_skip_ws(true);
   Freed<CPDFObj> trailer;

@@ -6,6 +6,7 @@
 #include "sheaf/base/heap.h"
 #include "sheaf/neighbours/fonts/environment.h"
 #include "sheaf/object/parse_buf.h"
+#include "sheaf/xref/object_finder.h"
 #include "sheaf/xref/xref_table.h"
 
 using namespace sheaf;
@@ -72,15 +73,24 @@ bool CPDFXRefTable::grow_xref_items(std::uint32_t new_count, bool sets_next) {
   return true;
 }
 
+PDF_NEWOBJ* CPDFXRefTable::slot_of(std::uint32_t num) const {
+  const PDF_XREF& entry = xref_items[num];
+  if (!entry.is_in_memory() || entry.offset >= new_obj_capacity)
+    return nullptr;
+  PDF_NEWOBJ* const slot = new_objs + entry.offset;
+  return slot->num == static_cast<std::int32_t>(num) ? slot : nullptr;
+}
+
 PDF_NEWOBJ* CPDFXRefTable::get_xref2(int num, int gen) {
   const auto index = static_cast<std::uint32_t>(num);
   if (num < 0 || index >= kMostObjNum || (xref_count <= index && !grow_xref_items(rounded_count(index), false)))
     return nullptr;
   ++change_count;
-  if (PDF_NEWOBJ* const slot = slot_of(xref_items[index]))
+  if (PDF_NEWOBJ* const slot = slot_of(index))
     return slot;
   if (keeps_generations != 0 && know_entry(index) && known_generation(index) >= 0)
     gen = known_generation(index);
+  const std::uint32_t place = xref_items[index].is_in_file() ? xref_items[index].offset : 0;
   xref_items[index] = PDF_XREF::in_slot(new_obj_count, gen);
   if (new_obj_count >= new_obj_capacity) {
     const std::uint32_t capacity = new_obj_capacity + kNewObjStep;
@@ -92,6 +102,8 @@ PDF_NEWOBJ* CPDFXRefTable::get_xref2(int num, int gen) {
       new_objs[i] = PDF_NEWOBJ{};
     new_obj_capacity = capacity;
   }
+  new_objs[new_obj_count].num = num;
+  new_objs[new_obj_count].place = place;
   return new_objs + new_obj_count++;
 }
 
@@ -116,6 +128,8 @@ void CPDFXRefTable::push_pending(std::int64_t offset) {
   // A file can name more sections than there are slots; the oldest to be read are lost then.
   if (pending_count < kPendingSlots)
     pending_xref[pending_count++] = offset;
+  else
+    sections_lost = 1;
 }
 
 bool CPDFXRefTable::pop_pending() {
@@ -134,11 +148,16 @@ void CPDFXRefTable::drain_pending() {
 
 std::int32_t CPDFXRefTable::alloc_obj_num() {
   drain_pending();
+  if (finder != nullptr && sections_lost != 0)
+    finder->enter_missing();  // a section that cannot be read may name higher numbers than all others
   return static_cast<std::int32_t>(next_obj_num++);
 }
 
 bool CPDFXRefTable::store_object(const PDF_REF& ref, CPDFObj& obj) {
-  PDF_NEWOBJ* slot = get_xref2(ref.num, ref.gen);
+  if (static_cast<std::uint32_t>(ref.num) >= next_obj_num)
+    drain_pending();
+  const bool is_given_out = ref.num > 0 && static_cast<std::uint32_t>(ref.num) < next_obj_num;
+  PDF_NEWOBJ* slot = is_given_out ? get_xref2(ref.num, ref.gen) : nullptr;
   if (slot == nullptr) {
     obj.free();
     return false;
@@ -238,6 +257,7 @@ void CPDFXRefTable::XRefFree() {
   pending_count = 0;
   repaired_count = 0;
   entries_lost = 0;
+  sections_lost = 0;
 
   if (env != nullptr) {
     env->unload();

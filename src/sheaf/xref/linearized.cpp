@@ -40,7 +40,7 @@ bool skip_to_first_header(CPDFBuf& buf) {
     back_over(is_digit);
     back_over(is_strict_space);
     back_over(is_digit);
-    if (at - start > kHeaderReach)
+    if (at - start >= kHeaderReach)  // the byte in front of the number counts too
       return false;
     buf.buf_pos = start;
     return true;

@@ -6,8 +6,10 @@
 
 #include "sheaf/base/chars.h"
 #include "sheaf/base/heap.h"
+#include "sheaf/base/number_text.h"
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/object/parse_buf.h"
+#include "sheaf/xref/object_finder.h"
 #include "sheaf/xref/xref_table.h"
 
 using namespace sheaf;
@@ -21,6 +23,33 @@ constexpr int kMostLinks = 32;               // references to references that ar
 void correct_entry(CPDFXRefTable& table, std::int32_t num, std::uint32_t found) {
   if (table.note_found(static_cast<std::uint32_t>(num), found))
     table.repairs.note(PDF_REPAIR::kEntryCorrected, num, found);
+}
+
+// Moves `buf` to `offset`, and over white space to the header of object `num`. False when that does not
+// stand there; the end of a longer number does not count as it.
+bool move_to_header(CPDFXRefTable& table, CPDFBufBase& buf, std::int32_t num, std::uint32_t offset) {
+  const std::uint32_t before = offset != 0 ? 1 : 0;
+  table.stream->SetPos(CQVStream::STR_SEEK_SET, offset - before);
+  buf.buf_init(table.stream);
+  std::uint32_t at = before;
+  while (at < buf.buf_len && at < before + kRewind && is_wide_space(buf.buf_data[at]))
+    ++at;
+  if (at >= buf.buf_len || !is_digit(buf.buf_data[at]) || (at != 0 && is_digit(buf.buf_data[at - 1])))
+    return false;
+  buf.buf_pos = at;
+  return ansi_to_i32(buf.buf_data + at) == num && is_object_header(buf.buf_data + at, buf.buf_len - at);
+}
+
+// Corrects the entry of an object stream that does not stand at its place. One that gave objects
+// already is where it should be, whatever number its header bears.
+void correct_container(CPDFXRefTable& table, std::int32_t num) {
+  const PDF_XREF entry = table.xref_items[num];
+  if (table.finder == nullptr || !entry.is_listed() || table.serves_as_objstm(entry.offset))
+    return;
+  CPDFBufBase buf;
+  std::uint32_t place = entry.offset;
+  if (!move_to_header(table, buf, num, place) && table.finder->find_header(num, place, place))
+    correct_entry(table, num, place);
 }
 
 // What becomes of an object that was found: its value is wanted.
@@ -90,6 +119,22 @@ void read_located(CPDFXRefTable& table, Taker& taker, const PDF_REF& ref, std::u
     correct_entry(table, ref.num, found);
 }
 
+// The same where somebody knows the whole file.
+template <class Taker>
+void read_checked(CPDFXRefTable& table, Taker& taker, const PDF_REF& ref, std::uint32_t offset) {
+  CPDFBufBase buf;
+  if (!move_to_header(table, buf, ref.num, offset)) {
+    std::uint32_t place = 0;
+    if (!table.finder->find_header(ref.num, offset, place) || !move_to_header(table, buf, ref.num, place))
+      return;
+  }
+  const std::uint32_t found = buf.position();
+  PDF_DEC_PARA para{};
+  taker.read(buf, table.decode_para(para, ref));
+  if (found != offset && !table.serves_as_objstm(offset))
+    correct_entry(table, ref.num, found);
+}
+
 template <class Taker>
 void read_found(CPDFXRefTable& table, Taker& taker, const PDF_REF& ref, std::uint32_t offset) {
   CPDFBufBase buf;
@@ -102,29 +147,39 @@ void read_found(CPDFXRefTable& table, Taker& taker, const PDF_REF& ref, std::uin
 template <class Taker>
 void fetch(CPDFXRefTable& table, Taker& taker, const PDF_REF& ref) {
   const auto num = static_cast<std::uint32_t>(ref.num);
-  if (!table.know_entry(num))
+  const bool is_known = table.know_entry(num) && table.xref_items[num].is_known();
+  if (!is_known && table.finder != nullptr && table.sections_lost != 0)
+    table.finder->enter_missing();
+  if (num >= table.xref_count)
     return;
   const PDF_XREF entry = table.xref_items[num];
-  if (entry.is_compressed() && table.know_entry(entry.offset))
-    taker.copy_compressed(table, table.xref_items[entry.offset].offset, static_cast<std::int32_t>(entry.offset),
-                          entry.gen);
-  else if (const PDF_NEWOBJ* const slot = table.slot_of(entry))
+  if (entry.is_compressed() && table.know_entry(entry.offset)) {
+    const auto container = static_cast<std::int32_t>(entry.offset);
+    correct_container(table, container);
+    taker.copy_compressed(table, table.objstm_place(entry.offset), container, entry.gen);
+  } else if (const PDF_NEWOBJ* const slot = table.slot_of(num)) {
     taker.copy(slot->obj);
-  else if (entry.is_found())
+  } else if (entry.is_found()) {
     read_found(table, taker, ref, entry.offset);
-  else if (entry.is_listed())
-    read_located(table, taker, ref, entry.offset);
+  } else if (entry.is_listed()) {
+    if (table.finder != nullptr)
+      read_checked(table, taker, ref, entry.offset);
+    else
+      read_located(table, taker, ref, entry.offset);
+  }
 }
 
 }  // namespace
 
 bool CPDFXRefTable::know_entry(std::uint32_t num) {
+  // A section that cannot be read ends the search, unless there is somebody to make up for it.
+  const auto pop = [this] { return pop_pending() || (finder != nullptr && pending_count > 0); };
   while (xref_count <= num) {
-    if (!pop_pending())
+    if (!pop())
       return false;
   }
   while (xref_count > num && !xref_items[num].is_known()) {
-    if (!pop_pending())
+    if (!pop())
       break;
   }
   return xref_count > num;

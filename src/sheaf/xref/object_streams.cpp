@@ -5,6 +5,7 @@
 #include <cstring>
 #include <memory>
 
+#include "sheaf/base/chars.h"
 #include "sheaf/base/heap.h"
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/filters/stream_filter.h"
@@ -69,20 +70,87 @@ void release_objects(PDF_OBJSTM& entry) {
   entry.refs = nullptr;
 }
 
+// The pairs of numbers in front of the objects of an object stream: which object, and where it begins
+// behind "First".
+class NumberTable {
+public:
+  NumberTable(const std::uint8_t* data, std::int32_t size) : data_(data), size_(size) {}
+
+  // Reads pairs up to `stop`, and at most `most` of them. What counts is a pair that can be true: each
+  // object begins behind the one before it.
+  void read(std::int32_t stop, std::int32_t most) {
+    count = end = 0;
+    std::int64_t last = -1;
+    for (std::int32_t at = 0; count < most;) {
+      std::int64_t pair[2];
+      if (!take(at, stop, pair[0]) || !take(at, stop, pair[1]) || pair[1] <= last || pair[1] >= size_)
+        return;
+      last = pair[1];
+      end = at;
+      ++count;
+    }
+  }
+  std::int32_t past_space(std::int32_t at) const {
+    while (at < size_ && is_wide_space(static_cast<char>(data_[at])))
+      ++at;
+    return at;
+  }
+
+  std::int32_t count = 0;
+  std::int32_t end = 0;  // of the last pair
+
+private:
+  // The number behind white space.
+  bool take(std::int32_t& at, std::int32_t stop, std::int64_t& number) const {
+    std::int32_t digit = std::min(past_space(at), stop);
+    const std::int32_t begin = digit;
+    number = 0;
+    for (; digit < stop && is_digit(static_cast<char>(data_[digit])) && number <= INT32_MAX; ++digit)
+      number = number * 10 + (data_[digit] - '0');
+    at = digit;
+    return digit != begin;
+  }
+
+  const std::uint8_t* data_;
+  std::int32_t size_;
+};
+
+// "N" and "First" say the same thing twice: how many pairs there are, and where they end. Where the two
+// differ, the one that gives more objects is believed.
+void agree_with_numbers(const std::uint8_t* data, std::int32_t size, std::int32_t& first, std::int32_t& count) {
+  NumberTable table(data, size);
+  table.read(size, count);
+  const bool has_all = table.count == count && count > 0;
+  const std::int32_t behind = table.past_space(table.end);
+  if (has_all && first >= table.end && first <= behind)
+    return;
+  const bool may_be_first = first > 0 && first <= size && is_wide_space(static_cast<char>(data[first - 1]));
+  table.read(may_be_first ? first : 0, INT32_MAX);
+  const bool ends_there = table.count > 0 && table.past_space(table.end) >= first;
+  if (ends_there && (!has_all || table.count > count))
+    count = table.count;
+  else if (has_all)
+    first = behind;
+}
+
 // Decodes an object stream into `entry`, whose objs and refs stay null when that fails. The table of
 // numbers and offsets in front of the first object is not looked at.
-void load_objects(CPDFStream& decoder, const CPDFStreamRec& rec, std::int64_t ceiling, Wanted wanted,
+void load_objects(CPDFStream& decoder, const CPDFStreamRec& rec, std::int64_t ceiling, Wanted wanted, bool heals,
                   PDF_OBJSTM& entry) {
   int size = rec.decoded_hint;
   const int most = ceiling > 0 ? static_cast<int>(std::min<std::int64_t>(ceiling, kMostObjStmBytes)) : kMostObjStmBytes;
-  const HeapBlock<std::uint8_t> data(decoder.buffer_load(most, size));
+  const HeapBlock<std::uint8_t> data(decoder.buffer_load(decoder.most_text(most), size));
   entry.decoded = data ? size : 0;
-  // Every object takes a byte at least, so a larger count is a lie.
-  if (!data || entry.count < 0 || entry.count > size)
+  if (!data || entry.count < 0)
     return;
+  std::int32_t first = entry.first;
+  if (heals)
+    agree_with_numbers(data.get(), size, first, entry.count);
+  // Every object takes a byte at least: those beyond are null, and need no place.
+  entry.count = std::min(entry.count, size);
   CPDFBufMem buf;
-  if (entry.first >= 0 && entry.first < size)
-    buf.buf_init_mem(data.get() + entry.first, static_cast<std::uint32_t>(size - entry.first));
+  if (first >= 0 && first < size)
+    buf.buf_init_mem(data.get() + first, static_cast<std::uint32_t>(size - first));
   if (wanted == Wanted::kReferences)
     read_reference_lists(buf, entry);
   else if (read_objects(buf, entry))
@@ -158,7 +226,7 @@ bool load_objstm(CPDFXRefTable& table, PDF_OBJSTM& entry, const PDF_REF& ref, Wa
   const std::unique_ptr<CPDFStream> decoder(table.make_stream(rec));
   if (decoder == nullptr)
     return false;
-  load_objects(*decoder, *rec, table.decoded_ceiling, wanted, entry);
+  load_objects(*decoder, *rec, table.decoded_ceiling, wanted, table.finder != nullptr, entry);
   return true;
 }
 
@@ -219,6 +287,11 @@ PDF_OBJSTM* CPDFXRefTable::get_objstm_references(unsigned int offset, int num) {
 bool CPDFXRefTable::serves_as_objstm(std::uint32_t offset) {
   const PDF_OBJSTM* const known = find_known_place(*this, static_cast<std::int32_t>(offset));
   return known != nullptr && (holds_something(*known) || is_released(*known));
+}
+
+std::uint32_t CPDFXRefTable::objstm_place(std::uint32_t num) const {
+  const PDF_NEWOBJ* const slot = slot_of(num);
+  return slot != nullptr ? slot->place : xref_items[num].offset;
 }
 
 void CPDFXRefTable::release_objstms() {

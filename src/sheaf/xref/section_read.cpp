@@ -50,8 +50,10 @@ long long trailer_offset(const CPDFDictionary& trailer, const char* key) {
 }  // namespace sheaf
 
 int CPDFXRefTable::XRefRead(unsigned int offset) {
-  if (offset == 0 || stream == nullptr)
+  if (offset == 0 || stream == nullptr) {
+    sections_lost = 1;
     return 0;
+  }
   if (last_xref_offset == 0)
     last_xref_offset = offset;
   // Nothing in a section is encrypted. Where the section cannot be read the handler stays off:
@@ -62,7 +64,7 @@ int CPDFXRefTable::XRefRead(unsigned int offset) {
   CPDFBufBase buf;
   buf.buf_init(stream);
   if (buf.buf_len == 0 || !buf.buf_skip_ws(true))
-    return 0;
+    return lose_section(offset);
   long long prev = -1;
   long long xrefstm = -1;
   buf.buf_need(4);
@@ -70,21 +72,31 @@ int CPDFXRefTable::XRefRead(unsigned int offset) {
     if (first_xref_kind == 0)
       first_xref_kind = 1;
     if (XRefRead(&buf, prev, xrefstm) == 0)
-      return 0;
+      return lose_section(offset);
     xref_kinds |= 1;
   } else if (!read_stream_section(*this, buf, prev)) {
-    repairs.note(PDF_REPAIR::kSectionUnreadable, 0, offset);
-    return 0;
+    return lose_section(offset);
   }
   sections_read.add(offset);
-  // "XRefStm" goes first, so that the stack gives "Prev" back ahead of it. The entries of the
-  // first section win in any case.
-  if (xrefstm >= 0 && !sections_read.has(static_cast<std::uint32_t>(xrefstm)))
-    push_pending(xrefstm);
-  if (prev >= 0 && !sections_read.has(static_cast<std::uint32_t>(prev)))
-    push_pending(prev);
+  // "XRefStm" goes first, so that the stack gives "Prev" back ahead of it, unless the order of
+  // ISO 32000-1, 7.5.8.4 is asked for: what the stream lists is newer than what "Prev" leads to. The
+  // entries of the first section win in any case.
+  const long long below = reads_hybrid_first != 0 ? prev : xrefstm;
+  const long long above = reads_hybrid_first != 0 ? xrefstm : prev;
+  for (const long long section : {below, above}) {
+    if (section >= 0 && !sections_read.has(static_cast<std::uint32_t>(section)))
+      push_pending(section);
+  }
+  if (prev >= offset && sections_read.has(static_cast<std::uint32_t>(prev)))
+    sections_lost = 1;  // a loop stands where the way to older sections should be
   sec_hand = handler;
   return 1;
+}
+
+int CPDFXRefTable::lose_section(std::uint32_t offset) {
+  sections_lost = 1;
+  repairs.note(PDF_REPAIR::kSectionUnreadable, 0, offset);
+  return 0;
 }
 
 void CPDFXRefTable::XRefLoadObjs(const CPDFDictionary* trailer) {

@@ -7,6 +7,7 @@
 #include "sheaf/base/chars.h"
 #include "sheaf/base/heap.h"
 #include "sheaf/base/scope_guard.h"
+#include "sheaf/xref/object_finder.h"
 #include "sheaf/xref/xref_table.h"
 
 using namespace sheaf;
@@ -15,6 +16,7 @@ namespace {
 
 constexpr char kEnd[] = "endstream";
 constexpr unsigned kEndSize = sizeof kEnd - 1;
+constexpr char kObjectEnd[] = "endobj";     // ends data that lack the other
 constexpr unsigned kMostGap = 8;            // white space that writers put in front of the keyword
 constexpr unsigned kWindow = 16 * 1024;     // searched at a time
 constexpr std::int64_t kScanAllowance = 8;  // times the file's length that all searches may read
@@ -33,13 +35,14 @@ bool ends_at(CQVStream& stream, std::int64_t offset) {
          (left >= 6 && std::memcmp(text + at, "endobj", 6) == 0);
 }
 
-// The place of the first "endstream" from `from` on.
+// The place of the first "endstream" or "endobj" from `from` on.
 std::int64_t find_end(CQVStream& stream, std::int64_t from, std::int64_t& scanned) {
   const HeapBlock<char> window(static_cast<char*>(QVAlloc(kWindow)));
   for (std::int64_t start = from; window;) {
     stream.SetPos(CQVStream::STR_SEEK_SET, start);
     const unsigned len = std::min(stream.Read(window.get(), kWindow), kWindow);
-    const std::size_t hit = std::string_view(window.get(), len).find(kEnd);
+    const std::string_view text(window.get(), len);
+    const std::size_t hit = std::min(text.find(kEnd), text.find(kObjectEnd));
     if (hit != std::string_view::npos)
       return start + static_cast<std::int64_t>(hit);
     if (len < kWindow)
@@ -70,12 +73,19 @@ void CPDFXRefTable::heal_length(CPDFStreamRec& rec, std::int32_t num) {
   rec.length = lengths.find(rec.offset);
   if (rec.length != 0)
     return;
-  const std::int32_t stated = value(&rec.dict, CPDFDictionary::sm_tag_length).as_int();
-  if (stated <= 0 || ends_at(*stream, std::int64_t{rec.offset} + stated))
+  const Freed<CPDFObj> length_value = value(&rec.dict, CPDFDictionary::sm_tag_length);
+  const std::int32_t stated = length_value.as_int();
+  const bool is_stated = length_value.tag == kTagInt && stated >= 0;
+  if ((!is_stated && finder == nullptr) || (is_stated && ends_at(*stream, std::int64_t{rec.offset} + stated)))
     return;
-  if (lengths.scanned > kScanAllowance * stream->GetLen())
+  if (stated == 0 && is_stated)
     return;
-  const std::int64_t end = find_end(*stream, rec.offset, lengths.scanned);
+  // One look at the whole file costs less than many searches to its end.
+  const bool searches = lengths.scanned <= kScanAllowance * stream->GetLen();
+  std::int64_t end = searches ? find_end(*stream, rec.offset, lengths.scanned) : kNotFound;
+  std::uint32_t found = 0;
+  if (end == kNotFound && finder != nullptr && finder->find_data_end(rec.offset, found))
+    end = found;
   const std::int64_t length = end != kNotFound ? without_line_end(*stream, rec.offset, end) - rec.offset : 0;
   if (length <= 0 || length > INT32_MAX)
     return;

@@ -187,9 +187,12 @@ private:
 };
 
 // The pairs of "Index", or the one pair that "Size" means. False when memory ran out.
-bool read_entries(EntryReader& reader, const CPDFArray* index, std::uint32_t size) {
-  if (index == nullptr)
-    return reader.read(0, size) != EntryReader::Result::kNoMemory;
+bool read_entries(CPDFXRefTable& table, EntryReader& reader, const CPDFArray* index, std::uint32_t size) {
+  if (index == nullptr) {
+    const EntryReader::Result result = reader.read(0, size);
+    table.sections_lost |= result == EntryReader::Result::kShort ? 1 : 0;
+    return result != EntryReader::Result::kNoMemory;
+  }
   for (std::int32_t i = 0; i + 1 < index->count; i += 2) {
     const std::int32_t first = lenient_int(index->items[i]);
     const std::int32_t count = lenient_int(index->items[i + 1]);
@@ -197,8 +200,10 @@ bool read_entries(EntryReader& reader, const CPDFArray* index, std::uint32_t siz
       return true;
     const EntryReader::Result result =
         reader.read(static_cast<std::uint32_t>(first), static_cast<std::uint32_t>(count));
+    if (result == EntryReader::Result::kShort)
+      table.sections_lost = 1;  // short data drop the remaining pairs
     if (result != EntryReader::Result::kDone)
-      return result == EntryReader::Result::kShort;  // short data drop the remaining pairs
+      return result == EntryReader::Result::kShort;
   }
   return true;
 }
@@ -225,7 +230,7 @@ int CPDFXRefTable::XRefRead(CPDFObj& obj, unsigned int pos, CPDFStream* decoder,
   if (xref_items == nullptr)
     return 0;
   EntryReader reader(*this, *decoder, widths, late);
-  if (!read_entries(reader, index, count))
+  if (!read_entries(*this, reader, index, count))
     return 0;
   XRefLoadObjs(dict);
   prev = trailer_offset(*dict, CPDFDictionary::sm_tag_prev);

@@ -9,6 +9,8 @@ using namespace sheaf;
 
 namespace {
 
+constexpr wchar_t kReplacement = 0xFFFD;
+
 bool has_utf16_mark(const PDF_String& text) {
   return text.len >= 2 && static_cast<unsigned char>(text.data[0]) == 0xFE &&
          static_cast<unsigned char>(text.data[1]) == 0xFF;
@@ -45,6 +47,8 @@ void from_doc_encoding(const PDF_String& text, wchar_t* out, int max) {
     const auto byte = static_cast<unsigned char>(text.data[i]);
     const bool mapped = byte > 31 || byte == '\r' || byte == '\n';
     out[i] = mapped ? static_cast<wchar_t>(PDF_DocEncoding[byte]) : L' ';
+    if (out[i] == 0)
+      out[i] = kReplacement;  // a byte without a character must not end the text
   }
   out[count] = 0;
 }

@@ -30,6 +30,7 @@
 #include "sheaf/object/dictionary.h"
 #include "sheaf/object/object.h"
 #include "sheaf/object/references.h"
+#include "sheaf/object/stored_bytes.h"
 #include "sheaf/object/stream_rec.h"
 #include "sheaf/xref/guards.h"
 #include "sheaf/xref/page_set.h"
@@ -49,6 +50,10 @@ class CPDFSecHand;
 class CPDFStream;
 class CQVBmp32;
 class CQVFTFont;
+
+namespace sheaf {
+class ObjectFinder;
+}
 
 /// Where an object lives. A fresh entry is {0, 0, -1}.
 ///
@@ -90,6 +95,7 @@ struct PDF_NEWOBJ {
   std::int32_t num;
   std::int32_t gen;
   CPDFObj obj;
+  std::uint32_t place;  ///< Where the object stood in the file before; 0 it did not.
 };
 
 /// A decoded object stream. The cache is sorted by (offset, first).
@@ -193,13 +199,23 @@ public:
 
   // Fields that the caller may set or ask for.
   std::int64_t decoded_ceiling = 0;  ///< Most bytes that a chain stage or object stream may decode to; 0: fixed limits.
-  std::int32_t write_failed = 0;     ///< Set by a save when an output operation came short; cleared by the caller.
-  std::int32_t entries_lost = 0;     ///< Not 0: entries are gone for want of memory. Nothing must be saved then.
-  std::int32_t keeps_generations = 0;  ///< Not 0: saves print and list objects under their generation, not under 0.
-  std::int32_t omits_frame = 0;        ///< Not 0: saves add neither output intent nor metadata.
-  std::int32_t claims_pdfa = 0;        ///< Not 0: metadata made by a save identify the document as PDF/A-1b.
-  std::uint64_t change_count = 0;      ///< Requests for slots so far; one that has not grown since: no change.
-  sheaf::RepairLog repairs;            ///< The first corrections made, for reports.
+  std::int64_t picture_ceiling = 0;     ///< Most bytes of pixels that one picture may come to; 0: by its data.
+  std::int32_t export_depth = 0;        ///< Levels that export_annot and its like go down; 0: all there are.
+  /// Borrowed. Asked for objects that are not where their entries say, in place of the search from
+  /// there on, and for those of sections that could not be read. Null: nobody is.
+  sheaf::ObjectFinder* finder = nullptr;
+  std::int32_t sections_lost = 0;       ///< Not 0: a section, or part of one, could not be read.
+  std::int32_t write_failed = 0;        ///< Set by a save when an output operation came short; cleared by the caller.
+  std::int32_t entries_lost = 0;        ///< Not 0: entries are gone for want of memory. Nothing must be saved then.
+  std::int32_t keeps_generations = 0;   ///< Not 0: saves print and list objects under their generation, not under 0.
+  std::int32_t omits_frame = 0;         ///< Not 0: saves add neither output intent nor metadata.
+  std::int32_t claims_pdfa = 0;         ///< Not 0: metadata made by a save identify the document as PDF/A-1b.
+  std::uint64_t change_count = 0;       ///< Requests for slots so far; one that has not grown since: no change.
+  std::int32_t copies_own_source = 0;   ///< Not 0: copies take a stream from where its record says, not from `stream`.
+  std::int32_t frees_lost_members = 0;  ///< Not 0: save_as lists no compressed object without its object stream.
+  std::int32_t reads_hybrid_first = 0;  ///< Not 0: "XRefStm" of a section is read ahead of its "Prev".
+  std::int32_t file_too_large = 0;      ///< Set by new_file_spec: the file has more bytes than a stream can hold.
+  sheaf::RepairLog repairs;             ///< The first corrections made, for reports.
   sheaf::StreamLengths lengths;
   sheaf::ObjStmBudget objstm_budget;
 
@@ -242,6 +258,9 @@ public:
   void read_obj_rect(_QVRECTF& rect, const CPDFObj* obj) { read_obj_rect(this, rect, obj); }
   /// Connects the handler of an encrypted document. 1 if the document can be read.
   int XRefAuthorize(CPDFSecHand* hand);
+  /// The encryption dictionary with all that it refers to in place, its strings as they are stored:
+  /// the form that a handler reads, and that a new file can take over.
+  void get_encryption(CPDFObj& out);
   /// A PDF text string as wide characters: at most `max` elements with the terminating 0.
   void cvt_text_to_ucs(const PDF_String* text, wchar_t* out, int max) const;
 
@@ -267,6 +286,9 @@ public:
   /// Whether the object stream at `offset` gave its objects. It is then where it should
   /// be, whatever number its header bears.
   bool serves_as_objstm(std::uint32_t offset);
+  /// Where the object stream `num`, below `xref_count`, stands in the file, also one that was changed
+  /// since: its objects are those of the file until the next sealed save.
+  std::uint32_t objstm_place(std::uint32_t num) const;
   /// Empties the cache of object streams.
   void release_objstms();
   static char* read_stream_raw_data(CQVStream* s, int& len);
@@ -295,6 +317,13 @@ public:
   /// The stream's bytes as stored, decryption taken off; null on failure. The caller owns the
   /// block (a NUL follows it) and releases it with QVFree.
   unsigned char* load_raw_data(const CPDFStreamRec* rec, int& len);
+  /// Finds the stored bytes of `rec` in `source`, a "Length" that is a reference followed. False as
+  /// StoredBytes::find.
+  bool find_stored(sheaf::StoredBytes& found, const CPDFStreamRec& rec, CQVStream* source, sheaf::NoLength none);
+  /// Whether the bytes of `rec` are encrypted, and can be decrypted.
+  bool needs_decrypting(const CPDFStreamRec& rec) const {
+    return rec.plain == 0 && sec_filter[0] != 0 && sec_hand != nullptr;
+  }
   void* get_font_ext(const char* name);
   CPDFCMap* get_cmap(const char* name);
   CPDFCMapToUnicode* get_cmap_tou(const char* name);
@@ -306,12 +335,15 @@ public:
   /// the next call that can grow `new_objs`. `gen` -1 must not be passed; where `keeps_generations`
   /// is set, an object that the file has keeps the generation that it has there.
   PDF_NEWOBJ* get_xref2(int num, int gen);
+  /// The slot of object `num`, below `xref_count`, if it has one. A file can state the type of a slot
+  /// too: then there is none, or it is another object's. Valid as that of get_xref2.
+  PDF_NEWOBJ* slot_of(std::uint32_t num) const;
   /// Reads all pending sections; stops at the first failure.
   void drain_pending();
   /// A new object number; consumed whatever happens later.
   std::int32_t alloc_obj_num();
   /// Stores `obj`, which becomes null, as the object `ref` (an existing slot's value is released).
-  /// False when there is no slot: `obj` is released.
+  /// False when the number is 0 or was never given out, or when there is no slot: `obj` is released.
   bool store_object(const PDF_REF& ref, CPDFObj& obj);
   /// Stores a copy of `dict` as object `ref`; a null slot is passed over.
   void store_dict(const PDF_REF& ref, const CPDFDictionary* dict);
@@ -343,7 +375,11 @@ public:
   // ---- creating (create/) ----
 
   void new_xref();
+  /// Embeds the file `path` as a file specification; a folder gives one without data. The number of
+  /// its dictionary, or 0 with nothing made: the file cannot be opened, has 2 GiB or more
+  /// (`file_too_large`), or there is no memory. ISO 32000-1, 7.11.
   int new_file_spec(const char* path);
+  /// The same; the caller owns the base name of the path, which goes to `name`.
   int new_file_spec(const char* path, PDF_String& name);
   /// Deflates `len` bytes (RFC 1950). `out_len` gets the compressed size. The caller owns the block, a
   /// NUL behind it, and releases it with QVFree; null, with a size of 0, when there is no memory. Any
@@ -419,10 +455,6 @@ public:
   /// The entry of `num`, or null where the table does not reach so far. Valid until the table grows.
   PDF_XREF* entry(std::int32_t num) { return entry(static_cast<std::uint32_t>(num)); }
   PDF_XREF* entry(std::uint32_t num) { return num < xref_count ? xref_items + num : nullptr; }
-  /// The slot of an object in memory, or null when `entry` has none. Valid until new_objs grows.
-  PDF_NEWOBJ* slot_of(const PDF_XREF& entry) {
-    return entry.is_in_memory() && entry.offset < new_obj_capacity ? new_objs + entry.offset : nullptr;
-  }
   /// Notes the place at which scanning found object `num`. False without memory.
   bool note_found(std::uint32_t num, std::uint32_t offset);
   /// Whether so many entries were wrong that a save looks at the place of every object.
@@ -441,4 +473,6 @@ public:
   std::uint32_t max_obj_num() const;
   /// `para` filled for `ref`, or null when the document is not encrypted.
   PDF_DEC_PARA* decode_para(PDF_DEC_PARA& para, const PDF_REF& ref) const;
+  /// Notes that the section at `offset` cannot be read. 0, as the result of the reading.
+  int lose_section(std::uint32_t offset);
 };

@@ -113,7 +113,7 @@ TEST(Flattener, TheFormGoesAndItsValuesStay) {
   maker.builder().obj(7, look("/BBox[0 0 10 20]")).obj(8, look("/BBox[0 0 10 20]"));
   maker.field("text", "/FT/Tx/V(shown)");
   maker.field("check", "/FT/Btn/V/On/AS/On/AP<</N<</On 7 0 R/Off 8 0 R>>>>", "300 700 320 720");
-  maker.field("sig", "/FT/Sig/V<</Type/Sig>>", "0 0 0 0");
+  const int tagged = maker.field("sig", "/FT/Sig/StructParent 0/V<</Type/Sig>>", "0 0 0 0");
   maker.field("layer", "/FT/Tx/V(layered)/OC 9 0 R", "300 650 400 670");
   maker.builder().obj(9, "<</Type/OCG/Name(L)>>");
   const int link = maker.annotation("/Subtype/Link/Rect[0 0 9 9]");
@@ -126,6 +126,9 @@ TEST(Flattener, TheFormGoesAndItsValuesStay) {
   EXPECT_TRUE(flattener.report().dropped_form);
   EXPECT_EQ(form.at(1, "AcroForm") + form.at(1, "Perms"), "");
   EXPECT_EQ(form.at(3, "Annots"), "[" + std::to_string(link) + " 0 R]");
+  Freed<CPDFObj> gone;  // what the structure tree may still name
+  form.doc.table().get_entity(gone, {tagged, 0});
+  EXPECT_TRUE(gone.is_null());
   const std::string resources = form.at(3, "Resources");
   EXPECT_NE(resources.find(" 7 0 R"), std::string::npos) << resources;
   EXPECT_EQ(resources.find(" 8 0 R"), std::string::npos) << resources;

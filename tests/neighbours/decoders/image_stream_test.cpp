@@ -37,6 +37,13 @@ std::string converted(const std::string& samples, std::size_t step) {
   return out;
 }
 
+TEST(ImageStreams, ExpectWhatTheLengthOfTheirDataSuggests) {
+  const std::string jpeg = picture_jpeg({});
+  EXPECT_EQ(decoder_of("DCTDecode", jpeg)->size_hint, static_cast<int>(4 * jpeg.size()));
+  EXPECT_EQ(decoder_of("DCTDecode", "none")->size_hint, 16);
+  EXPECT_EQ(decoder_of("JPXDecode", "no image")->size_hint, 8);
+}
+
 TEST(Dct, EveryColourSpaceComesBack) {
   const JpegKind kinds[] = {
       kGreyJpeg,
@@ -64,6 +71,23 @@ TEST(Dct, EveryColourSpaceComesBack) {
     EXPECT_LE(greatest_difference(samples, expected), 8) << kind.components << ' ' << kind.stored;
     EXPECT_TRUE(decoded("DCTDecode", file, "", 7) == samples);
   }
+}
+
+// How the coefficients are coded changes no sample.
+TEST(Dct, EveryCodingGivesTheSameSamples) {
+  const std::string plain = decoded("DCTDecode", picture_jpeg({}));
+  ASSERT_FALSE(plain.empty());
+  for (const JpegKind& kind :
+       {JpegKind{.restart_blocks = 1}, JpegKind{.restart_blocks = 65535}, JpegKind{.arithmetic = true},
+        JpegKind{.progressive = true, .arithmetic = true}, JpegKind{.restart_blocks = 7, .arithmetic = true}}) {
+    EXPECT_TRUE(decoded("DCTDecode", picture_jpeg(kind)) == plain) << kind.restart_blocks << kind.arithmetic;
+  }
+  // More blocks than the restart interval can count in 15 bits.
+  const std::string large = smooth_picture(2000, 1200, 1);
+  JpegKind grey = kGreyJpeg;
+  const std::string without = decoded("DCTDecode", make_jpeg(large, 2000, 1200, grey));
+  grey.restart_blocks = 36000;
+  EXPECT_TRUE(decoded("DCTDecode", make_jpeg(large, 2000, 1200, grey)) == without);
 }
 
 // The same data, said to be transformed or not: an Adobe marker has the last word.

@@ -203,10 +203,18 @@ TEST(CMap, HostileMapsCostLittleAndEndWeakly) {
 }
 
 TEST(CMap, EveryPrefixAndEveryFailedAllocationIsSurvived) {
-  const std::string good = kMixed;
+  std::string good = kMixed;
   for (std::size_t len = 0; len <= good.size(); ++len) {
     const CMap map(good.substr(0, len));
     EXPECT_TRUE(map.map == nullptr || map->cid_of(0xFFFF, 2) == 0) << len;
+  }
+  // Ranges enough for their lists to grow: what grows no further must not pass for a whole map.
+  good += "begincidrange ";
+  std::string texts = "beginbfrange <00> <02> [<0041> <00420043>] <01> <02> <0044> ";
+  for (int i = 0; i < 40; ++i) {
+    const std::string code = "<90" + std::to_string(10 + i) + ">";
+    good += code + " " + code + " " + std::to_string(500 + 2 * i) + " ";
+    texts += code + " " + code + " <00" + std::to_string(10 + i) + "0042> ";
   }
   struct Heap {
     long left;
@@ -237,7 +245,10 @@ TEST(CMap, EveryPrefixAndEveryFailedAllocationIsSurvived) {
     set_heap_hooks(&hooks);
     {
       const CMap map(good);
-      const ToUnicode text("beginbfrange <00> <02> [<0041> <00420043>] <01> <02> <0044>");
+      EXPECT_TRUE(map.map == nullptr || map->cid_of(0x9049, 2) == 578) << allowed;
+      const ToUnicode text(texts);
+      char16_t units[4];
+      EXPECT_TRUE(text.map == nullptr || text->text_of(0x9049, 2, units, 4) == 2) << allowed;
     }
     set_heap_hooks(nullptr);
     EXPECT_EQ(heap.held, 0);

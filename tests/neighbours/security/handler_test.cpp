@@ -108,6 +108,28 @@ TEST(Handler, NormalisedPasswordsAreTheSame) {
   EXPECT_EQ(open_with(enc, "IX IX \xC3\xA9", hand), Outcome::kOpenedAsOwner);
 }
 
+// Writers that do not prepare passwords take the bytes as they are typed.
+TEST(Handler, APasswordOfBytesAsTypedOpensToo) {
+  const char* const typed = "\xEF\xAC\x81x\xC2\xA0";  // a ligature and a no-break space
+  KeyParameters para;
+  para.version = 5;
+  para.revision = 6;
+  FileKey key;
+  ASSERT_TRUE(make_aes256_entries(para, typed_password(typed), typed_password("other"), key));
+  CPDFStandardSecHand hand;
+  CPDFStandardEncrypt enc;
+  ASSERT_TRUE(enc.create({}, kId));
+  const auto set = [&enc](const char* name, const unsigned char* bytes, int size) {
+    enc.encrypt_dict.set_item_str(name, reinterpret_cast<const char*>(bytes), size);
+  };
+  set("U", para.user, 48);
+  set("UE", para.user_key, 32);
+  set("O", para.owner, 48);
+  set("OE", para.owner_key, 32);
+  EXPECT_EQ(open_with(enc, typed, hand), Outcome::kOpenedAsUser);
+  EXPECT_EQ(open_with(enc, "fix ", hand), Outcome::kWrongPassword);
+}
+
 TEST(Handler, DamagedDictionariesAreToldApart) {
   struct Row {
     const char* dict;
@@ -123,6 +145,8 @@ TEST(Handler, DamagedDictionariesAreToldApart) {
       {"<</Filter/Standard/V 2/R 3/Length 99999/P(x)/O(short)/U(short)>>", Outcome::kNeedsPassword},
       {"<</Filter/Standard/V 4/R 4/CF 5/O(a)/U(b)>>", Outcome::kNeedsPassword},
       {"<</Filter/Standard/V 4/R 4/CF<</StdCF<</CFM/Unknown>>>>/O(a)/U(b)>>", Outcome::kUnsupported},
+      {"<</Filter/Standard/V 4/R 4/CF<</StdCF<</CFM/V2>>>>/StmF/Other/O(a)/U(b)>>", Outcome::kUnsupported},
+      {"<</Filter/Standard/V 4/R 4/CF<</StdCF<</CFM/V2>>>>/StmF/StdCF/StrF 7/O(a)/U(b)>>", Outcome::kUnsupported},
       {"<</Filter/Standard/V 5/R 6/O(a)/U(b)>>", Outcome::kDamagedDictionary},
       {"<</Filter/Standard/V 5/R 6/O(a)/U(b)/OE()/UE(x)>>", Outcome::kNeedsPassword},
   };
@@ -203,6 +227,105 @@ TEST(Encrypted, OnlyWhatShouldBeIsEncrypted) {
   }
 }
 
+// A caller may keep a stream and read it after any number of others.
+TEST(Handler, RemembersTheMethodOfEveryStream) {
+  CPDFStandardEncrypt::Settings settings;
+  settings.algorithm = Algorithm::kAES128;
+  CPDFStandardEncrypt enc;
+  ASSERT_TRUE(enc.create(settings, kId));
+  enc.encrypt_dict.set_item_name("StmF", "Identity");
+  CPDFStandardSecHand hand;
+  ASSERT_EQ(open_with(enc, "", hand), Outcome::kOpenedAsUser);
+  Freed<CPDFObj> named;
+  read_value(named, "<</Filter[/Crypt]/DecodeParms[<</Name/StdCF>>]>>");
+  Freed<CPDFObj> bare;
+  read_value(bare, "<<>>");
+  const auto decrypted = [&hand](int num) {
+    unsigned char out[80];
+    int len = 0;
+    const unsigned char coded[48] = {};
+    hand.decrypt_data(num, 0, coded, sizeof(coded), out, &len);
+    return std::string(out, out + len) != std::string(coded, coded + sizeof(coded));
+  };
+  for (int num = 1; num <= 1000; ++num)
+    EXPECT_EQ(hand.prepare_stream(num, 0, named.as_dict()), 0);
+  for (int num = 1; num <= 1000; ++num)
+    EXPECT_TRUE(decrypted(num)) << num;
+  EXPECT_EQ(hand.prepare_stream(7, 0, bare.as_dict()), 1);  // its newer revision names no filter
+  EXPECT_FALSE(decrypted(7));
+}
+
+// "CF" and what is in it may be indirect; an update then is no less encrypted, and a new file takes
+// the whole dictionary over.
+TEST(Encrypted, CryptFiltersMayBeReferences) {
+  for (const Algorithm algorithm : {Algorithm::kAES256, Algorithm::kAES128}) {
+    CPDFStandardEncrypt::Settings settings;
+    settings.algorithm = algorithm;
+    settings.user_password = "user";
+    CPDFStandardEncrypt enc;
+    ASSERT_TRUE(enc.create(settings, kId));
+    Freed<CPDFObj> dict;
+    dict.take_dict(new CPDFDictionary);
+    dict.as_dict()->copy_from(&enc.encrypt_dict);
+    dict.as_dict()->set_item_ref("CF", {11, 0});
+    dict.as_dict()->set_item_ref("StmF", {13, 0});
+    unsigned char coded[64];
+    int len = 0;
+    const CPDFDictionary plain_stream;
+    ASSERT_TRUE(enc.encrypts_stream(6, 0, &plain_stream));
+    enc.encrypt_data(6, 0, reinterpret_cast<const unsigned char*>("secret"), 6, coded, &len);
+    PdfBuilder builder;
+    builder.obj(1, "<</Type/Catalog/Pages 2 0 R/Data 6 0 R>>").obj(2, "<</Type/Pages/Kids[3 0 R]/Count 1>>");
+    builder.obj(3, "<</Type/Page>>").obj(10, TestTable::syntax(dict)).obj(11, "<</StdCF 12 0 R>>");
+    builder.obj(12, TestTable::syntax(*enc.encrypt_dict.get_item("CF")->as_dict()->get_item("StdCF")));
+    builder.obj(13, "/StdCF")
+        .stream(6, "", std::string(reinterpret_cast<const char*>(coded), static_cast<std::size_t>(len)));
+    MemStream file(builder.classic("/Root 1 0 R/Encrypt 10 0 R/ID[(id-0)(id-0)]").str());
+    const auto has_secret = [](CPDFDoc& doc) {
+      Freed<CPDFObj> obj;
+      doc.table().get_entity(obj, {6, 0});
+      int plain_len = 0;
+      const HeapBlock<unsigned char> plain(doc.table().load_raw_data(obj.as_stream(), plain_len));
+      return plain &&
+             std::string(reinterpret_cast<const char*>(plain.get()), static_cast<std::size_t>(plain_len)) == "secret";
+    };
+    CPDFDoc doc;
+    doc.set_password("user");
+    ASSERT_TRUE(doc.open(&file));
+    ASSERT_TRUE(doc.is_readable());
+    EXPECT_TRUE(has_secret(doc));
+    MemStream out("");
+    CPDFXRefTable target;
+    target.stream = &out;
+    Freed<CPDFObj> whole;
+    doc.table().get_encryption(whole);
+    CPDFStandardEncrypt same;
+    same.continue_with(doc.handler(), *whole.as_dict());
+    doc.keep_identifier(target.id);
+    doc.save_complete(target, &same);
+    CPDFDoc copy;
+    copy.set_password("user");
+    ASSERT_TRUE(copy.open(&out));
+    EXPECT_TRUE(has_secret(copy));
+
+    ASSERT_TRUE(doc.set_info("Title", "hidden title"));
+    ASSERT_TRUE(doc.save_update(PDF_SAVE_FORM::kAsFile, nullptr));
+    EXPECT_EQ(file.str().find("hidden title"), std::string::npos);
+  }
+}
+
+// Where the dictionary is lost, nobody knows the key, and nothing may be written in clear.
+TEST(Encrypted, NoUpdateWithoutAKey) {
+  PdfBuilder builder;
+  MemStream file(builder.pages(1).classic("/Root 1 0 R/Encrypt 99 0 R").str());
+  const std::string before = file.str();
+  CPDFDoc doc;
+  ASSERT_TRUE(doc.open(&file));
+  ASSERT_TRUE(doc.set_info("Title", "clear title"));
+  EXPECT_FALSE(doc.save_update(PDF_SAVE_FORM::kAsFile, nullptr));
+  EXPECT_EQ(file.str(), before);
+}
+
 TEST(Encrypted, AnUpdateGoesOnWithTheSameKeys) {
   for (const PDF_SAVE_FORM form : {PDF_SAVE_FORM::kClassic, PDF_SAVE_FORM::kStream}) {
     CPDFStandardEncrypt::Settings settings;
@@ -221,6 +344,55 @@ TEST(Encrypted, AnUpdateGoesOnWithTheSameKeys) {
     Freed<CPDFObj> info;
     doc.table().resolve(info, &doc.table().info);
     EXPECT_STREQ(info.as_dict()->get_item("Title")->as_text(), "hidden title");
+  }
+}
+
+// A filter that a stream names must be there in the new file, or go; its data are coded accordingly.
+TEST(Encrypted, NamedCryptFiltersFollowTheNewEncryption) {
+  const auto data_of = [](CPDFDoc& doc, int num) {
+    Freed<CPDFObj> obj;
+    doc.table().get_entity(obj, {num, 0});
+    const std::unique_ptr<CPDFStream> stream(doc.table().make_stream(obj.as_stream()));
+    char data[64] = {};
+    if (stream != nullptr)
+      stream->read_block(data, 63);
+    return std::string(data);
+  };
+  const auto rewritten = [](CPDFDoc& doc, CPDFStandardEncrypt* enc) {
+    MemStream out("");
+    CPDFXRefTable target;
+    target.stream = &out;
+    auto* pair = new CPDFArray;
+    pair->append_str(kId.data, kId.len);
+    pair->append_str(kId.data, kId.len);
+    target.id.take_array(pair);
+    doc.save_complete(target, enc);
+    return out.str();
+  };
+  PdfBuilder builder;
+  builder.obj(1, "<</Type/Catalog/Pages 2 0 R/Data[4 0 R 5 0 R 6 0 R]>>").obj(2, "<</Type/Pages/Kids[3 0 R]>>");
+  builder.obj(3, "<</Type/Page>>").stream(4, "/Filter/Crypt/DecodeParms<</Name/StdCF>>", "secret four");
+  builder.stream(5, "/Filter[/Crypt]/DecodeParms[<</Name/Identity>>]", "clear five");
+  builder.stream(6, "/Filter[/Crypt/ASCIIHexDecode]/DecodeParms[<</Name/Other>>null]", "736978>").classic();
+  for (const Algorithm algorithm : {Algorithm::kAES256, Algorithm::kAES128, Algorithm::kRC4}) {
+    MemStream file(builder.str());
+    CPDFDoc doc;
+    ASSERT_TRUE(doc.open(&file));
+    CPDFStandardEncrypt::Settings settings;
+    settings.algorithm = algorithm;
+    CPDFStandardEncrypt enc;
+    ASSERT_TRUE(enc.create(settings, kId));
+    MemStream coded(rewritten(doc, &enc));
+    EXPECT_EQ(coded.str().find("secret four"), std::string::npos);
+    EXPECT_EQ(coded.str().find("clear five") != std::string::npos, algorithm != Algorithm::kRC4);
+    CPDFDoc again;
+    ASSERT_TRUE(again.open(&coded));
+    EXPECT_EQ(data_of(again, 4) + data_of(again, 5) + data_of(again, 6), "secret fourclear fivesix");
+    MemStream plain(rewritten(again, nullptr));
+    EXPECT_EQ(plain.str().find("/Crypt"), std::string::npos);
+    CPDFDoc decoded;
+    ASSERT_TRUE(decoded.open(&plain));
+    EXPECT_EQ(data_of(decoded, 4) + data_of(decoded, 5) + data_of(decoded, 6), "secret fourclear fivesix");
   }
 }
 

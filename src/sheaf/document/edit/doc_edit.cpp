@@ -2,6 +2,7 @@
 // section behind the old content.
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <new>
@@ -12,6 +13,7 @@
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/document/doc.h"
 #include "sheaf/document/names/name_tree.h"
+#include "sheaf/document/open/object_rescue_internal.h"
 #include "sheaf/neighbours/security/encrypter.h"
 #include "sheaf/object/array.h"
 #include "sheaf/object/parse_buf.h"
@@ -124,11 +126,16 @@ bool CPDFDoc::attach(const char* path) {
 // update at their true places, and those in object streams, which an update section cannot list,
 // become objects of the update.
 void CPDFDoc::detach_from_old_sections() {
-  table_.drain_pending();
+  read_all_sections();
+  if (table_.sections_lost != 0 && rescue_ != nullptr)
+    rescue_->enter_missing();  // the next reader will look for nothing behind this section
   Freed<CPDFObj> obj;
+  std::uint32_t last = 0;
   for (std::uint32_t num = 1; num < table_.xref_count; ++num) {
     const PDF_XREF before = table_.xref_items[num];
     const PDF_REF ref{static_cast<std::int32_t>(num), 0};
+    if (before.is_in_file() && (last == 0 || before.offset > table_.xref_items[last].offset))
+      last = num;
     if (!before.is_listed() && !before.is_compressed())
       continue;
     table_.get_stored(obj, ref);
@@ -139,16 +146,73 @@ void CPDFDoc::detach_from_old_sections() {
       entry = PDF_XREF::found_at(entry.offset);
   }
   table_.last_xref_offset = 0;
+  store_last_object(last);
+}
+
+// The last object of a file that was cut short may have no end: what the update puts behind it would be
+// taken for a part of it. It goes into the update as it was read.
+void CPDFDoc::store_last_object(std::uint32_t num) {
+  constexpr char kEnd[] = "endobj";
+  constexpr unsigned kEndSize = sizeof(kEnd) - 1;
+  if (num == 0)
+    return;
+  stream_->SetPos(CQVStream::STR_SEEK_SET, table_.xref_items[num].offset);
+  CPDFBufBase buf;
+  buf.buf_init(stream_);
+  const PDF_REF ref{static_cast<std::int32_t>(num), 0};
+  PDF_DEC_PARA para{};
+  Freed<CPDFObj> obj;
+  obj.read(&buf, table_.decode_para(para, ref));
+  buf.buf_need(kEndSize);
+  const bool has_end =
+      buf.buf_pos + kEndSize <= buf.buf_len && std::memcmp(buf.buf_data + buf.buf_pos, kEnd, kEndSize) == 0;
+  if (!has_end && !obj.is_null() && obj.tag != kTagStream && obj.tag != kTagNoValue)
+    table_.store_object(ref, obj);
+}
+
+// A catalogue or document information that stands directly in a trailer becomes an object, as it has to
+// be. False when there is no memory.
+bool CPDFDoc::give_trailer_values_numbers() {
+  for (CPDFObj* value : {&table_.root, &table_.info}) {
+    if (value->as_dict() == nullptr)
+      continue;
+    const PDF_REF ref{table_.alloc_obj_num(), 0};
+    if (!table_.store_object(ref, *value))
+      return false;
+    value->set_ref(ref);
+  }
+  return true;
+}
+
+// Readers may ignore every object at or above "Size", which follows from the last run of an update: that
+// run has to reach the highest number. An object that stays where it is joins it by its entry alone.
+bool CPDFDoc::reach_last_number() {
+  table_.drain_pending();
+  std::uint32_t last = table_.xref_count;
+  while (last > 1 && !table_.xref_items[last - 1].is_known())
+    --last;
+  if (last-- < 2)
+    return true;
+  PDF_XREF& entry = table_.xref_items[last];
+  if (entry.is_changed())
+    return true;
+  if (entry.type == PDF_XREF::kInFile && entry.gen == 0 && begins_at_its_place(last)) {
+    entry = PDF_XREF::found_at(entry.offset);
+    return true;
+  }
+  CPDFObj nothing{};
+  return table_.store_object({table_.alloc_obj_num(), 0}, nothing);
 }
 
 bool CPDFDoc::has_sound_sections() {
+  read_all_sections();
   if (status_ != PDF_OPEN::kClean)
     return false;
   for (const PDF_DOC_REPAIR& repair : repairs()) {
     if (std::strcmp(repair.code, "startxref") == 0 || std::strcmp(repair.code, "section") == 0)
       return false;
   }
-  return true;
+  return table_.sections_lost == 0;
 }
 
 void CPDFDoc::keep_identifier(CPDFObj& id) {
@@ -171,17 +235,17 @@ void CPDFDoc::keep_identifier(CPDFObj& id) {
 // One section at `append_offset` of the table's stream, with all that waits.
 bool CPDFDoc::write_section(PDF_SAVE_FORM form, PDF_SIGN_DATA* sign) {
   const HeapWatch watch;
+  if (!give_trailer_values_numbers())
+    return false;
   if (!has_sound_sections())
     detach_from_old_sections();
   CPDFStandardEncrypt encrypter;
   CPDFEncrypt* enc = nullptr;
-  if (is_encrypted() && table_.sec_filter[0] != 0) {
+  if (is_encrypted()) {
     Freed<CPDFObj> settings;
-    CPDFSecHand* const hand = table_.sec_hand;
-    table_.sec_hand = nullptr;  // the dictionary's own strings are in clear
-    table_.resolve(settings, &table_.encrypt);
-    table_.sec_hand = hand;
-    if (hand == nullptr || settings.as_dict() == nullptr)
+    table_.get_encryption(settings);
+    // Without the key nothing may go into the file: what is written in clear can never be read as it.
+    if (table_.sec_filter[0] == 0 || table_.sec_hand == nullptr || settings.as_dict() == nullptr)
       return false;
     encrypter.continue_with(handler_, *settings.as_dict());
     enc = &encrypter;
@@ -189,13 +253,15 @@ bool CPDFDoc::write_section(PDF_SAVE_FORM form, PDF_SIGN_DATA* sign) {
   }
   const bool classic =
       form == PDF_SAVE_FORM::kClassic || (form == PDF_SAVE_FORM::kAsFile && table_.first_xref_kind == 1);
+  if (classic && !reach_last_number())
+    return false;
   table_.write_failed = 0;
   table_.drain_pending();
   const std::uint32_t section_num = table_.next_obj_num;  // the number that a cross-reference stream takes
   const int done = classic ? table_.save_14(enc, sign) : table_.save(enc, sign);
-  if (!watch.all_granted() || table_.entries_lost != 0)
+  if (done == 0 || !watch.all_granted() || table_.entries_lost != 0)
     table_.write_failed = 1;
-  const bool good = done != 0 && table_.write_failed == 0;
+  const bool good = table_.write_failed == 0;
   if (classic || table_.next_obj_num != section_num + 1)
     return good;
   if (good && sign != nullptr)
@@ -205,22 +271,22 @@ bool CPDFDoc::write_section(PDF_SAVE_FORM form, PDF_SIGN_DATA* sign) {
   return good;
 }
 
-// An object stream comes along in a new file only when its own header stands where its entry says;
-// reading needs no header, and so its members can be known all the same. They then become objects.
+// Reading an object stream needs no header and no entry of the right type, so the members of one that a
+// new file cannot have can be known all the same. They then become objects.
 void CPDFDoc::free_members_of_lost_streams() {
   table_.drain_pending();
   Freed<CPDFObj> obj;
   std::uint32_t container = 0;
-  bool comes_along = true;
+  bool has_stream = true;
   for (std::uint32_t num = 1; num < table_.xref_count; ++num) {
     const PDF_XREF entry = table_.xref_items[num];
     if (!entry.is_compressed())
       continue;
     if (entry.offset != container) {
       container = entry.offset;
-      comes_along = begins_at_its_place(container);
+      has_stream = comes_along(container);
     }
-    if (comes_along)
+    if (has_stream)
       continue;
     const PDF_REF ref{static_cast<std::int32_t>(num), 0};
     table_.get_stored(obj, ref);
@@ -229,9 +295,17 @@ void CPDFDoc::free_members_of_lost_streams() {
   }
 }
 
-bool CPDFDoc::begins_at_its_place(std::uint32_t num) {
+// Whether the object stream will be in a new file.
+bool CPDFDoc::comes_along(std::uint32_t num) {
   if (num >= table_.xref_count)
     return false;
+  const PDF_XREF& entry = table_.xref_items[num];
+  if (const PDF_NEWOBJ* const slot = table_.slot_of(num))
+    return slot->obj.as_stream() != nullptr;
+  return entry.is_in_file() && begins_at_its_place(num);
+}
+
+bool CPDFDoc::begins_at_its_place(std::uint32_t num) {
   stream_->SetPos(CQVStream::STR_SEEK_SET, table_.xref_items[num].offset);
   CPDFBufBase buf;
   buf.buf_init(stream_);
@@ -240,18 +314,16 @@ bool CPDFDoc::begins_at_its_place(std::uint32_t num) {
 
 void CPDFDoc::save_complete(CPDFXRefTable& target, CPDFEncrypt* enc) {
   const HeapWatch watch;
-  for (CPDFObj* value : {&table_.root, &table_.info}) {
-    if (value->as_dict() == nullptr)
-      continue;
-    const PDF_REF ref{table_.alloc_obj_num(), 0};
-    if (table_.store_object(ref, *value))
-      value->set_ref(ref);
-  }
+  read_all_sections();
+  if (!give_trailer_values_numbers())
+    table_.entries_lost = 1;
   store_page_tree();
   table_.font_cache.embed_flush();
   store_frame();
   store_metadata();
   free_members_of_lost_streams();
+  if (enc != nullptr || is_encrypted())
+    drop_unknown_crypt_filters(enc);
   if (target.id.is_null())
     renew_identifier(target.id);
   table_.save_as(target, enc);

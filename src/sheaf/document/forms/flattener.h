@@ -3,6 +3,7 @@
 
 #include <cstdint>
 
+#include "sheaf/base/grow_array.h"
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/base/visited_set.h"
 #include "sheaf/object/object.h"
@@ -22,7 +23,7 @@ struct PDF_FLATTEN_REPORT {
   std::int32_t hidden = 0;      ///< Removed without being drawn, as they are not shown.
   std::int32_t blank = 0;       ///< Widgets that had nothing to draw.
   std::int32_t kept = 0;        ///< Left as they were though asked for: they have no appearance to draw.
-  std::int32_t signatures = 0;  ///< Signed fields among the widgets; their signatures are gone.
+  std::int32_t signatures = 0;  ///< Signed fields of the form; their signatures are gone.
   bool dropped_form = false;    ///< The document had a form.
 };
 
@@ -45,19 +46,22 @@ private:
   struct PageWork;
 
   void read_default_resources();
+  void count_signatures();
   bool flatten_page(int index, PDF_FLATTEN what);
-  bool take(PageWork& work, const CPDFObj& item, PDF_FLATTEN what);
+  bool take(PageWork& work, const CPDFObj& item, const CPDFDictionary& dict, PDF_FLATTEN what);
   bool draw(PageWork& work, const CPDFDictionary& annotation);
   void complete_form(const PDF_REF& ref);
   bool store_page(PageWork& work);
   bool put_content(PageWork& work);
   PDF_REF opening_stream(int count);
+  bool forget_named();
   bool drop_form();
 
   CPDFDoc& doc_;
   PDF_FLATTEN_REPORT report_;
   sheaf::VisitedSet pages_;
   sheaf::VisitedSet made_forms_;
+  sheaf::GrowArray<PDF_REF> named_;          // annotations that are gone, and that the structure tree names
   sheaf::Freed<CPDFObj> default_resources_;  // the form's
   PDF_REF opening_{0, 0};                    // content that saves the graphics state once
   int next_name_ = 0;

@@ -18,6 +18,11 @@
 class CPDFDoc;
 class CPDFAcroForm;
 class CPDFField;
+class CPDFFormData;
+
+namespace sheaf {
+struct FieldFacts;
+}
 
 /// What became of a value.
 enum class PDF_FILL : std::int32_t {
@@ -35,6 +40,19 @@ enum class PDF_FILL : std::int32_t {
   kLocked,      ///< A signature of the document locks the field.
   kCertified,   ///< The document's certification forbids every change.
   kNoMemory,
+};
+
+/// What a field is and takes.
+struct PDF_FIELD_TRAITS {
+  /// "text", "check box", "radio group", "combo box", "list box", "push button", "signature", or "".
+  const char* kind = "";
+  bool read_only = false;
+  bool required = false;
+  bool locked = false;         ///< By a signature or a certification of the document.
+  bool multi_line = false;     ///< A text may have several lines.
+  bool takes_several = false;  ///< Several values at once.
+  bool takes_any = false;      ///< Any text, besides what is offered.
+  std::int32_t max_len = 0;    ///< Most characters of a text; 0: no limit.
 };
 
 class CPDFFormFiller {
@@ -60,6 +78,10 @@ public:
   PDF_FILL set(const char* name, const char* value);
   /// The same with several values, for list boxes that take more than one. No value at all clears a list box.
   PDF_FILL set(const char* name, const char* const* values, std::int32_t count);
+  /// Says what the first field of this full name is. What it offers is appended to `offers`: options by their values
+  /// with the texts that they show, states of buttons by their names with their export values. False when there is no
+  /// such field.
+  bool describe(const char* name, PDF_FIELD_TRAITS& traits, CPDFFormData& offers);
   /// How many characters, in all values set so far, no font had; appearances show question marks in their place.
   std::int32_t missing_characters() const;
 
@@ -80,11 +102,11 @@ private:
   struct Parts;
 
   PDF_FILL set_field(CPDFField& field, const char* const* values, std::int32_t count);
-  PDF_FILL set_text(CPDFField& field, const char* value);
-  PDF_FILL set_choice(CPDFField& field, const char* const* values, std::int32_t count);
-  PDF_FILL set_button(CPDFField& field, const char* value);
-  PDF_FILL refusal(const CPDFField& field) const;
-  PDF_FILL store_value(CPDFField& field, CPDFObj& value, CPDFObj* indices);
+  PDF_FILL set_text(CPDFField& field, const sheaf::FieldFacts& facts, const char* value);
+  PDF_FILL set_choice(CPDFField& field, const sheaf::FieldFacts& facts, const char* const* values, std::int32_t count);
+  PDF_FILL set_button(CPDFField& field, const sheaf::FieldFacts& facts, const char* value);
+  PDF_FILL refusal(const sheaf::FieldFacts& facts) const;
+  PDF_FILL store_value(CPDFField& field, const sheaf::FieldFacts& facts, CPDFObj& value, CPDFObj* indices);
   bool drop_rendering_request();
   bool draw_if_needed(CPDFField& field, bool anew);
 

@@ -5,9 +5,13 @@
 #include <array>
 #include <cstring>
 #include <memory>
+#include <new>
+#include <utility>
 
 #include "sheaf/base/heap.h"
 #include "sheaf/base/scope_guard.h"
+#include "sheaf/filters/ccitt.h"
+#include "sheaf/filters/picture_budget.h"
 #include "sheaf/filters/stream_filter.h"
 #include "sheaf/xref/xref_table.h"
 
@@ -30,6 +34,57 @@ void drop_last(CPDFXRefTable& table, CPDFDictionary& dict, const char* key) {
   else
     dict.set_item(key, nullptr);
 }
+
+std::int64_t row_bytes_of(const CPDFStreamFAX& fax) {
+  return (std::int64_t{std::max(fax.columns, 1)} + 7) / 8;
+}
+
+// The rows of CCITT data as one run of bytes. Their decoder gives a row a call and goes on with blank
+// ones behind the end of the data, so that the image has to say where it ends.
+class FaxRows : public CPDFStream {
+public:
+  FaxRows(std::unique_ptr<CPDFStreamFAX> fax, std::int64_t rows)
+      : CPDFStream(nullptr, 0),
+        fax_(std::move(fax)),
+        row_(static_cast<std::uint8_t*>(QVAlloc(static_cast<std::size_t>(row_bytes_of(*fax_))))),
+        row_bytes_(static_cast<int>(row_bytes_of(*fax_))),
+        rows_left_(row_ ? rows : 0) {}
+
+  void close() override {
+    rows_left_ = pos_ = end_ = 0;
+    fax_->close();
+  }
+  int read_block(void* dst, int size) override {
+    auto* out = static_cast<std::uint8_t*>(dst);
+    int total = 0;
+    while (total < size && (pos_ < end_ || next_row())) {
+      const int count = std::min(end_ - pos_, size - total);
+      std::memcpy(out + total, row_.get() + pos_, static_cast<std::size_t>(count));
+      pos_ += count;
+      total += count;
+    }
+    return total;
+  }
+
+private:
+  bool next_row() {
+    if (rows_left_ <= 0 || fax_->read_block(row_.get(), row_bytes_) != row_bytes_) {
+      rows_left_ = 0;
+      return false;
+    }
+    --rows_left_;
+    pos_ = 0;
+    end_ = row_bytes_;
+    return true;
+  }
+
+  std::unique_ptr<CPDFStreamFAX> fax_;
+  HeapBlock<std::uint8_t> row_;
+  int row_bytes_;
+  std::int64_t rows_left_;
+  int pos_ = 0;
+  int end_ = 0;  // bytes of the row at hand
+};
 
 }  // namespace
 
@@ -99,6 +154,24 @@ std::uint8_t* CPDFImage::load_encoded(std::int32_t& len) const {
   return decoder != nullptr ? decoder->buffer_load(kMostEncoded, len) : nullptr;
 }
 
+void CPDFImage::last_parms(CPDFDictionary& out) const {
+  const CPDFStreamRec* rec = stream_.as_stream();
+  Freed<CPDFObj> parms;
+  Freed<CPDFObj> last;
+  table_->resolve(parms, rec != nullptr ? rec->dict.get_item("DecodeParms") : nullptr);
+  const CPDFArray* list = parms.as_array();
+  if (list != nullptr)
+    table_->resolve(last, list->get(filter_count - 1));
+  out.copy_from(list != nullptr ? last.as_dict() : parms.as_dict());
+}
+
 CPDFStream* CPDFImage::open_samples() const {
-  return stream_.as_stream() != nullptr ? table_->make_stream(stream_.as_stream()) : nullptr;
+  std::unique_ptr<CPDFStream> decoder(stream_.as_stream() != nullptr ? table_->make_stream(stream_.as_stream())
+                                                                     : nullptr);
+  if (decoder == nullptr || decoder->filter_type != kFilterCCITTFax)
+    return decoder.release();
+  std::unique_ptr<CPDFStreamFAX> fax(static_cast<CPDFStreamFAX*>(decoder.release()));
+  const std::int64_t rows = height > 0 ? height : fax->rows;
+  const std::int64_t most = picture_budget(fax->left, table_->picture_ceiling) / row_bytes_of(*fax);
+  return new (std::nothrow) FaxRows(std::move(fax), std::min(rows, most));
 }

@@ -33,7 +33,11 @@ public:
   /// The data with all filters but the last one taken off: a JPEG file for DCTDecode. Null when they
   /// cannot be had. The caller owns the block, a NUL behind it, and releases it with QVFree.
   std::uint8_t* load_encoded(std::int32_t& len) const;
-  /// The decoded data, or null. The caller deletes the result.
+  /// The parameters of the last filter, none when it has no dictionary of them; `out` is empty.
+  void last_parms(CPDFDictionary& out) const;
+  /// The decoded data, or null: rows of samples one after the other, to be read in pieces of any
+  /// size. Those of CCITTFaxDecode, whose data need not end, end with the height, which "Rows" gives
+  /// when the image has none. The caller deletes the result.
   CPDFStream* open_samples() const;
 
 private:

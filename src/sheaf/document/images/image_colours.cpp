@@ -139,21 +139,46 @@ ColourSpace read_indexed(CPDFXRefTable& table, const CPDFArray& array, int depth
   }
   space.is_indexed = true;
   space.components = 1;
+  if (space.family == ColourFamily::kGrey || space.family == ColourFamily::kTint)
+    space.profile.clear();  // the palette is red, green and blue
   return space;
+}
+
+int profile_components(CPDFXRefTable& table, const CPDFObj& profile) {
+  Freed<CPDFObj> count;
+  const CPDFDictionary* dict = profile.as_dict_or_stream();
+  table.resolve(count, dict != nullptr ? dict->get_item("N") : nullptr);
+  return count.to_int();
+}
+
+// The bytes of an ICC profile that says what it is for (ICC.1:2010, 7.2); empty for one that a file
+// of grey or of red, green and blue could not bear.
+std::vector<std::uint8_t> profile_bytes(CPDFXRefTable& table, const CPDFObj& obj, ColourFamily family) {
+  constexpr int kMostProfile = 4 << 20;
+  constexpr int kHeaderBytes = 128;
+  constexpr int kSpaceAt = 16;
+  constexpr int kSignatureAt = 36;
+  const char* const wanted = family == ColourFamily::kGrey ? "GRAY" : family == ColourFamily::kRgb ? "RGB " : nullptr;
+  const std::unique_ptr<CPDFStream> decoder(
+      wanted != nullptr && obj.as_stream() != nullptr ? table.make_stream(obj.as_stream()) : nullptr);
+  int len = 0;
+  const HeapBlock<std::uint8_t> block(decoder ? decoder->buffer_load(decoder->most_text(kMostProfile), len) : nullptr);
+  if (!block || len < kHeaderBytes || std::memcmp(block.get() + kSignatureAt, "acsp", 4) != 0 ||
+      std::memcmp(block.get() + kSpaceAt, wanted, 4) != 0)
+    return {};
+  return {block.get(), block.get() + len};
 }
 
 ColourSpace read_profile(CPDFXRefTable& table, const CPDFArray& array) {
   Freed<CPDFObj> profile;
-  Freed<CPDFObj> count;
   table.resolve(profile, array.get(1));
-  const CPDFDictionary* dict = profile.as_dict_or_stream();
-  table.resolve(count, dict != nullptr ? dict->get_item("N") : nullptr);
   ColourSpace space;
-  space.components = count.to_int();
+  space.components = profile_components(table, profile);
   space.family = space.components == 1   ? ColourFamily::kGrey
                  : space.components == 3 ? ColourFamily::kRgb
                  : space.components == 4 ? ColourFamily::kCmyk
                                          : ColourFamily::kNone;
+  space.profile = profile_bytes(table, profile, space.family);
   return space;
 }
 
@@ -193,7 +218,7 @@ std::string name_of_space(CPDFXRefTable& table, const CPDFObj& obj, bool is_base
     return name;
   table.resolve(second, array->get(1));
   if (name == "ICCBased")
-    name += " " + std::to_string(read_profile(table, *array).components);
+    name += " " + std::to_string(profile_components(table, second));
   else if (name == "Separation" && second.as_text() != nullptr)
     name += std::string(" ") + second.as_text();
   else if (name == "Indexed" && !is_base)
@@ -233,6 +258,31 @@ PixelRows::PixelRows(CPDFXRefTable& table, const CPDFImage& image, const ColourS
     low_.push_back(low);
     step_.push_back((high - low) / most);
   }
+  choose_copying();
+}
+
+// Whether "Decode" says nothing, or only turns the samples of one component round.
+bool PixelRows::decodes_to(bool reversed) const {
+  const double most = std::pow(2.0, bits_) - 1;
+  for (std::size_t c = 0; c < low_.size(); ++c) {
+    const double range = space_.is_indexed ? most : 1;
+    const double high = low_[c] + step_[c] * most;
+    if (low_[c] != (reversed ? range : 0) || std::abs(high - (reversed ? 0 : range)) > 1e-9)
+      return false;
+  }
+  return true;
+}
+
+void PixelRows::choose_copying() {
+  if (space_.is_indexed) {
+    is_copied_ = bits_ <= 8 && decodes_to(false);
+  } else if (is_grey_) {
+    const bool is_reversed = decodes_to(true);
+    is_copied_ = is_reversed || decodes_to(false);
+    flipped_ = is_reversed != (space_.family == ColourFamily::kTint) ? 0xFF : 0;
+  } else {
+    is_copied_ = space_.family == ColourFamily::kRgb && bits_ >= 8 && decodes_to(false);
+  }
 }
 
 void PixelRows::put(double value, std::uint8_t*& out) const {
@@ -261,6 +311,11 @@ void PixelRows::put_pixel(const double* values, std::uint8_t*& out) const {
 }
 
 void PixelRows::convert(const std::uint8_t* source, std::uint8_t* out) const {
+  if (is_copied_) {
+    std::transform(source, source + source_bytes_, out,
+                   [this](std::uint8_t byte) { return static_cast<std::uint8_t>(byte ^ flipped_); });
+    return;
+  }
   std::size_t bit = 0;
   const auto sample = [&] {
     const std::size_t at = bit / 8;

@@ -41,8 +41,14 @@ struct Node {
 }  // namespace
 
 NameList::~NameList() {
+  clear();
+}
+
+void NameList::clear() {
   for (Entry& entry : entries_)
     QVFree(entry.name.data);
+  entries_.clear();
+  buckets_.reset();
 }
 
 std::int32_t NameList::find(const PDF_String& name) const {

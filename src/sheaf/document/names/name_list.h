@@ -23,6 +23,8 @@ public:
   NameList& operator=(const NameList&) = delete;
   ~NameList();
 
+  /// Forgets all names.
+  void clear();
   std::int32_t size() const { return static_cast<std::int32_t>(entries_.size()); }
   const Entry& at(std::int32_t index) const { return entries_[static_cast<std::size_t>(index)]; }
   /// The index of `name`, or -1.

@@ -63,4 +63,94 @@ const CPDFDictionary* NumberTree::find(std::int32_t key, std::int32_t& start) co
   return at[-1].value.as_dict();
 }
 
+namespace {
+
+constexpr std::size_t kLeafNumbers = 64;
+constexpr std::size_t kMostKids = 32;
+
+void set_limits(CPDFDictionary& dict, std::int32_t least, std::int32_t greatest) {
+  Cleared<CPDFArray> limits;
+  limits.append_int(least);
+  limits.append_int(greatest);
+  dict.set_item_arr("Limits", &limits);
+}
+
+}  // namespace
+
+void number_tree_limits(CPDFXRefTable& table, const CPDFObj* root, std::int32_t& least, std::int32_t& greatest) {
+  bool found = false;
+  number_tree_walk(table, root, [&](std::int32_t key, const CPDFObj&) {
+    least = found ? std::min(least, key) : key;
+    greatest = found ? std::max(greatest, key) : key;
+    found = true;
+  });
+}
+
+void NumberTreeWriter::store_leaf(const Node& node, std::size_t first, std::size_t end) {
+  Cleared<CPDFDictionary> dict;
+  Cleared<CPDFArray> numbers;
+  for (std::size_t i = first; i < end; ++i) {
+    numbers.append_int(entries_[i].key);
+    numbers.append_ref(entries_[i].value);
+  }
+  dict.set_item_arr("Nums", &numbers);
+  set_limits(dict, node.least, node.greatest);
+  table_.store_dict(node.ref, &dict);
+}
+
+void NumberTreeWriter::store_branch(const Node& node, const Node* kids, std::size_t count, bool is_root) {
+  Cleared<CPDFDictionary> dict;
+  Cleared<CPDFArray> list;
+  for (std::size_t i = 0; i < count; ++i)
+    list.append_ref(kids[i].ref);
+  dict.set_item_arr("Kids", &list);
+  if (!is_root)
+    set_limits(dict, node.least, node.greatest);
+  table_.store_dict(node.ref, &dict);
+}
+
+// A root has no limits; as a branch it needs them.
+bool NumberTreeWriter::take_own(const CPDFObj* own, Node& node) {
+  Freed<CPDFObj> root;
+  table_.resolve(root, own);
+  node = {{0, 0}, INT32_MAX, INT32_MIN};
+  if (root.as_dict() == nullptr)
+    return false;
+  number_tree_limits(table_, own, node.least, node.greatest);
+  if (node.least > node.greatest)
+    return false;
+  set_limits(*root.as_dict(), node.least, node.greatest);
+  node.ref = own->as_ref().num != 0 ? own->as_ref() : PDF_REF{table_.alloc_obj_num(), 0};
+  return table_.store_object(node.ref, root);
+}
+
+PDF_REF NumberTreeWriter::store_behind(const CPDFObj* own) {
+  GrowArray<Node> level;
+  Node node{};
+  if (entries_.empty())
+    return {0, 0};
+  if (take_own(own, node) && !level.push(node))
+    return {0, 0};
+  for (std::size_t at = 0; at < entries_.size(); at += kLeafNumbers) {
+    const std::size_t end = std::min(at + kLeafNumbers, entries_.size());
+    const Node leaf{{table_.alloc_obj_num(), 0}, entries_[at].key, entries_[end - 1].key};
+    store_leaf(leaf, at, end);
+    if (!level.push(leaf))
+      return {0, 0};
+  }
+  do {
+    const std::size_t count = level.size();
+    std::size_t made = 0;
+    for (std::size_t at = 0; at < count; at += kMostKids) {
+      const std::size_t end = std::min(at + kMostKids, count);
+      const Node branch{{table_.alloc_obj_num(), 0}, level[at].least, level[end - 1].greatest};
+      store_branch(branch, &level[at], end - at, count <= kMostKids);
+      level[made++] = branch;
+    }
+    while (level.size() > made)
+      level.pop();
+  } while (level.size() > 1);
+  return level[0].ref;
+}
+
 }  // namespace sheaf

@@ -1,11 +1,13 @@
-// Reading number trees whose values are dictionaries (ISO 32000-1, 7.9.7), such as page labels.
+// Number trees (ISO 32000-1, 7.9.7): read where their values are dictionaries, as those of page labels
+// are, and written where they are references, as in parent trees.
 #pragma once
 
 #include "sheaf/base/grow_array.h"
-#include "sheaf/object/object.h"
-
-class CPDFDictionary;
-class CPDFXRefTable;
+#include "sheaf/base/scope_guard.h"
+#include "sheaf/base/visited_set.h"
+#include "sheaf/object/array.h"
+#include "sheaf/object/dictionary.h"
+#include "sheaf/xref/xref_table.h"
 
 namespace sheaf {
 
@@ -22,6 +24,12 @@ public:
   /// The value of the greatest key that is not above `key`, with that key in `start`; null when
   /// there is none. Borrowed.
   const CPDFDictionary* find(std::int32_t key, std::int32_t& start) const;
+  /// The entries in the order of their keys.
+  std::int32_t size() const { return static_cast<std::int32_t>(entries_.size()); }
+  std::int32_t key_at(std::int32_t index) const { return entries_[static_cast<std::size_t>(index)].key; }
+  const CPDFDictionary* value_at(std::int32_t index) const {
+    return entries_[static_cast<std::size_t>(index)].value.as_dict();
+  }
 
 private:
   struct Entry {
@@ -29,6 +37,70 @@ private:
     CPDFObj value;  // owned
   };
   GrowArray<Entry> entries_;  // sorted by key
+};
+
+/// Calls `visit(key, value)` for every number of the tree below `root`, which may be null, in no order
+/// to rely on; the value is borrowed for the call. Loops and nulls in the tree do no harm.
+template <class Visit>
+void number_tree_walk(CPDFXRefTable& table, const CPDFObj* root, const Visit& visit) {
+  Freed<CPDFObj> node;
+  Freed<CPDFObj> list;
+  Freed<CPDFObj> key;
+  VisitedSet visited;
+  GrowArray<PDF_REF> waiting;
+  table.resolve(node, root);
+  while (true) {
+    const CPDFDictionary* const dict = node.as_dict();
+    table.resolve(list, dict != nullptr ? dict->get_item("Nums") : nullptr);
+    for (std::int32_t i = 0; list.as_array() != nullptr && i + 1 < list.as_array()->count; i += 2) {
+      table.resolve(key, list.as_array()->items + i);
+      if (key.tag == kTagInt)
+        visit(key.as_int(), list.as_array()->items[i + 1]);
+    }
+    table.resolve(list, dict != nullptr ? dict->get_item("Kids") : nullptr);
+    for (std::int32_t i = 0; list.as_array() != nullptr && i < list.as_array()->count; ++i)
+      waiting.push(list.as_array()->items[i].as_ref());
+    while (!waiting.empty() && !visited.visit(waiting.back().num))
+      waiting.pop();
+    if (waiting.empty())
+      return;
+    table.get_entity(node, waiting.back());
+    waiting.pop();
+  }
+}
+
+/// The least and the greatest key of the tree below `root`, of any values; untouched for an empty tree.
+void number_tree_limits(CPDFXRefTable& table, const CPDFObj* root, std::int32_t& least, std::int32_t& greatest);
+
+/// Collects numbers with a reference each, in ascending order, and writes them as a balanced tree.
+class NumberTreeWriter {
+public:
+  explicit NumberTreeWriter(CPDFXRefTable& table) : table_(table) {}
+  NumberTreeWriter(const NumberTreeWriter&) = delete;
+  NumberTreeWriter& operator=(const NumberTreeWriter&) = delete;
+
+  void add(std::int32_t key, const PDF_REF& value) { entries_.push({key, value}); }
+  /// Stores the tree behind the one that `own` (null for none) holds, whose keys are all lower and which
+  /// stays as it is. The root of both; {0, 0} when nothing was added or there is no memory.
+  PDF_REF store_behind(const CPDFObj* own);
+
+private:
+  struct Entry {
+    std::int32_t key;
+    PDF_REF value;
+  };
+  struct Node {
+    PDF_REF ref;
+    std::int32_t least;
+    std::int32_t greatest;
+  };
+
+  void store_leaf(const Node& node, std::size_t first, std::size_t end);
+  void store_branch(const Node& node, const Node* kids, std::size_t count, bool is_root);
+  bool take_own(const CPDFObj* own, Node& node);
+
+  CPDFXRefTable& table_;
+  GrowArray<Entry> entries_;
 };
 
 }  // namespace sheaf

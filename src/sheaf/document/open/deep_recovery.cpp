@@ -1,12 +1,9 @@
 // Recovery above the table's own rebuild: for files that have only cross-reference streams, no
 // trailer at all, a root that is lost, or object streams that nobody names any more. Every object
 // in the file is looked at once; what lies later in the file wins.
-#include <cstring>
-#include <memory>
-
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/document/open/deep_recovery_internal.h"
-#include "sheaf/filters/stream_filter.h"
+#include "sheaf/document/open/object_rescue_internal.h"
 #include "sheaf/object/array.h"
 #include "sheaf/object/parse_buf.h"
 
@@ -14,11 +11,19 @@ using namespace sheaf;
 
 namespace {
 
-constexpr int kMostObjStmBytes = 0x8000000;
-
 bool has_type(const CPDFDictionary& dict, const char* name) {
   const CPDFObj* type = dict.get_item(CPDFDictionary::sm_tag_type);
   return type != nullptr && type->is_name(name);
+}
+
+// A dictionary with all that a key hangs on. To read a document without it is to read garbage.
+bool is_encryption(const CPDFDictionary& dict) {
+  const CPDFObj* const filter = dict.get_item(CPDFDictionary::sm_tag_filter);
+  const auto has_text = [&dict](const char* key) {
+    const CPDFObj* const item = dict.get_item(key);
+    return item != nullptr && item->tag == kTagString;
+  };
+  return filter != nullptr && filter->is_name("Standard") && has_text("O") && has_text("U");
 }
 
 }  // namespace
@@ -37,67 +42,46 @@ bool DeepRecovery::take_object(std::int32_t num, std::uint32_t pos) {
   return true;
 }
 
-void DeepRecovery::classify(const PDF_REF& ref, std::uint32_t pos, const CPDFObj& obj) {
-  const CPDFDictionary* dict = obj.as_dict_or_stream();
+void DeepRecovery::classify(const ObjectScan& scan, const ObjectScan::Object& object) {
+  if (object.kind == ObjectScan::Kind::kXRefStream)
+    trailers_.push(object.pos);
+  if (object.kind != ObjectScan::Kind::kOther)
+    return;
+  Freed<CPDFObj> obj;
+  scan.read_value(obj, object);
+  const CPDFDictionary* dict = obj.as_dict();
   if (dict == nullptr)
     return;
-  if (has_type(*dict, "XRef"))
-    trailers_.push(pos);
-  else if (has_type(*dict, "ObjStm"))
-    object_streams_.push({ref.num, pos});
-  else if (has_type(*dict, "Catalog"))
+  const PDF_REF ref = doc_.reference_to(object.num);
+  if (has_type(*dict, "Catalog"))
     catalog_ = ref;
   else if (has_type(*dict, "Page"))
     pages_.push(ref);
   else if (has_type(*dict, "Pages") && dict->get_item(CPDFDictionary::sm_tag_parent) == nullptr)
     tree_ = ref;
+  else if (is_encryption(*dict))
+    encryption_ = ref;
 }
 
-void DeepRecovery::scan_objects() {
-  CQVStream* const stream = table_.stream;
-  stream->SetPos(CQVStream::STR_SEEK_SET, 0);
-  CPDFBufBase buf;
-  buf.buf_init(stream);
-  Freed<CPDFObj> obj;
-  while (const char* header = buf.buf_skip_to_obj()) {
-    const std::int32_t num = ansi_to_i32(header);
-    const std::int32_t gen = header_generation(header);
-    const std::uint32_t pos = buf.position();
-    obj.read(&buf, nullptr);
-    if (take_object(num, pos))
-      classify({num, gen > 0 ? gen : 0}, pos, obj);
-    else if (const CPDFDictionary* dict = obj.as_dict_or_stream(); dict != nullptr && has_type(*dict, "ObjStm"))
-      object_streams_.push({--last_nameless_, pos});
-    if (obj.tag != kTagStream)
-      continue;
-    // Headers inside stream data are none; data without an end hide nothing behind them.
-    const std::uint32_t data = buf.position();
-    if (skip_to_word(buf, "endstream", 9))
-      continue;
-    stream->SetPos(CQVStream::STR_SEEK_SET, data);
-    buf.buf_init(stream);
+void DeepRecovery::enter_objects(const ObjectScan& scan) {
+  for (const ObjectScan::Object& object : scan.objects()) {
+    const bool has_number = take_object(object.num, object.pos);
+    if (object.kind == ObjectScan::Kind::kObjectStream)
+      object_streams_.push({has_number ? object.num : --last_nameless_, object.pos});
+    else if (has_number)
+      classify(scan, object);
   }
-}
-
-void DeepRecovery::scan_trailers() {
-  CQVStream* const stream = table_.stream;
-  stream->SetPos(CQVStream::STR_SEEK_SET, 0);
-  CPDFBufBase buf;
-  buf.buf_init(stream);
-  while (skip_to_word(buf, "trailer", 7)) {
-    buf.buf_skip(7);
-    buf.buf_skip_ws(true);
-    buf.buf_need(2);
-    if (std::strncmp(buf.buf_data + buf.buf_pos, "<<", 2) == 0)
-      trailers_.push(buf.position());
-  }
+  for (const std::uint32_t trailer : scan.trailers())
+    trailers_.push(trailer);
 }
 
 // Takes over what the trailers and cross-reference streams say, the last one in the file first.
 // Those that name a root which is no catalogue are passed over.
 void DeepRecovery::load_trailers() {
+  constexpr std::size_t kMostTrailers = 256;  // each may be read to the end of the file
   std::sort(trailers_.begin(), trailers_.end());
-  for (std::size_t i = trailers_.size(); i-- > 0;) {
+  const std::size_t first = trailers_.size() > kMostTrailers ? trailers_.size() - kMostTrailers : 0;
+  for (std::size_t i = trailers_.size(); i-- > first;) {
     table_.stream->SetPos(CQVStream::STR_SEEK_SET, trailers_[i]);
     CPDFBufBase buf;
     buf.buf_init(table_.stream);
@@ -158,27 +142,10 @@ void DeepRecovery::load_object_stream(const FoundStream& found) {
   const CPDFStreamRec* rec = obj.as_stream();
   if (rec == nullptr)
     return;
-  Freed<CPDFObj> value;
-  table_.resolve(value, rec->dict.get_item("N"));
-  const std::int32_t count = value.to_int();
-  const std::unique_ptr<CPDFStream> decoder(table_.make_stream(rec));
-  if (decoder == nullptr)
-    return;
-  int size = 0;
-  const HeapBlock<std::uint8_t> data(decoder->buffer_load(kMostObjStmBytes, size));
-  if (!data || size < 1)
-    return;
-  CPDFBufMem buf;
-  buf.buf_init_mem(data.get(), static_cast<std::uint32_t>(size));
-  Freed<CPDFObj> number;
-  for (std::int32_t index = 0; index < count; ++index) {
-    number.read(&buf, nullptr);
-    const std::int32_t num = number.as_int();
-    if (number.tag != kTagInt)
-      return;
-    number.read(&buf, nullptr);  // the offset: objects are read one after the other
-    enter_compressed(num, found, index);
-  }
+  GrowArray<std::int32_t> numbers;
+  read_member_numbers(table_, *rec, numbers);
+  for (std::uint32_t index = 0; index < numbers.size(); ++index)
+    enter_compressed(numbers[index], found, static_cast<std::int32_t>(index));
 }
 
 void DeepRecovery::enter_compressed(std::int32_t num, const FoundStream& found, std::int32_t index) {
@@ -238,9 +205,13 @@ void DeepRecovery::find_root() {
 
 void DeepRecovery::run() {
   doc_.reset_table();
-  scan_objects();
-  scan_trailers();
+  const ObjectScan* const scan = doc_.rescue_ != nullptr ? doc_.rescue_->scan() : nullptr;
+  if (scan == nullptr)
+    return;
+  enter_objects(*scan);
   load_trailers();
+  if (table_.encrypt.is_null() && encryption_.num != 0)
+    table_.encrypt.set_ref(encryption_);
   if (doc_.is_encrypted() && !doc_.authorise_quietly())
     return;
   for (const FoundStream& found : object_streams_)

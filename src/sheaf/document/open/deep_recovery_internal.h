@@ -7,6 +7,7 @@
 #include "sheaf/base/grow_array.h"
 #include "sheaf/base/number_text.h"
 #include "sheaf/document/doc.h"
+#include "sheaf/document/open/object_scan_internal.h"
 
 namespace sheaf {
 
@@ -28,9 +29,8 @@ private:
   static std::uint32_t nameless_index(std::int32_t num) { return static_cast<std::uint32_t>(-1 - num); }
 
   bool take_object(std::int32_t num, std::uint32_t pos);
-  void classify(const PDF_REF& ref, std::uint32_t pos, const CPDFObj& obj);
-  void scan_objects();
-  void scan_trailers();
+  void classify(const ObjectScan& scan, const ObjectScan::Object& object);
+  void enter_objects(const ObjectScan& scan);
   void load_trailers();
   bool is_catalog(const CPDFObj& root);
   void read_found_stream(CPDFObj& out, const FoundStream& found);
@@ -48,6 +48,7 @@ private:
   std::int32_t last_nameless_ = 0;
   PDF_REF catalog_{0, 0};
   PDF_REF tree_{0, 0};
+  PDF_REF encryption_{0, 0};
 };
 
 }  // namespace sheaf

@@ -1,12 +1,14 @@
 // Opening: from bytes to a table that can be trusted.
 #include <algorithm>
 #include <cstring>
+#include <new>
 
 #include "sheaf/base/chars.h"
 #include "sheaf/base/heap_watch.h"
 #include "sheaf/base/number_text.h"
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/document/doc.h"
+#include "sheaf/document/open/object_rescue_internal.h"
 #include "sheaf/object/parse_buf.h"
 
 using namespace sheaf;
@@ -20,7 +22,8 @@ constexpr unsigned kTailOverlap = 16;  // "startxref" may lie across two blocks
 constexpr char kStartWord[] = "startxref";
 constexpr int kStartWordSize = sizeof(kStartWord) - 1;
 constexpr long long kMostTail = 300LL * 1024 * 1024;  // as far as a rebuild would look
-constexpr std::uint32_t kNearby = 1024;               // how far an offset is searched around
+constexpr char kBytesMissing[] = "bytes are missing in front of the last section or behind it; something was cut out";
+constexpr std::uint32_t kNearby = 1024;  // how far an offset is searched around
 
 // The last place of `word` in `data`, or -1.
 int find_last(const char* data, int len, const char* word) {
@@ -73,14 +76,20 @@ void CPDFDoc::close() {
   table_.XRefFree();
   reset_table();
   table_.stream = nullptr;
+  table_.finder = nullptr;
+  delete rescue_;
+  rescue_ = nullptr;
   if (stream_ != nullptr)
-    stream_->base_offset = 0;
+    stream_->base_offset = storage_base_;
   stream_ = nullptr;
   file_.Close();
   blocks_.Close();
   forget_resources();
   pages_.reset();
   nodes_.reset();
+  node_by_number_.reset();
+  node_of_removed_.reset();
+  shared_resources_.reset();
   repairs_.reset();
   walked_ = believed_ = false;
   quick_count_ = -1;
@@ -106,6 +115,12 @@ void CPDFDoc::reset_table() {
   table_.omits_frame = 1;  // the document gives one to those who ask for it
   table_.sec_filter[0] = 0;
   table_.stream = stream_;
+  table_.copies_own_source = 1;
+  table_.frees_lost_members = 1;
+  table_.reads_hybrid_first = 1;
+  table_.finder = rescue_;
+  if (rescue_ != nullptr)
+    rescue_->begin_anew();
   table_.append_offset = stream_ != nullptr ? static_cast<std::uint32_t>(stream_->GetLen()) : 0;
   table_repairs_told_ = 0;
 }
@@ -137,7 +152,6 @@ const GrowArray<PDF_DOC_REPAIR>& CPDFDoc::repairs() {
 
 void CPDFDoc::find_header() {
   char window[kHeaderWindow + 1];
-  stream_->base_offset = 0;
   stream_->SetPos(CQVStream::STR_SEEK_SET, 0);
   const unsigned len = std::min(stream_->Read(window, kHeaderWindow), kHeaderWindow);
   window[len] = 0;
@@ -226,7 +240,45 @@ std::uint32_t CPDFDoc::adjust_section_offset(std::uint32_t offset) {
   }
   if (best != offset)
     add_repair("startxref", 0, best, "startxref is off; section found nearby");
+  if (best < offset)
+    add_repair("bytes", 0, best, kBytesMissing);
   return best;
+}
+
+// An update that was cut off leaves objects behind the last section: the document is opened in its
+// state before.
+void CPDFDoc::look_behind(const StartMark& mark) {
+  constexpr long long kMostTail = 1 << 20;
+  const long long start = mark.position + kStartWordSize;
+  if (stream_->GetLen() - start < kHeaderWindow / 16)
+    return;
+  stream_->SetPos(CQVStream::STR_SEEK_SET, start);
+  CPDFBufBase buf;
+  buf.buf_init(stream_);
+  while (buf.position() - start < kMostTail) {
+    const char* const header = buf.buf_skip_to_obj();
+    if (header == nullptr)
+      return;
+    const std::int32_t num = ansi_to_i32(header);
+    const std::uint32_t at = buf.position();
+    Freed<CPDFObj> obj;
+    obj.read(&buf, nullptr);
+    if (obj.as_dict_or_stream() == nullptr)
+      continue;
+    add_repair("update", num, at, "what stands behind the last section is in none; left out");
+    return;
+  }
+}
+
+// Whether the last section stands in front of where the end of the file says, or the file is shorter
+// than it says: something was cut out of it, and nobody can say what.
+void CPDFDoc::tell_of_missing_bytes() {
+  const ObjectScan* const scan = rescue_ != nullptr ? rescue_->scan() : nullptr;
+  const std::uint32_t found = scan != nullptr ? scan->last_section() : 0;
+  const bool too_near = found != 0 && stated_section_ > found && stated_section_ < stream_->GetLen() + kNearby * 4;
+  const bool too_short = stated_length_ != 0 && stated_length_ > stream_->GetLen();
+  if (too_near || too_short)
+    add_repair("bytes", 0, found, kBytesMissing);
 }
 
 // Whether an entry of the file leads to the header of its own object.
@@ -240,6 +292,36 @@ bool CPDFDoc::header_stands_at(const PDF_REF& ref) {
   if (!entry.is_listed())
     return true;
   return header_number_at(*stream_, entry.offset) == ref.num;
+}
+
+PDF_REF CPDFDoc::reference_to(std::int32_t num) {
+  const auto index = static_cast<std::uint32_t>(num);
+  return {num, num > 0 && table_.know_entry(index) ? std::max(table_.known_generation(index), 0) : 0};
+}
+
+bool CPDFDoc::can_reach(std::int32_t num) {
+  const auto index = static_cast<std::uint32_t>(num);
+  if (num < 1 || !table_.know_entry(index))
+    return true;
+  if (!table_.xref_items[index].is_compressed()) {
+    Freed<CPDFObj> obj;
+    table_.get_stored(obj, reference_to(num));
+    if (!obj.is_null())
+      return true;
+  }
+  const PDF_XREF entry = table_.xref_items[index];
+  if (entry.is_listed() || entry.is_found()) {
+    return header_number_at(*stream_, entry.offset) == num;
+  }
+  if (!entry.is_compressed())
+    return true;
+  const std::uint32_t container = entry.offset;
+  const PDF_OBJSTM* const objstm =
+      table_.know_entry(container)
+          ? table_.get_objstm_references(table_.xref_items[container].offset, static_cast<std::int32_t>(container))
+          : nullptr;
+  return objstm != nullptr && (objstm->objs != nullptr || objstm->refs != nullptr) && entry.gen >= 0 &&
+         entry.gen < objstm->count;
 }
 
 // Whether entries of a sample lead into the middle of numbers, as in a file whose offsets are all off
@@ -269,8 +351,8 @@ bool CPDFDoc::offsets_mislead() {
 // Looks at what the table leads to. The root may be in an older section.
 CPDFDoc::Attempt CPDFDoc::examine() {
   Attempt attempt;
-  while (table_.root.is_null() && table_.pop_pending()) {
-  }
+  while (table_.root.is_null() && table_.pending_count > 0)
+    table_.pop_pending();
   if (table_.root.is_null())
     return attempt;
   if (is_encrypted() && !authorise_quietly()) {
@@ -286,11 +368,23 @@ CPDFDoc::Attempt CPDFDoc::examine() {
 // Connects the handler, which tries the empty password too: most encrypted documents open with it.
 bool CPDFDoc::authorise_quietly() {
   // A section that cannot be read takes the handler off the table, so all are read before.
-  table_.drain_pending();
+  read_all_sections();
   authorised_ = table_.XRefAuthorize(&handler_) != 0;
   if (!authorised_)
     table_.sec_hand = nullptr;
   return authorised_;
+}
+
+// Also those behind one that cannot be read.
+void CPDFDoc::read_all_sections() {
+  CPDFSecHand* const hand = table_.sec_hand;
+  while (table_.pending_count > 0)
+    table_.pop_pending();
+  table_.sec_hand = hand;
+}
+
+void CPDFDoc::tell_of_missing(std::int32_t num) {
+  add_repair("objects", num, 0, "this object and others are in no section that can be read; found by scanning");
 }
 
 bool CPDFDoc::try_linearized() {
@@ -299,6 +393,7 @@ bool CPDFDoc::try_linearized() {
   const std::uint32_t hint_offset = table_.read_linearized(set);
   QVFree(set.pages);
   const std::uint32_t length = table_.linearized_length;
+  stated_length_ = length;
   // Without "L" nobody can tell whether something was appended; the newest section knows.
   linearized_ = hint_offset != 0 && length != 0;
   if (!linearized_) {
@@ -314,17 +409,39 @@ bool CPDFDoc::try_linearized() {
   return false;
 }
 
+// Where the number of the last mark is cut off, its section is the last one in the file.
+bool CPDFDoc::try_section_before(const StartMark& mark) {
+  const ObjectScan* const scan = rescue_ != nullptr ? rescue_->scan() : nullptr;
+  reset_table();
+  if (scan == nullptr || scan->last_section() == 0 || scan->last_section() >= mark.position ||
+      table_.XRefRead(scan->last_section()) == 0 || !examine().trusted || offsets_mislead())
+    return false;
+  add_repair("startxref", 0, scan->last_section(), "the number of startxref is cut off; the last section is taken");
+  return true;
+}
+
 bool CPDFDoc::try_sections() {
   StartMark mark{stream_->GetLen() + 1};
   bool is_cut = true;
   const std::uint32_t linearized_length = table_.linearized_length;  // that of a file updated since
   // A mark that was cut in the middle gives way to the one before it, which has an older state.
+  const std::size_t told = repairs_.size();
+  stated_section_ = 0;
   while (is_cut && find_startxref(mark)) {
     is_cut = mark.is_cut;
+    if (mark.has_number && stated_section_ == 0 && !is_cut)
+      stated_section_ = mark.offset;
     reset_table();
     table_.linearized_length = linearized_length;
-    if (mark.has_number && table_.XRefRead(adjust_section_offset(mark.offset)) != 0 && examine().trusted &&
-        !offsets_mislead())
+    const bool is_whole = mark.has_number && (!is_cut || is_section_at(mark.offset));
+    if (is_whole && table_.XRefRead(adjust_section_offset(mark.offset)) != 0 && examine().trusted &&
+        !offsets_mislead()) {
+      look_behind(mark);
+      return true;
+    }
+    while (repairs_.size() > told)
+      repairs_.pop();  // of an attempt that came to nothing
+    if (is_cut && try_section_before(mark))
       return true;
   }
   if (!mark.has_number)
@@ -332,10 +449,15 @@ bool CPDFDoc::try_sections() {
   return false;
 }
 
+// The table's rebuild, with objects that it does not see: those behind one that has no end.
 bool CPDFDoc::try_rebuild() {
   reset_table();
   if (table_.XRefCreate() == 0)
     return false;
+  if (rescue_ != nullptr)
+    rescue_->enter_all();
+  table_.pending_count = 0;  // what is left in sections are objects in object streams
+  table_.sections_lost = 1;
   const Attempt attempt = examine();
   return attempt.usable && (attempt.has_pages || waits_for_password());
 }
@@ -344,6 +466,9 @@ bool CPDFDoc::try_rebuild() {
 // lie in some of them. Where the tree tells of more pages than it leads to, the deeper search is
 // tried as well, and what comes to more pages is taken.
 bool CPDFDoc::heal() {
+  const ObjectScan* const scan = rescue_ != nullptr ? rescue_->scan() : nullptr;
+  if (scan != nullptr && scan->has_object_streams() && try_deep_recovery())
+    return finish(PDF_OPEN::kRecovered);
   const bool rebuilt = try_rebuild();
   if (rebuilt && !misses_pages())
     return finish(PDF_OPEN::kRebuilt);
@@ -380,7 +505,27 @@ void CPDFDoc::read_version() {
   std::memcpy(version_, name, std::strlen(name) + 1);
 }
 
+// Streams of files tell the low 32 bits of their length; where they stand at their end they tell it whole.
+bool CPDFDoc::is_too_large() const {
+  const long long told = stream_->GetLen();
+  stream_->SetPos(CQVStream::STR_SEEK_END, 0);
+  const long long end = stream_->GetPos();
+  stream_->SetPos(CQVStream::STR_SEEK_SET, 0);
+  constexpr long long kMost = UINT32_MAX;
+  return told < 0 || told > kMost || end < 0 || end > kMost;
+}
+
+void CPDFDoc::begin_at(long long base) {
+  if (rescue_ != nullptr && stream_->base_offset != base)
+    rescue_->forget_scan();
+  stream_->base_offset = base;
+}
+
 bool CPDFDoc::open_stream() {
+  if (is_too_large()) {
+    status_ = PDF_OPEN::kTooLarge;
+    return false;
+  }
   table_.lengths.checked = true;
   const HeapWatch watch;
   file_size_ = stream_->GetLen();
@@ -388,18 +533,25 @@ bool CPDFDoc::open_stream() {
     status_ = PDF_OPEN::kEmpty;
     return false;
   }
+  storage_base_ = stream_->base_offset;
+  rescue_ = new (std::nothrow) ObjectRescue(*this, table_);
   find_header();
   // Offsets count from the header as a rule, and from the file's start in some files all the same.
-  const long long bases[] = {header_offset_, 0};
+  const long long bases[] = {storage_base_ + header_offset_, storage_base_};
   const int base_count = header_offset_ != 0 ? 2 : 1;
   for (int i = 0; i < base_count; ++i) {
-    stream_->base_offset = bases[i];
-    if (try_linearized() || try_sections())
+    begin_at(bases[i]);
+    if (try_linearized() || try_sections()) {
+      if (stated_length_ > stream_->GetLen())
+        tell_of_missing_bytes();
       return finish(PDF_OPEN::kClean);
+    }
   }
-  stream_->base_offset = header_offset_;
-  if (heal())
+  begin_at(bases[0]);
+  if (heal()) {
+    tell_of_missing_bytes();
     return true;
+  }
   // What is left may still be a proper document, only without pages.
   reset_table();
   StartMark mark{stream_->GetLen() + 1};

@@ -18,6 +18,8 @@ struct Frame {
   CPDFObj kids;
   std::int32_t next;
   std::int32_t node;
+  PDF_REF ref;    // of the node
+  bool is_taken;  // kids were made objects
 };
 
 class FrameStack {
@@ -32,8 +34,8 @@ public:
   bool empty() const { return frames_.empty(); }
   Frame& top() { return frames_.back(); }
   // Takes over the array in `kids`.
-  void push(CPDFObj& kids, std::int32_t node) {
-    Frame frame{kids, 0, node};
+  void push(CPDFObj& kids, std::int32_t node, const PDF_REF& ref) {
+    Frame frame{kids, 0, node, ref, false};
     kids = CPDFObj{};
     if (!frames_.push(frame))
       frame.kids.free();
@@ -78,11 +80,58 @@ void CPDFDoc::take_inherited(const CPDFDictionary& dict, PDF_INHERITED& values) 
     values.rotate = value.to_int();
     values.has_rotate = true;
   }
-  const CPDFObj* resources = dict.get_item(CPDFDictionary::sm_tag_res);
-  if (resources != nullptr && resources->tag == kTagRef)
+}
+
+bool CPDFDoc::is_absent(const CPDFObj* item) {
+  if (item == nullptr || item->is_null())
+    return true;
+  if (item->tag != kTagRef)
+    return false;
+  Freed<CPDFObj> value;
+  table_.resolve(value, item);
+  return value.is_null();
+}
+
+// The node's own values over those from above; of two resources the nearer ones count.
+std::int32_t CPDFDoc::add_node(const CPDFDictionary& dict, const PDF_REF& ref, std::int32_t parent) {
+  PDF_INHERITED values = parent >= 0 ? nodes_[static_cast<std::size_t>(parent)] : PDF_INHERITED{};
+  take_inherited(dict, values);
+  const CPDFObj* const resources = dict.get_item(CPDFDictionary::sm_tag_res);
+  if (resources != nullptr && !resources->is_null()) {
     values.resources = resources->as_ref();
-  else if (resources != nullptr)
-    values.has_direct_resources = true;
+    values.has_direct_resources = resources->tag != kTagRef;
+    values.holder = !values.has_direct_resources ? 0 : ref.num > 0 ? ref.num : -1;
+  }
+  if (!nodes_.push(values))
+    return -1;
+  const auto node = static_cast<std::int32_t>(nodes_.size()) - 1;
+  node_by_number_.set(ref.num, node + 1);
+  return node;
+}
+
+// The node above a page that is not from the walk: its chain of parents is read up to a node that is
+// known, then added from the top down. -1 for a page without a parent.
+std::int32_t CPDFDoc::node_above(const CPDFDictionary& page) {
+  constexpr std::size_t kMostLevels = 64;
+  GrowArray<PDF_REF> chain;
+  Freed<CPDFObj> node;
+  const CPDFObj* item = page.get_item(CPDFDictionary::sm_tag_parent);
+  PDF_REF above = item != nullptr ? item->as_ref() : PDF_REF{0, 0};
+  while (above.num > 0 && node_by_number_.get(above.num) == 0 && chain.size() < kMostLevels) {
+    table_.get_entity(node, above);
+    if (node.as_dict() == nullptr || !chain.push(above))
+      break;
+    item = node.as_dict()->get_item(CPDFDictionary::sm_tag_parent);
+    above = item != nullptr ? item->as_ref() : PDF_REF{0, 0};
+  }
+  std::int32_t known = node_by_number_.get(above.num) - 1;
+  while (!chain.empty()) {
+    table_.get_entity(node, chain.back());
+    if (node.as_dict() != nullptr)
+      known = add_node(*node.as_dict(), chain.back(), known);
+    chain.pop();
+  }
+  return known;
 }
 
 // Fills `kids` with the node's array of kids; true when the dictionary is a page instead.
@@ -193,10 +242,34 @@ bool CPDFDoc::list_pages_as_told() {
   return believed_;
 }
 
+// A kid that stands in its node itself becomes an object, which the node then refers to.
+bool CPDFDoc::take_direct_kid(CPDFObj& kid, const PDF_REF& node) {
+  if (node.num < 1)
+    return false;
+  const PDF_REF ref{table_.alloc_obj_num(), 0};
+  if (kid.as_dict()->get_item(CPDFDictionary::sm_tag_parent) == nullptr)
+    kid.as_dict()->set_item_ref(CPDFDictionary::sm_tag_parent, node);
+  const bool stored = table_.store_object(ref, kid);
+  if (stored)
+    kid.set_ref(ref);
+  return stored;
+}
+
+void CPDFDoc::store_kids(const PDF_REF& node, const CPDFObj& kids) {
+  Freed<CPDFObj> value;
+  table_.get_entity(value, node);
+  if (value.as_dict() == nullptr)
+    return;
+  value.as_dict()->set_item("Kids", &kids);
+  table_.store_object(node, value);
+}
+
 bool CPDFDoc::walk_pages(bool believing) {
   forget_resources();
   pages_.clear();
   nodes_.clear();
+  node_by_number_.clear();
+  node_of_removed_.clear();
   Freed<CPDFObj> obj;
   table_.resolve(obj, &table_.root);
   const CPDFDictionary* catalog = obj.as_dict();
@@ -216,14 +289,12 @@ bool CPDFDoc::walk_pages(bool believing) {
   VisitedSet strays;
   FrameStack stack;
   nodes.visit(top_ref.num);
-  const auto open_node = [&](const CPDFDictionary& dict, std::int32_t parent) {
-    PDF_INHERITED values = parent >= 0 ? nodes_[static_cast<std::size_t>(parent)] : PDF_INHERITED{};
-    take_inherited(dict, values);
-    const auto node = static_cast<std::int32_t>(nodes_.size());
-    if (!nodes_.push(values))
+  const auto open_node = [&](const CPDFDictionary& dict, const PDF_REF& ref, std::int32_t parent) {
+    const std::int32_t node = add_node(dict, ref, parent);
+    if (node < 0)
       return;
     if (!believing || !counts_kids_as_pages(dict, *kids.as_array())) {
-      stack.push(kids, node);
+      stack.push(kids, node, ref);
       return;
     }
     for (std::int32_t i = 0; i < kids.as_array()->count; ++i)
@@ -235,15 +306,19 @@ bool CPDFDoc::walk_pages(bool believing) {
       pages_.push({top_ref, -1});
     return true;
   }
-  open_node(*tree.as_dict(), -1);
+  open_node(*tree.as_dict(), top_ref, -1);
 
   while (!stack.empty()) {
     Frame& frame = stack.top();
-    const CPDFObj* kid = frame.kids.as_array()->get(frame.next++);
+    CPDFObj* kid = frame.kids.as_array()->get(frame.next++);
     if (kid == nullptr) {
+      if (frame.is_taken)
+        store_kids(frame.ref, frame.kids);
       stack.pop();
       continue;
     }
+    if (kid->as_dict() != nullptr)
+      frame.is_taken = take_direct_kid(*kid, frame.ref) || frame.is_taken;
     const PDF_REF ref = kid->as_ref();
     const std::int32_t parent = frame.node;
     // A page may be listed twice, but a node that comes up again is a loop.
@@ -257,7 +332,7 @@ bool CPDFDoc::walk_pages(bool believing) {
     const CPDFDictionary* dict = obj.as_dict();
     if (dict != nullptr && !is_leaf(*dict, kids)) {
       if (nodes.visit(ref.num))
-        open_node(*dict, parent);
+        open_node(*dict, ref, parent);
     } else if (dict != nullptr && looks_like_page(*dict)) {
       leaves.visit(ref.num);
       pages_.push({ref, parent});
@@ -342,20 +417,24 @@ PDF_REF CPDFDoc::page_ref(int index) {
   return pages_[static_cast<std::size_t>(index)].ref;
 }
 
-// Resources that stand directly in a node of the tree have no reference to hand down: the page gets
-// a copy. Those of the last node are kept, since a node can be as long as all its pages together.
-bool CPDFDoc::take_direct_resources(CPDFDictionary& dict) {
-  const CPDFObj* const parent = dict.get_item(CPDFDictionary::sm_tag_parent);
-  const std::int32_t num = parent != nullptr ? parent->as_ref().num : 0;
-  if (num == 0)
-    return false;
-  if (num != resources_from_ && !find_direct_resources(parent)) {
+// Those of the last node are kept, since a node can be as long as all its pages together.
+void CPDFDoc::read_direct_resources(CPDFObj& resources, std::int32_t holder) {
+  if (holder != resources_from_) {
     forget_resources();
-    return false;
+    Freed<CPDFObj> node;
+    if (holder > 0) {
+      table_.get_entity(node, {holder, 0});
+    } else {
+      Freed<CPDFObj> catalog;
+      table_.resolve(catalog, &table_.root);
+      table_.resolve(node, catalog.as_dict() != nullptr ? catalog.as_dict()->get_item("Pages") : nullptr);
+    }
+    if (node.as_dict() != nullptr)
+      direct_resources_.copy_from(node.as_dict()->get_item(CPDFDictionary::sm_tag_res));
+    resources_from_ = holder;
   }
-  resources_from_ = num;
-  dict.set_item(CPDFDictionary::sm_tag_res, &direct_resources_);
-  return true;
+  resources.free();
+  resources.copy_from(&direct_resources_);
 }
 
 void CPDFDoc::forget_resources() {
@@ -363,26 +442,25 @@ void CPDFDoc::forget_resources() {
   resources_from_ = 0;
 }
 
-bool CPDFDoc::find_direct_resources(const CPDFObj* above) {
-  constexpr int kMostLevels = 64;
-  Freed<CPDFObj> node;
-  for (int level = 0; above != nullptr && level < kMostLevels; ++level) {
-    const CPDFObj link = *above;  // a reference owns nothing
-    if (link.tag != kTagRef)
-      return false;
-    table_.get_entity(node, link.as_ref());
-    if (node.as_dict() == nullptr)
-      return false;
-    if (const CPDFObj* resources = node.as_dict()->get_item(CPDFDictionary::sm_tag_res)) {
-      direct_resources_.copy_from(resources);
-      return true;
-    }
-    above = node.as_dict()->get_item(CPDFDictionary::sm_tag_parent);
-  }
-  return false;
+bool CPDFDoc::inherits_direct_resources(const CPDFPage& page) {
+  return page.inherited != nullptr && page.inherited->has_direct_resources &&
+         is_absent(page.dict.get_item(CPDFDictionary::sm_tag_res));
 }
 
+// Resources that stand directly in a node of the tree have no reference to hand down: the page gets
+// a copy.
 bool CPDFDoc::load_page(int index, CPDFPage& page) {
+  if (!load_page_alone(index, page))
+    return false;
+  if (!inherits_direct_resources(page))
+    return true;
+  Freed<CPDFObj> resources;
+  read_direct_resources(resources, page.inherited->holder);
+  page.dict.move_item(CPDFDictionary::sm_tag_res, resources);
+  return true;
+}
+
+bool CPDFDoc::load_page_alone(int index, CPDFPage& page) {
   PDF_REF ref = page_ref(index);
   Freed<CPDFObj> obj;
   table_.get_entity(obj, ref);
@@ -395,13 +473,14 @@ bool CPDFDoc::load_page(int index, CPDFPage& page) {
   if (ref.num == 0 || dict == nullptr)
     return false;
   constexpr _QVRECTF kLetter{0, 0, fix_from_int(612), fix_from_int(792)};
-  const std::int32_t node = pages_[static_cast<std::size_t>(index)].node;
+  PageEntry& entry = pages_[static_cast<std::size_t>(index)];
+  if (entry.node < 0)
+    entry.node = node_above(*dict);
   page.ref = ref;
   page.dict.copy_from(dict);
-  page.inherited = node >= 0 ? &nodes_[static_cast<std::size_t>(node)] : nullptr;
-  PDF_INHERITED values = page.inherited != nullptr ? *page.inherited : PDF_INHERITED{};
-  if (values.has_direct_resources && values.resources.num == 0 && dict->get_item(CPDFDictionary::sm_tag_res) == nullptr)
-    take_direct_resources(page.dict);
+  page.from_above = entry.node >= 0 ? nodes_[static_cast<std::size_t>(entry.node)] : PDF_INHERITED{};
+  page.inherited = entry.node >= 0 ? &page.from_above : nullptr;
+  PDF_INHERITED values = page.from_above;
   take_inherited(*dict, values);
   page.box = values.has_crop_box ? values.crop_box : values.has_media_box ? values.media_box : kLetter;
   page.rotate = ((values.rotate % 360) + 360) % 360;

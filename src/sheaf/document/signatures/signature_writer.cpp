@@ -1,3 +1,4 @@
+// Finds the places of "ByteRange" and "Contents" in the saved file, and writes them over the same number of bytes.
 #include "sheaf/document/signatures/signature_writer.h"
 
 #include <algorithm>

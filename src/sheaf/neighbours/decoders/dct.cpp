@@ -45,6 +45,8 @@ void choose_transform(jpeg_decompress_struct& cinfo, int color_transform) {
 
 CPDFStreamDCT::CPDFStreamDCT(std::uint8_t* block, std::int32_t len) : CPDFRowDecoder(block, len) {
   filter_type = kFilterDCT;
+  constexpr std::int32_t kExpansion = 4;
+  size_hint = len > INT32_MAX / kExpansion ? INT32_MAX : len * kExpansion;
 }
 
 CPDFStreamDCT::~CPDFStreamDCT() {

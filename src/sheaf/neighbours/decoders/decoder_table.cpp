@@ -120,6 +120,8 @@ CPDFStream* make_jbig2(CPDFXRefTable* table, unsigned char* data, int len, const
   std::unique_ptr<CPDFStreamJBIG2> jbig2(make_over<CPDFStreamJBIG2>(data, len));
   if (jbig2 == nullptr || !jbig2->init())
     return nullptr;
+  if (table != nullptr)
+    jbig2->decoder.limits.ceiling = jbig2->globals.limits.ceiling = table->picture_ceiling;
   Freed<CPDFObj> value;
   const CPDFObj* item = parms != nullptr ? parms->get_item("JBIG2Globals") : nullptr;
   if (item != nullptr)

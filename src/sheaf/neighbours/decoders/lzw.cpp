@@ -51,7 +51,7 @@ int CPDFStreamLZW::open(int predictor_kind, int columns, int colors, int bits_pe
   window_ = 0;
   window_bits_ = 0;
   string_pos_ = string_end_ = 0;
-  ended_ = false;
+  ended_ = predictor_kind != 1 && predictor == nullptr;  // rows with the predictor still on are no data
   return 1;
 }
 

@@ -31,11 +31,6 @@ bool CPDFRowDecoder::set_sizes(std::int64_t width, std::int64_t height, std::int
   height_ = static_cast<std::int32_t>(height);
   components_ = static_cast<std::int32_t>(components);
   row_bytes_ = width_ * components_;
-  // What buffer_load may take at once: the header's claim counts as far as the data can justify it.
-  constexpr std::int64_t kExpansion = 64;
-  constexpr std::int64_t kFree = 64 * 1024;
-  const std::int64_t claimed = std::int64_t{row_bytes_} * height_;
-  size_hint = static_cast<std::int32_t>(std::min<std::int64_t>({claimed, left * kExpansion + kFree, INT32_MAX}));
   return true;
 }
 

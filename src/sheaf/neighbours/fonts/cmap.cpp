@@ -4,6 +4,7 @@
 #include <cstring>
 #include <new>
 
+#include "sheaf/base/heap_watch.h"
 #include "sheaf/neighbours/fonts/cmap_parser.h"
 
 using namespace sheaf;
@@ -60,9 +61,10 @@ template <class Map>
 Map* make_identity_map(const char* name) {
   if (!is_identity(name))
     return nullptr;
+  const HeapWatch watch;
   CMapContents contents;
   fill_identity(contents, name);
-  return Map::make(contents, nullptr);
+  return whole_map(Map::make(contents, nullptr), watch);
 }
 
 // A character, raised by `offset`, as UTF-16.
@@ -119,14 +121,16 @@ void CPDFSharedCMap::set_up(const CMapContents& contents, CPDFSharedCMap* base) 
 }
 
 CPDFCMap* CPDFCMap::parse(const void* bytes, std::size_t len) {
+  const HeapWatch watch;
   CMapContents contents;
   parse_cmap(bytes, len, contents);
-  return make(contents, nullptr);
+  return whole_map(make(contents, nullptr), watch);
 }
 
 CPDFCMap* CPDFCMap::make(CMapContents& contents, CPDFCMap* base) {
   if (base == nullptr && !contents.has_any())
     return nullptr;
+  const HeapWatch watch;
   auto* map = new_map<CPDFCMap>(base);
   if (map == nullptr)
     return nullptr;
@@ -137,7 +141,7 @@ CPDFCMap* CPDFCMap::make(CMapContents& contents, CPDFCMap* base) {
   }
   complete_spaces(map->spaces_, map->cids_);
   map->spaces_.finish();
-  return map;
+  return whole_map(map, watch);
 }
 
 CPDFCMap* CPDFCMap::make_identity(const char* name) {
@@ -176,14 +180,16 @@ int CPDFCMap::next_cid(const std::uint8_t* text, int len, std::uint32_t& code, s
 }
 
 CPDFCMapToUnicode* CPDFCMapToUnicode::parse(const void* bytes, std::size_t len) {
+  const HeapWatch watch;
   CMapContents contents;
   parse_cmap(bytes, len, contents);
-  return make(contents, nullptr);
+  return whole_map(make(contents, nullptr), watch);
 }
 
 CPDFCMapToUnicode* CPDFCMapToUnicode::make(CMapContents& contents, CPDFCMapToUnicode* base) {
   if (base == nullptr && contents.texts.empty())
     return nullptr;
+  const HeapWatch watch;
   auto* map = new_map<CPDFCMapToUnicode>(base);
   if (map == nullptr)
     return nullptr;
@@ -195,7 +201,7 @@ CPDFCMapToUnicode* CPDFCMapToUnicode::make(CMapContents& contents, CPDFCMapToUni
   std::copy(contents.pool.begin(), contents.pool.end(), map->pool_.begin());
   complete_spaces(map->spaces_, map->texts_);
   map->spaces_.finish();
-  return map;
+  return whole_map(map, watch);
 }
 
 CPDFCMapToUnicode* CPDFCMapToUnicode::make_identity(const char* name) {

@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "sheaf/base/grow_array.h"
+#include "sheaf/base/heap_watch.h"
 #include "sheaf/neighbours/fonts/cmap.h"
 #include "sheaf/neighbours/fonts/code_ranges.h"
 #include "sheaf/neighbours/fonts/codespaces.h"
@@ -48,6 +49,17 @@ void copy_text(char (&out)[kSize], std::string_view text) {
   out[text.copy(out, kSize - 1)] = 0;
 }
 
+/// What finds no memory is left out; whoever calls this watches the heap.
 void parse_cmap(const void* bytes, std::size_t len, CMapContents& contents);
+
+/// The map, which is released, for null, when memory was refused since the watch began: a map that
+/// lacks ranges would show wrong text as if it were right.
+template <class Map>
+Map* whole_map(Map* map, const HeapWatch& watch) {
+  if (map == nullptr || watch.all_granted())
+    return map;
+  CPDFSharedCMap::release(map);
+  return nullptr;
+}
 
 }  // namespace sheaf

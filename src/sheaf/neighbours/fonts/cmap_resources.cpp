@@ -114,12 +114,13 @@ Map* CPDFCMapResources::read_map(Table& table, const Loading& loading) {
   const HeapBlock<unsigned char> bytes(read_resource(loading.name, size));
   if (!bytes)
     return nullptr;
+  const HeapWatch watch;
   CMapContents contents;
   parse_cmap(bytes.get(), size, contents);
   Map* base = nullptr;
   if (contents.base_name[0] != 0 && loading.depth < CPDFSharedCMap::kMostChain)
     base = load_locked<Map>(table, contents.base_name, &loading);
-  return Map::make(contents, base);
+  return whole_map(Map::make(contents, base), watch);
 }
 
 // The bytes of a map's file; null when there is none, or when it is too large to be one.

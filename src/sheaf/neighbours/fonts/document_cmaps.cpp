@@ -35,7 +35,7 @@ bool read_contents(CPDFXRefTable& table, const CPDFStreamRec& rec, CMapContents&
   if (decoder == nullptr)
     return false;
   int size = 0;
-  const HeapBlock<std::uint8_t> bytes(decoder->buffer_load(kMostStream, size));
+  const HeapBlock<std::uint8_t> bytes(decoder->buffer_load(decoder->most_text(kMostStream), size));
   if (!bytes)
     return false;
   parse_cmap(bytes.get(), static_cast<std::size_t>(size), contents);
@@ -52,6 +52,7 @@ Map* load_map(CPDFXRefTable& table, const CPDFObj* value, int depth) {
   if (obj.as_name() != nullptr)
     return named_map<Map>(table, obj.as_name());
   const CPDFStreamRec* rec = obj.as_stream();
+  const HeapWatch watch;
   CMapContents contents;
   if (rec == nullptr || !read_contents(table, *rec, contents))
     return nullptr;
@@ -59,7 +60,7 @@ Map* load_map(CPDFXRefTable& table, const CPDFObj* value, int depth) {
   Map* base = used != nullptr && depth < CPDFSharedCMap::kMostChain ? load_map<Map>(table, used, depth + 1) : nullptr;
   if (base == nullptr && contents.base_name[0] != 0)
     base = named_map<Map>(table, contents.base_name);
-  return Map::make(contents, base);
+  return whole_map(Map::make(contents, base), watch);
 }
 
 }  // namespace

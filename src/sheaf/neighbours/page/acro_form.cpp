@@ -89,8 +89,8 @@ void CPDFField::get_value(const char* key, CPDFObj& out) const {
   out.free();
   const CPDFField* field = this;
   for (int level = 0; level < kMostLevels; ++level) {
-    const Freed<CPDFObj> obj = form_->table_.object(field->ref_);
-    const CPDFObj* item = obj.as_dict() != nullptr ? obj.as_dict()->get_item(key) : nullptr;
+    const CPDFDictionary* const dict = form_->look_at(*field);
+    const CPDFObj* const item = dict != nullptr ? dict->get_item(key) : nullptr;
     if (item != nullptr) {
       form_->table_.resolve(out, item);
       return;
@@ -143,6 +143,38 @@ CPDFAcroForm::~CPDFAcroForm() {
     delete field;
 }
 
+// Many fields ask those above them for what they inherit, so that these must not be read again and copied with all
+// their kids each time. An object in memory is looked at where it is; of those that are where the file has them, the
+// last ones are kept without their kids, and terminal fields do not drive out those above them. Borrowed; valid until
+// the next call, or until an object is stored.
+const CPDFDictionary* CPDFAcroForm::look_at(const CPDFField& field) {
+  const PDF_REF& ref = field.ref_;
+  const auto place_of = [this, &ref]() {
+    const PDF_XREF* const entry = table_.entry(ref.num);
+    return entry != nullptr ? *entry : PDF_XREF::none();
+  };
+  const PDF_NEWOBJ* const slot =
+      table_.entry(ref.num) != nullptr ? table_.slot_of(static_cast<std::uint32_t>(ref.num)) : nullptr;
+  if (slot != nullptr && slot->obj.as_dict() != nullptr)
+    return slot->obj.as_dict();
+  for (const Known& known : known_) {
+    const PDF_XREF place = place_of();
+    if (known.ref == ref && known.place.is_known() && known.place.type == place.type &&
+        known.place.offset == place.offset && known.place.gen == place.gen)
+      return &known.dict;
+  }
+  const Freed<CPDFObj> obj = table_.object(ref);
+  if (obj.as_dict() == nullptr)
+    return nullptr;
+  obj.as_dict()->set_item("Kids", nullptr);
+  Known& known = known_[field.terminal_ ? kParents : next_known_++ % kParents];
+  known.dict.clear();
+  known.ref = ref;
+  known.place = slot == nullptr ? place_of() : PDF_XREF::none();  // reading may have corrected it
+  std::swap(static_cast<CPDFDictionary&>(known.dict), *obj.as_dict());
+  return &known.dict;
+}
+
 bool CPDFAcroForm::load() {
   const Freed<CPDFObj> catalog = table_.catalog();
   const Freed<CPDFObj> form = table_.value(catalog.as_dict(), CPDFDictionary::sm_tag_acro_form);
@@ -160,17 +192,15 @@ CPDFField* CPDFAcroForm::get_field(const PDF_String& name) const {
   return wide ? get_field(wide.get()) : nullptr;
 }
 
+// Of fields of one name the first stands in front in its chain, so that however many there are they
+// take no longer to be found.
 CPDFField* CPDFAcroForm::get_field(const wchar_t* name) const {
   if (name == nullptr || buckets_.empty())
     return nullptr;
   std::int32_t index = buckets_[hash_of(name) % buckets_.size()];
-  CPDFField* first = nullptr;
-  for (; index >= 0; index = field_at(index)->next_same_) {
-    CPDFField* const field = field_at(index);
-    if (is_same(field->name_, name) && (first == nullptr || field->order_ < first->order_))
-      first = field;
-  }
-  return first;
+  while (index >= 0 && !is_same(field_at(index)->name_, name))
+    index = field_at(index)->next_same_;
+  return index >= 0 ? field_at(index) : nullptr;
 }
 
 CPDFField* CPDFAcroForm::append_field(const PDF_REF& ref) {
@@ -288,19 +318,36 @@ CPDFField* CPDFAcroForm::add_field(const PDF_REF& ref, const PDF_String& text, s
   return field;
 }
 
+// Behind the first field of the same name, or in front of it when it comes later.
 void CPDFAcroForm::index_field(std::int32_t index) {
   CPDFField& field = *field_at(index);
-  std::int32_t& head = buckets_[hash_of(field.name_) % buckets_.size()];
-  field.next_same_ = head;
-  head = index;
+  std::int32_t* at = &buckets_[hash_of(field.name_) % buckets_.size()];
+  while (*at >= 0 && !is_same(field_at(*at)->name_, field.name_))
+    at = &field_at(*at)->next_same_;
+  if (*at >= 0 && *at < index)
+    at = &field_at(*at)->next_same_;
+  field.next_same_ = *at;
+  *at = index;
 }
 
+// When the first field of a name goes, the lowest of the others takes its place.
 void CPDFAcroForm::drop_from_index(std::int32_t index) {
   std::int32_t* at = &buckets_[hash_of(field_at(index)->name_) % buckets_.size()];
   while (*at >= 0 && *at != index)
     at = &field_at(*at)->next_same_;
-  if (*at == index)
-    *at = field_at(index)->next_same_;
+  if (*at != index)
+    return;
+  *at = field_at(index)->next_same_;
+  const auto has_name = [&](std::int32_t other) { return is_same(field_at(other)->name_, field_at(index)->name_); };
+  std::int32_t* lowest = at;
+  for (std::int32_t* next = at; *next >= 0 && has_name(*next); next = &field_at(*next)->next_same_)
+    lowest = *next < *lowest ? next : lowest;
+  if (lowest == at)
+    return;
+  const std::int32_t first = *lowest;
+  *lowest = field_at(first)->next_same_;
+  field_at(first)->next_same_ = *at;
+  *at = first;
 }
 
 bool CPDFAcroForm::grow_index() {

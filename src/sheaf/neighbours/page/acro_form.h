@@ -5,12 +5,12 @@
 #include <cstdint>
 
 #include "sheaf/base/grow_array.h"
+#include "sheaf/base/scope_guard.h"
+#include "sheaf/object/dictionary.h"
 #include "sheaf/object/object.h"
+#include "sheaf/xref/xref_table.h"
 
 class CPDFAcroForm;
-class CPDFArray;
-class CPDFDictionary;
-class CPDFXRefTable;
 
 /// A field, terminal or not. Owned by its form.
 class CPDFField : public QVHeapObject<CPDFField> {
@@ -75,6 +75,15 @@ public:
 private:
   friend class CPDFField;
 
+  // A field as it was read last.
+  struct Known {
+    PDF_REF ref{0, 0};
+    PDF_XREF place = PDF_XREF::none();
+    sheaf::Cleared<CPDFDictionary> dict;
+  };
+  static constexpr std::size_t kParents = 16;
+
+  const CPDFDictionary* look_at(const CPDFField& field);
   CPDFField* add_tree(const PDF_REF& ref);
   bool has_room_for(const PDF_String& partial, std::int32_t parent) const;
   CPDFField* add_field(const PDF_REF& ref, const PDF_String& partial, std::int32_t parent);
@@ -87,4 +96,6 @@ private:
   sheaf::GrowArray<CPDFField*> fields_;
   sheaf::GrowArray<std::int32_t> buckets_;
   std::size_t name_chars_ = 0;  // of all full names when they were added
+  Known known_[kParents + 1];   // those above others that were looked at last, and the last terminal field
+  std::size_t next_known_ = 0;
 };

@@ -78,7 +78,7 @@ bool CPDFForm::load() {
   if (decoder == nullptr)
     return false;
   int len = 0;
-  std::uint8_t* const loaded = decoder->buffer_load(kMostContent, len);
+  std::uint8_t* const loaded = decoder->buffer_load(decoder->most_text(kMostContent), len);
   if (loaded == nullptr)
     return false;
   QVFree(content);

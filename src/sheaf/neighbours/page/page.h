@@ -16,6 +16,7 @@ struct PDF_INHERITED {
   bool has_crop_box = false;
   bool has_rotate = false;
   bool has_direct_resources = false;  ///< "Resources" stands directly in the node or in one above it.
+  std::int32_t holder = 0;  ///< The node with the direct resources; -1: the tree's top, directly in the catalogue.
 };
 
 /// Filled by CPDFDoc::load_page; the page owns its dictionary.
@@ -30,7 +31,8 @@ public:
   CPDFDictionary dict;                       ///< Copy of the page's own dictionary, and direct resources from above.
   _QVRECTF box{};                            ///< The crop box, or the media box without one.
   std::int32_t rotate = 0;                   ///< Degrees: 0, 90, 180 or 270.
-  const PDF_INHERITED* inherited = nullptr;  ///< Borrowed from the document; null without a parent.
+  const PDF_INHERITED* inherited = nullptr;  ///< Null without a parent, else `from_above`.
+  PDF_INHERITED from_above;                  ///< What the nodes above hand down.
 
   /// Width and height in points as shown, the rotation applied; never negative.
   QVFIX shown_width() const { return rotate % 180 == 0 ? side(box.left, box.right) : side(box.bottom, box.top); }

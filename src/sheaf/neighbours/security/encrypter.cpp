@@ -4,13 +4,14 @@
 #include <cstring>
 #include <new>
 
-#include "sheaf/neighbours/security/crypt_filter_internal.h"
+#include "sheaf/neighbours/security/crypt_filter.h"
 #include "sheaf/object/dictionary.h"
 
 using namespace sheaf;
 
 namespace {
 
+constexpr char kFilterName[] = "StdCF";
 constexpr int kBlock = static_cast<int>(kAesBlock);
 
 // Bits that are always set, and the two that are always clear (ISO 32000-2, table 22).
@@ -83,10 +84,10 @@ void CPDFStandardEncrypt::fill_dict(const Settings& settings, const KeyParameter
   filter.set_item_name("CFM", aes256 ? "AESV3" : "AESV2");
   filter.set_item_name("AuthEvent", "DocOpen");
   filter.set_item_int(CPDFDictionary::sm_tag_length, aes256 ? 32 : 16);
-  filters.set_item_dict("StdCF", &filter);
+  filters.set_item_dict(kFilterName, &filter);
   encrypt_dict.set_item_dict("CF", &filters);
-  encrypt_dict.set_item_name("StmF", "StdCF");
-  encrypt_dict.set_item_name("StrF", "StdCF");
+  encrypt_dict.set_item_name("StmF", kFilterName);
+  encrypt_dict.set_item_name("StrF", kFilterName);
   if (clear_metadata_)
     encrypt_dict.set_item_bool("EncryptMetadata", 0);
   filter.clear();
@@ -100,6 +101,13 @@ void CPDFStandardEncrypt::continue_with(const CPDFStandardSecHand& hand, const C
   streams_ = hand.stream_method();
   clear_metadata_ = hand.encrypt_metadata == 0;
   encrypt_dict.copy_from(&dict);
+  sign_permissions(encrypt_dict);
+}
+
+void CPDFStandardEncrypt::sign_permissions(CPDFDictionary& dict) {
+  const CPDFObj* const item = dict.get_item("P");
+  if (item != nullptr && item->tag == kTagReal)
+    dict.set_item_int("P", static_cast<int>(static_cast<std::uint32_t>(item->as_real() >> kFixBits)));
 }
 
 int CPDFStandardEncrypt::get_enc_size(int len) {
@@ -117,8 +125,11 @@ bool CPDFStandardEncrypt::encrypts_stream(int num, int /*gen*/, const CPDFDictio
   const CPDFObj* type = dict->get_item(CPDFDictionary::sm_tag_type);
   if (type != nullptr && type->is_name("XRef"))
     return false;
-  if (const char* name = named_crypt_filter(*dict))
-    present_ = hand_ != nullptr ? hand_->filter_method(name) : Method::kIdentity;
+  const char* const name = named_crypt_filter(*dict);
+  if (name != nullptr && hand_ != nullptr)
+    present_ = hand_->filter_method(name);
+  else if (name != nullptr)
+    present_ = std::strcmp(name, kFilterName) == 0 ? streams_ : Method::kIdentity;
   else if (hand_ != nullptr && type != nullptr && type->is_name("EmbeddedFile"))
     present_ = hand_->file_method();
   const bool metadata = (type != nullptr && type->is_name("Metadata")) ||

@@ -28,6 +28,10 @@ public:
   /// document's encryption dictionary, copied.
   void continue_with(const CPDFStandardSecHand& hand, const CPDFDictionary& dict);
 
+  /// Gives the permissions of an encryption dictionary the form that they must have: some writers print
+  /// these 32 bits as an unsigned number, which is no integer to others.
+  static void sign_permissions(CPDFDictionary& dict);
+
   int get_enc_size(int len) override;
   void encrypt_string(int num, int gen, const unsigned char* src, int len, unsigned char* dst, int* out_len) override;
   bool encrypts_stream(int num, int gen, const CPDFDictionary* dict) override;

@@ -53,6 +53,8 @@ struct KeyParameters {
 PasswordBytes doc_password(const char* utf8);
 /// `utf8` prepared by SASLprep (RFC 4013) as far as normalisation goes: for revisions 5 and 6.
 PasswordBytes sasl_password(const char* utf8);
+/// `utf8` byte for byte.
+PasswordBytes typed_password(const char* utf8);
 
 /// Revisions 2 to 4. True, with `key` filled, when `password` is the user's (algorithm 6).
 bool check_user_password_rc4(const KeyParameters& para, const PasswordBytes& password, FileKey& key);

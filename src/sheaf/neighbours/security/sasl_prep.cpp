@@ -38,4 +38,12 @@ PasswordBytes sasl_password(const char* utf8) {
   return out;
 }
 
+PasswordBytes typed_password(const char* utf8) {
+  PasswordBytes out;
+  const char* const text = utf8 != nullptr ? utf8 : "";
+  out.size = std::min(std::strlen(text), kPasswordMost);
+  std::memcpy(out.bytes, text, out.size);
+  return out;
+}
+
 }  // namespace sheaf

@@ -7,7 +7,7 @@
 
 #include "sheaf/base/heap.h"
 #include "sheaf/neighbours/security/aes.h"
-#include "sheaf/neighbours/security/crypt_filter_internal.h"
+#include "sheaf/neighbours/security/crypt_filter.h"
 #include "sheaf/neighbours/security/rc4.h"
 #include "sheaf/object/array.h"
 #include "sheaf/object/dictionary.h"
@@ -68,6 +68,11 @@ bool is_known_method(const char* name) {
       return true;
   }
   return false;
+}
+
+// Names are kept as far as their field goes.
+bool is_called(const char (&kept)[32], const char* name) {
+  return std::strncmp(kept, name, sizeof(kept) - 1) == 0;
 }
 
 bool has_type(const CPDFDictionary& dict, const char* name) {
@@ -139,7 +144,7 @@ CPDFStandardSecHand::Method CPDFStandardSecHand::filter_method(const char* name)
   if (name == nullptr || std::strcmp(name, "Identity") == 0)
     return Method::kIdentity;
   for (const CryptFilter& filter : filters_) {
-    if (std::strcmp(filter.name, name) == 0)
+    if (is_called(filter.name, name))
       return filter.method;
   }
   return Method::kIdentity;
@@ -150,6 +155,7 @@ bool CPDFStandardSecHand::read_crypt_filters(const CPDFDictionary& dict) {
   const CPDFObj* item = dict.get_item("CF");
   const CPDFDictionary* all = item != nullptr ? item->as_dict() : nullptr;
   filters_.clear();
+  streams_ = strings_ = Method::kIdentity;
   for (std::int32_t i = 0; all != nullptr && i < all->count; ++i) {
     const CPDFDictionary* settings = all->items[i]->as_dict();
     if (settings == nullptr)
@@ -168,14 +174,26 @@ bool CPDFStandardSecHand::read_crypt_filters(const CPDFDictionary& dict) {
       para_.key_bytes = std::min(
           key_length_bytes(int_value(*settings, "Length", 0), key_length_bytes(int_value(dict, "Length", 0), 16)), 16);
   }
-  const auto named = [&](const char* key) {
-    const CPDFObj* name = dict.get_item(key);
-    return filter_method(name != nullptr ? name->as_name() : nullptr);
-  };
-  streams_ = named("StmF");
-  strings_ = named("StrF");
-  files_ = dict.get_item("EFF") != nullptr ? named("EFF") : streams_;
+  return use_filter(dict, "StmF", streams_) && use_filter(dict, "StrF", strings_) &&
+         use_filter(dict, "EFF", files_ = streams_);
+}
+
+// The method of the filter that `key` names. False when it names none that is there: to take that for
+// clear text would let updates write clear text. Without the key there is nothing to change.
+bool CPDFStandardSecHand::use_filter(const CPDFDictionary& dict, const char* key, Method& method) const {
+  const CPDFObj* item = dict.get_item(key);
+  if (item == nullptr || item->is_null())
+    return true;
+  if (item->as_name() == nullptr || !has_filter(item->as_name()))
+    return false;
+  method = filter_method(item->as_name());
   return true;
+}
+
+bool CPDFStandardSecHand::has_filter(const char* name) const {
+  return std::strcmp(name, "Identity") == 0 ||
+         std::any_of(filters_.begin(), filters_.end(),
+                     [name](const CryptFilter& filter) { return is_called(filter.name, name); });
 }
 
 // Takes over the dictionary; sets the outcome and gives false when it cannot be used.
@@ -227,10 +245,19 @@ bool CPDFStandardSecHand::try_password(const char* utf8) {
     return true;
   };
   if (para_.revision >= 5) {
-    const PasswordBytes password = sasl_password(utf8);
-    if (check_password_aes256(para_, password, true, key_))
-      return opened(Outcome::kOpenedAsOwner);
-    return check_password_aes256(para_, password, false, key_) && opened(Outcome::kOpenedAsUser);
+    // Many writers take the bytes as they are typed, so these are tried where the prepared form fails.
+    const PasswordBytes prepared = sasl_password(utf8);
+    const PasswordBytes typed = typed_password(utf8);
+    const bool differs = prepared.size != typed.size || std::memcmp(prepared.bytes, typed.bytes, typed.size) != 0;
+    for (const PasswordBytes* password : {&prepared, &typed}) {
+      if (password == &typed && !differs)
+        continue;
+      if (check_password_aes256(para_, *password, true, key_))
+        return opened(Outcome::kOpenedAsOwner);
+      if (check_password_aes256(para_, *password, false, key_))
+        return opened(Outcome::kOpenedAsUser);
+    }
+    return false;
   }
   const PasswordBytes password = doc_password(utf8);
   if (check_user_password_rc4(para_, password, key_))
@@ -265,6 +292,7 @@ int CPDFStandardSecHand::prepare_stream(int num, int /*gen*/, const CPDFDictiona
     remember_method(num, method);
     return 0;
   }
+  forget_method(num);
   const bool metadata = num == metadata_obj || has_type(*dict, "Metadata");
   if (!para_.encrypts_metadata && para_.version >= 4 && metadata)
     return 1;
@@ -274,24 +302,19 @@ int CPDFStandardSecHand::prepare_stream(int num, int /*gen*/, const CPDFDictiona
 }
 
 void CPDFStandardSecHand::remember_method(int num, Method method) {
-  for (NamedStream& stream : named_) {
-    if (stream.num == num) {
-      stream.method = method;
-      return;
-    }
-  }
-  if (named_.size() < kNamedStreams)
-    named_.push({num, method});
-  else
-    named_[next_named_++ % kNamedStreams] = {num, method};
+  const auto index = static_cast<std::size_t>(num);
+  if (num >= 0 && (index < named_.size() || named_.resize(index + index / 2 + 1)))
+    named_[index] = static_cast<std::uint8_t>(static_cast<std::uint8_t>(method) + 1);
+}
+
+void CPDFStandardSecHand::forget_method(int num) {
+  if (static_cast<std::size_t>(num) < named_.size())
+    named_[static_cast<std::size_t>(num)] = 0;
 }
 
 CPDFStandardSecHand::Method CPDFStandardSecHand::method_of(int num) const {
-  for (const NamedStream& stream : named_) {
-    if (stream.num == num)
-      return stream.method;
-  }
-  return streams_;
+  const auto index = static_cast<std::size_t>(num);
+  return index < named_.size() && named_[index] != 0 ? static_cast<Method>(named_[index] - 1) : streams_;
 }
 
 void CPDFStandardSecHand::decrypt(Method method, int num, int gen, const unsigned char* src, int len,

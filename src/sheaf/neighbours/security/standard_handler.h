@@ -49,17 +49,14 @@ private:
     char name[32];
     Method method;
   };
-  // A stream with a method of its own. Data are read soon after their dictionary, so that the
-  // last few of them suffice.
-  struct NamedStream {
-    std::int32_t num;
-    Method method;
-  };
 
   bool read_parameters(const PDF_String* id0, const CPDFDictionary& dict);
   bool read_crypt_filters(const CPDFDictionary& dict);
+  bool use_filter(const CPDFDictionary& dict, const char* key, Method& method) const;
+  bool has_filter(const char* name) const;
   bool try_password(const char* utf8);
   void remember_method(int num, Method method);
+  void forget_method(int num);
   Method method_of(int num) const;
   void decrypt(Method method, int num, int gen, const unsigned char* src, int len, unsigned char* dst, int* out_len);
 
@@ -71,8 +68,8 @@ private:
   Method strings_ = Method::kRC4;
   Method files_ = Method::kRC4;
   sheaf::GrowArray<CryptFilter> filters_;
-  static constexpr std::size_t kNamedStreams = 64;
-  sheaf::GrowArray<NamedStream> named_;
-  std::size_t next_named_ = 0;
+  // Streams with a method of their own, by object number: 0 for the others, else the method plus 1. A
+  // caller may decode a stream long after it was read.
+  sheaf::GrowArray<std::uint8_t> named_;
   char* password_ = nullptr;
 };

@@ -71,14 +71,12 @@ private:
     const CPDFDictionary* const dict = object != nullptr ? object->as_dict() : nullptr;
     if (dict == nullptr)
       return;
-    Freed<CPDFObj> name;
-    table_.resolve(name, dict->get_item("T"));
+    const Freed<CPDFObj> name = table_.value(dict, "T");
     std::size_t len = 0;
     const HeapBlock<char> partial(text_to_utf8(name.as_string(), len));
     if (!partial || !path_.push({partial.get(), len}))
       return;
-    Freed<CPDFObj> value;
-    table_.resolve(value, dict->get_item("V"));
+    const Freed<CPDFObj> value = table_.value(dict, "V");
     if (has_text(value) && data_.add_field(path_.full()))
       add_texts(table_, value, data_);
     open(dict->get_item("Kids"), path_.levels());
@@ -184,12 +182,10 @@ bool CPDFFormData::read_fdf(CQVStream& in) {
   table.stream = &in;
   const ScopeGuard release([&table] { table.XRefFree(); });
   in.SetPos(CQVStream::STR_SEEK_SET, 0);
-  Freed<CPDFObj> root;
-  Freed<CPDFObj> fdf;
   if (table.XRefCreate() == 0)
     return false;
-  table.resolve(root, &table.root);
-  table.resolve(fdf, root.as_dict() != nullptr ? root.as_dict()->get_item("FDF") : nullptr);
+  const Freed<CPDFObj> root = table.catalog();
+  const Freed<CPDFObj> fdf = table.value(root.as_dict(), "FDF");
   if (fdf.as_dict() == nullptr)
     return false;
   has_annotations_ = has_annotations_ || fdf.as_dict()->get_item("Annots") != nullptr;

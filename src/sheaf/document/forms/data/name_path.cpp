@@ -1,3 +1,4 @@
+// The levels are kept as offsets into one buffer of the full name.
 #include "sheaf/document/forms/data/name_path_internal.h"
 
 namespace sheaf {

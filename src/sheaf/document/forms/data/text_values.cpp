@@ -1,3 +1,4 @@
+// Strings, names and lists of them become texts; values of other kinds have none.
 #include "sheaf/document/forms/data/text_values_internal.h"
 
 #include <memory>
@@ -47,8 +48,7 @@ void add_texts(CPDFXRefTable& table, const CPDFObj& value, CPDFFormData& data) {
   if (list == nullptr)
     add_one(table, value, data);
   for (std::int32_t i = 0; list != nullptr && i < list->count; ++i) {
-    Freed<CPDFObj> item;
-    table.resolve(item, list->get(i));
+    const Freed<CPDFObj> item = table.value(list, i);
     add_one(table, item, data);
   }
 }

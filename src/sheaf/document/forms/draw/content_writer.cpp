@@ -1,3 +1,4 @@
+// Operands are separated by blanks, and an operator ends its line.
 #include <charconv>
 #include <cmath>
 

@@ -1,3 +1,4 @@
+// Reads the operators Tf, g, rg and k; of several the last one counts.
 #include <algorithm>
 #include <cmath>
 #include <string_view>

@@ -1,3 +1,4 @@
+// Lines are broken at the last place that fits, and within a word only where a line holds nothing else.
 #include "sheaf/document/forms/draw/text_lines_internal.h"
 
 namespace sheaf {

@@ -1,3 +1,4 @@
+// Chooses the size where the field leaves it open, then sets the lines between marked-content operators.
 #include "sheaf/document/forms/draw/value_drawing_internal.h"
 
 #include <algorithm>

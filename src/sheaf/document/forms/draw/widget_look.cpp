@@ -1,3 +1,4 @@
+// Reads "MK", "BS" and "Border", and draws background, border and the marks of buttons.
 #include <algorithm>
 #include <cmath>
 
@@ -16,14 +17,12 @@ constexpr double kCircle = 0.5522847498;
 
 DeviceColour read_colour(CPDFXRefTable& table, const CPDFObj* item) {
   DeviceColour colour;
-  Freed<CPDFObj> value;
-  table.resolve(value, item);
+  Freed<CPDFObj> value = table.value(item);
   const CPDFArray* const array = value.as_array();
   if (array == nullptr || (array->count != 1 && array->count != 3 && array->count != 4))
     return colour;
   for (std::int32_t i = 0; i < array->count; ++i) {
-    Freed<CPDFObj> number;
-    table.resolve(number, array->get(i));
+    const Freed<CPDFObj> number = table.value(array, i);
     colour.values[i] = std::clamp(to_double(number.to_real()), 0.0, 1.0);
   }
   colour.count = array->count;
@@ -31,14 +30,12 @@ DeviceColour read_colour(CPDFXRefTable& table, const CPDFObj* item) {
 }
 
 double number_at(CPDFXRefTable& table, const CPDFArray& array, std::int32_t index, double otherwise) {
-  Freed<CPDFObj> number;
-  table.resolve(number, array.get(index));
+  const Freed<CPDFObj> number = table.value(&array, index);
   return number.is_number() ? to_double(number.to_real()) : otherwise;
 }
 
 void read_dash(CPDFXRefTable& table, const CPDFObj* item, double (&dash)[2]) {
-  Freed<CPDFObj> value;
-  table.resolve(value, item);
+  Freed<CPDFObj> value = table.value(item);
   if (value.as_array() == nullptr || value.as_array()->count == 0)
     return;
   dash[0] = std::max(0.0, number_at(table, *value.as_array(), 0, dash[0]));
@@ -75,16 +72,13 @@ bool WidgetLook::read(CPDFXRefTable& table, const CPDFDictionary& widget) {
   table.read_obj_rect(rect, widget.get_item("Rect"));
   width = std::fabs(to_double(rect.right - rect.left));
   height = std::fabs(to_double(rect.top - rect.bottom));
-  Freed<CPDFObj> look;
-  table.resolve(look, widget.get_item("MK"));
+  const Freed<CPDFObj> look = table.value(&widget, "MK");
   if (const CPDFDictionary* const dict = look.as_dict()) {
-    Freed<CPDFObj> turn;
-    table.resolve(turn, dict->get_item("R"));
+    const Freed<CPDFObj> turn = table.value(dict, "R");
     rotation = ((turn.to_int() % 360) + 360) % 360 / 90 * 90;
     border_colour = read_colour(table, dict->get_item("BC"));
     background = read_colour(table, dict->get_item("BG"));
-    Freed<CPDFObj> caption;
-    table.resolve(caption, dict->get_item("CA"));
+    const Freed<CPDFObj> caption = table.value(dict, "CA");
     if (caption.as_string().len == 1)
       mark = caption.as_string().data[0];
   }
@@ -95,11 +89,9 @@ bool WidgetLook::read(CPDFXRefTable& table, const CPDFDictionary& widget) {
 }
 
 void WidgetLook::read_border(CPDFXRefTable& table, const CPDFDictionary& widget) {
-  Freed<CPDFObj> value;
-  table.resolve(value, widget.get_item("BS"));
+  Freed<CPDFObj> value = table.value(&widget, "BS");
   if (const CPDFDictionary* const dict = value.as_dict()) {
-    Freed<CPDFObj> item;
-    table.resolve(item, dict->get_item("W"));
+    Freed<CPDFObj> item = table.value(dict, "W");
     if (item.is_number())
       border = to_double(item.to_real());
     table.resolve(item, dict->get_item("S"));

@@ -1,3 +1,4 @@
+// Collects what a field inherits, chooses its fonts, and stores one appearance stream for each widget.
 #include "sheaf/document/forms/fill/appearance_maker_internal.h"
 
 #include <algorithm>
@@ -68,15 +69,13 @@ void append_characters(const PDF_String& text, GrowArray<std::uint32_t>& charact
 }
 
 void AppearanceMaker::load() {
-  Freed<CPDFObj> catalog;
-  Freed<CPDFObj> form;
-  table_.resolve(catalog, &table_.root);
-  const CPDFDictionary* const dict = dict_at(table_, catalog.as_dict(), CPDFDictionary::sm_tag_acro_form, form);
+  const Freed<CPDFObj> catalog = table_.catalog();
+  const Freed<CPDFObj> form = table_.value(catalog.as_dict(), CPDFDictionary::sm_tag_acro_form);
+  const CPDFDictionary* const dict = form.as_dict();
   form_.clear();
   fonts_.clear();
   for (const char* key : {"DA", "Q", "NeedAppearances"}) {
-    Freed<CPDFObj> item;
-    table_.resolve(item, dict != nullptr ? dict->get_item(key) : nullptr);
+    Freed<CPDFObj> item = table_.value(dict, key);
     form_.move_item(key, item);
   }
   asked_for_ = form_.get_item("NeedAppearances") != nullptr && form_.get_item("NeedAppearances")->as_bool();
@@ -182,8 +181,7 @@ bool AppearanceMaker::draw_value(const CPDFField& field, const FieldFacts& facts
 
 bool AppearanceMaker::draw_widget(const CPDFField& field, const FieldFacts& facts, const Value& value,
                                   const PDF_REF& widget) {
-  Freed<CPDFObj> obj;
-  table_.get_entity(obj, widget);
+  Freed<CPDFObj> obj = table_.object(widget);
   CPDFDictionary* const dict = obj.as_dict();
   WidgetLook look;
   if (dict == nullptr || !look.read(table_, *dict))
@@ -320,14 +318,12 @@ void AppearanceMaker::choose_font(const CPDFDictionary& widget, const char* name
 
 bool AppearanceMaker::draw_states(const PDF_REF& widget, const char* on, bool radio) {
   const HeapWatch watch;
-  Freed<CPDFObj> obj;
-  table_.get_entity(obj, widget);
+  Freed<CPDFObj> obj = table_.object(widget);
   CPDFDictionary* const dict = obj.as_dict();
   WidgetLook look;
   if (dict == nullptr || !look.read(table_, *dict))
     return true;
-  Freed<CPDFObj> item;
-  table_.resolve(item, dict->get_item("DA"));
+  const Freed<CPDFObj> item = table_.value(dict, "DA");
   DefaultAppearance style;
   style.read(item.as_string());
   const char mark = look.mark != 0 ? look.mark : radio ? 'l' : '4';

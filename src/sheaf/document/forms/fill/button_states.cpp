@@ -1,3 +1,4 @@
+// The states are the keys of each widget's "AP" dictionary other than "Off".
 #include "sheaf/document/forms/fill/button_states_internal.h"
 
 #include <charconv>
@@ -52,12 +53,9 @@ void ButtonStates::read(CPDFXRefTable& table, const CPDFField& field, const Fiel
 }
 
 void ButtonStates::add(CPDFXRefTable& table, const CPDFField& field, const PDF_REF& ref) {
-  Freed<CPDFObj> widget;
-  Freed<CPDFObj> looks;
-  Freed<CPDFObj> normal;
-  table.get_entity(widget, ref);
-  table.resolve(looks, widget.as_dict() != nullptr ? widget.as_dict()->get_item("AP") : nullptr);
-  table.resolve(normal, looks.as_dict() != nullptr ? looks.as_dict()->get_item("N") : nullptr);
+  const Freed<CPDFObj> widget = table.object(ref);
+  const Freed<CPDFObj> looks = table.value(widget.as_dict(), "AP");
+  const Freed<CPDFObj> normal = table.value(looks.as_dict(), "N");
   const CPDFDictionary* const states = normal.as_dict();
   for (std::int32_t i = 0; states != nullptr && i < states->count; ++i) {
     if (std::strcmp(states->items[i]->key(), kOffName) != 0) {
@@ -135,8 +133,7 @@ bool ButtonStates::apply(CPDFXRefTable& table, AppearanceMaker& maker, std::int3
     return false;
   for (std::int32_t i = 0; i < count(); ++i) {
     const PDF_REF& ref = widgets_[static_cast<std::size_t>(i)].ref;
-    Freed<CPDFObj> obj;
-    table.get_entity(obj, ref);
+    Freed<CPDFObj> obj = table.object(ref);
     if (obj.as_dict() == nullptr)
       continue;
     obj.as_dict()->set_item_name("AS", is_on(i, chosen) ? state(i) : kOffName);

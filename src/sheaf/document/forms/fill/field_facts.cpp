@@ -1,3 +1,4 @@
+// Reads "FT", "Ff", "MaxLen", "Opt" and the like, each inherited from the fields above.
 #include "sheaf/document/forms/fill/field_facts_internal.h"
 
 #include <algorithm>
@@ -43,19 +44,16 @@ int FieldFacts::comb_cells() const {
 }
 
 void collect_widgets(CPDFXRefTable& table, const PDF_REF& field, GrowArray<PDF_REF>& widgets) {
-  Freed<CPDFObj> obj;
-  table.get_entity(obj, field);
+  Freed<CPDFObj> obj = table.object(field);
   const CPDFDictionary* const dict = obj.as_dict();
   if (dict == nullptr)
     return;
   if (dict->get_item("Rect") != nullptr)
     widgets.push(field);
-  Freed<CPDFObj> kids;
-  table.resolve(kids, dict->get_item("Kids"));
+  const Freed<CPDFObj> kids = table.value(dict, "Kids");
   for (std::int32_t i = 0; kids.as_array() != nullptr && i < kids.as_array()->count; ++i) {
     const PDF_REF ref = kids.as_array()->get(i)->as_ref();
-    Freed<CPDFObj> kid;
-    table.get_entity(kid, ref);
+    Freed<CPDFObj> kid = table.object(ref);
     if (kid.as_dict() != nullptr && kid.as_dict()->get_item("T") == nullptr)
       widgets.push(ref);
   }
@@ -66,12 +64,10 @@ void FieldOptions::read(CPDFXRefTable& table, const CPDFField& field) {
   CPDFArray* const list = list_.as_array();
   // References go, so that the texts can be handed out.
   for (std::int32_t i = 0; list != nullptr && i < list->count; ++i) {
-    Freed<CPDFObj> option;
-    table.resolve(option, list->get(i));
+    Freed<CPDFObj> option = table.value(list, i);
     CPDFArray* const pair = option.as_array();
     for (std::int32_t k = 0; pair != nullptr && k < pair->count; ++k) {
-      Freed<CPDFObj> text;
-      table.resolve(text, pair->get(k));
+      Freed<CPDFObj> text = table.value(pair, k);
       pair->get(k)->move_from(text);
     }
     list->get(i)->move_from(option);

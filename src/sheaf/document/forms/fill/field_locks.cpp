@@ -1,3 +1,4 @@
+// Follows signed fields to their "Lock" dictionaries and the FieldMDP and DocMDP transforms.
 #include "sheaf/document/forms/fill/field_locks_internal.h"
 
 #include "sheaf/base/scope_guard.h"
@@ -17,17 +18,11 @@ constexpr std::size_t kWorkPerField = 64;
 // Calls `found` with the parameters of each reference of a signature that has this transform method.
 template <class Found>
 void each_transform(CPDFXRefTable& table, const CPDFDictionary& signature, const char* method, const Found& found) {
-  Freed<CPDFObj> list;
-  table.resolve(list, signature.get_item("Reference"));
+  const Freed<CPDFObj> list = table.value(&signature, "Reference");
   for (std::int32_t i = 0; list.as_array() != nullptr && i < list.as_array()->count; ++i) {
-    Freed<CPDFObj> reference;
-    Freed<CPDFObj> name;
-    Freed<CPDFObj> parameters;
-    table.resolve(reference, list.as_array()->get(i));
-    if (reference.as_dict() == nullptr)
-      continue;
-    table.resolve(name, reference.as_dict()->get_item("TransformMethod"));
-    table.resolve(parameters, reference.as_dict()->get_item("TransformParams"));
+    const Freed<CPDFObj> reference = table.value(list.as_array(), i);
+    const Freed<CPDFObj> name = table.value(reference.as_dict(), "TransformMethod");
+    const Freed<CPDFObj> parameters = table.value(reference.as_dict(), "TransformParams");
     if (name.is_name(method))
       found(parameters.as_dict());
   }
@@ -66,8 +61,7 @@ void FieldLocks::read_signature(CPDFXRefTable& table, const CPDFDictionary& sign
 }
 
 void FieldLocks::read_lock(CPDFXRefTable& table, const CPDFDictionary& lock, const FieldNames& names) {
-  Freed<CPDFObj> action;
-  table.resolve(action, lock.get_item("Action"));
+  const Freed<CPDFObj> action = table.value(&lock, "Action");
   all_locked_ = all_locked_ || action.is_name("All");
   if (action.is_name("Include")) {
     mark(lock, table, names, locked_);
@@ -86,11 +80,9 @@ void FieldLocks::read_lock(CPDFXRefTable& table, const CPDFDictionary& lock, con
 // Marks the fields that a lock names, with all that is below them.
 void FieldLocks::mark(const CPDFDictionary& lock, CPDFXRefTable& table, const FieldNames& names,
                       GrowArray<std::uint8_t>& marks) {
-  Freed<CPDFObj> list;
-  table.resolve(list, lock.get_item("Fields"));
+  const Freed<CPDFObj> list = table.value(&lock, "Fields");
   for (std::int32_t i = 0; list.as_array() != nullptr && i < list.as_array()->count; ++i) {
-    Freed<CPDFObj> text;
-    table.resolve(text, list.as_array()->get(i));
+    const Freed<CPDFObj> text = table.value(list.as_array(), i);
     const HeapBlock<wchar_t> name(wide_name(table, text.as_string()));
     if (!name || work_ > kWorkAtLeast + kWorkPerField * locked_.size())
       continue;
@@ -103,17 +95,13 @@ void FieldLocks::mark(const CPDFDictionary& lock, CPDFXRefTable& table, const Fi
 }
 
 void FieldLocks::read_certification(CPDFXRefTable& table) {
-  Freed<CPDFObj> catalog;
-  Freed<CPDFObj> permissions;
-  Freed<CPDFObj> signature;
-  table.resolve(catalog, &table.root);
-  table.resolve(permissions, catalog.as_dict() != nullptr ? catalog.as_dict()->get_item("Perms") : nullptr);
-  table.resolve(signature, permissions.as_dict() != nullptr ? permissions.as_dict()->get_item("DocMDP") : nullptr);
+  const Freed<CPDFObj> catalog = table.catalog();
+  const Freed<CPDFObj> permissions = table.value(catalog.as_dict(), "Perms");
+  const Freed<CPDFObj> signature = table.value(permissions.as_dict(), "DocMDP");
   if (signature.as_dict() == nullptr)
     return;
   each_transform(table, *signature.as_dict(), "DocMDP", [&](const CPDFDictionary* parameters) {
-    Freed<CPDFObj> level;
-    table.resolve(level, parameters != nullptr ? parameters->get_item("P") : nullptr);
+    const Freed<CPDFObj> level = table.value(parameters, "P");
     forbids_changes_ = forbids_changes_ || level.to_int() == 1;
   });
 }

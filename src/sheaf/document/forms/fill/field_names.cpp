@@ -1,3 +1,4 @@
+// The names are sorted once; ranges are found by bisection.
 #include "sheaf/document/forms/fill/field_names_internal.h"
 
 #include <algorithm>

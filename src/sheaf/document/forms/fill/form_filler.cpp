@@ -1,3 +1,5 @@
+// Setting values (ISO 32000-1, 12.7.4): checks the value against the field, stores it, and notes which appearances
+// have to be made.
 #include "sheaf/document/forms/form_filler.h"
 
 #include <algorithm>
@@ -5,38 +7,13 @@
 #include <new>
 
 #include "sheaf/base/heap_watch.h"
-#include "sheaf/base/visited_set.h"
 #include "sheaf/document/doc.h"
-#include "sheaf/document/forms/fill/appearance_maker_internal.h"
-#include "sheaf/document/forms/fill/button_states_internal.h"
-#include "sheaf/document/forms/fill/field_locks_internal.h"
-#include "sheaf/document/forms/fill/field_names_internal.h"
-#include "sheaf/neighbours/page/acro_form.h"
+#include "sheaf/document/forms/fill/filler_parts_internal.h"
 #include "sheaf/object/text_utf8.h"
 
 using namespace sheaf;
 
-struct CPDFFormFiller::Parts : QVHeapObject<Parts> {
-  explicit Parts(CPDFXRefTable& table) : form(table), maker(table) {}
-
-  CPDFAcroForm form;
-  FieldNames names;
-  FieldLocks locks;
-  AppearanceMaker maker;
-  VisitedSet drawn;  // fields whose appearances are of their present values
-};
-
 namespace {
-
-// The index of a field in its form, as the names know it.
-std::int32_t index_of(const CPDFAcroForm& form, const FieldNames& names, const CPDFField& field) {
-  const FieldNames::Range range = names.find(field.name());
-  for (std::size_t place = range.first; place < range.end; ++place) {
-    if (form.field_at(names.at(place)) == &field)
-      return names.at(place);
-  }
-  return -1;
-}
 
 void set_text_string(CPDFObj& out, const char* utf8) {
   PDF_String text{0, nullptr};
@@ -45,7 +22,14 @@ void set_text_string(CPDFObj& out, const char* utf8) {
   out.set_string(text.data != nullptr ? text.data : "", text.len);
 }
 
+bool is_blank(const CPDFObj& value) {
+  return value.is_null() || value.is_name("Off") || (value.tag == kTagString && value.as_string().len == 0) ||
+         (value.as_array() != nullptr && value.as_array()->count == 0);
+}
+
 bool is_same_value(const CPDFObj& a, const CPDFObj& b) {
+  if (is_blank(a) || is_blank(b))
+    return is_blank(a) && is_blank(b);
   if (a.tag == kTagArray && b.tag == kTagArray) {
     bool same = a.as_array()->count == b.as_array()->count;
     for (std::int32_t i = 0; same && i < a.as_array()->count; ++i)
@@ -103,7 +87,8 @@ PDF_FILL CPDFFormFiller::set(const char* name, const char* const* values, std::i
   const FieldNames::Range range = parts_->names.find(wide.get());
   PDF_FILL result = PDF_FILL::kNoField;
   for (std::size_t place = range.first; place < range.end; ++place) {
-    CPDFField& field = *parts_->form.field_at(parts_->names.at(place));
+    parts_->index = parts_->names.at(place);
+    CPDFField& field = *parts_->form.field_at(parts_->index);
     if (!field.is_terminal())
       continue;
     const HeapWatch watch;
@@ -120,16 +105,16 @@ PDF_FILL CPDFFormFiller::set_field(CPDFField& field, const char* const* values, 
   FieldFacts facts;
   facts.read(field);
   if (facts.is_choice())
-    return set_choice(field, values, count);
+    return set_choice(field, facts, values, count);
   if (count > 1)
     return PDF_FILL::kOneValue;
   const char* const value = count == 0 ? "" : values[0];
   switch (facts.kind) {
     case FieldKind::kText:
-      return set_text(field, value);
+      return set_text(field, facts, value);
     case FieldKind::kCheckBox:
     case FieldKind::kRadio:
-      return set_button(field, value);
+      return set_button(field, facts, value);
     case FieldKind::kPushButton:
       return PDF_FILL::kPushButton;
     case FieldKind::kSignature:
@@ -140,21 +125,18 @@ PDF_FILL CPDFFormFiller::set_field(CPDFField& field, const char* const* values, 
 }
 
 // Why the field must not be changed; kDone when it may.
-PDF_FILL CPDFFormFiller::refusal(const CPDFField& field) const {
+PDF_FILL CPDFFormFiller::refusal(const FieldFacts& facts) const {
   if (parts_->locks.forbids_changes())
     return PDF_FILL::kCertified;
-  if (parts_->locks.locks(index_of(parts_->form, parts_->names, field)))
+  if (parts_->locks.locks(parts_->index))
     return PDF_FILL::kLocked;
-  FieldFacts facts;
-  facts.read(field);
   return facts.has(kFieldReadOnly) && !fills_read_only_ ? PDF_FILL::kReadOnly : PDF_FILL::kDone;
 }
 
 // Stores `value` (null takes the entry away) with the indices of chosen options, and has it drawn.
-PDF_FILL CPDFFormFiller::store_value(CPDFField& field, CPDFObj& value, CPDFObj* indices) {
+PDF_FILL CPDFFormFiller::store_value(CPDFField& field, const FieldFacts& facts, CPDFObj& value, CPDFObj* indices) {
   CPDFXRefTable& table = doc_.table();
-  Freed<CPDFObj> obj;
-  table.get_entity(obj, field.ref());
+  Freed<CPDFObj> obj = table.object(field.ref());
   CPDFDictionary* const dict = obj.as_dict();
   if (dict == nullptr)
     return PDF_FILL::kNoField;
@@ -165,34 +147,29 @@ PDF_FILL CPDFFormFiller::store_value(CPDFField& field, CPDFObj& value, CPDFObj* 
   if (!table.store_object(field.ref(), obj))
     return PDF_FILL::kNoMemory;
   changed_ = true;
-  FieldFacts facts;
-  facts.read(field);
   if (facts.is_button())
     return PDF_FILL::kDone;
   parts_->drawn.visit(field.ref().num);
   return parts_->maker.draw_value(field, facts) ? PDF_FILL::kDone : PDF_FILL::kNoMemory;
 }
 
-PDF_FILL CPDFFormFiller::set_text(CPDFField& field, const char* utf8) {
-  FieldFacts facts;
+PDF_FILL CPDFFormFiller::set_text(CPDFField& field, const FieldFacts& facts, const char* utf8) {
   Freed<CPDFObj> value;
   Freed<CPDFObj> present;
-  facts.read(field);
   if (facts.has(kTextPassword))
     return PDF_FILL::kPassword;
   set_text_string(value, utf8);
   field.get_value("V", present);
-  if (const PDF_FILL why = refusal(field); why != PDF_FILL::kDone)
-    return is_same_value(value, present) || (*utf8 == 0 && present.is_null()) ? PDF_FILL::kUnchanged : why;
+  if (const PDF_FILL why = refusal(facts); why != PDF_FILL::kDone)
+    return is_same_value(value, present) ? PDF_FILL::kUnchanged : why;
   if (facts.max_len > 0 && length_of(value) > facts.max_len)
     return PDF_FILL::kTooLong;
-  return store_value(field, value, nullptr);
+  return store_value(field, facts, value, nullptr);
 }
 
-PDF_FILL CPDFFormFiller::set_choice(CPDFField& field, const char* const* values, std::int32_t count) {
-  FieldFacts facts;
+PDF_FILL CPDFFormFiller::set_choice(CPDFField& field, const FieldFacts& facts, const char* const* values,
+                                    std::int32_t count) {
   FieldOptions options;
-  facts.read(field);
   options.read(doc_.table(), field);
   const bool combo = facts.kind == FieldKind::kCombo;
   if (count > 1 && (combo || !facts.has(kChoiceMultiSelect)))
@@ -224,8 +201,8 @@ PDF_FILL CPDFFormFiller::set_choice(CPDFField& field, const char* const* values,
     value.as_array()->copy_from(&texts);
   Freed<CPDFObj> present;
   field.get_value("V", present);
-  if (const PDF_FILL why = refusal(field); why != PDF_FILL::kDone)
-    return is_same_value(value, present) || (value.is_null() && present.is_null()) ? PDF_FILL::kUnchanged : why;
+  if (const PDF_FILL why = refusal(facts); why != PDF_FILL::kDone)
+    return is_same_value(value, present) ? PDF_FILL::kUnchanged : why;
 
   std::sort(chosen.begin(), chosen.end());
   Freed<CPDFObj> indices;
@@ -235,13 +212,11 @@ PDF_FILL CPDFFormFiller::set_choice(CPDFField& field, const char* const* values,
     if (indices.as_array() != nullptr)
       indices.as_array()->append_int(index);
   }
-  return store_value(field, value, &indices);
+  return store_value(field, facts, value, &indices);
 }
 
-PDF_FILL CPDFFormFiller::set_button(CPDFField& field, const char* utf8) {
-  FieldFacts facts;
+PDF_FILL CPDFFormFiller::set_button(CPDFField& field, const FieldFacts& facts, const char* utf8) {
   ButtonStates states;
-  facts.read(field);
   states.read(doc_.table(), field, facts);
   const std::int32_t chosen = states.find(utf8);
   if (chosen == ButtonStates::kNotOffered)
@@ -250,9 +225,9 @@ PDF_FILL CPDFFormFiller::set_button(CPDFField& field, const char* utf8) {
   Freed<CPDFObj> present;
   value.set_name(chosen >= 0 ? states.state(chosen) : "Off");
   field.get_value("V", present);
-  if (const PDF_FILL why = refusal(field); why != PDF_FILL::kDone)
-    return is_same_value(value, present) || (chosen < 0 && present.is_null()) ? PDF_FILL::kUnchanged : why;
-  const PDF_FILL stored = store_value(field, value, nullptr);
+  if (const PDF_FILL why = refusal(facts); why != PDF_FILL::kDone)
+    return is_same_value(value, present) ? PDF_FILL::kUnchanged : why;
+  const PDF_FILL stored = store_value(field, facts, value, nullptr);
   if (stored != PDF_FILL::kDone)
     return stored;
   parts_->drawn.visit(field.ref().num);
@@ -275,8 +250,7 @@ bool CPDFFormFiller::draw_if_needed(CPDFField& field, bool anew) {
   collect_widgets(doc_.table(), field.ref(), widgets);
   bool has_all = true;
   for (const PDF_REF& ref : widgets) {
-    Freed<CPDFObj> widget;
-    doc_.table().get_entity(widget, ref);
+    Freed<CPDFObj> widget = doc_.table().object(ref);
     has_all = has_all && widget.as_dict() != nullptr && widget.as_dict()->get_item("AP") != nullptr;
   }
   Freed<CPDFObj> actions;
@@ -320,8 +294,7 @@ bool CPDFFormFiller::finish() {
 // A form of which nothing is left but its fields is shown by its pages.
 bool CPDFFormFiller::drop_rendering_request() {
   CPDFXRefTable& table = doc_.table();
-  Freed<CPDFObj> catalog;
-  table.resolve(catalog, &table.root);
+  Freed<CPDFObj> catalog = table.catalog();
   if (catalog.as_dict() == nullptr || catalog.as_dict()->get_item("NeedsRendering") == nullptr)
     return true;
   catalog.as_dict()->set_item("NeedsRendering", nullptr);

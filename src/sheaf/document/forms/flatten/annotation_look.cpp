@@ -1,3 +1,4 @@
+// Flags, rectangle and matrix of an annotation give the matrix that places its appearance (ISO 32000-1, 12.5.5).
 #include "sheaf/document/forms/flatten/annotation_look_internal.h"
 
 #include <algorithm>
@@ -17,8 +18,7 @@ constexpr int kNoRotate = 1 << 4;
 constexpr int kNoView = 1 << 5;
 
 int flags_of(CPDFXRefTable& table, const CPDFDictionary& annotation) {
-  Freed<CPDFObj> flags;
-  table.resolve(flags, annotation.get_item("F"));
+  const Freed<CPDFObj> flags = table.value(&annotation, "F");
   return flags.to_int();
 }
 
@@ -78,20 +78,16 @@ bool is_shown(CPDFXRefTable& table, const CPDFDictionary& annotation, bool on_pa
 }
 
 PDF_REF normal_appearance(CPDFXRefTable& table, const CPDFDictionary& annotation) {
-  Freed<CPDFObj> looks;
-  Freed<CPDFObj> normal;
-  table.resolve(looks, annotation.get_item("AP"));
+  const Freed<CPDFObj> looks = table.value(&annotation, "AP");
   const CPDFObj* item = looks.as_dict() != nullptr ? looks.as_dict()->get_item("N") : nullptr;
-  table.resolve(normal, item);
-  Freed<CPDFObj> state;
-  table.resolve(state, annotation.get_item("AS"));
+  const Freed<CPDFObj> normal = table.value(item);
+  Freed<CPDFObj> state = table.value(&annotation, "AS");
   if (normal.as_dict() != nullptr) {
     if (state.as_name() == nullptr)
       table.resolve(state, annotation.get_item("V"));
     item = state.as_name() != nullptr ? normal.as_dict()->get_item(state.as_name()) : nullptr;
   }
-  Freed<CPDFObj> stream;
-  table.resolve(stream, item);
+  const Freed<CPDFObj> stream = table.value(item);
   return stream.as_stream() != nullptr && item != nullptr ? item->as_ref() : PDF_REF{0, 0};
 }
 

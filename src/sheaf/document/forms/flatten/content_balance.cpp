@@ -1,3 +1,4 @@
+// Counts q and Q over the tokens of the decoded content; inline images are skipped.
 #include "sheaf/document/forms/flatten/content_balance_internal.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// Draws the appearances into the pages, then removes the annotations and fields that were drawn.
 #include "sheaf/document/forms/flattener.h"
 
 #include <charconv>
@@ -7,10 +8,12 @@
 #include "sheaf/base/heap_watch.h"
 #include "sheaf/document/doc.h"
 #include "sheaf/document/forms/draw/content_writer_internal.h"
+#include "sheaf/document/forms/fill/field_facts_internal.h"
 #include "sheaf/document/forms/flatten/annotation_look_internal.h"
 #include "sheaf/document/forms/flatten/content_balance_internal.h"
 #include "sheaf/document/forms/flatten/page_resources_internal.h"
 #include "sheaf/document/forms/form_filler.h"
+#include "sheaf/neighbours/page/acro_form.h"
 
 using namespace sheaf;
 
@@ -33,8 +36,7 @@ namespace {
 constexpr const char* kNeverFlattened[] = {"Link", "FileAttachment", "Sound", "Movie", "Screen", "3D", "RichMedia"};
 
 bool is_kind(CPDFXRefTable& table, const CPDFDictionary& annotation, const char* kind) {
-  Freed<CPDFObj> subtype;
-  table.resolve(subtype, annotation.get_item(CPDFDictionary::sm_tag_subtype));
+  const Freed<CPDFObj> subtype = table.value(&annotation, CPDFDictionary::sm_tag_subtype);
   return subtype.is_name(kind);
 }
 
@@ -48,26 +50,6 @@ bool is_asked_for(CPDFXRefTable& table, const CPDFDictionary& annotation, PDF_FL
   return true;
 }
 
-// Whether the widget is a signed signature field's.
-bool is_signed(CPDFXRefTable& table, const CPDFDictionary& widget) {
-  constexpr int kMostLevels = 32;
-  Freed<CPDFObj> node;
-  Freed<CPDFObj> kind;
-  Freed<CPDFObj> value;
-  const CPDFDictionary* dict = &widget;
-  for (int level = 0; level < kMostLevels && dict != nullptr; ++level) {
-    if (kind.is_null())
-      table.resolve(kind, dict->get_item("FT"));
-    if (value.is_null())
-      table.resolve(value, dict->get_item("V"));
-    Freed<CPDFObj> above;
-    table.resolve(above, dict->get_item(CPDFDictionary::sm_tag_parent));
-    node.move_from(above);
-    dict = node.as_dict();
-  }
-  return kind.is_name("Sig") && value.as_dict() != nullptr;
-}
-
 }  // namespace
 
 bool CPDFFlattener::run(PDF_FLATTEN what) {
@@ -77,24 +59,21 @@ bool CPDFFlattener::run(PDF_FLATTEN what) {
   if (filler.load() && !filler.draw_missing())
     return false;
   read_default_resources();
+  count_signatures();
   for (int i = 0; i < doc_.page_count(); ++i) {
     if (!flatten_page(i, what))
       return false;
   }
-  return drop_form() && watch.all_granted();
+  return forget_named() && drop_form() && watch.all_granted();
 }
 
 // As an object of its own, so that appearances share it.
 void CPDFFlattener::read_default_resources() {
   CPDFXRefTable& table = doc_.table();
-  Freed<CPDFObj> catalog;
-  Freed<CPDFObj> form;
-  Freed<CPDFObj> resources;
-  table.resolve(catalog, &table.root);
-  table.resolve(form,
-                catalog.as_dict() != nullptr ? catalog.as_dict()->get_item(CPDFDictionary::sm_tag_acro_form) : nullptr);
+  const Freed<CPDFObj> catalog = table.catalog();
+  const Freed<CPDFObj> form = table.value(catalog.as_dict(), CPDFDictionary::sm_tag_acro_form);
   const CPDFObj* const item = form.as_dict() != nullptr ? form.as_dict()->get_item("DR") : nullptr;
-  table.resolve(resources, item);
+  Freed<CPDFObj> resources = table.value(item);
   if (resources.as_dict() == nullptr)
     return;
   default_resources_.copy_from(item);
@@ -103,6 +82,21 @@ void CPDFFlattener::read_default_resources() {
   const PDF_REF ref{table.alloc_obj_num(), 0};
   if (table.store_object(ref, resources))
     default_resources_.set_ref(ref);
+}
+
+void CPDFFlattener::count_signatures() {
+  CPDFAcroForm form(doc_.table());
+  form.load();
+  for (std::int32_t i = 0; i < form.field_count(); ++i) {
+    const CPDFField& field = *form.field_at(i);
+    FieldFacts facts;
+    facts.read(field);
+    if (!field.is_terminal() || facts.kind != FieldKind::kSignature)
+      continue;
+    Freed<CPDFObj> value;
+    field.get_value("V", value);
+    report_.signatures += value.as_dict() != nullptr ? 1 : 0;
+  }
 }
 
 bool CPDFFlattener::flatten_page(int index, PDF_FLATTEN what) {
@@ -115,8 +109,7 @@ bool CPDFFlattener::flatten_page(int index, PDF_FLATTEN what) {
   const CPDFArray* const list = annots.as_array();
   if (list == nullptr)
     return true;
-  Freed<CPDFObj> own;
-  table.get_entity(own, page.ref);
+  Freed<CPDFObj> own = table.object(page.ref);
   if (own.as_dict() == nullptr)
     return true;
   PageWork work(table, page);
@@ -124,12 +117,11 @@ bool CPDFFlattener::flatten_page(int index, PDF_FLATTEN what) {
   // Popups go with what they belong to, which may stand behind them.
   for (const bool popups : {false, true}) {
     for (std::int32_t i = 0; i < list->count; ++i) {
-      Freed<CPDFObj> annotation;
-      table.resolve(annotation, list->get(i));
+      const Freed<CPDFObj> annotation = table.value(list, i);
       const CPDFDictionary* const dict = annotation.as_dict();
       if (dict == nullptr || is_kind(table, *dict, "Popup") != popups)
         continue;
-      if (!take(work, *list->get(i), what))
+      if (!take(work, *list->get(i), *dict, what))
         return false;
     }
   }
@@ -137,11 +129,8 @@ bool CPDFFlattener::flatten_page(int index, PDF_FLATTEN what) {
 }
 
 // Draws an annotation and leaves it out, or keeps it. False when there is no memory.
-bool CPDFFlattener::take(PageWork& work, const CPDFObj& item, PDF_FLATTEN what) {
+bool CPDFFlattener::take(PageWork& work, const CPDFObj& item, const CPDFDictionary& dict, PDF_FLATTEN what) {
   CPDFXRefTable& table = doc_.table();
-  Freed<CPDFObj> annotation;
-  table.resolve(annotation, &item);
-  const CPDFDictionary& dict = *annotation.as_dict();
   const bool widget = is_kind(table, dict, "Widget");
   bool goes = is_asked_for(table, dict, what);
   if (is_kind(table, dict, "Popup")) {
@@ -162,10 +151,9 @@ bool CPDFFlattener::take(PageWork& work, const CPDFObj& item, PDF_FLATTEN what) 
     work.left.append(&item);
     return work.left.count > before;
   }
-  report_.signatures += widget && is_signed(table, dict) ? 1 : 0;
   work.changed = true;
   work.gone.visit(item.as_ref().num);
-  return true;
+  return dict.get_item("StructParent") == nullptr || item.tag != kTagRef || named_.push(item.as_ref());
 }
 
 bool CPDFFlattener::draw(PageWork& work, const CPDFDictionary& annotation) {
@@ -205,8 +193,7 @@ void CPDFFlattener::complete_form(const PDF_REF& ref) {
   CPDFXRefTable& table = doc_.table();
   if (!made_forms_.visit(ref.num))
     return;
-  Freed<CPDFObj> obj;
-  table.get_entity(obj, ref);
+  Freed<CPDFObj> obj = table.object(ref);
   CPDFStreamRec* const rec = obj.as_stream();
   if (rec == nullptr)
     return;
@@ -243,8 +230,7 @@ bool CPDFFlattener::store_page(PageWork& work) {
 bool CPDFFlattener::put_content(PageWork& work) {
   CPDFXRefTable& table = doc_.table();
   const CPDFObj* const item = work.dict.get_item("Contents");
-  Freed<CPDFObj> value;
-  table.resolve(value, item);
+  const Freed<CPDFObj> value = table.value(item);
   Cleared<CPDFArray> old;
   if (value.as_array() != nullptr)
     old.copy_from(value.as_array());
@@ -282,11 +268,21 @@ PDF_REF CPDFFlattener::opening_stream(int count) {
   return ref;
 }
 
+// The structure tree of a tagged document goes on naming its annotations (ISO 32000-1, 14.7.4.3). Nothing of those that
+// are gone must be kept by that.
+bool CPDFFlattener::forget_named() {
+  for (const PDF_REF& annotation : named_) {
+    Freed<CPDFObj> nothing;
+    if (!doc_.table().store_object(annotation, nothing))
+      return false;
+  }
+  return true;
+}
+
 // Nothing of a form is left without its widgets, nor anything that a signature or a certification could vouch for.
 bool CPDFFlattener::drop_form() {
   CPDFXRefTable& table = doc_.table();
-  Freed<CPDFObj> catalog;
-  table.resolve(catalog, &table.root);
+  Freed<CPDFObj> catalog = table.catalog();
   CPDFDictionary* const dict = catalog.as_dict();
   if (dict == nullptr || dict->get_item(CPDFDictionary::sm_tag_acro_form) == nullptr)
     return true;

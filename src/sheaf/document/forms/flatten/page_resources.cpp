@@ -1,3 +1,4 @@
+// Changes the dictionary where it is: in the page, in an object of its own, or as a copy of what is inherited.
 #include "sheaf/document/forms/flatten/page_resources_internal.h"
 
 #include <new>
@@ -14,8 +15,7 @@ CPDFDictionary* edit_object(CPDFXRefTable& table, const PDF_REF& ref) {
   const PDF_XREF* const entry = table.entry(ref.num);
   const bool in_memory = entry != nullptr && entry->is_in_memory();
   if (!in_memory) {
-    Freed<CPDFObj> obj;
-    table.get_entity(obj, ref);
+    Freed<CPDFObj> obj = table.object(ref);
     if (obj.as_dict() == nullptr || !table.store_object(ref, obj))
       return nullptr;
   }

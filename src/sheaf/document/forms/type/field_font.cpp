@@ -1,3 +1,4 @@
+// Codes come from the base encoding and "Differences", widths from "Widths" or the standard fonts.
 #include "sheaf/document/forms/type/field_font_internal.h"
 
 #include <algorithm>
@@ -47,14 +48,12 @@ const std::uint16_t* encoding_named(const char* name) {
 }  // namespace
 
 bool FieldFont::load(CPDFXRefTable& table, const CPDFDictionary& font) {
-  Freed<CPDFObj> item;
-  table.resolve(item, font.get_item(CPDFDictionary::sm_tag_subtype));
+  Freed<CPDFObj> item = table.value(&font, CPDFDictionary::sm_tag_subtype);
   if (!item.is_name("Type1") && !item.is_name("MMType1") && !item.is_name("TrueType"))
     return false;
   table.resolve(item, font.get_item(CPDFDictionary::sm_tag_base_font));
   read_name(item.as_text());
-  Freed<CPDFObj> descriptor;
-  table.resolve(descriptor, font.get_item(CPDFDictionary::sm_tag_fdes));
+  const Freed<CPDFObj> descriptor = table.value(&font, CPDFDictionary::sm_tag_fdes);
   descriptor_ = descriptor.as_dict();
   const ScopeGuard forget([this] { descriptor_ = nullptr; });
   if (symbols_ || !read_encoding(table, font))
@@ -79,16 +78,14 @@ void FieldFont::read_name(const char* name) {
 }
 
 bool FieldFont::read_encoding(CPDFXRefTable& table, const CPDFDictionary& font) {
-  Freed<CPDFObj> encoding;
-  table.resolve(encoding, font.get_item("Encoding"));
+  const Freed<CPDFObj> encoding = table.value(&font, "Encoding");
   Freed<CPDFObj> named;
   const CPDFDictionary* const dict = encoding.as_dict();
   table.resolve(named, dict != nullptr ? dict->get_item("BaseEncoding") : &encoding);
   const std::uint16_t* base = encoding_named(named.as_name());
   if (base == nullptr) {
     // The program's own encoding: of a font that is not symbolic it is the standard one, as a rule.
-    Freed<CPDFObj> flags;
-    table.resolve(flags, descriptor_ != nullptr ? descriptor_->get_item("Flags") : nullptr);
+    const Freed<CPDFObj> flags = table.value(descriptor_, "Flags");
     const bool own = is_embedded(descriptor_) && (flags.to_int() & kSymbolicFlag) != 0;
     if (own && dict == nullptr)
       return false;
@@ -102,13 +99,11 @@ bool FieldFont::read_encoding(CPDFXRefTable& table, const CPDFDictionary& font) 
 }
 
 void FieldFont::read_differences(CPDFXRefTable& table, const CPDFObj* item) {
-  Freed<CPDFObj> list;
-  table.resolve(list, item);
+  const Freed<CPDFObj> list = table.value(item);
   const CPDFArray* const array = list.as_array();
   int code = 0;
   for (std::int32_t i = 0; array != nullptr && i < array->count; ++i) {
-    Freed<CPDFObj> entry;
-    table.resolve(entry, array->get(i));
+    const Freed<CPDFObj> entry = table.value(array, i);
     if (entry.is_number())
       code = entry.to_int();
     else if (entry.as_name() != nullptr && code >= 0 && code < kCodes)
@@ -120,10 +115,8 @@ void FieldFont::read_heights(CPDFXRefTable& table) {
   const Heights& usual = kHeights[static_cast<int>(manner_.family)];
   ascent_ = usual.ascent;
   descent_ = usual.descent;
-  Freed<CPDFObj> up;
-  Freed<CPDFObj> down;
-  table.resolve(up, descriptor_ != nullptr ? descriptor_->get_item("Ascent") : nullptr);
-  table.resolve(down, descriptor_ != nullptr ? descriptor_->get_item("Descent") : nullptr);
+  const Freed<CPDFObj> up = table.value(descriptor_, "Ascent");
+  const Freed<CPDFObj> down = table.value(descriptor_, "Descent");
   const double ascent = to_double(up.to_real()) / 1000;
   const double descent = to_double(down.to_real()) / 1000;
   // What no letter can have is not believed.
@@ -135,16 +128,13 @@ void FieldFont::read_heights(CPDFXRefTable& table) {
 
 // False when the font has no widths of its own. A code without a width has no glyph.
 bool FieldFont::read_widths(CPDFXRefTable& table, const CPDFDictionary& font) {
-  Freed<CPDFObj> first;
-  Freed<CPDFObj> list;
-  table.resolve(first, font.get_item("FirstChar"));
-  table.resolve(list, font.get_item("Widths"));
+  const Freed<CPDFObj> first = table.value(&font, "FirstChar");
+  const Freed<CPDFObj> list = table.value(&font, "Widths");
   const CPDFArray* const array = list.as_array();
   if (array == nullptr || array->count == 0)
     return false;
   for (int code = 0; code < kCodes; ++code) {
-    Freed<CPDFObj> width;
-    table.resolve(width, array->get(code - first.to_int()));
+    const Freed<CPDFObj> width = table.value(array, code - first.to_int());
     widths_[code] = static_cast<std::uint16_t>(std::clamp(width.to_int(), 0, 10000));
     if (widths_[code] == 0)
       characters_[code] = 0;
@@ -170,8 +160,7 @@ void FieldFont::take_standard_widths() {
 
 // A subset of a Type 1 font names its glyphs; whatever else the encoding has was left out.
 void FieldFont::drop_glyphs_left_out(CPDFXRefTable& table) {
-  Freed<CPDFObj> names;
-  table.resolve(names, descriptor_ != nullptr ? descriptor_->get_item("CharSet") : nullptr);
+  const Freed<CPDFObj> names = table.value(descriptor_, "CharSet");
   const PDF_String list = names.as_string();
   if (!is_embedded(descriptor_) || list.len < static_cast<std::int32_t>(kSubsetTag))
     return;

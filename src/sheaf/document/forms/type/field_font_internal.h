@@ -4,20 +4,13 @@
 
 #include <cstdint>
 
+#include "sheaf/document/fonts/system_fonts.h"
 #include "sheaf/object/object.h"
 
 class CPDFDictionary;
 class CPDFXRefTable;
 
 namespace sheaf {
-
-enum class FontFamily : int { kSans, kSerif, kMono };
-
-/// Which font of the system comes nearest.
-struct FontManner {
-  FontFamily family = FontFamily::kSans;
-  bool bold = false;
-};
 
 class FieldFont {
 public:

@@ -1,3 +1,4 @@
+// Chooses a font for the whole value if one has all characters, and otherwise one for each character.
 #include "sheaf/document/forms/type/field_type_internal.h"
 
 #include <algorithm>

@@ -5,8 +5,8 @@
 #include <cstdint>
 
 #include "sheaf/base/scope_guard.h"
+#include "sheaf/document/fonts/system_fonts.h"
 #include "sheaf/document/forms/type/field_font_internal.h"
-#include "sheaf/document/forms/type/system_fonts_internal.h"
 #include "sheaf/object/dictionary.h"
 
 namespace sheaf {

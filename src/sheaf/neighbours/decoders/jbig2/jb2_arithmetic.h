@@ -48,15 +48,19 @@ public:
   /// the first 1. Gives the count of zeros; `has_one` tells whether a 1 came behind them.
   [[gnu::always_inline]] inline unsigned zeros(std::uint8_t& context, unsigned most, bool& has_one);
 
-  /// The data ended long ago: what comes out now is not coded anywhere.
-  bool exhausted() const { return missing_ > kMostMissing; }
+  /// Whether all data are used up: from here on decisions follow from the contexts alone.
+  bool is_over() const { return c_ == 0 && is_at_end(); }
+  /// Whether a context in `state` will then give its more probable value for ever: its share of the
+  /// interval is never the larger one, and shrinks.
+  static bool is_settled(unsigned state) { return kEstimates[state].qe <= kHalf / 2; }
 
 private:
-  // Encoders may leave out bytes at the end that a decoder makes up; only damage leaves out many. A
-  // made-up byte can pass for a hundred thousand pixels of the expected colour.
-  static constexpr unsigned kMostMissing = 32;
   static constexpr std::uint32_t kHalf = 0x8000;
 
+  bool is_at_end() const {
+    constexpr std::uint8_t kLastStuffed = 0x8F;
+    return next_ == end_ || (after_ff_ && *next_ > kLastStuffed);
+  }
   [[gnu::always_inline]] inline void byte_in();
   [[gnu::always_inline]] inline void renormalise();
 
@@ -66,14 +70,13 @@ private:
   std::uint32_t a_ = kHalf;
   unsigned ct_ = 0;
   bool after_ff_ = false;  // the last byte taken was 0xFF
-  unsigned missing_ = 0;   // bytes made up behind the end
 };
 
-// A byte above 0x8F behind 0xFF is a marker: it is never passed, and ones are fed from there on.
+// A byte above 0x8F behind 0xFF is a marker: it is never passed, and ones are fed from there on, as
+// behind the end of the data. Encoders leave out as many bytes as that makes up for (Annex E, FLUSH),
+// so that nothing tells data that are complete from data that are cut.
 inline void ArithmeticDecoder::byte_in() {
-  constexpr std::uint8_t kLastStuffed = 0x8F;
-  if (next_ == end_ || (after_ff_ && *next_ > kLastStuffed)) {
-    ++missing_;
+  if (is_at_end()) {
     ct_ = 8;
     return;
   }

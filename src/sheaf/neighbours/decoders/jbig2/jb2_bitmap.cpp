@@ -105,7 +105,7 @@ QVJB2_Bitmap* bitmap_new(Limits& limits, std::int64_t width, std::int64_t height
   if (width < 0 || height < 0 || width > kMostExtent || height > kMostExtent)
     return nullptr;
   const std::int64_t size = block_size(stride_of(width), height);  // no overflow: both fit 32 bits
-  if (size > kMostBytes || !limits.take(size))
+  if (size > kMostBytes || !limits.take_bitmap(size))
     return nullptr;
   auto* bitmap = static_cast<QVJB2_Bitmap*>(QVCalloc(1, static_cast<std::size_t>(size)));
   if (bitmap == nullptr) {
@@ -134,7 +134,7 @@ bool bitmap_grow(Limits& limits, QVJB2_Bitmap*& bitmap, std::int64_t height, boo
     const std::int64_t ample = bitmap->room + bitmap->room / 2;
     const std::int64_t room = ample > height && block_size(stride, ample) <= kMostBytes ? ample : height;
     const std::int64_t more = stride * (room - bitmap->room);
-    if (!limits.take(more))
+    if (!limits.take_bitmap(more))
       return false;
     auto* grown = static_cast<QVJB2_Bitmap*>(QVRealloc(bitmap, static_cast<std::size_t>(block_size(stride, room))));
     if (grown == nullptr) {

@@ -147,9 +147,11 @@ int CQVJBIG2::dec_data(unsigned char* data, int len) {
     QVJB2_Seg* record = new_record(*this, header);
     if (record == nullptr)
       break;
+    limits.begin_segment(static_cast<std::int64_t>(body.size));
     Segment segment = {*this, *record, body};
     decode_segment(segment);
   }
+  limits.begin_segment(len);
   for (std::int32_t i = 0; i <= page_last; ++i) {
     settle_page(limits, pages[i]);
     if (pages[i].bitmap != nullptr)

@@ -124,6 +124,9 @@ public:
     look_at(0);
   }
 
+  /// The pixels that were decoded one by one; white runs count as a few.
+  std::int32_t cost() const { return cost_; }
+
   [[gnu::always_inline]] inline ArithmeticDecoder run() {
     while (byte_ < rows_.stride) {
       look_at(byte_ + 1);
@@ -139,6 +142,7 @@ private:
   static constexpr Shape kShape = kShapes[kTemplate];
   static constexpr unsigned kBefore = (1u << kShape.before) - 1;
   static constexpr int kAhead = 15;  // the place of the present byte's first pixel in the windows
+  static constexpr std::int32_t kRunCost = 8;
 
   // Moves the windows on, by a byte, to end in byte `index` of the rows above.
   [[gnu::always_inline]] inline void look_at(std::int32_t index) {
@@ -158,6 +162,7 @@ private:
     bool has_one;
     const unsigned zeros = decoder_.zeros(contexts_[0], most, has_one);
     byte_ += has_one ? static_cast<std::int32_t>(zeros / 8) : bytes;
+    cost_ += kRunCost;
     present_ = has_one ? 1 : 0;
     first = static_cast<int>(zeros % 8) + 1;
     two_up_ = one_up_ = 0;
@@ -180,6 +185,7 @@ private:
   // take most of the time.
   [[gnu::always_inline]] inline void decode_byte(int pixel) {
     const int end = std::min(8, rows_.width - 8 * byte_);
+    cost_ += end - pixel;
     unsigned two_up = two_up_ << pixel;
     unsigned one_up = one_up_ << pixel;
     unsigned context = above(two_up, one_up) | (present_ & kBefore);
@@ -208,17 +214,20 @@ private:
   unsigned one_up_ = 0;
   unsigned present_ = 0;
   std::int32_t byte_ = 0;
+  std::int32_t cost_ = 0;
   std::int32_t white_ = 0;  // both rows above are white up to here, once that was looked at
 };
 
 template <unsigned kTemplate>
-void decode_row(ArithmeticDecoder& decoder, std::uint8_t* contexts, const Rows& rows) {
-  decoder = RowDecoder<kTemplate>(decoder, contexts, rows).run();
+std::int32_t decode_row(ArithmeticDecoder& decoder, std::uint8_t* contexts, const Rows& rows) {
+  RowDecoder<kTemplate> row(decoder, contexts, rows);
+  decoder = row.run();
+  return row.cost();
 }
 
 // One row with moved adaptive pixels or skipped ones.
-void decode_row_singly(ArithmeticDecoder& decoder, std::uint8_t* contexts, const Rows& rows, const Shape& shape,
-                       const Moved& moved, const QVJB2_Bitmap* skip, const QVJB2_Bitmap& out, std::int32_t y) {
+std::int32_t decode_row_singly(ArithmeticDecoder& decoder, std::uint8_t* contexts, const Rows& rows, const Shape& shape,
+                               const Moved& moved, const QVJB2_Bitmap* skip, const QVJB2_Bitmap& out, std::int32_t y) {
   constexpr int kAhead = 15;
   unsigned two_up = byte_at(rows.two_up, 0, rows.stride);
   unsigned one_up = byte_at(rows.one_up, 0, rows.stride);
@@ -243,10 +252,105 @@ void decode_row_singly(ArithmeticDecoder& decoder, std::uint8_t* contexts, const
     // At once: an adaptive pixel of this row may be the one just decoded.
     rows.present[i] = static_cast<std::uint8_t>(present << (7 - pixel));
   }
+  return rows.width;
 }
 
-using RowFunction = void (*)(ArithmeticDecoder&, std::uint8_t*, const Rows&);
+using RowFunction = std::int32_t (*)(ArithmeticDecoder&, std::uint8_t*, const Rows&);
 constexpr RowFunction kRowDecoders[] = {decode_row<0>, decode_row<1>, decode_row<2>, decode_row<3>};
+
+// Finds out when a region's rows go on repeating: once the data are used up, rows whose contexts are
+// all settled follow from the rows above alone. What was left out behind the data of a large even
+// picture then costs a copy.
+class Repetition {
+public:
+  Repetition(const GenericParams& params, const Moved& moved, const std::uint8_t* contexts, Limits& limits,
+             const QVJB2_Bitmap& out)
+      : shape_(kShapes[params.pixels_template]),
+        moved_(moved),
+        contexts_(contexts),
+        limits_(limits),
+        out_(out),
+        // A row like the one above may be coded as such or not, which is all the same to it only.
+        most_period_(params.skip != nullptr ? 0
+                     : params.typical       ? 1
+                                            : kMostPeriod) {
+    for (unsigned i = 0; i < moved.count; ++i)
+      reach_ = std::max<std::int32_t>(reach_, -moved.place[i].dy);
+  }
+
+  /// After how many rows all rows behind `y` repeat; 0 when that is not known. Asked for each row
+  /// once the decoder is over.
+  std::int32_t period_behind(std::int32_t y) {
+    for (std::int32_t period = 1; period <= most_period_; ++period) {
+      matches_[period] = y >= period && is_same_row(y, y - period) ? matches_[period] + 1 : 0;
+      if (matches_[period] < reach_ || y < next_look_ || y < period + reach_)
+        continue;
+      if (are_settled(y, period))
+        return period;
+      next_look_ = y + wait_;
+      wait_ *= 2;
+    }
+    return 0;
+  }
+
+private:
+  static constexpr std::int32_t kMostPeriod = 8;
+
+  bool is_same_row(std::int32_t a, std::int32_t b) const {
+    return std::memcmp(bitmap_row(out_, a), bitmap_row(out_, b), static_cast<std::size_t>(out_.stride)) == 0;
+  }
+
+  bool are_settled(std::int32_t last, std::int32_t period) {
+    constexpr std::int64_t kPixelWork = 8;
+    for (std::int32_t y = last - period + 1; y <= last; ++y) {
+      if (!limits_.spend(kPixelWork * out_.width))
+        return false;
+      for (std::int32_t x = 0; x < out_.width; ++x) {
+        if (!ArithmeticDecoder::is_settled(contexts_[context_of(x, y)]))
+          return false;
+      }
+    }
+    return true;
+  }
+
+  unsigned window_of(const Window& window, std::int32_t x, std::int32_t y) const {
+    unsigned pixels = 0;
+    for (int dx = -window.left; dx <= window.right; ++dx)
+      pixels = pixels << 1 | bitmap_pixel(out_, x + dx, y);
+    return pixels << window.shift;
+  }
+
+  unsigned context_of(std::int32_t x, std::int32_t y) const {
+    unsigned context = window_of(shape_.two_up, x, y - 2) | window_of(shape_.one_up, x, y - 1);
+    for (unsigned i = 0; i < shape_.before; ++i)
+      context |= bitmap_pixel(out_, x - 1 - static_cast<std::int32_t>(i), y) << i;
+    context &= moved_.kept;
+    for (unsigned i = 0; i < moved_.count; ++i)
+      context |= bitmap_pixel(out_, x + moved_.place[i].dx, y + moved_.place[i].dy) << moved_.bit[i];
+    return context;
+  }
+
+  const Shape& shape_;
+  const Moved& moved_;
+  const std::uint8_t* contexts_;
+  Limits& limits_;
+  const QVJB2_Bitmap& out_;
+  std::int32_t most_period_;
+  std::int32_t reach_ = 2;  // rows above that a context looks at
+  std::int32_t matches_[kMostPeriod + 1] = {};
+  std::int32_t next_look_ = 0;
+  std::int32_t wait_ = 16;
+};
+
+// The rows behind `y` repeat those above.
+bool repeat_rows(Limits& limits, QVJB2_Bitmap& out, std::int32_t y, std::int32_t period) {
+  for (++y; y < out.height; ++y) {
+    if (!limits.spend(Limits::handling(out.stride)))
+      return false;
+    std::memcpy(bitmap_row(out, y), bitmap_row(out, y - period), static_cast<std::size_t>(out.stride));
+  }
+  return true;
+}
 
 }  // namespace
 
@@ -257,9 +361,10 @@ bool decode_generic(ArithmeticDecoder& decoder, std::uint8_t* contexts, const Ge
   const Shape& shape = kShapes[params.pixels_template];
   const Moved moved = moved_pixels(params);
   const bool singly = moved.count != 0 || params.skip != nullptr;
+  Repetition repetition(params, moved, contexts, limits, out);
   bool is_typical = false;
   for (std::int32_t y = 0; y < out.height; ++y) {
-    if (decoder.exhausted() || !limits.spend(out.stride))
+    if (!limits.spend(Limits::handling(out.stride)))
       return false;
     std::uint8_t* present = bitmap_row(out, y);
     if (params.typical && decoder.bit(contexts[shape.typical_context]) != 0)
@@ -268,16 +373,17 @@ bool decode_generic(ArithmeticDecoder& decoder, std::uint8_t* contexts, const Ge
       if (y > 0)
         std::memcpy(present, present - out.stride, static_cast<std::size_t>(out.stride));
     } else {
-      if (!limits.spend(out.width))
-        return false;
       // For the white rows above the bitmap the present one stands in, which is white ahead of the pixel.
       const Rows rows = {y > 1 ? bitmap_row(out, y - 2) : present, y > 0 ? bitmap_row(out, y - 1) : present, present,
                          out.width, out.stride};
-      if (singly)
-        decode_row_singly(decoder, contexts, rows, shape, moved, params.skip, out, y);
-      else
-        kRowDecoders[params.pixels_template](decoder, contexts, rows);
+      const std::int32_t cost = singly ? decode_row_singly(decoder, contexts, rows, shape, moved, params.skip, out, y)
+                                       : kRowDecoders[params.pixels_template](decoder, contexts, rows);
+      if (!limits.spend(cost))
+        return false;
     }
+    const std::int32_t period = decoder.is_over() ? repetition.period_behind(y) : 0;
+    if (period > 0)
+      return repeat_rows(limits, out, y, period);
   }
   return true;
 }

@@ -1,5 +1,7 @@
 // What decoding one JBIG2 stream may cost. A few bytes can declare pages, symbols and instances
-// without end; honest data need memory and work in proportion to their pages and their length.
+// without end; honest data need memory and work in proportion to their pages and their length. The
+// end of the data bounds nothing: encoders leave out what a decoder makes up, so that a few bytes
+// may stand for a large region.
 #pragma once
 
 #include <algorithm>
@@ -7,37 +9,59 @@
 
 namespace sheaf::jb2 {
 
-/// The allowance left; it starts empty and grows with the data given and the pages declared.
+/// The allowance left; it starts empty and grows with the data given and the pages declared. Work is
+/// counted in pixels, or steps that take about as long. A segment has a share of it, by its length
+/// and by the bitmaps that it makes, so that one of a damaged stream leaves enough to the others.
 struct Limits {
   std::int64_t page_bytes;  ///< Bitmaps of pages that may still be declared.
   std::int64_t bytes;       ///< Memory that bitmaps and tables may still take, those of pages included.
-  std::int64_t work;        ///< Pixels, or steps that take about as long, that may still be decoded.
+  std::int64_t work;        ///< Work that the present segment may still do.
+  std::int64_t reserve;     ///< Work beyond that, for what it makes and for the segments that follow.
+  std::int64_t spent;       ///< Work done so far.
+  std::int64_t ceiling;     ///< Most bytes of pages, set by the caller; 0: as the data justify.
+
+  /// Of data. Dense pages come to some 20 pixels a byte, sparse ones to a few thousand beside their
+  /// white rows, which cost next to nothing.
+  static constexpr std::int64_t kWorkPerByte = 4096;
+  static constexpr std::int64_t kPixelsPerByte = 8;
 
   /// The allowance of `length` bytes of data.
   void allow_data(std::int64_t length) {
-    // The largest sheets (A0 at 600 dpi, 70 MB) need no more than the base and the data of a sheet;
-    // dense pages come to some 20 pixels a byte and sparse ones to a few thousand.
+    // The largest sheets (A0 at 600 dpi, 70 MB) need no more than the base and the data of a sheet.
     constexpr std::int64_t kBasePages = std::int64_t{64} << 20;
     constexpr std::int64_t kMostPages = std::int64_t{1} << 30;
-    constexpr std::int64_t kBaseBytes = std::int64_t{1} << 20;
+    constexpr std::int64_t kBaseBytes = std::int64_t{16} << 20;
     constexpr std::int64_t kBytesPerByte = 1024;
-    constexpr std::int64_t kBaseWork = std::int64_t{4} << 20;
-    constexpr std::int64_t kWorkPerByte = 16384;
+    constexpr std::int64_t kBaseWork = std::int64_t{48} << 20;  // a sheet of A4 at 600 dpi has 35 million pixels
     page_bytes = std::min(kBasePages + length * kBytesPerByte, kMostPages);
     bytes = kBaseBytes + length * kBytesPerByte;
-    work = kBaseWork + length * kWorkPerByte;
+    reserve = kBaseWork + length * kWorkPerByte;
+    work = 0;
+    if (ceiling <= 0)
+      return;
+    page_bytes = std::min(page_bytes, ceiling);
+    bytes = std::min(bytes, ceiling);
+    reserve = std::min(reserve, ceiling * kPixelsPerByte);
   }
 
-  /// The allowance of `size` bytes of a page: for itself, and for what is drawn on it. False, with
+  /// Gives a segment of `length` bytes its share, and what the one before it has left back.
+  void begin_segment(std::int64_t length) {
+    constexpr std::int64_t kBaseShare = std::int64_t{1} << 20;
+    reserve += work;
+    work = 0;
+    add_share(kBaseShare + length * kWorkPerByte);
+  }
+
+  /// The allowance of `size` bytes of a page: for itself, and for regions of its size. False, with
   /// nothing allowed, when such a page is more than the data can justify.
   [[nodiscard]] bool allow_page(std::int64_t size) {
-    constexpr std::int64_t kLayers = 2;  // a page may be drawn whole and then refined whole
-    constexpr std::int64_t kCopies = 4;  // regions, intermediate ones, the planes of halftones
+    constexpr std::int64_t kCopies = 4;     // regions, intermediate ones, the planes of halftones
+    constexpr std::int64_t kHandlings = 8;  // making, copying, combining it and regions of its size
     if (size < 0 || size > page_bytes)
       return false;
     page_bytes -= size;
     bytes += (1 + kCopies) * size;
-    work += kLayers * 8 * size;
+    reserve += kHandlings * handling(size);
     return true;
   }
 
@@ -50,14 +74,38 @@ struct Limits {
   }
   void give(std::int64_t size) { bytes += size; }
 
-  /// False when `units` of work are more than is left; nothing more is decoded then.
+  /// The same for a bitmap, which also has its price in work and raises the segment's share by what
+  /// its pixels may take.
+  [[nodiscard]] bool take_bitmap(std::int64_t size) {
+    constexpr std::int64_t kSharePerByte = 40;
+    if (!take(size))
+      return false;
+    add_share(kSharePerByte * size);
+    if (spend(handling(size)))
+      return true;
+    give(size);
+    return false;
+  }
+
+  /// What clearing, copying or combining `size` bytes of a bitmap takes.
+  static constexpr std::int64_t handling(std::int64_t size) { return size / 16 + 1; }
+
+  /// False when `units` of work are more than is left; the segment decodes nothing more then.
   [[nodiscard]] bool spend(std::int64_t units) {
     if (units < 0 || units > work) {
       work = 0;
       return false;
     }
     work -= units;
+    spent += units;
     return true;
+  }
+
+private:
+  void add_share(std::int64_t units) {
+    units = std::min(units, reserve);
+    reserve -= units;
+    work += units;
   }
 };
 

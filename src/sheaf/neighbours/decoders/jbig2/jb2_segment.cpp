@@ -101,7 +101,10 @@ RegionInfo read_region_info(ByteReader& in) {
   info.height = in.u32();
   info.x = in.i32();
   info.y = in.i32();
-  const unsigned op = in.u8() & 7;
+  constexpr unsigned kColoured = 8;
+  const unsigned flags = in.u8();
+  const unsigned op = flags & 7;
+  info.is_coloured = (flags & kColoured) != 0;
   info.op = op <= 4 ? static_cast<Combine>(op) : Combine::kOr;
   return info;
 }
@@ -126,18 +129,20 @@ void finish_region(Segment& segment, const RegionInfo& info, BitmapHold& region)
     return;
   }
   QVJB2_Page* page = segment.decoder.page_of(segment.record.page);
-  if (page == nullptr)
+  if (page == nullptr || info.is_coloured)
     return;
   const std::int64_t bottom = std::int64_t{info.y} + region->height;
   if (page->open_ended != 0 && bottom > page->bitmap->height && !grow_page(limits, *page, bottom))
     return;
-  bitmap_combine(*page->bitmap, *region, info.x, info.y, info.op);
+  if (limits.spend(Limits::handling(bitmap_cost(*region))))
+    bitmap_combine(*page->bitmap, *region, info.x, info.y, info.op);
 }
 
 QVJB2_Bitmap* page_for_region(Segment& segment, const RegionInfo& info) {
   const std::uint32_t type = segment.record.type();
   const QVJB2_Page* page = segment.decoder.page_of(segment.record.page);
-  if (type == kIntermediateText || page == nullptr || page->open_ended != 0 || info.op != Combine::kOr)
+  if (type == kIntermediateText || page == nullptr || page->open_ended != 0 || info.op != Combine::kOr ||
+      info.is_coloured)
     return nullptr;
   const QVJB2_Bitmap& bitmap = *page->bitmap;
   const bool covers = info.x == 0 && info.y == 0 && info.width >= static_cast<std::uint32_t>(bitmap.width) &&

@@ -82,6 +82,7 @@ struct RegionInfo {
   std::int32_t x;
   std::int32_t y;
   Combine op;
+  bool is_coloured;  ///< Of the colour extension (T.88, Amendment 3), which no PDF can show.
 };
 RegionInfo read_region_info(ByteReader& in);
 

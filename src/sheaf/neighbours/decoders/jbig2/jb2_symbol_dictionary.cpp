@@ -139,7 +139,7 @@ private:
   std::int64_t value(const HuffmanTable* table, IntegerDecoder& integer) {
     return flags_.huffman ? table->decode(*coder_.bits) : integer.decode(*coder_.arithmetic);
   }
-  bool is_exhausted() const { return flags_.huffman ? coder_.bits->failed() : coder_.arithmetic->exhausted(); }
+  bool is_exhausted() const { return flags_.huffman && coder_.bits->failed(); }
   std::size_t decoded() const { return symbols_.size() - input_count_; }
   bool is_collective() const { return flags_.huffman && !flags_.aggregates; }
 

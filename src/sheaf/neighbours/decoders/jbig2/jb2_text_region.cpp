@@ -42,7 +42,7 @@ private:
     return value == kOutOfBand || value == kDamaged ? kMostPosition * 2 : value;
   }
 
-  bool is_exhausted() const { return params_.huffman ? coder_.bits->failed() : coder_.arithmetic->exhausted(); }
+  bool is_exhausted() const { return params_.huffman && coder_.bits->failed(); }
 
   // False for damage. The end of the strip is coded also behind the last instance.
   bool draw_strip() {

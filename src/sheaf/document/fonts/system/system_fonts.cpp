@@ -1,0 +1,162 @@
+// The common fonts of Debian and of other systems, and the Type 0 fonts made of those that are needed.
+#include <cstring>
+#include <new>
+
+#include "sheaf/document/fonts/system_fonts.h"
+#include "sheaf/neighbours/fonts/environment.h"
+#include "sheaf/neighbours/fonts/programs/font_type0.h"
+#include "sheaf/neighbours/fonts/programs/ft_font.h"
+#include "sheaf/xref/xref_table.h"
+
+namespace sheaf {
+
+namespace {
+
+constexpr int kBold = 1;
+constexpr int kItalic = 2;
+constexpr int kEmbed = 8;
+
+// Asked one after the other; those that are not installed are skipped.
+struct Common {
+  const char* name;
+  FontFamily family;
+  bool any_family;
+};
+constexpr Common kCommon[] = {
+    {"DejaVu Sans", FontFamily::kSans, false},
+    {"DejaVu Serif", FontFamily::kSerif, false},
+    {"DejaVu Sans Mono", FontFamily::kMono, false},
+    {"Liberation Sans", FontFamily::kSans, false},
+    {"Liberation Serif", FontFamily::kSerif, false},
+    {"Liberation Mono", FontFamily::kMono, false},
+    {"Noto Sans", FontFamily::kSans, false},
+    {"Noto Serif", FontFamily::kSerif, false},
+    {"Arial", FontFamily::kSans, false},
+    {"Times New Roman", FontFamily::kSerif, false},
+    {"Courier New", FontFamily::kMono, false},
+    {"WenQuanYi Zen Hei", FontFamily::kSans, true},
+    {"IPAGothic", FontFamily::kSans, true},
+    {"UnDotum", FontFamily::kSans, true},
+    {"Symbola", FontFamily::kSans, true},
+};
+
+// In columns the ideographs come first, whose fonts have vertical forms of all signs.
+constexpr const char* kVerticalCommon[] = {"IPAGothic", "WenQuanYi Zen Hei", "UnDotum", "DejaVu Sans", "Arial",
+                                           "Symbola"};
+
+}  // namespace
+
+SystemFonts::~SystemFonts() {
+  for (const Entry& entry : entries_)
+    QVFree(entry.name);
+}
+
+bool SystemFonts::add(const char* name) {
+  open();
+  if (!append(name, FontFamily::kSans, true))
+    return false;
+  const Entry added = entries_.back();
+  for (std::size_t i = entries_.size() - 1; i > 0; --i)
+    entries_[i] = entries_[i - 1];
+  entries_[0] = added;
+  return true;
+}
+
+void SystemFonts::open() {
+  if (is_open_)
+    return;
+  is_open_ = true;
+  if (table_.env == nullptr) {
+    if (auto* const fonts = new (std::nothrow) CPDFEnviroment) {
+      table_.set_envirment(fonts, "form");
+      CPDFEnviroment::destroy(fonts);
+    }
+  }
+  if (options_.vertical) {
+    for (const char* name : kVerticalCommon)
+      append(name, FontFamily::kSans, true);
+    return;
+  }
+  for (const Common& font : kCommon)
+    append(font.name, font.family, font.any_family);
+}
+
+bool SystemFonts::add_only(const char* name) {
+  is_open_ = true;
+  return append(name, FontFamily::kSans, true);
+}
+
+std::size_t SystemFonts::count() {
+  open();
+  return entries_.size();
+}
+
+CPDFFontType0* SystemFonts::made(std::size_t index, bool bold) const {
+  return entries_[index].fonts[bold];
+}
+
+const char* SystemFonts::refused(std::size_t index) const {
+  return entries_[index].refused ? entries_[index].name : nullptr;
+}
+
+bool SystemFonts::append(const char* name, FontFamily family, bool any_family) {
+  auto* const face = static_cast<CQVFTFont*>(table_.get_font_ext(name));
+  const std::size_t size = std::strlen(name) + 1;
+  auto* const copy = face != nullptr ? static_cast<char*>(QVAlloc(size)) : nullptr;
+  if (copy == nullptr)
+    return false;
+  std::memcpy(copy, name, size);
+  if (entries_.push({copy, family, any_family, face, {nullptr, nullptr}, false}))
+    return true;
+  QVFree(copy);
+  return false;
+}
+
+bool SystemFonts::has_all(const Entry& entry, const std::uint32_t* characters, std::size_t count) const {
+  for (std::size_t i = 0; i < count; ++i) {
+    if (entry.face->glyph_index(characters[i]) == 0)
+      return false;
+  }
+  return true;
+}
+
+bool SystemFonts::need(Entry& entry, bool bold) {
+  if (entry.fonts[bold] == nullptr && !entry.refused) {
+    const int style = (bold ? kBold : 0) | (options_.italic ? kItalic : 0) | (options_.embeds ? kEmbed : 0);
+    CPDFFont* const font =
+        options_.vertical ? table_.new_font_type0_v(entry.name, style) : table_.new_font_type0_h(entry.name, style);
+    entry.fonts[bold] = static_cast<CPDFFontType0*>(font);
+    entry.refused = font == nullptr;
+  }
+  return entry.fonts[bold] != nullptr;
+}
+
+int SystemFonts::find(const std::uint32_t* characters, std::size_t count, const FontManner& manner) {
+  open();
+  for (const bool fitting : {true, false}) {
+    for (std::size_t i = 0; i < entries_.size(); ++i) {
+      Entry& entry = entries_[i];
+      if ((entry.any_family || entry.family == manner.family) == fitting && has_all(entry, characters, count) &&
+          need(entry, manner.bold))
+        return static_cast<int>(i * 2 + (manner.bold ? 1 : 0));
+    }
+  }
+  return -1;
+}
+
+unsigned SystemFonts::code_of(int font, std::uint32_t character) {
+  const auto wide = static_cast<wchar_t>(character);
+  unsigned char code[2]{};
+  this->font(font)->encode(&wide, 1, code);
+  return static_cast<unsigned>(code[0] << 8 | code[1]);
+}
+
+int SystemFonts::width(int font, unsigned code) {
+  return this->font(font)->glyph_width(code);
+}
+
+PDF_REF SystemFonts::ref(int font) const {
+  return this->font(font)->ref();
+}
+
+}  // namespace sheaf

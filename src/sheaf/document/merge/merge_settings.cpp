@@ -1,0 +1,167 @@
+#include "sheaf/document/merge/merge_settings.h"
+
+#include <cstring>
+#include <new>
+
+#include "sheaf/object/array.h"
+
+namespace sheaf {
+
+namespace {
+
+constexpr const char* kIntents = "OutputIntents";
+
+struct Setting {
+  const char* key;
+  const char* entry;  // as records call it
+};
+
+constexpr Setting kSettings[] = {{"Metadata", "metadata"},
+                                 {"Lang", "language"},
+                                 {"ViewerPreferences", "viewer preferences"},
+                                 {"PageMode", "page mode"},
+                                 {"PageLayout", "page layout"},
+                                 {"OpenAction", "opening action"},
+                                 {"AA", "document actions"},
+                                 {"URI", "base address"},
+                                 {"Extensions", "extensions"},
+                                 {"PieceInfo", "private data"},
+                                 {"Requirements", "requirements"},
+                                 {"Collection", "portfolio"}};
+
+// What has no place in a document that is made of others.
+constexpr Setting kEnding[] = {{"Threads", "articles"},
+                               {"DSS", "validation data"},
+                               {"DPartRoot", "document parts"},
+                               {"SpiderInfo", "web capture"},
+                               {"Legal", "legal attestation"}};
+
+bool same_text(const PDF_String& a, const PDF_String& b) {
+  return a.len == b.len && a.len > 0 && std::memcmp(a.data, b.data, static_cast<std::size_t>(a.len)) == 0;
+}
+
+// What the first intent of `list` is called; null without one.
+void find_identifier(CPDFXRefTable& table, const CPDFArray& list, CPDFObj& identifier) {
+  Freed<CPDFObj> intent;
+  table.resolve(intent, list.get(0));
+  if (const CPDFDictionary* dict = intent.as_dict())
+    table.resolve(identifier, dict->get_item("OutputConditionIdentifier"));
+}
+
+}  // namespace
+
+void MergeSettings::take(MergeSource& source) {
+  note_what_ends(source);
+  take_intents(source);
+  if (!target_.takes_settings()) {
+    for (const Setting& setting : kSettings) {
+      if (source.entry(setting.key) != nullptr)
+        target_.note(PDF_MERGE_FATE::kDropped, setting.entry);
+    }
+    if (!source.table.info.is_null())
+      target_.note(PDF_MERGE_FATE::kDropped, "document information");
+    return;
+  }
+  take_information(source);
+  Cleared<CPDFDictionary> holder;
+  for (const Setting& setting : kSettings) {
+    Freed<CPDFObj> value;
+    value.copy_from(source.entry(setting.key));
+    if (value.is_null())
+      continue;
+    if (source.import(value)) {
+      holder.move_item(setting.key, value);
+      target_.note(PDF_MERGE_FATE::kKept, setting.entry);
+    }
+  }
+  take_associated_files(source, holder);
+  holder_ = {table_.alloc_obj_num(), 0};
+  table_.store_dict(holder_, &holder);
+}
+
+void MergeSettings::take_information(MergeSource& source) {
+  Freed<CPDFObj> theirs;
+  Freed<CPDFObj> ours;
+  source.table.resolve(theirs, &source.table.info);
+  if (theirs.as_dict() == nullptr || theirs.as_dict()->count == 0 || !source.import(theirs))
+    return;
+  table_.resolve(ours, &table_.info);
+  for (std::int32_t i = 0; ours.as_dict() != nullptr && i < ours.as_dict()->count; ++i)
+    theirs.as_dict()->set_item(ours.as_dict()->items[i]->key(), ours.as_dict()->items[i]);
+  if (table_.info.as_ref().num < 1)
+    table_.info.set_ref({table_.alloc_obj_num(), 0});
+  table_.store_object(table_.info.as_ref(), theirs);
+  target_.note(PDF_MERGE_FATE::kKept, "document information");
+}
+
+// Those that came along among the embedded files or with the pages; all, where all attachments do.
+void MergeSettings::take_associated_files(MergeSource& source, CPDFDictionary& holder) {
+  Freed<CPDFObj> list;
+  source.read(list, "AF");
+  if (list.as_array() == nullptr)
+    return;
+  Cleared<CPDFArray> kept;
+  for (std::int32_t i = 0; i < list.as_array()->count; ++i) {
+    Freed<CPDFObj> file;
+    file.copy_from(list.as_array()->items + i);
+    const bool comes = target_.options.files == PDF_MERGE_FILES::kAll || source.copy_of(file.as_ref().num).num != 0;
+    if (comes && source.import(file))
+      kept.append_moved(file);
+  }
+  target_.note(PDF_MERGE_FATE::kKept, "associated files", kept.count);
+  target_.note(PDF_MERGE_FATE::kDropped, "associated files", list.as_array()->count - kept.count);
+  if (kept.count > 0)
+    holder.set_item_arr("AF", &kept);
+}
+
+void MergeSettings::note_what_ends(MergeSource& source) {
+  if (source.doc.is_encrypted())
+    target_.note(PDF_MERGE_FATE::kDropped, "encryption");
+  for (const Setting& ending : kEnding) {
+    if (source.entry(ending.key) != nullptr)
+      target_.note(PDF_MERGE_FATE::kDropped, ending.entry);
+  }
+  Freed<CPDFObj> permissions;
+  source.read(permissions, "Perms");
+  if (permissions.as_dict() == nullptr)
+    return;
+  if (permissions.as_dict()->get_item("UR") != nullptr || permissions.as_dict()->get_item("UR3") != nullptr)
+    target_.note(PDF_MERGE_FATE::kDropped, "usage rights");
+  if (permissions.as_dict()->get_item("DocMDP") != nullptr)
+    target_.note(PDF_MERGE_FATE::kDropped, "certification");
+}
+
+void MergeSettings::take_intents(MergeSource& source) {
+  Freed<CPDFObj> list;
+  Freed<CPDFObj> identifier;
+  source.read(list, kIntents);
+  if (list.as_array() != nullptr)
+    find_identifier(source.table, *list.as_array(), identifier);
+  if (target_.takes_settings()) {
+    if (identifier.tag != kTagString || !source.import(list))
+      return;
+    intents_.move_from(list);
+    identifier_.move_from(identifier);
+    target_.note(PDF_MERGE_FATE::kKept, "output intents");
+    return;
+  }
+  if (same_text(identifier.as_string(), identifier_.as_string()))
+    return;
+  if (!intents_.is_null() || !list.is_null())
+    target_.note(PDF_MERGE_FATE::kDropped, "output intents");
+  intents_.free();
+}
+
+void MergeSettings::put(CPDFDictionary& catalog) {
+  if (CPDFDictionary* const holder = target_.stored_dict(holder_)) {
+    for (std::int32_t i = 0; i < holder->count; ++i) {
+      if (catalog.get_item(holder->items[i]->key()) == nullptr)
+        catalog.set_item(holder->items[i]->key(), holder->items[i]);
+    }
+    holder->clear();
+  }
+  if (intents_.as_array() != nullptr && intents_.as_array()->count > 0)
+    catalog.move_item(kIntents, intents_);
+}
+
+}  // namespace sheaf

@@ -1,0 +1,34 @@
+// What belongs to a document as a whole: the document information, the metadata, how a viewer opens it,
+// its actions, its associated files, and the output intents. A new document takes them from its first
+// source; one that exists keeps its own. Output intents, which say how the colours of a whole document
+// are meant, stay only while all sources agree on them.
+#pragma once
+
+#include "sheaf/document/merge/merge_source.h"
+
+namespace sheaf {
+
+class MergeSettings {
+public:
+  explicit MergeSettings(MergeTarget& target) : target_(target), table_(target.table) {}
+  MergeSettings(const MergeSettings&) = delete;
+  MergeSettings& operator=(const MergeSettings&) = delete;
+
+  /// To be called behind the pages and the embedded files of a source.
+  void take(MergeSource& source);
+  void put(CPDFDictionary& catalog);
+
+private:
+  void take_information(MergeSource& source);
+  void take_associated_files(MergeSource& source, CPDFDictionary& holder);
+  void take_intents(MergeSource& source);
+  void note_what_ends(MergeSource& source);
+
+  MergeTarget& target_;
+  CPDFXRefTable& table_;
+  PDF_REF holder_{0, 0};       // the entries wait in an object of their own, which is looked over like all others
+  Freed<CPDFObj> intents_;     // the output intents of all sources, while they agree
+  Freed<CPDFObj> identifier_;  // what the first of them is called
+};
+
+}  // namespace sheaf

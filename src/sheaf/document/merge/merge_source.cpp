@@ -1,0 +1,84 @@
+#include "sheaf/document/merge/merge_source.h"
+
+#include "sheaf/object/array.h"
+
+namespace sheaf {
+
+namespace {
+
+constexpr int kFewPart = 4;
+
+}  // namespace
+
+MergeSource::MergeSource(CPDFDoc& source, ImportContext* import, MergeTarget& into)
+    : doc(source), table(source.table()), context(import), target(into) {
+  table.resolve(catalog, &table.root);
+  first_num = static_cast<std::int32_t>(target.table.next_obj_num);
+  first_slot = target.table.new_obj_count;
+}
+
+const CPDFObj* MergeSource::entry(const char* key) const {
+  return catalog.as_dict() != nullptr ? catalog.as_dict()->get_item(key) : nullptr;
+}
+
+void MergeSource::reserve_pages(const std::int32_t* pages, std::int32_t count) {
+  std::int32_t different = 0;
+  for (std::int32_t i = 0; i < count; ++i) {
+    const PDF_REF ref = doc.page_ref(pages[i]);
+    if (!is_mapped(ref.num) || !wanted.visit(ref.num))
+      continue;
+    context->map[ref.num] = static_cast<std::uint32_t>(target.table.alloc_obj_num());
+    ++different;
+  }
+  const int page_count = doc.page_count();
+  takes_few = count < page_count / kFewPart;
+  takes_all = true;
+  CPDFObj item{};
+  for (int i = 0; i < page_count; ++i) {
+    item.set_ref(doc.page_ref(i));
+    takes_all = takes_all && wanted.has(item.as_ref().num);
+    leave_out(&item);
+  }
+  leave_out(&table.root);
+  for (const char* key : {"Pages", "StructTreeRoot", "Outlines", "Threads", "DPartRoot"})
+    leave_out(entry(key));
+}
+
+void MergeSource::leave_out(const CPDFObj* item) {
+  const std::int32_t num = item != nullptr ? item->as_ref().num : 0;
+  if (num > 0 && is_mapped(num) && context->map[num] == 0)
+    context->map[num] = static_cast<std::uint32_t>(target.hole);
+}
+
+PDF_REF MergeSource::copy_of(std::int32_t num) const {
+  if (num < 1 || !is_mapped(num) || is_left_out(num))
+    return {0, 0};
+  return {static_cast<std::int32_t>(context->map[num]), 0};
+}
+
+bool MergeSource::import(CPDFObj& value) {
+  if (value.tag == kTagRef) {
+    const PDF_REF ref = target.table.clone_obj(&table, context, value.as_ref());
+    value.set_ref(ref);
+    return ref.num > 0 && ref.num != target.hole;
+  }
+  if (value.as_array() != nullptr)
+    return target.table.clone_array(&table, context, value.as_array()) != 0;
+  if (value.as_dict() != nullptr)
+    return target.table.clone_dict(&table, context, value.as_dict()) != 0;
+  return !value.is_null();
+}
+
+PDF_REF MergeSource::import_object(CPDFObj& value) {
+  if (!import(value)) {
+    value.free();
+    return {0, 0};
+  }
+  const PDF_REF present = value.as_ref();
+  if (present.num != 0)
+    return present;
+  const PDF_REF ref{target.table.alloc_obj_num(), 0};
+  return target.table.store_object(ref, value) ? ref : PDF_REF{0, 0};
+}
+
+}  // namespace sheaf

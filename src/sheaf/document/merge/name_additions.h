@@ -1,0 +1,34 @@
+// The names of one kind that a document gets besides its own (ISO 32000-1, table 31).
+#pragma once
+
+#include "sheaf/document/names/name_list.h"
+
+class CPDFDictionary;
+
+namespace sheaf {
+
+class NameAdditions {
+public:
+  /// `key` is that of the name tree; a literal.
+  explicit NameAdditions(const char* key) : key_(key) {}
+
+  const char* key() const { return key_; }
+  /// Takes note of the names that stand in the document's own tree. `names` is the catalogue's
+  /// dictionary of them and may be null.
+  void load(CPDFXRefTable& table, const CPDFDictionary* names);
+  /// Takes note of one name of the document that stands elsewhere.
+  void reserve(const PDF_String& name);
+  /// Adds `name`, with a number behind it where it is taken. Its index in `list`, or -1.
+  std::int32_t add(const PDF_String& name, const PDF_REF& value) { return list_.add_unique(name, value); }
+  const NameList& list() const { return list_; }
+  /// Puts a tree of all names, the document's own with their values as they are, into `names`, when
+  /// some were added.
+  void put(CPDFXRefTable& table, CPDFDictionary& names);
+
+private:
+  const char* key_;
+  NameList list_;
+  std::int32_t own_ = 0;  // so many are the document's
+};
+
+}  // namespace sheaf

@@ -1,0 +1,190 @@
+#include "sheaf/document/merge/source_destinations.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "sheaf/document/names/name_tree.h"
+
+namespace sheaf {
+
+namespace {
+
+// Where an object stands in the file, by itself or in its object stream.
+std::uint64_t place_of(const CPDFXRefTable& table, const PDF_REF& ref) {
+  const auto num = static_cast<std::uint32_t>(ref.num);
+  if (num >= table.xref_count)
+    return 0;
+  const PDF_XREF& entry = table.xref_items[num];
+  if (!entry.is_compressed())
+    return std::uint64_t{entry.offset} << 32;
+  const std::uint32_t container = entry.offset < table.xref_count ? table.objstm_place(entry.offset) : 0;
+  return std::uint64_t{container} << 32 | static_cast<std::uint32_t>(entry.gen);
+}
+
+PDF_String text_or_name(const CPDFObj& value) {
+  if (value.tag != kTagName)
+    return value.as_string();
+  auto* name = const_cast<char*>(value.as_name());
+  return {name != nullptr ? static_cast<std::int32_t>(std::strlen(name)) : 0, name};
+}
+
+// Whether the page can only be told by another name's.
+bool is_alias(const CPDFObj& place) {
+  return place.tag == kTagString || place.tag == kTagName;
+}
+
+}  // namespace
+
+SourceDestinations::~SourceDestinations() {
+  for (Destination& destination : destinations_)
+    destination.value.free();
+}
+
+// The place alone, so that the values of destinations that stay behind need not be held.
+void SourceDestinations::look_at(Destination& destination) {
+  const CPDFObj* place = &destination.value;
+  Freed<CPDFObj> inner;
+  if (const CPDFDictionary* dict = place->as_dict()) {
+    place = dict->get_item("D");
+    if (place != nullptr && place->tag == kTagRef) {
+      src_.table.resolve(inner, place);
+      place = &inner;
+    }
+  }
+  if (place != nullptr && is_alias(*place))
+    return;
+  const bool has_page = place != nullptr && place->as_array() != nullptr && place->as_array()->count > 0;
+  destination.page = has_page ? place->as_array()->items[0].as_ref().num : 0;
+  if (!src_.wanted.has(destination.page))
+    destination.value.free();
+}
+
+void SourceDestinations::add(const PDF_String& name, const CPDFObj& value) {
+  if (name.data == nullptr || names_.find(name) >= 0)
+    return;
+  Destination destination{names_.add(name, {-1, 0}), kUnknown, {}, 0};
+  if (destination.entry < 0)
+    return;
+  destination.value.copy_from(&value);
+  if (value.tag == kTagRef)
+    destination.place = place_of(src_.table, value.as_ref());
+  else
+    look_at(destination);
+  const bool waits = destination.value.tag == kTagRef;
+  const auto index = static_cast<std::int32_t>(destinations_.size());
+  if (!destinations_.push(destination))
+    destination.value.free();
+  else if (waits)
+    unread_.push(index);
+}
+
+void SourceDestinations::list() {
+  Freed<CPDFObj> old;
+  src_.read(old, "Dests");
+  for (std::int32_t i = 0; old.as_dict() != nullptr && i < old.as_dict()->count; ++i) {
+    const CPDFDictItem* item = old.as_dict()->items[i];
+    auto* key = const_cast<char*>(item->key());
+    add({static_cast<std::int32_t>(std::strlen(key)), key}, *item);
+  }
+  Freed<CPDFObj> names;
+  src_.read(names, "Names");
+  name_tree_walk(src_.table, names.as_dict() != nullptr ? names.as_dict()->get_item("Dests") : nullptr,
+                 [this](const PDF_String& name, const CPDFObj& value) { add(name, value); });
+  const auto place = [this](std::int32_t index) { return destinations_[static_cast<std::size_t>(index)].place; };
+  std::sort(unread_.begin(), unread_.end(),
+            [&place](std::int32_t a, std::int32_t b) { return place(a) != place(b) ? place(a) < place(b) : a < b; });
+}
+
+// Whether a destination refers to nothing but what is left out, which is found without making any
+// value: of a part of a long document, most are so.
+bool SourceDestinations::leads_away(const PDF_REF& destination, ReferenceList& scratch) {
+  scratch.clear();
+  src_.table.get_references(scratch, destination.num);
+  return !scratch.empty() &&
+         std::all_of(scratch.begin(), scratch.end(), [this](std::int32_t num) { return src_.is_left_out(num); });
+}
+
+void SourceDestinations::read_along(std::int32_t index) {
+  if (!src_.takes_few)
+    read_up_to(place_of(src_.table, src_.doc.page_ref(index)));
+}
+
+void SourceDestinations::read_up_to(std::uint64_t up_to) {
+  ReferenceList scratch;
+  for (; next_unread_ < unread_.size(); ++next_unread_) {
+    Destination& destination = destinations_[static_cast<std::size_t>(unread_[next_unread_])];
+    if (destination.place > up_to)
+      return;
+    const CPDFObj ref = destination.value;  // a reference owns nothing
+    if (src_.takes_few && leads_away(ref.as_ref(), scratch)) {
+      destination.page = 0;
+      destination.value.free();
+      continue;
+    }
+    src_.table.get_entity(destination.value, ref.as_ref());
+    look_at(destination);
+  }
+}
+
+void SourceDestinations::take(Destination& destination) {
+  if (destination.page == kUnknown)
+    destination.page = page_of(&destination.value);
+  const std::int32_t page = destination.page;
+  names_.set_value(destination.entry, {-1, std::max(page, 0)});
+  if (page < 1 || !src_.wanted.has(page)) {
+    src_.target.note(PDF_MERGE_FATE::kDropped, "destinations");
+    return;
+  }
+  const PDF_REF ref = src_.import_object(destination.value);
+  if (ref.num == 0)
+    return;
+  const PDF_String& name = names_.at(destination.entry).name;
+  const bool is_free = ours_.list().find(name) < 0;
+  names_.set_value(destination.entry, {ours_.add(name, ref), page});
+  src_.target.note(is_free ? PDF_MERGE_FATE::kJoined : PDF_MERGE_FATE::kRenamed, "destinations");
+}
+
+void SourceDestinations::take() {
+  read_up_to(UINT64_MAX);
+  for (Destination& destination : destinations_) {
+    take(destination);
+    destination.value.free();
+  }
+}
+
+std::int32_t SourceDestinations::page_of(const CPDFObj* destination) {
+  if (destination == nullptr)
+    return -1;
+  Freed<CPDFObj> value;
+  src_.table.resolve(value, destination);
+  Freed<CPDFObj> inner;
+  if (value.as_dict() != nullptr) {
+    src_.table.resolve(inner, value.as_dict()->get_item("D"));
+    value.move_from(inner);
+  }
+  if (value.as_array() != nullptr)
+    return value.as_array()->count > 0 ? value.as_array()->items[0].as_ref().num : 0;
+  if (value.tag != kTagString && value.tag != kTagName)
+    return 0;
+  const std::int32_t entry = names_.find(text_or_name(value));
+  return entry >= 0 ? names_.at(entry).value.gen : 0;
+}
+
+std::int32_t SourceDestinations::page_of_action(const CPDFObj* action) {
+  Freed<CPDFObj> value;
+  src_.table.resolve(value, action);
+  const CPDFObj* const kind = value.as_dict() != nullptr ? value.as_dict()->get_item("S") : nullptr;
+  return kind != nullptr && kind->is_name("GoTo") ? page_of(value.as_dict()->get_item("D")) : -1;
+}
+
+bool SourceDestinations::rename(CPDFObj& value) const {
+  const std::int32_t entry = names_.find(text_or_name(value));
+  const std::int32_t ours = entry >= 0 ? names_.at(entry).value.num : -1;
+  if (ours < 0)
+    return false;
+  const PDF_String& name = ours_.list().at(ours).name;
+  value.set_string(name.data, name.len);
+  return true;
+}
+
+}  // namespace sheaf

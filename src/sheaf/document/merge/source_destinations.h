@@ -1,0 +1,59 @@
+// The named destinations of a source (ISO 32000-1, 12.3.2.3) on their way into the target: those whose
+// page comes along keep their names, or get a number behind them where a name is taken.
+#pragma once
+
+#include "sheaf/document/merge/merge_source.h"
+#include "sheaf/document/merge/name_additions.h"
+#include "sheaf/object/references.h"
+
+namespace sheaf {
+
+class SourceDestinations {
+public:
+  SourceDestinations(MergeSource& source, NameAdditions& ours) : src_(source), ours_(ours) {}
+  SourceDestinations(const SourceDestinations&) = delete;
+  SourceDestinations& operator=(const SourceDestinations&) = delete;
+  ~SourceDestinations();
+
+  /// Finds all names. To be called when the pages have their numbers.
+  void list();
+  /// Reads what stands in the file no further than page `index`: names are in the order of their
+  /// letters, and what they lead to is spread over the file; read in the file's order and along with
+  /// the pages, most share the decoding of their object streams.
+  void read_along(std::int32_t index);
+  /// Brings along those whose page came along.
+  void take();
+
+  /// The source's number of the page that a destination of the source leads to, whichever form it
+  /// has; 0 when it leads nowhere, -1 when there is none.
+  std::int32_t page_of(const CPDFObj* destination);
+  /// The same for an action; -1 for one that is no GoTo.
+  std::int32_t page_of_action(const CPDFObj* action);
+  /// Turns a name of the source into the name that its destination has in the target. False when it
+  /// did not come along.
+  bool rename(CPDFObj& value) const;
+
+private:
+  struct Destination {
+    std::int32_t entry;   // in names_
+    std::int32_t page;    // the source's number of its page; kUnknown while only its name is known
+    CPDFObj value;        // owned; a reference until it was read, null when it stays behind
+    std::uint64_t place;  // where a reference leads to in the file
+  };
+  static constexpr std::int32_t kUnknown = -2;
+
+  void add(const PDF_String& name, const CPDFObj& value);
+  void read_up_to(std::uint64_t place);
+  void look_at(Destination& destination);
+  bool leads_away(const PDF_REF& destination, ReferenceList& scratch);
+  void take(Destination& destination);
+
+  MergeSource& src_;
+  NameAdditions& ours_;
+  NameList names_;  // value: index in the target's names or -1, and the page's number
+  GrowArray<Destination> destinations_;
+  GrowArray<std::int32_t> unread_;  // those of them that are references, in the order of the file
+  std::size_t next_unread_ = 0;
+};
+
+}  // namespace sheaf

@@ -1,0 +1,167 @@
+#include "sheaf/document/merge/structure_names.h"
+
+#include <cstdio>
+#include <cstring>
+
+#include "sheaf/base/number_text.h"
+#include "sheaf/object/array.h"
+#include "sheaf/object/references.h"
+
+namespace sheaf {
+
+namespace {
+
+bool is_same(const CPDFObj& a, const CPDFObj& b) {
+  ReferenceList references;
+  collect_references(a, references);
+  collect_references(b, references);
+  if (!references.empty())
+    return false;  // whether those are the same is not known
+  CQVStreamMem left;
+  CQVStreamMem right;
+  a.write(&left, nullptr);
+  b.write(&right, nullptr);
+  return left.len == right.len && (left.len == 0 || std::memcmp(left.data, right.data, left.len) == 0);
+}
+
+// The new name of `value` where it has one.
+void put_new_name(CPDFObj& value, const CPDFDictionary& names) {
+  const CPDFObj* const fresh = value.tag == kTagName ? names.get_item(value.as_name()) : nullptr;
+  if (fresh != nullptr)
+    value.copy_from(fresh);
+}
+
+}  // namespace
+
+void StructureNames::load(const CPDFDictionary& root) {
+  Freed<CPDFObj> map;
+  table_.resolve(map, root.get_item("RoleMap"));
+  roles_.copy_from(map.as_dict());
+  table_.resolve(map, root.get_item("ClassMap"));
+  classes_.copy_from(map.as_dict());
+  identifiers_.load(table_, &root);
+}
+
+void StructureNames::start(MergeSource& source, const CPDFDictionary& root) {
+  new_roles_.clear();
+  new_classes_.clear();
+  new_identifiers_.clear();
+  take_roles(source, root);
+  take_classes(source, root);
+}
+
+// The first name that is free: with a number behind it.
+void StructureNames::free_name(const CPDFDictionary& taken, const char* name, CPDFObj& fresh) {
+  const std::size_t len = std::strlen(name);
+  const HeapBlock<char> text(static_cast<char*>(QVAlloc(len + 1 + kNumberTextSize)));
+  if (!text)
+    return;
+  std::memcpy(text.get(), name, len);
+  text[len] = '-';
+  std::int32_t number = 2;
+  do
+    ansi_from_i32(text.get() + len + 1, number++);
+  while (taken.get_item(text.get()) != nullptr);
+  fresh.set_name(text.get());
+}
+
+void StructureNames::take_roles(MergeSource& source, const CPDFDictionary& root) {
+  Freed<CPDFObj> map;
+  source.table.resolve(map, root.get_item("RoleMap"));
+  CPDFDictionary* const theirs = map.as_dict();
+  for (std::int32_t i = 0; theirs != nullptr && i < theirs->count; ++i) {
+    const CPDFDictItem& role = *theirs->items[i];
+    const CPDFObj* const ours = roles_.get_item(role.key());
+    if (role.tag != kTagName || ours == nullptr || ours->is_name(role.as_name()))
+      continue;
+    Freed<CPDFObj> fresh;
+    free_name(roles_, role.key(), fresh);
+    new_roles_.move_item(role.key(), fresh);
+  }
+  // A role may lead to another one that has a new name.
+  for (std::int32_t i = 0; theirs != nullptr && i < theirs->count; ++i) {
+    CPDFDictItem& role = *theirs->items[i];
+    if (role.tag != kTagName)
+      continue;
+    put_new_name(role, new_roles_);
+    const CPDFObj* const fresh = new_roles_.get_item(role.key());
+    roles_.set_item(fresh != nullptr ? fresh->as_name() : role.key(), &role);
+  }
+  target_.note(PDF_MERGE_FATE::kRenamed, "structure roles", new_roles_.count);
+}
+
+void StructureNames::take_classes(MergeSource& source, const CPDFDictionary& root) {
+  Freed<CPDFObj> map;
+  source.table.resolve(map, root.get_item("ClassMap"));
+  for (std::int32_t i = 0; map.as_dict() != nullptr && i < map.as_dict()->count; ++i) {
+    CPDFDictItem& item = *map.as_dict()->items[i];
+    const CPDFObj* const ours = classes_.get_item(item.key());
+    if (ours != nullptr && is_same(*ours, item))
+      continue;
+    Freed<CPDFObj> value;
+    value.move_from(item);
+    if (!source.import(value))
+      continue;
+    if (ours == nullptr) {
+      classes_.move_item(item.key(), value);
+      continue;
+    }
+    Freed<CPDFObj> fresh;
+    free_name(classes_, item.key(), fresh);
+    if (fresh.tag != kTagName)
+      continue;
+    classes_.move_item(fresh.as_name(), value);
+    new_classes_.move_item(item.key(), fresh);
+  }
+  target_.note(PDF_MERGE_FATE::kRenamed, "structure classes", new_classes_.count);
+}
+
+void StructureNames::take_identifier(const PDF_String& id, const PDF_REF& element) {
+  const bool is_free = identifiers_.list().find(id) < 0;
+  const std::int32_t index = identifiers_.add(id, element);
+  if (is_free || index < 0 || new_identifiers_.find(id) >= 0)
+    return;
+  new_identifiers_.add(id, {index, 0});
+  target_.note(PDF_MERGE_FATE::kRenamed, "structure identifiers");
+}
+
+bool StructureNames::rename_identifier(CPDFObj& value) const {
+  const std::int32_t entry = value.tag == kTagString ? new_identifiers_.find(value.as_string()) : -1;
+  if (entry < 0)
+    return false;
+  const PDF_String& name = identifiers_.list().at(new_identifiers_.at(entry).value.num).name;
+  value.set_string(name.data, name.len);
+  return true;
+}
+
+void StructureNames::rename(CPDFDictionary& element) const {
+  if (CPDFObj* const role = element.get_item("S"))
+    put_new_name(*role, new_roles_);
+  if (CPDFObj* const id = element.get_item("ID"))
+    rename_identifier(*id);
+  CPDFObj* const classes = element.get_item("C");
+  if (classes == nullptr)
+    return;
+  put_new_name(*classes, new_classes_);
+  for (std::int32_t i = 0; classes->as_array() != nullptr && i < classes->as_array()->count; ++i)
+    put_new_name(classes->as_array()->items[i], new_classes_);
+}
+
+void StructureNames::rename_headers(CPDFDictionary& attributes) const {
+  CPDFObj* const headers = new_identifiers_.size() > 0 ? attributes.get_item("Headers") : nullptr;
+  const CPDFObj* const owner = attributes.get_item("O");
+  if (headers == nullptr || headers->as_array() == nullptr || owner == nullptr || !owner->is_name("Table"))
+    return;
+  for (std::int32_t i = 0; i < headers->as_array()->count; ++i)
+    rename_identifier(headers->as_array()->items[i]);
+}
+
+void StructureNames::put(CPDFDictionary& root) {
+  if (roles_.count > 0)
+    root.set_item_dict("RoleMap", &roles_);
+  if (classes_.count > 0)
+    root.set_item_dict("ClassMap", &classes_);
+  identifiers_.put(table_, root);
+}
+
+}  // namespace sheaf

@@ -1,0 +1,45 @@
+// The names that the elements of a structure tree use: roles, classes and identifiers (ISO 32000-1,
+// 14.7.3, 14.7.5.2). Where two documents mean different things by one name, the later one gets another.
+#pragma once
+
+#include "sheaf/document/merge/merge_source.h"
+#include "sheaf/document/merge/name_additions.h"
+
+namespace sheaf {
+
+class StructureNames {
+public:
+  explicit StructureNames(MergeTarget& target) : target_(target), table_(target.table) {}
+  StructureNames(const StructureNames&) = delete;
+  StructureNames& operator=(const StructureNames&) = delete;
+
+  /// Takes note of what the document's own root `root` has.
+  void load(const CPDFDictionary& root);
+  /// Starts with a source whose root is `root`: its roles and classes join the document's.
+  void start(MergeSource& source, const CPDFDictionary& root);
+  /// Takes note of the identifier of an element that comes along.
+  void take_identifier(const PDF_String& id, const PDF_REF& element);
+  /// Puts what an element, already one of the target, calls things into the target's names.
+  void rename(CPDFDictionary& element) const;
+  void rename_headers(CPDFDictionary& attributes) const;
+  void put(CPDFDictionary& root);
+
+private:
+  void take_roles(MergeSource& source, const CPDFDictionary& root);
+  void take_classes(MergeSource& source, const CPDFDictionary& root);
+  static void free_name(const CPDFDictionary& taken, const char* name, CPDFObj& fresh);
+  void rename_class(CPDFObj& value) const;
+  bool rename_identifier(CPDFObj& value) const;
+
+  MergeTarget& target_;
+  CPDFXRefTable& table_;
+  Cleared<CPDFDictionary> roles_;
+  Cleared<CPDFDictionary> classes_;
+  NameAdditions identifiers_{"IDTree"};
+  // Of the source at hand: the names that changed.
+  Cleared<CPDFDictionary> new_roles_;
+  Cleared<CPDFDictionary> new_classes_;
+  NameList new_identifiers_;  // `num` is the index in identifiers_
+};
+
+}  // namespace sheaf

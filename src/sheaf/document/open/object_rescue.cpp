@@ -1,0 +1,133 @@
+#include "sheaf/document/open/object_rescue_internal.h"
+
+#include <algorithm>
+#include <new>
+
+#include "sheaf/base/scope_guard.h"
+#include "sheaf/document/doc.h"
+#include "sheaf/filters/stream_filter.h"
+#include "sheaf/object/parse_buf.h"
+
+namespace sheaf {
+
+namespace {
+
+constexpr int kMostObjStmBytes = 0x8000000;
+
+}  // namespace
+
+void read_member_numbers(CPDFXRefTable& table, const CPDFStreamRec& rec, GrowArray<std::int32_t>& numbers) {
+  Freed<CPDFObj> value;
+  table.resolve(value, rec.dict.get_item("N"));
+  const std::int32_t count = value.to_int();
+  const std::unique_ptr<CPDFStream> decoder(table.make_stream(&rec));
+  if (decoder == nullptr)
+    return;
+  const std::int64_t ceiling = table.decoded_ceiling > 0 ? table.decoded_ceiling : kMostObjStmBytes;
+  int size = 0;
+  const HeapBlock<std::uint8_t> data(
+      decoder->buffer_load(decoder->most_text(static_cast<int>(std::min<std::int64_t>(ceiling, kMostObjStmBytes))), size));
+  if (!data || size < 1)
+    return;
+  CPDFBufMem buf;
+  buf.buf_init_mem(data.get(), static_cast<std::uint32_t>(size));
+  Freed<CPDFObj> number;
+  for (std::int32_t index = 0; index < count; ++index) {
+    number.read(&buf, nullptr);
+    if (number.tag != kTagInt || !numbers.push(number.as_int()))
+      return;
+    number.read(&buf, nullptr);  // the offset: objects are read one after the other
+  }
+}
+
+const ObjectScan* ObjectRescue::scan() {
+  if (scan_ != nullptr || table_.stream == nullptr)
+    return scan_.get();
+  scan_.reset(new (std::nothrow) ObjectScan(*table_.stream));
+  if (scan_ != nullptr)
+    scan_->run();
+  return scan_.get();
+}
+
+bool ObjectRescue::find_header(std::int32_t num, std::uint32_t stated, std::uint32_t& place) {
+  return scan() != nullptr && scan_->find(num, stated, place);
+}
+
+bool ObjectRescue::find_data_end(std::uint32_t data, std::uint32_t& end) {
+  return scan() != nullptr && scan_->find_data_end(data, end);
+}
+
+bool ObjectRescue::is_unknown(std::int32_t num) {
+  const auto index = static_cast<std::uint32_t>(num);
+  return num > 0 && index < table_.max_obj_num() &&
+         (index >= table_.xref_count || !table_.xref_items[index].is_known());
+}
+
+bool ObjectRescue::enter(std::int32_t num, std::uint32_t pos) {
+  return table_.note_found(static_cast<std::uint32_t>(num), pos);
+}
+
+void ObjectRescue::enter_all() {
+  if (scan() == nullptr)
+    return;
+  for (const ObjectScan::Object& object : scan_->objects()) {
+    if (object.num > 0 && static_cast<std::uint32_t>(object.num) < table_.max_obj_num())
+      enter(object.num, object.pos);
+  }
+  table_.next_obj_num = std::max(table_.next_obj_num, table_.xref_count);
+}
+
+// From the end of the file to its start, so that the last of several objects of a number is the one
+// that stays.
+void ObjectRescue::enter_missing() {
+  if (entered_ || busy_ || scan() == nullptr)
+    return;
+  busy_ = true;
+  const bool is_readable = doc_.is_readable();  // object streams hide their objects until then
+  const GrowArray<ObjectScan::Object>& objects = scan_->objects();
+  std::int32_t first = 0;
+  for (std::size_t i = objects.size(); i-- > 0;) {
+    const ObjectScan::Object& object = objects[i];
+    if (is_unknown(object.num) && enter(object.num, object.pos))
+      first = object.num;
+    if (is_readable && object.kind == ObjectScan::Kind::kObjectStream)
+      enter_members(object);
+  }
+  table_.next_obj_num = std::max(table_.next_obj_num, table_.xref_count);
+  busy_ = false;
+  entered_ = is_readable;
+  if (first != 0)
+    doc_.tell_of_missing(first);
+}
+
+void ObjectRescue::enter_members(const ObjectScan::Object& container) {
+  const std::int32_t num = number_of(container);
+  Freed<CPDFObj> obj;
+  table_.get_entity(obj, {num, 0});
+  if (num == 0 || obj.as_stream() == nullptr)
+    return;
+  GrowArray<std::int32_t> numbers;
+  read_member_numbers(table_, *obj.as_stream(), numbers);
+  for (std::uint32_t i = 0; i < numbers.size(); ++i) {
+    if (is_unknown(numbers[i]) && enter(numbers[i], 0))
+      table_.xref_items[numbers[i]] = {PDF_XREF::kCompressed, static_cast<std::uint32_t>(num),
+                                       static_cast<std::int32_t>(i)};
+  }
+}
+
+// The number under which an object stream can be reached: its own, or one behind all others where
+// that leads elsewhere. 0 without memory.
+std::int32_t ObjectRescue::number_of(const ObjectScan::Object& container) {
+  const auto num = static_cast<std::uint32_t>(container.num);
+  if (container.num > 0 && num < table_.xref_count) {
+    const PDF_XREF& entry = table_.xref_items[num];
+    if ((entry.is_listed() || entry.is_found()) && entry.offset == container.pos)
+      return container.num;
+  }
+  const std::uint32_t fresh = std::max(table_.xref_count, table_.next_obj_num);
+  return fresh < table_.max_obj_num() && enter(static_cast<std::int32_t>(fresh), container.pos)
+             ? static_cast<std::int32_t>(fresh)
+             : 0;
+}
+
+}  // namespace sheaf

@@ -1,0 +1,50 @@
+// The objects of one document that its cross-reference sections do not lead to: those that do not
+// stand where their entries say, and those that only a section names that cannot be read. The file
+// is looked at once, when the first of them is asked for.
+#pragma once
+
+#include <memory>
+
+#include "sheaf/base/heap.h"
+#include "sheaf/document/open/object_scan_internal.h"
+#include "sheaf/xref/object_finder.h"
+
+class CPDFDoc;
+class CPDFStreamRec;
+class CPDFXRefTable;
+
+namespace sheaf {
+
+class ObjectRescue : public ObjectFinder, public QVHeapObject<ObjectRescue> {
+public:
+  ObjectRescue(CPDFDoc& doc, CPDFXRefTable& table) : doc_(doc), table_(table) {}
+
+  bool find_header(std::int32_t num, std::uint32_t stated, std::uint32_t& place) override;
+  bool find_data_end(std::uint32_t data, std::uint32_t& end) override;
+  void enter_missing() override;
+  /// Gives every object in the file its last place there, whatever the entries say.
+  void enter_all();
+  /// What is in the file. Null without memory.
+  const ObjectScan* scan();
+  /// For a table that begins anew.
+  void begin_anew() { entered_ = false; }
+  /// Another place counts as the start of the file.
+  void forget_scan() { scan_.reset(); }
+
+private:
+  bool is_unknown(std::int32_t num);
+  bool enter(std::int32_t num, std::uint32_t pos);
+  void enter_members(const ObjectScan::Object& container);
+  std::int32_t number_of(const ObjectScan::Object& container);
+
+  CPDFDoc& doc_;
+  CPDFXRefTable& table_;
+  std::unique_ptr<ObjectScan> scan_;
+  bool entered_ = false;  // all that is missing has an entry
+  bool busy_ = false;
+};
+
+/// The numbers that an object stream gives its members, in their order; none when it cannot be decoded.
+void read_member_numbers(CPDFXRefTable& table, const CPDFStreamRec& rec, GrowArray<std::int32_t>& numbers);
+
+}  // namespace sheaf

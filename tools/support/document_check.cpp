@@ -1,0 +1,278 @@
+#include "support/document_check.h"
+
+#include <cstring>
+#include <memory>
+
+#include "sheaf/base/scope_guard.h"
+#include "sheaf/filters/decode_parms.h"
+#include "sheaf/filters/flate.h"
+#include "sheaf/filters/stream_filter.h"
+#include "sheaf/object/array.h"
+#include "support/progress.h"
+#include "support/tool_support.h"
+
+namespace sheaf::tool {
+
+namespace {
+
+// By number, whether an object can be reached from the trailer.
+std::vector<bool> reachable(CPDFXRefTable& table) {
+  std::vector<bool> reached(table.xref_count);
+  std::vector<std::int32_t> waiting;
+  const auto reach = [&](std::int32_t num) {
+    const auto index = static_cast<std::size_t>(num);
+    if (num < 1 || index >= table.xref_count)
+      return;
+    if (index >= reached.size())
+      reached.resize(table.xref_count);
+    if (!reached[index])
+      waiting.push_back(num);
+    reached[index] = true;
+  };
+  ReferenceList found;
+  for (const CPDFObj* value : {&table.root, &table.info})
+    collect_references(*value, found);
+  for (;;) {
+    for (const std::int32_t num : found)
+      reach(num);
+    if (waiting.empty())
+      return reached;
+    found.clear();
+    const std::int32_t next = waiting.back();
+    waiting.pop_back();
+    table.get_references(found, next);
+  }
+}
+
+class Checker {
+public:
+  Checker(CPDFDoc& doc, CheckResult& result) : doc_(doc), table_(doc.table()), result_(result) {}
+
+  void check_objects() {
+    table_.drain_pending();
+    if (doc_.has_lost_encryption())
+      problem(0, "says that it is encrypted, but its encryption dictionary cannot be read");
+    // Reading can grow the table, so its size is looked at each turn.
+    Progress progress("objects checked", table_.xref_count);
+    for (std::uint32_t num = 1; num < table_.xref_count; ++num) {
+      const PDF_XREF entry = table_.xref_items[num];
+      progress.show(num);
+      if (entry.is_known())
+        check_object(static_cast<std::int32_t>(num), entry);
+    }
+    report_lost();
+  }
+
+private:
+  void check_object(std::int32_t num, const PDF_XREF& entry) {
+    ++result_.objects;
+    if (entry.is_compressed()) {
+      // Object streams hold no streams, so that it is enough to pass over their objects' syntax.
+      table_.get_references(found_, num);
+      found_.clear();
+      if (!doc_.can_reach(num))
+        lost_.push_back(num);
+      check_container(static_cast<std::int32_t>(entry.offset));
+      return;
+    }
+    table_.get_entity(obj_, doc_.reference_to(num));
+    if (obj_.is_null() && !doc_.can_reach(num))
+      lost_.push_back(num);
+    if (obj_.tag == kTagNoValue)
+      problem(num, "is no value");
+    if (const CPDFStreamRec* rec = obj_.as_stream())
+      check_stream(num, *rec);
+  }
+
+  void check_stream(std::int32_t num, const CPDFStreamRec& rec) {
+    ++result_.streams;
+    if (const char* filter = unknown_filter(rec.dict)) {
+      problem(num, std::string("no decoder for /") + filter);
+      return;
+    }
+    if (const std::int32_t size = object_stream_size(num, rec)) {
+      result_.decoded_bytes += size;
+      return;
+    }
+    const std::unique_ptr<CPDFStream> decoder(table_.make_stream(&rec));
+    if (decoder == nullptr) {
+      if (!is_empty(rec))
+        problem(num, "stream data cannot be read");
+      return;
+    }
+    const std::int64_t total = drain(table_, rec, *decoder, [](const unsigned char*, int) { return true; });
+    result_.decoded_bytes += total;
+    if (total == 0 && !is_deflated_nothing(*decoder))
+      problem(num, "stream data decode to nothing");
+    else if (total < kMostDecoded && ends_early(*decoder))
+      problem(num, "stream data end before their end mark; what could be decoded was");
+    if (total >= kMostDecoded)
+      problem(num, "stream data decode to more than 1 GiB; the rest was not looked at");
+  }
+
+  // The decoded size of an object stream, 0 for other streams. It is decoded once, for its objects.
+  std::int32_t object_stream_size(std::int32_t num, const CPDFStreamRec& rec) {
+    const CPDFObj* const type = rec.dict.get_item(CPDFDictionary::sm_tag_type);
+    const PDF_XREF entry = table_.xref_items[num];
+    if (type == nullptr || !type->is_name("ObjStm") || !entry.is_listed())
+      return 0;
+    const PDF_OBJSTM* const objstm = table_.get_objstm_references(entry.offset, num);
+    return objstm != nullptr ? objstm->decoded : 0;
+  }
+
+  bool is_empty(const CPDFStreamRec& rec) {
+    Freed<CPDFObj> length;
+    table_.resolve(length, rec.dict.get_item(CPDFDictionary::sm_tag_length));
+    return length.tag == kTagInt && length.as_int() == 0;
+  }
+
+  static bool ends_early(CPDFStream& decoder) {
+    return decoder.filter_type == kFilterFlate && !static_cast<CPDFStreamFlate&>(decoder).reached_end();
+  }
+
+  // Nothing, deflated, or not even that: valid data of no bytes.
+  static bool is_deflated_nothing(CPDFStream& decoder) {
+    return decoder.filter_type == kFilterFlate && (decoder.left == 0 || !ends_early(decoder));
+  }
+
+  // An object stream that only its members' entries know of opens nowhere else.
+  void check_container(std::int32_t num) {
+    if (num == container_)
+      return;
+    container_ = num;
+    const auto index = static_cast<std::uint32_t>(num);
+    if (index < table_.xref_count && !table_.xref_items[index].is_in_file())
+      problem(num, "holds objects, but has no entry of its own");
+  }
+
+  // Of the objects that cannot be read those count that something needs.
+  void report_lost() {
+    if (lost_.empty())
+      return;
+    const std::vector<bool> reached = reachable(table_);
+    for (const std::int32_t num : lost_) {
+      if (static_cast<std::size_t>(num) < reached.size() && reached[static_cast<std::size_t>(num)])
+        problem(num, "is referred to, but is not where its entry says nor anywhere else");
+    }
+  }
+
+  // The first filter that has no decoder, or null. Borrowed from `name_`.
+  const char* unknown_filter(const CPDFDictionary& dict) {
+    Freed<CPDFObj> filters;
+    table_.resolve(filters, dict.get_item(CPDFDictionary::sm_tag_filter));
+    const CPDFArray* names = filters.as_array();
+    if (names == nullptr)
+      return unknown_name(filters);
+    for (std::int32_t i = 0; i < names->count; ++i) {
+      Freed<CPDFObj> name;
+      table_.resolve(name, names->get(i));
+      if (const char* unknown = unknown_name(name))
+        return unknown;
+    }
+    return nullptr;
+  }
+
+  const char* unknown_name(const CPDFObj& name) {
+    const char* text = name.as_text();
+    if (text == nullptr || find_decoder(text) != nullptr)
+      return nullptr;
+    name_ = text;
+    return name_.c_str();
+  }
+
+  void problem(std::int32_t num, const std::string& what) { result_.problems.push_back({num, what}); }
+
+  CPDFDoc& doc_;
+  CPDFXRefTable& table_;
+  CheckResult& result_;
+  std::vector<std::int32_t> lost_;
+  std::int32_t container_ = 0;
+  Freed<CPDFObj> obj_;
+  ReferenceList found_;
+  std::string name_;
+};
+
+// Whether what was healed shows that something can be gone which nothing else tells of.
+bool may_lack_data(const PDF_DOC_REPAIR& repair) {
+  for (const char* code : {"bytes", "length", "update", "pages"}) {
+    if (std::strcmp(repair.code, code) == 0)
+      return true;
+  }
+  return false;
+}
+
+// A real without a fraction is written as an integer, and what is no value as nothing.
+bool is_same_kind(const CPDFObj& before, const CPDFObj& after) {
+  return before.tag == after.tag || before.tag == kTagNoValue || (before.is_number() && after.is_number());
+}
+
+// The decoded bytes of a page's content streams.
+std::int64_t content_size(CPDFDoc& doc, int index) {
+  CPDFPage page;
+  if (!doc.load_page(index, page))
+    return -1;
+  CPDFXRefTable& table = doc.table();
+  Freed<CPDFObj> contents;
+  table.resolve(contents, page.dict.get_item("Contents"));
+  std::int64_t total = 0;
+  const auto add = [&](const CPDFObj* item) {
+    Freed<CPDFObj> part;
+    if (item != nullptr && item->tag == kTagRef)
+      table.get_entity(part, doc.reference_to(item->as_ref().num));
+    const CPDFStreamRec* const rec = part.as_stream();
+    const std::unique_ptr<CPDFStream> decoder(rec != nullptr ? table.make_stream(rec) : nullptr);
+    if (decoder != nullptr)
+      total += drain(table, *rec, *decoder, [](const unsigned char*, int) { return true; });
+  };
+  const CPDFArray* const parts = contents.as_array();
+  if (parts == nullptr)
+    add(page.dict.get_item("Contents"));
+  for (std::int32_t i = 0; parts != nullptr && i < parts->count; ++i)
+    add(parts->get(i));
+  return total;
+}
+
+}  // namespace
+
+void check_document(CPDFDoc& doc, CheckResult& result) {
+  result.pages = doc.page_count();
+  Checker(doc, result).check_objects();
+  if (!result.problems.empty())
+    result.status = "problems";
+  else if (doc.status() != PDF_OPEN::kClean || !doc.repairs().empty())
+    result.status = "repaired";
+}
+
+std::vector<Problem> find_losses(CPDFDoc& source, CPDFDoc& copy) {
+  std::vector<Problem> lost;
+  for (const PDF_DOC_REPAIR& repair : source.repairs()) {
+    if (may_lack_data(repair))
+      lost.push_back({repair.num, repair.action});
+  }
+  const std::vector<bool> reached = reachable(source.table());
+  Freed<CPDFObj> before;
+  Freed<CPDFObj> after;
+  for (std::size_t i = 1; i < reached.size(); ++i) {
+    const auto num = static_cast<std::int32_t>(i);
+    if (!reached[i])
+      continue;
+    source.table().get_stored(before, source.reference_to(num));
+    copy.table().get_stored(after, copy.reference_to(num));
+    if (before.is_null() && !source.can_reach(num))
+      lost.push_back({num, "is referred to, but could not be found"});
+    else if (!is_same_kind(before, after))
+      lost.push_back({num, "could not be written as it was"});
+  }
+  const int pages = source.page_count();
+  if (copy.page_count() != pages)
+    lost.push_back(
+        {0, std::to_string(pages) + " pages were read, and " + std::to_string(copy.page_count()) + " written"});
+  for (int i = 0; i < pages; ++i) {
+    const std::int64_t size = content_size(source, i);
+    if (content_size(copy, i) != size)
+      lost.push_back({source.page_ref(i).num, "content of page " + std::to_string(i + 1) + " is not what it was"});
+  }
+  return lost;
+}
+
+}  // namespace sheaf::tool
