@@ -10,7 +10,7 @@
 #include "sheaf/xref/object_finder.h"
 
 class CPDFDoc;
-class CPDFStreamRec;
+struct CPDFStreamRec;
 class CPDFXRefTable;
 
 namespace sheaf {

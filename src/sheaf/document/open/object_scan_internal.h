@@ -9,7 +9,7 @@
 #include "sheaf/base/heap.h"
 #include "sheaf/base/scope_guard.h"
 
-class CPDFObj;
+struct CPDFObj;
 class CQVStream;
 
 namespace sheaf {

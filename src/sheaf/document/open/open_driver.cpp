@@ -248,14 +248,14 @@ std::uint32_t CPDFDoc::adjust_section_offset(std::uint32_t offset) {
 // An update that was cut off leaves objects behind the last section: the document is opened in its
 // state before.
 void CPDFDoc::look_behind(const StartMark& mark) {
-  constexpr long long kMostTail = 1 << 20;
+  constexpr long long kMostBehind = 1 << 20;
   const long long start = mark.position + kStartWordSize;
   if (stream_->GetLen() - start < kHeaderWindow / 16)
     return;
   stream_->SetPos(CQVStream::STR_SEEK_SET, start);
   CPDFBufBase buf;
   buf.buf_init(stream_);
-  while (buf.position() - start < kMostTail) {
+  while (buf.position() - start < kMostBehind) {
     const char* const header = buf.buf_skip_to_obj();
     if (header == nullptr)
       return;
