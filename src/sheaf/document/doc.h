@@ -168,8 +168,9 @@ public:
   /// memory or no catalogue that can be changed.
   bool store_page_tree();
 
-  /// Gives new stream data a temporary file in `folder` (null: TMPDIR, else /tmp), which goes with
-  /// the document. Without one they stay in memory.
+  /// Gives new stream data a temporary file without a name in `folder` (null: TMPDIR, else /tmp),
+  /// which goes with the document or the process. Without one they stay in memory. A document that
+  /// has one keeps it.
   bool use_temp_file(const char* folder);
   /// Sets a text of the document information ("Title", "Author" ...) and the date of change; a packet of
   /// metadata follows with the next save. The change waits for a save.
