@@ -43,7 +43,7 @@ void add_json_field(CPDFFormData& data, const std::string& name, const JsonValue
     return;
   data.add_field(name.c_str());
   if (value.kind != Kind::kArray)
-    add_text(data, value);
+    return add_text(data, value);
   for (const JsonValue& item : value.items)
     add_text(data, item);
 }
@@ -56,9 +56,11 @@ bool read_json_data(const std::string& text, CPDFFormData& data, std::string& tr
   const JsonValue* const fields = top.member("fields");
   if (fields == nullptr || fields->kind != JsonValue::Kind::kArray) {
     trouble = "the top";
-    for (const auto& [name, value] : top.members)
-      add_json_field(data, name, value);
-    return top.kind == JsonValue::Kind::kObject;
+    if (top.kind != JsonValue::Kind::kObject)
+      return false;
+    for (const JsonValue& value : top.items)
+      add_json_field(data, value.name, value);
+    return true;
   }
   for (const JsonValue& field : fields->items) {
     const JsonValue* const name = field.member("name");

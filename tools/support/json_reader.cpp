@@ -79,8 +79,9 @@ private:
       std::string name;
       if (at_ == text_.size() || text_[at_] != '"' || !read_text(name) || !take(':'))
         return false;
-      value.members.emplace_back(std::move(name), JsonValue());
-      if (!read(value.members.back().second, depth + 1))
+      value.items.emplace_back();
+      value.items.back().name = std::move(name);
+      if (!read(value.items.back(), depth + 1))
         return false;
     } while (take(','));
     return take('}');
@@ -182,10 +183,12 @@ private:
 
 }  // namespace
 
-const JsonValue* JsonValue::member(std::string_view name) const {
+const JsonValue* JsonValue::member(std::string_view wanted) const {
+  if (kind != Kind::kObject)
+    return nullptr;
   const auto found =
-      std::find_if(members.rbegin(), members.rend(), [&name](const auto& member) { return member.first == name; });
-  return found != members.rend() ? &found->second : nullptr;
+      std::find_if(items.rbegin(), items.rend(), [&wanted](const JsonValue& item) { return item.name == wanted; });
+  return found != items.rend() ? &*found : nullptr;
 }
 
 bool read_json(std::string_view text, JsonValue& value, std::string& trouble) {

@@ -3,7 +3,6 @@
 
 #include <string>
 #include <string_view>
-#include <utility>
 #include <vector>
 
 namespace sheaf::tool {
@@ -14,11 +13,11 @@ struct JsonValue {
   Kind kind = Kind::kNull;
   bool flag = false;
   std::string text;  ///< Of a text, as UTF-8; of a number, as it is written.
-  std::vector<JsonValue> items;
-  std::vector<std::pair<std::string, JsonValue>> members;  ///< In the order of the file.
+  std::string name;  ///< Of a member of an object.
+  std::vector<JsonValue> items;  ///< Of an array, or the members of an object in the order of the file.
 
   /// The member of that name, the last one if there are several, or null.
-  const JsonValue* member(std::string_view name) const;
+  const JsonValue* member(std::string_view wanted) const;
 };
 
 /// Reads a whole text. False when it is no JSON or is nested too deeply; `trouble` then says where.
