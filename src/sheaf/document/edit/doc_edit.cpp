@@ -1,5 +1,6 @@
 // Changing a document: opening for update, the document information, attachments, and the update
 // section behind the old content.
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <algorithm>
