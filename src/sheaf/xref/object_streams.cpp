@@ -116,14 +116,16 @@ private:
 };
 
 // "N" and "First" say the same thing twice: how many pairs there are, and where they end. Where the two
-// differ, the one that gives more objects is believed.
-void agree_with_numbers(const std::uint8_t* data, std::int32_t size, std::int32_t& first, std::int32_t& count) {
+// differ, the one that gives more objects is believed. True when one was set right.
+bool agree_with_numbers(const std::uint8_t* data, std::int32_t size, std::int32_t& first, std::int32_t& count) {
   NumberTable table(data, size);
   table.read(size, count);
   const bool has_all = table.count == count && count > 0;
   const std::int32_t behind = table.past_space(table.end);
   if (has_all && first >= table.end && first <= behind)
-    return;
+    return false;
+  const std::int32_t stated_count = count;
+  const std::int32_t stated_first = first;
   const bool may_be_first = first > 0 && first <= size && is_wide_space(static_cast<char>(data[first - 1]));
   table.read(may_be_first ? first : 0, INT32_MAX);
   const bool ends_there = table.count > 0 && table.past_space(table.end) >= first;
@@ -131,21 +133,22 @@ void agree_with_numbers(const std::uint8_t* data, std::int32_t size, std::int32_
     count = table.count;
   else if (has_all)
     first = behind;
+  return count != stated_count || first != stated_first;
 }
 
 // Decodes an object stream into `entry`, whose objs and refs stay null when that fails. The table of
-// numbers and offsets in front of the first object is not looked at.
-void load_objects(CPDFStream& decoder, const CPDFStreamRec& rec, std::int64_t ceiling, Wanted wanted, bool heals,
+// numbers and offsets in front of the first object is looked at only where the table has a finder: true
+// when "N" or "First" had to be set right by it.
+bool load_objects(CPDFStream& decoder, const CPDFStreamRec& rec, std::int64_t ceiling, Wanted wanted, bool heals,
                   PDF_OBJSTM& entry) {
   int size = rec.decoded_hint;
   const int most = ceiling > 0 ? static_cast<int>(std::min<std::int64_t>(ceiling, kMostObjStmBytes)) : kMostObjStmBytes;
   const HeapBlock<std::uint8_t> data(decoder.buffer_load(decoder.most_text(most), size));
   entry.decoded = data ? size : 0;
   if (!data || entry.count < 0)
-    return;
+    return false;
   std::int32_t first = entry.first;
-  if (heals)
-    agree_with_numbers(data.get(), size, first, entry.count);
+  const bool is_healed = heals && agree_with_numbers(data.get(), size, first, entry.count);
   // Every object takes a byte at least: those beyond are null, and need no place.
   entry.count = std::min(entry.count, size);
   CPDFBufMem buf;
@@ -155,6 +158,7 @@ void load_objects(CPDFStream& decoder, const CPDFStreamRec& rec, std::int64_t ce
     read_reference_lists(buf, entry);
   else if (read_objects(buf, entry))
     entry.weight = size * kParsedPerByte + entry.count * static_cast<std::int64_t>(sizeof(CPDFObj));
+  return is_healed;
 }
 
 // Releases objects until `weight` fits into the budget. Evicts by second chance (clock).
@@ -226,7 +230,8 @@ bool load_objstm(CPDFXRefTable& table, PDF_OBJSTM& entry, const PDF_REF& ref, Wa
   const std::unique_ptr<CPDFStream> decoder(table.make_stream(rec));
   if (decoder == nullptr)
     return false;
-  load_objects(*decoder, *rec, table.decoded_ceiling, wanted, table.finder != nullptr, entry);
+  if (load_objects(*decoder, *rec, table.decoded_ceiling, wanted, table.finder != nullptr, entry))
+    table.repairs.note(PDF_REPAIR::kLengthCorrected, ref.num, static_cast<std::uint32_t>(entry.offset));
   return true;
 }
 

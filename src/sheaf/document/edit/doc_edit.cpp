@@ -22,6 +22,19 @@
 
 using namespace sheaf;
 
+namespace {
+
+// Whether "N" or "First" of an object stream had to be set right: copied as it is, it would hide its
+// members from other readers.
+bool has_false_numbers(CPDFXRefTable& table, std::uint32_t num) {
+  table.get_objstm_references(table.xref_items[num].offset, static_cast<int>(num));
+  return std::any_of(table.repairs.begin(), table.repairs.end(), [num](const PDF_REPAIR& repair) {
+    return repair.code == PDF_REPAIR::kLengthCorrected && repair.num == static_cast<std::int32_t>(num);
+  });
+}
+
+}  // namespace
+
 bool CPDFDoc::open_for_update(const char* path) {
   close();
   if (!file_.OpenForUpdate(path)) {
@@ -303,7 +316,7 @@ bool CPDFDoc::comes_along(std::uint32_t num) {
   const PDF_XREF& entry = table_.xref_items[num];
   if (const PDF_NEWOBJ* const slot = table_.slot_of(num))
     return slot->obj.as_stream() != nullptr;
-  return entry.is_in_file() && begins_at_its_place(num);
+  return entry.is_in_file() && begins_at_its_place(num) && !has_false_numbers(table_, num);
 }
 
 bool CPDFDoc::begins_at_its_place(std::uint32_t num) {

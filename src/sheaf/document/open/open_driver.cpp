@@ -140,7 +140,8 @@ const GrowArray<PDF_DOC_REPAIR>& CPDFDoc::repairs() {
         add_repair("section", repair.num, repair.offset, "cross-reference section cannot be read; passed over");
         break;
       case PDF_REPAIR::kLengthCorrected:
-        add_repair("length", repair.num, repair.offset, "stream's stated length is false; taken to its end");
+        add_repair("length", repair.num, repair.offset,
+                   "a length or number that the stream states is false; its data are believed");
         break;
       case PDF_REPAIR::kTableRebuilt:
         add_repair("table", repair.num, repair.offset, "cross-reference table rebuilt by scanning");
