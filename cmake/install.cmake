@@ -17,6 +17,14 @@ if(SHEAF_WITH_FONTS)
   endif()
 endif()
 
+# Found from where the file is, so that an installed tree can be moved.
+cmake_path(RELATIVE_PATH CMAKE_INSTALL_PREFIX BASE_DIRECTORY ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig
+           OUTPUT_VARIABLE SHEAF_PC_TO_PREFIX)
+set(SHEAF_PC_LIBS "-lstdc++ -lm -pthread")
+if(SHEAF_LOAD_LIBRARIES_LATE)
+  string(APPEND SHEAF_PC_LIBS " -ldl")
+endif()
+
 install(TARGETS sheaf EXPORT sheafTargets ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT dev)
 if(TARGET sheaf_shared)
   install(TARGETS sheaf_shared EXPORT sheafTargets
@@ -24,7 +32,7 @@ if(TARGET sheaf_shared)
 endif()
 if(TARGET sheaf_tool)
   install(TARGETS sheaf_tool RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tool)
-  install(FILES docs/sheaf.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tool)
+  install(FILES ${PROJECT_BINARY_DIR}/sheaf.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tool)
   install(FILES docs/completions/sheaf.bash RENAME sheaf
           DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT tool)
   install(FILES docs/completions/_sheaf DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/site-functions COMPONENT tool)
@@ -37,6 +45,17 @@ foreach(header ${SHEAF_PUBLIC_HEADERS})
 endforeach()
 install(FILES ${PROJECT_BINARY_DIR}/generated/sheaf/version.h
         DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/sheaf COMPONENT dev)
+
+# The licence with each package, and for developers the documentation and the examples, which find_package builds.
+set(SHEAF_DOC_DIR ${CMAKE_INSTALL_DATADIR}/doc)
+install(FILES cmake/copyright DESTINATION ${SHEAF_DOC_DIR}/libsheaf${SHEAF_SOVERSION} COMPONENT lib)
+install(FILES cmake/copyright DESTINATION ${SHEAF_DOC_DIR}/libsheaf-dev COMPONENT dev)
+install(FILES cmake/copyright README.md CHANGELOG.md docs/json.md DESTINATION ${SHEAF_DOC_DIR}/sheaf COMPONENT tool)
+install(DIRECTORY docs/schemas DESTINATION ${SHEAF_DOC_DIR}/sheaf COMPONENT tool)
+install(DIRECTORY docs/ DESTINATION ${SHEAF_DOC_DIR}/libsheaf-dev COMPONENT dev
+        PATTERN completions EXCLUDE PATTERN schemas EXCLUDE PATTERN sheaf.1 EXCLUDE)
+install(DIRECTORY examples DESTINATION ${SHEAF_DOC_DIR}/libsheaf-dev COMPONENT dev
+        FILES_MATCHING PATTERN "*.cpp" PATTERN "*.h" PATTERN "sample.*")
 
 install(EXPORT sheafTargets NAMESPACE sheaf:: DESTINATION ${SHEAF_CMAKE_DIR} COMPONENT dev)
 configure_package_config_file(cmake/sheafConfig.cmake.in sheafConfig.cmake INSTALL_DESTINATION ${SHEAF_CMAKE_DIR})

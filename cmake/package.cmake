@@ -1,7 +1,10 @@
 # Debian packages by `cpack -G DEB`: libsheaf0, libsheaf-dev and sheaf.
 set(CPACK_PACKAGE_NAME sheaf)
 set(CPACK_PACKAGE_VENDOR "the sheaf authors")
-set(CPACK_PACKAGE_CONTACT "the sheaf authors <sheaf@localhost>")
+# Who makes packages to give away puts a name and an address here: -DSHEAF_MAINTAINER="Name <address>".
+set(SHEAF_MAINTAINER "The sheaf authors" CACHE STRING "The maintainer of the Debian packages")
+set(CPACK_PACKAGE_CONTACT "${SHEAF_MAINTAINER}")
+set(CPACK_DEBIAN_PACKAGE_MAINTAINER "${SHEAF_MAINTAINER}")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "The object layer of a PDF library")
 set(CPACK_RESOURCE_FILE_LICENSE ${PROJECT_SOURCE_DIR}/LICENSE)
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)

@@ -1,17 +1,54 @@
 // The command line. Each command is in a file of its own in commands/, and registers itself there.
+#include <algorithm>
+
 #include "sheaf/version.h"
 #include "support/command_line.h"
+#include "support/interrupts.h"
+#include "support/messages.h"
+
+namespace {
+
+using namespace sheaf::tool;
+
+// What was printed counts only when it arrived.
+int finished(int code) {
+  return finish_standard_output() ? code : int{kExitFailed};
+}
+
+// An error in the command line, in the form of all other messages.
+std::string describe(const CLI::App* app, const CLI::Error& error) {
+  const auto used = app->get_subcommands();
+  const std::string command = used.empty() ? "" : " " + used.front()->get_name();
+  return "sheaf:" + (command.empty() ? "" : command + ":") + " " + shown_lines(error.what()) + "; `sheaf" + command +
+         " --help` tells what can be given\n";
+}
+
+// The parser would say of an unknown command only that there is none.
+bool knows_command(const CLI::App& app, int argc, char** argv) {
+  const auto commands = app.get_subcommands([](const CLI::App*) { return true; });
+  if (argc < 2 || argv[1][0] == '-' ||
+      std::any_of(commands.begin(), commands.end(), [&](const CLI::App* one) { return one->get_name() == argv[1]; }))
+    return true;
+  complain(argv[1], "is no command; `sheaf --help` lists them");
+  return false;
+}
+
+}  // namespace
 
 int main(int argc, char** argv) {
+  prepare_process();
   CLI::App app("sheaf: the objects of a PDF file, read, checked and changed");
   app.require_subcommand(1);
   app.set_version_flag("--version", std::string("sheaf ") + sheaf_version(), "The version, and nothing else");
-  int code = sheaf::tool::kExitClean;
-  sheaf::tool::add_commands(app, code);
+  app.failure_message(describe);
+  int code = kExitClean;
+  add_commands(app, code);
+  if (!knows_command(app, argc, argv))
+    return kExitFailed;
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
-    return app.exit(error) == 0 ? sheaf::tool::kExitClean : sheaf::tool::kExitFailed;
+    return finished(app.exit(error) == 0 ? kExitClean : kExitFailed);
   }
-  return code;
+  return finished(code);
 }

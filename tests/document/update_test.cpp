@@ -158,8 +158,8 @@ TEST(Update, GoesBehindAFileThatEndsInTheMiddleOfAnObject) {
     ASSERT_TRUE(doc.open(&file));
     ASSERT_TRUE(doc.set_info("Title", "kept"));
     ASSERT_TRUE(doc.save_update(stream ? PDF_SAVE_FORM::kStream : PDF_SAVE_FORM::kClassic, nullptr));
-    CPDFDoc again;
     MemStream made(file.str());
+    CPDFDoc again;
     ASSERT_TRUE(again.open(&made));
     EXPECT_EQ(again.status(), PDF_OPEN::kClean);
     Freed<CPDFObj> info;

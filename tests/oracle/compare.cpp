@@ -196,7 +196,8 @@ std::string difference(const Model& model, const Snapshot& found, bool complete,
     const bool is_there = hit != found.objects.end() &&
                           (hit->second.body != nullptr || hit->second.value.kind != Kind::kNull) &&
                           hit->second.gen == wanted.gen;
-    if (!is_there && complete && reached.count(num) == 0) {
+    // What nothing needs is gone, and another object may have its number.
+    if (complete && reached.count(num) == 0) {
       dropped.insert(num);
       continue;
     }

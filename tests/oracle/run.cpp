@@ -97,6 +97,10 @@ private:
     return value != nullptr && value->is_name(type);
   }
 
+  // Nobody changes a cross-reference stream of the past, and the strings in it follow no rule of other
+  // objects when the document is encrypted.
+  static bool is_changeable_stream(const Object& object) { return object.body != nullptr && !has_type(object, "XRef"); }
+
   bool get(int num, CPDFObj& obj) {
     table().get_stored(obj, {num, model_.objects[num].gen});
     return !obj.is_null();
@@ -129,14 +133,14 @@ private:
   }
 
   std::string set_stream_key(const Operation& op) {
-    const int num = choose(op.a, [](const Object& o) { return o.body != nullptr; });
+    const int num = choose(op.a, is_changeable_stream);
     Chance chance(op.b);
     return num != 0 ? set_key_of(num, "K" + std::to_string(op.c % 4), any_value(chance)) : "";
   }
 
   std::string set_every_stream_key(const Operation&) {
     for (const auto& [num, object] : std::map<int, Object>(model_.objects)) {
-      if (object.body == nullptr || model_.loose.count(num) != 0)
+      if (!is_changeable_stream(object) || model_.loose.count(num) != 0)
         continue;
       if (const std::string what = set_key_of(num, "Key", Value::of(num)); !what.empty())
         return what;
@@ -518,6 +522,10 @@ private:
     for (const std::string& kind : warnings) {
       if (model_.warnings.count(kind) == 0)
         return "the other program complains" + kind;
+    }
+    for (const auto& [num, object] : found.objects) {
+      if (complete && !object.body && object.value.kind == Kind::kNull && model_.objects.count(num) == 0)
+        return "the new file lists object " + std::to_string(num) + ", which is nowhere";
     }
     const std::string what = difference(model_, found, complete, dropped);
     return what.empty() ? "" : "the other program finds: " + what;

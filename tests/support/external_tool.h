@@ -54,6 +54,7 @@ public:
   ~TestFolder() { std::filesystem::remove_all(path_); }
   TestFolder(const TestFolder&) = delete;
   TestFolder& operator=(const TestFolder&) = delete;
+  std::string str() const { return path_.string(); }
   std::string operator/(const std::string& name) const { return (path_ / name).string(); }
 
 private:

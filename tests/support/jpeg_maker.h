@@ -19,7 +19,7 @@ struct JpegKind {
   int restart_rows = 0;
   unsigned restart_blocks = 0;  ///< The restart interval itself, up to 65,535.
   bool arithmetic = false;      ///< Arithmetic coding instead of Huffman's.
-  int density = 0;  ///< Dots an inch; 0: only an aspect ratio.
+  int density = 0;              ///< Dots an inch; 0: only an aspect ratio.
 };
 
 constexpr JpegKind kGreyJpeg{.components = 1, .given = JCS_GRAYSCALE, .stored = JCS_GRAYSCALE};

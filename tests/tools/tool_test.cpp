@@ -40,7 +40,7 @@ TEST_F(Tool, ReadsInBothForms) {
   EXPECT_EQ(sheaf("stream " + in + " 6").output, "decoded data");
   EXPECT_EQ(sheaf("stream --raw " + in + " 6").output, PdfBuilder::deflated("decoded data"));
   EXPECT_TRUE(
-      contains(sheaf("pages --json " + in), "{\"index\":1,\"object\":4,\"width\":612,\"height\":792,\"rotate\":0}"));
+      contains(sheaf("pages --json " + in), "{\"page\":2,\"object\":4,\"width\":612,\"height\":792,\"rotate\":0}"));
 }
 
 TEST_F(Tool, CheckTellsProblemsByObject) {

@@ -6,7 +6,7 @@
 #include "sheaf/object/array.h"
 #include "support/command_line.h"
 #include "support/field_report.h"
-#include "support/json_writer.h"
+#include "support/json_values.h"
 #include "support/tool_support.h"
 
 namespace sheaf::tool {
@@ -27,49 +27,6 @@ struct FieldsOptions {
   bool xfdf = false;
 };
 
-// A flattened value: texts as UTF-8, names with their slash, as in PDF syntax.
-void write_json(JsonWriter& json, const CPDFObj& value, int depth = 0) {
-  constexpr int kMostDepth = 256;
-  if (depth == kMostDepth) {
-    json.null();
-    return;
-  }
-  switch (value.tag) {
-    case kTagBool:
-      json.flag(value.as_bool());
-      return;
-    case kTagInt:
-      json.number(value.as_int());
-      return;
-    case kTagReal:
-      json.real(to_double(value.to_real()));
-      return;
-    case kTagString:
-      json.text(utf8_text(value.as_string()));
-      return;
-    case kTagName:
-      json.text("/" + std::string(value.as_name() != nullptr ? value.as_name() : ""));
-      return;
-    case kTagArray:
-      json.begin_array();
-      for (std::int32_t i = 0; i < value.as_array()->count; ++i)
-        write_json(json, value.as_array()->items[i], depth + 1);
-      json.end_array();
-      return;
-    case kTagDict:
-      json.begin_object();
-      for (std::int32_t i = 0; i < value.as_dict()->count; ++i) {
-        json.key(value.as_dict()->items[i]->key());
-        write_json(json, *value.as_dict()->items[i], depth + 1);
-      }
-      json.end_object();
-      return;
-    default:
-      json.null();
-      return;
-  }
-}
-
 std::string utf8_of(const wchar_t* text) {
   PDF_String bytes{0, nullptr};
   bytes.init(text, 1);
@@ -89,14 +46,14 @@ void print_annotation(CPDFXRefTable& table, const CPDFObj& item, int page, JsonW
     const CPDFObj* kind = flat.get_item(CPDFDictionary::sm_tag_subtype);
     const CPDFObj* text = flat.get_item("Contents");
     std::printf("%6d %8d %-14s %s\n", page + 1, ref.num,
-                kind != nullptr && kind->as_text() != nullptr ? kind->as_text() : "",
-                text != nullptr ? utf8_text(text->as_string()).c_str() : "");
+                kind != nullptr && kind->as_text() != nullptr ? shown(kind->as_text()).c_str() : "",
+                text != nullptr ? shown(utf8_text(text->as_string())).c_str() : "");
     return;
   }
   json->begin_object().key("object").number(ref.num).key("values").begin_object();
   for (std::int32_t i = 0; i < flat.count; ++i) {
     json->key(flat.items[i]->key());
-    write_json(*json, *flat.items[i]);
+    write_value(*json, *flat.items[i]);
   }
   json->end_object().end_object();
 }
@@ -109,7 +66,7 @@ int run_annots(const AnnotsOptions& options) {
   constexpr std::int32_t kMostLevels = 32;
   doc.table().export_depth = kMostLevels;
   JsonWriter json;
-  json.begin_object().key("file").text(options.file).key("pages").begin_array();
+  begin_report(json, options.file).key("pages").begin_array();
   if (!options.json)
     std::printf("%6s %8s %-14s %s\n", "page", "object", "kind", "contents");
   for (int i = 0; i < doc.page_count(); ++i) {
@@ -117,7 +74,7 @@ int run_annots(const AnnotsOptions& options) {
     Freed<CPDFObj> annots;
     if (doc.load_page(i, page))
       doc.table().resolve(annots, page.dict.get_item("Annots"));
-    json.begin_object().key("index").number(i).key("annotations").begin_array();
+    json.begin_object().key("page").number(i + 1).key("annotations").begin_array();
     for (std::int32_t k = 0; annots.as_array() != nullptr && k < annots.as_array()->count; ++k)
       print_annotation(doc.table(), annots.as_array()->items[k], i, options.json ? &json : nullptr);
     json.end_array().end_object();
@@ -136,9 +93,9 @@ int run_fields(const FieldsOptions& options) {
     return write_form_data(doc, options.file, options.xfdf) ? kExitClean : kExitFailed;
   CPDFAcroForm form(doc.table());
   form.load();
-  FieldReport report(doc);
+  FieldReport extra(doc);
   JsonWriter json;
-  json.begin_object().key("file").text(options.file).key("fields").begin_array();
+  begin_report(json, options.file).key("fields").begin_array();
   for (std::int32_t i = 0; i < form.field_count(); ++i) {
     const CPDFField& field = *form.field_at(i);
     if (!field.is_terminal())
@@ -151,20 +108,20 @@ int run_fields(const FieldsOptions& options) {
     Cleared<CPDFDictionary> flat;
     holder.move_item("V", value);
     doc.table().export_dict(flat, &holder);
-    const CPDFObj* shown = flat.get_item("V");
+    const CPDFObj* value_now = flat.get_item("V");
     const std::string name = utf8_of(field.name());
     const char* const type = kind.as_text() != nullptr ? kind.as_text() : "";
     if (options.json) {
       json.begin_object().key("name").text(name).key("object").number(field.ref().num).key("type").text(type);
       json.key("value");
-      write_json(json, shown != nullptr ? *shown : CPDFObj{});
-      report.write(name, json);
+      write_value(json, value_now != nullptr ? *value_now : CPDFObj{});
+      extra.write(name, json);
       json.end_object();
     } else {
-      const std::string text = shown == nullptr           ? ""
-                               : shown->tag == kTagString ? utf8_text(shown->as_string())
-                                                          : syntax_text(*shown);
-      std::printf("%8d %-4s %s = %s\n", field.ref().num, type, name.c_str(), text.c_str());
+      const std::string text = value_now == nullptr           ? ""
+                               : value_now->tag == kTagString ? utf8_text(value_now->as_string())
+                                                              : syntax_text(*value_now);
+      std::printf("%8d %-4s %s = %s\n", field.ref().num, shown(type).c_str(), shown(name).c_str(), shown(text).c_str());
     }
   }
   json.end_array().end_object();

@@ -6,7 +6,7 @@
 
 #include "support/command_line.h"
 #include "support/document_check.h"
-#include "support/json_writer.h"
+#include "support/json_values.h"
 #include "support/tool_support.h"
 
 namespace sheaf::tool {
@@ -21,7 +21,7 @@ struct CheckOptions {
 
 void print_json(const std::string& file, CPDFDoc& doc, const CheckResult& result) {
   JsonWriter json;
-  json.begin_object().key("file").text(file).key("status").text(result.status);
+  begin_report(json, file).key("status").text(result.status);
   json.key("pages").number(result.pages).key("objects").number(result.objects);
   json.key("streams").number(result.streams).key("decoded_bytes").number(result.decoded_bytes);
   json.key("problems").begin_array();
@@ -34,13 +34,13 @@ void print_json(const std::string& file, CPDFDoc& doc, const CheckResult& result
 }
 
 void print_text(const std::string& file, CPDFDoc& doc, const CheckResult& result) {
-  std::printf("%s: %s, %lld pages, %lld objects, %lld streams, %lld bytes decoded\n", file.c_str(), result.status,
-              static_cast<long long>(result.pages), static_cast<long long>(result.objects),
+  std::printf("%s: %s, %lld pages, %lld objects, %lld streams, %lld bytes decoded\n", shown(input_name(file)).c_str(),
+              result.status, static_cast<long long>(result.pages), static_cast<long long>(result.objects),
               static_cast<long long>(result.streams), static_cast<long long>(result.decoded_bytes));
   for (const PDF_DOC_REPAIR& repair : doc.repairs())
     std::printf("  repaired (%s): object %d, offset %u: %s\n", repair.code, repair.num, repair.offset, repair.action);
   for (const Problem& problem : result.problems)
-    std::printf("  object %d: %s\n", problem.object, problem.what.c_str());
+    std::printf("  object %d: %s\n", problem.object, shown(problem.what).c_str());
 }
 
 int check_file(const std::string& file, const CheckOptions& options) {
@@ -61,7 +61,7 @@ int check_file(const std::string& file, const CheckOptions& options) {
   }
   if (options.json)
     print_json(file, doc, result);
-  else
+  else if (!manner().quiet || code != kExitClean)
     print_text(file, doc, result);
   return code;
 }

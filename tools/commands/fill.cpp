@@ -7,6 +7,7 @@
 #include "sheaf/document/forms/form_data.h"
 #include "sheaf/document/forms/form_filler.h"
 #include "support/command_line.h"
+#include "support/inputs.h"
 #include "support/json_reader.h"
 #include "support/safe_output.h"
 #include "support/tool_support.h"
@@ -75,9 +76,12 @@ bool read_json_data(const std::string& text, CPDFFormData& data, std::string& tr
 
 // The format is told by how the data begin.
 bool read_data(const std::string& path, CPDFFormData& data) {
-  std::ifstream in(path, std::ios::binary);
+  std::string opened;
+  if (!input_path(path, opened))
+    return false;
+  std::ifstream in(opened, std::ios::binary);
   if (!in) {
-    complain(path, "cannot be opened; check the path and its permissions");
+    complain(input_name(path), "cannot be opened; check the path and its permissions");
     return false;
   }
   std::string bytes{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
@@ -171,7 +175,7 @@ int fill(CPDFDoc& doc, const FillOptions& options, const CPDFFormData& data) {
                  " characters are in no font known here and show as question marks; name one by --font");
   if (filler.has_dropped_xfa())
     complain(options.output, "its XFA part is gone, as it would contradict the new values; the form's fields stay");
-  std::printf("%s: %d fields filled\n", options.output.c_str(), tally.filled);
+  report(output_name(options.output) + ": " + std::to_string(tally.filled) + " fields filled");
   const bool clean = tally.refused == 0 && filler.missing_characters() == 0 && doc.status() == PDF_OPEN::kClean;
   return clean ? kExitClean : kExitProblems;
 }
@@ -184,12 +188,9 @@ int run_fill(const FillOptions& options) {
   CPDFFormData data;
   if ((!options.data.empty() && !read_data(options.data, data)) || !read_settings(options.settings, data))
     return kExitFailed;
-  if (is_same_file(options.file, options.output)) {
-    complain(options.output, "is the input itself; choose another name");
-    return kExitFailed;
-  }
+  std::string source;
   SafeOutput output;
-  if (!output.open(options.output) || !output.copy_of(options.file))
+  if (!input_path(options.file, source) || !output.open(options.output) || !output.copy_of(source))
     return kExitFailed;
   CPDFDoc doc;
   if (!open_document_for_update(doc, output.path(), options.file, options.password))

@@ -28,10 +28,6 @@ void complain_about(const PDF_FLATTEN_REPORT& report, const std::string& file) {
 }
 
 int run_flatten(const FlattenOptions& options) {
-  if (is_same_file(options.file, options.output)) {
-    complain(options.output, "is the input itself; choose another name");
-    return kExitFailed;
-  }
   CPDFDoc doc;
   if (!open_document(doc, options.file, options.password))
     return kExitFailed;
@@ -50,11 +46,12 @@ int run_flatten(const FlattenOptions& options) {
   }
   if (!output.commit())
     return kExitFailed;
-  const PDF_FLATTEN_REPORT& report = flattener.report();
-  complain_about(report, options.file);
-  std::printf("%s: %d annotations drawn, %d hidden and %d blank ones removed, on %d pages\n", options.output.c_str(),
-              report.drawn, report.hidden, report.blank, report.pages);
-  const bool clean = doc.status() == PDF_OPEN::kClean && report.signatures == 0 && report.kept == 0;
+  const PDF_FLATTEN_REPORT& done = flattener.report();
+  complain_about(done, options.file);
+  report(output_name(options.output) + ": " + std::to_string(done.drawn) + " annotations drawn, " +
+         std::to_string(done.hidden) + " hidden and " + std::to_string(done.blank) + " blank ones removed, on " +
+         std::to_string(done.pages) + " pages");
+  const bool clean = doc.status() == PDF_OPEN::kClean && done.signatures == 0 && done.kept == 0;
   return clean ? kExitClean : kExitProblems;
 }
 

@@ -10,7 +10,7 @@
 #include "sheaf/neighbours/fonts/environment.h"
 #include "sheaf/object/array.h"
 #include "support/command_line.h"
-#include "support/json_writer.h"
+#include "support/json_values.h"
 #include "support/tool_support.h"
 
 namespace sheaf::tool {
@@ -322,11 +322,8 @@ const char* yes_or_no(bool flag) {
   return flag ? "yes" : "no";
 }
 
-// Names come from the file: what a terminal would take for a command is shown as a question mark.
-std::string printable(std::string text) {
-  for (char& c : text)
-    c = static_cast<unsigned char>(c) < 0x20 || c == 0x7F ? '?' : c;
-  return text.empty() ? "-" : text;
+std::string printable(const std::string& text) {
+  return text.empty() ? "-" : shown(text);
 }
 
 void print_text(const std::vector<FontFacts>& fonts) {
@@ -341,7 +338,7 @@ void print_text(const std::vector<FontFacts>& fonts) {
 
 void print_json(const std::string& file, const std::vector<FontFacts>& fonts) {
   JsonWriter json;
-  json.begin_object().key("file").text(file).key("fonts").begin_array();
+  begin_report(json, file).key("fonts").begin_array();
   for (const FontFacts& font : fonts) {
     json.begin_object().key("object").number(font.object).key("name").text(font.name).key("type").text(font.type);
     json.key("embedded").flag(font.embedded).key("program").text(font.program).key("subset").flag(font.subset);

@@ -15,7 +15,8 @@
 #include "sheaf/document/images/image.h"
 #include "sheaf/document/images/image_colours.h"
 #include "support/command_line.h"
-#include "support/json_writer.h"
+#include "support/json_values.h"
+#include "support/progress.h"
 #include "support/safe_output.h"
 #include "support/tool_support.h"
 
@@ -47,7 +48,7 @@ class ImageList {
 public:
   ImageList(CPDFDoc& doc, const ImagesOptions& options) : doc_(doc), options_(options) {
     if (options_.json)
-      json_.begin_object().key("file").text(options_.file).key("images").begin_array();
+      begin_report(json_, options_.file).key("images").begin_array();
     else
       std::printf("%8s %7s %7s %5s %-20s %-16s %10s%s\n", "object", "width", "height", "bits", "colours", "filter",
                   "bytes", options_.folder.empty() ? "" : " written");
@@ -57,22 +58,23 @@ public:
     const std::string written = options_.folder.empty() ? "" : extract(num, image);
     const std::string colours = image.is_mask ? "mask" : colour_space_name(doc_.table(), image.colour_space);
     if (!options_.json) {
-      std::printf("%8d %7d %7d %5d %-20s %-16s %10d %s\n", num, image.width, image.height, image.bits, colours.c_str(),
-                  image.filter[0] != 0 ? image.filter : "-", image.stored_length, written.c_str());
+      std::printf("%8d %7d %7d %5d %-20s %-16s %10d %s\n", num, image.width, image.height, image.bits,
+                  shown(colours).c_str(), image.filter[0] != 0 ? shown(image.filter).c_str() : "-", image.stored_length,
+                  shown(written).c_str());
       return;
     }
     json_.begin_object().key("object").number(num).key("width").number(image.width);
     json_.key("height").number(image.height).key("bits").number(image.bits).key("colours").text(colours);
     json_.key("filter").text(image.filter).key("bytes").number(image.stored_length);
     if (!options_.folder.empty())
-      json_.key("written").text(written);
+      write_file_name(json_, "written", written);
     json_.end_object();
   }
 
   int finish() {
     if (options_.json)
       std::printf("%s\n", json_.end_array().end_object().str().c_str());
-    return code_;
+    return doc_.status() == PDF_OPEN::kClean ? code_ : int{kExitProblems};
   }
 
 private:
@@ -159,9 +161,11 @@ int run_images(const ImagesOptions& options) {
   CPDFXRefTable& table = doc.table();
   table.drain_pending();
   ImageList list(doc, options);
+  Progress progress("objects looked at", table.xref_count);
   for (std::uint32_t num = 1; num < table.xref_count; ++num) {
     Freed<CPDFObj> obj;
     CPDFImage image;
+    progress.show(num);
     table.get_stored(obj, {static_cast<std::int32_t>(num), 0});
     if (obj.tag == kTagStream && image.load(table, obj))
       list.add(static_cast<std::int32_t>(num), image);

@@ -1,10 +1,11 @@
 // sheaf info: what a document is, at a glance.
+#include <algorithm>
 #include <cstdio>
 
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/object/array.h"
 #include "support/command_line.h"
-#include "support/json_writer.h"
+#include "support/json_values.h"
 #include "support/tool_support.h"
 
 namespace sheaf::tool {
@@ -12,7 +13,7 @@ namespace sheaf::tool {
 namespace {
 
 struct InfoOptions {
-  std::string file;
+  std::vector<std::string> files;
   PasswordOptions password;
   bool json = false;
 };
@@ -33,14 +34,14 @@ std::string kinds_text(std::uint32_t kinds) {
   }
 }
 
-const char* repaired_text(CPDFDoc& doc) {
+const char* opened_text(const CPDFDoc& doc, bool json) {
   switch (doc.status()) {
     case PDF_OPEN::kRebuilt:
       return "rebuilt";
     case PDF_OPEN::kRecovered:
       return "recovered";
     default:
-      return "no";
+      return json ? "clean" : "no";
   }
 }
 
@@ -78,17 +79,17 @@ const char* opened_by(const CPDFDoc& doc) {
 }
 
 // The permissions that are granted (ISO 32000-2, table 22), by name.
-std::string permission_names(std::uint32_t bits) {
+std::vector<std::string> permission_names(std::uint32_t bits) {
   struct Row {
     int bit;
     const char* name;
   };
   const Row rows[] = {{3, "print"}, {4, "modify"},  {5, "copy"},      {6, "annotate"},
                       {9, "fill"},  {10, "access"}, {11, "assemble"}, {12, "print-high"}};
-  std::string names;
+  std::vector<std::string> names;
   for (const Row& row : rows) {
     if ((bits >> (row.bit - 1) & 1) != 0)
-      names += (names.empty() ? "" : ",") + std::string(row.name);
+      names.emplace_back(row.name);
   }
   return names;
 }
@@ -96,15 +97,37 @@ std::string permission_names(std::uint32_t bits) {
 // The facts, in the order in which both forms print them.
 class Report {
 public:
-  explicit Report(bool json) : json_(json) {
+  Report(bool json, const std::string& file) : json_(json) {
     if (json_)
-      out_.begin_object();
+      begin_report(out_, file);
+    else
+      text("", "File", input_name(file));
   }
   void text(const char* key, const char* label, const std::string& value) {
     if (json_)
       out_.key(key).text(value);
     else
-      std::printf("%-14s %s\n", label, value.c_str());
+      std::printf("%-14s %s\n", label, shown(value).c_str());
+  }
+  void list(const char* key, const char* label, const std::vector<std::string>& values) {
+    std::string joined;
+    if (json_)
+      out_.key(key).begin_array();
+    for (const std::string& value : values) {
+      joined += (joined.empty() ? "" : ",") + value;
+      if (json_)
+        out_.text(value);
+    }
+    if (json_)
+      out_.end_array();
+    else
+      text(key, label, joined);
+  }
+  void unknown(const char* key, const char* label, const char* why) {
+    if (json_)
+      out_.key(key).null();
+    else
+      text(key, label, why);
   }
   void number(const char* key, const char* label, std::int64_t value) {
     if (json_)
@@ -142,17 +165,19 @@ private:
   JsonWriter out_;
 };
 
-int run_info(const InfoOptions& options) {
+int show_file(const std::string& file, const InfoOptions& options) {
   CPDFDoc doc;
-  if (!open_document(doc, options.file, options.password, false))
+  if (!open_document(doc, file, options.password, false))
     return kExitFailed;
   CPDFXRefTable& table = doc.table();
   table.drain_pending();
-  Report report(options.json);
-  report.text("file", "File", options.file);
-  report.text("version", "Version", doc.version());
+  Report report(options.json, file);
+  report.text("pdf_version", "Version", doc.version());
   report.number("size", "Size", doc.file_size());
-  report.number("pages", "Pages", doc.page_count());
+  if (doc.is_readable())
+    report.number("pages", "Pages", doc.page_count());
+  else
+    report.unknown("pages", "Pages", "unknown, encrypted");
   report.number("objects", "Objects", count_objects(table));
   report.text("sections", "Sections", kinds_text(table.xref_kinds));
   report.flag("encrypted", "Encrypted", doc.is_encrypted());
@@ -164,16 +189,18 @@ int run_info(const InfoOptions& options) {
     report.number("revision", "Revision", handler.parameters().revision);
     report.text("opened_by", "Opened by", opened_by(doc));
     if (doc.is_readable())
-      report.text("permissions", "Permissions", permission_names(handler.parameters().permissions));
+      report.list("permissions", "Permissions", permission_names(handler.parameters().permissions));
     else
-      complain(options.file, password_trouble(doc));
+      complain(input_name(file), password_trouble(doc) + "; its pages cannot be counted");
   }
   report.flag("linearized", "Linearized", doc.linearized_length() != 0);
   if (doc.linearized_length() != 0) {
     report.flag("updated_since", "Updated since", doc.linearized_length() != doc.file_size());
     report.flag("hints_usable", "Hints usable", doc.hints_hold());
   }
-  report.text("repaired", "Repaired", repaired_text(doc));
+  if (options.json)
+    report.flag("repaired", "", doc.status() != PDF_OPEN::kClean);
+  report.text("opened", "Repaired", opened_text(doc, options.json));
   report.text("root", "Root", syntax_text(table.root));
   Freed<CPDFObj> info;
   if (doc.is_readable())
@@ -189,14 +216,24 @@ int run_info(const InfoOptions& options) {
   report.text("id2", "", id_text(table, 1));
   report.repairs(doc);
   report.finish();
-  return doc.status() == PDF_OPEN::kClean && doc.repairs().empty() ? kExitClean : kExitProblems;
+  return doc.status() == PDF_OPEN::kClean && doc.repairs().empty() && doc.is_readable() ? kExitClean : kExitProblems;
+}
+
+int run_info(const InfoOptions& options) {
+  int worst = kExitClean;
+  for (const std::string& file : options.files) {
+    if (!options.json && &file != &options.files.front())
+      std::printf("\n");
+    worst = std::max(worst, show_file(file, options));
+  }
+  return worst;
 }
 
 const Registration kInfo("info", "Look", "What a document is", [](CLI::App& command) -> Run {
   auto options = std::make_shared<InfoOptions>();
-  add_file(command, options->file);
+  command.add_option("FILE", options->files, "The documents")->required();
   add_password(command, options->password);
-  command.add_flag("--json", options->json, "One JSON object");
+  command.add_flag("--json", options->json, "One JSON object a file");
   return [options] { return run_info(*options); };
 });
 

@@ -1,6 +1,4 @@
 // sheaf map: a picture of a file for people who would rather look than read.
-#include <cstdio>
-
 #include "map/file_map.h"
 #include "map/map_picture.h"
 #include "map/map_style.h"
@@ -15,7 +13,7 @@ namespace {
 struct MapOptions {
   std::string file;
   PasswordOptions password;
-  std::string output;  ///< Empty: standard output.
+  std::string output = "-";
 };
 
 const char* how_it_opened(CPDFDoc& doc) {
@@ -50,23 +48,17 @@ MapHeading heading_of(CPDFDoc& doc, const std::string& file, const FileMap& map)
 }
 
 bool write_picture(const std::string& picture, const std::string& output) {
-  if (output.empty() || output == "-")
-    return std::fwrite(picture.data(), 1, picture.size(), stdout) == picture.size() && std::fflush(stdout) == 0;
   SafeOutput out;
-  if (!out.open(output))
+  if (!out.open_for_data(output))
     return false;
-  if (out.stream().Write(picture.data(), static_cast<unsigned>(picture.size())) != picture.size()) {
-    complain(output, "could not be written to its end");
+  if (!out.put(picture.data(), picture.size())) {
+    complain(output_name(output), "could not be written to its end; is its reader gone, or the disk full?");
     return false;
   }
   return out.commit();
 }
 
 int run_map(const MapOptions& options) {
-  if (is_same_file(options.file, options.output)) {
-    complain(options.output, "is the document itself; choose another name");
-    return kExitFailed;
-  }
   CPDFDoc doc;
   if (!open_document(doc, options.file, options.password))
     return kExitFailed;

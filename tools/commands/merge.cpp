@@ -13,6 +13,8 @@
 #include "support/command_line.h"
 #include "support/merge_notes.h"
 #include "support/page_ranges.h"
+#include "support/part_names.h"
+#include "support/progress.h"
 #include "support/safe_output.h"
 #include "support/tool_support.h"
 
@@ -24,6 +26,7 @@ struct MergeOptions {
   std::string output;
   std::vector<std::string> inputs;     ///< "FILE" or "FILE:RANGES".
   std::vector<std::string> passwords;  ///< One for each input, in order; the last one for the rest.
+  std::string password_file;           ///< Has them on its lines.
   bool dry_run = false;
   bool no_file_outline = false;
   bool keep_equal_streams = false;
@@ -33,7 +36,7 @@ struct MergeOptions {
 struct SplitOptions {
   std::string file;
   PasswordOptions password;
-  std::string pattern;  ///< With %d for the number of the part.
+  std::string pattern;  ///< As part_name takes it.
   int every = 1;        ///< Pages a part.
   bool dry_run = false;
   std::string attachments;  ///< "all", "none", or empty: where they belong.
@@ -111,23 +114,21 @@ bool all_pages(int count, std::vector<std::int32_t>& pages) {
   return true;
 }
 
-int run_merge(const MergeOptions& options) {
+int run_merge(MergeOptions options) {
+  if (!options.password_file.empty() && !read_password_lines(options.password_file, options.passwords))
+    return kExitFailed;
   Assembly assembly;
   PDF_MERGE_OPTIONS how;
   how.entry_for_source = !options.no_file_outline;
   how.share_streams = !options.keep_equal_streams;
   assembly.merge->set_options(how);
   int code = kExitClean;
+  Progress progress("documents", static_cast<std::int64_t>(options.inputs.size()));
   std::vector<std::string> files;
   if (options.pdfa)
     assembly.doc.set_frame(PDF_FRAME::kClaim);
-  const bool progress = isatty(2) != 0 && options.inputs.size() > 1;
   for (std::size_t i = 0; i < options.inputs.size(); ++i) {
     const Input input = parse_input(options.inputs[i]);
-    if (is_same_file(input.file, options.output)) {
-      complain(options.output, "is one of the inputs; choose another name");
-      return kExitFailed;
-    }
     files.push_back(input.file);
     CPDFDoc source;
     if (!open_document(source, input.file, password_for(options, i)))
@@ -147,21 +148,18 @@ int run_merge(const MergeOptions& options) {
     complain_about_losses(*assembly.merge, static_cast<std::int32_t>(i), input.file);
     if (done != wanted || assembly.has_unreadable() || source.status() != PDF_OPEN::kClean)
       code = kExitProblems;
-    if (progress)
-      std::fprintf(stderr, "\r%zu of %zu documents", i + 1, options.inputs.size());
+    progress.show(static_cast<std::int64_t>(i) + 1);
   }
-  if (progress)
-    std::fprintf(stderr, "\r\033[K");
   if (options.dry_run) {
-    std::fputs(merge_table(*assembly.merge, files).c_str(), stdout);
+    std::fputs(shown_lines(merge_table(*assembly.merge, files)).c_str(), stdout);
     return code;
   }
   if (!assembly.write(options.output))
     return kExitFailed;
   if (complain_of_metadata(assembly.doc, options.output))
     code = kExitProblems;
-  std::printf("%s: %d pages of %zu documents, %lld bytes\n", options.output.c_str(), assembly.doc.page_count(),
-              options.inputs.size(), assembly.size);
+  report(output_name(options.output) + ": " + std::to_string(assembly.doc.page_count()) + " pages of " +
+         std::to_string(options.inputs.size()) + " documents, " + std::to_string(assembly.size) + " bytes");
   return code;
 }
 
@@ -173,27 +171,20 @@ PDF_MERGE_FILES files_of_part(const SplitOptions& options, int part) {
 }
 
 int run_split(const SplitOptions& options) {
-  const std::size_t mark = options.pattern.find("%d");
   CPDFDoc source;
   if (!open_document(source, options.file, options.password))
     return kExitFailed;
   const int parts = (source.page_count() + options.every - 1) / options.every;
-  if (mark == std::string::npos && parts > 1) {
-    complain(options.pattern, "names one file for several parts; put %d where their number belongs");
+  if (options.pattern == "-" && parts > 1) {
+    complain("standard output",
+             "takes one document, but there are several parts; give -o a pattern such as part-%d.pdf");
     return kExitFailed;
   }
   int code = source.status() == PDF_OPEN::kClean ? kExitClean : kExitProblems;
-  const std::size_t digits = std::to_string(parts).size();
+  Progress progress("parts", parts);
   for (int part = 0; part < parts; ++part) {
-    std::string name = options.pattern;
-    std::string number = std::to_string(part + 1);
-    number.insert(0, digits - number.size(), '0');
-    if (mark != std::string::npos)
-      name.replace(mark, 2, number);
-    if (is_same_file(options.file, name)) {
-      complain(name, "is the input itself; choose another name");
-      return kExitFailed;
-    }
+    const std::string name = part_name(options.pattern, part + 1, parts);
+    progress.show(part + 1);
     std::vector<std::int32_t> pages;
     for (int page = part * options.every; page < (part + 1) * options.every && page < source.page_count(); ++page)
       pages.push_back(page);
@@ -205,14 +196,15 @@ int run_split(const SplitOptions& options) {
     if (part == 0)
       complain_about_losses(*assembly.merge, 0, options.file);
     if (options.dry_run) {
-      std::fputs(merge_table(*assembly.merge, {name}).c_str(), stdout);
+      std::fputs(shown_lines(merge_table(*assembly.merge, {name})).c_str(), stdout);
       continue;
     }
     if (!assembly.write(name))
       return kExitFailed;
   }
   if (!options.dry_run)
-    std::printf("%s: %d pages in %d parts\n", options.file.c_str(), source.page_count(), parts);
+    report(input_name(options.file) + ": " + std::to_string(source.page_count()) + " pages in " +
+           std::to_string(parts) + " parts");
   return code;
 }
 
@@ -220,8 +212,13 @@ const Registration kMerge("merge", "Make", "Pages of several documents in one", 
   auto options = std::make_shared<MergeOptions>();
   command.add_option("OUT", options->output, "The file to write")->required();
   command.add_option("IN", options->inputs, "FILE or FILE:RANGES, such as a.pdf:1-5,8,r1,z-1 or odd")->required();
-  command.add_option("--password", options->passwords, "One for each input, in order; the last one serves the rest")
-      ->allow_extra_args(false);
+  auto* direct =
+      command
+          .add_option("--password", options->passwords, "One for each input, in order; the last one serves the rest")
+          ->allow_extra_args(false);
+  command
+      .add_option("--password-file", options->password_file, "File with a password on each line, - for standard input")
+      ->excludes(direct);
   command.add_flag("--no-file-outline", options->no_file_outline, "No entry for each file above its outline");
   command.add_flag("--keep-equal-streams", options->keep_equal_streams, "Write equal streams as often as they came");
   command.add_flag("--dry-run", options->dry_run, "Say what becomes of everything, and write nothing");
@@ -233,7 +230,7 @@ const Registration kSplit("split", "Make", "One document into several", [](CLI::
   auto options = std::make_shared<SplitOptions>();
   add_file(command, options->file);
   add_password(command, options->password);
-  command.add_option("-o,--output", options->pattern, "Name of the parts, %d for their number")->required();
+  command.add_option("-o,--output", options->pattern, "Name of the parts, %d or %03d for their number")->required();
   command.add_option("--every", options->every, "Pages a part")->check(CLI::Range(1, 1000000));
   command
       .add_option("--attachments", options->attachments,

@@ -4,7 +4,8 @@
 
 #include "sheaf/base/heap.h"
 #include "support/command_line.h"
-#include "support/json_writer.h"
+#include "support/inputs.h"
+#include "support/json_values.h"
 #include "support/tool_support.h"
 
 namespace sheaf::tool {
@@ -21,14 +22,14 @@ class PageList {
 public:
   PageList(const PagesOptions& options, const char* source) : json_form_(options.json) {
     if (json_form_) {
-      json_.begin_object().key("file").text(options.file).key("source").text(source).key("pages").begin_array();
+      begin_report(json_, options.file).key("source").text(source).key("pages").begin_array();
     } else {
       std::printf("%6s %8s %10s %10s %6s\n", "page", "object", "width", "height", "rotate");
     }
   }
   void add(int index, std::int64_t object, double width, double height, int rotate) {
     if (json_form_) {
-      json_.begin_object().key("index").number(index).key("object").number(object);
+      json_.begin_object().key("page").number(index + 1).key("object").number(object);
       json_.key("width").real(width).key("height").real(height).key("rotate").number(rotate).end_object();
     } else {
       std::printf("%6d %8lld %10.2f %10.2f %6d\n", index + 1, static_cast<long long>(object), width, height, rotate);
@@ -48,7 +49,8 @@ private:
 bool list_by_hints(const PagesOptions& options) {
   CQVStreamBlocks file;
   PDF_PAGE_SET set{};
-  if (!file.Open(options.file.c_str()) || !CPDFDoc::read_page_hints(&file, set))
+  std::string path;
+  if (!input_path(options.file, path) || !file.Open(path.c_str()) || !CPDFDoc::read_page_hints(&file, set))
     return false;
   PageList list(options, "hints");
   for (int i = 0; i < set.count; ++i) {

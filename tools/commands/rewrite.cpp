@@ -1,6 +1,4 @@
 // sheaf rewrite and sheaf repair: a complete new file of what the document still uses.
-#include <unistd.h>
-
 #include <cstdio>
 #include <memory>
 
@@ -11,6 +9,8 @@
 #include "support/changes.h"
 #include "support/command_line.h"
 #include "support/document_check.h"
+#include "support/encryption.h"
+#include "support/progress_stream.h"
 #include "support/safe_output.h"
 #include "support/signature_notes.h"
 #include "support/tool_support.h"
@@ -25,42 +25,8 @@ struct RewriteOptions {
   PasswordOptions password;
   bool deterministic_id = false;
   bool decrypt = false;
-  std::string encrypt;  ///< "aes256", "aes128", "rc4", or empty: as the source.
-  std::string user_password;
-  std::string owner_password;
-  std::string permissions = "all";  ///< Names with commas between them.
-  bool clear_metadata = false;
+  EncryptionOptions encryption;  ///< Without an algorithm: as the source.
   bool pdfa = false;
-};
-
-// A line on a terminal that tells how many bytes have been written so far.
-class ProgressStream : public CQVStream {
-public:
-  ProgressStream(CQVStream& target, bool shown) : target_(target), shown_(shown) {}
-  ~ProgressStream() override {
-    if (told_ != 0)
-      std::fprintf(stderr, "\r\033[K");
-  }
-  long long GetLen() const override { return target_.GetLen(); }
-  long long GetPos() const override { return target_.GetPos(); }
-  int SetPos(STR_SEEK whence, long long offset) override { return target_.SetPos(whence, offset); }
-  unsigned int Read(void* dst, unsigned int size) override { return target_.Read(dst, size); }
-  unsigned int Write(const void* src, unsigned int size) override {
-    written_ += size;
-    if (shown_ && written_ - told_ >= kStep) {
-      told_ = written_;
-      std::fprintf(stderr, "\rwriting: %lld MiB", written_ / (1024 * 1024));
-    }
-    return target_.Write(src, size);
-  }
-  void Flush() override { target_.Flush(); }
-
-private:
-  static constexpr long long kStep = 8 * 1024 * 1024;
-  CQVStream& target_;
-  bool shown_;
-  long long written_ = 0;
-  long long told_ = 0;
 };
 
 void set_pair(CPDFObj& id, const unsigned char* digest) {
@@ -88,40 +54,24 @@ PDF_String first_id(CPDFXRefTable& table, const CPDFObj& id, CPDFObj& scratch) {
   return first != nullptr ? first->as_string() : PDF_String{0, nullptr};
 }
 
-std::uint32_t permission_bits(const std::string& names) {
-  struct Row {
-    const char* name;
-    std::uint32_t bits;
-  };
-  const Row rows[] = {{"print", 1u << 2}, {"modify", 1u << 3}, {"copy", 1u << 4},      {"annotate", 1u << 5},
-                      {"fill", 1u << 8},  {"access", 1u << 9}, {"assemble", 1u << 10}, {"print-high", 1u << 11},
-                      {"all", 0xF3Cu},    {"none", 0}};
-  std::uint32_t bits = 0;
-  for (const Row& row : rows) {
-    const std::string wrapped = "," + names + ",";
-    if (wrapped.find("," + std::string(row.name) + ",") != std::string::npos)
-      bits |= row.bits;
-  }
-  return bits;
-}
-
 // The encryption of the new file; null for none. False, with a message, when it cannot be made.
 bool make_encryption(CPDFDoc& doc, CPDFXRefTable& target, const RewriteOptions& options,
                      std::unique_ptr<CPDFStandardEncrypt>& enc) {
   CPDFXRefTable& table = doc.table();
   Freed<CPDFObj> scratch;
-  if (!options.encrypt.empty()) {
+  if (!options.encryption.algorithm.empty()) {
     using Algorithm = CPDFStandardEncrypt::Algorithm;
     CPDFStandardEncrypt::Settings settings;
-    settings.algorithm = options.encrypt == "aes256"   ? Algorithm::kAES256
-                         : options.encrypt == "aes128" ? Algorithm::kAES128
-                                                       : Algorithm::kRC4;
+    const std::string& algorithm = options.encryption.algorithm;
+    settings.algorithm = algorithm == "aes256"   ? Algorithm::kAES256
+                         : algorithm == "aes128" ? Algorithm::kAES128
+                                                 : Algorithm::kRC4;
     if (settings.algorithm == Algorithm::kRC4)
-      complain(options.output, "warning: RC4 is broken; use aes256 unless an old reader needs it");
-    settings.user_password = options.user_password.c_str();
-    settings.owner_password = options.owner_password.c_str();
-    settings.permissions = permission_bits(options.permissions);
-    settings.clear_metadata = options.clear_metadata;
+      warn(output_name(options.output), "RC4 is broken; use aes256 unless an old reader needs it");
+    settings.user_password = options.encryption.user_password.c_str();
+    settings.owner_password = options.encryption.owner_password.c_str();
+    settings.permissions = permission_bits(options.encryption);
+    settings.clear_metadata = options.encryption.clear_metadata;
     if (target.id.is_null()) {
       unsigned char digest[CQVSecMD5::kSize];
       secure_random(digest, sizeof(digest));
@@ -163,41 +113,52 @@ Counts count_objects(const CPDFXRefTable& before, const CPDFXRefTable& after) {
 
 void report_repairs(CPDFDoc& doc) {
   for (const PDF_DOC_REPAIR& repair : doc.repairs())
-    std::printf("healed (%s): object %d, offset %u: %s\n", repair.code, repair.num, repair.offset, repair.action);
+    report(std::string("healed (") + repair.code + "): object " + std::to_string(repair.num) + ", offset " +
+           std::to_string(repair.offset) + ": " + repair.action);
+}
+
+// What a complete new file has no place for, however sound the old one was.
+void remark_left_out(const CPDFXRefTable& table, const Counts& counts, const std::string& output) {
+  std::int64_t generations = 0;
+  for (std::uint32_t num = 1; num < table.xref_count; ++num)
+    generations += table.xref_items[num].type == 1 && table.xref_items[num].gen > 0 ? 1 : 0;
+  remark(output, "left out: " + std::to_string(counts.dropped) + " objects that nothing refers to");
+  remark(output, "left out: the older versions of changed objects, and the sections that list them");
+  remark(output, "left out: keys of the trailer other than Root, Info, ID and Encrypt");
+  if (generations != 0)
+    remark(output, "left out: the generations of " + std::to_string(generations) + " objects, which now have 0");
 }
 
 // Reads the new file, and says what it lacks and what cannot be read of it.
-int report_losses(CPDFDoc& doc, const RewriteOptions& options) {
+int report_losses(CPDFDoc& doc, const RewriteOptions& options, const std::string& path) {
   CPDFDoc copy;
-  if (!open_document(copy, options.output, options.password))
+  if (!open_document(copy, path, options.password))
     return kExitProblems;
   std::vector<Problem> lost = find_losses(doc, copy);
   CheckResult result;
   check_document(copy, result);
   lost.insert(lost.end(), result.problems.begin(), result.problems.end());
   for (const Problem& loss : lost)
-    complain(options.output, "object " + std::to_string(loss.object) + ": " + loss.what);
+    complain(output_name(options.output), "object " + std::to_string(loss.object) + ": " + loss.what);
   return lost.empty() ? kExitClean : kExitProblems;
 }
 
 int rewrite(RewriteOptions options, bool repair) {
-  if (is_same_file(options.file, options.output)) {
-    complain(options.output, "is the input itself; choose another name");
+  if (!check_encryption(options.encryption))
     return kExitFailed;
-  }
   CPDFDoc doc;
   if (!fix_password(options.password) || !open_document(doc, options.file, options.password))
     return kExitFailed;
   note_signatures_end(doc, options.file);
   const bool stays_encrypted = doc.is_encrypted() && !options.decrypt;
-  if (options.pdfa && !ask_for_pdfa(doc, options.output, stays_encrypted || !options.encrypt.empty()))
+  if (options.pdfa && !ask_for_pdfa(doc, options.output, stays_encrypted || !options.encryption.algorithm.empty()))
     return kExitFailed;
   SafeOutput output;
   if (!output.open(options.output))
     return kExitFailed;
   Counts counts;
   {
-    ProgressStream progress(output.stream(), isatty(2) != 0);
+    ProgressStream progress(output.stream());
     CPDFXRefTable target;
     target.stream = &progress;
     if (options.deterministic_id)
@@ -212,16 +173,18 @@ int rewrite(RewriteOptions options, bool repair) {
     }
     counts = count_objects(doc.table(), target);
   }
+  const int losses = repair ? report_losses(doc, options, output.path()) : int{kExitClean};
   if (!output.commit())
     return kExitFailed;
+  remark_left_out(doc.table(), counts, output_name(options.output));
   if (repair)
     report_repairs(doc);
-  std::printf("%s: %lld objects kept, %lld dropped, %lld bytes before, %lld after\n", options.output.c_str(),
-              static_cast<long long>(counts.kept), static_cast<long long>(counts.dropped), doc.file_size(),
-              output.size());
+  report(output_name(options.output) + ": " + std::to_string(counts.kept) + " objects kept, " +
+         std::to_string(counts.dropped) + " dropped, " + std::to_string(doc.file_size()) + " bytes before, " +
+         std::to_string(output.size()) + " after");
   const bool metadata_left = complain_of_metadata(doc, options.output);
   if (repair)
-    return report_losses(doc, options);
+    return losses;
   return doc.status() == PDF_OPEN::kClean && doc.repairs().empty() && !metadata_left ? kExitClean : kExitProblems;
 }
 
@@ -238,27 +201,18 @@ void add_output(CLI::App& command, RewriteOptions& options) {
   command.add_flag("--deterministic-id", options.deterministic_id, "The same input gives the same bytes");
 }
 
-const Registration kRewrite(
-    "rewrite", "Make", "A complete new file of what is still used", [](CLI::App& command) -> Run {
-      auto options = std::make_shared<RewriteOptions>();
-      add_file(command, options->file);
-      add_password(command, options->password);
-      add_output(command, *options);
-      add_pdfa(command, options->pdfa);
-      auto* decrypt = command.add_flag("--decrypt", options->decrypt, "Take the encryption off");
-      auto* encrypt = command.add_option("--encrypt", options->encrypt, "Encrypt anew")
-                          ->check(CLI::IsMember({"aes256", "aes128", "rc4"}))
-                          ->excludes(decrypt);
-      command.add_option("--user-password", options->user_password, "Opens the new file")->needs(encrypt);
-      command.add_option("--owner-password", options->owner_password, "Grants everything")->needs(encrypt);
-      command
-          .add_option(
-              "--permissions", options->permissions,
-              "Names with commas: print, modify, copy, annotate, fill, access, assemble, print-high, all or none")
-          ->needs(encrypt);
-      command.add_flag("--clear-metadata", options->clear_metadata, "Leave metadata readable")->needs(encrypt);
-      return [options] { return run_rewrite(*options); };
-    });
+const Registration kRewrite("rewrite", "Make", "A complete new file of what is still used",
+                            [](CLI::App& command) -> Run {
+                              auto options = std::make_shared<RewriteOptions>();
+                              add_file(command, options->file);
+                              add_password(command, options->password);
+                              add_output(command, *options);
+                              add_pdfa(command, options->pdfa);
+                              auto* decrypt =
+                                  command.add_flag("--decrypt", options->decrypt, "Take the encryption off");
+                              add_encryption(command, options->encryption)->excludes(decrypt);
+                              return [options] { return run_rewrite(*options); };
+                            });
 
 const Registration kRepair("repair", "Make", "A sound new file of a damaged one", [](CLI::App& command) -> Run {
   auto options = std::make_shared<RewriteOptions>();

@@ -1,4 +1,6 @@
 // sheaf show: one object in PDF syntax, or the values of the trailer.
+#include <unistd.h>
+
 #include <cstdio>
 
 #include "sheaf/base/scope_guard.h"
@@ -16,13 +18,18 @@ struct ShowOptions {
   std::int32_t gen = -1;  ///< -1: whichever it has.
 };
 
+// Strings may hold any byte, which a terminal must not obey.
+std::string for_output(const std::string& syntax) {
+  return isatty(STDOUT_FILENO) != 0 ? shown_lines(syntax) : syntax;
+}
+
 int show_trailer(CPDFXRefTable& table) {
   table.drain_pending();
   std::printf("<<");
   std::printf("/Size %u", table.xref_count);
   const auto show = [](const char* key, const CPDFObj& value) {
     if (!value.is_null())
-      std::printf("\n/%s %s", key, syntax_text(value).c_str());
+      std::printf("\n/%s %s", key, for_output(syntax_text(value)).c_str());
   };
   show("Root", table.root);
   show("Info", table.info);
@@ -47,7 +54,7 @@ int run_show(const ShowOptions& options) {
     complain(options.file, "object " + std::to_string(options.num) + " does not exist or cannot be read");
     return kExitFailed;
   }
-  std::printf("%s\n", syntax_text(obj).c_str());
+  std::printf("%s\n", for_output(syntax_text(obj)).c_str());
   if (obj.tag == kTagStream)
     std::printf("stream of object %d\n", static_cast<int>(options.num));
   return kExitClean;

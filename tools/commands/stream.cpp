@@ -1,11 +1,11 @@
 // sheaf stream: the data of a stream, decoded or as stored.
-#include <cstdio>
 #include <memory>
 
 #include "sheaf/base/heap.h"
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/filters/stream_filter.h"
 #include "support/command_line.h"
+#include "support/safe_output.h"
 #include "support/tool_support.h"
 
 namespace sheaf::tool {
@@ -18,23 +18,20 @@ struct StreamOptions {
   std::int32_t num = 0;
   std::int32_t gen = -1;  ///< -1: whichever it has.
   bool raw = false;
-  std::string output;  ///< Empty: standard output.
+  std::string output = "-";
 };
 
-struct FileCloser {
-  void operator()(std::FILE* file) const {
-    if (file != stdout)
-      std::fclose(file);
-  }
-};
-
-bool put(std::FILE* out, const void* data, std::size_t size) {
-  return std::fwrite(data, 1, size, out) == size;
+// A terminal would obey what data hold; it gets them in a form that it shows.
+bool put(SafeOutput& output, const void* data, std::size_t size) {
+  if (!output.is_terminal())
+    return output.put(data, size);
+  const std::string text = shown_lines({static_cast<const char*>(data), size});
+  return output.put(text.data(), text.size());
 }
 
-bool put_decoded(CPDFXRefTable& table, const CPDFStreamRec& rec, CPDFStream& decoder, std::FILE* out) {
-  return drain(table, rec, decoder, [out](const unsigned char* data, int size) {
-           return put(out, data, static_cast<std::size_t>(size));
+bool put_decoded(CPDFXRefTable& table, const CPDFStreamRec& rec, CPDFStream& decoder, SafeOutput& output) {
+  return drain(table, rec, decoder, [&output](const unsigned char* data, int size) {
+           return put(output, data, static_cast<std::size_t>(size));
          }) >= 0;
 }
 
@@ -61,19 +58,16 @@ int run_stream(const StreamOptions& options) {
     complain(options.file, name + " cannot be decoded; --raw gives its bytes as they are stored");
     return kExitFailed;
   }
-  const std::unique_ptr<std::FILE, FileCloser> out(options.output.empty() ? stdout
-                                                                          : std::fopen(options.output.c_str(), "wb"));
-  if (out == nullptr) {
-    complain(options.output, "cannot be written; check the folder and its permissions");
+  SafeOutput output;
+  if (!output.open_for_data(options.output))
+    return kExitFailed;
+  const bool done = options.raw ? put(output, raw.get(), static_cast<std::size_t>(raw_len))
+                                : put_decoded(table, *rec, *decoder, output);
+  if (!done) {
+    complain(output_name(options.output), "could not be written to its end; is its reader gone, or the disk full?");
     return kExitFailed;
   }
-  const bool done = options.raw ? put(out.get(), raw.get(), static_cast<std::size_t>(raw_len))
-                                : put_decoded(table, *rec, *decoder, out.get());
-  if (!done || std::fflush(out.get()) != 0) {
-    complain(options.output.empty() ? "standard output" : options.output, "could not be written to its end");
-    return kExitFailed;
-  }
-  return kExitClean;
+  return output.commit() ? kExitClean : kExitFailed;
 }
 
 const Registration kStream("stream", "Look", "The data of a stream", [](CLI::App& command) -> Run {

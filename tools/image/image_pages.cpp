@@ -1,9 +1,12 @@
 // Adds an image file as a page of its own size at the resolution that the file states.
 #include "image/image_pages.h"
 
+#include <strings.h>
+
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <cstdlib>
 #include <fstream>
 #include <iterator>
 
@@ -13,6 +16,7 @@
 #include "sheaf/base/wide_text.h"
 #include "sheaf/neighbours/page/bmp32.h"
 #include "sheaf/object/array.h"
+#include "support/inputs.h"
 #include "support/tool_support.h"
 
 namespace sheaf::tool {
@@ -27,7 +31,25 @@ struct PageImage {
   double width = 0;  // points, as shown
   double height = 0;
   int orientation = 1;
+  double page_width = 0;
+  double page_height = 0;
 };
+
+struct NamedSize {
+  const char* name;
+  double width;  // points
+  double height;
+};
+
+constexpr NamedSize kNamedSizes[] = {{"A3", 842, 1191},    {"A4", 595, 842},     {"A5", 420, 595},
+                                     {"letter", 612, 792}, {"legal", 612, 1008}, {"tabloid", 792, 1224}};
+
+struct Unit {
+  const char* name;
+  double points;
+};
+
+constexpr Unit kUnits[] = {{"", 1}, {"pt", 1}, {"mm", 72 / 25.4}, {"cm", 72 / 2.54}, {"in", 72}};
 
 bool read_whole(const std::string& path, std::string& bytes) {
   std::ifstream in(path, std::ios::binary);
@@ -108,20 +130,33 @@ double usable_dots(double dots) {
   return dots >= 1 && dots <= kMost ? dots : kPointsPerInch;
 }
 
-void size_image(CPDFXRefTable& table, const ImageFacts& facts, PageImage& image) {
+// The size of the image by its resolution.
+void size_image(CPDFXRefTable& table, const ImageFacts& facts, const ImagePageOptions& options, PageImage& image) {
   Freed<CPDFObj> obj;
   table.get_entity(obj, image.ref);
   const CPDFDictionary& dict = *obj.as_dict_or_stream();
-  const double dots_x = facts.dots_y > 0 ? usable_dots(facts.dots_x) : kPointsPerInch;
-  const double dots_y = facts.dots_x > 0 ? usable_dots(facts.dots_y) : kPointsPerInch;
+  const bool is_said = options.dots <= 0 && facts.dots_x > 0 && facts.dots_y > 0;
+  const double dots_x = usable_dots(is_said ? facts.dots_x : options.dots);
+  const double dots_y = usable_dots(is_said ? facts.dots_y : options.dots);
   image.width = dict.get_item(CPDFDictionary::sm_tag_width)->as_int() * kPointsPerInch / dots_x;
   image.height = dict.get_item(CPDFDictionary::sm_tag_height)->as_int() * kPointsPerInch / dots_y;
   image.orientation = facts.orientation;
   if (image.orientation >= 5)
     std::swap(image.width, image.height);
-  const double shrink = std::min(1.0, kMostPoints / std::max(image.width, image.height));
-  image.width *= shrink;
-  image.height *= shrink;
+}
+
+// The page, and the size of the image on it.
+void lay_out(const ImagePageOptions& options, PageImage& image) {
+  double width = kMostPoints;
+  double height = kMostPoints;
+  const bool has_size = read_page_size(options.page_size, width, height);
+  const double fill =
+      std::min((width - 2 * options.margin) / image.width, (height - 2 * options.margin) / image.height);
+  const double scale = options.fit && has_size ? fill : std::min(1.0, fill);
+  image.width *= scale;
+  image.height *= scale;
+  image.page_width = has_size ? width : image.width + 2 * options.margin;
+  image.page_height = has_size ? height : image.height + 2 * options.margin;
 }
 
 // Where the unit square of the image goes, by its orientation: which of its sides is up, and whether
@@ -135,9 +170,12 @@ std::string placement(const PageImage& image) {
       {0, -1, -1, 0, 1, 1}, {0, -1, 1, 0, 0, 1}, {0, 1, 1, 0, 0, 0},   {0, 1, -1, 0, 1, 0},
   };
   const Corner& at = kCorners[image.orientation - 1];
+  const double left = (image.page_width - image.width) / 2;
+  const double below = (image.page_height - image.height) / 2;
   char text[160];
   std::snprintf(text, sizeof(text), "q %.4f %.4f %.4f %.4f %.4f %.4f cm /Im Do Q\n", at.a * image.width,
-                at.b * image.height, at.c * image.width, at.d * image.height, at.e * image.width, at.f * image.height);
+                at.b * image.height, at.c * image.width, at.d * image.height, left + at.e * image.width,
+                below + at.f * image.height);
   return text;
 }
 
@@ -154,7 +192,7 @@ PDF_REF make_page(CPDFXRefTable& table, const PageImage& image) {
   Cleared<CPDFDictionary> resources;
   resources.set_item_dict(CPDFDictionary::sm_tag_xobj, &images);
   Cleared<CPDFDictionary> page;
-  const _QVRECTF box{0, 0, fix_of(image.width), fix_of(image.height)};
+  const _QVRECTF box{0, 0, fix_of(image.page_width), fix_of(image.page_height)};
   page.set_item_name(CPDFDictionary::sm_tag_type, "Page");
   page.set_item_rect("MediaBox", &box);
   page.set_item_dict(CPDFDictionary::sm_tag_res, &resources);
@@ -202,33 +240,74 @@ void add_outline(CPDFXRefTable& table, const std::vector<OutlineEntry>& entries)
   table.store_object(table.root.as_ref(), catalog);
 }
 
+// A length such as "210mm" at the start of `text`; `text` loses it. False when there is none.
+bool take_number(std::string& text, double& value) {
+  char* end = nullptr;
+  value = std::strtod(text.c_str(), &end);
+  const auto used = static_cast<std::size_t>(end - text.c_str());
+  if (used == 0 || text.find_first_not_of("0123456789.") < used)
+    return false;
+  text.erase(0, used);
+  return true;
+}
+
 }  // namespace
 
-bool append_image_pages(CPDFDoc& doc, const std::vector<std::string>& files) {
+bool read_page_size(const std::string& text, double& width, double& height) {
+  for (const NamedSize& size : kNamedSizes) {
+    if (strcasecmp(size.name, text.c_str()) == 0) {
+      width = size.width;
+      height = size.height;
+      return true;
+    }
+  }
+  std::string rest = text;
+  double across = 0;
+  double up = 0;
+  if (!take_number(rest, across) || rest.empty() || rest[0] != 'x')
+    return false;
+  rest.erase(0, 1);
+  if (!take_number(rest, up))
+    return false;
+  const auto* unit =
+      std::find_if(std::begin(kUnits), std::end(kUnits), [&rest](const Unit& one) { return rest == one.name; });
+  if (unit == std::end(kUnits) || std::min(across, up) * unit->points < 1 ||
+      std::max(across, up) * unit->points > kMostPoints)
+    return false;
+  width = across * unit->points;
+  height = up * unit->points;
+  return true;
+}
+
+bool append_image_pages(CPDFDoc& doc, const ImagePageOptions& options) {
   CPDFXRefTable& table = doc.table();
   if (table.temp_stream.file == nullptr)
     doc.use_temp_file(nullptr);
   std::vector<OutlineEntry> entries;
-  for (const std::string& path : files) {
+  for (const std::string& file : options.files) {
+    std::string path;
     std::string bytes;
+    if (!input_path(file, path))
+      return false;
     if (!read_whole(path, bytes)) {
-      complain(path, "cannot be opened; check the path and its permissions. Nothing was written");
+      complain(input_name(file), "cannot be opened; check the path and its permissions. Nothing was written");
       return false;
     }
     ImageFacts facts = probe_image(bytes);
     PageImage image;
     image.ref = add_image(table, path, bytes, facts);
     if (image.ref.num == 0) {
-      complain(path, "is no JPEG, JPEG 2000, PNG or PNM image that can be read. Nothing was written");
+      complain(input_name(file), "is no JPEG, JPEG 2000, PNG or PNM image that can be read. Nothing was written");
       return false;
     }
-    size_image(table, facts, image);
+    size_image(table, facts, options, image);
+    lay_out(options, image);
     const PDF_REF page = make_page(table, image);
     if (!doc.insert_page(doc.page_count(), page)) {
-      complain(path, "there is no memory for its page. Nothing was written");
+      complain(input_name(file), "there is no memory for its page. Nothing was written");
       return false;
     }
-    entries.push_back({path.substr(path.find_last_of('/') + 1), page, fix_of(image.height)});
+    entries.push_back({file.substr(file.find_last_of('/') + 1), page, fix_of(image.page_height)});
   }
   if (!entries.empty())
     add_outline(table, entries);

@@ -1,3 +1,4 @@
+// Follows the matrices of a page's content and of its forms to each image.
 #include "image/image_placements.h"
 
 #include <array>

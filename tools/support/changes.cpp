@@ -6,6 +6,7 @@
 #include <CLI/CLI.hpp>
 #include <cstdint>
 
+#include "support/inputs.h"
 #include "support/tool_support.h"
 
 namespace sheaf::tool {
@@ -76,7 +77,7 @@ bool check_changes(const ChangeOptions& changes) {
       return false;
   }
   for (const std::string& path : changes.attachments) {
-    if (!can_be_attached(path))
+    if (!note_input(path) || !can_be_attached(path))
       return false;
   }
   return true;

@@ -3,6 +3,9 @@
 
 #include <algorithm>
 #include <cstring>
+#include <map>
+
+#include "support/messages.h"
 
 namespace sheaf::tool {
 
@@ -21,6 +24,20 @@ std::vector<Entry>& entries() {
   return all;
 }
 
+// What every command takes.
+void add_manner(CLI::App& command) {
+  Manner& chosen = manner();
+  command.add_flag("-q,--quiet", chosen.quiet, "Only data and errors: no reports, warnings and progress");
+  command.add_flag("-v,--verbose", chosen.verbose, "Also what is left out by design");
+  command
+      .add_option("--progress", chosen.progress, "A line on how far the work is; auto: where errors go to a terminal")
+      ->type_name("auto|always|never")
+      ->transform(CLI::CheckedTransformer(
+          std::map<std::string, ProgressWhen>{
+              {"auto", ProgressWhen::kAuto}, {"always", ProgressWhen::kAlways}, {"never", ProgressWhen::kNever}},
+          CLI::ignore_case));
+}
+
 }  // namespace
 
 Registration::Registration(const char* name, const char* group, const char* what, Describe describe) {
@@ -32,7 +49,9 @@ void add_commands(CLI::App& app, int& code) {
   std::sort(all.begin(), all.end(), [](const Entry& a, const Entry& b) { return std::strcmp(a.name, b.name) < 0; });
   for (const Entry& entry : all) {
     CLI::App* const command = app.add_subcommand(entry.name, entry.what)->group(entry.group);
-    command->callback([run = entry.describe(*command), &code] { code = run(); });
+    const Run run = entry.describe(*command);
+    add_manner(*command);
+    command->callback([run, &code] { code = run(); });
   }
 }
 

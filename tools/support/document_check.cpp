@@ -1,3 +1,4 @@
+// Reads and decodes everything, and compares what is reachable with what could be read.
 #include "support/document_check.h"
 
 #include <cstring>
@@ -8,6 +9,7 @@
 #include "sheaf/filters/flate.h"
 #include "sheaf/filters/stream_filter.h"
 #include "sheaf/object/array.h"
+#include "support/progress.h"
 #include "support/tool_support.h"
 
 namespace sheaf::tool {
@@ -52,8 +54,10 @@ public:
     if (doc_.has_lost_encryption())
       problem(0, "says that it is encrypted, but its encryption dictionary cannot be read");
     // Reading can grow the table, so its size is looked at each turn.
+    Progress progress("objects checked", table_.xref_count);
     for (std::uint32_t num = 1; num < table_.xref_count; ++num) {
       const PDF_XREF entry = table_.xref_items[num];
+      progress.show(num);
       if (entry.is_known())
         check_object(static_cast<std::int32_t>(num), entry);
     }

@@ -1,3 +1,4 @@
+// Adds to each field its kind, flags and choices.
 #include "support/field_report.h"
 
 #include <cstdio>

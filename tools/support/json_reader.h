@@ -12,8 +12,8 @@ struct JsonValue {
 
   Kind kind = Kind::kNull;
   bool flag = false;
-  std::string text;  ///< Of a text, as UTF-8; of a number, as it is written.
-  std::string name;  ///< Of a member of an object.
+  std::string text;              ///< Of a text, as UTF-8; of a number, as it is written.
+  std::string name;              ///< Of a member of an object.
   std::vector<JsonValue> items;  ///< Of an array, or the members of an object in the order of the file.
 
   /// The member of that name, the last one if there are several, or null.

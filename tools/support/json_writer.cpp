@@ -3,6 +3,8 @@
 
 #include <cstdio>
 
+#include "support/utf8_steps.h"
+
 namespace sheaf::tool {
 
 void JsonWriter::comma() {
@@ -32,29 +34,24 @@ JsonWriter& JsonWriter::key(std::string_view name) {
   return *this;
 }
 
-// Bytes that are no UTF-8 would make the line unreadable for others, so they become U+FFFD.
+// Bytes that are no UTF-8 would make the line unreadable for others, so they become U+FFFD. What a terminal would obey
+// is escaped.
 void JsonWriter::quoted(std::string_view value) {
   out_ += '"';
-  for (std::size_t i = 0; i < value.size();) {
-    const auto c = static_cast<unsigned char>(value[i]);
-    if (c == '"' || c == '\\') {
+  for (std::size_t at = 0; at < value.size();) {
+    const Utf8Step step = utf8_step(value.substr(at));
+    char code[8] = "";
+    if (!step.is_valid)
+      std::snprintf(code, sizeof(code), "\\ufffd");
+    else if (is_unprintable(step.character))
+      std::snprintf(code, sizeof(code), "\\u%04x", static_cast<unsigned>(step.character));
+    else if (step.character == '"' || step.character == '\\')
       out_ += '\\';
-      out_ += value[i++];
-    } else if (c < 0x20 || c == 0x7F) {
-      char code[8];
-      std::snprintf(code, sizeof(code), "\\u%04x", c);
+    if (code[0] != '\0')
       out_ += code;
-      ++i;
-    } else if (c < 0x80) {
-      out_ += value[i++];
-    } else {
-      const std::size_t len = c >= 0xF0 && c < 0xF5 ? 4 : c >= 0xE0 && c < 0xF0 ? 3 : c >= 0xC2 && c < 0xE0 ? 2 : 0;
-      bool good = len != 0 && i + len <= value.size();
-      for (std::size_t k = 1; good && k < len; ++k)
-        good = (static_cast<unsigned char>(value[i + k]) & 0xC0) == 0x80;
-      out_ += good ? value.substr(i, len) : std::string_view("\\ufffd");
-      i += good ? len : 1;
-    }
+    else
+      out_ += value.substr(at, step.bytes);
+    at += step.bytes;
   }
   out_ += '"';
 }

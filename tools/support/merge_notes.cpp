@@ -1,3 +1,4 @@
+// Words for each fate of a part, and the columns of the table.
 #include "support/merge_notes.h"
 
 #include <cstring>

@@ -1,3 +1,4 @@
+// The sentences, and when they are printed.
 #include "support/signature_notes.h"
 
 #include "sheaf/document/signatures/signature_state.h"

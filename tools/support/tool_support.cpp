@@ -3,44 +3,69 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <fstream>
+#include <map>
 #include <vector>
 
 #include "sheaf/base/heap.h"
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/filters/ccitt.h"
 #include "sheaf/object/text_utf8.h"
+#include "support/inputs.h"
 
 namespace sheaf::tool {
 
-void complain(const std::string& file, const std::string& message) {
-  std::fprintf(stderr, "sheaf: %s: %s\n", file.c_str(), message.c_str());
-}
-
 namespace {
 
+// Standard input gives its bytes once, but a password may serve several documents.
+bool read_lines_once(const std::string& file, std::vector<std::string>& lines) {
+  static std::map<std::string, std::vector<std::string>> known;
+  if (const auto found = known.find(file); found != known.end()) {
+    lines = found->second;
+    return true;
+  }
+  std::string path;
+  if (!input_path(file, path))
+    return false;
+  std::ifstream in(path, std::ios::binary);
+  for (std::string line; std::getline(in, line);) {
+    if (!line.empty() && line.back() == '\r')
+      line.pop_back();
+    lines.push_back(line);
+  }
+  if (!in.eof()) {
+    complain(input_name(file), "the password file cannot be read; check the path and its permissions");
+    return false;
+  }
+  known[file] = lines;
+  return true;
+}
+
 // The password of the options. False, with a message, when its file cannot be read.
-bool read_password(const PasswordOptions& options, std::string& password) {
+bool read_password(const std::string& document, const PasswordOptions& options, std::string& password) {
   password = options.password;
   if (options.password_file.empty())
     return true;
-  const bool standard_input = options.password_file == "-";
-  std::FILE* in = standard_input ? stdin : std::fopen(options.password_file.c_str(), "rb");
-  if (in == nullptr) {
-    complain(options.password_file, "the password file cannot be opened; check the path and its permissions");
+  if (options.password_file == "-" && document == "-") {
+    complain("--password-file -", "standard input is the document already; put the password into a file");
     return false;
   }
-  for (int c = std::fgetc(in); c != EOF && c != '\n' && c != '\r'; c = std::fgetc(in))
-    password += static_cast<char>(c);
-  if (!standard_input)
-    std::fclose(in);
+  std::vector<std::string> lines;
+  if (!read_lines_once(options.password_file, lines))
+    return false;
+  password = lines.empty() ? "" : lines.front();
   return true;
 }
 
 }  // namespace
 
+bool read_password_lines(const std::string& file, std::vector<std::string>& passwords) {
+  return read_lines_once(file, passwords);
+}
+
 bool fix_password(PasswordOptions& options) {
   std::string password;
-  if (!read_password(options, password))
+  if (!read_password("", options, password))
     return false;
   options = {password, ""};
   return true;
@@ -109,19 +134,23 @@ void put_repairs(JsonWriter& json, CPDFDoc& doc) {
 
 bool open_document(CPDFDoc& doc, const std::string& file, const PasswordOptions& options, bool needs_password) {
   std::string password;
-  if (!read_password(options, password))
+  if (!read_password(file, options, password))
     return false;
   doc.set_password(password.c_str());
-  return doc.open(file.c_str()) ? accept(doc, file, needs_password) : refuse(doc, file);
+  std::string path;
+  if (!input_path(file, path))
+    return false;
+  const std::string name = input_name(file);
+  return doc.open(path.c_str()) ? accept(doc, name, needs_password) : refuse(doc, name);
 }
 
-bool open_document_for_update(CPDFDoc& doc, const std::string& path, const std::string& shown,
+bool open_document_for_update(CPDFDoc& doc, const std::string& path, const std::string& shown_name,
                               const PasswordOptions& options) {
   std::string password;
-  if (!read_password(options, password))
+  if (!read_password(shown_name, options, password))
     return false;
   doc.set_password(password.c_str());
-  return doc.open_for_update(path.c_str()) ? accept(doc, shown, true) : refuse(doc, shown);
+  return doc.open_for_update(path.c_str()) ? accept(doc, shown_name, true) : refuse(doc, shown_name);
 }
 
 std::int64_t drain(CPDFXRefTable& table, const CPDFStreamRec& rec, CPDFStream& decoder,

@@ -3,16 +3,15 @@
 
 #include <functional>
 #include <string>
+#include <vector>
 
 #include "sheaf/document/doc.h"
 #include "support/exit_codes.h"
 #include "support/json_writer.h"
+#include "support/messages.h"
 #include "support/password_options.h"
 
 namespace sheaf::tool {
-
-/// A message to standard error: "sheaf: FILE: what; what to do".
-void complain(const std::string& file, const std::string& message);
 
 /// Reads the password now, so that it can be used for several documents. False, with a message, when its
 /// file cannot be read.
@@ -22,8 +21,11 @@ bool fix_password(PasswordOptions& options);
 /// `needs_password` false an encrypted document that waits for its password counts as open.
 bool open_document(CPDFDoc& doc, const std::string& file, const PasswordOptions& password, bool needs_password = true);
 
-/// Opens `path` for reading and writing; messages name `shown`.
-bool open_document_for_update(CPDFDoc& doc, const std::string& path, const std::string& shown,
+/// Reads the passwords on the lines of a file, "-" for standard input. False, with a message, when it cannot be read.
+bool read_password_lines(const std::string& file, std::vector<std::string>& passwords);
+
+/// Opens `path` for reading and writing; messages name `shown_name`.
+bool open_document_for_update(CPDFDoc& doc, const std::string& path, const std::string& shown_name,
                               const PasswordOptions& password);
 
 /// The reference to object `num`. False, with a message, when its generation is not `gen`; -1 asks for

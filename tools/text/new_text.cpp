@@ -8,6 +8,7 @@
 
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/base/wide_text.h"
+#include "support/inputs.h"
 #include "support/tool_support.h"
 #include "text/text_fonts.h"
 #include "text/text_lines.h"
@@ -134,7 +135,7 @@ private:
         content_ += hex;
         // Columns run downwards, against the axis: what is taken back is a negative number.
         if (glyphs[i].less != 0)
-          content_ += "> -" + std::to_string(glyphs[i].less) + " <";
+          content_ += "> " + std::to_string(vertical_ ? -glyphs[i].less : glyphs[i].less) + " <";
       }
       content_ += ">] TJ\n";
     }
@@ -152,11 +153,44 @@ private:
   std::vector<PDF_REF> pages_;
 };
 
+// Along the line, in thousandths of the size.
+int advance_of(CPDFFontType0& font, unsigned code) {
+  return font.is_vertical() ? -font.vertical_metrics(code).advance : font.glyph_width(code);
+}
+
+unsigned code_of(CPDFFontType0& font, wchar_t character) {
+  unsigned char bytes[2];
+  font.encode(&character, 1, bytes);
+  return static_cast<unsigned>(bytes[0] << 8 | bytes[1]);
+}
+
+// A space that ends at the next column of eight digits.
+void add_tab(TextFonts& fonts, std::vector<SetGlyph>& glyphs) {
+  constexpr int kDigitsOfColumn = 8;
+  constexpr wchar_t kSpace = ' ';
+  const int font = fonts.find(kSpace);
+  if (font < 0)
+    return;
+  const unsigned code = code_of(fonts.font(font), kSpace);
+  const int advance = advance_of(fonts.font(font), code);
+  const int digit = fonts.find(L'0') == font ? advance_of(fonts.font(font), code_of(fonts.font(font), L'0')) : advance;
+  const int column = std::max(kDigitsOfColumn * digit, 1);
+  int used = 0;
+  for (const SetGlyph& glyph : glyphs)
+    used = (used + glyph.advance - glyph.less) % column;
+  const int wanted = column - used >= advance ? column - used : 2 * column - used;
+  glyphs.push_back({font, code, advance, advance - wanted, kSpace});
+}
+
 // One paragraph as glyphs. False when no font can be used at all.
 bool set_glyphs(TextFonts& fonts, const wchar_t* from, const wchar_t* to, std::vector<SetGlyph>& glyphs,
                 Trouble& trouble) {
   glyphs.clear();
   for (; from != to; ++from) {
+    if (*from == '\t') {
+      add_tab(fonts, glyphs);
+      continue;
+    }
     int font = fonts.find(*from);
     if (font < 0) {
       if (is_ignorable(*from))
@@ -167,11 +201,9 @@ bool set_glyphs(TextFonts& fonts, const wchar_t* from, const wchar_t* to, std::v
       if (font < 0)
         return false;
     }
-    unsigned char code[2];
     CPDFFontType0& chosen = fonts.font(font);
-    chosen.encode(from, 1, code);
-    const unsigned number = static_cast<unsigned>(code[0] << 8 | code[1]);
-    const int advance = chosen.is_vertical() ? -chosen.vertical_metrics(number).advance : chosen.glyph_width(number);
+    const unsigned number = code_of(chosen, *from);
+    const int advance = advance_of(chosen, number);
     // In a column a space is as high as an ideograph, which would tear words apart.
     const int less = chosen.is_vertical() && *from == ' ' ? std::max(advance - kColumnSpace, 0) : 0;
     glyphs.push_back({font, number, advance, less, *from});
@@ -186,9 +218,7 @@ bool set_text(TextFonts& fonts, PageSetter& pages, const std::vector<wchar_t>& t
   std::vector<wchar_t> paragraph;
   for (std::size_t at = 0; at < text.size(); ++at) {
     const bool ends = text[at] == '\n' || text[at] == '\f';
-    if (text[at] == '\t')
-      paragraph.insert(paragraph.end(), 4, L' ');
-    else if (!ends && text[at] >= ' ')
+    if (!ends && (text[at] >= ' ' || text[at] == '\t'))
       paragraph.push_back(text[at]);
     if (!ends && at + 1 != text.size())
       continue;
@@ -224,9 +254,12 @@ int report(const TextOptions& options, const Trouble& trouble) {
 }  // namespace
 
 int add_text_pages(CPDFDoc& doc, const TextOptions& options) {
-  std::ifstream in(options.file, std::ios::binary);
+  std::string path;
+  if (!input_path(options.file, path))
+    return kExitFailed;
+  std::ifstream in(path, std::ios::binary);
   if (!in) {
-    complain(options.file, "the text cannot be opened; check the path and its permissions");
+    complain(input_name(options.file), "the text cannot be opened; check the path and its permissions");
     return kExitFailed;
   }
   const std::string utf8{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};

@@ -136,9 +136,9 @@ public:
   int page_count();
   /// The object of page `index` (from 0); {0, 0} when there is none. The first call walks the tree.
   PDF_REF page_ref(int index);
-  /// Makes the page list from the nodes of a sound tree, as they count their kids, and from a sample
-  /// of the pages; the others are not read. False when the tree was or had to be walked. The list
-  /// stands until `load_page` meets something else than a page: the tree is then walked after all.
+  /// Builds the list from "Count" alone and checks 32 pages as a sample. False if a full walk was
+  /// needed. If `load_page` later meets something that is no page, the list is dropped and the tree
+  /// is walked after all.
   bool list_pages_as_told();
   /// Whether the list is still as the nodes tell.
   bool has_pages_as_told() const { return believed_; }
@@ -168,8 +168,9 @@ public:
   /// memory or no catalogue that can be changed.
   bool store_page_tree();
 
-  /// Gives new stream data a temporary file in `folder` (null: TMPDIR, else /tmp), which goes with
-  /// the document. Without one they stay in memory.
+  /// Gives new stream data a temporary file without a name in `folder` (null: TMPDIR, else /tmp),
+  /// which goes with the document or the process. Without one they stay in memory. A document that
+  /// has one keeps it.
   bool use_temp_file(const char* folder);
   /// Sets a text of the document information ("Title", "Author" ...) and the date of change; a packet of
   /// metadata follows with the next save. The change waits for a save.

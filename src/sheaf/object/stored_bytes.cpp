@@ -1,3 +1,4 @@
+// The count comes from the record, from "Length", or from a search for endstream.
 #include "sheaf/object/stored_bytes.h"
 
 #include <algorithm>

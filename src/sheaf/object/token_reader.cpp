@@ -1,3 +1,4 @@
+// Tokens are read in the buffer as far as they lie in it, and collected byte by byte at its end.
 #include "sheaf/object/token_reader_internal.h"
 
 #include <algorithm>

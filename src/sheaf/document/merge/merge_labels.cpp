@@ -1,3 +1,4 @@
+// Labels are collected by page while sources are appended, and written once as one number tree.
 #include "sheaf/document/merge/merge_labels.h"
 
 #include <algorithm>

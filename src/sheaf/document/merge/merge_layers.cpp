@@ -1,3 +1,4 @@
+// Groups are imported with the lists of the default configuration that name them.
 #include "sheaf/document/merge/merge_layers.h"
 
 #include <new>

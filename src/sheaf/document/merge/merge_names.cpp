@@ -1,3 +1,4 @@
+// Each kind of names is loaded once, and written when the merge ends.
 #include "sheaf/document/merge/merge_names.h"
 
 #include <cstring>

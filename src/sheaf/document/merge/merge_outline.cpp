@@ -1,3 +1,4 @@
+// Entries are listed first, so that those without a page left can be dropped before any is written.
 #include "sheaf/document/merge/merge_outline.h"
 
 #include <algorithm>

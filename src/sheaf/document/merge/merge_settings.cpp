@@ -1,3 +1,4 @@
+// Each setting has its rule: the target keeps its own, takes that of a source, or joins the two.
 #include "sheaf/document/merge/merge_settings.h"
 
 #include <cstring>

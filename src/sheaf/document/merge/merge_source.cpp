@@ -1,3 +1,4 @@
+// Numbers for the pages are reserved before anything is imported, so that links find them.
 #include "sheaf/document/merge/merge_source.h"
 
 #include "sheaf/object/array.h"

@@ -1,3 +1,4 @@
+// Elements are visited from the root on a stack of the walk's own, and stored when they hold something.
 #include "sheaf/document/merge/merge_structure.h"
 
 #include <algorithm>

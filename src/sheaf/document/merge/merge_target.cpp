@@ -1,3 +1,4 @@
+// The notes on what became of each part, and changes of dictionaries in memory.
 #include "sheaf/document/merge/merge_target.h"
 
 #include <cstring>

@@ -1,3 +1,4 @@
+// Walks over all objects that the append has stored, and mends each in place.
 #include "sheaf/document/merge/merge_tidy.h"
 
 #include <cstring>
@@ -5,24 +6,13 @@
 #include "sheaf/base/heap.h"
 #include "sheaf/document/merge/merge_structure.h"
 #include "sheaf/object/array.h"
+#include "sheaf/object/destination.h"
 #include "sheaf/object/stream_rec.h"
 #include "sheaf/object/text_utf8.h"
 
 namespace sheaf {
 
 namespace {
-
-constexpr const char* kFitNames[] = {"XYZ", "Fit", "FitH", "FitV", "FitR", "FitB", "FitBH", "FitBV"};
-
-bool is_destination(const CPDFArray& array) {
-  if (array.count < 2 || array.items[0].tag != kTagRef || array.items[1].tag != kTagName)
-    return false;
-  for (const char* name : kFitNames) {
-    if (array.items[1].is_name(name))
-      return true;
-  }
-  return false;
-}
 
 bool is_action(const CPDFDictionary& dict, const char* name) {
   const CPDFObj* kind = dict.get_item("S");

@@ -1,3 +1,4 @@
+// Names that are reserved but not used leave no entry.
 #include "sheaf/document/merge/name_additions.h"
 
 #include "sheaf/document/names/name_tree.h"

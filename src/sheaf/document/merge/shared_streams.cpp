@@ -1,3 +1,4 @@
+// Streams are compared by length, then by digest, then byte by byte with their dictionaries.
 #include "sheaf/document/merge/shared_streams.h"
 
 #include <algorithm>

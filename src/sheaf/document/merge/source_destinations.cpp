@@ -1,3 +1,4 @@
+// Destinations are visited in the order of the file, since each may be in an object stream.
 #include "sheaf/document/merge/source_destinations.h"
 
 #include <algorithm>

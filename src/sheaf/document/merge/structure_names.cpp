@@ -1,3 +1,4 @@
+// A name that means something else in the target is replaced by one with a number.
 #include "sheaf/document/merge/structure_names.h"
 
 #include <cstdio>

@@ -1,3 +1,4 @@
+// The scan runs when the first object is missing, and only once.
 #include "sheaf/document/open/object_rescue_internal.h"
 
 #include <algorithm>
@@ -25,8 +26,8 @@ void read_member_numbers(CPDFXRefTable& table, const CPDFStreamRec& rec, GrowArr
     return;
   const std::int64_t ceiling = table.decoded_ceiling > 0 ? table.decoded_ceiling : kMostObjStmBytes;
   int size = 0;
-  const HeapBlock<std::uint8_t> data(
-      decoder->buffer_load(decoder->most_text(static_cast<int>(std::min<std::int64_t>(ceiling, kMostObjStmBytes))), size));
+  const HeapBlock<std::uint8_t> data(decoder->buffer_load(
+      decoder->most_text(static_cast<int>(std::min<std::int64_t>(ceiling, kMostObjStmBytes))), size));
   if (!data || size < 1)
     return;
   CPDFBufMem buf;

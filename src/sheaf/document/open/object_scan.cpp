@@ -1,3 +1,4 @@
+// The file is read through a window, in which headers and keywords are recognised.
 #include <algorithm>
 #include <cstring>
 

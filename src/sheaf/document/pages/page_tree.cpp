@@ -231,7 +231,7 @@ bool CPDFDoc::list_pages_as_told() {
   list_pages(true);
   const auto size = static_cast<int>(pages_.size());
   bool good = !pages_incomplete_ && size == told;
-  // A tree whose counts are wrong is so throughout, as a rule: pages here and there will show it.
+  // Wrong counts are usually wrong everywhere, so a sample reveals them.
   Freed<CPDFObj> page;
   for (int i = 0; good && i < std::min(size, kProbes); ++i) {
     table_.get_entity(page, pages_[static_cast<std::size_t>(std::int64_t{i} * size / std::min(size, kProbes))].ref);

@@ -1,3 +1,4 @@
+// Counts signed fields, and reads the permissions of a certification (DocMDP).
 #include "sheaf/document/signatures/signature_state.h"
 
 #include "sheaf/base/scope_guard.h"

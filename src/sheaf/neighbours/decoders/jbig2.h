@@ -81,8 +81,8 @@ public:
   std::int32_t segment_count = 0;
 
   std::int32_t segment_cap = 0;
-  sheaf::GrowArray<void*> kept;  ///< Blocks that live as long as the decoder, owned.
-  sheaf::jb2::Limits limits = {};       ///< What decoding may still cost.
+  sheaf::GrowArray<void*> kept;    ///< Blocks that live as long as the decoder, owned.
+  sheaf::jb2::Limits limits = {};  ///< What decoding may still cost.
 
   CQVJBIG2() = default;
   CQVJBIG2(const CQVJBIG2&) = delete;

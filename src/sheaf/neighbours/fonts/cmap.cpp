@@ -1,3 +1,4 @@
+// Lookups go from the map itself to the map that it builds on. Text is kept in UTF-16.
 #include "sheaf/neighbours/fonts/cmap.h"
 
 #include <algorithm>

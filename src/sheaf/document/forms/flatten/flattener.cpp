@@ -55,16 +55,17 @@ bool is_asked_for(CPDFXRefTable& table, const CPDFDictionary& annotation, PDF_FL
 bool CPDFFlattener::run(PDF_FLATTEN what) {
   const HeapWatch watch;
   report_ = {};
+  doc_.table().drain_pending();
+  look_at_form();
   CPDFFormFiller filler(doc_);
   if (filler.load() && !filler.draw_missing())
     return false;
   read_default_resources();
-  count_signatures();
   for (int i = 0; i < doc_.page_count(); ++i) {
     if (!flatten_page(i, what))
       return false;
   }
-  return forget_named() && drop_form() && watch.all_granted();
+  return forget_named() && drop_form() && empty_containers() && watch.all_granted();
 }
 
 // As an object of its own, so that appearances share it.
@@ -84,12 +85,19 @@ void CPDFFlattener::read_default_resources() {
     default_resources_.set_ref(ref);
 }
 
-void CPDFFlattener::count_signatures() {
-  CPDFAcroForm form(doc_.table());
+// What the form holds: its signatures, and the object streams that its fields stand in.
+void CPDFFlattener::look_at_form() {
+  CPDFXRefTable& table = doc_.table();
+  CPDFAcroForm form(table);
   form.load();
   for (std::int32_t i = 0; i < form.field_count(); ++i) {
     const CPDFField& field = *form.field_at(i);
     FieldFacts facts;
+    GrowArray<PDF_REF> widgets;
+    note_container(field.ref());
+    collect_widgets(table, field.ref(), widgets);
+    for (const PDF_REF& widget : widgets)
+      note_container(widget);
     facts.read(field);
     if (!field.is_terminal() || facts.kind != FieldKind::kSignature)
       continue;
@@ -97,6 +105,29 @@ void CPDFFlattener::count_signatures() {
     field.get_value("V", value);
     report_.signatures += value.as_dict() != nullptr ? 1 : 0;
   }
+}
+
+void CPDFFlattener::note_container(const PDF_REF& ref) {
+  const PDF_XREF* const entry = doc_.table().entry(ref.num);
+  if (entry != nullptr && entry->is_compressed())
+    containers_.visit(static_cast<std::int32_t>(entry->offset));
+}
+
+// An object stream goes into a new file as it is, with all that it holds. The others of those in which something of the
+// form stands become objects of their own, so that the streams are left behind.
+bool CPDFFlattener::empty_containers() {
+  CPDFXRefTable& table = doc_.table();
+  for (std::uint32_t num = 1; num < table.xref_count; ++num) {
+    const PDF_XREF entry = *table.entry(num);
+    if (!entry.is_compressed() || !containers_.has(static_cast<std::int32_t>(entry.offset)))
+      continue;
+    const PDF_REF ref{static_cast<std::int32_t>(num), 0};
+    Freed<CPDFObj> obj;
+    table.get_stored(obj, ref);
+    if (!obj.is_null() && !table.store_object(ref, obj))
+      return false;
+  }
+  return true;
 }
 
 bool CPDFFlattener::flatten_page(int index, PDF_FLATTEN what) {
@@ -152,6 +183,7 @@ bool CPDFFlattener::take(PageWork& work, const CPDFObj& item, const CPDFDictiona
     return work.left.count > before;
   }
   work.changed = true;
+  note_container(item.as_ref());
   work.gone.visit(item.as_ref().num);
   return dict.get_item("StructParent") == nullptr || item.tag != kTagRef || named_.push(item.as_ref());
 }

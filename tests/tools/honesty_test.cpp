@@ -1,0 +1,113 @@
+// That the tool says what is so: about what protects, what cannot be known, and what was asked of it wrongly.
+#include <gtest/gtest.h>
+
+#include "support/external_tool.h"
+#include "support/pdf_builder.h"
+
+namespace {
+
+const std::string kTool = SHEAF_TOOL;
+
+struct Honesty : testing::Test {
+  void SetUp() override { write_file(in, PdfBuilder().pages(2).classic().str()); }
+  RunResult sheaf(const std::string& arguments, const std::string& redirect = "2>&1") {
+    return run_command("cd " + folder.str() + " && " + kTool + " " + arguments + " " + redirect);
+  }
+  static bool contains(const RunResult& result, const std::string& text) {
+    return result.output.find(text) != std::string::npos;
+  }
+
+  TestFolder folder;
+  std::string in = folder / "in.pdf";
+};
+
+TEST_F(Honesty, EncryptionThatWouldNotProtectIsRefused) {
+  struct Row {
+    const char* options;
+    const char* why;
+  };
+  for (const Row& row :
+       {Row{"--encrypt aes256", "everybody could open the file"},
+        Row{"--encrypt aes256 --user-password u --permissions print", "bind nobody"},
+        Row{"--encrypt aes256 --user-password u --owner-password u --permissions print", "bind nobody"},
+        Row{"--encrypt aes256 --owner-password o --permissions print,fly", "\"fly\" is no permission"},
+        Row{"--encrypt rc4 --owner-password o --clear-metadata", "RC4 encrypts the metadata"},
+        Row{"--encrypt des --owner-password o", "aes256"}}) {
+    const RunResult result = sheaf(std::string("rewrite in.pdf out.pdf ") + row.options);
+    EXPECT_EQ(result.code, 2) << row.options;
+    EXPECT_TRUE(contains(result, row.why)) << result.output;
+    EXPECT_FALSE(std::filesystem::exists(folder / "out.pdf")) << row.options;
+  }
+}
+
+TEST_F(Honesty, WhatAnEncryptedFileHidesIsSaidToBeUnknown) {
+  ASSERT_EQ(sheaf("rewrite in.pdf out.pdf --encrypt aes256 --user-password u --owner-password o "
+                  "--permissions print,copy")
+                .code,
+            0);
+  for (const char* arguments : {"info --json out.pdf", "info --json --password wrong out.pdf"}) {
+    const RunResult info = sheaf(arguments);
+    EXPECT_EQ(info.code, 1) << arguments;
+    EXPECT_TRUE(contains(info, "\"pages\":null") && contains(info, "cannot be counted")) << info.output;
+  }
+  const RunResult info = sheaf("info --json --password u out.pdf in.pdf");
+  EXPECT_TRUE(contains(info, "\"permissions\":[\"print\",\"copy\"]")) << info.output;
+}
+
+TEST_F(Honesty, MessagesBeginWithTheToolAndNameWhatIsRight) {
+  struct Row {
+    const char* arguments;
+    const char* why;
+  };
+  for (const Row& row :
+       {Row{"frobnicate in.pdf", "sheaf: frobnicate: is no command"}, Row{"info", "sheaf: info: FILE is required"},
+        Row{"info --nonsense in.pdf", "sheaf: info: "}, Row{"show in.pdf abc", "1 to 2147483647"},
+        Row{"check --progress=often in.pdf", "always"}, Row{"info .", "is a directory"}, Row{"", "sheaf: "}}) {
+    const RunResult result = sheaf(row.arguments);
+    EXPECT_EQ(result.code, 2) << row.arguments;
+    EXPECT_TRUE(result.output.rfind("sheaf:", 0) == 0 && contains(result, row.why)) << result.output;
+  }
+}
+
+// A document, and a file name, whose every text would clear a terminal or turn its lines round.
+TEST_F(Honesty, NothingThatATerminalObeysIsPrinted) {
+  const std::string evil =
+      "\x1b[2J\x07\r\n\x9b"
+      "31m";
+  const std::string text = "(\xEF\xBB\xBF" + evil + "\xC2\x9B\xE2\x80\xAE)";
+  PdfBuilder builder;
+  builder.obj(1, "<</Type/Catalog/Pages 2 0 R/AcroForm<</Fields[5 0 R]>>>>")
+      .obj(2, "<</Type/Pages/Kids[3 0 R]/Count 1>>")
+      .obj(3, "<</Type/Page/Parent 2 0 R/MediaBox[0 0 9 9]/Annots[5 0 R 6 0 R]/Resources<</Font<</F 4 0 R>>>>>>")
+      .obj(4, "<</Type/Font/Subtype/Type1/BaseFont/A#1b#5b2J/Encoding/E#1b#9b>>")
+      .obj(5, "<</Type/Annot/Subtype/Widget/FT/Tx/T" + text + "/V" + text + "/Rect[0 0 1 1]>>")
+      .obj(6, "<</Type/Annot/Subtype/Te#1bxt/Contents" + text + "/Rect[0 0 1 1]>>")
+      .obj(7, "<</Title" + text + ">>")
+      .stream(8, "/Filter/No#1b#07Such", "x");
+  const std::string name = folder / "a\x1b[2J.pdf";
+  write_file(name, builder.classic("/Root 1 0 R/Info 7 0 R").str());
+  for (const char* command :
+       {"info", "check", "pages", "annots", "fields", "fonts", "images", "pdfa", "stream", "map"}) {
+    for (const char* form : {"", " --json"}) {
+      const RunResult result =
+          sheaf(std::string(command) + form + " '" + name + "'" + (std::string(command) == "stream" ? " 8" : ""));
+      for (const char* harmful : {"\x1b", "\x07", "\r",
+                                  "\x9b"
+                                  "31m",
+                                  "\xC2\x9B", "\xE2\x80\xAE"})
+        EXPECT_FALSE(contains(result, harmful)) << command << form << result.output;
+    }
+  }
+}
+
+TEST_F(Honesty, WhatANewFileLeavesOutIsToldWhenAsked) {
+  PdfBuilder builder;
+  write_file(in, builder.pages(1).obj(7, "(unused)").obj(8, "(unused)").classic().str());
+  const RunResult verbose = sheaf("rewrite --verbose in.pdf out.pdf");
+  EXPECT_EQ(verbose.code, 0);
+  EXPECT_TRUE(contains(verbose, "left out: 2 objects that nothing refers to")) << verbose.output;
+  EXPECT_TRUE(contains(verbose, "keys of the trailer")) << verbose.output;
+  EXPECT_FALSE(contains(sheaf("rewrite in.pdf out.pdf"), "left out"));
+}
+
+}  // namespace

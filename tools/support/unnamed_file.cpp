@@ -1,0 +1,78 @@
+#include "support/unnamed_file.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <vector>
+
+#include "support/messages.h"
+
+namespace sheaf::tool {
+
+std::string temporary_folder() {
+  const char* const chosen = std::getenv("TMPDIR");
+  return chosen != nullptr && *chosen != '\0' ? chosen : "/tmp";
+}
+
+int make_unnamed_file(const std::string& folder, unsigned mode) {
+#ifdef O_TMPFILE
+  // Its name is given through /proc, which a small container may lack.
+  if (access("/proc/self/fd", X_OK) == 0)
+    return open(folder.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, mode);
+#endif
+  errno = EOPNOTSUPP;
+  return -1;
+}
+
+int make_temporary_file() {
+  const std::string folder = temporary_folder();
+  int handle = make_unnamed_file(folder, 0600);
+  if (handle >= 0)
+    return handle;
+  std::string name = folder + "/sheaf-XXXXXX";
+  handle = mkostemp(name.data(), O_CLOEXEC);
+  if (handle >= 0)
+    unlink(name.c_str());
+  else
+    complain(folder, std::string("no temporary file can be made in it: ") + std::strerror(errno));
+  return handle;
+}
+
+std::string path_of_handle(int handle) {
+  return "/proc/self/fd/" + std::to_string(handle);
+}
+
+bool write_all(int handle, const void* data, std::size_t size) {
+  const auto* at = static_cast<const char*>(data);
+  while (size > 0) {
+    const ssize_t put = write(handle, at, size);
+    if (put < 0 && errno == EINTR)
+      continue;
+    if (put <= 0)
+      return false;
+    at += put;
+    size -= static_cast<std::size_t>(put);
+  }
+  return true;
+}
+
+long long copy_bytes(int from, int to) {
+  constexpr std::size_t kBlock = 256 * 1024;
+  std::vector<char> block(kBlock);
+  long long total = 0;
+  for (;;) {
+    const ssize_t got = read(from, block.data(), block.size());
+    if (got < 0 && errno == EINTR)
+      continue;
+    if (got == 0)
+      return total;
+    if (got < 0 || !write_all(to, block.data(), static_cast<std::size_t>(got)))
+      return -1;
+    total += got;
+  }
+}
+
+}  // namespace sheaf::tool
