@@ -246,6 +246,8 @@ void check_document(CPDFDoc& doc, CheckResult& result) {
 
 std::vector<Problem> find_losses(CPDFDoc& source, CPDFDoc& copy) {
   std::vector<Problem> lost;
+  if (source.has_lost_encryption())
+    lost.push_back({0, "the encryption dictionary could not be read; what was written is as it was stored"});
   for (const PDF_DOC_REPAIR& repair : source.repairs()) {
     if (may_lack_data(repair))
       lost.push_back({repair.num, repair.action});
