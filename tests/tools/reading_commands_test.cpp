@@ -124,6 +124,20 @@ TEST_F(Reading, MergeTakesTheRangesAsTheyAreWritten) {
   EXPECT_FALSE(std::filesystem::exists(folder / "no.pdf"));
 }
 
+TEST_F(Reading, AnnotationsNestedTooDeepAreReported) {
+  for (const int fields : {30, 40}) {
+    PdfBuilder builder;
+    builder.obj(1, "<</Type/Catalog/Pages 2 0 R>>").obj(2, "<</Type/Pages/Kids[3 0 R]/Count 1>>");
+    builder.obj(3, "<</Type/Page/Parent 2 0 R/Annots[4 0 R]>>");
+    for (int i = 0; i < fields; ++i) {
+      const std::string parent = i + 1 < fields ? "/Parent " + std::to_string(5 + i) + " 0 R" : "";
+      builder.obj(4 + i, "<</Type/Annot/Subtype/Widget/T(x)" + parent + ">>");
+    }
+    write_file(in, builder.classic().str());
+    EXPECT_EQ(sheaf("annots --json " + in).code, fields > 32 ? 1 : 0) << fields;
+  }
+}
+
 TEST_F(Reading, PasswordsComeFromStandardInput) {
   write_file(in, PdfBuilder().pages(1).classic("/Root 1 0 R/ID[<0A><0B>]").str());
   const std::string locked = folder / "locked.pdf";

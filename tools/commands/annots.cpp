@@ -35,11 +35,40 @@ std::string utf8_of(const wchar_t* text) {
   return out;
 }
 
-void print_annotation(CPDFXRefTable& table, const CPDFObj& item, int page, JsonWriter* json) {
+// Fields that are nested as deep as there are annotations would all be written with each of these.
+constexpr std::int32_t kMostLevels = 32;
+
+// Whether containers are nested `levels` deep, `value` being the first.
+bool is_nested(const CPDFObj& value, int levels) {
+  const CPDFArray* const array = value.as_array();
+  const CPDFDictionary* const dict = value.as_dict();
+  if (array == nullptr && dict == nullptr)
+    return false;
+  if (levels <= 1)
+    return true;
+  const std::int32_t count = array != nullptr ? array->count : dict->count;
+  for (std::int32_t i = 0; i < count; ++i) {
+    if (is_nested(array != nullptr ? array->items[i] : *dict->items[i], levels - 1))
+      return true;
+  }
+  return false;
+}
+
+// The annotation itself is the first level. One that fills all of them may go on.
+bool may_be_cut(const CPDFDictionary& flat) {
+  for (std::int32_t i = 0; i < flat.count; ++i) {
+    if (is_nested(*flat.items[i], kMostLevels - 1))
+      return true;
+  }
+  return false;
+}
+
+// True when something of the annotation may be left out.
+bool print_annotation(CPDFXRefTable& table, const CPDFObj& item, int page, JsonWriter* json) {
   Cleared<CPDFDictionary> flat;
   const PDF_REF ref = item.as_ref();
   if (item.tag == kTagRef ? table.export_annot(flat, ref) == 0 : item.as_dict() == nullptr)
-    return;
+    return false;
   if (item.tag != kTagRef)
     table.export_dict(flat, item.as_dict());
   if (json == nullptr) {
@@ -48,7 +77,7 @@ void print_annotation(CPDFXRefTable& table, const CPDFObj& item, int page, JsonW
     std::printf("%6d %8d %-14s %s\n", page + 1, ref.num,
                 kind != nullptr && kind->as_text() != nullptr ? shown(kind->as_text()).c_str() : "",
                 text != nullptr ? shown(utf8_text(text->as_string())).c_str() : "");
-    return;
+    return false;
   }
   json->begin_object().key("object").number(ref.num).key("values").begin_object();
   for (std::int32_t i = 0; i < flat.count; ++i) {
@@ -56,14 +85,14 @@ void print_annotation(CPDFXRefTable& table, const CPDFObj& item, int page, JsonW
     write_value(*json, *flat.items[i]);
   }
   json->end_object().end_object();
+  return may_be_cut(flat);
 }
 
 int run_annots(const AnnotsOptions& options) {
   CPDFDoc doc;
   if (!open_document(doc, options.file, options.password))
     return kExitFailed;
-  // Fields that are nested as deep as there are annotations would all come with each of these.
-  constexpr std::int32_t kMostLevels = 32;
+  bool is_cut = false;
   doc.table().export_depth = kMostLevels;
   JsonWriter json;
   begin_report(json, options.file).key("pages").begin_array();
@@ -76,13 +105,16 @@ int run_annots(const AnnotsOptions& options) {
       doc.table().resolve(annots, page.dict.get_item("Annots"));
     json.begin_object().key("page").number(i + 1).key("annotations").begin_array();
     for (std::int32_t k = 0; annots.as_array() != nullptr && k < annots.as_array()->count; ++k)
-      print_annotation(doc.table(), annots.as_array()->items[k], i, options.json ? &json : nullptr);
+      is_cut |= print_annotation(doc.table(), annots.as_array()->items[k], i, options.json ? &json : nullptr);
     json.end_array().end_object();
   }
   json.end_array().end_object();
   if (options.json)
     std::printf("%s\n", json.str().c_str());
-  return doc.status() == PDF_OPEN::kClean ? kExitClean : kExitProblems;
+  if (is_cut)
+    complain(options.file, "annotations are nested deeper than " + std::to_string(kMostLevels) +
+                               " levels; what is below is left out, and sheaf show prints it by its object");
+  return doc.status() == PDF_OPEN::kClean && !is_cut ? kExitClean : kExitProblems;
 }
 
 int run_fields(const FieldsOptions& options) {

@@ -20,7 +20,7 @@ constexpr Loss kLosses[] = {
     {"signatures", "its signatures end, since the file that they signed ends; their appearances stay"},
     {"certification", "its certification ends with the file that it certifies"},
     {"usage rights", "its usage rights end with the file that they were granted to"},
-    {"encryption", "it is encrypted and the result is not; use --encrypt to protect the result"},
+    {"encryption", "it is encrypted and the result is not; sheaf rewrite --encrypt protects it"},
     {"XFA form", "its XFA form stays behind; the fields of its AcroForm come along"},
     {"validation data", "the data for validating its signatures stay behind"},
     {"articles", "its articles stay behind"},
