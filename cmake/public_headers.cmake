@@ -22,7 +22,10 @@ set(SHEAF_PUBLIC_HEADERS
   document/images/image.h
   document/merge/doc_merge.h
   document/merge/merge_report.h
+  document/metadata/doc_metadata.h
   document/names/name_list.h
+  document/save/doc_saver.h
+  document/save/save_kinds.h
   document/signatures/signature_writer.h
   filters/stream_filter.h
   neighbours/fonts/cmap_resources.h

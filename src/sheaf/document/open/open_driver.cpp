@@ -72,7 +72,8 @@ bool CPDFDoc::open(CQVStream* stream) {
 }
 
 void CPDFDoc::close() {
-  fold_plain_sections();
+  saver_.finish();
+  metadata_.forget();
   table_.XRefFree();
   reset_table();
   table_.stream = nullptr;
@@ -98,11 +99,6 @@ void CPDFDoc::close() {
   linearized_ = authorised_ = pages_changed_ = false;
   version_[0] = 0;
   file_size_ = header_offset_ = 0;
-  forget_plain_sections();
-  saved_changes_ = 0;
-  changed_info_ = 0;
-  metadata_left_ = false;
-  last_save_ = PDF_SAVE::kUnchanged;
 }
 
 // A fresh table over the present stream.
