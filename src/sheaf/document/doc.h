@@ -28,7 +28,7 @@
 #include "sheaf/xref/xref_table.h"
 
 namespace sheaf {
-class DeepRecovery;
+class DocumentOpener;
 class ObjectRescue;
 }  // namespace sheaf
 
@@ -208,38 +208,12 @@ private:
     bool has_no_pages = false;  // the tree itself says so
   };
 
-  // Where a file says that its newest section begins.
-  struct StartMark {
-    long long position;  // of the word itself
-    std::uint32_t offset = 0;
-    bool has_number = false;
-    bool is_cut = false;
-  };
-
-  bool is_too_large() const;
+  // open/
+  friend class sheaf::DocumentOpener;
+  friend class sheaf::ObjectRescue;
   bool open_stream();
   void reset_table();
-  void begin_at(long long base);
-  void find_header();
-  bool find_startxref(StartMark& mark);
-  void read_start_mark(StartMark& mark);
-  std::uint32_t adjust_section_offset(std::uint32_t offset);
-  bool is_section_at(std::uint32_t offset);
-  void look_behind(const StartMark& mark);
-  void tell_of_missing_bytes();
-  bool try_sections();
-  bool try_section_before(const StartMark& mark);
-  bool try_linearized();
-  bool try_rebuild();
-  bool try_deep_recovery();
-  bool heal();
-  Attempt examine();
-  bool header_stands_at(const PDF_REF& ref);
-  bool offsets_mislead();
   bool waits_for_password() const { return is_encrypted() && !is_readable(); }
-  bool authorise_quietly();
-  bool finish(PDF_OPEN status);
-  void read_version();
   void add_repair(const char* code, std::int32_t num, std::uint32_t offset, const char* action);
 
   // page_tree.cpp
@@ -267,11 +241,6 @@ private:
   PDF_REF share_direct_resources(std::int32_t holder);
   void keep_resources_of(std::int32_t top);
 
-  // deep_recovery.cpp
-  friend class sheaf::DeepRecovery;
-  friend class sheaf::ObjectRescue;
-  void tell_of_missing(std::int32_t num);
-
   CPDFXRefTable table_;
   CPDFStandardSecHand handler_;
   CQVStreamBlocks blocks_;  // a document opened for reading
@@ -286,8 +255,6 @@ private:
   bool pages_incomplete_ = false;  // there was no memory for all of them
   char version_[8]{};
   long long file_size_ = 0;
-  std::uint32_t stated_section_ = 0;  // where the end of the file says that the newest section begins
-  std::uint32_t stated_length_ = 0;   // "L" of the linearization
   long long header_offset_ = 0;
   bool walked_ = false;
   bool believed_ = false;  // the list is what the nodes tell

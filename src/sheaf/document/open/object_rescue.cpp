@@ -98,7 +98,8 @@ void ObjectRescue::enter_missing() {
   busy_ = false;
   entered_ = is_readable;
   if (first != 0)
-    doc_.tell_of_missing(first);
+    doc_.add_repair("objects", first, 0,
+                    "this object and others are in no section that can be read; found by scanning");
 }
 
 void ObjectRescue::enter_members(const ObjectScan::Object& container) {
