@@ -86,10 +86,9 @@ bool CPDFDoc::attach(const char* path) {
   const ScopeGuard release_name([&name] { QVFree(name.data); });
   if (spec == 0 || name.data == nullptr)
     return false;
-  Freed<CPDFObj> catalog;
   Freed<CPDFObj> names;
   Freed<CPDFObj> tree;
-  table_.resolve(catalog, &table_.root);
+  Freed<CPDFObj> catalog = table_.catalog();
   CPDFDictionary* const top = catalog.as_dict();
   if (top == nullptr)
     return false;

@@ -195,15 +195,13 @@ bool DocMetadata::store_frame() {
   table_.claims_pdfa = frame_ == PDF_FRAME::kClaim ? 1 : 0;
   PDF_FRAME_FOUND found;
   read_frame(found);
-  Freed<CPDFObj> catalog;
-  table_.resolve(catalog, &table_.root);
+  Freed<CPDFObj> catalog = table_.catalog();
   CPDFDictionary* const dict = catalog.as_dict();
   if (dict == nullptr)
     return false;
   if (found.pdfa_intents == 0 || !found.has_metadata) {
     if (found.pdfa_intents == 0) {
-      Freed<CPDFObj> intents;
-      table_.resolve(intents, dict->get_item("OutputIntents"));
+      Freed<CPDFObj> intents = table_.value(dict, "OutputIntents");
       if (intents.as_array() == nullptr)
         intents.take_array(new (std::nothrow) CPDFArray);
       if (intents.as_array() == nullptr)

@@ -96,11 +96,9 @@ void DeepRecovery::load_trailers() {
 }
 
 bool DeepRecovery::is_catalog(const CPDFObj& root) {
-  Freed<CPDFObj> value;
-  table_.resolve(value, &root);
+  Freed<CPDFObj> value = table_.value(&root);
   const CPDFDictionary* dict = value.as_dict();
-  Freed<CPDFObj> tree;
-  table_.resolve(tree, dict != nullptr ? dict->get_item("Pages") : nullptr);
+  Freed<CPDFObj> tree = table_.value(dict, "Pages");
   return tree.as_dict() != nullptr;
 }
 

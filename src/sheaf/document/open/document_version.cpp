@@ -31,11 +31,9 @@ void DocumentOpener::find_header() {
 
 // The catalogue may name a newer version than the header (ISO 32000-1, 7.7.2).
 void DocumentOpener::read_catalog_version() {
-  Freed<CPDFObj> catalog;
-  table_.resolve(catalog, &table_.root);
+  Freed<CPDFObj> catalog = table_.catalog();
   const CPDFDictionary* dict = catalog.as_dict();
-  Freed<CPDFObj> version;
-  table_.resolve(version, dict != nullptr ? dict->get_item("Version") : nullptr);
+  Freed<CPDFObj> version = table_.value(dict, "Version");
   const char* name = version.as_name();
   if (name == nullptr || std::strlen(name) >= sizeof(doc_.version_) || std::strcmp(name, doc_.version_) <= 0)
     return;

@@ -15,8 +15,7 @@ namespace sheaf {
 
 void keep_identifier(CPDFXRefTable& table, CPDFObj& id) {
   const HeapWatch watch;
-  Freed<CPDFObj> present;
-  table.resolve(present, &table.id);
+  Freed<CPDFObj> present = table.value(&table.id);
   if (present.as_array() == nullptr) {
     // The keys of a document without an identifier hang on an empty one, and one made now would
     // change them.
