@@ -75,7 +75,7 @@ int run_check(const CheckOptions& options) {
   return worst;
 }
 
-const Registration kCheck("check", "Look", "Read every object and decode every stream", [](CLI::App& command) -> Run {
+const Registration kCheck("check", "Look", "Read every object and decode every stream", [](Command& command) -> Run {
   auto options = std::make_shared<CheckOptions>();
   command.add_option("FILE", options->files, "The documents")->required();
   add_password(command, options->password);

@@ -357,7 +357,7 @@ int run_fonts(const FontsOptions& options) {
 }
 
 const Registration kFonts("fonts", "Look", "The fonts, embedded or not, with their encodings",
-                          [](CLI::App& command) -> Run {
+                          [](Command& command) -> Run {
                             auto options = std::make_shared<FontsOptions>();
                             add_file(command, options->file);
                             add_password(command, options->password);

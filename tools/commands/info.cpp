@@ -227,7 +227,7 @@ int run_info(const InfoOptions& options) {
   return worst;
 }
 
-const Registration kInfo("info", "Look", "What a document is", [](CLI::App& command) -> Run {
+const Registration kInfo("info", "Look", "What a document is", [](Command& command) -> Run {
   auto options = std::make_shared<InfoOptions>();
   command.add_option("FILE", options->files, "The documents")->required();
   add_password(command, options->password);

@@ -59,12 +59,12 @@ int run_show(const ShowOptions& options) {
   return kExitClean;
 }
 
-const Registration kShow("show", "Look", "An object in PDF syntax, or the trailer", [](CLI::App& command) -> Run {
+const Registration kShow("show", "Look", "An object in PDF syntax, or the trailer", [](Command& command) -> Run {
   auto options = std::make_shared<ShowOptions>();
   add_file(command, options->file);
   add_password(command, options->password);
-  command.add_option("NUM", options->num, "Object number")->check(CLI::Range(1, INT32_MAX));
-  command.add_option("GEN", options->gen, "Generation")->check(CLI::Range(0, INT32_MAX));
+  command.add_option("NUM", options->num, "Object number")->check(Range(1, INT32_MAX));
+  command.add_option("GEN", options->gen, "Generation")->check(Range(0, INT32_MAX));
   return [options] { return run_show(*options); };
 });
 

@@ -127,23 +127,21 @@ int run_update(const UpdateOptions& options) {
   return update_copy(options, options.output);
 }
 
-const Registration kUpdate(
-    "update", "Change", "Change a document behind its old content", [](CLI::App& command) -> Run {
-      auto options = std::make_shared<UpdateOptions>();
-      add_file(command, options->file);
-      add_password(command, options->password);
-      auto* output = command.add_option("-o,--output", options->output, "Change a copy");
-      auto* in_place = command.add_flag("--in-place", options->in_place, "Change the file itself")->excludes(output);
-      command.add_flag("--no-wait", options->no_wait, "Fail when another process changes the file now")
-          ->needs(in_place);
-      auto* classic = command.add_flag("--classic", options->classic, "End in a classic table");
-      command.add_flag("--stream", options->stream, "End in a cross-reference stream")->excludes(classic);
-      command.add_flag("--seal", options->seal, "Seal the update, as for a signature");
-      add_pdfa(command, options->pdfa);
-      command.add_option("--saves", options->saves, "Save this many times in one run")->check(CLI::Range(1, 100000));
-      add_changes(command, options->changes);
-      return [options] { return run_update(*options); };
-    });
+const Registration kUpdate("update", "Change", "Change a document behind its old content", [](Command& command) -> Run {
+  auto options = std::make_shared<UpdateOptions>();
+  add_file(command, options->file);
+  add_password(command, options->password);
+  auto* output = command.add_option("-o,--output", options->output, "Change a copy");
+  auto* in_place = command.add_flag("--in-place", options->in_place, "Change the file itself")->excludes(output);
+  command.add_flag("--no-wait", options->no_wait, "Fail when another process changes the file now")->needs(in_place);
+  auto* classic = command.add_flag("--classic", options->classic, "End in a classic table");
+  command.add_flag("--stream", options->stream, "End in a cross-reference stream")->excludes(classic);
+  command.add_flag("--seal", options->seal, "Seal the update, as for a signature");
+  add_pdfa(command, options->pdfa);
+  command.add_option("--saves", options->saves, "Save this many times in one run")->check(Range(1, 100000));
+  add_changes(command, options->changes);
+  return [options] { return run_update(*options); };
+});
 
 }  // namespace
 
