@@ -20,6 +20,8 @@ set(SHEAF_PUBLIC_HEADERS
   document/merge/doc_merge.h
   document/merge/merge_report.h
   document/names/name_list.h
+  document/pages/page_list.h
+  document/pages/page_nodes.h
   document/signatures/signature_writer.h
   filters/stream_filter.h
   neighbours/fonts/cmap_resources.h

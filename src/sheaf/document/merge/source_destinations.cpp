@@ -98,7 +98,7 @@ void SourceDestinations::list() {
 
 // Whether a destination refers to nothing but what is left out, which is found without making any
 // value: of a part of a long document, most are so.
-bool SourceDestinations::leads_away(const PDF_REF& destination, ReferenceList& scratch) {
+bool SourceDestinations::refers_only_to_what_is_left_out(const PDF_REF& destination, ReferenceList& scratch) {
   scratch.clear();
   src_.table.get_references(scratch, destination.num);
   return !scratch.empty() &&
@@ -117,7 +117,7 @@ void SourceDestinations::read_up_to(std::uint64_t up_to) {
     if (destination.place > up_to)
       return;
     const CPDFObj ref = destination.value;  // a reference owns nothing
-    if (src_.takes_few && leads_away(ref.as_ref(), scratch)) {
+    if (src_.takes_few && refers_only_to_what_is_left_out(ref.as_ref(), scratch)) {
       destination.page = 0;
       destination.value.free();
       continue;

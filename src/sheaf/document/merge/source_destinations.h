@@ -45,7 +45,7 @@ private:
   void add(const PDF_String& name, const CPDFObj& value);
   void read_up_to(std::uint64_t place);
   void look_at(Destination& destination);
-  bool leads_away(const PDF_REF& destination, ReferenceList& scratch);
+  bool refers_only_to_what_is_left_out(const PDF_REF& destination, ReferenceList& scratch);
   void take(Destination& destination);
 
   MergeSource& src_;

@@ -261,13 +261,13 @@ bool CPDFDoc::try_deep_recovery() {
   if (!attempt.has_pages && recovery.found_pages()) {
     recovery.make_page_tree();
     Attempt again;
-    again.usable = look_at_tree(again);
+    look_at_tree(again);
     attempt = again;
     add_repair("pages", 0, 0, "the page tree is lost; a new one lists the pages in the order of the file");
   }
   if (!attempt.usable)
     return false;
-  ensure_pages();  // counts that the nodes tell are not believed here
+  pages_.ensure();  // counts that the nodes tell are not believed here
   add_repair("scan", 0, 0, "objects, object streams and the catalogue were found by scanning");
   return true;
 }

@@ -84,18 +84,11 @@ void CPDFDoc::close() {
   stream_ = nullptr;
   file_.Close();
   blocks_.Close();
-  forget_resources();
   pages_.reset();
-  nodes_.reset();
-  node_by_number_.reset();
-  node_of_removed_.reset();
-  shared_resources_.reset();
   repairs_.reset();
-  walked_ = believed_ = false;
-  quick_count_ = -1;
   table_repairs_told_ = 0;
   status_ = PDF_OPEN::kClosed;
-  linearized_ = authorised_ = pages_changed_ = false;
+  linearized_ = authorised_ = false;
   version_[0] = 0;
   file_size_ = header_offset_ = 0;
   forget_plain_sections();
@@ -349,6 +342,17 @@ bool CPDFDoc::offsets_mislead() {
   return 2 * wrong > looked_at;
 }
 
+// The tree is trusted when every object met on the way to the first page stands at its entry's place.
+void CPDFDoc::look_at_tree(Attempt& attempt) {
+  PageTreeLook look;
+  pages_.look_at_tree(look);
+  attempt.usable = look.is_tree;
+  attempt.has_pages = look.has_pages;
+  attempt.has_no_pages = look.has_no_pages;
+  attempt.trusted = look.is_tree && std::all_of(look.met.begin(), look.met.end(),
+                                                [this](const PDF_REF& ref) { return header_stands_at(ref); });
+}
+
 // Looks at what the table leads to. The root may be in an older section.
 CPDFDoc::Attempt CPDFDoc::examine() {
   Attempt attempt;
@@ -361,7 +365,7 @@ CPDFDoc::Attempt CPDFDoc::examine() {
     attempt.usable = attempt.trusted = true;
     return attempt;
   }
-  attempt.usable = look_at_tree(attempt);
+  look_at_tree(attempt);
   attempt.trusted = attempt.trusted && attempt.usable && (attempt.has_no_pages || attempt.has_pages);
   return attempt;
 }
@@ -471,15 +475,15 @@ bool CPDFDoc::heal() {
   if (scan != nullptr && scan->has_object_streams() && try_deep_recovery())
     return finish(PDF_OPEN::kRecovered);
   const bool rebuilt = try_rebuild();
-  if (rebuilt && !misses_pages())
+  if (rebuilt && (waits_for_password() || !pages_.misses_pages()))
     return finish(PDF_OPEN::kRebuilt);
-  const int pages = static_cast<int>(pages_.size());
+  const int pages = pages_.listed();
   const std::size_t told = repairs_.size();
   if (try_deep_recovery()) {
     if (!rebuilt)
       return finish(PDF_OPEN::kRecovered);
-    ensure_pages();
-    if (static_cast<int>(pages_.size()) > pages)
+    pages_.ensure();
+    if (pages_.listed() > pages)
       return finish(PDF_OPEN::kRecovered);
   }
   while (repairs_.size() > told && rebuilt)
