@@ -178,6 +178,17 @@ std::int32_t SourceDestinations::page_of_action(const CPDFObj* action) {
   return kind != nullptr && kind->is_name("GoTo") ? page_of(value.as_dict()->get_item("D")) : -1;
 }
 
+bool SourceDestinations::opens_page_that_comes(const CPDFObj& opening) {
+  Freed<CPDFObj> value;
+  src_.table.resolve(value, &opening);
+  const CPDFArray* const place = value.as_array();
+  if (place != nullptr && place->count > 0 && place->items[0].is_number())
+    return true;  // a page by its index, which needs no page of the source
+  const bool is_action = value.as_dict() != nullptr && value.as_dict()->get_item("S") != nullptr;
+  const std::int32_t page = is_action ? page_of_action(&opening) : page_of(&opening);
+  return page < 0 || src_.wanted.has(page);
+}
+
 bool SourceDestinations::rename(CPDFObj& value) const {
   const std::int32_t entry = names_.find(text_or_name(value));
   const std::int32_t ours = entry >= 0 ? names_.at(entry).value.num : -1;
