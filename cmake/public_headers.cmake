@@ -24,6 +24,8 @@ set(SHEAF_PUBLIC_HEADERS
   document/merge/merge_report.h
   document/metadata/doc_metadata.h
   document/names/name_list.h
+  document/pages/page_list.h
+  document/pages/page_nodes.h
   document/save/doc_saver.h
   document/save/save_kinds.h
   document/signatures/signature_writer.h

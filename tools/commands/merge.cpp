@@ -11,6 +11,7 @@
 #include "sheaf/document/merge/doc_merge.h"
 #include "support/changes.h"
 #include "support/command_line.h"
+#include "support/encryption.h"
 #include "support/merge_notes.h"
 #include "support/page_ranges.h"
 #include "support/part_names.h"
@@ -31,6 +32,7 @@ struct MergeOptions {
   bool no_file_outline = false;
   bool keep_equal_streams = false;
   bool pdfa = false;
+  EncryptionOptions encryption;  ///< Without an algorithm: none.
 };
 
 struct SplitOptions {
@@ -39,7 +41,8 @@ struct SplitOptions {
   std::string pattern;  ///< As part_name takes it.
   int every = 1;        ///< Pages a part.
   bool dry_run = false;
-  std::string attachments;  ///< "all", "none", or empty: where they belong.
+  std::string attachments;       ///< "all", "none", or empty: where they belong.
+  EncryptionOptions encryption;  ///< Without an algorithm: none.
 };
 
 struct Input {
@@ -62,7 +65,7 @@ struct Assembly {
     doc.use_temp_file(nullptr);
     merge = std::make_unique<CPDFDocMerge>(doc);
   }
-  bool write(const std::string& path) {
+  bool write(const std::string& path, const EncryptionOptions& encryption) {
     SafeOutput output;
     if (!merge->finish() || !doc.store_page_tree()) {
       complain(path, "there is not enough memory for its catalogue; nothing was written");
@@ -73,7 +76,11 @@ struct Assembly {
     {
       CPDFXRefTable target;
       target.stream = &output.stream();
-      doc.save_complete(target, nullptr);
+      CPDFStandardEncrypt enc;
+      const bool encrypts = !encryption.algorithm.empty();
+      if (encrypts && !start_encryption(encryption, target.id, path, enc))
+        return false;
+      doc.save_complete(target, encrypts ? &enc : nullptr);
       if (target.write_failed != 0 || target.xref_items == nullptr) {
         complain(path, "could not be written to its end; is the disk full? Nothing was changed");
         return false;
@@ -115,6 +122,8 @@ bool all_pages(int count, std::vector<std::int32_t>& pages) {
 }
 
 int run_merge(MergeOptions options) {
+  if (!check_encryption(options.encryption))
+    return kExitFailed;
   if (!options.password_file.empty() && !read_password_lines(options.password_file, options.passwords))
     return kExitFailed;
   Assembly assembly;
@@ -125,8 +134,8 @@ int run_merge(MergeOptions options) {
   int code = kExitClean;
   Progress progress("documents", static_cast<std::int64_t>(options.inputs.size()));
   std::vector<std::string> files;
-  if (options.pdfa)
-    assembly.doc.set_frame(PDF_FRAME::kClaim);
+  if (options.pdfa && !ask_for_pdfa(assembly.doc, options.output, !options.encryption.algorithm.empty()))
+    return kExitFailed;
   for (std::size_t i = 0; i < options.inputs.size(); ++i) {
     const Input input = parse_input(options.inputs[i]);
     files.push_back(input.file);
@@ -145,7 +154,8 @@ int run_merge(MergeOptions options) {
     const std::int32_t done = assembly.merge->append(source, pages.data(), wanted, stem_of(input.file).c_str());
     if (done != wanted)
       complain(input.file, std::to_string(wanted - done) + " pages could not be read and were left out");
-    complain_about_losses(*assembly.merge, static_cast<std::int32_t>(i), input.file);
+    complain_about_losses(*assembly.merge, static_cast<std::int32_t>(i), input.file,
+                          !options.encryption.algorithm.empty());
     if (done != wanted || assembly.has_unreadable() || source.status() != PDF_OPEN::kClean)
       code = kExitProblems;
     progress.show(static_cast<std::int64_t>(i) + 1);
@@ -154,7 +164,7 @@ int run_merge(MergeOptions options) {
     std::fputs(shown_lines(merge_table(*assembly.merge, files)).c_str(), stdout);
     return code;
   }
-  if (!assembly.write(options.output))
+  if (!assembly.write(options.output, options.encryption))
     return kExitFailed;
   if (complain_of_metadata(assembly.doc, options.output))
     code = kExitProblems;
@@ -172,7 +182,7 @@ PDF_MERGE_FILES files_of_part(const SplitOptions& options, int part) {
 
 int run_split(const SplitOptions& options) {
   CPDFDoc source;
-  if (!open_document(source, options.file, options.password))
+  if (!check_encryption(options.encryption) || !open_document(source, options.file, options.password))
     return kExitFailed;
   const int parts = (source.page_count() + options.every - 1) / options.every;
   if (options.pattern == "-" && parts > 1) {
@@ -194,12 +204,12 @@ int run_split(const SplitOptions& options) {
     if (assembly.merge->append(source, pages.data(), wanted, nullptr) != wanted || assembly.has_unreadable())
       code = kExitProblems;
     if (part == 0)
-      complain_about_losses(*assembly.merge, 0, options.file);
+      complain_about_losses(*assembly.merge, 0, options.file, !options.encryption.algorithm.empty());
     if (options.dry_run) {
       std::fputs(shown_lines(merge_table(*assembly.merge, {name})).c_str(), stdout);
       continue;
     }
-    if (!assembly.write(name))
+    if (!assembly.write(name, options.encryption))
       return kExitFailed;
   }
   if (!options.dry_run)
@@ -223,6 +233,7 @@ const Registration kMerge("merge", "Make", "Pages of several documents in one", 
   command.add_flag("--keep-equal-streams", options->keep_equal_streams, "Write equal streams as often as they came");
   command.add_flag("--dry-run", options->dry_run, "Say what becomes of everything, and write nothing");
   add_pdfa(command, options->pdfa);
+  add_encryption(command, options->encryption);
   return [options] { return run_merge(*options); };
 });
 
@@ -237,6 +248,7 @@ const Registration kSplit("split", "Make", "One document into several", [](Comma
                   "Files embedded in each part: all or none, instead of those that its pages refer to")
       ->check(IsMember({"all", "none"}));
   command.add_flag("--dry-run", options->dry_run, "Say what becomes of everything, and write nothing");
+  add_encryption(command, options->encryption);
   return [options] { return run_split(*options); };
 });
 

@@ -29,13 +29,6 @@ struct RewriteOptions {
   bool pdfa = false;
 };
 
-void set_pair(CPDFObj& id, const unsigned char* digest) {
-  auto* pair = new CPDFArray;
-  pair->append_str(reinterpret_cast<const char*>(digest), CQVSecMD5::kSize);
-  pair->append_str(reinterpret_cast<const char*>(digest), CQVSecMD5::kSize);
-  id.take_array(pair);
-}
-
 // An identifier that follows from the source alone, so that two runs give the same bytes.
 void set_content_id(CQVStream& source, CPDFObj& id) {
   CQVSecMD5 digest;
@@ -45,13 +38,7 @@ void set_content_id(CQVStream& source, CPDFObj& id) {
   for (unsigned got = source.Read(block, sizeof(block)); got != 0; got = source.Read(block, sizeof(block)))
     digest.update(block, got);
   digest.end(block);
-  set_pair(id, block);
-}
-
-PDF_String first_id(CPDFXRefTable& table, const CPDFObj& id, CPDFObj& scratch) {
-  table.resolve(scratch, &id);
-  const CPDFObj* first = scratch.as_array() != nullptr ? scratch.as_array()->get(0) : nullptr;
-  return first != nullptr ? first->as_string() : PDF_String{0, nullptr};
+  set_identifier(id, block);
 }
 
 // The encryption of the new file; null for none. False, with a message, when it cannot be made.
@@ -60,28 +47,8 @@ bool make_encryption(CPDFDoc& doc, CPDFXRefTable& target, const RewriteOptions& 
   CPDFXRefTable& table = doc.table();
   Freed<CPDFObj> scratch;
   if (!options.encryption.algorithm.empty()) {
-    using Algorithm = CPDFStandardEncrypt::Algorithm;
-    CPDFStandardEncrypt::Settings settings;
-    const std::string& algorithm = options.encryption.algorithm;
-    settings.algorithm = algorithm == "aes256"   ? Algorithm::kAES256
-                         : algorithm == "aes128" ? Algorithm::kAES128
-                                                 : Algorithm::kRC4;
-    if (settings.algorithm == Algorithm::kRC4)
-      warn(output_name(options.output), "RC4 is broken; use aes256 unless an old reader needs it");
-    settings.user_password = options.encryption.user_password.c_str();
-    settings.owner_password = options.encryption.owner_password.c_str();
-    settings.permissions = permission_bits(options.encryption);
-    settings.clear_metadata = options.encryption.clear_metadata;
-    if (target.id.is_null()) {
-      unsigned char digest[CQVSecMD5::kSize];
-      secure_random(digest, sizeof(digest));
-      set_pair(target.id, digest);
-    }
     enc = std::make_unique<CPDFStandardEncrypt>();
-    if (enc->create(settings, first_id(target, target.id, scratch)))
-      return true;
-    complain(options.output, "the system gives no random numbers; nothing was written");
-    return false;
+    return start_encryption(options.encryption, target.id, options.output, *enc);
   }
   if (options.decrypt || !doc.is_encrypted() || table.sec_filter[0] == 0)
     return true;

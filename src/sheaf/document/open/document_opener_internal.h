@@ -34,7 +34,13 @@ public:
   }
 
 private:
-  using Attempt = CPDFDoc::Attempt;
+  // What a table leads to.
+  struct Attempt {
+    bool usable = false;   // a catalogue with a page tree
+    bool trusted = false;  // and every object met on the way to the first page stood at its entry's place
+    bool has_pages = false;
+    bool has_no_pages = false;  // the tree itself says so
+  };
 
   // document_opener.cpp
   void begin_at(long long base);
@@ -43,6 +49,7 @@ private:
   bool try_sections();
   bool try_section_before(const SectionMark& mark);
   Attempt examine();
+  void look_at_tree(Attempt& attempt);
   bool finish(PDF_OPEN status);
   std::uint32_t adjust_section_offset(std::uint32_t offset);
 
