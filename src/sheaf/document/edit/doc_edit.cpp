@@ -1,10 +1,6 @@
 // Changing a document: opening for update, the document information, attachments, and the update
 // section behind the old content.
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <cstdlib>
 #include <cstring>
 #include <new>
 #include <utility>
@@ -12,6 +8,7 @@
 #include "sheaf/base/heap_watch.h"
 #include "sheaf/base/number_text.h"
 #include "sheaf/base/scope_guard.h"
+#include "sheaf/base/temporary_file.h"
 #include "sheaf/document/doc.h"
 #include "sheaf/document/names/name_tree.h"
 #include "sheaf/document/open/object_rescue_internal.h"
@@ -56,44 +53,12 @@ bool CPDFDoc::create(CQVStream* stream) {
   return watch.all_granted() && table_.write_failed == 0;
 }
 
-namespace {
-
-// A file without a name, readable by its owner only: what is to be encrypted waits in it in clear, and no end of the
-// process leaves it behind. `name` is a pattern for file systems where a file must have a name at first.
-int make_unnamed(const char* folder, char* name) {
-#ifdef O_TMPFILE
-  const int handle = open(folder, O_TMPFILE | O_EXCL | O_RDWR | O_CLOEXEC, 0600);
-  if (handle >= 0)
-    return handle;
-#endif
-  const int named = mkostemp(name, O_CLOEXEC);
-  if (named >= 0)
-    unlink(name);
-  return named;
-}
-
-}  // namespace
-
 bool CPDFDoc::use_temp_file(const char* folder) {
   if (table_.temp_stream.file != nullptr)
     return true;  // there are records that lie in it
-  const char* const base = folder != nullptr ? folder : std::getenv("TMPDIR");
-  const char* const where = base != nullptr && *base != 0 ? base : "/tmp";
-  constexpr char kName[] = "/sheaf-XXXXXX";
-  const std::size_t len = std::strlen(where);
-  auto* path = static_cast<char*>(QVAlloc(len + sizeof(kName)));
-  if (path == nullptr)
+  std::FILE* const file = open_unnamed_file(folder);
+  if (file == nullptr)
     return false;
-  std::memcpy(path, where, len);
-  std::memcpy(path + len, kName, sizeof(kName));
-  const int handle = make_unnamed(where, path);
-  QVFree(path);
-  std::FILE* const file = handle >= 0 ? fdopen(handle, "w+b") : nullptr;
-  if (file == nullptr) {
-    if (handle >= 0)
-      ::close(handle);
-    return false;
-  }
   table_.temp_stream.file = file;
   return true;
 }
@@ -326,7 +291,7 @@ bool CPDFDoc::begins_at_its_place(std::uint32_t num) {
   return ansi_to_i32(buf.buf_data) == static_cast<std::int32_t>(num);
 }
 
-void CPDFDoc::save_complete(CPDFXRefTable& target, CPDFEncrypt* enc) {
+bool CPDFDoc::prepare_complete(CPDFObj& id, const CPDFEncrypt* enc) {
   const HeapWatch watch;
   read_all_sections();
   if (!give_trailer_values_numbers())
@@ -335,12 +300,18 @@ void CPDFDoc::save_complete(CPDFXRefTable& target, CPDFEncrypt* enc) {
   table_.font_cache.embed_flush();
   store_frame();
   store_metadata();
-  free_members_of_lost_streams();
   if (enc != nullptr || is_encrypted())
     drop_unknown_crypt_filters(enc);
-  if (target.id.is_null())
-    renew_identifier(target.id);
+  if (id.is_null())
+    renew_identifier(id);
+  return watch.all_granted() && table_.entries_lost == 0;
+}
+
+void CPDFDoc::save_complete(CPDFXRefTable& target, CPDFEncrypt* enc) {
+  const HeapWatch watch;
+  const bool prepared = prepare_complete(target.id, enc);
+  free_members_of_lost_streams();
   table_.save_as(target, enc);
-  if (!watch.all_granted() || table_.entries_lost != 0)
+  if (!prepared || !watch.all_granted() || table_.entries_lost != 0)
     target.write_failed = 1;
 }

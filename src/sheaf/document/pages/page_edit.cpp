@@ -163,6 +163,13 @@ bool CPDFDoc::detach_page(int index, bool listed_before) {
   return true;
 }
 
+bool CPDFDoc::rebuild_page_tree() {
+  if (edit_pages() < 0)
+    return false;
+  pages_changed_ = true;
+  return store_page_tree();
+}
+
 bool CPDFDoc::store_page_tree() {
   if (!pages_changed_)
     return true;
