@@ -29,6 +29,8 @@ set(SHEAF_PUBLIC_HEADERS
   document/save/doc_saver.h
   document/save/save_kinds.h
   document/signatures/signature_writer.h
+  document/writer/doc_writer.h
+  document/writer/write_options.h
   filters/stream_filter.h
   neighbours/fonts/cmap_resources.h
   neighbours/fonts/environment.h

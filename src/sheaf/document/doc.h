@@ -173,6 +173,14 @@ public:
   /// Writes a complete new file to `target.stream`. A catalogue or document information that stands
   /// directly in the trailer becomes an object first, so that what it refers to is kept.
   void save_complete(CPDFXRefTable& target, CPDFEncrypt* enc) { saver_.save_complete(target, enc); }
+  /// Brings into memory what a complete new file needs that the document does not have yet: the page
+  /// tree after edits, what the fonts collected, metadata in step with the document information, objects
+  /// for what stands directly in the trailer; streams lose crypt filters that `enc` (null: no encryption)
+  /// does not have. `id` gets a new identifier where it is null. False when there is no memory.
+  bool prepare_complete(CPDFObj& id, const CPDFEncrypt* enc) { return saver_.prepare_complete(id, enc); }
+  /// Writes the page tree anew, in branches of equal size: each page then has all that it inherited from
+  /// above itself, and is listed once. The change waits for a save. False as for `store_page_tree`.
+  bool rebuild_page_tree() { return pages_.rebuild_tree(); }
   /// Cuts the file opened for update to `size` bytes, counted from its first one. False, and nothing is
   /// done, when that is in front of the end of what was opened or sealed, or behind the file's end.
   bool truncate_to(long long size) { return saver_.truncate_to(size); }
