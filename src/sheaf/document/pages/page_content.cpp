@@ -2,7 +2,7 @@
 
 #include "sheaf/base/heap_watch.h"
 #include "sheaf/base/scope_guard.h"
-#include "sheaf/document/forms/draw/content_writer_internal.h"
+#include "sheaf/document/content/content_writer.h"
 #include "sheaf/document/forms/flatten/content_balance_internal.h"
 #include "sheaf/object/array.h"
 #include "sheaf/xref/xref_table.h"
@@ -46,12 +46,12 @@ bool PageContent::put_behind(CPDFDictionary& page, const ContentWriter& content)
   ContentWriter behind;
   list_contents(table_, page, old);
   if (old.count != 0) {
-    const ContentBalance balance = balance_of(table_, old);
-    const int opened = 1 - balance.lowest();
+    const ContentBalance balance = balance_of(table_, page.get_item("Contents"));
+    const int opened = 1 - balance.lowest;
     contents.append_ref(opening_stream(opened));
     for (std::int32_t i = 0; i < old.count; ++i)
       contents.append(old.get(i));
-    for (int i = opened + balance.depth(); i > 0; --i)
+    for (int i = opened + balance.depth; i > 0; --i)
       behind.op("Q");
   }
   behind.text({content.data(), static_cast<std::size_t>(content.size())});

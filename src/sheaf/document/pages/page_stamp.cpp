@@ -5,22 +5,19 @@
 #include <algorithm>
 #include <charconv>
 #include <cstring>
-#include <memory>
 #include <new>
 
 #include "sheaf/base/heap_watch.h"
 #include "sheaf/base/scope_guard.h"
+#include "sheaf/document/content/content_text.h"
+#include "sheaf/document/content/content_writer.h"
 #include "sheaf/document/doc.h"
-#include "sheaf/document/forms/draw/content_writer_internal.h"
 #include "sheaf/document/forms/flatten/page_resources_internal.h"
 #include "sheaf/document/forms/flattener.h"
-#include "sheaf/filters/stream_filter.h"
 
 using namespace sheaf;
 
 namespace {
-
-constexpr std::size_t kMostContent = std::size_t{1} << 28;  // decoded bytes of a page's content
 
 // x' = a x + c y + e, y' = b x + d y + f, as operands of cm.
 struct Matrix {
@@ -77,33 +74,6 @@ Matrix place(const Shown& stamp, const Shown& page, const PDF_STAMP& how) {
   return stamp.matrix.then(fitted).then(page.matrix.inverse());
 }
 
-// Appends the decoded content of one stream. False without memory or when it is too much.
-bool append_content(CPDFXRefTable& table, const CPDFStreamRec& rec, GrowArray<char>& content) {
-  const std::unique_ptr<CPDFStream> decoder(table.make_stream(&rec));
-  char block[8192];
-  for (int got = 1; decoder != nullptr && got > 0;) {
-    got = decoder->read_block(block, sizeof(block));
-    const std::size_t at = content.size();
-    if (got > 0 && (at > kMostContent || !content.resize(at + static_cast<std::size_t>(got))))
-      return false;
-    if (got > 0)
-      std::memcpy(content.begin() + at, block, static_cast<std::size_t>(got));
-  }
-  return content.push('\n');
-}
-
-bool read_content(CPDFXRefTable& table, const CPDFDictionary& page, GrowArray<char>& content) {
-  const Freed<CPDFObj> contents = table.value(&page, "Contents");
-  if (contents.as_stream() != nullptr)
-    return append_content(table, *contents.as_stream(), content);
-  for (std::int32_t i = 0; contents.as_array() != nullptr && i < contents.as_array()->count; ++i) {
-    const Freed<CPDFObj> part = table.value(contents.as_array(), i);
-    if (part.as_stream() != nullptr && !append_content(table, *part.as_stream(), content))
-      return false;
-  }
-  return true;
-}
-
 }  // namespace
 
 CPDFPageStamp::CPDFPageStamp(CPDFDoc& target, CPDFDoc& source)
@@ -124,16 +94,17 @@ PDF_REF CPDFPageStamp::form_of(std::int32_t stamp, const CPDFPage& page) {
     return {forms_.get(stamp + 1), 0};
   CPDFXRefTable& from = source_.table();
   CPDFXRefTable& table = target_.table();
-  GrowArray<char> content;
-  if (!read_content(from, page.dict, content) || content.size() > INT32_MAX)
-    return {0, 0};
+  ContentText content;
+  const HeapWatch watch;
+  content.load(from, page.dict.get_item("Contents"));  // of damaged content, what there is
+  const std::string_view text = content.text();
   Freed<CPDFObj> resources = from.value(&page.dict, CPDFDictionary::sm_tag_res);
   if (resources.as_dict() == nullptr && page.from_above.resources.num != 0)
     from.get_entity(resources, page.from_above.resources);
   PDF_REF copied{0, 0};
   if (resources.as_dict() != nullptr)
     copied = table.clone_resources(&from, import_, resources.as_dict());
-  const PDF_REF form = table.new_form(page.box, content.begin(), static_cast<int>(content.size()), copied);
+  const PDF_REF form = table.new_form(page.box, text.data(), static_cast<int>(text.size()), copied);
   Freed<CPDFObj> group = from.value(&page.dict, "Group");
   if (form.num != 0 && group.as_dict() != nullptr && table.clone_dict(&from, import_, group.as_dict()) != 0) {
     Freed<CPDFObj> made = table.object(form);
@@ -144,7 +115,7 @@ PDF_REF CPDFPageStamp::form_of(std::int32_t stamp, const CPDFPage& page) {
       return {0, 0};
   }
   forms_.set(stamp + 1, form.num);
-  return form;
+  return watch.all_granted() ? form : PDF_REF{0, 0};
 }
 
 bool CPDFPageStamp::draw(const CPDFPage& page, CPDFDictionary& dict, const PDF_REF& form, const CPDFPage& stamp,

@@ -6,8 +6,8 @@
 #include <new>
 
 #include "sheaf/base/heap_watch.h"
+#include "sheaf/document/content/content_writer.h"
 #include "sheaf/document/doc.h"
-#include "sheaf/document/forms/draw/content_writer_internal.h"
 #include "sheaf/document/forms/fill/field_facts_internal.h"
 #include "sheaf/document/forms/flatten/annotation_look_internal.h"
 #include "sheaf/document/forms/flatten/page_resources_internal.h"
