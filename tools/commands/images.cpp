@@ -1,8 +1,5 @@
 // sheaf images: the images of a document, listed or written as files: JPEG and JPEG 2000 byte for
 // byte, CCITT data too when TIFF files are asked for, all others as PNG.
-#include <sys/stat.h>
-
-#include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <memory>
@@ -17,6 +14,7 @@
 #include "support/command_line.h"
 #include "support/json_values.h"
 #include "support/progress.h"
+#include "support/safe_names.h"
 #include "support/safe_output.h"
 #include "support/tool_support.h"
 
@@ -146,13 +144,6 @@ private:
   std::optional<ImagePlacements> placements_;
   int code_ = kExitClean;
 };
-
-bool make_folder(const std::string& folder) {
-  if (folder.empty() || mkdir(folder.c_str(), 0777) == 0 || errno == EEXIST)
-    return true;
-  complain(folder, std::string("the folder cannot be made: ") + std::strerror(errno));
-  return false;
-}
 
 int run_images(const ImagesOptions& options) {
   CPDFDoc doc;

@@ -112,6 +112,10 @@ Option* Command::add_flag(const std::string& name, bool& value, const std::strin
   return &options_.emplace_back(*app_.add_flag(name, value, what));
 }
 
+Option* Command::get_option(const std::string& name) {
+  return &options_.emplace_back(*app_.get_option(name));
+}
+
 Option* Command::add_words(const std::string& name, const std::vector<std::string>& words,
                            const std::function<void(std::size_t)>& choose, const std::string& what) {
   const auto take = [words, choose](const std::string& word) {

@@ -86,6 +86,9 @@ public:
         name, words, [&value, values](std::size_t index) { value = values[index]; }, what);
   }
 
+  /// One that was added before.
+  Option* get_option(const std::string& name);
+
 private:
   Option* add_words(const std::string& name, const std::vector<std::string>& words,
                     const std::function<void(std::size_t)>& choose, const std::string& what);

@@ -6,6 +6,8 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <fstream>
+#include <iterator>
 #include <map>
 #include <utility>
 #include <vector>
@@ -91,6 +93,19 @@ bool input_path(const std::string& file, std::string& path) {
     return false;
   taken[file] = handle;
   path = path_of_handle(handle);
+  return true;
+}
+
+bool read_input(const std::string& file, std::string& bytes) {
+  std::string path;
+  if (!input_path(file, path))
+    return false;
+  std::ifstream in(path, std::ios::binary);
+  if (!in) {
+    complain(input_name(file), "cannot be opened; check the path and its permissions");
+    return false;
+  }
+  bytes.assign(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
   return true;
 }
 

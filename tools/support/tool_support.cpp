@@ -144,6 +144,14 @@ bool open_document(CPDFDoc& doc, const std::string& file, const PasswordOptions&
   return doc.open(path.c_str()) ? accept(doc, name, needs_password) : refuse(doc, name);
 }
 
+bool open_document_stream(CPDFDoc& doc, CQVStream& stream, const std::string& name, const PasswordOptions& options) {
+  std::string password;
+  if (!read_password(name, options, password))
+    return false;
+  doc.set_password(password.c_str());
+  return doc.open(&stream) ? accept(doc, name, true) : refuse(doc, name);
+}
+
 bool open_document_for_update(CPDFDoc& doc, const std::string& path, const std::string& shown_name,
                               const PasswordOptions& options) {
   std::string password;
