@@ -1,8 +1,6 @@
 // sheaf fill: values into a form's fields, saved behind the old content, so that signatures stay valid.
 #include <cstdio>
 #include <cstring>
-#include <fstream>
-#include <iterator>
 
 #include "sheaf/document/forms/form_data.h"
 #include "sheaf/document/forms/form_filler.h"
@@ -76,15 +74,9 @@ bool read_json_data(const std::string& text, CPDFFormData& data, std::string& tr
 
 // The format is told by how the data begin.
 bool read_data(const std::string& path, CPDFFormData& data) {
-  std::string opened;
-  if (!input_path(path, opened))
+  std::string bytes;
+  if (!read_input(path, bytes))
     return false;
-  std::ifstream in(opened, std::ios::binary);
-  if (!in) {
-    complain(input_name(path), "cannot be opened; check the path and its permissions");
-    return false;
-  }
-  std::string bytes{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
   const std::size_t first = bytes.find_first_not_of("\xEF\xBB\xBF \t\r\n");
   const char mark = first != std::string::npos ? bytes[first] : ' ';
   std::string trouble;

@@ -178,6 +178,7 @@ CPDFFont* load_and_cache(CPDFXRefTable& table, const FontForm& form, const char*
   font->pre_load(&table, &obj);
   font->set_font_style(form.style);
   font->load_font();
+  font->mark_new();
   if (!watch.all_granted()) {
     delete font;
     return nullptr;
@@ -204,10 +205,9 @@ CPDFFont* make_font(CPDFXRefTable& table, const char* name, const FontForm& form
   CQVTTWriter writer;
   CQVStreamFile file;
   file.Open(path);
-  if (is_collection(form, path, &file))
+  // A collection by another name is loaded by what is in it.
+  if (is_collection(form, path, &file) || writer.Load(&file) != 0)
     writer.Load2(&file, static_cast<unsigned>(index));
-  else
-    writer.Load(&file);
   if (form.embeds() && write_program(table.env, form, path, index, writer, &program) != 0)
     return nullptr;
   const PDF_REF top = store_graph(table, form, writer, built_name.data(), program);

@@ -1,6 +1,8 @@
 // Characters are mapped to glyphs through the face, and what is used is kept by glyph for the next save.
 #include "sheaf/neighbours/fonts/programs/font_type0.h"
 
+#include <utf8proc.h>
+
 #include <cmath>
 #include <cstring>
 
@@ -25,18 +27,29 @@ constexpr std::uint32_t kCodeMask = 0xFFFF;
 
 constexpr char kEmbeddedPrefix[] = "QVFONT+";
 
-// Of two characters with one glyph, the one that people type wins: compatibility forms give way to
-// what they are compatible with, radicals to the ideograph, and else the older, lower number.
-constexpr bool is_second_choice(std::uint32_t character) {
-  return (character >= 0x2E80 && character < 0x2FE0) || (character >= 0xE000 && character < 0xFB00) ||
-         (character >= 0x2F800 && character < 0x2FA20) || character >= 0xF0000;
+// What nobody types where there is another character of the same shape: compatibility forms, signs that are a letter
+// by canonical equivalence, radicals, private characters, and those that are not seen, such as the soft hyphen.
+bool is_second_choice(std::uint32_t character) {
+  if (character >= 0x2E80 && character < 0x2FE0)
+    return true;
+  const utf8proc_property_t* const property = utf8proc_get_property(static_cast<utf8proc_int32_t>(character));
+  if (property->category == UTF8PROC_CATEGORY_CF || property->category == UTF8PROC_CATEGORY_CO ||
+      property->decomp_type != 0)
+    return true;
+  utf8proc_int32_t parts[4];
+  int boundary = 0;
+  const utf8proc_ssize_t count =
+      utf8proc_decompose_char(static_cast<utf8proc_int32_t>(character), parts, 4, UTF8PROC_DECOMPOSE, &boundary);
+  return count == 1 && parts[0] != static_cast<utf8proc_int32_t>(character);
 }
-constexpr bool is_better(std::uint32_t character, std::uint32_t present) {
-  if (is_second_choice(character) != is_second_choice(present))
-    return is_second_choice(present);
+
+// Of two characters with one glyph, the one that people type wins, else the older, lower number.
+bool is_better(std::uint32_t character, std::uint32_t present) {
+  const bool is_second = is_second_choice(character);
+  if (is_second != is_second_choice(present))
+    return !is_second;
   return character < present;
 }
-static_assert(is_better(' ', 0xA0) && is_better(0x4E00, 0x2F00) && is_better(0x3A9, 0x2126));
 
 int fix_to_thousandths(QVFIX ems) {
   return fix_round(ems * kThousand);

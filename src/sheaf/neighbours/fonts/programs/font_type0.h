@@ -41,9 +41,13 @@ public:
   void load_font() override;
   void set_font_style(int style) override;
   /// Brings "W", "ToUnicode", in vertical fonts "DW2" and "W2", and with the embed bit the font
-  /// program up to the glyphs used so far. Nothing changes when no glyph has come since the last
-  /// time. Without memory the objects stay as they were, and the next save tries again.
+  /// program up to the glyphs used so far: before any text that is the sign for missing glyphs alone.
+  /// Nothing changes when no glyph has come since the last time. Without memory the objects stay as they were, and the
+  /// next save tries again.
   void embed_flush() override;
+
+  /// Lets the next save write the objects even when no glyph is used: they hold the whole program.
+  void mark_new() { changed_ = true; }
 
   /// Whether a face was found.
   bool is_loaded() const { return face_ != nullptr; }

@@ -25,7 +25,7 @@ constexpr int kStandardAdvance = -1000;
 }  // namespace
 
 void CPDFFontType0::embed_flush() {
-  if (!changed_ || table == nullptr)
+  if (!changed_ || table == nullptr || face_ == nullptr)
     return;
   GrowArray<PDF_USED_GLYPH> used;
   if (collect_used(used) && flush_metrics(used) && flush_to_unicode(used) && flush_program(used))
@@ -114,7 +114,8 @@ int CPDFFontType0::write_program(CQVStream* out, const CQVTTCodesRec& codes) {
   CQVTTWriter writer;
   if (file.file == nullptr || writer.Load2(&file, static_cast<unsigned>(index_)) != 0)
     return 1;
-  return face_->is_styled() ? writer.SaveFontData2(out, face_, &codes) : writer.SaveFontData(out, &codes);
+  const CQVTTCodesRec* const kept = face_->allows_subsets() ? &codes : nullptr;
+  return face_->is_styled() ? writer.SaveFontData2(out, face_, kept) : writer.SaveFontData(out, kept);
 }
 
 // The font program of a font that is not to be embedded stays the empty one that it is.
