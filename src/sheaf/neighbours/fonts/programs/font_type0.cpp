@@ -3,6 +3,7 @@
 
 #include <utf8proc.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 
@@ -24,6 +25,7 @@ constexpr int kThousand = 1000;
 
 constexpr std::uint32_t kKnown = 0x10000;  // set in every entry that has been looked up
 constexpr std::uint32_t kCodeMask = 0xFFFF;
+constexpr std::uint32_t kMostCodes = 0x10000;
 
 constexpr char kEmbeddedPrefix[] = "QVFONT+";
 
@@ -82,6 +84,7 @@ CPDFFontType0::~CPDFFontType0() {
     QVFree(pages_[i]);
   QVFree(pages_);
   QVFree(text_of_);
+  QVFree(first_further_);
 }
 
 void CPDFFontType0::set_font_style(int style) {
@@ -164,7 +167,7 @@ std::uint32_t CPDFFontType0::add_character(std::uint32_t character) {
   std::uint32_t& text = text_of_[glyph];
   if (text == 0)
     ++used_count_;
-  if (text == 0 || is_better(character, text)) {
+  if (text == 0 || ((text & (kFixed | GlyphTexts::kLonger)) == 0 && is_better(character, text))) {
     text = character;
     changed_ = true;
   }
@@ -187,21 +190,85 @@ int CPDFFontType0::encode(const wchar_t* text, int count, unsigned char* codes) 
   return found;
 }
 
+std::uint32_t CPDFFontType0::glyph_of(unsigned code) const {
+  return code >= glyph_count_ && code - glyph_count_ < further_.size() ? further_[code - glyph_count_].glyph : code;
+}
+
+bool CPDFFontType0::is_text(std::uint32_t kept, const std::uint32_t* text, int count) const {
+  kept &= ~kFixed;
+  if ((kept & GlyphTexts::kLonger) == 0)
+    return count == 1 && kept == text[0];
+  const std::uint32_t at = kept & ~GlyphTexts::kLonger;
+  return longer_[at] == static_cast<std::uint32_t>(count) && std::equal(text, text + count, longer_.begin() + at + 1);
+}
+
+// 0 when there is no memory.
+std::uint32_t CPDFFontType0::keep_text(const std::uint32_t* text, int count) {
+  if (count == 1)
+    return text[0];
+  const std::size_t at = longer_.size();
+  bool kept = longer_.push(static_cast<std::uint32_t>(count));
+  for (int i = 0; i < count; ++i)
+    kept = kept && longer_.push(text[i]);
+  return kept ? GlyphTexts::kLonger | static_cast<std::uint32_t>(at) : 0;
+}
+
+int CPDFFontType0::add_further(std::uint32_t glyph, const std::uint32_t* text, int count) {
+  if (first_further_ == nullptr)
+    first_further_ = static_cast<std::uint32_t*>(QVCalloc(glyph_count_, sizeof(std::uint32_t)));
+  if (first_further_ == nullptr)
+    return -1;
+  for (std::uint32_t at = first_further_[glyph]; at != 0; at = further_[at - 1].next) {
+    if (is_text(further_[at - 1].text, text, count))
+      return static_cast<int>(glyph_count_ + at - 1);
+  }
+  const auto place = static_cast<std::uint32_t>(further_.size());
+  if ((style_ & kEmbed) == 0 || glyph_count_ + place >= kMostCodes)
+    return -1;
+  const std::uint32_t kept = keep_text(text, count);
+  if (kept == 0 || !further_.push({glyph, kept, first_further_[glyph]}))
+    return -1;
+  first_further_[glyph] = place + 1;
+  changed_ = true;
+  return static_cast<int>(glyph_count_ + place);
+}
+
+int CPDFFontType0::add_glyph(std::uint32_t glyph, const std::uint32_t* text, int count) {
+  if (face_ == nullptr || glyph >= glyph_count_ || count < 1 || count > GlyphTexts::kMost)
+    return -1;
+  std::uint32_t& first = text_of_[glyph];
+  // Glyph 0 is shown for whatever the font lacks.
+  if (glyph == 0 || (first != 0 && !is_text(first, text, count)))
+    return add_further(glyph, text, count);
+  if (first == 0) {
+    const std::uint32_t kept = keep_text(text, count);
+    if (kept == 0)
+      return -1;
+    first = kept;
+    ++used_count_;
+    changed_ = true;
+  }
+  first |= kFixed;
+  return static_cast<int>(glyph);
+}
+
 int CPDFFontType0::glyph_width(unsigned code) {
-  if (code >= glyph_count_)
+  const std::uint32_t glyph = glyph_of(code);
+  if (glyph >= glyph_count_)
     return fix_to_thousandths(default_width);
-  return to_thousandths(face_->advance(code), face_->units_per_em());
+  return to_thousandths(face_->advance(glyph), face_->units_per_em());
 }
 
 PDF_VERTICAL_METRICS CPDFFontType0::vertical_metrics(unsigned code) {
   PDF_VERTICAL_METRICS metrics{fix_to_thousandths(default_vertical_advance), fix_to_thousandths(default_origin_x),
                                fix_to_thousandths(default_origin_y)};
-  if (code >= glyph_count_)
+  const std::uint32_t glyph = glyph_of(code);
+  if (glyph >= glyph_count_)
     return metrics;
-  metrics.origin_x = glyph_width(code) / 2;
+  metrics.origin_x = glyph_width(glyph) / 2;
   int advance = 0;
   int origin = 0;
-  if (face_->vertical_metrics(code, advance, origin)) {
+  if (face_->vertical_metrics(glyph, advance, origin)) {
     metrics.advance = -to_thousandths(advance, face_->units_per_em());
     metrics.origin_y = to_thousandths(origin, face_->units_per_em());
   }
