@@ -20,4 +20,7 @@ bool input_path(const std::string& file, std::string& path);
 /// All bytes of `file`, "-" for standard input, which is remembered. False, with a message, when it cannot be read.
 bool read_input(const std::string& file, std::string& bytes);
 
+/// The bytes of `file`, remembered as by `input_path`. False, with a message, when it cannot be read to its end.
+bool read_input(const std::string& file, std::string& bytes);
+
 }  // namespace sheaf::tool

@@ -3,8 +3,6 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <fstream>
-#include <iterator>
 
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/base/wide_text.h"
@@ -40,6 +38,11 @@ std::string number(double value) {
   return text;
 }
 
+// CR, NEL and the separators of lines and paragraphs (UAX 14).
+bool is_line_end(wchar_t character) {
+  return character == '\r' || character == 0x85 || character == 0x2028 || character == 0x2029;
+}
+
 std::vector<wchar_t> characters_of(const std::string& utf8, Trouble& trouble) {
   std::vector<wchar_t> text;
   const char* at = utf8.c_str();
@@ -49,9 +52,13 @@ std::vector<wchar_t> characters_of(const std::string& utf8, Trouble& trouble) {
     const int used = cvt_char_UTF8_To_UCS4(reinterpret_cast<const unsigned char*>(at), character);
     if (character == 0) {
       character = kReplacement;
-      ++trouble.bad_bytes;
+      trouble.bad_bytes += static_cast<std::size_t>(std::max(used, 1));
     }
-    at += used > 0 ? used : 1;
+    at += std::max(used, 1);
+    if (character == '\r' && at < end && *at == '\n')
+      continue;
+    if (is_line_end(character))
+      character = '\n';
     if (character != 0xFEFF || !text.empty())
       text.push_back(character);
   }
@@ -77,8 +84,9 @@ public:
     return true;
   }
 
-  bool finish_page() {
-    if (line_ == 0)
+  /// `is_kept`: also a page without lines becomes one of the document.
+  bool finish_page(bool is_kept = false) {
+    if (line_ == 0 && !is_kept)
       return true;
     content_ = "BT\n" + content_ + "ET\n";
     const PDF_REF content = doc_.table().adv_new_stream_flate(reinterpret_cast<unsigned char*>(content_.data()),
@@ -233,7 +241,7 @@ bool set_text(TextFonts& fonts, PageSetter& pages, const std::vector<wchar_t>& t
       start = end;
     }
     paragraph.clear();
-    if (text[at] == '\f' && !pages.finish_page())
+    if (text[at] == '\f' && !pages.finish_page(true))
       return false;
   }
   return pages.finish_page() && pages.store_pages();
@@ -241,7 +249,7 @@ bool set_text(TextFonts& fonts, PageSetter& pages, const std::vector<wchar_t>& t
 
 int report(const TextOptions& options, const Trouble& trouble) {
   if (trouble.bad_bytes != 0)
-    complain(options.file, std::to_string(trouble.bad_bytes) + " bytes are no UTF-8; each was set as U+FFFD");
+    complain(options.file, std::to_string(trouble.bad_bytes) + " bytes are no UTF-8; set as U+FFFD");
   if (trouble.missing != 0) {
     char first[16];
     std::snprintf(first, sizeof(first), "U+%04X", static_cast<unsigned>(trouble.first_missing));
@@ -254,15 +262,13 @@ int report(const TextOptions& options, const Trouble& trouble) {
 }  // namespace
 
 int add_text_pages(CPDFDoc& doc, const TextOptions& options) {
-  std::string path;
-  if (!input_path(options.file, path))
+  std::string utf8;
+  if (!read_input(options.file, utf8))
     return kExitFailed;
-  std::ifstream in(path, std::ios::binary);
-  if (!in) {
-    complain(input_name(options.file), "the text cannot be opened; check the path and its permissions");
+  if (utf8.empty()) {
+    complain(input_name(options.file), "has no text that could be set into pages");
     return kExitFailed;
   }
-  const std::string utf8{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
   Trouble trouble;
   const std::vector<wchar_t> text = characters_of(utf8, trouble);
   TextFonts fonts(doc.table(), options);

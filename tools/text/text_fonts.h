@@ -23,11 +23,12 @@ public:
   /// Fonts of which some glyph has been asked for are named F1, F2 ... in the resources.
   void put_resources(CPDFDictionary& fonts);
   static std::string resource_name(int found) { return "F" + std::to_string(SystemFonts::index_of(found) + 1); }
-  /// Prints a message about each font that could not be embedded.
+  /// Prints a message about each font that was not embedded though characters needed it.
   void report_refused();
 
 private:
   const TextOptions& options_;
+  CPDFXRefTable& table_;
   SystemFonts fonts_;
 };
 
