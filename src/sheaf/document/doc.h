@@ -71,6 +71,10 @@ public:
   bool open(CQVStream* stream);
   /// Opens a file for reading and writing, so that `save_update` can go behind its end.
   bool open_for_update(const char* path);
+  /// Goes on with a document of `open(path)` as if it had been opened by `open_for_update`: what was changed waits
+  /// for `save_update`. False, and the document stays as it was, when the file cannot be written or is no longer the
+  /// one that was opened. True without effect where the document can be saved already.
+  bool begin_update(const char* path);
   /// Starts a new document on an empty stream that the caller keeps open until `close`.
   bool create(CQVStream* stream);
   /// Releases everything; harmless twice.

@@ -25,6 +25,20 @@ bool CPDFDoc::open_for_update(const char* path) {
   return open_stream();
 }
 
+bool CPDFDoc::begin_update(const char* path) {
+  if (stream_ != &blocks_)
+    return stream_ != nullptr;
+  if (!file_.OpenForUpdate(path) || !blocks_.reads_same_file(file_)) {
+    file_.Close();
+    return false;
+  }
+  // Records that were handed out go on reading through the old stream, which stays open.
+  file_.base_offset = blocks_.base_offset;
+  file_.has_unclosed_strings = blocks_.has_unclosed_strings;
+  stream_ = table_.stream = &file_;
+  return true;
+}
+
 bool CPDFDoc::create(CQVStream* stream) {
   close();
   stream_ = stream;
