@@ -12,6 +12,9 @@ set(SHEAF_PUBLIC_HEADERS
   base/stream_update.h
   base/visited_set.h
   cache/font_caches.h
+  document/content/content_reader.h
+  document/content/content_text.h
+  document/content/content_writer.h
   document/doc.h
   document/forms/flattener.h
   document/forms/form_data.h
