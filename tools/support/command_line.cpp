@@ -112,6 +112,13 @@ Option* Command::add_flag(const std::string& name, bool& value, const std::strin
   return &options_.emplace_back(*app_.add_flag(name, value, what));
 }
 
+Option* Command::add_size(const std::string& name, std::uint64_t& value, const Range<std::uint64_t>& range,
+                          const std::string& what) {
+  CLI::Option* const option = app_.add_option(name, value, what);
+  option->transform(CLI::AsSizeValue(false))->check(CLI::Range(range.least, range.most));
+  return &options_.emplace_back(*option);
+}
+
 Option* Command::get_option(const std::string& name) {
   return &options_.emplace_back(*app_.get_option(name));
 }

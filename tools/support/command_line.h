@@ -4,6 +4,7 @@
 // compile.
 #pragma once
 
+#include <cstdint>
 #include <deque>
 #include <functional>
 #include <initializer_list>
@@ -86,6 +87,9 @@ public:
         name, words, [&value, values](std::size_t index) { value = values[index]; }, what);
   }
 
+  /// A count of bytes, with a unit such as 64MiB where one is given.
+  Option* add_size(const std::string& name, std::uint64_t& value, const Range<std::uint64_t>& range,
+                   const std::string& what);
   /// One that was added before.
   Option* get_option(const std::string& name);
 
