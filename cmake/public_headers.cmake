@@ -11,6 +11,7 @@ set(SHEAF_PUBLIC_HEADERS
   base/stream_output.h
   base/stream_update.h
   base/visited_set.h
+  base/work_watch.h
   cache/font_caches.h
   document/content/content_reader.h
   document/content/content_text.h

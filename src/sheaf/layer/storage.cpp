@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "sheaf/base/seek_internal.h"
+#include "sheaf/base/seek.h"
 #include "sheaf/base/work_watch.h"
 
 namespace sheaf::layer {
