@@ -148,7 +148,7 @@ void DocSaver::save_complete(CPDFXRefTable& target, CPDFEncrypt* enc) {
   metadata_.store_packet();
   free_members_of_lost_streams(table);
   if (enc != nullptr || doc_.is_encrypted())
-    drop_unknown_crypt_filters(doc_, enc);
+    fit_crypt_filters(doc_, enc);
   if (target.id.is_null())
     renew_identifier(table, target.id);
   table.save_as(target, enc);
