@@ -147,7 +147,7 @@ bool DocSaver::prepare_complete(CPDFObj& id, const CPDFEncrypt* enc) {
   metadata_.store_frame();
   metadata_.store_packet();
   if (enc != nullptr || doc_.is_encrypted())
-    drop_unknown_crypt_filters(doc_, enc);
+    fit_crypt_filters(doc_, enc);
   if (id.is_null())
     renew_identifier(table, id);
   return watch.all_granted() && table.entries_lost == 0;
