@@ -90,22 +90,29 @@ int CPDFStreamFlate::inflate_pieces(std::uint8_t* dst, int size) {
 }
 
 bool CPDFStreamFlate::reached_end() {
-  // Further bytes are a false checksum at the end of the data, and something else everywhere before it.
-  unsigned char more[8] = {};
   std::uint8_t unused[16];
-  const auto go_on = [&] {
-    zstream.next_out = unused;
-    zstream.avail_out = sizeof(unused);
-    return inflate(&zstream, Z_SYNC_FLUSH);
-  };
-  int result = go_on();
-  if (result == Z_BUF_ERROR || result == Z_OK) {
-    zstream.next_in = more;
-    zstream.avail_in = sizeof(more);
-    result = go_on();
-    zstream.avail_in = 0;
-  }
-  return result == Z_STREAM_END || (zstream.msg != nullptr && std::strcmp(zstream.msg, "incorrect data check") == 0);
+  zstream.next_out = unused;
+  zstream.avail_out = sizeof(unused);
+  return inflate(&zstream, Z_SYNC_FLUSH) == Z_STREAM_END || (ends_before(0) && ends_before(0xFF));
+}
+
+// Whether further bytes of the value `next` are taken for a false checksum. Two values are enough to
+// know: no code that ends a block begins with both.
+bool CPDFStreamFlate::ends_before(std::uint8_t next) {
+  z_stream copy = {};
+  if (inflateCopy(&copy, &zstream) != Z_OK)
+    return false;
+  unsigned char more[8];
+  std::memset(more, next, sizeof(more));
+  std::uint8_t unused[16];
+  copy.next_in = more;
+  copy.avail_in = sizeof(more);
+  copy.next_out = unused;
+  copy.avail_out = sizeof(unused);
+  const int result = inflate(&copy, Z_SYNC_FLUSH);
+  const bool is_false_sum = copy.msg != nullptr && std::strcmp(copy.msg, "incorrect data check") == 0;
+  inflateEnd(&copy);
+  return result == Z_STREAM_END || is_false_sum;
 }
 
 int CPDFStreamFlate::get_char2() {

@@ -38,6 +38,7 @@ public:
   bool reached_end();
 
 private:
+  bool ends_before(std::uint8_t next);
   bool refill();
   int inflate_pieces(std::uint8_t* dst, int size);
   void release();

@@ -54,10 +54,8 @@ int CPDFStream::read_block(void* dst, int size) {
 int CPDFStream::most_text(int most) const {
   constexpr std::int64_t kFree = 64 * 1024;
   constexpr std::int64_t kPerByte = 64;
-  const bool is_picture = filter_type == kFilterCCITTFax || filter_type == kFilterDCT || filter_type == kFilterJBIG2 ||
-                          filter_type == kFilterJPX;
   const std::int64_t justified = kFree + std::max(left, 0) * kPerByte;
-  return is_picture ? static_cast<int>(std::min<std::int64_t>(most, justified)) : most;
+  return is_picture() ? static_cast<int>(std::min<std::int64_t>(most, justified)) : most;
 }
 
 std::uint8_t* CPDFStream::buffer_load(int max_len, int& len) {
