@@ -12,6 +12,9 @@ set(SHEAF_PUBLIC_HEADERS
   base/stream_update.h
   base/visited_set.h
   cache/font_caches.h
+  document/content/content_reader.h
+  document/content/content_text.h
+  document/content/content_writer.h
   document/doc.h
   document/forms/flattener.h
   document/forms/form_data.h
@@ -19,9 +22,12 @@ set(SHEAF_PUBLIC_HEADERS
   document/images/image.h
   document/merge/doc_merge.h
   document/merge/merge_report.h
+  document/metadata/doc_metadata.h
   document/names/name_list.h
   document/pages/page_list.h
   document/pages/page_nodes.h
+  document/save/doc_saver.h
+  document/save/save_kinds.h
   document/signatures/signature_writer.h
   filters/stream_filter.h
   neighbours/fonts/cmap_resources.h

@@ -48,8 +48,7 @@ int run_show(const ShowOptions& options) {
   PDF_REF ref{0, 0};
   if (!find_reference(doc, options.file, options.num, options.gen, ref))
     return kExitFailed;
-  Freed<CPDFObj> obj;
-  doc.table().get_entity(obj, ref);
+  Freed<CPDFObj> obj = doc.table().object(ref);
   if (obj.is_null()) {
     complain(options.file, "object " + std::to_string(options.num) + " does not exist or cannot be read");
     return kExitFailed;

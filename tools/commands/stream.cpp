@@ -41,11 +41,10 @@ int run_stream(const StreamOptions& options) {
     return kExitFailed;
   CPDFXRefTable& table = doc.table();
   const std::string name = "object " + std::to_string(options.num);
-  Freed<CPDFObj> obj;
   PDF_REF ref{0, 0};
   if (!find_reference(doc, options.file, options.num, options.gen, ref))
     return kExitFailed;
-  table.get_entity(obj, ref);
+  Freed<CPDFObj> obj = table.object(ref);
   const CPDFStreamRec* rec = obj.as_stream();
   if (rec == nullptr) {
     complain(options.file, name + " is no stream; `sheaf show` tells what it is");

@@ -3,22 +3,18 @@
 
 #include <array>
 #include <cmath>
-#include <cstdlib>
-#include <memory>
-#include <string>
-#include <string_view>
 #include <vector>
 
-#include "sheaf/base/chars.h"
 #include "sheaf/base/scope_guard.h"
-#include "sheaf/filters/stream_filter.h"
+#include "sheaf/document/content/content_reader.h"
+#include "sheaf/document/content/content_text.h"
 #include "sheaf/object/array.h"
 
 namespace sheaf::tool {
 
 namespace {
 
-constexpr int kMostContent = 16 << 20;                       // of one stream
+constexpr std::size_t kMostContent = 16 << 20;               // of one page or form
 constexpr std::int64_t kMostWork = std::int64_t{256} << 20;  // bytes of content, forms as often as they are shown
 constexpr int kMostDepth = 8;                                // of forms within forms
 
@@ -29,95 +25,16 @@ Matrix product(const Matrix& m, const Matrix& n) {
           m[2] * n[1] + m[3] * n[3], m[4] * n[0] + m[5] * n[2] + n[4], m[4] * n[1] + m[5] * n[3] + n[5]};
 }
 
-// The operators of a content stream with the last name and the last six numbers in front of each.
-// Strings, arrays, dictionaries and the data of inline images are passed over.
-class ContentReader {
-public:
-  explicit ContentReader(std::string_view text) : text_(text) {}
-
-  /// The next operator; empty at the end.
-  std::string_view next() {
-    count_ = 0;
-    name_ = {};
-    while (pos_ < text_.size()) {
-      const char c = text_[pos_];
-      if (c == '%') {
-        pos_ = std::min(text_.find_first_of("\r\n", pos_), text_.size());
-      } else if (c == '(') {
-        pass_string();
-      } else if (c == '<' && pos_ + 1 < text_.size() && text_[pos_ + 1] != '<') {
-        pos_ = text_.find('>', pos_);
-        pos_ = pos_ == std::string_view::npos ? text_.size() : pos_ + 1;
-      } else if (!is_regular(c) && c != '/') {
-        ++pos_;
-      } else if (const std::string_view token = take_token(); token[0] == '/') {
-        name_ = token.substr(1);
-      } else if (!take_number(token)) {
-        if (token == "ID")
-          pass_inline_data();
-        return token;
-      }
-    }
-    return {};
-  }
-  std::string_view name() const { return name_; }
-  bool matrix(Matrix& matrix) const {
-    for (std::size_t i = 0; i < matrix.size(); ++i)
-      matrix[i] = numbers_[(count_ - matrix.size() + i) % numbers_.size()];
-    return count_ >= matrix.size();
-  }
-
-private:
-  static bool is_regular(char c) {
-    return !is_wide_space(c) && std::string_view("()<>[]{}/%").find(c) == std::string_view::npos;
-  }
-
-  std::string_view take_token() {
-    const std::size_t start = pos_++;
-    while (pos_ < text_.size() && is_regular(text_[pos_]))
-      ++pos_;
-    return text_.substr(start, pos_ - start);
-  }
-
-  bool take_number(std::string_view token) {
-    if (token.find_first_not_of("+-.0123456789") != std::string_view::npos)
+// The six operands of "cm".
+bool matrix_of(const ContentReader& reader, Matrix& matrix) {
+  for (std::size_t i = 0; i < matrix.size(); ++i) {
+    const CPDFObj* const operand = reader.operand_from_end(static_cast<std::int32_t>(matrix.size() - 1 - i));
+    if (operand == nullptr)
       return false;
-    char text[32] = {};
-    token.copy(text, sizeof(text) - 1);
-    numbers_[count_++ % numbers_.size()] = std::strtod(text, nullptr);
-    return true;
+    matrix[i] = to_double(operand->to_real());
   }
-
-  void pass_string() {
-    int depth = 0;
-    for (; pos_ < text_.size(); ++pos_) {
-      if (text_[pos_] == '\\')
-        ++pos_;
-      else if (text_[pos_] == '(')
-        ++depth;
-      else if (text_[pos_] == ')' && --depth == 0)
-        break;
-    }
-    pos_ = std::min(pos_ + 1, text_.size());
-  }
-
-  void pass_inline_data() {
-    const auto is_space = [this](std::size_t at) { return at >= text_.size() || is_wide_space(text_[at]); };
-    for (std::size_t at = text_.find("EI", pos_); at != std::string_view::npos; at = text_.find("EI", at + 1)) {
-      if (is_space(at - 1) && is_space(at + 2)) {
-        pos_ = at + 2;
-        return;
-      }
-    }
-    pos_ = text_.size();
-  }
-
-  std::string_view text_;
-  std::size_t pos_ = 0;
-  std::string_view name_;
-  std::array<double, 6> numbers_ = {};
-  std::size_t count_ = 0;
-};
+  return true;
+}
 
 }  // namespace
 
@@ -126,84 +43,62 @@ public:
   Walk(CPDFXRefTable& table, ImagePlacements& placements) : table_(table), placements_(placements) {}
 
   void page(const CPDFPage& page) {
-    Freed<CPDFObj> resources;
-    Freed<CPDFObj> contents;
-    table_.resolve(resources, page.dict.get_item(CPDFDictionary::sm_tag_res));
+    Freed<CPDFObj> resources = table_.value(&page.dict, CPDFDictionary::sm_tag_res);
     if (resources.as_dict() == nullptr && page.inherited != nullptr && page.inherited->resources.num != 0)
       table_.get_entity(resources, page.inherited->resources);
-    table_.resolve(contents, page.dict.get_item("Contents"));
-    std::string text;
-    const CPDFArray* parts = contents.as_array();
-    for (std::int32_t i = 0; i < (parts != nullptr ? parts->count : 1); ++i) {
-      Freed<CPDFObj> part;
-      table_.resolve(part, parts != nullptr ? parts->get(i) : &contents);
-      text += content(part) + '\n';
-    }
-    show(text, resources.as_dict(), {1, 0, 0, 1, 0, 0}, 0);
+    show(page.dict.get_item("Contents"), resources.as_dict(), {1, 0, 0, 1, 0, 0}, 0);
   }
 
 private:
-  std::string content(const CPDFObj& obj) {
-    if (obj.as_stream() == nullptr || work_ > kMostWork)
-      return "";
-    const std::unique_ptr<CPDFStream> decoder(table_.make_stream(obj.as_stream()));
-    int len = 0;
-    const HeapBlock<std::uint8_t> block(decoder ? decoder->buffer_load(decoder->most_text(kMostContent), len)
-                                                : nullptr);
-    return block ? std::string(reinterpret_cast<const char*>(block.get()), static_cast<std::size_t>(len)) : "";
-  }
-
-  void show(std::string_view text, const CPDFDictionary* resources, Matrix matrix, int depth) {
-    Freed<CPDFObj> objects;
-    table_.resolve(objects, resources != nullptr ? resources->get_item(CPDFDictionary::sm_tag_xobj) : nullptr);
-    if (objects.as_dict() == nullptr)
+  void show(const CPDFObj* contents, const CPDFDictionary* resources, Matrix matrix, int depth) {
+    Freed<CPDFObj> objects = table_.value(resources, CPDFDictionary::sm_tag_xobj);
+    if (objects.as_dict() == nullptr || work_ > kMostWork)
       return;
-    work_ += static_cast<std::int64_t>(text.size());
+    ContentText content;
+    content.load(table_, contents, kMostContent);
+    work_ += static_cast<std::int64_t>(content.text().size());
     std::vector<Matrix> saved;
-    ContentReader reader(text);
-    for (std::string_view op = reader.next(); !op.empty() && work_ <= kMostWork; op = reader.next()) {
+    ContentReader reader(content.text());
+    while (reader.next() && work_ <= kMostWork) {
       Matrix change;
-      if (op == "q") {
+      if (reader.is("q")) {
         saved.push_back(matrix);
-      } else if (op == "Q" && !saved.empty()) {
+      } else if (reader.is("Q") && !saved.empty()) {
         matrix = saved.back();
         saved.pop_back();
-      } else if (op == "cm" && reader.matrix(change)) {
+      } else if (reader.is("cm") && matrix_of(reader, change)) {
         matrix = product(change, matrix);
-      } else if (op == "Do") {
-        show_object(objects.as_dict()->get_item(std::string(reader.name()).c_str()), resources, matrix, depth);
+      } else if (reader.is("Do")) {
+        show_object(*objects.as_dict(), reader.operand_from_end(0), resources, matrix, depth);
       }
     }
   }
 
-  void show_object(const CPDFObj* item, const CPDFDictionary* resources, const Matrix& matrix, int depth) {
+  void show_object(const CPDFDictionary& objects, const CPDFObj* name, const CPDFDictionary* resources,
+                   const Matrix& matrix, int depth) {
     constexpr std::int64_t kLeastWork = 64;
+    const char* const key = name != nullptr ? name->as_name() : nullptr;
+    const CPDFObj* const item = key != nullptr ? objects.get_item(key) : nullptr;
     const PDF_REF ref = item != nullptr ? item->as_ref() : PDF_REF{0, 0};
     work_ += kLeastWork;
     if (ref.num < 1 || depth > kMostDepth || placements_.places_.count(ref.num) != 0)
       return;
-    Freed<CPDFObj> obj;
-    Freed<CPDFObj> kind;
-    table_.get_entity(obj, ref);
+    Freed<CPDFObj> obj = table_.object(ref);
     const CPDFDictionary* dict = obj.as_dict_or_stream();
-    table_.resolve(kind, dict != nullptr ? dict->get_item(CPDFDictionary::sm_tag_subtype) : nullptr);
+    Freed<CPDFObj> kind = table_.value(dict, CPDFDictionary::sm_tag_subtype);
     if (kind.is_name("Image"))
       placements_.places_[ref.num] = {std::hypot(matrix[0], matrix[1]), std::hypot(matrix[2], matrix[3])};
     if (!kind.is_name("Form"))
       return;
-    Freed<CPDFObj> own;
-    table_.resolve(own, dict->get_item(CPDFDictionary::sm_tag_res));
-    show(content(obj), own.as_dict() != nullptr ? own.as_dict() : resources, product(form_matrix(*dict), matrix),
-         depth + 1);
+    Freed<CPDFObj> own = table_.value(dict, CPDFDictionary::sm_tag_res);
+    show(&obj, own.as_dict() != nullptr ? own.as_dict() : resources, product(form_matrix(*dict), matrix), depth + 1);
   }
 
   Matrix form_matrix(const CPDFDictionary& dict) {
     Matrix matrix = {1, 0, 0, 1, 0, 0};
-    Freed<CPDFObj> list;
-    table_.resolve(list, dict.get_item("Matrix"));
+    Freed<CPDFObj> list = table_.value(&dict, "Matrix");
     for (std::size_t i = 0; list.as_array() != nullptr && i < matrix.size(); ++i) {
-      Freed<CPDFObj> number;
-      table_.resolve(number, list.as_array()->get(static_cast<std::int32_t>(i)));
+      Freed<CPDFObj> number = table_.value(list.as_array()->get(static_cast<std::int32_t>(i)));
       matrix[i] = to_double(number.to_real());
     }
     return matrix;

@@ -122,8 +122,7 @@ private:
   }
 
   bool is_empty(const CPDFStreamRec& rec) {
-    Freed<CPDFObj> length;
-    table_.resolve(length, rec.dict.get_item(CPDFDictionary::sm_tag_length));
+    Freed<CPDFObj> length = table_.value(&rec.dict, CPDFDictionary::sm_tag_length);
     return length.tag == kTagInt && length.as_int() == 0;
   }
 
@@ -159,14 +158,12 @@ private:
 
   // The first filter that has no decoder, or null. Borrowed from `name_`.
   const char* unknown_filter(const CPDFDictionary& dict) {
-    Freed<CPDFObj> filters;
-    table_.resolve(filters, dict.get_item(CPDFDictionary::sm_tag_filter));
+    Freed<CPDFObj> filters = table_.value(&dict, CPDFDictionary::sm_tag_filter);
     const CPDFArray* names = filters.as_array();
     if (names == nullptr)
       return unknown_name(filters);
     for (std::int32_t i = 0; i < names->count; ++i) {
-      Freed<CPDFObj> name;
-      table_.resolve(name, names->get(i));
+      Freed<CPDFObj> name = table_.value(names, i);
       if (const char* unknown = unknown_name(name))
         return unknown;
     }
@@ -213,8 +210,7 @@ std::int64_t content_size(CPDFDoc& doc, int index) {
   if (!doc.load_page(index, page))
     return -1;
   CPDFXRefTable& table = doc.table();
-  Freed<CPDFObj> contents;
-  table.resolve(contents, page.dict.get_item("Contents"));
+  Freed<CPDFObj> contents = table.value(&page.dict, "Contents");
   std::int64_t total = 0;
   const auto add = [&](const CPDFObj* item) {
     Freed<CPDFObj> part;

@@ -7,7 +7,7 @@
 
 #include "sheaf/base/heap_watch.h"
 #include "sheaf/base/scope_guard.h"
-#include "sheaf/document/doc.h"
+#include "sheaf/document/metadata/doc_metadata.h"
 #include "sheaf/document/metadata/xmp_packet_internal.h"
 #include "sheaf/filters/stream_filter.h"
 #include "sheaf/object/array.h"
@@ -47,7 +47,7 @@ bool load_packet(CPDFXRefTable& table, CPDFObj& obj, GrowArray<char>& bytes) {
 
 // Stores the packet as the stream's new body. It has no filter, so that metadata stay readable in the
 // file by programs that know nothing of PDF (ISO 32000-1, 14.3.2).
-bool store_packet(CPDFXRefTable& table, const PDF_REF& ref, const CPDFDictionary& old, const GrowArray<char>& bytes) {
+bool store_body(CPDFXRefTable& table, const PDF_REF& ref, const CPDFDictionary& old, const GrowArray<char>& bytes) {
   const HeapWatch watch;
   CPDFStreamRec rec;
   rec.dict.copy_from(&old);
@@ -90,7 +90,12 @@ void set_property(CPDFXRefTable& table, XmpPacket& packet, const CPDFDictionary*
 
 }  // namespace
 
-bool CPDFDoc::set_info(const char* key, const char* utf8) {
+void DocMetadata::forget() {
+  changed_info_ = 0;
+  packet_left_ = false;
+}
+
+bool DocMetadata::set_info(const char* key, const char* utf8) {
   const HeapWatch watch;
   Freed<CPDFObj> info;
   table_.resolve(info, &table_.info);
@@ -121,7 +126,7 @@ bool CPDFDoc::set_info(const char* key, const char* utf8) {
 }
 
 // What `set_info` changed since the last save goes into the packet too.
-bool CPDFDoc::store_metadata() {
+bool DocMetadata::store_packet() {
   if (changed_info_ == 0)
     return true;
   const HeapWatch watch;
@@ -133,7 +138,7 @@ bool CPDFDoc::store_metadata() {
   }
   XmpPacket packet;
   if (!packet.read(bytes.begin(), bytes.size())) {
-    metadata_left_ = true;
+    packet_left_ = true;
     changed_info_ = 0;
     return watch.all_granted();
   }
@@ -148,7 +153,7 @@ bool CPDFDoc::store_metadata() {
   xmp_date(now, date);
   packet.set_metadata_date(date);
   bytes.clear();
-  if (!packet.print(bytes) || !store_packet(table_, metadata_ref(table_), obj.as_stream()->dict, bytes))
+  if (!packet.print(bytes) || !store_body(table_, metadata_ref(table_), obj.as_stream()->dict, bytes))
     return false;
   changed_info_ = 0;
   return true;
@@ -166,7 +171,7 @@ bool is_pdfa_intent(CPDFXRefTable& table, const CPDFObj* item) {
 
 }  // namespace
 
-void CPDFDoc::read_frame(PDF_FRAME_FOUND& found) {
+void DocMetadata::read_frame(PDF_FRAME_FOUND& found) {
   found = {};
   const Freed<CPDFObj> catalog = table_.catalog();
   const Freed<CPDFObj> intents = table_.value(catalog.as_dict(), "OutputIntents");
@@ -183,22 +188,20 @@ void CPDFDoc::read_frame(PDF_FRAME_FOUND& found) {
     packet.read_claim(found.claim);
 }
 
-bool CPDFDoc::store_frame() {
+bool DocMetadata::store_frame() {
   if (frame_ == PDF_FRAME::kNone || table_.root.tag != kTagRef)
     return true;
   const HeapWatch watch;
   table_.claims_pdfa = frame_ == PDF_FRAME::kClaim ? 1 : 0;
   PDF_FRAME_FOUND found;
   read_frame(found);
-  Freed<CPDFObj> catalog;
-  table_.resolve(catalog, &table_.root);
+  Freed<CPDFObj> catalog = table_.catalog();
   CPDFDictionary* const dict = catalog.as_dict();
   if (dict == nullptr)
     return false;
   if (found.pdfa_intents == 0 || !found.has_metadata) {
     if (found.pdfa_intents == 0) {
-      Freed<CPDFObj> intents;
-      table_.resolve(intents, dict->get_item("OutputIntents"));
+      Freed<CPDFObj> intents = table_.value(dict, "OutputIntents");
       if (intents.as_array() == nullptr)
         intents.take_array(new (std::nothrow) CPDFArray);
       if (intents.as_array() == nullptr)
@@ -213,7 +216,7 @@ bool CPDFDoc::store_frame() {
   }
   if (frame_ != PDF_FRAME::kClaim || !found.has_metadata)
     return watch.all_granted();
-  metadata_left_ = metadata_left_ || !found.metadata_is_read;
+  packet_left_ = packet_left_ || !found.metadata_is_read;
   if (!found.metadata_is_read || found.claim[0] == '1')
     return true;
   Freed<CPDFObj> obj;
@@ -222,5 +225,5 @@ bool CPDFDoc::store_frame() {
   if (!load_packet(table_, obj, bytes) || !packet.read(bytes.begin(), bytes.size()) || !packet.claim_pdfa())
     return watch.all_granted();
   bytes.clear();
-  return packet.print(bytes) && store_packet(table_, metadata_ref(table_), obj.as_stream()->dict, bytes);
+  return packet.print(bytes) && store_body(table_, metadata_ref(table_), obj.as_stream()->dict, bytes);
 }

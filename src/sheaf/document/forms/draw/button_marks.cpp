@@ -1,7 +1,7 @@
 // The marks of check boxes and radio buttons, drawn as paths: they look the same with every reader's fonts.
 #include <algorithm>
 
-#include "sheaf/document/forms/draw/content_writer_internal.h"
+#include "sheaf/document/content/content_writer.h"
 #include "sheaf/document/forms/draw/value_drawing_internal.h"
 
 namespace sheaf {

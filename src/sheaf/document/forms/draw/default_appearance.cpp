@@ -4,7 +4,7 @@
 #include <string_view>
 
 #include "sheaf/base/chars.h"
-#include "sheaf/document/forms/draw/content_writer_internal.h"
+#include "sheaf/document/content/content_writer.h"
 #include "sheaf/document/forms/draw/default_appearance_internal.h"
 
 namespace sheaf {

@@ -3,7 +3,7 @@
 
 #include <algorithm>
 
-#include "sheaf/document/forms/draw/content_writer_internal.h"
+#include "sheaf/document/content/content_writer.h"
 #include "sheaf/document/forms/draw/text_lines_internal.h"
 
 namespace sheaf {

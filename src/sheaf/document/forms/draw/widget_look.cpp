@@ -3,7 +3,7 @@
 #include <cmath>
 
 #include "sheaf/base/scope_guard.h"
-#include "sheaf/document/forms/draw/content_writer_internal.h"
+#include "sheaf/document/content/content_writer.h"
 #include "sheaf/document/forms/draw/widget_look_internal.h"
 #include "sheaf/object/array.h"
 #include "sheaf/xref/xref_table.h"

@@ -8,7 +8,7 @@
 
 #include "sheaf/base/heap_watch.h"
 #include "sheaf/base/wide_text.h"
-#include "sheaf/document/forms/draw/content_writer_internal.h"
+#include "sheaf/document/content/content_writer.h"
 #include "sheaf/filters/stream_filter.h"
 #include "sheaf/neighbours/page/acro_form.h"
 #include "sheaf/object/text_utf8.h"

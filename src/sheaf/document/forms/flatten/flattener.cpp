@@ -6,8 +6,8 @@
 #include <new>
 
 #include "sheaf/base/heap_watch.h"
+#include "sheaf/document/content/content_writer.h"
 #include "sheaf/document/doc.h"
-#include "sheaf/document/forms/draw/content_writer_internal.h"
 #include "sheaf/document/forms/fill/field_facts_internal.h"
 #include "sheaf/document/forms/flatten/annotation_look_internal.h"
 #include "sheaf/document/forms/flatten/content_balance_internal.h"
@@ -271,12 +271,12 @@ bool CPDFFlattener::put_content(PageWork& work) {
   Cleared<CPDFArray> contents;
   ContentWriter behind;
   if (old.count != 0) {
-    const ContentBalance balance = balance_of(table, old);
-    const int opened = 1 - balance.lowest();
+    const ContentBalance balance = balance_of(table, item);
+    const int opened = 1 - balance.lowest;
     contents.append_ref(opening_stream(opened));
     for (std::int32_t i = 0; i < old.count; ++i)
       contents.append(old.get(i));
-    for (int i = opened + balance.depth(); i > 0; --i)
+    for (int i = opened + balance.depth; i > 0; --i)
       behind.op("Q");
   }
   behind.text({work.content.data(), static_cast<std::size_t>(work.content.size())});

@@ -6,7 +6,7 @@
 #include <iterator>
 #include <string_view>
 
-#include "sheaf/document/forms/draw/content_writer_internal.h"
+#include "sheaf/document/content/content_writer.h"
 
 namespace sheaf {
 

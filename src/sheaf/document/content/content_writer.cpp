@@ -1,10 +1,12 @@
 // Operands are separated by blanks, and an operator ends its line.
+#include "sheaf/document/content/content_writer.h"
+
 #include <charconv>
 #include <cmath>
 
 #include "sheaf/base/chars.h"
 #include "sheaf/base/heap_watch.h"
-#include "sheaf/document/forms/draw/content_writer_internal.h"
+#include "sheaf/base/stream.h"
 #include "sheaf/xref/xref_table.h"
 
 namespace sheaf {
@@ -14,6 +16,25 @@ namespace {
 constexpr char kHexDigits[] = "0123456789ABCDEF";
 constexpr int kFractionDigits = 4;
 constexpr double kMostNumber = 1e9;  // beyond any page, and short enough for the buffer
+
+// Takes what a value prints.
+class Printed : public CQVStream {
+public:
+  explicit Printed(GrowArray<char>& bytes) : bytes_(bytes) {}
+  long long GetLen() const override { return static_cast<long long>(bytes_.size()); }
+  long long GetPos() const override { return GetLen(); }
+  int SetPos(STR_SEEK, long long) override { return 1; }
+  unsigned int Read(void*, unsigned int) override { return 0; }
+  unsigned int Write(const void* src, unsigned int size) override {
+    unsigned int done = 0;
+    while (done < size && bytes_.push(static_cast<const char*>(src)[done]))
+      ++done;
+    return done;
+  }
+
+private:
+  GrowArray<char>& bytes_;
+};
 
 }  // namespace
 
@@ -71,6 +92,24 @@ void ContentWriter::op(std::string_view name) {
   part();
   text(name);
   bytes_.push('\n');
+}
+
+void ContentWriter::value(const CPDFObj& value) {
+  part();
+  Printed out(bytes_);
+  value.write(&out, nullptr);
+}
+
+void ContentWriter::image(const CPDFDictionary& entries, std::string_view data) {
+  op("BI");
+  for (std::int32_t i = 0; i < entries.count; ++i) {
+    name(entries.items[i]->key());
+    value(*entries.items[i]);
+    bytes_.push('\n');
+  }
+  text("ID ");
+  text(data);
+  text("\nEI\n");
 }
 
 void ContentWriter::op(std::initializer_list<double> operands, std::string_view name) {

@@ -8,6 +8,7 @@
 #include "sheaf/base/grow_array.h"
 #include "sheaf/object/object.h"
 
+class CPDFDictionary;
 class CPDFXRefTable;
 
 namespace sheaf {
@@ -23,6 +24,10 @@ public:
   /// A string in hexadecimal.
   void hex_string(const unsigned char* bytes, std::size_t len);
   void op(std::string_view name);
+  /// A value of any kind, strings in their literal form.
+  void value(const CPDFObj& value);
+  /// An inline image (ISO 32000-1, 8.9.7): its entries, and its data as they are stored.
+  void image(const CPDFDictionary& entries, std::string_view data);
   /// Numbers and the operator that takes them.
   void op(std::initializer_list<double> operands, std::string_view name);
 
