@@ -27,9 +27,7 @@ bool DocumentOpener::try_deep_recovery() {
   Attempt attempt = examine();
   if (!attempt.has_pages && recovery.found_pages()) {
     recovery.make_page_tree();
-    Attempt again;
-    look_at_tree(again);
-    attempt = again;
+    attempt = look_at_tree();
     add_repair("pages", 0, 0, "the page tree is lost; a new one lists the pages in the order of the file");
   }
   if (!attempt.usable)

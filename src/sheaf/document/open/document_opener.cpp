@@ -38,15 +38,12 @@ bool DocumentOpener::authorise() {
   return doc_.authorised_;
 }
 
-// The tree is trusted when every object met on the way to the first page stands at its entry's place.
-void DocumentOpener::look_at_tree(Attempt& attempt) {
+DocumentOpener::Attempt DocumentOpener::look_at_tree() {
   PageTreeLook look;
   doc_.pages_.look_at_tree(look);
-  attempt.usable = look.is_tree;
-  attempt.has_pages = look.has_pages;
-  attempt.has_no_pages = look.has_no_pages;
-  attempt.trusted = look.is_tree && std::all_of(look.met.begin(), look.met.end(),
-                                                [this](const PDF_REF& ref) { return header_stands_at(table_, ref); });
+  const bool in_place = std::all_of(look.met.begin(), look.met.end(),
+                                    [this](const PDF_REF& ref) { return header_stands_at(table_, ref); });
+  return {look.is_tree, look.is_tree && in_place, look.has_pages, look.has_no_pages};
 }
 
 // Looks at what the table leads to. The root may be in an older section.
@@ -61,7 +58,7 @@ DocumentOpener::Attempt DocumentOpener::examine() {
     attempt.usable = attempt.trusted = true;
     return attempt;
   }
-  look_at_tree(attempt);
+  attempt = look_at_tree();
   attempt.trusted = attempt.trusted && attempt.usable && (attempt.has_no_pages || attempt.has_pages);
   return attempt;
 }

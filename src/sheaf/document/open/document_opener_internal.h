@@ -34,7 +34,6 @@ public:
   }
 
 private:
-  // What a table leads to.
   struct Attempt {
     bool usable = false;   // a catalogue with a page tree
     bool trusted = false;  // and every object met on the way to the first page stood at its entry's place
@@ -49,7 +48,7 @@ private:
   bool try_sections();
   bool try_section_before(const SectionMark& mark);
   Attempt examine();
-  void look_at_tree(Attempt& attempt);
+  Attempt look_at_tree();
   bool finish(PDF_OPEN status);
   std::uint32_t adjust_section_offset(std::uint32_t offset);
 
