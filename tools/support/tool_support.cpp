@@ -164,6 +164,8 @@ bool open_document_for_update(CPDFDoc& doc, const std::string& path, const std::
 std::int64_t drain(CPDFXRefTable& table, const CPDFStreamRec& rec, CPDFStream& decoder,
                    const std::function<bool(const unsigned char*, int)>& sink) {
   constexpr int kBlock = 64 * 1024;
+  constexpr std::size_t kMostWhole = 1 << 20;
+  decoder.decode_whole(kMostWhole);
   int piece = kBlock;
   std::int64_t rows = INT64_MAX;
   if (decoder.filter_type == kFilterCCITTFax) {

@@ -1,4 +1,5 @@
-// Inflating by zlib, in pieces of the output buffer. Damaged data end where zlib gives up.
+// Inflating by zlib, in pieces of the output buffer, or whole where a caller wants all of it and it is sound. Damaged
+// data end where zlib gives up.
 #include "sheaf/filters/flate.h"
 
 #include <algorithm>
@@ -6,6 +7,7 @@
 #include <new>
 
 #include "sheaf/filters/predictor.h"
+#include "sheaf/filters/whole_inflate.h"
 
 using namespace sheaf;
 
@@ -26,6 +28,9 @@ void CPDFStreamFlate::release() {
   zstream = {};
   delete predictor;
   predictor = nullptr;
+  QVFree(whole_);
+  whole_ = nullptr;
+  whole_size_ = whole_pos_ = 0;
 }
 
 void CPDFStreamFlate::close() {
@@ -40,6 +45,9 @@ int CPDFStreamFlate::open(unsigned int predictor_kind, unsigned int columns, uns
   if (predictor_kind != 1)
     predictor = new (std::nothrow) CPDFPredictor(this, static_cast<int>(predictor_kind), static_cast<int>(columns),
                                                  static_cast<int>(colors), static_cast<int>(bits_per_component));
+  QVFree(whole_);
+  whole_ = nullptr;
+  whole_size_ = whole_pos_ = 0;
   out_end = out_pos = 0;
   inflateEnd(&zstream);
   zstream = {};
@@ -90,6 +98,8 @@ int CPDFStreamFlate::inflate_pieces(std::uint8_t* dst, int size) {
 }
 
 bool CPDFStreamFlate::reached_end() {
+  if (whole_ != nullptr)
+    return true;
   std::uint8_t unused[16];
   zstream.next_out = unused;
   zstream.avail_out = sizeof(unused);
@@ -115,7 +125,16 @@ bool CPDFStreamFlate::ends_before(std::uint8_t next) {
   return result == Z_STREAM_END || is_false_sum;
 }
 
+bool CPDFStreamFlate::decode_whole(std::size_t most) {
+  if (whole_ != nullptr || has_begun() || left < 1)
+    return whole_ != nullptr;
+  whole_ = inflate_whole(data, static_cast<std::size_t>(left), static_cast<std::size_t>(size_hint), most, whole_size_);
+  return whole_ != nullptr;
+}
+
 int CPDFStreamFlate::get_char2() {
+  if (whole_ != nullptr)
+    return whole_pos_ < whole_size_ ? whole_[whole_pos_++] : -1;
   if (out_pos < out_end)
     return out_buf[out_pos++];
   if (zstream.avail_in == 0 || !refill())
@@ -126,6 +145,12 @@ int CPDFStreamFlate::get_char2() {
 
 int CPDFStreamFlate::read_block2(void* dst, int size) {
   auto* out = static_cast<std::uint8_t*>(dst);
+  if (whole_ != nullptr) {
+    const std::size_t count = std::min(whole_size_ - whole_pos_, static_cast<std::size_t>(std::max(size, 0)));
+    std::memcpy(out, whole_ + whole_pos_, count);
+    whole_pos_ += count;
+    return static_cast<int>(count);
+  }
   int total = 0;
   int available = out_end - out_pos;
   // An exact fit refills too, one step early.

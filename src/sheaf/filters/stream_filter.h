@@ -3,6 +3,7 @@
 // Damaged input gives what could be decoded and then 0; no filter has an error state.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 #include "sheaf/base/heap.h"
@@ -58,6 +59,11 @@ public:
   /// silently, at the step that would pass `max_len`. Null when there is no memory.
   /// The caller owns the result and releases it with QVFree.
   std::uint8_t* buffer_load(int max_len, int& len);
+
+  /// Decodes everything now, for who wants all of it: the bytes come from memory then. It takes less time and more
+  /// memory, `most` bytes of it and a third. False, and nothing changes, where a decoder cannot, or not within `most`
+  /// bytes, where the data are damaged, and once reading has begun.
+  virtual bool decode_whole(std::size_t most);
 
   /// The `max_len` for draining what is no picture: `most`, but little for the decoders of images,
   /// some of which go on with blank rows for ever.
