@@ -136,11 +136,13 @@ Option* Command::add_words(const std::string& name, const std::vector<std::strin
   return &options_.emplace_back(*option);
 }
 
-void add_commands(CLI::App& app, int& code) {
+void add_commands(CLI::App& app, const std::string& chosen, int& code) {
   std::vector<Entry>& all = entries();
   std::sort(all.begin(), all.end(), [](const Entry& a, const Entry& b) { return std::strcmp(a.name, b.name) < 0; });
   for (const Entry& entry : all) {
     CLI::App* const described = app.add_subcommand(entry.name, entry.what)->group(entry.group);
+    if (chosen != entry.name)
+      continue;
     Command command(*described);
     const Run run = entry.describe(command);
     add_manner(command);
