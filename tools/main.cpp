@@ -1,6 +1,8 @@
 // The command line. Each command is in a file of its own in commands/, and registers itself there.
 #include <algorithm>
 
+#include <CLI/CLI.hpp>
+
 #include "sheaf/version.h"
 #include "support/command_line.h"
 #include "support/interrupts.h"

@@ -181,18 +181,15 @@ int run_attachments(const AttachmentsOptions& options) {
 }
 
 const Registration kAttachments(
-    "attachments", "Look", "The files that a document carries", [](CLI::App& command) -> Run {
+    "attachments", "Look", "The files that a document carries", [](Command& command) -> Run {
       auto options = std::make_shared<AttachmentsOptions>();
-      add_edit_target(command, options->target);
-      add_rewrite(command, options->target);
+      add_edit_or_rewrite(command, options->target);
       auto* folder = command.add_option("-d,--directory", options->folder, "Write them into this folder");
-      command.add_option("--name", options->names, "Only the file of this name")->allow_extra_args(false);
+      command.add_option("--name", options->names, "Only the file of this name")->one_at_a_time();
       command.add_option("--remove", options->gone, "Take the file of this name out")
-          ->allow_extra_args(false)
+          ->one_at_a_time()
           ->excludes(folder);
-      command.add_option("--add", options->changes.attachments, "Embed a file")
-          ->allow_extra_args(false)
-          ->excludes(folder);
+      command.add_option("--add", options->changes.attachments, "Embed a file")->one_at_a_time()->excludes(folder);
       command.add_flag("--json", options->json, "One JSON object");
       return [options] { return run_attachments(*options); };
     });

@@ -186,7 +186,7 @@ int run_diff(const DiffOptions& options) {
 }
 
 const Registration kDiff(
-    "diff", "Look", "What differs between two documents or revisions", [](CLI::App& command) -> Run {
+    "diff", "Look", "What differs between two documents or revisions", [](Command& command) -> Run {
       auto options = std::make_shared<DiffOptions>();
       add_file(command, options->file);
       auto* other = command.add_option("OTHER", options->other, "The document to compare it with");

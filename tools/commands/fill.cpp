@@ -194,16 +194,15 @@ int run_fill(const FillOptions& options) {
   return output.commit() ? code : kExitFailed;
 }
 
-const Registration kFill("fill", "Change", "Fill in a form", [](CLI::App& command) -> Run {
+const Registration kFill("fill", "Change", "Fill in a form", [](Command& command) -> Run {
   auto options = std::make_shared<FillOptions>();
   add_file(command, options->file);
   add_password(command, options->password);
   command.add_option("OUT", options->output, "The file to write")->required();
   command.add_option("--set", options->settings, "NAME=TEXT; again for each further value of a list box")
-      ->allow_extra_args(false);
+      ->one_at_a_time();
   command.add_option("--data", options->data, "FDF, XFDF, or JSON as from fields --json");
-  command.add_option("--font", options->fonts, "Asked first for what a field's own font lacks")
-      ->allow_extra_args(false);
+  command.add_option("--font", options->fonts, "Asked first for what a field's own font lacks")->one_at_a_time();
   command.add_flag("--read-only", options->read_only, "Fill read-only fields too");
   return [options] { return run_fill(*options); };
 });

@@ -164,7 +164,7 @@ int run_images(const ImagesOptions& options) {
   return list.finish();
 }
 
-const Registration kImages("images", "Look", "The images of a document", [](CLI::App& command) -> Run {
+const Registration kImages("images", "Look", "The images of a document", [](Command& command) -> Run {
   auto options = std::make_shared<ImagesOptions>();
   add_file(command, options->file);
   add_password(command, options->password);

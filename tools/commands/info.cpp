@@ -53,15 +53,13 @@ std::int64_t count_objects(const CPDFXRefTable& table) {
 }
 
 std::string id_text(CPDFXRefTable& table, std::int32_t index) {
-  Freed<CPDFObj> ids;
-  table.resolve(ids, &table.id);
+  Freed<CPDFObj> ids = table.value(&table.id);
   const CPDFObj* element = ids.as_array() != nullptr ? ids.as_array()->get(index) : nullptr;
   return element != nullptr ? hex_text(element->as_string()) : "";
 }
 
 std::string info_value(CPDFXRefTable& table, const CPDFDictionary& info, const char* key) {
-  Freed<CPDFObj> value;
-  table.resolve(value, info.get_item(key));
+  Freed<CPDFObj> value = table.value(&info, key);
   if (value.tag == kTagString)
     return utf8_text(value.as_string());
   return value.tag == kTagName ? value.as_name() : "";
@@ -229,7 +227,7 @@ int run_info(const InfoOptions& options) {
   return worst;
 }
 
-const Registration kInfo("info", "Look", "What a document is", [](CLI::App& command) -> Run {
+const Registration kInfo("info", "Look", "What a document is", [](Command& command) -> Run {
   auto options = std::make_shared<InfoOptions>();
   command.add_option("FILE", options->files, "The documents")->required();
   add_password(command, options->password);

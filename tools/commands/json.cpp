@@ -1,6 +1,4 @@
 // sheaf json: a whole document as JSON, and back.
-#include <map>
-
 #include "json/json_document.h"
 #include "support/command_line.h"
 #include "support/json_file.h"
@@ -49,16 +47,15 @@ int run_json(JsonOptions& options) {
   return doc.status() == PDF_OPEN::kClean ? code : int{kExitProblems};
 }
 
-const Registration kJson("json", "Look", "The whole document as JSON, and back", [](CLI::App& command) -> Run {
+const Registration kJson("json", "Look", "The whole document as JSON, and back", [](Command& command) -> Run {
   auto options = std::make_shared<JsonOptions>();
   add_file(command, options->file);
   add_password(command, options->password);
   command.add_option("-o,--output", options->output, "Write to this file");
-  command
-      .add_option("--streams", options->manner.streams, "Their data in the JSON, as files of their own, or left out")
-      ->type_name("inline|apart|none")
-      ->transform(CLI::CheckedTransformer(std::map<std::string, JsonStreams>{
-          {"inline", JsonStreams::kInline}, {"apart", JsonStreams::kApart}, {"none", JsonStreams::kNone}}));
+  command.add_choice<JsonStreams>(
+      "--streams", options->manner.streams,
+      {{"inline", JsonStreams::kInline}, {"apart", JsonStreams::kApart}, {"none", JsonStreams::kNone}},
+      "Their data in the JSON, as files of their own, or left out");
   command.add_option("-d,--directory", options->manner.folder, "The folder for streams apart");
   auto* qpdf = command.add_flag("--qpdf", options->qpdf, "In the form of qpdf's JSON, version 2");
   command.add_flag("--to-pdf", options->to_pdf, "Read FILE as JSON, of either form, and write the document")

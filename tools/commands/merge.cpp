@@ -159,14 +159,14 @@ int run_split(const SplitOptions& options) {
   return code;
 }
 
-const Registration kMerge("merge", "Make", "Pages of several documents in one", [](CLI::App& command) -> Run {
+const Registration kMerge("merge", "Make", "Pages of several documents in one", [](Command& command) -> Run {
   auto options = std::make_shared<MergeOptions>();
   command.add_option("OUT", options->output, "The file to write")->required();
   command.add_option("IN", options->inputs, "FILE or FILE:RANGES, such as a.pdf:1-5,8,r1,z-1 or odd")->required();
   auto* direct =
       command
           .add_option("--password", options->passwords, "One for each input, in order; the last one serves the rest")
-          ->allow_extra_args(false);
+          ->one_at_a_time();
   command
       .add_option("--password-file", options->password_file, "File with a password on each line, - for standard input")
       ->excludes(direct);
@@ -174,21 +174,21 @@ const Registration kMerge("merge", "Make", "Pages of several documents in one", 
   command.add_flag("--keep-equal-streams", options->keep_equal_streams, "Write equal streams as often as they came");
   command.add_flag("--dry-run", options->dry_run, "Say what becomes of everything, and write nothing");
   command.add_option("--collate", options->collate, "So many pages of each input in turn; 1: one after the other")
-      ->check(CLI::Range(1, 1000000));
+      ->check(Range{1, 1000000});
   add_pdfa(command, options->pdfa);
   return [options] { return run_merge(*options); };
 });
 
-const Registration kSplit("split", "Make", "One document into several", [](CLI::App& command) -> Run {
+const Registration kSplit("split", "Make", "One document into several", [](Command& command) -> Run {
   auto options = std::make_shared<SplitOptions>();
   add_file(command, options->file);
   add_password(command, options->password);
   command.add_option("-o,--output", options->pattern, "Name of the parts, %d or %03d for their number")->required();
-  command.add_option("--every", options->every, "Pages a part")->check(CLI::Range(1, 1000000));
+  command.add_option("--every", options->every, "Pages a part")->check(Range{1, 1000000});
   command
       .add_option("--attachments", options->attachments,
                   "Files embedded in each part: all or none, instead of those that its pages refer to")
-      ->check(CLI::IsMember({"all", "none"}));
+      ->check(IsMember({"all", "none"}));
   command.add_flag("--dry-run", options->dry_run, "Say what becomes of everything, and write nothing");
   return [options] { return run_split(*options); };
 });

@@ -1,6 +1,4 @@
 // sheaf overlay and underlay: pages of one document drawn over or under those of another.
-#include <map>
-
 #include "sheaf/document/pages/page_stamp.h"
 #include "support/command_line.h"
 #include "support/edit_run.h"
@@ -22,7 +20,7 @@ struct StampOptions {
   PDF_STAMP how;
 };
 
-const std::map<std::string, PDF_STAMP_FIT> kFits = {
+const std::vector<std::pair<std::string, PDF_STAMP_FIT>> kFits = {
     {"inside", PDF_STAMP_FIT::kInside}, {"cover", PDF_STAMP_FIT::kCover}, {"none", PDF_STAMP_FIT::kAsItIs}};
 
 // "top-left", "bottom", "center".
@@ -64,33 +62,31 @@ int run_stamp(StampOptions& options) {
                   [&options](CPDFDoc& doc, const std::string& name) { return put_stamps(doc, name, options); });
 }
 
-Run describe_stamp(CLI::App& command, bool below) {
+Run describe_stamp(Command& command, bool below) {
   auto options = std::make_shared<StampOptions>();
   options->how.below = below;
-  add_edit_target(command, options->target);
-  add_rewrite(command, options->target);
+  add_edit_or_rewrite(command, options->target);
   command.add_option("STAMP", options->stamp, "FILE or FILE:RANGES, the pages to draw")->required();
   command.add_option("--pages", options->ranges, "On these pages only");
   command.add_flag("--repeat", options->repeat, "From the first stamp again when they are used up");
-  command.add_option("--fit", options->how.fit, "How large: inside the page, covering it, or as it is")
-      ->type_name("inside|cover|none")
-      ->transform(CLI::CheckedTransformer(kFits));
-  command.add_option("--scale", options->how.scale, "Times that size")->check(CLI::Range(0.001, 1000.0));
+  command.add_choice<PDF_STAMP_FIT>("--fit", options->how.fit, kFits,
+                                    "How large: inside the page, covering it, or as it is");
+  command.add_option("--scale", options->how.scale, "Times that size")->check(Range{0.001, 1000.0});
   command.add_option("--turn", options->how.rotate, "Degrees clockwise")
       ->type_name("0|90|180|270")
-      ->check(CLI::IsMember({0, 90, 180, 270}));
+      ->check(IsMember({"0", "90", "180", "270"}));
   command.add_option("--place", options->place, "Where: center, or words such as top-left or bottom")
-      ->check(CLI::IsMember(
+      ->check(IsMember(
           {"center", "top", "bottom", "left", "right", "top-left", "top-right", "bottom-left", "bottom-right"}));
   command.add_option("--stamp-password", options->password, "Password of the stamp's document");
   return [options] { return run_stamp(*options); };
 }
 
 const Registration kOverlay("overlay", "Change", "Draw pages of another document over the pages",
-                            [](CLI::App& command) -> Run { return describe_stamp(command, false); });
+                            [](Command& command) -> Run { return describe_stamp(command, false); });
 
 const Registration kUnderlay("underlay", "Change", "Draw pages of another document under the pages",
-                             [](CLI::App& command) -> Run { return describe_stamp(command, true); });
+                             [](Command& command) -> Run { return describe_stamp(command, true); });
 
 }  // namespace
 

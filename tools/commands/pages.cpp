@@ -132,7 +132,7 @@ int run_pages(const PagesOptions& options) {
   return doc.status() == PDF_OPEN::kClean ? kExitClean : kExitProblems;
 }
 
-const Registration kPages("pages", "Look", "The pages with their sizes", [](CLI::App& command) -> Run {
+const Registration kPages("pages", "Look", "The pages with their sizes", [](Command& command) -> Run {
   auto options = std::make_shared<PagesOptions>();
   add_file(command, options->file);
   add_password(command, options->password);

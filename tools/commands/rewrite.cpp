@@ -196,13 +196,13 @@ int run_repair(const RewriteOptions& options) {
   return rewrite(options, true);
 }
 
-void add_output(CLI::App& command, RewriteOptions& options) {
+void add_output(Command& command, RewriteOptions& options) {
   command.add_option("OUT", options.output, "The file to write")->required();
   command.add_flag("--deterministic-id", options.deterministic_id, "The same input gives the same bytes");
 }
 
 const Registration kRewrite("rewrite", "Make", "A complete new file of what is still used",
-                            [](CLI::App& command) -> Run {
+                            [](Command& command) -> Run {
                               auto options = std::make_shared<RewriteOptions>();
                               add_file(command, options->file);
                               add_password(command, options->password);
@@ -214,7 +214,7 @@ const Registration kRewrite("rewrite", "Make", "A complete new file of what is s
                               return [options] { return run_rewrite(*options); };
                             });
 
-const Registration kRepair("repair", "Make", "A sound new file of a damaged one", [](CLI::App& command) -> Run {
+const Registration kRepair("repair", "Make", "A sound new file of a damaged one", [](Command& command) -> Run {
   auto options = std::make_shared<RewriteOptions>();
   add_file(command, options->file);
   add_password(command, options->password);

@@ -136,13 +136,13 @@ int run_show(const ShowOptions& options) {
 }
 
 const Registration kShow("show", "Look", "An object in PDF syntax, the trailer, or what a path leads to",
-                         [](CLI::App& command) -> Run {
+                         [](Command& command) -> Run {
                            auto options = std::make_shared<ShowOptions>();
                            add_file(command, options->file);
                            add_password(command, options->password);
                            command.add_option("NUM", options->what,
                                               "Object number, or a path such as trailer/Root/Pages/Kids/0");
-                           command.add_option("GEN", options->gen, "Generation")->check(CLI::Range(0, INT32_MAX));
+                           command.add_option("GEN", options->gen, "Generation")->check(Range{0, INT32_MAX});
                            auto* all = command.add_flag("--all", options->all, "All objects");
                            command.add_flag("--xref", options->xref, "Where each object is in the file")->excludes(all);
                            return [options] { return run_show(*options); };

@@ -203,11 +203,11 @@ int run_signatures(SignaturesOptions& options) {
 }
 
 const Registration kSignatures(
-    "signatures", "Look", "Who signed what, and whether it holds", [](CLI::App& command) -> Run {
+    "signatures", "Look", "Who signed what, and whether it holds", [](Command& command) -> Run {
       auto options = std::make_shared<SignaturesOptions>();
       add_file(command, options->file);
       add_password(command, options->password);
-      command.add_option("--trust", options->trusted, "File with certificates to trust")->allow_extra_args(false);
+      command.add_option("--trust", options->trusted, "File with certificates to trust")->one_at_a_time();
       command.add_flag("--json", options->json, "One JSON object");
       return [options] { return run_signatures(*options); };
     });

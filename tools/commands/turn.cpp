@@ -160,19 +160,17 @@ int run_crop(const CropOptions& options) {
                   [&](CPDFDoc& doc, const std::string& name) { return crop_pages(doc, name, options.ranges, crop); });
 }
 
-const Registration kRotate("rotate", "Change", "Turn pages", [](CLI::App& command) -> Run {
+const Registration kRotate("rotate", "Change", "Turn pages", [](Command& command) -> Run {
   auto options = std::make_shared<RotateOptions>();
-  add_edit_target(command, options->target);
-  add_rewrite(command, options->target);
+  add_edit_or_rewrite(command, options->target);
   command.add_option("TURN", options->turns, "+90, -90 or 180, clockwise, with pages as +90:1-3; 90: to 90 degrees")
       ->required();
   return [options] { return run_rotate(*options); };
 });
 
-const Registration kCrop("crop", "Change", "Set the boxes of pages", [](CLI::App& command) -> Run {
+const Registration kCrop("crop", "Change", "Set the boxes of pages", [](Command& command) -> Run {
   auto options = std::make_shared<CropOptions>();
-  add_edit_target(command, options->target);
-  add_rewrite(command, options->target);
+  add_edit_or_rewrite(command, options->target);
   auto* box = command.add_option("--box", options->box, "LEFT,BOTTOM,RIGHT,TOP in points");
   command
       .add_option("--margins", options->margins, "Off the sides of the present box, in the same order, or one for all")
@@ -180,7 +178,7 @@ const Registration kCrop("crop", "Change", "Set the boxes of pages", [](CLI::App
   command.add_option("--pages", options->ranges, "Only these pages");
   command.add_option("--which", options->which, "The box to set")
       ->type_name("media|crop|bleed|trim|art")
-      ->check(CLI::IsMember({"media", "crop", "bleed", "trim", "art"}));
+      ->check(IsMember({"media", "crop", "bleed", "trim", "art"}));
   return [options] { return run_crop(*options); };
 });
 

@@ -30,19 +30,17 @@ int run_update(UpdateOptions& options) {
   return run_edit(options.target, change, options.saves);
 }
 
-const Registration kUpdate(
-    "update", "Change", "Change a document behind its old content", [](CLI::App& command) -> Run {
-      auto options = std::make_shared<UpdateOptions>();
-      add_edit_target(command, options->target);
-      auto* classic = command.add_flag("--classic", options->classic, "End in a classic table");
-      command.add_flag("--stream", options->stream, "End in a cross-reference stream")->excludes(classic);
-      command.add_flag("--seal", options->saves.seal, "Seal the update, as for a signature");
-      add_pdfa(command, options->pdfa);
-      command.add_option("--saves", options->saves.saves, "Save this many times in one run")
-          ->check(CLI::Range(1, 100000));
-      add_changes(command, options->changes);
-      return [options] { return run_update(*options); };
-    });
+const Registration kUpdate("update", "Change", "Change a document behind its old content", [](Command& command) -> Run {
+  auto options = std::make_shared<UpdateOptions>();
+  add_edit_target(command, options->target);
+  auto* classic = command.add_flag("--classic", options->classic, "End in a classic table");
+  command.add_flag("--stream", options->stream, "End in a cross-reference stream")->excludes(classic);
+  command.add_flag("--seal", options->saves.seal, "Seal the update, as for a signature");
+  add_pdfa(command, options->pdfa);
+  command.add_option("--saves", options->saves.saves, "Save this many times in one run")->check(Range{1, 100000});
+  add_changes(command, options->changes);
+  return [options] { return run_update(*options); };
+});
 
 }  // namespace
 

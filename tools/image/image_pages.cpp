@@ -132,8 +132,7 @@ double usable_dots(double dots) {
 
 // The size of the image by its resolution.
 void size_image(CPDFXRefTable& table, const ImageFacts& facts, const ImagePageOptions& options, PageImage& image) {
-  Freed<CPDFObj> obj;
-  table.get_entity(obj, image.ref);
+  Freed<CPDFObj> obj = table.object(image.ref);
   const CPDFDictionary& dict = *obj.as_dict_or_stream();
   const bool is_said = options.dots <= 0 && facts.dots_x > 0 && facts.dots_y > 0;
   const double dots_x = usable_dots(is_said ? facts.dots_x : options.dots);
@@ -232,8 +231,7 @@ void add_outline(CPDFXRefTable& table, const std::vector<OutlineEntry>& entries)
   dict.set_item_ref("Last", last);
   dict.set_item_int(CPDFDictionary::sm_tag_count, static_cast<int>(entries.size()));
   table.store_dict(root, &dict);
-  Freed<CPDFObj> catalog;
-  table.resolve(catalog, &table.root);
+  Freed<CPDFObj> catalog = table.catalog();
   if (catalog.as_dict() == nullptr)
     return;
   catalog.as_dict()->set_item_ref("Outlines", root);

@@ -165,8 +165,7 @@ bool MapMaker::add_members(const FilePart& part, Revision& revision, VisitedSet&
   if (type == nullptr || !type->is_name("ObjStm"))
     return false;
   table_.heal_length(*rec, part.num);
-  Freed<CPDFObj> number;
-  table_.resolve(number, rec->dict.get_item("N"));
+  Freed<CPDFObj> number = table_.value(&rec->dict, "N");
   const std::int32_t count = std::min(number.to_int(), kMostMembers);
   const std::unique_ptr<CPDFStream> decoder(table_.make_stream(rec));
   // Numbers and offsets alternate in front of the objects.

@@ -5,6 +5,7 @@
 #include <memory>
 
 #include "sheaf/base/scope_guard.h"
+#include "sheaf/document/content/content_check.h"
 #include "sheaf/filters/decode_parms.h"
 #include "sheaf/filters/flate.h"
 #include "sheaf/filters/stream_filter.h"
@@ -122,8 +123,7 @@ private:
   }
 
   bool is_empty(const CPDFStreamRec& rec) {
-    Freed<CPDFObj> length;
-    table_.resolve(length, rec.dict.get_item(CPDFDictionary::sm_tag_length));
+    Freed<CPDFObj> length = table_.value(&rec.dict, CPDFDictionary::sm_tag_length);
     return length.tag == kTagInt && length.as_int() == 0;
   }
 
@@ -159,14 +159,12 @@ private:
 
   // The first filter that has no decoder, or null. Borrowed from `name_`.
   const char* unknown_filter(const CPDFDictionary& dict) {
-    Freed<CPDFObj> filters;
-    table_.resolve(filters, dict.get_item(CPDFDictionary::sm_tag_filter));
+    Freed<CPDFObj> filters = table_.value(&dict, CPDFDictionary::sm_tag_filter);
     const CPDFArray* names = filters.as_array();
     if (names == nullptr)
       return unknown_name(filters);
     for (std::int32_t i = 0; i < names->count; ++i) {
-      Freed<CPDFObj> name;
-      table_.resolve(name, names->get(i));
+      Freed<CPDFObj> name = table_.value(names, i);
       if (const char* unknown = unknown_name(name))
         return unknown;
     }
@@ -213,8 +211,7 @@ std::int64_t content_size(CPDFDoc& doc, int index) {
   if (!doc.load_page(index, page))
     return -1;
   CPDFXRefTable& table = doc.table();
-  Freed<CPDFObj> contents;
-  table.resolve(contents, page.dict.get_item("Contents"));
+  Freed<CPDFObj> contents = table.value(&page.dict, "Contents");
   std::int64_t total = 0;
   const auto add = [&](const CPDFObj* item) {
     Freed<CPDFObj> part;
@@ -242,6 +239,23 @@ void check_document(CPDFDoc& doc, CheckResult& result) {
     result.status = "problems";
   else if (doc.status() != PDF_OPEN::kClean || !doc.repairs().empty())
     result.status = "repaired";
+}
+
+void check_contents(CPDFDoc& doc, CheckResult& result) {
+  ContentChecker checker(doc);
+  Progress progress("pages checked", result.pages);
+  for (int i = 0; i < doc.page_count(); ++i) {
+    GrowArray<ContentFinding> findings;
+    progress.show(i);
+    checker.check_page(i, findings);
+    for (const ContentFinding& finding : findings)
+      result.problems.push_back(
+          {finding.stream.num, "page " + std::to_string(i + 1) + ", offset " + std::to_string(finding.offset) + ": " +
+                                   finding.what +
+                                   (finding.name[0] != 0 ? std::string(" (") + finding.name + ")" : "")});
+  }
+  if (!result.problems.empty())
+    result.status = "problems";
 }
 
 std::vector<Problem> find_losses(CPDFDoc& source, CPDFDoc& copy) {

@@ -168,8 +168,7 @@ std::int64_t drain(CPDFXRefTable& table, const CPDFStreamRec& rec, CPDFStream& d
   std::int64_t rows = INT64_MAX;
   if (decoder.filter_type == kFilterCCITTFax) {
     const auto& fax = static_cast<const CPDFStreamFAX&>(decoder);
-    Freed<CPDFObj> height;
-    table.resolve(height, rec.dict.get_item(CPDFDictionary::sm_tag_height));
+    Freed<CPDFObj> height = table.value(&rec.dict, CPDFDictionary::sm_tag_height);
     rows = height.to_int() > 0 ? height.to_int() : std::max(fax.rows, 0);
     piece = (fax.columns + 7) / 8;
   }

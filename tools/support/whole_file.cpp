@@ -26,10 +26,9 @@ bool keep_protection(CPDFDoc& doc, CPDFXRefTable& target, CPDFStandardEncrypt& e
   CPDFXRefTable& table = doc.table();
   doc.keep_identifier(target.id);
   if (doc.is_encrypted() && table.sec_filter[0] != 0) {
-    Freed<CPDFObj> settings;
     CPDFSecHand* const hand = table.sec_hand;
     table.sec_hand = nullptr;  // the dictionary's own strings are in clear
-    table.resolve(settings, &table.encrypt);
+    Freed<CPDFObj> settings = table.value(&table.encrypt);
     table.sec_hand = hand;
     if (settings.as_dict() == nullptr)
       return false;

@@ -7,6 +7,7 @@
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/base/visited_set.h"
 #include "sheaf/document/doc.h"
+#include "sheaf/document/open/entry_places_internal.h"
 #include "sheaf/object/array.h"
 
 using namespace sheaf;
@@ -159,7 +160,7 @@ bool CPDFDoc::reaches_a_page(Attempt& attempt, CPDFObj& kids) {
     const CPDFDictionary* dict = obj.as_dict();
     if (ref.num < 1 || dict == nullptr)
       return false;
-    attempt.trusted = attempt.trusted && header_stands_at(ref);
+    attempt.trusted = attempt.trusted && header_stands_at(table_, ref);
     if (is_leaf(*dict, kids))
       return looks_like_page(*dict);
   }
@@ -179,7 +180,7 @@ bool CPDFDoc::look_at_tree(Attempt& attempt) {
   table_.resolve(tree, top);
   if (top == nullptr || tree.as_dict() == nullptr)
     return false;
-  attempt.trusted = header_stands_at(table_.root.as_ref()) && header_stands_at(top->as_ref());
+  attempt.trusted = header_stands_at(table_, table_.root.as_ref()) && header_stands_at(table_, top->as_ref());
   const bool leaf = is_leaf(*tree.as_dict(), kids);
   attempt.has_no_pages = !leaf && kids.as_array()->count == 0;
   attempt.has_pages = !leaf && reaches_a_page(attempt, kids);

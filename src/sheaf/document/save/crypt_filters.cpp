@@ -5,13 +5,12 @@
 
 #include "sheaf/base/heap.h"
 #include "sheaf/base/scope_guard.h"
-#include "sheaf/document/doc.h"
+#include "sheaf/document/save/new_file_internal.h"
 #include "sheaf/neighbours/security/crypt_filter.h"
 #include "sheaf/object/array.h"
 #include "sheaf/object/encrypt.h"
 
-using namespace sheaf;
-
+namespace sheaf {
 namespace {
 
 constexpr std::int32_t kFirstVersionWithFilters = 4;
@@ -42,25 +41,28 @@ void drop_first(CPDFDictionary& dict, const char* key) {
 
 // Data under a filter that is not there could not be read, and data left in clear under one that is
 // there neither: without the name they are treated as all streams are.
-void CPDFDoc::drop_unknown_crypt_filters(const CPDFEncrypt* enc) {
+void drop_unknown_crypt_filters(CPDFDoc& doc, const CPDFEncrypt* enc) {
+  CPDFXRefTable& table = doc.table();
   Freed<CPDFObj> obj;
-  for (std::uint32_t num = 1; num < table_.xref_count; ++num) {
-    const PDF_XREF entry = table_.xref_items[num];
+  for (std::uint32_t num = 1; num < table.xref_count; ++num) {
+    const PDF_XREF entry = table.xref_items[num];
     if (!entry.is_known() || entry.is_compressed())
       continue;
-    const PDF_REF ref = reference_to(static_cast<std::int32_t>(num));
-    table_.get_stored(obj, ref);
+    const PDF_REF ref = doc.reference_to(static_cast<std::int32_t>(num));
+    table.get_stored(obj, ref);
     CPDFStreamRec* const rec = obj.as_stream();
     const char* const name = rec != nullptr ? named_crypt_filter(rec->dict) : nullptr;
     if (name == nullptr || knows_filter(enc, name))
       continue;
     int len = 0;
-    unsigned char* const data = table_.load_raw_data(rec, len);
+    unsigned char* const data = table.load_raw_data(rec, len);
     if (data == nullptr)
       continue;
     drop_first(rec->dict, CPDFDictionary::sm_tag_filter);
     drop_first(rec->dict, "DecodeParms");
-    table_.write_stream_autofree(ref, rec, data, static_cast<unsigned>(len));
-    table_.store_object(ref, obj);
+    table.write_stream_autofree(ref, rec, data, static_cast<unsigned>(len));
+    table.store_object(ref, obj);
   }
 }
+
+}  // namespace sheaf
