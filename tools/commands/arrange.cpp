@@ -155,8 +155,7 @@ int run_insert(const InsertOptions& options) {
 Run describe_arrange(Command& command, bool deletes) {
   auto options = std::make_shared<ArrangeOptions>();
   options->deletes = deletes;
-  add_edit_target(command, options->target);
-  add_rewrite(command, options->target);
+  add_edit_or_rewrite(command, options->target);
   command.add_option("RANGES", options->ranges, "Pages, such as 1-5,8,r1,z-1 or odd")->required();
   return [options] { return run_arrange(*options); };
 }
@@ -169,12 +168,11 @@ const Registration kDelete("delete", "Change", "Take pages out",
 
 const Registration kInsert("insert", "Change", "Pages of another document at a place", [](Command& command) -> Run {
   auto options = std::make_shared<InsertOptions>();
-  add_edit_target(command, options->target);
-  add_rewrite(command, options->target);
+  add_edit_or_rewrite(command, options->target);
   command.add_option("FROM", options->source, "FILE or FILE:RANGES, the pages to insert")->required();
-  auto* before = command.add_option("--before", options->before, "In front of this page")->check(Range(1, INT32_MAX));
+  auto* before = command.add_option("--before", options->before, "In front of this page")->check(Range{1, INT32_MAX});
   command.add_option("--after", options->after, "Behind this page, 0 for the very front; without either at the end")
-      ->check(Range(0, INT32_MAX))
+      ->check(Range{0, INT32_MAX})
       ->excludes(before);
   command.add_option("--from-password", options->password, "Password of the other document");
   return [options] { return run_insert(*options); };

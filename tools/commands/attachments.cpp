@@ -183,8 +183,7 @@ int run_attachments(const AttachmentsOptions& options) {
 const Registration kAttachments(
     "attachments", "Look", "The files that a document carries", [](Command& command) -> Run {
       auto options = std::make_shared<AttachmentsOptions>();
-      add_edit_target(command, options->target);
-      add_rewrite(command, options->target);
+      add_edit_or_rewrite(command, options->target);
       auto* folder = command.add_option("-d,--directory", options->folder, "Write them into this folder");
       command.add_option("--name", options->names, "Only the file of this name")->one_at_a_time();
       command.add_option("--remove", options->gone, "Take the file of this name out")

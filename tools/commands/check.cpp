@@ -57,6 +57,7 @@ int check_file(const std::string& file, const CheckOptions& options) {
     code = kExitFailed;
   } else {
     check_document(doc, result);
+    check_contents(doc, result);
     code = std::strcmp(result.status, "clean") == 0 ? kExitClean : kExitProblems;
   }
   if (options.json)
@@ -75,13 +76,14 @@ int run_check(const CheckOptions& options) {
   return worst;
 }
 
-const Registration kCheck("check", "Look", "Read every object and decode every stream", [](Command& command) -> Run {
-  auto options = std::make_shared<CheckOptions>();
-  command.add_option("FILE", options->files, "The documents")->required();
-  add_password(command, options->password);
-  command.add_flag("--json", options->json, "One JSON object a file");
-  return [options] { return run_check(*options); };
-});
+const Registration kCheck("check", "Look", "Read every object, decode every stream, follow every content",
+                          [](Command& command) -> Run {
+                            auto options = std::make_shared<CheckOptions>();
+                            command.add_option("FILE", options->files, "The documents")->required();
+                            add_password(command, options->password);
+                            command.add_flag("--json", options->json, "One JSON object a file");
+                            return [options] { return run_check(*options); };
+                          });
 
 }  // namespace
 

@@ -1,5 +1,4 @@
 // sheaf json: a whole document as JSON, and back.
-
 #include "json/json_document.h"
 #include "support/command_line.h"
 #include "support/json_file.h"

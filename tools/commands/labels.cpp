@@ -147,8 +147,7 @@ int run_labels(const LabelsOptions& options) {
 
 const Registration kLabels("labels", "Look", "How pages are labelled", [](Command& command) -> Run {
   auto options = std::make_shared<LabelsOptions>();
-  add_edit_target(command, options->target);
-  add_rewrite(command, options->target);
+  add_edit_or_rewrite(command, options->target);
   command.add_option("--set", options->source, "Labels from a file, as printed here, - for standard input");
   command.add_flag("--json", options->json, "One JSON object");
   return [options] { return run_labels(*options); };

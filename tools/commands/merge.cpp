@@ -180,7 +180,7 @@ const Registration kMerge("merge", "Make", "Pages of several documents in one", 
   command.add_flag("--keep-equal-streams", options->keep_equal_streams, "Write equal streams as often as they came");
   command.add_flag("--dry-run", options->dry_run, "Say what becomes of everything, and write nothing");
   command.add_option("--collate", options->collate, "So many pages of each input in turn; 1: one after the other")
-      ->check(Range(1, 1000000));
+      ->check(Range{1, 1000000});
   add_pdfa(command, options->pdfa);
   add_encryption(command, options->encryption);
   return [options] { return run_merge(*options); };
@@ -191,7 +191,7 @@ const Registration kSplit("split", "Make", "One document into several", [](Comma
   add_file(command, options->file);
   add_password(command, options->password);
   command.add_option("-o,--output", options->pattern, "Name of the parts, %d or %03d for their number")->required();
-  command.add_option("--every", options->every, "Pages a part")->check(Range(1, 1000000));
+  command.add_option("--every", options->every, "Pages a part")->check(Range{1, 1000000});
   command
       .add_option("--attachments", options->attachments,
                   "Files embedded in each part: all or none, instead of those that its pages refer to")

@@ -35,14 +35,14 @@ void add_text(Command& command, TextOptions& text) {
   add_flag("--no-embed", text.no_embed, "Leave the font programs out");
   add_flag("--embed-restricted", text.embed_restricted, "Embed fonts whose licence does not allow it");
   add_flag("--vertical", text.vertical, "Columns from right to left");
-  command.add_option("--size", text.size, "Points")->check(Range(1.0, 400.0))->needs(file);
+  command.add_option("--size", text.size, "Points")->check(Range{1.0, 400.0})->needs(file);
 }
 
 void add_images(Command& command, ImagePageOptions& images) {
   auto* file =
       command.add_option("--image", images.files, "A page for each of these JPEG, JPEG 2000, PNG or PNM files");
   command.add_option("--dpi", images.dots, "Dots an inch; else as the image says, or 72")
-      ->check(Range(1.0, 100000.0))
+      ->check(Range{1.0, 100000.0})
       ->needs(file);
   auto* size = command.add_option("--page-size", images.page_size, "A4, letter, or WxH with mm, cm, in or pt")
                    ->type_name("SIZE")
@@ -55,7 +55,7 @@ void add_images(Command& command, ImagePageOptions& images) {
                    })
                    ->needs(file);
   command.add_flag("--fit", images.fit, "As large as the page has room for")->needs(size);
-  command.add_option("--margin", images.margin, "Points around each image")->check(Range(0.0, 7000.0))->needs(file);
+  command.add_option("--margin", images.margin, "Points around each image")->check(Range{0.0, 7000.0})->needs(file);
 }
 
 bool note_inputs(const NewOptions& options) {

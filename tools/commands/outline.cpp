@@ -156,8 +156,7 @@ int run_outline(const OutlineOptions& options) {
 
 const Registration kOutline("outline", "Look", "The outline, also called bookmarks", [](Command& command) -> Run {
   auto options = std::make_shared<OutlineOptions>();
-  add_edit_target(command, options->target);
-  add_rewrite(command, options->target);
+  add_edit_or_rewrite(command, options->target);
   command.add_option("--set", options->source, "The outline from a file, as --json prints it, - for standard input");
   command.add_flag("--json", options->json, "One JSON object");
   return [options] { return run_outline(*options); };

@@ -1,5 +1,4 @@
 // sheaf overlay and underlay: pages of one document drawn over or under those of another.
-
 #include "sheaf/document/pages/page_stamp.h"
 #include "support/command_line.h"
 #include "support/edit_run.h"
@@ -66,13 +65,13 @@ int run_stamp(StampOptions& options) {
 Run describe_stamp(Command& command, bool below) {
   auto options = std::make_shared<StampOptions>();
   options->how.below = below;
-  add_edit_target(command, options->target);
-  add_rewrite(command, options->target);
+  add_edit_or_rewrite(command, options->target);
   command.add_option("STAMP", options->stamp, "FILE or FILE:RANGES, the pages to draw")->required();
   command.add_option("--pages", options->ranges, "On these pages only");
   command.add_flag("--repeat", options->repeat, "From the first stamp again when they are used up");
-  command.add_choice("--fit", options->how.fit, kFits, "How large: inside the page, covering it, or as it is");
-  command.add_option("--scale", options->how.scale, "Times that size")->check(Range(0.001, 1000.0));
+  command.add_choice<PDF_STAMP_FIT>("--fit", options->how.fit, kFits,
+                                    "How large: inside the page, covering it, or as it is");
+  command.add_option("--scale", options->how.scale, "Times that size")->check(Range{0.001, 1000.0});
   command.add_option("--turn", options->how.rotate, "Degrees clockwise")
       ->type_name("0|90|180|270")
       ->check(IsMember({"0", "90", "180", "270"}));

@@ -57,7 +57,8 @@ int show_object(CPDFDoc& doc, const ShowOptions& options, std::int32_t num) {
   PDF_REF ref{0, 0};
   if (!find_reference(doc, options.file, num, options.gen, ref))
     return kExitFailed;
-  Freed<CPDFObj> obj = doc.table().object(ref);
+  Freed<CPDFObj> obj;
+  doc.table().get_entity(obj, ref);
   if (obj.is_null()) {
     complain(options.file, "object " + std::to_string(num) + " does not exist or cannot be read");
     return kExitFailed;
@@ -141,7 +142,7 @@ const Registration kShow("show", "Look", "An object in PDF syntax, the trailer, 
                            add_password(command, options->password);
                            command.add_option("NUM", options->what,
                                               "Object number, or a path such as trailer/Root/Pages/Kids/0");
-                           command.add_option("GEN", options->gen, "Generation")->check(Range(0, INT32_MAX));
+                           command.add_option("GEN", options->gen, "Generation")->check(Range{0, INT32_MAX});
                            auto* all = command.add_flag("--all", options->all, "All objects");
                            command.add_flag("--xref", options->xref, "Where each object is in the file")->excludes(all);
                            return [options] { return run_show(*options); };

@@ -162,8 +162,7 @@ int run_crop(const CropOptions& options) {
 
 const Registration kRotate("rotate", "Change", "Turn pages", [](Command& command) -> Run {
   auto options = std::make_shared<RotateOptions>();
-  add_edit_target(command, options->target);
-  add_rewrite(command, options->target);
+  add_edit_or_rewrite(command, options->target);
   command.add_option("TURN", options->turns, "+90, -90 or 180, clockwise, with pages as +90:1-3; 90: to 90 degrees")
       ->required();
   return [options] { return run_rotate(*options); };
@@ -171,8 +170,7 @@ const Registration kRotate("rotate", "Change", "Turn pages", [](Command& command
 
 const Registration kCrop("crop", "Change", "Set the boxes of pages", [](Command& command) -> Run {
   auto options = std::make_shared<CropOptions>();
-  add_edit_target(command, options->target);
-  add_rewrite(command, options->target);
+  add_edit_or_rewrite(command, options->target);
   auto* box = command.add_option("--box", options->box, "LEFT,BOTTOM,RIGHT,TOP in points");
   command
       .add_option("--margins", options->margins, "Off the sides of the present box, in the same order, or one for all")

@@ -37,7 +37,7 @@ const Registration kUpdate("update", "Change", "Change a document behind its old
   command.add_flag("--stream", options->stream, "End in a cross-reference stream")->excludes(classic);
   command.add_flag("--seal", options->saves.seal, "Seal the update, as for a signature");
   add_pdfa(command, options->pdfa);
-  command.add_option("--saves", options->saves.saves, "Save this many times in one run")->check(Range(1, 100000));
+  command.add_option("--saves", options->saves.saves, "Save this many times in one run")->check(Range{1, 100000});
   add_changes(command, options->changes);
   return [options] { return run_update(*options); };
 });

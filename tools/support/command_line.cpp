@@ -119,10 +119,6 @@ Option* Command::add_size(const std::string& name, std::uint64_t& value, const R
   return &options_.emplace_back(*option);
 }
 
-Option* Command::get_option(const std::string& name) {
-  return &options_.emplace_back(*app_.get_option(name));
-}
-
 Option* Command::add_words(const std::string& name, const std::vector<std::string>& words,
                            const std::function<void(std::size_t)>& choose, const std::string& what) {
   const auto take = [words, choose](const std::string& word) {

@@ -90,8 +90,6 @@ public:
   /// A count of bytes, with a unit such as 64MiB where one is given.
   Option* add_size(const std::string& name, std::uint64_t& value, const Range<std::uint64_t>& range,
                    const std::string& what);
-  /// One that was added before.
-  Option* get_option(const std::string& name);
 
 private:
   Option* add_words(const std::string& name, const std::vector<std::string>& words,

@@ -5,6 +5,7 @@
 #include <memory>
 
 #include "sheaf/base/scope_guard.h"
+#include "sheaf/document/content/content_check.h"
 #include "sheaf/filters/decode_parms.h"
 #include "sheaf/filters/early_end.h"
 #include "sheaf/filters/stream_filter.h"
@@ -240,6 +241,23 @@ void check_document(CPDFDoc& doc, CheckResult& result) {
     result.status = "problems";
   else if (doc.status() != PDF_OPEN::kClean || !doc.repairs().empty())
     result.status = "repaired";
+}
+
+void check_contents(CPDFDoc& doc, CheckResult& result) {
+  ContentChecker checker(doc);
+  Progress progress("pages checked", result.pages);
+  for (int i = 0; i < doc.page_count(); ++i) {
+    GrowArray<ContentFinding> findings;
+    progress.show(i);
+    checker.check_page(i, findings);
+    for (const ContentFinding& finding : findings)
+      result.problems.push_back(
+          {finding.stream.num, "page " + std::to_string(i + 1) + ", offset " + std::to_string(finding.offset) + ": " +
+                                   finding.what +
+                                   (finding.name[0] != 0 ? std::string(" (") + finding.name + ")" : "")});
+  }
+  if (!result.problems.empty())
+    result.status = "problems";
 }
 
 std::vector<Problem> find_losses(CPDFDoc& source, CPDFDoc& copy) {

@@ -125,17 +125,27 @@ int write_new_file(const EditTarget& target, const Change& change) {
 
 }  // namespace
 
-void add_edit_target(Command& command, EditTarget& target) {
+namespace {
+
+Option* add_places(Command& command, EditTarget& target) {
   add_file(command, target.file);
   add_password(command, target.password);
   auto* output = command.add_option("-o,--output", target.output, "Change a copy");
   auto* in_place = command.add_flag("--in-place", target.in_place, "Change the file itself")->excludes(output);
   command.add_flag("--no-wait", target.no_wait, "Fail when another process changes the file now")->needs(in_place);
+  return in_place;
 }
 
-void add_rewrite(Command& command, EditTarget& target) {
+}  // namespace
+
+void add_edit_target(Command& command, EditTarget& target) {
+  add_places(command, target);
+}
+
+void add_edit_or_rewrite(Command& command, EditTarget& target) {
+  Option* const in_place = add_places(command, target);
   command.add_flag("--rewrite", target.rewrite, "A new file without what is no longer used, not an update")
-      ->excludes(command.get_option("--in-place"));
+      ->excludes(in_place);
 }
 
 int run_edit(const EditTarget& target, const Change& change, const EditSaves& saves) {

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "sheaf/document/doc.h"
+#include "support/command_line.h"
 #include "support/password_options.h"
 
 namespace sheaf::tool {
@@ -35,8 +36,8 @@ using Change = std::function<int(CPDFDoc& doc, const std::string& name)>;
 
 /// Adds FILE, the passwords, -o, --in-place and --no-wait.
 void add_edit_target(Command& command, EditTarget& target);
-/// Adds --rewrite to a command that has the above.
-void add_rewrite(Command& command, EditTarget& target);
+/// The same and --rewrite.
+void add_edit_or_rewrite(Command& command, EditTarget& target);
 
 /// Whether the target says where a change goes.
 inline bool has_output(const EditTarget& target) {
