@@ -313,6 +313,17 @@ void Core::refresh_node(Node& node) {
   ++node.epoch;
 }
 
+void Core::renew_streams() {
+  seen = *changes;
+  live_.each([this](Node& node) {
+    if (node.obj.tag == kTagStream && !node.changed && node.buried.push(node.obj)) {
+      node.obj = CPDFObj{};
+      doc_.table().get_entity(node.obj, {node.num, 0});
+      ++node.epoch;
+    }
+  });
+}
+
 // ---- work under way ----
 
 CPDFFormFiller* Core::filler() {

@@ -56,6 +56,8 @@ public:
   Value add(Object value);
 
   void refresh();
+  /// Reads all streams that values point into anew, after a sealed save brought their data into the file.
+  void renew_streams();
   void note_change(Node& node);
   void release(Node* node);
   /// Keeps the first failure, which saves then report. False.

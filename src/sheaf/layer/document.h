@@ -23,22 +23,22 @@ class CQVStream;
 namespace sheaf {
 
 struct OpenOptions {
-  std::string password;       ///< UTF-8. The empty one is always tried.
-  ProgressFunction progress;  ///< For opening and for all that is done with the document.
+  std::string password = {};       ///< UTF-8. The empty one is always tried.
+  ProgressFunction progress = {};  ///< For opening and for all that is done with the document.
 };
 
 enum class Cipher { kAes256, kAes128, kRc4 };
 
 struct Encryption {
-  std::string user_password;   ///< To open; UTF-8.
-  std::string owner_password;  ///< For all rights; "": as the user's.
+  std::string user_password = {};   ///< To open; UTF-8.
+  std::string owner_password = {};  ///< For all rights; "": as the user's.
   std::uint32_t permissions = UINT32_MAX;  ///< Bits of "P" (ISO 32000-2, table 22).
   Cipher cipher = Cipher::kAes256;
   bool clear_metadata = false;
 };
 
 struct SaveOptions {
-  std::optional<Encryption> encrypt;  ///< Without it an encrypted document stays encrypted as it is,
+  std::optional<Encryption> encrypt = {};  ///< Without it an encrypted document stays encrypted as it is,
   bool decrypt = false;               ///< unless this is set.
 };
 

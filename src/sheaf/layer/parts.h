@@ -208,6 +208,8 @@ public:
     return iterator(this);
   }
   std::default_sentinel_t end() const { return {}; }
+  /// The image that the walk is at, taken out of it.
+  Image take() { return std::move(present_); }
 
 private:
   bool advance();

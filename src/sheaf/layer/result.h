@@ -91,10 +91,11 @@ public:
   /// Without a value: a `Failure`, or the end of the program.
   T& value() & { return value_.has_value() ? *value_ : (layer::fail(error_), *value_); }
   const T& value() const& { return value_.has_value() ? *value_ : (layer::fail(error_), *value_); }
-  T&& value() && { return std::move(value()); }
+  /// Of a result without a name the value itself, so that a loop over it keeps it.
+  T value() && { return std::move(value()); }
   T& operator*() & { return value(); }
   const T& operator*() const& { return value(); }
-  T&& operator*() && { return std::move(value()); }
+  T operator*() && { return std::move(value()); }
   T* operator->() { return &value(); }
   const T* operator->() const { return &value(); }
   /// Code::kNone when there is a value.

@@ -140,6 +140,12 @@ bool Value::refuse(Code code, const char* message) const {
   return node_->core->note(code, message, node_->num);
 }
 
+Error Value::refusal() const {
+  if (node_ == nullptr)
+    return layer::error_of(Code::kWrongKind, "the value is null and belongs to nothing");
+  return node_->core->trouble();
+}
+
 // What the value is, ready to be changed; null, with the failure noted, when it cannot be.
 CPDFObj* Value::begin_change() {
   if (node_ == nullptr)

@@ -132,6 +132,9 @@ public:
   bool remove(std::string_view key);
   bool remove(std::int32_t index);
 
+  /// Why a change of this value came to nothing: the failure that the document keeps.
+  Error refusal() const;
+
   /// A stream's data with all filters taken off. Damaged data give what can be decoded.
   Expected<Data> decoded() const;
   /// A stream's data as they are stored, decryption taken off.
