@@ -3,6 +3,7 @@
 #include "browse/document_page.h"
 
 #include <algorithm>
+#include <optional>
 #include <vector>
 
 #include "browse/document_tree.h"
@@ -28,9 +29,8 @@ constexpr std::size_t kPieceBytes = 128 * 1024;
 constexpr std::size_t kMostReferences = 1 << 21;
 constexpr std::ptrdiff_t kMostShownReferrers = 200;
 constexpr std::ptrdiff_t kMostVersions = 12;
-constexpr std::size_t kMostParts = 300000;
 constexpr std::size_t kMostLabelBytes = 60;
-constexpr std::size_t kMostTold = 2000;
+constexpr std::int64_t kMostBytesOfItem = 4096;  // a share of the page for each item of a list in the tree
 
 // What the index says of an object, as bits.
 enum ObjectFlag : int { kUnused = 1, kStream = 2, kProblem = 4, kUnreadable = 8, kDeleted = 16, kHasVersions = 32 };
@@ -68,7 +68,7 @@ private:
   bool write_objects();
   bool write_object(Place place, Place end);
   std::string object_json(Place place, Place end, bool with_views);
-  void write_version(const ObjectPlace& place, JsonWriter& json, Freed<CPDFObj>& value);
+  void write_version(const ObjectPlace& place, std::optional<PartKind> kind, JsonWriter& json, Freed<CPDFObj>& value);
   void write_referrers(std::int32_t num, JsonWriter& json);
   bool write_trailer();
   bool write_part_bytes();
@@ -127,7 +127,7 @@ PageOutcome DocumentPage::write() {
   write_parts();
   write_rows();
   index_.key("tree").begin_array();
-  write_document_tree(doc_, index_);
+  write_document_tree(doc_, most_ / kMostBytesOfItem, index_);
   write_resources();
   index_.end_array();
   share_room();
@@ -164,13 +164,22 @@ void DocumentPage::write_facts() {
 void DocumentPage::write_parts() {
   std::vector<std::string> names;
   index_.key("parts").begin_array();
-  for (std::size_t i = 0; i < map_.scan.parts.size() && i < kMostParts; ++i) {
-    const FilePart& part = map_.scan.parts[i];
-    const std::string name = part.num > 0 ? "" : map_.name_of(part);
+  const std::int64_t most = std::ssize(index_.str()) + most_ / 8;
+  for (std::size_t i = 0; i < map_.scan.parts.size(); ++i) {
+    FilePart part = map_.scan.parts[i];
+    std::string name = part.num > 0 ? "" : map_.name_of(part);
+    const bool is_full = std::ssize(index_.str()) > most;
+    if (is_full) {
+      part = {};
+      part.end = map_.size;
+      name = "the rest of the file";
+    }
     const auto known = std::find(names.begin(), names.end(), name);
     index_.number(part.end).number(part.num).number(static_cast<int>(part.kind)).number(known - names.begin());
     if (known == names.end())
       names.push_back(name);
+    if (is_full)
+      break;
   }
   index_.end_array().key("part_names").begin_array();
   for (const std::string& name : names)
@@ -180,13 +189,14 @@ void DocumentPage::write_parts() {
 
 // Problems and repairs.
 void DocumentPage::write_told() {
+  const auto most = static_cast<std::size_t>(most_ / 2048);
   index_.key("status").text(check_.status).key("problems").begin_array();
-  for (std::size_t i = 0; i < std::min(check_.problems.size(), kMostTold); ++i)
+  for (std::size_t i = 0; i < std::min(check_.problems.size(), most); ++i)
     index_.begin_array().number(check_.problems[i].object).text(check_.problems[i].what).end_array();
   index_.end_array().key("repairs").begin_array();
   std::size_t told = 0;
   for (const PDF_DOC_REPAIR& repair : doc_.repairs()) {
-    if (told++ < kMostTold)
+    if (told++ < most)
       index_.begin_array().number(repair.num).text(repair.action).number(repair.offset).end_array();
   }
   index_.end_array();
@@ -196,9 +206,10 @@ void DocumentPage::write_told() {
 void DocumentPage::write_rows() {
   Progress progress("objects listed", table_.xref_count);
   index_.key("objects").begin_array();
+  const std::int64_t most = std::ssize(index_.str()) + most_ / 4;
   for_each_object([&](Place place, Place end) {
     progress.show(place->num);
-    if (std::ssize(index_.str()) < most_ / 4)
+    if (std::ssize(index_.str()) < most)
       write_row(place, end);
     else
       ++left_out_;
@@ -222,7 +233,9 @@ void DocumentPage::write_row(Place place, Place end) {
   Freed<CPDFObj> value;
   places_.read(*place, value);
   const PartKind kind = kind_of(*place);
-  const std::string label = label_of(value);
+  std::string label = label_of(value);
+  if (kind == PartKind::kContent && label.starts_with("with "))
+    label = "Content";
   const bool is_frame = kind == PartKind::kFrame;
   const auto num = static_cast<std::size_t>(place->num);
   int flags = value.tag == kTagStream ? kStream : 0;
@@ -291,7 +304,7 @@ std::string DocumentPage::label_of(const CPDFObj& value) {
 
 void DocumentPage::write_resources() {
   for (const auto& [name, list] : {std::pair{"Fonts", &fonts_}, std::pair{"Images", &images_}}) {
-    TreeItems items(index_, name);
+    TreeItems items(index_, name, most_ / kMostBytesOfItem);
     for (const Fonts& item : *list)
       items.add(item.label, item.num);
   }
@@ -348,11 +361,12 @@ std::string DocumentPage::object_json(Place place, Place end, bool with_views) {
   JsonWriter json;
   Freed<CPDFObj> value;
   json.begin_object().key("n").number(place->num).key("versions").begin_array();
-  // Read from the last to the first, so that `value` is the current one then.
+  // The current one comes last, so that `value` is left with it.
+  const std::optional<PartKind> kind = with_views && end - place > 1 ? std::optional(kind_of(*place)) : std::nullopt;
   const Place last = end - place > kMostVersions ? place + kMostVersions : end;
   for (Place at = place + 1; at < last; ++at)
-    write_version(*at, json, value);
-  write_version(*place, json, value);
+    write_version(*at, kind, json, value);
+  write_version(*place, kind, json, value);
   json.end_array().key("hidden").number(end - last);
   write_referrers(place->num, json);
   const CPDFDictionary* const dict = value.as_dict();
@@ -366,17 +380,22 @@ std::string DocumentPage::object_json(Place place, Place end, bool with_views) {
   return json.end_object().str();
 }
 
-void DocumentPage::write_version(const ObjectPlace& place, JsonWriter& json, Freed<CPDFObj>& value) {
+void DocumentPage::write_version(const ObjectPlace& place, std::optional<PartKind> kind, JsonWriter& json,
+                                 Freed<CPDFObj>& value) {
   places_.read(place, value);
   SyntaxPrinter syntax(kMostSyntax);
   syntax.print(value);
   if (place.is_current)
     syntax_bytes_ = std::max<std::int64_t>(syntax_bytes_ - std::ssize(syntax.text()), 0);
-  json.begin_object().key("part").number(place.part).key("index").number(place.index);
+  json.begin_object().key("index").number(place.index);
+  if (place.part >= 0) {
+    const FilePart& part = map_.scan.parts[static_cast<std::size_t>(place.part)];
+    json.key("offset").number(part.start).key("end").number(part.end).key("holder").number(part.num);
+  }
   json.key("revision").number(places_.revision(place)).key("size").number(place.size);
   json.key("current").flag(place.is_current).key("text").text(syntax.text()).key("cut").flag(syntax.is_cut());
-  if (value.tag == kTagStream)
-    json.key("stream").flag(true);
+  if (const CPDFStreamRec* const rec = kind ? value.as_stream() : nullptr)
+    json.key("stream").text(views_->text(*rec, *kind));
   json.end_object();
 }
 

@@ -15,7 +15,6 @@ namespace sheaf::tool {
 
 namespace {
 
-constexpr std::int64_t kMostItems = 20000;
 constexpr std::size_t kMostLabelBytes = 160;
 constexpr int kMostDepth = 64;
 
@@ -64,16 +63,15 @@ std::string page_label(CPDFXRefTable& table, const NumberTree& labels, std::int3
   return text;
 }
 
-void add_pages(CPDFDoc& doc, JsonWriter& json) {
+void add_pages(CPDFDoc& doc, std::int64_t most, JsonWriter& json) {
   NumberTree labels;
-  labels.load(doc.table(), doc.table().value(&doc.table().root).as_dict() != nullptr
-                               ? doc.table().catalog().as_dict()->get_item("PageLabels")
-                               : nullptr);
-  TreeItems items(json, "Pages");
+  const Freed<CPDFObj> catalog = doc.table().catalog();
+  labels.load(doc.table(), catalog.as_dict() != nullptr ? catalog.as_dict()->get_item("PageLabels") : nullptr);
+  TreeItems items(json, "Pages", most);
   for (int i = 0; i < doc.page_count(); ++i) {
     CPDFPage page;
     std::string text = std::to_string(i + 1);
-    if (i < kMostItems && doc.load_page(i, page)) {
+    if (i < most && doc.load_page(i, page)) {
       const std::string label = page_label(doc.table(), labels, i);
       char size[64];
       std::snprintf(size, sizeof(size), ", %.4g × %.4g", to_double(page.shown_width()), to_double(page.shown_height()));
@@ -91,9 +89,9 @@ std::string utf8_of(const wchar_t* wide) {
   return utf8;
 }
 
-void add_fields(CPDFDoc& doc, JsonWriter& json) {
+void add_fields(CPDFDoc& doc, std::int64_t most, JsonWriter& json) {
   CPDFAcroForm form(doc.table());
-  TreeItems items(json, "Form fields");
+  TreeItems items(json, "Form fields", most);
   if (!form.load())
     return;
   for (std::int32_t i = 0; i < form.field_count(); ++i) {
@@ -106,8 +104,8 @@ void add_fields(CPDFDoc& doc, JsonWriter& json) {
   }
 }
 
-void add_outline(CPDFXRefTable& table, const CPDFDictionary& catalog, JsonWriter& json) {
-  TreeItems items(json, "Outline");
+void add_outline(CPDFXRefTable& table, const CPDFDictionary& catalog, std::int64_t most, JsonWriter& json) {
+  TreeItems items(json, "Outline", most);
   VisitedSet seen;
   std::vector<std::pair<PDF_REF, int>> waiting;
   const Freed<CPDFObj> top = table.value(&catalog, "Outlines");
@@ -135,11 +133,11 @@ std::int32_t target_of(const CPDFObj& value) {
   return array != nullptr && array->count > 0 ? array->items[0].as_ref().num : 0;
 }
 
-void add_names(CPDFXRefTable& table, const CPDFDictionary& catalog, JsonWriter& json) {
+void add_names(CPDFXRefTable& table, const CPDFDictionary& catalog, std::int64_t most, JsonWriter& json) {
   const Freed<CPDFObj> names = table.value(&catalog, "Names");
   const Freed<CPDFObj> old = table.value(&catalog, "Dests");
   const auto add_tree = [&](const char* title, const char* key) {
-    TreeItems items(json, title);
+    TreeItems items(json, title, most);
     name_tree_walk(
         table, names.as_dict() != nullptr ? names.as_dict()->get_item(key) : nullptr,
         [&items](const PDF_String& name, const CPDFObj& value) { items.add(utf8_text(name), target_of(value)); });
@@ -159,27 +157,27 @@ TreeItems::~TreeItems() {
   if (count_ == 0)
     return;
   json_.end_array();
-  if (count_ > kMostItems)
-    json_.key("more").number(count_ - kMostItems);
+  if (count_ > most_)
+    json_.key("more").number(count_ - most_);
   json_.end_object();
 }
 
 void TreeItems::add(const std::string& label, std::int32_t num, int depth) {
   if (count_++ == 0)
     json_.begin_object().key("name").text(name_).key("items").begin_array();
-  if (count_ <= kMostItems)
+  if (count_ <= most_)
     json_.begin_array().text(label.substr(0, kMostLabelBytes)).number(num).number(depth).end_array();
 }
 
-void write_document_tree(CPDFDoc& doc, JsonWriter& json) {
+void write_document_tree(CPDFDoc& doc, std::int64_t most, JsonWriter& json) {
   CPDFXRefTable& table = doc.table();
   const Freed<CPDFObj> catalog = table.catalog();
-  add_pages(doc, json);
+  add_pages(doc, most, json);
   if (catalog.as_dict() == nullptr)
     return;
-  add_fields(doc, json);
-  add_outline(table, *catalog.as_dict(), json);
-  add_names(table, *catalog.as_dict(), json);
+  add_fields(doc, most, json);
+  add_outline(table, *catalog.as_dict(), most, json);
+  add_names(table, *catalog.as_dict(), most, json);
 }
 
 }  // namespace sheaf::tool

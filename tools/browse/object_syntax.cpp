@@ -37,7 +37,7 @@ bool read_characters(const PDF_String& string, std::string& characters) {
   characters = utf8_text(string);
   for (std::size_t at = 0; at < characters.size();) {
     const Utf8Step step = utf8_step(std::string_view(characters).substr(at));
-    if (!step.is_valid || !is_shown(step.character))
+    if (!has_mark && (!step.is_valid || !is_shown(step.character)))
       return false;
     at += step.bytes;
   }
@@ -122,15 +122,18 @@ void SyntaxPrinter::print_string(const PDF_String& string, int depth) {
   put_line(depth);
 }
 
-void SyntaxPrinter::print_literal(const std::string& characters) {
+void SyntaxPrinter::print_literal(std::string_view characters) {
   text_ += '(';
-  for (const char c : characters) {
+  while (!characters.empty()) {
+    const std::string_view next = characters.substr(0, utf8_step(characters).bytes);
+    const char c = next[0];
     if (c == '(' || c == ')' || c == '\\')
       text_ += '\\';
     if (c == '\n' || c == '\r' || c == '\t')
       text_ += c == '\n' ? "\\n" : c == '\r' ? "\\r" : "\\t";
     else
-      text_ += c;
+      text_ += shown(next);
+    characters.remove_prefix(next.size());
   }
   text_ += ')';
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 #include "sheaf/object/array.h"
 #include "sheaf/object/dictionary.h"
@@ -10,7 +11,7 @@
 namespace sheaf::tool {
 
 /// Prints values as UTF-8. Strings that hold text are literal strings of its characters, others are hexadecimal;
-/// what is very long is cut, and a comment says so.
+/// what is very long is cut, and a comment says so. Characters that cannot be seen are written as \u{H}.
 class SyntaxPrinter {
 public:
   /// Stops behind `most` bytes.
@@ -25,7 +26,7 @@ private:
   void print_dict(const CPDFDictionary& dict, int depth);
   void print_array(const CPDFArray& array, int depth);
   void print_string(const PDF_String& string, int depth);
-  void print_literal(const std::string& characters);
+  void print_literal(std::string_view characters);
   void put_line(int depth);
   bool is_full() {
     is_cut_ = is_cut_ || text_.size() > most_;

@@ -134,7 +134,6 @@ function mappings(text) {
   return rows.slice(0, 400);
 }
 const glyphBox = (code, name, text) => el('div', null, el('b', null, text), el('small', null, code), name && el('small', null, name));
-const indented = /^(?:q|BT|BMC|BDC|BX)$/, outdented = /^(?:Q|ET|EMC|EX)$/;
 const VIEWS = {
   picture: ['Picture', view => el('figure', null,
     el('img', {src: `data:image/png;base64,${view.png}`, alt: `The picture, ${view.width} by ${view.height} pixels`}),
@@ -202,7 +201,8 @@ function versionsSection(body) {
     all.slice(1).map((version, i) => el('option', {value: i + 1}, `${saveOf(version)}, ${whereText(version)}`)));
   function draw() {
     const i = Number(picker.value || 1);
-    const rows = differences(all[i].text.split('\n'), all[0].text.split('\n'));
+    const linesOf = version => (version.text + (version.stream ? `\nstream\n${version.stream}` : '')).split('\n');
+    const rows = differences(linesOf(all[i]), linesOf(all[0]));
     const cell = (line, other, mark) => el('td', {class: line === other ? null : line === null ? null : mark},
       line === null ? '' : line === other ? lineOf(line) : [mark === 'gone' ? '− ' : '+ ', ...lineOf(line)]);
     place.replaceChildren(el('table', {class: 'versions'},
@@ -217,16 +217,14 @@ function versionsSection(body) {
 // ---- the object in the middle ----
 const section = (name, ...children) => el('section', {'aria-label': name}, el('h3', null, name), ...children);
 function whereText(version) {
-  const part = parts[version.part];
-  if (!part) return 'not where its entry says';
-  return version.index < 0 ? `offset ${count(part.start)}` : `member ${version.index} of object stream ${part.num}`;
+  if (version.offset === undefined) return 'not where its entry says';
+  return version.index < 0 ? `offset ${count(version.offset)}` : `member ${version.index} of object stream ${version.holder}`;
 }
 function whereNodes(version) {
-  const part = parts[version.part];
   const size = version.size ? `, ${bytes(version.size)}${version.index < 0 ? '' : ' decoded'}` : '';
-  if (!part || version.index < 0)
-    return [whereText(version) + (part ? ` to ${count(part.end)}` : '') + size];
-  return [`member ${version.index} of object stream `, linkTo(part.num, `${part.num}`), size];
+  if (version.offset === undefined || version.index < 0)
+    return [whereText(version) + (version.offset === undefined ? '' : ` to ${count(version.end)}`) + size];
+  return [`member ${version.index} of object stream `, linkTo(version.holder, `${version.holder}`), size];
 }
 function kindChip(kind) {
   const dot = el('span', {class: 'dot'});
@@ -260,7 +258,7 @@ function objectView(num) {
       el('div', {class: 'glyphs'}, body.glyphs.map(([code, name, text]) => glyphBox(code, name, text)))) : null,
     body.versions.length > 1 ? versionsSection(body) : null,
     section('Referred to by', body.from.length ? el('ul', {class: 'links'}, body.from.map(from => el('li', null, linkTo(from, `${from}`))))
-      : el('p', {class: 'note'}, 'Nothing but the trailer, if that.'),
+      : el('p', {class: 'note'}, flags & (UNUSED | DELETED) ? 'Nothing.' : 'The trailer, or the structure of the file.'),
       body.from_count > body.from.length ? el('p', {class: 'note'}, `and ${count(body.from_count - body.from.length)} more`) : null),
   ].filter(Boolean);
 }
@@ -345,6 +343,10 @@ function partAt(offset) {
 byId('strip').addEventListener('click', event => {
   const box = byId('strip').getBoundingClientRect();
   goToPart(partAt((event.clientX - box.left) / box.width * index.size));
+});
+byId('strip').addEventListener('mousemove', event => {
+  const part = parts[partAt(event.offsetX / byId('strip').clientWidth * index.size)];
+  if (part) byId('strip').title = `${nameOfPart(part)}, ${index.kinds[part.kind][0].toLowerCase()}, offset ${count(part.start)}`;
 });
 byId('strip').addEventListener('keydown', event => {
   const step = {ArrowLeft: -1, ArrowDown: -1, ArrowRight: 1, ArrowUp: 1}[event.key];

@@ -10,6 +10,7 @@
 #include "image/image_writer.h"
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/base/utf.h"
+#include "sheaf/document/content/content_reader.h"
 #include "sheaf/filters/stream_filter.h"
 #include "sheaf/neighbours/fonts/cmap.h"
 #include "sheaf/object/array.h"
@@ -43,6 +44,59 @@ const char* kind_of_text(const std::string& bytes) {
   return has_prefix(bytes, "<?x") || has_prefix(bytes, "<x:") || has_prefix(bytes, "\xEF\xBB\xBF<?x") ? "xml" : "text";
 }
 
+bool is_any(std::string_view op, std::initializer_list<const char*> names) {
+  return std::any_of(names.begin(), names.end(), [op](const char* name) { return op == name; });
+}
+
+const char* fault_comment(ContentFault fault) {
+  switch (fault) {
+    case ContentFault::kNone:
+      return "";
+    case ContentFault::kStray:
+      return "  % a bracket that closes nothing";
+    case ContentFault::kUnclosed:
+      return "  % an array, a dictionary or a string without its end";
+    case ContentFault::kNoOperator:
+      return "  % no operator follows";
+    case ContentFault::kTooManyOperands:
+      return "  % the last of too many operands";
+    case ContentFault::kImage:
+      return "  % an inline image without its data or its end";
+  }
+  return "";
+}
+
+// An operator a line behind its operands, indented within what saves the state, text and marked content.
+std::string content_text(const std::string& bytes) {
+  constexpr int kMostIndent = 20;
+  std::string text;
+  int indent = 0;
+  ContentReader reader(bytes);
+  while (reader.next()) {
+    const std::string_view op = reader.op();
+    if (is_any(op, {"Q", "ET", "EMC", "EX"}))
+      indent = std::max(indent - 1, 0);
+    text.append(static_cast<std::size_t>(std::min(indent, kMostIndent)) * 2, ' ');
+    if (is_any(op, {"q", "BT", "BMC", "BDC", "BX"}))
+      ++indent;
+    std::string operands;
+    for (std::int32_t i = 0; i < reader.operands().count; ++i)
+      operands += syntax_text(reader.operands().items[i]) + ' ';
+    std::replace(operands.begin(), operands.end(), '\n', ' ');
+    if (reader.is("BI"))
+      text += "BI " + operands + "ID EI  % " + std::to_string(reader.image_data().size()) + " bytes of image";
+    else
+      text += operands + latin_text(std::string(op));
+    text += fault_comment(reader.fault());
+    text += '\n';
+  }
+  return text;
+}
+
+std::string text_form(const std::string& bytes, bool is_content) {
+  return is_content ? content_text(bytes) : is_utf8(bytes) ? bytes : latin_text(bytes);
+}
+
 std::string hex_code(std::uint32_t code, int bytes) {
   std::string text;
   for (int shift = bytes * 8 - 4; shift >= 0; shift -= 4)
@@ -71,7 +125,7 @@ void StreamViews::write(const CPDFObj& stream, PartKind kind, JsonWriter& json) 
   if (table_.value(&rec.dict, "Type").is_name("XRef"))
     write_entries(rec, json);
   std::string bytes;
-  const bool is_cut = !is_picture && decode(rec, bytes);
+  const bool is_cut = !is_picture && decode(rec, limits_.text_bytes, bytes);
   if (table_.value(&rec.dict, "Type").is_name("ObjStm"))
     write_members(rec, bytes, json);
   if (!is_picture) {
@@ -82,11 +136,11 @@ void StreamViews::write(const CPDFObj& stream, PartKind kind, JsonWriter& json) 
 }
 
 // Decodes the start. True when there is more.
-bool StreamViews::decode(const CPDFStreamRec& rec, std::string& bytes) {
+bool StreamViews::decode(const CPDFStreamRec& rec, std::int32_t most_bytes, std::string& bytes) {
   const std::unique_ptr<CPDFStream> decoder(table_.make_stream(&rec));
   if (decoder == nullptr)
     return false;
-  const auto most = static_cast<std::size_t>(limits_.text_bytes);
+  const auto most = static_cast<std::size_t>(most_bytes);
   drain(table_, rec, *decoder, [&bytes, most](const unsigned char* block, int size) {
     bytes.append(reinterpret_cast<const char*>(block), static_cast<std::size_t>(size));
     return bytes.size() <= most;
@@ -182,14 +236,26 @@ void StreamViews::write_members(const CPDFStreamRec& rec, const std::string& byt
   json.end_array().key("cut").flag(count > kMostRows).end_object();
 }
 
+bool StreamViews::is_content(const CPDFStreamRec& rec, PartKind kind) {
+  return kind == PartKind::kContent || table_.value(&rec.dict, CPDFDictionary::sm_tag_subtype).is_name("Form") ||
+         table_.value(&rec.dict, "PatternType").to_int() == 1;
+}
+
 void StreamViews::write_text(const CPDFStreamRec& rec, PartKind kind, const std::string& bytes, bool is_cut,
                              JsonWriter& json) {
-  const bool is_content = kind == PartKind::kContent || table_.value(&rec.dict, "Subtype").is_name("Form") ||
-                          table_.value(&rec.dict, "PatternType").to_int() == 1;
-  if (!is_content && !looks_like_text(bytes))
+  const bool is_drawn = is_content(rec, kind);
+  if (!is_drawn && !looks_like_text(bytes))
     return;
-  json.begin_object().key("type").text(is_content ? "content" : kind_of_text(bytes));
-  json.key("text").text(!is_content && is_utf8(bytes) ? bytes : latin_text(bytes)).key("cut").flag(is_cut).end_object();
+  json.begin_object().key("type").text(is_drawn ? "content" : kind_of_text(bytes));
+  json.key("text").text(text_form(bytes, is_drawn)).key("cut").flag(is_cut).end_object();
+}
+
+std::string StreamViews::text(const CPDFStreamRec& rec, PartKind kind) {
+  constexpr std::int32_t kMostCompared = 32 * 1024;
+  std::string bytes;
+  decode(rec, std::min(limits_.text_bytes, kMostCompared), bytes);
+  const bool is_drawn = is_content(rec, kind);
+  return is_drawn || looks_like_text(bytes) ? text_form(bytes, is_drawn) : "";
 }
 
 void StreamViews::write_hex(const std::string& bytes, bool is_cut, JsonWriter& json) const {

@@ -24,6 +24,8 @@ public:
   /// Writes the member "views" for `stream`, the value of a stream object that counts as `kind`: an array of objects
   /// whose "type" says which members follow.
   void write(const CPDFObj& stream, PartKind kind, JsonWriter& json);
+  /// The start of what the stream holds, where that is content or text; else empty.
+  std::string text(const CPDFStreamRec& rec, PartKind kind);
   /// Writes the member "glyphs" for a font: arrays of code, glyph name and text.
   void write_glyphs(const CPDFDictionary& font, JsonWriter& json);
 
@@ -31,9 +33,10 @@ private:
   bool write_picture(const CPDFObj& stream, JsonWriter& json);
   void write_entries(const CPDFStreamRec& rec, JsonWriter& json);
   void write_members(const CPDFStreamRec& rec, const std::string& bytes, JsonWriter& json);
+  bool is_content(const CPDFStreamRec& rec, PartKind kind);
   void write_text(const CPDFStreamRec& rec, PartKind kind, const std::string& bytes, bool is_cut, JsonWriter& json);
   void write_hex(const std::string& bytes, bool is_cut, JsonWriter& json) const;
-  bool decode(const CPDFStreamRec& rec, std::string& bytes);
+  bool decode(const CPDFStreamRec& rec, std::int32_t most, std::string& bytes);
 
   CPDFXRefTable& table_;
   ViewLimits limits_;
