@@ -112,6 +112,10 @@ void add_batch(Command& command, BatchOptions& batch) {
   command.add_option("--skip-done", batch.done, "Leave out the files of which this output of an earlier --json tells");
 }
 
+bool is_many(const BatchOptions& batch) {
+  return batch.files.size() > 1 || needs_processes(batch);
+}
+
 int run_batch(const BatchOptions& batch, bool json, const FileRun& one) {
   if (batch.files.empty() && batch.list.empty()) {
     complain("FILE", "is missing; name documents, a folder, or a list with --files-from");

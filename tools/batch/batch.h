@@ -22,6 +22,9 @@ struct BatchOptions {
 /// Adds FILE..., --files-from, --jobs, --limit-time, --limit-memory and --skip-done.
 void add_batch(Command& command, BatchOptions& batch);
 
+/// Whether there can be more than one file, so that what is printed has to name each.
+bool is_many(const BatchOptions& batch);
+
 /// Runs `one` for each file and gives the worst of the codes. Files that are only named are looked at in this process,
 /// one after the other. With a folder, a list, jobs or limits each has a process of its own, and its output comes whole
 /// as soon as it is done; with `json` a file of which nothing could be said has a line too, with the members "error"

@@ -362,6 +362,8 @@ int run_fonts(const FontsOptions& options) {
   return run_batch(options.batch, options.json, [&options](const std::string& file) {
     FontsOptions one = options;
     one.file = file;
+    if (!one.json && is_many(one.batch))
+      std::printf("%s:\n", shown(input_name(file)).c_str());
     return look_at_fonts(one);
   });
 }

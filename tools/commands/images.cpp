@@ -175,6 +175,8 @@ int run_images(const ImagesOptions& options) {
   return run_batch(options.batch, options.json, [&options](const std::string& file) {
     ImagesOptions one = options;
     one.file = file;
+    if (!one.json && is_many(one.batch))
+      std::printf("%s:\n", shown(input_name(file)).c_str());
     return look_at_images(one);
   });
 }
