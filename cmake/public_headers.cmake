@@ -11,10 +11,12 @@ set(SHEAF_PUBLIC_HEADERS
   base/stream_output.h
   base/stream_update.h
   base/visited_set.h
+  base/work_watch.h
   cache/font_caches.h
   document/content/content_reader.h
   document/content/content_text.h
   document/content/content_writer.h
+  document/content/content_reader.h
   document/doc.h
   document/forms/flattener.h
   document/forms/form_data.h
@@ -25,6 +27,19 @@ set(SHEAF_PUBLIC_HEADERS
   document/names/name_list.h
   document/signatures/signature_writer.h
   filters/stream_filter.h
+  layer/content.h
+  layer/core_ref.h
+  layer/data.h
+  layer/document.h
+  layer/node.h
+  layer/object.h
+  layer/pages.h
+  layer/parts.h
+  layer/progress.h
+  layer/result.h
+  layer/signing.h
+  layer/storage.h
+  layer/value.h
   neighbours/fonts/cmap_resources.h
   neighbours/fonts/environment.h
   neighbours/fonts/font.h
@@ -51,6 +66,8 @@ set(SHEAF_PUBLIC_HEADERS
   object/stored_bytes.h
   object/stream_rec.h
   object/text_utf8.h
+  sheaf.h
+  sheaf.hpp
   xref/guards.h
   xref/page_set.h
   xref/xref_table.h
