@@ -1,5 +1,5 @@
-# What `cmake --install` puts where, in three components: lib (the shared library), dev (headers,
-# static library, package files) and tool.
+# What `cmake --install` puts where, in components: lib (the shared library), dev (headers,
+# static library, package files), tool and python.
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
@@ -61,7 +61,15 @@ install(DIRECTORY docs/schemas DESTINATION ${SHEAF_DOC_DIR}/sheaf COMPONENT tool
 install(DIRECTORY docs/ DESTINATION ${SHEAF_DOC_DIR}/libsheaf-dev COMPONENT dev
         PATTERN completions EXCLUDE PATTERN schemas EXCLUDE PATTERN sheaf.1 EXCLUDE)
 install(DIRECTORY examples DESTINATION ${SHEAF_DOC_DIR}/libsheaf-dev COMPONENT dev
-        FILES_MATCHING PATTERN "*.cpp" PATTERN "*.h" PATTERN "sample.*")
+        FILES_MATCHING PATTERN "*.cpp" PATTERN "*.c" PATTERN "*.h" PATTERN "*.py" PATTERN "*.java" PATTERN "sample.*")
+
+# The Python package, where Debian's interpreter looks for packages.
+if(TARGET sheaf_python)
+  set(SHEAF_PYTHON_DIR lib/python3/dist-packages/sheaf CACHE STRING "Where the Python package goes, below the prefix")
+  install(TARGETS sheaf_python LIBRARY DESTINATION ${SHEAF_PYTHON_DIR} COMPONENT python)
+  install(DIRECTORY bindings/python/sheaf/ DESTINATION ${SHEAF_PYTHON_DIR} COMPONENT python PATTERN __pycache__ EXCLUDE)
+  install(FILES cmake/copyright DESTINATION ${SHEAF_DOC_DIR}/python3-sheaf COMPONENT python)
+endif()
 
 install(EXPORT sheafTargets NAMESPACE sheaf:: DESTINATION ${SHEAF_CMAKE_DIR} COMPONENT dev)
 configure_package_config_file(cmake/sheafConfig.cmake.in sheafConfig.cmake INSTALL_DESTINATION ${SHEAF_CMAKE_DIR})

@@ -1,4 +1,4 @@
-# Debian packages by `cpack -G DEB`: libsheaf0, libsheaf-dev and sheaf.
+# Debian packages by `cpack -G DEB`: libsheaf0, libsheaf-dev, sheaf and, where the module is built, python3-sheaf.
 set(CPACK_PACKAGE_NAME sheaf)
 set(CPACK_PACKAGE_VENDOR "the sheaf authors")
 # Who makes packages to give away puts a name and an address here: -DSHEAF_MAINTAINER="Name <address>".
@@ -11,6 +11,9 @@ set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_STRIP_FILES ON)
 set(CPACK_GENERATOR DEB)
 set(CPACK_COMPONENTS_ALL lib dev tool)
+if(TARGET sheaf_python)
+  list(APPEND CPACK_COMPONENTS_ALL python)
+endif()
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
@@ -22,4 +25,12 @@ set(CPACK_DEBIAN_DEV_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_DEV_PACKAGE_DEPENDS "libsheaf${SHEAF_SOVERSION} (= ${PROJECT_VERSION}), zlib1g-dev, libjpeg-dev, libssl-dev, libfreetype-dev, libharfbuzz-dev, libfontconfig-dev, libopenjp2-7-dev, libutf8proc-dev, libpugixml-dev, libzopfli-dev, libdeflate-dev")
 set(CPACK_DEBIAN_TOOL_PACKAGE_NAME sheaf)
 set(CPACK_DEBIAN_TOOL_PACKAGE_SECTION text)
+# An extension is good for the interpreter that it was built for.
+if(TARGET sheaf_python)
+  math(EXPR SHEAF_NEXT_PYTHON "${Python_VERSION_MINOR} + 1")
+endif()
+set(CPACK_DEBIAN_PYTHON_PACKAGE_NAME python3-sheaf)
+set(CPACK_DEBIAN_PYTHON_PACKAGE_SECTION python)
+set(CPACK_DEBIAN_PYTHON_PACKAGE_DEPENDS "python3 (>= ${Python_VERSION_MAJOR}.${Python_VERSION_MINOR}), python3 (<< ${Python_VERSION_MAJOR}.${SHEAF_NEXT_PYTHON})")
+set(CPACK_DEBIAN_PYTHON_PACKAGE_RECOMMENDS python3-pil)
 include(CPack)

@@ -48,6 +48,19 @@ set(SHEAF_PUBLIC_HEADERS
   document/writer/doc_writer.h
   document/writer/write_options.h
   filters/stream_filter.h
+  layer/content.h
+  layer/core_ref.h
+  layer/data.h
+  layer/document.h
+  layer/node.h
+  layer/object.h
+  layer/pages.h
+  layer/parts.h
+  layer/progress.h
+  layer/result.h
+  layer/signing.h
+  layer/storage.h
+  layer/value.h
   neighbours/fonts/cmap_resources.h
   neighbours/fonts/environment.h
   neighbours/fonts/font.h
@@ -74,6 +87,8 @@ set(SHEAF_PUBLIC_HEADERS
   object/stored_bytes.h
   object/stream_rec.h
   object/text_utf8.h
+  sheaf.h
+  sheaf.hpp
   xref/guards.h
   xref/page_set.h
   xref/xref_table.h

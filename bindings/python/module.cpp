@@ -143,86 +143,100 @@ py::object next_object(ObjectsOf& self) {
 
 void add_documents(py::module_& module) {
   py::class_<sheaf::Encryption>(module, "Encryption", "How a new file is encrypted.")
-      .def(py::init([](const std::string& user, const std::string& owner, std::uint32_t permissions, const std::string& cipher,
-                       bool clear_metadata) {
+      .def(py::init([](const std::string& user, const std::string& owner, std::uint32_t permissions,
+                       const std::string& cipher, bool clear_metadata) {
              const auto kind = cipher == "aes128"   ? sheaf::Cipher::kAes128
                                : cipher == "rc4"    ? sheaf::Cipher::kRc4
                                : cipher == "aes256" ? sheaf::Cipher::kAes256
                                                     : throw py::value_error("a cipher is aes256, aes128 or rc4");
              return sheaf::Encryption{user, owner, permissions, kind, clear_metadata};
            }),
-           py::arg("user") = "", py::arg("owner") = "", py::arg("permissions") = UINT32_MAX, py::arg("cipher") = "aes256",
-           py::arg("clear_metadata") = false);
+           py::arg("user") = "", py::arg("owner") = "", py::arg("permissions") = UINT32_MAX,
+           py::arg("cipher") = "aes256", py::arg("clear_metadata") = false);
   py::class_<Owner, OwnerRef>(module, "_Owner");
   py::class_<ObjectsOf>(module, "Objects")
-      .def("__iter__", [](ObjectsOf& self) { return ObjectsOf{self.owner, self.objects}; })
+      .def("__iter__",
+           [](ObjectsOf& self) {
+             return ObjectsOf{self.owner, self.objects};
+           })
       .def("__next__", &next_object);
 
   py::class_<Handle>(module, "Document", "A document. To be closed, or used in a `with` statement.")
       .def_property_readonly("_owner", [](const Handle& self) { return self.owner; })
       .def_property_readonly("pages", [](const Handle& self) { return HeldPages(self.owner, self.get().pages()); })
       .def_property_readonly("root", [](const Handle& self) { return HeldValue(self.owner, self.get().root()); })
-      .def_property_readonly("objects", [](const Handle& self) { return ObjectsOf{self.owner, self.get().objects()}; })
-      .def("object", [](const Handle& self, std::int32_t number) { return to_python(self.owner, self.get().object(number)); },
-           py::arg("number"))
-      .def("add",
-           [](const Handle& self, const py::object& value) {
-             const sheaf::Value made = self.get().add(from_python(value));
-             check(!made.is_null(), self.owner);
-             return HeldValue(self.owner, made);
-           },
-           py::arg("value"), "A new object of a Python value.")
-      .def("add_stream",
-           [](const Handle& self, const py::buffer& data, const py::dict& dictionary, bool compress) {
-             const BytesView view(data);
-             const sheaf::Value made =
-                 self.get().add_stream(view.text(), from_python(dictionary),
-                                       compress ? sheaf::Coding::kFlate : sheaf::Coding::kPlain);
-             check(made.is_stream(), self.owner);
-             return HeldValue(self.owner, made);
-           },
-           py::arg("data"), py::arg("dictionary") = py::dict(), py::arg("compress") = true)
+      .def_property_readonly("objects",
+                             [](const Handle& self) {
+                               return ObjectsOf{self.owner, self.get().objects()};
+                             })
+      .def(
+          "object",
+          [](const Handle& self, std::int32_t number) { return to_python(self.owner, self.get().object(number)); },
+          py::arg("number"))
+      .def(
+          "add",
+          [](const Handle& self, const py::object& value) {
+            const sheaf::Value made = self.get().add(from_python(value));
+            check(!made.is_null(), self.owner);
+            return HeldValue(self.owner, made);
+          },
+          py::arg("value"), "A new object of a Python value.")
+      .def(
+          "add_stream",
+          [](const Handle& self, const py::buffer& data, const py::dict& dictionary, bool compress) {
+            const BytesView view(data);
+            const sheaf::Value made = self.get().add_stream(view.text(), from_python(dictionary),
+                                                            compress ? sheaf::Coding::kFlate : sheaf::Coding::kPlain);
+            check(made.is_stream(), self.owner);
+            return HeldValue(self.owner, made);
+          },
+          py::arg("data"), py::arg("dictionary") = py::dict(), py::arg("compress") = true)
       .def_property_readonly("version", [](const Handle& self) { return self.get().version(); })
       .def_property_readonly("is_encrypted", [](const Handle& self) { return self.get().is_encrypted(); })
       .def_property_readonly("signature_count", [](const Handle& self) { return self.get().signature_count(); })
-      .def_property_readonly("repairs",
-                             [](const Handle& self) {
-                               py::list all;
-                               for (const sheaf::Repair& repair : self.get().repairs())
-                                 all.append(py::make_tuple(repair.code, repair.object, repair.offset, repair.action));
-                               return all;
-                             },
-                             "What had to be healed: code, object, offset and action of each.")
-      .def("flatten",
-           [](const Handle& self, bool all) {
-             const auto report = work(self.owner, [&](sheaf::Document& document) {
-               return document.flatten(all ? sheaf::Flatten::kAnnotations : sheaf::Flatten::kForm);
-             });
-             return report.value().drawn;
-           },
-           py::arg("all") = false, "Draws the form, or all annotations but links, into the pages; how many.")
+      .def_property_readonly(
+          "repairs",
+          [](const Handle& self) {
+            py::list all;
+            for (const sheaf::Repair& repair : self.get().repairs())
+              all.append(py::make_tuple(repair.code, repair.object, repair.offset, repair.action));
+            return all;
+          },
+          "What had to be healed: code, object, offset and action of each.")
+      .def(
+          "flatten",
+          [](const Handle& self, bool all) {
+            const auto report = work(self.owner, [&](sheaf::Document& document) {
+              return document.flatten(all ? sheaf::Flatten::kAnnotations : sheaf::Flatten::kForm);
+            });
+            return report.value().drawn;
+          },
+          py::arg("all") = false, "Draws the form, or all annotations but links, into the pages; how many.")
       .def("save", &save, py::arg("target"), py::arg("encrypt") = py::none(), py::arg("decrypt") = false,
            "Writes a complete new file to a path or a file object.")
-      .def("save_bytes",
-           [](const Handle& self, const py::object& encrypt, bool decrypt) {
-             const sheaf::SaveOptions options = save_options(encrypt, decrypt);
-             auto data = work(self.owner, [&](sheaf::Document& document) { return document.save_to_memory(options); });
-             return memory_of(std::move(data.value()));
-           },
-           py::arg("encrypt") = py::none(), py::arg("decrypt") = false, "A complete new file as a memoryview.")
-      .def("save_update",
-           [](const Handle& self) {
-             work(self.owner, [](sheaf::Document& document) { return document.save_update(); }).value();
-           },
-           "Writes all changes behind the content of the file.")
+      .def(
+          "save_bytes",
+          [](const Handle& self, const py::object& encrypt, bool decrypt) {
+            const sheaf::SaveOptions options = save_options(encrypt, decrypt);
+            auto data = work(self.owner, [&](sheaf::Document& document) { return document.save_to_memory(options); });
+            return memory_of(std::move(data.value()));
+          },
+          py::arg("encrypt") = py::none(), py::arg("decrypt") = false, "A complete new file as a memoryview.")
+      .def(
+          "save_update",
+          [](const Handle& self) {
+            work(self.owner, [](sheaf::Document& document) { return document.save_update(); }).value();
+          },
+          "Writes all changes behind the content of the file.")
       .def("close", [](const Handle& self) { self.get().close(); })
       .def("__enter__", [](const py::object& self) { return self; })
       .def("__exit__", [](const Handle& self, const py::args&) { self.get().close(); });
 
   module.def("open", &open, py::arg("source"), py::arg("password") = "", py::arg("progress") = py::none(),
              "Opens a path, bytes or a file object, however damaged.");
-  module.def("new", [] { return Handle{std::make_shared<Owner>(std::move(sheaf::Document::create().value()))}; },
-             "A new document without pages.");
+  module.def(
+      "new", [] { return Handle{std::make_shared<Owner>(std::move(sheaf::Document::create().value()))}; },
+      "A new document without pages.");
 }
 
 }  // namespace

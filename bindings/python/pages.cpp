@@ -24,8 +24,8 @@ py::object operand_to_python(const CPDFObj& value) {
     case kTagString:
       return py::bytes(value.data, static_cast<std::size_t>(value.as_string().len));
     case kTagName: {
-      PyObject* const text = PyUnicode_DecodeUTF8(value.as_name(), static_cast<Py_ssize_t>(std::strlen(value.as_name())),
-                                                  "surrogateescape");
+      PyObject* const text = PyUnicode_DecodeUTF8(
+          value.as_name(), static_cast<Py_ssize_t>(std::strlen(value.as_name())), "surrogateescape");
       return py::module_::import("sheaf").attr("Name")(py::reinterpret_steal<py::object>(text));
     }
     case kTagArray: {
@@ -138,7 +138,8 @@ void extend(HeldPages& self, HeldPages& other, const std::string& title) {
   other.owner()->busy = true;  // its pages are read meanwhile
   bool good = false;
   {
-    const py::object reset = py::capsule(other.owner().get(), [](void* owner) { static_cast<Owner*>(owner)->busy = false; });
+    const py::object reset =
+        py::capsule(other.owner().get(), [](void* owner) { static_cast<Owner*>(owner)->busy = false; });
     good = work(self.owner(), [&](sheaf::Document&) { return mine.append(theirs, title); });
   }
   other.owner()->dropped.clear();
@@ -155,60 +156,74 @@ void add_pages(py::module_& module) {
       .def("__repr__", [](const Operation& self) { return py::repr(py::bytes(std::string(self.source()))); });
   module.def("write_content", &write_content, py::arg("operators"),
              "Content of operators, of pairs of a name and operands, and of bytes.");
-  module.def("read_content", [](const py::buffer& data) {
-    const std::string_view text = BytesView(data).text();
-    auto* const block = static_cast<std::uint8_t*>(QVAlloc(text.size()));
-    if (block == nullptr)
-      throw std::bad_alloc();
-    std::copy(text.begin(), text.end(), block);
-    return operators_of(sheaf::Content(sheaf::Data(block, text.size())));
-  }, py::arg("data"), "The operators of decoded content.");
+  module.def(
+      "read_content",
+      [](const py::buffer& data) {
+        const std::string_view text = BytesView(data).text();
+        auto* const block = static_cast<std::uint8_t*>(QVAlloc(text.size()));
+        if (block == nullptr)
+          throw std::bad_alloc();
+        std::copy(text.begin(), text.end(), block);
+        return operators_of(sheaf::Content(sheaf::Data(block, text.size())));
+      },
+      py::arg("data"), "The operators of decoded content.");
 
   py::class_<HeldPage>(module, "Page", "A page of a document.")
       .def_property_readonly("number", [](HeldPage& self) { return self.get().number(); })
-      .def_property_readonly("object", [](HeldPage& self) { return HeldValue(self.owner(), self.get().object()); },
-                             "The page's own dictionary.")
-      .def_property_readonly("resources", [](HeldPage& self) { return to_python(self.owner(), self.get().resources()); })
-      .def_property("media_box", [](HeldPage& self) { return tuple_of(self.get().media_box()); },
-                    [](HeldPage& self, const std::array<double, 4>& box) {
-                      check(self.get().set_media_box(rect_of(box)), self.owner());
-                    })
-      .def_property("crop_box", [](HeldPage& self) { return tuple_of(self.get().crop_box()); },
-                    [](HeldPage& self, const std::array<double, 4>& box) {
-                      check(self.get().set_crop_box(rect_of(box)), self.owner());
-                    })
+      .def_property_readonly(
+          "object", [](HeldPage& self) { return HeldValue(self.owner(), self.get().object()); },
+          "The page's own dictionary.")
+      .def_property_readonly("resources",
+                             [](HeldPage& self) { return to_python(self.owner(), self.get().resources()); })
+      .def_property(
+          "media_box", [](HeldPage& self) { return tuple_of(self.get().media_box()); },
+          [](HeldPage& self, const std::array<double, 4>& box) {
+            check(self.get().set_media_box(rect_of(box)), self.owner());
+          })
+      .def_property(
+          "crop_box", [](HeldPage& self) { return tuple_of(self.get().crop_box()); },
+          [](HeldPage& self, const std::array<double, 4>& box) {
+            check(self.get().set_crop_box(rect_of(box)), self.owner());
+          })
       .def_property_readonly("rotation", [](HeldPage& self) { return self.get().rotation(); })
-      .def("rotate", [](HeldPage& self, int degrees) { check(self.get().rotate(degrees), self.owner()); },
-           "Turns the page clockwise by a multiple of 90 degrees.")
-      .def("content_data",
-           [](HeldPage& self) {
-             const sheaf::Page page = self.get();
-             return memory_of(std::move(work(self.owner(), [&](sheaf::Document&) { return page.content_data(); }).value()));
-           },
-           "The decoded content of the page.")
-      .def("content", [](HeldPage& self) { return operators_of(std::move(self.get().content().value())); },
-           "The operators of the page's content.")
-      .def("set_content",
-           [](HeldPage& self, const py::object& content) {
-             const py::object data = py::isinstance<py::buffer>(content) ? content : write_content(content);
-             const BytesView view(data);
-             sheaf::Page page = self.get();
-             check(work(self.owner(), [&](sheaf::Document&) { return page.set_content(view.text()); }), self.owner());
-           },
-           py::arg("content"), "Replaces all content, by bytes or operators.")
-      .def("add_content",
-           [](HeldPage& self, const py::object& content) {
-             const py::object data = py::isinstance<py::buffer>(content) ? content : write_content(content);
-             check(self.get().add_content(BytesView(data).text()), self.owner());
-           },
-           py::arg("content"), "Draws behind what is there, in the page's own coordinates.")
-      .def("add_resource",
-           [](HeldPage& self, const std::string& category, HeldValue& resource) {
-             const std::string name = self.get().add_resource(category.c_str(), resource.get());
-             check(!name.empty(), self.owner());
-             return name;
-           },
-           py::arg("category"), py::arg("resource"), "The name under which the page then has the resource.");
+      .def(
+          "rotate", [](HeldPage& self, int degrees) { check(self.get().rotate(degrees), self.owner()); },
+          "Turns the page clockwise by a multiple of 90 degrees.")
+      .def(
+          "content_data",
+          [](HeldPage& self) {
+            const sheaf::Page page = self.get();
+            return memory_of(
+                std::move(work(self.owner(), [&](sheaf::Document&) { return page.content_data(); }).value()));
+          },
+          "The decoded content of the page.")
+      .def(
+          "content", [](HeldPage& self) { return operators_of(std::move(self.get().content().value())); },
+          "The operators of the page's content.")
+      .def(
+          "set_content",
+          [](HeldPage& self, const py::object& content) {
+            const py::object data = py::isinstance<py::buffer>(content) ? content : write_content(content);
+            const BytesView view(data);
+            sheaf::Page page = self.get();
+            check(work(self.owner(), [&](sheaf::Document&) { return page.set_content(view.text()); }), self.owner());
+          },
+          py::arg("content"), "Replaces all content, by bytes or operators.")
+      .def(
+          "add_content",
+          [](HeldPage& self, const py::object& content) {
+            const py::object data = py::isinstance<py::buffer>(content) ? content : write_content(content);
+            check(self.get().add_content(BytesView(data).text()), self.owner());
+          },
+          py::arg("content"), "Draws behind what is there, in the page's own coordinates.")
+      .def(
+          "add_resource",
+          [](HeldPage& self, const std::string& category, HeldValue& resource) {
+            const std::string name = self.get().add_resource(category.c_str(), resource.get());
+            check(!name.empty(), self.owner());
+            return name;
+          },
+          py::arg("category"), py::arg("resource"), "The name under which the page then has the resource.");
 
   py::class_<HeldPages>(module, "Pages", "The pages of a document, or a slice of them.")
       .def("__len__", [](HeldPages& self) { return self.get().size(); })
@@ -222,19 +237,24 @@ void add_pages(py::module_& module) {
              check(self.get().remove(checked_index(self.get(), index)), self.owner());
            })
       .def("extend", &extend, py::arg("pages"), py::arg("title") = "", "Appends pages of another document.")
-      .def("insert",
-           [](HeldPages& self, std::int32_t index, HeldPages& pages) {
-             check(self.get().insert(index, pages.get()), self.owner());
-           },
-           py::arg("index"), py::arg("pages"))
-      .def("add",
-           [](HeldPages& self, double width, double height) {
-             const sheaf::Page page = self.get().add(width, height);
-             check(static_cast<bool>(page), self.owner());
-             return HeldPage(self.owner(), page);
-           },
-           py::arg("width"), py::arg("height"), "A new page without content, behind the last one.")
-      .def("move", [](HeldPages& self, std::int32_t from, std::int32_t to) {
-             check(self.get().move(checked_index(self.get(), from), checked_index(self.get(), to)), self.owner());
-           }, py::arg("from_index"), py::arg("to_index"));
+      .def(
+          "insert",
+          [](HeldPages& self, std::int32_t index, HeldPages& pages) {
+            check(self.get().insert(index, pages.get()), self.owner());
+          },
+          py::arg("index"), py::arg("pages"))
+      .def(
+          "add",
+          [](HeldPages& self, double width, double height) {
+            const sheaf::Page page = self.get().add(width, height);
+            check(static_cast<bool>(page), self.owner());
+            return HeldPage(self.owner(), page);
+          },
+          py::arg("width"), py::arg("height"), "A new page without content, behind the last one.")
+      .def(
+          "move",
+          [](HeldPages& self, std::int32_t from, std::int32_t to) {
+            check(self.get().move(checked_index(self.get(), from), checked_index(self.get(), to)), self.owner());
+          },
+          py::arg("from_index"), py::arg("to_index"));
 }

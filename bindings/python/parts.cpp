@@ -113,8 +113,8 @@ py::dict pixels_of(HeldImage& self) {
 SealOf seal_signature(const OwnerRef& owner, std::int32_t page, std::int32_t room, const std::string& field,
                       const std::array<double, 4>& rect, const std::string& name, const std::string& reason,
                       const std::string& location, const std::string& sub_filter) {
-  const sheaf::SignatureOptions options{page,   room,     field,     {rect[0], rect[1], rect[2], rect[3]}, name,
-                                        reason, location, sub_filter};
+  const sheaf::SignatureOptions options{page, room,   field,    {rect[0], rect[1], rect[2], rect[3]},
+                                        name, reason, location, sub_filter};
   auto sealed = work(owner, [&](sheaf::Document& document) { return document.seal_signature(options); });
   return {owner, std::make_shared<sheaf::Seal>(std::move(sealed.value()))};
 }
@@ -154,15 +154,14 @@ void add_parts(py::module_& module) {
       .def(py::init([](const OwnerRef& owner) { return AttachmentsOf{owner}; }))
       .def("__len__", [](const AttachmentsOf& self) { return self.get().size(); })
       .def("__iter__", [](const AttachmentsOf& self) { return py::iter(py::cast(attachment_names(self))); })
-      .def("__contains__", [](const AttachmentsOf& self, const std::string& name) {
-             return self.get().find(name) != nullptr;
-           })
+      .def("__contains__",
+           [](const AttachmentsOf& self, const std::string& name) { return self.get().find(name) != nullptr; })
       .def("__getitem__", &attachment_data, "The data of a file, as a memoryview.")
-      .def("__setitem__", [](const AttachmentsOf& self, const std::string& name, const py::buffer& data) {
-             self.get().add(name, BytesView(data).bytes()).value();
-           })
-      .def("add_file", [](const AttachmentsOf& self, const std::string& path) { self.get().add(path).value(); },
-           py::arg("path"), "Embeds a file under its base name.");
+      .def("__setitem__", [](const AttachmentsOf& self, const std::string& name,
+                             const py::buffer& data) { self.get().add(name, BytesView(data).bytes()).value(); })
+      .def(
+          "add_file", [](const AttachmentsOf& self, const std::string& path) { self.get().add(path).value(); },
+          py::arg("path"), "Embeds a file under its base name.");
 
   py::class_<HeldImage>(module, "RawImage", "An image of a document.")
       .def_property_readonly("number", [](HeldImage& self) { return self.get()->number(); })
@@ -172,31 +171,41 @@ void add_parts(py::module_& module) {
       .def_property_readonly("filter", [](HeldImage& self) { return self.get()->filter(); })
       .def_property_readonly("is_mask", [](HeldImage& self) { return self.get()->is_mask(); })
       .def_property_readonly("object", [](HeldImage& self) { return HeldValue(self.owner(), self.get()->object()); })
-      .def("encoded",
-           [](HeldImage& self) {
-             const auto image = self.get();
-             return memory_of(std::move(work(self.owner(), [&](sheaf::Document&) { return image->encoded(); }).value()));
-           },
-           "The data with all filters but the last one taken off, as a memoryview.")
+      .def(
+          "encoded",
+          [](HeldImage& self) {
+            const auto image = self.get();
+            return memory_of(std::move(work(self.owner(), [&](sheaf::Document&) { return image->encoded(); }).value()));
+          },
+          "The data with all filters but the last one taken off, as a memoryview.")
       .def("pixels", &pixels_of, "Rows of samples with what they mean.")
-      .def("save",
-           [](HeldImage& self, const std::string& folder) {
-             const auto image = self.get();
-             return work(self.owner(), [&](sheaf::Document&) { return image->save(folder); }).value();
-           },
-           py::arg("folder"), "Writes a JPEG, JPEG 2000 or PNG file into the folder; its path.");
+      .def(
+          "save",
+          [](HeldImage& self, const std::string& folder) {
+            const auto image = self.get();
+            return work(self.owner(), [&](sheaf::Document&) { return image->save(folder); }).value();
+          },
+          py::arg("folder"), "Writes a JPEG, JPEG 2000 or PNG file into the folder; its path.");
   py::class_<ImagesOf>(module, "Images")
-      .def(py::init([](const OwnerRef& owner) { return ImagesOf{owner, nullptr, {}}; }))
-      .def("__iter__", [](const ImagesOf& self) { return ImagesOf{self.owner, nullptr, {}}; })
+      .def(py::init([](const OwnerRef& owner) {
+        return ImagesOf{owner, nullptr, {}};
+      }))
+      .def("__iter__",
+           [](const ImagesOf& self) {
+             return ImagesOf{self.owner, nullptr, {}};
+           })
       .def("__next__", &next_image);
 
   py::class_<SealOf>(module, "Seal", "A section that is sealed and waits for its signature.")
       .def_property_readonly("byte_range", [](const SealOf& self) { return self.seal->byte_range(); })
       .def("signed_bytes", &signed_bytes, "The bytes that the signature covers.")
       .def("sha256", &digest_of, "Their SHA-256 digest.")
-      .def("write", [](const SealOf& self, const py::buffer& signature) {
-             idle(self.owner);
-             self.seal->write(BytesView(signature).bytes()).value();
-           }, py::arg("signature"), "Puts the signature (DER) into its place.");
+      .def(
+          "write",
+          [](const SealOf& self, const py::buffer& signature) {
+            idle(self.owner);
+            self.seal->write(BytesView(signature).bytes()).value();
+          },
+          py::arg("signature"), "Puts the signature (DER) into its place.");
   module.def("_seal_signature", &seal_signature);
 }

@@ -161,8 +161,9 @@ void add_values(py::module_& module) {
       });
 
   py::class_<HeldValue>(module, "Value", "A dictionary, array or stream of a document.")
-      .def_property_readonly("number", [](HeldValue& self) { return self.get().number(); },
-                             "Number of the object that the value is, or in which it stands.")
+      .def_property_readonly(
+          "number", [](HeldValue& self) { return self.get().number(); },
+          "Number of the object that the value is, or in which it stands.")
       .def_property_readonly("is_object", [](HeldValue& self) { return self.get().is_object(); })
       .def_property_readonly("is_array", [](HeldValue& self) { return self.get().is_array(); })
       .def_property_readonly("is_dictionary", [](HeldValue& self) { return self.get().is_dictionary(); })
@@ -181,34 +182,43 @@ void add_values(py::module_& module) {
                throw py::key_error(key);
              return to_python(self.owner(), found);
            })
-      .def("get",
-           [](HeldValue& self, const std::string& key, const py::object& otherwise) {
-             const sheaf::Value found = self.get()[std::string_view(key_of(key))];
-             return found.is_null() ? otherwise : to_python(self.owner(), found);
-           },
-           py::arg("key"), py::arg("default") = py::none())
-      .def("get_bytes", [](HeldValue& self, const std::string& key) {
-             return py::bytes(std::string(self.get()[std::string_view(key_of(key))].bytes()));
-           }, "The bytes of a string or a name, as they are.")
+      .def(
+          "get",
+          [](HeldValue& self, const std::string& key, const py::object& otherwise) {
+            const sheaf::Value found = self.get()[std::string_view(key_of(key))];
+            return found.is_null() ? otherwise : to_python(self.owner(), found);
+          },
+          py::arg("key"), py::arg("default") = py::none())
+      .def(
+          "get_bytes",
+          [](HeldValue& self, const std::string& key) {
+            return py::bytes(std::string(self.get()[std::string_view(key_of(key))].bytes()));
+          },
+          "The bytes of a string or a name, as they are.")
       .def("__setitem__", &set_element)
       .def("__setitem__", &set_item)
-      .def("__delitem__", [](HeldValue& self, std::int32_t index) {
+      .def("__delitem__",
+           [](HeldValue& self, std::int32_t index) {
              check(self.get().remove(index_in(self.get(), index)), self.owner());
            })
-      .def("__delitem__", [](HeldValue& self, const std::string& key) {
-             check(self.get().remove(key_of(key)), self.owner());
-           })
+      .def("__delitem__",
+           [](HeldValue& self, const std::string& key) { check(self.get().remove(key_of(key)), self.owner()); })
       .def("append", &append)
-      .def("decoded", [](HeldValue& self) { return read_stream(self, [](const sheaf::Value& v) { return v.decoded(); }); },
-           "The data of a stream with all filters taken off, as a memoryview without a copy.")
-      .def("stored", [](HeldValue& self) { return read_stream(self, [](const sheaf::Value& v) { return v.stored(); }); },
-           "The data of a stream as they are stored, decryption taken off, as a memoryview.")
-      .def("write",
-           [](HeldValue& self, const py::buffer& data, bool compress) {
-             const BytesView view(data);
-             check(self.get().write(view.text(), compress ? sheaf::Coding::kFlate : sheaf::Coding::kPlain), self.owner());
-           },
-           py::arg("data"), py::arg("compress") = true, "Gives a stream, or a dictionary that is an object, new data.")
+      .def(
+          "decoded",
+          [](HeldValue& self) { return read_stream(self, [](const sheaf::Value& v) { return v.decoded(); }); },
+          "The data of a stream with all filters taken off, as a memoryview without a copy.")
+      .def(
+          "stored", [](HeldValue& self) { return read_stream(self, [](const sheaf::Value& v) { return v.stored(); }); },
+          "The data of a stream as they are stored, decryption taken off, as a memoryview.")
+      .def(
+          "write",
+          [](HeldValue& self, const py::buffer& data, bool compress) {
+            const BytesView view(data);
+            check(self.get().write(view.text(), compress ? sheaf::Coding::kFlate : sheaf::Coding::kPlain),
+                  self.owner());
+          },
+          py::arg("data"), py::arg("compress") = true, "Gives a stream, or a dictionary that is an object, new data.")
       .def("__eq__", [](HeldValue& self, HeldValue& other) { return self.get() == other.get(); })
       .def("__repr__", [](HeldValue& self) { return py::bytes(self.get().print()).attr("decode")("latin-1"); });
 }

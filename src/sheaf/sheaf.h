@@ -9,8 +9,8 @@
  *
  * Functions give SHEAF_OK or why not; sheaf_last_error says more, for the thread that asks. All texts are UTF-8 and
  * end in a NUL. What a function makes through a pointer to a pointer is the caller's, and goes with the function that
- * its type names; every such function takes NULL. A document is used by one thread at a time, with all that came from it.
- * Structures begin with their size, which the caller sets to sizeof: later versions add members at the end. Values,
+ * its type names; every such function takes NULL. A document is used by one thread at a time, with all that came from
+ * it. Structures begin with their size, which the caller sets to sizeof: later versions add members at the end. Values,
  * attachments, images and seals may be released before or after their document.
  */
 #ifndef SHEAF_SHEAF_H
@@ -25,10 +25,10 @@ extern "C" {
 
 typedef enum sheaf_code {
   SHEAF_OK = 0,
-  SHEAF_NO_FILE = 1,         /* The file cannot be opened, read or made. */
-  SHEAF_EMPTY = 2,           /* It has no bytes. */
-  SHEAF_DAMAGED = 3,         /* No document could be found in it, or data cannot be decoded. */
-  SHEAF_TOO_LARGE = 4,       /* Larger than the library reads or writes. */
+  SHEAF_NO_FILE = 1,   /* The file cannot be opened, read or made. */
+  SHEAF_EMPTY = 2,     /* It has no bytes. */
+  SHEAF_DAMAGED = 3,   /* No document could be found in it, or data cannot be decoded. */
+  SHEAF_TOO_LARGE = 4, /* Larger than the library reads or writes. */
   SHEAF_NO_MEMORY = 5,
   SHEAF_NEEDS_PASSWORD = 6,
   SHEAF_WRONG_PASSWORD = 7,
@@ -111,9 +111,9 @@ typedef struct sheaf_rect {
 typedef struct sheaf_signature_options {
   size_t size;
   int32_t page;
-  int32_t room;           /* Bytes for the signature; 0: 8,192. */
-  sheaf_rect rect;        /* Where the widget is; empty: nowhere to be seen. */
-  const char* field;      /* NULL in this and all below: not said, or chosen by the library. */
+  int32_t room;      /* Bytes for the signature; 0: 8,192. */
+  sheaf_rect rect;   /* Where the widget is; empty: nowhere to be seen. */
+  const char* field; /* NULL in this and all below: not said, or chosen by the library. */
   const char* name;
   const char* reason;
   const char* location;

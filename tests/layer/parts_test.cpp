@@ -191,8 +191,8 @@ TEST(LayerSigning, SealsAFieldOfItsOwnAndKeepsEarlierSignatures) {
   std::string covered;
   ASSERT_TRUE(first->digest([&covered](auto piece) { covered.append(piece.begin(), piece.end()); }));
   const auto range = first->byte_range();
-  EXPECT_EQ(covered, before.substr(0, static_cast<std::size_t>(range[1])) +
-                         before.substr(static_cast<std::size_t>(range[2])));
+  EXPECT_EQ(covered,
+            before.substr(0, static_cast<std::size_t>(range[1])) + before.substr(static_cast<std::size_t>(range[2])));
   EXPECT_EQ(range[2] + range[3], static_cast<long long>(before.size()));
   EXPECT_FALSE(first->write(bytes_of(std::string(101, 'x'))));
   ASSERT_TRUE(first->write(bytes_of("\x30\x01\x02")));

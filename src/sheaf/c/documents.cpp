@@ -1,6 +1,6 @@
 // Opening, saving and closing for C; errors, bytes, and what a document says of itself.
-#include "sheaf/c/handles_internal.h"
 #include "sheaf/base/heap.h"
+#include "sheaf/c/handles_internal.h"
 #include "sheaf/version.h"
 
 using namespace sheaf;

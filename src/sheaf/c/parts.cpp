@@ -100,8 +100,8 @@ int32_t sheaf_images_next(sheaf_images* images, sheaf_image_info* info) {
   if (*images->at == images->images.end())
     return 0;
   const Image& image = **images->at;
-  const sheaf_image_info all{sizeof(sheaf_image_info), image.number(), image.width(), image.height(), image.bits(),
-                             image.is_mask() ? 1 : 0};
+  const sheaf_image_info all{sizeof(sheaf_image_info), image.number(), image.width(),
+                             image.height(),           image.bits(),   image.is_mask() ? 1 : 0};
   if (info != nullptr) {
     const std::size_t size = std::min(info->size, sizeof(all));
     std::memcpy(info, &all, size);

@@ -167,8 +167,8 @@ sheaf_code sheaf_value_stored(const sheaf_value* stream, sheaf_data** out) {
 sheaf_code sheaf_value_write(sheaf_value* stream, const void* bytes, size_t count, int32_t plain) {
   if (stream == nullptr || (bytes == nullptr && count != 0))
     return missing_argument();
-  const bool good = stream->value.write({static_cast<const char*>(bytes), count},
-                                        plain != 0 ? Coding::kPlain : Coding::kFlate);
+  const bool good =
+      stream->value.write({static_cast<const char*>(bytes), count}, plain != 0 ? Coding::kPlain : Coding::kFlate);
   return report_change(good, stream->value);
 }
 

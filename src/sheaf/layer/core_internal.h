@@ -74,10 +74,10 @@ public:
   /// The merge into this document; appending may go on until `finished`.
   CPDFDocMerge& merge();
 
-  std::string path;                         ///< Of a document opened by path.
-  std::unique_ptr<StorageStream> storage;   ///< Of one over the application's own storage,
-  std::unique_ptr<CQVStream> memory;        ///< over memory, or new.
-  std::vector<std::uint8_t> bytes;          ///< Memory that the document owns.
+  std::string path;                        ///< Of a document opened by path.
+  std::unique_ptr<StorageStream> storage;  ///< Of one over the application's own storage,
+  std::unique_ptr<CQVStream> memory;       ///< over memory, or new.
+  std::vector<std::uint8_t> bytes;         ///< Memory that the document owns.
   ProgressFunction progress;
 
 private:

@@ -228,8 +228,7 @@ Expected<void> Document::begin_writing() {
   if (Expected<void> ready = begin_saving(); !ready)
     return ready;
   if (core_->memory != nullptr || (core_->storage != nullptr && !core_->storage->can_write()))
-    return layer::error_of(Code::kNotAllowed,
-                           "there is no file to add an update to; save the document as a new file");
+    return layer::error_of(Code::kNotAllowed, "there is no file to add an update to; save the document as a new file");
   if (!core_->path.empty() && !core_->below().begin_update(core_->path.c_str()))
     return layer::error_of(Code::kFileChanged,
                            core_->path + " cannot be written, or is no longer the file that was opened");

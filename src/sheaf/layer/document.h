@@ -30,8 +30,8 @@ struct OpenOptions {
 enum class Cipher { kAes256, kAes128, kRc4 };
 
 struct Encryption {
-  std::string user_password = {};   ///< To open; UTF-8.
-  std::string owner_password = {};  ///< For all rights; "": as the user's.
+  std::string user_password = {};          ///< To open; UTF-8.
+  std::string owner_password = {};         ///< For all rights; "": as the user's.
   std::uint32_t permissions = UINT32_MAX;  ///< Bits of "P" (ISO 32000-2, table 22).
   Cipher cipher = Cipher::kAes256;
   bool clear_metadata = false;
@@ -39,7 +39,7 @@ struct Encryption {
 
 struct SaveOptions {
   std::optional<Encryption> encrypt = {};  ///< Without it an encrypted document stays encrypted as it is,
-  bool decrypt = false;               ///< unless this is set.
+  bool decrypt = false;                    ///< unless this is set.
 };
 
 /// One thing that had to be healed when the document was opened or read.
@@ -56,8 +56,8 @@ enum class Flatten { kForm, kAnnotations };
 struct FlattenReport {
   std::int32_t pages = 0;  ///< Pages that were changed.
   std::int32_t drawn = 0;
-  std::int32_t hidden = 0;  ///< Removed, as they are not shown.
-  std::int32_t kept = 0;    ///< They have no appearance to draw.
+  std::int32_t hidden = 0;      ///< Removed, as they are not shown.
+  std::int32_t kept = 0;        ///< They have no appearance to draw.
   std::int32_t signatures = 0;  ///< Fields whose signatures are gone.
 };
 

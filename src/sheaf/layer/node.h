@@ -30,7 +30,7 @@ struct Node : QVHeapObject<Node> {
   Owner owner = kObject;
   bool changed = false;  ///< The table does not have this content yet.
   CPDFObj obj{};
-  GrowArray<CPDFObj> buried;             ///< Values that were replaced while others pointed into them.
+  GrowArray<CPDFObj> buried;              ///< Values that were replaced while others pointed into them.
   GrowArray<CPDFDictItem*> buried_items;  ///< Removed entries of dictionaries.
 };
 

@@ -29,8 +29,7 @@ struct Name {
 /// Bytes of a string that are no text.
 struct Bytes {
   explicit Bytes(std::string_view view) : bytes(view) {}
-  explicit Bytes(std::span<const std::uint8_t> view)
-      : bytes(reinterpret_cast<const char*>(view.data()), view.size()) {}
+  explicit Bytes(std::span<const std::uint8_t> view) : bytes(reinterpret_cast<const char*>(view.data()), view.size()) {}
   std::string_view bytes;
 };
 
@@ -40,15 +39,13 @@ public:
   Object() = default;  ///< Null.
   Object(std::nullptr_t) {}
   Object(std::same_as<bool> auto flag) { value_.set_bool(flag ? 1 : 0); }
-  Object(std::integral auto number)
-    requires(!std::same_as<decltype(number), bool>)
-  {
+  Object(std::integral auto number) requires(!std::same_as<decltype(number), bool>) {
     set_number(static_cast<std::int64_t>(number));
   }
   Object(std::floating_point auto number) { set_real(static_cast<double>(number)); }
-  Object(const char* text) { set_text(text); }             ///< A text in UTF-8.
-  Object(std::string_view text) { set_text(text); }        ///< A text in UTF-8.
-  Object(const std::string& text) { set_text(text); }      ///< A text in UTF-8.
+  Object(const char* text) { set_text(text); }         ///< A text in UTF-8.
+  Object(std::string_view text) { set_text(text); }    ///< A text in UTF-8.
+  Object(const std::string& text) { set_text(text); }  ///< A text in UTF-8.
   Object(Name name) { value_.set_name(name.text.data(), name.text.size()); }
   Object(Bytes bytes) { set_bytes(bytes.bytes); }
   /// A copy of a value without its document: references in it are numbers of that document still.

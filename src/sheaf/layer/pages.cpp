@@ -188,8 +188,7 @@ bool Pages::append(const Pages& pages, std::string_view title) {
   const std::string name(title);
   const auto count = static_cast<std::int32_t>(wanted.size());
   CPDFDoc& source = pages.core_->finished();
-  const std::int32_t done =
-      core_->merge().append(source, wanted.data(), count, name.empty() ? nullptr : name.c_str());
+  const std::int32_t done = core_->merge().append(source, wanted.data(), count, name.empty() ? nullptr : name.c_str());
   if (task.is_stopped())
     return core_->note(Code::kCancelled, "the merge was stopped; the document is good for closing only");
   core_->refresh();

@@ -92,7 +92,7 @@ struct FieldState {
   std::vector<std::string> offers;  ///< Values of options, or names of states.
   bool read_only = false;
   bool required = false;
-  bool locked = false;  ///< By a signature or a certification.
+  bool locked = false;          ///< By a signature or a certification.
   std::int32_t max_length = 0;  ///< Most characters of a text; 0: no limit.
 };
 
@@ -137,7 +137,7 @@ struct Pixels {
   int bits = 8;
   std::size_t row_bytes = 0;
   Data rows;
-  bool is_whole = true;           ///< False: the data ended early, and the rest of the rows is empty.
+  bool is_whole = true;               ///< False: the data ended early, and the rest of the rows is empty.
   std::vector<std::uint8_t> palette;  ///< Red, green and blue of each index; empty: samples are greys or colours.
   std::vector<std::uint8_t> profile;  ///< The ICC profile; empty: there is none.
 };

@@ -89,7 +89,8 @@ Data png_file(const Pixels& pixels) {
   std::string file(kSignature, sizeof(kSignature) - 1);
   put_chunk(file, "IHDR", header_of(pixels));
   const std::size_t components = pixels.components == 3 || !pixels.palette.empty() ? 3 : 1;
-  const bool fits = pixels.profile.size() > 20 && std::memcmp(pixels.profile.data() + 16, components == 3 ? "RGB " : "GRAY", 4) == 0;
+  const bool fits =
+      pixels.profile.size() > 20 && std::memcmp(pixels.profile.data() + 16, components == 3 ? "RGB " : "GRAY", 4) == 0;
   if (fits) {
     std::string profile("ICC profile");
     profile.append(2, '\0');

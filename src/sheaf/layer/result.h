@@ -25,24 +25,24 @@ namespace sheaf {
 /// What went wrong. Numbers are kept: they are those of the C interface.
 enum class Code : std::int32_t {
   kNone = 0,
-  kNoFile = 1,           ///< The file cannot be opened, read or made.
-  kEmpty = 2,            ///< It has no bytes.
-  kDamaged = 3,          ///< No document could be found in it, or the data asked for cannot be decoded.
-  kTooLarge = 4,         ///< Larger than the library reads or writes.
+  kNoFile = 1,    ///< The file cannot be opened, read or made.
+  kEmpty = 2,     ///< It has no bytes.
+  kDamaged = 3,   ///< No document could be found in it, or the data asked for cannot be decoded.
+  kTooLarge = 4,  ///< Larger than the library reads or writes.
   kNoMemory = 5,
   kNeedsPassword = 6,
   kWrongPassword = 7,
-  kUnsupported = 8,      ///< A way of encryption, a colour space or a filter that is not known.
-  kNotFound = 9,         ///< There is nothing of that name or index.
-  kWrongKind = 10,       ///< A value of another kind than the operation needs.
-  kStale = 11,           ///< Another operation changed the object since the value was asked for.
-  kOtherDocument = 12,   ///< A value of another document.
-  kNotAllowed = 13,      ///< A signature, a certification or the field itself forbids the change.
-  kBadValue = 14,        ///< The value is not one that can be set here.
-  kFileChanged = 15,     ///< Another program changed the file since it was opened.
-  kNotWritten = 16,      ///< The output came short, as on a full disk.
-  kCancelled = 17,       ///< The caller's progress function said no.
-  kClosed = 18,          ///< The document is closed.
+  kUnsupported = 8,     ///< A way of encryption, a colour space or a filter that is not known.
+  kNotFound = 9,        ///< There is nothing of that name or index.
+  kWrongKind = 10,      ///< A value of another kind than the operation needs.
+  kStale = 11,          ///< Another operation changed the object since the value was asked for.
+  kOtherDocument = 12,  ///< A value of another document.
+  kNotAllowed = 13,     ///< A signature, a certification or the field itself forbids the change.
+  kBadValue = 14,       ///< The value is not one that can be set here.
+  kFileChanged = 15,    ///< Another program changed the file since it was opened.
+  kNotWritten = 16,     ///< The output came short, as on a full disk.
+  kCancelled = 17,      ///< The caller's progress function said no.
+  kClosed = 18,         ///< The document is closed.
 };
 
 /// Why there is no value.

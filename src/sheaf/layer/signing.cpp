@@ -68,9 +68,9 @@ Value add_appearance(layer::Core& core, const SignatureOptions& options) {
   Value form = core.add(Object::dictionary(
       "Type", Name("XObject"), "Subtype", Name("Form"), "BBox", Object::array(0, 0, box.width(), box.height()),
       "Resources",
-      Object::dictionary("Font", Object::dictionary("F", Object::dictionary("Type", Name("Font"), "Subtype",
-                                                                            Name("Type1"), "BaseFont",
-                                                                            Name("Helvetica"))))));
+      Object::dictionary(
+          "Font", Object::dictionary("F", Object::dictionary("Type", Name("Font"), "Subtype", Name("Type1"), "BaseFont",
+                                                             Name("Helvetica"))))));
   form.write(content.data());
   return form;
 }
@@ -78,9 +78,9 @@ Value add_appearance(layer::Core& core, const SignatureOptions& options) {
 // A field with its widget on the page, without a value. Null, with the failure noted, when it cannot be made.
 Value add_field(layer::Core& core, Page page, const SignatureOptions& options, const std::string& name) {
   const Rect& rect = options.rect;
-  Value field = core.add(Object::dictionary(
-      "Type", Name("Annot"), "Subtype", Name("Widget"), "FT", Name("Sig"), "T", name, "F", kPrintAndLocked, "P",
-      Object::reference(page.number()), "Rect", Object::array(rect.left, rect.bottom, rect.right, rect.top)));
+  Value field = core.add(Object::dictionary("Type", Name("Annot"), "Subtype", Name("Widget"), "FT", Name("Sig"), "T",
+                                            name, "F", kPrintAndLocked, "P", Object::reference(page.number()), "Rect",
+                                            Object::array(rect.left, rect.bottom, rect.right, rect.top)));
   if (rect.width() > 0 && rect.height() > 0)
     field.set("AP", Object::dictionary("N", Object::reference(add_appearance(core, options).number())));
   if (!page.object()["Annots"].is_array())
@@ -182,9 +182,8 @@ Expected<std::array<std::uint8_t, 32>> Seal::sha256() const {
   const std::unique_ptr<EVP_MD_CTX, decltype(&EVP_MD_CTX_free)> context(EVP_MD_CTX_new(), EVP_MD_CTX_free);
   if (context == nullptr || EVP_DigestInit_ex(context.get(), EVP_sha256(), nullptr) != 1)
     return layer::error_of(Code::kNoMemory, "there is no memory for a digest");
-  const Expected<void> read = digest([&context](std::span<const std::uint8_t> bytes) {
-    EVP_DigestUpdate(context.get(), bytes.data(), bytes.size());
-  });
+  const Expected<void> read = digest(
+      [&context](std::span<const std::uint8_t> bytes) { EVP_DigestUpdate(context.get(), bytes.data(), bytes.size()); });
   if (!read)
     return read.error();
   EVP_DigestFinal_ex(context.get(), result.data(), nullptr);

@@ -22,13 +22,13 @@ class CPDFSignatureWriter;
 namespace sheaf {
 
 struct SignatureOptions {
-  std::int32_t page = 0;    ///< On which page the field's widget is.
-  std::int32_t room = 8192;  ///< Bytes set aside for the signature.
-  std::string field = {};        ///< The field's name; one of this name that is not signed yet is used. "": a new name.
-  Rect rect = {};                ///< Where the widget is; empty: nowhere to be seen.
-  std::string name = {};         ///< Of who signs,
-  std::string reason = {};       ///< why,
-  std::string location = {};     ///< and where; "" for what is not said.
+  std::int32_t page = 0;      ///< On which page the field's widget is.
+  std::int32_t room = 8192;   ///< Bytes set aside for the signature.
+  std::string field = {};     ///< The field's name; one of this name that is not signed yet is used. "": a new name.
+  Rect rect = {};             ///< Where the widget is; empty: nowhere to be seen.
+  std::string name = {};      ///< Of who signs,
+  std::string reason = {};    ///< why,
+  std::string location = {};  ///< and where; "" for what is not said.
   std::string sub_filter = "ETSI.CAdES.detached";  ///< What `write` will get, as "SubFilter" names it.
 };
 

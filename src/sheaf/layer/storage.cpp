@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <cstring>
 
-#include "sheaf/base/seek.h"
 #include "sheaf/base/work_watch.h"
 
 namespace sheaf::layer {
@@ -14,7 +13,12 @@ long long StorageStream::GetLen() const {
 }
 
 int StorageStream::SetPos(STR_SEEK whence, long long offset) {
-  pos_ = seek_target(whence, offset, base_offset, pos_, GetLen() + base_offset);
+  const long long origin = whence == STR_SEEK_SET   ? base_offset
+                           : whence == STR_SEEK_CUR ? pos_
+                                                    : GetLen() + base_offset;
+  long long target = 0;
+  if (!__builtin_add_overflow(origin, offset, &target) && target >= 0)
+    pos_ = target;
   return 1;
 }
 

@@ -51,11 +51,23 @@ Kind Value::kind() const {
 Value Value::follow(CPDFObj* item) const {
   if (item == nullptr)
     return {};
-  if (item->tag == kTagRef)
-    return node_->core->object(item->as_ref().num);
-  Value inner(node_, item, -1);
-  inner.epoch_ = place_ == &node_->obj ? node_->epoch : epoch_;
-  return inner;
+  return item->tag == kTagRef ? node_->core->object(item->as_ref().num) : Value(*this, *item, item, -1);
+}
+
+// An array or dictionary that no longer stands where it was: another element of its array, or replaced.
+const CPDFObj& Value::moved() const {
+  static constexpr CPDFObj kNull{};
+  const auto is_it = [this](const CPDFObj& value) {
+    return (value.tag == kTagArray || value.tag == kTagDict) && value.value == content_;
+  };
+  if (index_ >= 0) {
+    const CPDFArray& array = *static_cast<const CPDFArray*>(place_);
+    const CPDFObj* const found = std::find_if(array.items, array.items + array.count, is_it);
+    if (found != array.items + array.count)
+      return *found;
+  }
+  const CPDFObj* const buried = std::find_if(node_->buried.begin(), node_->buried.end(), is_it);
+  return buried != node_->buried.end() ? *buried : kNull;
 }
 
 Value Value::operator[](const char* key) const {
@@ -67,18 +79,12 @@ Value Value::operator[](std::string_view key) const {
   return (*this)[static_cast<const char*>(Key(key))];
 }
 
-Value Value::element(CPDFArray* array, std::int32_t index) const {
-  CPDFObj* const item = array->get(index);
-  if (item == nullptr || item->tag == kTagRef)
-    return follow(item);
-  Value inner(node_, array, index);
-  inner.epoch_ = place_ == &node_->obj ? node_->epoch : epoch_;
-  return inner;
-}
-
 Value Value::operator[](std::int32_t index) const {
   CPDFArray* const array = raw().as_array();
-  return array != nullptr ? element(array, index) : Value();
+  CPDFObj* const item = array != nullptr ? array->get(index) : nullptr;
+  if (item == nullptr || item->tag == kTagRef)
+    return follow(item);
+  return Value(*this, *item, array, index);
 }
 
 std::int32_t Value::size() const {
@@ -157,6 +163,10 @@ CPDFObj* Value::begin_change() {
   }
   if (place_ != &node_->obj && epoch_ != node_->epoch) {
     refuse(Code::kStale, "another operation changed the object; its values have to be asked for again");
+    return nullptr;
+  }
+  if (value >= node_->buried.begin() && value < node_->buried.end()) {
+    refuse(Code::kStale, "the value was replaced or removed, and is no part of the document any more");
     return nullptr;
   }
   return const_cast<CPDFObj*>(value);

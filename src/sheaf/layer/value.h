@@ -46,12 +46,17 @@ class Elements;
 class Value {
 public:
   Value() = default;  ///< Null.
-  Value(const Value& other) : node_(other.node_), place_(other.place_), index_(other.index_), epoch_(other.epoch_) {
+  Value(const Value& other)
+      : node_(other.node_), place_(other.place_), content_(other.content_), index_(other.index_), epoch_(other.epoch_) {
     if (node_ != nullptr)
       ++node_->users;
   }
   Value(Value&& other) noexcept
-      : node_(std::exchange(other.node_, nullptr)), place_(other.place_), index_(other.index_), epoch_(other.epoch_) {}
+      : node_(std::exchange(other.node_, nullptr)),
+        place_(other.place_),
+        content_(other.content_),
+        index_(other.index_),
+        epoch_(other.epoch_) {}
   Value& operator=(const Value& other) {
     Value copy(other);
     swap(copy);
@@ -149,15 +154,16 @@ public:
       return kNull;
     if (*node_->state->changes != node_->state->seen) [[unlikely]]
       layer::refresh_nodes(*node_->core);
-    if (index_ < 0)
-      return *static_cast<const CPDFObj*>(place_);
-    const CPDFObj* const element = static_cast<const CPDFArray*>(place_)->get(index_);
-    return element != nullptr ? *element : kNull;
+    const CPDFObj* const there =
+        index_ < 0 ? static_cast<const CPDFObj*>(place_) : static_cast<const CPDFArray*>(place_)->get(index_);
+    if (content_ != 0 && (there == nullptr || there->value != content_)) [[unlikely]]
+      return moved();
+    return there != nullptr ? *there : kNull;
   }
 
   /// Whether both are the same place of the same document.
   friend bool operator==(const Value& a, const Value& b) {
-    return a.node_ == b.node_ && (a.node_ == nullptr || (a.place_ == b.place_ && a.index_ == b.index_));
+    return a.node_ == b.node_ && (a.node_ == nullptr || &a.raw() == &b.raw());
   }
 
 private:
@@ -169,14 +175,24 @@ private:
     ++node_->users;
     epoch_ = node_->epoch;
   }
+  // What stands within `outer`, at an element or an entry of it.
+  Value(const Value& outer, const CPDFObj& item, void* place, std::int32_t index)
+      : node_(outer.node_),
+        place_(place),
+        content_(item.tag == kTagArray || item.tag == kTagDict ? item.value : 0),
+        index_(index),
+        epoch_(outer.place_ == &node_->obj ? node_->epoch : outer.epoch_) {
+    ++node_->users;
+  }
   void swap(Value& other) noexcept {
     std::swap(node_, other.node_);
     std::swap(place_, other.place_);
+    std::swap(content_, other.content_);
     std::swap(index_, other.index_);
     std::swap(epoch_, other.epoch_);
   }
   Value follow(CPDFObj* item) const;
-  Value element(CPDFArray* array, std::int32_t index) const;
+  const CPDFObj& moved() const;
   CPDFObj* begin_change();
   CPDFDictionary* change_dictionary();
   CPDFArray* change_array();
@@ -186,8 +202,9 @@ private:
   bool refuse(Code code, const char* message) const;
 
   layer::Node* node_ = nullptr;
-  void* place_ = nullptr;    // the value, or the array of which it is an element
-  std::int32_t index_ = -1;  // of the element
+  void* place_ = nullptr;      // the value, or the array of which it is an element
+  std::uint64_t content_ = 0;  // an array's or dictionary's own address: it is followed where it moves to
+  std::int32_t index_ = -1;    // of the element
   std::uint32_t epoch_ = 0;
 };
 
