@@ -140,6 +140,11 @@ TEST_F(Everyday, OutlinesLabelsAndPacketsComeBackFromWhatWasPrinted) {
   ASSERT_EQ(sheaf("outline in.pdf --set new.json -o out.pdf").code, 0);
   EXPECT_EQ(sheaf("outline out.pdf").output, "\xC3\x84  4\n  Web  http://x.example/\n");
   EXPECT_TRUE(contains(sheaf("show out.pdf trailer/Root/Outlines/First/Count"), "-1"));
+  ASSERT_EQ(
+      sheaf("outline in.pdf > lines.txt && " + std::string(SHEAF_TOOL) + " outline in.pdf --set lines.txt -o out.pdf")
+          .code,
+      0);
+  EXPECT_EQ(sheaf("outline out.pdf").output, sheaf("outline in.pdf").output);
   write_file(folder / "bad.json", R"([{"title":"x","page":9}])");
   EXPECT_EQ(sheaf("outline in.pdf --set bad.json -o no.pdf").code, 2);
   write_file(folder / "labels.txt", "1 Letters 3\n3 none 1 Cover\n");

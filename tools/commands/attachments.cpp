@@ -25,6 +25,8 @@ struct AttachmentsOptions {
   bool json = false;
 };
 
+constexpr std::int64_t kBytesPerByte = 64;  // written at most for each byte of the document, beyond the first GiB
+
 std::string text_of(const char* text) {
   return text != nullptr ? text : "";
 }
@@ -47,7 +49,7 @@ bool is_named(const std::vector<std::string>& names, const PDF_ATTACHMENT& file)
 class AttachmentList {
 public:
   AttachmentList(CPDFDoc& doc, const AttachmentsOptions& options)
-      : doc_(doc), options_(options), names_(options.folder) {
+      : doc_(doc), options_(options), names_(options.folder), left_(kMostDecoded + kBytesPerByte * doc.file_size()) {
     if (options_.json)
       begin_report(json_, options_.target.file).key("attachments").begin_array();
     else
@@ -109,6 +111,7 @@ private:
     const std::int64_t got = drain(
         doc_.table(), *data.as_stream(), *decoder,
         [&output](const unsigned char* bytes, int size) { return output.put(bytes, static_cast<std::size_t>(size)); });
+    left_ -= got;
     if (got < 0 || !output.commit()) {
       problem(file, "could not be written to its end");
       return "";
@@ -121,6 +124,7 @@ private:
   CPDFDoc& doc_;
   const AttachmentsOptions& options_;
   SafeNames names_;
+  std::int64_t left_;  // bytes that are still written: many names may stand for one stream
   JsonWriter json_;
   int code_ = kExitClean;
 };

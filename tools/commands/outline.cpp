@@ -1,11 +1,14 @@
-// sheaf outline: the entries of the outline with the pages that they lead to, and an outline set from JSON.
+// sheaf outline: the entries of the outline with the pages that they lead to, and an outline set from a list of them.
+#include <algorithm>
 #include <cstdio>
+#include <sstream>
 
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/document/outline/outline.h"
 #include "sheaf/object/array.h"
 #include "support/command_line.h"
 #include "support/edit_run.h"
+#include "support/inputs.h"
 #include "support/json_file.h"
 #include "support/json_values.h"
 #include "support/tool_support.h"
@@ -136,28 +139,86 @@ int set_outline(CPDFDoc& doc, const std::string& name, const std::string& source
   return kExitFailed;
 }
 
+JsonValue member(const char* name, JsonValue::Kind kind, const std::string& text) {
+  JsonValue value;
+  value.kind = kind;
+  value.name = name;
+  value.text = text;
+  return value;
+}
+
+// Lines as they are printed here: two spaces for each level, the title, two spaces, and a page or an address.
+JsonValue read_lines(const std::string& text) {
+  using Kind = JsonValue::Kind;
+  JsonValue list;
+  list.kind = Kind::kArray;
+  std::istringstream lines(text);
+  for (std::string line; std::getline(lines, line);) {
+    if (!line.empty() && line.back() == '\r')
+      line.pop_back();
+    const std::size_t start = line.find_first_not_of(' ');
+    if (start == std::string::npos)
+      continue;
+    const std::size_t gap = line.rfind("  ");
+    const bool has_target = gap != std::string::npos && gap > start;
+    const std::string target = has_target ? line.substr(gap + 2) : "-";
+    const std::string title = line.substr(start, has_target ? gap - start : std::string::npos);
+    JsonValue entry;
+    entry.kind = Kind::kObject;
+    entry.items.push_back(member("level", Kind::kNumber, std::to_string(start / 2)));
+    entry.items.push_back(member("title", Kind::kText, title));
+    if (target.find_first_not_of("0123456789") == std::string::npos)
+      entry.items.push_back(member("page", Kind::kNumber, target));
+    else if (target.find(':') != std::string::npos)
+      entry.items.push_back(member("uri", Kind::kText, target));
+    list.items.push_back(entry);
+  }
+  return list;
+}
+
+// The entries of a file in either form. False, with a message.
+bool read_entries(const std::string& file, JsonValue& list) {
+  std::string text;
+  std::string trouble;
+  JsonValue top;
+  if (!read_input(file, text))
+    return false;
+  const std::size_t first = text.find_first_not_of(" \t\r\n");
+  if (first == std::string::npos || (text[first] != '{' && text[first] != '[')) {
+    list = read_lines(text);
+    return true;
+  }
+  if (!read_json(text, top, trouble)) {
+    complain(input_name(file), "is no JSON; the trouble begins in " + trouble);
+    return false;
+  }
+  const JsonValue* const entries = top.kind == JsonValue::Kind::kArray ? &top : top.member("entries");
+  if (entries == nullptr || entries->kind != JsonValue::Kind::kArray) {
+    complain(file, "has no array of entries; sheaf outline --json shows how it looks");
+    return false;
+  }
+  list = *entries;
+  return true;
+}
+
 int run_outline(const OutlineOptions& options) {
   if (options.source.empty() && !has_output(options.target))
     return list_outline(options);
-  JsonValue top;
-  if (options.source.empty() || !read_json_file(options.source, top)) {
+  JsonValue list;
+  if (options.source.empty() || !read_entries(options.source, list)) {
     if (options.source.empty())
       complain(options.target.file, "give --set FILE with the outline that it is to have");
     return kExitFailed;
   }
-  const JsonValue* const list = top.kind == JsonValue::Kind::kArray ? &top : top.member("entries");
-  if (list == nullptr || list->kind != JsonValue::Kind::kArray) {
-    complain(options.source, "has no array of entries; sheaf outline --json shows how it looks");
-    return kExitFailed;
-  }
   return run_edit(options.target,
-                  [&](CPDFDoc& doc, const std::string& name) { return set_outline(doc, name, options.source, *list); });
+                  [&](CPDFDoc& doc, const std::string& name) { return set_outline(doc, name, options.source, list); });
 }
 
 const Registration kOutline("outline", "Look", "The outline, also called bookmarks", [](Command& command) -> Run {
   auto options = std::make_shared<OutlineOptions>();
   add_edit_or_rewrite(command, options->target);
-  command.add_option("--set", options->source, "The outline from a file, as --json prints it, - for standard input");
+  command.add_option("--set", options->source,
+                     "The outline from a file, as it is printed here or by --json, - for standard input");
   command.add_flag("--json", options->json, "One JSON object");
   return [options] { return run_outline(*options); };
 });

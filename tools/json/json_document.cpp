@@ -60,7 +60,6 @@ private:
       json.key("jsonversion").number(kQpdfVersion).key("pdfversion").text(doc_.version());
       json.key("pushedinheritedpageresources").flag(false).key("calledgetallpages").flag(false);
       json.key("maxobjectid").number(static_cast<std::int64_t>(table_.xref_count) - 1).end_object();
-      json.begin_object();
     }
     put(json.str());
     first_ = true;

@@ -15,6 +15,10 @@ namespace sheaf {
 
 namespace {
 
+// Bytes of content that are looked at: at least, and for each byte of the file.
+constexpr long long kLeastWork = 1LL << 28;
+constexpr long long kWorkPerByte = 64;
+
 struct Operator {
   std::string_view name;
   int operands;                // at least
@@ -160,9 +164,11 @@ struct ContentChecker::State {
   bool in_text = false;
 };
 
+ContentChecker::ContentChecker(CPDFDoc& doc) : doc_(doc), left_(kLeastWork + kWorkPerByte * doc.file_size()) {}
+
 void ContentChecker::check_page(int index, GrowArray<ContentFinding>& findings) {
   CPDFPage page;
-  if (!doc_.load_page(index, page))
+  if (left_ < 0 || !pages_.visit(doc_.page_ref(index).num) || !doc_.load_page(index, page))
     return;
   CPDFXRefTable& table = doc_.table();
   Freed<CPDFObj> resources = table.value(&page.dict, CPDFDictionary::sm_tag_res);
@@ -184,6 +190,9 @@ void ContentChecker::check_text(const CPDFObj* contents, const CPDFDictionary* r
   ContentText text;
   text.load(doc_.table(), contents);
   State state(text.text(), text, findings);
+  left_ -= static_cast<long long>(text.text().size());
+  if (left_ < 0)
+    return state.find("there is too much content for so small a file; the rest was not looked at", "", 0);
   state.resources = resources;
   while (state.reader.next()) {
     if (state.reader.fault() != ContentFault::kNone)

@@ -27,11 +27,13 @@ public:
   /// Findings of one page beyond this many are left out.
   static constexpr std::size_t kMostFindings = 20;
 
-  explicit ContentChecker(CPDFDoc& doc) : doc_(doc) {}
+  explicit ContentChecker(CPDFDoc& doc);
   ContentChecker(const ContentChecker&) = delete;
   ContentChecker& operator=(const ContentChecker&) = delete;
 
-  /// Appends what is wrong with page `index`. A form that several pages draw is looked at with the first of them.
+  /// Appends what is wrong with page `index`. A page that is listed again is not looked at again, and a form that
+  /// several pages draw only with the first of them. Content beyond all proportion to the file is a finding, and no
+  /// further page is looked at then.
   void check_page(int index, GrowArray<ContentFinding>& findings);
 
 private:
@@ -44,6 +46,8 @@ private:
   void note_form(const CPDFObj& item);
 
   CPDFDoc& doc_;
+  long long left_;  // bytes of content that are still looked at
+  VisitedSet pages_;
   VisitedSet forms_;
   GrowArray<PDF_REF> waiting_;  // forms that were drawn and not looked at yet
 };

@@ -18,6 +18,9 @@ struct CPDFDocDiff::PageLook {
 
 namespace {
 
+// Bytes of content that are compared: at least, and for each byte of the files.
+constexpr long long kLeastWork = 1LL << 28;
+constexpr long long kWorkPerByte = 64;
 constexpr std::size_t kMostCells = std::size_t{1} << 24;  // of the table that aligns pages; beyond, they go by number
 
 std::uint64_t mixed(std::uint64_t digest, const void* bytes, std::size_t size) {
@@ -26,25 +29,6 @@ std::uint64_t mixed(std::uint64_t digest, const void* bytes, std::size_t size) {
   for (std::size_t i = 0; i < size; ++i)
     digest = (digest ^ at[i]) * kPrime;
   return digest;
-}
-
-std::uint64_t look_of(CPDFDoc& doc, int index) {
-  constexpr std::uint64_t kStart = 14695981039346656037u;
-  CPDFPage page;
-  ContentText content;
-  if (!doc.load_page(index, page))
-    return 0;
-  content.load(doc.table(), page.dict.get_item("Contents"));
-  const std::uint64_t digest = mixed(kStart, content.text().data(), content.text().size());
-  return mixed(digest, &page.box, sizeof(page.box));
-}
-
-bool same_content(CPDFDoc& a, const CPDFPage& page_a, CPDFDoc& b, const CPDFPage& page_b) {
-  ContentText text_a;
-  ContentText text_b;
-  text_a.load(a.table(), page_a.dict.get_item("Contents"));
-  text_b.load(b.table(), page_b.dict.get_item("Contents"));
-  return text_a.text() == text_b.text();
 }
 
 bool same_boxes(CPDFDoc& a, const CPDFPage& page_a, CPDFDoc& b, const CPDFPage& page_b) {
@@ -100,6 +84,38 @@ std::size_t put_kind(CPDFXRefTable& table, const CPDFObj& obj, char (&out)[128])
 }
 
 }  // namespace
+
+CPDFDocDiff::CPDFDocDiff(CPDFDoc& a, CPDFDoc& b, CPDFDiffSink& sink)
+    : a_(a), b_(b), sink_(sink), left_(kLeastWork + kWorkPerByte * (a.file_size() + b.file_size())) {}
+
+std::uint64_t CPDFDocDiff::look_of(CPDFDoc& doc, int index) {
+  constexpr std::uint64_t kStart = 14695981039346656037u;
+  CPDFPage page;
+  ContentText content;
+  if (!doc.load_page(index, page))
+    return 0;
+  const CPDFObj* const contents = page.dict.get_item("Contents");
+  if (left_ > 0)
+    content.load(doc.table(), contents);
+  left_ -= static_cast<long long>(content.text().size());
+  std::uint64_t digest = mixed(kStart, content.text().data(), content.text().size());
+  if (left_ <= 0 && contents != nullptr)
+    digest = mixed(digest, &contents->value, sizeof(contents->value));
+  return mixed(digest, &page.box, sizeof(page.box));
+}
+
+bool CPDFDocDiff::same_content(const CPDFPage& a, const CPDFPage& b) {
+  const CPDFObj* const item_a = a.dict.get_item("Contents");
+  const CPDFObj* const item_b = b.dict.get_item("Contents");
+  if (left_ <= 0)
+    return item_a != nullptr && item_b != nullptr && item_a->as_ref() == item_b->as_ref();
+  ContentText text_a;
+  ContentText text_b;
+  text_a.load(a_.table(), item_a);
+  text_b.load(b_.table(), item_b);
+  left_ -= static_cast<long long>(text_a.text().size() + text_b.text().size());
+  return text_a.text() == text_b.text();
+}
 
 void CPDFDocDiff::align(const GrowArray<PageLook>& a, const GrowArray<PageLook>& b, GrowArray<Pair>& pairs) {
   std::size_t first = 0;
@@ -173,7 +189,7 @@ void CPDFDocDiff::compare_pages(const Pair& pair) {
     return;
   }
   std::uint32_t what = 0;
-  what |= same_content(a_, a, b_, b) ? 0U : kPageContentDiffers;
+  what |= same_content(a, b) ? 0U : kPageContentDiffers;
   what |= same_boxes(a_, a, b_, b) ? 0U : kPageBoxesDiffer;
   what |= a.rotate == b.rotate ? 0U : kPageRotationDiffers;
   Freed<CPDFObj> resources_a;

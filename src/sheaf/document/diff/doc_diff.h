@@ -10,6 +10,7 @@
 #include "sheaf/object/object.h"
 
 class CPDFDoc;
+class CPDFPage;
 
 /// What of a page differs.
 enum PDF_PAGE_DIFF : std::uint32_t {
@@ -40,7 +41,7 @@ public:
 class CPDFDocDiff {
 public:
   /// Both documents are readable; everything is borrowed.
-  CPDFDocDiff(CPDFDoc& a, CPDFDoc& b, CPDFDiffSink& sink) : a_(a), b_(b), sink_(sink) {}
+  CPDFDocDiff(CPDFDoc& a, CPDFDoc& b, CPDFDiffSink& sink);
   CPDFDocDiff(const CPDFDocDiff&) = delete;
   CPDFDocDiff& operator=(const CPDFDocDiff&) = delete;
 
@@ -61,10 +62,13 @@ private:
   struct PageLook;
   class Walk;
 
+  std::uint64_t look_of(CPDFDoc& doc, int index);
+  bool same_content(const CPDFPage& a, const CPDFPage& b);
   void align(const sheaf::GrowArray<PageLook>& a, const sheaf::GrowArray<PageLook>& b, sheaf::GrowArray<Pair>& pairs);
   void compare_pages(const Pair& pair);
 
   CPDFDoc& a_;
   CPDFDoc& b_;
   CPDFDiffSink& sink_;
+  long long left_;  // bytes of content that are still compared
 };

@@ -36,6 +36,17 @@ std::size_t mark_length(std::string_view text) {
   return at;
 }
 
+// Whether nothing but white space follows, up to the end of the file.
+bool is_space_from(CQVStream& file, long long position) {
+  char block[1024];
+  const long long length = file.GetLen();
+  if (length - position > static_cast<long long>(sizeof(block)))
+    return false;
+  file.SetPos(CQVStream::STR_SEEK_SET, position);
+  const unsigned got = file.Read(block, sizeof(block));
+  return std::all_of(block, block + got, [](char c) { return is_wide_space(c); });
+}
+
 }  // namespace
 
 int PrefixStream::SetPos(STR_SEEK whence, long long offset) {
@@ -74,11 +85,7 @@ bool list_revisions(CQVStream& file, GrowArray<long long>& ends) {
       break;
     start += static_cast<long long>(limit);
   }
-  if (!ends.empty()) {
-    ends.back() = length;
-    return true;
-  }
-  return ends.push(length);
+  return (!ends.empty() && is_space_from(file, ends.back())) || ends.push(length);
 }
 
 }  // namespace sheaf
