@@ -62,9 +62,10 @@ TEST_F(Honesty, MessagesBeginWithTheToolAndNameWhatIsRight) {
     const char* why;
   };
   for (const Row& row :
-       {Row{"frobnicate in.pdf", "sheaf: frobnicate: is no command"}, Row{"info", "sheaf: info: FILE is required"},
-        Row{"info --nonsense in.pdf", "sheaf: info: "}, Row{"show in.pdf abc", "1 to 2147483647"},
-        Row{"check --progress=often in.pdf", "always"}, Row{"info .", "is a directory"}, Row{"", "sheaf: "}}) {
+       {Row{"frobnicate in.pdf", "sheaf: frobnicate: is no command"}, Row{"info", "sheaf: FILE: is missing"},
+        Row{"pages", "sheaf: pages: FILE is required"}, Row{"info --nonsense in.pdf", "sheaf: info: "},
+        Row{"show in.pdf abc", "1 to 2147483647"}, Row{"check --progress=often in.pdf", "always"},
+        Row{"pages .", "is a directory"}, Row{"", "sheaf: "}}) {
     const RunResult result = sheaf(row.arguments);
     EXPECT_EQ(result.code, 2) << row.arguments;
     EXPECT_TRUE(result.output.rfind("sheaf:", 0) == 0 && contains(result, row.why)) << result.output;
