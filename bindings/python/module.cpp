@@ -5,7 +5,12 @@ namespace {
 
 struct Handle {
   OwnerRef owner;
-  sheaf::Document& get() const { return idle(owner).document; }
+  sheaf::Document& get() const {
+    sheaf::Document& document = idle(owner).document;
+    if (!document.is_open())
+      throw_error(sheaf::Code::kClosed, "the document is closed");
+    return document;
+  }
 };
 
 PyObject* error_class = nullptr;
@@ -228,9 +233,9 @@ void add_documents(py::module_& module) {
             work(self.owner, [](sheaf::Document& document) { return document.save_update(); }).value();
           },
           "Writes all changes behind the content of the file.")
-      .def("close", [](const Handle& self) { self.get().close(); })
+      .def("close", [](const Handle& self) { idle(self.owner).document.close(); })
       .def("__enter__", [](const py::object& self) { return self; })
-      .def("__exit__", [](const Handle& self, const py::args&) { self.get().close(); });
+      .def("__exit__", [](const Handle& self, const py::args&) { idle(self.owner).document.close(); });
 
   module.def("open", &open, py::arg("source"), py::arg("password") = "", py::arg("progress") = py::none(),
              "Opens a path, bytes or a file object, however damaged.");

@@ -55,15 +55,13 @@ static void open_and_read(const char* path) {
 
 static void change(const char* path) {
   sheaf_document* doc = opened(path);
-  sheaf_value *root, *preferences;
+  sheaf_value* root;
   must(sheaf_set_info(doc, "Title", "A day in Oulu"));
   must(sheaf_page_rotate(doc, 0, 90));
   must(sheaf_root(doc, &root));
   must(sheaf_value_set_text(root, "Lang", 0, "en"));
-  must(sheaf_value_get(root, "ViewerPreferences", 0, &preferences));
-  must(sheaf_value_set_bool(preferences, "DisplayDocTitle", 0, 1));
+  must(sheaf_value_set_syntax(root, "ViewerPreferences", 0, "<</DisplayDocTitle true>>"));
   must(sheaf_save_update(doc));
-  sheaf_value_free(preferences);
   sheaf_value_free(root);
   sheaf_close(doc);
 }

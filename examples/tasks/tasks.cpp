@@ -28,7 +28,7 @@ void change(const std::string& path) {
   doc->info().title("A day in Oulu");
   doc->pages()[0].rotate(90);
   doc->root().set("Lang", "en");
-  doc->root()["ViewerPreferences"].set("DisplayDocTitle", true);
+  doc->root().set("ViewerPreferences", sheaf::Object::dictionary("DisplayDocTitle", true));
   doc->save_update().value();
 }
 

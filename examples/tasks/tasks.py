@@ -23,7 +23,7 @@ def change(path):
         pdf.info["Title"] = "A day in Oulu"
         pdf.pages[0].rotate(90)
         pdf.root["Lang"] = "en"
-        pdf.root["ViewerPreferences"]["DisplayDocTitle"] = True
+        pdf.root["ViewerPreferences"] = {"DisplayDocTitle": True}
         pdf.save_update()
 
 

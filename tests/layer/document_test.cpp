@@ -61,7 +61,7 @@ TEST_F(LayerDocument, AChangedDocumentReadsBackAsItWasLeft) {
   EXPECT_EQ(doc->pages()[1].rotation(), 0);
   EXPECT_EQ(doc->info().title(), "Uusi – новый");
   EXPECT_EQ(doc->info().author(), "å");
-  EXPECT_EQ(doc->object(8)["List"].print(), "[/First 1 2.5(two)/Name[9(deep)]6 0 R 7 0 R]");
+  EXPECT_EQ(doc->object(8)["List"].print(), "[/First 1 2.5(two)/Name[11(deep)]6 0 R 7 0 R]");
 }
 
 TEST_F(LayerDocument, ValuesOfOneObjectSeeOneAnother) {
@@ -148,6 +148,8 @@ TEST_F(LayerDocument, ErrorsSayWhatAndWhere) {
   auto other = Document::open(bytes_of(bytes));
   EXPECT_FALSE(doc->object(8).set("X", other->object(7)));
   EXPECT_EQ(doc->failure().code, Code::kOtherDocument);
+  EXPECT_FALSE(other->root()["Nothing"]["Below"].set("X", 1));
+  EXPECT_EQ(other->save_to_memory().error().code, Code::kWrongKind);
   EXPECT_THROW(Document::open(path("missing.pdf")).value(), Failure);
 }
 

@@ -102,7 +102,7 @@ TEST(LayerContent, OperatorsAreRemovedChangedAndInserted) {
   EXPECT_TRUE(page.resources()["Font"].has(name) && page.resources()["Font"].has("F"));
   EXPECT_EQ(doc->pages()[1].resources()["Font"].size(), 1);  // what is shared stays as it was
   ASSERT_TRUE(doc->pages()[1].add_content("(more) Tj"));
-  EXPECT_EQ(texts(*doc), "c0 more " + std::string());
+  EXPECT_EQ(texts(*doc), "c1 more ");
 }
 
 TEST(LayerForm, IsFilledAcrossAMergeAndFlattened) {

@@ -62,8 +62,7 @@ def test_errors_have_fields(tmp_path):
             pdf.root.decoded()
         assert wrong.value.code == sheaf.Code.WRONG_KIND and wrong.value.object == pdf.root.number
     with pytest.raises(sheaf.Error) as closed:
-        pdf.root["X"]  # the document is closed: nothing is there
-        pdf.root["X"] = 1
+        pdf.root
     assert closed.value.code == sheaf.Code.CLOSED
 
 
@@ -96,8 +95,8 @@ def test_form_attachments_and_images(tmp_path):
     with pytest.raises(KeyError):
         pdf.form["Town"]
     pdf.attachments["notes.txt"] = b"remember"
-    pdf.add_stream(bytes(range(12)), {"Subtype": sheaf.Name("Image"), "Width": 2, "Height": 2, "BitsPerComponent": 8,
-                                      "ColorSpace": sheaf.Name("DeviceRGB")})
+    pdf.root["Picture"] = pdf.add_stream(bytes(range(12)), {
+        "Subtype": sheaf.Name("Image"), "Width": 2, "Height": 2, "BitsPerComponent": 8, "ColorSpace": sheaf.Name("DeviceRGB")})
     with sheaf.open(pdf.save_bytes()) as again:
         assert list(again.form) == ["City"] and again.form["City"] == "Oulu"
         assert again.form.describe("City")["kind"] == "text"

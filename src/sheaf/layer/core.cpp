@@ -226,6 +226,10 @@ Value Core::add(Object value) {
     note(Code::kClosed, "the document is closed");
     return {};
   }
+  if (!value.is_whole()) {
+    note(Code::kNoMemory, "there is no memory for a new object");
+    return {};
+  }
   const PDF_REF ref{settled().table().alloc_obj_num(), 0};
   CPDFObj content = std::exchange(value.raw(), CPDFObj{});
   const bool done = table().store_object(ref, content);

@@ -187,6 +187,10 @@ std::string Document::version() const {
   return core_->below().version();
 }
 
+bool Document::is_open() const {
+  return core_.get() != nullptr && core_->is_open();
+}
+
 bool Document::is_encrypted() const {
   return core_->below().is_encrypted();
 }

@@ -116,6 +116,7 @@ public:
 
   /// "1.7".
   std::string version() const;
+  bool is_open() const;
   bool is_encrypted() const;
   /// What had to be healed so far.
   std::vector<Repair> repairs() const;

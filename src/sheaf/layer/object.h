@@ -33,7 +33,7 @@ struct Bytes {
   std::string_view bytes;
 };
 
-/// A value on its own. What lacks memory when it is made is null.
+/// A value on its own.
 class Object {
 public:
   Object() = default;  ///< Null.
@@ -46,13 +46,15 @@ public:
   Object(const char* text) { set_text(text); }         ///< A text in UTF-8.
   Object(std::string_view text) { set_text(text); }    ///< A text in UTF-8.
   Object(const std::string& text) { set_text(text); }  ///< A text in UTF-8.
-  Object(Name name) { value_.set_name(name.text.data(), name.text.size()); }
+  Object(Name name) { set_name(name.text); }
   Object(Bytes bytes) { set_bytes(bytes.bytes); }
   /// A copy of a value without its document: references in it are numbers of that document still.
   explicit Object(const Value& value);
-  Object(Object&& other) noexcept : value_(std::exchange(other.value_, CPDFObj{})) {}
+  Object(Object&& other) noexcept
+      : value_(std::exchange(other.value_, CPDFObj{})), is_whole_(std::exchange(other.is_whole_, true)) {}
   Object& operator=(Object&& other) noexcept {
     value_.move_from(other.value_);
+    is_whole_ = std::exchange(other.is_whole_, true);
     return *this;
   }
   Object(const Object&) = delete;
@@ -80,6 +82,8 @@ public:
   static Object parse(std::string_view syntax);
 
   bool is_null() const { return value_.is_null(); }
+  /// False where there was no memory for all of it. Documents do not take such a value.
+  bool is_whole() const { return is_whole_; }
   /// Stores `value` under `key`. Without effect where this is no dictionary.
   Object& set(std::string_view key, Object value);
   /// Appends `value`. Without effect where this is no array.
@@ -96,6 +100,7 @@ private:
   static Object empty_dictionary();
   void set_number(std::int64_t number);
   void set_real(double number);
+  void set_name(std::string_view name);
   void set_text(std::string_view text);
   void set_bytes(std::string_view bytes);
   void set_pairs() {}
@@ -106,6 +111,7 @@ private:
   }
 
   CPDFObj value_{};
+  bool is_whole_ = true;
 };
 
 }  // namespace sheaf

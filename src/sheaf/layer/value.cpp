@@ -50,8 +50,14 @@ Kind Value::kind() const {
 
 Value Value::follow(CPDFObj* item) const {
   if (item == nullptr)
-    return {};
+    return missing();
   return item->tag == kTagRef ? node_->core->object(item->as_ref().num) : Value(*this, *item, item, -1);
+}
+
+// What is not there: null, but of the same document, which keeps the failure of changes.
+Value Value::missing() const {
+  static CPDFObj nothing{};  // never changed
+  return node_ != nullptr ? Value(*this, nothing, &nothing, -1) : Value();
 }
 
 // An array or dictionary that no longer stands where it was: another element of its array, or replaced.
@@ -72,7 +78,7 @@ const CPDFObj& Value::moved() const {
 
 Value Value::operator[](const char* key) const {
   const CPDFDictionary* const dict = raw().as_dict_or_stream();
-  return dict != nullptr ? follow(dict->get_item(key)) : Value();
+  return dict != nullptr ? follow(dict->get_item(key)) : missing();
 }
 
 Value Value::operator[](std::string_view key) const {
@@ -212,6 +218,8 @@ bool Value::fits(const Value& value, Object& as_object) const {
 }
 
 bool Value::set(std::string_view key, Object value) {
+  if (!value.is_whole())
+    return refuse(Code::kNoMemory, "there is no memory for a value");
   if (value.is_null())
     return remove(key);
   CPDFDictionary* const dict = change_dictionary();
@@ -251,6 +259,8 @@ bool Value::remove(std::string_view key) {
 }
 
 bool Value::set(std::int32_t index, Object value) {
+  if (!value.is_whole())
+    return refuse(Code::kNoMemory, "there is no memory for a value");
   CPDFArray* const array = change_array();
   if (array == nullptr)
     return false;
@@ -269,6 +279,8 @@ bool Value::set(std::int32_t index, const Value& value) {
 }
 
 bool Value::insert(std::int32_t index, Object value) {
+  if (!value.is_whole())
+    return refuse(Code::kNoMemory, "there is no memory for a value");
   CPDFArray* const array = change_array();
   if (array == nullptr)
     return false;

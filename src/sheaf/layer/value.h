@@ -192,6 +192,7 @@ private:
     std::swap(epoch_, other.epoch_);
   }
   Value follow(CPDFObj* item) const;
+  Value missing() const;
   const CPDFObj& moved() const;
   CPDFObj* begin_change();
   CPDFDictionary* change_dictionary();
