@@ -21,6 +21,7 @@ set(SHEAF_PUBLIC_HEADERS
   document/merge/merge_report.h
   document/names/name_list.h
   document/signatures/signature_writer.h
+  document/text/text_setter.h
   filters/stream_filter.h
   neighbours/fonts/cmap_resources.h
   neighbours/fonts/environment.h
