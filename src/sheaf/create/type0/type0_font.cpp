@@ -211,6 +211,8 @@ CPDFFont* make_font(CPDFXRefTable& table, const char* name, const FontForm& form
   // A collection by another name is loaded by what is in it.
   if (is_collection(form, path, &file) || writer.Load(&file) != 0)
     writer.Load2(&file, static_cast<unsigned>(index));
+  if (form.is_deferred && form.embeds() && !form.is_styled() && !writer.has_outlines())
+    return nullptr;
   if (form.embeds() && !form.is_deferred && write_program(table.env, form, path, index, writer, &program) != 0)
     return nullptr;
   const PDF_REF top = store_graph(table, form, writer, built_name.data(), program);

@@ -63,6 +63,9 @@ public:
   /// The same for a result of `find`.
   CPDFFontType0* font(int found) const { return made(index_of(found), found % 2 != 0); }
   static std::size_t index_of(int found) { return static_cast<std::size_t>(found) / 2; }
+  /// The face of a result of `find`, and whether it has a character. Borrowed.
+  CQVFTFont& face(int found) const { return *entries_[index_of(found)].face; }
+  bool has(int found, std::uint32_t character) const;
   /// The two-byte code of a character that the font has. Its glyph is embedded by the next save.
   unsigned code_of(int font, std::uint32_t character);
   /// Thousandths of the em.

@@ -2,6 +2,7 @@
 #include <cstring>
 #include <new>
 
+#include "sheaf/create/type0_font.h"
 #include "sheaf/document/fonts/system_fonts.h"
 #include "sheaf/neighbours/fonts/environment.h"
 #include "sheaf/neighbours/fonts/programs/font_type0.h"
@@ -108,6 +109,10 @@ bool SystemFonts::append(const char* name, FontFamily family, bool any_family) {
   return false;
 }
 
+bool SystemFonts::has(int found, std::uint32_t character) const {
+  return face(found).glyph_index(character) != 0;
+}
+
 bool SystemFonts::has_all(const Entry& entry, const std::uint32_t* characters, std::size_t count) const {
   for (std::size_t i = 0; i < count; ++i) {
     if (entry.face->glyph_index(characters[i]) == 0)
@@ -135,9 +140,8 @@ bool SystemFonts::need(Entry& entry, bool bold) {
     entry.refusal = refusal_of(entry);
   if (entry.fonts[bold] == nullptr && entry.refusal == FontRefusal::kNone) {
     const int style = (bold ? kBold : 0) | (options_.italic ? kItalic : 0) | (options_.embeds ? kEmbed : 0);
-    CPDFFont* const font =
-        options_.vertical ? table_.new_font_type0_v(entry.name, style) : table_.new_font_type0_h(entry.name, style);
-    entry.fonts[bold] = static_cast<CPDFFontType0*>(font);
+    CPDFFontType0* const font = make_subset_font(table_, entry.name, style, options_.vertical);
+    entry.fonts[bold] = font;
     if (font == nullptr)
       entry.refusal = FontRefusal::kOutlines;
   }
