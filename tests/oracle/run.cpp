@@ -1,3 +1,4 @@
+// One sequence of operations, and the shortest one that still fails.
 #include "oracle/run.h"
 
 #include <zlib.h>

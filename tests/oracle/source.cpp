@@ -1,3 +1,4 @@
+// Documents to begin with, of every form that a file can have.
 #include "oracle/source.h"
 
 #include <cctype>

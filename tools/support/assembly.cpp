@@ -1,3 +1,4 @@
+// The pages are brought into their order last, when all of them are there.
 #include "support/assembly.h"
 
 #include <algorithm>
