@@ -2,13 +2,12 @@
 // that PDF syntax would have.
 #include "json/exact_values.h"
 
-#include "sheaf/base/chars.h"
-
 #include <charconv>
 #include <cmath>
 #include <cstring>
 #include <new>
 
+#include "sheaf/base/chars.h"
 #include "sheaf/base/heap.h"
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/object/array.h"

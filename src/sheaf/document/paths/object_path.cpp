@@ -1,11 +1,10 @@
 // A path is followed step by step, references included.
 #include "sheaf/document/paths/object_path.h"
 
-#include "sheaf/base/chars.h"
-
 #include <charconv>
 #include <new>
 
+#include "sheaf/base/chars.h"
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/document/doc.h"
 
