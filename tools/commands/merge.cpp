@@ -9,6 +9,7 @@
 #include <memory>
 
 #include "sheaf/document/merge/doc_merge.h"
+#include "sheaf/document/metadata/conformance_claims.h"
 #include "support/changes.h"
 #include "support/command_line.h"
 #include "support/encryption.h"
@@ -73,11 +74,15 @@ struct Assembly {
     }
     if (!output.open(path))
       return false;
+    const bool encrypts = !encryption.algorithm.empty();
+    if (has_record("conformance claims"))
+      complain(output_name(path), "note: it claims no PDF/A, PDF/UA or the like, as not all documents claim the same");
+    if (encrypts && !drop_claims(path))
+      return false;
     {
       CPDFXRefTable target;
       target.stream = &output.stream();
       CPDFStandardEncrypt enc;
-      const bool encrypts = !encryption.algorithm.empty();
       if (encrypts && !start_encryption(encryption, target.id, path, enc))
         return false;
       doc.save_complete(target, encrypts ? &enc : nullptr);
@@ -91,11 +96,19 @@ struct Assembly {
   }
 
   // Whether objects that belong to the pages could not be read.
-  bool has_unreadable() const {
+  bool has_unreadable() const { return has_record("unreadable objects"); }
+  bool has_record(const char* entry) const {
     const auto& records = merge->records();
-    return std::any_of(records.begin(), records.end(), [](const PDF_MERGE_RECORD& record) {
-      return std::strcmp(record.entry, "unreadable objects") == 0;
-    });
+    return std::any_of(records.begin(), records.end(),
+                       [entry](const PDF_MERGE_RECORD& record) { return std::strcmp(record.entry, entry) == 0; });
+  }
+
+  // PDF/A and PDF/X allow no encryption, so what is encrypted must not claim them.
+  bool drop_claims(const std::string& path) {
+    const int dropped = drop_conformance_claims(doc.table(), false);
+    if (dropped > 0)
+      complain(output_name(path), "note: it claims no PDF/A or PDF/X any more, as these allow no encryption");
+    return dropped >= 0;
   }
 
   CQVStreamMem start;
@@ -161,6 +174,7 @@ int run_merge(MergeOptions options) {
     progress.show(static_cast<std::int64_t>(i) + 1);
   }
   if (options.dry_run) {
+    assembly.merge->finish();
     std::fputs(shown_lines(merge_table(*assembly.merge, files)).c_str(), stdout);
     return code;
   }
