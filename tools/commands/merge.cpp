@@ -106,6 +106,7 @@ int run_merge(MergeOptions options) {
     progress.show(static_cast<std::int64_t>(i) + 1);
   }
   if (options.dry_run) {
+    assembly.merge->finish();
     std::fputs(shown_lines(merge_table(*assembly.merge, files)).c_str(), stdout);
     return code;
   }

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "sheaf/document/metadata/conformance_claims.h"
 #include "sheaf/document/pages/page_arrange.h"
 #include "support/messages.h"
 #include "support/safe_output.h"
@@ -28,6 +29,8 @@ bool Assembly::write(const std::string& path, const EncryptionOptions& encryptio
   CPDFStandardEncrypt enc;
   return start_encryption(encryption, target.id, path, enc) && write_by(path, [&](CQVStream& out) {
            target.stream = &out;
+           if (!drop_claims(path))
+             return false;
            doc.save_complete(target, &enc);
            return target.write_failed == 0 && target.xref_items != nullptr;
          });
@@ -46,6 +49,8 @@ bool Assembly::write_by(const std::string& path, const std::function<bool(CQVStr
   }
   if (!output.open(path))
     return false;
+  if (has_record("conformance claims"))
+    complain(output_name(path), "note: it claims no PDF/A, PDF/UA or the like, as not all documents claim the same");
   if (!save(output.stream())) {
     complain(path, "could not be written to its end; is the disk full? Nothing was changed");
     return false;
@@ -54,11 +59,18 @@ bool Assembly::write_by(const std::string& path, const std::function<bool(CQVStr
   return size >= 0;
 }
 
-bool Assembly::has_unreadable() const {
+bool Assembly::has_record(const char* entry) const {
   const auto& records = merge->records();
-  return std::any_of(records.begin(), records.end(), [](const PDF_MERGE_RECORD& record) {
-    return std::strcmp(record.entry, "unreadable objects") == 0;
-  });
+  return std::any_of(records.begin(), records.end(),
+                     [entry](const PDF_MERGE_RECORD& record) { return std::strcmp(record.entry, entry) == 0; });
+}
+
+// PDF/A and PDF/X allow no encryption, so what is encrypted must not claim them.
+bool Assembly::drop_claims(const std::string& path) {
+  const int dropped = drop_conformance_claims(doc.table(), false);
+  if (dropped > 0)
+    complain(output_name(path), "note: it claims no PDF/A or PDF/X any more, as these allow no encryption");
+  return dropped >= 0;
 }
 
 }  // namespace sheaf::tool

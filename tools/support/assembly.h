@@ -18,7 +18,7 @@ struct Assembly {
   bool write(const std::string& path, CPDFDoc* protection);
   bool write(const std::string& path, const EncryptionOptions& encryption);
   /// Whether objects that belong to the pages could not be read.
-  bool has_unreadable() const;
+  bool has_unreadable() const { return has_record("unreadable objects"); }
 
   CQVStreamMem start;
   CPDFDoc doc;
@@ -27,6 +27,8 @@ struct Assembly {
   long long size = 0;               ///< Bytes written.
 
 private:
+  bool has_record(const char* entry) const;
+  bool drop_claims(const std::string& path);
   bool write_by(const std::string& path, const std::function<bool(CQVStream& out)>& save);
 };
 

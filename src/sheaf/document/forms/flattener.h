@@ -48,6 +48,7 @@ private:
 
   void read_default_resources();
   void look_at_form();
+  void note_outdated_containers();
   void note_container(const PDF_REF& ref);
   bool empty_containers();
   bool flatten_page(int index, PDF_FLATTEN what);

@@ -154,5 +154,6 @@ bool CPDFDocMerge::finish() {
   parts_->labels.put(*dict);
   parts_->outline.put(*dict);
   parts_->structure.put(*dict);
-  return table.store_object(table.root.as_ref(), catalog) && parts_->watch.all_granted();
+  return table.store_object(table.root.as_ref(), catalog) && parts_->settings.drop_broken_claims() &&
+         parts_->watch.all_granted();
 }

@@ -4,6 +4,7 @@
 #include <cstring>
 #include <new>
 
+#include "sheaf/document/metadata/conformance_claims.h"
 #include "sheaf/object/array.h"
 
 namespace sheaf {
@@ -55,6 +56,7 @@ void find_identifier(CPDFXRefTable& table, const CPDFArray& list, CPDFObj& ident
 void MergeSettings::take(MergeSource& source, SourceDestinations& destinations) {
   note_what_ends(source);
   take_intents(source);
+  compare_claims(source);
   if (!target_.takes_settings()) {
     for (const Setting& setting : kSettings) {
       if (source.entry(setting.key) != nullptr)
@@ -141,6 +143,24 @@ void MergeSettings::note_what_ends(MergeSource& source) {
     target_.note(PDF_MERGE_FATE::kDropped, "certification");
 }
 
+// A document made of others conforms to what all of them claim, and only while they claim the same.
+void MergeSettings::compare_claims(MergeSource& source) {
+  if (target_.takes_settings())
+    return;
+  const std::uint64_t claims = conformance_claims(source.table);
+  claims_broken_ = claims_broken_ || (has_claims_ && claims != claims_);
+  claims_ = claims;
+  has_claims_ = true;
+}
+
+bool MergeSettings::drop_broken_claims() {
+  const std::uint64_t ours = has_claims_ ? conformance_claims(table_) : 0;
+  if (ours == 0 || (ours == claims_ && !claims_broken_))
+    return true;
+  target_.note(PDF_MERGE_FATE::kDropped, "conformance claims");
+  return drop_conformance_claims(table_, true) >= 0;
+}
+
 void MergeSettings::take_intents(MergeSource& source) {
   Freed<CPDFObj> list;
   Freed<CPDFObj> identifier;
@@ -159,6 +179,7 @@ void MergeSettings::take_intents(MergeSource& source) {
     return;
   if (!intents_.is_null() || !list.is_null())
     target_.note(PDF_MERGE_FATE::kDropped, "output intents");
+  claims_broken_ = claims_broken_ || !intents_.is_null();
   intents_.free();
 }
 

@@ -237,7 +237,7 @@ void MergeStructure::store_kids(MergeSource& source, const CPDFObj& kids, const 
       const bool is_taken = copied_page_ == 0 ? below.kept : chosen_.has(other + 1);
       if (is_taken && below.parent == index)
         list.append_ref(source.copy_of(below.ref.num));
-    } else {
+    } else if (kid.tag != kTagRef || !element.holds_elements) {
       Freed<CPDFObj> item;
       source.table.resolve(item, &kid);
       if (item.as_dict() != nullptr)

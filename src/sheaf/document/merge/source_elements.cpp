@@ -136,7 +136,7 @@ void SourceElements::look_at_kid(MergeSource& source, const CPDFObj& kid, std::i
   else if (kid.as_dict() != nullptr && !is_structure_element(*kid.as_dict()))
     note_content(index, content_comes(source, *kid.as_dict(), page));
   else if (kid.tag == kTagRef && index_of_.get(kid.as_ref().num) == 0)
-    waiting.push({kid.as_ref(), index, page, false, false, false, false});
+    waiting.push({kid.as_ref(), index, page, false, false, false, false, false});
   else
     target_.note(PDF_MERGE_FATE::kDropped, "structure elements");
 }
@@ -147,6 +147,9 @@ void SourceElements::add_with_parents(MergeSource& source, const PDF_REF& elemen
   GrowArray<SourceElement> chain;
   Freed<CPDFObj> obj;
   PDF_REF above = element;
+  const std::int32_t present = index_of_.get(element.num) - 1;
+  if (present >= 0)
+    elements_[static_cast<std::size_t>(present)].holds_elements = false;
   while (above.num > 0 && index_of_.get(above.num) == 0 && chain.size() < kMostLevels) {
     source.table.get_entity(obj, above);
     const CPDFDictionary* const dict = obj.as_dict();
@@ -154,7 +157,7 @@ void SourceElements::add_with_parents(MergeSource& source, const PDF_REF& elemen
       break;  // the root
     const CPDFObj* const kids = dict->get_item("K");
     const bool is_crowded = kids != nullptr && kids->as_array() != nullptr && kids->as_array()->count > kMostFewKids;
-    chain.push({above, -1, number_at(*dict, "Pg"), true, false, false, is_crowded});
+    chain.push({above, -1, number_at(*dict, "Pg"), true, false, false, is_crowded, above.num != element.num});
     above = {number_at(*dict, "P"), 0};
   }
   std::int32_t parent = index_of_.get(above.num) - 1;
@@ -198,7 +201,7 @@ bool SourceElements::add_empty_kids(MergeSource& source, std::int32_t index) {
     parent.holds_other = parent.holds_other || !is_empty;
     const auto at = static_cast<std::int32_t>(elements_.size());
     if (is_empty && index_of_.set(kid.num, at + 1))
-      elements_.push({kid, index, parent.page, false, false, false, false});
+      elements_.push({kid, index, parent.page, false, false, false, false, false});
   }
   return true;
 }

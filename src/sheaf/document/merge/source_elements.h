@@ -14,6 +14,7 @@ struct SourceElement {
   bool holds_other;     ///< Content that stays behind.
   bool kept;            ///< It comes along.
   bool is_crowded;      ///< It has so many kids that they are not read to find empty ones.
+  bool holds_elements;  ///< And nothing else that comes along.
 };
 
 /// The number that the entry `key` refers to; 0 for none.

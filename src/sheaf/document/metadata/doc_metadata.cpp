@@ -7,6 +7,7 @@
 
 #include "sheaf/base/heap_watch.h"
 #include "sheaf/base/scope_guard.h"
+#include "sheaf/document/metadata/conformance_claims.h"
 #include "sheaf/document/metadata/doc_metadata.h"
 #include "sheaf/document/metadata/packet_stream_internal.h"
 #include "sheaf/document/metadata/xmp_packet_internal.h"
@@ -143,6 +144,26 @@ void DocMetadata::read_frame(PDF_FRAME_FOUND& found) {
   found.metadata_is_read = found.has_metadata && packet.read(bytes.begin(), bytes.size());
   if (found.metadata_is_read)
     packet.read_claim(found.claim);
+}
+
+std::uint64_t sheaf::conformance_claims(CPDFXRefTable& table) {
+  Freed<CPDFObj> obj;
+  GrowArray<char> bytes;
+  XmpPacket packet;
+  return load_packet(table, obj, bytes) && packet.read(bytes.begin(), bytes.size()) ? packet.claims() : 0;
+}
+
+int sheaf::drop_conformance_claims(CPDFXRefTable& table, bool also_ua) {
+  Freed<CPDFObj> obj;
+  GrowArray<char> bytes;
+  XmpPacket packet;
+  if (!load_packet(table, obj, bytes) || !packet.read(bytes.begin(), bytes.size()))
+    return 0;
+  const int dropped = packet.drop_claims(also_ua);
+  if (dropped == 0)
+    return 0;
+  bytes.clear();
+  return packet.print(bytes) && store_body(table, metadata_ref(table), obj.as_stream()->dict, bytes) ? dropped : -1;
 }
 
 bool DocMetadata::store_frame() {

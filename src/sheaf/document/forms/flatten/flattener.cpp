@@ -91,6 +91,8 @@ void CPDFFlattener::look_at_form() {
   CPDFXRefTable& table = doc_.table();
   CPDFAcroForm form(table);
   form.load();
+  if (form.field_count() > 0)
+    note_outdated_containers();
   for (std::int32_t i = 0; i < form.field_count(); ++i) {
     const CPDFField& field = *form.field_at(i);
     FieldFacts facts;
@@ -105,6 +107,29 @@ void CPDFFlattener::look_at_form() {
     Freed<CPDFObj> value;
     field.get_value("V", value);
     report_.signatures += value.as_dict() != nullptr ? 1 : 0;
+  }
+}
+
+// Older versions of fields stay in the object streams where they stood. Streams that have more members than entries
+// lead to are taken for such.
+void CPDFFlattener::note_outdated_containers() {
+  CPDFXRefTable& table = doc_.table();
+  NumberMap members;
+  for (std::uint32_t num = 1; num < table.xref_count; ++num) {
+    const PDF_XREF& entry = *table.entry(num);
+    const auto container = static_cast<std::int32_t>(entry.offset);
+    if (entry.is_compressed())
+      members.set(container, members.get(container) + 1);
+  }
+  for (std::uint32_t num = 1; num < table.xref_count; ++num) {
+    const auto container = static_cast<std::int32_t>(num);
+    if (members.get(container) == 0)
+      continue;
+    Freed<CPDFObj> stream;
+    table.get_stored(stream, {container, 0});
+    const CPDFDictionary* const dict = stream.as_dict_or_stream();
+    if (dict != nullptr && table.value(dict, "N").to_int() > members.get(container))
+      containers_.visit(container);
   }
 }
 
