@@ -206,6 +206,8 @@ TEST_F(Everyday, JsonGivesTheSameObjectsBack) {
   EXPECT_EQ(sheaf("json --to-pdf in.pdf -o none.pdf").code, 2);
   if (!has_program("qpdf"))
     GTEST_SKIP() << "qpdf is not installed";
+  // qpdf reads names that are not UTF-8 in a later version of the form only.
+  write_file(in, book());
   ASSERT_EQ(sheaf("json in.pdf --qpdf -o doc.json").code, 0);
   ASSERT_EQ(run_command("cd " + folder.str() +
                         " && qpdf --json-input doc.json q.pdf && qpdf --json-output "
