@@ -1,8 +1,6 @@
 // sheaf fill: values into a form's fields, saved behind the old content, so that signatures stay valid.
 #include <cstdio>
 #include <cstring>
-#include <fstream>
-#include <iterator>
 
 #include "sheaf/document/forms/form_data.h"
 #include "sheaf/document/forms/form_filler.h"
@@ -76,15 +74,9 @@ bool read_json_data(const std::string& text, CPDFFormData& data, std::string& tr
 
 // The format is told by how the data begin.
 bool read_data(const std::string& path, CPDFFormData& data) {
-  std::string opened;
-  if (!input_path(path, opened))
+  std::string bytes;
+  if (!read_input(path, bytes))
     return false;
-  std::ifstream in(opened, std::ios::binary);
-  if (!in) {
-    complain(input_name(path), "cannot be opened; check the path and its permissions");
-    return false;
-  }
-  std::string bytes{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
   const std::size_t first = bytes.find_first_not_of("\xEF\xBB\xBF \t\r\n");
   const char mark = first != std::string::npos ? bytes[first] : ' ';
   std::string trouble;
@@ -204,16 +196,15 @@ int run_fill(const FillOptions& options) {
   return output.commit() ? code : kExitFailed;
 }
 
-const Registration kFill("fill", "Change", "Fill in a form", [](CLI::App& command) -> Run {
+const Registration kFill("fill", "Change", "Fill in a form", [](Command& command) -> Run {
   auto options = std::make_shared<FillOptions>();
   add_file(command, options->file);
   add_password(command, options->password);
   command.add_option("OUT", options->output, "The file to write")->required();
   command.add_option("--set", options->settings, "NAME=TEXT; again for each further value of a list box")
-      ->allow_extra_args(false);
+      ->one_at_a_time();
   command.add_option("--data", options->data, "FDF, XFDF, or JSON as from fields --json");
-  command.add_option("--font", options->fonts, "Asked first for what a field's own font lacks")
-      ->allow_extra_args(false);
+  command.add_option("--font", options->fonts, "Asked first for what a field's own font lacks")->one_at_a_time();
   command.add_flag("--read-only", options->read_only, "Fill read-only fields too");
   return [options] { return run_fill(*options); };
 });

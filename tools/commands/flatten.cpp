@@ -57,7 +57,7 @@ int run_flatten(const FlattenOptions& options) {
   return clean ? kExitClean : kExitProblems;
 }
 
-const Registration kFlatten("flatten", "Make", "A file whose form is part of its pages", [](CLI::App& command) -> Run {
+const Registration kFlatten("flatten", "Make", "A file whose form is part of its pages", [](Command& command) -> Run {
   auto options = std::make_shared<FlattenOptions>();
   add_file(command, options->file);
   add_password(command, options->password);

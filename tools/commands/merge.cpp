@@ -1,15 +1,10 @@
 // sheaf merge and sheaf split: pages of documents into new documents.
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cstdio>
-#include <cstring>
 #include <filesystem>
 #include <memory>
 
-#include "sheaf/document/merge/doc_merge.h"
-#include "sheaf/document/metadata/conformance_claims.h"
+#include "support/assembly.h"
 #include "support/changes.h"
 #include "support/command_line.h"
 #include "support/encryption.h"
@@ -17,7 +12,6 @@
 #include "support/page_ranges.h"
 #include "support/part_names.h"
 #include "support/progress.h"
-#include "support/safe_output.h"
 #include "support/tool_support.h"
 
 namespace sheaf::tool {
@@ -34,6 +28,7 @@ struct MergeOptions {
   bool keep_equal_streams = false;
   bool pdfa = false;
   EncryptionOptions encryption;  ///< Without an algorithm: none.
+  int collate = 0;               ///< Pages of each input in turn; 0: one input after the other.
 };
 
 struct SplitOptions {
@@ -44,77 +39,6 @@ struct SplitOptions {
   bool dry_run = false;
   std::string attachments;       ///< "all", "none", or empty: where they belong.
   EncryptionOptions encryption;  ///< Without an algorithm: none.
-};
-
-struct Input {
-  std::string file;
-  std::string ranges;  // empty: all pages
-};
-
-// A name that exists is taken whole, so that colons in it do no harm.
-Input parse_input(const std::string& text) {
-  const std::size_t colon = text.rfind(':');
-  if (colon == std::string::npos || colon == 0 || access(text.c_str(), F_OK) == 0)
-    return {text, ""};
-  return {text.substr(0, colon), text.substr(colon + 1)};
-}
-
-// A new document that grows in memory and a temporary file until it is written.
-struct Assembly {
-  Assembly() {
-    doc.create(&start);
-    doc.use_temp_file(nullptr);
-    merge = std::make_unique<CPDFDocMerge>(doc);
-  }
-  bool write(const std::string& path, const EncryptionOptions& encryption) {
-    SafeOutput output;
-    if (!merge->finish() || !doc.store_page_tree()) {
-      complain(path, "there is not enough memory for its catalogue; nothing was written");
-      return false;
-    }
-    if (!output.open(path))
-      return false;
-    const bool encrypts = !encryption.algorithm.empty();
-    if (has_record("conformance claims"))
-      complain(output_name(path), "note: it claims no PDF/A, PDF/UA or the like, as not all documents claim the same");
-    if (encrypts && !drop_claims(path))
-      return false;
-    {
-      CPDFXRefTable target;
-      target.stream = &output.stream();
-      CPDFStandardEncrypt enc;
-      if (encrypts && !start_encryption(encryption, target.id, path, enc))
-        return false;
-      doc.save_complete(target, encrypts ? &enc : nullptr);
-      if (target.write_failed != 0 || target.xref_items == nullptr) {
-        complain(path, "could not be written to its end; is the disk full? Nothing was changed");
-        return false;
-      }
-    }
-    size = output.commit() ? output.size() : -1;
-    return size >= 0;
-  }
-
-  // Whether objects that belong to the pages could not be read.
-  bool has_unreadable() const { return has_record("unreadable objects"); }
-  bool has_record(const char* entry) const {
-    const auto& records = merge->records();
-    return std::any_of(records.begin(), records.end(),
-                       [entry](const PDF_MERGE_RECORD& record) { return std::strcmp(record.entry, entry) == 0; });
-  }
-
-  // PDF/A and PDF/X allow no encryption, so what is encrypted must not claim them.
-  bool drop_claims(const std::string& path) {
-    const int dropped = drop_conformance_claims(doc.table(), false);
-    if (dropped > 0)
-      complain(output_name(path), "note: it claims no PDF/A or PDF/X any more, as these allow no encryption");
-    return dropped >= 0;
-  }
-
-  CQVStreamMem start;
-  CPDFDoc doc;
-  std::unique_ptr<CPDFDocMerge> merge;
-  long long size = 0;
 };
 
 std::string stem_of(const std::string& file) {
@@ -128,10 +52,21 @@ PasswordOptions password_for(const MergeOptions& options, std::size_t index) {
   return password;
 }
 
-bool all_pages(int count, std::vector<std::int32_t>& pages) {
-  for (int i = 0; i < count; ++i)
-    pages.push_back(i);
-  return true;
+// The order of pages that come in `blocks`, `group` pages of each in turn.
+std::vector<std::int32_t> collated(const std::vector<std::int32_t>& blocks, int group) {
+  std::vector<std::int32_t> order;
+  bool more = true;
+  for (std::int32_t round = 0; more; round += group) {
+    std::int32_t start = 0;
+    more = false;
+    for (const std::int32_t block : blocks) {
+      for (std::int32_t i = round; i < std::min(block, round + group); ++i)
+        order.push_back(start + i);
+      more = more || round + group < block;
+      start += block;
+    }
+  }
+  return order;
 }
 
 int run_merge(MergeOptions options) {
@@ -147,24 +82,21 @@ int run_merge(MergeOptions options) {
   int code = kExitClean;
   Progress progress("documents", static_cast<std::int64_t>(options.inputs.size()));
   std::vector<std::string> files;
+  std::vector<std::int32_t> blocks;
   if (options.pdfa && !ask_for_pdfa(assembly.doc, options.output, !options.encryption.algorithm.empty()))
     return kExitFailed;
   for (std::size_t i = 0; i < options.inputs.size(); ++i) {
-    const Input input = parse_input(options.inputs[i]);
+    const FileRanges input = parse_file_ranges(options.inputs[i]);
     files.push_back(input.file);
     CPDFDoc source;
     if (!open_document(source, input.file, password_for(options, i)))
       return kExitFailed;
     std::vector<std::int32_t> pages;
-    std::string trouble;
-    if (input.ranges.empty() ? !all_pages(source.page_count(), pages)
-                             : !read_page_ranges(input.ranges, source.page_count(), pages, trouble)) {
-      complain(input.file, "has no pages \"" + trouble + "\"; it has " + std::to_string(source.page_count()) +
-                               ", and ranges look like 1-5,8,3-,r1,z-1,odd,even");
+    if (!select_pages(input.ranges, input.file, source.page_count(), pages))
       return kExitFailed;
-    }
     const auto wanted = static_cast<std::int32_t>(pages.size());
     const std::int32_t done = assembly.merge->append(source, pages.data(), wanted, stem_of(input.file).c_str());
+    blocks.push_back(done);
     if (done != wanted)
       complain(input.file, std::to_string(wanted - done) + " pages could not be read and were left out");
     complain_about_losses(*assembly.merge, static_cast<std::int32_t>(i), input.file,
@@ -178,6 +110,8 @@ int run_merge(MergeOptions options) {
     std::fputs(shown_lines(merge_table(*assembly.merge, files)).c_str(), stdout);
     return code;
   }
+  if (options.collate > 0)
+    assembly.order = collated(blocks, options.collate);
   if (!assembly.write(options.output, options.encryption))
     return kExitFailed;
   if (complain_of_metadata(assembly.doc, options.output))
@@ -232,35 +166,37 @@ int run_split(const SplitOptions& options) {
   return code;
 }
 
-const Registration kMerge("merge", "Make", "Pages of several documents in one", [](CLI::App& command) -> Run {
+const Registration kMerge("merge", "Make", "Pages of several documents in one", [](Command& command) -> Run {
   auto options = std::make_shared<MergeOptions>();
   command.add_option("OUT", options->output, "The file to write")->required();
   command.add_option("IN", options->inputs, "FILE or FILE:RANGES, such as a.pdf:1-5,8,r1,z-1 or odd")->required();
   auto* direct =
       command
           .add_option("--password", options->passwords, "One for each input, in order; the last one serves the rest")
-          ->allow_extra_args(false);
+          ->one_at_a_time();
   command
       .add_option("--password-file", options->password_file, "File with a password on each line, - for standard input")
       ->excludes(direct);
   command.add_flag("--no-file-outline", options->no_file_outline, "No entry for each file above its outline");
   command.add_flag("--keep-equal-streams", options->keep_equal_streams, "Write equal streams as often as they came");
   command.add_flag("--dry-run", options->dry_run, "Say what becomes of everything, and write nothing");
+  command.add_option("--collate", options->collate, "So many pages of each input in turn; 1: one after the other")
+      ->check(Range{1, 1000000});
   add_pdfa(command, options->pdfa);
   add_encryption(command, options->encryption);
   return [options] { return run_merge(*options); };
 });
 
-const Registration kSplit("split", "Make", "One document into several", [](CLI::App& command) -> Run {
+const Registration kSplit("split", "Make", "One document into several", [](Command& command) -> Run {
   auto options = std::make_shared<SplitOptions>();
   add_file(command, options->file);
   add_password(command, options->password);
   command.add_option("-o,--output", options->pattern, "Name of the parts, %d or %03d for their number")->required();
-  command.add_option("--every", options->every, "Pages a part")->check(CLI::Range(1, 1000000));
+  command.add_option("--every", options->every, "Pages a part")->check(Range{1, 1000000});
   command
       .add_option("--attachments", options->attachments,
                   "Files embedded in each part: all or none, instead of those that its pages refer to")
-      ->check(CLI::IsMember({"all", "none"}));
+      ->check(IsMember({"all", "none"}));
   command.add_flag("--dry-run", options->dry_run, "Say what becomes of everything, and write nothing");
   add_encryption(command, options->encryption);
   return [options] { return run_split(*options); };

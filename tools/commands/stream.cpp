@@ -69,12 +69,12 @@ int run_stream(const StreamOptions& options) {
   return output.commit() ? kExitClean : kExitFailed;
 }
 
-const Registration kStream("stream", "Look", "The data of a stream", [](CLI::App& command) -> Run {
+const Registration kStream("stream", "Look", "The data of a stream", [](Command& command) -> Run {
   auto options = std::make_shared<StreamOptions>();
   add_file(command, options->file);
   add_password(command, options->password);
-  command.add_option("NUM", options->num, "Object number")->required()->check(CLI::Range(1, INT32_MAX));
-  command.add_option("GEN", options->gen, "Generation")->check(CLI::Range(0, INT32_MAX));
+  command.add_option("NUM", options->num, "Object number")->required()->check(Range{1, INT32_MAX});
+  command.add_option("GEN", options->gen, "Generation")->check(Range{0, INT32_MAX});
   command.add_flag("--raw", options->raw, "As stored, the filters still on");
   command.add_option("-o,--output", options->output, "Write to this file");
   return [options] { return run_stream(*options); };

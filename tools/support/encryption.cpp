@@ -2,10 +2,9 @@
 
 #include <algorithm>
 
-#include <CLI/CLI.hpp>
-
 #include "sheaf/neighbours/security/digests.h"
 #include "sheaf/object/array.h"
+#include "support/command_line.h"
 #include "support/messages.h"
 
 namespace sheaf::tool {
@@ -50,10 +49,10 @@ bool refuse(const std::string& option, const std::string& why) {
 
 }  // namespace
 
-CLI::Option* add_encryption(CLI::App& command, EncryptionOptions& encryption) {
-  CLI::Option* const encrypt = command.add_option("--encrypt", encryption.algorithm, "Encrypt anew")
-                                   ->type_name("aes256|aes128|rc4")
-                                   ->check(CLI::IsMember({"aes256", "aes128", "rc4"}));
+Option* add_encryption(Command& command, EncryptionOptions& encryption) {
+  Option* const encrypt = command.add_option("--encrypt", encryption.algorithm, "Encrypt anew")
+                              ->type_name("aes256|aes128|rc4")
+                              ->check(IsMember({"aes256", "aes128", "rc4"}));
   command.add_option("--user-password", encryption.user_password, "Opens the new file")->needs(encrypt);
   command.add_option("--owner-password", encryption.owner_password, "Grants everything")->needs(encrypt);
   command

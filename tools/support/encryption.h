@@ -6,12 +6,10 @@
 
 #include "sheaf/neighbours/security/encrypter.h"
 
-namespace CLI {
-class App;
-class Option;
-}  // namespace CLI
-
 namespace sheaf::tool {
+
+class Command;
+class Option;
 
 struct EncryptionOptions {
   std::string algorithm;  ///< "aes256", "aes128", "rc4", or empty: none is asked for.
@@ -22,7 +20,7 @@ struct EncryptionOptions {
 };
 
 /// Adds --encrypt and what belongs to it. The result is --encrypt itself.
-CLI::Option* add_encryption(CLI::App& command, EncryptionOptions& encryption);
+Option* add_encryption(Command& command, EncryptionOptions& encryption);
 /// Whether what is asked for would protect as it says. False, with a message, when not.
 bool check_encryption(const EncryptionOptions& encryption);
 /// Makes the encryption of a new file from options that were checked and ask for one. `id` is the file's

@@ -71,6 +71,10 @@ public:
   bool open(CQVStream* stream);
   /// Opens a file for reading and writing, so that `save_update` can go behind its end.
   bool open_for_update(const char* path);
+  /// Goes on with a document of `open(path)` as if it had been opened by `open_for_update`: what was changed waits
+  /// for `save_update`. False, and the document stays as it was, when the file cannot be written or is no longer the
+  /// one that was opened. True without effect where the document can be saved already.
+  bool begin_update(const char* path);
   /// Starts a new document on an empty stream that the caller keeps open until `close`.
   bool create(CQVStream* stream);
   /// Releases everything; harmless twice.
@@ -173,6 +177,14 @@ public:
   /// Writes a complete new file to `target.stream`. A catalogue or document information that stands
   /// directly in the trailer becomes an object first, so that what it refers to is kept.
   void save_complete(CPDFXRefTable& target, CPDFEncrypt* enc) { saver_.save_complete(target, enc); }
+  /// Brings into memory what a complete new file needs that the document does not have yet: the page
+  /// tree after edits, what the fonts collected, metadata in step with the document information, objects
+  /// for what stands directly in the trailer; streams lose crypt filters that `enc` (null: no encryption)
+  /// does not have. `id` gets a new identifier where it is null. False when there is no memory.
+  bool prepare_complete(CPDFObj& id, const CPDFEncrypt* enc) { return saver_.prepare_complete(id, enc); }
+  /// Writes the page tree anew, in branches of equal size: each page then has all that it inherited from
+  /// above itself, and is listed once. The change waits for a save. False as for `store_page_tree`.
+  bool rebuild_page_tree() { return pages_.rebuild_tree(); }
   /// Cuts the file opened for update to `size` bytes, counted from its first one. False, and nothing is
   /// done, when that is in front of the end of what was opened or sealed, or behind the file's end.
   bool truncate_to(long long size) { return saver_.truncate_to(size); }

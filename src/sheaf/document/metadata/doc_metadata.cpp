@@ -9,6 +9,7 @@
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/document/metadata/conformance_claims.h"
 #include "sheaf/document/metadata/doc_metadata.h"
+#include "sheaf/document/metadata/packet_stream_internal.h"
 #include "sheaf/document/metadata/xmp_packet_internal.h"
 #include "sheaf/filters/stream_filter.h"
 #include "sheaf/object/array.h"
@@ -18,50 +19,6 @@
 using namespace sheaf;
 
 namespace {
-
-constexpr int kMostPacket = 64 << 20;  // bytes; a packet takes some kilobytes
-
-PDF_REF metadata_ref(CPDFXRefTable& table) {
-  const Freed<CPDFObj> catalog = table.catalog();
-  const CPDFObj* const item = catalog.as_dict() != nullptr ? catalog.as_dict()->get_item("Metadata") : nullptr;
-  return item != nullptr ? item->as_ref() : PDF_REF{0, 0};
-}
-
-// The packet that the catalogue names. False when it names none.
-bool load_packet(CPDFXRefTable& table, CPDFObj& obj, GrowArray<char>& bytes) {
-  const PDF_REF ref = metadata_ref(table);
-  if (ref.num < 1)
-    return false;
-  table.get_stored(obj, ref);
-  if (obj.as_stream() == nullptr)
-    return false;
-  const std::unique_ptr<CPDFStream> decoder(table.make_stream(obj.as_stream()));
-  char block[8192];
-  for (int got = 1; decoder != nullptr && got > 0 && bytes.size() < kMostPacket;) {
-    got = decoder->read_block(block, sizeof(block));
-    const std::size_t at = bytes.size();
-    if (got > 0 && bytes.resize(at + static_cast<std::size_t>(got)))
-      std::memcpy(bytes.begin() + at, block, static_cast<std::size_t>(got));
-  }
-  return true;
-}
-
-// Stores the packet as the stream's new body. It has no filter, so that metadata stay readable in the
-// file by programs that know nothing of PDF (ISO 32000-1, 14.3.2).
-bool store_body(CPDFXRefTable& table, const PDF_REF& ref, const CPDFDictionary& old, const GrowArray<char>& bytes) {
-  const HeapWatch watch;
-  CPDFStreamRec rec;
-  rec.dict.copy_from(&old);
-  for (const char* key : {"Filter", "DecodeParms", "F", "FFilter", "FDecodeParms", "DL"})
-    rec.dict.set_item(key, nullptr);
-  table.write_stream(ref, &rec, bytes.begin(), static_cast<unsigned>(bytes.size()));
-  if (!watch.all_granted()) {
-    rec.dict.clear();
-    return false;
-  }
-  table.store_stream(ref, rec);
-  return watch.all_granted();
-}
 
 // The present moment as a date of PDF (ISO 32000-1, 7.9.4).
 void date_now(char (&out)[32]) {

@@ -253,6 +253,33 @@ const char* text_of(const pugi::xml_node& element, const pugi::xml_attribute& at
 
 }  // namespace
 
+void XmpPacket::get(const XmpProperty& property, GrowArray<char>& value) const {
+  const auto put = [&value](const char* text) {
+    for (; *text != 0; ++text)
+      value.push(*text);
+  };
+  const Place place = find(property.name);
+  const bool alternatives = property.form == XmpForm::kAlternatives;
+  const pugi::xml_node list = child_named(place.element, kRdfNamespace, alternatives ? "Alt" : "Seq");
+  if (!list)
+    return put(text_of(place.element, place.attribute));
+  pugi::xml_node chosen;
+  bool first = true;
+  for (const pugi::xml_node& item : list.children()) {
+    if (!is_element(item, kRdfNamespace, "li"))
+      continue;
+    if (alternatives) {
+      const bool for_all = std::strcmp(item.attribute("xml:lang").value(), "x-default") == 0;
+      chosen = !chosen || for_all ? item : chosen;
+      continue;
+    }
+    put(first ? "" : "; ");
+    put(item.child_value());
+    first = false;
+  }
+  put(chosen.child_value());
+}
+
 void XmpPacket::read_claim(char (&claim)[8]) const {
   claim[0] = 0;
   const Place part = find("pdfaid:part");

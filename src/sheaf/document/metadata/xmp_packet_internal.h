@@ -16,6 +16,9 @@ public:
   bool read(const void* data, std::size_t size);
   /// Gives a property its value, as UTF-8; an empty one removes it.
   void set(const XmpProperty& property, const char* value);
+  /// Appends the value of a property as UTF-8: of alternatives the one for every language, of a sequence all members,
+  /// parted by "; ".
+  void get(const XmpProperty& property, GrowArray<char>& value) const;
   /// Sets the time at which the metadata were changed, where they say one.
   void set_metadata_date(const char* date);
   /// Identifies the document as PDF/A-1b. False when it says so already.

@@ -141,6 +141,13 @@ bool PageList::detach(int index, bool listed_before) {
   return true;
 }
 
+bool PageList::rebuild_tree() {
+  if (start_edit() < 0)
+    return false;
+  changed_ = true;
+  return store_tree();
+}
+
 bool PageList::store_tree() {
   if (!changed_)
     return true;

@@ -55,11 +55,12 @@ public:
   /// Reads page `index` without resources that stand directly in a node above. False when there is none.
   bool load_alone(int index, CPDFPage& page);
 
-  /// See the members of the same names in CPDFDoc.
+  /// See the members of like names in CPDFDoc.
   bool insert(int index, const PDF_REF& page);
   bool remove(int index);
   bool move(int from, int to);
   bool store_tree();
+  bool rebuild_tree();
 
   PageNodes nodes;
 
