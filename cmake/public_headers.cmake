@@ -11,6 +11,7 @@ set(SHEAF_PUBLIC_HEADERS
   base/stream_output.h
   base/stream_update.h
   base/visited_set.h
+  base/work_watch.h
   cache/font_caches.h
   document/attachments/attachments.h
   document/content/content_check.h
@@ -34,6 +35,8 @@ set(SHEAF_PUBLIC_HEADERS
   document/pages/page_boxes.h
   document/pages/page_content.h
   document/pages/page_labels.h
+  document/pages/page_list.h
+  document/pages/page_nodes.h
   document/pages/page_stamp.h
   document/paths/object_path.h
   document/revisions/revisions.h
@@ -42,7 +45,23 @@ set(SHEAF_PUBLIC_HEADERS
   document/signatures/signature_check.h
   document/signatures/signature_list.h
   document/signatures/signature_writer.h
+  document/text/text_setter.h
+  document/writer/doc_writer.h
+  document/writer/write_options.h
   filters/stream_filter.h
+  layer/content.h
+  layer/core_ref.h
+  layer/data.h
+  layer/document.h
+  layer/node.h
+  layer/object.h
+  layer/pages.h
+  layer/parts.h
+  layer/progress.h
+  layer/result.h
+  layer/signing.h
+  layer/storage.h
+  layer/value.h
   neighbours/fonts/cmap_resources.h
   neighbours/fonts/environment.h
   neighbours/fonts/font.h
@@ -69,6 +88,8 @@ set(SHEAF_PUBLIC_HEADERS
   object/stored_bytes.h
   object/stream_rec.h
   object/text_utf8.h
+  sheaf.h
+  sheaf.hpp
   xref/guards.h
   xref/page_set.h
   xref/xref_table.h

@@ -44,7 +44,7 @@ int main(int argc, char** argv) {
   app.set_version_flag("--version", std::string("sheaf ") + sheaf_version(), "The version, and nothing else");
   app.failure_message(describe);
   int code = kExitClean;
-  add_commands(app, code);
+  add_commands(app, argc > 1 ? argv[1] : "", code);
   if (!knows_command(app, argc, argv))
     return kExitFailed;
   try {

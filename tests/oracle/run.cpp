@@ -113,6 +113,8 @@ private:
   // Adds a reference to the list in the catalogue that keeps objects reachable.
   std::string hold(int num, int gen) {
     const int root = model_.root();
+    if (root == 0)
+      return "";  // it stands in the trailer; nobody will miss the object
     Freed<CPDFObj> catalog;
     if (!get(root, catalog) || catalog.as_dict() == nullptr)
       return "the catalogue cannot be read";
@@ -431,11 +433,29 @@ private:
     return copy.num > 0 ? adopt(model, model, wanted.num, copy.num) : "nothing was imported";
   }
 
+  // Whether an object can be come back to: its copy then names a null object in the place of itself.
+  bool leads_back(int num) {
+    std::set<int> open;
+    std::set<int> done;
+    const std::function<bool(int, int)> visit = [&](int at, int gen) {
+      if (!model_.exists(at, gen) || done.count(at) != 0)
+        return false;
+      if (!open.insert(at).second)
+        return true;
+      bool back = false;
+      each_reference(model_.objects.at(at).value, [&](int next, int g) { back = back || visit(next, g); });
+      open.erase(at);
+      done.insert(at);
+      return back;
+    };
+    return visit(num, model_.objects[num].gen);
+  }
+
   std::string clone(const Operation& op) {
     if (model_.pages.empty() || model_.pages_edited)
       return "";
     const int num = choose(op.a, [](const Object& o) { return o.body != nullptr; });
-    if (num == 0)
+    if (num == 0 || leads_back(num))
       return "";
     const Snapshot before = model_;
     const Model source = model_;
@@ -523,8 +543,12 @@ private:
       if (model_.warnings.count(kind) == 0)
         return "the other program complains" + kind;
     }
+    std::set<int> named;  // what is referred to is listed by the other program, whether it is there or not
+    for (const auto& [num, object] : found.objects)
+      each_reference(object.value, [&named](int target, int) { named.insert(target); });
     for (const auto& [num, object] : found.objects) {
-      if (complete && !object.body && object.value.kind == Kind::kNull && model_.objects.count(num) == 0)
+      if (complete && named.count(num) == 0 && !object.body && object.value.kind == Kind::kNull &&
+          model_.objects.count(num) == 0)
         return "the new file lists object " + std::to_string(num) + ", which is nowhere";
     }
     const std::string what = difference(model_, found, complete, dropped);
@@ -572,8 +596,22 @@ bool loosen_where_readers_differ(Source& source) {
   Subject subject("", nullptr);
   if (!subject.replace(source.bytes, source.model.password))
     return false;
-  source.model.loose = differing(source.model, read_by_library(subject.doc(), source.model));
-  return source.model.loose.count(source.model.root()) == 0;
+  Model& model = source.model;
+  const Snapshot own = read_by_library(subject.doc(), model);
+  model.loose = differing(model, own);
+  for (const auto& [num, object] : own.objects) {
+    // A reference to nothing may come to mean a new object; a cross-reference stream of the past is no
+    // part of the document.
+    each_reference(object.value, [&model, at = num](int target, int gen) {
+      if (!model.exists(target, gen))
+        model.loose.insert(at);
+    });
+    const Value* const type = object.value.is_dict() ? object.value.find("Type") : nullptr;
+    if (type != nullptr && type->is_name("XRef"))
+      model.loose.insert(num);
+  }
+  const Value* const root = own.trailer.find("Root");
+  return subject.doc().page_count() > 0 && root->num == model.root() && model.loose.count(model.root()) == 0;
 }
 
 }  // namespace

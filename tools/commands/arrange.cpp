@@ -136,7 +136,7 @@ int insert(CPDFDoc& doc, const std::string& name, const InsertOptions& options) 
     complain(name, "there is not enough memory; nothing was written");
     return kExitFailed;
   }
-  complain_about_losses(merge, 0, from.file);
+  complain_about_losses(merge, 0, from.file, doc.is_encrypted());
   if (done != wanted)
     complain(from.file, std::to_string(wanted - done) + " pages could not be read and were left out");
   std::vector<std::int32_t> order;

@@ -4,6 +4,7 @@
 #include <map>
 #include <vector>
 
+#include "batch/batch.h"
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/base/visited_set.h"
 #include "sheaf/neighbours/fonts/cmap.h"
@@ -18,7 +19,8 @@ namespace sheaf::tool {
 namespace {
 
 struct FontsOptions {
-  std::string file;
+  BatchOptions batch;
+  std::string file;  ///< The one of these that is looked at.
   PasswordOptions password;
   bool json = false;
 };
@@ -334,7 +336,7 @@ void print_json(const std::string& file, const std::vector<FontFacts>& fonts) {
   std::printf("%s\n", json.str().c_str());
 }
 
-int run_fonts(const FontsOptions& options) {
+int look_at_fonts(const FontsOptions& options) {
   CPDFDoc doc;
   if (!open_document(doc, options.file, options.password))
     return kExitFailed;
@@ -356,10 +358,20 @@ int run_fonts(const FontsOptions& options) {
   return has_problems ? kExitProblems : kExitClean;
 }
 
+int run_fonts(const FontsOptions& options) {
+  return run_batch(options.batch, options.json, [&options](const std::string& file) {
+    FontsOptions one = options;
+    one.file = file;
+    if (!one.json && is_many(one.batch))
+      std::printf("%s:\n", shown(input_name(file)).c_str());
+    return look_at_fonts(one);
+  });
+}
+
 const Registration kFonts("fonts", "Look", "The fonts, embedded or not, with their encodings",
                           [](Command& command) -> Run {
                             auto options = std::make_shared<FontsOptions>();
-                            add_file(command, options->file);
+                            add_batch(command, options->batch);
                             add_password(command, options->password);
                             command.add_flag("--json", options->json, "One JSON object");
                             return [options] { return run_fonts(*options); };

@@ -5,6 +5,8 @@
 #include <memory>
 #include <optional>
 
+#include "batch/batch.h"
+#include "batch/file_queue.h"
 #include "image/image_placements.h"
 #include "image/image_writer.h"
 #include "sheaf/base/heap.h"
@@ -23,7 +25,8 @@ namespace sheaf::tool {
 namespace {
 
 struct ImagesOptions {
-  std::string file;
+  BatchOptions batch;
+  std::string file;  ///< The one of these that is looked at.
   PasswordOptions password;
   std::string folder;  ///< Where they are written; empty: they are listed only.
   bool json = false;
@@ -145,7 +148,7 @@ private:
   int code_ = kExitClean;
 };
 
-int run_images(const ImagesOptions& options) {
+int look_at_images(const ImagesOptions& options) {
   CPDFDoc doc;
   if (!open_document(doc, options.file, options.password) || !make_folder(options.folder))
     return kExitFailed;
@@ -164,9 +167,23 @@ int run_images(const ImagesOptions& options) {
   return list.finish();
 }
 
+int run_images(const ImagesOptions& options) {
+  if (!options.folder.empty() && (options.batch.files.size() != 1 || is_folder(options.batch.files.front()))) {
+    complain(options.folder, "would get images of several documents under the same names; give one FILE with -d");
+    return kExitFailed;
+  }
+  return run_batch(options.batch, options.json, [&options](const std::string& file) {
+    ImagesOptions one = options;
+    one.file = file;
+    if (!one.json && is_many(one.batch))
+      std::printf("%s:\n", shown(input_name(file)).c_str());
+    return look_at_images(one);
+  });
+}
+
 const Registration kImages("images", "Look", "The images of a document", [](Command& command) -> Run {
   auto options = std::make_shared<ImagesOptions>();
-  add_file(command, options->file);
+  add_batch(command, options->batch);
   add_password(command, options->password);
   command.add_option("-d,--directory", options->folder, "Write them into this folder");
   command.add_flag("--tiff", options->tiff, "With -d: CCITT images as TIFF files, as they are coded");

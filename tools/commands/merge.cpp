@@ -7,6 +7,7 @@
 #include "support/assembly.h"
 #include "support/changes.h"
 #include "support/command_line.h"
+#include "support/encryption.h"
 #include "support/merge_notes.h"
 #include "support/page_ranges.h"
 #include "support/part_names.h"
@@ -26,7 +27,8 @@ struct MergeOptions {
   bool no_file_outline = false;
   bool keep_equal_streams = false;
   bool pdfa = false;
-  int collate = 0;  ///< Pages of each input in turn; 0: one input after the other.
+  EncryptionOptions encryption;  ///< Without an algorithm: none.
+  int collate = 0;               ///< Pages of each input in turn; 0: one input after the other.
 };
 
 struct SplitOptions {
@@ -35,7 +37,8 @@ struct SplitOptions {
   std::string pattern;  ///< As part_name takes it.
   int every = 1;        ///< Pages a part.
   bool dry_run = false;
-  std::string attachments;  ///< "all", "none", or empty: where they belong.
+  std::string attachments;       ///< "all", "none", or empty: where they belong.
+  EncryptionOptions encryption;  ///< Without an algorithm: none.
 };
 
 std::string stem_of(const std::string& file) {
@@ -67,6 +70,8 @@ std::vector<std::int32_t> collated(const std::vector<std::int32_t>& blocks, int 
 }
 
 int run_merge(MergeOptions options) {
+  if (!check_encryption(options.encryption))
+    return kExitFailed;
   if (!options.password_file.empty() && !read_password_lines(options.password_file, options.passwords))
     return kExitFailed;
   Assembly assembly;
@@ -78,8 +83,8 @@ int run_merge(MergeOptions options) {
   Progress progress("documents", static_cast<std::int64_t>(options.inputs.size()));
   std::vector<std::string> files;
   std::vector<std::int32_t> blocks;
-  if (options.pdfa)
-    assembly.doc.set_frame(PDF_FRAME::kClaim);
+  if (options.pdfa && !ask_for_pdfa(assembly.doc, options.output, !options.encryption.algorithm.empty()))
+    return kExitFailed;
   for (std::size_t i = 0; i < options.inputs.size(); ++i) {
     const FileRanges input = parse_file_ranges(options.inputs[i]);
     files.push_back(input.file);
@@ -94,7 +99,8 @@ int run_merge(MergeOptions options) {
     blocks.push_back(done);
     if (done != wanted)
       complain(input.file, std::to_string(wanted - done) + " pages could not be read and were left out");
-    complain_about_losses(*assembly.merge, static_cast<std::int32_t>(i), input.file);
+    complain_about_losses(*assembly.merge, static_cast<std::int32_t>(i), input.file,
+                          !options.encryption.algorithm.empty());
     if (done != wanted || assembly.has_unreadable() || source.status() != PDF_OPEN::kClean)
       code = kExitProblems;
     progress.show(static_cast<std::int64_t>(i) + 1);
@@ -105,7 +111,7 @@ int run_merge(MergeOptions options) {
   }
   if (options.collate > 0)
     assembly.order = collated(blocks, options.collate);
-  if (!assembly.write(options.output))
+  if (!assembly.write(options.output, options.encryption))
     return kExitFailed;
   if (complain_of_metadata(assembly.doc, options.output))
     code = kExitProblems;
@@ -123,7 +129,7 @@ PDF_MERGE_FILES files_of_part(const SplitOptions& options, int part) {
 
 int run_split(const SplitOptions& options) {
   CPDFDoc source;
-  if (!open_document(source, options.file, options.password))
+  if (!check_encryption(options.encryption) || !open_document(source, options.file, options.password))
     return kExitFailed;
   const int parts = (source.page_count() + options.every - 1) / options.every;
   if (options.pattern == "-" && parts > 1) {
@@ -145,12 +151,12 @@ int run_split(const SplitOptions& options) {
     if (assembly.merge->append(source, pages.data(), wanted, nullptr) != wanted || assembly.has_unreadable())
       code = kExitProblems;
     if (part == 0)
-      complain_about_losses(*assembly.merge, 0, options.file);
+      complain_about_losses(*assembly.merge, 0, options.file, !options.encryption.algorithm.empty());
     if (options.dry_run) {
       std::fputs(shown_lines(merge_table(*assembly.merge, {name})).c_str(), stdout);
       continue;
     }
-    if (!assembly.write(name))
+    if (!assembly.write(name, options.encryption))
       return kExitFailed;
   }
   if (!options.dry_run)
@@ -176,6 +182,7 @@ const Registration kMerge("merge", "Make", "Pages of several documents in one", 
   command.add_option("--collate", options->collate, "So many pages of each input in turn; 1: one after the other")
       ->check(Range{1, 1000000});
   add_pdfa(command, options->pdfa);
+  add_encryption(command, options->encryption);
   return [options] { return run_merge(*options); };
 });
 
@@ -190,6 +197,7 @@ const Registration kSplit("split", "Make", "One document into several", [](Comma
                   "Files embedded in each part: all or none, instead of those that its pages refer to")
       ->check(IsMember({"all", "none"}));
   command.add_flag("--dry-run", options->dry_run, "Say what becomes of everything, and write nothing");
+  add_encryption(command, options->encryption);
   return [options] { return run_split(*options); };
 });
 

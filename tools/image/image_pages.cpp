@@ -7,8 +7,6 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
-#include <fstream>
-#include <iterator>
 
 #include "image/bitmap_file.h"
 #include "image/image_probe.h"
@@ -50,12 +48,6 @@ struct Unit {
 };
 
 constexpr Unit kUnits[] = {{"", 1}, {"pt", 1}, {"mm", 72 / 25.4}, {"cm", 72 / 2.54}, {"in", 72}};
-
-bool read_whole(const std::string& path, std::string& bytes) {
-  std::ifstream in(path, std::ios::binary);
-  bytes.assign(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-  return in.is_open() && !in.bad();
-}
 
 // Changes an item of an image that was just made, if it was.
 template <class Set>
@@ -285,12 +277,8 @@ bool append_image_pages(CPDFDoc& doc, const ImagePageOptions& options) {
   for (const std::string& file : options.files) {
     std::string path;
     std::string bytes;
-    if (!input_path(file, path))
+    if (!input_path(file, path) || !read_input(file, bytes))
       return false;
-    if (!read_whole(path, bytes)) {
-      complain(input_name(file), "cannot be opened; check the path and its permissions. Nothing was written");
-      return false;
-    }
     ImageFacts facts = probe_image(bytes);
     PageImage image;
     image.ref = add_image(table, path, bytes, facts);

@@ -17,8 +17,4 @@ void write_exact_dictionary(JsonWriter& json, const CPDFDictionary& dict, JsonFo
 /// Reads a value back. False, with what was not understood in `trouble`.
 bool read_exact(const JsonValue& json, JsonForm form, CPDFObj& value, std::string& trouble);
 
-/// Bytes in base 64 (RFC 4648), and back; false when the text is none.
-std::string base64_text(const unsigned char* bytes, std::size_t size);
-bool read_base64(std::string_view text, std::string& bytes);
-
 }  // namespace sheaf::tool

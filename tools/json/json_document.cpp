@@ -6,6 +6,7 @@
 #include "sheaf/base/heap.h"
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/document/paths/object_path.h"
+#include "support/base64.h"
 #include "support/json_values.h"
 #include "support/progress.h"
 #include "support/safe_names.h"

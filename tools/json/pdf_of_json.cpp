@@ -5,6 +5,7 @@
 
 #include "json/json_document.h"
 #include "sheaf/base/scope_guard.h"
+#include "support/base64.h"
 #include "support/inputs.h"
 #include "support/json_file.h"
 #include "support/tool_support.h"

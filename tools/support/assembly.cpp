@@ -17,6 +17,22 @@ Assembly::Assembly() {
 }
 
 bool Assembly::write(const std::string& path, CPDFDoc* protection) {
+  return write_by(path, [this, protection](CQVStream& out) { return save_whole_as(doc, out, protection); });
+}
+
+bool Assembly::write(const std::string& path, const EncryptionOptions& encryption) {
+  if (encryption.algorithm.empty())
+    return write(path, nullptr);
+  CPDFXRefTable target;
+  CPDFStandardEncrypt enc;
+  return start_encryption(encryption, target.id, path, enc) && write_by(path, [&](CQVStream& out) {
+           target.stream = &out;
+           doc.save_complete(target, &enc);
+           return target.write_failed == 0 && target.xref_items != nullptr;
+         });
+}
+
+bool Assembly::write_by(const std::string& path, const std::function<bool(CQVStream& out)>& save) {
   SafeOutput output;
   PDF_ARRANGE_REPORT arranged;
   const bool complete =
@@ -29,7 +45,7 @@ bool Assembly::write(const std::string& path, CPDFDoc* protection) {
   }
   if (!output.open(path))
     return false;
-  if (!save_whole_as(doc, output.stream(), protection)) {
+  if (!save(output.stream())) {
     complain(path, "could not be written to its end; is the disk full? Nothing was changed");
     return false;
   }

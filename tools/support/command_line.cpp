@@ -112,6 +112,13 @@ Option* Command::add_flag(const std::string& name, bool& value, const std::strin
   return &options_.emplace_back(*app_.add_flag(name, value, what));
 }
 
+Option* Command::add_size(const std::string& name, std::uint64_t& value, const Range<std::uint64_t>& range,
+                          const std::string& what) {
+  CLI::Option* const option = app_.add_option(name, value, what);
+  option->transform(CLI::AsSizeValue(false))->check(CLI::Range(range.least, range.most));
+  return &options_.emplace_back(*option);
+}
+
 Option* Command::add_words(const std::string& name, const std::vector<std::string>& words,
                            const std::function<void(std::size_t)>& choose, const std::string& what) {
   const auto take = [words, choose](const std::string& word) {
@@ -125,11 +132,13 @@ Option* Command::add_words(const std::string& name, const std::vector<std::strin
   return &options_.emplace_back(*option);
 }
 
-void add_commands(CLI::App& app, int& code) {
+void add_commands(CLI::App& app, const std::string& chosen, int& code) {
   std::vector<Entry>& all = entries();
   std::sort(all.begin(), all.end(), [](const Entry& a, const Entry& b) { return std::strcmp(a.name, b.name) < 0; });
   for (const Entry& entry : all) {
     CLI::App* const described = app.add_subcommand(entry.name, entry.what)->group(entry.group);
+    if (chosen != entry.name)
+      continue;
     Command command(*described);
     const Run run = entry.describe(command);
     add_manner(command);

@@ -4,6 +4,7 @@
 // compile.
 #pragma once
 
+#include <cstdint>
 #include <deque>
 #include <functional>
 #include <initializer_list>
@@ -86,6 +87,10 @@ public:
         name, words, [&value, values](std::size_t index) { value = values[index]; }, what);
   }
 
+  /// A count of bytes, with a unit such as 64MiB where one is given.
+  Option* add_size(const std::string& name, std::uint64_t& value, const Range<std::uint64_t>& range,
+                   const std::string& what);
+
 private:
   Option* add_words(const std::string& name, const std::vector<std::string>& words,
                     const std::function<void(std::size_t)>& choose, const std::string& what);
@@ -108,8 +113,9 @@ public:
   Registration(const char* name, const char* group, const char* what, Describe describe);
 };
 
-/// Adds all commands that registered, by name. `code` gets the exit code of the one that runs.
-void add_commands(CLI::App& app, int& code);
+/// Adds all commands that registered, by name. Only the one called `chosen` is described, since describing all of them
+/// would take longer than reading a document does. `code` gets the exit code of the one that runs.
+void add_commands(CLI::App& app, const std::string& chosen, int& code);
 
 /// The FILE that most commands read.
 void add_file(Command& command, std::string& file);

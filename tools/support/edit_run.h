@@ -11,6 +11,8 @@
 
 namespace sheaf::tool {
 
+class Command;
+
 /// Where a change goes.
 struct EditTarget {
   std::string file;

@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <string>
 
+#include "sheaf/neighbours/security/encrypter.h"
+
 namespace sheaf::tool {
 
 class Command;
@@ -21,7 +23,11 @@ struct EncryptionOptions {
 Option* add_encryption(Command& command, EncryptionOptions& encryption);
 /// Whether what is asked for would protect as it says. False, with a message, when not.
 bool check_encryption(const EncryptionOptions& encryption);
-/// The bits of "P" (ISO 32000-2, table 22) of options that were checked.
-std::uint32_t permission_bits(const EncryptionOptions& encryption);
+/// Makes the encryption of a new file from options that were checked and ask for one. `id` is the file's
+/// identifier, which is made where it is null. False, with a message that names `output`, when that fails.
+bool start_encryption(const EncryptionOptions& encryption, CPDFObj& id, const std::string& output,
+                      CPDFStandardEncrypt& enc);
+/// Makes `digest`, of 16 bytes, both halves of a file's identifier.
+void set_identifier(CPDFObj& id, const unsigned char* digest);
 
 }  // namespace sheaf::tool

@@ -12,6 +12,7 @@
 #include <utility>
 #include <vector>
 
+#include "sheaf/base/stream.h"
 #include "support/messages.h"
 #include "support/unnamed_file.h"
 
@@ -100,13 +101,22 @@ bool read_input(const std::string& file, std::string& bytes) {
   std::string path;
   if (!input_path(file, path))
     return false;
-  std::ifstream in(path, std::ios::binary);
-  if (!in) {
+  CQVStreamFile stream;
+  stream.Open(path.c_str());
+  if (stream.file == nullptr) {
     complain(input_name(file), "cannot be opened; check the path and its permissions");
     return false;
   }
-  bytes.assign(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-  return true;
+  bytes.clear();
+  char block[1 << 16];
+  for (unsigned got = 1; got != 0;) {
+    got = stream.Read(block, sizeof(block));
+    bytes.append(block, got);
+  }
+  if (std::ferror(stream.file) == 0)
+    return true;
+  complain(input_name(file), std::string("could not be read to its end: ") + std::strerror(errno));
+  return false;
 }
 
 }  // namespace sheaf::tool

@@ -15,12 +15,11 @@
 #include <cstdint>
 
 #include "sheaf/base/grow_array.h"
-#include "sheaf/base/number_map.h"
-#include "sheaf/base/scope_guard.h"
 #include "sheaf/base/stream.h"
 #include "sheaf/base/stream_blocks.h"
 #include "sheaf/base/stream_update.h"
 #include "sheaf/document/metadata/doc_metadata.h"
+#include "sheaf/document/pages/page_list.h"
 #include "sheaf/document/save/doc_saver.h"
 #include "sheaf/document/save/save_kinds.h"
 #include "sheaf/neighbours/page/page.h"
@@ -72,6 +71,10 @@ public:
   bool open(CQVStream* stream);
   /// Opens a file for reading and writing, so that `save_update` can go behind its end.
   bool open_for_update(const char* path);
+  /// Goes on with a document of `open(path)` as if it had been opened by `open_for_update`: what was changed waits
+  /// for `save_update`. False, and the document stays as it was, when the file cannot be written or is no longer the
+  /// one that was opened. True without effect where the document can be saved already.
+  bool begin_update(const char* path);
   /// Starts a new document on an empty stream that the caller keeps open until `close`.
   bool create(CQVStream* stream);
   /// Releases everything; harmless twice.
@@ -106,7 +109,7 @@ public:
   /// is walked after all.
   bool list_pages_as_told();
   /// Whether the list is still as the nodes tell.
-  bool has_pages_as_told() const { return believed_; }
+  bool has_pages_as_told() const { return pages_.is_as_told(); }
   /// Reads page `index` with what it inherits. False when there is none.
   bool load_page(int index, CPDFPage& page);
   /// The same without resources that stand directly in a node above: `page.inherited` names the node,
@@ -115,23 +118,25 @@ public:
   /// Whether `page` has no resources of its own, but a node above it holds some directly.
   bool inherits_direct_resources(const CPDFPage& page);
   /// The resources that stand directly in the node `holder`, as PDF_INHERITED names it. Null for none.
-  void read_direct_resources(CPDFObj& resources, std::int32_t holder);
+  void read_direct_resources(CPDFObj& resources, std::int32_t holder) {
+    pages_.nodes.read_direct_resources(resources, holder);
+  }
   /// Whether a value is absent: no item, a null, or a reference to nothing.
-  bool is_absent(const CPDFObj* item);
+  bool is_absent(const CPDFObj* item) { return pages_.nodes.is_absent(item); }
   /// A page that is listed more often than this, all copies of all pages counted, is listed as the
   /// object that it is: a copy each would take memory out of all proportion to the file.
   static constexpr std::int32_t kMostPageCopies = 1 << 14;
 
   /// Puts a page object of this document in front of page `index`, or behind the last page. The page
   /// tree follows with the next save. False when there is no such place, or when `page` is no page.
-  bool insert_page(int index, const PDF_REF& page);
+  bool insert_page(int index, const PDF_REF& page) { return pages_.insert(index, page); }
   /// Takes page `index` off the list; its object stays.
-  bool remove_page(int index);
+  bool remove_page(int index) { return pages_.remove(index); }
   /// Moves page `from` so that it becomes page `to`.
-  bool move_page(int from, int to);
+  bool move_page(int from, int to) { return pages_.move(from, to); }
   /// Writes the page tree anew when pages were edited; saves do so themselves. False when there is no
   /// memory or no catalogue that can be changed.
-  bool store_page_tree();
+  bool store_page_tree() { return pages_.store_tree(); }
 
   /// Gives new stream data a temporary file without a name in `folder` (null: TMPDIR, else /tmp),
   /// which goes with the document or the process. Without one they stay in memory. A document that
@@ -172,6 +177,14 @@ public:
   /// Writes a complete new file to `target.stream`. A catalogue or document information that stands
   /// directly in the trailer becomes an object first, so that what it refers to is kept.
   void save_complete(CPDFXRefTable& target, CPDFEncrypt* enc) { saver_.save_complete(target, enc); }
+  /// Brings into memory what a complete new file needs that the document does not have yet: the page
+  /// tree after edits, what the fonts collected, metadata in step with the document information, objects
+  /// for what stands directly in the trailer; streams lose crypt filters that `enc` (null: no encryption)
+  /// does not have. `id` gets a new identifier where it is null. False when there is no memory.
+  bool prepare_complete(CPDFObj& id, const CPDFEncrypt* enc) { return saver_.prepare_complete(id, enc); }
+  /// Writes the page tree anew, in branches of equal size: each page then has all that it inherited from
+  /// above itself, and is listed once. The change waits for a save. False as for `store_page_tree`.
+  bool rebuild_page_tree() { return pages_.rebuild_tree(); }
   /// Cuts the file opened for update to `size` bytes, counted from its first one. False, and nothing is
   /// done, when that is in front of the end of what was opened or sealed, or behind the file's end.
   bool truncate_to(long long size) { return saver_.truncate_to(size); }
@@ -197,17 +210,6 @@ public:
   const sheaf::GrowArray<PDF_DOC_REPAIR>& repairs();
 
 private:
-  struct PageEntry {
-    PDF_REF ref;
-    std::int32_t node;  // index into nodes_, -1 for none
-  };
-  struct Attempt {
-    bool usable = false;   // a catalogue with a page tree
-    bool trusted = false;  // and every object met on the way to the first page stood at its entry's place
-    bool has_pages = false;
-    bool has_no_pages = false;  // the tree itself says so
-  };
-
   // open/
   friend class sheaf::DocumentOpener;
   friend class sheaf::ObjectRescue;
@@ -215,31 +217,6 @@ private:
   void reset_table();
   bool waits_for_password() const { return is_encrypted() && !is_readable(); }
   void add_repair(const char* code, std::int32_t num, std::uint32_t offset, const char* action);
-
-  // page_tree.cpp
-  bool look_at_tree(Attempt& attempt);
-  bool reaches_a_page(Attempt& attempt, CPDFObj& kids);
-  bool is_leaf(const CPDFDictionary& dict, CPDFObj& kids);
-  void list_pages(bool believing);
-  bool walk_pages(bool believing);
-  bool take_direct_kid(CPDFObj& kid, const PDF_REF& node);
-  void store_kids(const PDF_REF& node, const CPDFObj& kids);
-  bool counts_kids_as_pages(const CPDFDictionary& node, const CPDFArray& kids);
-  bool is_page(const CPDFDictionary& dict);
-  bool misses_pages();
-  void ensure_pages();
-  int count_by_nodes();
-  void take_inherited(const CPDFDictionary& dict, PDF_INHERITED& values);
-
-  void forget_resources();
-  std::int32_t add_node(const CPDFDictionary& dict, const PDF_REF& ref, std::int32_t parent);
-  std::int32_t node_above(const CPDFDictionary& page);
-
-  // page_edit.cpp
-  int edit_pages();
-  bool detach_page(int index, bool listed_before);
-  PDF_REF share_direct_resources(std::int32_t holder);
-  void keep_resources_of(std::int32_t top);
 
   CPDFXRefTable table_;
   CPDFStandardSecHand handler_;
@@ -251,21 +228,10 @@ private:
   PDF_OPEN status_ = PDF_OPEN::kClosed;
   bool linearized_ = false;
   bool authorised_ = false;
-  bool pages_changed_ = false;
-  bool pages_incomplete_ = false;  // there was no memory for all of them
   char version_[8]{};
   long long file_size_ = 0;
   long long header_offset_ = 0;
-  bool walked_ = false;
-  bool believed_ = false;  // the list is what the nodes tell
-  int quick_count_ = -1;   // by the nodes' counts; -1 unknown or contradictory
-  sheaf::GrowArray<PageEntry> pages_;
-  sheaf::GrowArray<PDF_INHERITED> nodes_;
-  sheaf::NumberMap node_by_number_;    // index into nodes_ plus one, by object number
-  sheaf::NumberMap node_of_removed_;   // the same, by the number of a page that was taken off the list
-  sheaf::NumberMap shared_resources_;  // the object with a node's direct resources, by the node's number
-  sheaf::Freed<CPDFObj> direct_resources_;
-  std::int32_t resources_from_ = 0;  // the node that holds them
+  sheaf::PageList pages_{table_};
   sheaf::GrowArray<PDF_DOC_REPAIR> repairs_;
   std::uint32_t table_repairs_told_ = 0;
 

@@ -109,7 +109,8 @@ struct PDF_OBJSTM {
   /// In place of `objs`: behind `count` + 1 words, numbers of objects that the objects refer to. Word
   /// i says where those of object i begin, word i + 1 where they end.
   std::int32_t* refs;
-  std::int32_t decoded;  ///< Bytes that the stream decoded to.
+  std::int32_t decoded;    ///< Bytes that the stream decoded to.
+  std::int32_t early_end;  ///< A CPDFEarlyEnd: whether the stream was decoded to its end.
 };
 
 /// Stream data held in memory for one object.

@@ -8,6 +8,7 @@
 
 #include "sheaf/base/heap_watch.h"
 #include "sheaf/base/scope_guard.h"
+#include "sheaf/base/temporary_file.h"
 #include "sheaf/document/doc.h"
 #include "sheaf/document/names/name_tree.h"
 #include "sheaf/object/array.h"
@@ -24,6 +25,20 @@ bool CPDFDoc::open_for_update(const char* path) {
   return open_stream();
 }
 
+bool CPDFDoc::begin_update(const char* path) {
+  if (stream_ != &blocks_)
+    return stream_ != nullptr;
+  if (!file_.OpenForUpdate(path) || !blocks_.reads_same_file(file_)) {
+    file_.Close();
+    return false;
+  }
+  // Records that were handed out go on reading through the old stream, which stays open.
+  file_.base_offset = blocks_.base_offset;
+  file_.has_unclosed_strings = blocks_.has_unclosed_strings;
+  stream_ = table_.stream = &file_;
+  return true;
+}
+
 bool CPDFDoc::create(CQVStream* stream) {
   close();
   stream_ = stream;
@@ -35,44 +50,12 @@ bool CPDFDoc::create(CQVStream* stream) {
   return watch.all_granted() && table_.write_failed == 0;
 }
 
-namespace {
-
-// A file without a name, readable by its owner only: what is to be encrypted waits in it in clear, and no end of the
-// process leaves it behind. `name` is a pattern for file systems where a file must have a name at first.
-int make_unnamed(const char* folder, char* name) {
-#ifdef O_TMPFILE
-  const int handle = open(folder, O_TMPFILE | O_EXCL | O_RDWR | O_CLOEXEC, 0600);
-  if (handle >= 0)
-    return handle;
-#endif
-  const int named = mkostemp(name, O_CLOEXEC);
-  if (named >= 0)
-    unlink(name);
-  return named;
-}
-
-}  // namespace
-
 bool CPDFDoc::use_temp_file(const char* folder) {
   if (table_.temp_stream.file != nullptr)
     return true;  // there are records that lie in it
-  const char* const base = folder != nullptr ? folder : std::getenv("TMPDIR");
-  const char* const where = base != nullptr && *base != 0 ? base : "/tmp";
-  constexpr char kName[] = "/sheaf-XXXXXX";
-  const std::size_t len = std::strlen(where);
-  auto* path = static_cast<char*>(QVAlloc(len + sizeof(kName)));
-  if (path == nullptr)
+  std::FILE* const file = open_unnamed_file(folder);
+  if (file == nullptr)
     return false;
-  std::memcpy(path, where, len);
-  std::memcpy(path + len, kName, sizeof(kName));
-  const int handle = make_unnamed(where, path);
-  QVFree(path);
-  std::FILE* const file = handle >= 0 ? fdopen(handle, "w+b") : nullptr;
-  if (file == nullptr) {
-    if (handle >= 0)
-      ::close(handle);
-    return false;
-  }
   table_.temp_stream.file = file;
   return true;
 }

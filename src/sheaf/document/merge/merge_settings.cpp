@@ -11,6 +11,7 @@ namespace sheaf {
 namespace {
 
 constexpr const char* kIntents = "OutputIntents";
+constexpr const char* kOpening = "OpenAction";
 
 struct Setting {
   const char* key;
@@ -22,7 +23,7 @@ constexpr Setting kSettings[] = {{"Metadata", "metadata"},
                                  {"ViewerPreferences", "viewer preferences"},
                                  {"PageMode", "page mode"},
                                  {"PageLayout", "page layout"},
-                                 {"OpenAction", "opening action"},
+                                 {kOpening, "opening action"},
                                  {"AA", "document actions"},
                                  {"URI", "base address"},
                                  {"Extensions", "extensions"},
@@ -51,7 +52,7 @@ void find_identifier(CPDFXRefTable& table, const CPDFArray& list, CPDFObj& ident
 
 }  // namespace
 
-void MergeSettings::take(MergeSource& source) {
+void MergeSettings::take(MergeSource& source, SourceDestinations& destinations) {
   note_what_ends(source);
   take_intents(source);
   if (!target_.takes_settings()) {
@@ -64,12 +65,20 @@ void MergeSettings::take(MergeSource& source) {
     return;
   }
   take_information(source);
+  take_entries(source, destinations);
+}
+
+void MergeSettings::take_entries(MergeSource& source, SourceDestinations& destinations) {
   Cleared<CPDFDictionary> holder;
   for (const Setting& setting : kSettings) {
     Freed<CPDFObj> value;
     value.copy_from(source.entry(setting.key));
     if (value.is_null())
       continue;
+    if (std::strcmp(setting.key, kOpening) == 0 && !destinations.opens_page_that_comes(value)) {
+      target_.note(PDF_MERGE_FATE::kDropped, setting.entry);
+      continue;
+    }
     if (source.import(value)) {
       holder.move_item(setting.key, value);
       target_.note(PDF_MERGE_FATE::kKept, setting.entry);

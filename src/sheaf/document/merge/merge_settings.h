@@ -5,6 +5,7 @@
 #pragma once
 
 #include "sheaf/document/merge/merge_source.h"
+#include "sheaf/document/merge/source_destinations.h"
 
 namespace sheaf {
 
@@ -15,10 +16,11 @@ public:
   MergeSettings& operator=(const MergeSettings&) = delete;
 
   /// To be called behind the pages and the embedded files of a source.
-  void take(MergeSource& source);
+  void take(MergeSource& source, SourceDestinations& destinations);
   void put(CPDFDictionary& catalog);
 
 private:
+  void take_entries(MergeSource& source, SourceDestinations& destinations);
   void take_information(MergeSource& source);
   void take_associated_files(MergeSource& source, CPDFDictionary& holder);
   void take_intents(MergeSource& source);

@@ -40,18 +40,11 @@ void CPDFDoc::close() {
   stream_ = nullptr;
   file_.Close();
   blocks_.Close();
-  forget_resources();
   pages_.reset();
-  nodes_.reset();
-  node_by_number_.reset();
-  node_of_removed_.reset();
-  shared_resources_.reset();
   repairs_.reset();
-  walked_ = believed_ = false;
-  quick_count_ = -1;
   table_repairs_told_ = 0;
   status_ = PDF_OPEN::kClosed;
-  linearized_ = authorised_ = pages_changed_ = false;
+  linearized_ = authorised_ = false;
   version_[0] = 0;
   file_size_ = header_offset_ = 0;
 }

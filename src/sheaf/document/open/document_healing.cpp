@@ -27,14 +27,12 @@ bool DocumentOpener::try_deep_recovery() {
   Attempt attempt = examine();
   if (!attempt.has_pages && recovery.found_pages()) {
     recovery.make_page_tree();
-    Attempt again;
-    again.usable = doc_.look_at_tree(again);
-    attempt = again;
+    attempt = look_at_tree();
     add_repair("pages", 0, 0, "the page tree is lost; a new one lists the pages in the order of the file");
   }
   if (!attempt.usable)
     return false;
-  doc_.ensure_pages();  // counts that the nodes tell are not believed here
+  doc_.pages_.ensure();  // counts that the nodes tell are not believed here
   add_repair("scan", 0, 0, "objects, object streams and the catalogue were found by scanning");
   return true;
 }
@@ -47,15 +45,15 @@ bool DocumentOpener::heal() {
   if (found != nullptr && found->has_object_streams() && try_deep_recovery())
     return finish(PDF_OPEN::kRecovered);
   const bool rebuilt = try_rebuild();
-  if (rebuilt && !doc_.misses_pages())
+  if (rebuilt && (doc_.waits_for_password() || !doc_.pages_.misses_pages()))
     return finish(PDF_OPEN::kRebuilt);
-  const int pages = static_cast<int>(doc_.pages_.size());
+  const int pages = doc_.pages_.listed();
   const std::size_t told = doc_.repairs_.size();
   if (try_deep_recovery()) {
     if (!rebuilt)
       return finish(PDF_OPEN::kRecovered);
-    doc_.ensure_pages();
-    if (static_cast<int>(doc_.pages_.size()) > pages)
+    doc_.pages_.ensure();
+    if (doc_.pages_.listed() > pages)
       return finish(PDF_OPEN::kRecovered);
   }
   while (doc_.repairs_.size() > told && rebuilt)

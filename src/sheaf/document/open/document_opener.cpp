@@ -1,6 +1,7 @@
 // The ways that believe a file's own cross-reference sections, and the order in which all are tried.
 #include "sheaf/document/open/document_opener_internal.h"
 
+#include <algorithm>
 #include <new>
 
 #include "sheaf/base/heap_watch.h"
@@ -37,8 +38,16 @@ bool DocumentOpener::authorise() {
   return doc_.authorised_;
 }
 
+DocumentOpener::Attempt DocumentOpener::look_at_tree() {
+  PageTreeLook look;
+  doc_.pages_.look_at_tree(look);
+  const bool in_place = std::all_of(look.met.begin(), look.met.end(),
+                                    [this](const PDF_REF& ref) { return header_stands_at(table_, ref); });
+  return {look.is_tree, look.is_tree && in_place, look.has_pages, look.has_no_pages};
+}
+
 // Looks at what the table leads to. The root may be in an older section.
-CPDFDoc::Attempt DocumentOpener::examine() {
+DocumentOpener::Attempt DocumentOpener::examine() {
   Attempt attempt;
   while (table_.root.is_null() && table_.pending_count > 0)
     table_.pop_pending();
@@ -49,7 +58,7 @@ CPDFDoc::Attempt DocumentOpener::examine() {
     attempt.usable = attempt.trusted = true;
     return attempt;
   }
-  attempt.usable = doc_.look_at_tree(attempt);
+  attempt = look_at_tree();
   attempt.trusted = attempt.trusted && attempt.usable && (attempt.has_no_pages || attempt.has_pages);
   return attempt;
 }

@@ -34,7 +34,12 @@ public:
   }
 
 private:
-  using Attempt = CPDFDoc::Attempt;
+  struct Attempt {
+    bool usable = false;   // a catalogue with a page tree
+    bool trusted = false;  // and every object met on the way to the first page stood at its entry's place
+    bool has_pages = false;
+    bool has_no_pages = false;  // the tree itself says so
+  };
 
   // document_opener.cpp
   void begin_at(long long base);
@@ -43,6 +48,7 @@ private:
   bool try_sections();
   bool try_section_before(const SectionMark& mark);
   Attempt examine();
+  Attempt look_at_tree();
   bool finish(PDF_OPEN status);
   std::uint32_t adjust_section_offset(std::uint32_t offset);
 

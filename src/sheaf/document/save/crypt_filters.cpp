@@ -37,11 +37,33 @@ void drop_first(CPDFDictionary& dict, const char* key) {
     dict.set_item(key, nullptr);
 }
 
+// Whether the name of the stream's crypt filter is only implied.
+bool names_no_filter(const CPDFDictionary& dict) {
+  const CPDFObj* const parms = dict.get_item("DecodeParms");
+  return parms == nullptr || parms->is_null();
+}
+
+// Some readers take a crypt filter without parameters for that of all streams, so that it says its name.
+void name_identity(CPDFDictionary& dict) {
+  Cleared<CPDFDictionary> own;
+  own.set_item_name("Type", "CryptFilterDecodeParms");
+  own.set_item_name("Name", "Identity");
+  const CPDFArray* const filters = dict.get_item(CPDFDictionary::sm_tag_filter)->as_array();
+  if (filters == nullptr)
+    return dict.set_item_dict("DecodeParms", &own);
+  Cleared<CPDFArray> all;
+  all.append_dict(&own);
+  const CPDFObj none{};
+  for (std::int32_t i = 1; i < filters->count; ++i)
+    all.append(&none);
+  dict.set_item_arr("DecodeParms", &all);
+}
+
 }  // namespace
 
 // Data under a filter that is not there could not be read, and data left in clear under one that is
 // there neither: without the name they are treated as all streams are.
-void drop_unknown_crypt_filters(CPDFDoc& doc, const CPDFEncrypt* enc) {
+void fit_crypt_filters(CPDFDoc& doc, const CPDFEncrypt* enc) {
   CPDFXRefTable& table = doc.table();
   Freed<CPDFObj> obj;
   for (std::uint32_t num = 1; num < table.xref_count; ++num) {
@@ -52,14 +74,21 @@ void drop_unknown_crypt_filters(CPDFDoc& doc, const CPDFEncrypt* enc) {
     table.get_stored(obj, ref);
     CPDFStreamRec* const rec = obj.as_stream();
     const char* const name = rec != nullptr ? named_crypt_filter(rec->dict) : nullptr;
-    if (name == nullptr || knows_filter(enc, name))
+    if (name == nullptr)
+      continue;
+    const bool stays = knows_filter(enc, name);
+    if (stays && !names_no_filter(rec->dict))
       continue;
     int len = 0;
     unsigned char* const data = table.load_raw_data(rec, len);
     if (data == nullptr)
       continue;
-    drop_first(rec->dict, CPDFDictionary::sm_tag_filter);
-    drop_first(rec->dict, "DecodeParms");
+    if (stays) {
+      name_identity(rec->dict);
+    } else {
+      drop_first(rec->dict, CPDFDictionary::sm_tag_filter);
+      drop_first(rec->dict, "DecodeParms");
+    }
     table.write_stream_autofree(ref, rec, data, static_cast<unsigned>(len));
     table.store_object(ref, obj);
   }

@@ -136,7 +136,7 @@ bool DocSaver::truncate_to(long long size) {
   return true;
 }
 
-void DocSaver::save_complete(CPDFXRefTable& target, CPDFEncrypt* enc) {
+bool DocSaver::prepare_complete(CPDFObj& id, const CPDFEncrypt* enc) {
   const HeapWatch watch;
   CPDFXRefTable& table = doc_.table();
   doc_.read_all_sections();
@@ -146,13 +146,20 @@ void DocSaver::save_complete(CPDFXRefTable& target, CPDFEncrypt* enc) {
   table.font_cache.embed_flush();
   metadata_.store_frame();
   metadata_.store_packet();
-  free_members_of_lost_streams(table);
   if (enc != nullptr || doc_.is_encrypted())
-    drop_unknown_crypt_filters(doc_, enc);
-  if (target.id.is_null())
-    renew_identifier(table, target.id);
+    fit_crypt_filters(doc_, enc);
+  if (id.is_null())
+    renew_identifier(table, id);
+  return watch.all_granted() && table.entries_lost == 0;
+}
+
+void DocSaver::save_complete(CPDFXRefTable& target, CPDFEncrypt* enc) {
+  const HeapWatch watch;
+  CPDFXRefTable& table = doc_.table();
+  const bool prepared = prepare_complete(target.id, enc);
+  free_members_of_lost_streams(table);
   table.save_as(target, enc);
-  if (!watch.all_granted() || table.entries_lost != 0)
+  if (!prepared || !watch.all_granted() || table.entries_lost != 0)
     target.write_failed = 1;
 }
 

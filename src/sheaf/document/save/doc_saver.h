@@ -34,6 +34,7 @@ public:
   long long sound_end() const;
   bool undo_failed_save();
   bool truncate_to(long long size);
+  bool prepare_complete(CPDFObj& id, const CPDFEncrypt* enc);
   void save_complete(CPDFXRefTable& target, CPDFEncrypt* enc);
   /// The document is about to be closed: plain sections become one, and what is known of saves goes.
   void finish();

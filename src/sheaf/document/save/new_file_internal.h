@@ -9,7 +9,7 @@ namespace sheaf {
 /// Makes objects of the members of object streams that a new file cannot have.
 void free_members_of_lost_streams(CPDFXRefTable& table);
 
-/// Takes the names of crypt filters off streams where `enc`, null for none, has no such filter.
-void drop_unknown_crypt_filters(CPDFDoc& doc, const CPDFEncrypt* enc);
+/// Takes crypt filters off streams where `enc`, null for none, has no such filter, and names the others.
+void fit_crypt_filters(CPDFDoc& doc, const CPDFEncrypt* enc);
 
 }  // namespace sheaf

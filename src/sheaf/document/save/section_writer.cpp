@@ -85,51 +85,42 @@ bool SectionWriter::has_sound_sections() {
 
 // Where the chain of old sections cannot be trusted, other readers must not have to follow it: the
 // update then lists every object itself. Those that stay where they are become entries of the
-// update at their true places, and those in object streams, which an update section cannot list,
-// become objects of the update.
+// update at their true places. Those in object streams, which an update section cannot list, and
+// those whose end other readers would not find become objects of the update.
 void SectionWriter::detach_from_old_sections() {
   doc_.read_all_sections();
   if (table_.sections_lost != 0 && table_.finder != nullptr)
     table_.finder->enter_missing();  // the next reader will look for nothing behind this section
   Freed<CPDFObj> obj;
-  std::uint32_t last = 0;
   for (std::uint32_t num = 1; num < table_.xref_count; ++num) {
     const PDF_XREF before = table_.xref_items[num];
-    const PDF_REF ref{static_cast<std::int32_t>(num), 0};
-    if (before.is_in_file() && (last == 0 || before.offset > table_.xref_items[last].offset))
-      last = num;
-    if (!before.is_listed() && !before.is_compressed())
+    if (!before.is_in_file() && !before.is_compressed())
       continue;
-    table_.get_stored(obj, ref);
-    if (before.is_compressed() && !obj.is_null())
-      table_.store_object(ref, obj);
+    table_.get_stored(obj, {static_cast<std::int32_t>(num), 0});
     PDF_XREF& entry = table_.xref_items[num];
     if (entry.is_listed())
       entry = PDF_XREF::found_at(entry.offset);
+    if (!obj.is_null() && (before.is_compressed() || !ends_well(num, obj)))
+      table_.store_object(doc_.reference_to(static_cast<std::int32_t>(num)), obj);
   }
   table_.last_xref_offset = 0;
-  store_last_object(last);
 }
 
-// The last object of a file that was cut short may have no end: what the update puts behind it would be
-// taken for a part of it. It goes into the update as it was read.
-void SectionWriter::store_last_object(std::uint32_t num) {
+// Whether the keyword follows that ends the object. In a damaged file it may not, and what stands behind
+// the object, the update in the end, would be taken for a part of it.
+bool SectionWriter::ends_well(std::uint32_t num, const CPDFObj& stored) {
   constexpr char kEnd[] = "endobj";
   constexpr unsigned kEndSize = sizeof(kEnd) - 1;
-  if (num == 0)
-    return;
+  if (const CPDFStreamRec* const rec = stored.as_stream())
+    return rec->length == 0 || rec->source != table_.stream;  // else "Length" is not what was found
   table_.stream->SetPos(CQVStream::STR_SEEK_SET, table_.xref_items[num].offset);
   CPDFBufBase buf;
   buf.buf_init(table_.stream);
-  const PDF_REF ref{static_cast<std::int32_t>(num), 0};
-  PDF_DEC_PARA para{};
   Freed<CPDFObj> obj;
-  obj.read(&buf, table_.decode_para(para, ref));
+  obj.read(&buf, nullptr);
   buf.buf_need(kEndSize);
-  const bool has_end =
-      buf.buf_pos + kEndSize <= buf.buf_len && std::memcmp(buf.buf_data + buf.buf_pos, kEnd, kEndSize) == 0;
-  if (!has_end && !obj.is_null() && obj.tag != kTagStream && obj.tag != kTagNoValue)
-    table_.store_object(ref, obj);
+  return obj.tag == kTagNoValue ||
+         (buf.buf_pos + kEndSize <= buf.buf_len && std::memcmp(buf.buf_data + buf.buf_pos, kEnd, kEndSize) == 0);
 }
 
 // Readers may ignore every object at or above "Size", which follows from the last run of an update: that

@@ -19,7 +19,7 @@ public:
 private:
   bool has_sound_sections();
   void detach_from_old_sections();
-  void store_last_object(std::uint32_t num);
+  bool ends_well(std::uint32_t num, const CPDFObj& stored);
   bool reach_last_number();
 
   CPDFDoc& doc_;

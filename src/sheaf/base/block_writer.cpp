@@ -4,7 +4,7 @@
 
 #include "sheaf/base/heap.h"
 #include "sheaf/base/number_text.h"
-#include "sheaf/save/block_writer_internal.h"
+#include "sheaf/base/block_writer.h"
 
 namespace sheaf {
 

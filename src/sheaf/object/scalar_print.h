@@ -3,7 +3,7 @@
 #pragma once
 
 #include "sheaf/object/object.h"
-#include "sheaf/object/print_buffer_internal.h"
+#include "sheaf/object/print_buffer.h"
 
 namespace sheaf {
 
