@@ -39,7 +39,7 @@ std::uint32_t take_apart(const std::uint32_t* text, std::uint32_t count, std::ui
 // The shaper's advance is taken as a difference to the font's own, and that from the font object, whose widths are
 // rounded: plain text then needs no adjustments.
 void TextClusters::place(const hb_glyph_info_t& info, const hb_glyph_position_t& position, double& pen) {
-  Part part{info.codepoint, pen, 0};
+  Part part{info.codepoint, pen, 0, position.x_offset, position.y_offset};
   if (is_vertical_) {
     hb_position_t origin_x = 0;
     hb_position_t origin_y = 0;
@@ -48,11 +48,15 @@ void TextClusters::place(const hb_glyph_info_t& info, const hb_glyph_position_t&
     part.y = (position.x_offset + origin_x) * scale_;
     const hb_position_t own = shaper().font_get_glyph_v_advance(shaper_font_, info.codepoint);
     pen -= font_.vertical_metrics(info.codepoint).advance + (position.y_advance - own) * scale_;
+    part.up += along_;
+    along_ += position.y_advance;
   } else {
     part.x += position.x_offset * scale_;
     part.y = position.y_offset * scale_;
     const hb_position_t own = shaper().font_get_glyph_h_advance(shaper_font_, info.codepoint);
     pen += font_.glyph_width(info.codepoint) + (position.x_advance - own) * scale_;
+    part.left += along_;
+    along_ += position.x_advance;
   }
   parts_.push(part);
 }
@@ -64,11 +68,13 @@ bool TextClusters::take(hb_buffer_t* buffer, const std::uint32_t* text, std::uin
   const hb_glyph_position_t* const positions = shaper().buffer_get_glyph_positions(buffer, &count);
   const std::size_t first = glyphs.size();
   const bool is_tab = text[from] == '\t';
+  shaper().font_get_nominal_glyph(shaper_font_, ' ', &blank_);
   std::uint32_t behind = to;  // where the text of a cluster ends that runs from right to left
   for (unsigned i = 0; i < count;) {
     const double start = pen;
     const std::uint32_t cluster = is_tab ? from : infos[i].cluster;
     parts_.clear();
+    along_ = 0;
     for (; i < count && (is_tab || infos[i].cluster == cluster); ++i)
       place(infos[i], positions[i], pen);
     const std::uint32_t end = is_left_ ? behind : (i < count ? infos[i].cluster : to);
@@ -86,19 +92,67 @@ bool TextClusters::take(hb_buffer_t* buffer, const std::uint32_t* text, std::uin
 // Glyphs without outlines for characters that share a glyph with others: from right to left, readers that sort by place
 // would turn a text of several characters round.
 bool TextClusters::add_blanks(std::size_t count, double start, double end) {
-  hb_codepoint_t blank = 0;
-  if (!shaper().font_get_nominal_glyph(shaper_font_, ' ', &blank) || blank == 0)
+  if (blank_ == 0)
     return true;
-  const double step = (end - start) / static_cast<double>(count + parts_.size());
-  for (std::size_t i = 1; i <= count; ++i) {
-    if (!parts_.push({blank, end - step * static_cast<double>(i), 0}))
+  // Each lies with its right end where its share of the cluster begins, as far as there is room, so that no gap between
+  // two letters looks like a space.
+  const double width = font_.glyph_width(blank_);
+  const auto shares = static_cast<double>(count + 1);
+  const double step = (end - start) / shares;
+  for (std::size_t i = 0; i < count; ++i) {
+    const auto place = static_cast<double>(i);
+    const double x = std::max(end - step * place - width, start + step * (shares - 1 - place));
+    if (!parts_.push({blank_, x, 0, 0, 0}))
       return false;
   }
   return true;
 }
 
-bool TextClusters::put_cluster(const std::uint32_t* text, std::uint32_t count, double start, double end,
+// Makes one glyph of a cluster of several. False when that cannot be: the parts are then as they were.
+bool TextClusters::join(const std::uint32_t* text, std::uint32_t count, double start, double& end, std::int16_t number,
+                        GrowArray<ShapedGlyph>& glyphs) {
+  PDF_TT_PART parts[kMostParts];
+  int size = 0;
+  const Part base = parts_[0];
+  for (const Part& part : parts_) {
+    const int x = part.left - (is_vertical_ ? base.left : 0);
+    const int y = part.up - (is_vertical_ ? base.up : 0);
+    if (part.glyph == blank_ && blank_ != 0)
+      continue;  // what is not seen
+    if (size == kMostParts || part.glyph > UINT16_MAX || x != static_cast<std::int16_t>(x) ||
+        y != static_cast<std::int16_t>(y))
+      return false;
+    parts[size++] = {static_cast<std::uint16_t>(part.glyph), static_cast<std::int16_t>(x),
+                     static_cast<std::int16_t>(y)};
+  }
+  if (size == 0)
+    return false;
+  const bool is_split = is_left_ && count > 1 && blank_ != 0;
+  const std::uint32_t* const shown = is_split ? text + count - 1 : text;
+  const int width = is_vertical_ ? shaper().font_get_glyph_h_advance(shaper_font_, base.glyph) : along_;
+  const int code = font_.add_composite(parts, size, width, is_vertical_ ? -along_ : 0, shown,
+                                       static_cast<int>(is_split ? 1 : count));
+  if (code < 0)
+    return false;
+  const int advance = is_vertical_ ? -font_.vertical_metrics(static_cast<unsigned>(code)).advance
+                                   : font_.glyph_width(static_cast<unsigned>(code));
+  end = start + advance;
+  parts_.clear();
+  if (is_split && !add_blanks(count - 1, start, end))
+    return false;
+  // From the left, as the shaper goes; `take` turns the run round.
+  const ShapedGlyph glyph{number, static_cast<std::uint16_t>(code), static_cast<float>(is_vertical_ ? base.x : start),
+                          static_cast<float>(is_vertical_ ? base.y : 0), static_cast<float>(advance)};
+  bool is_complete = glyphs.push(glyph);
+  for (std::size_t i = parts_.size(); i-- > 0;)
+    is_complete = is_complete && put(parts_[i], text + i, 1, number, glyphs);
+  return is_complete;
+}
+
+bool TextClusters::put_cluster(const std::uint32_t* text, std::uint32_t count, double start, double& end,
                                std::int16_t number, GrowArray<ShapedGlyph>& glyphs) {
+  if (parts_.size() > 1 && join(text, count, start, end, number, glyphs))
+    return true;
   std::uint32_t apart[kMostParts];
   if (parts_.size() > count) {
     const std::uint32_t size = take_apart(text, count, apart);
