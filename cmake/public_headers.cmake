@@ -25,6 +25,7 @@ set(SHEAF_PUBLIC_HEADERS
   document/names/name_list.h
   document/signatures/signature_writer.h
   document/writer/doc_writer.h
+  document/writer/edited_file.h
   document/writer/write_options.h
   filters/stream_filter.h
   neighbours/fonts/cmap_resources.h
