@@ -69,4 +69,5 @@ private:
   PDF_REF opening_{0, 0};                    // content that saves the graphics state once
   int next_name_ = 0;
   bool prints_ = false;
+  bool empties_all_ = false;
 };

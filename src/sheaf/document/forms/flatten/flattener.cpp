@@ -107,8 +107,10 @@ void CPDFFlattener::look_at_form() {
   }
 }
 
+// Where an object that was changed before stood is forgotten, and so every object stream may hold its old content.
 void CPDFFlattener::note_container(const PDF_REF& ref) {
   const PDF_XREF* const entry = doc_.table().entry(ref.num);
+  empties_all_ = empties_all_ || (entry != nullptr && entry->is_in_memory());
   if (entry != nullptr && entry->is_compressed())
     containers_.visit(static_cast<std::int32_t>(entry->offset));
 }
@@ -119,7 +121,7 @@ bool CPDFFlattener::empty_containers() {
   CPDFXRefTable& table = doc_.table();
   for (std::uint32_t num = 1; num < table.xref_count; ++num) {
     const PDF_XREF entry = *table.entry(num);
-    if (!entry.is_compressed() || !containers_.has(static_cast<std::int32_t>(entry.offset)))
+    if (!entry.is_compressed() || !(empties_all_ || containers_.has(static_cast<std::int32_t>(entry.offset))))
       continue;
     const PDF_REF ref{static_cast<std::int32_t>(num), 0};
     Freed<CPDFObj> obj;
