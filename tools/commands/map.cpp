@@ -1,7 +1,7 @@
 // sheaf map: a picture of a file for people who would rather look than read.
 #include "map/file_map.h"
+#include "map/map_heading.h"
 #include "map/map_picture.h"
-#include "map/map_style.h"
 #include "support/command_line.h"
 #include "support/safe_output.h"
 #include "support/tool_support.h"
@@ -15,37 +15,6 @@ struct MapOptions {
   PasswordOptions password;
   std::string output = "-";
 };
-
-const char* how_it_opened(CPDFDoc& doc) {
-  switch (doc.status()) {
-    case PDF_OPEN::kRebuilt:
-      return "damaged, its table was rebuilt";
-    case PDF_OPEN::kRecovered:
-      return "damaged, recovered by scanning";
-    default:
-      return doc.repairs().empty() ? "sound" : "healed in places";
-  }
-}
-
-MapHeading heading_of(CPDFDoc& doc, const std::string& file, const FileMap& map) {
-  std::int64_t objects = 0;
-  for (const MapTotal& total : map.kinds)
-    objects += total.packed;
-  for (const FilePart& part : map.scan.parts)
-    objects += part.num != 0 && part.kind != PartKind::kOldObject ? 1 : 0;
-  MapHeading heading;
-  heading.title = file.substr(file.rfind('/') + 1);
-  heading.facts = doc.version()[0] != '\0' ? std::string("PDF ") + doc.version() : "PDF";
-  for (const std::string& fact :
-       {size_text(map.size), counted(doc.page_count(), "page", "pages"), counted(objects, "object", "objects")})
-    heading.facts += ", " + fact;
-  if (doc.is_encrypted())
-    heading.facts += ", encrypted";
-  if (doc.is_linearized())
-    heading.facts += ", linearized";
-  heading.facts += std::string(", ") + how_it_opened(doc);
-  return heading;
-}
 
 bool write_picture(const std::string& picture, const std::string& output) {
   SafeOutput out;
@@ -69,7 +38,7 @@ int run_map(const MapOptions& options) {
 }
 
 const Registration kMap("map", "Look", "A picture of the file's bytes: kinds, filters, saves, leftovers",
-                        [](CLI::App& command) -> Run {
+                        [](Command& command) -> Run {
                           auto options = std::make_shared<MapOptions>();
                           add_file(command, options->file);
                           add_password(command, options->password);

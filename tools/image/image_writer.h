@@ -11,8 +11,10 @@
 namespace sheaf::tool {
 
 /// Writes the image as a PNG file. Why that failed, or null. `is_whole` is false when the data end
-/// early, which leaves the rest of the picture empty.
-const char* write_png(CQVStream* out, CPDFXRefTable& table, const CPDFImage& image, const Dots& dots, bool& is_whole);
+/// early, which leaves the rest of the picture empty. With `shrink` above 1 each square of that many pixels a side
+/// becomes one of eight bits a component; pictures of fewer bits a pixel stay as they are.
+const char* write_png(CQVStream* out, CPDFXRefTable& table, const CPDFImage& image, const Dots& dots, bool& is_whole,
+                      int shrink = 1);
 
 /// How CCITT data lie in a TIFF file (TIFF 6.0, sections 10 and 11).
 struct FaxTiff {

@@ -28,11 +28,57 @@ std::vector<std::uint8_t> full_palette(const ColourSpace& space, int bits) {
   return palette;
 }
 
+// Squares of pixels as one pixel each: their mean or, of indexes, the first one.
+class RowShrinker {
+public:
+  RowShrinker(const PixelRows& rows, std::int32_t width, int shrink)
+      : components_(rows.components()), bytes_(rows.bits() / 8), is_indexed_(rows.has_palette()), shrink_(shrink) {
+    width_ = static_cast<std::size_t>(width);
+    const std::size_t samples = (width_ + static_cast<std::size_t>(shrink) - 1) / static_cast<std::size_t>(shrink) *
+                                static_cast<std::size_t>(components_);
+    sums_.resize(samples);
+    counts_.resize(samples);
+    row_.resize(samples);
+  }
+  // Whether the row is the last one of its squares, so that `row` is complete; `is_last`: of the picture.
+  bool add(const std::uint8_t* row, bool is_last) {
+    const auto components = static_cast<std::size_t>(components_);
+    for (std::size_t i = 0; i < width_ * components; ++i) {
+      const std::size_t to = i / components / static_cast<std::size_t>(shrink_) * components + i % components;
+      if (is_indexed_ && counts_[to] > 0)
+        continue;
+      sums_[to] += row[i * static_cast<std::size_t>(bytes_)];
+      ++counts_[to];
+    }
+    if (++rows_ < shrink_ && !is_last)
+      return false;
+    for (std::size_t i = 0; i < row_.size(); ++i)
+      row_[i] = static_cast<std::uint8_t>(sums_[i] / counts_[i]);
+    std::fill(sums_.begin(), sums_.end(), 0u);
+    std::fill(counts_.begin(), counts_.end(), 0u);
+    rows_ = 0;
+    return true;
+  }
+  const std::uint8_t* row() const { return row_.data(); }
+
+private:
+  int components_;
+  int bytes_;  // of a sample; the first one is the high one
+  bool is_indexed_;
+  int shrink_;
+  std::size_t width_ = 0;
+  int rows_ = 0;
+  std::vector<std::uint32_t> sums_;
+  std::vector<std::uint32_t> counts_;
+  std::vector<std::uint8_t> row_;
+};
+
 // `empty_bytes` of rows may stand behind the end of the data.
 const char* write_rows(PngOutput& png, const CPDFImage& image, const PixelRows& rows, CPDFStream& decoder,
-                       std::int64_t empty_bytes, bool& is_whole) {
+                       std::int64_t empty_bytes, int shrink, bool& is_whole) {
   std::vector<std::uint8_t> source(static_cast<std::size_t>(rows.source_row_bytes()) + 1);
   std::vector<std::uint8_t> row(static_cast<std::size_t>(rows.row_bytes()));
+  RowShrinker shrinker(rows, shrink > 1 ? image.width : 0, shrink);
   for (std::int32_t y = 0; y < image.height; ++y) {
     int total = 0;
     for (int got = 1; is_whole && total < rows.source_row_bytes() && got > 0; total += std::max(got, 0))
@@ -42,7 +88,9 @@ const char* write_rows(PngOutput& png, const CPDFImage& image, const PixelRows& 
     is_whole = is_whole && total == rows.source_row_bytes();
     std::fill(source.begin() + total, source.end(), std::uint8_t{0});
     rows.convert(source.data(), row.data());
-    if (!png_put_row(png, row.data()))
+    if (shrink > 1 && !shrinker.add(row.data(), y + 1 == image.height))
+      continue;
+    if (!png_put_row(png, shrink > 1 ? shrinker.row() : row.data()))
       return kNotWritten;
   }
   return png_finish(png) ? nullptr : kNotWritten;
@@ -50,7 +98,8 @@ const char* write_rows(PngOutput& png, const CPDFImage& image, const PixelRows& 
 
 }  // namespace
 
-const char* write_png(CQVStream* out, CPDFXRefTable& table, const CPDFImage& image, const Dots& dots, bool& is_whole) {
+const char* write_png(CQVStream* out, CPDFXRefTable& table, const CPDFImage& image, const Dots& dots, bool& is_whole,
+                      int shrink) {
   constexpr std::int64_t kMostRowBits = 1 << 28;
   is_whole = true;
   const ColourSpace space = read_colour_space(table, image);
@@ -71,11 +120,12 @@ const char* write_png(CQVStream* out, CPDFXRefTable& table, const CPDFImage& ima
     return kOutOfProportion;
   const std::vector<std::uint8_t> palette =
       rows.has_palette() ? full_palette(space, bits) : std::vector<std::uint8_t>();
+  shrink = rows.bits() < 8 ? 1 : shrink;
   PngLayout layout{};
-  layout.width = static_cast<std::uint32_t>(image.width);
-  layout.height = static_cast<std::uint32_t>(image.height);
+  layout.width = static_cast<std::uint32_t>((image.width + shrink - 1) / shrink);
+  layout.height = static_cast<std::uint32_t>((image.height + shrink - 1) / shrink);
   layout.components = rows.components();
-  layout.bits = rows.bits();
+  layout.bits = shrink > 1 ? 8 : rows.bits();
   layout.palette = rows.has_palette() ? palette.data() : nullptr;
   layout.palette_size = static_cast<int>(palette.size() / 3);
   layout.profile = space.profile.empty() ? nullptr : space.profile.data();
@@ -86,7 +136,7 @@ const char* write_png(CQVStream* out, CPDFXRefTable& table, const CPDFImage& ima
   const ScopeGuard close([&png] { png_close(png); });
   if (!png_begin(png, out, layout))
     return kNotWritten;
-  return write_rows(png, image, rows, *decoder, budget, is_whole);
+  return write_rows(png, image, rows, *decoder, budget, shrink, is_whole);
 }
 
 }  // namespace sheaf::tool

@@ -1,24 +1,18 @@
 // Joins the scan with the table: which parts are current, reached, packed, and of what kind.
 #include "map/file_map.h"
 
-#include <algorithm>
-#include <memory>
-
+#include "map/packed_members.h"
 #include "map/part_kinds.h"
-#include "sheaf/base/chars.h"
 #include "sheaf/base/heap.h"
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/base/visited_set.h"
-#include "sheaf/filters/stream_filter.h"
 #include "sheaf/object/array.h"
-#include "sheaf/object/parse_buf.h"
 
 namespace sheaf::tool {
 
 namespace {
 
 constexpr std::uint32_t kOffsetSlack = 16;  // an entry may point this far in front of its object
-constexpr std::int32_t kMostMembers = 1 << 20;
 
 class MapMaker {
 public:
@@ -38,21 +32,18 @@ private:
   bool add_members(const FilePart& part, Revision& revision, VisitedSet& seen);
   void add_up();
   void show_front();
-  bool reached(std::uint32_t num) const { return num < reached_.capacity && reached_.entries[num] != 0; }
+  bool reached(std::uint32_t num) const { return num < map_.reached.size() && map_.reached[num]; }
 
   CPDFDoc& doc_;
   CPDFXRefTable& table_;
   FileMap& map_;
   PartClassifier kinds_;
-  CPDFCloneMap reached_{};
-  VisitedSet placed_;                   // objects that the table finds where the scan does
-  std::vector<PartKind> packed_kinds_;  // by object number
+  VisitedSet placed_;  // objects that the table finds where the scan does
 };
 
 void MapMaker::run() {
   table_.drain_pending();
   map_.scan = scan_file(table_, doc_.linearized_length());
-  const ScopeGuard release([this] { QVFree(reached_.entries); });
   settle_current();
   mark_reached();
   look_at_packed();
@@ -94,24 +85,29 @@ void MapMaker::heal_entries() {
 }
 
 void MapMaker::mark_reached() {
+  CPDFCloneMap marks{};
+  const ScopeGuard release([&marks] { QVFree(marks.entries); });
   for (const CPDFObj* start : {&table_.root, &table_.info, &table_.encrypt, &table_.id}) {
     if (start->tag == kTagRef)
-      table_.rec_obj(reached_, start->as_ref());
+      table_.rec_obj(marks, start->as_ref());
     else if (start->as_dict() != nullptr)
-      table_.rec_dict(reached_, start->as_dict());
+      table_.rec_dict(marks, start->as_dict());
     else if (start->as_array() != nullptr)
-      table_.rec_array(reached_, start->as_array());
+      table_.rec_array(marks, start->as_array());
   }
+  map_.reached.resize(marks.capacity);
+  for (std::uint32_t num = 0; num < marks.capacity; ++num)
+    map_.reached[num] = marks.entries[num] != 0;
 }
 
 void MapMaker::look_at_packed() {
-  packed_kinds_.assign(table_.xref_count, PartKind::kUnknown);
+  map_.packed_kinds.assign(table_.xref_count, PartKind::kUnknown);
   Freed<CPDFObj> obj;
-  for (std::uint32_t num = 1; num < packed_kinds_.size(); ++num) {
+  for (std::uint32_t num = 1; num < map_.packed_kinds.size(); ++num) {
     if (!table_.xref_items[num].is_compressed())
       continue;
     table_.get_stored(obj, {static_cast<std::int32_t>(num), 0});
-    packed_kinds_[num] = kinds_.kind_of(obj);
+    map_.packed_kinds[num] = kinds_.kind_of(obj);
   }
 }
 
@@ -132,8 +128,8 @@ void MapMaker::settle_kinds() {
     part.kind = hinted(part.kind, static_cast<std::size_t>(part.num));
     part.unused = part.kind != PartKind::kFrame && !reached(static_cast<std::uint32_t>(part.num));
   }
-  for (std::size_t num = 0; num < packed_kinds_.size(); ++num)
-    packed_kinds_[num] = hinted(packed_kinds_[num], num);
+  for (std::size_t num = 0; num < map_.packed_kinds.size(); ++num)
+    map_.packed_kinds[num] = hinted(map_.packed_kinds[num], num);
 }
 
 // Which numbers each save wrote for the first time, and which again.
@@ -154,35 +150,10 @@ void MapMaker::count_saves() {
 bool MapMaker::add_members(const FilePart& part, Revision& revision, VisitedSet& seen) {
   if (!part.is_stream || (part.kind != PartKind::kPacked && part.kind != PartKind::kOldObject))
     return false;
-  CPDFBufBase buf;
-  table_.stream->SetPos(CQVStream::STR_SEEK_SET, part.start);
-  buf.buf_init(table_.stream);
-  PDF_DEC_PARA para{};
-  Freed<CPDFObj> obj;
-  obj.read(&buf, table_.decode_para(para, {part.num, 0}));
-  CPDFStreamRec* const rec = obj.as_stream();
-  const CPDFObj* const type = rec != nullptr ? rec->dict.get_item(CPDFDictionary::sm_tag_type) : nullptr;
-  if (type == nullptr || !type->is_name("ObjStm"))
-    return false;
-  table_.heal_length(*rec, part.num);
-  Freed<CPDFObj> number;
-  table_.resolve(number, rec->dict.get_item("N"));
-  const std::int32_t count = std::min(number.to_int(), kMostMembers);
-  const std::unique_ptr<CPDFStream> decoder(table_.make_stream(rec));
-  // Numbers and offsets alternate in front of the objects.
-  std::int32_t value = -1;
-  std::int32_t values = 0;
-  char c = 0;
-  while (decoder != nullptr && values < 2 * count && decoder->read_block(&c, 1) == 1) {
-    if (is_digit(c)) {
-      value = value < INT32_MAX / 16 ? std::max(value, 0) * 10 + (c - '0') : value;
-    } else if (value >= 0) {
-      if (values++ % 2 == 0)
-        ++(seen.visit(value) ? revision.added : revision.changed);
-      value = -1;
-    }
-  }
-  return true;
+  return visit_members(table_, part.start, part.num, [&](std::int32_t num, std::int32_t) {
+    ++(seen.visit(num) ? revision.added : revision.changed);
+    return true;
+  });
 }
 
 // Bytes in front of the header, where a file has them: offsets do not count them, the picture does.
@@ -220,10 +191,10 @@ void MapMaker::add_up() {
       map_.unused.bytes += bytes;
     }
   }
-  for (std::uint32_t num = 1; num < packed_kinds_.size(); ++num) {
+  for (std::uint32_t num = 1; num < map_.packed_kinds.size(); ++num) {
     if (!table_.xref_items[num].is_compressed())
       continue;
-    ++map_.kinds[static_cast<std::size_t>(packed_kinds_[num])].packed;
+    ++map_.kinds[static_cast<std::size_t>(map_.packed_kinds[num])].packed;
     map_.unused.packed += reached(num) ? 0 : 1;
   }
 }

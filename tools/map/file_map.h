@@ -22,8 +22,10 @@ struct FileMap {
   std::uint32_t size = 0;  ///< Of the file, in bytes.
   FileScan scan;
   std::array<MapTotal, kPartKinds> kinds{};
-  std::vector<MapTotal> filters;  ///< As scan.filters; `objects` counts streams.
-  MapTotal unused;                ///< What nothing refers to.
+  std::vector<MapTotal> filters;       ///< As scan.filters; `objects` counts streams.
+  MapTotal unused;                     ///< What nothing refers to.
+  std::vector<PartKind> packed_kinds;  ///< By object number: of those in object streams; kUnknown for others.
+  std::vector<bool> reached;           ///< By object number: something refers to it.
 
   /// "page 12", "end marker": a part in words, without its place.
   std::string name_of(const FilePart& part) const;

@@ -2,17 +2,11 @@
 #pragma once
 
 #include <string>
-#include <vector>
 
 #include "map/file_map.h"
+#include "map/map_heading.h"
 
 namespace sheaf::tool {
-
-/// The title above the picture.
-struct MapHeading {
-  std::string title;
-  std::string facts;
-};
 
 /// The map as an SVG picture. Its size does not grow with the file: what is too small to be seen is
 /// shown together.

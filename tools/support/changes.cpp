@@ -3,9 +3,9 @@
 
 #include <sys/stat.h>
 
-#include <CLI/CLI.hpp>
 #include <cstdint>
 
+#include "support/command_line.h"
 #include "support/inputs.h"
 #include "support/tool_support.h"
 
@@ -44,12 +44,12 @@ bool can_be_attached(const std::string& path) {
 
 }  // namespace
 
-void add_changes(CLI::App& command, ChangeOptions& changes) {
-  command.add_option("--set", changes.settings, "KEY=TEXT of the document information")->allow_extra_args(false);
-  command.add_option("--attach", changes.attachments, "Embed a file")->allow_extra_args(false);
+void add_changes(Command& command, ChangeOptions& changes) {
+  command.add_option("--set", changes.settings, "KEY=TEXT of the document information")->one_at_a_time();
+  command.add_option("--attach", changes.attachments, "Embed a file")->one_at_a_time();
 }
 
-void add_pdfa(CLI::App& command, bool& pdfa) {
+void add_pdfa(Command& command, bool& pdfa) {
   command.add_flag("--pdfa", pdfa,
                    "Add an output intent and metadata that claim PDF/A-1b; that the rest conforms is up to you");
 }

@@ -16,6 +16,7 @@ struct TextOptions {
   bool bold = false;
   bool italic = false;
   bool no_embed = false;
+  bool embed_restricted = false;
   bool vertical = false;
   double size = 12;  ///< Points.
 };

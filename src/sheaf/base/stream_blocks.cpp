@@ -9,7 +9,7 @@
 #include <cstring>
 
 #include "sheaf/base/heap.h"
-#include "sheaf/base/seek_internal.h"
+#include "sheaf/base/seek.h"
 #include "sheaf/base/work_watch.h"
 
 using namespace sheaf;

@@ -1,6 +1,8 @@
 // Texts set by the tool in the system's fonts, as other programs read them back.
+#include "neighbours/fonts/font_files.h"
 #include "sheaf/neighbours/fonts/environment.h"
 #include "support/external_tool.h"
+#include "support/font_builder.h"
 
 using namespace sheaf;
 
@@ -96,6 +98,45 @@ TEST_F(TextPages, LongTextsAreBroken) {
   EXPECT_NE(text.find("\fnext page"), std::string::npos);
   for (int i = 0; i < 900; i += 37)
     EXPECT_NE(text.find("word" + std::to_string(i)), std::string::npos) << "no word is cut";
+}
+
+TEST_F(TextPages, EveryKindOfLineEndBreaksLines) {
+  ASSERT_EQ(make("a\rb\r\nc\xC2\x85"
+                 "d\xE2\x80\xA8"
+                 "e\xE2\x80\xA9"
+                 "f\f\f\fg",
+                 "")
+                .code,
+            0);
+  EXPECT_EQ(run_command("mutool draw -q -F text " + out).output, "a\nb\nc\nd\ne\nf\n\n\f\n\f\n\f\ng\n\n\f\n");
+}
+
+TEST_F(TextPages, WhatCannotBeUsedIsToldForWhatItIs) {
+  EXPECT_NE(make("", "").output.find("has no text"), std::string::npos);
+  EXPECT_NE(make("a", "--font-folder /no/such").output.find("is no folder"), std::string::npos);
+  EXPECT_NE(make("a\xE5\xA4z\xF0\x9F", "").output.find("4 bytes are no UTF-8"), std::string::npos);
+  for (const char* option : {"--text /proc/self/mem", "--image /proc/self/mem"})
+    EXPECT_EQ(run_command(std::string(SHEAF_TOOL) + " new " + out + " " + option + " 2>&1").code, 2) << option;
+}
+
+TEST_F(TextPages, WhatAFontsLicenceForbidsIsNotDone) {
+  FontBuilder face;
+  face.family = face.post_script = "Mine";
+  face.characters = {{'A', 1}, {'B', 2}};
+  std::string os2 = FontFile(face.build()).tables.at("OS/2");
+  const auto make_with = [&](int rights, const std::string& options) {
+    face.replaced["OS/2"] = os2.replace(8, 2, FontBuilder::u16(rights));
+    write_file(folder / "mine.ttf", face.build());
+    return make("A", "--font Mine --font-folder " + folder.str() + " " + options);
+  };
+  EXPECT_NE(make_with(2, "").output.find("licence does not allow embedding"), std::string::npos);
+  EXPECT_NE(make_with(0x200, "").output.find("bitmaps only"), std::string::npos);
+  EXPECT_EQ(make_with(2, "--embed-restricted").code, 0);
+  EXPECT_EQ(make_with(2, "--no-embed").code, 0);
+  EXPECT_EQ(make_with(0xC, "").code, 0);
+  const auto small = std::filesystem::file_size(out);
+  EXPECT_EQ(make_with(0x100, "").code, 0);
+  EXPECT_GT(std::filesystem::file_size(out), small + 400) << "whole";
 }
 
 TEST_F(TextPages, MessagesTellWhatIsMissing) {

@@ -45,13 +45,15 @@ public:
   /// without instructions. A vertical style brings vertical metrics.
   int SaveFontData2(CQVStream* out, CQVFTFont* face, const CQVTTCodesRec* codes);
 
+  /// Whether every glyph lies where the index of glyphs says, in ascending order inside its table.
+  bool has_outlines() const;
+
   /// Lets the stream go and sets the metrics to 0. Harmless twice.
   void free();
 
 private:
   int load_face(CQVStream* stream, std::uint32_t index);
   void read_metrics(CQVStream* stream, std::uint32_t index, int units_per_em);
-  bool has_outlines() const;
   int save_subset(CQVStream* out, const CQVTTCodesRec& codes);
 
   CQVTTParser parser_;

@@ -1,0 +1,463 @@
+// First an index of the objects is made, which shows how much room remains for what streams hold; then the objects are
+// written in pieces, and the index behind them.
+#include "browse/document_page.h"
+
+#include <algorithm>
+#include <optional>
+#include <vector>
+
+#include "browse/document_tree.h"
+#include "browse/object_places.h"
+#include "browse/object_syntax.h"
+#include "browse/page_writer.h"
+#include "browse/stream_views.h"
+#include "browse/text_forms.h"
+#include "map/byte_window.h"
+#include "map/map_heading.h"
+#include "map/map_style.h"
+#include "sheaf/base/scope_guard.h"
+#include "support/document_check.h"
+#include "support/progress.h"
+#include "support/tool_support.h"
+
+namespace sheaf::tool {
+
+namespace {
+
+constexpr std::size_t kMostSyntax = 128 * 1024;
+constexpr std::size_t kPieceBytes = 128 * 1024;
+constexpr std::size_t kMostReferences = 1 << 21;
+constexpr std::ptrdiff_t kMostShownReferrers = 200;
+constexpr std::ptrdiff_t kMostVersions = 12;
+constexpr std::size_t kMostLabelBytes = 60;
+constexpr std::int64_t kMostBytesOfItem = 4096;  // a share of the page for each item of a list in the tree
+
+// What the index says of an object, as bits.
+enum ObjectFlag : int { kUnused = 1, kStream = 2, kProblem = 4, kUnreadable = 8, kDeleted = 16, kHasVersions = 32 };
+
+class DocumentPage {
+public:
+  DocumentPage(CPDFDoc& doc, const std::string& file, std::int64_t most_bytes, SafeOutput& out)
+      : doc_(doc),
+        table_(doc.table()),
+        file_(file),
+        most_(most_bytes),
+        map_(make_file_map(doc)),
+        places_(doc, map_),
+        page_(out, most_bytes) {}
+
+  PageOutcome write();
+
+private:
+  using Place = std::vector<ObjectPlace>::const_iterator;
+  struct Fonts {
+    std::string label;
+    std::int32_t num;
+  };
+
+  void write_facts();
+  void write_parts();
+  void write_told();
+  void write_rows();
+  void write_row(Place place, Place end);
+  void write_resources();
+  void note_references(std::int32_t num, const CPDFObj& value);
+  std::string label_of(const CPDFObj& value);
+  PartKind kind_of(const ObjectPlace& place) const;
+  void share_room();
+  bool write_objects();
+  bool write_object(Place place, Place end);
+  std::string object_json(Place place, Place end, bool with_views);
+  void write_version(const ObjectPlace& place, std::optional<PartKind> kind, JsonWriter& json, Freed<CPDFObj>& value);
+  void write_referrers(std::int32_t num, JsonWriter& json);
+  bool write_trailer();
+  bool write_part_bytes();
+  bool flush();
+  template <class Action>
+  bool for_each_object(const Action& action);
+
+  CPDFDoc& doc_;
+  CPDFXRefTable& table_;
+  std::string file_;
+  std::int64_t most_;
+  FileMap map_;
+  ObjectPlaces places_;
+  PageWriter page_;
+  CheckResult check_;
+  JsonWriter index_;
+  std::vector<std::pair<std::int32_t, std::int32_t>> references_;  // to, from
+  std::vector<std::int32_t> with_problems_;                        // sorted
+  std::vector<Fonts> fonts_;
+  std::vector<Fonts> images_;
+  ViewLimits limits_;
+  std::unique_ptr<StreamViews> views_;
+  std::int64_t syntax_bytes_ = 0;  // that the objects not yet written take
+  std::int64_t index_bytes_ = 0;
+  std::int64_t streams_ = 0;
+  std::int64_t listed_ = 0;
+  std::int64_t left_out_ = 0;
+  std::string piece_;
+  std::int32_t piece_first_ = 0;
+  std::vector<std::int32_t> pieces_;  // the first number in each
+};
+
+// Calls `action` with the places of each number; ends by its false.
+template <class Action>
+bool DocumentPage::for_each_object(const Action& action) {
+  const std::vector<ObjectPlace>& all = places_.all();
+  for (Place at = all.begin(); at != all.end();) {
+    const Place end = std::find_if(at, all.end(), [at](const ObjectPlace& place) { return place.num != at->num; });
+    if (!action(at, end))
+      return false;
+    at = end;
+  }
+  return true;
+}
+
+PageOutcome DocumentPage::write() {
+  check_document(doc_, check_);
+  for (const Problem& problem : check_.problems)
+    with_problems_.push_back(problem.object);
+  for (const PDF_DOC_REPAIR& repair : doc_.repairs())
+    with_problems_.push_back(repair.num);
+  std::sort(with_problems_.begin(), with_problems_.end());
+  index_.begin_object();
+  write_facts();
+  write_told();
+  write_parts();
+  write_rows();
+  index_.key("tree").begin_array();
+  write_document_tree(doc_, most_ / kMostBytesOfItem, index_);
+  write_resources();
+  index_.end_array();
+  share_room();
+  PageOutcome outcome;
+  outcome.is_written = page_.begin() && write_trailer() && write_objects() && write_part_bytes();
+  index_.key("pieces").begin_array();
+  for (const std::int32_t first : pieces_)
+    index_.number(first);
+  index_.end_array().key("left_out").number(left_out_).end_object();
+  outcome.is_written = outcome.is_written && page_.put_data("index", index_.str()) && page_.finish();
+  outcome.has_problems = std::string(check_.status) != "clean";
+  outcome.left_out = left_out_;
+  return outcome;
+}
+
+void DocumentPage::write_facts() {
+  const MapHeading heading = heading_of(doc_, input_name(file_), map_);
+  index_.key("file").text(heading.title).key("facts").text(heading.facts).key("size").number(map_.size);
+  index_.key("kinds").begin_array();
+  for (int i = 0; i < kPartKinds; ++i) {
+    const auto kind = static_cast<PartKind>(i);
+    index_.begin_array().text(kind_name(kind)).text(kind_colour(kind)).end_array();
+  }
+  index_.end_array().key("filters").begin_array();
+  for (const std::string& filter : map_.scan.filters)
+    index_.text(filter);
+  index_.end_array().key("revisions").begin_array();
+  for (const Revision& revision : map_.scan.revisions)
+    index_.begin_array().number(revision.start).number(revision.end).end_array();
+  index_.end_array();
+}
+
+// The parts follow one another without gaps, so that the end of each is enough. Those without an object have a name.
+void DocumentPage::write_parts() {
+  std::vector<std::string> names;
+  index_.key("parts").begin_array();
+  const std::int64_t most = std::ssize(index_.str()) + most_ / 8;
+  for (std::size_t i = 0; i < map_.scan.parts.size(); ++i) {
+    FilePart part = map_.scan.parts[i];
+    std::string name = part.num > 0 ? "" : map_.name_of(part);
+    const bool is_full = std::ssize(index_.str()) > most;
+    if (is_full) {
+      part = {};
+      part.end = map_.size;
+      name = "the rest of the file";
+    }
+    const auto known = std::find(names.begin(), names.end(), name);
+    index_.number(part.end).number(part.num).number(static_cast<int>(part.kind)).number(known - names.begin());
+    if (known == names.end())
+      names.push_back(name);
+    if (is_full)
+      break;
+  }
+  index_.end_array().key("part_names").begin_array();
+  for (const std::string& name : names)
+    index_.text(name);
+  index_.end_array();
+}
+
+// Problems and repairs.
+void DocumentPage::write_told() {
+  const auto most = static_cast<std::size_t>(most_ / 2048);
+  index_.key("status").text(check_.status).key("problems").begin_array();
+  for (std::size_t i = 0; i < std::min(check_.problems.size(), most); ++i)
+    index_.begin_array().number(check_.problems[i].object).text(check_.problems[i].what).end_array();
+  index_.end_array().key("repairs").begin_array();
+  std::size_t told = 0;
+  for (const PDF_DOC_REPAIR& repair : doc_.repairs()) {
+    if (told++ < most)
+      index_.begin_array().number(repair.num).text(repair.action).number(repair.offset).end_array();
+  }
+  index_.end_array();
+  index_.key("told").number(std::ssize(check_.problems)).key("repaired").number(static_cast<std::int64_t>(told));
+}
+
+void DocumentPage::write_rows() {
+  Progress progress("objects listed", table_.xref_count);
+  index_.key("objects").begin_array();
+  const std::int64_t most = std::ssize(index_.str()) + most_ / 4;
+  for_each_object([&](Place place, Place end) {
+    progress.show(place->num);
+    if (std::ssize(index_.str()) < most)
+      write_row(place, end);
+    else
+      ++left_out_;
+    return true;
+  });
+  index_.end_array();
+  std::sort(references_.begin(), references_.end());
+  references_.erase(std::unique(references_.begin(), references_.end()), references_.end());
+}
+
+PartKind DocumentPage::kind_of(const ObjectPlace& place) const {
+  const auto num = static_cast<std::size_t>(place.num);
+  if (!place.is_current)
+    return PartKind::kOldObject;
+  if (place.index < 0)
+    return place.part < 0 ? PartKind::kUnknown : map_.scan.parts[static_cast<std::size_t>(place.part)].kind;
+  return num < map_.packed_kinds.size() ? map_.packed_kinds[num] : PartKind::kObject;
+}
+
+void DocumentPage::write_row(Place place, Place end) {
+  Freed<CPDFObj> value;
+  places_.read(*place, value);
+  const PartKind kind = kind_of(*place);
+  std::string label = label_of(value);
+  if (kind == PartKind::kContent && label.starts_with("with "))
+    label = "Content";
+  const bool is_frame = kind == PartKind::kFrame;
+  const auto num = static_cast<std::size_t>(place->num);
+  int flags = value.tag == kTagStream ? kStream : 0;
+  if (place->is_current && !is_frame && (num >= map_.reached.size() || !map_.reached[num]))
+    flags |= kUnused;
+  if (std::binary_search(with_problems_.begin(), with_problems_.end(), place->num))
+    flags |= kProblem;
+  if (value.is_null() && !doc_.can_reach(place->num))
+    flags |= kUnreadable;
+  if (!place->is_current && !is_frame)
+    flags |= kDeleted;
+  if (end - place > 1)
+    flags |= kHasVersions;
+  const std::uint16_t filter =
+      place->part >= 0 && place->index < 0 ? map_.scan.parts[static_cast<std::size_t>(place->part)].filter : 0;
+  index_.begin_array().number(place->num).number(static_cast<int>(kind)).number(filter).number(flags);
+  index_.number(places_.revision(*place)).number(place->size).number(place->part).text(label).end_array();
+  ++listed_;
+  streams_ += value.tag == kTagStream ? 1 : 0;
+  SyntaxPrinter syntax(kMostSyntax);
+  syntax.print(value);
+  constexpr std::int64_t kFrameOfObject = 160;
+  syntax_bytes_ += std::ssize(syntax.text()) + kFrameOfObject;
+  if (!place->is_current)
+    return;
+  note_references(place->num, value);
+  if (kind == PartKind::kFont && label.starts_with("Font "))
+    fonts_.push_back({label.substr(5), place->num});
+  if (kind == PartKind::kImage)
+    images_.push_back({label, place->num});
+}
+
+void DocumentPage::note_references(std::int32_t num, const CPDFObj& value) {
+  ReferenceList found;
+  collect_references(value, found);
+  for (const std::int32_t to : found) {
+    if (references_.size() < kMostReferences)
+      references_.emplace_back(to, num);
+  }
+}
+
+// What an object is in a few words.
+std::string DocumentPage::label_of(const CPDFObj& value) {
+  const CPDFDictionary* const dict = value.as_dict_or_stream();
+  std::string label;
+  if (dict == nullptr) {
+    label = value.as_array() != nullptr ? "array of " + std::to_string(value.as_array()->count) : syntax_text(value);
+    return shown(label.substr(0, kMostLabelBytes));
+  }
+  for (const char* key : {"Type", "Subtype", "S", "FT", "BaseFont", "FontName", "T", "Title", "F"}) {
+    const Freed<CPDFObj> item = table_.value(dict, key);
+    const std::string word = item.tag == kTagString ? utf8_text(item.as_string())
+                             : item.as_text()       ? item.as_text()
+                                                    : "";
+    if (!word.empty() && word != "XObject" && label.size() < kMostLabelBytes)
+      label += (label.empty() ? "" : " ") + word.substr(0, kMostLabelBytes);
+  }
+  const Freed<CPDFObj> width = table_.value(dict, CPDFDictionary::sm_tag_width);
+  if (width.is_number())
+    label += " " + std::to_string(width.to_int()) + " × " +
+             std::to_string(table_.value(dict, CPDFDictionary::sm_tag_height).to_int());
+  if (label.empty() && dict->count > 0)
+    label = std::string("with ") + dict->items[0]->key();
+  return shown(label);
+}
+
+void DocumentPage::write_resources() {
+  for (const auto& [name, list] : {std::pair{"Fonts", &fonts_}, std::pair{"Images", &images_}}) {
+    TreeItems items(index_, name, most_ / kMostBytesOfItem);
+    for (const Fonts& item : *list)
+      items.add(item.label, item.num);
+  }
+}
+
+// What streams hold shares the room that the index and the objects leave.
+void DocumentPage::share_room() {
+  index_bytes_ = PageWriter::data_size(index_.str()) + std::int64_t{16} * 1024;
+  const std::int64_t room = std::max<std::int64_t>(page_.left() - index_bytes_ - syntax_bytes_ * 5 / 4, 0);
+  const std::int64_t share = room / std::max<std::int64_t>(streams_, 1) * 4;
+  const std::int64_t picture = room / 2 / std::max<std::int64_t>(std::ssize(images_), 1);
+  limits_.text_bytes = static_cast<std::int32_t>(std::clamp<std::int64_t>(share, 2048, limits_.text_bytes));
+  limits_.hex_bytes = static_cast<std::int32_t>(std::clamp<std::int64_t>(share / 16, 512, limits_.hex_bytes));
+  limits_.picture_bytes = std::clamp<std::int64_t>(picture, 32 * 1024, limits_.picture_bytes);
+  views_ = std::make_unique<StreamViews>(table_, limits_);
+}
+
+bool DocumentPage::write_objects() {
+  Progress progress("objects written", table_.xref_count);
+  std::int64_t written = 0;
+  return for_each_object([&](Place place, Place end) {
+           progress.show(place->num);
+           return ++written > listed_ || write_object(place, end);
+         }) &&
+         flush();
+}
+
+bool DocumentPage::write_object(Place place, Place end) {
+  const std::int64_t waiting = index_bytes_ + std::ssize(piece_) * 5 / 4;
+  std::string json = object_json(place, end, true);
+  if (PageWriter::data_size(json) > page_.left() - waiting - syntax_bytes_)
+    json = object_json(place, end, false);
+  if (PageWriter::data_size(json) > page_.left() - waiting) {
+    ++left_out_;
+    return true;
+  }
+  if (piece_.empty())
+    piece_first_ = place->num;
+  piece_ += (piece_.empty() ? "[" : ",") + json;
+  return piece_.size() < kPieceBytes || flush();
+}
+
+bool DocumentPage::flush() {
+  if (piece_.empty())
+    return true;
+  pieces_.push_back(piece_first_);
+  piece_ += ']';
+  const bool good = page_.put_data("objects", piece_);
+  piece_.clear();
+  return good;
+}
+
+std::string DocumentPage::object_json(Place place, Place end, bool with_views) {
+  JsonWriter json;
+  Freed<CPDFObj> value;
+  json.begin_object().key("n").number(place->num).key("versions").begin_array();
+  // The current one comes last, so that `value` is left with it.
+  const std::optional<PartKind> kind = with_views && end - place > 1 ? std::optional(kind_of(*place)) : std::nullopt;
+  const Place last = end - place > kMostVersions ? place + kMostVersions : end;
+  for (Place at = place + 1; at < last; ++at)
+    write_version(*at, kind, json, value);
+  write_version(*place, kind, json, value);
+  json.end_array().key("hidden").number(end - last);
+  write_referrers(place->num, json);
+  const CPDFDictionary* const dict = value.as_dict();
+  if (const CPDFStreamRec* const rec = value.as_stream()) {
+    json.key("stored").number(rec->length).key("views_left_out").flag(!with_views);
+    if (with_views)
+      views_->write(value, kind_of(*place), json);
+  } else if (with_views && dict != nullptr && table_.value(dict, CPDFDictionary::sm_tag_type).is_name("Font")) {
+    views_->write_glyphs(*dict, json);
+  }
+  return json.end_object().str();
+}
+
+void DocumentPage::write_version(const ObjectPlace& place, std::optional<PartKind> kind, JsonWriter& json,
+                                 Freed<CPDFObj>& value) {
+  places_.read(place, value);
+  SyntaxPrinter syntax(kMostSyntax);
+  syntax.print(value);
+  if (place.is_current)
+    syntax_bytes_ = std::max<std::int64_t>(syntax_bytes_ - std::ssize(syntax.text()), 0);
+  json.begin_object().key("index").number(place.index);
+  if (place.part >= 0) {
+    const FilePart& part = map_.scan.parts[static_cast<std::size_t>(place.part)];
+    json.key("offset").number(part.start).key("end").number(part.end).key("holder").number(part.num);
+  }
+  json.key("revision").number(places_.revision(place)).key("size").number(place.size);
+  json.key("current").flag(place.is_current).key("text").text(syntax.text()).key("cut").flag(syntax.is_cut());
+  if (const CPDFStreamRec* const rec = kind ? value.as_stream() : nullptr)
+    json.key("stream").text(views_->text(*rec, *kind));
+  json.end_object();
+}
+
+void DocumentPage::write_referrers(std::int32_t num, JsonWriter& json) {
+  const auto first = std::lower_bound(references_.begin(), references_.end(), std::pair{num, INT32_MIN});
+  const auto end = std::lower_bound(first, references_.end(), std::pair{num, INT32_MAX});
+  json.key("from").begin_array();
+  for (auto at = first; at < end && at - first < kMostShownReferrers; ++at)
+    json.number(at->second);
+  json.end_array().key("from_count").number(end - first);
+}
+
+// The values of the trailers, as object 0.
+bool DocumentPage::write_trailer() {
+  CPDFDictionary trailer;
+  const ScopeGuard release([&trailer] { trailer.clear(); });
+  trailer.set_item_int("Size", static_cast<int>(table_.xref_count));
+  const auto add = [&trailer](const char* key, const CPDFObj& value) {
+    if (!value.is_null())
+      trailer.set_item(key, &value);
+  };
+  add("Root", table_.root);
+  add("Info", table_.info);
+  add("ID", table_.id);
+  add("Encrypt", table_.encrypt);
+  Freed<CPDFObj> value;
+  value.take_dict(new CPDFDictionary);
+  value.as_dict()->copy_from(&trailer);
+  SyntaxPrinter syntax(kMostSyntax);
+  syntax.print(value);
+  JsonWriter json;
+  json.begin_object().key("text").text(syntax.text()).end_object();
+  return page_.put_data("trailer", json.str());
+}
+
+// The bytes of the parts that are no objects, as far as they are few.
+bool DocumentPage::write_part_bytes() {
+  constexpr std::int64_t kMostBytes = 2048;
+  constexpr int kMostShown = 200;
+  ByteWindow bytes(*table_.stream);
+  const std::int64_t front = doc_.header_offset();
+  JsonWriter json;
+  json.begin_object();
+  int shown_parts = 0;
+  for (std::size_t i = 0; i < map_.scan.parts.size() && shown_parts < kMostShown; ++i) {
+    const FilePart& part = map_.scan.parts[i];
+    if (part.num > 0 || part.start < front)
+      continue;
+    ++shown_parts;
+    std::string text;
+    for (std::int64_t at = part.start; at < std::min<std::int64_t>(part.end, part.start + kMostBytes); ++at)
+      text += bytes.at(at - front);
+    json.key(std::to_string(i)).text(latin_text(text));
+  }
+  json.end_object();
+  return PageWriter::data_size(json.str()) > page_.left() - index_bytes_ || page_.put_data("bytes", json.str());
+}
+
+}  // namespace
+
+PageOutcome write_document_page(CPDFDoc& doc, const std::string& file, std::int64_t most_bytes, SafeOutput& out) {
+  return DocumentPage(doc, file, most_bytes, out).write();
+}
+
+}  // namespace sheaf::tool

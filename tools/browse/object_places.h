@@ -1,0 +1,45 @@
+// Where a file has each of its objects: the one that counts, and the versions of it that later saves replaced.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "map/file_map.h"
+
+namespace sheaf::tool {
+
+/// One place at which an object stands.
+struct ObjectPlace {
+  std::int32_t num = 0;
+  std::int32_t part = -1;  ///< Index into FileScan::parts: of the object, or of the object stream with it; -1: unknown.
+  std::int32_t index = -1;  ///< Within that object stream; -1: it has bytes of its own.
+  std::uint32_t size = 0;   ///< Bytes, decoded within an object stream; 0: unknown.
+  bool is_current = false;  ///< The table leads here.
+};
+
+class ObjectPlaces {
+public:
+  /// Both are borrowed and must outlive the places. Of a file that says to have more than a million objects, some
+  /// earlier versions are left out.
+  ObjectPlaces(CPDFDoc& doc, const FileMap& map);
+
+  /// All places by number; of each number the current one first, then the others from the newest on.
+  const std::vector<ObjectPlace>& all() const { return places_; }
+  /// Reads the object as it stands at `place`, strings decrypted. The null object when it cannot be read.
+  void read(const ObjectPlace& place, CPDFObj& out);
+  /// The save that wrote it, from 0 on.
+  int revision(const ObjectPlace& place) const;
+
+private:
+  void add_members(std::int32_t part);
+  void add_missing();
+  bool is_current(std::int32_t num, std::int32_t part, std::int32_t index) const;
+  std::uint32_t place_in_stream(std::int32_t part) const;
+
+  CPDFDoc& doc_;
+  CPDFXRefTable& table_;
+  const FileMap& map_;
+  std::vector<ObjectPlace> places_;
+};
+
+}  // namespace sheaf::tool
