@@ -81,7 +81,7 @@ TEST(LayerContent, OperatorsAreRemovedChangedAndInserted) {
   Page page = doc->pages()[0];
   const std::string image = "BI/W 1/H 1/BPC 8/CS/G ID \x80 EI";
   ASSERT_TRUE(page.set_content("q 1 0 0 1 5 5 cm " + image + " Q [(T) -20 (J)] TJ (drop) Tj"));
-  ContentWriter kept;
+  ContentAppender kept;
   for (const Operator& op : *page.content()) {
     if (op.name() == "Tj")
       continue;
