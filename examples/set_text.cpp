@@ -34,15 +34,15 @@ bool show_lines(sheaf::TextSetter& setter, sheaf::GrowArray<char>& content) {
   return true;
 }
 
-bool add_page(CPDFDoc& doc, const std::string& content, CPDFDictionary& fonts) {
+bool add_page(CPDFDoc& doc, std::string& content, CPDFDictionary& fonts) {
   CPDFXRefTable& table = doc.table();
   sheaf::Cleared<CPDFDictionary> resources;
   resources.set_item_dict(CPDFDictionary::sm_tag_font, &fonts);
   sheaf::Cleared<CPDFArray> box;
   for (const int side : {0, 0, 595, 842})
     box.append_int(side);
-  const PDF_REF stream = table.adv_new_stream_flate(reinterpret_cast<const unsigned char*>(content.data()),
-                                                    static_cast<int>(content.size()));
+  const PDF_REF stream =
+      table.adv_new_stream_flate(reinterpret_cast<unsigned char*>(content.data()), static_cast<int>(content.size()));
   sheaf::Cleared<CPDFDictionary> page;
   page.set_item_name(CPDFDictionary::sm_tag_type, "Page");
   page.set_item_arr("MediaBox", &box);
@@ -78,7 +78,7 @@ int main(int argc, char** argv) {
   }
   sheaf::Cleared<CPDFDictionary> fonts;
   setter.put_resources(fonts);
-  const std::string content = "BT\n" + std::string(lines.begin(), lines.size()) + "ET\n";
+  std::string content = "BT\n" + std::string(lines.begin(), lines.size()) + "ET\n";
   const bool good = add_page(doc, content, fonts) && doc.save_update(PDF_SAVE_FORM::kStream, nullptr);
   std::printf("set_text.pdf: %zu lines, %zu characters without a glyph\n", setter.lines().size(), setter.missing());
   return good ? 0 : 2;
