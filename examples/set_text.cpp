@@ -34,7 +34,7 @@ bool show_lines(sheaf::TextSetter& setter, sheaf::GrowArray<char>& content) {
   return true;
 }
 
-bool add_page(CPDFDoc& doc, std::string content, CPDFDictionary& fonts) {
+bool add_page(CPDFDoc& doc, std::string& content, CPDFDictionary& fonts) {
   CPDFXRefTable& table = doc.table();
   sheaf::Cleared<CPDFDictionary> resources;
   resources.set_item_dict(CPDFDictionary::sm_tag_font, &fonts);
@@ -78,7 +78,7 @@ int main(int argc, char** argv) {
   }
   sheaf::Cleared<CPDFDictionary> fonts;
   setter.put_resources(fonts);
-  const std::string content = "BT\n" + std::string(lines.begin(), lines.size()) + "ET\n";
+  std::string content = "BT\n" + std::string(lines.begin(), lines.size()) + "ET\n";
   const bool good = add_page(doc, content, fonts) && doc.save_update(PDF_SAVE_FORM::kStream, nullptr);
   std::printf("set_text.pdf: %zu lines, %zu characters without a glyph\n", setter.lines().size(), setter.missing());
   return good ? 0 : 2;

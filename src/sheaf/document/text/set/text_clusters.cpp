@@ -108,50 +108,76 @@ bool TextClusters::add_blanks(std::size_t count, double start, double end) {
   return true;
 }
 
-// Makes one glyph of a cluster of several. False when that cannot be: the parts are then as they were.
-bool TextClusters::join(const std::uint32_t* text, std::uint32_t count, double start, double& end, std::int16_t number,
-                        GrowArray<ShapedGlyph>& glyphs) {
-  PDF_TT_PART parts[kMostParts];
+// What is seen of the cluster as parts of one glyph; 0 when it cannot be one.
+int TextClusters::take_parts(PDF_TT_PART* parts) const {
   int size = 0;
   const Part base = parts_[0];
   for (const Part& part : parts_) {
     const int x = part.left - (is_vertical_ ? base.left : 0);
     const int y = part.up - (is_vertical_ ? base.up : 0);
     if (part.glyph == blank_ && blank_ != 0)
-      continue;  // what is not seen
+      continue;
     if (size == kMostParts || part.glyph > UINT16_MAX || x != static_cast<std::int16_t>(x) ||
         y != static_cast<std::int16_t>(y))
-      return false;
+      return 0;
     parts[size++] = {static_cast<std::uint16_t>(part.glyph), static_cast<std::int16_t>(x),
                      static_cast<std::int16_t>(y)};
   }
-  if (size == 0)
+  return size;
+}
+
+// From right to left each character has its share of the cluster's width: the outlines belong to the first, at the
+// right end, and blank glyphs stand for the others. False, with nothing added, when that cannot be.
+bool TextClusters::share_out(PDF_TT_PART* parts, int size, const std::uint32_t* text, std::uint32_t count, double start,
+                             std::int16_t number, GrowArray<ShapedGlyph>& glyphs) {
+  const int share = along_ / static_cast<int>(count);
+  const int first = along_ - share * static_cast<int>(count - 1);
+  if (share <= 0 || blank_ == 0)
     return false;
-  const bool is_split = is_left_ && count > 1 && blank_ != 0;
-  const std::uint32_t* const shown = is_split ? text + count - 1 : text;
+  for (int i = 0; i < size; ++i)
+    parts[i].x = static_cast<std::int16_t>(parts[i].x - (along_ - first));
+  const PDF_TT_PART blank{static_cast<std::uint16_t>(blank_), 0, 0};
+  const std::size_t before = glyphs.size();
+  for (std::uint32_t i = count; i-- > 0;) {
+    const int width = i == 0 ? first : share;
+    const int code = i == 0 ? font_.add_composite(parts, size, width, 0, text, 1)
+                            : font_.add_composite(&blank, 1, width, 0, text + i, 1);
+    const double x = start + share * static_cast<double>(count - 1 - i) * scale_;
+    if (code < 0 || !glyphs.push({number, static_cast<std::uint16_t>(code), static_cast<float>(x), 0,
+                                  static_cast<float>(font_.glyph_width(static_cast<unsigned>(code)))})) {
+      while (glyphs.size() > before)
+        glyphs.pop();
+      return false;
+    }
+  }
+  return true;
+}
+
+// Makes one glyph of the cluster. False, with nothing added, when that cannot be.
+bool TextClusters::join(const std::uint32_t* text, std::uint32_t count, double start, double& end, std::int16_t number,
+                        GrowArray<ShapedGlyph>& glyphs) {
+  PDF_TT_PART parts[kMostParts];
+  const int size = take_parts(parts);
+  const bool is_split = is_left_ && !is_vertical_ && count > 1;
+  if (size == 0 || (parts_.size() == 1 && !is_split))
+    return false;
+  if (is_split)
+    return share_out(parts, size, text, count, start, number, glyphs);
+  const Part& base = parts_[0];
   const int width = is_vertical_ ? shaper().font_get_glyph_h_advance(shaper_font_, base.glyph) : along_;
-  const int code = font_.add_composite(parts, size, width, is_vertical_ ? -along_ : 0, shown,
-                                       static_cast<int>(is_split ? 1 : count));
+  const int code = font_.add_composite(parts, size, width, is_vertical_ ? -along_ : 0, text, static_cast<int>(count));
   if (code < 0)
     return false;
-  const int advance = is_vertical_ ? -font_.vertical_metrics(static_cast<unsigned>(code)).advance
-                                   : font_.glyph_width(static_cast<unsigned>(code));
+  const auto shown = static_cast<unsigned>(code);
+  const int advance = is_vertical_ ? -font_.vertical_metrics(shown).advance : font_.glyph_width(shown);
   end = start + advance;
-  parts_.clear();
-  if (is_split && !add_blanks(count - 1, start, end))
-    return false;
-  // From the left, as the shaper goes; `take` turns the run round.
-  const ShapedGlyph glyph{number, static_cast<std::uint16_t>(code), static_cast<float>(is_vertical_ ? base.x : start),
-                          static_cast<float>(is_vertical_ ? base.y : 0), static_cast<float>(advance)};
-  bool is_complete = glyphs.push(glyph);
-  for (std::size_t i = parts_.size(); i-- > 0;)
-    is_complete = is_complete && put(parts_[i], text + i, 1, number, glyphs);
-  return is_complete;
+  return glyphs.push({number, static_cast<std::uint16_t>(code), static_cast<float>(is_vertical_ ? base.x : start),
+                      static_cast<float>(is_vertical_ ? base.y : 0), static_cast<float>(advance)});
 }
 
 bool TextClusters::put_cluster(const std::uint32_t* text, std::uint32_t count, double start, double& end,
                                std::int16_t number, GrowArray<ShapedGlyph>& glyphs) {
-  if (parts_.size() > 1 && join(text, count, start, end, number, glyphs))
+  if (join(text, count, start, end, number, glyphs))
     return true;
   std::uint32_t apart[kMostParts];
   if (parts_.size() > count) {

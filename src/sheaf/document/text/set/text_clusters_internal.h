@@ -8,6 +8,7 @@
 #include "sheaf/document/text/set/text_libraries_internal.h"
 
 class CPDFFontType0;
+struct PDF_TT_PART;
 
 namespace sheaf {
 
@@ -41,6 +42,9 @@ private:
                    GrowArray<ShapedGlyph>& glyphs);
   bool join(const std::uint32_t* text, std::uint32_t count, double start, double& end, std::int16_t number,
             GrowArray<ShapedGlyph>& glyphs);
+  int take_parts(PDF_TT_PART* parts) const;
+  bool share_out(PDF_TT_PART* parts, int size, const std::uint32_t* text, std::uint32_t count, double start,
+                 std::int16_t number, GrowArray<ShapedGlyph>& glyphs);
   bool add_blanks(std::size_t count, double start, double end);
   bool put(const Part& part, const std::uint32_t* text, int count, std::int16_t number, GrowArray<ShapedGlyph>& glyphs);
 
