@@ -18,7 +18,7 @@ struct Assembly {
   bool write(const std::string& path, CPDFDoc* protection);
   bool write(const std::string& path, const EncryptionOptions& encryption);
   /// Whether objects that belong to the pages could not be read.
-  bool has_unreadable() const { return has_record("unreadable objects"); }
+  bool has_unreadable() const;
 
   CQVStreamMem start;
   CPDFDoc doc;
@@ -28,8 +28,7 @@ struct Assembly {
 
 private:
   bool has_record(const char* entry) const;
-  bool drop_claims(const std::string& path);
-  bool write_by(const std::string& path, const std::function<bool(CQVStream& out)>& save);
+  bool write_by(const std::string& path, bool encrypts, const std::function<bool(CQVStream& out)>& save);
 };
 
 }  // namespace sheaf::tool
