@@ -11,6 +11,7 @@
 #include "sheaf/filters/ccitt.h"
 #include "sheaf/filters/ccitt_tables.h"
 #include "support/external_tool.h"
+#include "support/fax_encoder.h"
 
 using namespace sheaf;
 
@@ -261,7 +262,7 @@ TEST(CcittPeers, WhatLibtiffCodesComesBack) {
   std::mt19937 random(5);
   const TestFolder folder;
   for (const int width : {1, 7, 8, 9, 1728, 2480, 10000}) {
-    for (const char* kind : {"blank", "solid", "text", "dither"}) {
+    for (const char* kind : {"blank", "solid", "text", "dither", "ordered dither"}) {
       constexpr int kRows = 20;
       const std::size_t stride = static_cast<std::size_t>(width + 7) / 8;
       std::string pixels(stride * kRows, '\0');
@@ -269,6 +270,11 @@ TEST(CcittPeers, WhatLibtiffCodesComesBack) {
         const bool inked = *kind == 's' || *kind == 'd' || (*kind == 't' && i / 7 % 3 == 0);
         if (inked)
           pixels[i] = static_cast<char>(*kind == 's' ? 0xFF : *kind == 'd' ? random() : 0x3C);
+      }
+      if (*kind == 'o') {
+        pixels.clear();
+        for (const fax_test::Row& row : fax_test::dithered_ramp(width, kRows))
+          pixels += fax_test::packed(row);
       }
       const int spare = static_cast<int>(stride) * 8 - width;
       for (std::size_t row = 1; row <= kRows; ++row)

@@ -52,7 +52,7 @@ TEST_F(BrowseCommand, OlderVersionsInObjectStreamsAndDamageAreShown) {
   expect(page, {"\"holder\":8", "\"type\":\"members\"", "\"type\":\"entries\""});
   const std::string bytes = builder.str();
   const std::string damaged = browse(bytes.substr(0, bytes.rfind("endstream") - 20), 1);
-  expect(damaged, {"was rebuilt", "\"repairs\":[["});
+  expect(damaged, {"\"status\":\"repaired\"", "\"repairs\":[["});
 }
 
 TEST_F(BrowseCommand, PicturesOfJpxDataLeaveOutWhatIsNoColour) {

@@ -26,6 +26,7 @@ namespace {
 
 constexpr std::size_t kMostSyntax = 128 * 1024;
 constexpr std::size_t kPieceBytes = 128 * 1024;
+constexpr std::int64_t kRestOfIndex = 16 * 1024;  // what is added to it last
 constexpr std::size_t kMostReferences = 1 << 20;
 constexpr std::ptrdiff_t kMostShownReferrers = 200;
 constexpr std::ptrdiff_t kMostVersions = 12;
@@ -34,6 +35,15 @@ constexpr std::int64_t kMostBytesOfItem = 4096;  // a share of the page for each
 
 // What the index says of an object, as bits.
 enum ObjectFlag : int { kUnused = 1, kStream = 2, kProblem = 4, kUnreadable = 8, kDeleted = 16, kHasVersions = 32 };
+
+// What a value takes in the page, about: line ends and brackets are escaped.
+std::int64_t cost_of(const std::string& syntax) {
+  constexpr std::int64_t kFrame = 400;
+  constexpr std::int64_t kEscape = 5;
+  const auto escaped =
+      std::count_if(syntax.begin(), syntax.end(), [](char c) { return c == '\n' || c == '<' || c == '>'; });
+  return std::ssize(syntax) + kEscape * escaped + kFrame;
+}
 
 class DocumentPage {
 public:
@@ -44,12 +54,19 @@ public:
         most_(most_bytes),
         map_(make_file_map(doc)),
         places_(doc, map_),
-        page_(out, most_bytes) {}
+        page_(out, most_bytes),
+        views_(doc.table()) {}
 
   PageOutcome write();
 
 private:
   using Place = std::vector<ObjectPlace>::const_iterator;
+  // An object of the index.
+  struct Listed {
+    std::int64_t bytes;  // what it takes without what its stream holds, about
+    bool is_stream;
+    bool is_picture;
+  };
   struct Fonts {
     std::string label;
     std::int32_t num;
@@ -89,14 +106,15 @@ private:
   std::vector<std::int32_t> with_problems_;                        // sorted
   std::vector<Fonts> fonts_;
   std::vector<Fonts> images_;
-  ViewLimits limits_;
-  std::unique_ptr<StreamViews> views_;
+  StreamViews views_;
   std::int64_t syntax_bytes_ = 0;  // that the objects not yet written take
   std::int64_t index_bytes_ = 0;
-  std::int64_t streams_ = 0;
-  std::int64_t listed_ = 0;
+  std::int64_t streams_ = 0;   // that are not yet written
+  std::int64_t pictures_ = 0;  // the same
+  std::vector<Listed> listed_;
   std::int64_t left_out_ = 0;
   std::string piece_;
+  std::int64_t piece_bytes_ = 0;  // as they will be in the page
   std::int32_t piece_first_ = 0;
   std::vector<std::int32_t> pieces_;  // the first number in each
 };
@@ -130,7 +148,8 @@ PageOutcome DocumentPage::write() {
   write_document_tree(doc_, most_ / kMostBytesOfItem, index_);
   write_resources();
   index_.end_array();
-  share_room();
+  index_bytes_ = PageWriter::data_size(index_.str()) + kRestOfIndex;
+  pictures_ = std::ssize(images_);
   PageOutcome outcome;
   outcome.is_written = page_.begin() && write_trailer() && write_objects() && write_part_bytes();
   index_.key("pieces").begin_array();
@@ -253,12 +272,12 @@ void DocumentPage::write_row(Place place, Place end) {
       place->part >= 0 && place->index < 0 ? map_.scan.parts[static_cast<std::size_t>(place->part)].filter : 0;
   index_.begin_array().number(place->num).number(static_cast<int>(kind)).number(filter).number(flags);
   index_.number(places_.revision(*place)).number(place->size).number(place->part).text(label).end_array();
-  ++listed_;
   streams_ += value.tag == kTagStream ? 1 : 0;
   SyntaxPrinter syntax(kMostSyntax);
   syntax.print(value);
-  constexpr std::int64_t kFrameOfObject = 160;
-  syntax_bytes_ += std::ssize(syntax.text()) + kFrameOfObject;
+  listed_.push_back({cost_of(syntax.text()) * std::min<std::int64_t>(end - place, kMostVersions),
+                     value.tag == kTagStream, kind == PartKind::kImage});
+  syntax_bytes_ += listed_.back().bytes;
   if (!place->is_current)
     return;
   note_references(place->num, value);
@@ -312,30 +331,41 @@ void DocumentPage::write_resources() {
   }
 }
 
-// What streams hold shares the room that the index and the objects leave.
+// What the streams still to be written hold shares the room that the index and the objects leave. As most streams are
+// small, each may take several shares.
 void DocumentPage::share_room() {
-  index_bytes_ = PageWriter::data_size(index_.str()) + std::int64_t{16} * 1024;
-  const std::int64_t room = std::max<std::int64_t>(page_.left() - index_bytes_ - syntax_bytes_ * 5 / 4, 0);
-  const std::int64_t share = room / std::max<std::int64_t>(streams_, 1) * 4;
-  const std::int64_t picture = room / 2 / std::max<std::int64_t>(std::ssize(images_), 1);
-  limits_.text_bytes = static_cast<std::int32_t>(std::clamp<std::int64_t>(share, 2048, limits_.text_bytes));
-  limits_.hex_bytes = static_cast<std::int32_t>(std::clamp<std::int64_t>(share / 16, 512, limits_.hex_bytes));
-  limits_.picture_bytes = std::clamp<std::int64_t>(picture, 32 * 1024, limits_.picture_bytes);
-  views_ = std::make_unique<StreamViews>(table_, limits_);
+  constexpr std::int64_t kShares = 4;
+  const ViewLimits most;
+  const std::int64_t room = std::max<std::int64_t>(page_.left() - index_bytes_ - piece_bytes_ - syntax_bytes_, 0);
+  const std::int64_t share = room / std::max<std::int64_t>(streams_, 1) * kShares;
+  const std::int64_t picture = room / 2 / std::max<std::int64_t>(pictures_, 1);
+  ViewLimits limits;
+  limits.text_bytes = static_cast<std::int32_t>(std::clamp<std::int64_t>(share / 2, 512, most.text_bytes));
+  limits.hex_bytes = static_cast<std::int32_t>(std::clamp<std::int64_t>(share / 16, 256, most.hex_bytes));
+  limits.picture_bytes = std::clamp<std::int64_t>(picture, 16 * 1024, most.picture_bytes);
+  views_.set_limits(limits);
 }
 
 bool DocumentPage::write_objects() {
   Progress progress("objects written", table_.xref_count);
-  std::int64_t written = 0;
+  std::size_t written = 0;
   return for_each_object([&](Place place, Place end) {
            progress.show(place->num);
-           return ++written > listed_ || write_object(place, end);
+           if (written == listed_.size())
+             return true;
+           const Listed& object = listed_[written++];
+           syntax_bytes_ -= object.bytes;
+           const bool good = write_object(place, end);
+           streams_ -= object.is_stream ? 1 : 0;
+           pictures_ -= object.is_picture ? 1 : 0;
+           return good;
          }) &&
          flush();
 }
 
 bool DocumentPage::write_object(Place place, Place end) {
-  const std::int64_t waiting = index_bytes_ + std::ssize(piece_) * 5 / 4;
+  const std::int64_t waiting = index_bytes_ + piece_bytes_;
+  share_room();
   std::string json = object_json(place, end, true);
   if (PageWriter::data_size(json) > page_.left() - waiting - syntax_bytes_)
     json = object_json(place, end, false);
@@ -346,6 +376,7 @@ bool DocumentPage::write_object(Place place, Place end) {
   if (piece_.empty())
     piece_first_ = place->num;
   piece_ += (piece_.empty() ? "[" : ",") + json;
+  piece_bytes_ += PageWriter::data_size(json);
   return piece_.size() < kPieceBytes || flush();
 }
 
@@ -356,6 +387,7 @@ bool DocumentPage::flush() {
   piece_ += ']';
   const bool good = page_.put_data("objects", piece_);
   piece_.clear();
+  piece_bytes_ = 0;
   return good;
 }
 
@@ -375,9 +407,9 @@ std::string DocumentPage::object_json(Place place, Place end, bool with_views) {
   if (const CPDFStreamRec* const rec = value.as_stream()) {
     json.key("stored").number(rec->length).key("views_left_out").flag(!with_views);
     if (with_views)
-      views_->write(value, kind_of(*place), json);
+      views_.write(value, kind_of(*place), json);
   } else if (with_views && dict != nullptr && table_.value(dict, CPDFDictionary::sm_tag_type).is_name("Font")) {
-    views_->write_glyphs(*dict, json);
+    views_.write_glyphs(*dict, json);
   }
   return json.end_object().str();
 }
@@ -387,8 +419,6 @@ void DocumentPage::write_version(const ObjectPlace& place, std::optional<PartKin
   places_.read(place, value);
   SyntaxPrinter syntax(kMostSyntax);
   syntax.print(value);
-  if (place.is_current)
-    syntax_bytes_ = std::max<std::int64_t>(syntax_bytes_ - std::ssize(syntax.text()), 0);
   json.begin_object().key("index").number(place.index);
   if (place.part >= 0) {
     const FilePart& part = map_.scan.parts[static_cast<std::size_t>(place.part)];
@@ -397,7 +427,7 @@ void DocumentPage::write_version(const ObjectPlace& place, std::optional<PartKin
   json.key("revision").number(places_.revision(place)).key("size").number(place.size);
   json.key("current").flag(place.is_current).key("text").text(syntax.text()).key("cut").flag(syntax.is_cut());
   if (const CPDFStreamRec* const rec = kind ? value.as_stream() : nullptr)
-    json.key("stream").text(views_->text(*rec, *kind));
+    json.key("stream").text(views_.text(*rec, *kind));
   json.end_object();
 }
 

@@ -19,7 +19,9 @@ struct ViewLimits {
 class StreamViews {
 public:
   /// `table` is borrowed.
-  StreamViews(CPDFXRefTable& table, const ViewLimits& limits) : table_(table), limits_(limits) {}
+  explicit StreamViews(CPDFXRefTable& table) : table_(table) {}
+  /// For what is written from now on.
+  void set_limits(const ViewLimits& limits) { limits_ = limits; }
 
   /// Writes the member "views" for `stream`, the value of a stream object that counts as `kind`: an array of objects
   /// whose "type" says which members follow.
