@@ -68,6 +68,7 @@ set(SHEAF_PUBLIC_HEADERS
   neighbours/fonts/font.h
   neighbours/fonts/programs/font_type0.h
   neighbours/fonts/programs/tt_layout.h
+  neighbours/fonts/programs/tt_parts.h
   neighbours/page/acro_form.h
   neighbours/page/blend_mode.h
   neighbours/page/bmp32.h

@@ -10,10 +10,11 @@
 #include "sheaf/neighbours/fonts/environment.h"
 #include "sheaf/neighbours/fonts/font.h"
 #include "sheaf/neighbours/fonts/programs/tt_layout.h"
-#include "sheaf/neighbours/fonts/programs/tt_writer.h"
+#include "sheaf/neighbours/fonts/programs/tt_parts.h"
 
 class CPDFDictionary;
 class CQVFTFont;
+struct CQVTTCodesRec;
 class CQVStream;
 
 /// The position of a glyph in vertical text, in thousandths of the em (ISO 32000-1, 9.7.4.3).
