@@ -196,6 +196,28 @@ TEST(Update, StoresAgainWhatHasNoEndInADamagedFile) {
   }
 }
 
+// One of two false entries is met on the way to the first page, the other by nobody before the save.
+TEST(Update, ListsObjectsWhoseEntriesNobodyFollowed) {
+  PdfBuilder builder;
+  builder.pages(1).obj(4, "(fourth)").obj(5, "(fifth)").classic();
+  std::string bytes = builder.str();
+  for (const int num : {3, 5}) {
+    char entry[16];
+    std::snprintf(entry, sizeof(entry), "%010zu", builder.offset_of(num));
+    bytes[bytes.find(entry, builder.last_section()) + 9] ^= 1;
+  }
+  MemStream file(bytes);
+  CPDFDoc doc;
+  ASSERT_TRUE(doc.open(&file));
+  ASSERT_EQ(doc.page_count(), 1);
+  ASSERT_TRUE(change(doc, 4, "(changed)") && doc.save_update(PDF_SAVE_FORM::kClassic, nullptr));
+  MemStream made(file.str());
+  CPDFDoc again;
+  ASSERT_TRUE(again.open(&made));
+  EXPECT_EQ(value_of(again, 5), "(fifth)");
+  EXPECT_TRUE(again.repairs().empty());
+}
+
 TEST(Update, ADirectCatalogueBecomesAnObject) {
   PdfBuilder builder;
   builder.obj(2, "<</Type/Pages/Count 1/Kids[3 0 R]/MediaBox[0 0 9 9]>>").obj(3, "<</Type/Page/Parent 2 0 R>>");

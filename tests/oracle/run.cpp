@@ -584,7 +584,7 @@ private:
         return "the other program complains" + kind;
     }
     std::set<int> named;  // what is referred to is listed by the other program, whether it is there or not
-    for (const auto& [num, object] : found.objects)
+    for (const auto& [num, object] : read_by_library(subject_.doc(), model_).objects)
       each_reference(object.value, [&named](int target, int) { named.insert(target); });
     for (const auto& [num, object] : found.objects) {
       if (complete && named.count(num) == 0 && !object.body && object.value.kind == Kind::kNull &&

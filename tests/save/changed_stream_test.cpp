@@ -181,6 +181,35 @@ TEST(ChangedStream, StringsOfACrossReferenceStreamStayInClear) {
   EXPECT_EQ(TestTable::syntax(*obj.as_stream()->dict.get_item("ID")), before);
 }
 
+// Without its name some readers take a crypt filter for the one of all streams.
+TEST(NewKeys, AStreamThatStaysInClearNamesItsFilter) {
+  PdfBuilder builder;
+  builder.pages(1).stream(4, "/Filter[/Crypt]", "left in clear").stream(5, "/Filter/Crypt", "this too");
+  builder.obj(1, "<</Type/Catalog/Pages 2 0 R/Held[4 0 R 5 0 R]>>").classic("/Root 1 0 R/ID[(a)(b)]");
+  MemStream file(builder.str());
+  CPDFDoc doc;
+  ASSERT_TRUE(doc.open(&file));
+  CPDFStandardEncrypt encrypter;
+  CPDFXRefTable target;
+  CQVStreamMem out;
+  target.stream = &out;
+  doc.keep_identifier(target.id);
+  ASSERT_TRUE(encrypter.create({}, target.id.as_array()->get(0)->as_string()));
+  doc.save_complete(target, &encrypter);
+  MemStream made(std::string(reinterpret_cast<const char*>(out.data), out.len));
+  CPDFDoc again;
+  ASSERT_TRUE(again.open(&made));
+  EXPECT_EQ(stored_bytes(again, 4), "left in clear");
+  EXPECT_EQ(stored_bytes(again, 5), "this too");
+  Freed<CPDFObj> obj;
+  again.table().get_entity(obj, {4, 0});
+  EXPECT_EQ(TestTable::syntax(*obj.as_dict_or_stream()->get_item("DecodeParms")),
+            "[<</Name/Identity/Type/CryptFilterDecodeParms>>]");
+  again.table().get_entity(obj, {5, 0});
+  EXPECT_EQ(TestTable::syntax(*obj.as_dict_or_stream()->get_item("DecodeParms")),
+            "<</Name/Identity/Type/CryptFilterDecodeParms>>");
+}
+
 TEST(ChangedStream, IsPrintedWithoutATableAsLongAsItIs) {
   const std::string body = pattern(300'000);
   for (const char* length : {"/Length 300000", "/Length 7 0 R", "/Length 300000.0", ""}) {

@@ -77,8 +77,11 @@ bool SectionWriter::has_sound_sections() {
   if (doc_.status() != PDF_OPEN::kClean)
     return false;
   for (const PDF_DOC_REPAIR& repair : doc_.repairs()) {
-    if (std::strcmp(repair.code, "startxref") == 0 || std::strcmp(repair.code, "section") == 0)
-      return false;
+    // Where one entry is false, others that nobody has followed yet may be too.
+    for (const char* code : {"startxref", "section", "entry"}) {
+      if (std::strcmp(repair.code, code) == 0)
+        return false;
+    }
   }
   return table_.sections_lost == 0;
 }
