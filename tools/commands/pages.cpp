@@ -71,7 +71,7 @@ int run_pages(const PagesOptions& options) {
   PageList list(options, "tree");
   for (int i = 0; i < doc.page_count(); ++i) {
     CPDFPage page;
-    if (doc.load_page(i, page))
+    if (doc.load_page_alone(i, page))
       list.add(i, page.ref.num, to_double(page.shown_width()), to_double(page.shown_height()), page.rotate);
   }
   list.finish();

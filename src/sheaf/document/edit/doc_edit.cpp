@@ -33,6 +33,15 @@ bool has_false_numbers(CPDFXRefTable& table, std::uint32_t num) {
   });
 }
 
+// Gives numbers that no section lists, though it lists higher ones, their objects: lines of it can be gone.
+void enter_unlisted(CPDFXRefTable& table) {
+  std::uint32_t num = 1;
+  while (num < table.xref_count && (table.xref_items[num].is_known() || !table.listed.leave_out(num)))
+    ++num;
+  if (num < table.xref_count && table.finder != nullptr)
+    table.finder->enter_missing();
+}
+
 }  // namespace
 
 bool CPDFDoc::open_for_update(const char* path) {
@@ -329,6 +338,7 @@ bool CPDFDoc::begins_at_its_place(std::uint32_t num) {
 void CPDFDoc::save_complete(CPDFXRefTable& target, CPDFEncrypt* enc) {
   const HeapWatch watch;
   read_all_sections();
+  enter_unlisted(table_);
   if (!give_trailer_values_numbers())
     table_.entries_lost = 1;
   store_page_tree();
