@@ -254,7 +254,7 @@ class Row:
         written_by(["qpdf", "--warning-exit-0", damaged], target)
         found = [1, healed, text_of(target) == sound, text_of(damaged) == sound, silent]
         self.counts = [a + int(b) for a, b in zip(self.counts, found)]
-        return silent
+        return "silent" if silent else "behind" if any(found[2:4]) and not healed else ""
 
     def line(self, label):
         files = self.counts[0]
@@ -274,7 +274,7 @@ def main():
     parser.add_argument("folder", nargs="?")
     parser.add_argument("--files", type=int, default=40, help="at most so many files of the folder")
     parser.add_argument("--only", default="", help="rows whose label holds this text")
-    parser.add_argument("--verbose", action="store_true", help="name what is lost without a word")
+    parser.add_argument("--verbose", action="store_true", help="name what is lost without a word, and what only the others heal")
     options = parser.parse_args()
     for program in ("qpdf", "mutool"):
         if not shutil.which(program):
@@ -297,8 +297,9 @@ def main():
                     continue
                 with open(damaged_path, "wb") as out:
                     out.write(damaged)
-                if row.add(damaged_path, text, options.tool, folder) and options.verbose:
-                    print(f"silent: {label}: {os.path.basename(path)}")
+                remark = row.add(damaged_path, text, options.tool, folder)
+                if remark and options.verbose:
+                    print(f"{remark}: {label}: {os.path.basename(path)}")
             total.counts = [a + b for a, b in zip(total.counts, row.counts)]
             if row.counts[0]:
                 print(row.line(label), flush=True)

@@ -104,6 +104,36 @@ TEST(Rescue, OneLookAtTheFileServesAllObjects) {
   EXPECT_LT(counted.bytes, 12'000LL * kObjects);  // a few buffers an object, not the file
 }
 
+// Lines are gone from the middle of a table, which then looks as if it had never listed their objects.
+// What it lists as free stays free, though its header is still in the file.
+TEST(Rescue, ObjectsWhoseLinesAreGoneAreFoundAndFreeOnesAreNot) {
+  PdfBuilder builder;
+  builder.pages(1).obj(4, "[6 0 R 7 0 R]").obj(6, "(gone)").obj(7, "(deleted)").obj(9, "(last)").classic();
+  std::string bytes = builder.str();
+  const std::size_t table = bytes.rfind("xref\n0 1");
+  const std::size_t lines = bytes.find("\n6 1\n", table);
+  bytes.erase(lines, bytes.find("\n7 1\n", table) - lines);
+  const std::size_t freed = bytes.find(" n", bytes.find("\n7 1\n", table));
+  bytes.replace(freed, 2, " f");
+  MemStream file(bytes);
+  CPDFDoc doc;
+  ASSERT_TRUE(doc.open(&file));
+  EXPECT_EQ(object(doc, 6), "(gone)");
+  EXPECT_EQ(object(doc, 7), "null");
+  EXPECT_TRUE(tells(doc, "objects"));
+
+  MemStream again(bytes);
+  CPDFDoc saved;
+  ASSERT_TRUE(saved.open(&again));
+  saved.set_info("Title", "x");  // nobody has asked for object 6
+  ASSERT_TRUE(saved.save_update(PDF_SAVE_FORM::kAsFile, nullptr));
+  MemStream updated(again.str());
+  CPDFDoc reopened;
+  ASSERT_TRUE(reopened.open(&updated));
+  EXPECT_EQ(object(reopened, 6), "(gone)");
+  EXPECT_EQ(object(reopened, 7), "null");
+}
+
 struct Broken {
   const char* label;
   std::string from;

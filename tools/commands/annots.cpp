@@ -101,7 +101,7 @@ int run_annots(const AnnotsOptions& options) {
   for (int i = 0; i < doc.page_count(); ++i) {
     CPDFPage page;
     Freed<CPDFObj> annots;
-    if (doc.load_page(i, page))
+    if (doc.load_page_alone(i, page))
       doc.table().resolve(annots, page.dict.get_item("Annots"));
     json.begin_object().key("page").number(i + 1).key("annotations").begin_array();
     for (std::int32_t k = 0; annots.as_array() != nullptr && k < annots.as_array()->count; ++k)

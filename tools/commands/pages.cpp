@@ -121,7 +121,7 @@ int run_pages(const PagesOptions& options) {
   PageList list(options, "tree");
   for (int i = 0; i < doc.page_count(); ++i) {
     CPDFPage page;
-    if (!doc.load_page(i, page))
+    if (!doc.load_page_alone(i, page))
       continue;
     if (options.all)
       list.add(doc, i, page, labels);

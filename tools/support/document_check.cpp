@@ -7,8 +7,8 @@
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/document/content/content_check.h"
 #include "sheaf/filters/decode_parms.h"
-#include "sheaf/filters/early_end.h"
 #include "sheaf/filters/stream_filter.h"
+#include "sheaf/filters/stream_flaw.h"
 #include "sheaf/object/array.h"
 #include "support/progress.h"
 #include "support/tool_support.h"
@@ -59,13 +59,21 @@ public:
     for (std::uint32_t num = 1; num < table_.xref_count; ++num) {
       const PDF_XREF entry = table_.xref_items[num];
       progress.show(num);
-      if (entry.is_known())
-        check_object(static_cast<std::int32_t>(num), entry);
+      if (!entry.is_known() && table_.listed.leave_out(num))
+        look_for(static_cast<std::int32_t>(num));
+      if (table_.xref_items[num].is_known())
+        check_object(static_cast<std::int32_t>(num), table_.xref_items[num]);
     }
     report_lost();
   }
 
 private:
+  // An object that no section lists is searched for as soon as it is asked for.
+  void look_for(std::int32_t num) {
+    table_.get_references(found_, num);
+    found_.clear();
+  }
+
   void check_object(std::int32_t num, const PDF_XREF& entry) {
     ++result_.objects;
     if (entry.is_compressed()) {
@@ -94,7 +102,7 @@ private:
     }
     if (const PDF_OBJSTM* const objstm = object_stream(num, rec)) {
       result_.decoded_bytes += objstm->decoded;
-      report_early_end(num, static_cast<CPDFEarlyEnd>(objstm->early_end));
+      report_flaw(num, static_cast<CPDFStreamFlaw>(objstm->flaw));
       return;
     }
     const std::unique_ptr<CPDFStream> decoder(table_.make_stream(&rec));
@@ -106,20 +114,22 @@ private:
     const bool has_data = decoder->left > 0;
     const std::int64_t total = drain(table_, rec, *decoder, [](const unsigned char*, int) { return true; });
     result_.decoded_bytes += total;
-    const CPDFEarlyEnd end = total < kMostDecoded ? early_end(*decoder) : kEarlyEndNone;
-    const bool may_be_nothing = !decoder->is_picture() && (!has_data || end == kEarlyEndNone);
+    const CPDFStreamFlaw end = total < kMostDecoded ? find_flaw(*decoder) : kFlawNone;
+    const bool may_be_nothing = !decoder->is_picture() && (!has_data || end == kFlawNone);
     if (total == 0 && !may_be_nothing)
       problem(num, "stream data decode to nothing");
     else
-      report_early_end(num, end);
+      report_flaw(num, end);
     if (total >= kMostDecoded)
       problem(num, "stream data decode to more than 1 GiB; the rest was not looked at");
   }
 
-  void report_early_end(std::int32_t num, CPDFEarlyEnd end) {
-    if (end == kEarlyEndData)
+  void report_flaw(std::int32_t num, CPDFStreamFlaw end) {
+    if (end == kFlawEarlyEnd)
       problem(num, "stream data end before their end mark; what could be decoded was");
-    if (end == kEarlyEndLimit)
+    if (end == kFlawChecksum)
+      problem(num, "stream data are not what they were: their checksum is false");
+    if (end == kFlawLimit)
       problem(num, "stream data take more work or memory than their length justifies; they were decoded in part");
   }
 
@@ -195,7 +205,7 @@ private:
 
 // Whether what was healed shows that something can be gone which nothing else tells of.
 bool may_lack_data(const PDF_DOC_REPAIR& repair) {
-  for (const char* code : {"bytes", "length", "update", "pages"}) {
+  for (const char* code : {"bytes", "length", "number", "pages", "stream", "update"}) {
     if (std::strcmp(repair.code, code) == 0)
       return true;
   }
@@ -207,29 +217,37 @@ bool is_same_kind(const CPDFObj& before, const CPDFObj& after) {
   return before.tag == after.tag || before.tag == kTagNoValue || (before.is_number() && after.is_number());
 }
 
-// The decoded bytes of a page's content streams.
-std::int64_t content_size(CPDFDoc& doc, int index) {
+// What a page's content streams decode to.
+struct PageContent {
+  std::int64_t size = -1;
+  bool is_whole = true;
+};
+
+PageContent read_content(CPDFDoc& doc, int index) {
+  PageContent content;
   CPDFPage page;
-  if (!doc.load_page(index, page))
-    return -1;
+  if (!doc.load_page_alone(index, page))
+    return content;
   CPDFXRefTable& table = doc.table();
   Freed<CPDFObj> contents = table.value(&page.dict, "Contents");
-  std::int64_t total = 0;
+  content.size = 0;
   const auto add = [&](const CPDFObj* item) {
     Freed<CPDFObj> part;
     if (item != nullptr && item->tag == kTagRef)
       table.get_entity(part, doc.reference_to(item->as_ref().num));
     const CPDFStreamRec* const rec = part.as_stream();
     const std::unique_ptr<CPDFStream> decoder(rec != nullptr ? table.make_stream(rec) : nullptr);
-    if (decoder != nullptr)
-      total += drain(table, *rec, *decoder, [](const unsigned char*, int) { return true; });
+    if (decoder == nullptr)
+      return;
+    content.size += drain(table, *rec, *decoder, [](const unsigned char*, int) { return true; });
+    content.is_whole = content.is_whole && find_flaw(*decoder) == kFlawNone;
   };
   const CPDFArray* const parts = contents.as_array();
   if (parts == nullptr)
     add(page.dict.get_item("Contents"));
   for (std::int32_t i = 0; parts != nullptr && i < parts->count; ++i)
     add(parts->get(i));
-  return total;
+  return content;
 }
 
 }  // namespace
@@ -283,13 +301,19 @@ std::vector<Problem> find_losses(CPDFDoc& source, CPDFDoc& copy) {
       lost.push_back({num, "could not be written as it was"});
   }
   const int pages = source.page_count();
+  if (pages == 0 && source.status() != PDF_OPEN::kClean)
+    lost.push_back({0, "no page was found"});
   if (copy.page_count() != pages)
     lost.push_back(
         {0, std::to_string(pages) + " pages were read, and " + std::to_string(copy.page_count()) + " written"});
   for (int i = 0; i < pages; ++i) {
-    const std::int64_t size = content_size(source, i);
-    if (content_size(copy, i) != size)
-      lost.push_back({source.page_ref(i).num, "content of page " + std::to_string(i + 1) + " is not what it was"});
+    const PageContent content = read_content(source, i);
+    const std::int32_t num = source.page_ref(i).num;
+    if (read_content(copy, i).size != content.size)
+      lost.push_back({num, "content of page " + std::to_string(i + 1) + " is not what it was"});
+    else if (!content.is_whole)
+      lost.push_back(
+          {num, "content of page " + std::to_string(i + 1) + " is damaged; what could be decoded of it was kept"});
   }
   return lost;
 }

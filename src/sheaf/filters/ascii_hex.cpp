@@ -16,7 +16,7 @@ int CPDFStreamASCIIHex::next_digit() {
       return digit;
   }
   if (!ends_)
-    early_end = kEarlyEndData;
+    flaw = kFlawEarlyEnd;
   return -1;
 }
 

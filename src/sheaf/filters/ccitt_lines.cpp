@@ -71,7 +71,7 @@ int CPDFStreamFAX::read_block(void* dst, int size) {
   if (columns < 1 || runs == nullptr || size < (columns + 7) / 8)
     return 0;
   if (at_end())
-    early_end = kEarlyEndData;  // the rows from here on are made of nothing
+    flaw = kFlawEarlyEnd;  // the rows from here on are made of nothing
   auto* line = static_cast<unsigned char*>(dst);
   std::memset(line, 0, static_cast<std::size_t>(size));
   if (k == 0) {

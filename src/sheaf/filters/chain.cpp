@@ -8,8 +8,8 @@
 #include "sheaf/base/heap.h"
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/filters/decode_parms.h"
-#include "sheaf/filters/early_end.h"
 #include "sheaf/filters/stream_filter.h"
+#include "sheaf/filters/stream_flaw.h"
 #include "sheaf/xref/xref_table.h"
 
 using namespace sheaf;
@@ -94,17 +94,17 @@ private:
     size = rec_.decoded_hint;
     unsigned char* block = stage->buffer_load(most, size);
     table_.stream_work.add(std::clamp(size, kLeastStageWork, kMostStageBytes));
-    note_early_end(*stage);
+    note_flaw(*stage);
     return block;
   }
 
   // What the last stage is made of may be cut already, by damage or because it is too large.
-  void note_early_end(CPDFStream& stage) {
+  void note_flaw(CPDFStream& stage) {
     char next = 0;
     if (stage.filter_type != kFilterFlate && stage.read_block(&next, 1) > 0)
-      early_end_ = kEarlyEndLimit;
-    if (early_end_ == kEarlyEndNone)
-      early_end_ = early_end(stage);
+      flaw_ = kFlawLimit;
+    if (flaw_ == kFlawNone)
+      flaw_ = find_flaw(stage);
   }
 
   CPDFStream* build_stages(const CPDFArray& names, unsigned char* data, int len) {
@@ -118,8 +118,8 @@ private:
       unsigned char* block = run_stage(stage, size);
       stage = block != nullptr ? make_stage(names, i, block, size) : nullptr;
     }
-    if (stage != nullptr && stage->early_end == kEarlyEndNone)
-      stage->early_end = early_end_;
+    if (stage != nullptr && stage->flaw == kFlawNone)
+      stage->flaw = flaw_;
     return stage;
   }
 
@@ -127,7 +127,7 @@ private:
   const CPDFStreamRec& rec_;
   Freed<CPDFObj> filters_;
   Freed<CPDFObj> parms_;
-  CPDFEarlyEnd early_end_ = kEarlyEndNone;
+  CPDFStreamFlaw flaw_ = kFlawNone;
 };
 
 }  // namespace

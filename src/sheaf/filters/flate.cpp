@@ -11,6 +11,14 @@
 
 using namespace sheaf;
 
+namespace {
+
+bool has_false_sum(const z_stream& stream) {
+  return stream.msg != nullptr && std::strcmp(stream.msg, "incorrect data check") == 0;
+}
+
+}  // namespace
+
 CPDFStreamFlate::CPDFStreamFlate(std::uint8_t* block, std::int32_t len) : CPDFStream2(block, len), zstream{} {
   filter_type = kFilterFlate;
   constexpr std::int32_t kExpansion = 4;
@@ -97,13 +105,17 @@ int CPDFStreamFlate::inflate_pieces(std::uint8_t* dst, int size) {
   return wanted - static_cast<int>(zstream.avail_out);
 }
 
-bool CPDFStreamFlate::reached_end() {
+CPDFStreamFlaw CPDFStreamFlate::flaw_at_end() {
   if (whole_ != nullptr)
-    return true;
+    return kFlawNone;
   std::uint8_t unused[16];
   zstream.next_out = unused;
   zstream.avail_out = sizeof(unused);
-  return inflate(&zstream, Z_SYNC_FLUSH) == Z_STREAM_END || (ends_before(0) && ends_before(0xFF));
+  if (inflate(&zstream, Z_SYNC_FLUSH) == Z_STREAM_END)
+    return kFlawNone;
+  if (has_false_sum(zstream))
+    return kFlawChecksum;
+  return ends_before(0) && ends_before(0xFF) ? kFlawNone : kFlawEarlyEnd;
 }
 
 // Whether further bytes of the value `next` are taken for a false checksum. Two values are enough to
@@ -120,9 +132,9 @@ bool CPDFStreamFlate::ends_before(std::uint8_t next) {
   copy.next_out = unused;
   copy.avail_out = sizeof(unused);
   const int result = inflate(&copy, Z_SYNC_FLUSH);
-  const bool is_false_sum = copy.msg != nullptr && std::strcmp(copy.msg, "incorrect data check") == 0;
+  const bool is_at_end = result == Z_STREAM_END || has_false_sum(copy);
   inflateEnd(&copy);
-  return result == Z_STREAM_END || is_false_sum;
+  return is_at_end;
 }
 
 bool CPDFStreamFlate::decode_whole(std::size_t most) {

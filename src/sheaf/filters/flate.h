@@ -34,9 +34,8 @@ public:
   /// Starts decoding. Only `predictor` 1 means none: any other value, 0 too, builds one.
   virtual int open(unsigned int predictor, unsigned int columns, unsigned int colors, unsigned int bits_per_component);
 
-  /// Behind the last byte: whether the data had come to their end mark there. A checksum that is missing
-  /// or false is no early end.
-  bool reached_end();
+  /// Behind the last byte. A checksum that is missing is no flaw.
+  CPDFStreamFlaw flaw_at_end();
 
 private:
   bool ends_before(std::uint8_t next);

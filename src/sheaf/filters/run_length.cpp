@@ -22,7 +22,7 @@ int CPDFStreamRunlen::fill_buf() {
   if (run_state != 0)
     return 0;
   if (left < 1) {
-    early_end = kEarlyEndData;
+    flaw = kFlawEarlyEnd;
     return 0;
   }
   const int code = *cursor++;
@@ -40,7 +40,7 @@ int CPDFStreamRunlen::fill_buf() {
     return count;
   }
   if (left < 1) {
-    early_end = kEarlyEndData;
+    flaw = kFlawEarlyEnd;
     return 0;
   }
   const int count = 257 - code;

@@ -23,11 +23,12 @@ enum CPDFFilterType : std::int32_t {
   kFilterJPX = 9,
 };
 
-/// Why a decoder gave less than was encoded.
-enum CPDFEarlyEnd : std::int32_t {
-  kEarlyEndNone = 0,
-  kEarlyEndData = 1,   ///< The data are cut off, or damaged beyond what can be decoded.
-  kEarlyEndLimit = 2,  ///< They ask for more work or memory than data of their length may take.
+/// Why a decoder gave less than was encoded, or something else.
+enum CPDFStreamFlaw : std::int32_t {
+  kFlawNone = 0,
+  kFlawEarlyEnd = 1,  ///< The data are cut off, or damaged beyond what can be decoded.
+  kFlawLimit = 2,     ///< They ask for more work or memory than data of their length may take.
+  kFlawChecksum = 3,  ///< They were decoded to their end, where a checksum says that they were changed.
 };
 
 /// Base of the decoders; by itself it hands out its input unchanged.
@@ -39,8 +40,8 @@ public:
   std::int32_t left = 0;                   ///< Input bytes not yet consumed.
   std::int32_t size_hint = 0;              ///< Expected output size, the first estimate of buffer_load.
   std::int32_t borrowed = 0;               ///< Not 0: `data` is not to be freed.
-  /// What is known so far, of this stage or of one in front of it; `early_end` in early_end.h completes it.
-  CPDFEarlyEnd early_end = kEarlyEndNone;
+  /// What is known so far, of this stage or of one in front of it; `find_flaw` in stream_flaw.h completes it.
+  CPDFStreamFlaw flaw = kFlawNone;
 
   /// Takes over `block` of `len` bytes.
   CPDFStream(std::uint8_t* block, std::int32_t len) : data(block), cursor(block), left(len), size_hint(len) {}

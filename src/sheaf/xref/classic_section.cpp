@@ -1,6 +1,7 @@
 // Classic cross-reference tables (ISO 32000-1, 7.5.4), with the leniencies that real files need:
 // lines of the wrong length, sections that start at 1 in error, counts that are too high, junk
 // behind the keyword, a missing trailer.
+#include <algorithm>
 #include <bit>
 #include <cstring>
 
@@ -90,21 +91,22 @@ int take_plain_lines(CPDFBuf& buf, PDF_XREF* items, int count, std::uint32_t typ
 
 }  // namespace
 
-void CPDFBuf::buf_read_xref_items(PDF_XREF* items, int first, int count, int late) {
-  if (count < 1)
-    return;
+namespace {
+
+// Reads the lines of a subsection. How many there were, which can be fewer than it says.
+int read_lines(CPDFBuf& buf, PDF_XREF* items, int first, int count, int late) {
   const std::uint32_t type = late != 0 ? PDF_XREF::kInFileLate : PDF_XREF::kInFile;
   for (int i = 0; i < count;) {
-    if (buf_len == 0)
-      return;
+    if (buf.buf_len == 0)
+      return i;
     if (i > 0)
-      i += take_plain_lines(*this, items + first + i, count - i, type);
+      i += take_plain_lines(buf, items + first + i, count - i, type);
     if (i == count)
-      return;
+      return i;
     Line line{};
-    if (!read_line(*this, line))
-      return;
-    const char keyword = buf_pos < buf_len ? buf_data[buf_pos] : '\0';
+    if (!read_line(buf, line))
+      return i;
+    const char keyword = buf.buf_pos < buf.buf_len ? buf.buf_data[buf.buf_pos] : '\0';
     const bool is_free = keyword == 'f';
     // A writer that counted the table from 1 in error has the head of the free list first: it is
     // passed over, and the entries behind it land where they belong.
@@ -112,13 +114,20 @@ void CPDFBuf::buf_read_xref_items(PDF_XREF* items, int first, int count, int lat
     PDF_XREF& entry = items[first + i];
     if (!is_free && !entry.is_known())
       entry = {type, line.offset, line.gen};
-    ++buf_pos;
-    const bool more = buf_skip_ws(true);
+    ++buf.buf_pos;
+    const bool more = buf.buf_skip_ws(true);
     if (!misplaced_head)
       ++i;
     if (!more)
-      return;
+      return i;
   }
+  return std::max(count, 0);
+}
+
+}  // namespace
+
+void CPDFBuf::buf_read_xref_items(PDF_XREF* items, int first, int count, int late) {
+  read_lines(*this, items, first, count, late);
 }
 
 namespace {
@@ -138,8 +147,9 @@ bool read_subsections(CPDFXRefTable& table, CPDFBuf& buf, int late, std::uint32_
       return false;
     if (end > table.xref_count)
       table.grow_xref_items(end, true);
-    if (end <= table.xref_count)
-      buf.buf_read_xref_items(table.xref_items, first, count, late);
+    const int lines = end <= table.xref_count ? read_lines(buf, table.xref_items, first, count, late) : 0;
+    table.listed.add(static_cast<std::uint32_t>(first), static_cast<std::uint32_t>(lines));
+    table.listed.claim(end);
     if (buf.buf_len == 0 || !buf.buf_skip_ws(true))
       return true;
   } while (is_digit(buf.buf_data[buf.buf_pos]));

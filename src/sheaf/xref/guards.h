@@ -42,6 +42,67 @@ private:
   GrowArray<std::uint32_t> offsets_;  // ascending
 };
 
+/// The numbers that sections list, as used or as free.
+class ListedNumbers {
+public:
+  /// A section says that it lists the numbers below `end`.
+  void claim(std::uint32_t end) { claimed_ = std::max(claimed_, end); }
+  /// It lists `count` of them. Without memory they are not remembered.
+  void add(std::uint32_t first, std::uint32_t count) {
+    claim(first + count);
+    if (count == 0)
+      return;
+    if (!runs_.empty() && runs_.back().end == first)
+      runs_.back().end += count;
+    else if (runs_.push({first, first + count}))
+      is_sorted_ = runs_.size() == 1;
+  }
+  /// Whether a number is in none, though it should be, since higher ones are.
+  bool leave_out(std::uint32_t num) { return num < claimed_ && !has(num); }
+  bool has(std::uint32_t num) {
+    sort();
+    const Run* const run = place_of(num);
+    return run != runs_.end() && run->first <= num;
+  }
+  void reset() {
+    runs_.reset();
+    is_sorted_ = true;
+    claimed_ = 0;
+  }
+
+private:
+  struct Run {
+    std::uint32_t first;
+    std::uint32_t end;
+  };
+
+  // Joins the runs that touch, so that their ends ascend as well.
+  void sort() {
+    if (is_sorted_)
+      return;
+    is_sorted_ = true;
+    std::sort(runs_.begin(), runs_.end(), [](const Run& a, const Run& b) { return a.first < b.first; });
+    std::size_t last = 0;
+    for (std::size_t i = 1; i < runs_.size(); ++i) {
+      if (runs_[i].first <= runs_[last].end)
+        runs_[last].end = std::max(runs_[last].end, runs_[i].end);
+      else
+        runs_[++last] = runs_[i];
+    }
+    while (runs_.size() > last + 1)
+      runs_.pop();
+  }
+  /// The first run that ends behind `num`.
+  const Run* place_of(std::uint32_t num) const {
+    return std::upper_bound(runs_.begin(), runs_.end(), num,
+                            [](std::uint32_t wanted, const Run& run) { return wanted < run.end; });
+  }
+
+  GrowArray<Run> runs_;
+  bool is_sorted_ = true;
+  std::uint32_t claimed_ = 0;
+};
+
 /// The first corrections that were made, in their order.
 class RepairLog {
 public:

@@ -268,5 +268,6 @@ void CPDFXRefTable::XRefFree() {
   font_provider = nullptr;
 
   sections_read.reset();
+  listed.reset();
   repairs.reset();
 }

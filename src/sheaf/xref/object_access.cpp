@@ -148,7 +148,8 @@ template <class Taker>
 void fetch(CPDFXRefTable& table, Taker& taker, const PDF_REF& ref) {
   const auto num = static_cast<std::uint32_t>(ref.num);
   const bool is_known = table.know_entry(num) && table.xref_items[num].is_known();
-  if (!is_known && table.finder != nullptr && table.sections_lost != 0)
+  // Of a table that lost some lines nothing else tells.
+  if (!is_known && table.finder != nullptr && (table.sections_lost != 0 || table.listed.leave_out(num)))
     table.finder->enter_missing();
   if (num >= table.xref_count)
     return;

@@ -17,7 +17,8 @@ public:
   virtual bool find_header(std::int32_t num, std::uint32_t stated, std::uint32_t& place) = 0;
   /// The end of the stream data that begin at `data`, where no "endstream" says so. False: not known.
   virtual bool find_data_end(std::uint32_t data, std::uint32_t& end) = 0;
-  /// Gives every object that no section names an entry, where a section could not be read.
+  /// Gives every object that no section lists, not as free either, an entry: sections could not be read,
+  /// or lines of theirs are gone.
   virtual void enter_missing() = 0;
 };
 

@@ -8,7 +8,7 @@
 #include "sheaf/base/chars.h"
 #include "sheaf/base/heap.h"
 #include "sheaf/base/scope_guard.h"
-#include "sheaf/filters/early_end.h"
+#include "sheaf/filters/stream_flaw.h"
 #include "sheaf/object/parse_buf.h"
 #include "sheaf/xref/xref_table.h"
 
@@ -155,7 +155,7 @@ bool load_objects(CPDFStream& decoder, const CPDFStreamRec& rec, std::int64_t ce
   const int most = ceiling > 0 ? static_cast<int>(std::min<std::int64_t>(ceiling, kMostObjStmBytes)) : kMostObjStmBytes;
   const HeapBlock<std::uint8_t> data(decoder.buffer_load(decoder.most_text(most), size));
   entry.decoded = data ? size : 0;
-  entry.early_end = early_end(decoder);
+  entry.flaw = find_flaw(decoder);
   if (!data || entry.count < 0)
     return false;
   std::int32_t first = entry.first;

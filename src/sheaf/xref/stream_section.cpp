@@ -129,6 +129,7 @@ public:
         store_all(first, done, entries, WideFields(widths_), stored.get());
       done += entries;
     }
+    table_.listed.add(first, count);
     return Result::kDone;
   }
 

@@ -109,8 +109,8 @@ struct PDF_OBJSTM {
   /// In place of `objs`: behind `count` + 1 words, numbers of objects that the objects refer to. Word
   /// i says where those of object i begin, word i + 1 where they end.
   std::int32_t* refs;
-  std::int32_t decoded;    ///< Bytes that the stream decoded to.
-  std::int32_t early_end;  ///< A CPDFEarlyEnd: whether the stream was decoded to its end.
+  std::int32_t decoded;  ///< Bytes that the stream decoded to.
+  std::int32_t flaw;     ///< A CPDFStreamFlaw of the stream.
 };
 
 /// Stream data held in memory for one object.
@@ -222,6 +222,7 @@ public:
 
   // Guards and indexes.
   sheaf::SectionLog sections_read;
+  sheaf::ListedNumbers listed;
   sheaf::Nesting entity_calls{32};  ///< References to references, lengths, object streams.
   sheaf::Nesting objstm_loads{4};   ///< Object streams whose own parameters lie in others.
   sheaf::StreamWork stream_work;

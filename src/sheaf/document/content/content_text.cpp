@@ -6,8 +6,8 @@
 #include <memory>
 
 #include "sheaf/base/scope_guard.h"
-#include "sheaf/filters/flate.h"
 #include "sheaf/filters/stream_filter.h"
+#include "sheaf/filters/stream_flaw.h"
 #include "sheaf/object/array.h"
 #include "sheaf/xref/xref_table.h"
 
@@ -16,11 +16,6 @@ namespace sheaf {
 namespace {
 
 constexpr std::size_t kBlock = 16384;
-
-// A decoder that can say that its data ended too soon says so.
-bool reached_end(CPDFStream& decoder) {
-  return decoder.filter_type != kFilterFlate || static_cast<CPDFStreamFlate&>(decoder).reached_end();
-}
 
 }  // namespace
 
@@ -55,7 +50,7 @@ bool ContentText::decode(CPDFXRefTable& table, const CPDFObj& stream, std::size_
     const int got = decoder->read_block(text_.begin() + size, static_cast<int>(room));
     text_.resize(size + static_cast<std::size_t>(std::max(got, 0)));
     if (got <= 0)
-      return reached_end(*decoder);
+      return find_flaw(*decoder) == kFlawNone;
   }
   return false;
 }

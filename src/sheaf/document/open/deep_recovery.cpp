@@ -66,6 +66,8 @@ void DeepRecovery::classify(const ObjectScan& scan, const ObjectScan::Object& ob
 void DeepRecovery::enter_objects(const ObjectScan& scan) {
   for (const ObjectScan::Object& object : scan.objects()) {
     const bool has_number = take_object(object.num, object.pos);
+    if (!has_number && object.num > 0)
+      opener_.rescue()->report_number(object);
     if (object.kind == ObjectScan::Kind::kObjectStream)
       object_streams_.push({has_number ? object.num : --last_nameless_, object.pos});
     else if (has_number)
@@ -141,7 +143,8 @@ void DeepRecovery::load_object_stream(const FoundStream& found) {
   if (rec == nullptr)
     return;
   GrowArray<std::int32_t> numbers;
-  read_member_numbers(table_, *rec, numbers);
+  if (!read_member_numbers(table_, *rec, numbers))
+    opener_.add_repair("stream", std::max(found.num, 0), found.pos, kObjectStreamDamaged);
   for (std::uint32_t index = 0; index < numbers.size(); ++index)
     enter_compressed(numbers[index], found, static_cast<std::int32_t>(index));
 }

@@ -23,6 +23,8 @@ public:
 
   CPDFDoc& doc() { return doc_; }
   CPDFXRefTable& table() { return table_; }
+  /// Null without memory.
+  ObjectRescue* rescue() { return doc_.rescue_; }
   /// What a pass over the whole file finds. Null without memory.
   const ObjectScan* scan();
   /// A fresh table over the document's stream.

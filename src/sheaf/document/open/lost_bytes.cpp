@@ -42,6 +42,8 @@ void DocumentOpener::report_missing_bytes() {
   const bool too_short = stated_length_ != 0 && stated_length_ > stream_.GetLen();
   if (too_near || too_short)
     add_repair("bytes", 0, found, kBytesMissing);
+  else if (found == 0 && stated_section_ != 0)
+    add_repair("bytes", 0, stated_section_, "no section is left in the file; what stood beside it may be gone as well");
 }
 
 }  // namespace sheaf

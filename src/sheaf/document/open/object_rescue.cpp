@@ -6,7 +6,7 @@
 
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/document/doc.h"
-#include "sheaf/filters/stream_filter.h"
+#include "sheaf/filters/stream_flaw.h"
 #include "sheaf/object/parse_buf.h"
 
 namespace sheaf {
@@ -17,27 +17,31 @@ constexpr int kMostObjStmBytes = 0x8000000;
 
 }  // namespace
 
-void read_member_numbers(CPDFXRefTable& table, const CPDFStreamRec& rec, GrowArray<std::int32_t>& numbers) {
+bool read_member_numbers(CPDFXRefTable& table, const CPDFStreamRec& rec, GrowArray<std::int32_t>& numbers) {
   Freed<CPDFObj> value = table.value(&rec.dict, "N");
   const std::int32_t count = value.to_int();
   const std::unique_ptr<CPDFStream> decoder(table.make_stream(&rec));
   if (decoder == nullptr)
-    return;
+    return false;
   const std::int64_t ceiling = table.decoded_ceiling > 0 ? table.decoded_ceiling : kMostObjStmBytes;
   int size = 0;
   const HeapBlock<std::uint8_t> data(decoder->buffer_load(
       decoder->most_text(static_cast<int>(std::min<std::int64_t>(ceiling, kMostObjStmBytes))), size));
   if (!data || size < 1)
-    return;
+    return false;
+  const bool is_whole = find_flaw(*decoder) == kFlawNone;
   CPDFBufMem buf;
   buf.buf_init_mem(data.get(), static_cast<std::uint32_t>(size));
   Freed<CPDFObj> number;
   for (std::int32_t index = 0; index < count; ++index) {
     number.read(&buf, nullptr);
-    if (number.tag != kTagInt || !numbers.push(number.as_int()))
-      return;
+    if (number.tag != kTagInt)
+      break;  // "N" is too large
+    if (!numbers.push(number.as_int()))
+      return false;
     number.read(&buf, nullptr);  // the offset: objects are read one after the other
   }
+  return is_whole;
 }
 
 const ObjectScan* ObjectRescue::scan() {
@@ -59,7 +63,9 @@ bool ObjectRescue::find_data_end(std::uint32_t data, std::uint32_t& end) {
 
 bool ObjectRescue::is_unknown(std::int32_t num) {
   const auto index = static_cast<std::uint32_t>(num);
-  return num > 0 && index < table_.max_obj_num() &&
+  // Where all sections can be read only the gaps in them count: a cross-reference stream need not list itself.
+  const bool may_be_lost = table_.sections_lost != 0 ? !table_.listed.has(index) : table_.listed.leave_out(index);
+  return num > 0 && index < table_.max_obj_num() && may_be_lost &&
          (index >= table_.xref_count || !table_.xref_items[index].is_known());
 }
 
@@ -73,6 +79,8 @@ void ObjectRescue::enter_all() {
   for (const ObjectScan::Object& object : scan_->objects()) {
     if (object.num > 0 && static_cast<std::uint32_t>(object.num) < table_.max_obj_num())
       enter(object.num, object.pos);
+    else if (object.num > 0)
+      report_number(object);
   }
   table_.next_obj_num = std::max(table_.next_obj_num, table_.xref_count);
 }
@@ -101,13 +109,22 @@ void ObjectRescue::enter_missing() {
                     "this object and others are in no section that can be read; found by scanning");
 }
 
+void ObjectRescue::report_number(const ObjectScan::Object& object) {
+  if (!has_reported_number_)
+    doc_.add_repair(
+        "number", object.num, object.pos,
+        "this object's number is higher than a file of this length can justify; it and its like are left out");
+  has_reported_number_ = true;
+}
+
 void ObjectRescue::enter_members(const ObjectScan::Object& container) {
   const std::int32_t num = number_of(container);
   Freed<CPDFObj> obj = table_.object(PDF_REF{num, 0});
   if (num == 0 || obj.as_stream() == nullptr)
     return;
   GrowArray<std::int32_t> numbers;
-  read_member_numbers(table_, *obj.as_stream(), numbers);
+  if (!read_member_numbers(table_, *obj.as_stream(), numbers))
+    doc_.add_repair("stream", num, container.pos, kObjectStreamDamaged);
   for (std::uint32_t i = 0; i < numbers.size(); ++i) {
     if (is_unknown(numbers[i]) && enter(numbers[i], 0))
       table_.xref_items[numbers[i]] = {PDF_XREF::kCompressed, static_cast<std::uint32_t>(num),

@@ -27,7 +27,9 @@ public:
   /// What is in the file. Null without memory.
   const ObjectScan* scan();
   /// For a table that begins anew.
-  void begin_anew() { entered_ = false; }
+  void begin_anew() { entered_ = has_reported_number_ = false; }
+  /// Records that an object has a number which the table cannot hold; the first of them.
+  void report_number(const ObjectScan::Object& object);
   /// Another place counts as the start of the file.
   void forget_scan() { scan_.reset(); }
 
@@ -42,9 +44,13 @@ private:
   std::unique_ptr<ObjectScan> scan_;
   bool entered_ = false;  // all that is missing has an entry
   bool busy_ = false;
+  bool has_reported_number_ = false;
 };
 
-/// The numbers that an object stream gives its members, in their order; none when it cannot be decoded.
-void read_member_numbers(CPDFXRefTable& table, const CPDFStreamRec& rec, GrowArray<std::int32_t>& numbers);
+constexpr char kObjectStreamDamaged[] = "this object stream is damaged; objects of it may be gone";
+
+/// The numbers that an object stream gives its members, in their order. False when it cannot be decoded as a
+/// whole, so that some can be missing.
+bool read_member_numbers(CPDFXRefTable& table, const CPDFStreamRec& rec, GrowArray<std::int32_t>& numbers);
 
 }  // namespace sheaf

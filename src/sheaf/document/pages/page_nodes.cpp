@@ -29,6 +29,11 @@ bool PageNodes::is_absent(const CPDFObj* item) {
     return true;
   if (item->tag != kTagRef)
     return false;
+  // What is in memory need not be copied: it can be the resources of all pages.
+  const auto num = static_cast<std::uint32_t>(item->as_ref().num);
+  const PDF_NEWOBJ* const slot = item->as_ref().num > 0 && table_.know_entry(num) ? table_.slot_of(num) : nullptr;
+  if (slot != nullptr && slot->obj.tag != kTagRef)
+    return slot->obj.is_null();
   Freed<CPDFObj> value;
   table_.resolve(value, item);
   return value.is_null();

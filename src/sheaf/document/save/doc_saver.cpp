@@ -9,8 +9,22 @@
 #include "sheaf/document/save/new_file_internal.h"
 #include "sheaf/document/save/section_window_internal.h"
 #include "sheaf/document/save/section_writer_internal.h"
+#include "sheaf/xref/object_finder.h"
 
 namespace sheaf {
+
+namespace {
+
+// Gives numbers that no section lists, though it lists higher ones, their objects: lines of it can be gone.
+void enter_unlisted(CPDFXRefTable& table) {
+  std::uint32_t num = 1;
+  while (num < table.xref_count && (table.xref_items[num].is_known() || !table.listed.leave_out(num)))
+    ++num;
+  if (num < table.xref_count && table.finder != nullptr)
+    table.finder->enter_missing();
+}
+
+}  // namespace
 
 bool DocSaver::save_update(PDF_SAVE_FORM form, PDF_SIGN_DATA* sign) {
   last_save_ = write_changes(form, sign);
@@ -140,6 +154,7 @@ bool DocSaver::prepare_complete(CPDFObj& id, const CPDFEncrypt* enc) {
   const HeapWatch watch;
   CPDFXRefTable& table = doc_.table();
   doc_.read_all_sections();
+  enter_unlisted(table);
   if (!give_trailer_values_numbers(table))
     table.entries_lost = 1;
   doc_.store_page_tree();

@@ -7,8 +7,8 @@
 
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/document/content/content_reader.h"
-#include "sheaf/filters/flate.h"
 #include "sheaf/filters/stream_filter.h"
+#include "sheaf/filters/stream_flaw.h"
 
 namespace sheaf {
 
@@ -107,7 +107,7 @@ bool ResourcePruner::append_data(const CPDFObj& value, GrowArray<char>& text) {
       return false;
   }
   text.push('\n');
-  return decoder->filter_type != kFilterFlate || static_cast<CPDFStreamFlate&>(*decoder).reached_end();
+  return find_flaw(*decoder) == kFlawNone;
 }
 
 void ResourcePruner::add_holder(std::int32_t num, std::int32_t role, GrowArray<std::int32_t>& holders) {

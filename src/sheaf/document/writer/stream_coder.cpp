@@ -7,8 +7,8 @@
 
 #include "sheaf/document/writer/deflater.h"
 #include "sheaf/filters/decode_parms.h"
-#include "sheaf/filters/flate.h"
 #include "sheaf/filters/stream_filter.h"
+#include "sheaf/filters/stream_flaw.h"
 #include "sheaf/neighbours/security/crypt_filter.h"
 #include "sheaf/xref/xref_table.h"
 
@@ -62,7 +62,7 @@ bool drain(CPDFStream& decoder, HeapBlock<unsigned char>& out, std::size_t& size
     if (size > kMostDecoded)
       return false;
   }
-  return decoder.filter_type != kFilterFlate || static_cast<CPDFStreamFlate&>(decoder).reached_end();
+  return find_flaw(decoder) == kFlawNone;
 }
 
 }  // namespace

@@ -83,14 +83,14 @@ int CPDFStreamDCT::open(int color_transform) {
 
 bool CPDFStreamDCT::begin() {
   if (!jpeg_begin(*jpeg_))
-    early_end = kEarlyEndData;
-  return early_end == kEarlyEndNone;
+    flaw = kFlawEarlyEnd;
+  return flaw == kFlawNone;
 }
 
 bool CPDFStreamDCT::next_row(std::uint8_t* row) {
   const bool is_last = jpeg_->cinfo.output_scanline >= jpeg_->cinfo.output_height;
   const bool has_row = jpeg_next_row(*jpeg_, row);
   if (!has_row && !is_last)
-    early_end = kEarlyEndData;
+    flaw = kFlawEarlyEnd;
   return has_row;
 }

@@ -68,7 +68,7 @@ bool CPDFStreamLZW::fill_window() {
 
 int CPDFStreamLZW::next_code() {
   if (window_bits_ < width_ && !fill_window()) {
-    early_end = kEarlyEndData;
+    flaw = kFlawEarlyEnd;
     return kEnd;
   }
   window_bits_ -= width_;
@@ -103,7 +103,7 @@ int CPDFStreamLZW::next_string_code() {
   if (code == kEnd || (code >= next_entry_ && !is_new)) {
     ended_ = true;
     if (code != kEnd)
-      early_end = kEarlyEndData;
+      flaw = kFlawEarlyEnd;
     return -1;
   }
   if (previous_ >= 0)

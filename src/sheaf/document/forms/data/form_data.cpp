@@ -55,9 +55,11 @@ bool CPDFFormData::read_form(CPDFDoc& doc) {
     return false;
   for (std::int32_t i = 0; i < form.field_count(); ++i) {
     const CPDFField& field = *form.field_at(i);
+    if (!field.is_terminal())
+      continue;  // its facts come from all the fields above it
     FieldFacts facts;
     facts.read(field);
-    if (!field.is_terminal() || facts.kind == FieldKind::kSignature || facts.kind == FieldKind::kPushButton)
+    if (facts.kind == FieldKind::kSignature || facts.kind == FieldKind::kPushButton)
       continue;
     Freed<CPDFObj> value;
     field.get_value("V", value);
