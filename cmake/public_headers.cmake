@@ -47,6 +47,7 @@ set(SHEAF_PUBLIC_HEADERS
   document/signatures/signature_writer.h
   document/text/text_setter.h
   document/writer/doc_writer.h
+  document/writer/edited_file.h
   document/writer/write_options.h
   filters/stream_filter.h
   layer/content.h

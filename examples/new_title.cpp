@@ -17,7 +17,7 @@ int main(int argc, char** argv) {
   sheaf::Page page = doc->pages().add(595, 842);
   sheaf::Value font = doc->add(sheaf::Object::dictionary("Type", sheaf::Name("Font"), "Subtype", sheaf::Name("Type1"),
                                                          "BaseFont", sheaf::Name("Helvetica")));
-  sheaf::ContentWriter content;
+  sheaf::ContentAppender content;
   content.add("BT").add("Tf", sheaf::Name(page.add_resource("Font", font)), 24).add("Td", 72, 720);
   content.add("Tj", "The last page").add("ET");
   page.set_content(content);

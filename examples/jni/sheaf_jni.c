@@ -53,7 +53,8 @@ JNIEXPORT jlong JNICALL Java_Sheaf_openBytes(JNIEnv* env, jclass type, jbyteArra
   sheaf_document* document = NULL;
   if (copy != NULL)
     (*env)->GetByteArrayRegion(env, bytes, 0, count, copy);
-  return hand_out(env, sheaf_open_memory(copy, (size_t)count, NULL, &document), document, copy);
+  const sheaf_code code = sheaf_open_memory(copy, (size_t)count, NULL, &document);
+  return hand_out(env, code, document, copy);
 }
 
 JNIEXPORT jint JNICALL Java_Sheaf_pageCount(JNIEnv* env, jclass type, jlong handle) {

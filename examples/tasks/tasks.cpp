@@ -45,7 +45,7 @@ void edit_pages(const std::string& path, const std::string& other_path, const st
 void edit_content(const std::string& path, const std::string& out) {
   auto doc = sheaf::Document::open(path);
   sheaf::Page page = doc->pages()[0];
-  sheaf::ContentWriter kept;
+  sheaf::ContentAppender kept;
   for (const sheaf::Operator& op : *page.content()) {
     if (op.name() != "Tj" && op.name() != "TJ")
       kept.add(op);

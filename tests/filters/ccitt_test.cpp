@@ -190,10 +190,23 @@ TEST(CcittLines, BadCodeWordsEndTheLineOrTheData) {
     EXPECT_EQ(lines(row.bits, row.k, 7, row.count), row.result) << row.what;
 }
 
+// As many zeros as white pixels and a one for a black pixel; behind six zeros or more a one leaves the mode, and a tag
+// bit follows. Zeros are counted from the mode's start, and the pass that leaves it draws its pixels a second time with
+// a black one behind, which is kept as it was made.
 TEST(CcittLines, UncompressedModeDrawsItsPixels) {
-  // 00001 is four white pixels and a black one; 0000001T leaves with the tag bit.
-  const std::string text = lines("0000001 111 001 0000001 0 1 1", -1, 9, 1);
-  EXPECT_EQ(text.substr(0, 3), "..#");
+  const struct {
+    const char* what;
+    const char* bits;
+    const char* row;
+  } rows[] = {
+      {"2 white, a black one; 2 counted again by leaving, twice", "0000001111 001 0000001 0 1", "..#....##"},
+      {"the same, the tag saying black", "0000001111 001 0000001 1 1", "..#....##"},
+      {"5 white alone, then one more zero leaves", "0000001111 000001 01 0 1", ".....####"},
+      {"left at once", "0000001111 0000001 0 1", "#########"},
+      {"the data end within the mode", "0000001111 01 0000", ".#......."},
+  };
+  for (const auto& row : rows)
+    EXPECT_EQ(lines(row.bits, -1, 9, 1), row.row) << row.what;
 }
 
 TEST(CcittLines, RandomDataNeitherHangNorOverrun) {

@@ -1,3 +1,4 @@
+// Values, streams and whole documents beside the model.
 #include "oracle/compare.h"
 
 #include <algorithm>

@@ -42,7 +42,8 @@ struct Signatures : testing::Test {
     document = unsigned_document(gap);
     write_file(folder / "covered", document.substr(0, gap) + document.substr(gap + 2 * kRoom + 2));
     const RunResult made =
-        run("openssl req -x509 -newkey rsa:2048 -nodes -keyout key.pem -out cert.pem -subj '/CN=A. Signer/O=Tests' "
+        run("openssl req -x509 -newkey ec -pkeyopt ec_paramgen_curve:P-256 -nodes -keyout key.pem -out cert.pem -subj "
+            "'/CN=A. Signer/O=Tests' "
             "-days 3 && openssl cms -sign -binary -md sha256 -in covered -signer cert.pem -inkey key.pem -outform DER "
             "-out signature");
     const std::string signature = read_file(folder / "signature");
@@ -69,7 +70,8 @@ TEST_F(Signatures, HoldUntilACoveredByteChanges) {
               contains(plain, "the whole file") && contains(plain, "permits filling in"))
       << plain.output;
   EXPECT_TRUE(contains(sheaf("signatures in.pdf --trust cert.pem"), "certificate trusted"));
-  run("openssl req -x509 -newkey rsa:2048 -nodes -keyout k2.pem -out other.pem -subj /CN=Other -days 3");
+  run("openssl req -x509 -newkey ec -pkeyopt ec_paramgen_curve:P-256 -nodes -keyout k2.pem -out other.pem -subj "
+      "/CN=Other -days 3");
   EXPECT_TRUE(contains(sheaf("signatures in.pdf --trust other.pem"), "certificate unknown"));
   std::string spoilt = document;
   spoilt[spoilt.find("99 99")] = '8';

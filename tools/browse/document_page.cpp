@@ -26,7 +26,7 @@ namespace {
 
 constexpr std::size_t kMostSyntax = 128 * 1024;
 constexpr std::size_t kPieceBytes = 128 * 1024;
-constexpr std::size_t kMostReferences = 1 << 21;
+constexpr std::size_t kMostReferences = 1 << 20;
 constexpr std::ptrdiff_t kMostShownReferrers = 200;
 constexpr std::ptrdiff_t kMostVersions = 12;
 constexpr std::size_t kMostLabelBytes = 60;
@@ -222,7 +222,7 @@ void DocumentPage::write_rows() {
 
 PartKind DocumentPage::kind_of(const ObjectPlace& place) const {
   const auto num = static_cast<std::size_t>(place.num);
-  if (!place.is_current)
+  if (!place.is_current && place.index >= 0)
     return PartKind::kOldObject;
   if (place.index < 0)
     return place.part < 0 ? PartKind::kUnknown : map_.scan.parts[static_cast<std::size_t>(place.part)].kind;
@@ -234,7 +234,7 @@ void DocumentPage::write_row(Place place, Place end) {
   places_.read(*place, value);
   const PartKind kind = kind_of(*place);
   std::string label = label_of(value);
-  if (kind == PartKind::kContent && label.starts_with("with "))
+  if (kind == PartKind::kContent && label == "stream")
     label = "Content";
   const bool is_frame = kind == PartKind::kFrame;
   const auto num = static_cast<std::size_t>(place->num);
@@ -297,7 +297,9 @@ std::string DocumentPage::label_of(const CPDFObj& value) {
   if (width.is_number())
     label += " " + std::to_string(width.to_int()) + " × " +
              std::to_string(table_.value(dict, CPDFDictionary::sm_tag_height).to_int());
-  if (label.empty() && dict->count > 0)
+  if (label.empty() && value.tag == kTagStream)
+    label = "stream";
+  else if (label.empty() && dict->count > 0)
     label = std::string("with ") + dict->items[0]->key();
   return shown(label);
 }

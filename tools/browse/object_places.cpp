@@ -18,6 +18,7 @@ constexpr std::uint32_t kOffsetSlack = 16;  // an entry may point this far in fr
 
 ObjectPlaces::ObjectPlaces(CPDFDoc& doc, const FileMap& map) : doc_(doc), table_(doc.table()), map_(map) {
   const auto& parts = map_.scan.parts;
+  places_.reserve(std::min(parts.size(), kMostPlaces));
   for (std::size_t i = 0; i < parts.size() && places_.size() < kMostPlaces; ++i) {
     const auto part = static_cast<std::int32_t>(i);
     if (parts[i].num < 1)

@@ -90,7 +90,7 @@ function lineOf(line) {
 }
 // A block of lines, so many at a time.
 function code(text, draw, label, wraps) {
-  const lines = text.split('\n');
+  const lines = text.replace(/\n+$/, '').split('\n');
   const block = el('pre', {tabindex: 0, 'aria-label': label, class: wraps ? 'wrap' : null});
   const more = el('button', {type: 'button', onclick: add});
   let shown = 0;
@@ -142,7 +142,7 @@ const VIEWS = {
   content: ['Content', view => code(view.text, lineOf, 'Content')],
   cmap: ['Character map', view => [code(view.text, lineOf, 'Character map'),
     el('div', {class: 'glyphs'}, mappings(view.text).map(([from, to]) => glyphBox(from, '', to)))]],
-  xml: ['XML', view => code(view.text.trimEnd(), line => [line], 'XML', true)],
+  xml: ['XML', view => code(view.text.trim(), line => [line], 'XML', true)],
   text: ['Text', view => code(view.text, line => [line], 'Text', true)],
   entries: ['Entries', view => table(['object', 'where', 'place', 'generation'], view.rows.map(row => (ENTRY[row[1]] || (row =>
     row.map(String)))(row)))],
@@ -195,7 +195,7 @@ function align(a, b) {
 }
 const saveOf = version => `save ${version.revision + 1} of ${index.revisions.length}`;
 function versionsSection(body) {
-  const all = [...body.versions].reverse();
+  const all = [currentOf(body), ...body.versions.slice(0, -1)];
   const place = el('div');
   const picker = el('select', {'aria-label': 'Earlier version', onchange: draw},
     all.slice(1).map((version, i) => el('option', {value: i + 1}, `${saveOf(version)}, ${whereText(version)}`)));
@@ -285,6 +285,8 @@ function show() {
   else if (parts[part]) nodes = partView(part);
   byId('view').replaceChildren(...nodes);
   byId('view').scrollTop = 0;
+  // On a narrow screen the object is below the lists.
+  if (location.hash && byId('view').getBoundingClientRect().top > innerHeight / 2) byId('view').scrollIntoView();
   document.title = `${byId('view').querySelector('h2').textContent}, ${index.file}`;
   selectedPart = num && byNum.has(num) ? byNum.get(num).part : part;
   drawMap();
@@ -587,7 +589,7 @@ function makeTold() {
 
 // ---- the start ----
 byId('file').textContent = index.file;
-byId('facts').textContent = index.facts;
+byId('facts').textContent = index.told ? index.facts.replace(/, sound$/, '') : index.facts;
 byId('count').textContent = `${count(objects.length)} objects`;
 byId('back').addEventListener('click', () => history.back());
 byId('forward').addEventListener('click', () => history.forward());

@@ -1,3 +1,4 @@
+// Bytes go into the page as characters, so that JSON can hold them.
 #include "browse/text_forms.h"
 
 #include "sheaf/base/utf.h"

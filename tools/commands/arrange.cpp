@@ -52,7 +52,8 @@ bool wanted_pages(const ArrangeOptions& options, const std::string& name, int co
 // What is gone with the pages.
 int note_gone(const PDF_ARRANGE_REPORT& done, const std::string& name) {
   if (done.outline_gone != 0)
-    remark(name, std::to_string(done.outline_gone) + " entries of the outline led to removed pages and went with them");
+    remark(name, std::to_string(done.outline_gone) +
+                     " entries of the outline led to removed pages, and went with them or lead nowhere now");
   if (done.fields_gone != 0)
     warn(name, std::to_string(done.fields_gone) + " form fields were on removed pages only and went with them");
   if (done.signatures_gone == 0)

@@ -193,7 +193,9 @@ const Registration kAttachments(
       command.add_option("--remove", options->gone, "Take the file of this name out")
           ->one_at_a_time()
           ->excludes(folder);
-      command.add_option("--add", options->changes.attachments, "Embed a file")->one_at_a_time()->excludes(folder);
+      command.add_option("--add", options->changes.attachments, "Embed a file, - for standard input")
+          ->one_at_a_time()
+          ->excludes(folder);
       command.add_flag("--json", options->json, "One JSON object");
       return [options] { return run_attachments(*options); };
     });

@@ -34,6 +34,7 @@ void add_text(Command& command, TextOptions& text) {
   add_flag("--italic", text.italic, "Synthetic italic");
   add_flag("--no-embed", text.no_embed, "Leave the font programs out");
   add_flag("--embed-restricted", text.embed_restricted, "Embed fonts whose licence does not allow it");
+  add_flag("--no-kerning", text.no_kerning, "Letters side by side, whatever pairs they make");
   add_flag("--vertical", text.vertical, "Columns from right to left");
   command.add_option("--size", text.size, "Points")->check(Range{1.0, 400.0})->needs(file);
 }

@@ -143,6 +143,7 @@ void remark_work(const PDF_WRITE_RESULT& result, const std::string& output) {
       remark(output, std::to_string(count) + " " + what);
   };
   say(result.streams_changed, "streams have other filters now");
+  say(result.streams_left, "streams stay as they are: all would decode to too much for a file of this size");
   say(result.joined, "objects were equal to others and are written once");
   say(result.resources, "resources that nothing uses were left out");
   say(result.images, "images of one bit a pixel were packed");
@@ -158,13 +159,19 @@ bool write_as_asked(CPDFDoc& doc, const RewriteOptions& options, SafeOutput& out
   std::unique_ptr<CPDFStandardEncrypt> enc;
   if (!make_encryption(doc, id, options, enc))
     return false;
+  if (enc != nullptr && options.writing.uncompress)
+    warn(output_name(options.output), "stays encrypted, which is nothing for a text editor; add --decrypt");
   CPDFDocWriter writer(doc);
   writer.set_id(id);
   if (!writer.write(progress, enc.get(), options.writing.write))
     return complain_of_output(options.output);
   const PDF_WRITE_RESULT& result = writer.result();
   remark_work(result, output_name(options.output));
-  counts = {result.objects, result.left_out, result.unreadable};
+  if (result.has_no_pages)
+    complain(output_name(options.output), "has no page, and so is not linearized");
+  if (result.hints_are_cut)
+    remark(output_name(options.output), "its pages share so much that the hints do not name all of it");
+  counts = {result.objects, result.left_out, result.unreadable + (result.has_no_pages ? 1 : 0)};
   return true;
 }
 

@@ -10,6 +10,7 @@
 #include "sheaf/document/images/image_colours.h"
 #include "sheaf/filters/picture_budget.h"
 #include "sheaf/filters/stream_filter.h"
+#include "sheaf/neighbours/decoders/row_decoder.h"
 
 namespace sheaf::tool {
 
@@ -73,8 +74,34 @@ private:
   std::vector<std::uint8_t> row_;
 };
 
+// Rows of a JPEG 2000 image, whose data say how many components there are: those behind the colours are left out.
+class ColourRows {
+public:
+  ColourRows(CPDFStream& decoder, int pixels, int stored, int wanted)
+      : decoder_(decoder), stored_(stored), wanted_(wanted) {
+    if (stored > wanted)
+      row_.resize(static_cast<std::size_t>(pixels) * static_cast<std::size_t>(stored));
+  }
+  int read(std::uint8_t* out, int size) {
+    if (row_.empty())
+      return decoder_.read_block(out, size);
+    if (decoder_.read_block(row_.data(), static_cast<int>(row_.size())) != static_cast<int>(row_.size()))
+      return 0;
+    const auto wanted = static_cast<std::size_t>(wanted_);
+    for (std::size_t i = 0; i < static_cast<std::size_t>(size); ++i)
+      out[i] = row_[i / wanted * static_cast<std::size_t>(stored_) + i % wanted];
+    return size;
+  }
+
+private:
+  CPDFStream& decoder_;
+  int stored_;
+  int wanted_;
+  std::vector<std::uint8_t> row_;
+};
+
 // `empty_bytes` of rows may stand behind the end of the data.
-const char* write_rows(PngOutput& png, const CPDFImage& image, const PixelRows& rows, CPDFStream& decoder,
+const char* write_rows(PngOutput& png, const CPDFImage& image, const PixelRows& rows, ColourRows& colours,
                        std::int64_t empty_bytes, int shrink, bool& is_whole) {
   std::vector<std::uint8_t> source(static_cast<std::size_t>(rows.source_row_bytes()) + 1);
   std::vector<std::uint8_t> row(static_cast<std::size_t>(rows.row_bytes()));
@@ -82,7 +109,7 @@ const char* write_rows(PngOutput& png, const CPDFImage& image, const PixelRows& 
   for (std::int32_t y = 0; y < image.height; ++y) {
     int total = 0;
     for (int got = 1; is_whole && total < rows.source_row_bytes() && got > 0; total += std::max(got, 0))
-      got = decoder.read_block(source.data() + total, rows.source_row_bytes() - total);
+      got = colours.read(source.data() + total, rows.source_row_bytes() - total);
     if (is_whole && total < rows.source_row_bytes() && rows.row_bytes() * (image.height - y) > empty_bytes)
       return kOutOfProportion;
     is_whole = is_whole && total == rows.source_row_bytes();
@@ -102,18 +129,28 @@ const char* write_png(CQVStream* out, CPDFXRefTable& table, const CPDFImage& ima
                       int shrink) {
   constexpr std::int64_t kMostRowBits = 1 << 28;
   is_whole = true;
-  const ColourSpace space = read_colour_space(table, image);
+  ColourSpace space = read_colour_space(table, image);
+  const bool is_jpx = std::strcmp(image.filter, "JPXDecode") == 0;
+  const std::unique_ptr<CPDFStream> decoder(image.open_samples());
+  const auto* const jpx = is_jpx ? static_cast<const CPDFRowDecoder*>(decoder.get()) : nullptr;
+  if (jpx != nullptr && space.family == ColourFamily::kNone) {
+    // Without a colour space the data's own holds (ISO 32000-1, 7.4.9).
+    space.family = jpx->components() < 3 ? ColourFamily::kGrey : ColourFamily::kRgb;
+    space.components = jpx->components() < 3 ? 1 : 3;
+  }
   const bool is_bilevel =
       std::strcmp(image.filter, "CCITTFaxDecode") == 0 || std::strcmp(image.filter, "JBIG2Decode") == 0;
-  const int bits = is_bilevel ? 1 : image.bits;
+  const int bits = is_bilevel ? 1 : is_jpx ? 8 : image.bits;
   if (space.family == ColourFamily::kNone)
     return "its colour space cannot be shown as a picture";
   if (image.width < 1 || image.height < 1 || (bits != 1 && bits != 2 && bits != 4 && bits != 8 && bits != 16) ||
       std::int64_t{image.width} * space.components * bits > kMostRowBits)
     return "its size or depth makes no picture";
-  const std::unique_ptr<CPDFStream> decoder(image.open_samples());
   if (decoder == nullptr)
     return "its data cannot be decoded";
+  if (jpx != nullptr &&
+      (jpx->width() != image.width || jpx->height() != image.height || jpx->components() < space.components))
+    return "its data are of another size than it says";
   const PixelRows rows(table, image, space, bits);
   const std::int64_t budget = picture_budget(image.stored_length, table.picture_ceiling);
   if (rows.row_bytes() > budget)
@@ -136,7 +173,8 @@ const char* write_png(CQVStream* out, CPDFXRefTable& table, const CPDFImage& ima
   const ScopeGuard close([&png] { png_close(png); });
   if (!png_begin(png, out, layout))
     return kNotWritten;
-  return write_rows(png, image, rows, *decoder, budget, shrink, is_whole);
+  ColourRows colours(*decoder, image.width, jpx != nullptr ? jpx->components() : space.components, space.components);
+  return write_rows(png, image, rows, colours, budget, shrink, is_whole);
 }
 
 }  // namespace sheaf::tool

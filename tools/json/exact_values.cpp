@@ -7,6 +7,7 @@
 #include <cstring>
 #include <new>
 
+#include "sheaf/base/chars.h"
 #include "sheaf/base/heap.h"
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/object/array.h"
@@ -135,19 +136,12 @@ void write_at(JsonWriter& json, const CPDFObj& value, JsonForm form, int depth) 
   }
 }
 
-int hex_digit(char c) {
-  if (c >= '0' && c <= '9')
-    return c - '0';
-  const char small = static_cast<char>(c | 0x20);
-  return small >= 'a' && small <= 'f' ? small - 'a' + 10 : -1;
-}
-
 bool read_hex(std::string_view text, std::string& bytes) {
   if (text.size() % 2 != 0)
     return false;
   for (std::size_t i = 0; i < text.size(); i += 2) {
-    const int high = hex_digit(text[i]);
-    const int low = hex_digit(text[i + 1]);
+    const int high = hex_value(text[i]);
+    const int low = hex_value(text[i + 1]);
     if (high < 0 || low < 0)
       return false;
     bytes += static_cast<char>(high * 16 + low);
@@ -242,8 +236,8 @@ private:
       return fail("the name " + text);
     for (std::size_t i = 3; i < text.size(); ++i) {
       const bool escaped =
-          text[i] == '#' && i + 2 < text.size() && hex_digit(text[i + 1]) >= 0 && hex_digit(text[i + 2]) >= 0;
-      name += escaped ? static_cast<char>(hex_digit(text[i + 1]) * 16 + hex_digit(text[i + 2])) : text[i];
+          text[i] == '#' && i + 2 < text.size() && hex_value(text[i + 1]) >= 0 && hex_value(text[i + 2]) >= 0;
+      name += escaped ? static_cast<char>(hex_value(text[i + 1]) * 16 + hex_value(text[i + 2])) : text[i];
       i += escaped ? 2 : 0;
     }
     return true;

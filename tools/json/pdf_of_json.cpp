@@ -47,7 +47,7 @@ public:
     }
     if (!set_trailer())
       return false;
-    table_.save(nullptr, nullptr);
+    table_.save_14(nullptr, nullptr);  // which adds no object of its own
     if (table_.write_failed == 0)
       return true;
     complain(file_, "the document could not be written to its end; is the disk full?");

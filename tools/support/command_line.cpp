@@ -82,6 +82,11 @@ Option* Option::type_name(const std::string& word) {
   return this;
 }
 
+Option* Option::delimiter(char mark) {
+  option_.delimiter(mark);
+  return this;
+}
+
 Option* Option::one_at_a_time() {
   option_.allow_extra_args(false);
   return this;

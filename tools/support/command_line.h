@@ -35,6 +35,7 @@ Range(double, double)->Range<double>;
 /// The words, or whole numbers as words, that a value can be.
 struct IsMember {
   IsMember(std::initializer_list<std::string> given) : words(given) {}
+  explicit IsMember(std::vector<std::string> given) : words(std::move(given)) {}
   std::vector<std::string> words;
 };
 
@@ -56,6 +57,8 @@ public:
   Option* type_name(const std::string& word);
   /// One value each time that the option is given, so that what follows is not taken for another.
   Option* one_at_a_time();
+  /// Several values in one word, with `mark` between them.
+  Option* delimiter(char mark);
 
 private:
   CLI::Option& option_;

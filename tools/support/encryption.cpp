@@ -1,3 +1,4 @@
+// What would not protect as it seems to is refused before anything is written.
 #include "support/encryption.h"
 
 #include <algorithm>

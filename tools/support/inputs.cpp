@@ -1,3 +1,4 @@
+// Pipes are copied into a file without a name, since documents are read from their end.
 #include "support/inputs.h"
 
 #include <fcntl.h>

@@ -1,3 +1,4 @@
+// A file is read and parsed as a whole.
 #include "support/json_file.h"
 
 #include <charconv>

@@ -1,3 +1,4 @@
+// A revision is the file up to its end, opened as a document of its own.
 #include "support/revision_documents.h"
 
 #include "support/inputs.h"

@@ -1,3 +1,4 @@
+// Names from documents lose what a path or a device could be made of.
 #include "support/safe_names.h"
 
 #include <sys/stat.h>

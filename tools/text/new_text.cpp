@@ -150,6 +150,7 @@ std::size_t end_of_part(std::string_view text, std::size_t from) {
 bool set_text(TextSetter& setter, PageSetter& pages, std::string_view text, const TextOptions& options) {
   TextFormat format;
   format.size = options.size;
+  format.kerning = !options.no_kerning;
   format.width = (options.vertical ? kPageHeight : kPageWidth) - 2 * kMargin;
   for (std::size_t at = 0; at < text.size();) {
     const std::size_t end = end_of_part(text, at);

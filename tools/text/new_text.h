@@ -18,6 +18,7 @@ struct TextOptions {
   bool no_embed = false;
   bool embed_restricted = false;
   bool vertical = false;
+  bool no_kerning = false;
   double size = 12;  ///< Points.
 };
 

@@ -34,7 +34,7 @@ def _as_pil(self):
 
     picture = self.pixels()
     size = (picture["width"], picture["height"])
-    rows, stride = picture["rows"], picture["row_bytes"]
+    rows, stride = bytes(picture["rows"]), picture["row_bytes"]
     palette, bits = picture["palette"], picture["bits"]
     if picture["components"] == 3:
         image = Image.frombytes("RGB", size, rows if bits == 8 else rows[::2], "raw", "RGB", stride if bits == 8 else stride // 2)

@@ -29,7 +29,7 @@ struct sheaf_content {
   explicit sheaf_content(sheaf::Content all) : content(std::move(all)), at(content.begin()) {}
 };
 struct sheaf_writer {
-  sheaf::ContentWriter writer;
+  sheaf::ContentAppender writer;
 };
 struct sheaf_seal {
   sheaf::Seal seal;

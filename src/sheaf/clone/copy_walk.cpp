@@ -68,7 +68,10 @@ public:
 
   void finish(CopiedObject& object) {
     if (CPDFStreamRec* rec = object.obj.as_stream()) {
-      // "Length" stays as the walk left it; a save prints the true count.
+      // "Length" stays as the walk left it; a save prints the true count. Of no bytes, which a record
+      // cannot count, it must not promise any: encrypted, they had some.
+      if (object.len == 0)
+        rec->dict.set_item_int(CPDFDictionary::sm_tag_length, 0);
       rec->source = table_.set_mem_stream(object.ref, object.data, object.len);
       rec->offset = 0;
       rec->length = object.len;

@@ -89,11 +89,11 @@ private:
     const std::unique_ptr<CPDFStream> held(stage);
     const std::int64_t ceiling = table_.decoded_ceiling;
     const int most = ceiling > 0 ? static_cast<int>(std::min<std::int64_t>(ceiling, kMostStageBytes)) : kMostStageBytes;
-    if (table_.chain_work > kMostChainWork)
+    if (table_.stream_work.done() > kMostChainWork)
       return nullptr;
     size = rec_.decoded_hint;
     unsigned char* block = stage->buffer_load(most, size);
-    table_.chain_work += std::clamp(size, kLeastStageWork, kMostStageBytes);
+    table_.stream_work.add(std::clamp(size, kLeastStageWork, kMostStageBytes));
     note_early_end(*stage);
     return block;
   }
@@ -133,11 +133,9 @@ private:
 }  // namespace
 
 CPDFStream* CPDFXRefTable::make_stream(const CPDFStreamRec* rec) {
-  if (stream_depth >= kMostNestedStreams || (stream_depth > 0 && chain_work > kMostChainWork))
+  if (stream_work.is_spent(kMostNestedStreams, kMostChainWork))
     return nullptr;
-  chain_work = stream_depth > 0 ? chain_work + kNestedStreamWork : 0;
-  ++stream_depth;
-  const ScopeGuard leave([this] { --stream_depth; });
+  const StreamWork::Stream making(stream_work, kNestedStreamWork);
   int len = 0;
   unsigned char* block = load_raw_data(rec, len);
   return block != nullptr ? FilterChain(*this, *rec).build(block, len) : nullptr;

@@ -30,7 +30,7 @@ Object Operator::copy(std::int32_t index) const {
   return made;
 }
 
-void ContentWriter::put(const Object& operand) {
+void ContentAppender::put(const Object& operand) {
   text_ += operand.print();
   text_ += ' ';
 }

@@ -1,6 +1,6 @@
 // Content streams as operators with their operands, and the way back.
 //
-//   sheaf::ContentWriter kept;
+//   sheaf::ContentAppender kept;
 //   for (const sheaf::Operator& op : *page.content()) {
 //     if (op.name() != "Do")
 //       kept.add(op);
@@ -87,22 +87,22 @@ private:
 };
 
 /// Puts operators one behind the other.
-class ContentWriter {
+class ContentAppender {
 public:
   /// The operator as it stood.
-  ContentWriter& add(const Operator& op) {
+  ContentAppender& add(const Operator& op) {
     text_.append(op.source()) += '\n';
     return *this;
   }
   /// An operator of that name behind operands: numbers, `Name`, `Bytes`, arrays.
   template <class... Operands>
-  ContentWriter& add(std::string_view name, Operands&&... operands) {
+  ContentAppender& add(std::string_view name, Operands&&... operands) {
     (put(Object(std::forward<Operands>(operands))), ...);
     text_.append(name) += '\n';
     return *this;
   }
   /// Content as it is.
-  ContentWriter& add_raw(std::string_view text) {
+  ContentAppender& add_raw(std::string_view text) {
     text_.append(text) += '\n';
     return *this;
   }

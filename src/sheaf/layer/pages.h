@@ -60,7 +60,7 @@ public:
   Expected<Content> content() const;
   /// Replaces all content of the page.
   bool set_content(std::string_view data);
-  bool set_content(const ContentWriter& content) { return set_content(content.data()); }
+  bool set_content(const ContentAppender& content) { return set_content(content.data()); }
   /// Draws behind what is there, in the page's own coordinates, whatever state that leaves behind.
   bool add_content(std::string_view data);
   /// Gives the page a resource of `category`, such as "Font" or "XObject", under a name that is free; that name.

@@ -58,7 +58,7 @@ Value add_appearance(layer::Core& core, const SignatureOptions& options) {
   const Object name(options.name);
   const PDF_String text = name.raw().as_string();
   const bool is_plain = text.len != 0 && static_cast<unsigned char>(text.data[0]) < 0x80;
-  ContentWriter content;
+  ContentAppender content;
   content.add("w", 0.5).add("re", 0.25, 0.25, box.width() - 0.5, box.height() - 0.5).add("S");
   if (is_plain) {
     const double size = std::min(12.0, box.height() / 2);

@@ -224,8 +224,7 @@ public:
   sheaf::SectionLog sections_read;
   sheaf::Nesting entity_calls{32};  ///< References to references, lengths, object streams.
   sheaf::Nesting objstm_loads{4};   ///< Object streams whose own parameters lie in others.
-  std::int32_t stream_depth = 0;    ///< Streams being made for one another's parameters.
-  std::int64_t chain_work = 0;      ///< What the outermost of them has cost, in decoded bytes.
+  sheaf::StreamWork stream_work;
   sheaf::Room entry_room;
   sheaf::Room slot_room;
   sheaf::Room mem_stream_room;

@@ -4,6 +4,8 @@
 #include "filters/filter_support.h"
 #include "sheaf/document/images/image.h"
 #include "support/fax_encoder.h"
+#include "support/jp2_maker.h"
+#include "support/jpeg_maker.h"
 #include "support/test_table.h"
 
 namespace {
@@ -58,6 +60,18 @@ TEST_F(ImageSamples, RowsOutOfAllProportionAreNotMade) {
   ceiling = 3'000'000;
   EXPECT_EQ(samples(endless, "\x80", 1 << 16, kFar).size(), 6 * 500'000u);
   EXPECT_EQ(samples("/Width 3/Height 1/BitsPerComponent 8/ColorSpace/DeviceGray", "abc", 2), "abc");
+}
+
+TEST_F(ImageSamples, PicturesAboveTheCeilingGiveNothing) {
+  const std::string entries = "/Width 40/Height 30/BitsPerComponent 8/ColorSpace/DeviceGray/Filter";
+  const std::string jpeg = make_jpeg(smooth_picture(40, 30, 1), 40, 30, kGreyJpeg);
+  const std::string jpx = make_jp2(40, 30, {.components = 1}, [](int, int x, int y) { return x + y; });
+  for (const auto& [filter, data] : {std::pair{"/DCTDecode", &jpeg}, std::pair{"/JPXDecode", &jpx}}) {
+    ceiling = 40 * 30;
+    EXPECT_EQ(samples(entries + filter, *data, 100).size(), 40u * 30) << filter;
+    ceiling = 40 * 30 - 1;
+    EXPECT_EQ(samples(entries + filter, *data, 100), "") << filter;
+  }
 }
 
 }  // namespace

@@ -117,66 +117,83 @@ bool CPDFDocDiff::same_content(const CPDFPage& a, const CPDFPage& b) {
   return text_a.text() == text_b.text();
 }
 
-void CPDFDocDiff::align(const GrowArray<PageLook>& a, const GrowArray<PageLook>& b, GrowArray<Pair>& pairs) {
-  std::size_t first = 0;
-  std::size_t end_a = a.size();
-  std::size_t end_b = b.size();
-  while (first < std::min(end_a, end_b) && a[first].digest == b[first].digest) {
-    pairs.push({static_cast<std::int32_t>(first), static_cast<std::int32_t>(first)});
-    ++first;
-  }
-  while (end_a > first && end_b > first && a[end_a - 1].digest == b[end_b - 1].digest) {
-    --end_a;
-    --end_b;
-  }
-  const std::size_t rows = end_a - first;
-  const std::size_t columns = end_b - first;
-  // longest[i][j]: pages in common of those from i and j on.
-  GrowArray<std::int32_t> longest;
-  const bool fits = rows == 0 || columns + 1 <= kMostCells / (rows + 1);
-  const bool aligned = fits && longest.resize((rows + 1) * (columns + 1));
-  const auto cell = [&longest, columns](std::size_t i, std::size_t j) -> std::int32_t& {
-    return longest[i * (columns + 1) + j];
-  };
-  for (std::size_t i = rows; aligned && i-- > 0;) {
-    for (std::size_t j = columns; j-- > 0;)
-      cell(i, j) = a[first + i].digest == b[first + j].digest ? cell(i + 1, j + 1) + 1
-                                                              : std::max(cell(i + 1, j), cell(i, j + 1));
-  }
-  std::size_t i = 0;
-  std::size_t j = 0;
-  const auto at = [first](std::size_t index) { return static_cast<std::int32_t>(first + index); };
-  while (i < rows || j < columns) {
-    const bool both = i < rows && j < columns;
-    if (both && (!aligned || a[first + i].digest == b[first + j].digest)) {
-      pairs.push({at(i++), at(j++)});
-      continue;
+// Pairs of pages, in the order of both documents.
+class CPDFDocDiff::Alignment {
+public:
+  Alignment(const GrowArray<PageLook>& a, const GrowArray<PageLook>& b, GrowArray<Pair>& pairs)
+      : a_(a), b_(b), pairs_(pairs) {}
+
+  void run() {
+    std::size_t end_a = a_.size();
+    std::size_t end_b = b_.size();
+    for (; first_ < std::min(end_a, end_b) && a_[first_].digest == b_[first_].digest; ++first_)
+      put(first_, first_);
+    while (end_a > first_ && end_b > first_ && a_[end_a - 1].digest == b_[end_b - 1].digest) {
+      --end_a;
+      --end_b;
     }
-    // Between two pages in common, as many as there are on both sides were changed; the others are new or gone.
-    const std::size_t start_i = i;
-    const std::size_t start_j = j;
-    while (aligned && i < rows && j < columns && a[first + i].digest != b[first + j].digest) {
-      if (cell(i + 1, j) >= cell(i, j + 1))
-        ++i;
-      else
-        ++j;
-    }
-    if (!both || !aligned || i == rows || j == columns) {
-      i = rows;
-      j = columns;
-    }
-    std::size_t from_a = start_i;
-    std::size_t from_b = start_j;
-    while (from_a < i && from_b < j)
-      pairs.push({at(from_a++), at(from_b++)});
-    while (from_a < i)
-      pairs.push({at(from_a++), -1});
-    while (from_b < j)
-      pairs.push({-1, at(from_b++)});
+    rows_ = end_a - first_;
+    columns_ = end_b - first_;
+    if (measure())
+      pair_by_digest();
+    else
+      pair_changed(first_, end_a, first_, end_b);
+    for (; end_a < a_.size(); ++end_a, ++end_b)
+      put(end_a, end_b);
   }
-  for (std::size_t k = 0; end_a + k < a.size(); ++k)
-    pairs.push({static_cast<std::int32_t>(end_a + k), static_cast<std::int32_t>(end_b + k)});
-}
+
+private:
+  void put(std::size_t a, std::size_t b) { pairs_.push({static_cast<std::int32_t>(a), static_cast<std::int32_t>(b)}); }
+  bool are_equal(std::size_t i, std::size_t j) const { return a_[first_ + i].digest == b_[first_ + j].digest; }
+  std::int32_t& cell(std::size_t i, std::size_t j) { return longest_[i * (columns_ + 1) + j]; }
+
+  // How many pages those from i and j on have in common, for all i and j. False when that would take too much.
+  bool measure() {
+    if (rows_ + 1 > kMostCells / (columns_ + 1) || !longest_.resize((rows_ + 1) * (columns_ + 1)))
+      return false;
+    for (std::size_t i = rows_; i-- > 0;) {
+      for (std::size_t j = columns_; j-- > 0;)
+        cell(i, j) = are_equal(i, j) ? cell(i + 1, j + 1) + 1 : std::max(cell(i + 1, j), cell(i, j + 1));
+    }
+    return true;
+  }
+
+  void pair_by_digest() {
+    std::size_t i = 0;
+    std::size_t j = 0;
+    while (i < rows_ || j < columns_) {
+      const std::size_t start_i = i;
+      const std::size_t start_j = j;
+      while (i < rows_ && j < columns_ && !are_equal(i, j))
+        ++(cell(i + 1, j) >= cell(i, j + 1) ? i : j);
+      if (i == rows_ || j == columns_) {
+        i = rows_;
+        j = columns_;
+      }
+      pair_changed(first_ + start_i, first_ + i, first_ + start_j, first_ + j);
+      if (i < rows_ && j < columns_)
+        put(first_ + i++, first_ + j++);
+    }
+  }
+
+  // Between two pages in common, as many as there are on both sides were changed; the others are new or gone.
+  void pair_changed(std::size_t a, std::size_t end_a, std::size_t b, std::size_t end_b) {
+    while (a < end_a && b < end_b)
+      put(a++, b++);
+    for (; a < end_a; ++a)
+      pairs_.push({static_cast<std::int32_t>(a), -1});
+    for (; b < end_b; ++b)
+      pairs_.push({-1, static_cast<std::int32_t>(b)});
+  }
+
+  const GrowArray<PageLook>& a_;
+  const GrowArray<PageLook>& b_;
+  GrowArray<Pair>& pairs_;
+  GrowArray<std::int32_t> longest_;
+  std::size_t first_ = 0;  // pages in front of this one are equal on both sides
+  std::size_t rows_ = 0;
+  std::size_t columns_ = 0;
+};
 
 void CPDFDocDiff::compare_pages(const Pair& pair) {
   CPDFPage a;
@@ -212,7 +229,7 @@ void CPDFDocDiff::pages() {
     a.push({look_of(a_, i)});
   for (int i = 0; i < b_.page_count(); ++i)
     b.push({look_of(b_, i)});
-  align(a, b, pairs);
+  Alignment(a, b, pairs).run();
   for (const Pair& pair : pairs)
     compare_pages(pair);
 }

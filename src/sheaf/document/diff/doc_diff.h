@@ -60,11 +60,10 @@ private:
     std::int32_t b;
   };
   struct PageLook;
-  class Walk;
+  class Alignment;
 
   std::uint64_t look_of(CPDFDoc& doc, int index);
   bool same_content(const CPDFPage& a, const CPDFPage& b);
-  void align(const sheaf::GrowArray<PageLook>& a, const sheaf::GrowArray<PageLook>& b, sheaf::GrowArray<Pair>& pairs);
   void compare_pages(const Pair& pair);
 
   CPDFDoc& a_;

@@ -1,3 +1,4 @@
+// The stream is found from the catalogue at each use.
 #include "sheaf/document/metadata/packet_stream_internal.h"
 
 #include <cstring>

@@ -1,3 +1,4 @@
+// Texts go through the properties that the document information has too; a packet is replaced as a whole.
 #include "sheaf/document/metadata/xmp_texts.h"
 
 #include <cstring>

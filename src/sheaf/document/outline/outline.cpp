@@ -145,10 +145,12 @@ std::int32_t CPDFOutline::remove_pages(const VisitedSet& gone) {
   // From the end, so that those below an entry are known when it is looked at.
   std::int32_t kept_level = -1;  // the level of the entry behind, when it stays
   std::size_t kept = entries_.size();
+  std::int32_t changed = 0;
   for (std::size_t i = entries_.size(); i-- > 0;) {
     PDF_OUTLINE_ENTRY& entry = entries_[i];
     const CPDFArray* const place = entry.place.as_array();
     const bool leads_away = place != nullptr && place->count > 0 && gone.has(place->items[0].as_ref().num);
+    changed += leads_away ? 1 : 0;
     if (leads_away && kept_level <= entry.level) {
       release(entry);
       continue;
@@ -166,7 +168,7 @@ std::int32_t CPDFOutline::remove_pages(const VisitedSet& gone) {
     entries_[i - kept] = entries_[i];
   for (std::size_t i = 0; i < kept; ++i)
     entries_.pop();
-  return static_cast<std::int32_t>(kept);
+  return changed;
 }
 
 // Every parent stands in front of its children.

@@ -49,7 +49,7 @@ public:
   bool lead_to_uri(const char* uri);
 
   /// Takes out the entries that lead to pages whose object numbers `gone` has; one with others below it stays, without
-  /// its target. The result is the number of entries that are gone.
+  /// its target. The result is the number of entries that are gone or have lost their target.
   std::int32_t remove_pages(const sheaf::VisitedSet& gone);
   /// Stores the entries as the document's outline, in place of what it has. The change waits for a save. False when the
   /// catalogue cannot be changed, or there is no memory.

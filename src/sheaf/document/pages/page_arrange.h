@@ -8,7 +8,7 @@ class CPDFDoc;
 /// What became of a document whose pages were arranged.
 struct PDF_ARRANGE_REPORT {
   std::int32_t removed = 0;          ///< Pages that are listed no more.
-  std::int32_t outline_gone = 0;     ///< Entries of the outline that led to them.
+  std::int32_t outline_gone = 0;     ///< Entries of the outline that led to them; those with others below stay.
   std::int32_t widgets_gone = 0;     ///< Widgets of the form on them,
   std::int32_t fields_gone = 0;      ///< and fields that had no others.
   std::int32_t signatures_gone = 0;  ///< How many of those fields were signed.

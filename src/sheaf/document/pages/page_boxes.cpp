@@ -1,3 +1,4 @@
+// A box that is not given is the one that the standard puts in its place.
 #include "sheaf/document/pages/page_boxes.h"
 
 #include <algorithm>

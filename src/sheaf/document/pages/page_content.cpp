@@ -1,3 +1,4 @@
+// The page's own streams go between q and Q, so that what is drawn around them begins as the page did.
 #include "sheaf/document/pages/page_content.h"
 
 #include "sheaf/base/heap_watch.h"

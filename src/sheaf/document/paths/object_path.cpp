@@ -1,8 +1,10 @@
+// A path is followed step by step, references included.
 #include "sheaf/document/paths/object_path.h"
 
 #include <charconv>
 #include <new>
 
+#include "sheaf/base/chars.h"
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/document/doc.h"
 
@@ -12,13 +14,6 @@ namespace {
 
 constexpr std::size_t kMostKey = 512;
 
-int hex_digit(char c) {
-  if (c >= '0' && c <= '9')
-    return c - '0';
-  const char small = static_cast<char>(c | 0x20);
-  return small >= 'a' && small <= 'f' ? small - 'a' + 10 : -1;
-}
-
 // The key that a step of a path means. False when it is too long.
 bool read_key(std::string_view step, char (&key)[kMostKey]) {
   std::size_t size = 0;
@@ -26,8 +21,8 @@ bool read_key(std::string_view step, char (&key)[kMostKey]) {
     if (size + 1 >= kMostKey)
       return false;
     const bool escaped =
-        step[i] == '#' && i + 2 < step.size() && hex_digit(step[i + 1]) >= 0 && hex_digit(step[i + 2]) >= 0;
-    key[size++] = escaped ? static_cast<char>(hex_digit(step[i + 1]) * 16 + hex_digit(step[i + 2])) : step[i];
+        step[i] == '#' && i + 2 < step.size() && hex_value(step[i + 1]) >= 0 && hex_value(step[i + 2]) >= 0;
+    key[size++] = escaped ? static_cast<char>(hex_value(step[i + 1]) * 16 + hex_value(step[i + 2])) : step[i];
     i += escaped ? 2 : 0;
   }
   key[size] = 0;

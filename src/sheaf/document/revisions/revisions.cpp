@@ -1,3 +1,4 @@
+// Marks of the end of a file are searched for from the front, in blocks.
 #include "sheaf/document/revisions/revisions.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// Fields of the form are walked once; a value with a ByteRange is a signature.
 #include "sheaf/document/signatures/signature_list.h"
 
 #include <algorithm>

@@ -20,10 +20,10 @@ constexpr int kWindowBits = 15;
 constexpr int kMostMemory = 9;
 constexpr std::size_t kFirstRoom = 4096;
 
+#ifdef SHEAF_HAS_ZOPFLI
 // What is larger than this takes minutes by the slow way, and zlib comes close to it there.
 constexpr std::size_t kMostForEffort = 16 * 1024 * 1024;
 
-#ifdef SHEAF_HAS_ZOPFLI
 unsigned char* deflate_slowly(const unsigned char* data, std::size_t size, std::size_t& out_size) {
   ZopfliOptions options;
   ZopfliInitOptions(&options);

@@ -7,6 +7,10 @@
 #include "sheaf/document/doc.h"
 #include "sheaf/document/writer/write_options.h"
 
+namespace sheaf {
+class ObjectSurvey;
+}
+
 class CPDFDocWriter {
 public:
   explicit CPDFDocWriter(CPDFDoc& doc) : doc_(doc) {}
@@ -24,6 +28,10 @@ public:
   const PDF_WRITE_RESULT& result() const { return result_; }
 
 private:
+  bool edit(const PDF_WRITE_OPTIONS& options);
+  bool join_equals(sheaf::ObjectSurvey& survey, const PDF_WRITE_OPTIONS& options);
+  bool write_plainly(CQVStream& out, CPDFEncrypt* enc, const PDF_WRITE_OPTIONS& options);
+  bool write_linearized(CQVStream& out, CPDFEncrypt* enc, const PDF_WRITE_OPTIONS& options);
   void count_left_out();
 
   CPDFDoc& doc_;

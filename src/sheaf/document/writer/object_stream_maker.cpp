@@ -34,10 +34,10 @@ void ObjectStreamMaker::finish() {
     deflater.add(bodies_.data, bodies_.len);
     if (!deflater.finish())
       file_.fail();
-    file_.put_stream(dict, deflater.data(), deflater.size(), holder_, file_.encrypt());
+    file_.put_stream(dict, deflater.data(), deflater.size(), holder_);
   } else {
     numbers_.Write(bodies_.data, bodies_.len);
-    file_.put_stream(dict, numbers_.data, numbers_.len, holder_, file_.encrypt());
+    file_.put_stream(dict, numbers_.data, numbers_.len, holder_);
   }
   numbers_.SetPos(CQVStream::STR_SEEK_SET, 0);
   bodies_.SetPos(CQVStream::STR_SEEK_SET, 0);

@@ -20,6 +20,9 @@ constexpr std::int32_t kMostStages = 16;
 constexpr std::size_t kMostDecoded = std::size_t{256} * 1024 * 1024;
 constexpr std::size_t kFirstRoom = 16 * 1024;
 constexpr int kNormalLevel = 6;
+// All streams together may decode to this, and so many times the size of the file.
+constexpr std::int64_t kLeastWork = std::int64_t{256} * 1024 * 1024;
+constexpr std::int64_t kMostGrowth = 100;
 
 bool is_any_of(const char* name, std::initializer_list<const char*> names) {
   return std::any_of(names.begin(), names.end(), [name](const char* other) { return std::strcmp(name, other) == 0; });
@@ -63,6 +66,9 @@ bool drain(CPDFStream& decoder, HeapBlock<unsigned char>& out, std::size_t& size
 }
 
 }  // namespace
+
+StreamCoder::StreamCoder(CPDFXRefTable& table, const PDF_WRITE_OPTIONS& options)
+    : table_(table), options_(options), work_left_(kLeastWork + kMostGrowth * table.stream->GetLen()) {}
 
 // The stages of a stream that are still on, from `next` on, and its data under them.
 struct StreamCoder::Chain {
@@ -129,7 +135,9 @@ bool StreamCoder::take_stage_off(Chain& chain, bool with_predictor) {
       &table_, chain.data.release(), static_cast<int>(chain.size), chain.name(), parms.as_dict()));
   HeapBlock<unsigned char> out;
   std::size_t size = 0;
-  if (decoder == nullptr || !drain(*decoder, out, size))
+  const bool drained = decoder != nullptr && drain(*decoder, out, size);
+  work_left_ -= static_cast<std::int64_t>(size);
+  if (!drained)
     return false;
   chain.data.reset(out.release());
   chain.size = size;
@@ -235,6 +243,10 @@ bool StreamCoder::recode(CPDFStreamRec& rec) {
   if (options_.stream_data == PDF_STREAM_DATA::kPreserve && options_.recompress == 0)
     return false;
   Chain chain;
+  if (work_left_ < 0) {
+    ++left_alone_;
+    return false;
+  }
   if (!read_chain(rec, chain))
     return false;
   if (options_.stream_data == PDF_STREAM_DATA::kUncompress)

@@ -16,13 +16,15 @@ namespace sheaf {
 
 class StreamCoder {
 public:
-  StreamCoder(CPDFXRefTable& table, const PDF_WRITE_OPTIONS& options) : table_(table), options_(options) {}
+  StreamCoder(CPDFXRefTable& table, const PDF_WRITE_OPTIONS& options);
   StreamCoder(const StreamCoder&) = delete;
   StreamCoder& operator=(const StreamCoder&) = delete;
 
   /// Gives the stream `rec` of the document new data and filters where the options ask for it. The data stay here
   /// until the next call. True when it did.
   bool recode(CPDFStreamRec& rec);
+  /// How many streams stay as they are because all would decode to too much for a file of this size.
+  std::int64_t left_alone() const { return left_alone_; }
   /// Puts `data` in place of the stream's data, as they are then stored; the filters are the caller's matter.
   void set_data(CPDFStreamRec& rec, unsigned char* data, std::size_t size);
 
@@ -39,6 +41,8 @@ private:
 
   CPDFXRefTable& table_;
   const PDF_WRITE_OPTIONS& options_;
+  std::int64_t work_left_;  // bytes that streams may still decode to
+  std::int64_t left_alone_ = 0;
   HeapBlock<unsigned char> block_;
   CQVStreamMemFix view_;
 };

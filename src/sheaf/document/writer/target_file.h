@@ -5,6 +5,7 @@
 
 #include "sheaf/base/block_writer.h"
 #include "sheaf/base/grow_array.h"
+#include "sheaf/document/writer/target_section.h"
 #include "sheaf/object/dictionary.h"
 #include "sheaf/object/object.h"
 
@@ -12,15 +13,6 @@ class CPDFEncrypt;
 class CPDFXRefTable;
 
 namespace sheaf {
-
-/// Where an object is in the new file.
-struct TargetEntry {
-  static constexpr std::uint32_t kFree = UINT32_MAX;
-  static constexpr std::uint32_t kInFile = UINT32_MAX - 1;
-
-  std::uint32_t place;  ///< A position, or the number of the object stream.
-  std::uint32_t index;  ///< In the object stream, or kFree, kInFile.
-};
 
 class TargetFile {
 public:
@@ -31,11 +23,13 @@ public:
 
   /// Room for entries below `count`. False when there is no memory.
   bool reserve(std::int32_t count);
+  /// From here on objects are printed for people, unless they are encrypted.
+  void make_readable() { readable_ = enc_ == nullptr; }
   void put_header(const char* version);
   /// Prints an object of `table` under `num`. False when its bytes cannot be had: the entry is free then.
   bool put(CPDFXRefTable& table, CPDFObj& obj, std::int32_t num);
-  /// Prints a stream of these bytes, encrypted if `enc` is not null. Takes over what `dict` holds.
-  void put_stream(CPDFDictionary& dict, unsigned char* data, std::size_t size, std::int32_t num, CPDFEncrypt* enc);
+  /// Prints a stream of these bytes. Takes over what `dict` holds.
+  void put_stream(CPDFDictionary& dict, unsigned char* data, std::size_t size, std::int32_t num);
   /// The object is member `index` of the object stream `holder`.
   void set_member(std::int32_t num, std::int32_t holder, std::int32_t index);
   void set_place(std::int32_t num, std::uint32_t place);
@@ -44,7 +38,6 @@ public:
   void put_classic_section(CPDFDictionary& trailer);
   /// A cross-reference stream with the number `num`, which is above all others.
   void put_section_stream(CPDFDictionary& trailer, std::int32_t num);
-  void put_end(std::uint32_t section);
 
   CPDFEncrypt* encrypt() const { return enc_; }
   BlockWriter& out() { return out_; }
@@ -56,28 +49,12 @@ public:
   void fail() { failed_ = true; }
 
 private:
-  struct Run {
-    std::size_t first;
-    std::size_t end;
-  };
-
-  bool next_run(Run& run) const;
-
   BlockWriter out_;
   CPDFEncrypt* enc_;
   long long start_;
   bool failed_ = false;
+  bool readable_ = false;
   GrowArray<TargetEntry> entries_;
-};
-
-/// The rows of a cross-reference stream, `width` bytes each, deflated with the predictor "up" in front. Fields: the
-/// kind, a place, an index.
-struct SectionRows {
-  unsigned place_width;
-  unsigned index_width;
-
-  unsigned width() const { return 1 + place_width + index_width; }
-  void fill(unsigned char* row, const TargetEntry& entry) const;
 };
 
 }  // namespace sheaf

@@ -19,17 +19,13 @@ enum class PDF_STREAM_DATA : std::int32_t {
 
 /// Parts of a document that can be left out; a set of these.
 enum PDF_STRIP : std::uint32_t {
-  kStripMetadata = 1,       ///< "Metadata" of every object, and the document information.
-  kStripAttachments = 2,    ///< Embedded files, associated files and the annotations that show them.
-  kStripJavaScript = 4,     ///< Scripts by name, and every action that runs one.
-  kStripThumbnails = 8,     ///< "Thumb" of pages.
-  kStripPrivate = 16,       ///< "PieceInfo" and "LastModified": the private data of applications.
-  kStripOutline = 32,       ///< The outline.
-  kStripStructure = 64,     ///< The structure tree and the marks that lead to it.
-  kStripWebCapture = 128,   ///< "SpiderInfo" and "ID" in names.
-  kStripSearchIndex = 256,  ///< What names an index of the text.
-  kStripForm = 512,         ///< Fields and their widgets.
-  kStripActions = 1024,     ///< All actions but those that go to a place or an address.
+  kStripMetadata = 1,     ///< "Metadata" of every object, and the document information.
+  kStripAttachments = 2,  ///< Embedded files, associated files and the annotations that show them.
+  kStripJavaScript = 4,   ///< Scripts by name, and every action that runs one; what follows such an action stays.
+  kStripThumbnails = 8,   ///< "Thumb" of pages.
+  kStripPrivate = 16,     ///< "PieceInfo" and "SpiderInfo": the private data of applications.
+  kStripOutline = 32,     ///< The outline.
+  kStripStructure = 64,   ///< The structure tree, and the numbers that lead to it.
 };
 
 struct PDF_WRITE_OPTIONS {
@@ -56,7 +52,10 @@ struct PDF_WRITE_RESULT {
   std::int64_t joined = 0;           ///< Of these, objects whose equal was written.
   std::int64_t unreadable = 0;       ///< Of these, streams whose bytes could not be had: a loss.
   std::int64_t streams_changed = 0;  ///< Streams whose data were filtered in another way.
+  std::int64_t streams_left = 0;     ///< Streams that stay as they are, since all would decode to too much.
   std::int64_t resources = 0;        ///< Resources taken out of their dictionaries.
   std::int64_t images = 0;           ///< Images packed.
   std::int64_t stripped = 0;         ///< Values taken out for `strip`.
+  bool has_no_pages = false;         ///< There is no page to put in front, and the file is not linearized.
+  bool hints_are_cut = false;        ///< Pages share so much that the hints do not name all of it.
 };

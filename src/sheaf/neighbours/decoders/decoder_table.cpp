@@ -99,16 +99,20 @@ CPDFStream* make_ccitt(CPDFXRefTable* table, unsigned char* data, int len, const
 
 CPDFStream* make_dct(CPDFXRefTable* table, unsigned char* data, int len, const CPDFDictionary* parms) {
   auto* dct = make_over<CPDFStreamDCT>(data, len);
-  if (dct != nullptr)
-    dct->open(parm_number(table, parms, "ColorTransform", -1));
+  if (dct == nullptr)
+    return nullptr;
+  dct->set_ceiling(table != nullptr ? table->picture_ceiling : 0);
+  dct->open(parm_number(table, parms, "ColorTransform", -1));
   return dct;
 }
 
 #ifdef SHEAF_HAS_JPX
-CPDFStream* make_jpx(CPDFXRefTable*, unsigned char* data, int len, const CPDFDictionary*) {
+CPDFStream* make_jpx(CPDFXRefTable* table, unsigned char* data, int len, const CPDFDictionary*) {
   auto* jpx = make_over<CPDFStreamJPX>(data, len);
-  if (jpx != nullptr)
-    jpx->open();
+  if (jpx == nullptr)
+    return nullptr;
+  jpx->set_ceiling(table != nullptr ? table->picture_ceiling : 0);
+  jpx->open();
   return jpx;
 }
 #endif
@@ -135,7 +139,7 @@ CPDFStream* make_jbig2(CPDFXRefTable* table, unsigned char* data, int len, const
   int size = rec->decoded_hint;
   const HeapBlock<std::uint8_t> block(globals->buffer_load(kMostGlobals, size));
   if (block) {
-    table->chain_work += size;
+    table->stream_work.add(size);
     jbig2->open(block.get(), size);
   }
   return jbig2.release();

@@ -34,11 +34,16 @@ bool CPDFRowDecoder::set_sizes(std::int64_t width, std::int64_t height, std::int
   return true;
 }
 
+// Ahead of `begin`, since some decode the whole image there.
+bool CPDFRowDecoder::is_too_large() const {
+  return ceiling_ > 0 && height_ > ceiling_ / std::max(row_bytes_, 1);
+}
+
 bool CPDFRowDecoder::is_ready() {
   if (state_ != State::kFresh)
     return state_ == State::kRows;
   state_ = State::kEnd;
-  if (width_ == 0 || !begin())
+  if (width_ == 0 || is_too_large() || !begin() || is_too_large())
     return false;
   row_ = static_cast<std::uint8_t*>(QVAlloc(static_cast<std::size_t>(row_bytes_)));
   if (row_ != nullptr)

@@ -16,6 +16,8 @@ public:
   std::int32_t width() const { return width_; }
   std::int32_t height() const { return height_; }
   std::int32_t components() const { return components_; }
+  /// Bytes that the rows may come to together; a larger image gives none. 0: no such bound.
+  void set_ceiling(std::int64_t bytes) { ceiling_ = bytes; }
 
 protected:
   /// Called once, ahead of the first row. False when there are no rows.
@@ -30,6 +32,7 @@ private:
   enum class State : std::uint8_t { kFresh, kRows, kEnd };
 
   bool is_ready();
+  bool is_too_large() const;
   bool fetch(std::uint8_t* row);
 
   std::uint8_t* row_ = nullptr;  // a row that was asked for in part
@@ -39,5 +42,6 @@ private:
   std::int32_t width_ = 0;
   std::int32_t height_ = 0;
   std::int32_t components_ = 0;
+  std::int64_t ceiling_ = 0;
   State state_ = State::kFresh;
 };

@@ -8,6 +8,7 @@
 #include "sheaf/document/text/set/text_libraries_internal.h"
 
 class CPDFFontType0;
+struct PDF_TT_PART;
 
 namespace sheaf {
 
@@ -32,11 +33,18 @@ private:
     std::uint32_t glyph;
     double x;
     double y;
+    int left;  // of the glyph's horizontal origin, font units, from the beginning of the cluster
+    int up;
   };
 
   void place(const hb_glyph_info_t& info, const hb_glyph_position_t& position, double& pen);
-  bool put_cluster(const std::uint32_t* text, std::uint32_t count, double start, double end, std::int16_t number,
+  bool put_cluster(const std::uint32_t* text, std::uint32_t count, double start, double& end, std::int16_t number,
                    GrowArray<ShapedGlyph>& glyphs);
+  bool join(const std::uint32_t* text, std::uint32_t count, double start, double& end, std::int16_t number,
+            GrowArray<ShapedGlyph>& glyphs);
+  int take_parts(PDF_TT_PART* parts) const;
+  bool share_out(PDF_TT_PART* parts, int size, const std::uint32_t* text, std::uint32_t count, double start,
+                 std::int16_t number, GrowArray<ShapedGlyph>& glyphs);
   bool add_blanks(std::size_t count, double start, double end);
   bool put(const Part& part, const std::uint32_t* text, int count, std::int16_t number, GrowArray<ShapedGlyph>& glyphs);
 
@@ -46,6 +54,8 @@ private:
   bool is_left_;
   bool is_vertical_;
   GrowArray<Part> parts_;  // of the present cluster
+  int along_ = 0;          // the shaper's pen in it, font units
+  hb_codepoint_t blank_ = 0;
 };
 
 }  // namespace sheaf

@@ -85,6 +85,7 @@ CPDFFontType0::~CPDFFontType0() {
   QVFree(pages_);
   QVFree(text_of_);
   QVFree(first_further_);
+  QVFree(first_composite_);
 }
 
 void CPDFFontType0::set_font_style(int style) {
@@ -213,12 +214,8 @@ std::uint32_t CPDFFontType0::keep_text(const std::uint32_t* text, int count) {
   return kept ? GlyphTexts::kLonger | static_cast<std::uint32_t>(at) : 0;
 }
 
-int CPDFFontType0::add_further(std::uint32_t glyph, const std::uint32_t* text, int count) {
-  if (first_further_ == nullptr)
-    first_further_ = static_cast<std::uint32_t*>(QVCalloc(glyph_count_, sizeof(std::uint32_t)));
-  if (first_further_ == nullptr)
-    return -1;
-  for (std::uint32_t at = first_further_[glyph]; at != 0; at = further_[at - 1].next) {
+int CPDFFontType0::add_further(std::uint32_t glyph, std::uint32_t& first, const std::uint32_t* text, int count) {
+  for (std::uint32_t at = first; at != 0; at = further_[at - 1].next) {
     if (is_text(further_[at - 1].text, text, count))
       return static_cast<int>(glyph_count_ + at - 1);
   }
@@ -226,9 +223,9 @@ int CPDFFontType0::add_further(std::uint32_t glyph, const std::uint32_t* text, i
   if ((style_ & kEmbed) == 0 || glyph_count_ + place >= kMostCodes)
     return -1;
   const std::uint32_t kept = keep_text(text, count);
-  if (kept == 0 || !further_.push({glyph, kept, first_further_[glyph]}))
+  if (kept == 0 || !further_.push({glyph, kept, first}))
     return -1;
-  first_further_[glyph] = place + 1;
+  first = place + 1;
   changed_ = true;
   return static_cast<int>(glyph_count_ + place);
 }
@@ -238,8 +235,11 @@ int CPDFFontType0::add_glyph(std::uint32_t glyph, const std::uint32_t* text, int
     return -1;
   std::uint32_t& first = text_of_[glyph];
   // Glyph 0 is shown for whatever the font lacks.
-  if (glyph == 0 || (first != 0 && !is_text(first, text, count)))
-    return add_further(glyph, text, count);
+  if (glyph == 0 || (first != 0 && !is_text(first, text, count))) {
+    if (first_further_ == nullptr)
+      first_further_ = static_cast<std::uint32_t*>(QVCalloc(glyph_count_, sizeof(std::uint32_t)));
+    return first_further_ != nullptr ? add_further(glyph, first_further_[glyph], text, count) : -1;
+  }
   if (first == 0) {
     const std::uint32_t kept = keep_text(text, count);
     if (kept == 0)
@@ -252,8 +252,60 @@ int CPDFFontType0::add_glyph(std::uint32_t glyph, const std::uint32_t* text, int
   return static_cast<int>(glyph);
 }
 
+const CPDFFontType0::Composite* CPDFFontType0::composite_of(std::uint32_t glyph) const {
+  return glyph >= glyph_count_ && glyph - glyph_count_ < composites_.size() ? &composites_[glyph - glyph_count_]
+                                                                            : nullptr;
+}
+
+bool CPDFFontType0::allows_composites() {
+  if ((style_ & kEmbed) == 0 || face_->needs_instructions() || !face_->allows_subsets())
+    return false;
+  if (first_composite_ == nullptr)
+    first_composite_ = static_cast<std::uint32_t*>(QVCalloc(glyph_count_, sizeof(std::uint32_t)));
+  return first_composite_ != nullptr;
+}
+
+// The place of a composite, which is made where there is none yet; -1 when that fails.
+int CPDFFontType0::find_composite(const PDF_TT_PART* parts, int count, int width, int down) {
+  std::uint32_t& first = first_composite_[parts[0].glyph];
+  for (std::uint32_t at = first; at != 0; at = composites_[at - 1].next) {
+    const PDF_TT_COMPOSITE& known = composites_[at - 1].glyph;
+    if (known.count == static_cast<std::uint32_t>(count) && known.width == width && known.down == down &&
+        std::equal(parts, parts + count, parts_.begin() + known.first))
+      return static_cast<int>(at - 1);
+  }
+  if (glyph_count_ + composites_.size() >= UINT16_MAX)
+    return -1;
+  const auto at = static_cast<std::uint32_t>(parts_.size());
+  for (int i = 0; i < count; ++i) {
+    if (!parts_.push(parts[i]))
+      return -1;
+  }
+  const PDF_TT_COMPOSITE glyph{at, static_cast<std::uint32_t>(count), static_cast<std::uint16_t>(width),
+                               static_cast<std::uint16_t>(down)};
+  if (!composites_.push({glyph, first, 0}))
+    return -1;
+  first = static_cast<std::uint32_t>(composites_.size());
+  return static_cast<int>(first - 1);
+}
+
+int CPDFFontType0::add_composite(const PDF_TT_PART* parts, int count, int width, int down, const std::uint32_t* text,
+                                 int length) {
+  if (face_ == nullptr || count < 1 || count > GlyphTexts::kMost || length < 1 || length > GlyphTexts::kMost ||
+      width < 0 || width > UINT16_MAX || down < 0 || down > UINT16_MAX || !allows_composites() ||
+      std::any_of(parts, parts + count, [this](const PDF_TT_PART& part) { return part.glyph >= glyph_count_; }))
+    return -1;
+  const int place = find_composite(parts, count, width, down);
+  if (place < 0)
+    return -1;
+  const auto index = static_cast<std::size_t>(place);
+  return add_further(glyph_count_ + static_cast<std::uint32_t>(place), composites_[index].first_further, text, length);
+}
+
 int CPDFFontType0::glyph_width(unsigned code) {
   const std::uint32_t glyph = glyph_of(code);
+  if (const Composite* made = composite_of(glyph))
+    return to_thousandths(made->glyph.width, face_->units_per_em());
   if (glyph >= glyph_count_)
     return fix_to_thousandths(default_width);
   return to_thousandths(face_->advance(glyph), face_->units_per_em());
@@ -263,6 +315,11 @@ PDF_VERTICAL_METRICS CPDFFontType0::vertical_metrics(unsigned code) {
   PDF_VERTICAL_METRICS metrics{fix_to_thousandths(default_vertical_advance), fix_to_thousandths(default_origin_x),
                                fix_to_thousandths(default_origin_y)};
   const std::uint32_t glyph = glyph_of(code);
+  if (const Composite* made = composite_of(glyph)) {
+    metrics = vertical_metrics(parts_[made->glyph.first].glyph);
+    metrics.advance = -to_thousandths(made->glyph.down, face_->units_per_em());
+    return metrics;
+  }
   if (glyph >= glyph_count_)
     return metrics;
   metrics.origin_x = glyph_width(glyph) / 2;

@@ -10,11 +10,11 @@
 #include "sheaf/neighbours/fonts/environment.h"
 #include "sheaf/neighbours/fonts/font.h"
 #include "sheaf/neighbours/fonts/programs/tt_layout.h"
+#include "sheaf/neighbours/fonts/programs/tt_writer.h"
 
 class CPDFDictionary;
 class CQVFTFont;
 class CQVStream;
-struct CQVTTCodesRec;
 
 /// The position of a glyph in vertical text, in thousandths of the em (ISO 32000-1, 9.7.4.3).
 struct PDF_VERTICAL_METRICS {
@@ -72,6 +72,10 @@ public:
   /// remembers it: the glyph's own number for the first text that it shows, further codes for others. -1 when no code
   /// is left or the font cannot have further ones, since its program is not embedded.
   int add_glyph(std::uint32_t glyph, const std::uint32_t* text, int count);
+  /// The same for glyphs that stand for their text together, such as a letter with its marks: they become one glyph of
+  /// the embedded program, so that no reader takes them apart. `width` is its advance, `down` that in a column, font
+  /// units. -1 also for fonts whose program cannot have further glyphs.
+  int add_composite(const PDF_TT_PART* parts, int count, int width, int down, const std::uint32_t* text, int length);
   /// How many different glyphs have been used.
   int used_count() const { return used_count_; }
   /// The width of a code in thousandths of the em, as "W" says it.
@@ -98,11 +102,20 @@ private:
     std::uint32_t next;  // of the same glyph, 1 more than its place; 0: none
   };
 
+  struct Composite {
+    PDF_TT_COMPOSITE glyph;
+    std::uint32_t next;           // with the same first part, 1 more than its place; 0: none
+    std::uint32_t first_further;  // 1 more than the place of its first code
+  };
+
   bool make_tables();
   std::uint32_t glyph_of(unsigned code) const;
   bool is_text(std::uint32_t kept, const std::uint32_t* text, int count) const;
   std::uint32_t keep_text(const std::uint32_t* text, int count);
-  int add_further(std::uint32_t glyph, const std::uint32_t* text, int count);
+  int add_further(std::uint32_t glyph, std::uint32_t& first, const std::uint32_t* text, int count);
+  bool allows_composites();
+  int find_composite(const PDF_TT_PART* parts, int count, int width, int down);
+  const Composite* composite_of(std::uint32_t glyph) const;
   std::uint32_t add_character(std::uint32_t character);
   std::uint32_t find_glyph(std::uint32_t character);
 
@@ -133,4 +146,7 @@ private:
   sheaf::GrowArray<Further> further_;
   std::uint32_t* first_further_ = nullptr;  // by glyph, 1 more than the place
   sheaf::GrowArray<std::uint32_t> longer_;
+  sheaf::GrowArray<Composite> composites_;  // glyphs behind those of the face
+  sheaf::GrowArray<PDF_TT_PART> parts_;
+  std::uint32_t* first_composite_ = nullptr;  // by its first part, 1 more than the place
 };

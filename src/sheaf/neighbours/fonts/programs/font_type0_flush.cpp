@@ -159,9 +159,24 @@ bool CPDFFontType0::flush_program(const GrowArray<PDF_USED_GLYPH>& used) {
     if (!glyphs.push(static_cast<std::uint16_t>(glyph.glyph)))
       return false;
   }
+  GrowArray<PDF_TT_COMPOSITE> composites;
+  for (const Composite& composite : composites_) {
+    if (!composites.push(composite.glyph))
+      return false;
+  }
+  for (const PDF_TT_PART& part : parts_) {
+    if (!glyphs.push(part.glyph))
+      return false;
+  }
   std::sort(glyphs.begin(), glyphs.end());
   const auto count = static_cast<std::uint32_t>(std::unique(glyphs.begin(), glyphs.end()) - glyphs.begin());
-  const CQVTTCodesRec codes{glyphs.begin(), count, face_->needs_instructions()};
+  const CQVTTCodesRec codes{glyphs.begin(),
+                            count,
+                            face_->needs_instructions(),
+                            composites.begin(),
+                            static_cast<std::uint32_t>(composites.size()),
+                            parts_.begin(),
+                            glyph_count_};
   CQVStreamMem program;
   if (write_program(&program, codes) != 0)
     return false;
