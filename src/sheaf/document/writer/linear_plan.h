@@ -86,8 +86,6 @@ private:
     kFirstPage = 8,
     kOther = 16,
     kTree = 32,
-    kThumb = 64,
-    kThumbs = 128,
   };
   enum Rank : std::int32_t {
     kRankRoot,
@@ -98,8 +96,6 @@ private:
     kRankPage,
     kRankShared,
     kRankTree,
-    kRankThumb,
-    kRankThumbs,
     kRankOutlines,
     kRankOther,
   };
