@@ -73,16 +73,24 @@ bool LinearPlan::use_by_page(std::int32_t index, const PDF_REF& page) {
   ++turn_;
   for (std::int32_t i = 0; i < dict->count; ++i) {
     const char* const key = dict->items[i]->key();
-    if (std::strcmp(key, "Parent") != 0 && !enter(*dict->items[i]))
+    if (std::strcmp(key, "Parent") != 0 && std::strcmp(key, "Thumb") != 0 && !enter(*dict->items[i]))
       return false;
   }
-  return walk([&](std::int32_t num) {
+  const bool done = walk([&](std::int32_t num) {
     Use& found = use(num);
     if (index == 0)
       found.flags |= kFirstPage;
     else
       found.page = found.page == kNone || found.page == index ? index : kMany;
   });
+  const CPDFObj* const thumb = dict->get_item("Thumb");
+  if (!done || thumb == nullptr)
+    return done;
+  // In the same turn: what the page uses as well is the page's.
+  return enter(*thumb) && walk([&](std::int32_t num) {
+           Use& found = use(num);
+           found.flags |= (found.flags & kThumb) != 0 ? kThumbs : kThumb;
+         });
 }
 
 bool LinearPlan::use_by_pages() {
@@ -124,7 +132,7 @@ void LinearPlan::share_everything() {
   for (const std::int32_t num : survey_.objects()) {
     if (!is_page(num) && use(num).page != kNone)
       use(num).page = kMany;
-    else if (!is_page(num) && (use(num).flags & kTree) == 0)
+    else if (!is_page(num) && (use(num).flags & (kTree | kThumb)) == 0)
       use(num).page = kMany;
   }
   is_cut_ = true;
@@ -169,11 +177,15 @@ LinearPlan::Rank LinearPlan::rank(std::int32_t num) const {
   if (has(kOpening))
     return kRankOpening;
   if (has(kFirstPage))
-    return has(kOther) || found.page != kNone ? kRankFirstShared : kRankFirstPage;
-  if (found.page >= 0 && !has(kOther))
+    return has(kOther | kThumb) || found.page != kNone ? kRankFirstShared : kRankFirstPage;
+  if (found.page >= 0 && !has(kOther | kThumb))
     return kRankPage;
   if (found.page == kMany)
     return kRankShared;
+  if (has(kThumbs))
+    return kRankThumbs;
+  if (has(kThumb) && !has(kOther))
+    return kRankThumb;
   return has(kTree) ? kRankTree : kRankOther;
 }
 
@@ -359,7 +371,7 @@ bool LinearPlan::list_shared() {
     ++turn_;
     for (std::int32_t k = 0; dict != nullptr && k < dict->count; ++k) {
       const char* const key = dict->items[k]->key();
-      if (std::strcmp(key, "Parent") != 0 && !enter(*dict->items[k]))
+      if (std::strcmp(key, "Parent") != 0 && std::strcmp(key, "Thumb") != 0 && !enter(*dict->items[k]))
         return false;
     }
     bool good = true;

@@ -86,6 +86,8 @@ private:
     kFirstPage = 8,
     kOther = 16,
     kTree = 32,
+    kThumb = 64,
+    kThumbs = 128,
   };
   enum Rank : std::int32_t {
     kRankRoot,
@@ -96,6 +98,8 @@ private:
     kRankPage,
     kRankShared,
     kRankTree,
+    kRankThumb,
+    kRankThumbs,
     kRankOutlines,
     kRankOther,
   };
