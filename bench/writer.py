@@ -3,7 +3,7 @@
 
 Takes the COUNT (default 30) largest files of FOLDER that `qpdf --check` calls sound, writes each anew with each program,
 and prints, for each job and program, the size of all files together and the processor time (user and system) and the
-peak of memory that it took: the best of three runs. SHEAF names the tool; programs that are not there are left out."""
+peak of memory that it took: the better of two runs. SHEAF names the tool; programs that are not there are left out."""
 import os
 import shutil
 import subprocess
@@ -11,7 +11,7 @@ import sys
 import tempfile
 
 SHEAF = os.environ.get("SHEAF", "sheaf")
-RUNS = 3
+RUNS = 2
 JOBS = {
     "object streams": {
         "sheaf": [SHEAF, "rewrite", "--object-streams", "generate", "--renumber", "--compress", "IN", "OUT"],

@@ -330,6 +330,9 @@ bool FileFixer::run() {
     std::int32_t gen = 0;
     std::size_t behind = 0;
     if (take_header(at, num, gen, behind)) {
+      if (in_section)
+        copied_ = at;  // an object that was put between the old section and its trailer
+      in_section = false;
       copy_to(at);
       const auto index = static_cast<std::size_t>(num);
       while (found_.size() <= index) {

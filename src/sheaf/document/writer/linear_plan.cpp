@@ -86,7 +86,7 @@ bool LinearPlan::use_by_page(std::int32_t index, const PDF_REF& page) {
   const CPDFObj* const thumb = dict->get_item("Thumb");
   if (!done || thumb == nullptr)
     return done;
-  ++turn_;
+  // In the same turn: what the page uses as well is the page's.
   return enter(*thumb) && walk([&](std::int32_t num) {
            Use& found = use(num);
            found.flags |= (found.flags & kThumb) != 0 ? kThumbs : kThumb;

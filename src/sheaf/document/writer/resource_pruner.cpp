@@ -136,11 +136,29 @@ void ResourcePruner::find_holders(std::int32_t owner, const CPDFObj* resources, 
   }
 }
 
-bool ResourcePruner::look_at_page(std::int32_t num, const CPDFDictionary& page, std::int32_t resources_of,
-                                  const CPDFObj* resources) {
+// The same for what the nodes above a page hand down. Large resources of many pages are read once.
+void ResourcePruner::find_holders_above(const PDF_INHERITED& above, GrowArray<std::int32_t>& holders) {
+  const std::int32_t node = above.holder > 0 ? above.holder : table_.root.as_ref().num;
+  const std::int32_t key = above.has_direct_resources ? node : above.resources.num;
+  if (key == 0 || key != shared_) {
+    Freed<CPDFObj> resources;
+    if (above.has_direct_resources) {
+      doc_.read_direct_resources(resources, above.holder);
+      owners_.visit(node);
+    } else if (above.resources.num != 0) {
+      resources.set_ref(above.resources);
+    }
+    shared_ = key;
+    shared_holders_.clear();
+    find_holders(node, &resources, shared_holders_);
+  }
+  for (const std::int32_t holder : shared_holders_)
+    holders.push(holder);
+}
+
+bool ResourcePruner::look_at_page(std::int32_t num, const CPDFDictionary& page,
+                                  const GrowArray<std::int32_t>& holders) {
   owners_.visit(num);
-  GrowArray<std::int32_t> holders;
-  find_holders(resources_of, resources, holders);
   GrowArray<char> text;
   const Freed<CPDFObj> contents = table_.value(&page, "Contents");
   bool whole = true;
@@ -158,20 +176,22 @@ bool ResourcePruner::look_at_page(std::int32_t num, const CPDFDictionary& page, 
 bool ResourcePruner::look_at_pages() {
   for (int i = 0; i < doc_.page_count(); ++i) {
     CPDFPage page;
+    GrowArray<std::int32_t> holders;
     if (!doc_.load_page_alone(i, page))
       continue;
     const CPDFObj* const own = page.dict.get_item(CPDFDictionary::sm_tag_res);
-    const PDF_INHERITED& above = page.from_above;
-    Freed<CPDFObj> inherited;
-    std::int32_t holder = page.ref.num;
-    if (doc_.is_absent(own) && above.has_direct_resources) {
-      doc_.read_direct_resources(inherited, above.holder);
-      holder = above.holder > 0 ? above.holder : table_.root.as_ref().num;
-      owners_.visit(holder);
-    } else if (doc_.is_absent(own) && above.resources.num != 0) {
-      inherited.set_ref(above.resources);
+    PDF_INHERITED above = page.from_above;
+    if (!doc_.is_absent(own))
+      above = PDF_INHERITED{};
+    if (above.has_direct_resources || above.resources.num != 0 || own == nullptr) {
+      find_holders_above(above, holders);
+    } else if (own->tag == kTagRef) {
+      above.resources = own->as_ref();
+      find_holders_above(above, holders);
+    } else {
+      find_holders(page.ref.num, own, holders);
     }
-    if (!look_at_page(page.ref.num, page.dict, holder, inherited.is_null() ? own : &inherited))
+    if (!look_at_page(page.ref.num, page.dict, holders))
       return false;
   }
   return true;
@@ -226,7 +246,10 @@ bool ResourcePruner::look_at_objects() {
     if (type != nullptr && type->is_name("Pages"))
       owners_.visit(num);  // its pages have been asked
     const bool is_template = survey_.kind(num) == ObjectSurvey::kPage && !owners_.has(num);
-    if (is_template && !look_at_page(num, *dict, num, dict->get_item(CPDFDictionary::sm_tag_res)))
+    GrowArray<std::int32_t> holders;
+    if (is_template)
+      find_holders(num, dict->get_item(CPDFDictionary::sm_tag_res), holders);
+    if (is_template && !look_at_page(num, *dict, holders))
       return false;
     const CPDFObj* const subtype = dict->get_item(CPDFDictionary::sm_tag_subtype);
     if (subtype != nullptr && subtype->is_name("Type3") && !look_at_font(num, *dict))

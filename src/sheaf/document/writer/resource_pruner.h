@@ -38,12 +38,13 @@ private:
 
   bool look_at_pages();
   bool look_at_objects();
-  bool look_at_page(std::int32_t num, const CPDFDictionary& page, std::int32_t resources_of, const CPDFObj* resources);
+  bool look_at_page(std::int32_t num, const CPDFDictionary& page, const GrowArray<std::int32_t>& holders);
   bool look_at_stream(std::int32_t num, const CPDFObj& stream);
   bool look_at_font(std::int32_t num, const CPDFDictionary& font);
   bool take_content(std::string_view text, const GrowArray<std::int32_t>& holders);
   void add_holder(std::int32_t num, std::int32_t role, GrowArray<std::int32_t>& holders);
   void find_holders(std::int32_t owner, const CPDFObj* resources, GrowArray<std::int32_t>& holders);
+  void find_holders_above(const PDF_INHERITED& above, GrowArray<std::int32_t>& holders);
   bool add_names(const CPDFObj& operand, const GrowArray<std::int32_t>& holders);
   bool add_use(std::int32_t holder, std::string_view name);
   bool append_data(const CPDFObj& value, GrowArray<char>& text);
@@ -65,7 +66,9 @@ private:
   GrowArray<std::int32_t> changed_;
   GrowArray<std::int32_t> all_holders_;
   std::int64_t count_ = 0;
-  std::int64_t work_left_;  // bytes of content that may still be read
+  std::int32_t shared_ = 0;                 // the resources, or the node with them, that many pages have in common,
+  GrowArray<std::int32_t> shared_holders_;  // and their holders
+  std::int64_t work_left_;                  // bytes of content that may still be read
 };
 
 }  // namespace sheaf
