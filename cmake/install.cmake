@@ -1,5 +1,5 @@
-# What `cmake --install` puts where, in three components: lib (the shared library), dev (headers,
-# static library, package files) and tool.
+# What `cmake --install` puts where, in components: lib (the shared library), dev (headers,
+# static library, package files), tool and python.
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
@@ -9,8 +9,11 @@ set(SHEAF_USES_FONTCONFIG OFF)
 if(SHEAF_WITH_JPX)
   string(APPEND SHEAF_PC_REQUIRES " libopenjp2")
 endif()
+if(SHEAF_USES_LIBDEFLATE)
+  string(APPEND SHEAF_PC_REQUIRES " libdeflate")
+endif()
 if(SHEAF_WITH_FONTS)
-  string(APPEND SHEAF_PC_REQUIRES " freetype2 harfbuzz-subset")
+  string(APPEND SHEAF_PC_REQUIRES " freetype2 harfbuzz-subset fribidi libunibreak")
   if(TARGET PkgConfig::FONTCONFIG)
     set(SHEAF_USES_FONTCONFIG ON)
     string(APPEND SHEAF_PC_REQUIRES " fontconfig")
@@ -21,6 +24,9 @@ endif()
 cmake_path(RELATIVE_PATH CMAKE_INSTALL_PREFIX BASE_DIRECTORY ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig
            OUTPUT_VARIABLE SHEAF_PC_TO_PREFIX)
 set(SHEAF_PC_LIBS "-lstdc++ -lm -pthread")
+if(SHEAF_USES_ZOPFLI)
+  string(PREPEND SHEAF_PC_LIBS "-lzopfli ")
+endif()
 if(SHEAF_LOAD_LIBRARIES_LATE)
   string(APPEND SHEAF_PC_LIBS " -ldl")
 endif()
@@ -55,7 +61,15 @@ install(DIRECTORY docs/schemas DESTINATION ${SHEAF_DOC_DIR}/sheaf COMPONENT tool
 install(DIRECTORY docs/ DESTINATION ${SHEAF_DOC_DIR}/libsheaf-dev COMPONENT dev
         PATTERN completions EXCLUDE PATTERN schemas EXCLUDE PATTERN sheaf.1 EXCLUDE)
 install(DIRECTORY examples DESTINATION ${SHEAF_DOC_DIR}/libsheaf-dev COMPONENT dev
-        FILES_MATCHING PATTERN "*.cpp" PATTERN "*.h" PATTERN "sample.*")
+        FILES_MATCHING PATTERN "*.cpp" PATTERN "*.c" PATTERN "*.h" PATTERN "*.py" PATTERN "*.java" PATTERN "sample.*")
+
+# The Python package, where Debian's interpreter looks for packages.
+if(TARGET sheaf_python)
+  set(SHEAF_PYTHON_DIR lib/python3/dist-packages/sheaf CACHE STRING "Where the Python package goes, below the prefix")
+  install(TARGETS sheaf_python LIBRARY DESTINATION ${SHEAF_PYTHON_DIR} COMPONENT python)
+  install(DIRECTORY bindings/python/sheaf/ DESTINATION ${SHEAF_PYTHON_DIR} COMPONENT python PATTERN __pycache__ EXCLUDE)
+  install(FILES cmake/copyright DESTINATION ${SHEAF_DOC_DIR}/python3-sheaf COMPONENT python)
+endif()
 
 install(EXPORT sheafTargets NAMESPACE sheaf:: DESTINATION ${SHEAF_CMAKE_DIR} COMPONENT dev)
 configure_package_config_file(cmake/sheafConfig.cmake.in sheafConfig.cmake INSTALL_DESTINATION ${SHEAF_CMAKE_DIR})

@@ -11,10 +11,14 @@ set(SHEAF_PUBLIC_HEADERS
   base/stream_output.h
   base/stream_update.h
   base/visited_set.h
+  base/work_watch.h
   cache/font_caches.h
+  document/attachments/attachments.h
+  document/content/content_check.h
   document/content/content_reader.h
   document/content/content_text.h
   document/content/content_writer.h
+  document/diff/doc_diff.h
   document/doc.h
   document/forms/flattener.h
   document/forms/form_data.h
@@ -22,9 +26,43 @@ set(SHEAF_PUBLIC_HEADERS
   document/images/image.h
   document/merge/doc_merge.h
   document/merge/merge_report.h
+  document/metadata/doc_metadata.h
+  document/metadata/xmp_texts.h
   document/names/name_list.h
+  document/outline/destinations.h
+  document/outline/outline.h
+  document/pages/page_arrange.h
+  document/pages/page_boxes.h
+  document/pages/page_content.h
+  document/pages/page_labels.h
+  document/pages/page_list.h
+  document/pages/page_nodes.h
+  document/pages/page_stamp.h
+  document/paths/object_path.h
+  document/revisions/revisions.h
+  document/save/doc_saver.h
+  document/save/save_kinds.h
+  document/signatures/signature_check.h
+  document/signatures/signature_list.h
   document/signatures/signature_writer.h
+  document/text/text_setter.h
+  document/writer/doc_writer.h
+  document/writer/edited_file.h
+  document/writer/write_options.h
   filters/stream_filter.h
+  layer/content.h
+  layer/core_ref.h
+  layer/data.h
+  layer/document.h
+  layer/node.h
+  layer/object.h
+  layer/pages.h
+  layer/parts.h
+  layer/progress.h
+  layer/result.h
+  layer/signing.h
+  layer/storage.h
+  layer/value.h
   neighbours/fonts/cmap_resources.h
   neighbours/fonts/environment.h
   neighbours/fonts/font.h
@@ -51,6 +89,8 @@ set(SHEAF_PUBLIC_HEADERS
   object/stored_bytes.h
   object/stream_rec.h
   object/text_utf8.h
+  sheaf.h
+  sheaf.hpp
   xref/guards.h
   xref/page_set.h
   xref/xref_table.h

@@ -5,14 +5,13 @@
 #include <atomic>
 #include <cstdio>
 #include <cstdlib>
-#include <fstream>
-#include <iterator>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "sheaf/base/heap.h"
 #include "sheaf/base/scope_guard.h"
+#include "sheaf/base/stream.h"
 #include "sheaf/document/doc.h"
 
 namespace {
@@ -64,11 +63,23 @@ bool failures_are_results(CPDFDoc& doc) {
   return missing.is_null() && missing.as_dict() == nullptr && !has_page;
 }
 
+// All bytes of a file; none of a folder or of a file that cannot be read.
+std::string bytes_of(const char* path) {
+  CQVStreamFile in;
+  in.Open(path);
+  std::string bytes;
+  char block[4096];
+  for (unsigned got = 1; got != 0;) {
+    got = in.Read(block, sizeof(block));
+    bytes.append(block, got);
+  }
+  return bytes;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
-  std::ifstream in(argc > 1 ? argv[1] : "", std::ios::binary);
-  std::string bytes{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+  std::string bytes = bytes_of(argc > 1 ? argv[1] : "");
   if (bytes.empty())
     return 2;
 

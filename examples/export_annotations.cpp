@@ -5,15 +5,28 @@
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <string>
 #include <system_error>
 
 #include "sheaf/base/scope_guard.h"
+#include "sheaf/base/stream.h"
 #include "sheaf/document/doc.h"
 #include "sheaf/object/parse_buf.h"
 
 namespace {
+
+// All bytes of a file; none of a folder or of a file that cannot be read.
+std::string bytes_of(const char* path) {
+  CQVStreamFile in;
+  in.Open(path);
+  std::string bytes;
+  char block[4096];
+  for (unsigned got = 1; got != 0;) {
+    got = in.Read(block, sizeof(block));
+    bytes.append(block, got);
+  }
+  return bytes;
+}
 
 // A value in PDF syntax.
 std::string syntax_of(const CPDFDictionary& dict) {
@@ -91,8 +104,7 @@ int main(int argc, char** argv) {
   CPDFDoc target;
   if (!target.open_for_update(copy.c_str()))
     return 2;
-  std::ifstream in("annotations.txt", std::ios::binary);
-  const std::string text{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+  const std::string text = bytes_of("annotations.txt");
   const int imported = import_all(target, text);
   std::printf("%d exported to annotations.txt, %d put into %s\n", count, imported, copy.c_str());
   return imported == count && target.save_update(PDF_SAVE_FORM::kAsFile, nullptr) ? 0 : 2;

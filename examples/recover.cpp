@@ -4,17 +4,29 @@
 //   recover FILE.pdf
 #include <cstdio>
 #include <fstream>
-#include <iterator>
 #include <string>
 
+#include "sheaf/base/stream.h"
 #include "sheaf/document/doc.h"
 
 namespace {
 
+// All bytes of a file; none of a folder or of a file that cannot be read.
+std::string bytes_of(const char* path) {
+  CQVStreamFile in;
+  in.Open(path);
+  std::string bytes;
+  char block[4096];
+  for (unsigned got = 1; got != 0;) {
+    got = in.Read(block, sizeof(block));
+    bytes.append(block, got);
+  }
+  return bytes;
+}
+
 // Junk in front, a false startxref, and the last bytes missing: as from a broken download.
 bool write_damaged(const char* path, const char* damaged) {
-  std::ifstream in(path, std::ios::binary);
-  std::string bytes{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+  std::string bytes = bytes_of(path);
   const std::size_t mark = bytes.rfind("startxref");
   if (mark == std::string::npos)
     return false;

@@ -1,6 +1,8 @@
 // The command line. Each command is in a file of its own in commands/, and registers itself there.
 #include <algorithm>
 
+#include <CLI/CLI.hpp>
+
 #include "sheaf/version.h"
 #include "support/command_line.h"
 #include "support/interrupts.h"
@@ -42,7 +44,7 @@ int main(int argc, char** argv) {
   app.set_version_flag("--version", std::string("sheaf ") + sheaf_version(), "The version, and nothing else");
   app.failure_message(describe);
   int code = kExitClean;
-  add_commands(app, code);
+  add_commands(app, argc > 1 ? argv[1] : "", code);
   if (!knows_command(app, argc, argv))
     return kExitFailed;
   try {

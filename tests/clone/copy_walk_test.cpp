@@ -94,6 +94,33 @@ TEST(CopyWalk, DoublingAtEveryLevelIsBounded) {
   EXPECT_LT(doc.table.new_obj_count, 200000u);
 }
 
+// What no save has put into the file yet is no less of the document, and data that were encrypted may be
+// none at all.
+TEST(CopyWalk, CopiesStreamsOfAnySizeThatTheFileDoesNotHold) {
+  PdfBuilder builder;
+  builder.pages(1).classic();
+  Loaded doc(builder);
+  doc.table.copies_own_source = 1;
+  std::vector<unsigned char> large(20 << 20, 'x');
+  const PDF_REF held = doc.table.adv_new_stream_raw(large.data(), static_cast<int>(large.size()));
+  const PDF_REF copy = doc.table.clone_obj(doc.map, held);
+  Freed<CPDFObj> obj;
+  doc.table.get_stored(obj, copy);
+  ASSERT_NE(obj.as_stream(), nullptr);
+  EXPECT_EQ(obj.as_stream()->length, 20 << 20);
+
+  CPDFStreamRec none;
+  doc.table.write_stream(held, &none, "", 0);
+  none.dict.set_item_int("Length", 32);
+  doc.table.store_stream(held, none);
+  CPDFCloneMap map{};
+  const PDF_REF empty = doc.table.clone_obj(map, held);
+  QVFree(map.entries);
+  doc.table.get_stored(obj, empty);
+  ASSERT_NE(obj.as_stream(), nullptr);
+  EXPECT_EQ(obj.as_stream()->dict.get_item("Length")->as_int(), 0);
+}
+
 TEST(CloneAnnot, LeavesThePageAndEndsBackReferencesOnNull) {
   PdfBuilder builder;
   builder.pages(1).obj(4, "<</P 3 0 R/Popup 5 0 R/Subtype/Text>>").obj(5, "<</Parent 4 0 R>>").obj(6, "(no)").classic();

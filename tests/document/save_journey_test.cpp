@@ -1,40 +1,20 @@
 // What an application does around saves of a file: autosaves, disks that run full, other programs that
 // write to the same file. At every moment the file must hold what was promised.
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 
-#include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <functional>
 
 #include "sheaf/document/doc.h"
 #include "support/external_tool.h"
+#include "support/full_disk.h"
 #include "support/pdf_builder.h"
 #include "support/test_table.h"
 
 using namespace sheaf;
 
 namespace {
-
-// Files of this process cannot grow beyond `bytes`: a disk that is full.
-class FullDisk {
-public:
-  explicit FullDisk(long long bytes) {
-    getrlimit(RLIMIT_FSIZE, &old_);
-    old_action_ = std::signal(SIGXFSZ, SIG_IGN);
-    const rlimit limit{static_cast<rlim_t>(bytes), old_.rlim_max};
-    setrlimit(RLIMIT_FSIZE, &limit);
-  }
-  ~FullDisk() {
-    setrlimit(RLIMIT_FSIZE, &old_);
-    std::signal(SIGXFSZ, old_action_);
-  }
-
-private:
-  rlimit old_{};
-  void (*old_action_)(int) = nullptr;
-};
 
 struct SaveJourney : testing::Test {
   void SetUp() override {
@@ -73,8 +53,10 @@ struct SaveJourney : testing::Test {
 
 constexpr PDF_SAVE_FORM kForms[] = {PDF_SAVE_FORM::kClassic, PDF_SAVE_FORM::kStream};
 
+// The disk is full in the middle of what is written, or only for its last bytes.
 TEST_F(SaveJourney, AFailedSaveIsTakenBackAndWhatWasSealedStays) {
   for (const std::string& front : {std::string(), std::string("mail in front of it\r\n\r\n")}) {
+    const long long room = front.empty() ? 40'000 : 100'100;
     write_file(path, front + original);
     CPDFDoc doc;
     ASSERT_TRUE(doc.open_for_update(path.c_str()));
@@ -85,7 +67,7 @@ TEST_F(SaveJourney, AFailedSaveIsTakenBackAndWhatWasSealedStays) {
     EXPECT_EQ(doc.file_size(), size_on_disk());
     ASSERT_TRUE(change(doc, "later", 100'000));
     {
-      const FullDisk disk(size_on_disk() + 40'000);
+      const FullDisk disk(size_on_disk() + room);
       EXPECT_FALSE(doc.save_update(PDF_SAVE_FORM::kAsFile, nullptr));
     }
     EXPECT_EQ(doc.last_save(), PDF_SAVE::kShort);
@@ -98,6 +80,20 @@ TEST_F(SaveJourney, AFailedSaveIsTakenBackAndWhatWasSealedStays) {
     EXPECT_TRUE(doc.save_update(PDF_SAVE_FORM::kAsFile, nullptr));  // the changes went on waiting
     EXPECT_EQ(title(), "later");
     EXPECT_EQ(bytes().substr(0, sealed.size()), sealed);
+  }
+}
+
+TEST_F(SaveJourney, ANewFileOnAFullDiskIsNoSuccess) {
+  CPDFDoc doc;
+  ASSERT_TRUE(doc.open(path.c_str()));
+  for (const long long room : {10, 300}) {
+    CQVStreamFile out;
+    out.file = std::fopen((folder / "new.pdf").c_str(), "w+b");
+    CPDFXRefTable target;
+    target.stream = &out;
+    const FullDisk disk(room);
+    doc.save_complete(target, nullptr);
+    EXPECT_NE(target.write_failed, 0) << room;
   }
 }
 

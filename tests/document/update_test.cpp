@@ -170,6 +170,32 @@ TEST(Update, GoesBehindAFileThatEndsInTheMiddleOfAnObject) {
   }
 }
 
+// In a damaged file other readers would look for the end of these objects, and find it elsewhere than this
+// library does.
+TEST(Update, StoresAgainWhatHasNoEndInADamagedFile) {
+  std::string bytes = PdfBuilder().pages(1).obj(4, "<</Held(first)>>").stream(5, "/Wrong 1", "data of it").str();
+  bytes += "6 0 obj\n(last)\nendobj\n";
+  bytes.replace(bytes.find("<</Held(first)>>\nendobj"), 23, "<</Held(first)>>\n      ");
+  bytes.replace(bytes.find("/Length 10"), 10, "/Length 13");
+  for (const bool stream : {false, true}) {
+    MemStream file(bytes);
+    CPDFDoc doc;
+    ASSERT_TRUE(doc.open(&file));
+    ASSERT_TRUE(doc.set_info("Title", "kept"));
+    ASSERT_TRUE(doc.save_update(stream ? PDF_SAVE_FORM::kStream : PDF_SAVE_FORM::kClassic, nullptr));
+    const std::string added = file.str().substr(bytes.size());
+    EXPECT_NE(added.find("4 0 obj"), std::string::npos);
+    EXPECT_NE(added.find("/Length 10"), std::string::npos);
+    EXPECT_EQ(added.find("\n6 0 obj"), std::string::npos);
+    if (!has_program("qpdf"))
+      continue;
+    const TestFolder folder;
+    write_file(folder / "made.pdf", file.str());
+    const RunResult check = run_command("qpdf --check " + (folder / "made.pdf") + " 2>&1");
+    EXPECT_EQ(check.code, 0) << check.output;
+  }
+}
+
 TEST(Update, ADirectCatalogueBecomesAnObject) {
   PdfBuilder builder;
   builder.obj(2, "<</Type/Pages/Count 1/Kids[3 0 R]/MediaBox[0 0 9 9]>>").obj(3, "<</Type/Page/Parent 2 0 R>>");

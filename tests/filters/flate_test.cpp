@@ -73,6 +73,36 @@ TEST(Flate, LargeRequestsEndWherePiecesEnd) {
   EXPECT_EQ(flate.zstream.total_out, 2048u);
 }
 
+// Whatever is wrong with the data, decoding all of them at once gives the bytes that pieces give.
+TEST(Flate, WholeStreamsGiveWhatPiecesGive) {
+  const std::string texts[] = {kBytes, std::string(100000, 'a'), "", sample_bytes(300)};
+  unsigned state = 1;
+  const auto random = [&state](std::size_t below) {
+    state = state * 1664525u + 1013904223u;
+    return static_cast<std::size_t>(state >> 8) % below;
+  };
+  int whole = 0;
+  for (int round = 0; round < 4000; ++round) {
+    std::string coded = deflated(texts[random(std::size(texts))]);
+    const std::size_t kind = random(4);
+    if (kind == 1)
+      coded[random(coded.size())] ^= static_cast<char>(1 + random(255));
+    else if (kind == 2)
+      coded.resize(random(coded.size()));
+    else if (kind == 3)
+      coded += sample_bytes(random(40));
+    const std::string parms = random(2) != 0 ? "<</Predictor 12/Columns 7>>" : "";
+    const StreamPtr all = decoder_of("FlateDecode", coded, parms);
+    whole += all->decode_whole(1 << 20) ? 1 : 0;
+    ASSERT_EQ(read_all(*all, 5000), decoded("FlateDecode", coded, parms, 5000)) << round;
+    int len = 0;
+    const HeapBlock<std::uint8_t> block(decoder_of("FlateDecode", coded, parms)->buffer_load(1 << 20, len));
+    ASSERT_EQ(std::string(reinterpret_cast<const char*>(block.get()), static_cast<std::size_t>(len)),
+              decoded("FlateDecode", coded, parms, 5000));
+  }
+  EXPECT_TRUE(whole == 0 || whole > 1500) << whole;  // 0 in a build without libdeflate
+}
+
 TEST(Flate, DamageGivesWhatCameBeforeIt) {
   const std::string coded = deflated(kBytes);
   for (std::size_t len = 0; len < coded.size(); len += 61) {

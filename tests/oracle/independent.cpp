@@ -1,3 +1,4 @@
+// What another program reads of the document.
 #include "oracle/independent.h"
 
 #include <array>

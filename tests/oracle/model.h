@@ -31,6 +31,8 @@ struct Model : Snapshot {
   std::map<std::string, std::string> info;
   std::map<std::string, std::string> attachments;
   bool pages_edited = false;
+  /// Entries lead the library alone to what is in object streams, until there is a new file.
+  bool is_for_library_only = false;
   /// Objects that a save or an edit may change by itself.
   std::set<int> loose;
   /// Streams of the source whose end has to be searched for: some readers count the line end in front of

@@ -1,3 +1,4 @@
+// One sequence of operations, and the shortest one that still fails.
 #include "oracle/run.h"
 
 #include <zlib.h>
@@ -10,6 +11,7 @@
 #include "oracle/independent.h"
 #include "oracle/subject.h"
 #include "support/external_tool.h"
+#include "support/full_disk.h"
 #include "support/test_table.h"
 
 namespace oracle {
@@ -51,6 +53,7 @@ public:
   Runner(const Source& source, const Setting& setting)
       : model_(source.model),
         saved_(source.model),
+        sealed_(source.model),
         setting_(setting),
         path_(setting.folder + "/subject.pdf"),
         subject_(setting.in_file ? path_ : "", setting.in_file ? setting.folder.c_str() : nullptr) {}
@@ -113,6 +116,8 @@ private:
   // Adds a reference to the list in the catalogue that keeps objects reachable.
   std::string hold(int num, int gen) {
     const int root = model_.root();
+    if (root == 0)
+      return "";  // it stands in the trailer; nobody will miss the object
     Freed<CPDFObj> catalog;
     if (!get(root, catalog) || catalog.as_dict() == nullptr)
       return "the catalogue cannot be read";
@@ -431,11 +436,29 @@ private:
     return copy.num > 0 ? adopt(model, model, wanted.num, copy.num) : "nothing was imported";
   }
 
+  // Whether an object can be come back to: its copy then names a null object in the place of itself.
+  bool leads_back(int num) {
+    std::set<int> open;
+    std::set<int> done;
+    const std::function<bool(int, int)> visit = [&](int at, int gen) {
+      if (!model_.exists(at, gen) || done.count(at) != 0)
+        return false;
+      if (!open.insert(at).second)
+        return true;
+      bool back = false;
+      each_reference(model_.objects.at(at).value, [&](int next, int g) { back = back || visit(next, g); });
+      open.erase(at);
+      done.insert(at);
+      return back;
+    };
+    return visit(num, model_.objects[num].gen);
+  }
+
   std::string clone(const Operation& op) {
     if (model_.pages.empty() || model_.pages_edited)
       return "";
     const int num = choose(op.a, [](const Object& o) { return o.body != nullptr; });
-    if (num == 0)
+    if (num == 0 || leads_back(num))
       return "";
     const Snapshot before = model_;
     const Model source = model_;
@@ -453,6 +476,8 @@ private:
     sign.dict.clear();
     if (!good)
       return "the update says that it failed";
+    if (sealed)
+      sealed_ = model_;
     return check(false);
   }
 
@@ -462,6 +487,35 @@ private:
   }
   std::string save_plain(const Operation& op) { return update(form_of(op), false); }
   std::string save_sealed(const Operation& op) { return update(form_of(op), true); }
+
+  // On a disk that is full. What the last sealed save left, and all changes since, must outlive it.
+  std::string save_in_vain(const Operation& op) {
+    if (!setting_.in_file)
+      return "";
+    CPDFDoc& doc = subject_.doc();
+    const auto sound_end = static_cast<std::size_t>(doc.sound_end());
+    const std::string sound = subject_.bytes().substr(0, sound_end);
+    PDF_SIGN_DATA sign;
+    bool good = false;
+    {
+      const FullDisk disk(static_cast<long long>(sound_end + op.b % 3000));
+      good = doc.save_update(form_of(op), (op.c & 1) != 0 ? &sign : nullptr);
+    }
+    sign.dict.clear();
+    if (good) {
+      if ((op.c & 1) != 0)
+        sealed_ = model_;
+      return check(false);
+    }
+    if (doc.last_save() != PDF_SAVE::kShort)
+      return "a save on a full disk fails for another reason";
+    if (!doc.undo_failed_save())
+      return "a failed save cannot be taken back";
+    if (subject_.bytes() != sound || doc.file_size() != static_cast<long long>(sound_end))
+      return "a failed save that was taken back has left its mark";
+    saved_ = sealed_;
+    return "";
+  }
 
   std::string save_complete(const Operation& op) {
     const auto encryption = static_cast<Encryption>(op.a % 5);
@@ -477,11 +531,13 @@ private:
     model_.open_ended.clear();
     if (!subject_.replace(made, password))
       return "the new file does not open";
-    return check(true);
+    const std::string what = check(true);
+    sealed_ = model_;
+    return what;
   }
 
   std::string reopen(const Operation&) {
-    model_ = saved_;
+    model_ = sealed_ = saved_;
     return subject_.reopen(model_.password) ? "" : "the saved document does not open again";
   }
 
@@ -492,7 +548,8 @@ private:
     if (!what.empty())
       return "in hand: " + what;
     what = check_reopened(complete, ignored);
-    if (what.empty() && setting_.independent)
+    model_.is_for_library_only = model_.is_for_library_only && !complete;
+    if (what.empty() && setting_.independent && !model_.is_for_library_only)
       what = check_independently(complete, ignored);
     for (const int num : dropped)
       model_.objects.erase(num);
@@ -520,11 +577,18 @@ private:
     if (!read_independently(path_, model_.password, found, warnings))
       return "the other program cannot read what was saved";
     for (const std::string& kind : warnings) {
+      // Of an object that was changed and then given up; its old state is in an object stream that stays.
+      if (complete && kind.find("unexpected xref entry type") != std::string::npos)
+        continue;
       if (model_.warnings.count(kind) == 0)
         return "the other program complains" + kind;
     }
+    std::set<int> named;  // what is referred to is listed by the other program, whether it is there or not
+    for (const auto& [num, object] : found.objects)
+      each_reference(object.value, [&named](int target, int) { named.insert(target); });
     for (const auto& [num, object] : found.objects) {
-      if (complete && !object.body && object.value.kind == Kind::kNull && model_.objects.count(num) == 0)
+      if (complete && named.count(num) == 0 && !object.body && object.value.kind == Kind::kNull &&
+          model_.objects.count(num) == 0)
         return "the new file lists object " + std::to_string(num) + ", which is nowhere";
     }
     const std::string what = difference(model_, found, complete, dropped);
@@ -532,7 +596,8 @@ private:
   }
 
   Model model_;
-  Model saved_;
+  Model saved_;   // as the file is
+  Model sealed_;  // and as it is up to its last sound end
   Setting setting_;
   std::string path_;
   Subject subject_;
@@ -564,6 +629,7 @@ const Runner::Named Runner::kSteps[] = {
     {"save as a new file", &Runner::save_complete, 4},
     {"close and open again", &Runner::reopen, 2},
     {"set a key of every stream", &Runner::set_every_stream_key, 1},
+    {"save on a full disk", &Runner::save_in_vain, 3},
 };
 const std::size_t Runner::kStepCount = sizeof(kSteps) / sizeof(kSteps[0]);
 
@@ -572,8 +638,22 @@ bool loosen_where_readers_differ(Source& source) {
   Subject subject("", nullptr);
   if (!subject.replace(source.bytes, source.model.password))
     return false;
-  source.model.loose = differing(source.model, read_by_library(subject.doc(), source.model));
-  return source.model.loose.count(source.model.root()) == 0;
+  Model& model = source.model;
+  const Snapshot own = read_by_library(subject.doc(), model);
+  model.loose = differing(model, own);
+  for (const auto& [num, object] : own.objects) {
+    // A reference to nothing may come to mean a new object; a cross-reference stream of the past is no
+    // part of the document.
+    each_reference(object.value, [&model, at = num](int target, int gen) {
+      if (!model.exists(target, gen))
+        model.loose.insert(at);
+    });
+    const Value* const type = object.value.is_dict() ? object.value.find("Type") : nullptr;
+    if (type != nullptr && type->is_name("XRef"))
+      model.loose.insert(num);
+  }
+  const Value* const root = own.trailer.find("Root");
+  return subject.doc().page_count() > 0 && root->num == model.root() && model.loose.count(model.root()) == 0;
 }
 
 }  // namespace

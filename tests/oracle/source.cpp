@@ -1,5 +1,7 @@
+// Documents to begin with, of every form that a file can have.
 #include "oracle/source.h"
 
+#include <cctype>
 #include <cstdio>
 
 #include "oracle/chance.h"
@@ -23,6 +25,7 @@ public:
     out_ = chance_.one_in(6) ? "some bytes in front\n%PDF-1.6\n%\xE2\xE3\xCF\xD3\n" : "%PDF-1.6\n%\xE2\xE3\xCF\xD3\n";
     base_ = out_.find("%PDF");
     const bool two = chance_.one_in(2);
+    model().is_for_library_only = form_ == Form::kStream && chance_.one_in(8);
     if (two)
       put_old_revision();
     put_revision();
@@ -113,10 +116,14 @@ private:
   // Line ends at the end of the data are lost where these are searched for, so that only plain ends are
   // left to a search.
   std::string length_text(std::size_t size, bool has_keyword) {
+    constexpr std::uint32_t kTooShort = 6;
     const std::string text = std::to_string(size);
     const Bytes& body = last_body_;
     const bool plain_end = body != nullptr && !body->empty() && body->back() != '\n' && body->back() != '\r';
-    const std::uint32_t kind = chance_.next(has_keyword || !plain_end ? 4 : 7);
+    std::uint32_t kind = chance_.next(has_keyword || !plain_end ? 4 : 7);
+    // Behind white space or a comment in the data some readers find the keyword all the same.
+    if (kind == kTooShort && !std::isalnum(static_cast<unsigned char>((*body)[1 + size / 2 < size ? 1 + size / 2 : 0])))
+      kind = 5;
     if (kind > 3)
       model().open_ended.insert(present_);
     switch (kind) {
@@ -127,7 +134,7 @@ private:
         return "/Length " + text + ".0";
       case 5:
         return "";
-      case 6:
+      case kTooShort:
         return "/Length " + std::to_string(1 + size / 2);  // where no keyword stands
       default:
         return "/Length " + text;
@@ -199,6 +206,7 @@ private:
     stream.body = std::make_shared<std::string>(numbers + bodies);
     last_body_ = nullptr;
     container_ = next_++;
+    containers_.insert(container_);
     put_object(container_, stream);
   }
 
@@ -272,6 +280,11 @@ private:
     for (const auto& [member, place] : orphans_)
       put_row(entries[member], 2, static_cast<std::size_t>(place.first), place.second);
     orphans_.clear();
+    // Entries of object streams, of a type that leads nowhere.
+    for (auto& [member, row] : entries) {
+      if (model().is_for_library_only && containers_.count(member) != 0)
+        row[0] = chance_.one_in(2) ? '\5' : '\x87';
+    }
     for (const auto& [member, row] : entries) {
       index += std::to_string(member) + " 1 ";
       rows += row;
@@ -303,6 +316,7 @@ private:
   Bytes last_body_;
   int present_ = 0;
   int container_ = 0;
+  std::set<int> containers_;
   std::size_t prev_ = 0;
   bool has_section_ = false;
 };

@@ -1,3 +1,4 @@
+// The document under test, and each operation on it and on the model.
 #include "oracle/subject.h"
 
 #include "sheaf/object/array.h"

@@ -1,3 +1,4 @@
+// Values of the model are the same when they mean the same: 1 and 1.0, a text in two encodings.
 #include "oracle/value.h"
 
 #include <algorithm>

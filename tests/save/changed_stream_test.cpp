@@ -153,6 +153,33 @@ struct Relay : CQVStream {
   CQVStream& target;
 };
 
+TEST(ChangedStream, StringsOfACrossReferenceStreamStayInClear) {
+  const Algorithm aes256 = Algorithm::kAES256;
+  std::string body;
+  MemStream file(make_document(&aes256, body));
+  CPDFDoc doc;
+  ASSERT_TRUE(doc.open(&file));
+  CPDFXRefTable& table = doc.table();
+  table.drain_pending();
+  PDF_REF section{0, 0};
+  Freed<CPDFObj> obj;
+  for (std::uint32_t num = 1; num < table.xref_count && section.num == 0; ++num) {
+    table.get_stored(obj, {static_cast<std::int32_t>(num), 0});
+    const CPDFObj* const type = obj.as_stream() != nullptr ? obj.as_stream()->dict.get_item("Type") : nullptr;
+    if (type != nullptr && type->is_name("XRef"))
+      section.num = static_cast<std::int32_t>(num);
+  }
+  ASSERT_NE(section.num, 0);
+  const std::string before = TestTable::syntax(*obj.as_stream()->dict.get_item("ID"));
+  ASSERT_TRUE(table.store_object(section, obj));
+  MemStream result(saved(doc, file, Save::kStream));
+  CPDFDoc again;
+  ASSERT_TRUE(again.open(&result));
+  again.table().get_stored(obj, section);
+  ASSERT_NE(obj.as_stream(), nullptr);
+  EXPECT_EQ(TestTable::syntax(*obj.as_stream()->dict.get_item("ID")), before);
+}
+
 TEST(ChangedStream, IsPrintedWithoutATableAsLongAsItIs) {
   const std::string body = pattern(300'000);
   for (const char* length : {"/Length 300000", "/Length 7 0 R", "/Length 300000.0", ""}) {

@@ -41,6 +41,7 @@ public:
   }
   PdfBuilder& builder() { return builder_; }
   int take_number() { return next_++; }
+  std::string fonts;  ///< Further ones among the form's resources.
   /// Keys of the page, of the form's dictionary, and of the catalogue.
   std::string page_keys;
   std::string form_keys;
@@ -49,7 +50,8 @@ public:
 
   std::string str() {
     builder_.obj(1, "<</Type/Catalog/Pages 2 0 R/AcroForm<</Fields[" + fields_ +
-                        "]/DA(/Helv 12 Tf 0 g)/DR<</Font<</Helv 6 0 R>>>>" + form_keys + ">>" + catalog_keys + ">>");
+                        "]/DA(/Helv 12 Tf 0 g)/DR<</Font<</Helv 6 0 R" + fonts + ">>>>" + form_keys + ">>" +
+                        catalog_keys + ">>");
     builder_.obj(2, "<</Type/Pages/Kids[3 0 R]/Count 1/MediaBox[0 0 600 800]>>");
     builder_.obj(3, "<</Type/Page/Parent 2 0 R/Contents 5 0 R/Resources<</Font<</F 6 0 R>>>>/Annots[" + annots_ + "]" +
                         page_keys + ">>");

@@ -1,7 +1,9 @@
 // That the tool says what is so: about what protects, what cannot be known, and what was asked of it wrongly.
 #include <gtest/gtest.h>
 
+#include "filters/lzw_encoder.h"
 #include "support/external_tool.h"
+#include "support/jbig2_encoder.h"
 #include "support/pdf_builder.h"
 
 namespace {
@@ -60,9 +62,10 @@ TEST_F(Honesty, MessagesBeginWithTheToolAndNameWhatIsRight) {
     const char* why;
   };
   for (const Row& row :
-       {Row{"frobnicate in.pdf", "sheaf: frobnicate: is no command"}, Row{"info", "sheaf: info: FILE is required"},
-        Row{"info --nonsense in.pdf", "sheaf: info: "}, Row{"show in.pdf abc", "1 to 2147483647"},
-        Row{"check --progress=often in.pdf", "always"}, Row{"info .", "is a directory"}, Row{"", "sheaf: "}}) {
+       {Row{"frobnicate in.pdf", "sheaf: frobnicate: is no command"}, Row{"info", "sheaf: FILE: is missing"},
+        Row{"pages", "sheaf: pages: FILE is required"}, Row{"info --nonsense in.pdf", "sheaf: info: "},
+        Row{"show in.pdf abc", "1 to 2147483647"}, Row{"check --progress=often in.pdf", "always"},
+        Row{"pages .", "is a directory"}, Row{"", "sheaf: "}}) {
     const RunResult result = sheaf(row.arguments);
     EXPECT_EQ(result.code, 2) << row.arguments;
     EXPECT_TRUE(result.output.rfind("sheaf:", 0) == 0 && contains(result, row.why)) << result.output;
@@ -108,6 +111,47 @@ TEST_F(Honesty, WhatANewFileLeavesOutIsToldWhenAsked) {
   EXPECT_TRUE(contains(verbose, "left out: 2 objects that nothing refers to")) << verbose.output;
   EXPECT_TRUE(contains(verbose, "keys of the trailer")) << verbose.output;
   EXPECT_FALSE(contains(sheaf("rewrite in.pdf out.pdf"), "left out"));
+}
+
+// The last byte of the data, or the last two, are gone; what is left decodes to something.
+TEST_F(Honesty, DataThatEndInFrontOfTheirEndAreProblems) {
+  struct Row {
+    const char* keys;
+    std::string data;
+    std::size_t cut;
+  };
+  for (const Row& row :
+       {Row{"/Filter/ASCIIHexDecode", "41424344>", 1}, Row{"/Filter/ASCII85Decode", "87cURD]i,\"~>", 2},
+        Row{"/Filter/RunLengthDecode", "\3text\200", 1}, Row{"/Filter/LZWDecode", lzw_encoded("some text", 1, true), 2},
+        Row{"/Filter/FlateDecode", PdfBuilder::deflated(std::string(300, 'a') + "text"), 6},
+        Row{"/Filter[/RunLengthDecode/ASCIIHexDecode]",
+            "\4"
+            "4142>\200",
+            1},
+        Row{"/Width 8/Height 12/Filter/CCITTFaxDecode/DecodeParms<</K -1/Columns 8>>", "\xFF\xFF", 1},
+        Row{"/Type/ObjStm/N 1/First 4/Filter/FlateDecode", PdfBuilder::deflated("9 0 (text) " + std::string(90, ' ')),
+            6}}) {
+    for (const std::size_t cut : {std::size_t{0}, row.cut}) {
+      const std::string data = row.data.substr(0, row.data.size() - cut);
+      write_file(in, PdfBuilder().pages(1).stream(4, row.keys, data).classic("/Root 1 0 R/Prev 0").str());
+      const RunResult result = sheaf("check in.pdf");
+      EXPECT_EQ(result.code, cut == 0 ? 0 : 1) << row.keys << result.output;
+      EXPECT_EQ(contains(result, "end before their end mark"), cut != 0) << row.keys << result.output;
+    }
+  }
+}
+
+TEST_F(Honesty, PicturesThatAreCutForTheirCostAreProblems) {
+  using namespace jb2_test;
+  constexpr int kSide = 20000;
+  std::string data = segment(0, 48, {}, page_info(kSide, kSide));
+  const std::string body = region_info(Picture(kSide, kSide)) + u8(0) + places_bytes(nominal_adaptive(0)) + "\1\2\3";
+  for (std::uint32_t i = 1; i <= 8; ++i)
+    data += segment(i, 38, {}, body);
+  write_file(in, PdfBuilder().pages(1).stream(4, "/Subtype/Image/Filter/JBIG2Decode", data).classic().str());
+  const RunResult result = sheaf("check in.pdf");
+  EXPECT_EQ(result.code, 1);
+  EXPECT_TRUE(contains(result, "than their length justifies")) << result.output;
 }
 
 }  // namespace

@@ -91,4 +91,18 @@ TEST(MergeCommand, OutlinesStandUnderAnEntryOfTheirFileUnlessAskedOtherwise) {
   }
 }
 
+TEST(MergeCommand, EncryptsWhenAskedAndSaysWhatStaysBehind) {
+  const TestFolder folder;
+  const std::string in = folder / "in.pdf";
+  const std::string out = folder / "out.pdf";
+  write_file(in, document());
+  const std::string tool = SHEAF_TOOL;
+  const RunResult run = run_command(tool + " merge --verbose --encrypt aes256 --user-password u " + out + " " + in +
+                                    ":1 2>&1 >/dev/null");
+  EXPECT_EQ(run.code, 0);
+  EXPECT_NE(run.output.find("left out: outline: 1"), std::string::npos) << run.output;
+  EXPECT_EQ(run_command(tool + " pages " + out + " >/dev/null 2>&1").code, 2);
+  EXPECT_EQ(run_command(tool + " check --password u " + out + " >/dev/null 2>&1").code, 0);
+}
+
 }  // namespace

@@ -31,7 +31,7 @@ TEST_F(Pipes, StandardInputAndOutputAreFiles) {
   EXPECT_EQ(sh("printf 'a\\tb' | sheaf new - --text - 2> log | sheaf check -").code, 0);
   EXPECT_EQ(sh("sheaf new - --image - < sample.jpg 2> log | sheaf images - | grep -c DCTDecode").output, "1\n");
   EXPECT_EQ(sh("mkfifo pipe && (cat in.pdf > pipe & sheaf check pipe)").code, 0);
-  for (const char* command : {"info .", "new no.pdf --text .", "new no.pdf --image .", "rewrite . no.pdf"}) {
+  for (const char* command : {"pages .", "new no.pdf --text .", "new no.pdf --image .", "rewrite . no.pdf"}) {
     const RunResult directory = sh(std::string("sheaf ") + command + " 2>&1");
     EXPECT_EQ(directory.code, 2) << command;
     EXPECT_NE(directory.output.find("sheaf: .: is a directory"), std::string::npos) << command << directory.output;

@@ -14,6 +14,7 @@
 #include "sheaf/filters/stream_filter.h"
 #include "sheaf/neighbours/fonts/cmap.h"
 #include "sheaf/object/array.h"
+#include "support/base64.h"
 #include "support/tool_support.h"
 #include "support/utf8_steps.h"
 

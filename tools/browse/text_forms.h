@@ -6,8 +6,6 @@
 
 namespace sheaf::tool {
 
-/// RFC 4648, 4.
-std::string base64_text(const unsigned char* bytes, std::size_t size);
 /// UTF-8 of the characters that have the bytes' numbers.
 std::string latin_text(const std::string& bytes);
 

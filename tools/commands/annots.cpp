@@ -163,7 +163,7 @@ int run_fields(const FieldsOptions& options) {
 }
 
 const Registration kAnnots("annots", "Look", "The annotations by page, references resolved",
-                           [](CLI::App& command) -> Run {
+                           [](Command& command) -> Run {
                              auto options = std::make_shared<AnnotsOptions>();
                              add_file(command, options->file);
                              add_password(command, options->password);
@@ -171,7 +171,7 @@ const Registration kAnnots("annots", "Look", "The annotations by page, reference
                              return [options] { return run_annots(*options); };
                            });
 
-const Registration kFields("fields", "Look", "The form's fields with their values", [](CLI::App& command) -> Run {
+const Registration kFields("fields", "Look", "The form's fields with their values", [](Command& command) -> Run {
   auto options = std::make_shared<FieldsOptions>();
   add_file(command, options->file);
   add_password(command, options->password);

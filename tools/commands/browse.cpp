@@ -34,18 +34,17 @@ int run_browse(const BrowseOptions& options) {
   return outcome.has_problems ? kExitProblems : kExitClean;
 }
 
-const Registration kBrowse(
-    "browse", "Look", "A page for the browser to look inside: objects, streams, versions",
-    [](CLI::App& command) -> Run {
-      auto options = std::make_shared<BrowseOptions>();
-      add_file(command, options->file);
-      add_password(command, options->password);
-      command.add_option("-o,--output", options->output, "The HTML file to write; else standard output");
-      command.add_option("--most", options->most, "The most bytes of the page; 64MiB, or 1MiB and up")
-          ->transform(CLI::AsSizeValue(false))
-          ->check(CLI::Range(kMebibyte, 1024 * kMebibyte));
-      return [options] { return run_browse(*options); };
-    });
+const Registration kBrowse("browse", "Look", "A page for the browser to look inside: objects, streams, versions",
+                           [](Command& command) -> Run {
+                             auto options = std::make_shared<BrowseOptions>();
+                             add_file(command, options->file);
+                             add_password(command, options->password);
+                             command.add_option("-o,--output", options->output,
+                                                "The HTML file to write; else standard output");
+                             command.add_size("--most", options->most, {kMebibyte, 1024 * kMebibyte},
+                                              "The most bytes of the page; 64MiB, or 1MiB and up");
+                             return [options] { return run_browse(*options); };
+                           });
 
 }  // namespace
 

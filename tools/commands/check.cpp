@@ -4,6 +4,7 @@
 #include <memory>
 #include <vector>
 
+#include "batch/batch.h"
 #include "support/command_line.h"
 #include "support/document_check.h"
 #include "support/json_values.h"
@@ -14,7 +15,7 @@ namespace sheaf::tool {
 namespace {
 
 struct CheckOptions {
-  std::vector<std::string> files;
+  BatchOptions batch;
   PasswordOptions password;
   bool json = false;
 };
@@ -57,6 +58,7 @@ int check_file(const std::string& file, const CheckOptions& options) {
     code = kExitFailed;
   } else {
     check_document(doc, result);
+    check_contents(doc, result);
     code = std::strcmp(result.status, "clean") == 0 ? kExitClean : kExitProblems;
   }
   if (options.json)
@@ -67,21 +69,18 @@ int check_file(const std::string& file, const CheckOptions& options) {
 }
 
 int run_check(const CheckOptions& options) {
-  int worst = kExitClean;
-  for (const std::string& file : options.files) {
-    const int code = check_file(file, options);
-    worst = code > worst ? code : worst;
-  }
-  return worst;
+  return run_batch(options.batch, options.json,
+                   [&options](const std::string& file) { return check_file(file, options); });
 }
 
-const Registration kCheck("check", "Look", "Read every object and decode every stream", [](CLI::App& command) -> Run {
-  auto options = std::make_shared<CheckOptions>();
-  command.add_option("FILE", options->files, "The documents")->required();
-  add_password(command, options->password);
-  command.add_flag("--json", options->json, "One JSON object a file");
-  return [options] { return run_check(*options); };
-});
+const Registration kCheck("check", "Look", "Read every object, decode every stream, follow every content",
+                          [](Command& command) -> Run {
+                            auto options = std::make_shared<CheckOptions>();
+                            add_batch(command, options->batch);
+                            add_password(command, options->password);
+                            command.add_flag("--json", options->json, "One JSON object a file");
+                            return [options] { return run_check(*options); };
+                          });
 
 }  // namespace
 

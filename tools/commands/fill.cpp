@@ -1,8 +1,6 @@
 // sheaf fill: values into a form's fields, saved behind the old content, so that signatures stay valid.
 #include <cstdio>
 #include <cstring>
-#include <fstream>
-#include <iterator>
 
 #include "sheaf/document/forms/form_data.h"
 #include "sheaf/document/forms/form_filler.h"
@@ -76,22 +74,16 @@ bool read_json_data(const std::string& text, CPDFFormData& data, std::string& tr
 
 // The format is told by how the data begin.
 bool read_data(const std::string& path, CPDFFormData& data) {
-  std::string opened;
-  if (!input_path(path, opened))
+  std::string bytes;
+  if (!read_input(path, bytes))
     return false;
-  std::ifstream in(opened, std::ios::binary);
-  if (!in) {
-    complain(input_name(path), "cannot be opened; check the path and its permissions");
-    return false;
-  }
-  std::string bytes{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
   const std::size_t first = bytes.find_first_not_of("\xEF\xBB\xBF \t\r\n");
   const char mark = first != std::string::npos ? bytes[first] : ' ';
   std::string trouble;
   if (mark == '{' || mark == '[') {
     if (read_json_data(bytes, data, trouble))
       return true;
-    complain(path, "is no JSON that holds fields; the trouble begins in " + trouble);
+    complain(input_name(path), "is no JSON that holds fields; the trouble begins in " + trouble);
     return false;
   }
   bool good = false;
@@ -103,9 +95,9 @@ bool read_data(const std::string& path, CPDFFormData& data) {
     good = data.read_fdf(stream);
   }
   if (!good)
-    complain(path, "holds no form data; FDF, XFDF and JSON are understood");
+    complain(input_name(path), "holds no form data; FDF, XFDF and JSON are understood");
   else if (data.has_annotations())
-    complain(path, "holds annotations too; they are not imported");
+    complain(input_name(path), "holds annotations too; they are not imported");
   return good;
 }
 
@@ -142,7 +134,8 @@ Tally fill_all(CPDFFormFiller& filler, const CPDFFormData& data, const std::stri
     if (result == PDF_FILL::kDone || result == PDF_FILL::kUnchanged)
       continue;
     ++tally.refused;
-    complain(file, "field " + std::string(data.name(i)) + " was not set: " + CPDFFormFiller::reason(result));
+    complain(input_name(file),
+             "field " + std::string(data.name(i)) + " was not set: " + CPDFFormFiller::reason(result));
   }
   return tally;
 }
@@ -150,7 +143,7 @@ Tally fill_all(CPDFFormFiller& filler, const CPDFFormData& data, const std::stri
 int fill(CPDFDoc& doc, const FillOptions& options, const CPDFFormData& data) {
   CPDFFormFiller filler(doc);
   if (!filler.load()) {
-    complain(options.file, "has no form to fill");
+    complain(input_name(options.file), "has no form to fill");
     return kExitFailed;
   }
   filler.fill_read_only(options.read_only);
@@ -162,11 +155,11 @@ int fill(CPDFDoc& doc, const FillOptions& options, const CPDFFormData& data) {
   }
   const Tally tally = fill_all(filler, data, options.file);
   if (tally.refused != 0 && tally.filled == 0 && tally.unchanged == 0) {
-    complain(options.output, "was not written, as no value could be set");
+    complain(output_name(options.output), "was not written, as no value could be set");
     return kExitFailed;
   }
   if (!filler.finish() || !doc.save_update(PDF_SAVE_FORM::kAsFile, nullptr)) {
-    complain(options.output, "could not be written to its end; is the disk full?");
+    complain(output_name(options.output), "could not be written to its end; is the disk full?");
     return kExitFailed;
   }
   if (filler.missing_characters() != 0)
@@ -174,7 +167,8 @@ int fill(CPDFDoc& doc, const FillOptions& options, const CPDFFormData& data) {
              std::to_string(filler.missing_characters()) +
                  " characters are in no font known here and show as question marks; name one by --font");
   if (filler.has_dropped_xfa())
-    complain(options.output, "its XFA part is gone, as it would contradict the new values; the form's fields stay");
+    complain(output_name(options.output),
+             "its XFA part is gone, as it would contradict the new values; the form's fields stay");
   report(output_name(options.output) + ": " + std::to_string(tally.filled) + " fields filled");
   const bool clean = tally.refused == 0 && filler.missing_characters() == 0 && doc.status() == PDF_OPEN::kClean;
   return clean ? kExitClean : kExitProblems;
@@ -182,7 +176,7 @@ int fill(CPDFDoc& doc, const FillOptions& options, const CPDFFormData& data) {
 
 int run_fill(const FillOptions& options) {
   if (options.settings.empty() && options.data.empty()) {
-    complain(options.file, "nothing to fill in; give --set NAME=TEXT, or --data FILE");
+    complain(input_name(options.file), "nothing to fill in; give --set NAME=TEXT, or --data FILE");
     return kExitFailed;
   }
   CPDFFormData data;
@@ -202,16 +196,15 @@ int run_fill(const FillOptions& options) {
   return output.commit() ? code : kExitFailed;
 }
 
-const Registration kFill("fill", "Change", "Fill in a form", [](CLI::App& command) -> Run {
+const Registration kFill("fill", "Change", "Fill in a form", [](Command& command) -> Run {
   auto options = std::make_shared<FillOptions>();
   add_file(command, options->file);
   add_password(command, options->password);
   command.add_option("OUT", options->output, "The file to write")->required();
   command.add_option("--set", options->settings, "NAME=TEXT; again for each further value of a list box")
-      ->allow_extra_args(false);
+      ->one_at_a_time();
   command.add_option("--data", options->data, "FDF, XFDF, or JSON as from fields --json");
-  command.add_option("--font", options->fonts, "Asked first for what a field's own font lacks")
-      ->allow_extra_args(false);
+  command.add_option("--font", options->fonts, "Asked first for what a field's own font lacks")->one_at_a_time();
   command.add_flag("--read-only", options->read_only, "Fill read-only fields too");
   return [options] { return run_fill(*options); };
 });

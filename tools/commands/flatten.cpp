@@ -22,9 +22,11 @@ struct FlattenOptions {
 // What is not in the result as it was.
 void complain_about(const PDF_FLATTEN_REPORT& report, const std::string& file) {
   if (report.signatures != 0)
-    complain(file, std::to_string(report.signatures) + " signatures end with the form; what they showed is drawn");
+    complain(input_name(file),
+             std::to_string(report.signatures) + " signatures end with the form; what they showed is drawn");
   if (report.kept != 0)
-    complain(file, std::to_string(report.kept) + " annotations have no appearance that could be drawn, and stay");
+    complain(input_name(file),
+             std::to_string(report.kept) + " annotations have no appearance that could be drawn, and stay");
 }
 
 int run_flatten(const FlattenOptions& options) {
@@ -34,14 +36,14 @@ int run_flatten(const FlattenOptions& options) {
   CPDFFlattener flattener(doc);
   flattener.for_print(options.print);
   if (!flattener.run(options.all ? PDF_FLATTEN::kAll : PDF_FLATTEN::kWidgets)) {
-    complain(options.file, "there is not enough memory");
+    complain(input_name(options.file), "there is not enough memory");
     return kExitFailed;
   }
   SafeOutput output;
   if (!output.open(options.output))
     return kExitFailed;
   if (!save_whole(doc, output.stream())) {
-    complain(options.output, "could not be written to its end; is the disk full?");
+    complain(output_name(options.output), "could not be written to its end; is the disk full?");
     return kExitFailed;
   }
   if (!output.commit())
@@ -55,7 +57,7 @@ int run_flatten(const FlattenOptions& options) {
   return clean ? kExitClean : kExitProblems;
 }
 
-const Registration kFlatten("flatten", "Make", "A file whose form is part of its pages", [](CLI::App& command) -> Run {
+const Registration kFlatten("flatten", "Make", "A file whose form is part of its pages", [](Command& command) -> Run {
   auto options = std::make_shared<FlattenOptions>();
   add_file(command, options->file);
   add_password(command, options->password);

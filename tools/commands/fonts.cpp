@@ -4,6 +4,7 @@
 #include <map>
 #include <vector>
 
+#include "batch/batch.h"
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/base/visited_set.h"
 #include "sheaf/neighbours/fonts/cmap.h"
@@ -18,7 +19,8 @@ namespace sheaf::tool {
 namespace {
 
 struct FontsOptions {
-  std::string file;
+  BatchOptions batch;
+  std::string file;  ///< The one of these that is looked at.
   PasswordOptions password;
   bool json = false;
 };
@@ -37,8 +39,7 @@ struct FontFacts {
 };
 
 std::string text_of(CPDFXRefTable& table, const CPDFObj* item) {
-  Freed<CPDFObj> value;
-  table.resolve(value, item);
+  Freed<CPDFObj> value = table.value(item);
   return value.as_text() != nullptr ? value.as_text() : "";
 }
 
@@ -49,8 +50,7 @@ bool has_subset_tag(const std::string& name) {
 }
 
 void look_at_program(CPDFXRefTable& table, const CPDFDictionary& font, FontFacts& facts) {
-  Freed<CPDFObj> descriptor;
-  table.resolve(descriptor, font.get_item(CPDFDictionary::sm_tag_fdes));
+  Freed<CPDFObj> descriptor = table.value(&font, CPDFDictionary::sm_tag_fdes);
   for (const char* key : {"FontFile", "FontFile2", "FontFile3"}) {
     Freed<CPDFObj> file;
     if (descriptor.as_dict() != nullptr)
@@ -65,8 +65,7 @@ void look_at_program(CPDFXRefTable& table, const CPDFDictionary& font, FontFacts
 
 // A name, a dictionary of differences, or the font's own.
 std::string simple_encoding(CPDFXRefTable& table, const CPDFObj* item) {
-  Freed<CPDFObj> value;
-  table.resolve(value, item);
+  Freed<CPDFObj> value = table.value(item);
   if (value.as_text() != nullptr)
     return value.as_text();
   const CPDFDictionary* dict = value.as_dict();
@@ -113,8 +112,7 @@ private:
 
 // The map itself knows its writing mode and, in a stream, its name best.
 CMapFacts MapReader::read_encoding(const CPDFObj* item) {
-  Freed<CPDFObj> value;
-  table_.resolve(value, item);
+  Freed<CPDFObj> value = table_.value(item);
   CPDFCMap* const map = CPDFCMap::load(table_, &value);
   const ScopeGuard release([map] { CPDFSharedCMap::release(map); });
   CMapFacts facts;
@@ -130,10 +128,8 @@ CMapFacts MapReader::read_encoding(const CPDFObj* item) {
 }
 
 void look_at_descendant(CPDFXRefTable& table, const CPDFDictionary& font, FontFacts& facts) {
-  Freed<CPDFObj> descendants;
-  Freed<CPDFObj> descendant;
-  table.resolve(descendants, font.get_item("DescendantFonts"));
-  table.resolve(descendant, descendants.as_array() != nullptr ? descendants.as_array()->get(0) : nullptr);
+  Freed<CPDFObj> descendants = table.value(&font, "DescendantFonts");
+  Freed<CPDFObj> descendant = table.value(descendants.as_array() != nullptr ? descendants.as_array()->get(0) : nullptr);
   if (descendant.as_dict() == nullptr)
     return;
   facts.type += "/" + text_of(table, descendant.as_dict()->get_item(CPDFDictionary::sm_tag_subtype));
@@ -223,12 +219,10 @@ void FontFinder::visit_page(const CPDFPage& page) {
 
 // Every appearance: a stream, or a dictionary of them by state.
 void FontFinder::visit_appearances(const CPDFObj* item) {
-  Freed<CPDFObj> annots;
-  table_.resolve(annots, item);
+  Freed<CPDFObj> annots = table_.value(item);
   for (std::int32_t i = 0; annots.as_array() != nullptr && i < annots.as_array()->count; ++i) {
-    Freed<CPDFObj> annot;
     Freed<CPDFObj> looks;
-    table_.resolve(annot, annots.as_array()->get(i));
+    Freed<CPDFObj> annot = table_.value(annots.as_array()->get(i));
     if (annot.as_dict() != nullptr)
       table_.resolve(looks, annot.as_dict()->get_item("AP"));
     for (std::int32_t k = 0; looks.as_dict() != nullptr && k < looks.as_dict()->count; ++k) {
@@ -253,8 +247,7 @@ void FontFinder::visit_form() {
 // An object that has resources, or a dictionary of such objects, as the states of an appearance are.
 void FontFinder::drain() {
   while (!waiting_.empty()) {
-    Freed<CPDFObj> obj;
-    table_.get_entity(obj, waiting_.back());
+    Freed<CPDFObj> obj = table_.object(waiting_.back());
     waiting_.pop_back();
     if (obj.as_dict_or_stream() == nullptr)
       continue;
@@ -267,8 +260,7 @@ void FontFinder::drain() {
 void FontFinder::visit_resources(const CPDFObj* item) {
   if (item == nullptr || (item->tag == kTagRef && !seen_.visit(item->as_ref().num)))
     return;
-  Freed<CPDFObj> resources;
-  table_.resolve(resources, item);
+  Freed<CPDFObj> resources = table_.value(item);
   const CPDFDictionary* dict = resources.as_dict();
   if (dict == nullptr)
     return;
@@ -279,19 +271,16 @@ void FontFinder::visit_resources(const CPDFObj* item) {
 }
 
 void FontFinder::visit_fonts(const CPDFObj* item) {
-  Freed<CPDFObj> fonts;
-  table_.resolve(fonts, item);
+  Freed<CPDFObj> fonts = table_.value(item);
   for (std::int32_t i = 0; fonts.as_dict() != nullptr && i < fonts.as_dict()->count; ++i)
     visit_font(fonts.as_dict()->items[i]);
 }
 
 void FontFinder::visit_states(const CPDFObj* item) {
-  Freed<CPDFObj> states;
-  table_.resolve(states, item);
+  Freed<CPDFObj> states = table_.value(item);
   for (std::int32_t i = 0; states.as_dict() != nullptr && i < states.as_dict()->count; ++i) {
-    Freed<CPDFObj> state;
     Freed<CPDFObj> font;
-    table_.resolve(state, states.as_dict()->items[i]);
+    Freed<CPDFObj> state = table_.value(states.as_dict()->items[i]);
     if (state.as_dict() != nullptr)
       table_.resolve(font, state.as_dict()->get_item(CPDFDictionary::sm_tag_font));
     if (font.as_array() != nullptr && font.as_array()->count > 0)
@@ -303,8 +292,7 @@ void FontFinder::visit_font(const CPDFObj* item) {
   const std::int32_t num = item->as_ref().num;
   if (item->tag == kTagRef && !seen_fonts_.visit(num))
     return;
-  Freed<CPDFObj> font;
-  table_.resolve(font, item);
+  Freed<CPDFObj> font = table_.value(item);
   if (font.as_dict() == nullptr)
     return;
   fonts_.push_back(look_at_font(table_, maps_, *font.as_dict(), num));
@@ -312,8 +300,7 @@ void FontFinder::visit_font(const CPDFObj* item) {
 }
 
 void FontFinder::push_all(const CPDFObj* item) {
-  Freed<CPDFObj> holders;
-  table_.resolve(holders, item);
+  Freed<CPDFObj> holders = table_.value(item);
   for (std::int32_t i = 0; holders.as_dict() != nullptr && i < holders.as_dict()->count; ++i)
     push(*holders.as_dict()->items[i]);
 }
@@ -349,7 +336,7 @@ void print_json(const std::string& file, const std::vector<FontFacts>& fonts) {
   std::printf("%s\n", json.str().c_str());
 }
 
-int run_fonts(const FontsOptions& options) {
+int look_at_fonts(const FontsOptions& options) {
   CPDFDoc doc;
   if (!open_document(doc, options.file, options.password))
     return kExitFailed;
@@ -371,10 +358,20 @@ int run_fonts(const FontsOptions& options) {
   return has_problems ? kExitProblems : kExitClean;
 }
 
+int run_fonts(const FontsOptions& options) {
+  return run_batch(options.batch, options.json, [&options](const std::string& file) {
+    FontsOptions one = options;
+    one.file = file;
+    if (!one.json && is_many(one.batch))
+      std::printf("%s:\n", shown(input_name(file)).c_str());
+    return look_at_fonts(one);
+  });
+}
+
 const Registration kFonts("fonts", "Look", "The fonts, embedded or not, with their encodings",
-                          [](CLI::App& command) -> Run {
+                          [](Command& command) -> Run {
                             auto options = std::make_shared<FontsOptions>();
-                            add_file(command, options->file);
+                            add_batch(command, options->batch);
                             add_password(command, options->password);
                             command.add_flag("--json", options->json, "One JSON object");
                             return [options] { return run_fonts(*options); };

@@ -1,13 +1,12 @@
 // sheaf images: the images of a document, listed or written as files: JPEG and JPEG 2000 byte for
 // byte, CCITT data too when TIFF files are asked for, all others as PNG.
-#include <sys/stat.h>
-
-#include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <memory>
 #include <optional>
 
+#include "batch/batch.h"
+#include "batch/file_queue.h"
 #include "image/image_placements.h"
 #include "image/image_writer.h"
 #include "sheaf/base/heap.h"
@@ -17,6 +16,7 @@
 #include "support/command_line.h"
 #include "support/json_values.h"
 #include "support/progress.h"
+#include "support/safe_names.h"
 #include "support/safe_output.h"
 #include "support/tool_support.h"
 
@@ -25,7 +25,8 @@ namespace sheaf::tool {
 namespace {
 
 struct ImagesOptions {
-  std::string file;
+  BatchOptions batch;
+  std::string file;  ///< The one of these that is looked at.
   PasswordOptions password;
   std::string folder;  ///< Where they are written; empty: they are listed only.
   bool json = false;
@@ -147,14 +148,7 @@ private:
   int code_ = kExitClean;
 };
 
-bool make_folder(const std::string& folder) {
-  if (folder.empty() || mkdir(folder.c_str(), 0777) == 0 || errno == EEXIST)
-    return true;
-  complain(folder, std::string("the folder cannot be made: ") + std::strerror(errno));
-  return false;
-}
-
-int run_images(const ImagesOptions& options) {
+int look_at_images(const ImagesOptions& options) {
   CPDFDoc doc;
   if (!open_document(doc, options.file, options.password) || !make_folder(options.folder))
     return kExitFailed;
@@ -173,9 +167,23 @@ int run_images(const ImagesOptions& options) {
   return list.finish();
 }
 
-const Registration kImages("images", "Look", "The images of a document", [](CLI::App& command) -> Run {
+int run_images(const ImagesOptions& options) {
+  if (!options.folder.empty() && (options.batch.files.size() != 1 || is_folder(options.batch.files.front()))) {
+    complain(options.folder, "would get images of several documents under the same names; give one FILE with -d");
+    return kExitFailed;
+  }
+  return run_batch(options.batch, options.json, [&options](const std::string& file) {
+    ImagesOptions one = options;
+    one.file = file;
+    if (!one.json && is_many(one.batch))
+      std::printf("%s:\n", shown(input_name(file)).c_str());
+    return look_at_images(one);
+  });
+}
+
+const Registration kImages("images", "Look", "The images of a document", [](Command& command) -> Run {
   auto options = std::make_shared<ImagesOptions>();
-  add_file(command, options->file);
+  add_batch(command, options->batch);
   add_password(command, options->password);
   command.add_option("-d,--directory", options->folder, "Write them into this folder");
   command.add_flag("--tiff", options->tiff, "With -d: CCITT images as TIFF files, as they are coded");

@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <cstdio>
 
+#include "batch/batch.h"
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/object/array.h"
 #include "support/command_line.h"
@@ -13,7 +14,7 @@ namespace sheaf::tool {
 namespace {
 
 struct InfoOptions {
-  std::vector<std::string> files;
+  BatchOptions batch;
   PasswordOptions password;
   bool json = false;
 };
@@ -53,15 +54,13 @@ std::int64_t count_objects(const CPDFXRefTable& table) {
 }
 
 std::string id_text(CPDFXRefTable& table, std::int32_t index) {
-  Freed<CPDFObj> ids;
-  table.resolve(ids, &table.id);
+  Freed<CPDFObj> ids = table.value(&table.id);
   const CPDFObj* element = ids.as_array() != nullptr ? ids.as_array()->get(index) : nullptr;
   return element != nullptr ? hex_text(element->as_string()) : "";
 }
 
 std::string info_value(CPDFXRefTable& table, const CPDFDictionary& info, const char* key) {
-  Freed<CPDFObj> value;
-  table.resolve(value, info.get_item(key));
+  Freed<CPDFObj> value = table.value(&info, key);
   if (value.tag == kTagString)
     return utf8_text(value.as_string());
   return value.tag == kTagName ? value.as_name() : "";
@@ -220,18 +219,18 @@ int show_file(const std::string& file, const InfoOptions& options) {
 }
 
 int run_info(const InfoOptions& options) {
-  int worst = kExitClean;
-  for (const std::string& file : options.files) {
-    if (!options.json && &file != &options.files.front())
+  bool is_first = true;
+  return run_batch(options.batch, options.json, [&options, &is_first](const std::string& file) {
+    if (!options.json && !is_first)
       std::printf("\n");
-    worst = std::max(worst, show_file(file, options));
-  }
-  return worst;
+    is_first = false;
+    return show_file(file, options);
+  });
 }
 
-const Registration kInfo("info", "Look", "What a document is", [](CLI::App& command) -> Run {
+const Registration kInfo("info", "Look", "What a document is", [](Command& command) -> Run {
   auto options = std::make_shared<InfoOptions>();
-  command.add_option("FILE", options->files, "The documents")->required();
+  add_batch(command, options->batch);
   add_password(command, options->password);
   command.add_flag("--json", options->json, "One JSON object a file");
   return [options] { return run_info(*options); };

@@ -38,7 +38,7 @@ int run_map(const MapOptions& options) {
 }
 
 const Registration kMap("map", "Look", "A picture of the file's bytes: kinds, filters, saves, leftovers",
-                        [](CLI::App& command) -> Run {
+                        [](Command& command) -> Run {
                           auto options = std::make_shared<MapOptions>();
                           add_file(command, options->file);
                           add_password(command, options->password);

@@ -1,21 +1,17 @@
 // sheaf merge and sheaf split: pages of documents into new documents.
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cstdio>
-#include <cstring>
 #include <filesystem>
 #include <memory>
 
-#include "sheaf/document/merge/doc_merge.h"
+#include "support/assembly.h"
 #include "support/changes.h"
 #include "support/command_line.h"
+#include "support/encryption.h"
 #include "support/merge_notes.h"
 #include "support/page_ranges.h"
 #include "support/part_names.h"
 #include "support/progress.h"
-#include "support/safe_output.h"
 #include "support/tool_support.h"
 
 namespace sheaf::tool {
@@ -31,6 +27,8 @@ struct MergeOptions {
   bool no_file_outline = false;
   bool keep_equal_streams = false;
   bool pdfa = false;
+  EncryptionOptions encryption;  ///< Without an algorithm: none.
+  int collate = 0;               ///< Pages of each input in turn; 0: one input after the other.
 };
 
 struct SplitOptions {
@@ -39,62 +37,8 @@ struct SplitOptions {
   std::string pattern;  ///< As part_name takes it.
   int every = 1;        ///< Pages a part.
   bool dry_run = false;
-  std::string attachments;  ///< "all", "none", or empty: where they belong.
-};
-
-struct Input {
-  std::string file;
-  std::string ranges;  // empty: all pages
-};
-
-// A name that exists is taken whole, so that colons in it do no harm.
-Input parse_input(const std::string& text) {
-  const std::size_t colon = text.rfind(':');
-  if (colon == std::string::npos || colon == 0 || access(text.c_str(), F_OK) == 0)
-    return {text, ""};
-  return {text.substr(0, colon), text.substr(colon + 1)};
-}
-
-// A new document that grows in memory and a temporary file until it is written.
-struct Assembly {
-  Assembly() {
-    doc.create(&start);
-    doc.use_temp_file(nullptr);
-    merge = std::make_unique<CPDFDocMerge>(doc);
-  }
-  bool write(const std::string& path) {
-    SafeOutput output;
-    if (!merge->finish() || !doc.store_page_tree()) {
-      complain(path, "there is not enough memory for its catalogue; nothing was written");
-      return false;
-    }
-    if (!output.open(path))
-      return false;
-    {
-      CPDFXRefTable target;
-      target.stream = &output.stream();
-      doc.save_complete(target, nullptr);
-      if (target.write_failed != 0 || target.xref_items == nullptr) {
-        complain(path, "could not be written to its end; is the disk full? Nothing was changed");
-        return false;
-      }
-    }
-    size = output.commit() ? output.size() : -1;
-    return size >= 0;
-  }
-
-  // Whether objects that belong to the pages could not be read.
-  bool has_unreadable() const {
-    const auto& records = merge->records();
-    return std::any_of(records.begin(), records.end(), [](const PDF_MERGE_RECORD& record) {
-      return std::strcmp(record.entry, "unreadable objects") == 0;
-    });
-  }
-
-  CQVStreamMem start;
-  CPDFDoc doc;
-  std::unique_ptr<CPDFDocMerge> merge;
-  long long size = 0;
+  std::string attachments;       ///< "all", "none", or empty: where they belong.
+  EncryptionOptions encryption;  ///< Without an algorithm: none.
 };
 
 std::string stem_of(const std::string& file) {
@@ -108,13 +52,26 @@ PasswordOptions password_for(const MergeOptions& options, std::size_t index) {
   return password;
 }
 
-bool all_pages(int count, std::vector<std::int32_t>& pages) {
-  for (int i = 0; i < count; ++i)
-    pages.push_back(i);
-  return true;
+// The order of pages that come in `blocks`, `group` pages of each in turn.
+std::vector<std::int32_t> collated(const std::vector<std::int32_t>& blocks, int group) {
+  std::vector<std::int32_t> order;
+  bool more = true;
+  for (std::int32_t round = 0; more; round += group) {
+    std::int32_t start = 0;
+    more = false;
+    for (const std::int32_t block : blocks) {
+      for (std::int32_t i = round; i < std::min(block, round + group); ++i)
+        order.push_back(start + i);
+      more = more || round + group < block;
+      start += block;
+    }
+  }
+  return order;
 }
 
 int run_merge(MergeOptions options) {
+  if (!check_encryption(options.encryption))
+    return kExitFailed;
   if (!options.password_file.empty() && !read_password_lines(options.password_file, options.passwords))
     return kExitFailed;
   Assembly assembly;
@@ -125,36 +82,37 @@ int run_merge(MergeOptions options) {
   int code = kExitClean;
   Progress progress("documents", static_cast<std::int64_t>(options.inputs.size()));
   std::vector<std::string> files;
-  if (options.pdfa)
-    assembly.doc.set_frame(PDF_FRAME::kClaim);
+  std::vector<std::int32_t> blocks;
+  if (options.pdfa && !ask_for_pdfa(assembly.doc, options.output, !options.encryption.algorithm.empty()))
+    return kExitFailed;
   for (std::size_t i = 0; i < options.inputs.size(); ++i) {
-    const Input input = parse_input(options.inputs[i]);
+    const FileRanges input = parse_file_ranges(options.inputs[i]);
     files.push_back(input.file);
     CPDFDoc source;
     if (!open_document(source, input.file, password_for(options, i)))
       return kExitFailed;
     std::vector<std::int32_t> pages;
-    std::string trouble;
-    if (input.ranges.empty() ? !all_pages(source.page_count(), pages)
-                             : !read_page_ranges(input.ranges, source.page_count(), pages, trouble)) {
-      complain(input.file, "has no pages \"" + trouble + "\"; it has " + std::to_string(source.page_count()) +
-                               ", and ranges look like 1-5,8,3-,r1,z-1,odd,even");
+    if (!select_pages(input.ranges, input.file, source.page_count(), pages))
       return kExitFailed;
-    }
     const auto wanted = static_cast<std::int32_t>(pages.size());
     const std::int32_t done = assembly.merge->append(source, pages.data(), wanted, stem_of(input.file).c_str());
+    blocks.push_back(done);
     if (done != wanted)
       complain(input.file, std::to_string(wanted - done) + " pages could not be read and were left out");
-    complain_about_losses(*assembly.merge, static_cast<std::int32_t>(i), input.file);
+    complain_about_losses(*assembly.merge, static_cast<std::int32_t>(i), input.file,
+                          !options.encryption.algorithm.empty());
     if (done != wanted || assembly.has_unreadable() || source.status() != PDF_OPEN::kClean)
       code = kExitProblems;
     progress.show(static_cast<std::int64_t>(i) + 1);
   }
   if (options.dry_run) {
+    assembly.merge->finish();
     std::fputs(shown_lines(merge_table(*assembly.merge, files)).c_str(), stdout);
     return code;
   }
-  if (!assembly.write(options.output))
+  if (options.collate > 0)
+    assembly.order = collated(blocks, options.collate);
+  if (!assembly.write(options.output, options.encryption))
     return kExitFailed;
   if (complain_of_metadata(assembly.doc, options.output))
     code = kExitProblems;
@@ -172,7 +130,7 @@ PDF_MERGE_FILES files_of_part(const SplitOptions& options, int part) {
 
 int run_split(const SplitOptions& options) {
   CPDFDoc source;
-  if (!open_document(source, options.file, options.password))
+  if (!check_encryption(options.encryption) || !open_document(source, options.file, options.password))
     return kExitFailed;
   const int parts = (source.page_count() + options.every - 1) / options.every;
   if (options.pattern == "-" && parts > 1) {
@@ -194,12 +152,12 @@ int run_split(const SplitOptions& options) {
     if (assembly.merge->append(source, pages.data(), wanted, nullptr) != wanted || assembly.has_unreadable())
       code = kExitProblems;
     if (part == 0)
-      complain_about_losses(*assembly.merge, 0, options.file);
+      complain_about_losses(*assembly.merge, 0, options.file, !options.encryption.algorithm.empty());
     if (options.dry_run) {
       std::fputs(shown_lines(merge_table(*assembly.merge, {name})).c_str(), stdout);
       continue;
     }
-    if (!assembly.write(name))
+    if (!assembly.write(name, options.encryption))
       return kExitFailed;
   }
   if (!options.dry_run)
@@ -208,35 +166,39 @@ int run_split(const SplitOptions& options) {
   return code;
 }
 
-const Registration kMerge("merge", "Make", "Pages of several documents in one", [](CLI::App& command) -> Run {
+const Registration kMerge("merge", "Make", "Pages of several documents in one", [](Command& command) -> Run {
   auto options = std::make_shared<MergeOptions>();
   command.add_option("OUT", options->output, "The file to write")->required();
   command.add_option("IN", options->inputs, "FILE or FILE:RANGES, such as a.pdf:1-5,8,r1,z-1 or odd")->required();
   auto* direct =
       command
           .add_option("--password", options->passwords, "One for each input, in order; the last one serves the rest")
-          ->allow_extra_args(false);
+          ->one_at_a_time();
   command
       .add_option("--password-file", options->password_file, "File with a password on each line, - for standard input")
       ->excludes(direct);
   command.add_flag("--no-file-outline", options->no_file_outline, "No entry for each file above its outline");
   command.add_flag("--keep-equal-streams", options->keep_equal_streams, "Write equal streams as often as they came");
   command.add_flag("--dry-run", options->dry_run, "Say what becomes of everything, and write nothing");
+  command.add_option("--collate", options->collate, "So many pages of each input in turn; 1: one after the other")
+      ->check(Range{1, 1000000});
   add_pdfa(command, options->pdfa);
+  add_encryption(command, options->encryption);
   return [options] { return run_merge(*options); };
 });
 
-const Registration kSplit("split", "Make", "One document into several", [](CLI::App& command) -> Run {
+const Registration kSplit("split", "Make", "One document into several", [](Command& command) -> Run {
   auto options = std::make_shared<SplitOptions>();
   add_file(command, options->file);
   add_password(command, options->password);
   command.add_option("-o,--output", options->pattern, "Name of the parts, %d or %03d for their number")->required();
-  command.add_option("--every", options->every, "Pages a part")->check(CLI::Range(1, 1000000));
+  command.add_option("--every", options->every, "Pages a part")->check(Range{1, 1000000});
   command
       .add_option("--attachments", options->attachments,
                   "Files embedded in each part: all or none, instead of those that its pages refer to")
-      ->check(CLI::IsMember({"all", "none"}));
+      ->check(IsMember({"all", "none"}));
   command.add_flag("--dry-run", options->dry_run, "Say what becomes of everything, and write nothing");
+  add_encryption(command, options->encryption);
   return [options] { return run_split(*options); };
 });
 

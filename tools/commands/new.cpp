@@ -21,29 +21,29 @@ struct NewOptions {
   bool pdfa = false;
 };
 
-void add_text(CLI::App& command, TextOptions& text) {
+void add_text(Command& command, TextOptions& text) {
   auto* file = command.add_option("--text", text.file, "Set a UTF-8 text into pages");
   const auto add_flag = [&command, file](const char* name, bool& flag, const char* what) {
     command.add_flag(name, flag, what)->needs(file);
   };
   command.add_option("--font", text.fonts, "Family, full or PostScript name; further ones fill gaps")
-      ->allow_extra_args(false)
+      ->one_at_a_time()
       ->needs(file);
-  command.add_option("--font-folder", text.folders, "A folder with further fonts")
-      ->allow_extra_args(false)
-      ->needs(file);
+  command.add_option("--font-folder", text.folders, "A folder with further fonts")->one_at_a_time()->needs(file);
   add_flag("--bold", text.bold, "Synthetic bold");
   add_flag("--italic", text.italic, "Synthetic italic");
   add_flag("--no-embed", text.no_embed, "Leave the font programs out");
+  add_flag("--embed-restricted", text.embed_restricted, "Embed fonts whose licence does not allow it");
+  add_flag("--no-kerning", text.no_kerning, "Letters side by side, whatever pairs they make");
   add_flag("--vertical", text.vertical, "Columns from right to left");
-  command.add_option("--size", text.size, "Points")->check(CLI::Range(1.0, 400.0))->needs(file);
+  command.add_option("--size", text.size, "Points")->check(Range{1.0, 400.0})->needs(file);
 }
 
-void add_images(CLI::App& command, ImagePageOptions& images) {
+void add_images(Command& command, ImagePageOptions& images) {
   auto* file =
       command.add_option("--image", images.files, "A page for each of these JPEG, JPEG 2000, PNG or PNM files");
   command.add_option("--dpi", images.dots, "Dots an inch; else as the image says, or 72")
-      ->check(CLI::Range(1.0, 100000.0))
+      ->check(Range{1.0, 100000.0})
       ->needs(file);
   auto* size = command.add_option("--page-size", images.page_size, "A4, letter, or WxH with mm, cm, in or pt")
                    ->type_name("SIZE")
@@ -56,9 +56,7 @@ void add_images(CLI::App& command, ImagePageOptions& images) {
                    })
                    ->needs(file);
   command.add_flag("--fit", images.fit, "As large as the page has room for")->needs(size);
-  command.add_option("--margin", images.margin, "Points around each image")
-      ->check(CLI::Range(0.0, 7000.0))
-      ->needs(file);
+  command.add_option("--margin", images.margin, "Points around each image")->check(Range{0.0, 7000.0})->needs(file);
 }
 
 bool note_inputs(const NewOptions& options) {
@@ -102,7 +100,7 @@ int run_new(const NewOptions& options) {
   return code;
 }
 
-const Registration kNew("new", "Make", "A new document", [](CLI::App& command) -> Run {
+const Registration kNew("new", "Make", "A new document", [](Command& command) -> Run {
   auto options = std::make_shared<NewOptions>();
   command.add_option("OUT", options->output, "The file to write")->required();
   add_images(command, options->images);

@@ -61,7 +61,7 @@ int run_pdfa(const PdfaOptions& options) {
 }
 
 const Registration kPdfa("pdfa", "Look", "What a document has of PDF/A: header, trailer, output intent, claim",
-                         [](CLI::App& command) -> Run {
+                         [](Command& command) -> Run {
                            auto options = std::make_shared<PdfaOptions>();
                            add_file(command, options->file);
                            add_password(command, options->password);

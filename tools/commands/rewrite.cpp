@@ -3,6 +3,7 @@
 #include <memory>
 
 #include "sheaf/base/scope_guard.h"
+#include "sheaf/document/writer/doc_writer.h"
 #include "sheaf/neighbours/security/digests.h"
 #include "sheaf/neighbours/security/encrypter.h"
 #include "sheaf/object/array.h"
@@ -14,6 +15,7 @@
 #include "support/safe_output.h"
 #include "support/signature_notes.h"
 #include "support/tool_support.h"
+#include "support/writing.h"
 
 namespace sheaf::tool {
 
@@ -27,14 +29,8 @@ struct RewriteOptions {
   bool decrypt = false;
   EncryptionOptions encryption;  ///< Without an algorithm: as the source.
   bool pdfa = false;
+  WritingOptions writing;
 };
-
-void set_pair(CPDFObj& id, const unsigned char* digest) {
-  auto* pair = new CPDFArray;
-  pair->append_str(reinterpret_cast<const char*>(digest), CQVSecMD5::kSize);
-  pair->append_str(reinterpret_cast<const char*>(digest), CQVSecMD5::kSize);
-  id.take_array(pair);
-}
 
 // An identifier that follows from the source alone, so that two runs give the same bytes.
 void set_content_id(CQVStream& source, CPDFObj& id) {
@@ -45,43 +41,17 @@ void set_content_id(CQVStream& source, CPDFObj& id) {
   for (unsigned got = source.Read(block, sizeof(block)); got != 0; got = source.Read(block, sizeof(block)))
     digest.update(block, got);
   digest.end(block);
-  set_pair(id, block);
-}
-
-PDF_String first_id(CPDFXRefTable& table, const CPDFObj& id, CPDFObj& scratch) {
-  table.resolve(scratch, &id);
-  const CPDFObj* first = scratch.as_array() != nullptr ? scratch.as_array()->get(0) : nullptr;
-  return first != nullptr ? first->as_string() : PDF_String{0, nullptr};
+  set_identifier(id, block);
 }
 
 // The encryption of the new file; null for none. False, with a message, when it cannot be made.
-bool make_encryption(CPDFDoc& doc, CPDFXRefTable& target, const RewriteOptions& options,
+bool make_encryption(CPDFDoc& doc, CPDFObj& id, const RewriteOptions& options,
                      std::unique_ptr<CPDFStandardEncrypt>& enc) {
   CPDFXRefTable& table = doc.table();
   Freed<CPDFObj> scratch;
   if (!options.encryption.algorithm.empty()) {
-    using Algorithm = CPDFStandardEncrypt::Algorithm;
-    CPDFStandardEncrypt::Settings settings;
-    const std::string& algorithm = options.encryption.algorithm;
-    settings.algorithm = algorithm == "aes256"   ? Algorithm::kAES256
-                         : algorithm == "aes128" ? Algorithm::kAES128
-                                                 : Algorithm::kRC4;
-    if (settings.algorithm == Algorithm::kRC4)
-      warn(output_name(options.output), "RC4 is broken; use aes256 unless an old reader needs it");
-    settings.user_password = options.encryption.user_password.c_str();
-    settings.owner_password = options.encryption.owner_password.c_str();
-    settings.permissions = permission_bits(options.encryption);
-    settings.clear_metadata = options.encryption.clear_metadata;
-    if (target.id.is_null()) {
-      unsigned char digest[CQVSecMD5::kSize];
-      secure_random(digest, sizeof(digest));
-      set_pair(target.id, digest);
-    }
     enc = std::make_unique<CPDFStandardEncrypt>();
-    if (enc->create(settings, first_id(target, target.id, scratch)))
-      return true;
-    complain(options.output, "the system gives no random numbers; nothing was written");
-    return false;
+    return start_encryption(options.encryption, id, options.output, *enc);
   }
   if (options.decrypt || !doc.is_encrypted() || table.sec_filter[0] == 0)
     return true;
@@ -91,13 +61,14 @@ bool make_encryption(CPDFDoc& doc, CPDFXRefTable& target, const RewriteOptions& 
     return true;
   enc = std::make_unique<CPDFStandardEncrypt>();
   enc->continue_with(doc.handler(), *scratch.as_dict());
-  doc.keep_identifier(target.id);
+  doc.keep_identifier(id);
   return true;
 }
 
 struct Counts {
   std::int64_t kept = 0;
   std::int64_t dropped = 0;
+  std::int64_t unreadable = 0;
 };
 
 Counts count_objects(const CPDFXRefTable& before, const CPDFXRefTable& after) {
@@ -143,8 +114,69 @@ int report_losses(CPDFDoc& doc, const RewriteOptions& options, const std::string
   return lost.empty() ? kExitClean : kExitProblems;
 }
 
+bool complain_of_output(const std::string& output) {
+  complain(output, "could not be written to its end; is the disk full? Nothing was changed");
+  return false;
+}
+
+// With the object numbers and the object streams of the source. False, with a message, on failure.
+bool write_plain(CPDFDoc& doc, const RewriteOptions& options, SafeOutput& output, Counts& counts) {
+  ProgressStream progress(output.stream());
+  CPDFXRefTable target;
+  target.stream = &progress;
+  if (options.deterministic_id)
+    set_content_id(*doc.table().stream, target.id);
+  std::unique_ptr<CPDFStandardEncrypt> enc;
+  if (!make_encryption(doc, target.id, options, enc))
+    return false;
+  doc.save_complete(target, enc.get());
+  if (target.write_failed != 0 || target.xref_items == nullptr)
+    return complain_of_output(options.output);
+  counts = count_objects(doc.table(), target);
+  return true;
+}
+
+// What the writer did, beyond writing.
+void remark_work(const PDF_WRITE_RESULT& result, const std::string& output) {
+  const auto say = [&output](std::int64_t count, const char* what) {
+    if (count != 0)
+      remark(output, std::to_string(count) + " " + what);
+  };
+  say(result.streams_changed, "streams have other filters now");
+  say(result.streams_left, "streams stay as they are: all would decode to too much for a file of this size");
+  say(result.joined, "objects were equal to others and are written once");
+  say(result.resources, "resources that nothing uses were left out");
+  say(result.images, "images of one bit a pixel were packed");
+  say(result.stripped, "values were stripped");
+}
+
+// The same by the writer.
+bool write_as_asked(CPDFDoc& doc, const RewriteOptions& options, SafeOutput& output, Counts& counts) {
+  ProgressStream progress(output.stream());
+  Freed<CPDFObj> id;
+  if (options.deterministic_id)
+    set_content_id(*doc.table().stream, id);
+  std::unique_ptr<CPDFStandardEncrypt> enc;
+  if (!make_encryption(doc, id, options, enc))
+    return false;
+  if (enc != nullptr && options.writing.uncompress)
+    warn(output_name(options.output), "stays encrypted, which is nothing for a text editor; add --decrypt");
+  CPDFDocWriter writer(doc);
+  writer.set_id(id);
+  if (!writer.write(progress, enc.get(), options.writing.write))
+    return complain_of_output(options.output);
+  const PDF_WRITE_RESULT& result = writer.result();
+  remark_work(result, output_name(options.output));
+  if (result.has_no_pages)
+    complain(output_name(options.output), "has no page, and so is not linearized");
+  if (result.hints_are_cut)
+    remark(output_name(options.output), "its pages share so much that the hints do not name all of it");
+  counts = {result.objects, result.left_out, result.unreadable + (result.has_no_pages ? 1 : 0)};
+  return true;
+}
+
 int rewrite(RewriteOptions options, bool repair) {
-  if (!check_encryption(options.encryption))
+  if (!check_encryption(options.encryption) || !read_writing(options.writing))
     return kExitFailed;
   CPDFDoc doc;
   if (!fix_password(options.password) || !open_document(doc, options.file, options.password))
@@ -157,22 +189,8 @@ int rewrite(RewriteOptions options, bool repair) {
   if (!output.open(options.output))
     return kExitFailed;
   Counts counts;
-  {
-    ProgressStream progress(output.stream());
-    CPDFXRefTable target;
-    target.stream = &progress;
-    if (options.deterministic_id)
-      set_content_id(*doc.table().stream, target.id);
-    std::unique_ptr<CPDFStandardEncrypt> enc;
-    if (!make_encryption(doc, target, options, enc))
-      return kExitFailed;
-    doc.save_complete(target, enc.get());
-    if (target.write_failed != 0 || target.xref_items == nullptr) {
-      complain(options.output, "could not be written to its end; is the disk full? Nothing was changed");
-      return kExitFailed;
-    }
-    counts = count_objects(doc.table(), target);
-  }
+  if (!(needs_writer(options.writing) ? write_as_asked : write_plain)(doc, options, output, counts))
+    return kExitFailed;
   const int losses = repair ? report_losses(doc, options, output.path()) : int{kExitClean};
   if (!output.commit())
     return kExitFailed;
@@ -183,9 +201,14 @@ int rewrite(RewriteOptions options, bool repair) {
          std::to_string(counts.dropped) + " dropped, " + std::to_string(doc.file_size()) + " bytes before, " +
          std::to_string(output.size()) + " after");
   const bool metadata_left = complain_of_metadata(doc, options.output);
+  if (counts.unreadable != 0)
+    complain(output_name(options.output), "lacks " + std::to_string(counts.unreadable) +
+                                              " objects whose bytes could not be read; repair says which");
   if (repair)
     return losses;
-  return doc.status() == PDF_OPEN::kClean && doc.repairs().empty() && !metadata_left ? kExitClean : kExitProblems;
+  return doc.status() == PDF_OPEN::kClean && doc.repairs().empty() && !metadata_left && counts.unreadable == 0
+             ? kExitClean
+             : kExitProblems;
 }
 
 int run_rewrite(const RewriteOptions& options) {
@@ -196,13 +219,13 @@ int run_repair(const RewriteOptions& options) {
   return rewrite(options, true);
 }
 
-void add_output(CLI::App& command, RewriteOptions& options) {
+void add_output(Command& command, RewriteOptions& options) {
   command.add_option("OUT", options.output, "The file to write")->required();
   command.add_flag("--deterministic-id", options.deterministic_id, "The same input gives the same bytes");
 }
 
 const Registration kRewrite("rewrite", "Make", "A complete new file of what is still used",
-                            [](CLI::App& command) -> Run {
+                            [](Command& command) -> Run {
                               auto options = std::make_shared<RewriteOptions>();
                               add_file(command, options->file);
                               add_password(command, options->password);
@@ -211,10 +234,11 @@ const Registration kRewrite("rewrite", "Make", "A complete new file of what is s
                               auto* decrypt =
                                   command.add_flag("--decrypt", options->decrypt, "Take the encryption off");
                               add_encryption(command, options->encryption)->excludes(decrypt);
+                              add_writing(command, options->writing);
                               return [options] { return run_rewrite(*options); };
                             });
 
-const Registration kRepair("repair", "Make", "A sound new file of a damaged one", [](CLI::App& command) -> Run {
+const Registration kRepair("repair", "Make", "A sound new file of a damaged one", [](Command& command) -> Run {
   auto options = std::make_shared<RewriteOptions>();
   add_file(command, options->file);
   add_password(command, options->password);

@@ -41,11 +41,10 @@ int run_stream(const StreamOptions& options) {
     return kExitFailed;
   CPDFXRefTable& table = doc.table();
   const std::string name = "object " + std::to_string(options.num);
-  Freed<CPDFObj> obj;
   PDF_REF ref{0, 0};
   if (!find_reference(doc, options.file, options.num, options.gen, ref))
     return kExitFailed;
-  table.get_entity(obj, ref);
+  Freed<CPDFObj> obj = table.object(ref);
   const CPDFStreamRec* rec = obj.as_stream();
   if (rec == nullptr) {
     complain(options.file, name + " is no stream; `sheaf show` tells what it is");
@@ -70,12 +69,12 @@ int run_stream(const StreamOptions& options) {
   return output.commit() ? kExitClean : kExitFailed;
 }
 
-const Registration kStream("stream", "Look", "The data of a stream", [](CLI::App& command) -> Run {
+const Registration kStream("stream", "Look", "The data of a stream", [](Command& command) -> Run {
   auto options = std::make_shared<StreamOptions>();
   add_file(command, options->file);
   add_password(command, options->password);
-  command.add_option("NUM", options->num, "Object number")->required()->check(CLI::Range(1, INT32_MAX));
-  command.add_option("GEN", options->gen, "Generation")->check(CLI::Range(0, INT32_MAX));
+  command.add_option("NUM", options->num, "Object number")->required()->check(Range{1, INT32_MAX});
+  command.add_option("GEN", options->gen, "Generation")->check(Range{0, INT32_MAX});
   command.add_flag("--raw", options->raw, "As stored, the filters still on");
   command.add_option("-o,--output", options->output, "Write to this file");
   return [options] { return run_stream(*options); };

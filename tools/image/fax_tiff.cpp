@@ -92,8 +92,7 @@ FaxTiff fax_tiff_of(CPDFXRefTable& table, const CPDFImage& image, const std::uin
   const ColourSpace space = read_colour_space(table, image);
   const std::int32_t k = parm_number(&table, &parms, "K", 0);
   const bool is_aligned = parm_flag(&table, &parms, "EncodedByteAlign");
-  Freed<CPDFObj> first;
-  table.resolve(first, image.decode.as_array() != nullptr ? image.decode.as_array()->get(0) : nullptr);
+  Freed<CPDFObj> first = table.value(image.decode.as_array() != nullptr ? image.decode.as_array()->get(0) : nullptr);
   const bool is_reversed = first.is_number() && first.to_int() != 0;
   tiff.white_is_zero = (parm_flag(&table, &parms, "BlackIs1") != is_reversed) == (space.family == ColourFamily::kTint);
   tiff.two_dimensional = k > 0;

@@ -7,8 +7,6 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
-#include <fstream>
-#include <iterator>
 
 #include "image/bitmap_file.h"
 #include "image/image_probe.h"
@@ -50,12 +48,6 @@ struct Unit {
 };
 
 constexpr Unit kUnits[] = {{"", 1}, {"pt", 1}, {"mm", 72 / 25.4}, {"cm", 72 / 2.54}, {"in", 72}};
-
-bool read_whole(const std::string& path, std::string& bytes) {
-  std::ifstream in(path, std::ios::binary);
-  bytes.assign(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-  return in.is_open() && !in.bad();
-}
 
 // Changes an item of an image that was just made, if it was.
 template <class Set>
@@ -132,8 +124,7 @@ double usable_dots(double dots) {
 
 // The size of the image by its resolution.
 void size_image(CPDFXRefTable& table, const ImageFacts& facts, const ImagePageOptions& options, PageImage& image) {
-  Freed<CPDFObj> obj;
-  table.get_entity(obj, image.ref);
+  Freed<CPDFObj> obj = table.object(image.ref);
   const CPDFDictionary& dict = *obj.as_dict_or_stream();
   const bool is_said = options.dots <= 0 && facts.dots_x > 0 && facts.dots_y > 0;
   const double dots_x = usable_dots(is_said ? facts.dots_x : options.dots);
@@ -232,8 +223,7 @@ void add_outline(CPDFXRefTable& table, const std::vector<OutlineEntry>& entries)
   dict.set_item_ref("Last", last);
   dict.set_item_int(CPDFDictionary::sm_tag_count, static_cast<int>(entries.size()));
   table.store_dict(root, &dict);
-  Freed<CPDFObj> catalog;
-  table.resolve(catalog, &table.root);
+  Freed<CPDFObj> catalog = table.catalog();
   if (catalog.as_dict() == nullptr)
     return;
   catalog.as_dict()->set_item_ref("Outlines", root);
@@ -287,12 +277,8 @@ bool append_image_pages(CPDFDoc& doc, const ImagePageOptions& options) {
   for (const std::string& file : options.files) {
     std::string path;
     std::string bytes;
-    if (!input_path(file, path))
+    if (!input_path(file, path) || !read_input(file, bytes))
       return false;
-    if (!read_whole(path, bytes)) {
-      complain(input_name(file), "cannot be opened; check the path and its permissions. Nothing was written");
-      return false;
-    }
     ImageFacts facts = probe_image(bytes);
     PageImage image;
     image.ref = add_image(table, path, bytes, facts);

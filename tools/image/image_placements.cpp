@@ -43,8 +43,7 @@ public:
   Walk(CPDFXRefTable& table, ImagePlacements& placements) : table_(table), placements_(placements) {}
 
   void page(const CPDFPage& page) {
-    Freed<CPDFObj> resources;
-    table_.resolve(resources, page.dict.get_item(CPDFDictionary::sm_tag_res));
+    Freed<CPDFObj> resources = table_.value(&page.dict, CPDFDictionary::sm_tag_res);
     if (resources.as_dict() == nullptr && page.inherited != nullptr && page.inherited->resources.num != 0)
       table_.get_entity(resources, page.inherited->resources);
     show(page.dict.get_item("Contents"), resources.as_dict(), {1, 0, 0, 1, 0, 0}, 0);
@@ -52,8 +51,7 @@ public:
 
 private:
   void show(const CPDFObj* contents, const CPDFDictionary* resources, Matrix matrix, int depth) {
-    Freed<CPDFObj> objects;
-    table_.resolve(objects, resources != nullptr ? resources->get_item(CPDFDictionary::sm_tag_xobj) : nullptr);
+    Freed<CPDFObj> objects = table_.value(resources, CPDFDictionary::sm_tag_xobj);
     if (objects.as_dict() == nullptr || work_ > kMostWork)
       return;
     ContentText content;
@@ -85,27 +83,22 @@ private:
     work_ += kLeastWork;
     if (ref.num < 1 || depth > kMostDepth || placements_.places_.count(ref.num) != 0)
       return;
-    Freed<CPDFObj> obj;
-    Freed<CPDFObj> kind;
-    table_.get_entity(obj, ref);
+    Freed<CPDFObj> obj = table_.object(ref);
     const CPDFDictionary* dict = obj.as_dict_or_stream();
-    table_.resolve(kind, dict != nullptr ? dict->get_item(CPDFDictionary::sm_tag_subtype) : nullptr);
+    Freed<CPDFObj> kind = table_.value(dict, CPDFDictionary::sm_tag_subtype);
     if (kind.is_name("Image"))
       placements_.places_[ref.num] = {std::hypot(matrix[0], matrix[1]), std::hypot(matrix[2], matrix[3])};
     if (!kind.is_name("Form"))
       return;
-    Freed<CPDFObj> own;
-    table_.resolve(own, dict->get_item(CPDFDictionary::sm_tag_res));
+    Freed<CPDFObj> own = table_.value(dict, CPDFDictionary::sm_tag_res);
     show(&obj, own.as_dict() != nullptr ? own.as_dict() : resources, product(form_matrix(*dict), matrix), depth + 1);
   }
 
   Matrix form_matrix(const CPDFDictionary& dict) {
     Matrix matrix = {1, 0, 0, 1, 0, 0};
-    Freed<CPDFObj> list;
-    table_.resolve(list, dict.get_item("Matrix"));
+    Freed<CPDFObj> list = table_.value(&dict, "Matrix");
     for (std::size_t i = 0; list.as_array() != nullptr && i < matrix.size(); ++i) {
-      Freed<CPDFObj> number;
-      table_.resolve(number, list.as_array()->get(static_cast<std::int32_t>(i)));
+      Freed<CPDFObj> number = table_.value(list.as_array()->get(static_cast<std::int32_t>(i)));
       matrix[i] = to_double(number.to_real());
     }
     return matrix;

@@ -152,8 +152,7 @@ std::int64_t Scanner::take_object(std::int64_t pos, std::int32_t num, std::int64
 // Behind "endstream", which is where "Length" says or else is searched for.
 std::int64_t Scanner::end_of_stream(const CPDFStreamRec& rec) {
   constexpr std::int64_t kKeyword = 9;
-  Freed<CPDFObj> length;
-  table_.resolve(length, rec.dict.get_item(CPDFDictionary::sm_tag_length));
+  Freed<CPDFObj> length = table_.value(&rec.dict, CPDFDictionary::sm_tag_length);
   const std::int64_t stated = std::int64_t{rec.offset} + std::max(length.to_int(), 0);
   const std::int64_t place = bytes_.skip_space(std::min(stated, bytes_.size()));
   if (bytes_.has(place, "endstream"))

@@ -116,8 +116,7 @@ void PartClassifier::hint(const CPDFObj* item, PartKind kind) {
 // the glyphs of a font.
 void PartClassifier::hint_below(const CPDFObj* item, PartKind kind) {
   hint(item, kind);
-  Freed<CPDFObj> value;
-  table_.resolve(value, item);
+  Freed<CPDFObj> value = table_.value(item);
   if (value.as_array() != nullptr)
     hint(&value, kind);
   const CPDFDictionary* const dict = value.as_dict();
@@ -137,8 +136,7 @@ void PartClassifier::hint_item(const CPDFObj& item, PartKind kind) {
 
 // The filters of a stream by name, in the order in which they are taken off.
 std::uint16_t PartClassifier::filter_index(const CPDFDictionary& dict) {
-  Freed<CPDFObj> filter;
-  table_.resolve(filter, dict.get_item(CPDFDictionary::sm_tag_filter));
+  Freed<CPDFObj> filter = table_.value(&dict, CPDFDictionary::sm_tag_filter);
   std::string name = filter.as_name() != nullptr ? short_name(filter.as_name()) : "";
   const CPDFArray* const chain = filter.as_array();
   for (std::int32_t i = 0; chain != nullptr && i < chain->count && i < kMostFiltersInChain; ++i) {

@@ -2,12 +2,15 @@
 #include "support/changes.h"
 
 #include <sys/stat.h>
+#include <unistd.h>
 
-#include <CLI/CLI.hpp>
 #include <cstdint>
+#include <cstdlib>
 
+#include "support/command_line.h"
 #include "support/inputs.h"
 #include "support/tool_support.h"
+#include "support/unnamed_file.h"
 
 namespace sheaf::tool {
 
@@ -42,14 +45,62 @@ bool can_be_attached(const std::string& path) {
   return true;
 }
 
-}  // namespace
+// Standard input under a name of its own: a link in a folder of its own, so that none of its bytes lies there.
+class NamedInput {
+public:
+  NamedInput() = default;
+  NamedInput(const NamedInput&) = delete;
+  NamedInput& operator=(const NamedInput&) = delete;
+  ~NamedInput() {
+    if (link_.empty())
+      return;
+    unlink(link_.c_str());
+    rmdir(folder_.c_str());
+  }
+  // The path of the link to standard input; empty, with a message, on failure.
+  const std::string& open() {
+    std::string path;
+    std::string folder = temporary_folder() + "/sheaf-XXXXXX";
+    if (!input_path("-", path))
+      return link_;
+    if (mkdtemp(folder.data()) == nullptr || symlink(path.c_str(), (folder + kName).c_str()) != 0) {
+      complain("standard input", "cannot be given a name in " + temporary_folder());
+      return link_;
+    }
+    folder_ = folder;
+    link_ = folder + kName;
+    return link_;
+  }
 
-void add_changes(CLI::App& command, ChangeOptions& changes) {
-  command.add_option("--set", changes.settings, "KEY=TEXT of the document information")->allow_extra_args(false);
-  command.add_option("--attach", changes.attachments, "Embed a file")->allow_extra_args(false);
+private:
+  static constexpr const char* kName = "/stdin";
+
+  std::string folder_;
+  std::string link_;
+};
+
+// False, with a message, on failure.
+bool attach(CPDFDoc& doc, const std::string& file) {
+  NamedInput input;
+  const std::string path = file == "-" ? input.open() : file;
+  if (path.empty())
+    return false;
+  if (doc.attach(path.c_str()))
+    return true;
+  complain(input_name(file), doc.table().file_too_large != 0 ? "has grown to 2 GiB or more; it cannot be attached"
+                                                             : "could not be attached");
+  return false;
 }
 
-void add_pdfa(CLI::App& command, bool& pdfa) {
+}  // namespace
+
+void add_changes(Command& command, ChangeOptions& changes) {
+  command.add_option("--set", changes.settings, "KEY=TEXT of the document information")->one_at_a_time();
+  command.add_option("--attach", changes.attachments, "Embed a file, - for standard input under the name stdin")
+      ->one_at_a_time();
+}
+
+void add_pdfa(Command& command, bool& pdfa) {
   command.add_flag("--pdfa", pdfa,
                    "Add an output intent and metadata that claim PDF/A-1b; that the rest conforms is up to you");
 }
@@ -77,7 +128,7 @@ bool check_changes(const ChangeOptions& changes) {
       return false;
   }
   for (const std::string& path : changes.attachments) {
-    if (!note_input(path) || !can_be_attached(path))
+    if (!note_input(path) || (path != "-" && !can_be_attached(path)))
       return false;
   }
   return true;
@@ -96,11 +147,8 @@ bool apply_changes(CPDFDoc& doc, const ChangeOptions& changes) {
     }
   }
   for (const std::string& path : changes.attachments) {
-    if (!doc.attach(path.c_str())) {
-      complain(path, doc.table().file_too_large != 0 ? "has grown to 2 GiB or more; it cannot be attached"
-                                                     : "could not be attached");
+    if (!attach(doc, path))
       return false;
-    }
   }
   return true;
 }

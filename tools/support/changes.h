@@ -6,11 +6,9 @@
 
 #include "sheaf/document/doc.h"
 
-namespace CLI {
-class App;
-}
-
 namespace sheaf::tool {
+
+class Command;
 
 /// What is changed in a document.
 struct ChangeOptions {
@@ -19,11 +17,11 @@ struct ChangeOptions {
 };
 
 /// Adds --set and --attach to a command.
-void add_changes(CLI::App& command, ChangeOptions& changes);
+void add_changes(Command& command, ChangeOptions& changes);
 /// Looks at what is asked for ahead of any change. False, with a message, when it cannot be done.
 bool check_changes(const ChangeOptions& changes);
 /// Adds --pdfa to a command.
-void add_pdfa(CLI::App& command, bool& pdfa);
+void add_pdfa(Command& command, bool& pdfa);
 /// Asks the document's saves for frame and claim. False, with a message, for a file that is to be encrypted.
 bool ask_for_pdfa(CPDFDoc& doc, const std::string& name, bool encrypted);
 /// Says so when a packet of metadata was left as it was. The result is whether there was one.

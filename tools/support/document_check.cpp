@@ -5,8 +5,9 @@
 #include <memory>
 
 #include "sheaf/base/scope_guard.h"
+#include "sheaf/document/content/content_check.h"
 #include "sheaf/filters/decode_parms.h"
-#include "sheaf/filters/flate.h"
+#include "sheaf/filters/early_end.h"
 #include "sheaf/filters/stream_filter.h"
 #include "sheaf/object/array.h"
 #include "support/progress.h"
@@ -91,8 +92,9 @@ private:
       problem(num, std::string("no decoder for /") + filter);
       return;
     }
-    if (const std::int32_t size = object_stream_size(num, rec)) {
-      result_.decoded_bytes += size;
+    if (const PDF_OBJSTM* const objstm = object_stream(num, rec)) {
+      result_.decoded_bytes += objstm->decoded;
+      report_early_end(num, static_cast<CPDFEarlyEnd>(objstm->early_end));
       return;
     }
     const std::unique_ptr<CPDFStream> decoder(table_.make_stream(&rec));
@@ -101,39 +103,39 @@ private:
         problem(num, "stream data cannot be read");
       return;
     }
+    const bool has_data = decoder->left > 0;
     const std::int64_t total = drain(table_, rec, *decoder, [](const unsigned char*, int) { return true; });
     result_.decoded_bytes += total;
-    if (total == 0 && !is_deflated_nothing(*decoder))
+    const CPDFEarlyEnd end = total < kMostDecoded ? early_end(*decoder) : kEarlyEndNone;
+    const bool may_be_nothing = !decoder->is_picture() && (!has_data || end == kEarlyEndNone);
+    if (total == 0 && !may_be_nothing)
       problem(num, "stream data decode to nothing");
-    else if (total < kMostDecoded && ends_early(*decoder))
-      problem(num, "stream data end before their end mark; what could be decoded was");
+    else
+      report_early_end(num, end);
     if (total >= kMostDecoded)
       problem(num, "stream data decode to more than 1 GiB; the rest was not looked at");
   }
 
-  // The decoded size of an object stream, 0 for other streams. It is decoded once, for its objects.
-  std::int32_t object_stream_size(std::int32_t num, const CPDFStreamRec& rec) {
+  void report_early_end(std::int32_t num, CPDFEarlyEnd end) {
+    if (end == kEarlyEndData)
+      problem(num, "stream data end before their end mark; what could be decoded was");
+    if (end == kEarlyEndLimit)
+      problem(num, "stream data take more work or memory than their length justifies; they were decoded in part");
+  }
+
+  // What was decoded of an object stream, null for other streams. It is decoded once, for its objects.
+  const PDF_OBJSTM* object_stream(std::int32_t num, const CPDFStreamRec& rec) {
     const CPDFObj* const type = rec.dict.get_item(CPDFDictionary::sm_tag_type);
     const PDF_XREF entry = table_.xref_items[num];
     if (type == nullptr || !type->is_name("ObjStm") || !entry.is_listed())
-      return 0;
+      return nullptr;
     const PDF_OBJSTM* const objstm = table_.get_objstm_references(entry.offset, num);
-    return objstm != nullptr ? objstm->decoded : 0;
+    return objstm != nullptr && objstm->decoded != 0 ? objstm : nullptr;
   }
 
   bool is_empty(const CPDFStreamRec& rec) {
-    Freed<CPDFObj> length;
-    table_.resolve(length, rec.dict.get_item(CPDFDictionary::sm_tag_length));
+    Freed<CPDFObj> length = table_.value(&rec.dict, CPDFDictionary::sm_tag_length);
     return length.tag == kTagInt && length.as_int() == 0;
-  }
-
-  static bool ends_early(CPDFStream& decoder) {
-    return decoder.filter_type == kFilterFlate && !static_cast<CPDFStreamFlate&>(decoder).reached_end();
-  }
-
-  // Nothing, deflated, or not even that: valid data of no bytes.
-  static bool is_deflated_nothing(CPDFStream& decoder) {
-    return decoder.filter_type == kFilterFlate && (decoder.left == 0 || !ends_early(decoder));
   }
 
   // An object stream that only its members' entries know of opens nowhere else.
@@ -159,14 +161,12 @@ private:
 
   // The first filter that has no decoder, or null. Borrowed from `name_`.
   const char* unknown_filter(const CPDFDictionary& dict) {
-    Freed<CPDFObj> filters;
-    table_.resolve(filters, dict.get_item(CPDFDictionary::sm_tag_filter));
+    Freed<CPDFObj> filters = table_.value(&dict, CPDFDictionary::sm_tag_filter);
     const CPDFArray* names = filters.as_array();
     if (names == nullptr)
       return unknown_name(filters);
     for (std::int32_t i = 0; i < names->count; ++i) {
-      Freed<CPDFObj> name;
-      table_.resolve(name, names->get(i));
+      Freed<CPDFObj> name = table_.value(names, i);
       if (const char* unknown = unknown_name(name))
         return unknown;
     }
@@ -213,8 +213,7 @@ std::int64_t content_size(CPDFDoc& doc, int index) {
   if (!doc.load_page(index, page))
     return -1;
   CPDFXRefTable& table = doc.table();
-  Freed<CPDFObj> contents;
-  table.resolve(contents, page.dict.get_item("Contents"));
+  Freed<CPDFObj> contents = table.value(&page.dict, "Contents");
   std::int64_t total = 0;
   const auto add = [&](const CPDFObj* item) {
     Freed<CPDFObj> part;
@@ -242,6 +241,23 @@ void check_document(CPDFDoc& doc, CheckResult& result) {
     result.status = "problems";
   else if (doc.status() != PDF_OPEN::kClean || !doc.repairs().empty())
     result.status = "repaired";
+}
+
+void check_contents(CPDFDoc& doc, CheckResult& result) {
+  ContentChecker checker(doc);
+  Progress progress("pages checked", result.pages);
+  for (int i = 0; i < doc.page_count(); ++i) {
+    GrowArray<ContentFinding> findings;
+    progress.show(i);
+    checker.check_page(i, findings);
+    for (const ContentFinding& finding : findings)
+      result.problems.push_back(
+          {finding.stream.num, "page " + std::to_string(i + 1) + ", offset " + std::to_string(finding.offset) + ": " +
+                                   finding.what +
+                                   (finding.name[0] != 0 ? std::string(" (") + finding.name + ")" : "")});
+  }
+  if (!result.problems.empty())
+    result.status = "problems";
 }
 
 std::vector<Problem> find_losses(CPDFDoc& source, CPDFDoc& copy) {

@@ -1,9 +1,11 @@
+// What would not protect as it seems to is refused before anything is written.
 #include "support/encryption.h"
 
 #include <algorithm>
 
-#include <CLI/CLI.hpp>
-
+#include "sheaf/neighbours/security/digests.h"
+#include "sheaf/object/array.h"
+#include "support/command_line.h"
 #include "support/messages.h"
 
 namespace sheaf::tool {
@@ -34,6 +36,13 @@ std::string read_permissions(const std::string& names, std::uint32_t& bits) {
   return "";
 }
 
+// The bits of "P" (ISO 32000-2, table 22).
+std::uint32_t permission_bits(const EncryptionOptions& encryption) {
+  std::uint32_t bits = 0;
+  read_permissions(encryption.permissions.empty() ? "all" : encryption.permissions, bits);
+  return bits;
+}
+
 bool refuse(const std::string& option, const std::string& why) {
   complain(option, why + ". Nothing was written");
   return false;
@@ -41,10 +50,10 @@ bool refuse(const std::string& option, const std::string& why) {
 
 }  // namespace
 
-CLI::Option* add_encryption(CLI::App& command, EncryptionOptions& encryption) {
-  CLI::Option* const encrypt = command.add_option("--encrypt", encryption.algorithm, "Encrypt anew")
-                                   ->type_name("aes256|aes128|rc4")
-                                   ->check(CLI::IsMember({"aes256", "aes128", "rc4"}));
+Option* add_encryption(Command& command, EncryptionOptions& encryption) {
+  Option* const encrypt = command.add_option("--encrypt", encryption.algorithm, "Encrypt anew")
+                              ->type_name("aes256|aes128|rc4")
+                              ->check(IsMember({"aes256", "aes128", "rc4"}));
   command.add_option("--user-password", encryption.user_password, "Opens the new file")->needs(encrypt);
   command.add_option("--owner-password", encryption.owner_password, "Grants everything")->needs(encrypt);
   command
@@ -78,10 +87,36 @@ bool check_encryption(const EncryptionOptions& encryption) {
   return true;
 }
 
-std::uint32_t permission_bits(const EncryptionOptions& encryption) {
-  std::uint32_t bits = 0;
-  read_permissions(encryption.permissions.empty() ? "all" : encryption.permissions, bits);
-  return bits;
+void set_identifier(CPDFObj& id, const unsigned char* digest) {
+  auto* pair = new CPDFArray;
+  pair->append_str(reinterpret_cast<const char*>(digest), CQVSecMD5::kSize);
+  pair->append_str(reinterpret_cast<const char*>(digest), CQVSecMD5::kSize);
+  id.take_array(pair);
+}
+
+bool start_encryption(const EncryptionOptions& encryption, CPDFObj& id, const std::string& output,
+                      CPDFStandardEncrypt& enc) {
+  using Algorithm = CPDFStandardEncrypt::Algorithm;
+  CPDFStandardEncrypt::Settings settings;
+  settings.algorithm = encryption.algorithm == "aes256"   ? Algorithm::kAES256
+                       : encryption.algorithm == "aes128" ? Algorithm::kAES128
+                                                          : Algorithm::kRC4;
+  if (settings.algorithm == Algorithm::kRC4)
+    warn(output_name(output), "RC4 is broken; use aes256 unless an old reader needs it");
+  settings.user_password = encryption.user_password.c_str();
+  settings.owner_password = encryption.owner_password.c_str();
+  settings.permissions = permission_bits(encryption);
+  settings.clear_metadata = encryption.clear_metadata;
+  if (id.is_null()) {
+    unsigned char digest[CQVSecMD5::kSize];
+    secure_random(digest, sizeof(digest));
+    set_identifier(id, digest);
+  }
+  const CPDFObj* const first = id.as_array() != nullptr ? id.as_array()->get(0) : nullptr;
+  if (enc.create(settings, first != nullptr ? first->as_string() : PDF_String{0, nullptr}))
+    return true;
+  complain(output_name(output), "the system gives no random numbers; nothing was written");
+  return false;
 }
 
 }  // namespace sheaf::tool

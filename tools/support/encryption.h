@@ -4,12 +4,12 @@
 #include <cstdint>
 #include <string>
 
-namespace CLI {
-class App;
-class Option;
-}  // namespace CLI
+#include "sheaf/neighbours/security/encrypter.h"
 
 namespace sheaf::tool {
+
+class Command;
+class Option;
 
 struct EncryptionOptions {
   std::string algorithm;  ///< "aes256", "aes128", "rc4", or empty: none is asked for.
@@ -20,10 +20,14 @@ struct EncryptionOptions {
 };
 
 /// Adds --encrypt and what belongs to it. The result is --encrypt itself.
-CLI::Option* add_encryption(CLI::App& command, EncryptionOptions& encryption);
+Option* add_encryption(Command& command, EncryptionOptions& encryption);
 /// Whether what is asked for would protect as it says. False, with a message, when not.
 bool check_encryption(const EncryptionOptions& encryption);
-/// The bits of "P" (ISO 32000-2, table 22) of options that were checked.
-std::uint32_t permission_bits(const EncryptionOptions& encryption);
+/// Makes the encryption of a new file from options that were checked and ask for one. `id` is the file's
+/// identifier, which is made where it is null. False, with a message that names `output`, when that fails.
+bool start_encryption(const EncryptionOptions& encryption, CPDFObj& id, const std::string& output,
+                      CPDFStandardEncrypt& enc);
+/// Makes `digest`, of 16 bytes, both halves of a file's identifier.
+void set_identifier(CPDFObj& id, const unsigned char* digest);
 
 }  // namespace sheaf::tool

@@ -1,3 +1,4 @@
+// The file is locked, opened afresh, and locked again when another process has replaced it meanwhile.
 #include "support/in_place.h"
 
 #include <fcntl.h>

@@ -1,3 +1,4 @@
+// Pipes are copied into a file without a name, since documents are read from their end.
 #include "support/inputs.h"
 
 #include <fcntl.h>
@@ -6,10 +7,13 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <fstream>
+#include <iterator>
 #include <map>
 #include <utility>
 #include <vector>
 
+#include "sheaf/base/stream.h"
 #include "support/messages.h"
 #include "support/unnamed_file.h"
 
@@ -92,6 +96,28 @@ bool input_path(const std::string& file, std::string& path) {
   taken[file] = handle;
   path = path_of_handle(handle);
   return true;
+}
+
+bool read_input(const std::string& file, std::string& bytes) {
+  std::string path;
+  if (!input_path(file, path))
+    return false;
+  CQVStreamFile stream;
+  stream.Open(path.c_str());
+  if (stream.file == nullptr) {
+    complain(input_name(file), "cannot be opened; check the path and its permissions");
+    return false;
+  }
+  bytes.clear();
+  char block[1 << 16];
+  for (unsigned got = 1; got != 0;) {
+    got = stream.Read(block, sizeof(block));
+    bytes.append(block, got);
+  }
+  if (std::ferror(stream.file) == 0)
+    return true;
+  complain(input_name(file), std::string("could not be read to its end: ") + std::strerror(errno));
+  return false;
 }
 
 }  // namespace sheaf::tool

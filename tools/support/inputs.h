@@ -17,5 +17,7 @@ bool is_input(const struct stat& file);
 /// Remembers `file` and puts the path to open it by into `path`: `file` itself, or for "-" and pipes that of a
 /// temporary file without a name that has all they gave. False, with a message, on failure and for a directory.
 bool input_path(const std::string& file, std::string& path);
+/// The bytes of `file`, remembered as by `input_path`. False, with a message, when it cannot be read to its end.
+bool read_input(const std::string& file, std::string& bytes);
 
 }  // namespace sheaf::tool

@@ -1,3 +1,4 @@
+// What a signal handler may do is little: the names that it removes are kept in places of fixed size.
 #include "support/interrupts.h"
 
 #include <fcntl.h>

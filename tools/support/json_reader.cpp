@@ -7,7 +7,7 @@ namespace sheaf::tool {
 
 namespace {
 
-constexpr int kMostDepth = 256;
+constexpr int kMostDepth = 1100;  // values of PDF, nested 512 times, take two levels each
 
 class Reader {
 public:

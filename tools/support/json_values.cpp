@@ -1,3 +1,4 @@
+// Names, references and dictionaries are objects with one member, so that they differ from texts.
 #include "support/json_values.h"
 
 #include "sheaf/object/array.h"

@@ -76,6 +76,12 @@ JsonWriter& JsonWriter::real(double value) {
   return *this;
 }
 
+JsonWriter& JsonWriter::raw(std::string_view value) {
+  comma();
+  out_ += value;
+  return *this;
+}
+
 JsonWriter& JsonWriter::flag(bool value) {
   comma();
   out_ += value ? "true" : "false";

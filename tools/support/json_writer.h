@@ -17,9 +17,13 @@ public:
   JsonWriter& text(std::string_view value);
   JsonWriter& number(std::int64_t value);
   JsonWriter& real(double value);
+  /// A value that is JSON already.
+  JsonWriter& raw(std::string_view value);
   JsonWriter& flag(bool value);
   JsonWriter& null();
   const std::string& str() const { return out_; }
+  /// Forgets what was written, so that a long text can be written in pieces.
+  void restart() { *this = JsonWriter(); }
 
 private:
   JsonWriter& open(char bracket);

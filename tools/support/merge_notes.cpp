@@ -1,7 +1,9 @@
 // Words for each fate of a part, and the columns of the table.
 #include "support/merge_notes.h"
 
+#include <algorithm>
 #include <cstring>
+#include <iterator>
 
 #include "support/tool_support.h"
 
@@ -20,7 +22,7 @@ constexpr Loss kLosses[] = {
     {"signatures", "its signatures end, since the file that they signed ends; their appearances stay"},
     {"certification", "its certification ends with the file that it certifies"},
     {"usage rights", "its usage rights end with the file that they were granted to"},
-    {"encryption", "it is encrypted and the result is not; sheaf rewrite --encrypt protects it"},
+    {"encryption", "it is encrypted and the result is not; sheaf --encrypt protects it"},
     {"XFA form", "its XFA form stays behind; the fields of its AcroForm come along"},
     {"validation data", "the data for validating its signatures stay behind"},
     {"articles", "its articles stay behind"},
@@ -48,14 +50,26 @@ const char* fate_word(PDF_MERGE_FATE fate) {
 
 }  // namespace
 
-void complain_about_losses(const CPDFDocMerge& merge, std::int32_t index, const std::string& file) {
+namespace {
+
+const Loss* loss_of(const char* entry) {
+  const Loss* const found = std::find_if(std::begin(kLosses), std::end(kLosses),
+                                         [entry](const Loss& loss) { return std::strcmp(loss.entry, entry) == 0; });
+  return found != std::end(kLosses) ? found : nullptr;
+}
+
+}  // namespace
+
+void complain_about_losses(const CPDFDocMerge& merge, std::int32_t index, const std::string& file, bool encrypts) {
   for (const PDF_MERGE_RECORD& record : merge.records()) {
     if (record.source != index || record.fate != PDF_MERGE_FATE::kDropped)
       continue;
-    for (const Loss& loss : kLosses) {
-      if (std::strcmp(loss.entry, record.entry) == 0)
-        complain(file, std::string("note: ") + loss.line);
-    }
+    if (encrypts && std::strcmp(record.entry, "encryption") == 0)
+      continue;
+    if (const Loss* const loss = loss_of(record.entry))
+      complain(file, std::string("note: ") + loss->line);
+    else
+      remark(file, std::string("left out: ") + record.entry + ": " + std::to_string(record.count));
   }
 }
 

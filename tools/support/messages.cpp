@@ -1,3 +1,4 @@
+// Every text that a document or a file name can bring in is made harmless here.
 #include "support/messages.h"
 
 #include <algorithm>

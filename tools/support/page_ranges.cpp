@@ -1,8 +1,11 @@
 // Parses the ranges one by one; the first that is wrong is the error.
 #include "support/page_ranges.h"
 
+#include <unistd.h>
+
 #include <algorithm>
-#include <cctype>
+
+#include "support/messages.h"
 
 namespace sheaf::tool {
 
@@ -56,6 +59,27 @@ bool read_page_ranges(const std::string& ranges, int count, std::vector<std::int
     }
   }
   return true;
+}
+
+bool select_pages(const std::string& ranges, const std::string& file, int count, std::vector<std::int32_t>& pages) {
+  std::string trouble;
+  if (ranges.empty()) {
+    for (int page = 0; page < count; ++page)
+      pages.push_back(page);
+    return true;
+  }
+  if (read_page_ranges(ranges, count, pages, trouble))
+    return true;
+  complain(file, "has no pages \"" + trouble + "\"; it has " + std::to_string(count) +
+                     ", and ranges look like 1-5,8,3-,r1,z-1,odd,even");
+  return false;
+}
+
+FileRanges parse_file_ranges(const std::string& text) {
+  const std::size_t colon = text.rfind(':');
+  if (colon == std::string::npos || colon == 0 || access(text.c_str(), F_OK) == 0)
+    return {text, ""};
+  return {text.substr(0, colon), text.substr(colon + 1)};
 }
 
 }  // namespace sheaf::tool

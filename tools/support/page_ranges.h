@@ -13,4 +13,15 @@ namespace sheaf::tool {
 /// not understood or names a page that is not there; `trouble` then says which part.
 bool read_page_ranges(const std::string& ranges, int count, std::vector<std::int32_t>& pages, std::string& trouble);
 
+/// The same for the document `file`; an empty text names all pages. False, with a message.
+bool select_pages(const std::string& ranges, const std::string& file, int count, std::vector<std::int32_t>& pages);
+
+/// A file on the command line, with pages of it.
+struct FileRanges {
+  std::string file;
+  std::string ranges;  ///< Empty: all pages.
+};
+/// "FILE" or "FILE:RANGES". A name that exists is taken whole, so that colons in it do no harm.
+FileRanges parse_file_ranges(const std::string& text);
+
 }  // namespace sheaf::tool

@@ -1,3 +1,4 @@
+// Digits are as many as the last part needs, unless the pattern asks for more.
 #include "support/part_names.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// At most a hundred lines on a terminal, ten elsewhere.
 #include "support/progress.h"
 
 #include <unistd.h>

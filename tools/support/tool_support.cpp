@@ -144,6 +144,14 @@ bool open_document(CPDFDoc& doc, const std::string& file, const PasswordOptions&
   return doc.open(path.c_str()) ? accept(doc, name, needs_password) : refuse(doc, name);
 }
 
+bool open_document_stream(CPDFDoc& doc, CQVStream& stream, const std::string& name, const PasswordOptions& options) {
+  std::string password;
+  if (!read_password(name, options, password))
+    return false;
+  doc.set_password(password.c_str());
+  return doc.open(&stream) ? accept(doc, name, true) : refuse(doc, name);
+}
+
 bool open_document_for_update(CPDFDoc& doc, const std::string& path, const std::string& shown_name,
                               const PasswordOptions& options) {
   std::string password;
@@ -156,22 +164,24 @@ bool open_document_for_update(CPDFDoc& doc, const std::string& path, const std::
 std::int64_t drain(CPDFXRefTable& table, const CPDFStreamRec& rec, CPDFStream& decoder,
                    const std::function<bool(const unsigned char*, int)>& sink) {
   constexpr int kBlock = 64 * 1024;
+  constexpr std::size_t kMostWhole = 1 << 20;
+  decoder.decode_whole(kMostWhole);
   int piece = kBlock;
   std::int64_t rows = INT64_MAX;
   if (decoder.filter_type == kFilterCCITTFax) {
     const auto& fax = static_cast<const CPDFStreamFAX&>(decoder);
-    Freed<CPDFObj> height;
-    table.resolve(height, rec.dict.get_item(CPDFDictionary::sm_tag_height));
+    Freed<CPDFObj> height = table.value(&rec.dict, CPDFDictionary::sm_tag_height);
     rows = height.to_int() > 0 ? height.to_int() : std::max(fax.rows, 0);
     piece = (fax.columns + 7) / 8;
   }
-  std::vector<unsigned char> block(static_cast<std::size_t>(std::max(piece, 1)));
+  // Not filled: most streams need little of it.
+  const auto block = std::make_unique_for_overwrite<unsigned char[]>(static_cast<std::size_t>(std::max(piece, 1)));
   std::int64_t total = 0;
   for (std::int64_t row = 0; row < rows && total < kMostDecoded; ++row) {
-    const int got = decoder.read_block(block.data(), piece);
+    const int got = decoder.read_block(block.get(), piece);
     if (got <= 0)
       break;
-    if (!sink(block.data(), got))
+    if (!sink(block.get(), got))
       return -1;
     total += got;
   }

@@ -21,6 +21,9 @@ bool fix_password(PasswordOptions& options);
 /// `needs_password` false an encrypted document that waits for its password counts as open.
 bool open_document(CPDFDoc& doc, const std::string& file, const PasswordOptions& password, bool needs_password = true);
 
+/// The same for a document on a stream that the caller keeps; messages name `name`.
+bool open_document_stream(CPDFDoc& doc, CQVStream& stream, const std::string& name, const PasswordOptions& password);
+
 /// Reads the passwords on the lines of a file, "-" for standard input. False, with a message, when it cannot be read.
 bool read_password_lines(const std::string& file, std::vector<std::string>& passwords);
 

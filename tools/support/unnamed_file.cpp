@@ -1,3 +1,4 @@
+// A file without a name where the system has such, else one that is removed at once.
 #include "support/unnamed_file.h"
 
 #include <fcntl.h>

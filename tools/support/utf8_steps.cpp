@@ -1,3 +1,4 @@
+// One character after the other, whatever the bytes are.
 #include "support/utf8_steps.h"
 
 namespace sheaf::tool {

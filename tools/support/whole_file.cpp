@@ -21,20 +21,14 @@ void set_new_version(CPDFXRefTable& target) {
   pair->get(1)->set_string(reinterpret_cast<const char*>(fresh), kIdentifierSize);
 }
 
-}  // namespace
-
-bool save_whole(CPDFDoc& doc, CQVStream& out) {
+// The identifier of `doc`, on which its keys hang, and its encryption.
+bool keep_protection(CPDFDoc& doc, CPDFXRefTable& target, CPDFStandardEncrypt& enc, CPDFEncrypt*& chosen) {
   CPDFXRefTable& table = doc.table();
-  CPDFXRefTable target;
-  target.stream = &out;
   doc.keep_identifier(target.id);
-  CPDFStandardEncrypt enc;
-  CPDFEncrypt* chosen = nullptr;
   if (doc.is_encrypted() && table.sec_filter[0] != 0) {
-    Freed<CPDFObj> settings;
     CPDFSecHand* const hand = table.sec_hand;
     table.sec_hand = nullptr;  // the dictionary's own strings are in clear
-    table.resolve(settings, &table.encrypt);
+    Freed<CPDFObj> settings = table.value(&table.encrypt);
     table.sec_hand = hand;
     if (settings.as_dict() == nullptr)
       return false;
@@ -44,6 +38,22 @@ bool save_whole(CPDFDoc& doc, CQVStream& out) {
              target.id.as_array()->get(0)->as_string().len == 0) {
     target.id.free();  // it had none, and nothing hangs on it
   }
+  return true;
+}
+
+}  // namespace
+
+bool save_whole(CPDFDoc& doc, CQVStream& out) {
+  return save_whole_as(doc, out, &doc);
+}
+
+bool save_whole_as(CPDFDoc& doc, CQVStream& out, CPDFDoc* protection) {
+  CPDFXRefTable target;
+  target.stream = &out;
+  CPDFStandardEncrypt enc;
+  CPDFEncrypt* chosen = nullptr;
+  if (protection != nullptr && !keep_protection(*protection, target, enc, chosen))
+    return false;
   set_new_version(target);
   doc.save_complete(target, chosen);
   return target.write_failed == 0 && target.xref_items != nullptr;

@@ -1,17 +1,15 @@
-// Breaks text into glyphs, lines and pages, in rows or in columns.
+// Puts the lines of a text into pages, in rows or in columns.
 #include "text/new_text.h"
 
 #include <algorithm>
 #include <cstdio>
-#include <fstream>
-#include <iterator>
+#include <string_view>
 
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/base/wide_text.h"
 #include "support/inputs.h"
 #include "support/tool_support.h"
 #include "text/text_fonts.h"
-#include "text/text_lines.h"
 
 namespace sheaf::tool {
 
@@ -23,79 +21,68 @@ constexpr double kMargin = 56;
 // Baseline to baseline and column to column, in sizes. With more between columns, programs that take
 // text out of a page read words across them.
 constexpr double kLeading = 1.4;
-constexpr double kAscent = 0.88;   // of the first line below the margin
-constexpr int kColumnSpace = 500;  // height of a space in a column, thousandths
-constexpr wchar_t kReplacement = 0xFFFD;
+constexpr double kAscent = 0.88;               // of the first line below the margin
+constexpr std::size_t kAtATime = 1 << 16;      // bytes that are set before their lines go into pages
+constexpr std::size_t kMostAtATime = 1 << 20;  // of a text without line ends
 
-// What a text holds besides its characters.
-struct Trouble {
-  std::size_t bad_bytes = 0;
-  std::size_t missing = 0;
-  wchar_t first_missing = 0;
-};
-
-std::string number(double value) {
-  char text[32];
-  std::snprintf(text, sizeof(text), "%.2f", value);
-  return text;
-}
-
-std::vector<wchar_t> characters_of(const std::string& utf8, Trouble& trouble) {
-  std::vector<wchar_t> text;
-  const char* at = utf8.c_str();
-  const char* const end = at + utf8.size();
-  while (at < end) {
-    wchar_t character = 0;
-    const int used = cvt_char_UTF8_To_UCS4(reinterpret_cast<const unsigned char*>(at), character);
-    if (character == 0) {
-      character = kReplacement;
-      ++trouble.bad_bytes;
+std::size_t count_bad_bytes(std::string_view utf8) {
+  std::size_t bad = 0;
+  for (std::size_t at = 0; at < utf8.size();) {
+    if (static_cast<unsigned char>(utf8[at]) < 0x80) {
+      ++at;
+      continue;
     }
-    at += used > 0 ? used : 1;
-    if (character != 0xFEFF || !text.empty())
-      text.push_back(character);
+    wchar_t character = 0;
+    // What ends behind the text is cut by the NUL there.
+    const int used =
+        std::max(cvt_char_UTF8_To_UCS4(reinterpret_cast<const unsigned char*>(utf8.data() + at), character), 1);
+    bad += character == 0 ? static_cast<std::size_t>(used) : 0;
+    at += static_cast<std::size_t>(used);
   }
-  return text;
+  return bad;
 }
 
-// Sets lines into pages, one content stream a page.
+// The lines of a text in pages, one content stream a page.
 class PageSetter {
 public:
-  PageSetter(CPDFDoc& doc, TextFonts& fonts, const TextOptions& options)
-      : doc_(doc), fonts_(fonts), size_(options.size), vertical_(options.vertical) {
+  PageSetter(CPDFDoc& doc, TextSetter& setter, const TextOptions& options)
+      : doc_(doc), setter_(setter), size_(options.size), vertical_(options.vertical) {
     const double room = (vertical_ ? kPageWidth : kPageHeight) - 2 * kMargin;
     step_ = size_ * kLeading;
     lines_per_page_ = static_cast<int>((room - size_) / step_) + 1;
   }
 
-  bool add_line(const SetGlyph* glyphs, std::size_t count) {
-    if (line_ == lines_per_page_ && !finish_page())
-      return false;
-    if (count != 0)
-      put_line(glyphs, count);
-    ++line_;
+  bool add_lines() {
+    for (const TextLine& line : setter_.lines()) {
+      if ((line_ == lines_per_page_ && !finish_page()) || (line.count != 0 && !put_line(line)))
+        return false;
+      ++line_;
+    }
     return true;
   }
 
-  bool finish_page() {
-    if (line_ == 0)
+  /// `is_kept`: also a page without lines becomes one of the document.
+  bool finish_page(bool is_kept = false) {
+    if (line_ == 0 && !is_kept)
       return true;
-    content_ = "BT\n" + content_ + "ET\n";
-    const PDF_REF content = doc_.table().adv_new_stream_flate(reinterpret_cast<unsigned char*>(content_.data()),
+    if (!content_.empty()) {
+      for (const char byte : {'E', 'T', '\n'})
+        content_.push(byte);
+    }
+    const PDF_REF content = doc_.table().adv_new_stream_flate(reinterpret_cast<unsigned char*>(content_.begin()),
                                                               static_cast<int>(content_.size()));
     if (content.num == 0)
       return false;
     pages_.push_back(content);
     content_.clear();
     line_ = 0;
-    font_ = -1;
     return true;
   }
 
   // The pages become part of the document when all fonts are known.
   bool store_pages() {
     Cleared<CPDFDictionary> fonts;
-    fonts_.put_resources(fonts);
+    setter_.put_resources(fonts);
     Cleared<CPDFDictionary> resources;
     resources.set_item_dict(CPDFDictionary::sm_tag_font, &fonts);
     CPDFXRefTable& table = doc_.table();
@@ -119,163 +106,107 @@ public:
   }
 
 private:
-  void put_line(const SetGlyph* glyphs, std::size_t count) {
-    const double x = vertical_ ? kPageWidth - kMargin - size_ / 2 - line_ * step_ : kMargin;
-    const double y = vertical_ ? kPageHeight - kMargin : kPageHeight - kMargin - size_ * kAscent - line_ * step_;
-    content_ += "1 0 0 1 " + number(x) + " " + number(y) + " Tm\n";
-    for (std::size_t i = 0; i < count;) {
-      if (glyphs[i].font != font_) {
-        font_ = glyphs[i].font;
-        content_ += "/" + TextFonts::resource_name(font_) + " " + number(size_) + " Tf\n";
-      }
-      content_ += "[<";
-      for (; i < count && glyphs[i].font == font_; ++i) {
-        char hex[8];
-        std::snprintf(hex, sizeof(hex), "%04X", glyphs[i].code);
-        content_ += hex;
-        // Columns run downwards, against the axis: what is taken back is a negative number.
-        if (glyphs[i].less != 0)
-          content_ += "> " + std::to_string(vertical_ ? -glyphs[i].less : glyphs[i].less) + " <";
-      }
-      content_ += ">] TJ\n";
+  bool put_line(const TextLine& line) {
+    if (content_.empty()) {
+      for (const char byte : {'B', 'T', '\n'})
+        content_.push(byte);
     }
+    const double down = line_ * step_;
+    if (vertical_)
+      return setter_.show(line, kPageWidth - kMargin - size_ / 2 - down, kPageHeight - kMargin, content_);
+    const double x = line.right_to_left ? kPageWidth - kMargin - line.width : kMargin;
+    return setter_.show(line, x, kPageHeight - kMargin - size_ * kAscent - down, content_);
   }
 
   CPDFDoc& doc_;
-  TextFonts& fonts_;
+  TextSetter& setter_;
   double size_;
   bool vertical_;
   double step_ = 0;
   int lines_per_page_ = 1;
   int line_ = 0;
-  int font_ = -1;
-  std::string content_;
+  GrowArray<char> content_;
   std::vector<PDF_REF> pages_;
 };
 
-// Along the line, in thousandths of the size.
-int advance_of(CPDFFontType0& font, unsigned code) {
-  return font.is_vertical() ? -font.vertical_metrics(code).advance : font.glyph_width(code);
+// The end of what is set at once: a form feed, the end of a line, or where a text without line ends must be cut.
+std::size_t end_of_part(std::string_view text, std::size_t from) {
+  const std::size_t feed = text.find('\f', from);
+  const std::size_t end = std::min(feed, text.size());
+  if (end - from <= kAtATime)
+    return end;
+  const std::size_t line_end = text.find_first_of("\r\n", from + kAtATime);
+  std::size_t at = line_end < end ? line_end + 1 : end;
+  if (line_end < end && text[line_end] == '\r' && at < end && text[at] == '\n')
+    ++at;
+  if (at - from <= kMostAtATime)
+    return at;
+  at = from + kMostAtATime;
+  while (at > from + 1 && (static_cast<unsigned char>(text[at]) & 0xC0) == 0x80)
+    --at;
+  return at;
 }
 
-unsigned code_of(CPDFFontType0& font, wchar_t character) {
-  unsigned char bytes[2];
-  font.encode(&character, 1, bytes);
-  return static_cast<unsigned>(bytes[0] << 8 | bytes[1]);
-}
-
-// A space that ends at the next column of eight digits.
-void add_tab(TextFonts& fonts, std::vector<SetGlyph>& glyphs) {
-  constexpr int kDigitsOfColumn = 8;
-  constexpr wchar_t kSpace = ' ';
-  const int font = fonts.find(kSpace);
-  if (font < 0)
-    return;
-  const unsigned code = code_of(fonts.font(font), kSpace);
-  const int advance = advance_of(fonts.font(font), code);
-  const int digit = fonts.find(L'0') == font ? advance_of(fonts.font(font), code_of(fonts.font(font), L'0')) : advance;
-  const int column = std::max(kDigitsOfColumn * digit, 1);
-  int used = 0;
-  for (const SetGlyph& glyph : glyphs)
-    used = (used + glyph.advance - glyph.less) % column;
-  const int wanted = column - used >= advance ? column - used : 2 * column - used;
-  glyphs.push_back({font, code, advance, advance - wanted, kSpace});
-}
-
-// One paragraph as glyphs. False when no font can be used at all.
-bool set_glyphs(TextFonts& fonts, const wchar_t* from, const wchar_t* to, std::vector<SetGlyph>& glyphs,
-                Trouble& trouble) {
-  glyphs.clear();
-  for (; from != to; ++from) {
-    if (*from == '\t') {
-      add_tab(fonts, glyphs);
-      continue;
-    }
-    int font = fonts.find(*from);
-    if (font < 0) {
-      if (is_ignorable(*from))
-        continue;
-      if (trouble.missing++ == 0)
-        trouble.first_missing = *from;
-      font = fonts.first();
-      if (font < 0)
+bool set_text(TextSetter& setter, PageSetter& pages, std::string_view text, const TextOptions& options) {
+  TextFormat format;
+  format.size = options.size;
+  format.kerning = !options.no_kerning;
+  format.width = (options.vertical ? kPageHeight : kPageWidth) - 2 * kMargin;
+  for (std::size_t at = 0; at < text.size();) {
+    const std::size_t end = end_of_part(text, at);
+    if (!setter.set(text.substr(at, end - at), format) || !pages.add_lines())
+      return false;
+    at = end;
+    if (at < text.size() && text[at] == '\f') {
+      if (!pages.finish_page(true))
         return false;
+      ++at;
     }
-    CPDFFontType0& chosen = fonts.font(font);
-    const unsigned number = code_of(chosen, *from);
-    const int advance = advance_of(chosen, number);
-    // In a column a space is as high as an ideograph, which would tear words apart.
-    const int less = chosen.is_vertical() && *from == ' ' ? std::max(advance - kColumnSpace, 0) : 0;
-    glyphs.push_back({font, number, advance, less, *from});
-  }
-  return true;
-}
-
-bool set_text(TextFonts& fonts, PageSetter& pages, const std::vector<wchar_t>& text, const TextOptions& options,
-              Trouble& trouble) {
-  const double room = ((options.vertical ? kPageHeight : kPageWidth) - 2 * kMargin) * 1000 / options.size;
-  std::vector<SetGlyph> glyphs;
-  std::vector<wchar_t> paragraph;
-  for (std::size_t at = 0; at < text.size(); ++at) {
-    const bool ends = text[at] == '\n' || text[at] == '\f';
-    if (!ends && (text[at] >= ' ' || text[at] == '\t'))
-      paragraph.push_back(text[at]);
-    if (!ends && at + 1 != text.size())
-      continue;
-    if (!set_glyphs(fonts, paragraph.data(), paragraph.data() + paragraph.size(), glyphs, trouble))
-      return false;
-    if (glyphs.empty() && text[at] == '\n' && !pages.add_line(nullptr, 0))
-      return false;
-    for (std::size_t start = 0; start < glyphs.size();) {
-      const std::size_t end = end_of_line(glyphs, start, static_cast<int>(room));
-      if (!pages.add_line(glyphs.data() + start, end - start))
-        return false;
-      start = end;
-    }
-    paragraph.clear();
-    if (text[at] == '\f' && !pages.finish_page())
-      return false;
   }
   return pages.finish_page() && pages.store_pages();
 }
 
-int report(const TextOptions& options, const Trouble& trouble) {
-  if (trouble.bad_bytes != 0)
-    complain(options.file, std::to_string(trouble.bad_bytes) + " bytes are no UTF-8; each was set as U+FFFD");
-  if (trouble.missing != 0) {
+int report(const TextOptions& options, const TextSetter& setter, std::size_t bad_bytes) {
+  if (bad_bytes != 0)
+    complain(options.file, std::to_string(bad_bytes) + " bytes are no UTF-8; set as U+FFFD");
+  if (setter.missing() != 0) {
     char first[16];
-    std::snprintf(first, sizeof(first), "U+%04X", static_cast<unsigned>(trouble.first_missing));
-    complain(options.file, std::to_string(trouble.missing) + " characters have no glyph in these fonts, the first is " +
-                               first + "; name a further font by --font");
+    std::snprintf(first, sizeof(first), "U+%04X", static_cast<unsigned>(setter.first_missing()));
+    complain(options.file, std::to_string(setter.missing()) +
+                               " characters have no glyph in these fonts, the first is " + first +
+                               "; name a further font by --font");
   }
-  return trouble.bad_bytes + trouble.missing == 0 ? kExitClean : kExitProblems;
+  return bad_bytes + setter.missing() == 0 ? kExitClean : kExitProblems;
 }
 
 }  // namespace
 
 int add_text_pages(CPDFDoc& doc, const TextOptions& options) {
-  std::string path;
-  if (!input_path(options.file, path))
+  std::string utf8;
+  if (!read_input(options.file, utf8))
     return kExitFailed;
-  std::ifstream in(path, std::ios::binary);
-  if (!in) {
-    complain(input_name(options.file), "the text cannot be opened; check the path and its permissions");
+  constexpr std::string_view kMark = "\xEF\xBB\xBF";
+  std::string_view text = utf8;
+  if (text.substr(0, kMark.size()) == kMark)
+    text.remove_prefix(kMark.size());
+  if (text.empty()) {
+    complain(input_name(options.file), "has no text that could be set into pages");
     return kExitFailed;
   }
-  const std::string utf8{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-  Trouble trouble;
-  const std::vector<wchar_t> text = characters_of(utf8, trouble);
-  TextFonts fonts(doc.table(), options);
-  if (!fonts.open())
+  if (!open_environment(doc.table(), options))
     return kExitFailed;
-  PageSetter pages(doc, fonts, options);
-  const bool done = set_text(fonts, pages, text, options, trouble);
-  fonts.report_refused();
+  TextSetter setter(doc.table(),
+                    {options.bold, options.italic, options.vertical, !options.no_embed, options.embed_restricted});
+  if (!add_fonts(doc.table(), options, setter))
+    return kExitFailed;
+  PageSetter pages(doc, setter, options);
+  const bool done = set_text(setter, pages, text, options);
+  report_refused(setter);
   if (!done) {
     complain(options.file, "could not be set into pages");
     return kExitFailed;
   }
-  return report(options, trouble);
+  return report(options, setter, count_bad_bytes(text));
 }
 
 }  // namespace sheaf::tool

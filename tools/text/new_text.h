@@ -16,7 +16,9 @@ struct TextOptions {
   bool bold = false;
   bool italic = false;
   bool no_embed = false;
+  bool embed_restricted = false;
   bool vertical = false;
+  bool no_kerning = false;
   double size = 12;  ///< Points.
 };
 

@@ -10,6 +10,8 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "sheaf/base/work_watch.h"
+
 using namespace sheaf;
 
 namespace {
@@ -52,6 +54,8 @@ void set_heap_hooks(const QVHeapHooks* hooks) {
 }  // namespace sheaf
 
 void* QVAlloc(std::size_t size) {
+  if (WorkWatch::step())
+    return granted(nullptr);
   return granted(current_heap.alloc(current_heap.context, at_least_one(size)));
 }
 
@@ -86,6 +90,8 @@ void heap_expects_writes(void* block, std::size_t size) {
 }  // namespace sheaf
 
 void* QVRealloc(void* block, std::size_t size) {
+  if (WorkWatch::step())
+    return granted(nullptr);
   return granted(current_heap.realloc(current_heap.context, block, at_least_one(size)));
 }
 

@@ -7,6 +7,8 @@
 #include <cstdint>
 #include <new>
 
+#include "sheaf/base/work_watch.h"
+
 /// The functions behind the heap family. All members must be set; `context` is passed through.
 struct QVHeapHooks {
   void* (*alloc)(void* context, std::size_t size);
@@ -56,7 +58,7 @@ void note_heap_refusal();
 template <class Class>
 struct QVHeapObject {
   static void* operator new(std::size_t size, const std::nothrow_t& tag) noexcept {
-    void* const object = ::operator new(size, tag);
+    void* const object = sheaf::WorkWatch::step() ? nullptr : ::operator new(size, tag);
     if (object == nullptr)
       sheaf::note_heap_refusal();
     return object;

@@ -9,9 +9,19 @@
 #include <cstring>
 
 #include "sheaf/base/heap.h"
-#include "sheaf/base/seek_internal.h"
+#include "sheaf/base/seek.h"
+#include "sheaf/base/work_watch.h"
 
 using namespace sheaf;
+
+namespace {
+
+long long time_of_change(const struct stat& info) {
+  constexpr long long kNanoseconds = 1'000'000'000;
+  return info.st_mtim.tv_sec * kNanoseconds + info.st_mtim.tv_nsec;
+}
+
+}  // namespace
 
 CQVStreamBlocks::~CQVStreamBlocks() {
   CQVStreamBlocks::Close();
@@ -31,6 +41,7 @@ bool CQVStreamBlocks::Open(const char* path) {
     return false;
   }
   len_ = info.st_size;
+  changed_ = time_of_change(info);
   std::fill(starts_, starts_ + kSlots, -1);
   return true;
 }
@@ -66,7 +77,7 @@ unsigned CQVStreamBlocks::read_direct(std::uint8_t* dst, unsigned size) {
 }
 
 unsigned int CQVStreamBlocks::Read(void* dst, unsigned int size) {
-  if (handle_ < 0)
+  if (handle_ < 0 || WorkWatch::step())
     return 0;
   auto* out = static_cast<std::uint8_t*>(dst);
   if (size >= kBlock)
@@ -84,6 +95,14 @@ unsigned int CQVStreamBlocks::Read(void* dst, unsigned int size) {
     pos_ += count;
   }
   return total;
+}
+
+bool CQVStreamBlocks::reads_same_file(const CQVStreamFile& file) const {
+  struct stat mine = {};
+  struct stat other = {};
+  return handle_ >= 0 && file.file != nullptr && fstat(handle_, &mine) == 0 && fstat(fileno(file.file), &other) == 0 &&
+         mine.st_dev == other.st_dev && mine.st_ino == other.st_ino && other.st_size == len_ &&
+         time_of_change(other) == changed_;
 }
 
 void CQVStreamBlocks::Close() {

@@ -18,6 +18,8 @@ public:
   unsigned int Read(void* dst, unsigned int size) override;
   unsigned int Write(const void*, unsigned int) override { return 0; }
   void Close() override;
+  /// Whether `file` is the file that is read, and nobody has changed it since it was opened.
+  bool reads_same_file(const CQVStreamFile& file) const;
 
 private:
   static constexpr unsigned kBlock = 8 * 1024;
@@ -28,6 +30,7 @@ private:
 
   int handle_ = -1;
   long long len_ = 0;
+  long long changed_ = 0;  // when the file was changed last, in nanoseconds, as of opening
   long long pos_ = 0;
   std::uint8_t* blocks_ = nullptr;  // kSlots blocks; a block's slot follows from its place
   long long starts_[kSlots];        // where each slot's block begins, -1 for none

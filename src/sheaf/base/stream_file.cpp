@@ -1,4 +1,5 @@
-// The stream over a C library FILE. It adds no buffering to the C library's.
+// The stream over a C library FILE. It adds no buffering to the C library's, and leaves no bytes in it
+// that were written: a disk that is full would refuse them when nobody asks any more.
 #include <cstring>
 
 #include "sheaf/base/heap.h"
@@ -63,7 +64,10 @@ unsigned int CQVStreamFile::Read(void* dst, unsigned int size) {
 }
 
 unsigned int CQVStreamFile::Write(const void* src, unsigned int size) {
-  return file == nullptr ? 0 : static_cast<unsigned int>(std::fwrite(src, 1, size, file));
+  if (file == nullptr)
+    return 0;
+  const std::size_t count = std::fwrite(src, 1, size, file);
+  return std::fflush(file) == 0 ? static_cast<unsigned int>(count) : 0;
 }
 
 void CQVStreamFile::Flush() {

@@ -4,7 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "sheaf/base/seek_internal.h"
+#include "sheaf/base/seek.h"
 
 using namespace sheaf;
 

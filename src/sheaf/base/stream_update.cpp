@@ -10,7 +10,11 @@ bool CQVStreamUpdate::OpenForUpdate(const char* name) {
     std::fclose(file);
   file = std::fopen(name, "r+b");
   writing_ = overtaken_ = false;
-  return file != nullptr && read_state(left_);
+  if (file == nullptr)
+    return false;
+  // What a full disk refuses must not wait here to be written after the file was cut.
+  std::setvbuf(file, nullptr, _IONBF, 0);
+  return read_state(left_);
 }
 
 bool CQVStreamUpdate::read_state(State& state) const {

@@ -14,9 +14,10 @@ namespace {
 
 // An object met again is copied from its first copy, so that a graph of doubled references doubles
 // at every level. Sound annotations stay far below; a walk that passes these bounds copies no more.
+// Streams that no save has put into the file yet are as much of the document as the file is.
 constexpr std::uint64_t kCopiesPerEntry = 16;
 constexpr std::uint64_t kLeastCopies = 65536;
-constexpr std::uint64_t kBytesPerFileByte = 16;
+constexpr std::uint64_t kBytesPerByte = 16;
 constexpr std::uint64_t kLeastBytes = 16 << 20;
 
 class CopyInside {
@@ -25,7 +26,7 @@ public:
     adopt_map(map, table);
     const long long file_size = table.stream != nullptr ? table.stream->GetLen() : 0;
     copies_left_ = table.xref_count * kCopiesPerEntry + kLeastCopies;
-    bytes_left_ = static_cast<std::uint64_t>(std::max(file_size, 0LL)) * kBytesPerFileByte + kLeastBytes;
+    bytes_left_ = static_cast<std::uint64_t>(std::max(file_size, 0LL)) * kBytesPerByte + kLeastBytes;
   }
 
   // A second reference to an object hands its first copy on as the source: the second copy is made
@@ -46,6 +47,8 @@ public:
   bool begin(const PDF_REF& source, CopiedObject& object) {
     --copies_left_;
     object.ref = {table_.alloc_obj_num(), 0};
+    if (first_made_ == 0)
+      first_made_ = object.ref.num;
     const std::uint32_t most = std::max(table_.max_obj_num(), table_.next_obj_num);
     if (static_cast<std::uint32_t>(source.num) > most ||
         !map_record(map_, source.num, static_cast<std::uint32_t>(object.ref.num)))
@@ -57,13 +60,18 @@ public:
     if (!read_stored_bytes(table_, *rec, object.data, object.len))
       return false;
     const auto size = static_cast<std::uint64_t>(object.len);
+    if (rec->source != table_.stream && source.num < first_made_)
+      bytes_left_ += size * kBytesPerByte;
     bytes_left_ -= std::min(size, bytes_left_);
     return bytes_left_ != 0;
   }
 
   void finish(CopiedObject& object) {
     if (CPDFStreamRec* rec = object.obj.as_stream()) {
-      // "Length" stays as the walk left it; a save prints the true count.
+      // "Length" stays as the walk left it; a save prints the true count. Of no bytes, which a record
+      // cannot count, it must not promise any: encrypted, they had some.
+      if (object.len == 0)
+        rec->dict.set_item_int(CPDFDictionary::sm_tag_length, 0);
       rec->source = table_.set_mem_stream(object.ref, object.data, object.len);
       rec->offset = 0;
       rec->length = object.len;
@@ -83,6 +91,7 @@ private:
   CPDFCloneMap& map_;
   std::uint64_t copies_left_ = 0;
   std::uint64_t bytes_left_ = 0;
+  std::int32_t first_made_ = 0;  // the number of the first copy
 };
 
 }  // namespace

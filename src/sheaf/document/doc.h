@@ -15,17 +15,19 @@
 #include <cstdint>
 
 #include "sheaf/base/grow_array.h"
-#include "sheaf/base/number_map.h"
-#include "sheaf/base/scope_guard.h"
 #include "sheaf/base/stream.h"
 #include "sheaf/base/stream_blocks.h"
 #include "sheaf/base/stream_update.h"
+#include "sheaf/document/metadata/doc_metadata.h"
+#include "sheaf/document/pages/page_list.h"
+#include "sheaf/document/save/doc_saver.h"
+#include "sheaf/document/save/save_kinds.h"
 #include "sheaf/neighbours/page/page.h"
 #include "sheaf/neighbours/security/standard_handler.h"
 #include "sheaf/xref/xref_table.h"
 
 namespace sheaf {
-class DeepRecovery;
+class DocumentOpener;
 class ObjectRescue;
 }  // namespace sheaf
 
@@ -40,44 +42,6 @@ enum class PDF_OPEN : std::int32_t {
   kDamaged,    ///< No catalogue with pages could be found.
   kNoMemory,
   kTooLarge,  ///< 4 GiB or more: offsets have 32 bits.
-};
-
-/// How an update section ends.
-enum class PDF_SAVE_FORM : std::int32_t {
-  kAsFile,   ///< As the file's newest section does.
-  kClassic,  ///< In a classic table.
-  kStream,   ///< In a cross-reference stream.
-};
-
-/// How the last `save_update` ended.
-enum class PDF_SAVE : std::int32_t {
-  kDone,         ///< All changes are in the file.
-  kUnchanged,    ///< There was nothing to write.
-  kShort,        ///< The output came short, as on a full disk: `undo_failed_save` takes back what was written.
-  kFileChanged,  ///< Another program changed, cut, replaced or removed the file. Nothing was written.
-  kRefused,      ///< The document cannot be saved: no memory, no keys, no catalogue. Nothing was written.
-};
-
-/// What a plain save does with the plain save before it.
-enum class PDF_SAVE_SAFETY : std::int32_t {
-  kWriteOver,  ///< Goes over it, so that the file stays short.
-  kAppend,     ///< Goes behind it, so that what the last save wrote outlives one that fails.
-};
-
-/// The frame of PDF/A-1 (ISO 19005-1, 6.2.2, 6.7) that saves give a document.
-enum class PDF_FRAME : std::int32_t {
-  kNone,   ///< As it is.
-  kFrame,  ///< An output intent with its profile, and metadata.
-  kClaim,  ///< The same, and the metadata identify the document as PDF/A-1b: the caller vouches for the rest.
-};
-
-/// What a document has of that frame.
-struct PDF_FRAME_FOUND {
-  int output_intents = 0;         ///< How many there are,
-  int pdfa_intents = 0;           ///< and how many of them for PDF/A with a profile.
-  bool has_metadata = false;      ///< The catalogue has a metadata stream,
-  bool metadata_is_read = false;  ///< which is a packet that can be read,
-  char claim[8] = {};             ///< and identifies the document as, for example, "1B"; "" when it does not.
 };
 
 /// One thing that had to be healed.
@@ -107,6 +71,10 @@ public:
   bool open(CQVStream* stream);
   /// Opens a file for reading and writing, so that `save_update` can go behind its end.
   bool open_for_update(const char* path);
+  /// Goes on with a document of `open(path)` as if it had been opened by `open_for_update`: what was changed waits
+  /// for `save_update`. False, and the document stays as it was, when the file cannot be written or is no longer the
+  /// one that was opened. True without effect where the document can be saved already.
+  bool begin_update(const char* path);
   /// Starts a new document on an empty stream that the caller keeps open until `close`.
   bool create(CQVStream* stream);
   /// Releases everything; harmless twice.
@@ -141,7 +109,7 @@ public:
   /// is walked after all.
   bool list_pages_as_told();
   /// Whether the list is still as the nodes tell.
-  bool has_pages_as_told() const { return believed_; }
+  bool has_pages_as_told() const { return pages_.is_as_told(); }
   /// Reads page `index` with what it inherits. False when there is none.
   bool load_page(int index, CPDFPage& page);
   /// The same without resources that stand directly in a node above: `page.inherited` names the node,
@@ -150,23 +118,25 @@ public:
   /// Whether `page` has no resources of its own, but a node above it holds some directly.
   bool inherits_direct_resources(const CPDFPage& page);
   /// The resources that stand directly in the node `holder`, as PDF_INHERITED names it. Null for none.
-  void read_direct_resources(CPDFObj& resources, std::int32_t holder);
+  void read_direct_resources(CPDFObj& resources, std::int32_t holder) {
+    pages_.nodes.read_direct_resources(resources, holder);
+  }
   /// Whether a value is absent: no item, a null, or a reference to nothing.
-  bool is_absent(const CPDFObj* item);
+  bool is_absent(const CPDFObj* item) { return pages_.nodes.is_absent(item); }
   /// A page that is listed more often than this, all copies of all pages counted, is listed as the
   /// object that it is: a copy each would take memory out of all proportion to the file.
   static constexpr std::int32_t kMostPageCopies = 1 << 14;
 
   /// Puts a page object of this document in front of page `index`, or behind the last page. The page
   /// tree follows with the next save. False when there is no such place, or when `page` is no page.
-  bool insert_page(int index, const PDF_REF& page);
+  bool insert_page(int index, const PDF_REF& page) { return pages_.insert(index, page); }
   /// Takes page `index` off the list; its object stays.
-  bool remove_page(int index);
+  bool remove_page(int index) { return pages_.remove(index); }
   /// Moves page `from` so that it becomes page `to`.
-  bool move_page(int from, int to);
+  bool move_page(int from, int to) { return pages_.move(from, to); }
   /// Writes the page tree anew when pages were edited; saves do so themselves. False when there is no
   /// memory or no catalogue that can be changed.
-  bool store_page_tree();
+  bool store_page_tree() { return pages_.store_tree(); }
 
   /// Gives new stream data a temporary file without a name in `folder` (null: TMPDIR, else /tmp),
   /// which goes with the document or the process. Without one they stay in memory. A document that
@@ -174,7 +144,7 @@ public:
   bool use_temp_file(const char* folder);
   /// Sets a text of the document information ("Title", "Author" ...) and the date of change; a packet of
   /// metadata follows with the next save. The change waits for a save.
-  bool set_info(const char* key, const char* utf8);
+  bool set_info(const char* key, const char* utf8) { return metadata_.set_info(key, utf8); }
   /// Embeds a file of less than 2 GiB and lists it among the document's embedded files under its base
   /// name. False when that fails; `table().file_too_large` is then not 0 if the file's size is why.
   bool attach(const char* path);
@@ -182,34 +152,42 @@ public:
   /// Whether plain saves go over one another, as they do unless asked otherwise. With kAppend the plain
   /// sections become one with the next sealed save, and at `close` when all is saved. Only a document of
   /// `open_for_update` can be saved so.
-  void set_save_safety(PDF_SAVE_SAFETY safety) { safety_ = safety; }
+  void set_save_safety(PDF_SAVE_SAFETY safety) { saver_.set_safety(safety); }
   /// What saves add to the document besides its changes; nothing unless asked for.
-  void set_frame(PDF_FRAME frame) { frame_ = frame; }
+  void set_frame(PDF_FRAME frame) { metadata_.set_frame(frame); }
   /// What it has of that.
-  void read_frame(PDF_FRAME_FOUND& found);
+  void read_frame(PDF_FRAME_FOUND& found) { metadata_.read_frame(found); }
   /// Whether a save found a packet of metadata that cannot be read, and so left it as it was.
-  bool metadata_left_behind() const { return metadata_left_; }
+  bool metadata_left_behind() const { return metadata_.packet_left_behind(); }
   /// Writes all changes as an update section, encrypted as the document is; `sign` seals it. Each
   /// section has an identifier of its own (ISO 32000-1, 14.4). Without a change since the last save
   /// nothing is written. False when the changes are not in the file; `last_save` says why.
-  bool save_update(PDF_SAVE_FORM form, PDF_SIGN_DATA* sign);
-  PDF_SAVE last_save() const { return last_save_; }
+  bool save_update(PDF_SAVE_FORM form, PDF_SIGN_DATA* sign) { return saver_.save_update(form, sign); }
+  PDF_SAVE last_save() const { return saver_.last_save(); }
   /// Where the last state that is whole ends in the file: that of opening, of the last sealed save or,
   /// with kAppend, of the last plain one. Counted from the file's first byte.
-  long long sound_end() const;
+  long long sound_end() const { return saver_.sound_end(); }
   /// Cuts off, after a save that failed, what it left behind `sound_end`. The changes go on waiting,
   /// and the next save writes all of them. False when the file cannot be cut.
-  bool undo_failed_save();
+  bool undo_failed_save() { return saver_.undo_failed_save(); }
 
   /// Puts the document's identifier into `id`, an empty one when there is none: what a new file needs
   /// whose keys stay as they are.
   void keep_identifier(CPDFObj& id);
   /// Writes a complete new file to `target.stream`. A catalogue or document information that stands
   /// directly in the trailer becomes an object first, so that what it refers to is kept.
-  void save_complete(CPDFXRefTable& target, CPDFEncrypt* enc);
+  void save_complete(CPDFXRefTable& target, CPDFEncrypt* enc) { saver_.save_complete(target, enc); }
+  /// Brings into memory what a complete new file needs that the document does not have yet: the page
+  /// tree after edits, what the fonts collected, metadata in step with the document information, objects
+  /// for what stands directly in the trailer; streams lose crypt filters that `enc` (null: no encryption)
+  /// does not have. `id` gets a new identifier where it is null. False when there is no memory.
+  bool prepare_complete(CPDFObj& id, const CPDFEncrypt* enc) { return saver_.prepare_complete(id, enc); }
+  /// Writes the page tree anew, in branches of equal size: each page then has all that it inherited from
+  /// above itself, and is listed once. The change waits for a save. False as for `store_page_tree`.
+  bool rebuild_page_tree() { return pages_.rebuild_tree(); }
   /// Cuts the file opened for update to `size` bytes, counted from its first one. False, and nothing is
   /// done, when that is in front of the end of what was opened or sealed, or behind the file's end.
-  bool truncate_to(long long size);
+  bool truncate_to(long long size) { return saver_.truncate_to(size); }
 
   /// The page list of a linearized file from its start alone, without its main table. True when the
   /// file was not updated since and every page that the hints name stands where they say; the list
@@ -220,6 +198,8 @@ public:
 
   /// The reference to object `num`, with the generation that its entry or its header bears.
   PDF_REF reference_to(std::int32_t num);
+  /// Reads all older sections now, also those behind one that cannot be read.
+  void read_all_sections();
   /// Whether the table can lead to object `num`: false when it has an entry behind which the object is
   /// not there. An object without an entry, or with that of a free one, is no loss.
   bool can_reach(std::int32_t num);
@@ -230,105 +210,13 @@ public:
   const sheaf::GrowArray<PDF_DOC_REPAIR>& repairs();
 
 private:
-  struct PageEntry {
-    PDF_REF ref;
-    std::int32_t node;  // index into nodes_, -1 for none
-  };
-  struct Attempt {
-    bool usable = false;   // a catalogue with a page tree
-    bool trusted = false;  // and every object met on the way to the first page stood at its entry's place
-    bool has_pages = false;
-    bool has_no_pages = false;  // the tree itself says so
-  };
-
-  // Where a file says that its newest section begins.
-  struct StartMark {
-    long long position;  // of the word itself
-    std::uint32_t offset = 0;
-    bool has_number = false;
-    bool is_cut = false;
-  };
-
-  bool is_too_large() const;
+  // open/
+  friend class sheaf::DocumentOpener;
+  friend class sheaf::ObjectRescue;
   bool open_stream();
   void reset_table();
-  void begin_at(long long base);
-  void find_header();
-  bool find_startxref(StartMark& mark);
-  void read_start_mark(StartMark& mark);
-  std::uint32_t adjust_section_offset(std::uint32_t offset);
-  bool is_section_at(std::uint32_t offset);
-  void look_behind(const StartMark& mark);
-  void tell_of_missing_bytes();
-  bool try_sections();
-  bool try_section_before(const StartMark& mark);
-  bool try_linearized();
-  bool try_rebuild();
-  bool try_deep_recovery();
-  bool heal();
-  Attempt examine();
-  bool header_stands_at(const PDF_REF& ref);
-  bool offsets_mislead();
   bool waits_for_password() const { return is_encrypted() && !is_readable(); }
-  bool authorise_quietly();
-  bool finish(PDF_OPEN status);
-  void read_version();
-  bool has_sound_sections();
-
-  // save/
-  PDF_SAVE write_changes(PDF_SAVE_FORM form, PDF_SIGN_DATA* sign);
-  bool write_section(PDF_SAVE_FORM form, PDF_SIGN_DATA* sign);
-  bool write_behind(long long start, PDF_SAVE_FORM form);
-  bool write_within(long long limit, PDF_SAVE_FORM form, PDF_SIGN_DATA* sign);
-  bool seal_over_plain_sections(PDF_SAVE_FORM form, PDF_SIGN_DATA* sign);
-  void fold_plain_sections();
-  bool appends() const { return safety_ == PDF_SAVE_SAFETY::kAppend && file_.file != nullptr; }
-  bool is_saved() const { return saved_changes_ == table_.change_count; }
-  void forget_plain_sections();
-  bool renew_identifier(CPDFObj& id);
-  bool store_frame();
-  bool store_metadata();
-
-  void detach_from_old_sections();
-  void store_last_object(std::uint32_t num);
-  bool give_trailer_values_numbers();
-  bool reach_last_number();
-  void free_members_of_lost_streams();
-  bool comes_along(std::uint32_t num);
-  void read_all_sections();
-  void drop_unknown_crypt_filters(const CPDFEncrypt* enc);
-  bool begins_at_its_place(std::uint32_t num);
   void add_repair(const char* code, std::int32_t num, std::uint32_t offset, const char* action);
-
-  // page_tree.cpp
-  bool look_at_tree(Attempt& attempt);
-  bool reaches_a_page(Attempt& attempt, CPDFObj& kids);
-  bool is_leaf(const CPDFDictionary& dict, CPDFObj& kids);
-  void list_pages(bool believing);
-  bool walk_pages(bool believing);
-  bool take_direct_kid(CPDFObj& kid, const PDF_REF& node);
-  void store_kids(const PDF_REF& node, const CPDFObj& kids);
-  bool counts_kids_as_pages(const CPDFDictionary& node, const CPDFArray& kids);
-  bool is_page(const CPDFDictionary& dict);
-  bool misses_pages();
-  void ensure_pages();
-  int count_by_nodes();
-  void take_inherited(const CPDFDictionary& dict, PDF_INHERITED& values);
-
-  void forget_resources();
-  std::int32_t add_node(const CPDFDictionary& dict, const PDF_REF& ref, std::int32_t parent);
-  std::int32_t node_above(const CPDFDictionary& page);
-
-  // page_edit.cpp
-  int edit_pages();
-  bool detach_page(int index, bool listed_before);
-  PDF_REF share_direct_resources(std::int32_t holder);
-  void keep_resources_of(std::int32_t top);
-
-  // deep_recovery.cpp
-  friend class sheaf::DeepRecovery;
-  friend class sheaf::ObjectRescue;
-  void tell_of_missing(std::int32_t num);
 
   CPDFXRefTable table_;
   CPDFStandardSecHand handler_;
@@ -340,33 +228,13 @@ private:
   PDF_OPEN status_ = PDF_OPEN::kClosed;
   bool linearized_ = false;
   bool authorised_ = false;
-  bool pages_changed_ = false;
-  bool pages_incomplete_ = false;  // there was no memory for all of them
   char version_[8]{};
   long long file_size_ = 0;
-  std::uint32_t stated_section_ = 0;  // where the end of the file says that the newest section begins
-  std::uint32_t stated_length_ = 0;   // "L" of the linearization
   long long header_offset_ = 0;
-  bool walked_ = false;
-  bool believed_ = false;  // the list is what the nodes tell
-  int quick_count_ = -1;   // by the nodes' counts; -1 unknown or contradictory
-  sheaf::GrowArray<PageEntry> pages_;
-  sheaf::GrowArray<PDF_INHERITED> nodes_;
-  sheaf::NumberMap node_by_number_;    // index into nodes_ plus one, by object number
-  sheaf::NumberMap node_of_removed_;   // the same, by the number of a page that was taken off the list
-  sheaf::NumberMap shared_resources_;  // the object with a node's direct resources, by the node's number
-  sheaf::Freed<CPDFObj> direct_resources_;
-  std::int32_t resources_from_ = 0;  // the node that holds them
+  sheaf::PageList pages_{table_};
   sheaf::GrowArray<PDF_DOC_REPAIR> repairs_;
   std::uint32_t table_repairs_told_ = 0;
 
-  PDF_SAVE_SAFETY safety_ = PDF_SAVE_SAFETY::kWriteOver;
-  PDF_FRAME frame_ = PDF_FRAME::kNone;
-  PDF_SAVE last_save_ = PDF_SAVE::kUnchanged;
-  PDF_SAVE_FORM last_form_ = PDF_SAVE_FORM::kAsFile;
-  std::uint64_t saved_changes_ = 0;  // the table's count of changes that the file holds; 0 unknown
-  long long plain_start_ = 0;        // the last of the plain sections that stand behind one another
-  long long plain_end_ = 0;          // and where it ends; 0 when there is none
-  std::uint32_t changed_info_ = 0;   // by index of the XMP property
-  bool metadata_left_ = false;
+  sheaf::DocMetadata metadata_{table_};
+  sheaf::DocSaver saver_{*this, file_, metadata_};
 };

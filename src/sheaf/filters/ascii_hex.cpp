@@ -8,11 +8,15 @@ using namespace sheaf;
 // The next digit of the input, or -1 at its end.
 int CPDFStreamASCIIHex::next_digit() {
   while (left > 0) {
-    const int digit = hex_value(static_cast<char>(*cursor++));
+    const char character = static_cast<char>(*cursor++);
+    const int digit = hex_value(character);
     --left;
+    ends_ = ends_ || character == '>';
     if (digit >= 0)
       return digit;
   }
+  if (!ends_)
+    early_end = kEarlyEndData;
   return -1;
 }
 

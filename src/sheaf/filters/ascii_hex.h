@@ -11,4 +11,6 @@ public:
 
 private:
   int next_digit();
+
+  bool ends_ = false;  // the end marker was met
 };

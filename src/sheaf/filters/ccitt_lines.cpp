@@ -70,6 +70,8 @@ void CPDFStreamFAX::open(int k_value, int columns_value, int rows_value, int ali
 int CPDFStreamFAX::read_block(void* dst, int size) {
   if (columns < 1 || runs == nullptr || size < (columns + 7) / 8)
     return 0;
+  if (at_end())
+    early_end = kEarlyEndData;  // the rows from here on are made of nothing
   auto* line = static_cast<unsigned char*>(dst);
   std::memset(line, 0, static_cast<std::size_t>(size));
   if (k == 0) {

@@ -8,6 +8,7 @@
 #include "sheaf/base/heap.h"
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/filters/decode_parms.h"
+#include "sheaf/filters/early_end.h"
 #include "sheaf/filters/stream_filter.h"
 #include "sheaf/xref/xref_table.h"
 
@@ -88,12 +89,22 @@ private:
     const std::unique_ptr<CPDFStream> held(stage);
     const std::int64_t ceiling = table_.decoded_ceiling;
     const int most = ceiling > 0 ? static_cast<int>(std::min<std::int64_t>(ceiling, kMostStageBytes)) : kMostStageBytes;
-    if (table_.chain_work > kMostChainWork)
+    if (table_.stream_work.done() > kMostChainWork)
       return nullptr;
     size = rec_.decoded_hint;
     unsigned char* block = stage->buffer_load(most, size);
-    table_.chain_work += std::clamp(size, kLeastStageWork, kMostStageBytes);
+    table_.stream_work.add(std::clamp(size, kLeastStageWork, kMostStageBytes));
+    note_early_end(*stage);
     return block;
+  }
+
+  // What the last stage is made of may be cut already, by damage or because it is too large.
+  void note_early_end(CPDFStream& stage) {
+    char next = 0;
+    if (stage.filter_type != kFilterFlate && stage.read_block(&next, 1) > 0)
+      early_end_ = kEarlyEndLimit;
+    if (early_end_ == kEarlyEndNone)
+      early_end_ = early_end(stage);
   }
 
   CPDFStream* build_stages(const CPDFArray& names, unsigned char* data, int len) {
@@ -107,6 +118,8 @@ private:
       unsigned char* block = run_stage(stage, size);
       stage = block != nullptr ? make_stage(names, i, block, size) : nullptr;
     }
+    if (stage != nullptr && stage->early_end == kEarlyEndNone)
+      stage->early_end = early_end_;
     return stage;
   }
 
@@ -114,16 +127,15 @@ private:
   const CPDFStreamRec& rec_;
   Freed<CPDFObj> filters_;
   Freed<CPDFObj> parms_;
+  CPDFEarlyEnd early_end_ = kEarlyEndNone;
 };
 
 }  // namespace
 
 CPDFStream* CPDFXRefTable::make_stream(const CPDFStreamRec* rec) {
-  if (stream_depth >= kMostNestedStreams || (stream_depth > 0 && chain_work > kMostChainWork))
+  if (stream_work.is_spent(kMostNestedStreams, kMostChainWork))
     return nullptr;
-  chain_work = stream_depth > 0 ? chain_work + kNestedStreamWork : 0;
-  ++stream_depth;
-  const ScopeGuard leave([this] { --stream_depth; });
+  const StreamWork::Stream making(stream_work, kNestedStreamWork);
   int len = 0;
   unsigned char* block = load_raw_data(rec, len);
   return block != nullptr ? FilterChain(*this, *rec).build(block, len) : nullptr;

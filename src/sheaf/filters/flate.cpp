@@ -1,4 +1,5 @@
-// Inflating by zlib, in pieces of the output buffer. Damaged data end where zlib gives up.
+// Inflating by zlib, in pieces of the output buffer, or whole where a caller wants all of it and it is sound. Damaged
+// data end where zlib gives up.
 #include "sheaf/filters/flate.h"
 
 #include <algorithm>
@@ -6,6 +7,7 @@
 #include <new>
 
 #include "sheaf/filters/predictor.h"
+#include "sheaf/filters/whole_inflate.h"
 
 using namespace sheaf;
 
@@ -26,6 +28,9 @@ void CPDFStreamFlate::release() {
   zstream = {};
   delete predictor;
   predictor = nullptr;
+  QVFree(whole_);
+  whole_ = nullptr;
+  whole_size_ = whole_pos_ = 0;
 }
 
 void CPDFStreamFlate::close() {
@@ -40,6 +45,9 @@ int CPDFStreamFlate::open(unsigned int predictor_kind, unsigned int columns, uns
   if (predictor_kind != 1)
     predictor = new (std::nothrow) CPDFPredictor(this, static_cast<int>(predictor_kind), static_cast<int>(columns),
                                                  static_cast<int>(colors), static_cast<int>(bits_per_component));
+  QVFree(whole_);
+  whole_ = nullptr;
+  whole_size_ = whole_pos_ = 0;
   out_end = out_pos = 0;
   inflateEnd(&zstream);
   zstream = {};
@@ -90,25 +98,43 @@ int CPDFStreamFlate::inflate_pieces(std::uint8_t* dst, int size) {
 }
 
 bool CPDFStreamFlate::reached_end() {
-  // Further bytes are a false checksum at the end of the data, and something else everywhere before it.
-  unsigned char more[8] = {};
+  if (whole_ != nullptr)
+    return true;
   std::uint8_t unused[16];
-  const auto go_on = [&] {
-    zstream.next_out = unused;
-    zstream.avail_out = sizeof(unused);
-    return inflate(&zstream, Z_SYNC_FLUSH);
-  };
-  int result = go_on();
-  if (result == Z_BUF_ERROR || result == Z_OK) {
-    zstream.next_in = more;
-    zstream.avail_in = sizeof(more);
-    result = go_on();
-    zstream.avail_in = 0;
-  }
-  return result == Z_STREAM_END || (zstream.msg != nullptr && std::strcmp(zstream.msg, "incorrect data check") == 0);
+  zstream.next_out = unused;
+  zstream.avail_out = sizeof(unused);
+  return inflate(&zstream, Z_SYNC_FLUSH) == Z_STREAM_END || (ends_before(0) && ends_before(0xFF));
+}
+
+// Whether further bytes of the value `next` are taken for a false checksum. Two values are enough to
+// know: no code that ends a block begins with both.
+bool CPDFStreamFlate::ends_before(std::uint8_t next) {
+  z_stream copy = {};
+  if (inflateCopy(&copy, &zstream) != Z_OK)
+    return false;
+  unsigned char more[8];
+  std::memset(more, next, sizeof(more));
+  std::uint8_t unused[16];
+  copy.next_in = more;
+  copy.avail_in = sizeof(more);
+  copy.next_out = unused;
+  copy.avail_out = sizeof(unused);
+  const int result = inflate(&copy, Z_SYNC_FLUSH);
+  const bool is_false_sum = copy.msg != nullptr && std::strcmp(copy.msg, "incorrect data check") == 0;
+  inflateEnd(&copy);
+  return result == Z_STREAM_END || is_false_sum;
+}
+
+bool CPDFStreamFlate::decode_whole(std::size_t most) {
+  if (whole_ != nullptr || has_begun() || left < 1)
+    return whole_ != nullptr;
+  whole_ = inflate_whole(data, static_cast<std::size_t>(left), static_cast<std::size_t>(size_hint), most, whole_size_);
+  return whole_ != nullptr;
 }
 
 int CPDFStreamFlate::get_char2() {
+  if (whole_ != nullptr)
+    return whole_pos_ < whole_size_ ? whole_[whole_pos_++] : -1;
   if (out_pos < out_end)
     return out_buf[out_pos++];
   if (zstream.avail_in == 0 || !refill())
@@ -119,6 +145,12 @@ int CPDFStreamFlate::get_char2() {
 
 int CPDFStreamFlate::read_block2(void* dst, int size) {
   auto* out = static_cast<std::uint8_t*>(dst);
+  if (whole_ != nullptr) {
+    const std::size_t count = std::min(whole_size_ - whole_pos_, static_cast<std::size_t>(std::max(size, 0)));
+    std::memcpy(out, whole_ + whole_pos_, count);
+    whole_pos_ += count;
+    return static_cast<int>(count);
+  }
   int total = 0;
   int available = out_end - out_pos;
   // An exact fit refills too, one step early.

@@ -30,6 +30,7 @@ public:
   int read_block(void* dst, int size) override;
   int get_char2() override;
   int read_block2(void* dst, int size) override;
+  bool decode_whole(std::size_t most) override;
   /// Starts decoding. Only `predictor` 1 means none: any other value, 0 too, builds one.
   virtual int open(unsigned int predictor, unsigned int columns, unsigned int colors, unsigned int bits_per_component);
 
@@ -38,7 +39,13 @@ public:
   bool reached_end();
 
 private:
+  bool ends_before(std::uint8_t next);
   bool refill();
   int inflate_pieces(std::uint8_t* dst, int size);
+  bool has_begun() const { return zstream.next_in != data || out_end != 0; }
   void release();
+
+  std::uint8_t* whole_ = nullptr;  // all of the data, owned; null while they are inflated in pieces
+  std::size_t whole_size_ = 0;
+  std::size_t whole_pos_ = 0;
 };

@@ -19,8 +19,12 @@ void CPDFStreamRunlen::open() {
 
 int CPDFStreamRunlen::fill_buf() {
   run_start = run_end = run_buf;
-  if (run_state != 0 || left < 1)
+  if (run_state != 0)
     return 0;
+  if (left < 1) {
+    early_end = kEarlyEndData;
+    return 0;
+  }
   const int code = *cursor++;
   --left;
   if (code == kEndOfData) {
@@ -35,8 +39,10 @@ int CPDFStreamRunlen::fill_buf() {
     run_end = run_buf + count;
     return count;
   }
-  if (left < 1)
+  if (left < 1) {
+    early_end = kEarlyEndData;
     return 0;
+  }
   const int count = 257 - code;
   std::memset(run_buf, *cursor++, static_cast<std::size_t>(count));
   --left;

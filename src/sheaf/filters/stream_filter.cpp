@@ -10,11 +10,12 @@ using namespace sheaf;
 
 namespace {
 
-constexpr unsigned kRound = 0x400;          // the estimate is rounded up to a multiple of this
-constexpr unsigned kFirstStep = 0x400;      // what is read behind the estimate at first
-constexpr unsigned kLargestStep = 0x10000;  // steps double up to here, which bounds the overshoot
-constexpr int kMostEstimate = 0x40000000;   // sizes stay below 2^31 whatever the hint says
-constexpr unsigned kSpare = 4;              // behind the data, for the NUL
+constexpr unsigned kRound = 0x400;            // the estimate is rounded up to a multiple of this
+constexpr unsigned kFirstStep = 0x400;        // what is read behind the estimate at first
+constexpr unsigned kLargestStep = 0x10000;    // steps double up to here, which bounds the overshoot
+constexpr int kMostEstimate = 0x40000000;     // sizes stay below 2^31 whatever the hint says
+constexpr unsigned kSpare = 4;                // behind the data, for the NUL
+constexpr std::size_t kMostWhole = 16 << 20;  // data are in memory twice for a moment when they are decoded whole
 
 // Reallocates or, on failure, releases: the caller then gives up with nothing held.
 std::uint8_t* resized(std::uint8_t* block, unsigned size) {
@@ -54,13 +55,18 @@ int CPDFStream::read_block(void* dst, int size) {
 int CPDFStream::most_text(int most) const {
   constexpr std::int64_t kFree = 64 * 1024;
   constexpr std::int64_t kPerByte = 64;
-  const bool is_picture = filter_type == kFilterCCITTFax || filter_type == kFilterDCT || filter_type == kFilterJBIG2 ||
-                          filter_type == kFilterJPX;
   const std::int64_t justified = kFree + std::max(left, 0) * kPerByte;
-  return is_picture ? static_cast<int>(std::min<std::int64_t>(most, justified)) : most;
+  return is_picture() ? static_cast<int>(std::min<std::int64_t>(most, justified)) : most;
+}
+
+bool CPDFStream::decode_whole(std::size_t) {
+  return false;
 }
 
 std::uint8_t* CPDFStream::buffer_load(int max_len, int& len) {
+  // What ends this far in front of `max_len` is never cut.
+  if (max_len > static_cast<int>(2 * kLargestStep))
+    decode_whole(std::min(static_cast<std::size_t>(max_len) - 2 * kLargestStep, kMostWhole));
   const auto estimate = static_cast<unsigned>(std::clamp(len > 0 ? len : size_hint, 0, kMostEstimate));
   len = 0;
   const unsigned first = (estimate + (kRound - 1)) & ~(kRound - 1);

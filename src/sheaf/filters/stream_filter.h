@@ -3,6 +3,7 @@
 // Damaged input gives what could be decoded and then 0; no filter has an error state.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 #include "sheaf/base/heap.h"
@@ -22,6 +23,13 @@ enum CPDFFilterType : std::int32_t {
   kFilterJPX = 9,
 };
 
+/// Why a decoder gave less than was encoded.
+enum CPDFEarlyEnd : std::int32_t {
+  kEarlyEndNone = 0,
+  kEarlyEndData = 1,   ///< The data are cut off, or damaged beyond what can be decoded.
+  kEarlyEndLimit = 2,  ///< They ask for more work or memory than data of their length may take.
+};
+
 /// Base of the decoders; by itself it hands out its input unchanged.
 class CPDFStream : public QVHeapObject<CPDFStream> {
 public:
@@ -31,6 +39,8 @@ public:
   std::int32_t left = 0;                   ///< Input bytes not yet consumed.
   std::int32_t size_hint = 0;              ///< Expected output size, the first estimate of buffer_load.
   std::int32_t borrowed = 0;               ///< Not 0: `data` is not to be freed.
+  /// What is known so far, of this stage or of one in front of it; `early_end` in early_end.h completes it.
+  CPDFEarlyEnd early_end = kEarlyEndNone;
 
   /// Takes over `block` of `len` bytes.
   CPDFStream(std::uint8_t* block, std::int32_t len) : data(block), cursor(block), left(len), size_hint(len) {}
@@ -50,9 +60,19 @@ public:
   /// The caller owns the result and releases it with QVFree.
   std::uint8_t* buffer_load(int max_len, int& len);
 
+  /// Decodes everything now, for who wants all of it: the bytes come from memory then. It takes less time and more
+  /// memory, `most` bytes of it and a third. False, and nothing changes, where a decoder cannot, or not within `most`
+  /// bytes, where the data are damaged, and once reading has begun.
+  virtual bool decode_whole(std::size_t most);
+
   /// The `max_len` for draining what is no picture: `most`, but little for the decoders of images,
   /// some of which go on with blank rows for ever.
   int most_text(int most) const;
+  /// Whether this is a decoder of images.
+  bool is_picture() const {
+    return filter_type == kFilterCCITTFax || filter_type == kFilterDCT || filter_type == kFilterJBIG2 ||
+           filter_type == kFilterJPX;
+  }
 };
 
 /// Base of the two decoders whose output a predictor can post-process.

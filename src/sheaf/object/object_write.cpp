@@ -13,8 +13,8 @@
 #include "sheaf/object/dictionary.h"
 #include "sheaf/object/encrypt.h"
 #include "sheaf/object/object.h"
-#include "sheaf/object/print_buffer_internal.h"
-#include "sheaf/object/scalar_print_internal.h"
+#include "sheaf/object/print_buffer.h"
+#include "sheaf/object/scalar_print.h"
 #include "sheaf/object/stored_bytes.h"
 #include "sheaf/object/stream_rec.h"
 #include "sheaf/object/work_stack_internal.h"
@@ -171,6 +171,10 @@ void ObjectPrinter::print_stream_dict(const CPDFDictionary& dict, std::int32_t l
 }
 
 void ObjectPrinter::print_stream(const CPDFStreamRec& rec) {
+  // Nothing of a cross-reference stream is encrypted, neither the strings of its dictionary (ISO 32000-1, 7.5.8.2).
+  const CPDFObj* const type = rec.dict.get_item(CPDFDictionary::sm_tag_type);
+  if (type != nullptr && type->is_name("XRef"))
+    para_.encrypt = nullptr;
   const bool encrypts = para_.encrypt != nullptr && para_.encrypt->encrypts_stream(para_.obj_num, para_.gen, &rec.dict);
   StoredBytes body;
   if (body.find(rec, rec.source, rec.dict.get_item(CPDFDictionary::sm_tag_length), NoLength::kEmpty))

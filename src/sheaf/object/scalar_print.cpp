@@ -1,5 +1,5 @@
 // Strings are printed in hexadecimal where escapes would make the literal form longer.
-#include "sheaf/object/scalar_print_internal.h"
+#include "sheaf/object/scalar_print.h"
 
 #include <algorithm>
 #include <array>

@@ -4,7 +4,7 @@
 #include "sheaf/base/number_text.h"
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/object/parse_buf.h"
-#include "sheaf/save/stored_print_internal.h"
+#include "sheaf/save/stored_print.h"
 #include "sheaf/xref/xref_table.h"
 
 using namespace sheaf;

@@ -1,5 +1,5 @@
 // The body is taken through the one reader of stored bytes, and printed with the count that it has.
-#include "sheaf/save/stored_print_internal.h"
+#include "sheaf/save/stored_print.h"
 
 #include "sheaf/object/stored_bytes.h"
 

@@ -4,7 +4,7 @@
 
 #include "sheaf/base/grow_array.h"
 #include "sheaf/base/heap_watch.h"
-#include "sheaf/save/block_writer_internal.h"
+#include "sheaf/base/block_writer.h"
 #include "sheaf/save/object_runs_internal.h"
 #include "sheaf/xref/xref_table.h"
 

@@ -4,7 +4,7 @@
 #include "sheaf/base/chars.h"
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/neighbours/security/encrypter.h"
-#include "sheaf/save/stored_print_internal.h"
+#include "sheaf/save/stored_print.h"
 #include "sheaf/save/update_internal.h"
 
 namespace sheaf {

@@ -141,6 +141,38 @@ private:
   std::int32_t depth_ = 0;
 };
 
+/// Streams that are made for one another's parameters, and what the outermost of them has cost.
+class StreamWork {
+public:
+  bool is_nested() const { return depth_ > 0; }
+  /// Whether one more stream would be too deep, or too much work for the one that needs it.
+  bool is_spent(std::int32_t most_deep, std::int64_t most_work) const {
+    return depth_ >= most_deep || (is_nested() && work_ > most_work);
+  }
+  std::int64_t done() const { return work_; }
+  /// Adds decoded bytes.
+  void add(std::int64_t bytes) { work_ += bytes; }
+
+  /// The making of one stream, as long as it lives; `cost` counts when it is nested.
+  class Stream {
+  public:
+    Stream(StreamWork& work, std::int64_t cost) : work_(work) {
+      work_.work_ = work_.is_nested() ? work_.work_ + cost : 0;
+      ++work_.depth_;
+    }
+    Stream(const Stream&) = delete;
+    Stream& operator=(const Stream&) = delete;
+    ~Stream() { --work_.depth_; }
+
+  private:
+    StreamWork& work_;
+  };
+
+private:
+  std::int32_t depth_ = 0;
+  std::int64_t work_ = 0;
+};
+
 /// How many values a block of the QVAlloc family really holds, where the count that is seen grows by
 /// small fixed steps: the block itself grows by half, so that it is not moved at each step.
 class Room {

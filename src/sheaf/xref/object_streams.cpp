@@ -8,7 +8,7 @@
 #include "sheaf/base/chars.h"
 #include "sheaf/base/heap.h"
 #include "sheaf/base/scope_guard.h"
-#include "sheaf/filters/stream_filter.h"
+#include "sheaf/filters/early_end.h"
 #include "sheaf/object/parse_buf.h"
 #include "sheaf/xref/xref_table.h"
 
@@ -95,6 +95,16 @@ public:
       ++at;
     return at;
   }
+  // Also over comments, which may stand in front of the first object.
+  std::int32_t past_comments(std::int32_t at) const {
+    at = past_space(at);
+    while (at < size_ && data_[at] == '%') {
+      while (at < size_ && data_[at] != '\n' && data_[at] != '\r')
+        ++at;
+      at = past_space(at);
+    }
+    return at;
+  }
 
   std::int32_t count = 0;
   std::int32_t end = 0;  // of the last pair
@@ -121,14 +131,14 @@ bool agree_with_numbers(const std::uint8_t* data, std::int32_t size, std::int32_
   NumberTable table(data, size);
   table.read(size, count);
   const bool has_all = table.count == count && count > 0;
-  const std::int32_t behind = table.past_space(table.end);
+  const std::int32_t behind = table.past_comments(table.end);
   if (has_all && first >= table.end && first <= behind)
     return false;
   const std::int32_t stated_count = count;
   const std::int32_t stated_first = first;
   const bool may_be_first = first > 0 && first <= size && is_wide_space(static_cast<char>(data[first - 1]));
   table.read(may_be_first ? first : 0, INT32_MAX);
-  const bool ends_there = table.count > 0 && table.past_space(table.end) >= first;
+  const bool ends_there = table.count > 0 && table.past_comments(table.end) >= first;
   if (ends_there && (!has_all || table.count > count))
     count = table.count;
   else if (has_all)
@@ -145,6 +155,7 @@ bool load_objects(CPDFStream& decoder, const CPDFStreamRec& rec, std::int64_t ce
   const int most = ceiling > 0 ? static_cast<int>(std::min<std::int64_t>(ceiling, kMostObjStmBytes)) : kMostObjStmBytes;
   const HeapBlock<std::uint8_t> data(decoder.buffer_load(decoder.most_text(most), size));
   entry.decoded = data ? size : 0;
+  entry.early_end = early_end(decoder);
   if (!data || entry.count < 0)
     return false;
   std::int32_t first = entry.first;

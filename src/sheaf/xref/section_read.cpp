@@ -84,7 +84,7 @@ int CPDFXRefTable::XRefRead(unsigned int offset) {
   const long long below = reads_hybrid_first != 0 ? prev : xrefstm;
   const long long above = reads_hybrid_first != 0 ? xrefstm : prev;
   for (const long long section : {below, above}) {
-    if (section >= 0 && !sections_read.has(static_cast<std::uint32_t>(section)))
+    if (section > 0 && !sections_read.has(static_cast<std::uint32_t>(section)))
       push_pending(section);
   }
   if (prev >= offset && sections_read.has(static_cast<std::uint32_t>(prev)))

@@ -109,7 +109,8 @@ struct PDF_OBJSTM {
   /// In place of `objs`: behind `count` + 1 words, numbers of objects that the objects refer to. Word
   /// i says where those of object i begin, word i + 1 where they end.
   std::int32_t* refs;
-  std::int32_t decoded;  ///< Bytes that the stream decoded to.
+  std::int32_t decoded;    ///< Bytes that the stream decoded to.
+  std::int32_t early_end;  ///< A CPDFEarlyEnd: whether the stream was decoded to its end.
 };
 
 /// Stream data held in memory for one object.
@@ -223,8 +224,7 @@ public:
   sheaf::SectionLog sections_read;
   sheaf::Nesting entity_calls{32};  ///< References to references, lengths, object streams.
   sheaf::Nesting objstm_loads{4};   ///< Object streams whose own parameters lie in others.
-  std::int32_t stream_depth = 0;    ///< Streams being made for one another's parameters.
-  std::int64_t chain_work = 0;      ///< What the outermost of them has cost, in decoded bytes.
+  sheaf::StreamWork stream_work;
   sheaf::Room entry_room;
   sheaf::Room slot_room;
   sheaf::Room mem_stream_room;

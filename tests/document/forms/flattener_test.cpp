@@ -174,21 +174,26 @@ TEST(Flattener, ResourcesStayWhereTheyAre) {
   EXPECT_NE(object(5).find("/SheafFlat3 7 0 R"), std::string::npos) << object(5);
 }
 
-// A new file holds nothing of the form, also where its fields stood in an object stream with others.
+// A new file holds nothing of the form, also where its fields stood in an object stream with others, or an older
+// version of them still does.
 TEST(Flattener, ANewFileHoldsNothingOfTheFields) {
-  PdfBuilder builder;
-  builder
-      .object_stream(9, {{1, "<</Type/Catalog/Pages 2 0 R/AcroForm<</Fields[4 0 R]>>>>"},
-                         {2, "<</Type/Pages/Kids[3 0 R]/Count 1/MediaBox[0 0 99 99]>>"},
-                         {3, "<</Type/Page/Parent 2 0 R/Annots[4 0 R]/Kept(kept)>>"},
-                         {4, "<</Subtype/Widget/FT/Tx/T(hidden)/F 2/V(secret)/Rect[0 0 9 9]>>"}})
-      .xref_stream(10);
-  FilledForm form(builder.str());
-  CPDFFlattener flattener(form.doc);
-  ASSERT_TRUE(flattener.run(PDF_FLATTEN::kWidgets));
-  const std::string written = form.written();
-  EXPECT_NE(written.find("(kept)"), std::string::npos);
-  EXPECT_EQ(written.find("secret"), std::string::npos);
+  for (const bool updated : {false, true}) {
+    PdfBuilder builder;
+    builder
+        .object_stream(9, {{1, "<</Type/Catalog/Pages 2 0 R/AcroForm<</Fields[4 0 R]>>>>"},
+                           {2, "<</Type/Pages/Kids[3 0 R]/Count 1/MediaBox[0 0 99 99]>>"},
+                           {3, "<</Type/Page/Parent 2 0 R/Annots[4 0 R]/Kept(kept)>>"},
+                           {4, "<</Subtype/Widget/FT/Tx/T(hidden)/F 2/V(secret)/Rect[0 0 9 9]>>"}})
+        .xref_stream(10);
+    if (updated)
+      builder.obj(4, "<</Subtype/Widget/FT/Tx/T(hidden)/F 2/V(newer)/Rect[0 0 9 9]>>").xref_stream(11);
+    FilledForm form(builder.str());
+    CPDFFlattener flattener(form.doc);
+    ASSERT_TRUE(flattener.run(PDF_FLATTEN::kWidgets));
+    const std::string written = form.written();
+    EXPECT_NE(written.find("(kept)"), std::string::npos);
+    EXPECT_EQ(written.find("secret"), std::string::npos) << updated;
+  }
 }
 
 }  // namespace

@@ -258,4 +258,44 @@ TEST(FormFiller, RefusedMemoryIsSaidAndLeavesTheDocumentUsable) {
   EXPECT_TRUE(finished);
 }
 
+// An embedded composite font says what its map to text has, in codes of two bytes; the rest is the system's.
+TEST(FormFiller, SetsTextInACompositeFontOfTheForm) {
+  FormMaker maker;
+  const int field = maker.field("f", kText + std::string("/Q 2/DA(/Deep 10 Tf 0 g)"), "0 0 100 20");
+  maker.fonts = "/Deep 50 0 R";
+  maker.builder()
+      .obj(50, "<</Subtype/Type0/BaseFont/ABCDEF+Deep/Encoding/Identity-H/DescendantFonts[51 0 R]/ToUnicode 52 0 R>>")
+      .obj(51, "<</Subtype/CIDFontType2/BaseFont/ABCDEF+Deep/FontDescriptor 53 0 R/DW 500/W[7[900]8 9 300]>>")
+      .stream(52, "",
+              "1 begincodespacerange <0000> <FFFF> endcodespacerange 2 beginbfchar <0007> <03A9> <0009> <D83DDE00> "
+              "endbfchar 1 beginbfrange <0020> <0022> <0041> endbfrange")
+      .obj(53, "<</FontFile2 54 0 R/Ascent 800/Descent -200>>")
+      .stream(54, "", "program");
+  FilledForm form(maker.str());
+  EXPECT_EQ(form.set("f", "B\xCE\xA9\xF0\x9F\x98\x80"), PDF_FILL::kDone);
+  const std::string look = form.look(field);
+  EXPECT_NE(look.find("/Deep 10 Tf"), std::string::npos) << look;
+  EXPECT_NE(look.find("<002100070009> Tj"), std::string::npos) << look;
+  EXPECT_NEAR(operand(look, "Tm", 2, 0), 100 - (5 + 9 + 3) - 2, 0.001);
+}
+
+// Fields that only the page knows join the form, with what their parents give them; a widget joins its field.
+TEST(FormFiller, FindsFieldsThatTheFormDoesNotList) {
+  FormMaker maker;
+  const int listed = maker.field("listed", kText);
+  const int loose = maker.annotation("/Subtype/Widget/FT/Tx/T(loose)/Rect[0 0 90 20]");
+  const int below = maker.annotation("/Subtype/Widget/Parent 40 0 R/T(kid)/Rect[0 0 90 20]");
+  const int twin = maker.annotation("/Subtype/Widget/Parent " + std::to_string(listed) + " 0 R/Rect[0 0 90 20]");
+  maker.builder().obj(40, "<</T(group)/FT/Tx/Kids[" + std::to_string(below) + " 0 R]>>");
+  FilledForm form(maker.str());
+  EXPECT_EQ(form.set("loose", "one"), PDF_FILL::kDone);
+  EXPECT_EQ(form.set("group.kid", "two"), PDF_FILL::kDone);
+  EXPECT_EQ(form.set("listed", "three"), PDF_FILL::kDone);
+  EXPECT_EQ(form.set("missing", "x"), PDF_FILL::kNoField);
+  EXPECT_NE(form.look(loose).find(hex("one")), std::string::npos);
+  EXPECT_NE(form.look(below).find(hex("two")), std::string::npos);
+  EXPECT_NE(form.look(twin).find(hex("three")), std::string::npos);
+  EXPECT_NE(form.at(1, "AcroForm").find(std::to_string(loose) + " 0 R 40 0 R]"), std::string::npos);
+}
+
 }  // namespace

@@ -1,4 +1,5 @@
 // Documents appended to one that is there: it keeps all that it has.
+#include "sheaf/document/metadata/conformance_claims.h"
 #include "sheaf/neighbours/page/acro_form.h"
 #include "support/merged.h"
 
@@ -196,6 +197,66 @@ TEST(DocMergeInto, AttachmentsComeAsTheOptionsSay) {
       EXPECT_EQ(merged.path({"AF", i == 0 ? "0" : "1", "F"}), expected) << row.names;
     }
   }
+}
+
+// A font whose name means another one gets a new name, which the text of fields follows; one that is the same stays.
+TEST(DocMergeInto, FontsOfFieldsStayTheirOwn) {
+  const auto form = [](const char* font) {
+    PdfBuilder builder;
+    builder.pages(1)
+        .obj(1,
+             "<</Type/Catalog/Pages 2 0 R/AcroForm<</Fields[5 0 R 6 0 R]/DA(/F 9 Tf)/DR<</Font<</F 8 0 R/G 9 0 R>>>>>>"
+             ">>")
+        .obj(3, "<</Type/Page/Parent 2 0 R/Annots[5 0 R 6 0 R]>>")
+        .obj(5, "<</T(a)/FT/Tx/Subtype/Widget/DA(0 g/F 12 Tf (/F 1 Tf) /G 3 Tf)>>")
+        .obj(6, "<</T(b)/FT/Tx/Subtype/Widget>>")
+        .obj(8, std::string("<</Type/Font/BaseFont/") + font + "/Widths 10 0 R>>")
+        .obj(9, "<</Type/Font/BaseFont/Same/Widths 10 0 R>>")
+        .obj(10, "[1 2]")
+        .classic();
+    return builder.str();
+  };
+  Merged merged;
+  ASSERT_EQ(merged.append(form("Helvetica"), {0}), 1);
+  ASSERT_EQ(merged.append(form("Courier"), {0}), 1);
+  merged.saved();
+  EXPECT_EQ(merged.path({"AcroForm", "DR", "Font", "F-2", "BaseFont"}), "/Courier");
+  EXPECT_EQ(merged.path({"AcroForm", "DR", "Font", "G-2"}), "null");
+  EXPECT_EQ(merged.path({"AcroForm", "Fields", "0", "DA"}), "(0 g/F 12 Tf \\(/F 1 Tf\\) /G 3 Tf)");
+  EXPECT_EQ(merged.path({"AcroForm", "Fields", "2", "DA"}).find("(0 g/F-2 12 Tf "), 0u);
+  EXPECT_EQ(merged.path({"AcroForm", "Fields", "3", "DA"}), "(/F-2 9 Tf)");
+}
+
+// What a document claims to conform to outlives a merge only with others that claim the same.
+TEST(DocMergeInto, ClaimsEndWhereNotAllMakeThem) {
+  const auto claiming = [](const std::string& claims) {
+    const std::string xmp =
+        "<x:xmpmeta xmlns:x=\"adobe:ns:meta/\"><rdf:RDF xmlns:rdf=\"http://www.w3.org/1999/02/22-rdf-syntax-ns#\">"
+        "<rdf:Description rdf:about=\"\" xmlns:dc=\"d\" xmlns:ua=\"http://www.aiim.org/pdfua/ns/id/\" "
+        "xmlns:a=\"http://www.aiim.org/pdfa/ns/id/\"" +
+        claims + "<dc:kept>yes</dc:kept></rdf:Description></rdf:RDF></x:xmpmeta>";
+    PdfBuilder builder;
+    builder.pages(1)
+        .obj(1, "<</Type/Catalog/Pages 2 0 R/Metadata 9 0 R/OpenAction[3 0 R/Fit]>>")
+        .stream(9, "/Type/Metadata/Subtype/XML", xmp)
+        .classic();
+    return builder.str();
+  };
+  const std::string both = claiming(" a:part=\"2\" a:conformance=\"B\"><ua:part>1</ua:part>");
+  const std::string same = claiming("><ua:part>1</ua:part><a:conformance>B</a:conformance><a:part>2</a:part>");
+  for (const auto& [second, stays] : {std::pair{same, true}, std::pair{claiming(">"), false}}) {
+    Merged merged;
+    ASSERT_EQ(merged.append(both, {0}), 1);
+    ASSERT_EQ(merged.append(second, {0}), 1);
+    CPDFDoc& doc = merged.saved();
+    EXPECT_EQ(conformance_claims(doc.table()) != 0, stays);
+    EXPECT_EQ(merged.count(PDF_MERGE_FATE::kDropped, "conformance claims"), stays ? 0 : 1);
+    EXPECT_NE(std::string(reinterpret_cast<const char*>(merged.out.data), merged.out.len).find("<dc:kept>"),
+              std::string::npos);
+  }
+  Merged none;
+  ASSERT_EQ(none.append(both, {}), 0);
+  EXPECT_EQ(none.count(PDF_MERGE_FATE::kDropped, "opening action"), 1);  // its page stayed behind
 }
 
 }  // namespace

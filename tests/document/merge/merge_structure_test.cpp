@@ -148,4 +148,46 @@ TEST(DocMergeStructure, ATaggedDocumentKeepsItsTreeAndGetsAnotherBehindIt) {
   EXPECT_EQ(merged.path({"StructTreeRoot", "ParentTreeNextKey"}), "8");
 }
 
+// A page taken twice, whose link is tagged too: each copy finds elements of its own, below the one top element.
+TEST(DocMergeStructure, EachCopyOfAPageHasTags) {
+  Merged merged;
+  ASSERT_EQ(merged.append(tagged("P", "en"), {0, 1, 1}), 3);
+  CPDFDoc& doc = merged.saved();
+  EXPECT_EQ(merged.path({"StructTreeRoot", "K", "1"}), "null");
+  EXPECT_EQ(merged.path({"StructTreeRoot", "K", "0", "K", "5", "S"}), "/P");
+  EXPECT_EQ(merged.path({"StructTreeRoot", "K", "0", "K", "5", "Pg", "Type"}), "/Page");
+  for (int i = 1; i < 3; ++i) {
+    const std::string page = merged.page(i);
+    const PDF_REF place = doc.page_ref(i);
+    const std::string list = parent_of(merged, std::atoi(merged.at(place, "StructParents").c_str()));
+    EXPECT_EQ(merged.at({std::atoi(list.c_str() + 1), 0}, "Pg").find("/Type/Page") != std::string::npos, true) << list;
+    EXPECT_EQ(ref(merged.go({std::atoi(list.c_str() + 1), 0}, "Pg").num), page);
+    CPDFPage loaded;
+    ASSERT_TRUE(doc.load_page(i, loaded));
+    const PDF_REF link = loaded.dict.get_item("Annots")->as_array()->items[0].as_ref();
+    const std::string element = parent_of(merged, std::atoi(merged.at(link, "StructParent").c_str()));
+    EXPECT_NE(element.find("/Obj " + ref(link.num)), std::string::npos) << element;
+  }
+}
+
+// Elements that stand in their parent, which no reference can name, keep their place and get a number.
+TEST(DocMergeStructure, ElementsInsideTheirParentsComeAlong) {
+  PdfBuilder builder;
+  builder.pages(1)
+      .obj(1, "<</Type/Catalog/Pages 2 0 R/StructTreeRoot 10 0 R>>")
+      .obj(3, "<</Type/Page/Parent 2 0 R/StructParents 0>>")
+      .obj(10, "<</Type/StructTreeRoot/K[<</S/Document/K[<</S/P/Pg 3 0 R/K 0>> 11 0 R<</S/H1/Pg 3 0 R/K[2]>>]>>]>>")
+      .obj(11, "<</S/Span/Pg 3 0 R/K 1>>")
+      .classic();
+  Merged merged;
+  ASSERT_EQ(merged.append(builder.str(), {0}), 1);
+  merged.saved();
+  const char* const roles[] = {"/P", "/Span", "/H1"};
+  for (int i = 0; i < 3; ++i)
+    EXPECT_EQ(merged.path({"StructTreeRoot", "K", "0", "K", std::to_string(i).c_str(), "S"}), roles[i]);
+  EXPECT_EQ(
+      merged.path({"StructTreeRoot", "ParentTree", "Kids", "0", "Nums", "1", "2"}).find("/S/H1") != std::string::npos,
+      true);
+}
+
 }  // namespace

@@ -89,6 +89,21 @@ TEST(DocMerge, OutlinesStandUnderOneEntryASource) {
   EXPECT_EQ(merged.go(root, "Last"), second);
 }
 
+TEST(DocMerge, HeadingsThatLeadNowhereStayWithTheWholeDocument) {
+  PdfBuilder builder;
+  builder.pages(2)
+      .obj(1, "<</Type/Catalog/Pages 2 0 R/Outlines 5 0 R>>")
+      .obj(5, "<</First 6 0 R/Last 6 0 R/Count 1>>")
+      .obj(6, "<</Title(heading)/Parent 5 0 R>>")
+      .classic();
+  for (const bool whole : {true, false}) {
+    Merged merged;
+    merged.append(builder.str(), whole ? std::vector<std::int32_t>{0, 1} : std::vector<std::int32_t>{0}, nullptr);
+    merged.saved();
+    EXPECT_EQ(merged.path({"Outlines", "First", "Title"}), whole ? "(heading)" : "null");
+  }
+}
+
 TEST(DocMerge, FormsKeepWhatTheirFieldsNeed) {
   PdfBuilder builder;
   builder.pages(2)

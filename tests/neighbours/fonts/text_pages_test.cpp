@@ -1,6 +1,12 @@
 // Texts set by the tool in the system's fonts, as other programs read them back.
+#include <utf8proc.h>
+#include "neighbours/fonts/font_files.h"
+
+#include <cstdlib>
+
 #include "sheaf/neighbours/fonts/environment.h"
 #include "support/external_tool.h"
+#include "support/font_builder.h"
 
 using namespace sheaf;
 
@@ -96,6 +102,105 @@ TEST_F(TextPages, LongTextsAreBroken) {
   EXPECT_NE(text.find("\fnext page"), std::string::npos);
   for (int i = 0; i < 900; i += 37)
     EXPECT_NE(text.find("word" + std::to_string(i)), std::string::npos) << "no word is cut";
+}
+
+struct Script {
+  const char* font;
+  const char* text;
+};
+const Script kScripts[] = {
+    {"DejaVu Sans", "Příliš žluťoučký tiếng Việt e\u0301 a\u0328\u0301 x\u0323\u0302 m\u0304 office fluffy AVATAR"},
+    {"DejaVu Sans", "ᾧ ἐν ἀρχῇ ἦν ὁ λόγος, µ και μ"},
+    {"DejaVu Sans", "Съешь ещё Ѝ ѓ, а\u0301 о\u0301 ю\u0301 ок"},
+    {"Noto Sans Hebrew", "בְּרֵאשִׁית בָּרָא אֱלֹהִים אֵת הַשָּׁמַיִם"},
+    {"Noto Sans Arabic", "السلام عليكم لا إله إلا الله أحرارًا"},
+    {"DejaVu Sans", "السلام عليكم لا إله"},
+    {"Noto Sans Devanagari", "सभी मनुष्यों को गौरव स्वतन्त्रता क्षत्रिय श्री कि र्कि"},
+    {"Noto Sans Tamil", "சுதந்திரமாகவே கொடு கோழி கௌரவம் ஸ்ரீ"},
+    {"Noto Sans Thai", "มนุษย์ทั้งหลายเกิด น้ำใจ ก่อนที่ผู้ปั่น"},
+    {"Noto Sans Khmer", "មនុស្សទាំងអស់ កើតមក ស្មើៗគ្នា ភ្នំពេញ ស្រ្តី"},
+    {"IPAGothic", "すべての人間は「カタカナ」ガギグ、か\u3099。"},
+    {"UnDotum", "모든 인간은 한글 \u1112\u1161\u11AB"},
+    {"Symbola", "\U0001F600\U0001F603 \u2600\u260E\u2708"},
+};
+
+std::string composed(const std::string& text) {
+  std::string kept;
+  // Readers put marks of direction around words that run from the right.
+  for (std::size_t at = 0; at < text.size();) {
+    const bool is_mark = text.compare(at, 2, "\xE2\x80") == 0 && at + 2 < text.size() &&
+                         static_cast<unsigned char>(text[at + 2]) >= 0xAA &&
+                         static_cast<unsigned char>(text[at + 2]) <= 0xAE;
+    if (!is_mark)
+      kept += text[at];
+    at += is_mark ? 3 : 1;
+  }
+  auto* const bytes = utf8proc_NFC(reinterpret_cast<const utf8proc_uint8_t*>(kept.c_str()));
+  const std::string result = bytes != nullptr ? reinterpret_cast<const char*>(bytes) : "";
+  std::free(bytes);
+  return result;
+}
+
+TEST_F(TextPages, EveryScriptComesBackAsItWasWritten) {
+  int seen = 0;
+  for (const Script& script : kScripts) {
+    if (!is_known(script.font))
+      continue;
+    ++seen;
+    for (const char* manner : {"", " --bold --italic", " --vertical"}) {
+      const bool is_column = std::string(manner) == " --vertical";
+      if (is_column && std::string(script.font) != "IPAGothic")
+        continue;
+      ASSERT_EQ(
+          make(script.text, std::string("--font 'DejaVu Sans' --size 11 --font '") + script.font + "'" + manner).code,
+          0)
+          << script.text;
+      const std::string wanted = composed(script.text) + "\n";
+      EXPECT_EQ(composed(read_by("pdftotext " + out + " -")), wanted) << script.font << manner;
+      EXPECT_EQ(composed(read_by("mutool draw -q -F text " + out)), wanted) << script.font << manner;
+    }
+    EXPECT_EQ(run_command("qpdf --check " + out + " 2>&1").code, 0);
+  }
+  EXPECT_GT(seen, 6);
+}
+
+TEST_F(TextPages, EveryKindOfLineEndBreaksLines) {
+  ASSERT_EQ(make("a\rb\r\nc\xC2\x85"
+                 "d\xE2\x80\xA8"
+                 "e\xE2\x80\xA9"
+                 "f\f\f\fg",
+                 "")
+                .code,
+            0);
+  EXPECT_EQ(run_command("mutool draw -q -F text " + out).output, "a\nb\nc\nd\ne\nf\n\n\f\n\f\n\f\ng\n\n\f\n");
+}
+
+TEST_F(TextPages, WhatCannotBeUsedIsToldForWhatItIs) {
+  EXPECT_NE(make("", "").output.find("has no text"), std::string::npos);
+  EXPECT_NE(make("a", "--font-folder /no/such").output.find("is no folder"), std::string::npos);
+  EXPECT_NE(make("a\xE5\xA4z\xF0\x9F", "").output.find("4 bytes are no UTF-8"), std::string::npos);
+  for (const char* option : {"--text /proc/self/mem", "--image /proc/self/mem"})
+    EXPECT_EQ(run_command(std::string(SHEAF_TOOL) + " new " + out + " " + option + " 2>&1").code, 2) << option;
+}
+
+TEST_F(TextPages, WhatAFontsLicenceForbidsIsNotDone) {
+  FontBuilder face;
+  face.family = face.post_script = "Mine";
+  face.characters = {{'A', 1}, {'B', 2}};
+  std::string os2 = FontFile(face.build()).tables.at("OS/2");
+  const auto make_with = [&](int rights, const std::string& options) {
+    face.replaced["OS/2"] = os2.replace(8, 2, FontBuilder::u16(rights));
+    write_file(folder / "mine.ttf", face.build());
+    return make("A", "--font Mine --font-folder " + folder.str() + " " + options);
+  };
+  EXPECT_NE(make_with(2, "").output.find("licence does not allow embedding"), std::string::npos);
+  EXPECT_NE(make_with(0x200, "").output.find("bitmaps only"), std::string::npos);
+  EXPECT_EQ(make_with(2, "--embed-restricted").code, 0);
+  EXPECT_EQ(make_with(2, "--no-embed").code, 0);
+  EXPECT_EQ(make_with(0xC, "").code, 0);
+  const auto small = std::filesystem::file_size(out);
+  EXPECT_EQ(make_with(0x100, "").code, 0);
+  EXPECT_GT(std::filesystem::file_size(out), small + 400) << "whole";
 }
 
 TEST_F(TextPages, MessagesTellWhatIsMissing) {

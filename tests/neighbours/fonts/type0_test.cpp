@@ -162,9 +162,7 @@ TEST_F(Type0, WhatIsNoFontTakesNoNumber) {
 TEST_F(Type0, SavesBringMetricsTextAndSubset) {
   NewDocument doc(folder / "");
   CPDFFontType0* const font = doc.horizontal("Test Sans", kEmbed);
-  const std::string whole = doc.object(3);
-  doc.table.font_cache.embed_flush();
-  EXPECT_EQ(doc.object(3), whole) << "no glyph is used";
+  EXPECT_FALSE(FontFile(doc.stream(3)).glyph(4).empty()) << "whole until a save";
   EXPECT_EQ(NewDocument::encode(*font, L"ADx\U0001D11E"), std::string("\0\2\0\5\0\0\0\10", 8));
   EXPECT_TRUE(font->has_glyph(L'Z'));
   EXPECT_EQ(font->used_count(), 3) << "asking is not using";
@@ -213,6 +211,41 @@ TEST_F(Type0, VerticalTextHasFormsAndMetricsOfItsOwn) {
   EXPECT_EQ(program.tables.count("vmtx"), 1U);
   EXPECT_LT(signed_at(program.glyph(3), 2), 100) << "bold";
   EXPECT_NE(doc.stream(7).find("<000A> <0022>"), std::string::npos);
+}
+
+TEST_F(Type0, ASaveWithoutTextKeepsNoOutlines) {
+  for (const wchar_t* text : {L"", L"\x4E01"}) {
+    NewDocument doc(folder / "");
+    CPDFFontType0* const font = doc.horizontal("Test Sans", kEmbed);
+    NewDocument::encode(*font, text);
+    doc.table.font_cache.embed_flush();
+    const FontFile subset(doc.stream(3));
+    EXPECT_FALSE(subset.glyph(0).empty()) << "what shows that a glyph is missing";
+    EXPECT_EQ(subset.tables.at("glyf"), subset.glyph(0));
+  }
+}
+
+TEST_F(Type0, TheCharacterThatIsTypedComesBackFromASharedGlyph) {
+  FontBuilder face;
+  face.family = face.post_script = "Shared";
+  face.characters = {{0xB5, 1}, {0x3BC, 1}, {0xAD, 2}, {0x2010, 2}, {'-', 3}, {0x2212, 3}, {0x2126, 4}, {0x3A9, 4}};
+  write_file(folder / "shared.ttf", face.build());
+  NewDocument doc(folder / "");
+  CPDFFontType0* const font = doc.horizontal("Shared", kEmbed);
+  NewDocument::encode(*font, L"\u00B5\u03BC\u00AD\u2010\u2212-\u2126\u03A9");
+  doc.table.font_cache.embed_flush();
+  const std::string map = doc.stream(7);
+  EXPECT_NE(map.find("<0001> <03BC>\n<0002> <2010>\n<0003> <002D>\n<0004> <03A9>"), std::string::npos) << map;
+}
+
+TEST_F(Type0, ACollectionIsKnownByItsContentToo) {
+  FontBuilder face;
+  face.family = face.post_script = "Second";
+  write_file(folder / "two.ttf", FontBuilder::collection({FontBuilder(), face}));
+  NewDocument doc(folder / "");
+  EXPECT_NE(doc.horizontal("Second", kEmbed), nullptr);
+  ASSERT_NE(doc.horizontal("Second", 0), nullptr);
+  EXPECT_NE(doc.object(7).find("/Ascent 800"), std::string::npos) << doc.object(7);
 }
 
 // Adds `text` in `font` and saves; the result is the file's length, 0 when the save failed.

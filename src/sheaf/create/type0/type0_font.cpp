@@ -1,6 +1,8 @@
 // Type 0 fonts over fonts of the system (ISO 32000-1, 9.7): a font file, its descriptor, one CID font
 // and the font itself. The horizontal and the vertical form are one algorithm with fixed
 // differences, which FontForm names.
+#include "sheaf/create/type0_font.h"
+
 #include <array>
 #include <cstring>
 
@@ -30,6 +32,7 @@ constexpr std::array<char, kNameSize> font_name{"QVFONT+"};
 struct FontForm {
   bool vertical;
   int style;
+  bool is_deferred;  // the program comes with the first save only
 
   bool embeds() const { return (style & kEmbed) != 0; }
   bool is_styled() const { return (style & (kBold | kItalic)) != 0; }
@@ -178,6 +181,7 @@ CPDFFont* load_and_cache(CPDFXRefTable& table, const FontForm& form, const char*
   font->pre_load(&table, &obj);
   font->set_font_style(form.style);
   font->load_font();
+  font->mark_new();
   if (!watch.all_granted()) {
     delete font;
     return nullptr;
@@ -204,11 +208,12 @@ CPDFFont* make_font(CPDFXRefTable& table, const char* name, const FontForm& form
   CQVTTWriter writer;
   CQVStreamFile file;
   file.Open(path);
-  if (is_collection(form, path, &file))
+  // A collection by another name is loaded by what is in it.
+  if (is_collection(form, path, &file) || writer.Load(&file) != 0)
     writer.Load2(&file, static_cast<unsigned>(index));
-  else
-    writer.Load(&file);
-  if (form.embeds() && write_program(table.env, form, path, index, writer, &program) != 0)
+  if (form.is_deferred && form.embeds() && !form.is_styled() && !writer.has_outlines())
+    return nullptr;
+  if (form.embeds() && !form.is_deferred && write_program(table.env, form, path, index, writer, &program) != 0)
     return nullptr;
   const PDF_REF top = store_graph(table, form, writer, built_name.data(), program);
   writer.free();
@@ -218,9 +223,13 @@ CPDFFont* make_font(CPDFXRefTable& table, const char* name, const FontForm& form
 }  // namespace
 
 CPDFFont* CPDFXRefTable::new_font_type0_h(const char* name, int style) {
-  return make_font(*this, name, {false, style});
+  return make_font(*this, name, {false, style, false});
 }
 
 CPDFFont* CPDFXRefTable::new_font_type0_v(const char* name, int style) {
-  return make_font(*this, name, {true, style});
+  return make_font(*this, name, {true, style, false});
+}
+
+CPDFFontType0* sheaf::make_subset_font(CPDFXRefTable& table, const char* name, int style, bool vertical) {
+  return static_cast<CPDFFontType0*>(make_font(table, name, {vertical, style, true}));
 }

@@ -27,8 +27,7 @@ bool reached_end(CPDFStream& decoder) {
 bool ContentText::load(CPDFXRefTable& table, const CPDFObj* contents, std::size_t most) {
   text_.clear();
   parts_.clear();
-  Freed<CPDFObj> value;
-  table.resolve(value, contents);
+  Freed<CPDFObj> value = table.value(contents);
   const CPDFArray* const streams = value.as_array();
   if (streams == nullptr)
     return value.is_null() || add(table, contents, most);
@@ -39,8 +38,7 @@ bool ContentText::load(CPDFXRefTable& table, const CPDFObj* contents, std::size_
 }
 
 bool ContentText::add(CPDFXRefTable& table, const CPDFObj* item, std::size_t most) {
-  Freed<CPDFObj> stream;
-  table.resolve(stream, item);
+  Freed<CPDFObj> stream = table.value(item);
   if (!parts_.push({item->as_ref(), text_.size(), false}))
     return false;
   parts_.back().is_whole = stream.as_stream() != nullptr && decode(table, stream, most);

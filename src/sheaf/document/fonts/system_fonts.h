@@ -15,6 +15,14 @@ namespace sheaf {
 
 enum class FontFamily : int { kSans, kSerif, kMono };
 
+/// Why a font that characters need does not become part of the document.
+enum class FontRefusal : int {
+  kNone,
+  kOutlines,     ///< Its outlines cannot be embedded.
+  kRestricted,   ///< Its licence does not allow embedding.
+  kBitmapsOnly,  ///< Its licence allows its bitmaps to be embedded, not its outlines.
+};
+
 /// Which font of the system comes nearest.
 struct FontManner {
   FontFamily family = FontFamily::kSans;
@@ -28,6 +36,7 @@ public:
     bool italic = false;
     bool vertical = false;
     bool embeds = true;
+    bool insists = false;  ///< Embeds fonts also where their licence says no: the caller has another one.
   };
 
   explicit SystemFonts(CPDFXRefTable& table) : table_(table) {}
@@ -45,13 +54,18 @@ public:
   std::size_t count();
   /// The first font that has all of these characters, those of the family before others; -1 when no font has them.
   int find(const std::uint32_t* characters, std::size_t count, const FontManner& manner);
-  /// The name of font `index` of `count` if it was needed and cannot be embedded, or null.
-  const char* refused(std::size_t index) const;
+  /// The name that font `index` of `count` was asked for by.
+  const char* name(std::size_t index) const { return entries_[index].name; }
+  /// Why it was not embedded though characters needed it.
+  FontRefusal refusal(std::size_t index) const { return entries_[index].refusal; }
   /// Font `index` of `count` in that weight as `find` made it, or null. The table's.
   CPDFFontType0* made(std::size_t index, bool bold) const;
   /// The same for a result of `find`.
   CPDFFontType0* font(int found) const { return made(index_of(found), found % 2 != 0); }
   static std::size_t index_of(int found) { return static_cast<std::size_t>(found) / 2; }
+  /// The face of a result of `find`, and whether it has a character. Borrowed.
+  CQVFTFont& face(int found) const { return *entries_[index_of(found)].face; }
+  bool has(int found, std::uint32_t character) const;
   /// The two-byte code of a character that the font has. Its glyph is embedded by the next save.
   unsigned code_of(int font, std::uint32_t character);
   /// Thousandths of the em.
@@ -69,13 +83,14 @@ private:
     bool any_family;
     CQVFTFont* face;          // the table's
     CPDFFontType0* fonts[2];  // upright weight and bold; the table's
-    bool refused;             // cannot be embedded
+    FontRefusal refusal;
   };
 
   void open();
   bool append(const char* name, FontFamily family, bool any_family);
   bool has_all(const Entry& entry, const std::uint32_t* characters, std::size_t count) const;
   bool need(Entry& entry, bool bold);
+  FontRefusal refusal_of(const Entry& entry) const;
 
   CPDFXRefTable& table_;
   Options options_;

@@ -6,6 +6,7 @@
 #include "sheaf/base/grow_array.h"
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/base/visited_set.h"
+#include "sheaf/document/pages/page_content.h"
 #include "sheaf/object/object.h"
 
 class CPDFDoc;
@@ -30,7 +31,7 @@ struct PDF_FLATTEN_REPORT {
 class CPDFFlattener {
 public:
   /// `doc` is open and readable.
-  explicit CPDFFlattener(CPDFDoc& doc) : doc_(doc) {}
+  explicit CPDFFlattener(CPDFDoc& doc);
   CPDFFlattener(const CPDFFlattener&) = delete;
   CPDFFlattener& operator=(const CPDFFlattener&) = delete;
 
@@ -47,6 +48,7 @@ private:
 
   void read_default_resources();
   void look_at_form();
+  void note_outdated_containers();
   void note_container(const PDF_REF& ref);
   bool empty_containers();
   bool flatten_page(int index, PDF_FLATTEN what);
@@ -54,8 +56,6 @@ private:
   bool draw(PageWork& work, const CPDFDictionary& annotation);
   void complete_form(const PDF_REF& ref);
   bool store_page(PageWork& work);
-  bool put_content(PageWork& work);
-  PDF_REF opening_stream(int count);
   bool forget_named();
   bool drop_form();
 
@@ -66,7 +66,7 @@ private:
   sheaf::VisitedSet containers_;             // object streams in which something stands that is gone
   sheaf::GrowArray<PDF_REF> named_;          // annotations that are gone, and that the structure tree names
   sheaf::Freed<CPDFObj> default_resources_;  // the form's
-  PDF_REF opening_{0, 0};                    // content that saves the graphics state once
+  sheaf::PageContent content_;
   int next_name_ = 0;
   bool prints_ = false;
 };

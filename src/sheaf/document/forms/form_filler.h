@@ -57,7 +57,7 @@ struct PDF_FIELD_TRAITS {
 
 class CPDFFormFiller {
 public:
-  /// `doc` is open and outlives this; its pages are not touched.
+  /// `doc` is open and outlives this.
   explicit CPDFFormFiller(CPDFDoc& doc) : doc_(doc) {}
   CPDFFormFiller(const CPDFFormFiller&) = delete;
   CPDFFormFiller& operator=(const CPDFFormFiller&) = delete;
@@ -71,7 +71,8 @@ public:
   /// name. False when the system and the table's environment know none of that name.
   bool add_font(const char* name);
 
-  /// Sets the value of every field of this full name. All texts are UTF-8.
+  /// Sets the value of every field of this full name. All texts are UTF-8. A field that the form does not list, but
+  /// whose widgets are on the pages, joins the form.
   /// Text fields take a text. Choices take the value of an option or its shown text, and combo boxes that can be edited
   /// any text. Check boxes and radio buttons take the name of a state, with or without its slash, or the export value
   /// of a button; "Off" or "" clears them, and a check box of one state takes "true", "yes" and "on" for it as well.
@@ -101,6 +102,7 @@ public:
 private:
   struct Parts;
 
+  bool add_loose_fields();
   PDF_FILL set_field(CPDFField& field, const char* const* values, std::int32_t count);
   PDF_FILL set_text(CPDFField& field, const sheaf::FieldFacts& facts, const char* value);
   PDF_FILL set_choice(CPDFField& field, const sheaf::FieldFacts& facts, const char* const* values, std::int32_t count);

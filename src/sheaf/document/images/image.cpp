@@ -23,8 +23,7 @@ constexpr int kMostEncoded = 1 << 28;  // what the filters in front of the last 
 
 // Takes the last one off a list of filters or of their parameters.
 void drop_last(CPDFXRefTable& table, CPDFDictionary& dict, const char* key) {
-  Freed<CPDFObj> list;
-  table.resolve(list, dict.get_item(key));
+  Freed<CPDFObj> list = table.value(&dict, key);
   const CPDFArray* from = list.as_array();
   Cleared<CPDFArray> rest;
   for (std::int32_t i = 0; from != nullptr && i + 1 < from->count; ++i)
@@ -95,15 +94,13 @@ CPDFImage::~CPDFImage() {
 }
 
 void CPDFImage::read_filter(const CPDFObj* item) {
-  Freed<CPDFObj> chain;
-  Freed<CPDFObj> last;
-  table_->resolve(chain, item);
+  Freed<CPDFObj> chain = table_->value(item);
   const CPDFArray* list = chain.as_array();
   filter_count = list != nullptr ? list->count : chain.as_text() != nullptr ? 1 : 0;
   filter[0] = 0;
   if (filter_count == 0)
     return;
-  table_->resolve(last, list != nullptr ? list->items + list->count - 1 : &chain);
+  Freed<CPDFObj> last = table_->value(list != nullptr ? list->items + list->count - 1 : &chain);
   const char* const name = long_filter_name(last.as_text());
   const std::size_t len = std::min(name != nullptr ? std::strlen(name) : 0, sizeof(filter) - 1);
   std::copy_n(name, len, filter);
@@ -117,19 +114,16 @@ bool CPDFImage::load(CPDFXRefTable& table, const CPDFObj& obj) {
   if (rec == nullptr)
     return false;
   const auto number = [&](const char* key) {
-    Freed<CPDFObj> value;
-    table.resolve(value, rec->dict.get_item(key));
+    Freed<CPDFObj> value = table.value(&rec->dict, key);
     return std::max(value.to_int(), 0);
   };
-  Freed<CPDFObj> kind;
-  table.resolve(kind, rec->dict.get_item(CPDFDictionary::sm_tag_subtype));
+  Freed<CPDFObj> kind = table.value(&rec->dict, CPDFDictionary::sm_tag_subtype);
   if (!kind.is_name("Image"))
     return false;
   width = number(CPDFDictionary::sm_tag_width);
   height = number(CPDFDictionary::sm_tag_height);
   bits = number(CPDFDictionary::sm_tag_bpc);
-  Freed<CPDFObj> mask;
-  table.resolve(mask, rec->dict.get_item("ImageMask"));
+  Freed<CPDFObj> mask = table.value(&rec->dict, "ImageMask");
   is_mask = mask.as_bool();
   bits = is_mask ? 1 : bits;
   table.resolve(colour_space, rec->dict.get_item(CPDFDictionary::sm_tag_cs));
@@ -156,9 +150,8 @@ std::uint8_t* CPDFImage::load_encoded(std::int32_t& len) const {
 
 void CPDFImage::last_parms(CPDFDictionary& out) const {
   const CPDFStreamRec* rec = stream_.as_stream();
-  Freed<CPDFObj> parms;
   Freed<CPDFObj> last;
-  table_->resolve(parms, rec != nullptr ? rec->dict.get_item("DecodeParms") : nullptr);
+  Freed<CPDFObj> parms = table_->value(rec != nullptr ? rec->dict.get_item("DecodeParms") : nullptr);
   const CPDFArray* list = parms.as_array();
   if (list != nullptr)
     table_->resolve(last, list->get(filter_count - 1));

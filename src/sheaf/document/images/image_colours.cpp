@@ -85,16 +85,13 @@ void natural_range(const ColourSpace& space, int component, double& low, double&
 }
 
 double number_at(CPDFXRefTable& table, const CPDFArray* array, int index, double fallback) {
-  Freed<CPDFObj> value;
-  table.resolve(value, array != nullptr ? array->get(index) : nullptr);
+  Freed<CPDFObj> value = table.value(array != nullptr ? array->get(index) : nullptr);
   return value.is_number() ? to_double(value.to_real()) : fallback;
 }
 
 void read_lab(CPDFXRefTable& table, const CPDFArray& array, ColourSpace& space) {
-  Freed<CPDFObj> parms;
-  Freed<CPDFObj> range;
-  table.resolve(parms, array.get(1));
-  table.resolve(range, parms.as_dict() != nullptr ? parms.as_dict()->get_item("Range") : nullptr);
+  Freed<CPDFObj> parms = table.value(array.get(1));
+  Freed<CPDFObj> range = table.value(parms.as_dict(), "Range");
   for (int i = 0; i < 4; ++i)
     space.lab_range[i] = number_at(table, range.as_array(), i, space.lab_range[i]);
 }
@@ -103,8 +100,7 @@ ColourSpace space_of(CPDFXRefTable& table, const CPDFObj& obj, int depth);
 
 // The bytes of a string or of a stream.
 std::vector<std::uint8_t> lookup_bytes(CPDFXRefTable& table, const CPDFObj* item) {
-  Freed<CPDFObj> value;
-  table.resolve(value, item);
+  Freed<CPDFObj> value = table.value(item);
   const PDF_String text = value.as_string();
   if (text.len > 0)
     return {text.data, text.data + text.len};
@@ -117,8 +113,7 @@ std::vector<std::uint8_t> lookup_bytes(CPDFXRefTable& table, const CPDFObj* item
 
 ColourSpace read_indexed(CPDFXRefTable& table, const CPDFArray& array, int depth) {
   constexpr int kMostIndex = 255;
-  Freed<CPDFObj> base;
-  table.resolve(base, array.get(1));
+  Freed<CPDFObj> base = table.value(array.get(1));
   ColourSpace space = space_of(table, base, depth + 1);
   if (space.family == ColourFamily::kNone || space.is_indexed)
     return {};
@@ -145,9 +140,8 @@ ColourSpace read_indexed(CPDFXRefTable& table, const CPDFArray& array, int depth
 }
 
 int profile_components(CPDFXRefTable& table, const CPDFObj& profile) {
-  Freed<CPDFObj> count;
   const CPDFDictionary* dict = profile.as_dict_or_stream();
-  table.resolve(count, dict != nullptr ? dict->get_item("N") : nullptr);
+  Freed<CPDFObj> count = table.value(dict, "N");
   return count.to_int();
 }
 
@@ -170,8 +164,7 @@ std::vector<std::uint8_t> profile_bytes(CPDFXRefTable& table, const CPDFObj& obj
 }
 
 ColourSpace read_profile(CPDFXRefTable& table, const CPDFArray& array) {
-  Freed<CPDFObj> profile;
-  table.resolve(profile, array.get(1));
+  Freed<CPDFObj> profile = table.value(array.get(1));
   ColourSpace space;
   space.components = profile_components(table, profile);
   space.family = space.components == 1   ? ColourFamily::kGrey
@@ -183,9 +176,8 @@ ColourSpace read_profile(CPDFXRefTable& table, const CPDFArray& array) {
 }
 
 ColourSpace space_of(CPDFXRefTable& table, const CPDFObj& obj, int depth) {
-  Freed<CPDFObj> first;
   const CPDFArray* array = obj.as_array();
-  table.resolve(first, array != nullptr ? array->get(0) : &obj);
+  Freed<CPDFObj> first = table.value(array != nullptr ? array->get(0) : &obj);
   const char* name = first.as_text();
   if (name == nullptr || depth > kMostDepth)
     return {};
@@ -207,10 +199,9 @@ ColourSpace space_of(CPDFXRefTable& table, const CPDFObj& obj, int depth) {
 
 // The base of an indexed space is not indexed itself, so nothing nests deeper than that.
 std::string name_of_space(CPDFXRefTable& table, const CPDFObj& obj, bool is_base) {
-  Freed<CPDFObj> first;
   Freed<CPDFObj> second;
   const CPDFArray* array = obj.as_array();
-  table.resolve(first, array != nullptr ? array->get(0) : &obj);
+  Freed<CPDFObj> first = table.value(array != nullptr ? array->get(0) : &obj);
   if (first.as_text() == nullptr)
     return "-";
   std::string name = first.as_text();

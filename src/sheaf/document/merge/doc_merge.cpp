@@ -129,7 +129,7 @@ bool CPDFDocMerge::append_source(MergeSource& source, const std::int32_t* pages,
   parts.target.note(PDF_MERGE_FATE::kDropped, "unreadable objects", source.context->lost);
   destinations.take();
   parts.names.take(source);
-  parts.settings.take(source);
+  parts.settings.take(source, destinations);
   parts.layers.take(source);
   parts.labels.take(source, appended.begin(), done);
   parts.outline.take(source, destinations, title);
@@ -154,5 +154,6 @@ bool CPDFDocMerge::finish() {
   parts_->labels.put(*dict);
   parts_->outline.put(*dict);
   parts_->structure.put(*dict);
-  return table.store_object(table.root.as_ref(), catalog) && parts_->watch.all_granted();
+  return table.store_object(table.root.as_ref(), catalog) && parts_->settings.drop_broken_claims() &&
+         parts_->watch.all_granted();
 }

@@ -7,6 +7,8 @@
 
 #include "sheaf/base/number_text.h"
 #include "sheaf/base/wide_text.h"
+#include "sheaf/document/merge/form_fonts.h"
+#include "sheaf/document/merge/name_additions.h"
 #include "sheaf/object/array.h"
 #include "sheaf/object/text_utf8.h"
 
@@ -15,6 +17,7 @@ namespace sheaf {
 namespace {
 
 constexpr std::size_t kMostNodes = 4'000'000;
+constexpr int kMostFonts = 64;  // of a form, that are compared with those of the same name
 // Of the signature flags only this one is true of a document whose signatures ended: fields to sign are there.
 constexpr int kHasSignatureFields = 1;
 
@@ -56,9 +59,9 @@ void MergeForm::take(MergeSource& source) {
     take_field(source, fields.as_array()->items[i].as_ref());
   if (form_.field_count() == first_field)
     return;
+  take_resources(source, *form.as_dict());
   take_settings(source, *form.as_dict(), first_field);
   take_order(source, *form.as_dict());
-  take_resources(source, *form.as_dict());
 }
 
 void MergeForm::take_field(MergeSource& source, const PDF_REF& ref) {
@@ -267,6 +270,7 @@ void MergeForm::take_settings(MergeSource& source, const CPDFDictionary& form, s
   Freed<CPDFObj> theirs;
   for (const char* key : {"DA", "Q"}) {
     source.table.resolve(theirs, form.get_item(key));
+    rename_fonts(theirs, source.new_font_names);
     CPDFDictionary* ours = form_.edit_dict();
     const CPDFObj* present = ours != nullptr ? ours->get_item(key) : nullptr;
     const bool same = present != nullptr && present->tag == theirs.tag && present->to_int() == theirs.to_int() &&
@@ -297,8 +301,8 @@ void MergeForm::take_settings(MergeSource& source, const CPDFDictionary& form, s
     ours->set_item_int("SigFlags", kHasSignatureFields | (flags != nullptr ? flags->as_int() : 0));
 }
 
-// Default resources: what has no entry of its name yet comes along. Where a name is taken, the first
-// source's stays: appearances that are there name their own resources.
+// Default resources: what has no entry of its name yet comes along. Where a name is taken, a font that is another
+// one gets a new name; of the rest the first source's stays, as appearances name their own resources.
 void MergeForm::take_resources(MergeSource& source, const CPDFDictionary& form) {
   Freed<CPDFObj> resources;
   source.table.resolve(resources, form.get_item("DR"));
@@ -306,34 +310,63 @@ void MergeForm::take_resources(MergeSource& source, const CPDFDictionary& form) 
     const CPDFDictItem& category = *resources.as_dict()->items[i];
     Freed<CPDFObj> theirs;
     source.table.resolve(theirs, &category);
-    if (theirs.as_dict() == nullptr)
-      continue;
-    CPDFDictionary* ours = form_.edit_dict();
-    const CPDFObj* all = ours != nullptr ? ours->get_item("DR") : nullptr;
-    const CPDFObj* same =
-        all != nullptr && all->as_dict() != nullptr ? all->as_dict()->get_item(category.key()) : nullptr;
-    Cleared<CPDFDictionary> merged;
-    merged.copy_from(same != nullptr ? same->as_dict() : nullptr);
-    Cleared<CPDFDictionary> added;
-    for (std::int32_t k = 0; k < theirs.as_dict()->count; ++k) {
-      CPDFDictItem& item = *theirs.as_dict()->items[k];
-      if (merged.get_item(item.key()) == nullptr)
-        added.move_item(item.key(), item);
-    }
-    if (added.count == 0 || table_.clone_dict(&source.table, source.context, &added) == 0)
-      continue;
-    for (std::int32_t k = 0; k < added.count; ++k)
-      merged.move_item(added.items[k]->key(), *added.items[k]);
-    ours = form_.edit_dict();
-    if (ours == nullptr)
-      return;
-    if (ours->get_item("DR") == nullptr || ours->get_item("DR")->as_dict() == nullptr) {
-      const Cleared<CPDFDictionary> none;
-      ours->set_item_dict("DR", &none);
-    }
-    if (ours->get_item("DR") != nullptr && ours->get_item("DR")->as_dict() != nullptr)
-      ours->get_item("DR")->as_dict()->set_item_dict(category.key(), &merged);
+    if (theirs.as_dict() != nullptr)
+      take_category(source, category.key(), *theirs.as_dict());
   }
+}
+
+void MergeForm::take_category(MergeSource& source, const char* category, CPDFDictionary& theirs) {
+  const CPDFDictionary* const form = form_.edit_dict();
+  Cleared<CPDFDictionary> merged;
+  {
+    const Freed<CPDFObj> all = table_.value(form, "DR");
+    const Freed<CPDFObj> ours = table_.value(all.as_dict(), category);
+    merged.copy_from(ours.as_dict());
+  }
+  const bool is_fonts = std::strcmp(category, "Font") == 0;
+  int compared = 0;
+  Cleared<CPDFDictionary> added;
+  for (std::int32_t k = 0; k < theirs.count; ++k) {
+    CPDFDictItem& item = *theirs.items[k];
+    const CPDFObj* const present = merged.get_item(item.key());
+    if (present == nullptr)
+      added.move_item(item.key(), item);
+    else if (is_fonts && (++compared > kMostFonts || !is_same_in(table_, *present, source.table, item)))
+      add_renamed(source, item, merged, theirs, added);
+  }
+  if (added.count == 0 || table_.clone_dict(&source.table, source.context, &added) == 0)
+    return;
+  for (std::int32_t k = 0; k < added.count; ++k)
+    merged.move_item(added.items[k]->key(), *added.items[k]);
+  CPDFDictionary* const ours = form_.edit_dict();
+  if (ours == nullptr)
+    return;
+  Freed<CPDFObj> all;
+  table_.resolve(all, ours->get_item("DR"));
+  if (all.as_dict() == nullptr)
+    all.take_dict(new (std::nothrow) CPDFDictionary);
+  if (all.as_dict() == nullptr)
+    return;
+  all.as_dict()->set_item_dict(category, &merged);
+  ours->move_item("DR", all);
+}
+
+// The new name is none that either form has, so that no appearance is renamed twice.
+void MergeForm::add_renamed(MergeSource& source, CPDFDictItem& font, const CPDFDictionary& ours,
+                            const CPDFDictionary& theirs, CPDFDictionary& added) {
+  Cleared<CPDFDictionary> taken;
+  taken.copy_from(&ours);
+  for (std::int32_t i = 0; i < theirs.count; ++i)
+    taken.set_item_int(theirs.items[i]->key(), 0);
+  for (std::int32_t i = 0; i < added.count; ++i)
+    taken.set_item_int(added.items[i]->key(), 0);
+  Freed<CPDFObj> fresh;
+  find_free_key(taken, font.key(), fresh);
+  if (fresh.tag != kTagName)
+    return;
+  added.move_item(fresh.as_name(), font);
+  target_.note(PDF_MERGE_FATE::kRenamed, "form fonts");
+  source.new_font_names.move_item(font.key(), fresh);
 }
 
 }  // namespace sheaf

@@ -30,6 +30,9 @@ private:
   void take_order(MergeSource& source, const CPDFDictionary& form);
   void take_settings(MergeSource& source, const CPDFDictionary& form, std::int32_t first_field);
   void take_resources(MergeSource& source, const CPDFDictionary& form);
+  void take_category(MergeSource& source, const char* category, CPDFDictionary& theirs);
+  void add_renamed(MergeSource& source, CPDFDictItem& font, const CPDFDictionary& ours, const CPDFDictionary& theirs,
+                   CPDFDictionary& added);
   void add_widget(const PDF_REF& widget);
   void name_kid(const PDF_REF& parent, const PDF_REF& kid);
 

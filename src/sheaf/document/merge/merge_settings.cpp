@@ -4,6 +4,7 @@
 #include <cstring>
 #include <new>
 
+#include "sheaf/document/metadata/conformance_claims.h"
 #include "sheaf/object/array.h"
 
 namespace sheaf {
@@ -11,6 +12,7 @@ namespace sheaf {
 namespace {
 
 constexpr const char* kIntents = "OutputIntents";
+constexpr const char* kOpening = "OpenAction";
 
 struct Setting {
   const char* key;
@@ -22,7 +24,7 @@ constexpr Setting kSettings[] = {{"Metadata", "metadata"},
                                  {"ViewerPreferences", "viewer preferences"},
                                  {"PageMode", "page mode"},
                                  {"PageLayout", "page layout"},
-                                 {"OpenAction", "opening action"},
+                                 {kOpening, "opening action"},
                                  {"AA", "document actions"},
                                  {"URI", "base address"},
                                  {"Extensions", "extensions"},
@@ -51,9 +53,10 @@ void find_identifier(CPDFXRefTable& table, const CPDFArray& list, CPDFObj& ident
 
 }  // namespace
 
-void MergeSettings::take(MergeSource& source) {
+void MergeSettings::take(MergeSource& source, SourceDestinations& destinations) {
   note_what_ends(source);
   take_intents(source);
+  compare_claims(source);
   if (!target_.takes_settings()) {
     for (const Setting& setting : kSettings) {
       if (source.entry(setting.key) != nullptr)
@@ -64,12 +67,20 @@ void MergeSettings::take(MergeSource& source) {
     return;
   }
   take_information(source);
+  take_entries(source, destinations);
+}
+
+void MergeSettings::take_entries(MergeSource& source, SourceDestinations& destinations) {
   Cleared<CPDFDictionary> holder;
   for (const Setting& setting : kSettings) {
     Freed<CPDFObj> value;
     value.copy_from(source.entry(setting.key));
     if (value.is_null())
       continue;
+    if (std::strcmp(setting.key, kOpening) == 0 && !destinations.opens_page_that_comes(value)) {
+      target_.note(PDF_MERGE_FATE::kDropped, setting.entry);
+      continue;
+    }
     if (source.import(value)) {
       holder.move_item(setting.key, value);
       target_.note(PDF_MERGE_FATE::kKept, setting.entry);
@@ -132,6 +143,24 @@ void MergeSettings::note_what_ends(MergeSource& source) {
     target_.note(PDF_MERGE_FATE::kDropped, "certification");
 }
 
+// A document made of others conforms to what all of them claim, and only while they claim the same.
+void MergeSettings::compare_claims(MergeSource& source) {
+  if (target_.takes_settings())
+    return;
+  const std::uint64_t claims = conformance_claims(source.table);
+  claims_broken_ = claims_broken_ || (has_claims_ && claims != claims_);
+  claims_ = claims;
+  has_claims_ = true;
+}
+
+bool MergeSettings::drop_broken_claims() {
+  const std::uint64_t ours = has_claims_ ? conformance_claims(table_) : 0;
+  if (ours == 0 || (ours == claims_ && !claims_broken_))
+    return true;
+  target_.note(PDF_MERGE_FATE::kDropped, "conformance claims");
+  return drop_conformance_claims(table_, true) >= 0;
+}
+
 void MergeSettings::take_intents(MergeSource& source) {
   Freed<CPDFObj> list;
   Freed<CPDFObj> identifier;
@@ -150,6 +179,7 @@ void MergeSettings::take_intents(MergeSource& source) {
     return;
   if (!intents_.is_null() || !list.is_null())
     target_.note(PDF_MERGE_FATE::kDropped, "output intents");
+  claims_broken_ = claims_broken_ || !intents_.is_null();
   intents_.free();
 }
 

@@ -5,6 +5,7 @@
 #pragma once
 
 #include "sheaf/document/merge/merge_source.h"
+#include "sheaf/document/merge/source_destinations.h"
 
 namespace sheaf {
 
@@ -15,20 +16,27 @@ public:
   MergeSettings& operator=(const MergeSettings&) = delete;
 
   /// To be called behind the pages and the embedded files of a source.
-  void take(MergeSource& source);
+  void take(MergeSource& source, SourceDestinations& destinations);
   void put(CPDFDictionary& catalog);
+  /// Takes out what the document, whose catalogue is stored, claims to conform to where it no longer does.
+  bool drop_broken_claims();
 
 private:
+  void take_entries(MergeSource& source, SourceDestinations& destinations);
   void take_information(MergeSource& source);
   void take_associated_files(MergeSource& source, CPDFDictionary& holder);
   void take_intents(MergeSource& source);
   void note_what_ends(MergeSource& source);
+  void compare_claims(MergeSource& source);
 
   MergeTarget& target_;
   CPDFXRefTable& table_;
-  PDF_REF holder_{0, 0};       // the entries wait in an object of their own, which is looked over like all others
-  Freed<CPDFObj> intents_;     // the output intents of all sources, while they agree
-  Freed<CPDFObj> identifier_;  // what the first of them is called
+  PDF_REF holder_{0, 0};        // the entries wait in an object of their own, which is looked over like all others
+  std::uint64_t claims_ = 0;    // what the sources claim to conform to, but for the one that gives the settings
+  bool has_claims_ = false;     // there were such sources
+  bool claims_broken_ = false;  // and no single claim is true of all
+  Freed<CPDFObj> intents_;      // the output intents of all sources, while they agree
+  Freed<CPDFObj> identifier_;   // what the first of them is called
 };
 
 }  // namespace sheaf

@@ -1,6 +1,9 @@
 // Numbers for the pages are reserved before anything is imported, so that links find them.
 #include "sheaf/document/merge/merge_source.h"
 
+#include <algorithm>
+
+#include "sheaf/base/heap.h"
 #include "sheaf/object/array.h"
 
 namespace sheaf {
@@ -22,8 +25,31 @@ const CPDFObj* MergeSource::entry(const char* key) const {
   return catalog.as_dict() != nullptr ? catalog.as_dict()->get_item(key) : nullptr;
 }
 
+// Listing pages or elements may make objects of values that stand in others; the map must know them.
+bool MergeSource::widen_map() {
+  const auto size = static_cast<std::uint32_t>(table.next_obj_num);
+  if (size <= context->map_size)
+    return true;
+  constexpr std::uint32_t kStep = 1024;
+  auto* const map =
+      static_cast<std::uint32_t*>(QVRealloc(context->map, (std::size_t{size} + kStep) * sizeof(*context->map)));
+  if (map == nullptr)
+    return false;
+  std::fill(map + context->map_size, map + size + kStep, 0u);
+  context->map = map;
+  context->map_size = size + kStep;
+  return true;
+}
+
+PDF_REF MergeSource::make_object(CPDFObj& value) {
+  const PDF_REF made{table.alloc_obj_num(), 0};
+  return table.store_object(made, value) && widen_map() ? made : PDF_REF{0, 0};
+}
+
 void MergeSource::reserve_pages(const std::int32_t* pages, std::int32_t count) {
   std::int32_t different = 0;
+  doc.page_ref(0);
+  widen_map();
   for (std::int32_t i = 0; i < count; ++i) {
     const PDF_REF ref = doc.page_ref(pages[i]);
     if (!is_mapped(ref.num) || !wanted.visit(ref.num))

@@ -40,19 +40,35 @@ public:
   /// The same, with the result as an object of its own; {0, 0} on failure. `value` becomes null.
   PDF_REF import_object(CPDFObj& value);
 
+  /// Makes an object of the source of a value that stands in another one. {0, 0} without memory; `value`
+  /// becomes null else.
+  PDF_REF make_object(CPDFObj& value);
+
+  /// What became of an object of a page that comes along once more.
+  struct Repeated {
+    std::int32_t copy;  ///< Which further copy of a page, from 0.
+    std::int32_t num;   ///< In the source: the page first, then its annotations.
+    PDF_REF made;
+  };
+
   CPDFDoc& doc;
   CPDFXRefTable& table;
   ImportContext* context;
   MergeTarget& target;
   Freed<CPDFObj> catalog;
-  VisitedSet wanted;             ///< Object numbers of the pages that come along.
-  bool takes_few = false;        ///< Most pages stay behind.
-  bool takes_all = false;        ///< No page stays behind.
-  PDF_REF first_page{0, 0};      ///< The first page appended.
-  std::int32_t first_num = 0;    ///< Objects from this number on were made for this source.
-  std::uint32_t first_slot = 0;  ///< Where the objects stored for it begin.
-  NameList old_field_names;      ///< Top-level fields that got other names: as they were, as UTF-8; `num` is
-  NameList new_field_names;      ///< the index here.
+  VisitedSet wanted;                       ///< Object numbers of the pages that come along.
+  bool takes_few = false;                  ///< Most pages stay behind.
+  bool takes_all = false;                  ///< No page stays behind.
+  PDF_REF first_page{0, 0};                ///< The first page appended.
+  std::int32_t first_num = 0;              ///< Objects from this number on were made for this source.
+  std::uint32_t first_slot = 0;            ///< Where the objects stored for it begin.
+  GrowArray<Repeated> repeated;            ///< Pages that come along more than once: all copies but the first of each.
+  NameList old_field_names;                ///< Top-level fields that got other names: as they were, as UTF-8; `num` is
+  Cleared<CPDFDictionary> new_font_names;  ///< Of the form's default resources, by the old ones.
+  NameList new_field_names;                ///< the index here.
+
+private:
+  bool widen_map();
 };
 
 }  // namespace sheaf

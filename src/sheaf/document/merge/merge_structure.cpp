@@ -1,4 +1,4 @@
-// Elements are visited from the root on a stack of the walk's own, and stored when they hold something.
+// Elements that come along are stored in the order in which they were listed, parents first.
 #include "sheaf/document/merge/merge_structure.h"
 
 #include <algorithm>
@@ -11,17 +11,9 @@ namespace sheaf {
 
 namespace {
 
-constexpr std::size_t kMostElements = 8'000'000;
+// Elements for further copies of pages, in one source.
+constexpr std::size_t kMostCopies = 1 << 20;
 constexpr const char* kRoot = "StructTreeRoot";
-
-std::int32_t number_at(const CPDFDictionary& dict, const char* key) {
-  const CPDFObj* const item = dict.get_item(key);
-  return item != nullptr ? item->as_ref().num : 0;
-}
-
-bool is_whole_object(const CPDFDictionary& item) {
-  return item.get_item("Obj") != nullptr;
-}
 
 // The numbers from `limit` on cannot be identifiers of a page with so many: such a list would be
 // longer than the page.
@@ -54,186 +46,8 @@ void MergeStructure::load() {
   next_key_ = std::max({next.to_int(), greatest + 1, 0});
 }
 
-bool MergeStructure::is_element(const CPDFDictionary& dict) const {
-  return dict.get_item("S") != nullptr && !is_whole_object(dict) && dict.get_item("MCID") == nullptr;
-}
-
-void MergeStructure::note_content(std::int32_t index, bool comes) {
-  if (index < 0)
-    return;
-  Element& element = elements_[static_cast<std::size_t>(index)];
-  element.holds_kept = element.holds_kept || comes;
-  element.holds_other = element.holds_other || !comes;
-}
-
-bool MergeStructure::content_comes(const MergeSource& source, const CPDFDictionary& item, std::int32_t page) const {
-  const std::int32_t own = number_at(item, "Pg");
-  if (is_whole_object(item))
-    return source.copy_of(number_at(item, "Obj")).num != 0 && (own == 0 || source.wanted.has(own));
-  if (!source.wanted.has(own != 0 ? own : page))
-    return false;
-  return item.get_item("Stm") == nullptr || source.copy_of(number_at(item, "Stm")).num != 0;
-}
-
-void MergeStructure::look_at_kid(MergeSource& source, const CPDFObj& kid, std::int32_t index,
-                                 GrowArray<Element>& waiting) {
-  const std::int32_t page = index >= 0 ? elements_[static_cast<std::size_t>(index)].page : 0;
-  if (kid.tag == kTagInt)
-    note_content(index, source.wanted.has(page));
-  else if (kid.as_dict() != nullptr && !is_element(*kid.as_dict()))
-    note_content(index, content_comes(source, *kid.as_dict(), page));
-  else if (kid.tag == kTagRef && index_of_.get(kid.as_ref().num) == 0)
-    waiting.push({kid.as_ref(), index, page, false, false, false});
-  else
-    target_.note(PDF_MERGE_FATE::kDropped, "structure elements");
-}
-
-// All elements below the root, parents in front of what they hold.
-void MergeStructure::list(MergeSource& source, const CPDFObj* top) {
-  GrowArray<Element> waiting;
-  Freed<CPDFObj> obj;
-  Freed<CPDFObj> kids;
-  const auto look_at = [&](const CPDFObj* item, std::int32_t index) {
-    source.table.resolve(kids, item);
-    if (kids.as_array() == nullptr) {
-      if (!kids.is_null())
-        look_at_kid(source, *item, index, waiting);
-      return;
-    }
-    for (std::int32_t i = kids.as_array()->count; i-- > 0;)
-      look_at_kid(source, kids.as_array()->items[i], index, waiting);
-  };
-  look_at(top, -1);
-  while (!waiting.empty() && elements_.size() < kMostElements) {
-    Element element = waiting.back();
-    waiting.pop();
-    if (index_of_.get(element.ref.num) != 0)
-      continue;
-    source.table.get_entity(obj, element.ref);
-    const CPDFDictionary* const dict = obj.as_dict();
-    if (dict == nullptr)
-      continue;
-    if (!is_element(*dict)) {
-      note_content(element.parent, content_comes(source, *dict, element.page));
-      continue;
-    }
-    const std::int32_t own = number_at(*dict, "Pg");
-    element.page = own != 0 ? own : element.page;
-    const auto index = static_cast<std::int32_t>(elements_.size());
-    if (!index_of_.set(element.ref.num, index + 1) || !elements_.push(element))
-      return;
-    look_at(dict->get_item("K"), index);
-  }
-}
-
-// An element and, in front of it, those above it that are not listed yet.
-void MergeStructure::add_with_parents(MergeSource& source, const PDF_REF& element) {
-  constexpr std::size_t kMostLevels = 4096;
-  GrowArray<PDF_REF> chain;
-  Freed<CPDFObj> obj;
-  PDF_REF above = element;
-  while (above.num > 0 && index_of_.get(above.num) == 0 && chain.size() < kMostLevels) {
-    source.table.get_entity(obj, above);
-    if (obj.as_dict() == nullptr || !is_element(*obj.as_dict()))
-      break;  // the root
-    chain.push(above);
-    above = {number_at(*obj.as_dict(), "P"), 0};
-  }
-  std::int32_t parent = index_of_.get(above.num) - 1;
-  while (!chain.empty()) {
-    const PDF_REF ref = chain.back();
-    chain.pop();
-    if (index_of_.get(ref.num) != 0)
-      continue;
-    source.table.get_entity(obj, ref);
-    const std::int32_t own = obj.as_dict() != nullptr ? number_at(*obj.as_dict(), "Pg") : 0;
-    const std::int32_t page = own != 0 || parent < 0 ? own : elements_[static_cast<std::size_t>(parent)].page;
-    const auto index = static_cast<std::int32_t>(elements_.size());
-    if (!index_of_.set(ref.num, index + 1) || !elements_.push({ref, parent, page, true, false, false}))
-      return;
-    parent = index;
-  }
-}
-
-// Kids that hold nothing have no place in a parent tree. They are looked for where an element has few,
-// as the row of a table does.
-void MergeStructure::add_empty_kids(MergeSource& source, std::int32_t index) {
-  constexpr std::int32_t kMostKids = 64;
-  Freed<CPDFObj> obj;
-  Freed<CPDFObj> kids;
-  source.table.get_entity(obj, elements_[static_cast<std::size_t>(index)].ref);
-  source.table.resolve(kids, obj.as_dict() != nullptr ? obj.as_dict()->get_item("K") : nullptr);
-  if (kids.as_array() == nullptr || kids.as_array()->count > kMostKids)
-    return;
-  for (std::int32_t i = 0; i < kids.as_array()->count; ++i) {
-    const PDF_REF kid = kids.as_array()->items[i].as_ref();
-    if (kid.num < 1 || index_of_.get(kid.num) != 0)
-      continue;
-    source.table.get_entity(obj, kid);
-    if (obj.as_dict() == nullptr || !is_element(*obj.as_dict()))
-      continue;
-    Element& parent = elements_[static_cast<std::size_t>(index)];
-    const bool is_empty = obj.as_dict()->get_item("K") == nullptr;
-    parent.holds_other = parent.holds_other || !is_empty;
-    const auto at = static_cast<std::int32_t>(elements_.size());
-    if (is_empty && index_of_.set(kid.num, at + 1))
-      elements_.push({kid, index, parent.page, false, false, false});
-  }
-}
-
-// The elements that the source's parent tree gives for what came along, which is little, so that the
-// whole tree need not be read. False when it gives none.
-bool MergeStructure::list_by_parent_tree(MergeSource& source, const CPDFDictionary& root) {
-  NumberMap wanted;
-  for (std::uint32_t i = source.first_slot; i < table_.new_obj_count; ++i) {
-    const CPDFDictionary* const dict = table_.new_objs[i].obj.as_dict_or_stream();
-    if (dict == nullptr || static_cast<std::int32_t>(table_.new_objs[i].num) < source.first_num)
-      continue;
-    for (const char* key : {"StructParent", "StructParents"}) {
-      const CPDFObj* const item = dict->get_item(key);
-      if (item != nullptr && item->tag == kTagInt && item->as_int() >= 0 && item->as_int() < VisitedSet::kMostNum)
-        wanted.set(item->as_int() + 1, 1);
-    }
-  }
-  number_tree_walk(source.table, root.get_item("ParentTree"), [&](std::int32_t key, const CPDFObj& value) {
-    if (key < 0 || key >= VisitedSet::kMostNum || wanted.get(key + 1) == 0)
-      return;
-    Freed<CPDFObj> list;
-    source.table.resolve(list, &value);
-    if (list.as_array() == nullptr)
-      add_with_parents(source, value.as_ref());
-    for (std::int32_t i = 0; list.as_array() != nullptr && i < list.as_array()->count; ++i)
-      add_with_parents(source, list.as_array()->items[i].as_ref());
-  });
-  const auto count = static_cast<std::int32_t>(elements_.size());
-  for (std::int32_t i = 0; i < count; ++i)
-    add_empty_kids(source, i);
-  return count > 0;
-}
-
-void MergeStructure::choose(const MergeSource& source) {
-  for (std::size_t i = elements_.size(); i-- > 0;) {
-    const Element& element = elements_[i];
-    if (element.parent < 0)
-      continue;
-    Element& parent = elements_[static_cast<std::size_t>(element.parent)];
-    parent.holds_kept = parent.holds_kept || element.holds_kept;
-    parent.holds_other = parent.holds_other || element.holds_other;
-  }
-  for (Element& element : elements_) {
-    const Element* const parent = element.parent >= 0 ? &elements_[static_cast<std::size_t>(element.parent)] : nullptr;
-    const bool is_empty = !element.holds_kept && !element.holds_other;
-    element.kept = source.takes_all || element.holds_kept ||
-                   (is_empty && parent != nullptr && parent->kept && !parent->holds_other);
-    if (element.kept)
-      kept_.visit(element.ref.num);
-  }
-}
-
 void MergeStructure::take(MergeSource& source) {
   elements_.clear();
-  index_of_.clear();
-  kept_.clear();
   contents_.clear();
   keys_.clear();
   object_keys_.clear();
@@ -244,12 +58,8 @@ void MergeStructure::take(MergeSource& source) {
     ++untagged_;
     return;
   }
-  if (!source.takes_few || !list_by_parent_tree(source, *root.as_dict()))
-    list(source, root.as_dict()->get_item("K"));
-  choose(source);
-  std::int32_t count = 0;
-  for (const Element& element : elements_)
-    count += element.kept ? 1 : 0;
+  elements_.list(source, *root.as_dict());
+  const std::int32_t count = elements_.kept_count();
   target_.note(PDF_MERGE_FATE::kJoined, "structure elements", count);
   target_.note(PDF_MERGE_FATE::kDropped, "structure elements", static_cast<std::int32_t>(elements_.size()) - count);
   if (count == 0)
@@ -258,22 +68,120 @@ void MergeStructure::take(MergeSource& source) {
     root_ = {table_.alloc_obj_num(), 0};
   names_.start(source, *root.as_dict());
   CPDFObj item{};
-  for (const Element& element : elements_) {
+  for (const SourceElement& element : elements_) {
     item.set_ref(element.ref);
     if (!element.kept)
       source.leave_out(&item);
     else if (source.is_mapped(element.ref.num) && source.context->map[element.ref.num] == 0)
       source.context->map[element.ref.num] = static_cast<std::uint32_t>(table_.alloc_obj_num());
   }
-  for (const Element& element : elements_) {
+  for (const SourceElement& element : elements_) {
     if (element.kept)
       store(source, element);
   }
   take_tops(source);
-  enter_contents();
+  enter_contents(0);
+  take_repeated(source);
 }
 
-void MergeStructure::store(MergeSource& source, const Element& element) {
+// Each further copy of a page gets copies of the elements that hold content of the page, and of those
+// above them; what stands at the top and holds none itself is shared.
+void MergeStructure::take_repeated(MergeSource& source) {
+  const std::size_t first_contents = contents_.size();
+  for (std::size_t at = 0; at < source.repeated.size();) {
+    std::size_t end = at;
+    while (end < source.repeated.size() && source.repeated[end].copy == source.repeated[at].copy)
+      ++end;
+    GrowArray<std::int32_t> chosen;
+    choose_for_copy(source, at, end, first_contents, chosen);
+    copied_ += chosen.size();
+    if (copied_ <= kMostCopies)
+      store_copies(source, at, end, chosen);
+    else
+      target_.note(PDF_MERGE_FATE::kDropped, "structure elements", static_cast<std::int32_t>(chosen.size()));
+    at = end;
+  }
+  enter_contents(first_contents);
+}
+
+// The indices of the elements for one further copy, which is entries `at` to `end` of those repeated.
+void MergeStructure::choose_for_copy(const MergeSource& source, std::size_t at, std::size_t end,
+                                     std::size_t first_contents, GrowArray<std::int32_t>& chosen) {
+  const Content* const last = contents_.begin() + first_contents;
+  chosen_.clear();
+  const auto choose = [&](std::int32_t index) {
+    if (chosen_.visit(index + 1))
+      chosen.push(index);
+  };
+  for (; at < end; ++at) {
+    const std::int32_t owner = source.copy_of(source.repeated[at].num).num;
+    const Content* content = std::lower_bound(static_cast<const Content*>(contents_.begin()), last, owner,
+                                              [](const Content& a, std::int32_t num) { return a.owner < num; });
+    for (; owner > 0 && content != last && content->owner == owner; ++content)
+      choose(content->index);
+  }
+  for (std::size_t i = 0; i < chosen.size(); ++i) {
+    const std::int32_t parent = elements_.at(chosen[i]).parent;
+    if (parent >= 0 && elements_.at(parent).parent >= 0)
+      choose(parent);
+  }
+  std::sort(chosen.begin(), chosen.end());
+}
+
+void MergeStructure::store_copies(MergeSource& source, std::size_t at, std::size_t end,
+                                  const GrowArray<std::int32_t>& chosen) {
+  std::uint32_t* const map = source.context->map;
+  GrowArray<std::uint32_t> before;
+  const auto lead_to = [&](std::int32_t num, std::uint32_t made) {
+    if (before.push(map[num]))
+      map[num] = made;
+  };
+  copied_page_ = source.repeated[at].num;
+  copied_objects_.clear();
+  for (std::size_t i = at; i < end; ++i) {
+    lead_to(source.repeated[i].num, static_cast<std::uint32_t>(source.repeated[i].made.num));
+    copied_objects_.visit(source.repeated[i].num);
+  }
+  for (const std::int32_t index : chosen)
+    lead_to(elements_.at(index).ref.num, static_cast<std::uint32_t>(table_.alloc_obj_num()));
+  const bool is_complete = before.size() == end - at + chosen.size();
+  for (std::size_t i = 0; is_complete && i < chosen.size(); ++i) {
+    const SourceElement& element = elements_.at(chosen[i]);
+    store(source, element);
+    const PDF_REF made = source.copy_of(element.ref.num);
+    if (element.parent < 0)
+      tops_.push({made, target_.source});
+    else if (!chosen_.has(element.parent + 1))
+      add_kid(source.copy_of(elements_.at(element.parent).ref.num), made);
+  }
+  copied_page_ = 0;
+  for (std::size_t i = before.size(); i-- > 0;) {
+    const std::size_t objects = end - at;
+    map[i < objects ? source.repeated[at + i].num : elements_.at(chosen[i - objects]).ref.num] = before[i];
+  }
+}
+
+// Puts an element behind the kids of another one that was stored.
+void MergeStructure::add_kid(const PDF_REF& parent, const PDF_REF& kid) {
+  CPDFDictionary* const dict = target_.stored_dict(parent);
+  CPDFObj* const kids = dict != nullptr ? dict->get_item("K") : nullptr;
+  if (kids != nullptr && kids->as_array() != nullptr) {
+    kids->as_array()->append_ref(kid);
+  } else if (dict != nullptr) {
+    Cleared<CPDFArray> list;
+    if (kids != nullptr)
+      list.append_moved(*kids);
+    list.append_ref(kid);
+    dict->set_item_arr("K", &list);
+  }
+}
+
+// Whether the content of a page of the source belongs to what is stored at this moment.
+bool MergeStructure::takes_page(const MergeSource& source, std::int32_t page) const {
+  return copied_page_ == 0 ? source.wanted.has(page) : page == copied_page_;
+}
+
+void MergeStructure::store(MergeSource& source, const SourceElement& element) {
   Freed<CPDFObj> obj;
   source.table.get_entity(obj, element.ref);
   const PDF_REF made = source.copy_of(element.ref.num);
@@ -294,17 +202,18 @@ void MergeStructure::store(MergeSource& source, const Element& element) {
     return;
   CPDFDictionary& entry = *obj.as_dict();
   const CPDFObj* const id = entry.get_item("ID");
-  if (id != nullptr && id->tag == kTagString)
+  if (copied_page_ != 0)
+    names_.give_identifier(entry, made);
+  else if (id != nullptr && id->tag == kTagString)
     names_.take_identifier(id->as_string(), made);
   names_.rename(entry);
-  entry.set_item_ref(
-      "P", element.parent >= 0 ? source.copy_of(elements_[static_cast<std::size_t>(element.parent)].ref.num) : root_);
-  if (source.wanted.has(page))
+  entry.set_item_ref("P", element.parent >= 0 ? source.copy_of(elements_.at(element.parent).ref.num) : root_);
+  if (takes_page(source, page))
     entry.set_item_ref("Pg", source.copy_of(page));
   Cleared<CPDFArray> kept;
   for (std::int32_t i = 0; related.as_array() != nullptr && i < related.as_array()->count; ++i) {
     const std::int32_t num = related.as_array()->items[i].as_ref().num;
-    if (kept_.has(num))
+    if (elements_.has_kept(num))
       kept.append_ref(source.copy_of(num));
   }
   if (kept.count > 0)
@@ -313,25 +222,26 @@ void MergeStructure::store(MergeSource& source, const Element& element) {
   table_.store_object(made, obj);
 }
 
-void MergeStructure::store_kids(MergeSource& source, const CPDFObj& kids, const Element& element, const PDF_REF& made,
-                                CPDFDictionary& entry) {
-  const std::int32_t index = index_of_.get(element.ref.num) - 1;
+void MergeStructure::store_kids(MergeSource& source, const CPDFObj& kids, const SourceElement& element,
+                                const PDF_REF& made, CPDFDictionary& entry) {
+  const std::int32_t index = elements_.find(element.ref.num);
   Cleared<CPDFArray> list;
   const auto take_kid = [&](const CPDFObj& kid) {
-    const std::int32_t other = kid.tag == kTagRef ? index_of_.get(kid.as_ref().num) - 1 : -1;
-    if (kid.tag == kTagInt && source.wanted.has(element.page)) {
+    const std::int32_t other = kid.tag == kTagRef ? elements_.find(kid.as_ref().num) : -1;
+    if (kid.tag == kTagInt && takes_page(source, element.page)) {
       list.append_int(kid.as_int());
-      contents_.push({source.copy_of(element.page).num, kid.as_int(), made});
+      contents_.push({source.copy_of(element.page).num, kid.as_int(), made, index});
     } else if (other >= 0) {
       // An element that several claim belongs to the one by which it was found.
-      const Element& below = elements_[static_cast<std::size_t>(other)];
-      if (below.kept && below.parent == index)
+      const SourceElement& below = elements_.at(other);
+      const bool is_taken = copied_page_ == 0 ? below.kept : chosen_.has(other + 1);
+      if (is_taken && below.parent == index)
         list.append_ref(source.copy_of(below.ref.num));
-    } else {
+    } else if (kid.tag != kTagRef || !element.holds_elements) {
       Freed<CPDFObj> item;
       source.table.resolve(item, &kid);
       if (item.as_dict() != nullptr)
-        take_content(source, *item.as_dict(), element.page, made, list);
+        take_content(source, *item.as_dict(), element.page, made, index, list);
     }
   };
   if (kids.as_array() == nullptr && !kids.is_null())
@@ -344,13 +254,17 @@ void MergeStructure::store_kids(MergeSource& source, const CPDFObj& kids, const 
     entry.set_item_arr("K", &list);
 }
 
-bool MergeStructure::take_content(MergeSource& source, const CPDFDictionary& item, std::int32_t page,
-                                  const PDF_REF& made, CPDFArray& list) {
-  if (is_element(item) || !content_comes(source, item, page))
-    return false;
+// What several pages share, as a form does, has one place in the parent tree: that of the first copy.
+void MergeStructure::take_content(MergeSource& source, const CPDFDictionary& item, std::int32_t page,
+                                  const PDF_REF& made, std::int32_t index, CPDFArray& list) {
+  if (is_structure_element(item) || !content_comes(source, item, page))
+    return;
   const bool whole = is_whole_object(item);
   const PDF_REF stream = source.copy_of(number_at(item, "Stm"));
   const std::int32_t own = number_at(item, "Pg");
+  const bool is_copied = whole && copied_objects_.has(number_at(item, "Obj"));
+  if (copied_page_ != 0 && !is_copied && !takes_page(source, own != 0 ? own : page))
+    return;
   Cleared<CPDFDictionary> entry;
   entry.set_item_name(CPDFDictionary::sm_tag_type, whole ? "OBJR" : "MCR");
   if (own != 0)
@@ -358,18 +272,18 @@ bool MergeStructure::take_content(MergeSource& source, const CPDFDictionary& ite
   if (whole) {
     const PDF_REF object = source.copy_of(number_at(item, "Obj"));
     entry.set_item_ref("Obj", object);
-    contents_.push({object.num, -1, made});
+    if (copied_page_ == 0 || is_copied)
+      contents_.push({object.num, -1, made, index});
   } else {
-    Freed<CPDFObj> sequence;
-    source.table.resolve(sequence, item.get_item("MCID"));
+    const Freed<CPDFObj> sequence = source.table.value(&item, "MCID");
     entry.set_item_int("MCID", sequence.to_int());
     if (stream.num != 0)
       entry.set_item_ref("Stm", stream);
     const PDF_REF owner = stream.num != 0 ? stream : source.copy_of(own != 0 ? own : page);
-    contents_.push({owner.num, sequence.to_int(), made});
+    if (copied_page_ == 0 || stream.num == 0)
+      contents_.push({owner.num, sequence.to_int(), made, index});
   }
   list.append_dict(&entry);
-  return true;
 }
 
 // The elements at the top, in their order. Where the source is in another language than the document
@@ -393,7 +307,7 @@ void MergeStructure::take_tops(MergeSource& source) {
   const CPDFObj* const top = root.as_dict() != nullptr ? root.as_dict()->get_item("K") : nullptr;
   source.table.resolve(kids, top);
   const auto take_top = [&](const CPDFObj& kid) {
-    const PDF_REF made = kept_.has(kid.as_ref().num) ? source.copy_of(kid.as_ref().num) : PDF_REF{0, 0};
+    const PDF_REF made = elements_.has_kept(kid.as_ref().num) ? source.copy_of(kid.as_ref().num) : PDF_REF{0, 0};
     CPDFDictionary* const element = target_.stored_dict(made);
     if (element == nullptr || !tops_.push({made, target_.source}))
       return;
@@ -425,11 +339,11 @@ void MergeStructure::take_tops(MergeSource& source) {
 
 // A key for each page, form and object; behind the key of a page or form stands the list of its
 // elements, by marked-content identifier.
-void MergeStructure::enter_contents() {
-  std::stable_sort(contents_.begin(), contents_.end(), [](const Content& a, const Content& b) {
+void MergeStructure::enter_contents(std::size_t first) {
+  std::stable_sort(contents_.begin() + first, contents_.end(), [](const Content& a, const Content& b) {
     return a.owner != b.owner ? a.owner < b.owner : a.sequence < b.sequence;
   });
-  for (std::size_t at = 0; at < contents_.size();) {
+  for (std::size_t at = first; at < contents_.size();) {
     std::size_t end = at;
     while (end < contents_.size() && contents_[end].owner == contents_[at].owner)
       ++end;

@@ -2,14 +2,15 @@
 // along, below the document's own root. An element comes along with something that it holds; one that
 // holds nothing stays with its parent when nothing else of the parent stays behind.
 //
-//   take: elements listed, all of them or, where most pages stay behind, those that the source's parent
-//         tree gives for the pages -> which stay -> each gets its number -> each is stored
+//   take: elements listed (SourceElements) -> each that comes along gets its number -> each is stored
+//         -> once more for each further copy of a page
 //         -> a key of the parent tree for each page, form and object that has content in the tree
 //   set_key: while the objects are looked over, each gets its key
 //   put: root, parent tree, role map, class map and identifiers of all sources
 #pragma once
 
 #include "sheaf/document/merge/merge_source.h"
+#include "sheaf/document/merge/source_elements.h"
 #include "sheaf/document/merge/structure_names.h"
 
 namespace sheaf {
@@ -27,25 +28,18 @@ public:
   /// Gives the object `num` of the target, whose dictionary is `dict`, its key in the parent tree.
   void set_key(std::int32_t num, CPDFDictionary& dict) const;
   /// Whether the element `num` of the source at hand came along.
-  bool has_element(std::int32_t num) const { return kept_.has(num); }
+  bool has_element(std::int32_t num) const { return elements_.has_kept(num); }
   /// Makes the headers that attributes of a table cell name those of the target.
   void rename_headers(CPDFDictionary& attributes) const { names_.rename_headers(attributes); }
   void put(CPDFDictionary& catalog);
 
 private:
-  struct Element {
-    PDF_REF ref;          // in the source
-    std::int32_t parent;  // index, -1 at the top
-    std::int32_t page;    // the source's number of the page of its content, its own or from above
-    bool holds_kept;      // content of pages that come along, here or below
-    bool holds_other;     // content that stays behind
-    bool kept;
-  };
   // Content of an element: a marked sequence of a page or a form, or a whole object.
   struct Content {
     std::int32_t owner;     // our number of the page, the form or the object
     std::int32_t sequence;  // its marked-content identifier; -1 for a whole object
     PDF_REF element;
+    std::int32_t index;  // of the element in the source
   };
   struct Entry {
     std::int32_t key;
@@ -56,22 +50,19 @@ private:
     std::int32_t source;
   };
 
-  bool is_element(const CPDFDictionary& dict) const;
-  void list(MergeSource& source, const CPDFObj* top);
-  bool list_by_parent_tree(MergeSource& source, const CPDFDictionary& root);
-  void add_with_parents(MergeSource& source, const PDF_REF& element);
-  void add_empty_kids(MergeSource& source, std::int32_t index);
-  void look_at_kid(MergeSource& source, const CPDFObj& kid, std::int32_t index, GrowArray<Element>& waiting);
-  void note_content(std::int32_t index, bool comes);
-  bool content_comes(const MergeSource& source, const CPDFDictionary& item, std::int32_t page) const;
-  void choose(const MergeSource& source);
-  void store(MergeSource& source, const Element& element);
-  void store_kids(MergeSource& source, const CPDFObj& kids, const Element& element, const PDF_REF& made,
+  void store(MergeSource& source, const SourceElement& element);
+  void store_kids(MergeSource& source, const CPDFObj& kids, const SourceElement& element, const PDF_REF& made,
                   CPDFDictionary& entry);
-  bool take_content(MergeSource& source, const CPDFDictionary& item, std::int32_t page, const PDF_REF& made,
-                    CPDFArray& list);
+  void take_content(MergeSource& source, const CPDFDictionary& item, std::int32_t page, const PDF_REF& made,
+                    std::int32_t index, CPDFArray& list);
+  bool takes_page(const MergeSource& source, std::int32_t page) const;
+  void take_repeated(MergeSource& source);
+  void choose_for_copy(const MergeSource& source, std::size_t at, std::size_t end, std::size_t first_contents,
+                       GrowArray<std::int32_t>& chosen);
+  void store_copies(MergeSource& source, std::size_t at, std::size_t end, const GrowArray<std::int32_t>& chosen);
+  void add_kid(const PDF_REF& parent, const PDF_REF& kid);
   void take_tops(MergeSource& source);
-  void enter_contents();
+  void enter_contents(std::size_t first);
   void put_parent_tree(CPDFDictionary& root);
   void put_tops(CPDFDictionary& root);
   void put_marks(CPDFDictionary& catalog);
@@ -90,10 +81,12 @@ private:
   bool is_marked_ = false;
 
   // Of the source at hand.
-  GrowArray<Element> elements_;  // parents in front of what they hold
-  NumberMap index_of_;           // index into elements_ plus one, by the source's number
-  VisitedSet kept_;
-  GrowArray<Content> contents_;
+  SourceElements elements_{target_};
+  GrowArray<Content> contents_;   // sorted by owner once they are entered
+  std::int32_t copied_page_ = 0;  // the page whose further copy gets its elements; 0 while all get theirs
+  VisitedSet copied_objects_;     // that page and its annotations
+  VisitedSet chosen_;             // the elements for that copy, by index plus one
+  std::size_t copied_ = 0;        // elements for further copies
   struct ObjectKey {
     std::int32_t key;
     bool whole;  // "StructParent"; else "StructParents"

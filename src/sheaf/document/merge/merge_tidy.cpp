@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "sheaf/base/heap.h"
+#include "sheaf/document/merge/form_fonts.h"
 #include "sheaf/document/merge/merge_structure.h"
 #include "sheaf/object/array.h"
 #include "sheaf/object/destination.h"
@@ -122,6 +123,8 @@ bool MergeTidy::tidy_dict(CPDFDictionary& dict) {
     }
     structure_.rename_headers(dict);
     tidy_action(dict);
+    if (CPDFObj* const appearance = src_.new_font_names.count > 0 ? dict.get_item("DA") : nullptr)
+      rename_fonts(*appearance, src_.new_font_names);
     dict.set_item("StructParent", nullptr);
     dict.set_item("StructParents", nullptr);
   }

@@ -1,9 +1,26 @@
 // Names that are reserved but not used leave no entry.
 #include "sheaf/document/merge/name_additions.h"
 
+#include <cstring>
+
+#include "sheaf/base/number_text.h"
 #include "sheaf/document/names/name_tree.h"
 
 namespace sheaf {
+
+void find_free_key(const CPDFDictionary& taken, const char* key, CPDFObj& fresh) {
+  const std::size_t len = std::strlen(key);
+  const HeapBlock<char> text(static_cast<char*>(QVAlloc(len + 1 + kNumberTextSize)));
+  if (!text)
+    return;
+  std::memcpy(text.get(), key, len);
+  text[len] = '-';
+  std::int32_t number = 2;
+  do
+    ansi_from_i32(text.get() + len + 1, number++);
+  while (taken.get_item(text.get()) != nullptr);
+  fresh.set_name(text.get());
+}
 
 void NameAdditions::reserve(const PDF_String& name) {
   if (list_.find(name) < 0 && list_.add(name, {0, 0}) >= 0)

@@ -7,6 +7,10 @@ class CPDFDictionary;
 
 namespace sheaf {
 
+/// Makes `fresh` the name `key` with the first number behind it that `taken` does not have as a key. It stays as it is
+/// without memory.
+void find_free_key(const CPDFDictionary& taken, const char* key, CPDFObj& fresh);
+
 class NameAdditions {
 public:
   /// `key` is that of the name tree; a literal.

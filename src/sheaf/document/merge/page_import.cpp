@@ -26,9 +26,13 @@ PDF_REF PageImport::append(std::int32_t index, bool& repeated) {
   src_.context->map[page.ref.num] = static_cast<std::uint32_t>(copy.num);
   forget_annotations(page, forgotten);
   const bool good = import_page(page, copy);
-  // Links and the structure lead to the first copy.
-  for (const Mapping& mapping : forgotten)
+  // Links lead to the first copy; the structure gets elements for this one.
+  for (const Mapping& mapping : forgotten) {
+    const auto made = static_cast<std::int32_t>(src_.context->map[mapping.num]);
+    if (good && made != 0)
+      src_.repeated.push({copies_, mapping.num, {made, 0}});
     src_.context->map[mapping.num] = mapping.copy;
+  }
   return good ? copy : PDF_REF{0, 0};
 }
 

@@ -7,6 +7,7 @@
 #include "sheaf/base/heap.h"
 #include "sheaf/base/stream.h"
 #include "sheaf/object/array.h"
+#include "sheaf/object/reference_walk.h"
 
 namespace sheaf {
 
@@ -24,30 +25,6 @@ std::uint64_t mixed(std::uint64_t value) {
   value ^= value >> 32;
   value *= 0x9E3779B97F4A7C15u;
   return value ^ value >> 29;
-}
-
-// Walks all references of a value.
-template <class Visit>
-void each_reference(CPDFObj& value, GrowArray<CPDFObj*>& waiting, const Visit& visit) {
-  waiting.clear();
-  waiting.push(&value);
-  while (!waiting.empty()) {
-    CPDFObj& at = *waiting.back();
-    waiting.pop();
-    if (at.tag == kTagRef) {
-      visit(at);
-    } else if (CPDFArray* const array = at.as_array()) {
-      for (std::int32_t i = 0; i < array->count; ++i) {
-        if (array->items[i].tag >= kTagArray)
-          waiting.push(array->items + i);
-      }
-    } else if (CPDFDictionary* const dict = at.as_dict_or_stream()) {
-      for (std::int32_t i = 0; i < dict->count; ++i) {
-        if (dict->items[i]->tag >= kTagArray)
-          waiting.push(dict->items[i]);
-      }
-    }
-  }
 }
 
 bool same_dictionary(const CPDFDictionary& a, const CPDFDictionary& b) {

@@ -98,7 +98,7 @@ void SourceDestinations::list() {
 
 // Whether a destination refers to nothing but what is left out, which is found without making any
 // value: of a part of a long document, most are so.
-bool SourceDestinations::leads_away(const PDF_REF& destination, ReferenceList& scratch) {
+bool SourceDestinations::refers_only_to_what_is_left_out(const PDF_REF& destination, ReferenceList& scratch) {
   scratch.clear();
   src_.table.get_references(scratch, destination.num);
   return !scratch.empty() &&
@@ -117,7 +117,7 @@ void SourceDestinations::read_up_to(std::uint64_t up_to) {
     if (destination.place > up_to)
       return;
     const CPDFObj ref = destination.value;  // a reference owns nothing
-    if (src_.takes_few && leads_away(ref.as_ref(), scratch)) {
+    if (src_.takes_few && refers_only_to_what_is_left_out(ref.as_ref(), scratch)) {
       destination.page = 0;
       destination.value.free();
       continue;
@@ -176,6 +176,17 @@ std::int32_t SourceDestinations::page_of_action(const CPDFObj* action) {
   src_.table.resolve(value, action);
   const CPDFObj* const kind = value.as_dict() != nullptr ? value.as_dict()->get_item("S") : nullptr;
   return kind != nullptr && kind->is_name("GoTo") ? page_of(value.as_dict()->get_item("D")) : -1;
+}
+
+bool SourceDestinations::opens_page_that_comes(const CPDFObj& opening) {
+  Freed<CPDFObj> value;
+  src_.table.resolve(value, &opening);
+  const CPDFArray* const place = value.as_array();
+  if (place != nullptr && place->count > 0 && place->items[0].is_number())
+    return true;  // a page by its index, which needs no page of the source
+  const bool is_action = value.as_dict() != nullptr && value.as_dict()->get_item("S") != nullptr;
+  const std::int32_t page = is_action ? page_of_action(&opening) : page_of(&opening);
+  return page < 0 || src_.wanted.has(page);
 }
 
 bool SourceDestinations::rename(CPDFObj& value) const {

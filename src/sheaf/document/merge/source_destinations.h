@@ -29,6 +29,8 @@ public:
   std::int32_t page_of(const CPDFObj* destination);
   /// The same for an action; -1 for one that is no GoTo.
   std::int32_t page_of_action(const CPDFObj* action);
+  /// Whether what a document opens with, a destination or an action, needs no page that stays behind.
+  bool opens_page_that_comes(const CPDFObj& opening);
   /// Turns a name of the source into the name that its destination has in the target. False when it
   /// did not come along.
   bool rename(CPDFObj& value) const;
@@ -45,7 +47,7 @@ private:
   void add(const PDF_String& name, const CPDFObj& value);
   void read_up_to(std::uint64_t place);
   void look_at(Destination& destination);
-  bool leads_away(const PDF_REF& destination, ReferenceList& scratch);
+  bool refers_only_to_what_is_left_out(const PDF_REF& destination, ReferenceList& scratch);
   void take(Destination& destination);
 
   MergeSource& src_;

@@ -51,21 +51,6 @@ void StructureNames::start(MergeSource& source, const CPDFDictionary& root) {
   take_classes(source, root);
 }
 
-// The first name that is free: with a number behind it.
-void StructureNames::free_name(const CPDFDictionary& taken, const char* name, CPDFObj& fresh) {
-  const std::size_t len = std::strlen(name);
-  const HeapBlock<char> text(static_cast<char*>(QVAlloc(len + 1 + kNumberTextSize)));
-  if (!text)
-    return;
-  std::memcpy(text.get(), name, len);
-  text[len] = '-';
-  std::int32_t number = 2;
-  do
-    ansi_from_i32(text.get() + len + 1, number++);
-  while (taken.get_item(text.get()) != nullptr);
-  fresh.set_name(text.get());
-}
-
 void StructureNames::take_roles(MergeSource& source, const CPDFDictionary& root) {
   Freed<CPDFObj> map;
   source.table.resolve(map, root.get_item("RoleMap"));
@@ -76,7 +61,7 @@ void StructureNames::take_roles(MergeSource& source, const CPDFDictionary& root)
     if (role.tag != kTagName || ours == nullptr || ours->is_name(role.as_name()))
       continue;
     Freed<CPDFObj> fresh;
-    free_name(roles_, role.key(), fresh);
+    find_free_key(roles_, role.key(), fresh);
     new_roles_.move_item(role.key(), fresh);
   }
   // A role may lead to another one that has a new name.
@@ -108,7 +93,7 @@ void StructureNames::take_classes(MergeSource& source, const CPDFDictionary& roo
       continue;
     }
     Freed<CPDFObj> fresh;
-    free_name(classes_, item.key(), fresh);
+    find_free_key(classes_, item.key(), fresh);
     if (fresh.tag != kTagName)
       continue;
     classes_.move_item(fresh.as_name(), value);
@@ -124,6 +109,17 @@ void StructureNames::take_identifier(const PDF_String& id, const PDF_REF& elemen
     return;
   new_identifiers_.add(id, {index, 0});
   target_.note(PDF_MERGE_FATE::kRenamed, "structure identifiers");
+}
+
+void StructureNames::give_identifier(CPDFDictionary& entry, const PDF_REF& made) {
+  const CPDFObj* const id = entry.get_item("ID");
+  const std::int32_t index = id != nullptr && id->tag == kTagString ? identifiers_.add(id->as_string(), made) : -1;
+  if (index < 0) {
+    entry.set_item("ID", nullptr);
+    return;
+  }
+  const PDF_String& name = identifiers_.list().at(index).name;
+  entry.set_item_str("ID", name.data, name.len);
 }
 
 bool StructureNames::rename_identifier(CPDFObj& value) const {

@@ -19,6 +19,8 @@ public:
   void start(MergeSource& source, const CPDFDictionary& root);
   /// Takes note of the identifier of an element that comes along.
   void take_identifier(const PDF_String& id, const PDF_REF& element);
+  /// Gives the further copy `made` of an element an identifier of its own in place of that in `entry`.
+  void give_identifier(CPDFDictionary& entry, const PDF_REF& made);
   /// Puts what an element, already one of the target, calls things into the target's names.
   void rename(CPDFDictionary& element) const;
   void rename_headers(CPDFDictionary& attributes) const;
@@ -27,7 +29,6 @@ public:
 private:
   void take_roles(MergeSource& source, const CPDFDictionary& root);
   void take_classes(MergeSource& source, const CPDFDictionary& root);
-  static void free_name(const CPDFDictionary& taken, const char* name, CPDFObj& fresh);
   void rename_class(CPDFObj& value) const;
   bool rename_identifier(CPDFObj& value) const;
 

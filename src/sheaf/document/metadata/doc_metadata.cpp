@@ -7,7 +7,9 @@
 
 #include "sheaf/base/heap_watch.h"
 #include "sheaf/base/scope_guard.h"
-#include "sheaf/document/doc.h"
+#include "sheaf/document/metadata/conformance_claims.h"
+#include "sheaf/document/metadata/doc_metadata.h"
+#include "sheaf/document/metadata/packet_stream_internal.h"
 #include "sheaf/document/metadata/xmp_packet_internal.h"
 #include "sheaf/filters/stream_filter.h"
 #include "sheaf/object/array.h"
@@ -17,50 +19,6 @@
 using namespace sheaf;
 
 namespace {
-
-constexpr int kMostPacket = 64 << 20;  // bytes; a packet takes some kilobytes
-
-PDF_REF metadata_ref(CPDFXRefTable& table) {
-  const Freed<CPDFObj> catalog = table.catalog();
-  const CPDFObj* const item = catalog.as_dict() != nullptr ? catalog.as_dict()->get_item("Metadata") : nullptr;
-  return item != nullptr ? item->as_ref() : PDF_REF{0, 0};
-}
-
-// The packet that the catalogue names. False when it names none.
-bool load_packet(CPDFXRefTable& table, CPDFObj& obj, GrowArray<char>& bytes) {
-  const PDF_REF ref = metadata_ref(table);
-  if (ref.num < 1)
-    return false;
-  table.get_stored(obj, ref);
-  if (obj.as_stream() == nullptr)
-    return false;
-  const std::unique_ptr<CPDFStream> decoder(table.make_stream(obj.as_stream()));
-  char block[8192];
-  for (int got = 1; decoder != nullptr && got > 0 && bytes.size() < kMostPacket;) {
-    got = decoder->read_block(block, sizeof(block));
-    const std::size_t at = bytes.size();
-    if (got > 0 && bytes.resize(at + static_cast<std::size_t>(got)))
-      std::memcpy(bytes.begin() + at, block, static_cast<std::size_t>(got));
-  }
-  return true;
-}
-
-// Stores the packet as the stream's new body. It has no filter, so that metadata stay readable in the
-// file by programs that know nothing of PDF (ISO 32000-1, 14.3.2).
-bool store_packet(CPDFXRefTable& table, const PDF_REF& ref, const CPDFDictionary& old, const GrowArray<char>& bytes) {
-  const HeapWatch watch;
-  CPDFStreamRec rec;
-  rec.dict.copy_from(&old);
-  for (const char* key : {"Filter", "DecodeParms", "F", "FFilter", "FDecodeParms", "DL"})
-    rec.dict.set_item(key, nullptr);
-  table.write_stream(ref, &rec, bytes.begin(), static_cast<unsigned>(bytes.size()));
-  if (!watch.all_granted()) {
-    rec.dict.clear();
-    return false;
-  }
-  table.store_stream(ref, rec);
-  return watch.all_granted();
-}
 
 // The present moment as a date of PDF (ISO 32000-1, 7.9.4).
 void date_now(char (&out)[32]) {
@@ -90,7 +48,12 @@ void set_property(CPDFXRefTable& table, XmpPacket& packet, const CPDFDictionary*
 
 }  // namespace
 
-bool CPDFDoc::set_info(const char* key, const char* utf8) {
+void DocMetadata::forget() {
+  changed_info_ = 0;
+  packet_left_ = false;
+}
+
+bool DocMetadata::set_info(const char* key, const char* utf8) {
   const HeapWatch watch;
   Freed<CPDFObj> info;
   table_.resolve(info, &table_.info);
@@ -121,7 +84,7 @@ bool CPDFDoc::set_info(const char* key, const char* utf8) {
 }
 
 // What `set_info` changed since the last save goes into the packet too.
-bool CPDFDoc::store_metadata() {
+bool DocMetadata::store_packet() {
   if (changed_info_ == 0)
     return true;
   const HeapWatch watch;
@@ -133,7 +96,7 @@ bool CPDFDoc::store_metadata() {
   }
   XmpPacket packet;
   if (!packet.read(bytes.begin(), bytes.size())) {
-    metadata_left_ = true;
+    packet_left_ = true;
     changed_info_ = 0;
     return watch.all_granted();
   }
@@ -148,7 +111,7 @@ bool CPDFDoc::store_metadata() {
   xmp_date(now, date);
   packet.set_metadata_date(date);
   bytes.clear();
-  if (!packet.print(bytes) || !store_packet(table_, metadata_ref(table_), obj.as_stream()->dict, bytes))
+  if (!packet.print(bytes) || !store_body(table_, metadata_ref(table_), obj.as_stream()->dict, bytes))
     return false;
   changed_info_ = 0;
   return true;
@@ -166,7 +129,7 @@ bool is_pdfa_intent(CPDFXRefTable& table, const CPDFObj* item) {
 
 }  // namespace
 
-void CPDFDoc::read_frame(PDF_FRAME_FOUND& found) {
+void DocMetadata::read_frame(PDF_FRAME_FOUND& found) {
   found = {};
   const Freed<CPDFObj> catalog = table_.catalog();
   const Freed<CPDFObj> intents = table_.value(catalog.as_dict(), "OutputIntents");
@@ -183,22 +146,40 @@ void CPDFDoc::read_frame(PDF_FRAME_FOUND& found) {
     packet.read_claim(found.claim);
 }
 
-bool CPDFDoc::store_frame() {
+std::uint64_t sheaf::conformance_claims(CPDFXRefTable& table) {
+  Freed<CPDFObj> obj;
+  GrowArray<char> bytes;
+  XmpPacket packet;
+  return load_packet(table, obj, bytes) && packet.read(bytes.begin(), bytes.size()) ? packet.claims() : 0;
+}
+
+int sheaf::drop_conformance_claims(CPDFXRefTable& table, bool also_ua) {
+  Freed<CPDFObj> obj;
+  GrowArray<char> bytes;
+  XmpPacket packet;
+  if (!load_packet(table, obj, bytes) || !packet.read(bytes.begin(), bytes.size()))
+    return 0;
+  const int dropped = packet.drop_claims(also_ua);
+  if (dropped == 0)
+    return 0;
+  bytes.clear();
+  return packet.print(bytes) && store_body(table, metadata_ref(table), obj.as_stream()->dict, bytes) ? dropped : -1;
+}
+
+bool DocMetadata::store_frame() {
   if (frame_ == PDF_FRAME::kNone || table_.root.tag != kTagRef)
     return true;
   const HeapWatch watch;
   table_.claims_pdfa = frame_ == PDF_FRAME::kClaim ? 1 : 0;
   PDF_FRAME_FOUND found;
   read_frame(found);
-  Freed<CPDFObj> catalog;
-  table_.resolve(catalog, &table_.root);
+  Freed<CPDFObj> catalog = table_.catalog();
   CPDFDictionary* const dict = catalog.as_dict();
   if (dict == nullptr)
     return false;
   if (found.pdfa_intents == 0 || !found.has_metadata) {
     if (found.pdfa_intents == 0) {
-      Freed<CPDFObj> intents;
-      table_.resolve(intents, dict->get_item("OutputIntents"));
+      Freed<CPDFObj> intents = table_.value(dict, "OutputIntents");
       if (intents.as_array() == nullptr)
         intents.take_array(new (std::nothrow) CPDFArray);
       if (intents.as_array() == nullptr)
@@ -213,7 +194,7 @@ bool CPDFDoc::store_frame() {
   }
   if (frame_ != PDF_FRAME::kClaim || !found.has_metadata)
     return watch.all_granted();
-  metadata_left_ = metadata_left_ || !found.metadata_is_read;
+  packet_left_ = packet_left_ || !found.metadata_is_read;
   if (!found.metadata_is_read || found.claim[0] == '1')
     return true;
   Freed<CPDFObj> obj;
@@ -222,5 +203,5 @@ bool CPDFDoc::store_frame() {
   if (!load_packet(table_, obj, bytes) || !packet.read(bytes.begin(), bytes.size()) || !packet.claim_pdfa())
     return watch.all_granted();
   bytes.clear();
-  return packet.print(bytes) && store_packet(table_, metadata_ref(table_), obj.as_stream()->dict, bytes);
+  return packet.print(bytes) && store_body(table_, metadata_ref(table_), obj.as_stream()->dict, bytes);
 }

@@ -1,5 +1,7 @@
 // Names are compared by namespace, since any prefix may stand for one (Namespaces in XML 1.0, 2).
+#include <algorithm>
 #include <cstring>
+#include <iterator>
 #include <string_view>
 
 #include "sheaf/document/metadata/xmp_packet_internal.h"
@@ -251,6 +253,33 @@ const char* text_of(const pugi::xml_node& element, const pugi::xml_attribute& at
 
 }  // namespace
 
+void XmpPacket::get(const XmpProperty& property, GrowArray<char>& value) const {
+  const auto put = [&value](const char* text) {
+    for (; *text != 0; ++text)
+      value.push(*text);
+  };
+  const Place place = find(property.name);
+  const bool alternatives = property.form == XmpForm::kAlternatives;
+  const pugi::xml_node list = child_named(place.element, kRdfNamespace, alternatives ? "Alt" : "Seq");
+  if (!list)
+    return put(text_of(place.element, place.attribute));
+  pugi::xml_node chosen;
+  bool first = true;
+  for (const pugi::xml_node& item : list.children()) {
+    if (!is_element(item, kRdfNamespace, "li"))
+      continue;
+    if (alternatives) {
+      const bool for_all = std::strcmp(item.attribute("xml:lang").value(), "x-default") == 0;
+      chosen = !chosen || for_all ? item : chosen;
+      continue;
+    }
+    put(first ? "" : "; ");
+    put(item.child_value());
+    first = false;
+  }
+  put(chosen.child_value());
+}
+
 void XmpPacket::read_claim(char (&claim)[8]) const {
   claim[0] = 0;
   const Place part = find("pdfaid:part");
@@ -275,6 +304,68 @@ bool XmpPacket::claim_pdfa() {
   set_text("pdfaid:part", "1");
   set_text("pdfaid:conformance", "B");
   return true;
+}
+
+namespace {
+
+// The standards by which a document says that it conforms to one of the family.
+constexpr std::string_view kClaimNamespaces[] = {"http://www.aiim.org/pdfa/ns/id/", "http://www.aiim.org/pdfe/ns/id/",
+                                                 "http://www.npes.org/pdfx/ns/id/", "http://www.npes.org/pdfvt/ns/id/"};
+constexpr std::string_view kAccessibilityClaim = "http://www.aiim.org/pdfua/ns/id/";
+
+bool is_claim(pugi::xml_node at, std::string_view name, bool also_ua) {
+  const std::string_view prefix = prefix_of(name);
+  if (prefix.empty() || prefix == "xmlns")
+    return false;
+  const std::string_view uri = namespace_at(at, prefix);
+  return (also_ua && uri == kAccessibilityClaim) ||
+         std::find(std::begin(kClaimNamespaces), std::end(kClaimNamespaces), uri) != std::end(kClaimNamespaces);
+}
+
+// FNV-1a over the words, so that the order of properties does not matter when numbers are added.
+std::uint64_t mark_of(std::string_view name, std::string_view value) {
+  std::uint64_t mark = 14695981039346656037u;
+  for (const std::string_view word : {name, value}) {
+    for (const char c : word) {
+      if (static_cast<unsigned char>(c) > ' ')
+        mark = (mark ^ static_cast<unsigned char>(c)) * 1099511628211u;
+    }
+    mark = (mark ^ '=') * 1099511628211u;
+  }
+  return mark;
+}
+
+}  // namespace
+
+std::uint64_t XmpPacket::claims() const {
+  std::uint64_t sum = 0;
+  for (const pugi::xml_node& description : rdf_.children()) {
+    for (const pugi::xml_attribute& attribute : description.attributes())
+      sum +=
+          is_claim(description, attribute.name(), true) ? mark_of(local_name(attribute.name()), attribute.value()) : 0;
+    for (const pugi::xml_node& element : description.children())
+      sum += is_claim(element, element.name(), true) ? mark_of(local_name(element.name()), element.child_value()) : 0;
+  }
+  return sum;
+}
+
+int XmpPacket::drop_claims(bool also_ua) {
+  int dropped = 0;
+  for (pugi::xml_node description : rdf_.children()) {
+    for (pugi::xml_attribute attribute = description.first_attribute(); attribute;) {
+      const pugi::xml_attribute next = attribute.next_attribute();
+      if (is_claim(description, attribute.name(), also_ua))
+        dropped += description.remove_attribute(attribute) ? 1 : 0;
+      attribute = next;
+    }
+    for (pugi::xml_node element = description.first_child(); element;) {
+      const pugi::xml_node next = element.next_sibling();
+      if (is_claim(element, element.name(), also_ua))
+        dropped += description.remove_child(element) ? 1 : 0;
+      element = next;
+    }
+  }
+  return dropped;
 }
 
 bool XmpPacket::print(GrowArray<char>& out) const {

@@ -47,8 +47,7 @@ public:
   Insert insert(CPDFDictionary& node, int level) {
     if (level == kMostLevels)
       return Insert::kDamaged;
-    Freed<CPDFObj> kids;
-    table_.resolve(kids, node.get_item("Kids"));
+    Freed<CPDFObj> kids = table_.value(&node, "Kids");
     CPDFArray* const array = kids.as_array();
     const Insert result =
         array != nullptr && array->count > 0 ? insert_into_kid(*array, level) : insert_into_leaf(node);
@@ -63,8 +62,7 @@ public:
 
 private:
   Insert insert_into_leaf(CPDFDictionary& node) {
-    Freed<CPDFObj> names;
-    table_.resolve(names, node.get_item("Names"));
+    Freed<CPDFObj> names = table_.value(&node, "Names");
     if (names.as_array() == nullptr)
       names.take_array(new (std::nothrow) CPDFArray);
     CPDFArray* const array = names.as_array();
@@ -118,10 +116,9 @@ private:
   }
 
   void widen_limits(CPDFDictionary& node) {
-    Freed<CPDFObj> limits;
     Freed<CPDFObj> least;
     Freed<CPDFObj> most;
-    table_.resolve(limits, node.get_item("Limits"));
+    Freed<CPDFObj> limits = table_.value(&node, "Limits");
     const CPDFArray* old = limits.as_array();
     const bool known = old != nullptr && old->count >= 2;
     const bool before = !known || compare(name_, element_text(table_, *old, 0, least)) < 0;

@@ -27,9 +27,8 @@ void NumberTree::load(CPDFXRefTable& table, const CPDFObj* root) {
       return;
     table.resolve(list, dict->get_item("Nums"));
     for (std::int32_t i = 0; list.as_array() != nullptr && i + 1 < list.as_array()->count; i += 2) {
-      Freed<CPDFObj> key;
       Freed<CPDFObj> value;
-      table.resolve(key, list.as_array()->get(i));
+      Freed<CPDFObj> key = table.value(list.as_array()->get(i));
       table.resolve(value, list.as_array()->get(i + 1));
       if (key.tag != kTagInt || value.as_dict() == nullptr)
         continue;
@@ -111,8 +110,7 @@ void NumberTreeWriter::store_branch(const Node& node, const Node* kids, std::siz
 
 // A root has no limits; as a branch it needs them.
 bool NumberTreeWriter::take_own(const CPDFObj* own, Node& node) {
-  Freed<CPDFObj> root;
-  table_.resolve(root, own);
+  Freed<CPDFObj> root = table_.value(own);
   node = {{0, 0}, INT32_MAX, INT32_MIN};
   if (root.as_dict() == nullptr)
     return false;

@@ -96,11 +96,9 @@ void DeepRecovery::load_trailers() {
 }
 
 bool DeepRecovery::is_catalog(const CPDFObj& root) {
-  Freed<CPDFObj> value;
-  table_.resolve(value, &root);
+  Freed<CPDFObj> value = table_.value(&root);
   const CPDFDictionary* dict = value.as_dict();
-  Freed<CPDFObj> tree;
-  table_.resolve(tree, dict != nullptr ? dict->get_item("Pages") : nullptr);
+  Freed<CPDFObj> tree = table_.value(dict, "Pages");
   return tree.as_dict() != nullptr;
 }
 
@@ -189,7 +187,7 @@ void DeepRecovery::find_root() {
   root.set_ref(catalog_);
   if (catalog_.num != 0 && is_catalog(root)) {
     table_.root.move_from(root);
-    doc_.add_repair("root", catalog_.num, 0, "no trailer names the catalogue; found by its type");
+    opener_.add_repair("root", catalog_.num, 0, "no trailer names the catalogue; found by its type");
     return;
   }
   if (tree_.num == 0)
@@ -200,19 +198,19 @@ void DeepRecovery::find_root() {
   dict->set_item_name(CPDFDictionary::sm_tag_type, "Catalog");
   dict->set_item_ref("Pages", tree_);
   table_.root.take_dict(dict);
-  doc_.add_repair("root", tree_.num, 0, "the catalogue is lost; a new one stands over the page tree");
+  opener_.add_repair("root", tree_.num, 0, "the catalogue is lost; a new one stands over the page tree");
 }
 
 void DeepRecovery::run() {
-  doc_.reset_table();
-  const ObjectScan* const scan = doc_.rescue_ != nullptr ? doc_.rescue_->scan() : nullptr;
+  opener_.reset_table();
+  const ObjectScan* const scan = opener_.scan();
   if (scan == nullptr)
     return;
   enter_objects(*scan);
   load_trailers();
   if (table_.encrypt.is_null() && encryption_.num != 0)
     table_.encrypt.set_ref(encryption_);
-  if (doc_.is_encrypted() && !doc_.authorise_quietly())
+  if (doc_.is_encrypted() && !opener_.authorise())
     return;
   for (const FoundStream& found : object_streams_)
     load_object_stream(found);
@@ -251,23 +249,3 @@ void DeepRecovery::make_page_tree() {
 }
 
 }  // namespace sheaf
-
-bool CPDFDoc::try_deep_recovery() {
-  DeepRecovery recovery(*this);
-  recovery.run();
-  if (is_encrypted() && !is_readable())
-    return true;  // recognised; it waits for a password
-  Attempt attempt = examine();
-  if (!attempt.has_pages && recovery.found_pages()) {
-    recovery.make_page_tree();
-    Attempt again;
-    again.usable = look_at_tree(again);
-    attempt = again;
-    add_repair("pages", 0, 0, "the page tree is lost; a new one lists the pages in the order of the file");
-  }
-  if (!attempt.usable)
-    return false;
-  ensure_pages();  // counts that the nodes tell are not believed here
-  add_repair("scan", 0, 0, "objects, object streams and the catalogue were found by scanning");
-  return true;
-}

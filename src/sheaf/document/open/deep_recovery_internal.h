@@ -6,14 +6,14 @@
 
 #include "sheaf/base/grow_array.h"
 #include "sheaf/base/number_text.h"
-#include "sheaf/document/doc.h"
+#include "sheaf/document/open/document_opener_internal.h"
 #include "sheaf/document/open/object_scan_internal.h"
 
 namespace sheaf {
 
 class DeepRecovery {
 public:
-  explicit DeepRecovery(CPDFDoc& doc) : doc_(doc), table_(doc.table_) {}
+  explicit DeepRecovery(DocumentOpener& opener) : opener_(opener), doc_(opener.doc()), table_(opener.table()) {}
 
   void run();
   /// Whether there are objects that are pages by their type.
@@ -40,6 +40,7 @@ private:
   void search_compressed();
   void find_root();
 
+  DocumentOpener& opener_;
   CPDFDoc& doc_;
   CPDFXRefTable& table_;
   GrowArray<std::uint32_t> trailers_;

@@ -18,8 +18,7 @@ constexpr int kMostObjStmBytes = 0x8000000;
 }  // namespace
 
 void read_member_numbers(CPDFXRefTable& table, const CPDFStreamRec& rec, GrowArray<std::int32_t>& numbers) {
-  Freed<CPDFObj> value;
-  table.resolve(value, rec.dict.get_item("N"));
+  Freed<CPDFObj> value = table.value(&rec.dict, "N");
   const std::int32_t count = value.to_int();
   const std::unique_ptr<CPDFStream> decoder(table.make_stream(&rec));
   if (decoder == nullptr)
@@ -98,13 +97,13 @@ void ObjectRescue::enter_missing() {
   busy_ = false;
   entered_ = is_readable;
   if (first != 0)
-    doc_.tell_of_missing(first);
+    doc_.add_repair("objects", first, 0,
+                    "this object and others are in no section that can be read; found by scanning");
 }
 
 void ObjectRescue::enter_members(const ObjectScan::Object& container) {
   const std::int32_t num = number_of(container);
-  Freed<CPDFObj> obj;
-  table_.get_entity(obj, {num, 0});
+  Freed<CPDFObj> obj = table_.object(PDF_REF{num, 0});
   if (num == 0 || obj.as_stream() == nullptr)
     return;
   GrowArray<std::int32_t> numbers;

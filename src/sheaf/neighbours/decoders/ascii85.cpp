@@ -29,6 +29,7 @@ bool CPDFStreamASCII85::next_group() {
   while (!ended_ && digits < kDigits) {
     if (left < 1) {
       ended_ = true;
+      early_end = kEarlyEndData;
       break;
     }
     const char c = static_cast<char>(*cursor++);

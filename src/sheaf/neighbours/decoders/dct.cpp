@@ -82,9 +82,15 @@ int CPDFStreamDCT::open(int color_transform) {
 }
 
 bool CPDFStreamDCT::begin() {
-  return jpeg_begin(*jpeg_);
+  if (!jpeg_begin(*jpeg_))
+    early_end = kEarlyEndData;
+  return early_end == kEarlyEndNone;
 }
 
 bool CPDFStreamDCT::next_row(std::uint8_t* row) {
-  return jpeg_next_row(*jpeg_, row);
+  const bool is_last = jpeg_->cinfo.output_scanline >= jpeg_->cinfo.output_height;
+  const bool has_row = jpeg_next_row(*jpeg_, row);
+  if (!has_row && !is_last)
+    early_end = kEarlyEndData;
+  return has_row;
 }

@@ -139,7 +139,7 @@ CPDFStream* make_jbig2(CPDFXRefTable* table, unsigned char* data, int len, const
   int size = rec->decoded_hint;
   const HeapBlock<std::uint8_t> block(globals->buffer_load(kMostGlobals, size));
   if (block) {
-    table->chain_work += size;
+    table->stream_work.add(size);
     jbig2->open(block.get(), size);
   }
   return jbig2.release();

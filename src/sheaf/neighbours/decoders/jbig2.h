@@ -83,6 +83,7 @@ public:
   std::int32_t segment_cap = 0;
   sheaf::GrowArray<void*> kept;    ///< Blocks that live as long as the decoder, owned.
   sheaf::jb2::Limits limits = {};  ///< What decoding may still cost.
+  bool is_cut = false;             ///< A segment was shorter than its header says.
 
   CQVJBIG2() = default;
   CQVJBIG2(const CQVJBIG2&) = delete;

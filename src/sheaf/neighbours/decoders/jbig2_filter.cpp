@@ -46,6 +46,10 @@ int CPDFStreamJBIG2::open(const unsigned char* globals_src, int len) {
   if (globals_data != nullptr)
     decoder.parent = &globals;
   const int result = decoder.dec_data(data, left);
+  if (decoder.is_cut || globals.is_cut)
+    early_end = kEarlyEndData;
+  if (decoder.limits.refused || globals.limits.refused)
+    early_end = kEarlyEndLimit;
   if (result == 0)
     return 0;
   if (decoder.page_flag == 0)

@@ -67,8 +67,10 @@ bool CPDFStreamLZW::fill_window() {
 }
 
 int CPDFStreamLZW::next_code() {
-  if (window_bits_ < width_ && !fill_window())
+  if (window_bits_ < width_ && !fill_window()) {
+    early_end = kEarlyEndData;
     return kEnd;
+  }
   window_bits_ -= width_;
   return static_cast<int>(window_ >> window_bits_) & ((1 << width_) - 1);
 }
@@ -100,6 +102,8 @@ int CPDFStreamLZW::next_string_code() {
   const bool is_new = previous_ >= 0 && next_entry_ < kCodes && code == next_entry_;
   if (code == kEnd || (code >= next_entry_ && !is_new)) {
     ended_ = true;
+    if (code != kEnd)
+      early_end = kEarlyEndData;
     return -1;
   }
   if (previous_ >= 0)

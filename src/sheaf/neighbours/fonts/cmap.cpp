@@ -6,6 +6,7 @@
 #include <new>
 
 #include "sheaf/base/heap_watch.h"
+#include "sheaf/base/utf.h"
 #include "sheaf/neighbours/fonts/cmap_parser.h"
 
 using namespace sheaf;
@@ -74,7 +75,7 @@ int put_character(std::uint32_t character, char16_t* out, int most) {
     out[0] = static_cast<char16_t>(character);
     return 1;
   }
-  if (character > kMostCharacter || most < 2)
+  if (character > kLastCharacter || most < 2)
     return 0;
   out[0] = static_cast<char16_t>(0xD800 + ((character - 0x10000) >> 10));
   out[1] = static_cast<char16_t>(0xDC00 + (character & 0x3FF));

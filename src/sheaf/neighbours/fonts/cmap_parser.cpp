@@ -87,7 +87,7 @@ void read_glyph_name(std::string_view name, Units& units) {
     for (std::size_t at = 3; at < name.size() && read_hex(name.substr(at, kUnitDigits), value); at += kUnitDigits)
       units.push(value);
   } else if (name.substr(0, 1) == "u" && name.size() > kUnitDigits && name.size() <= kMostDigits + 1 &&
-             read_hex(name.substr(1), value) && value <= kMostCharacter) {
+             read_hex(name.substr(1), value) && value <= kLastCharacter) {
     units.push_character(value);
   }
 }
@@ -266,7 +266,7 @@ void Parser::add_text(const Code& lo, std::uint32_t hi) {
     read_units(tokens_.text(), units);
   std::uint32_t character = 0;
   if (units.is_one_character(character)) {
-    out_.texts.add(lo.bytes, {lo.value, lo.value + std::min(hi - lo.value, kMostCharacter - character), character});
+    out_.texts.add(lo.bytes, {lo.value, lo.value + std::min(hi - lo.value, kLastCharacter - character), character});
     return;
   }
   const std::size_t place = out_.pool.size();

@@ -41,7 +41,6 @@ struct CMapContents {
 
 /// Largest CID (ISO 32000-1, annex C). Codes that would get a greater one stay unmapped.
 constexpr std::uint32_t kMostCid = 0xFFFF;
-constexpr std::uint32_t kMostCharacter = 0x10FFFF;
 
 /// As much of `text` as there is room for, and a NUL.
 template <std::size_t kSize>

@@ -17,9 +17,6 @@ std::size_t SystemFonts::count() {
 CPDFFontType0* SystemFonts::made(std::size_t, bool) const {
   return nullptr;
 }
-const char* SystemFonts::refused(std::size_t) const {
-  return nullptr;
-}
 int SystemFonts::find(const std::uint32_t*, std::size_t, const FontManner&) {
   return -1;
 }

@@ -2,6 +2,7 @@
 #include <cstring>
 #include <new>
 
+#include "sheaf/create/type0_font.h"
 #include "sheaf/document/fonts/system_fonts.h"
 #include "sheaf/neighbours/fonts/environment.h"
 #include "sheaf/neighbours/fonts/programs/font_type0.h"
@@ -37,6 +38,26 @@ constexpr Common kCommon[] = {
     {"WenQuanYi Zen Hei", FontFamily::kSans, true},
     {"IPAGothic", FontFamily::kSans, true},
     {"UnDotum", FontFamily::kSans, true},
+    {"Noto Sans Arabic", FontFamily::kSans, true},
+    {"Noto Sans Hebrew", FontFamily::kSans, true},
+    {"Noto Sans Devanagari", FontFamily::kSans, true},
+    {"Noto Sans Bengali", FontFamily::kSans, true},
+    {"Noto Sans Gurmukhi", FontFamily::kSans, true},
+    {"Noto Sans Gujarati", FontFamily::kSans, true},
+    {"Noto Sans Tamil", FontFamily::kSans, true},
+    {"Noto Sans Telugu", FontFamily::kSans, true},
+    {"Noto Sans Kannada", FontFamily::kSans, true},
+    {"Noto Sans Malayalam", FontFamily::kSans, true},
+    {"Noto Sans Sinhala", FontFamily::kSans, true},
+    {"Noto Sans Thai", FontFamily::kSans, true},
+    {"Noto Sans Lao", FontFamily::kSans, true},
+    {"Noto Sans Khmer", FontFamily::kSans, true},
+    {"Noto Sans Myanmar", FontFamily::kSans, true},
+    {"Noto Sans Georgian", FontFamily::kSans, true},
+    {"Noto Sans Armenian", FontFamily::kSans, true},
+    {"Noto Sans Ethiopic", FontFamily::kSans, true},
+    {"Nirmala UI", FontFamily::kSans, true},
+    {"Leelawadee UI", FontFamily::kSans, true},
     {"Symbola", FontFamily::kSans, true},
 };
 
@@ -95,10 +116,6 @@ CPDFFontType0* SystemFonts::made(std::size_t index, bool bold) const {
   return entries_[index].fonts[bold];
 }
 
-const char* SystemFonts::refused(std::size_t index) const {
-  return entries_[index].refused ? entries_[index].name : nullptr;
-}
-
 bool SystemFonts::append(const char* name, FontFamily family, bool any_family) {
   auto* const face = static_cast<CQVFTFont*>(table_.get_font_ext(name));
   const std::size_t size = std::strlen(name) + 1;
@@ -106,10 +123,14 @@ bool SystemFonts::append(const char* name, FontFamily family, bool any_family) {
   if (copy == nullptr)
     return false;
   std::memcpy(copy, name, size);
-  if (entries_.push({copy, family, any_family, face, {nullptr, nullptr}, false}))
+  if (entries_.push({copy, family, any_family, face, {nullptr, nullptr}, FontRefusal::kNone}))
     return true;
   QVFree(copy);
   return false;
+}
+
+bool SystemFonts::has(int found, std::uint32_t character) const {
+  return face(found).glyph_index(character) != 0;
 }
 
 bool SystemFonts::has_all(const Entry& entry, const std::uint32_t* characters, std::size_t count) const {
@@ -120,13 +141,29 @@ bool SystemFonts::has_all(const Entry& entry, const std::uint32_t* characters, s
   return true;
 }
 
+FontRefusal SystemFonts::refusal_of(const Entry& entry) const {
+  if (!options_.embeds || options_.insists)
+    return FontRefusal::kNone;
+  switch (entry.face->licence()) {
+    case PDF_FONT_LICENCE::kRestricted:
+      return FontRefusal::kRestricted;
+    case PDF_FONT_LICENCE::kBitmapsOnly:
+      return FontRefusal::kBitmapsOnly;
+    case PDF_FONT_LICENCE::kEmbed:
+      break;
+  }
+  return FontRefusal::kNone;
+}
+
 bool SystemFonts::need(Entry& entry, bool bold) {
-  if (entry.fonts[bold] == nullptr && !entry.refused) {
+  if (entry.fonts[bold] == nullptr && entry.refusal == FontRefusal::kNone)
+    entry.refusal = refusal_of(entry);
+  if (entry.fonts[bold] == nullptr && entry.refusal == FontRefusal::kNone) {
     const int style = (bold ? kBold : 0) | (options_.italic ? kItalic : 0) | (options_.embeds ? kEmbed : 0);
-    CPDFFont* const font =
-        options_.vertical ? table_.new_font_type0_v(entry.name, style) : table_.new_font_type0_h(entry.name, style);
-    entry.fonts[bold] = static_cast<CPDFFontType0*>(font);
-    entry.refused = font == nullptr;
+    CPDFFontType0* const font = make_subset_font(table_, entry.name, style, options_.vertical);
+    entry.fonts[bold] = font;
+    if (font == nullptr)
+      entry.refusal = FontRefusal::kOutlines;
   }
   return entry.fonts[bold] != nullptr;
 }

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstring>
 #include <memory>
+#include <new>
 #include <string_view>
 
 #include "sheaf/base/heap_watch.h"
@@ -310,10 +311,36 @@ void AppearanceMaker::choose_font(const CPDFDictionary& widget, const char* name
   Freed<CPDFObj> value;
   KnownFont known{ref, false, {}};
   table_.resolve(value, &font);
-  known.usable = value.as_dict() != nullptr && known.font.load(table_, *value.as_dict());
+  known.usable = value.as_dict() != nullptr &&
+                 (known.font.load(table_, *value.as_dict()) ||
+                  (ref.num != 0 && known_.size() < kMostKnownFonts && load_composite(*value.as_dict(), known.font)));
   type.set_own(name, font, known.font, known.usable);
   if (known_.size() < kMostKnownFonts)
     known_.push(known);
+}
+
+bool AppearanceMaker::load_composite(const CPDFDictionary& dict, FieldFont& font) {
+  constexpr int kMostComposite = 16;
+  if (!table_.value(&dict, CPDFDictionary::sm_tag_subtype).is_name("Type0") || composite_count_ >= kMostComposite)
+    return false;
+  auto* const composite = new (std::nothrow) CompositeFont;
+  if (composite == nullptr || !composite->load(table_, dict)) {
+    delete composite;
+    return false;
+  }
+  composite->next = composite_;
+  composite_ = composite;
+  ++composite_count_;
+  font.load_composite(table_, dict, *composite);
+  return true;
+}
+
+AppearanceMaker::~AppearanceMaker() {
+  while (composite_ != nullptr) {
+    CompositeFont* const next = composite_->next;
+    delete composite_;
+    composite_ = next;
+  }
 }
 
 bool AppearanceMaker::draw_states(const PDF_REF& widget, const char* on, bool radio) {

@@ -16,6 +16,9 @@ class ContentWriter;
 class AppearanceMaker {
 public:
   explicit AppearanceMaker(CPDFXRefTable& table) : table_(table), system_(table) {}
+  AppearanceMaker(const AppearanceMaker&) = delete;
+  AppearanceMaker& operator=(const AppearanceMaker&) = delete;
+  ~AppearanceMaker();
 
   /// Reads what the form says for all its fields.
   void load();
@@ -49,6 +52,7 @@ private:
   bool draw_widget(const CPDFField& field, const FieldFacts& facts, const Value& value, const PDF_REF& widget);
   void inherited(const CPDFField& field, const CPDFDictionary& widget, const char* key, CPDFObj& out);
   void choose_font(const CPDFDictionary& widget, const char* name, FieldType& type);
+  bool load_composite(const CPDFDictionary& dict, FieldFont& font);
   void find_font(const CPDFDictionary& widget, const char* name, CPDFObj& font);
   const PDF_REF& standard_font(const char* name);
   void draw_list_box(ContentWriter& out, const WidgetLook& look, FieldType& type, const CPDFField& field,
@@ -60,6 +64,8 @@ private:
   Cleared<CPDFDictionary> form_;   // the form's dictionary without its fields
   Cleared<CPDFDictionary> fonts_;  // of its default resources
   GrowArray<KnownFont> known_;
+  CompositeFont* composite_ = nullptr;  // those that known fonts use, one behind the other; owned
+  int composite_count_ = 0;
   PDF_REF standard_[12]{};
   bool asked_for_ = false;
   bool has_xfa_ = false;

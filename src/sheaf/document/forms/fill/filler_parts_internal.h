@@ -16,6 +16,7 @@ struct CPDFFormFiller::Parts : QVHeapObject<CPDFFormFiller::Parts> {
   sheaf::FieldNames names;
   sheaf::FieldLocks locks;
   sheaf::AppearanceMaker maker;
+  bool looked_for_loose = false;
   std::int32_t index = 0;   // of the field that is being set
   sheaf::VisitedSet drawn;  // fields whose appearances are of their present values
 };

@@ -9,6 +9,7 @@
 #include "sheaf/base/heap_watch.h"
 #include "sheaf/document/doc.h"
 #include "sheaf/document/forms/fill/filler_parts_internal.h"
+#include "sheaf/document/forms/fill/loose_fields_internal.h"
 #include "sheaf/object/text_utf8.h"
 
 using namespace sheaf;
@@ -61,7 +62,12 @@ bool CPDFFormFiller::load() {
   const HeapWatch watch;
   delete parts_;
   parts_ = new (std::nothrow) Parts(doc_.table());
-  if (parts_ == nullptr || !parts_->form.load() || !parts_->names.load(parts_->form))
+  if (parts_ == nullptr)
+    return false;
+  const bool has_form = parts_->form.load();
+  if (!has_form && !add_loose_fields())
+    return false;
+  if (!parts_->names.load(parts_->form))
     return false;
   parts_->locks.load(doc_.table(), parts_->form, parts_->names);
   parts_->maker.load();
@@ -84,7 +90,9 @@ PDF_FILL CPDFFormFiller::set(const char* name, const char* const* values, std::i
   const HeapBlock<wchar_t> wide(wide_name(doc_.table(), name));
   if (!wide)
     return PDF_FILL::kNoMemory;
-  const FieldNames::Range range = parts_->names.find(wide.get());
+  FieldNames::Range range = parts_->names.find(wide.get());
+  if (range.first == range.end && add_loose_fields())
+    range = parts_->names.find(wide.get());
   PDF_FILL result = PDF_FILL::kNoField;
   for (std::size_t place = range.first; place < range.end; ++place) {
     parts_->index = parts_->names.at(place);
@@ -99,6 +107,17 @@ PDF_FILL CPDFFormFiller::set(const char* name, const char* const* values, std::i
       result = one;
   }
   return result;
+}
+
+// Looks once for fields that the form does not list, since that reads all pages. Whether there were any.
+bool CPDFFormFiller::add_loose_fields() {
+  if (parts_->looked_for_loose)
+    return false;
+  parts_->looked_for_loose = true;
+  if (adopt_loose_fields(doc_, parts_->form) == 0 || !parts_->names.load(parts_->form))
+    return false;
+  parts_->locks.load(doc_.table(), parts_->form, parts_->names);
+  return true;
 }
 
 PDF_FILL CPDFFormFiller::set_field(CPDFField& field, const char* const* values, std::int32_t count) {

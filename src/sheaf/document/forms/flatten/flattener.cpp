@@ -10,7 +10,6 @@
 #include "sheaf/document/doc.h"
 #include "sheaf/document/forms/fill/field_facts_internal.h"
 #include "sheaf/document/forms/flatten/annotation_look_internal.h"
-#include "sheaf/document/forms/flatten/content_balance_internal.h"
 #include "sheaf/document/forms/flatten/page_resources_internal.h"
 #include "sheaf/document/forms/form_filler.h"
 #include "sheaf/neighbours/page/acro_form.h"
@@ -52,6 +51,8 @@ bool is_asked_for(CPDFXRefTable& table, const CPDFDictionary& annotation, PDF_FL
 
 }  // namespace
 
+CPDFFlattener::CPDFFlattener(CPDFDoc& doc) : doc_(doc), content_(doc.table()) {}
+
 bool CPDFFlattener::run(PDF_FLATTEN what) {
   const HeapWatch watch;
   report_ = {};
@@ -90,6 +91,8 @@ void CPDFFlattener::look_at_form() {
   CPDFXRefTable& table = doc_.table();
   CPDFAcroForm form(table);
   form.load();
+  if (form.field_count() > 0)
+    note_outdated_containers();
   for (std::int32_t i = 0; i < form.field_count(); ++i) {
     const CPDFField& field = *form.field_at(i);
     FieldFacts facts;
@@ -104,6 +107,29 @@ void CPDFFlattener::look_at_form() {
     Freed<CPDFObj> value;
     field.get_value("V", value);
     report_.signatures += value.as_dict() != nullptr ? 1 : 0;
+  }
+}
+
+// Older versions of fields stay in the object streams where they stood. Streams that have more members than entries
+// lead to are taken for such.
+void CPDFFlattener::note_outdated_containers() {
+  CPDFXRefTable& table = doc_.table();
+  NumberMap members;
+  for (std::uint32_t num = 1; num < table.xref_count; ++num) {
+    const PDF_XREF& entry = *table.entry(num);
+    const auto container = static_cast<std::int32_t>(entry.offset);
+    if (entry.is_compressed())
+      members.set(container, members.get(container) + 1);
+  }
+  for (std::uint32_t num = 1; num < table.xref_count; ++num) {
+    const auto container = static_cast<std::int32_t>(num);
+    if (members.get(container) == 0)
+      continue;
+    Freed<CPDFObj> stream;
+    table.get_stored(stream, {container, 0});
+    const CPDFDictionary* const dict = stream.as_dict_or_stream();
+    if (dict != nullptr && table.value(dict, "N").to_int() > members.get(container))
+      containers_.visit(container);
   }
 }
 
@@ -247,7 +273,7 @@ bool CPDFFlattener::store_page(PageWork& work) {
     work.dict.set_item("Annots", nullptr);
   else
     work.dict.set_item_arr("Annots", &work.left);
-  if (!work.content.empty() && !put_content(work))
+  if (!work.content.empty() && !content_.put_behind(work.dict, work.content))
     return false;
   ++report_.pages;
   Freed<CPDFObj> page;
@@ -256,48 +282,6 @@ bool CPDFFlattener::store_page(PageWork& work) {
     return false;
   page.as_dict()->copy_from(&work.dict);
   return doc_.table().store_object(work.page.ref, page);
-}
-
-// The page's old content between operators that bring the graphics state back, then what was drawn.
-bool CPDFFlattener::put_content(PageWork& work) {
-  CPDFXRefTable& table = doc_.table();
-  const CPDFObj* const item = work.dict.get_item("Contents");
-  const Freed<CPDFObj> value = table.value(item);
-  Cleared<CPDFArray> old;
-  if (value.as_array() != nullptr)
-    old.copy_from(value.as_array());
-  else if (value.as_stream() != nullptr && item->as_ref().num != 0)
-    old.append_ref(item->as_ref());
-  Cleared<CPDFArray> contents;
-  ContentWriter behind;
-  if (old.count != 0) {
-    const ContentBalance balance = balance_of(table, item);
-    const int opened = 1 - balance.lowest;
-    contents.append_ref(opening_stream(opened));
-    for (std::int32_t i = 0; i < old.count; ++i)
-      contents.append(old.get(i));
-    for (int i = opened + balance.depth; i > 0; --i)
-      behind.op("Q");
-  }
-  behind.text({work.content.data(), static_cast<std::size_t>(work.content.size())});
-  Cleared<CPDFDictionary> none;
-  const PDF_REF drawn = behind.store(table, none);
-  contents.append_ref(drawn);
-  work.dict.set_item_arr("Contents", &contents);
-  return drawn.num != 0;
-}
-
-PDF_REF CPDFFlattener::opening_stream(int count) {
-  if (count == 1 && opening_.num != 0)
-    return opening_;
-  ContentWriter out;
-  for (int i = 0; i < count; ++i)
-    out.op("q");
-  Cleared<CPDFDictionary> none;
-  const PDF_REF ref = out.store(doc_.table(), none);
-  if (count == 1)
-    opening_ = ref;
-  return ref;
 }
 
 // The structure tree of a tagged document goes on naming its annotations (ISO 32000-1, 14.7.4.3). Nothing of those that

@@ -69,4 +69,10 @@ bool PageResources::has(const char* kind, const char* name) {
   return dict != nullptr && dict->get_item(name) != nullptr;
 }
 
+PDF_REF PageResources::get(const char* kind, const char* name) {
+  const CPDFDictionary* const dict = edit_kind(kind);
+  const CPDFObj* const item = dict != nullptr ? dict->get_item(name) : nullptr;
+  return item != nullptr ? item->as_ref() : PDF_REF{0, 0};
+}
+
 }  // namespace sheaf

@@ -25,6 +25,8 @@ public:
   bool add(const char* kind, const char* name, const PDF_REF& value);
   /// Whether the name is there.
   bool has(const char* kind, const char* name);
+  /// The reference under the name; number 0 where it is none.
+  PDF_REF get(const char* kind, const char* name);
 
 private:
   CPDFDictionary* edit();

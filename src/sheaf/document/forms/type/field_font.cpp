@@ -65,6 +65,18 @@ bool FieldFont::load(CPDFXRefTable& table, const CPDFDictionary& font) {
   return code_of('0') >= 0 || code_of('e') >= 0;
 }
 
+void FieldFont::load_composite(CPDFXRefTable& table, const CPDFDictionary& font, const CompositeFont& composite) {
+  composite_ = &composite;
+  const Freed<CPDFObj> name = table.value(&font, CPDFDictionary::sm_tag_base_font);
+  read_name(name.as_text());
+  const Freed<CPDFObj> list = table.value(&font, "DescendantFonts");
+  const Freed<CPDFObj> descendant = table.value(list.as_array(), 0);
+  const Freed<CPDFObj> descriptor = table.value(descendant.as_dict(), CPDFDictionary::sm_tag_fdes);
+  descriptor_ = descriptor.as_dict();
+  read_heights(table);
+  descriptor_ = nullptr;
+}
+
 void FieldFont::read_name(const char* name) {
   const std::string_view text = name != nullptr ? name : "";
   const auto has = [&text](std::string_view part) { return text.find(part) != std::string_view::npos; };
@@ -182,6 +194,8 @@ void FieldFont::drop_glyphs_left_out(CPDFXRefTable& table) {
 }
 
 int FieldFont::code_of(std::uint32_t character) const {
+  if (composite_ != nullptr)
+    return composite_->code_of(character);
   if (character == 0)
     return -1;
   const std::uint32_t* const found = std::find(characters_, characters_ + kCodes, character);

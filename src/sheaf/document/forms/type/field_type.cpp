@@ -101,7 +101,7 @@ void FieldType::show_run(ContentWriter& out, const FieldGlyph* glyphs, std::size
   const int font = glyphs[0].font;
   GrowArray<unsigned char> codes;
   for (std::size_t i = 0; i < count; ++i) {
-    if (font != FieldGlyph::kOwn)
+    if (font != FieldGlyph::kOwn || own_.is_composite())
       codes.push(static_cast<unsigned char>(glyphs[i].code >> 8));
     codes.push(static_cast<unsigned char>(glyphs[i].code));
   }

@@ -3,13 +3,12 @@
 #include <cstring>
 
 #include "sheaf/base/chars.h"
+#include "sheaf/base/utf.h"
 #include "sheaf/document/forms/type/standard_glyphs_internal.h"
 
 namespace sheaf {
 
 namespace {
-
-constexpr std::uint32_t kMostCharacter = 0x10FFFF;
 
 // The number behind `prefix`, of `least` to `most` digits to the end of the name; 0 when it is none.
 std::uint32_t hex_behind(const char* name, const char* prefix, int least, int most) {
@@ -24,7 +23,7 @@ std::uint32_t hex_behind(const char* name, const char* prefix, int least, int mo
       return 0;
     value = value * 16 + static_cast<std::uint32_t>(digit);
   }
-  return digits >= least && value <= kMostCharacter ? value : 0;
+  return digits >= least && value <= kLastCharacter ? value : 0;
 }
 
 // Cyrillic letters have numbered names: the alphabet in order, with IO behind its sixth letter.

@@ -147,6 +147,7 @@ int CQVJBIG2::dec_data(unsigned char* data, int len) {
     QVJB2_Seg* record = new_record(*this, header);
     if (record == nullptr)
       break;
+    is_cut = is_cut || body.is_cut;
     limits.begin_segment(static_cast<std::int64_t>(body.size));
     Segment segment = {*this, *record, body};
     decode_segment(segment);

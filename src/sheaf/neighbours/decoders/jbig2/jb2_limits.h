@@ -19,6 +19,7 @@ struct Limits {
   std::int64_t reserve;     ///< Work beyond that, for what it makes and for the segments that follow.
   std::int64_t spent;       ///< Work done so far.
   std::int64_t ceiling;     ///< Most bytes of pages, set by the caller; 0: as the data justify.
+  bool refused;             ///< Something was asked for beyond that, and not done.
 
   /// Of data. Dense pages come to some 20 pixels a byte, sparse ones to a few thousand beside their
   /// white rows, which cost next to nothing.
@@ -58,7 +59,7 @@ struct Limits {
     constexpr std::int64_t kCopies = 4;     // regions, intermediate ones, the planes of halftones
     constexpr std::int64_t kHandlings = 8;  // making, copying, combining it and regions of its size
     if (size < 0 || size > page_bytes)
-      return false;
+      return refuse();
     page_bytes -= size;
     bytes += (1 + kCopies) * size;
     reserve += kHandlings * handling(size);
@@ -68,7 +69,7 @@ struct Limits {
   /// False, with nothing taken, when `size` bytes are more than is left.
   [[nodiscard]] bool take(std::int64_t size) {
     if (size < 0 || size > bytes)
-      return false;
+      return refuse();
     bytes -= size;
     return true;
   }
@@ -94,7 +95,7 @@ struct Limits {
   [[nodiscard]] bool spend(std::int64_t units) {
     if (units < 0 || units > work) {
       work = 0;
-      return false;
+      return refuse();
     }
     work -= units;
     spent += units;
@@ -102,6 +103,10 @@ struct Limits {
   }
 
 private:
+  bool refuse() {
+    refused = true;
+    return false;
+  }
   void add_share(std::int64_t units) {
     units = std::min(units, reserve);
     reserve -= units;

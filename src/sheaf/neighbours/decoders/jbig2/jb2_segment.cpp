@@ -84,13 +84,14 @@ bool SegmentWalk::next(SegmentHeader& header, SegmentBody& body) {
   if (!read_header(headers_, header) || (random_access_ && header.type() == kEndOfFile))
     return false;
   ByteReader& from = random_access_ ? bodies_ : headers_;
-  body = {from.cursor(), std::min<std::size_t>(header.length, from.left()), false};
+  body = {from.cursor(), std::min<std::size_t>(header.length, from.left()), false, false};
   const bool is_generic = header.type() == kImmediateGeneric || header.type() == kImmediateLosslessGeneric;
   if (header.length == kUnknownLength && is_generic) {
     const std::size_t length = find_length(from.cursor(), from.left());
     body.has_row_count = length != 0;
     body.size = length != 0 ? length : from.left();
   }
+  body.is_cut = header.length != kUnknownLength && body.size < header.length;
   from.skip(body.size);
   return true;
 }

@@ -46,11 +46,12 @@ struct SegmentHeader {
   std::uint32_t type() const { return flags & 63; }
 };
 
-/// A segment's data. `has_row_count`: the length was unknown, a row count stands at the end.
+/// A segment's data.
 struct SegmentBody {
   const std::uint8_t* data;
   std::size_t size;
-  bool has_row_count;
+  bool has_row_count;  ///< The length was unknown, a row count stands at the end.
+  bool is_cut;         ///< Shorter than the header says.
 };
 
 /// Goes through the segments of an embedded stream or of a file, in the order of their data.

@@ -113,6 +113,7 @@ bool CPDFStreamJPX::open_source() {
     if (!find_jpx(from, size, header) || !jpx_can_cost(header.decode_bytes, size))
       return false;
     // The decoder makes room for what a part claims; a length of 0 means up to the end.
+    early_end = header.overlong_part != 0 ? kEarlyEndData : kEarlyEndNone;
     if (header.overlong_part != 0)
       std::memset(from + header.overlong_part, 0, 4);
     return source_->open(from, size, header.is_bare, opj_error_callback, opj_warning_callback);

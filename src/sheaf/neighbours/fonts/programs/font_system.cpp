@@ -9,7 +9,7 @@
 
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/neighbours/fonts/environment.h"
-#include "sheaf/neighbours/fonts/lazy_library_internal.h"
+#include "sheaf/neighbours/fonts/lazy_library.h"
 
 #endif
 

@@ -10,10 +10,11 @@
 #include "sheaf/neighbours/fonts/environment.h"
 #include "sheaf/neighbours/fonts/font.h"
 #include "sheaf/neighbours/fonts/programs/tt_layout.h"
+#include "sheaf/neighbours/fonts/programs/tt_writer.h"
 
+class CPDFDictionary;
 class CQVFTFont;
 class CQVStream;
-struct CQVTTCodesRec;
 
 /// The position of a glyph in vertical text, in thousandths of the em (ISO 32000-1, 9.7.4.3).
 struct PDF_VERTICAL_METRICS {
@@ -22,11 +23,18 @@ struct PDF_VERTICAL_METRICS {
   int origin_y;
 };
 
-/// A glyph in use and the character that it shows.
+/// A code in use, its glyph and the text that it shows.
 struct PDF_USED_GLYPH {
+  std::uint32_t code;
   std::uint32_t glyph;
-  std::uint32_t text;  ///< 0 for glyph 0, which shows no character.
+  std::uint32_t text;  ///< A character, or a place in the font's longer texts; 0 where glyph 0 shows none.
 };
+
+/// Texts of several characters, each as their count and the characters.
+namespace GlyphTexts {
+constexpr std::uint32_t kLonger = 0x80000000;  ///< In front of a place.
+constexpr int kMost = 64;                      ///< Characters of one text.
+}  // namespace GlyphTexts
 
 class CPDFFontType0 final : public CPDFFont {
 public:
@@ -41,9 +49,13 @@ public:
   void load_font() override;
   void set_font_style(int style) override;
   /// Brings "W", "ToUnicode", in vertical fonts "DW2" and "W2", and with the embed bit the font
-  /// program up to the glyphs used so far. Nothing changes when no glyph has come since the last
-  /// time. Without memory the objects stay as they were, and the next save tries again.
+  /// program up to the glyphs used so far: before any text that is the sign for missing glyphs alone.
+  /// Nothing changes when no glyph has come since the last time. Without memory the objects stay as they were, and the
+  /// next save tries again.
   void embed_flush() override;
+
+  /// Lets the next save write the objects even when no glyph is used: they hold the whole program.
+  void mark_new() { changed_ = true; }
 
   /// Whether a face was found.
   bool is_loaded() const { return face_ != nullptr; }
@@ -56,6 +68,14 @@ public:
   /// `codes`, and remembers the glyphs. A character without a glyph gives code 0. The result is how
   /// many had one.
   int encode(const wchar_t* text, int count, unsigned char* codes);
+  /// The code by which glyph `glyph` shows `count` characters, so that a reader of the file gets these back, and
+  /// remembers it: the glyph's own number for the first text that it shows, further codes for others. -1 when no code
+  /// is left or the font cannot have further ones, since its program is not embedded.
+  int add_glyph(std::uint32_t glyph, const std::uint32_t* text, int count);
+  /// The same for glyphs that stand for their text together, such as a letter with its marks: they become one glyph of
+  /// the embedded program, so that no reader takes them apart. `width` is its advance, `down` that in a column, font
+  /// units. -1 also for fonts whose program cannot have further glyphs.
+  int add_composite(const PDF_TT_PART* parts, int count, int width, int down, const std::uint32_t* text, int length);
   /// How many different glyphs have been used.
   int used_count() const { return used_count_; }
   /// The width of a code in thousandths of the em, as "W" says it.
@@ -73,14 +93,37 @@ public:
 private:
   static constexpr std::uint32_t kPageSize = 256;
   static constexpr std::uint32_t kPageCount = 0x110000 / kPageSize;
+  // Set in the text of a glyph that `add_glyph` gave out: no other character takes its place.
+  static constexpr std::uint32_t kFixed = 0x40000000;
+
+  struct Further {
+    std::uint32_t glyph;
+    std::uint32_t text;
+    std::uint32_t next;  // of the same glyph, 1 more than its place; 0: none
+  };
+
+  struct Composite {
+    PDF_TT_COMPOSITE glyph;
+    std::uint32_t next;           // with the same first part, 1 more than its place; 0: none
+    std::uint32_t first_further;  // 1 more than the place of its first code
+  };
 
   bool make_tables();
+  std::uint32_t glyph_of(unsigned code) const;
+  bool is_text(std::uint32_t kept, const std::uint32_t* text, int count) const;
+  std::uint32_t keep_text(const std::uint32_t* text, int count);
+  int add_further(std::uint32_t glyph, std::uint32_t& first, const std::uint32_t* text, int count);
+  bool allows_composites();
+  int find_composite(const PDF_TT_PART* parts, int count, int width, int down);
+  const Composite* composite_of(std::uint32_t glyph) const;
   std::uint32_t add_character(std::uint32_t character);
   std::uint32_t find_glyph(std::uint32_t character);
 
   // font_type0_flush.cpp
   bool collect_used(sheaf::GrowArray<PDF_USED_GLYPH>& used) const;
   bool flush_metrics(const sheaf::GrowArray<PDF_USED_GLYPH>& used);
+  void put_vertical_metrics(CPDFDictionary& dict, const sheaf::GrowArray<PDF_USED_GLYPH>& used);
+  bool flush_code_map(CPDFDictionary& dict, const sheaf::GrowArray<PDF_USED_GLYPH>& used);
   bool flush_to_unicode(const sheaf::GrowArray<PDF_USED_GLYPH>& used);
   bool flush_program(const sheaf::GrowArray<PDF_USED_GLYPH>& used);
   int write_program(CQVStream* out, const CQVTTCodesRec& codes);
@@ -95,7 +138,15 @@ private:
   PDF_REF cid_font_{0, 0};
   PDF_REF font_file_{0, 0};
   PDF_REF to_unicode_{0, 0};
+  PDF_REF code_map_{0, 0};
   std::uint32_t** pages_ = nullptr;   // codes by character, in pages; an entry is 0 until it is used
-  std::uint32_t* text_of_ = nullptr;  // the character of each used glyph
+  std::uint32_t* text_of_ = nullptr;  // the text of each used glyph
   std::uint32_t glyph_count_ = 0;
+  // Texts besides the first of a glyph have codes behind the glyphs, in the order of this list.
+  sheaf::GrowArray<Further> further_;
+  std::uint32_t* first_further_ = nullptr;  // by glyph, 1 more than the place
+  sheaf::GrowArray<std::uint32_t> longer_;
+  sheaf::GrowArray<Composite> composites_;  // glyphs behind those of the face
+  sheaf::GrowArray<PDF_TT_PART> parts_;
+  std::uint32_t* first_composite_ = nullptr;  // by its first part, 1 more than the place
 };

@@ -22,10 +22,23 @@ constexpr int kStandardWidth = 1000;   // "DW" where a font does not say it
 constexpr int kStandardOriginY = 880;  // "DW2" likewise
 constexpr int kStandardAdvance = -1000;
 
+bool store_packed(CPDFXRefTable& table, const PDF_REF& ref, const std::uint8_t* bytes, std::size_t count) {
+  int size = 0;
+  unsigned char* const packed = CPDFXRefTable::compress_data(bytes, static_cast<int>(count), size);
+  if (packed == nullptr)
+    return false;
+  CPDFStreamRec rec;
+  table.write_stream_autofree(ref, &rec, packed, static_cast<unsigned>(size));
+  rec.dict.set_item_name(CPDFDictionary::sm_tag_filter, CPDFDictionary::sm_tag_fdec);
+  rec.dict.set_item_int(CPDFDictionary::sm_tag_length, size);
+  table.store_stream(ref, rec);
+  return true;
+}
+
 }  // namespace
 
 void CPDFFontType0::embed_flush() {
-  if (!changed_ || table == nullptr)
+  if (!changed_ || table == nullptr || face_ == nullptr)
     return;
   GrowArray<PDF_USED_GLYPH> used;
   if (collect_used(used) && flush_metrics(used) && flush_to_unicode(used) && flush_program(used))
@@ -34,10 +47,14 @@ void CPDFFontType0::embed_flush() {
 
 // Glyph 0 is always there: it shows where a character had no glyph.
 bool CPDFFontType0::collect_used(GrowArray<PDF_USED_GLYPH>& used) const {
-  if (!used.push({0, 0}))
+  if (!used.push({0, 0, 0}))
     return false;
   for (std::uint32_t glyph = 1; glyph < glyph_count_; ++glyph) {
-    if (text_of_[glyph] != 0 && !used.push({glyph, text_of_[glyph]}))
+    if (text_of_[glyph] != 0 && !used.push({glyph, glyph, text_of_[glyph] & ~kFixed}))
+      return false;
+  }
+  for (std::size_t i = 0; i < further_.size(); ++i) {
+    if (!used.push({glyph_count_ + static_cast<std::uint32_t>(i), further_[i].glyph, further_[i].text}))
       return false;
   }
   return true;
@@ -50,8 +67,8 @@ bool CPDFFontType0::flush_metrics(const GrowArray<PDF_USED_GLYPH>& used) {
     return false;
   GrowArray<GlyphMetrics> metrics;
   for (const PDF_USED_GLYPH& glyph : used) {
-    const int width = glyph_width(glyph.glyph);
-    if (width != kStandardWidth && !metrics.push({static_cast<int>(glyph.glyph), {width, 0, 0}}))
+    const int width = glyph_width(glyph.code);
+    if (width != kStandardWidth && !metrics.push({static_cast<int>(glyph.code), {width, 0, 0}}))
       return false;
   }
   Cleared<CPDFArray> widths;
@@ -59,46 +76,61 @@ bool CPDFFontType0::flush_metrics(const GrowArray<PDF_USED_GLYPH>& used) {
   dict->set_item("W", nullptr);
   if (widths.count != 0)
     dict->set_item_arr("W", &widths);
-  if (vertical_) {
-    metrics.clear();
-    for (const PDF_USED_GLYPH& glyph : used) {
-      const PDF_VERTICAL_METRICS v = vertical_metrics(glyph.glyph);
-      if (!metrics.push({static_cast<int>(glyph.glyph), {v.advance, v.origin_x, v.origin_y}}))
-        return false;
-    }
-    const VerticalDefault most = most_frequent(metrics);
-    Cleared<CPDFArray> default_pair;
-    default_pair.append_int(most.origin_y);
-    default_pair.append_int(most.advance);
-    dict->set_item("DW2", nullptr);
-    if (most.origin_y != kStandardOriginY || most.advance != kStandardAdvance)
-      dict->set_item_arr("DW2", &default_pair);
-    drop_default(metrics, most);
-    Cleared<CPDFArray> vertical;
-    put_compact(vertical, metrics, 3);
-    dict->set_item("W2", nullptr);
-    if (vertical.count != 0)
-      dict->set_item_arr("W2", &vertical);
+  if (vertical_)
+    put_vertical_metrics(*dict, used);
+  return flush_code_map(*dict, used) && table->store_object(cid_font_, font);
+}
+
+void CPDFFontType0::put_vertical_metrics(CPDFDictionary& dict, const GrowArray<PDF_USED_GLYPH>& used) {
+  GrowArray<GlyphMetrics> metrics;
+  for (const PDF_USED_GLYPH& glyph : used) {
+    const PDF_VERTICAL_METRICS v = vertical_metrics(glyph.code);
+    if (!metrics.push({static_cast<int>(glyph.code), {v.advance, v.origin_x, v.origin_y}}))
+      return;
   }
-  return table->store_object(cid_font_, font);
+  const VerticalDefault most = most_frequent(metrics);
+  Cleared<CPDFArray> default_pair;
+  default_pair.append_int(most.origin_y);
+  default_pair.append_int(most.advance);
+  dict.set_item("DW2", nullptr);
+  if (most.origin_y != kStandardOriginY || most.advance != kStandardAdvance)
+    dict.set_item_arr("DW2", &default_pair);
+  drop_default(metrics, most);
+  Cleared<CPDFArray> vertical;
+  put_compact(vertical, metrics, 3);
+  dict.set_item("W2", nullptr);
+  if (vertical.count != 0)
+    dict.set_item_arr("W2", &vertical);
+}
+
+// Codes that are not their glyph's number need a map of codes to glyphs (ISO 32000-1, 9.7.4.2). Codes that are not in
+// use lead to glyph 0 in it, which packs better than the glyphs themselves would.
+bool CPDFFontType0::flush_code_map(CPDFDictionary& dict, const GrowArray<PDF_USED_GLYPH>& used) {
+  if (further_.empty())
+    return true;
+  GrowArray<std::uint8_t> map;
+  if (!map.resize((glyph_count_ + further_.size()) * 2))
+    return false;
+  for (const PDF_USED_GLYPH& glyph : used) {
+    map[glyph.code * 2] = static_cast<std::uint8_t>(glyph.glyph >> 8);
+    map[glyph.code * 2 + 1] = static_cast<std::uint8_t>(glyph.glyph);
+  }
+  if (code_map_.num == 0)
+    code_map_ = {table->alloc_obj_num(), 0};
+  dict.set_item_ref("CIDToGIDMap", code_map_);
+  return store_packed(*table, code_map_, map.begin(), map.size());
 }
 
 bool CPDFFontType0::flush_to_unicode(const GrowArray<PDF_USED_GLYPH>& used) {
   TTBytes text;
-  write_to_unicode(text, used);
-  int size = 0;
-  unsigned char* const packed =
-      text.ok() ? CPDFXRefTable::compress_data(text.data(), static_cast<int>(text.size()), size) : nullptr;
-  if (packed == nullptr)
+  write_to_unicode(text, used, longer_);
+  if (!text.ok())
     return false;
   const bool is_new = to_unicode_.num == 0;
   if (is_new)
     to_unicode_ = {table->alloc_obj_num(), 0};
-  CPDFStreamRec rec;
-  table->write_stream_autofree(to_unicode_, &rec, packed, static_cast<unsigned>(size));
-  rec.dict.set_item_name(CPDFDictionary::sm_tag_filter, CPDFDictionary::sm_tag_fdec);
-  rec.dict.set_item_int(CPDFDictionary::sm_tag_length, size);
-  table->store_stream(to_unicode_, rec);
+  if (!store_packed(*table, to_unicode_, text.data(), text.size()))
+    return false;
   if (!is_new)
     return true;
   Freed<CPDFObj> top = table->object(source.as_ref());
@@ -114,7 +146,8 @@ int CPDFFontType0::write_program(CQVStream* out, const CQVTTCodesRec& codes) {
   CQVTTWriter writer;
   if (file.file == nullptr || writer.Load2(&file, static_cast<unsigned>(index_)) != 0)
     return 1;
-  return face_->is_styled() ? writer.SaveFontData2(out, face_, &codes) : writer.SaveFontData(out, &codes);
+  const CQVTTCodesRec* const kept = face_->allows_subsets() ? &codes : nullptr;
+  return face_->is_styled() ? writer.SaveFontData2(out, face_, kept) : writer.SaveFontData(out, kept);
 }
 
 // The font program of a font that is not to be embedded stays the empty one that it is.
@@ -126,7 +159,24 @@ bool CPDFFontType0::flush_program(const GrowArray<PDF_USED_GLYPH>& used) {
     if (!glyphs.push(static_cast<std::uint16_t>(glyph.glyph)))
       return false;
   }
-  const CQVTTCodesRec codes{glyphs.begin(), static_cast<std::uint32_t>(glyphs.size()), face_->needs_instructions()};
+  GrowArray<PDF_TT_COMPOSITE> composites;
+  for (const Composite& composite : composites_) {
+    if (!composites.push(composite.glyph))
+      return false;
+  }
+  for (const PDF_TT_PART& part : parts_) {
+    if (!glyphs.push(part.glyph))
+      return false;
+  }
+  std::sort(glyphs.begin(), glyphs.end());
+  const auto count = static_cast<std::uint32_t>(std::unique(glyphs.begin(), glyphs.end()) - glyphs.begin());
+  const CQVTTCodesRec codes{glyphs.begin(),
+                            count,
+                            face_->needs_instructions(),
+                            composites.begin(),
+                            static_cast<std::uint32_t>(composites.size()),
+                            parts_.begin(),
+                            glyph_count_};
   CQVStreamMem program;
   if (write_program(&program, codes) != 0)
     return false;

@@ -165,6 +165,19 @@ bool CQVFTFont::needs_instructions() const {
   return FT_IS_TRICKY(face_of(*this));
 }
 
+// The lowest four bits are a choice of one; a font that has several of them set means the most that they allow.
+PDF_FONT_LICENCE CQVFTFont::licence() const {
+  constexpr unsigned kChoice = 0xF;
+  const unsigned flags = FT_Get_FSType_Flags(face_of(*this));
+  if ((flags & kChoice) == FT_FSTYPE_RESTRICTED_LICENSE_EMBEDDING)
+    return PDF_FONT_LICENCE::kRestricted;
+  return (flags & FT_FSTYPE_BITMAP_EMBEDDING_ONLY) != 0 ? PDF_FONT_LICENCE::kBitmapsOnly : PDF_FONT_LICENCE::kEmbed;
+}
+
+bool CQVFTFont::allows_subsets() const {
+  return (FT_Get_FSType_Flags(face_of(*this)) & FT_FSTYPE_NO_SUBSETTING) == 0;
+}
+
 std::uint8_t* CQVFTFont::load_table(std::uint32_t tag, std::uint32_t& length) {
   FT_ULong size = 0;
   length = 0;

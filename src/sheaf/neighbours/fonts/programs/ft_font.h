@@ -11,6 +11,9 @@ namespace sheaf {
 class StyledOutline;
 }
 
+/// Whether a font's outlines may become part of a document.
+enum class PDF_FONT_LICENCE : int { kEmbed, kRestricted, kBitmapsOnly };
+
 /// One face, by one thread at a time. It comes from the QVAlloc family and is released with delete
 /// (or CPDFEnviroment::release_face).
 class CQVFTFont {
@@ -48,6 +51,10 @@ public:
   bool vertical_metrics(std::uint32_t glyph, int& advance, int& origin_y);
   /// Whether the glyphs are made by their instructions, which then must be kept.
   bool needs_instructions() const;
+  /// What the font's maker allows ("OS/2", fsType): whether its outlines may be embedded at all, and whether a part
+  /// of the font may be.
+  PDF_FONT_LICENCE licence() const;
+  bool allows_subsets() const;
   /// Thickness in font units of the upright stroke of a letter; 0 when it cannot be measured.
   int stem_width();
   /// A whole table; null when there is none. The caller releases the block with QVFree.

@@ -39,21 +39,33 @@ void put_code(TTBytes& out, std::uint32_t code) {
 void put_character(TTBytes& out, std::uint32_t character) {
   char hex[16];
   if (character < 0x10000) {
-    std::snprintf(hex, sizeof(hex), "<%04X>\n", character);
+    std::snprintf(hex, sizeof(hex), "%04X", character);
   } else {
-    std::snprintf(hex, sizeof(hex), "<%04X%04X>\n", high_surrogate(character), low_surrogate(character));
+    std::snprintf(hex, sizeof(hex), "%04X%04X", high_surrogate(character), low_surrogate(character));
   }
   put_text(out, hex);
 }
 
-// Whether `next` continues `run`. In a range only the last byte of code and text may change.
-bool continues(const Run& run, const PDF_USED_GLYPH& next) {
-  const std::uint32_t text = run.text + (next.glyph - run.first);
-  return next.glyph == run.last + 1 && next.text == text && next.glyph >> 8 == run.first >> 8 &&
-         text >> 8 == run.text >> 8;
+void put_target(TTBytes& out, std::uint32_t text, const GrowArray<std::uint32_t>& longer) {
+  put_text(out, "<");
+  if ((text & GlyphTexts::kLonger) == 0) {
+    put_character(out, text);
+  } else {
+    const std::size_t at = text & ~GlyphTexts::kLonger;
+    for (std::uint32_t i = 1; i <= longer[at]; ++i)
+      put_character(out, longer[at + i]);
+  }
+  put_text(out, ">\n");
 }
 
-void put_blocks(TTBytes& out, const GrowArray<Run>& runs, bool ranges) {
+// Whether `next` continues `run`. In a range only the last byte of code and text may change.
+bool continues(const Run& run, const PDF_USED_GLYPH& next) {
+  const std::uint32_t text = run.text + (next.code - run.first);
+  return next.code == run.last + 1 && next.text == text && (text & GlyphTexts::kLonger) == 0 &&
+         next.code >> 8 == run.first >> 8 && text >> 8 == run.text >> 8;
+}
+
+void put_blocks(TTBytes& out, const GrowArray<Run>& runs, const GrowArray<std::uint32_t>& longer, bool ranges) {
   std::size_t left = 0;
   for (const Run& run : runs)
     left += (run.first != run.last) == ranges;
@@ -71,7 +83,7 @@ void put_blocks(TTBytes& out, const GrowArray<Run>& runs, bool ranges) {
     put_code(out, run.first);
     if (ranges)
       put_code(out, run.last);
-    put_character(out, run.text);
+    put_target(out, run.text, longer);
     --left;
     if (--in_block == 0) {
       put_text(out, "end");
@@ -82,19 +94,19 @@ void put_blocks(TTBytes& out, const GrowArray<Run>& runs, bool ranges) {
 
 }  // namespace
 
-void write_to_unicode(TTBytes& out, const GrowArray<PDF_USED_GLYPH>& used) {
+void write_to_unicode(TTBytes& out, const GrowArray<PDF_USED_GLYPH>& used, const GrowArray<std::uint32_t>& longer) {
   GrowArray<Run> runs;
   for (const PDF_USED_GLYPH& glyph : used) {
     if (glyph.text == 0)
       continue;
     if (!runs.empty() && continues(runs.back(), glyph))
-      runs.back().last = glyph.glyph;
-    else if (!runs.push({glyph.glyph, glyph.glyph, glyph.text}))
+      runs.back().last = glyph.code;
+    else if (!runs.push({glyph.code, glyph.code, glyph.text}))
       return;
   }
   put_text(out, kHead);
-  put_blocks(out, runs, false);
-  put_blocks(out, runs, true);
+  put_blocks(out, runs, longer, false);
+  put_blocks(out, runs, longer, true);
   put_text(out, kTail);
 }
 

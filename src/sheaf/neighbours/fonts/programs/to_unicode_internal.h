@@ -7,7 +7,8 @@
 
 namespace sheaf {
 
-/// Writes the map of all glyphs that show a character; `used` is ascending by glyph.
-void write_to_unicode(TTBytes& out, const GrowArray<PDF_USED_GLYPH>& used);
+/// Writes the map of all codes that show text; `used` is ascending by code, `longer` holds the texts of several
+/// characters.
+void write_to_unicode(TTBytes& out, const GrowArray<PDF_USED_GLYPH>& used, const GrowArray<std::uint32_t>& longer);
 
 }  // namespace sheaf

@@ -6,6 +6,7 @@
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/neighbours/fonts/programs/ft_outline_internal.h"
 #include "sheaf/neighbours/fonts/programs/tt_assembly_internal.h"
+#include "sheaf/neighbours/fonts/programs/tt_composites_internal.h"
 #include "sheaf/neighbours/fonts/programs/tt_writer.h"
 
 using namespace sheaf;
@@ -65,15 +66,24 @@ public:
     glyph_count_ = face_.glyph_count();
     if (codes_ != nullptr) {
       const std::uint32_t last = codes_->count != 0 ? codes_->glyphs[codes_->count - 1] : 0;
-      glyph_count_ = std::min(glyph_count_, last + 1);
+      if (codes_->composite_count == 0)
+        glyph_count_ = std::min(glyph_count_, last + 1);
     }
+    const std::uint32_t own_count = glyph_count_;
+    if (codes_ != nullptr && codes_->composite_count != 0 && !boxes_.resize(own_count))
+      return false;
     std::uint32_t next = 0;
-    for (std::uint32_t glyph = 0; glyph < glyph_count_; ++glyph) {
+    for (std::uint32_t glyph = 0; glyph < own_count; ++glyph) {
       while (codes_ != nullptr && next < codes_->count && codes_->glyphs[next] < glyph)
         ++next;
       const bool named = codes_ == nullptr || (next < codes_->count && codes_->glyphs[next] == glyph);
       loca_.u32(glyf_.size());
       if (!(named || glyph == 0 ? add_glyph(glyph) : add_gap()))
+        return false;
+    }
+    for (std::uint32_t i = 0; codes_ != nullptr && i < codes_->composite_count; ++i) {
+      loca_.u32(glyf_.size());
+      if (!add_composite(codes_->composites[i]))
         return false;
     }
     loca_.u32(glyf_.size());
@@ -106,9 +116,12 @@ public:
     maxp_.u16(glyph_count_);
     maxp_.u16(most_points_);
     maxp_.u16(most_contours_);
-    maxp_.u32(0);  // no composite glyphs
+    maxp_.u16(std::min<std::uint32_t>(most_points_ * most_parts_, UINT16_MAX));
+    maxp_.u16(std::min<std::uint32_t>(most_contours_ * most_parts_, UINT16_MAX));
     maxp_.u16(1);  // one zone, as there are no instructions
-    maxp_.zeros(kMaxpSize - maxp_.size());
+    maxp_.zeros(kMaxpSize - 4 - maxp_.size());
+    maxp_.u16(most_parts_);
+    maxp_.u16(most_parts_ != 0 ? 1 : 0);
     if (face_.is_vertical())
       build_vhea();
     return true;
@@ -147,6 +160,8 @@ private:
                         std::max(box_.right, box.right), std::max(box_.top, box.top)}
                   : box;
       any_ = true;
+      if (glyph < boxes_.size())
+        boxes_[glyph] = {box.left, box.bottom, box.right, box.top};
       least_right_bearing_ = std::clamp(std::min(least_right_bearing_, advance - box.right), -32768, 32767);
     }
     widest_ = std::max(widest_, advance);
@@ -154,6 +169,23 @@ private:
     hmtx_.i16(box.left);
     if (face_.is_vertical())
       put_vertical(glyph, box.top);
+    return true;
+  }
+
+  bool add_composite(const PDF_TT_COMPOSITE& composite) {
+    const PDF_TT_PART* const parts = codes_->parts + composite.first;
+    GrowArray<GlyphBox> boxes;
+    for (std::uint32_t i = 0; i < composite.count; ++i) {
+      if (!boxes.push(parts[i].glyph < boxes_.size() ? boxes_[parts[i].glyph] : GlyphBox{}))
+        return false;
+    }
+    const GlyphBox box = put_composite(glyf_, parts, composite.count, boxes);
+    hmtx_.u16(composite.width);
+    hmtx_.i16(box.left);
+    if (face_.is_vertical())
+      put_vertical(parts[0].glyph, box.top);
+    most_parts_ = std::max(most_parts_, composite.count);
+    ++glyph_count_;
     return true;
   }
 
@@ -245,6 +277,8 @@ private:
   std::uint32_t glyph_count_ = 0;
   TTBytes glyf_, loca_, hmtx_, vmtx_, head_, hhea_, vhea_, maxp_;
   Box box_;
+  GrowArray<GlyphBox> boxes_;  // by glyph, where composites need them
+  std::uint32_t most_parts_ = 0;
   bool any_ = false;
   int widest_ = 0;
   int tallest_ = 0;

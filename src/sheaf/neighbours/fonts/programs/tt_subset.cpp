@@ -3,8 +3,9 @@
 
 #include "sheaf/base/heap.h"
 #include "sheaf/base/scope_guard.h"
-#include "sheaf/neighbours/fonts/lazy_library_internal.h"
+#include "sheaf/neighbours/fonts/lazy_library.h"
 #include "sheaf/neighbours/fonts/programs/tt_bytes_internal.h"
+#include "sheaf/neighbours/fonts/programs/tt_composites_internal.h"
 #include "sheaf/neighbours/fonts/programs/tt_writer.h"
 
 using namespace sheaf;
@@ -76,15 +77,22 @@ const SubsetterCalls& calls() {
 // keeps pointers into tables beyond its own hold on them.
 class LoadedTables {
 public:
-  LoadedTables(const CQVTTParser& parser, bool keeps_instructions) {
+  LoadedTables(const CQVTTParser& parser, const CQVTTCodesRec& codes) {
+    GrowArray<LoadedTable> loaded;
     for (const PDF_TT_TABLE& table : parser.tables) {
-      if (!is_kept(table.tag, keeps_instructions))
+      if (!is_kept(table.tag, codes.keeps_instructions != 0))
         continue;
       std::uint32_t length = 0;
       std::uint8_t* const block = parser.load(table.tag, length);
-      hb_blob_t* const blob =
-          calls().blob_create(reinterpret_cast<const char*>(block), length, HB_MEMORY_MODE_WRITABLE, block, QVFree);
-      is_complete_ = is_complete_ && block != nullptr;
+      if (block == nullptr || !loaded.push({table.tag, length, block})) {
+        QVFree(block);
+        is_complete_ = false;
+      }
+    }
+    is_complete_ = is_complete_ && add_composites(loaded, codes);
+    for (const LoadedTable& table : loaded) {
+      hb_blob_t* const blob = calls().blob_create(reinterpret_cast<const char*>(table.block), table.length,
+                                                  HB_MEMORY_MODE_WRITABLE, table.block, QVFree);
       if (!tables_.push({table.tag, blob})) {
         calls().blob_destroy(blob);
         is_complete_ = false;
@@ -138,7 +146,7 @@ void set_up(hb_subset_input_t* input, const CQVTTParser& parser, const CQVTTCode
 int CQVTTWriter::save_subset(CQVStream* out, const CQVTTCodesRec& codes) {
   if (!calls().complete)
     return 1;
-  LoadedTables tables(parser_, codes.keeps_instructions != 0);
+  LoadedTables tables(parser_, codes);
   if (!tables.is_complete())
     return 1;
   hb_face_t* const source = calls().face_create_for_tables(LoadedTables::give, &tables, nullptr);

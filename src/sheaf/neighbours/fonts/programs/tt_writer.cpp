@@ -101,8 +101,9 @@ void CQVTTWriter::read_metrics(CQVStream* stream, std::uint32_t index, int units
     stem_v = stem_by_weight(tt_u16(pair));
 }
 
-// Whether every glyph lies where the index of glyphs says, in ascending order inside its table.
 bool CQVTTWriter::has_outlines() const {
+  if (!loaded_)
+    return false;
   const PDF_TT_TABLE* const glyf = parser_.find(tt_tag("glyf"));
   std::uint8_t format[2];
   std::uint8_t glyphs[2];
@@ -130,7 +131,7 @@ bool CQVTTWriter::has_outlines() const {
 }
 
 int CQVTTWriter::SaveFontData(CQVStream* out, const CQVTTCodesRec* codes) {
-  if (!loaded_ || !has_outlines())
+  if (!has_outlines())
     return 1;
   if (codes != nullptr)
     return save_subset(out, *codes);

@@ -9,12 +9,34 @@
 
 class CQVFTFont;
 
+/// A glyph as a part of another, moved by font units.
+struct PDF_TT_PART {
+  std::uint16_t glyph;
+  std::int16_t x;
+  std::int16_t y;
+
+  bool operator==(const PDF_TT_PART&) const = default;
+};
+
+/// A glyph that the font lacks, made of glyphs that it has.
+struct PDF_TT_COMPOSITE {
+  std::uint32_t first;  ///< Of the list of parts.
+  std::uint32_t count;
+  std::uint16_t width;  ///< Horizontal advance, font units.
+  std::uint16_t down;   ///< Vertical advance.
+};
+
 /// The glyphs that a program keeps; all of them keep their numbers. Glyph 0 and parts of composite
 /// glyphs need not be named.
 struct CQVTTCodesRec {
   const std::uint16_t* glyphs;  ///< Ascending. Borrowed.
   std::uint32_t count;
   int keeps_instructions;  ///< Not 0: glyphs are made by their instructions.
+  // Glyphs behind those of the font, the first of which is `face_glyphs`. Borrowed.
+  const PDF_TT_COMPOSITE* composites = nullptr;
+  std::uint32_t composite_count = 0;
+  const PDF_TT_PART* parts = nullptr;
+  std::uint32_t face_glyphs = 0;
 };
 
 class CQVTTWriter {
@@ -45,13 +67,15 @@ public:
   /// without instructions. A vertical style brings vertical metrics.
   int SaveFontData2(CQVStream* out, CQVFTFont* face, const CQVTTCodesRec* codes);
 
+  /// Whether every glyph lies where the index of glyphs says, in ascending order inside its table.
+  bool has_outlines() const;
+
   /// Lets the stream go and sets the metrics to 0. Harmless twice.
   void free();
 
 private:
   int load_face(CQVStream* stream, std::uint32_t index);
   void read_metrics(CQVStream* stream, std::uint32_t index, int units_per_em);
-  bool has_outlines() const;
   int save_subset(CQVStream* out, const CQVTTCodesRec& codes);
 
   CQVTTParser parser_;

@@ -1,0 +1,266 @@
+// Elements are visited from the root on a stack of the walk's own.
+#include "sheaf/document/merge/source_elements.h"
+
+#include "sheaf/document/names/number_tree.h"
+#include "sheaf/object/array.h"
+
+namespace sheaf {
+
+namespace {
+
+constexpr std::size_t kMostElements = 8'000'000;
+constexpr std::int32_t kMostFewKids = 64;  // among which empty ones are looked for
+
+// Elements that stand in their parent itself become objects of the source, to which the parent then refers.
+bool take_direct_kids(MergeSource& source, CPDFObj& kids, const PDF_REF& holder) {
+  bool taken = false;
+  const auto take = [&](CPDFObj& kid) {
+    if (kid.as_dict() == nullptr || !is_structure_element(*kid.as_dict()))
+      return;
+    const PDF_REF made = source.make_object(kid);
+    if (made.num != 0)
+      kid.set_ref(made);
+    taken = taken || made.num != 0;
+  };
+  take(kids);
+  for (std::int32_t i = 0; kids.as_array() != nullptr && i < kids.as_array()->count; ++i)
+    take(kids.as_array()->items[i]);
+  if (!taken)
+    return false;
+  Freed<CPDFObj> obj;
+  source.table.get_entity(obj, holder);
+  if (obj.as_dict() == nullptr)
+    return false;
+  obj.as_dict()->set_item("K", &kids);
+  return source.table.store_object(holder, obj);
+}
+
+}  // namespace
+
+std::int32_t number_at(const CPDFDictionary& dict, const char* key) {
+  const CPDFObj* const item = dict.get_item(key);
+  return item != nullptr ? item->as_ref().num : 0;
+}
+
+bool is_whole_object(const CPDFDictionary& item) {
+  return item.get_item("Obj") != nullptr;
+}
+
+bool is_structure_element(const CPDFDictionary& item) {
+  return item.get_item("S") != nullptr && !is_whole_object(item) && item.get_item("MCID") == nullptr;
+}
+
+bool content_comes(const MergeSource& source, const CPDFDictionary& item, std::int32_t page) {
+  const std::int32_t own = number_at(item, "Pg");
+  if (is_whole_object(item))
+    return source.copy_of(number_at(item, "Obj")).num != 0 && (own == 0 || source.wanted.has(own));
+  if (!source.wanted.has(own != 0 ? own : page))
+    return false;
+  return item.get_item("Stm") == nullptr || source.copy_of(number_at(item, "Stm")).num != 0;
+}
+
+void SourceElements::clear() {
+  elements_.clear();
+  index_of_.clear();
+  kept_.clear();
+  kept_count_ = 0;
+}
+
+void SourceElements::list(MergeSource& source, const CPDFDictionary& root) {
+  if (!source.takes_few || !list_by_parent_tree(source, root)) {
+    clear();
+    list_all(source, root);
+  }
+  choose(source);
+}
+
+// The kids of `holder`, which is the object `ref`: the root for index -1.
+void SourceElements::look_at(MergeSource& source, const CPDFDictionary& holder, const PDF_REF& ref, std::int32_t index,
+                             GrowArray<SourceElement>& waiting) {
+  const CPDFObj* const item = holder.get_item("K");
+  Freed<CPDFObj> kids;
+  source.table.resolve(kids, item);
+  const bool is_direct = item != nullptr && item->tag != kTagRef;
+  if (ref.num > 0 && (is_direct || kids.as_array() != nullptr))
+    take_direct_kids(source, kids, ref);
+  if (kids.as_array() == nullptr) {
+    if (!kids.is_null())
+      look_at_kid(source, is_direct ? static_cast<CPDFObj&>(kids) : *item, index, waiting);
+    return;
+  }
+  for (std::int32_t i = kids.as_array()->count; i-- > 0;)
+    look_at_kid(source, kids.as_array()->items[i], index, waiting);
+}
+
+// All elements below the root, parents in front of what they hold.
+void SourceElements::list_all(MergeSource& source, const CPDFDictionary& root) {
+  GrowArray<SourceElement> waiting;
+  Freed<CPDFObj> obj;
+  const CPDFObj* const place = source.entry("StructTreeRoot");
+  look_at(source, root, place != nullptr ? place->as_ref() : PDF_REF{0, 0}, -1, waiting);
+  while (!waiting.empty() && elements_.size() < kMostElements) {
+    SourceElement element = waiting.back();
+    waiting.pop();
+    if (index_of_.get(element.ref.num) != 0)
+      continue;
+    source.table.get_entity(obj, element.ref);
+    const CPDFDictionary* const dict = obj.as_dict();
+    if (dict == nullptr)
+      continue;
+    if (!is_structure_element(*dict)) {
+      note_content(element.parent, content_comes(source, *dict, element.page));
+      continue;
+    }
+    const std::int32_t own = number_at(*dict, "Pg");
+    element.page = own != 0 ? own : element.page;
+    const auto index = static_cast<std::int32_t>(elements_.size());
+    if (!index_of_.set(element.ref.num, index + 1) || !elements_.push(element))
+      return;
+    look_at(source, *dict, element.ref, index, waiting);
+  }
+}
+
+void SourceElements::note_content(std::int32_t index, bool comes) {
+  if (index < 0)
+    return;
+  SourceElement& element = elements_[static_cast<std::size_t>(index)];
+  element.holds_kept = element.holds_kept || comes;
+  element.holds_other = element.holds_other || !comes;
+}
+
+void SourceElements::look_at_kid(MergeSource& source, const CPDFObj& kid, std::int32_t index,
+                                 GrowArray<SourceElement>& waiting) {
+  const std::int32_t page = index >= 0 ? elements_[static_cast<std::size_t>(index)].page : 0;
+  if (kid.tag == kTagInt)
+    note_content(index, source.wanted.has(page));
+  else if (kid.as_dict() != nullptr && !is_structure_element(*kid.as_dict()))
+    note_content(index, content_comes(source, *kid.as_dict(), page));
+  else if (kid.tag == kTagRef && index_of_.get(kid.as_ref().num) == 0)
+    waiting.push({kid.as_ref(), index, page, false, false, false, false, false});
+  else
+    target_.note(PDF_MERGE_FATE::kDropped, "structure elements");
+}
+
+// An element and, in front of it, those above it that are not listed yet.
+void SourceElements::add_with_parents(MergeSource& source, const PDF_REF& element) {
+  constexpr std::size_t kMostLevels = 4096;
+  GrowArray<SourceElement> chain;
+  Freed<CPDFObj> obj;
+  PDF_REF above = element;
+  const std::int32_t present = index_of_.get(element.num) - 1;
+  if (present >= 0)
+    elements_[static_cast<std::size_t>(present)].holds_elements = false;
+  while (above.num > 0 && index_of_.get(above.num) == 0 && chain.size() < kMostLevels) {
+    source.table.get_entity(obj, above);
+    const CPDFDictionary* const dict = obj.as_dict();
+    if (dict == nullptr || !is_structure_element(*dict))
+      break;  // the root
+    const CPDFObj* const kids = dict->get_item("K");
+    const bool is_crowded = kids != nullptr && kids->as_array() != nullptr && kids->as_array()->count > kMostFewKids;
+    chain.push({above, -1, number_at(*dict, "Pg"), true, false, false, is_crowded, above.num != element.num});
+    above = {number_at(*dict, "P"), 0};
+  }
+  std::int32_t parent = index_of_.get(above.num) - 1;
+  for (; !chain.empty(); chain.pop()) {
+    SourceElement& next = chain.back();
+    if (index_of_.get(next.ref.num) != 0)
+      continue;
+    next.parent = parent;
+    if (next.page == 0 && parent >= 0)
+      next.page = elements_[static_cast<std::size_t>(parent)].page;
+    parent = static_cast<std::int32_t>(elements_.size());
+    if (!index_of_.set(next.ref.num, parent + 1) || !elements_.push(next))
+      return;
+  }
+}
+
+// Kids that hold nothing have no place in a parent tree. They are looked for where an element has few,
+// as the row of a table does. False when some stand in the element itself.
+bool SourceElements::add_empty_kids(MergeSource& source, std::int32_t index) {
+  Freed<CPDFObj> obj;
+  Freed<CPDFObj> kids;
+  if (elements_[static_cast<std::size_t>(index)].is_crowded)
+    return true;
+  source.table.get_entity(obj, elements_[static_cast<std::size_t>(index)].ref);
+  source.table.resolve(kids, obj.as_dict() != nullptr ? obj.as_dict()->get_item("K") : nullptr);
+  if (kids.as_array() == nullptr || kids.as_array()->count > kMostFewKids)
+    return true;
+  for (std::int32_t i = 0; i < kids.as_array()->count; ++i) {
+    const PDF_REF kid = kids.as_array()->items[i].as_ref();
+    if (const CPDFDictionary* direct = kids.as_array()->items[i].as_dict()) {
+      if (is_structure_element(*direct))
+        return false;  // no parent tree can give it
+    }
+    if (kid.num < 1 || index_of_.get(kid.num) != 0)
+      continue;
+    source.table.get_entity(obj, kid);
+    if (obj.as_dict() == nullptr || !is_structure_element(*obj.as_dict()))
+      continue;
+    SourceElement& parent = elements_[static_cast<std::size_t>(index)];
+    const bool is_empty = obj.as_dict()->get_item("K") == nullptr;
+    parent.holds_other = parent.holds_other || !is_empty;
+    const auto at = static_cast<std::int32_t>(elements_.size());
+    if (is_empty && index_of_.set(kid.num, at + 1))
+      elements_.push({kid, index, parent.page, false, false, false, false, false});
+  }
+  return true;
+}
+
+// The keys in the parent tree of all that came along.
+void SourceElements::find_wanted_keys(const MergeSource& source, NumberMap& wanted) const {
+  for (std::uint32_t i = source.first_slot; i < table_.new_obj_count; ++i) {
+    const CPDFDictionary* const dict = table_.new_objs[i].obj.as_dict_or_stream();
+    if (dict == nullptr || static_cast<std::int32_t>(table_.new_objs[i].num) < source.first_num)
+      continue;
+    for (const char* key : {"StructParent", "StructParents"}) {
+      const CPDFObj* const item = dict->get_item(key);
+      if (item != nullptr && item->tag == kTagInt && item->as_int() >= 0 && item->as_int() < VisitedSet::kMostNum)
+        wanted.set(item->as_int() + 1, 1);
+    }
+  }
+}
+
+// The elements that the source's parent tree gives for what came along, which is little, so that the
+// whole tree need not be read. False when it gives none.
+bool SourceElements::list_by_parent_tree(MergeSource& source, const CPDFDictionary& root) {
+  NumberMap wanted;
+  find_wanted_keys(source, wanted);
+  number_tree_walk(source.table, root.get_item("ParentTree"), [&](std::int32_t key, const CPDFObj& value) {
+    if (key < 0 || key >= VisitedSet::kMostNum || wanted.get(key + 1) == 0)
+      return;
+    Freed<CPDFObj> list;
+    source.table.resolve(list, &value);
+    if (list.as_array() == nullptr)
+      add_with_parents(source, value.as_ref());
+    for (std::int32_t i = 0; list.as_array() != nullptr && i < list.as_array()->count; ++i)
+      add_with_parents(source, list.as_array()->items[i].as_ref());
+  });
+  const auto count = static_cast<std::int32_t>(elements_.size());
+  for (std::int32_t i = 0; i < count; ++i) {
+    if (!add_empty_kids(source, i))
+      return false;
+  }
+  return count > 0;
+}
+
+void SourceElements::choose(const MergeSource& source) {
+  for (std::size_t i = elements_.size(); i-- > 0;) {
+    const SourceElement& element = elements_[i];
+    if (element.parent < 0)
+      continue;
+    SourceElement& parent = elements_[static_cast<std::size_t>(element.parent)];
+    parent.holds_kept = parent.holds_kept || element.holds_kept;
+    parent.holds_other = parent.holds_other || element.holds_other;
+  }
+  for (SourceElement& element : elements_) {
+    const SourceElement* const parent =
+        element.parent >= 0 ? &elements_[static_cast<std::size_t>(element.parent)] : nullptr;
+    const bool is_empty = !element.holds_kept && !element.holds_other;
+    element.kept = source.takes_all || element.holds_kept ||
+                   (is_empty && parent != nullptr && parent->kept && !parent->holds_other);
+    if (element.kept && kept_.visit(element.ref.num))
+      ++kept_count_;
+  }
+}
+
+}  // namespace sheaf

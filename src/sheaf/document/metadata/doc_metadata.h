@@ -1,0 +1,50 @@
+// A document's information and metadata, kept in step, and the frame of PDF/A-1 that saves add on request.
+#pragma once
+
+#include <cstdint>
+
+#include "sheaf/xref/xref_table.h"
+
+/// The frame of PDF/A-1 (ISO 19005-1, 6.2.2, 6.7) that saves give a document.
+enum class PDF_FRAME : std::int32_t {
+  kNone,   ///< As it is.
+  kFrame,  ///< An output intent with its profile, and metadata.
+  kClaim,  ///< The same, and the metadata identify the document as PDF/A-1b: the caller vouches for the rest.
+};
+
+/// What a document has of that frame.
+struct PDF_FRAME_FOUND {
+  int output_intents = 0;         ///< How many there are,
+  int pdfa_intents = 0;           ///< and how many of them for PDF/A with a profile.
+  bool has_metadata = false;      ///< The catalogue has a metadata stream,
+  bool metadata_is_read = false;  ///< which is a packet that can be read,
+  char claim[8] = {};             ///< and identifies the document as, for example, "1B"; "" when it does not.
+};
+
+namespace sheaf {
+
+/// A part of CPDFDoc, whose members of the same meaning are the contracts.
+class DocMetadata {
+public:
+  /// For the document of the table, which is borrowed.
+  explicit DocMetadata(CPDFXRefTable& table) : table_(table) {}
+
+  bool set_info(const char* key, const char* utf8);
+  void set_frame(PDF_FRAME frame) { frame_ = frame; }
+  void read_frame(PDF_FRAME_FOUND& found);
+  bool packet_left_behind() const { return packet_left_; }
+  /// In front of a save: stores what the frame needs. False when it cannot be stored.
+  bool store_frame();
+  /// In front of a save: brings the packet in step with what `set_info` changed. False without memory.
+  bool store_packet();
+  /// For a document that is closed.
+  void forget();
+
+private:
+  CPDFXRefTable& table_;
+  PDF_FRAME frame_ = PDF_FRAME::kNone;
+  std::uint32_t changed_info_ = 0;  // since the last save, by index of the XMP property
+  bool packet_left_ = false;        // there is one that cannot be read
+};
+
+}  // namespace sheaf

@@ -1,0 +1,97 @@
+// Listing pages and reading one with what it inherits.
+#include "sheaf/document/pages/page_list.h"
+
+#include <algorithm>
+
+#include "sheaf/base/heap_watch.h"
+#include "sheaf/base/scope_guard.h"
+#include "sheaf/document/pages/page_tree_internal.h"
+
+namespace sheaf {
+
+void PageList::ensure() {
+  if (!walked_)
+    list(false);
+}
+
+void PageList::list(bool believing) {
+  const HeapWatch watch;
+  pages_.clear();
+  nodes.clear();
+  node_of_removed_.clear();
+  PageWalk(table_, nodes, pages_, believing).run();
+  incomplete_ = !watch.all_granted();
+  believed_ = believing;
+  walked_ = true;
+}
+
+void PageList::list_as_told() {
+  constexpr int kProbes = 32;
+  if (walked_)
+    return;
+  const int stated = count();
+  if (walked_)
+    return;
+  table_.drain_pending();
+  list(true);
+  const int size = listed();
+  bool good = !incomplete_ && size == stated;
+  // Wrong counts are usually wrong everywhere, so a sample reveals them.
+  Freed<CPDFObj> page;
+  for (int i = 0; good && i < std::min(size, kProbes); ++i) {
+    table_.get_entity(page, pages_[static_cast<std::size_t>(std::int64_t{i} * size / std::min(size, kProbes))].ref);
+    good = page.as_dict() != nullptr && is_page(table_, *page.as_dict());
+  }
+  if (!good)
+    list(false);
+}
+
+void PageList::reset() {
+  pages_.reset();
+  nodes.reset();
+  node_of_removed_.reset();
+  walked_ = believed_ = changed_ = false;
+  quick_count_ = -1;
+}
+
+int PageList::count() {
+  if (!walked_ && quick_count_ < 0)
+    quick_count_ = count_pages_by_nodes(table_);
+  if (!walked_ && quick_count_ >= 0)
+    return quick_count_;
+  ensure();
+  return listed();
+}
+
+PDF_REF PageList::ref(int index) const {
+  return index >= 0 && index < listed() ? pages_[static_cast<std::size_t>(index)].ref : PDF_REF{0, 0};
+}
+
+bool PageList::load_alone(int index, CPDFPage& page) {
+  PDF_REF found = ref(index);
+  Freed<CPDFObj> obj;
+  table_.get_entity(obj, found);
+  if (believed_ && found.num != 0 && (obj.as_dict() == nullptr || !is_page(table_, *obj.as_dict()))) {
+    list(false);
+    found = ref(index);
+    table_.get_entity(obj, found);
+  }
+  const CPDFDictionary* dict = obj.as_dict();
+  if (found.num == 0 || dict == nullptr)
+    return false;
+  constexpr _QVRECTF kLetter{0, 0, fix_from_int(612), fix_from_int(792)};
+  PageListEntry& entry = pages_[static_cast<std::size_t>(index)];
+  if (entry.node < 0)
+    entry.node = nodes.above(*dict);
+  page.ref = found;
+  page.dict.copy_from(dict);
+  page.from_above = nodes.values(entry.node);
+  page.inherited = entry.node >= 0 ? &page.from_above : nullptr;
+  PDF_INHERITED values = page.from_above;
+  nodes.take_values(*dict, values);
+  page.box = values.has_crop_box ? values.crop_box : values.has_media_box ? values.media_box : kLetter;
+  page.rotate = ((values.rotate % 360) + 360) % 360;
+  return true;
+}
+
+}  // namespace sheaf

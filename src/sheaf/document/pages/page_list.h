@@ -1,0 +1,82 @@
+// The pages of a document in their order: found by walking the page tree (ISO 32000-1, 7.7.3), edited as a
+// list, and written back as a tree.
+#pragma once
+
+#include <cstdint>
+
+#include "sheaf/base/grow_array.h"
+#include "sheaf/base/number_map.h"
+#include "sheaf/document/pages/page_nodes.h"
+#include "sheaf/neighbours/page/page.h"
+#include "sheaf/xref/xref_table.h"
+
+namespace sheaf {
+
+/// What a glance at the page tree finds.
+struct PageTreeLook {
+  bool is_tree = false;       ///< The catalogue has a dictionary as its page tree.
+  bool has_pages = false;     ///< It leads to a page.
+  bool has_no_pages = false;  ///< It says itself that there are none.
+  GrowArray<PDF_REF> met;     ///< The catalogue and the objects on the way to the first page.
+};
+
+/// A page, and the node that it was found below: its index in PageNodes, -1 when that is unknown.
+struct PageListEntry {
+  PDF_REF ref;
+  std::int32_t node;
+};
+
+/// The page list of one document. The tree is walked when somebody asks for more than a count that the nodes
+/// agree on; edits change the list alone, and `store_tree` writes the tree anew. The table must outlive it.
+class PageList {
+public:
+  explicit PageList(CPDFXRefTable& table) : nodes(table), table_(table) {}
+  PageList(const PageList&) = delete;
+  PageList& operator=(const PageList&) = delete;
+
+  /// Reads enough of the tree to believe it or not, and forgets what was listed before.
+  void look_at_tree(PageTreeLook& look);
+  /// Walks the tree unless that was done.
+  void ensure();
+  /// Builds the list from "Count" alone and checks a sample of it; walks the tree where that fails.
+  void list_as_told();
+  bool is_as_told() const { return believed_; }
+  /// Whether the top of the tree counts more pages than can be reached.
+  bool misses_pages();
+  /// Forgets everything and releases its memory.
+  void reset();
+
+  /// How many pages there are, by the nodes' counts where they agree and else by walking.
+  int count();
+  /// How many are listed at this moment, without walking.
+  int listed() const { return static_cast<int>(pages_.size()); }
+  /// The object of page `index` among those listed; {0, 0} when there is none.
+  PDF_REF ref(int index) const;
+  /// Reads page `index` without resources that stand directly in a node above. False when there is none.
+  bool load_alone(int index, CPDFPage& page);
+
+  /// See the members of like names in CPDFDoc.
+  bool insert(int index, const PDF_REF& page);
+  bool remove(int index);
+  bool move(int from, int to);
+  bool store_tree();
+  bool rebuild_tree();
+
+  PageNodes nodes;
+
+private:
+  void list(bool believing);
+  int start_edit();
+  bool detach(int index, bool listed_before);
+
+  CPDFXRefTable& table_;
+  GrowArray<PageListEntry> pages_;
+  NumberMap node_of_removed_;  // index into `nodes` plus one, by the number of a page that was taken off the list
+  int quick_count_ = -1;       // by the nodes' counts; -1 unknown or contradictory
+  bool walked_ = false;
+  bool believed_ = false;    // the list is what the nodes tell
+  bool changed_ = false;     // and is no longer what the tree has
+  bool incomplete_ = false;  // there was no memory for all pages
+};
+
+}  // namespace sheaf

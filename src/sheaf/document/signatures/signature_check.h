@@ -1,0 +1,55 @@
+// Whether signatures hold: that the bytes they cover are those that were signed, and whom their certificates lead to
+// (ISO 32000-1, 12.8.3; RFC 5652).
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+class CPDFDoc;
+struct PDF_SIGNATURE;
+
+enum class PDF_SIGNATURE_STATE : std::int32_t {
+  kValid,        ///< The covered bytes are those that were signed.
+  kChanged,      ///< They are others.
+  kInvalid,      ///< The signature is not one of its certificate.
+  kUnreadable,   ///< There is no signature, no sound range of bytes, or neither can be read.
+  kUnsupported,  ///< It is coded in a way that is not known here.
+};
+
+enum class PDF_SIGNER_TRUST : std::int32_t {
+  kNotChecked,  ///< No certificates to trust were given, or the signature is not valid.
+  kTrusted,     ///< The certificate leads to one of those.
+  kUnknown,     ///< It does not.
+  kExpired,     ///< It does, but one of the chain is not valid at this time.
+  kRejected,    ///< The chain is broken, or a certificate may not be used so.
+};
+
+/// What was found about one signature. Texts are UTF-8 and cut to their room.
+struct PDF_SIGNATURE_CHECK {
+  PDF_SIGNATURE_STATE state = PDF_SIGNATURE_STATE::kUnreadable;
+  PDF_SIGNER_TRUST trust = PDF_SIGNER_TRUST::kNotChecked;
+  char signer[256] = {};      ///< The certificate's common name,
+  char subject[512] = {};     ///< its full name,
+  char issuer[512] = {};      ///< and that of its issuer.
+  char digest[32] = {};       ///< The algorithm, such as "SHA256".
+  char signed_time[32] = {};  ///< The time within the signature, such as "2024-01-31T12:00:00Z".
+  bool is_timestamp = false;  ///< It is a time stamp of the document (RFC 3161).
+};
+
+/// Checks signatures. Certificates that are not trusted say who signed only in name.
+class CPDFSignatureChecker {
+public:
+  CPDFSignatureChecker() = default;
+  CPDFSignatureChecker(const CPDFSignatureChecker&) = delete;
+  CPDFSignatureChecker& operator=(const CPDFSignatureChecker&) = delete;
+  ~CPDFSignatureChecker();
+
+  /// Adds the certificates of a PEM text, or the one of a DER block, to those that are trusted. The count of them; 0
+  /// when it holds none.
+  int trust(const void* data, std::size_t size);
+  /// Checks a signature of `doc`, over the bytes of the file that it is open on.
+  void check(CPDFDoc& doc, const PDF_SIGNATURE& signature, PDF_SIGNATURE_CHECK& result) const;
+
+private:
+  void* store_ = nullptr;  // owned: the trusted certificates; null while there are none
+};

@@ -1,0 +1,404 @@
+// Uses are found by a walk from each page and from each key of the catalogue, which stops at other pages.
+#include "sheaf/document/writer/linear_plan.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "sheaf/base/scope_guard.h"
+
+namespace sheaf {
+
+namespace {
+
+constexpr std::int32_t kNone = -1;
+constexpr std::int32_t kMany = -2;
+// An object stream of fewer members takes more than it saves.
+constexpr std::size_t kLeastMembers = 3;
+// Walks take this many steps for each object and reference of the document, and the lists this many entries, before
+// they give way: a document in which every page uses nearly everything would take quadratic time.
+constexpr std::int64_t kStepsPerObject = 64;
+constexpr std::int64_t kLeastSteps = 1 << 24;
+constexpr std::size_t kMostShared = 1 << 24;
+
+}  // namespace
+
+LinearPlan::LinearPlan(CPDFDoc& doc, const ObjectSurvey& survey, WritePlan& plan)
+    : doc_(doc), table_(doc.table()), survey_(survey), plan_(plan) {}
+
+bool LinearPlan::is_page(std::int32_t num) const {
+  return survey_.kind(num) == ObjectSurvey::kPage || page_index_.get(num) != 0;
+}
+
+// The references of a value wait for the walk. False when there is no memory.
+bool LinearPlan::enter(const CPDFObj& value) {
+  ReferenceList found;
+  collect_references(value, found);
+  for (const std::int32_t num : found) {
+    if (!waiting_.push(num))
+      return false;
+  }
+  return true;
+}
+
+// Passes through all that waits and what can be reached from there, each object once a turn, and calls `mark` for it.
+// False when too many steps were taken, or there is no memory.
+template <class Mark>
+bool LinearPlan::walk(const Mark& mark) {
+  while (!waiting_.empty()) {
+    const std::int32_t num = survey_.standing_for(waiting_.back());
+    waiting_.pop();
+    if (num == 0 || turns_[static_cast<std::size_t>(num)] == turn_ || is_page(num))
+      continue;
+    turns_[static_cast<std::size_t>(num)] = turn_;
+    mark(num);
+    std::int32_t count = 0;
+    const std::int32_t* const references = survey_.references_of(num, count);
+    steps_left_ -= count + 1;
+    for (std::int32_t i = 0; i < count; ++i) {
+      if (!waiting_.push(references[i]))
+        return false;
+    }
+    if (steps_left_ < 0)
+      return false;
+  }
+  return true;
+}
+
+bool LinearPlan::use_by_page(std::int32_t index, const PDF_REF& page) {
+  const Freed<CPDFObj> value = table_.object(doc_.reference_to(page.num));
+  const CPDFDictionary* const dict = value.as_dict();
+  if (dict == nullptr)
+    return true;
+  waiting_.clear();
+  ++turn_;
+  for (std::int32_t i = 0; i < dict->count; ++i) {
+    const char* const key = dict->items[i]->key();
+    if (std::strcmp(key, "Parent") != 0 && std::strcmp(key, "Thumb") != 0 && !enter(*dict->items[i]))
+      return false;
+  }
+  const bool done = walk([&](std::int32_t num) {
+    Use& found = use(num);
+    if (index == 0)
+      found.flags |= kFirstPage;
+    else
+      found.page = found.page == kNone || found.page == index ? index : kMany;
+  });
+  const CPDFObj* const thumb = dict->get_item("Thumb");
+  if (!done || thumb == nullptr)
+    return done;
+  ++turn_;
+  return enter(*thumb) && walk([&](std::int32_t num) {
+           Use& found = use(num);
+           found.flags |= (found.flags & kThumb) != 0 ? kThumbs : kThumb;
+         });
+}
+
+bool LinearPlan::use_by_pages() {
+  for (std::int32_t i = 0; i < page_count(); ++i) {
+    if (!use_by_page(i, doc_.page_ref(i)))
+      return false;
+  }
+  return true;
+}
+
+void LinearPlan::use_by_document() {
+  const Freed<CPDFObj> catalog = table_.catalog();
+  const CPDFDictionary* const dict = catalog.as_dict();
+  const auto spread = [this](const CPDFObj& from, std::uint32_t flags) {
+    waiting_.clear();
+    ++turn_;
+    if (enter(from))
+      walk([this, flags](std::int32_t num) { use(num).flags |= flags; });
+  };
+  for (std::int32_t i = 0; dict != nullptr && i < dict->count; ++i) {
+    const char* const key = dict->items[i]->key();
+    const auto is = [key](const char* other) { return std::strcmp(key, other) == 0; };
+    const bool opens = is("ViewerPreferences") || is("PageMode") || is("Threads") || is("OpenAction") || is("AcroForm");
+    steps_left_ = INT64_MAX;  // as many walks as the catalogue has keys
+    spread(*dict->items[i], opens ? kOpening : is("Outlines") ? kOutlines : is("Pages") ? kOther | kTree : kOther);
+    if (is("Outlines"))
+      outlines_num_ = survey_.standing_for(dict->items[i]->as_ref().num);
+  }
+  spread(table_.info, kOther);
+  const std::int32_t root = survey_.standing_for(table_.root.as_ref().num);
+  if (root != 0)
+    use(root).flags |= kRoot;
+  const Freed<CPDFObj> mode = table_.value(dict, "PageMode");
+  outlines_first_ = mode.is_name("UseOutlines");
+}
+
+// Whatever is not known to belong elsewhere is shared by the pages.
+void LinearPlan::share_everything() {
+  for (const std::int32_t num : survey_.objects()) {
+    if (!is_page(num) && use(num).page != kNone)
+      use(num).page = kMany;
+    else if (!is_page(num) && (use(num).flags & (kTree | kThumb)) == 0)
+      use(num).page = kMany;
+  }
+  is_cut_ = true;
+}
+
+bool LinearPlan::find_uses() {
+  std::int32_t last = 0;
+  std::int64_t size = 0;
+  for (const std::int32_t num : survey_.objects()) {
+    std::int32_t count = 0;
+    survey_.references_of(num, count);
+    size += 1 + count;
+    last = std::max(last, num);
+  }
+  if (!uses_.resize(static_cast<std::size_t>(last) + 1) || !turns_.resize(uses_.size()) ||
+      !pages_.resize(static_cast<std::size_t>(doc_.page_count())))
+    return false;
+  for (Use& found : uses_)
+    found.page = kNone;
+  for (std::int32_t i = 0; i < page_count(); ++i) {
+    const std::int32_t num = doc_.page_ref(i).num;
+    if (num < 1 || num > last || !page_index_.set(num, i + 1))
+      return false;
+    use(num) = {i == 0 ? kNone : i, i == 0 ? std::uint32_t{kFirstPage} : 0};
+  }
+  steps_left_ = std::max(kLeastSteps, size * kStepsPerObject);
+  const bool in_time = use_by_pages();
+  use_by_document();
+  if (!in_time)
+    share_everything();
+  return true;
+}
+
+LinearPlan::Rank LinearPlan::rank(std::int32_t num) const {
+  const Use& found = use(num);
+  const std::uint32_t flags = found.flags;
+  const auto has = [flags](std::uint32_t wanted) { return (flags & wanted) != 0; };
+  if (has(kRoot))
+    return kRankRoot;
+  if (has(kOutlines))
+    return outlines_first_ ? kRankFirstOutlines : kRankOutlines;
+  if (has(kOpening))
+    return kRankOpening;
+  if (has(kFirstPage))
+    return has(kOther | kThumb) || found.page != kNone ? kRankFirstShared : kRankFirstPage;
+  if (found.page >= 0 && !has(kOther | kThumb))
+    return kRankPage;
+  if (found.page == kMany)
+    return kRankShared;
+  if (has(kThumbs))
+    return kRankThumbs;
+  if (has(kThumb) && !has(kOther))
+    return kRankThumb;
+  return has(kTree) ? kRankTree : kRankOther;
+}
+
+std::int32_t LinearPlan::page_of(std::int32_t num) const {
+  return rank(num) == kRankPage ? use(num).page : 0;
+}
+
+// The order of the file: the page in front of what it uses, the outline dictionary in front of the outlines.
+bool LinearPlan::in_front(std::int32_t a, std::int32_t b) const {
+  const Rank left = rank(a);
+  const Rank right = rank(b);
+  if (left != right)
+    return left < right;
+  const std::int32_t left_page = page_of(a);
+  const std::int32_t right_page = page_of(b);
+  if (left_page != right_page)
+    return left_page < right_page;
+  const bool left_first = page_index_.get(a) != 0 || a == outlines_num_;
+  const bool right_first = page_index_.get(b) != 0 || b == outlines_num_;
+  return left_first != right_first ? left_first : a < b;
+}
+
+bool LinearPlan::may_be_member(std::int32_t num) const {
+  return survey_.kind(num) == ObjectSurvey::kValue && page_index_.get(num) == 0 && num != outlines_num_ &&
+         rank(num) != kRankRoot;
+}
+
+// The objects from `first` to `end` become one object stream, or units of their own.
+bool LinearPlan::add_unit(std::size_t first, std::size_t end) {
+  if (end - first < kLeastMembers) {
+    for (std::size_t i = first; i < end; ++i) {
+      if (!units_.push({i, 1, 0, false}))
+        return false;
+    }
+    return true;
+  }
+  Use all = use(sorted_[first]);
+  for (std::size_t i = first; i < end; ++i) {
+    const Use& other = use(sorted_[i]);
+    all.flags |= other.flags;
+    if (other.page != kNone)
+      all.page = all.page == kNone || all.page == other.page ? other.page : kMany;
+  }
+  for (std::size_t i = first; i < end; ++i)
+    use(sorted_[i]) = all;
+  return units_.push({first, static_cast<std::int32_t>(end - first), 0, true});
+}
+
+bool LinearPlan::make_units(bool object_streams) {
+  for (const std::int32_t num : survey_.objects()) {
+    if (!sorted_.push(num))
+      return false;
+  }
+  std::sort(sorted_.begin(), sorted_.end(), [this](std::int32_t a, std::int32_t b) { return in_front(a, b); });
+  GrowArray<std::int32_t> members;
+  for (std::size_t at = 0; at < sorted_.size();) {
+    // Within one kind of use, what may be a member comes in front of what stands by itself, and both behind the page.
+    const Rank kind = rank(sorted_[at]);
+    const std::int32_t page = page_of(sorted_[at]);
+    std::size_t end = at;
+    while (end < sorted_.size() && rank(sorted_[end]) == kind && page_of(sorted_[end]) == page)
+      ++end;
+    const auto alone = std::stable_partition(sorted_.begin() + at, sorted_.begin() + end,
+                                             [&](std::int32_t num) { return !object_streams || !may_be_member(num); });
+    const auto first_member = static_cast<std::size_t>(alone - sorted_.begin());
+    for (std::size_t i = at; i < first_member; ++i) {
+      if (!units_.push({i, 1, 0, false}))
+        return false;
+    }
+    for (std::size_t i = first_member; i < end; i += static_cast<std::size_t>(WritePlan::kMembers)) {
+      if (!add_unit(i, std::min(end, i + static_cast<std::size_t>(WritePlan::kMembers))))
+        return false;
+    }
+    at = end;
+  }
+  return true;
+}
+
+// Members that are used by different pages together can make their object stream one of another kind.
+bool LinearPlan::place_units() {
+  std::sort(units_.begin(), units_.end(), [this](const Unit& a, const Unit& b) {
+    const std::int32_t left = sorted_[a.first];
+    const std::int32_t right = sorted_[b.first];
+    if (rank(left) != rank(right))
+      return rank(left) < rank(right);
+    if (page_of(left) != page_of(right))
+      return page_of(left) < page_of(right);
+    const bool left_first = page_index_.get(left) != 0 || left == outlines_num_;
+    const bool right_first = page_index_.get(right) != 0 || right == outlines_num_;
+    return left_first != right_first ? left_first : a.first < b.first;
+  });
+  const auto extend = [](Part& part, std::size_t unit) {
+    if (part.count++ == 0)
+      part.first = unit;
+  };
+  for (std::size_t i = 0; i < units_.size(); ++i) {
+    const std::int32_t num = sorted_[units_[i].first];
+    const Rank kind = rank(num);
+    if (kind <= kRankOpening)
+      extend(document_, i);
+    else if (kind <= kRankFirstOutlines)
+      extend(first_page_, i);
+    else if (kind == kRankPage)
+      extend(pages_[static_cast<std::size_t>(page_of(num))].part, i);
+    else if (kind == kRankShared)
+      extend(shared_, i);
+    if (kind == kRankFirstOutlines || kind == kRankOutlines)
+      extend(outlines_, i);
+    for (std::int32_t k = 0; k < units_[i].count; ++k) {
+      const std::int32_t member = sorted_[units_[i].first + static_cast<std::size_t>(k)];
+      if (!plan_.append(member, units_[i].is_stream, k == 0))
+        return false;
+    }
+  }
+  if (!pages_.empty())
+    pages_[0].part = first_page_;
+  return true;
+}
+
+bool LinearPlan::number_units() {
+  const std::size_t first_half_end = first_page_.first + first_page_.count;
+  bool streams = false;
+  for (const Unit& unit : units_)
+    streams = streams || unit.is_stream;
+  std::int32_t next = 1;
+  const auto number_members = [&](const Unit& unit) {
+    for (std::int32_t k = 0; k < unit.count; ++k) {
+      const std::int32_t num = sorted_[unit.first + static_cast<std::size_t>(k)];
+      if (!plan_.set_number(num, unit.is_stream ? next++ : unit.number))
+        return false;
+    }
+    return true;
+  };
+  const auto number_all = [&](std::size_t first, std::size_t end, bool members) {
+    for (std::size_t i = first; i < end; ++i) {
+      if (!members)
+        units_[i].number = next++;
+      else if (!number_members(units_[i]))
+        return false;
+    }
+    return true;
+  };
+  number_all(first_half_end, units_.size(), false);
+  numbers_.main_section = streams ? next++ : 0;
+  if (!number_all(first_half_end, units_.size(), true))
+    return false;
+  numbers_.second_half_end = next;
+  numbers_.parameters = next++;
+  numbers_.first_section = streams ? next++ : 0;
+  number_all(document_.first, document_.first + document_.count, false);
+  numbers_.hints = next++;
+  number_all(first_page_.first, first_half_end, false);
+  if (!number_all(0, first_half_end, true))
+    return false;
+  numbers_.end = next;
+  plan_.set_next_number(next);
+  return true;
+}
+
+// For each page but the first: the units of parts 6 and 8 that it uses.
+bool LinearPlan::list_shared() {
+  NumberMap index_of;  // by number of an object: the index of its unit plus one
+  std::int32_t index = 0;
+  GrowArray<std::int32_t> listed_for;  // by index: the last page that lists it
+  for (const Part part : {first_page_, shared_}) {
+    for (std::size_t i = part.first; i < part.first + part.count; ++i) {
+      ++index;
+      for (std::int32_t k = 0; k < units_[i].count; ++k) {
+        if (!index_of.set(sorted_[units_[i].first + static_cast<std::size_t>(k)], index))
+          return false;
+      }
+    }
+  }
+  if (!listed_for.resize(static_cast<std::size_t>(index) + 1))
+    return false;
+  steps_left_ = INT64_MAX;
+  for (std::int32_t i = 1; i < page_count() && !is_cut_; ++i) {
+    Page& page = pages_[static_cast<std::size_t>(i)];
+    page.shared_first = shared_units_.size();
+    const Freed<CPDFObj> value = table_.object(doc_.reference_to(doc_.page_ref(i).num));
+    const CPDFDictionary* const dict = value.as_dict();
+    waiting_.clear();
+    ++turn_;
+    for (std::int32_t k = 0; dict != nullptr && k < dict->count; ++k) {
+      const char* const key = dict->items[k]->key();
+      if (std::strcmp(key, "Parent") != 0 && std::strcmp(key, "Thumb") != 0 && !enter(*dict->items[k]))
+        return false;
+    }
+    bool good = true;
+    good = walk([&](std::int32_t num) {
+             const std::int32_t at = index_of.get(num);
+             if (at == 0 || listed_for[static_cast<std::size_t>(at)] == i)
+               return;
+             listed_for[static_cast<std::size_t>(at)] = i;
+             good = good && shared_units_.push(at - 1);
+             ++page.shared_count;
+           }) &&
+           good;
+    if (!good)
+      return false;
+    is_cut_ = shared_units_.size() > kMostShared;
+  }
+  return true;
+}
+
+const std::int32_t* LinearPlan::shared_of(std::int32_t index, std::int32_t& count) const {
+  const Page& page = pages_[static_cast<std::size_t>(index)];
+  count = page.shared_count;
+  return count != 0 ? &shared_units_[page.shared_first] : nullptr;
+}
+
+bool LinearPlan::make(bool object_streams) {
+  return find_uses() && make_units(object_streams) && place_units() && number_units() && list_shared();
+}
+
+}  // namespace sheaf

@@ -1,0 +1,206 @@
+// The sizes of the first section and of the hints depend on places, and places on these sizes: they are made until
+// both fit, and what is too much becomes white space.
+#include "sheaf/document/writer/linear_writer.h"
+
+#include <algorithm>
+#include <cstdio>
+
+#include "sheaf/base/scope_guard.h"
+#include "sheaf/document/writer/deflater.h"
+#include "sheaf/document/writer/hint_tables.h"
+#include "sheaf/xref/pdf_header.h"
+
+namespace sheaf {
+
+namespace {
+
+constexpr auto kHeaderSize = static_cast<std::uint32_t>(PDF_Header.size());
+constexpr std::uint32_t kParametersSize = 200;
+constexpr std::uint32_t kSlack = 24;
+constexpr int kMostTries = 8;
+constexpr unsigned kBlock = 256 * 1024;
+constexpr int kHintLevel = 9;
+
+void empty(CQVStreamMem& stream) {
+  stream.SetPos(CQVStream::STR_SEEK_SET, 0);
+  stream.len = 0;
+}
+
+void put_spaces(BlockWriter& out, std::uint32_t count) {
+  for (std::uint32_t i = 0; i < count; ++i)
+    out.Write(i + 1 < count ? " " : "\n", 1);
+}
+
+}  // namespace
+
+LinearWriter::LinearWriter(const LinearPlan& plan, const WritePlan& objects, TargetFile& body, CQVStream& body_stream)
+    : plan_(plan), objects_(objects), body_(body), body_stream_(body_stream) {}
+
+bool LinearWriter::put_body(ObjectWriter& writer) {
+  if (!body_.reserve(plan_.numbers().end))
+    return false;
+  std::size_t at = 0;
+  for (std::size_t unit = 0; unit < plan_.unit_count(); ++unit) {
+    const std::uint32_t start = body_.position();
+    if (unit == plan_.first_page_part().first)
+      document_size_ = start;
+    const std::int32_t members = plan_.members_of(unit);
+    if (members == 0)
+      writer.write(objects_.order()[at++]);
+    for (std::int32_t i = 0; i < members; ++i)
+      writer.write_member(objects_.order()[at++], i == 0 ? plan_.unit_number(unit) : 0);
+    writer.end_stream();
+    if (!starts_.push(start) || !lengths_.push(body_.position() - start))
+      return false;
+  }
+  body_size_ = body_.position();
+  return body_.finish();
+}
+
+bool LinearWriter::make_hints() {
+  GrowArray<std::uint32_t> starts;
+  for (const std::uint32_t start : starts_) {
+    if (!starts.push(body_start_ + start))
+      return false;
+  }
+  HintTables tables;
+  tables.make(plan_, UnitPlaces(starts, lengths_));
+  std::size_t size = 0;
+  const HeapBlock<unsigned char> packed(deflate_block(tables.data.data, tables.data.len, kHintLevel, size));
+  if (!packed)
+    return false;
+  Cleared<CPDFDictionary> dict;
+  dict.set_item_name(CPDFDictionary::sm_tag_filter, CPDFDictionary::sm_tag_fdec);
+  dict.set_item_int("S", static_cast<int>(tables.shared_at));
+  if (tables.outlines_at != 0)
+    dict.set_item_int("O", static_cast<int>(tables.outlines_at));
+  empty(hints_);
+  return print_stream(hints_, dict, packed.get(), size, plan_.numbers().hints, body_.encrypt());
+}
+
+// With a first section of this size: where everything is, and the entries of the first half.
+void LinearWriter::place(std::uint32_t first_section_size) {
+  body_start_ = kHeaderSize + kParametersSize + first_section_size;
+  main_start_ = body_start_ + hints_.len + body_size_;
+  const LinearPlan::Numbers& numbers = plan_.numbers();
+  for (std::int32_t num = 0; num < numbers.end; ++num) {
+    TargetEntry entry = body_.entry(num);
+    if (entry.index == TargetEntry::kInFile)
+      entry.place += body_start_ + (entry.place >= document_size_ ? hints_.len : 0);
+    entries_[static_cast<std::size_t>(num)] = entry;
+  }
+  const auto set = [this](std::int32_t num, std::uint32_t where) {
+    if (num != 0)
+      entries_[static_cast<std::size_t>(num)] = {where, TargetEntry::kInFile};
+  };
+  set(numbers.parameters, kHeaderSize);
+  set(numbers.first_section, kHeaderSize + kParametersSize);
+  set(numbers.hints, body_start_ + document_size_);
+  set(numbers.main_section, main_start_);
+}
+
+bool LinearWriter::make_first_section(const CPDFDictionary& trailer) {
+  const LinearPlan::Numbers& numbers = plan_.numbers();
+  Cleared<CPDFDictionary> dict;
+  dict.copy_from(&trailer);
+  dict.set_item_int("Size", numbers.end);
+  dict.set_item_int("Prev", static_cast<int>(main_start_));
+  empty(first_section_);
+  BlockWriter out(&first_section_);
+  const TargetSection section(entries_.begin(), static_cast<std::size_t>(numbers.second_half_end), entries_.size());
+  bool good = true;
+  if (numbers.first_section != 0) {
+    good = section.print_stream(out, dict, numbers.first_section);
+  } else {
+    section.print_classic(out);
+    print_trailer(out, dict);
+  }
+  print_section_end(out, 0);
+  out.settle();
+  return good;
+}
+
+void LinearWriter::put_parameters(BlockWriter& out, std::uint32_t main_entries) {
+  const std::size_t first_page = plan_.first_page_part().first;
+  const std::size_t behind = first_page + plan_.first_page_part().count;
+  const std::uint32_t end = behind < starts_.size() ? starts_[behind] : body_size_;
+  char text[kParametersSize];
+  const int len =
+      std::snprintf(text, sizeof(text), "%d 0 obj\n<</Linearized 1/L %lld/H[%u %u]/O %d/E %u/N %d/T %u>>\nendobj\n",
+                    plan_.numbers().parameters, out.GetLen(), body_start_ + document_size_, hints_.len,
+                    plan_.unit_number(first_page), body_start_ + hints_.len + end, plan_.page_count(), main_entries);
+  out.Write(text, static_cast<unsigned>(len));
+  put_spaces(out, kParametersSize - static_cast<std::uint32_t>(len));
+}
+
+bool LinearWriter::copy(BlockWriter& out, std::uint32_t from, std::uint32_t to) {
+  const HeapBlock<unsigned char> block(static_cast<unsigned char*>(QVAlloc(kBlock)));
+  if (!block)
+    return false;
+  body_stream_.SetPos(CQVStream::STR_SEEK_SET, from);
+  for (std::uint32_t at = from; at < to;) {
+    const unsigned wanted = std::min(kBlock, to - at);
+    if (body_stream_.Read(block.get(), wanted) != wanted)
+      return false;
+    out.Write(block.get(), wanted);
+    at += wanted;
+  }
+  return true;
+}
+
+bool LinearWriter::put_file(CQVStream& stream, const char* version, const CPDFDictionary& trailer) {
+  if (!entries_.resize(static_cast<std::size_t>(plan_.numbers().end)))
+    return false;
+  std::uint32_t room = 0;
+  bool fits = false;
+  for (int i = 0; i < kMostTries && !fits; ++i) {
+    const std::uint32_t hint_size = hints_.len;
+    place(room);
+    if (!make_hints())
+      return false;
+    place(room);
+    if (!make_first_section(trailer))
+      return false;
+    fits = first_section_.len <= room && hints_.len == hint_size;
+    if (first_section_.len > room)
+      room = first_section_.len + kSlack;
+  }
+  if (!fits || main_start_ > std::uint32_t{INT32_MAX})
+    return false;
+  const long long start = stream.GetPos();
+  TargetFile file(stream, nullptr);
+  BlockWriter& out = file.out();
+  file.put_header(version);
+  put_spaces(out, kParametersSize);
+  out.Write(first_section_.data, first_section_.len);
+  if (room != first_section_.len)
+    put_spaces(out, room - first_section_.len);
+  if (!copy(out, 0, document_size_))
+    return false;
+  out.Write(hints_.data, hints_.len);
+  if (!copy(out, document_size_, body_size_))
+    return false;
+  const LinearPlan::Numbers& numbers = plan_.numbers();
+  const TargetSection section(entries_.begin(), 0, static_cast<std::size_t>(numbers.second_half_end));
+  Cleared<CPDFDictionary> dict;
+  dict.copy_from(&trailer);
+  dict.set_item_int("Size", numbers.second_half_end);
+  std::uint32_t main_entries = main_start_;
+  bool good = true;
+  if (numbers.main_section != 0) {
+    good = section.print_stream(out, dict, numbers.main_section);
+  } else {
+    char line[32];
+    main_entries +=
+        static_cast<std::uint32_t>(std::snprintf(line, sizeof(line), "xref\n0 %d", numbers.second_half_end));
+    section.print_classic(out);
+    print_trailer(out, dict);
+  }
+  print_section_end(out, kHeaderSize + kParametersSize);
+  out.settle();
+  out.SetPos(CQVStream::STR_SEEK_SET, start + kHeaderSize);
+  put_parameters(out, main_entries);
+  return file.finish() && good;
+}
+
+}  // namespace sheaf

@@ -1,0 +1,213 @@
+// Pages, content, forms, attachments, images and signatures through the C++ layer.
+#include "sheaf/sheaf.hpp"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "support/external_tool.h"
+#include "support/form_maker.h"
+#include "support/jpeg_maker.h"
+#include "support/pdf_builder.h"
+
+using namespace sheaf;
+
+namespace {
+
+std::span<const std::uint8_t> bytes_of(const std::string& text) {
+  return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
+}
+
+// Pages that bear their number as text, whose resources stand in the node above.
+std::string numbered(int count, char letter) {
+  PdfBuilder builder;
+  std::string kids;
+  for (int i = 0; i < count; ++i) {
+    kids += std::to_string(10 + 2 * i) + " 0 R ";
+    builder.obj(10 + 2 * i, "<</Type/Page/Parent 2 0 R/Contents " + std::to_string(11 + 2 * i) + " 0 R>>");
+    builder.stream(11 + 2 * i, "", "BT /F 12 Tf (" + std::string(1, letter) + std::to_string(i) + ") Tj ET");
+  }
+  builder.obj(1, "<</Type/Catalog/Pages 2 0 R>>");
+  builder.obj(2, "<</Type/Pages/Count " + std::to_string(count) + "/Kids[" + kids +
+                     "]/MediaBox[0 0 300 400]/Resources<</Font<</F<</Type/Font/Subtype/Type1/BaseFont/Courier>>>>>>>>");
+  return builder.classic().str();
+}
+
+// The texts that the pages show, one behind the other.
+std::string texts(const Document& doc) {
+  std::string all;
+  for (const Page& page : doc.pages()) {
+    const auto content = page.content();
+    for (const Operator& op : *content) {
+      if (op.name() == "Tj")
+        all += std::string(op.bytes(0)) + " ";
+    }
+  }
+  return all;
+}
+
+}  // namespace
+
+TEST(LayerPages, AreAppendedInsertedMovedAndRemoved) {
+  const std::string a = numbered(3, 'a');
+  const std::string b = numbered(6, 'b');
+  auto doc = Document::open(bytes_of(a));
+  {
+    auto other = Document::open(bytes_of(b));
+    other->pages()[2].object().set("Rotate", 270);
+    ASSERT_TRUE(doc->pages().append(other->pages(2, 4)));
+    ASSERT_TRUE(doc->pages().insert(1, other->pages().slice(5, 9)));
+  }
+  EXPECT_EQ(texts(*doc), "a0 b5 a1 a2 b2 b3 ");
+  EXPECT_EQ(doc->pages()[4].rotation(), 270);
+  doc->pages().move(5, 0);
+  doc->pages().remove(1);
+  Page last = doc->pages().add(100, 200);
+  EXPECT_EQ(last.media_box(), (Rect{0, 0, 100, 200}));
+  EXPECT_FALSE(doc->pages()[6]);
+  const auto saved = doc->save_to_memory();
+  ASSERT_TRUE(saved) << saved.error().message;
+  auto again = Document::open(saved->bytes());
+  EXPECT_EQ(texts(*again), "b3 b5 a1 a2 b2 ");
+  EXPECT_EQ(again->pages().size(), 6);
+  EXPECT_EQ(again->pages()[1].media_box().width(), 300);
+  EXPECT_FALSE(doc->pages().append(doc->pages(0, 1)));
+  EXPECT_FALSE(doc->save_to_memory());
+}
+
+TEST(LayerContent, OperatorsAreRemovedChangedAndInserted) {
+  const std::string bytes = numbered(2, 'c');
+  auto doc = Document::open(bytes_of(bytes));
+  Page page = doc->pages()[0];
+  const std::string image = "BI/W 1/H 1/BPC 8/CS/G ID \x80 EI";
+  ASSERT_TRUE(page.set_content("q 1 0 0 1 5 5 cm " + image + " Q [(T) -20 (J)] TJ (drop) Tj"));
+  ContentAppender kept;
+  for (const Operator& op : *page.content()) {
+    if (op.name() == "Tj")
+      continue;
+    if (op.name() == "cm")
+      kept.add("cm", 2, 0, 0, 2, op.number(4), op.number(5));
+    else
+      kept.add(op);
+  }
+  kept.add("rg", 1, 0.5, 0);
+  ASSERT_TRUE(page.set_content(kept));
+  EXPECT_EQ(page.content_data()->text(), "q\n2 0 0 2 5 5 cm\n" + image + "\nQ\n[(T) -20 (J)] TJ\n1 0.5 0 rg\n");
+  for (const Operator& op : *page.content()) {
+    if (op.name() == "BI") {
+      EXPECT_EQ(op.image_data(), "\x80");
+    }
+  }
+  const std::string name = page.add_resource("Font", doc->add(Object::dictionary("Type", Name("Font"))));
+  EXPECT_TRUE(page.resources()["Font"].has(name) && page.resources()["Font"].has("F"));
+  EXPECT_EQ(doc->pages()[1].resources()["Font"].size(), 1);  // what is shared stays as it was
+  ASSERT_TRUE(doc->pages()[1].add_content("(more) Tj"));
+  EXPECT_EQ(texts(*doc), "c1 more ");
+}
+
+TEST(LayerForm, IsFilledAcrossAMergeAndFlattened) {
+  FormMaker one;
+  one.field("City", "/FT/Tx/DA(/Helv 12 Tf 0 g)/V(Turku)");
+  one.field("Locked", "/FT/Tx/DA(/Helv 12 Tf 0 g)/Ff 1");
+  const std::string bytes = one.str();
+  auto doc = Document::open(bytes_of(bytes));
+  auto other = Document::open(bytes_of(bytes));
+  ASSERT_TRUE(doc->pages().append(other->pages()));
+  const std::vector<Field> fields = doc->form().fields();
+  ASSERT_EQ(fields.size(), 4u);
+  for (Field field : fields) {
+    const auto state = field.state();
+    ASSERT_TRUE(state);
+    EXPECT_EQ(static_cast<bool>(field.set("Oulu")), !state->read_only);
+  }
+  EXPECT_EQ(doc->form().field("City").value(), "Oulu");
+  EXPECT_EQ(doc->form().field("Locked").set("x").error().code, Code::kNotAllowed);
+  EXPECT_EQ(doc->form().field("Nothing").set("x").error().code, Code::kNotFound);
+  const auto filled = doc->save_to_memory();
+  ASSERT_TRUE(filled);
+  auto again = Document::open(filled->bytes());
+  int shown = 0;
+  for (const Value& widget : again->pages()[1].object()["Annots"].elements())
+    shown +=
+        widget.has("AP") && widget["AP"]["N"].decoded()->text().find("<4F756C75>") != std::string_view::npos ? 1 : 0;
+  EXPECT_EQ(shown, 1);
+  const auto report = again->flatten();
+  ASSERT_TRUE(report);
+  EXPECT_EQ(report->pages, 2);
+  EXPECT_FALSE(again->form());
+}
+
+TEST(LayerAttachments, GoInAndComeOut) {
+  const std::string bytes = numbered(1, 'd');
+  auto doc = Document::open(bytes_of(bytes));
+  ASSERT_TRUE(doc->attachments().add("größe.txt", bytes_of("first"), "text/plain"));
+  ASSERT_TRUE(doc->attachments().add("a.bin", bytes_of(std::string(1000, '\0'))));
+  const auto saved = doc->save_to_memory();
+  auto again = Document::open(saved->bytes());
+  const Attachments files = again->attachments();
+  ASSERT_EQ(files.size(), 2u);
+  EXPECT_EQ(files.begin()->name(), "a.bin");
+  EXPECT_EQ(files.begin()->data()->size(), 1000u);
+  const Attachment* const text = files.find("größe.txt");
+  ASSERT_NE(text, nullptr);
+  EXPECT_EQ(text->data()->text(), "first");
+  EXPECT_EQ(text->mime_type(), "text/plain");
+}
+
+TEST(LayerImages, ArePixelsAndFiles) {
+  TestFolder folder;
+  PdfBuilder builder;
+  const std::string colours = "\x10\x20\x30\x40\x50\x60";
+  builder.pages(1).stream(4, "/Subtype/Image/Width 2/Height 1/BitsPerComponent 8/ColorSpace/DeviceRGB", colours);
+  builder.stream(5, "/Subtype/Image/Width 8/Height 2/BitsPerComponent 1/ColorSpace/DeviceGray", "\xA5\x0F");
+  builder.stream(6, "/Subtype/Image/Width 2/Height 2/BitsPerComponent 8/ColorSpace/DeviceGray", "\x01\x02\x03");
+  const std::string bytes = builder.classic().str();
+  auto doc = Document::open(bytes_of(bytes));
+  std::vector<int> found;
+  for (const Image& image : doc->images()) {
+    found.push_back(image.number());
+    const auto pixels = image.pixels();
+    ASSERT_TRUE(pixels) << pixels.error().message;
+    EXPECT_EQ(pixels->rows.text() == colours, image.number() == 4);
+    EXPECT_EQ(pixels->is_whole, image.number() != 6);
+    const auto path = image.save(folder / "out");
+    ASSERT_TRUE(path) << path.error().message;
+    if (has_program("pngtopnm") && image.number() == 4) {
+      EXPECT_EQ(run_command("pngtopnm " + *path).output, "P6\n2 1\n255\n" + colours);
+    }
+  }
+  EXPECT_EQ(found, (std::vector<int>{4, 5, 6}));
+}
+
+TEST(LayerSigning, SealsAFieldOfItsOwnAndKeepsEarlierSignatures) {
+  TestFolder folder;
+  const std::string path = folder / "signed.pdf";
+  write_file(path, numbered(1, 'e'));
+  auto doc = Document::open(path);
+  Value stream = doc->add_stream("kept across the seal");
+  doc->root().set("Extra", stream);
+  auto first = doc->seal_signature({.room = 100, .field = "One"});
+  ASSERT_TRUE(first) << first.error().message;
+  const std::string before = read_file(path);
+  std::string covered;
+  ASSERT_TRUE(first->digest([&covered](auto piece) { covered.append(piece.begin(), piece.end()); }));
+  const auto range = first->byte_range();
+  EXPECT_EQ(covered,
+            before.substr(0, static_cast<std::size_t>(range[1])) + before.substr(static_cast<std::size_t>(range[2])));
+  EXPECT_EQ(range[2] + range[3], static_cast<long long>(before.size()));
+  EXPECT_FALSE(first->write(bytes_of(std::string(101, 'x'))));
+  ASSERT_TRUE(first->write(bytes_of("\x30\x01\x02")));
+  EXPECT_EQ(stream.decoded()->text(), "kept across the seal");
+
+  const std::string signed_once = read_file(path);
+  EXPECT_EQ(doc->seal_signature({.field = "One"}).error().code, Code::kNotAllowed);
+  auto second = doc->seal_signature({.room = 100, .rect = {10, 10, 110, 40}, .name = "Ann"});
+  ASSERT_TRUE(second) << second.error().message;
+  ASSERT_TRUE(second->write(bytes_of("\x30\x01\x02")));
+  EXPECT_EQ(read_file(path).substr(0, signed_once.size()), signed_once);
+  EXPECT_EQ(doc->signature_count(), 2);
+  auto again = Document::open(path);
+  EXPECT_EQ(again->signature_count(), 2);
+  EXPECT_EQ(again->pages()[0].object()["Annots"].size(), 2);
+  EXPECT_EQ(again->form().fields().size(), 2u);
+}

@@ -1,0 +1,44 @@
+// A file is read and parsed as a whole.
+#include "support/json_file.h"
+
+#include <charconv>
+#include <cmath>
+
+#include "support/inputs.h"
+#include "support/messages.h"
+
+namespace sheaf::tool {
+
+bool read_json_file(const std::string& file, JsonValue& value) {
+  std::string bytes;
+  std::string trouble;
+  if (!read_input(file, bytes))
+    return false;
+  if (read_json(bytes, value, trouble))
+    return true;
+  complain(input_name(file), "is no JSON; the trouble begins in " + trouble);
+  return false;
+}
+
+std::string text_member(const JsonValue& object, const char* name, const std::string& otherwise) {
+  const JsonValue* const value = object.member(name);
+  return value != nullptr && value->kind == JsonValue::Kind::kText ? value->text : otherwise;
+}
+
+bool read_number(const JsonValue& value, double& number) {
+  if (value.kind != JsonValue::Kind::kNumber)
+    return false;
+  const char* const end = value.text.data() + value.text.size();
+  const auto read = std::from_chars(value.text.data(), end, number);
+  return read.ec == std::errc() && read.ptr == end && std::isfinite(number);
+}
+
+int int_member(const JsonValue& object, const char* name, int otherwise) {
+  const JsonValue* const value = object.member(name);
+  double number = 0;
+  if (value == nullptr || !read_number(*value, number) || number != std::floor(number) || std::fabs(number) > INT32_MAX)
+    return otherwise;
+  return static_cast<int>(number);
+}
+
+}  // namespace sheaf::tool
