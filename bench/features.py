@@ -188,7 +188,7 @@ def claims_pdfa(result):
 
 def merged(path):
     r = Result(path)
-    boxes = [(r.inherited(p, "/MediaBox"), r.inherited(p, "/CropBox"), r.inherited(p, "/Rotate")) for p in r.pages]
+    boxes = [(r.inherited(p, "/MediaBox"), r.inherited(p, "/CropBox"), r.inherited(p, "/Rotate") or 0) for p in r.pages]
     whole = ([0, 0, 300, 400], [5, 5, 295, 395])
     links = [r.target(a) for a in r.annotations("/Link")]
     outline, fields = r.outline(), r.fields()

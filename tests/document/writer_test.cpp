@@ -267,7 +267,7 @@ TEST_F(Writer, ImagesOfOneBitBecomeSmallerWithoutAChange) {
   options.pack_bilevel_images = true;
   const std::string file = written(source, options);
   EXPECT_EQ(result.images, 1);
-  EXPECT_LT(file.size() + rows.size() / 2, source.size());
+  EXPECT_LT(file.size() + rows.size() / 3, source.size());
   EXPECT_EQ(decoded(file), decoded(source));
 }
 

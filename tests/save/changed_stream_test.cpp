@@ -159,8 +159,9 @@ TEST(ChangedStream, StringsOfACrossReferenceStreamStayInClear) {
   MemStream file(make_document(&aes256, body));
   CPDFDoc doc;
   ASSERT_TRUE(doc.open(&file));
+  give_key(doc, kStream);
+  saved(doc, file, Save::kSealed);  // lists its cross-reference stream
   CPDFXRefTable& table = doc.table();
-  table.drain_pending();
   PDF_REF section{0, 0};
   Freed<CPDFObj> obj;
   for (std::uint32_t num = 1; num < table.xref_count && section.num == 0; ++num) {

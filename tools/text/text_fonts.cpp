@@ -14,7 +14,7 @@ namespace {
 const char* reason(FontRefusal refusal) {
   switch (refusal) {
     case FontRefusal::kOutlines:
-      return "cannot be embedded, its outlines are not TrueType; take another font, or --no-embed";
+      return "its outlines cannot be embedded in this style; take another font, or --no-embed";
     case FontRefusal::kRestricted:
       return "its licence does not allow embedding; take another font, or --no-embed, or with its maker's leave "
              "--embed-restricted";

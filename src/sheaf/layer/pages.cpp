@@ -124,7 +124,9 @@ bool Page::add_content(std::string_view data) {
     parts.append(Object::reference(old.number()));
   for (std::int32_t i = 0; old.is_array() && i < old.size(); ++i)
     parts.append(Object::reference(old.reference(i)));
-  done = done && add_stream("\nQ\n" + std::string(data));
+  std::string drawn("\nQ\n");
+  drawn.append(data);
+  done = done && add_stream(drawn);
   return done && object_.set("Contents", std::move(parts));
 }
 
@@ -145,7 +147,7 @@ std::string Page::add_resource(const char* category, const Value& resource) {
   Value list = own[category];
   std::string name;
   for (int i = list.size();; ++i) {
-    name = std::string(1, category[0]) + std::to_string(i);
+    name.assign(1, category[0]).append(std::to_string(i));
     if (!list.has(name))
       break;
   }

@@ -237,7 +237,7 @@ TEST(DocMergeInto, ClaimsEndWhereNotAllMakeThem) {
         claims + "<dc:kept>yes</dc:kept></rdf:Description></rdf:RDF></x:xmpmeta>";
     PdfBuilder builder;
     builder.pages(1)
-        .obj(1, "<</Type/Catalog/Pages 2 0 R/Metadata 9 0 R/OpenAction[3 0 R/Fit]>>")
+        .obj(1, "<</Type/Catalog/Version/2.0/Pages 2 0 R/Metadata 9 0 R/OpenAction[3 0 R/Fit]>>")
         .stream(9, "/Type/Metadata/Subtype/XML", xmp)
         .classic();
     return builder.str();
@@ -249,6 +249,7 @@ TEST(DocMergeInto, ClaimsEndWhereNotAllMakeThem) {
     ASSERT_EQ(merged.append(both, {0}), 1);
     ASSERT_EQ(merged.append(second, {0}), 1);
     CPDFDoc& doc = merged.saved();
+    EXPECT_STREQ(doc.version(), "2.0");
     EXPECT_EQ(conformance_claims(doc.table()) != 0, stays);
     EXPECT_EQ(merged.count(PDF_MERGE_FATE::kDropped, "conformance claims"), stays ? 0 : 1);
     EXPECT_NE(std::string(reinterpret_cast<const char*>(merged.out.data), merged.out.len).find("<dc:kept>"),

@@ -134,6 +134,8 @@ TEST_F(Setter, HostileTextTakesItsTimeAndNoMore) {
     marks += "\u0301";
   set(marks + "\xFF\xF0\x9F" + std::string(70000, 'a'), 5000);
   EXPECT_GT(setter.lines().size(), 1U);
+  set("a\U0001F1E9\U0001F1EA\U0001F1E9\uFFFF\uFFFC\u0600\U000E0001 b");
+  EXPECT_EQ(setter.lines().size(), 1U);
   std::string nested;
   for (int i = 0; i < 300; ++i)
     nested += "\u202B\u2067a";

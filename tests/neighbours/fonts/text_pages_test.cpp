@@ -2,6 +2,7 @@
 #include <utf8proc.h>
 #include "neighbours/fonts/font_files.h"
 
+#include <algorithm>
 #include <cstdlib>
 
 #include "sheaf/neighbours/fonts/environment.h"
@@ -162,6 +163,24 @@ TEST_F(TextPages, EveryScriptComesBackAsItWasWritten) {
     EXPECT_EQ(run_command("qpdf --check " + out + " 2>&1").code, 0);
   }
   EXPECT_GT(seen, 6);
+}
+
+TEST_F(TextPages, FontsWithCffOutlinesAreEmbeddedAsSubsets) {
+  if (!is_known("Nimbus Sans"))
+    GTEST_SKIP() << "this machine has no font Nimbus Sans";
+  const std::string text = "Příliš žluťoučký office AVATAR.\n";
+  ASSERT_EQ(make(text, "--font 'Nimbus Sans'").code, 0);
+  EXPECT_EQ(lines_with(run_command("pdffonts " + out).output, "CID Type 0C       Identity-H       yes yes yes"), 1);
+  EXPECT_LT(std::filesystem::file_size(out), 12000U);
+  EXPECT_EQ(read_by("pdftotext " + out + " -"), text);
+  EXPECT_EQ(read_by("mutool draw -q -F text " + out), text);
+  EXPECT_EQ(run_command("qpdf --check " + out + " 2>&1").code, 0);
+  const std::string picture = run_command("pdftoppm -r 40 -gray " + out + " 2>/dev/null").output;
+  EXPECT_GT(
+      std::count_if(picture.begin(), picture.end(), [](char grey) { return static_cast<unsigned char>(grey) < 128; }),
+      100)
+      << "its outlines are drawn";
+  EXPECT_EQ(make(text, "--font 'Nimbus Sans' --bold").code, 2) << "synthetic styles are TrueType outlines";
 }
 
 TEST_F(TextPages, EveryKindOfLineEndBreaksLines) {

@@ -32,7 +32,8 @@ constexpr std::array<char, kNameSize> font_name{"QVFONT+"};
 struct FontForm {
   bool vertical;
   int style;
-  bool is_deferred;  // the program comes with the first save only
+  bool is_deferred;     // the program comes with the first save only
+  bool is_cff = false;  // a "FontFile3"
 
   bool embeds() const { return (style & kEmbed) != 0; }
   bool is_styled() const { return (style & (kBold | kItalic)) != 0; }
@@ -108,14 +109,14 @@ void fill_descriptor(CPDFDictionary& dict, const CQVTTWriter& writer, const char
   dict.set_item_int("Descent", writer.descent);
 }
 
-void fill_cid_font(CPDFDictionary& dict, const char* built_name) {
+void fill_cid_font(CPDFDictionary& dict, const FontForm& form, const char* built_name) {
   Cleared<CPDFDictionary> system_info;
   system_info.set_item_str("Registry", "Adobe", 5);
   system_info.set_item_str("Ordering", "Identity", 8);
   system_info.set_item_int("Supplement", 0);
   dict.set_item_dict("CIDSystemInfo", &system_info);
   dict.set_item_name(CPDFDictionary::sm_tag_type, CPDFDictionary::sm_tag_font);
-  dict.set_item_name(CPDFDictionary::sm_tag_subtype, "CIDFontType2");
+  dict.set_item_name(CPDFDictionary::sm_tag_subtype, form.is_cff ? "CIDFontType0" : "CIDFontType2");
   dict.set_item_name(CPDFDictionary::sm_tag_base_font, built_name);
 }
 
@@ -153,13 +154,13 @@ PDF_REF store_graph(CPDFXRefTable& table, const FontForm& form, const CQVTTWrite
   Cleared<CPDFDictionary> descriptor;
   fill_descriptor(descriptor, writer, built_name);
   Cleared<CPDFDictionary> dict;
-  fill_cid_font(dict, built_name);
+  fill_cid_font(dict, form, built_name);
   if (form.has_font_file())
-    descriptor.set_item_ref("FontFile2", store_font_file(table, program));
+    descriptor.set_item_ref(form.is_cff ? "FontFile3" : "FontFile2", store_font_file(table, program));
   const PDF_REF desc{table.alloc_obj_num(), 0};
   table.store_dict(desc, &descriptor);
   dict.set_item_ref(CPDFDictionary::sm_tag_fdes, desc);
-  if (form.embeds())
+  if (form.embeds() && !form.is_cff)
     dict.set_item_name("CIDToGIDMap", "Identity");
   const PDF_REF cid{table.alloc_obj_num(), 0};
   table.store_dict(cid, &dict);
@@ -189,6 +190,20 @@ CPDFFont* load_and_cache(CPDFXRefTable& table, const FontForm& form, const char*
   return table.font_cache.Append(name, form.cache_style(), font) >= 0 ? font : nullptr;
 }
 
+// Synthetic styles are TrueType outlines, and codes are glyph numbers.
+bool can_embed_cff(CPDFEnviroment* env, const FontForm& form, const char* path, int index) {
+  CQVFTFont* const face = form.is_styled() ? nullptr : env->new_face(path, index);
+  if (face == nullptr)
+    return false;
+  const bool fits = face->has_numbers_for_cids();
+  env->release_face(face);
+  return fits;
+}
+
+bool writer_fits(const FontForm& form, const CQVTTWriter& writer) {
+  return !form.embeds() || writer.has_outlines();
+}
+
 CPDFFont* make_font(CPDFXRefTable& table, const char* name, const FontForm& form) {
   if (name == nullptr)
     return nullptr;
@@ -211,11 +226,13 @@ CPDFFont* make_font(CPDFXRefTable& table, const char* name, const FontForm& form
   // A collection by another name is loaded by what is in it.
   if (is_collection(form, path, &file) || writer.Load(&file) != 0)
     writer.Load2(&file, static_cast<unsigned>(index));
-  if (form.is_deferred && form.embeds() && !form.is_styled() && !writer.has_outlines())
+  FontForm made = form;
+  made.is_cff = form.is_deferred && form.embeds() && writer.has_cff_outlines();
+  if (made.is_cff ? !can_embed_cff(table.env, form, path, index) : form.is_deferred && !writer_fits(form, writer))
     return nullptr;
   if (form.embeds() && !form.is_deferred && write_program(table.env, form, path, index, writer, &program) != 0)
     return nullptr;
-  const PDF_REF top = store_graph(table, form, writer, built_name.data(), program);
+  const PDF_REF top = store_graph(table, made, writer, built_name.data(), program);
   writer.free();
   return load_and_cache(table, form, name, top, watch);
 }

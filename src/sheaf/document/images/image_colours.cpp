@@ -209,13 +209,13 @@ std::string name_of_space(CPDFXRefTable& table, const CPDFObj& obj, bool is_base
     return name;
   table.resolve(second, array->get(1));
   if (name == "ICCBased")
-    name += " " + std::to_string(profile_components(table, second));
+    name.append(" ").append(std::to_string(profile_components(table, second)));
   else if (name == "Separation" && second.as_text() != nullptr)
-    name += std::string(" ") + second.as_text();
+    name.append(" ").append(second.as_text());
   else if (name == "Indexed" && !is_base)
-    name += " " + name_of_space(table, second, true);
+    name.append(" ").append(name_of_space(table, second, true));
   else if (name == "DeviceN" && second.as_array() != nullptr)
-    name += " " + std::to_string(second.as_array()->count);
+    name.append(" ").append(std::to_string(second.as_array()->count));
   return name;
 }
 

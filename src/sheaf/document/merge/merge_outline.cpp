@@ -86,8 +86,8 @@ void MergeOutline::list(MergeSource& source, SourceDestinations& destinations, G
     const std::int32_t page =
         dest != nullptr ? destinations.page_of(dest) : destinations.page_of_action(dict->get_item("A"));
     const bool named = dest != nullptr || dict->get_item("A") != nullptr;
-    // One that leads nowhere is a heading: it belongs to the whole document.
-    const bool kept = page > 0 ? source.wanted.has(page) : source.takes_all || (page < 0 && named);
+    // One that leads nowhere is a heading, which belongs to the whole document.
+    const bool kept = source.takes_all || (page > 0 ? source.wanted.has(page) : page < 0 && named);
     const auto index = static_cast<std::int32_t>(nodes.size());
     if (!nodes.push({at.ref, at.parent, kept, 0, {}, {}, {}, {}, {}}))
       return;

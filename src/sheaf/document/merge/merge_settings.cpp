@@ -12,6 +12,7 @@ namespace sheaf {
 namespace {
 
 constexpr const char* kIntents = "OutputIntents";
+constexpr const char* kHeaderVersion = "1.7";  // of new files
 constexpr const char* kOpening = "OpenAction";
 
 struct Setting {
@@ -57,6 +58,10 @@ void MergeSettings::take(MergeSource& source, SourceDestinations& destinations) 
   note_what_ends(source);
   take_intents(source);
   compare_claims(source);
+  const char* const version = source.doc.version();
+  if (std::strcmp(version, kHeaderVersion) > 0 && std::strcmp(version, version_) > 0 &&
+      std::strlen(version) < sizeof(version_))
+    std::memcpy(version_, version, std::strlen(version) + 1);
   if (!target_.takes_settings()) {
     for (const Setting& setting : kSettings) {
       if (source.entry(setting.key) != nullptr)
@@ -184,6 +189,10 @@ void MergeSettings::take_intents(MergeSource& source) {
 }
 
 void MergeSettings::put(CPDFDictionary& catalog) {
+  const CPDFObj* const version = catalog.get_item("Version");
+  if (version_[0] != 0 &&
+      (version == nullptr || version->as_name() == nullptr || std::strcmp(version->as_name(), version_) < 0))
+    catalog.set_item_name("Version", version_);
   if (CPDFDictionary* const holder = target_.stored_dict(holder_)) {
     for (std::int32_t i = 0; i < holder->count; ++i) {
       if (catalog.get_item(holder->items[i]->key()) == nullptr)

@@ -35,6 +35,7 @@ private:
   std::uint64_t claims_ = 0;    // what the sources claim to conform to, but for the one that gives the settings
   bool has_claims_ = false;     // there were such sources
   bool claims_broken_ = false;  // and no single claim is true of all
+  char version_[8]{};           // the newest of those that are newer than what headers of new files say
   Freed<CPDFObj> intents_;      // the output intents of all sources, while they agree
   Freed<CPDFObj> identifier_;   // what the first of them is called
 };

@@ -323,9 +323,9 @@ bool is_claim(pugi::xml_node at, std::string_view name, bool also_ua) {
 }
 
 // FNV-1a over the words, so that the order of properties does not matter when numbers are added.
-std::uint64_t mark_of(std::string_view name, std::string_view value) {
+std::uint64_t mark_of(pugi::xml_node at, std::string_view name, std::string_view value) {
   std::uint64_t mark = 14695981039346656037u;
-  for (const std::string_view word : {name, value}) {
+  for (const std::string_view word : {namespace_at(at, prefix_of(name)), local_name(name), value}) {
     for (const char c : word) {
       if (static_cast<unsigned char>(c) > ' ')
         mark = (mark ^ static_cast<unsigned char>(c)) * 1099511628211u;
@@ -340,11 +340,14 @@ std::uint64_t mark_of(std::string_view name, std::string_view value) {
 std::uint64_t XmpPacket::claims() const {
   std::uint64_t sum = 0;
   for (const pugi::xml_node& description : rdf_.children()) {
-    for (const pugi::xml_attribute& attribute : description.attributes())
-      sum +=
-          is_claim(description, attribute.name(), true) ? mark_of(local_name(attribute.name()), attribute.value()) : 0;
-    for (const pugi::xml_node& element : description.children())
-      sum += is_claim(element, element.name(), true) ? mark_of(local_name(element.name()), element.child_value()) : 0;
+    for (const pugi::xml_attribute& attribute : description.attributes()) {
+      if (is_claim(description, attribute.name(), true))
+        sum += mark_of(description, attribute.name(), attribute.value());
+    }
+    for (const pugi::xml_node& element : description.children()) {
+      if (is_claim(element, element.name(), true))
+        sum += mark_of(element, element.name(), element.child_value());
+    }
   }
   return sum;
 }

@@ -47,6 +47,14 @@ bool has_direction(std::uint32_t c) {
          (c >= 0x1E800 && c < 0x1F000);
 }
 
+// Releases of libunibreak before 4 end the program at letters of flags, and at the number that marks the end for them.
+// Flags may be parted from one another like ideographs; their two letters stay together as one character.
+constexpr std::uint32_t kIdeograph = 0x4E00;
+
+bool is_unknown_to_breaks(std::uint32_t character) {
+  return (character >= 0x1F1E6 && character <= 0x1F1FF) || character == 0xFFFF;
+}
+
 bool is_shared(hb_script_t script) {
   return script == HB_SCRIPT_COMMON || script == HB_SCRIPT_INHERITED || script == HB_SCRIPT_UNKNOWN;
 }
@@ -146,8 +154,18 @@ bool TextParagraph::find_breaks(const TextFormat& format) {
     starts_[i] = i == 0 || utf8proc_grapheme_break_stateful(static_cast<utf8proc_int32_t>(text[i - 1]),
                                                             static_cast<utf8proc_int32_t>(text[i]), &state);
   }
-  if (breaks().complete)
-    breaks().set_linebreaks(text.begin(), text.size(), format.language, breaks_.begin());
+  if (!breaks().complete)
+    return true;
+  GrowArray<std::uint32_t> stand_ins;
+  const std::uint32_t* characters = text.begin();
+  if (std::any_of(text.begin(), text.end(), is_unknown_to_breaks)) {
+    if (!stand_ins.resize(text.size()))
+      return false;
+    std::transform(text.begin(), text.end(), stand_ins.begin(),
+                   [](std::uint32_t c) { return is_unknown_to_breaks(c) ? kIdeograph : c; });
+    characters = stand_ins.begin();
+  }
+  breaks().set_linebreaks(characters, text.size(), format.language, breaks_.begin());
   return true;
 }
 

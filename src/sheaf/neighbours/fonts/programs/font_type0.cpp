@@ -111,7 +111,10 @@ void CPDFFontType0::load_font() {
     cid_font_ = fonts->items[0].as_ref();
   const Freed<CPDFObj> cid = table->object(cid_font_);
   const Freed<CPDFObj> descriptor = table->value(cid.as_dict(), CPDFDictionary::sm_tag_fdes);
-  const CPDFObj* const file = descriptor.as_dict() != nullptr ? descriptor.as_dict()->get_item("FontFile2") : nullptr;
+  const CPDFObj* const cff = descriptor.as_dict() != nullptr ? descriptor.as_dict()->get_item("FontFile3") : nullptr;
+  is_cff_ = cff != nullptr;
+  const CPDFObj* const file =
+      descriptor.as_dict() != nullptr && !is_cff_ ? descriptor.as_dict()->get_item("FontFile2") : cff;
   font_file_ = file != nullptr ? file->as_ref() : PDF_REF{0, 0};
   const CPDFObj* const base_font = dict->get_item(CPDFDictionary::sm_tag_base_font);
   char name[CPDFEnviroment::kPathSize];
@@ -220,7 +223,7 @@ int CPDFFontType0::add_further(std::uint32_t glyph, std::uint32_t& first, const 
       return static_cast<int>(glyph_count_ + at - 1);
   }
   const auto place = static_cast<std::uint32_t>(further_.size());
-  if ((style_ & kEmbed) == 0 || glyph_count_ + place >= kMostCodes)
+  if ((style_ & kEmbed) == 0 || is_cff_ || glyph_count_ + place >= kMostCodes)
     return -1;
   const std::uint32_t kept = keep_text(text, count);
   if (kept == 0 || !further_.push({glyph, kept, first}))
@@ -258,7 +261,7 @@ const CPDFFontType0::Composite* CPDFFontType0::composite_of(std::uint32_t glyph)
 }
 
 bool CPDFFontType0::allows_composites() {
-  if ((style_ & kEmbed) == 0 || face_->needs_instructions() || !face_->allows_subsets())
+  if ((style_ & kEmbed) == 0 || is_cff_ || face_->needs_instructions() || !face_->allows_subsets())
     return false;
   if (first_composite_ == nullptr)
     first_composite_ = static_cast<std::uint32_t*>(QVCalloc(glyph_count_, sizeof(std::uint32_t)));

@@ -129,6 +129,7 @@ private:
   int write_program(CQVStream* out, const CQVTTCodesRec& codes);
 
   int style_ = 0;
+  bool is_cff_ = false;
   bool vertical_ = false;
   bool changed_ = false;
   int used_count_ = 0;

@@ -147,6 +147,8 @@ int CPDFFontType0::write_program(CQVStream* out, const CQVTTCodesRec& codes) {
   if (file.file == nullptr || writer.Load2(&file, static_cast<unsigned>(index_)) != 0)
     return 1;
   const CQVTTCodesRec* const kept = face_->allows_subsets() ? &codes : nullptr;
+  if (is_cff_)
+    return writer.SaveCffData(out, kept);
   return face_->is_styled() ? writer.SaveFontData2(out, face_, kept) : writer.SaveFontData(out, kept);
 }
 
@@ -191,7 +193,10 @@ bool CPDFFontType0::flush_program(const GrowArray<PDF_USED_GLYPH>& used) {
   rec.plain = 1;
   rec.dict.set_item_name(CPDFDictionary::sm_tag_filter, CPDFDictionary::sm_tag_fdec);
   rec.dict.set_item_int(CPDFDictionary::sm_tag_length, size);
-  rec.dict.set_item_int("Length1", static_cast<int>(program.len));
+  if (is_cff_)
+    rec.dict.set_item_name(CPDFDictionary::sm_tag_subtype, "CIDFontType0C");
+  else
+    rec.dict.set_item_int("Length1", static_cast<int>(program.len));
   table->store_stream(font_file_, rec);
   return true;
 }

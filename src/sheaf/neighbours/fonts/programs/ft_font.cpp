@@ -9,6 +9,7 @@
 #include "sheaf/neighbours/fonts/programs/tt_parser.h"
 
 #include FT_ADVANCES_H
+#include FT_CID_H
 #include FT_MODULE_H
 #include FT_SYSTEM_H
 #include FT_TRUETYPE_TABLES_H
@@ -176,6 +177,18 @@ PDF_FONT_LICENCE CQVFTFont::licence() const {
 
 bool CQVFTFont::allows_subsets() const {
   return (FT_Get_FSType_Flags(face_of(*this)) & FT_FSTYPE_NO_SUBSETTING) == 0;
+}
+
+bool CQVFTFont::has_numbers_for_cids() const {
+  FT_Bool is_keyed = 0;
+  if (FT_Get_CID_Is_Internally_CID_Keyed(face_of(*this), &is_keyed) != 0 || !is_keyed)
+    return true;
+  for (std::uint32_t glyph = 0; glyph < glyph_count(); ++glyph) {
+    FT_UInt cid = 0;
+    if (FT_Get_CID_From_Glyph_Index(face_of(*this), glyph, &cid) != 0 || cid != glyph)
+      return false;
+  }
+  return true;
 }
 
 std::uint8_t* CQVFTFont::load_table(std::uint32_t tag, std::uint32_t& length) {

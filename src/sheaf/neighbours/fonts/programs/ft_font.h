@@ -55,6 +55,9 @@ public:
   /// of the font may be.
   PDF_FONT_LICENCE licence() const;
   bool allows_subsets() const;
+  /// Whether the glyphs of a font with CFF outlines are known by their numbers: those of CID-keyed fonts may have
+  /// others.
+  bool has_numbers_for_cids() const;
   /// Thickness in font units of the upright stroke of a letter; 0 when it cannot be measured.
   int stem_width();
   /// A whole table; null when there is none. The caller releases the block with QVFree.

@@ -14,7 +14,7 @@ namespace {
 
 // What a viewer reads of an embedded CIDFontType2 program (ISO 32000-1, 9.9); the last three only
 // where glyphs are made by their instructions.
-constexpr std::uint32_t kKeptTables[] = {tt_tag("glyf"), tt_tag("head"), tt_tag("hhea"),
+constexpr std::uint32_t kKeptTables[] = {tt_tag("CFF "), tt_tag("glyf"), tt_tag("head"), tt_tag("hhea"),
                                          tt_tag("hmtx"), tt_tag("loca"), tt_tag("maxp")};
 constexpr std::uint32_t kInstructionTables[] = {tt_tag("cvt "), tt_tag("fpgm"), tt_tag("prep")};
 
@@ -38,6 +38,7 @@ struct SubsetterCalls {
   decltype(&hb_face_create_for_tables) face_create_for_tables;
   decltype(&hb_face_destroy) face_destroy;
   decltype(&hb_face_reference_blob) face_reference_blob;
+  decltype(&hb_face_reference_table) face_reference_table;
   decltype(&hb_set_add) set_add;
   decltype(&hb_subset_input_create_or_fail) subset_input_create_or_fail;
   decltype(&hb_subset_input_destroy) subset_input_destroy;
@@ -58,6 +59,7 @@ SubsetterCalls find_calls() {
                    SHEAF_CALL(library, found.face_create_for_tables, hb_face_create_for_tables) &&
                    SHEAF_CALL(library, found.face_destroy, hb_face_destroy) &&
                    SHEAF_CALL(library, found.face_reference_blob, hb_face_reference_blob) &&
+                   SHEAF_CALL(library, found.face_reference_table, hb_face_reference_table) &&
                    SHEAF_CALL(library, found.set_add, hb_set_add) &&
                    SHEAF_CALL(library, found.subset_input_create_or_fail, hb_subset_input_create_or_fail) &&
                    SHEAF_CALL(library, found.subset_input_destroy, hb_subset_input_destroy) &&
@@ -130,6 +132,8 @@ void set_up(hb_subset_input_t* input, const CQVTTParser& parser, const CQVTTCode
   unsigned flags = HB_SUBSET_FLAGS_RETAIN_GIDS | HB_SUBSET_FLAGS_NOTDEF_OUTLINE;
   if (!keeps_instructions)
     flags |= HB_SUBSET_FLAGS_NO_HINTING;
+  // Subroutines of CFF outlines would all be kept, whoever calls them.
+  flags |= HB_SUBSET_FLAGS_DESUBROUTINIZE;
   calls().subset_input_set_flags(input, flags);
   hb_set_t* const glyphs = calls().subset_input_glyph_set(input);
   for (std::uint32_t i = 0; i < codes.count; ++i)
@@ -159,7 +163,8 @@ int CQVTTWriter::save_subset(CQVStream* out, const CQVTTCodesRec& codes) {
   hb_face_t* const subset = calls().subset_or_fail(source, input);
   if (subset == nullptr)
     return 1;
-  hb_blob_t* const program = calls().face_reference_blob(subset);
+  hb_blob_t* const program =
+      has_cff_outlines() ? calls().face_reference_table(subset, tt_tag("CFF ")) : calls().face_reference_blob(subset);
   calls().face_destroy(subset);
   unsigned length = 0;
   const char* const bytes = calls().blob_get_data(program, &length);

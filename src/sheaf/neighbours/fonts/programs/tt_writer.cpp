@@ -21,6 +21,7 @@ constexpr std::uint32_t kOs2 = tt_tag("OS/2");
 constexpr std::uint32_t kHeadSize = 54;
 constexpr std::uint32_t kHheaSize = 36;
 constexpr std::uint32_t kMaxpCountEnd = 6;
+constexpr std::uint32_t kLeastCff = 64;  // below it there is not even an empty font
 constexpr int kLeastUnits = 16;
 constexpr int kMostUnits = 16384;
 constexpr int kThousand = 1000;
@@ -128,6 +129,21 @@ bool CQVTTWriter::has_outlines() const {
     before = at;
   }
   return true;
+}
+
+bool CQVTTWriter::has_cff_outlines() const {
+  const PDF_TT_TABLE* const cff = loaded_ ? parser_.find(tt_tag("CFF ")) : nullptr;
+  return cff != nullptr && parser_.outline_tag == kOpenType && cff->length > kLeastCff;
+}
+
+int CQVTTWriter::SaveCffData(CQVStream* out, const CQVTTCodesRec* codes) {
+  if (!has_cff_outlines())
+    return 1;
+  if (codes != nullptr)
+    return save_subset(out, *codes);
+  std::uint32_t length = 0;
+  const HeapBlock<std::uint8_t> table(parser_.load(tt_tag("CFF "), length));
+  return table && out->Write(table.get(), length) == length ? 0 : 1;
 }
 
 int CQVTTWriter::SaveFontData(CQVStream* out, const CQVTTCodesRec* codes) {

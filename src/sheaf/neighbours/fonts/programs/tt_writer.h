@@ -70,6 +70,11 @@ public:
   /// Whether every glyph lies where the index of glyphs says, in ascending order inside its table.
   bool has_outlines() const;
 
+  /// Whether the outlines are CFF ones.
+  bool has_cff_outlines() const;
+  /// Writes the CFF program alone, as a "CIDFontType0C" has it; `codes` as for SaveFontData. 0 on success.
+  int SaveCffData(CQVStream* out, const CQVTTCodesRec* codes);
+
   /// Lets the stream go and sets the metrics to 0. Harmless twice.
   void free();
 
