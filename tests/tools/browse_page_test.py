@@ -1,7 +1,9 @@
 #!/usr/bin/env python3
 """browse_page_test TOOL: opens pages of `sheaf browse` in Chromium and uses them as people do. Ends with 77 where
 Chromium is not installed."""
+import atexit
 import os
+import shutil
 import subprocess
 import sys
 import tempfile
@@ -173,7 +175,9 @@ def main():
     if chromium.program() is None:
         print("browse_page_test: Chromium is not installed; nothing was checked")
         return 77
-    os.chdir(tempfile.mkdtemp(prefix="sheaf-browse-"))
+    folder = tempfile.mkdtemp(prefix="sheaf-browse-")
+    atexit.register(shutil.rmtree, folder, True)
+    os.chdir(folder)
     browser = chromium.Browser()
     try:
         browse("<script>window.ran=1<!--.pdf", make_document(), code=1)
