@@ -1,6 +1,6 @@
-// What the C++ layer costs beside the classes below it: every object of a document is read and looked into, once through
-// the table and once through values. SHEAF_BENCH_FILE names a document in place of the one that is made here, of
-// 1,000,000 objects. One round is the whole document; compare the processor times.
+// What the C++ layer costs beside the classes below it: every object of a document is read and looked into, once
+// through the table and once through values. SHEAF_BENCH_FILE names a document in place of the one that is made here,
+// of 1,000,000 objects. One round is the whole document; compare the processor times.
 #include <benchmark/benchmark.h>
 
 #include <cstdio>

@@ -263,12 +263,12 @@ TEST_F(Everyday, CheckNamesPageAndOffsetOfContentThatCannotBeDrawn) {
     std::size_t offset;
     const char* what;
   };
-  for (const Row& row :
-       {Row{5, content.find("1 2 re"), "the operator lacks operands (re)"},
-        Row{5, content.find("foo"), "there is no such operator (foo)"},
-        Row{5, content.find("/Im"), "the resources do not have what is named (Im)"},
-        Row{5, content.find("Q /Form"), "a graphics state is restored that was not saved (Q)"},
-        Row{5, content.find("(open"), "operands are followed by no operator"}, Row{7, 10, "a text object does not end (BT)"}}) {
+  for (const Row& row : {Row{5, content.find("1 2 re"), "the operator lacks operands (re)"},
+                         Row{5, content.find("foo"), "there is no such operator (foo)"},
+                         Row{5, content.find("/Im"), "the resources do not have what is named (Im)"},
+                         Row{5, content.find("Q /Form"), "a graphics state is restored that was not saved (Q)"},
+                         Row{5, content.find("(open"), "operands are followed by no operator"},
+                         Row{7, 10, "a text object does not end (BT)"}}) {
     const std::string line = "object " + std::to_string(row.object) + ": page 1, offset " + std::to_string(row.offset);
     EXPECT_TRUE(contains(checked, line + ": ") && contains(checked, row.what)) << line << row.what << checked.output;
   }

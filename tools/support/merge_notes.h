@@ -1,4 +1,4 @@
-// What a merge made of its sources, for people: lines about what did not come along, and a table.
+// What a merge made of its sources, for people: lines about what was left out, and a table.
 #pragma once
 
 #include <string>

@@ -2,9 +2,9 @@
 #include <algorithm>
 #include <cstring>
 
+#include "sheaf/base/block_writer.h"
 #include "sheaf/base/heap.h"
 #include "sheaf/base/number_text.h"
-#include "sheaf/base/block_writer.h"
 
 namespace sheaf {
 

@@ -5,10 +5,10 @@
 #include <bit>
 #include <cstring>
 
+#include "sheaf/base/block_writer.h"
 #include "sheaf/base/heap.h"
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/object/encrypt.h"
-#include "sheaf/base/block_writer.h"
 #include "sheaf/save/entry_deflater_internal.h"
 #include "sheaf/save/object_runs_internal.h"
 #include "sheaf/save/stored_print.h"

@@ -2,9 +2,9 @@
 // the objects and the tail of the file.
 #pragma once
 
+#include "sheaf/base/block_writer.h"
 #include "sheaf/base/grow_array.h"
 #include "sheaf/base/heap_watch.h"
-#include "sheaf/base/block_writer.h"
 #include "sheaf/save/object_runs_internal.h"
 #include "sheaf/xref/xref_table.h"
 

@@ -174,7 +174,7 @@ TEST(DocMergeInto, AttachmentsComeAsTheOptionsSay) {
   using Files = PDF_MERGE_FILES;
   const struct {
     Files files;
-    const char* names;  // that come along with the first page
+    const char* names;  // that are taken with the first page
     const char* associated;
   } rows[] = {{Files::kAll, "abc", "ac"},
               {Files::kReferredAndLoose, "ac", "ac"},

@@ -118,7 +118,7 @@ TEST(DocMergePages, NullReferencesDoNotCostThePage) {
   ASSERT_EQ(page.dict.get_item("Annots")->as_array()->count, 1);
   const PDF_REF note = page.dict.get_item("Annots")->as_array()->items[0].as_ref();
   EXPECT_EQ(merged.at(note, "Contents"), "(note)");
-  EXPECT_EQ(merged.at(note, "StructParent"), "null");  // no tree came along
+  EXPECT_EQ(merged.at(note, "StructParent"), "null");  // no tree was taken
 }
 
 // A tree that lists one page very often lists it so in the result, where copies would outgrow the file.

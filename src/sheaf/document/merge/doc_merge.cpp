@@ -22,7 +22,7 @@ using namespace sheaf;
 namespace {
 
 // A source is read in the order of its file for the most part, so that few of its object streams need
-// to be held; what comes along is held itself.
+// to be held; what is taken is held itself.
 constexpr std::int64_t kSourceBudget = 1 << 20;
 
 }  // namespace

@@ -1,12 +1,12 @@
 // Putting pages of several documents into one. Above the import of objects this keeps what makes the
-// result a document: links that lead to the pages that came along, outlines, page labels, names,
+// result a document: links that lead to the pages that were taken, outlines, page labels, names,
 // embedded files, the form, the structure, optional content, and what belongs to a document as a whole.
 //
 //   append: numbers reserved for the pages -> form fields -> pages -> names, settings, outline, structure
 //           -> everything that was stored is looked over: destinations, actions, lost references
 //   finish: what was collected goes into the catalogue
 //
-// A document that was there keeps all that it has; it only gets additions. All that must not come along
+// A document that was there keeps all that it has; it only gets additions. All that must be left out
 // (pages left out and their annotations, the source's page tree) is mapped to one number that no object
 // ever gets; references to it are taken out.
 #pragma once
@@ -30,7 +30,7 @@ public:
   CPDFDocMerge& operator=(const CPDFDocMerge&) = delete;
   ~CPDFDocMerge();
 
-  /// How the documents appended from now on come along.
+  /// How the documents appended from now on are taken.
   void set_options(const PDF_MERGE_OPTIONS& options);
   /// Appends pages of `source`: `count` indices from 0, in any order, also repeated. `title` (UTF-8,
   /// null for none) names the source in the outline. The count of pages that were appended; those that

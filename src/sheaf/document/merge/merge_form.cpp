@@ -124,7 +124,7 @@ void MergeForm::append_field(MergeSource* source, const PDF_REF& ref) {
     source->old_field_names.add(borrowed(old.get(), len), {index, 0});
 }
 
-// A widget of a page that came along before.
+// A widget of a page that was taken before.
 void MergeForm::add_widget(const PDF_REF& widget) {
   const CPDFDictionary* const dict = target_.stored_dict(widget);
   const CPDFObj* const kind = dict != nullptr ? dict->get_item(CPDFDictionary::sm_tag_subtype) : nullptr;
@@ -198,7 +198,7 @@ void MergeForm::add_repeated(const PDF_REF& page) {
     add_widget(annots.as_array()->items[i].as_ref());
 }
 
-// Leaves out the annotations of pages that do not come along, and the fields that have no others.
+// Leaves out the annotations of pages that are left out, and the fields that have no others.
 void MergeForm::leave_out_fields(MergeSource& source, const CPDFArray& fields) {
   Freed<CPDFObj> obj;
   Freed<CPDFObj> list;
@@ -301,7 +301,7 @@ void MergeForm::take_settings(MergeSource& source, const CPDFDictionary& form, s
     ours->set_item_int("SigFlags", kHasSignatureFields | (flags != nullptr ? flags->as_int() : 0));
 }
 
-// Default resources: what has no entry of its name yet comes along. Where a name is taken, a font that is another
+// Default resources: what has no entry of its name yet is taken. Where a name is taken, a font that is another
 // one gets a new name; of the rest the first source's stays, as appearances name their own resources.
 void MergeForm::take_resources(MergeSource& source, const CPDFDictionary& form) {
   Freed<CPDFObj> resources;

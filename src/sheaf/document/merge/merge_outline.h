@@ -1,5 +1,5 @@
 // The outline (ISO 32000-1, 12.3.3): those of the sources behind the document's own, each under an
-// open entry of its title. Entries whose page did not come along stay only where entries below them do.
+// open entry of its title. Entries whose page was left out stay only where entries below them do.
 #pragma once
 
 #include "sheaf/document/merge/merge_source.h"

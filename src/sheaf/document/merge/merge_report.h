@@ -8,7 +8,7 @@ enum class PDF_MERGE_FATE : std::int32_t {
   kKept,     ///< As it was, since no other document had one.
   kJoined,   ///< Together with those that were there.
   kRenamed,  ///< Under another name, since its own was taken; all that uses the name follows.
-  kDropped,  ///< It did not come along.
+  kDropped,  ///< It was left out.
 };
 
 struct PDF_MERGE_RECORD {
@@ -18,7 +18,7 @@ struct PDF_MERGE_RECORD {
   std::int32_t count;   ///< How many of them, 1 for what a document has once.
 };
 
-/// Which embedded files of a source come along.
+/// Which embedded files of a source are taken.
 enum class PDF_MERGE_FILES : std::int32_t {
   kAll,
   kReferredAndLoose,  ///< Those that its pages refer to, and those that no page of the source refers to.

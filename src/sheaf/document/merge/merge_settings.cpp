@@ -111,7 +111,7 @@ void MergeSettings::take_information(MergeSource& source) {
   target_.note(PDF_MERGE_FATE::kKept, "document information");
 }
 
-// Those that came along among the embedded files or with the pages; all, where all attachments do.
+// Those that were taken among the embedded files or with the pages; all, where all attachments are.
 void MergeSettings::take_associated_files(MergeSource& source, CPDFDictionary& holder) {
   Freed<CPDFObj> list;
   source.read(list, "AF");

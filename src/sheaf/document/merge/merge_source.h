@@ -17,7 +17,7 @@ public:
   MergeSource(const MergeSource&) = delete;
   MergeSource& operator=(const MergeSource&) = delete;
 
-  /// Gives each page that comes along its number; the other pages, the page tree, and what is made
+  /// Gives each page that is taken its number; the other pages, the page tree, and what is made
   /// anew are left out. `pages` are indices from 0.
   void reserve_pages(const std::int32_t* pages, std::int32_t count);
 
@@ -32,7 +32,7 @@ public:
   bool is_left_out(std::int32_t num) const {
     return is_mapped(num) && context->map[num] == static_cast<std::uint32_t>(target.hole);
   }
-  /// The copy of object `num`; {0, 0} when it did not come along.
+  /// The copy of object `num`; {0, 0} when it was left out.
   PDF_REF copy_of(std::int32_t num) const;
   /// Turns a value of the source into one of the target, with all that it refers to. False when
   /// nothing comes of it.
@@ -44,7 +44,7 @@ public:
   /// becomes null else.
   PDF_REF make_object(CPDFObj& value);
 
-  /// What became of an object of a page that comes along once more.
+  /// What became of an object of a page that is taken once more.
   struct Repeated {
     std::int32_t copy;  ///< Which further copy of a page, from 0.
     std::int32_t num;   ///< In the source: the page first, then its annotations.
@@ -56,13 +56,13 @@ public:
   ImportContext* context;
   MergeTarget& target;
   Freed<CPDFObj> catalog;
-  VisitedSet wanted;                       ///< Object numbers of the pages that come along.
+  VisitedSet wanted;                       ///< Object numbers of the pages that are taken.
   bool takes_few = false;                  ///< Most pages stay behind.
   bool takes_all = false;                  ///< No page stays behind.
   PDF_REF first_page{0, 0};                ///< The first page appended.
   std::int32_t first_num = 0;              ///< Objects from this number on were made for this source.
   std::uint32_t first_slot = 0;            ///< Where the objects stored for it begin.
-  GrowArray<Repeated> repeated;            ///< Pages that come along more than once: all copies but the first of each.
+  GrowArray<Repeated> repeated;            ///< Pages that are taken more than once: all copies but the first of each.
   NameList old_field_names;                ///< Top-level fields that got other names: as they were, as UTF-8; `num` is
   Cleared<CPDFDictionary> new_font_names;  ///< Of the form's default resources, by the old ones.
   NameList new_field_names;                ///< the index here.

@@ -1,4 +1,4 @@
-// Elements that come along are stored in the order in which they were listed, parents first.
+// Elements that are taken are stored in the order in which they were listed, parents first.
 #include "sheaf/document/merge/merge_structure.h"
 
 #include <algorithm>

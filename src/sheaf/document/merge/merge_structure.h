@@ -1,8 +1,8 @@
-// The structure tree (ISO 32000-1, 14.7): the parts of each source's tree that belong to pages that come
-// along, below the document's own root. An element comes along with something that it holds; one that
+// The structure tree (ISO 32000-1, 14.7): the parts of each source's tree that belong to pages that are
+// taken, below the document's own root. An element is taken with something that it holds; one that
 // holds nothing stays with its parent when nothing else of the parent stays behind.
 //
-//   take: elements listed (SourceElements) -> each that comes along gets its number -> each is stored
+//   take: elements listed (SourceElements) -> each that is taken gets its number -> each is stored
 //         -> once more for each further copy of a page
 //         -> a key of the parent tree for each page, form and object that has content in the tree
 //   set_key: while the objects are looked over, each gets its key
@@ -27,7 +27,7 @@ public:
   void take(MergeSource& source);
   /// Gives the object `num` of the target, whose dictionary is `dict`, its key in the parent tree.
   void set_key(std::int32_t num, CPDFDictionary& dict) const;
-  /// Whether the element `num` of the source at hand came along.
+  /// Whether the element `num` of the source at hand was taken.
   bool has_element(std::int32_t num) const { return elements_.has_kept(num); }
   /// Makes the headers that attributes of a table cell name those of the target.
   void rename_headers(CPDFDictionary& attributes) const { names_.rename_headers(attributes); }

@@ -21,7 +21,7 @@ struct MergeTarget {
   CPDFDoc& doc;
   CPDFXRefTable& table;
   PDF_MERGE_OPTIONS options;
-  std::int32_t hole = 0;     ///< The number that no object ever gets: what must not come along is mapped to it.
+  std::int32_t hole = 0;     ///< The number that no object ever gets: what must be left out is mapped to it.
   bool was_empty = false;    ///< No pages stood there before the first source.
   std::int32_t source = -1;  ///< Which append is under way, from 0.
   GrowArray<PDF_MERGE_RECORD> records;

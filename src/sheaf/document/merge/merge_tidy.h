@@ -1,6 +1,6 @@
 // The look over what an append has stored. The import leaves the page of a destination as the
 // source's number, once in each array, and what was left out as a reference to nothing. Here
-// destinations get the new page's number; those of pages that did not come along go, with the action
+// destinations get the new page's number; those of pages that were left out go, with the action
 // or the entry that held them, so that a link does nothing rather than lead to a wrong place. Names of
 // fields in actions and the keys of the structure follow, and signatures end.
 #pragma once

@@ -12,7 +12,7 @@ public:
   PageImport(const PageImport&) = delete;
   PageImport& operator=(const PageImport&) = delete;
 
-  /// Copies page `index`; {0, 0} when it cannot be read. A page that came along before gets another
+  /// Copies page `index`; {0, 0} when it cannot be read. A page that was taken before gets another
   /// copy, with annotations of its own; `repeated` says so. All else is shared.
   PDF_REF append(std::int32_t index, bool& repeated);
 

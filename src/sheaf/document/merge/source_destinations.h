@@ -1,5 +1,5 @@
 // The named destinations of a source (ISO 32000-1, 12.3.2.3) on their way into the target: those whose
-// page comes along keep their names, or get a number behind them where a name is taken.
+// page is taken keep their names, or get a number behind them where a name is taken.
 #pragma once
 
 #include "sheaf/document/merge/merge_source.h"
@@ -21,7 +21,7 @@ public:
   /// letters, and what they lead to is spread over the file; read in the file's order and along with
   /// the pages, most share the decoding of their object streams.
   void read_along(std::int32_t index);
-  /// Brings along those whose page came along.
+  /// Brings along those whose page was taken.
   void take();
 
   /// The source's number of the page that a destination of the source leads to, whichever form it
@@ -32,7 +32,7 @@ public:
   /// Whether what a document opens with, a destination or an action, needs no page that stays behind.
   bool opens_page_that_comes(const CPDFObj& opening);
   /// Turns a name of the source into the name that its destination has in the target. False when it
-  /// did not come along.
+  /// was left out.
   bool rename(CPDFObj& value) const;
 
 private:

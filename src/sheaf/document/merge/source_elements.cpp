@@ -206,7 +206,7 @@ bool SourceElements::add_empty_kids(MergeSource& source, std::int32_t index) {
   return true;
 }
 
-// The keys in the parent tree of all that came along.
+// The keys in the parent tree of all that was taken.
 void SourceElements::find_wanted_keys(const MergeSource& source, NumberMap& wanted) const {
   for (std::uint32_t i = source.first_slot; i < table_.new_obj_count; ++i) {
     const CPDFDictionary* const dict = table_.new_objs[i].obj.as_dict_or_stream();
@@ -220,7 +220,7 @@ void SourceElements::find_wanted_keys(const MergeSource& source, NumberMap& want
   }
 }
 
-// The elements that the source's parent tree gives for what came along, which is little, so that the
+// The elements that the source's parent tree gives for what was taken, which is little, so that the
 // whole tree need not be read. False when it gives none.
 bool SourceElements::list_by_parent_tree(MergeSource& source, const CPDFDictionary& root) {
   NumberMap wanted;

@@ -1,4 +1,4 @@
-// The elements of a source's structure tree (ISO 32000-1, 14.7.2), and which of them come along: those that
+// The elements of a source's structure tree (ISO 32000-1, 14.7.2), and which of them are taken: those that
 // hold content of a page that does, and empty ones where nothing else of their parent stays behind.
 #pragma once
 
@@ -10,11 +10,11 @@ struct SourceElement {
   PDF_REF ref;          ///< In the source.
   std::int32_t parent;  ///< Index, -1 at the top.
   std::int32_t page;    ///< The source's number of the page of its content, its own or from above.
-  bool holds_kept;      ///< Content of pages that come along, here or below.
+  bool holds_kept;      ///< Content of pages that are taken, here or below.
   bool holds_other;     ///< Content that stays behind.
-  bool kept;            ///< It comes along.
+  bool kept;            ///< It is taken.
   bool is_crowded;      ///< It has so many kids that they are not read to find empty ones.
-  bool holds_elements;  ///< And nothing else that comes along.
+  bool holds_elements;  ///< And nothing else that is taken.
 };
 
 /// The number that the entry `key` refers to; 0 for none.
@@ -23,7 +23,7 @@ std::int32_t number_at(const CPDFDictionary& dict, const char* key);
 bool is_whole_object(const CPDFDictionary& item);
 /// Whether it is another element.
 bool is_structure_element(const CPDFDictionary& item);
-/// Whether such an item, below an element whose content is on `page`, comes along.
+/// Whether such an item, below an element whose content is on `page`, is taken.
 bool content_comes(const MergeSource& source, const CPDFDictionary& item, std::int32_t page);
 
 /// Parents stand in front of what they hold.
@@ -35,7 +35,7 @@ public:
 
   void clear();
   /// Lists the elements below `root`, or, where most pages stay behind, those that its parent tree gives for
-  /// what came along. To be called behind the pages.
+  /// what was taken. To be called behind the pages.
   void list(MergeSource& source, const CPDFDictionary& root);
 
   std::size_t size() const { return elements_.size(); }
@@ -44,7 +44,7 @@ public:
   const SourceElement* end() const { return elements_.end(); }
   /// The index of the element with the number `num` in the source, or -1.
   std::int32_t find(std::int32_t num) const { return index_of_.get(num) - 1; }
-  /// Whether it comes along.
+  /// Whether it is taken.
   bool has_kept(std::int32_t num) const { return kept_.has(num); }
   std::int32_t kept_count() const { return kept_count_; }
 

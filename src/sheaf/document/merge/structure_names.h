@@ -17,7 +17,7 @@ public:
   void load(const CPDFDictionary& root);
   /// Starts with a source whose root is `root`: its roles and classes join the document's.
   void start(MergeSource& source, const CPDFDictionary& root);
-  /// Takes note of the identifier of an element that comes along.
+  /// Takes note of the identifier of an element that is taken.
   void take_identifier(const PDF_String& id, const PDF_REF& element);
   /// Gives the further copy `made` of an element an identifier of its own in place of that in `entry`.
   void give_identifier(CPDFDictionary& entry, const PDF_REF& made);

@@ -79,7 +79,7 @@ Matrix place(const Shown& stamp, const Shown& page, const PDF_STAMP& how) {
 CPDFPageStamp::CPDFPageStamp(CPDFDoc& target, CPDFDoc& source)
     : target_(target), source_(source), content_(target.table()) {
   CPDFFlattener flattener(source);
-  // The objects that this makes come along too: the import counts the objects of its source when it starts.
+  // The objects that this makes are taken too: the import counts the objects of its source when it starts.
   if (flattener.run(PDF_FLATTEN::kAll))
     import_ = target.table().import_start(&source, &source.table());
 }
