@@ -64,7 +64,7 @@ std::int64_t width_of(const FieldGlyph* glyphs, std::size_t count) {
   return width;
 }
 
-void break_lines(const GrowArray<FieldGlyph>& glyphs, std::int64_t room, GrowArray<TextLine>& lines) {
+void break_lines(const GrowArray<FieldGlyph>& glyphs, std::int64_t room, GrowArray<FieldLine>& lines) {
   std::size_t first = 0;
   bool ends_in_line_end = true;
   while (first < glyphs.size()) {

@@ -6,7 +6,7 @@
 namespace sheaf {
 
 /// Glyphs of one line; what hangs over its end, spaces and the line end, is left out.
-struct TextLine {
+struct FieldLine {
   std::size_t first;
   std::size_t count;
   std::int64_t width;  ///< Thousandths of the em.
@@ -17,6 +17,6 @@ std::int64_t width_of(const FieldGlyph* glyphs, std::size_t count);
 
 /// Appends lines that end at line ends and, where `room` (thousandths of the em) is not 0, behind spaces and hyphens
 /// and between ideographs so that they fit; a word that is too long is broken anywhere.
-void break_lines(const GrowArray<FieldGlyph>& glyphs, std::int64_t room, GrowArray<TextLine>& lines);
+void break_lines(const GrowArray<FieldGlyph>& glyphs, std::int64_t room, GrowArray<FieldLine>& lines);
 
 }  // namespace sheaf

@@ -49,7 +49,7 @@ double start_of(const WidgetLook& look, double width, int quadding) {
 double size_of_lines(const WidgetLook& look, const GrowArray<FieldGlyph>& glyphs) {
   const double height = look.height - 2 * padding(look);
   for (double size = kUsualSize; size > kLeastSize; size -= kSizeStep) {
-    GrowArray<TextLine> lines;
+    GrowArray<FieldLine> lines;
     break_lines(glyphs, static_cast<std::int64_t>(room_for_text(look) * kEm / size), lines);
     if (static_cast<double>(lines.size()) * kLeading * size <= height)
       return size;
@@ -71,10 +71,10 @@ double centred_base_line(const WidgetLook& look, const FieldType& type, const Gr
 void draw_lines(ContentWriter& out, const WidgetLook& look, FieldType& type, const GrowArray<FieldGlyph>& glyphs,
                 const ValueManner& manner) {
   const double size = manner.size > 0 ? manner.size : size_of_lines(look, glyphs);
-  GrowArray<TextLine> lines;
+  GrowArray<FieldLine> lines;
   break_lines(glyphs, std::max<std::int64_t>(1, static_cast<std::int64_t>(room_for_text(look) * kEm / size)), lines);
   double y = look.height - padding(look) - type.ascent(glyphs) * size;
-  for (const TextLine& line : lines) {
+  for (const FieldLine& line : lines) {
     if (y < -size)
       break;  // nothing of it can be seen
     const double width = static_cast<double>(line.width) * size / kEm;
