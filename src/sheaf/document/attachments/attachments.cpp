@@ -77,8 +77,8 @@ bool take_name_out(CPDFXRefTable& table, CPDFDictionary& names, const PDF_String
   NameList list;
   bool good = true;
   name_tree_walk(table, names.get_item("EmbeddedFiles"), [&](const PDF_String& name, const CPDFObj& value) {
-    const bool same =
-        name.len == gone.len && std::memcmp(name.data, gone.data, static_cast<std::size_t>(gone.len)) == 0;
+    const bool same = name.len == gone.len &&
+                      (gone.len == 0 || std::memcmp(name.data, gone.data, static_cast<std::size_t>(gone.len)) == 0);
     if (same || list.find(name) >= 0)
       return;
     PDF_REF ref = value.as_ref();

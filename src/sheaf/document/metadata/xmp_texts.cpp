@@ -88,7 +88,8 @@ bool replace_xmp(CPDFDoc& doc, const void* packet, std::size_t size) {
       continue;
     parsed.get(property, text);
     read_info_text(doc, property.key, old);
-    const bool same = text.size() == old.size() && std::memcmp(text.begin(), old.begin(), text.size()) == 0;
+    const bool same =
+        text.size() == old.size() && (text.empty() || std::memcmp(text.begin(), old.begin(), text.size()) == 0);
     if (!same && (!text.push('\0') || !doc.set_info(property.key, text.begin())))
       return false;
   }
