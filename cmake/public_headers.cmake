@@ -1,60 +1,13 @@
-# The headers that are installed: what the examples and the guide use, and what those headers need.
+# The headers that are installed. Each compiles by itself, and includes no other than these.
 set(SHEAF_PUBLIC_HEADERS
-  base/fixed.h
-  base/grow_array.h
-  base/heap.h
-  base/heap_watch.h
-  base/number_map.h
-  base/scope_guard.h
-  base/stream.h
-  base/stream_blocks.h
-  base/stream_output.h
-  base/stream_update.h
-  base/visited_set.h
-  base/work_watch.h
-  cache/font_caches.h
-  document/attachments/attachments.h
-  document/content/content_check.h
+  # The C++ layer and the C interface.
+  sheaf.h
+  sheaf.hpp
   document/content/content_reader.h
-  document/content/content_text.h
-  document/content/content_writer.h
-  document/diff/doc_diff.h
-  document/doc.h
-  document/forms/flattener.h
-  document/forms/form_data.h
-  document/forms/form_filler.h
-  document/images/image.h
-  document/merge/doc_merge.h
-  document/merge/merge_report.h
-  document/metadata/doc_metadata.h
-  document/metadata/xmp_texts.h
-  document/names/name_list.h
-  document/outline/destinations.h
-  document/outline/outline.h
-  document/pages/page_arrange.h
-  document/pages/page_boxes.h
-  document/pages/page_content.h
-  document/pages/page_labels.h
-  document/pages/page_list.h
-  document/pages/page_nodes.h
-  document/pages/page_stamp.h
-  document/paths/object_path.h
-  document/revisions/revisions.h
-  document/save/doc_saver.h
-  document/save/save_kinds.h
-  document/signatures/signature_check.h
-  document/signatures/signature_list.h
-  document/signatures/signature_writer.h
-  document/text/text_setter.h
-  document/writer/doc_writer.h
-  document/writer/edited_file.h
-  document/writer/write_options.h
-  filters/stream_filter.h
   layer/content.h
   layer/core_ref.h
   layer/data.h
   layer/document.h
-  layer/node.h
   layer/object.h
   layer/pages.h
   layer/parts.h
@@ -63,36 +16,53 @@ set(SHEAF_PUBLIC_HEADERS
   layer/signing.h
   layer/storage.h
   layer/value.h
-  neighbours/fonts/cmap_resources.h
-  neighbours/fonts/environment.h
-  neighbours/fonts/font.h
-  neighbours/fonts/programs/font_type0.h
-  neighbours/fonts/programs/tt_layout.h
-  neighbours/fonts/programs/tt_parts.h
-  neighbours/page/acro_form.h
-  neighbours/page/blend_mode.h
-  neighbours/page/bmp32.h
-  neighbours/page/form.h
-  neighbours/page/page.h
-  neighbours/security/aes.h
-  neighbours/security/encrypter.h
-  neighbours/security/key_material.h
-  neighbours/security/rc4.h
-  neighbours/security/standard_handler.h
+  # Below it: the table, and what it is made of.
+  base/fixed.h
+  base/grow_array.h
+  base/heap.h
+  base/scope_guard.h
+  base/stream.h
+  cache/font_caches.h
+  filters/stream_filter.h
   object/array.h
-  object/coding_para.h
   object/dictionary.h
   object/encrypt.h
   object/object.h
   object/parse_buf.h
-  object/references.h
   object/sec_hand.h
-  object/stored_bytes.h
   object/stream_rec.h
-  object/text_utf8.h
-  sheaf.h
-  sheaf.hpp
   xref/guards.h
-  xref/page_set.h
   xref/xref_table.h
+  neighbours/fonts/environment.h
+  neighbours/fonts/font.h
+  neighbours/page/acro_form.h
+  neighbours/page/bmp32.h
+  neighbours/page/form.h
+  neighbours/page/page.h
+  neighbours/security/encrypter.h
+  neighbours/security/standard_handler.h
+  # Documents, and what the layer has no operation for.
+  document/doc.h
+  document/save/save_kinds.h
+  document/diff/doc_diff.h
+  document/forms/flattener.h
+  document/forms/form_data.h
+  document/forms/form_filler.h
+  document/images/image.h
+  document/merge/doc_merge.h
+  document/merge/merge_report.h
+  document/metadata/xmp_texts.h
+  document/outline/outline.h
+  document/pages/page_arrange.h
+  document/pages/page_boxes.h
+  document/pages/page_labels.h
+  document/pages/page_stamp.h
+  document/paths/object_path.h
+  document/revisions/revisions.h
+  document/signatures/signature_check.h
+  document/signatures/signature_list.h
+  document/signatures/signature_writer.h
+  document/text/text_setter.h
+  document/writer/doc_writer.h
+  document/writer/write_options.h
 )

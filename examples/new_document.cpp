@@ -8,7 +8,7 @@
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/document/doc.h"
 #include "sheaf/neighbours/fonts/environment.h"
-#include "sheaf/neighbours/fonts/programs/font_type0.h"
+#include "sheaf/neighbours/fonts/font.h"
 #include "sheaf/neighbours/page/bmp32.h"
 
 namespace {
@@ -16,7 +16,7 @@ namespace {
 constexpr int kEmbed = 8;  // a font style: its used glyphs go into the file
 
 // The text as the operand of a "Tj": two bytes a glyph, in hexadecimal.
-std::string glyphs(CPDFFontType0& font, const std::wstring& text) {
+std::string glyphs(CPDFFont& font, const std::wstring& text) {
   std::vector<unsigned char> codes(2 * text.size());
   font.encode(text.data(), static_cast<int>(text.size()), codes.data());
   std::string out = "<";
@@ -93,7 +93,7 @@ int main(int argc, char** argv) {
   CPDFEnviroment* const fonts = new CPDFEnviroment;
   table.set_envirment(fonts, "demo");
   CPDFEnviroment::destroy(fonts);
-  auto* const font = static_cast<CPDFFontType0*>(table.new_font_type0_h(argc > 2 ? argv[2] : "DejaVu Sans", kEmbed));
+  CPDFFont* const font = table.new_font_type0_h(argc > 2 ? argv[2] : "DejaVu Sans", kEmbed);
   const PDF_REF photo = table.new_image_jpeg(argv[1]);
   const PDF_REF disc = new_disc(table);
   if (font == nullptr || photo.num == 0 || disc.num == 0) {

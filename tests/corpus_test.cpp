@@ -9,6 +9,7 @@
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/document/doc.h"
 #include "sheaf/filters/stream_filter.h"
+#include "sheaf/neighbours/security/standard_handler.h"
 #include "sheaf/object/array.h"
 #include "support/corpus.h"
 #include "support/test_table.h"

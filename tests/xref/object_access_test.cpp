@@ -5,6 +5,7 @@
 
 #include "sheaf/filters/stream_filter.h"
 #include "sheaf/neighbours/fonts/environment.h"
+#include "sheaf/object/references.h"
 #include "support/pdf_builder.h"
 #include "support/test_table.h"
 

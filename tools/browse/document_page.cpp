@@ -16,6 +16,7 @@
 #include "map/map_heading.h"
 #include "map/map_style.h"
 #include "sheaf/base/scope_guard.h"
+#include "sheaf/object/references.h"
 #include "support/document_check.h"
 #include "support/progress.h"
 #include "support/tool_support.h"

@@ -4,6 +4,8 @@
 
 #include "batch/batch.h"
 #include "sheaf/base/scope_guard.h"
+#include "sheaf/neighbours/security/key_material.h"
+#include "sheaf/neighbours/security/standard_handler.h"
 #include "sheaf/object/array.h"
 #include "support/command_line.h"
 #include "support/json_values.h"

@@ -3,6 +3,7 @@
 #include <cstdio>
 
 #include "sheaf/base/heap.h"
+#include "sheaf/base/stream_blocks.h"
 #include "sheaf/document/pages/page_boxes.h"
 #include "sheaf/document/pages/page_labels.h"
 #include "support/command_line.h"

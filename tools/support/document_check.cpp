@@ -6,10 +6,12 @@
 
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/document/content/content_check.h"
+#include "sheaf/document/pages/page_content.h"
 #include "sheaf/filters/decode_parms.h"
 #include "sheaf/filters/stream_filter.h"
 #include "sheaf/filters/stream_flaw.h"
 #include "sheaf/object/array.h"
+#include "sheaf/object/references.h"
 #include "support/progress.h"
 #include "support/tool_support.h"
 

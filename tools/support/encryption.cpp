@@ -3,6 +3,7 @@
 
 #include <algorithm>
 
+#include "sheaf/neighbours/security/aes.h"
 #include "sheaf/neighbours/security/digests.h"
 #include "sheaf/object/array.h"
 #include "support/command_line.h"

@@ -1,6 +1,7 @@
 // A revision is the file up to its end, opened as a document of its own.
 #include "support/revision_documents.h"
 
+#include "sheaf/base/stream_blocks.h"
 #include "support/inputs.h"
 #include "support/tool_support.h"
 

@@ -4,6 +4,7 @@
 #include <memory>
 #include <string>
 
+#include "sheaf/base/stream_blocks.h"
 #include "sheaf/document/doc.h"
 #include "sheaf/document/revisions/revisions.h"
 #include "support/password_options.h"

@@ -10,6 +10,7 @@
 #include "sheaf/base/heap.h"
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/filters/ccitt.h"
+#include "sheaf/neighbours/security/standard_handler.h"
 #include "sheaf/object/text_utf8.h"
 #include "support/inputs.h"
 

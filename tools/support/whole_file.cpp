@@ -2,6 +2,7 @@
 #include "support/whole_file.h"
 
 #include "sheaf/base/scope_guard.h"
+#include "sheaf/neighbours/security/aes.h"
 #include "sheaf/neighbours/security/encrypter.h"
 #include "sheaf/neighbours/security/key_material.h"
 #include "sheaf/object/array.h"

@@ -110,4 +110,11 @@ void note_heap_refusal() {
   ++refusals;
 }
 
+void* heap_object(std::size_t size) {
+  void* const object = WorkWatch::step() ? nullptr : ::operator new(size, std::nothrow);
+  if (object == nullptr)
+    note_heap_refusal();
+  return object;
+}
+
 }  // namespace sheaf

@@ -7,8 +7,6 @@
 #include <cstdint>
 #include <new>
 
-#include "sheaf/base/work_watch.h"
-
 /// The functions behind the heap family. All members must be set; `context` is passed through.
 struct QVHeapHooks {
   void* (*alloc)(void* context, std::size_t size);
@@ -50,6 +48,8 @@ void heap_expects_writes(void* block, std::size_t size);
 std::uint64_t heap_refusals();
 /// Counts a refusal that the family did not see.
 void note_heap_refusal();
+/// Memory for an object of a class, or null, which then counts as a refusal. Released by operator delete.
+void* heap_object(std::size_t size);
 
 }  // namespace sheaf
 
@@ -57,11 +57,8 @@ void note_heap_refusal();
 /// keeps the empty bases of a class and of its first member apart.
 template <class Class>
 struct QVHeapObject {
-  static void* operator new(std::size_t size, const std::nothrow_t& tag) noexcept {
-    void* const object = sheaf::WorkWatch::step() ? nullptr : ::operator new(size, tag);
-    if (object == nullptr)
-      sheaf::note_heap_refusal();
-    return object;
+  static void* operator new(std::size_t size, const std::nothrow_t& /*tag*/) noexcept {
+    return sheaf::heap_object(size);
   }
   static void* operator new(std::size_t size) { return ::operator new(size); }
   static void operator delete(void* object) { ::operator delete(object); }

@@ -1,6 +1,8 @@
 // Takes a stream's bytes by the length in its record, by "Length", or up to endstream, and decrypts them.
 #include "sheaf/clone/stored_bytes_internal.h"
 
+#include "sheaf/object/stored_bytes.h"
+
 namespace sheaf {
 
 bool read_stored_bytes(CPDFXRefTable& table, const CPDFStreamRec& rec, unsigned char*& data, int& len) {

@@ -12,23 +12,25 @@
 // down stand where their entries say.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 #include "sheaf/base/grow_array.h"
 #include "sheaf/base/stream.h"
-#include "sheaf/base/stream_blocks.h"
-#include "sheaf/base/stream_update.h"
-#include "sheaf/document/metadata/doc_metadata.h"
-#include "sheaf/document/pages/page_list.h"
-#include "sheaf/document/save/doc_saver.h"
 #include "sheaf/document/save/save_kinds.h"
 #include "sheaf/neighbours/page/page.h"
-#include "sheaf/neighbours/security/standard_handler.h"
 #include "sheaf/xref/xref_table.h"
 
+class CPDFStandardSecHand;
+class CQVStreamBlocks;
+class CQVStreamUpdate;
+
 namespace sheaf {
+class DocMetadata;
+class DocSaver;
 class DocumentOpener;
 class ObjectRescue;
+class PageList;
 }  // namespace sheaf
 
 /// How a document came open, or why it did not.
@@ -55,14 +57,14 @@ struct PDF_DOC_REPAIR {
 /// One document at a time. The table inside is the library's; everything above it is a caller.
 class CPDFDoc {
 public:
-  CPDFDoc() = default;
+  CPDFDoc();
   CPDFDoc(const CPDFDoc&) = delete;
   CPDFDoc& operator=(const CPDFDoc&) = delete;
-  ~CPDFDoc() { close(); }
+  ~CPDFDoc();
 
   /// The password, as UTF-8, that an encrypted document will be opened with. Copied; wiped with the
   /// document object. Null takes it back.
-  void set_password(const char* utf8) { handler_.set_password(utf8); }
+  void set_password(const char* utf8);
   /// Opens a file for reading. True when pages can be asked for, or when the document is encrypted
   /// and waits for a password.
   bool open(const char* path);
@@ -88,7 +90,8 @@ public:
   bool is_encrypted() const { return !table_.encrypt.is_null(); }
   /// Whether objects can be read as they are: not encrypted, or authorised.
   bool is_readable() const { return !is_encrypted() || authorised_; }
-  /// The handler of an encrypted document: whether and how it opened, and with which methods.
+  /// The handler of an encrypted document: whether and how it opened, and with which methods. Declared in
+  /// neighbours/security/standard_handler.h.
   const CPDFStandardSecHand& handler() const { return handler_; }
   /// The "L" of a linearized file, also of one that was updated since; 0 when it is none.
   std::uint32_t linearized_length() const { return table_.linearized_length; }
@@ -109,7 +112,7 @@ public:
   /// is walked after all.
   bool list_pages_as_told();
   /// Whether the list is still as the nodes tell.
-  bool has_pages_as_told() const { return pages_.is_as_told(); }
+  bool has_pages_as_told() const;
   /// Reads page `index` with what it inherits. False when there is none.
   bool load_page(int index, CPDFPage& page);
   /// The same without resources that stand directly in a node above: `page.inherited` names the node,
@@ -118,25 +121,23 @@ public:
   /// Whether `page` has no resources of its own, but a node above it holds some directly.
   bool inherits_direct_resources(const CPDFPage& page);
   /// The resources that stand directly in the node `holder`, as PDF_INHERITED names it. Null for none.
-  void read_direct_resources(CPDFObj& resources, std::int32_t holder) {
-    pages_.nodes.read_direct_resources(resources, holder);
-  }
+  void read_direct_resources(CPDFObj& resources, std::int32_t holder);
   /// Whether a value is absent: no item, a null, or a reference to nothing.
-  bool is_absent(const CPDFObj* item) { return pages_.nodes.is_absent(item); }
+  bool is_absent(const CPDFObj* item);
   /// A page that is listed more often than this, all copies of all pages counted, is listed as the
   /// object that it is: a copy each would take memory out of all proportion to the file.
   static constexpr std::int32_t kMostPageCopies = 1 << 14;
 
   /// Puts a page object of this document in front of page `index`, or behind the last page. The page
   /// tree follows with the next save. False when there is no such place, or when `page` is no page.
-  bool insert_page(int index, const PDF_REF& page) { return pages_.insert(index, page); }
+  bool insert_page(int index, const PDF_REF& page);
   /// Takes page `index` off the list; its object stays.
-  bool remove_page(int index) { return pages_.remove(index); }
+  bool remove_page(int index);
   /// Moves page `from` so that it becomes page `to`.
-  bool move_page(int from, int to) { return pages_.move(from, to); }
+  bool move_page(int from, int to);
   /// Writes the page tree anew when pages were edited; saves do so themselves. False when there is no
   /// memory or no catalogue that can be changed.
-  bool store_page_tree() { return pages_.store_tree(); }
+  bool store_page_tree();
 
   /// Gives new stream data a temporary file without a name in `folder` (null: TMPDIR, else /tmp),
   /// which goes with the document or the process. Without one they stay in memory. A document that
@@ -144,7 +145,7 @@ public:
   bool use_temp_file(const char* folder);
   /// Sets a text of the document information ("Title", "Author" ...) and the date of change; a packet of
   /// metadata follows with the next save. The change waits for a save.
-  bool set_info(const char* key, const char* utf8) { return metadata_.set_info(key, utf8); }
+  bool set_info(const char* key, const char* utf8);
   /// Embeds a file of less than 2 GiB and lists it among the document's embedded files under its base
   /// name. False when that fails; `table().file_too_large` is then not 0 if the file's size is why.
   bool attach(const char* path);
@@ -152,42 +153,42 @@ public:
   /// Whether plain saves go over one another, as they do unless asked otherwise. With kAppend the plain
   /// sections become one with the next sealed save, and at `close` when all is saved. Only a document of
   /// `open_for_update` can be saved so.
-  void set_save_safety(PDF_SAVE_SAFETY safety) { saver_.set_safety(safety); }
+  void set_save_safety(PDF_SAVE_SAFETY safety);
   /// What saves add to the document besides its changes; nothing unless asked for.
-  void set_frame(PDF_FRAME frame) { metadata_.set_frame(frame); }
+  void set_frame(PDF_FRAME frame);
   /// What it has of that.
-  void read_frame(PDF_FRAME_FOUND& found) { metadata_.read_frame(found); }
+  void read_frame(PDF_FRAME_FOUND& found);
   /// Whether a save found a packet of metadata that cannot be read, and so left it as it was.
-  bool metadata_left_behind() const { return metadata_.packet_left_behind(); }
+  bool metadata_left_behind() const;
   /// Writes all changes as an update section, encrypted as the document is; `sign` seals it. Each
   /// section has an identifier of its own (ISO 32000-1, 14.4). Without a change since the last save
   /// nothing is written. False when the changes are not in the file; `last_save` says why.
-  bool save_update(PDF_SAVE_FORM form, PDF_SIGN_DATA* sign) { return saver_.save_update(form, sign); }
-  PDF_SAVE last_save() const { return saver_.last_save(); }
+  bool save_update(PDF_SAVE_FORM form, PDF_SIGN_DATA* sign);
+  PDF_SAVE last_save() const;
   /// Where the last state that is whole ends in the file: that of opening, of the last sealed save or,
   /// with kAppend, of the last plain one. Counted from the file's first byte.
-  long long sound_end() const { return saver_.sound_end(); }
+  long long sound_end() const;
   /// Cuts off, after a save that failed, what it left behind `sound_end`. The changes go on waiting,
   /// and the next save writes all of them. False when the file cannot be cut.
-  bool undo_failed_save() { return saver_.undo_failed_save(); }
+  bool undo_failed_save();
 
   /// Puts the document's identifier into `id`, an empty one when there is none: what a new file needs
   /// whose keys stay as they are.
   void keep_identifier(CPDFObj& id);
   /// Writes a complete new file to `target.stream`. A catalogue or document information that stands
   /// directly in the trailer becomes an object first, so that what it refers to is kept.
-  void save_complete(CPDFXRefTable& target, CPDFEncrypt* enc) { saver_.save_complete(target, enc); }
+  void save_complete(CPDFXRefTable& target, CPDFEncrypt* enc);
   /// Brings into memory what a complete new file needs that the document does not have yet: the page
   /// tree after edits, what the fonts collected, metadata in step with the document information, objects
   /// for what stands directly in the trailer; streams lose crypt filters that `enc` (null: no encryption)
   /// does not have. `id` gets a new identifier where it is null. False when there is no memory.
-  bool prepare_complete(CPDFObj& id, const CPDFEncrypt* enc) { return saver_.prepare_complete(id, enc); }
+  bool prepare_complete(CPDFObj& id, const CPDFEncrypt* enc);
   /// Writes the page tree anew, in branches of equal size: each page then has all that it inherited from
   /// above itself, and is listed once. The change waits for a save. False as for `store_page_tree`.
-  bool rebuild_page_tree() { return pages_.rebuild_tree(); }
+  bool rebuild_page_tree();
   /// Cuts the file opened for update to `size` bytes, counted from its first one. False, and nothing is
   /// done, when that is in front of the end of what was opened or sealed, or behind the file's end.
-  bool truncate_to(long long size) { return saver_.truncate_to(size); }
+  bool truncate_to(long long size);
 
   /// The page list of a linearized file from its start alone, without its main table. True when the
   /// file was not updated since and every page that the hints name stands where they say; the list
@@ -218,10 +219,19 @@ private:
   bool waits_for_password() const { return is_encrypted() && !is_readable(); }
   void add_repair(const char* code, std::int32_t num, std::uint32_t offset, const char* action);
 
+  // Made in `room_`, so that a document needs no memory before it is opened.
+  struct Parts;
+  static constexpr std::size_t kRoom = 1024;
+  alignas(std::max_align_t) unsigned char room_[kRoom];
+
   CPDFXRefTable table_;
-  CPDFStandardSecHand handler_;
-  CQVStreamBlocks blocks_;  // a document opened for reading
-  CQVStreamUpdate file_;    // a document opened for update
+  Parts& parts_;
+  CPDFStandardSecHand& handler_;
+  CQVStreamBlocks& blocks_;  // a document opened for reading
+  CQVStreamUpdate& file_;    // a document opened for update
+  sheaf::PageList& pages_;
+  sheaf::DocMetadata& metadata_;
+  sheaf::DocSaver& saver_;
   CQVStream* stream_ = nullptr;
   long long storage_base_ = 0;             // where the document begins in the stream's storage
   sheaf::ObjectRescue* rescue_ = nullptr;  // owned; null without memory
@@ -231,10 +241,6 @@ private:
   char version_[8]{};
   long long file_size_ = 0;
   long long header_offset_ = 0;
-  sheaf::PageList pages_{table_};
   sheaf::GrowArray<PDF_DOC_REPAIR> repairs_;
   std::uint32_t table_repairs_told_ = 0;
-
-  sheaf::DocMetadata metadata_{table_};
-  sheaf::DocSaver saver_{*this, file_, metadata_};
 };

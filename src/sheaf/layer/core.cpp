@@ -21,8 +21,8 @@ Error error_of(Code code, std::string message, std::int32_t object, std::int64_t
   return {code, object, offset, std::move(message)};
 }
 
-void release_node(Node* node) {
-  node->core->release(node);
+void release_node(NodeHead* node) {
+  node->core->release(static_cast<Node*>(node));
 }
 
 void refresh_nodes(Core& core) {

@@ -15,6 +15,7 @@
 #include "sheaf/document/doc.h"
 #include "sheaf/document/forms/form_filler.h"
 #include "sheaf/document/merge/doc_merge.h"
+#include "sheaf/layer/node_internal.h"
 #include "sheaf/layer/progress.h"
 #include "sheaf/layer/result.h"
 #include "sheaf/layer/storage.h"

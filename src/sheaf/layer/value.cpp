@@ -54,6 +54,10 @@ Value Value::follow(CPDFObj* item) const {
   return item->tag == kTagRef ? node_->core->object(item->as_ref().num) : Value(*this, *item, item, -1);
 }
 
+layer::Node& Value::node() const {
+  return static_cast<layer::Node&>(*node_);
+}
+
 // What is not there: null, but of the same document, which keeps the failure of changes.
 Value Value::missing() const {
   static CPDFObj nothing{};  // never changed
@@ -72,8 +76,8 @@ const CPDFObj& Value::moved() const {
     if (found != array.items + array.count)
       return *found;
   }
-  const CPDFObj* const buried = std::find_if(node_->buried.begin(), node_->buried.end(), is_it);
-  return buried != node_->buried.end() ? *buried : kNull;
+  const CPDFObj* const buried = std::find_if(node().buried.begin(), node().buried.end(), is_it);
+  return buried != node().buried.end() ? *buried : kNull;
 }
 
 Value Value::operator[](const char* key) const {
@@ -171,7 +175,7 @@ CPDFObj* Value::begin_change() {
     refuse(Code::kStale, "another operation changed the object; its values have to be asked for again");
     return nullptr;
   }
-  if (value >= node_->buried.begin() && value < node_->buried.end()) {
+  if (value >= node().buried.begin() && value < node().buried.end()) {
     refuse(Code::kStale, "the value was replaced or removed, and is no part of the document any more");
     return nullptr;
   }
@@ -198,15 +202,15 @@ CPDFArray* Value::change_array() {
 }
 
 void Value::end_change() {
-  node_->core->note_change(*node_);
+  node_->core->note_change(node());
 }
 
 // Leaves `old` null. Values that point into it keep what they had.
 void Value::bury(CPDFObj& old) {
-  const std::int32_t own = node_->changed ? 2 : 1;
+  const std::int32_t own = node().changed ? 2 : 1;
   if (old.tag < kTagString || node_->users <= own)
     old.free();
-  else if (node_->buried.push(old))
+  else if (node().buried.push(old))
     old = CPDFObj{};
 }
 
@@ -246,10 +250,10 @@ bool Value::remove(std::string_view key) {
   if (old == nullptr)
     return dict != nullptr;
   CPDFDictItem** const place = std::find(dict->items, dict->items + dict->count, old);
-  if (node_->users <= (node_->changed ? 2 : 1)) {
+  if (node_->users <= (node().changed ? 2 : 1)) {
     (*place)->free();
     QVFree(*place);
-  } else if (!node_->buried_items.push(*place)) {
+  } else if (!node().buried_items.push(*place)) {
     return refuse(Code::kNoMemory, "there is no memory for a change");
   }
   --dict->count;

@@ -18,7 +18,6 @@
 #include <string_view>
 
 #include "sheaf/layer/data.h"
-#include "sheaf/layer/node.h"
 #include "sheaf/layer/object.h"
 #include "sheaf/layer/result.h"
 #include "sheaf/object/array.h"
@@ -42,6 +41,34 @@ enum class Coding { kFlate, kPlain };
 
 class Entries;
 class Elements;
+
+namespace layer {
+
+class Core;
+struct Node;
+
+/// What every value asks of its document: whether the table was changed below the layer.
+struct TableState {
+  const std::uint64_t* changes = nullptr;  ///< The table's count of changes.
+  std::uint64_t seen = 0;                  ///< What it was when the nodes were last compared.
+};
+
+/// An object of a document, as far as the values that point into it look at it.
+struct NodeHead {
+  TableState* state = nullptr;
+  Core* core = nullptr;
+  std::int32_t users = 0;   ///< Values that point into it; 1 more while it waits among the changed.
+  std::int32_t num = 0;     ///< Object number; 0: the trailer holds it.
+  std::uint32_t epoch = 0;  ///< How often the object was read anew.
+  CPDFObj obj{};
+};
+
+/// Called when nothing points into `node` any more.
+void release_node(NodeHead* node);
+/// Compares the nodes of the document with its table.
+void refresh_nodes(Core& core);
+
+}  // namespace layer
 
 class Value {
 public:
@@ -171,7 +198,7 @@ private:
   friend class Entries;
   friend class Elements;
 
-  Value(layer::Node* node, void* place, std::int32_t index) : node_(node), place_(place), index_(index) {
+  Value(layer::NodeHead* node, void* place, std::int32_t index) : node_(node), place_(place), index_(index) {
     ++node_->users;
     epoch_ = node_->epoch;
   }
@@ -199,10 +226,11 @@ private:
   CPDFArray* change_array();
   void end_change();
   void bury(CPDFObj& old);
+  layer::Node& node() const;
   bool fits(const Value& value, Object& as_object) const;
   bool refuse(Code code, const char* message) const;
 
-  layer::Node* node_ = nullptr;
+  layer::NodeHead* node_ = nullptr;
   void* place_ = nullptr;      // the value, or the array of which it is an element
   std::uint64_t content_ = 0;  // an array's or dictionary's own address: it is followed where it moves to
   std::int32_t index_ = -1;    // of the element

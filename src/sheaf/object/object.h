@@ -12,10 +12,10 @@
 class CPDFArray;
 class CPDFBuf;
 class CPDFDictionary;
+class CPDFEncrypt;
+class CPDFSecHand;
 class CQVStream;
 struct CPDFStreamRec;
-struct PDF_DEC_PARA;
-struct PDF_ENC_PARA;
 
 /// Object number and generation; {0, 0} means no object.
 struct PDF_REF {
@@ -24,6 +24,20 @@ struct PDF_REF {
   friend constexpr bool operator==(const PDF_REF&, const PDF_REF&) = default;
 };
 static_assert(sizeof(PDF_REF) == 8);
+
+/// For CPDFObj::read: the object being read and the handler that decrypts its strings.
+struct PDF_DEC_PARA {
+  PDF_REF ref;
+  CPDFSecHand* sec_hand;
+};
+
+/// For CPDFObj::write.
+struct PDF_ENC_PARA {
+  std::int32_t obj_num;  ///< For the object header and the key of the object.
+  std::int32_t gen;      ///< The same.
+  std::int32_t mode;     ///< 1 indirect object with header, 0 bare value.
+  CPDFEncrypt* encrypt;  ///< Borrowed; null prints strings and bodies as they are.
+};
 
 /// Raw bytes of a PDF string; no encoding is implied. `data[len]` is a NUL that does not count.
 struct PDF_String {

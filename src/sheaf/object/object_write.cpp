@@ -9,7 +9,6 @@
 #include "sheaf/base/heap.h"
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/object/array.h"
-#include "sheaf/object/coding_para.h"
 #include "sheaf/object/dictionary.h"
 #include "sheaf/object/encrypt.h"
 #include "sheaf/object/object.h"

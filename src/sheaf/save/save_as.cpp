@@ -9,6 +9,7 @@
 #include "sheaf/base/heap.h"
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/object/encrypt.h"
+#include "sheaf/object/references.h"
 #include "sheaf/save/entry_deflater_internal.h"
 #include "sheaf/save/object_runs_internal.h"
 #include "sheaf/save/stored_print.h"

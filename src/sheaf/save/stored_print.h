@@ -1,7 +1,7 @@
 // Printing an object whose body may still lie in a file.
 #pragma once
 
-#include "sheaf/object/coding_para.h"
+#include "sheaf/object/object.h"
 #include "sheaf/xref/xref_table.h"
 
 namespace sheaf {

@@ -3,7 +3,6 @@
 
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/base/stream.h"
-#include "sheaf/object/coding_para.h"
 #include "sheaf/object/stream_rec.h"
 #include "sheaf/save/xref_stream_internal.h"
 

@@ -9,6 +9,7 @@
 #include "sheaf/base/number_text.h"
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/object/parse_buf.h"
+#include "sheaf/object/references.h"
 #include "sheaf/xref/object_finder.h"
 #include "sheaf/xref/xref_table.h"
 

@@ -10,6 +10,7 @@
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/filters/stream_flaw.h"
 #include "sheaf/object/parse_buf.h"
+#include "sheaf/object/references.h"
 #include "sheaf/xref/xref_table.h"
 
 using namespace sheaf;

@@ -1,6 +1,7 @@
 // The stored bytes of a document's streams: where the object layer's StoredBytes gets the values from
 // that only the table knows.
 #include "sheaf/base/scope_guard.h"
+#include "sheaf/object/stored_bytes.h"
 #include "sheaf/xref/xref_table.h"
 
 using namespace sheaf;

@@ -26,14 +26,10 @@
 #include "sheaf/base/stream.h"
 #include "sheaf/cache/font_caches.h"
 #include "sheaf/object/array.h"
-#include "sheaf/object/coding_para.h"
 #include "sheaf/object/dictionary.h"
 #include "sheaf/object/object.h"
-#include "sheaf/object/references.h"
-#include "sheaf/object/stored_bytes.h"
 #include "sheaf/object/stream_rec.h"
 #include "sheaf/xref/guards.h"
-#include "sheaf/xref/page_set.h"
 
 class CPDFAcroForm;
 class CPDFBuf;
@@ -53,7 +49,9 @@ class CQVFTFont;
 
 namespace sheaf {
 class ObjectFinder;
-}
+class StoredBytes;
+enum class NoLength;
+}  // namespace sheaf
 
 /// Where an object lives. A fresh entry is {0, 0, -1}.
 ///
@@ -124,6 +122,20 @@ struct PDF_MEMSTREAM {
 struct PDF_STREAM_REC {
   std::uint32_t offset;
   std::uint32_t length;
+};
+
+/// One page of a linearized file, as known from its start alone.
+struct PDF_PAGE_ITEM {
+  std::uint32_t obj;    ///< Object number of the page.
+  std::int32_t width;   ///< Hundredths of a point; 0 until the hints are read.
+  std::int32_t height;  ///< The same.
+  std::int32_t rotate;  ///< Degrees, as the page's own dictionary has them.
+};
+
+/// All pages of such a file. Value-initialise it; the caller owns `pages` and releases it with QVFree.
+struct PDF_PAGE_SET {
+  std::int32_t count;    ///< Pages, from "N".
+  PDF_PAGE_ITEM* pages;  ///< `count` + 2 items, or null.
 };
 
 /// Makes a save a sealed one.
@@ -274,7 +286,7 @@ public:
   void get_stored(CPDFObj& out, const PDF_REF& ref);
   /// Appends the numbers of the objects that the object `num` refers to, found as get_stored finds
   /// it, but without making its value.
-  void get_references(sheaf::ReferenceList& found, std::int32_t num);
+  void get_references(sheaf::GrowArray<std::int32_t>& found, std::int32_t num);
   /// The decoded object stream at file offset `offset`; null on failure. Borrowed; valid until the
   /// next object stream is loaded.
   PDF_OBJSTM* get_objstm(unsigned int offset, int num, int gen);

@@ -7,6 +7,7 @@
 #include "sheaf/filters/stream_filter.h"
 #include "sheaf/neighbours/security/digests.h"
 #include "sheaf/neighbours/security/encrypter.h"
+#include "sheaf/neighbours/security/key_material.h"
 #include "sheaf/neighbours/security/rc4.h"
 #include "support/external_tool.h"
 #include "support/pdf_builder.h"

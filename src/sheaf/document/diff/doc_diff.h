@@ -5,8 +5,6 @@
 #include <cstdint>
 #include <string_view>
 
-#include "sheaf/base/grow_array.h"
-#include "sheaf/base/number_map.h"
 #include "sheaf/object/object.h"
 
 class CPDFDoc;

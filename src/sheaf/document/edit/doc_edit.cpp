@@ -8,6 +8,8 @@
 
 #include "sheaf/base/heap_watch.h"
 #include "sheaf/base/scope_guard.h"
+#include "sheaf/base/stream_blocks.h"
+#include "sheaf/base/stream_update.h"
 #include "sheaf/base/temporary_file.h"
 #include "sheaf/document/doc.h"
 #include "sheaf/document/names/name_tree.h"

@@ -3,14 +3,7 @@
 
 #include <cstdint>
 
-#include "sheaf/base/grow_array.h"
-#include "sheaf/base/scope_guard.h"
-#include "sheaf/base/visited_set.h"
-#include "sheaf/document/pages/page_content.h"
-#include "sheaf/object/object.h"
-
 class CPDFDoc;
-class CPDFDictionary;
 
 enum class PDF_FLATTEN : std::int32_t {
   kWidgets,  ///< The widgets of the form.
@@ -31,7 +24,7 @@ struct PDF_FLATTEN_REPORT {
 class CPDFFlattener {
 public:
   /// `doc` is open and readable.
-  explicit CPDFFlattener(CPDFDoc& doc);
+  explicit CPDFFlattener(CPDFDoc& doc) : doc_(doc) {}
   CPDFFlattener(const CPDFFlattener&) = delete;
   CPDFFlattener& operator=(const CPDFFlattener&) = delete;
 
@@ -44,29 +37,7 @@ public:
   const PDF_FLATTEN_REPORT& report() const { return report_; }
 
 private:
-  struct PageWork;
-
-  void read_default_resources();
-  void look_at_form();
-  void note_outdated_containers();
-  void note_container(const PDF_REF& ref);
-  bool empty_containers();
-  bool flatten_page(int index, PDF_FLATTEN what);
-  bool take(PageWork& work, const CPDFObj& item, const CPDFDictionary& dict, PDF_FLATTEN what);
-  bool draw(PageWork& work, const CPDFDictionary& annotation);
-  void complete_form(const PDF_REF& ref);
-  bool store_page(PageWork& work);
-  bool forget_named();
-  bool drop_form();
-
   CPDFDoc& doc_;
   PDF_FLATTEN_REPORT report_;
-  sheaf::VisitedSet pages_;
-  sheaf::VisitedSet made_forms_;
-  sheaf::VisitedSet containers_;             // object streams in which something stands that is gone
-  sheaf::GrowArray<PDF_REF> named_;          // annotations that are gone, and that the structure tree names
-  sheaf::Freed<CPDFObj> default_resources_;  // the form's
-  sheaf::PageContent content_;
-  int next_name_ = 0;
   bool prints_ = false;
 };

@@ -3,23 +3,8 @@
 
 #include <cstdint>
 
+#include "sheaf/document/save/save_kinds.h"
 #include "sheaf/xref/xref_table.h"
-
-/// The frame of PDF/A-1 (ISO 19005-1, 6.2.2, 6.7) that saves give a document.
-enum class PDF_FRAME : std::int32_t {
-  kNone,   ///< As it is.
-  kFrame,  ///< An output intent with its profile, and metadata.
-  kClaim,  ///< The same, and the metadata identify the document as PDF/A-1b: the caller vouches for the rest.
-};
-
-/// What a document has of that frame.
-struct PDF_FRAME_FOUND {
-  int output_intents = 0;         ///< How many there are,
-  int pdfa_intents = 0;           ///< and how many of them for PDF/A with a profile.
-  bool has_metadata = false;      ///< The catalogue has a metadata stream,
-  bool metadata_is_read = false;  ///< which is a packet that can be read,
-  char claim[8] = {};             ///< and identifies the document as, for example, "1B"; "" when it does not.
-};
 
 namespace sheaf {
 

@@ -1,8 +1,12 @@
 // Opening and closing, as callers see them. The ways into a file are those of DocumentOpener.
 #include "sheaf/base/scope_guard.h"
+#include "sheaf/base/stream_blocks.h"
 #include "sheaf/document/doc.h"
+#include "sheaf/document/metadata/doc_metadata.h"
 #include "sheaf/document/open/document_opener_internal.h"
 #include "sheaf/document/open/object_rescue_internal.h"
+#include "sheaf/document/pages/page_list.h"
+#include "sheaf/document/save/doc_saver.h"
 
 using namespace sheaf;
 

@@ -3,6 +3,7 @@
 #include "sheaf/document/open/deep_recovery_internal.h"
 #include "sheaf/document/open/document_opener_internal.h"
 #include "sheaf/document/open/object_rescue_internal.h"
+#include "sheaf/document/pages/page_list.h"
 
 namespace sheaf {
 

@@ -7,6 +7,8 @@
 #include "sheaf/base/heap_watch.h"
 #include "sheaf/document/open/entry_places_internal.h"
 #include "sheaf/document/open/object_rescue_internal.h"
+#include "sheaf/document/pages/page_list.h"
+#include "sheaf/neighbours/security/standard_handler.h"
 
 namespace sheaf {
 

@@ -7,6 +7,7 @@
 
 #include "sheaf/base/heap_watch.h"
 #include "sheaf/base/scope_guard.h"
+#include "sheaf/base/visited_set.h"
 #include "sheaf/document/doc.h"
 #include "sheaf/document/outline/destinations.h"
 #include "sheaf/object/array.h"

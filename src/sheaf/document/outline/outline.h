@@ -4,12 +4,15 @@
 #include <cstdint>
 
 #include "sheaf/base/grow_array.h"
-#include "sheaf/base/visited_set.h"
 #include "sheaf/object/object.h"
 
 class CPDFDoc;
 class CPDFArray;
 class CPDFDictionary;
+
+namespace sheaf {
+class VisitedSet;
+}
 
 /// One entry. What it owns is released with the outline.
 struct PDF_OUTLINE_ENTRY {

@@ -1,6 +1,7 @@
 // The pages of an open document, from its page list.
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/document/doc.h"
+#include "sheaf/document/pages/page_list.h"
 
 using namespace sheaf;
 

@@ -1,6 +1,7 @@
 // The page list of a linearized file by its hint tables. A table of its own is used for it: what the
 // hints infer never mixes with what the file's sections say.
 #include "sheaf/document/doc.h"
+#include "sheaf/neighbours/security/standard_handler.h"
 
 using namespace sheaf;
 

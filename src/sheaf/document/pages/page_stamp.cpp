@@ -8,12 +8,14 @@
 #include <new>
 
 #include "sheaf/base/heap_watch.h"
+#include "sheaf/base/number_map.h"
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/document/content/content_text.h"
 #include "sheaf/document/content/content_writer.h"
 #include "sheaf/document/doc.h"
 #include "sheaf/document/forms/flatten/page_resources_internal.h"
 #include "sheaf/document/forms/flattener.h"
+#include "sheaf/document/pages/page_content.h"
 
 using namespace sheaf;
 
@@ -76,8 +78,15 @@ Matrix place(const Shown& stamp, const Shown& page, const PDF_STAMP& how) {
 
 }  // namespace
 
+struct CPDFPageStamp::Made {
+  explicit Made(CPDFXRefTable& table) : content(table) {}
+
+  PageContent content;
+  NumberMap forms;  // by the index of the source's page plus one
+};
+
 CPDFPageStamp::CPDFPageStamp(CPDFDoc& target, CPDFDoc& source)
-    : target_(target), source_(source), content_(target.table()) {
+    : target_(target), source_(source), made_(new (std::nothrow) Made(target.table())) {
   CPDFFlattener flattener(source);
   // The objects that this makes are taken too: the import counts the objects of its source when it starts.
   if (flattener.run(PDF_FLATTEN::kAll))
@@ -87,11 +96,12 @@ CPDFPageStamp::CPDFPageStamp(CPDFDoc& target, CPDFDoc& source)
 CPDFPageStamp::~CPDFPageStamp() {
   if (import_ != nullptr)
     target_.table().import_end(import_);
+  delete made_;
 }
 
 PDF_REF CPDFPageStamp::form_of(std::int32_t stamp, const CPDFPage& page) {
-  if (forms_.get(stamp + 1) != 0)
-    return {forms_.get(stamp + 1), 0};
+  if (made_->forms.get(stamp + 1) != 0)
+    return {made_->forms.get(stamp + 1), 0};
   CPDFXRefTable& from = source_.table();
   CPDFXRefTable& table = target_.table();
   ContentText content;
@@ -114,7 +124,7 @@ PDF_REF CPDFPageStamp::form_of(std::int32_t stamp, const CPDFPage& page) {
     if (!table.store_object(form, made))
       return {0, 0};
   }
-  forms_.set(stamp + 1, form.num);
+  made_->forms.set(stamp + 1, form.num);
   return watch.all_granted() ? form : PDF_REF{0, 0};
 }
 
@@ -141,7 +151,7 @@ bool CPDFPageStamp::draw(const CPDFPage& page, CPDFDictionary& dict, const PDF_R
   content.name(name);
   content.op("Do");
   content.op("Q");
-  return how.below ? content_.put_in_front(dict, content) : content_.put_behind(dict, content);
+  return how.below ? made_->content.put_in_front(dict, content) : made_->content.put_behind(dict, content);
 }
 
 bool CPDFPageStamp::put(std::int32_t page, std::int32_t stamp, const PDF_STAMP& how) {
@@ -149,7 +159,7 @@ bool CPDFPageStamp::put(std::int32_t page, std::int32_t stamp, const PDF_STAMP& 
   CPDFXRefTable& table = target_.table();
   CPDFPage below;
   CPDFPage above;
-  if (import_ == nullptr || !target_.load_page(page, below) || !source_.load_page(stamp, above))
+  if (import_ == nullptr || made_ == nullptr || !target_.load_page(page, below) || !source_.load_page(stamp, above))
     return false;
   if (above.shown_width() == 0 || above.shown_height() == 0 || below.shown_width() == 0 || below.shown_height() == 0)
     return false;

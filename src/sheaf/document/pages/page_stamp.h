@@ -3,9 +3,9 @@
 
 #include <cstdint>
 
-#include "sheaf/base/number_map.h"
-#include "sheaf/document/pages/page_content.h"
+#include "sheaf/object/object.h"
 
+class CPDFDictionary;
 class CPDFDoc;
 class CPDFPage;
 struct CPDFMergeContext;
@@ -48,6 +48,6 @@ private:
   CPDFDoc& target_;
   CPDFDoc& source_;
   CPDFMergeContext* import_ = nullptr;  // ended with this object; null without memory
-  sheaf::PageContent content_;
-  sheaf::NumberMap forms_;  // by the index of the source's page plus one
+  struct Made;
+  Made* made_;  // what the target has got so far, owned; null without memory
 };

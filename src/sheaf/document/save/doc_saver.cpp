@@ -5,6 +5,7 @@
 
 #include "sheaf/base/heap_watch.h"
 #include "sheaf/document/doc.h"
+#include "sheaf/document/metadata/doc_metadata.h"
 #include "sheaf/document/save/identifier_internal.h"
 #include "sheaf/document/save/new_file_internal.h"
 #include "sheaf/document/save/section_window_internal.h"

@@ -4,7 +4,6 @@
 #include <algorithm>
 
 #include "sheaf/document/writer/readable_print.h"
-#include "sheaf/object/coding_para.h"
 #include "sheaf/save/stored_print.h"
 #include "sheaf/xref/pdf_header.h"
 

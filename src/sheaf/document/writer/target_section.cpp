@@ -11,7 +11,6 @@
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/document/writer/deflater.h"
 #include "sheaf/object/array.h"
-#include "sheaf/object/coding_para.h"
 #include "sheaf/object/stream_rec.h"
 
 namespace sheaf {

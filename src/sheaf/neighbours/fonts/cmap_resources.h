@@ -73,22 +73,3 @@ private:
   Table cmaps_;
   Table tounicodes_;
 };
-
-/// An environment's share in the resources: a new one has resources of its own, a copy those of the
-/// original.
-class CPDFCMapShare {
-public:
-  CPDFCMapShare() : resources_(CPDFCMapResources::create()) {}
-  CPDFCMapShare(const CPDFCMapShare& other) : resources_(other.resources_) {
-    if (resources_ != nullptr)
-      resources_->join();
-  }
-  CPDFCMapShare& operator=(const CPDFCMapShare&) = delete;
-  ~CPDFCMapShare() { CPDFCMapResources::leave(resources_); }
-
-  /// Null when there was no memory.
-  CPDFCMapResources* get() const { return resources_; }
-
-private:
-  CPDFCMapResources* resources_;
-};

@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include "sheaf/base/heap.h"
+#include "sheaf/neighbours/fonts/cmap_resources.h"
 #include "sheaf/neighbours/fonts/environment_fonts_internal.h"
 #include "sheaf/neighbours/fonts/mutex_lock_internal.h"
 #include "sheaf/neighbours/fonts/programs/font_shelf_internal.h"
@@ -16,7 +17,8 @@ constexpr useconds_t kRetryMicroseconds = 10;
 
 }  // namespace
 
-CPDFEnviroment::CPDFEnviroment() : fonts_(FontShelf::create()), font_uses_(FontUses::create()) {
+CPDFEnviroment::CPDFEnviroment()
+    : fonts_(FontShelf::create()), font_uses_(FontUses::create()), maps_(CPDFCMapResources::create()) {
   pthread_mutex_init(&mutex, nullptr);
 }
 
@@ -25,6 +27,8 @@ CPDFEnviroment::CPDFEnviroment(const CPDFEnviroment& other)
   pthread_mutex_init(&mutex, nullptr);
   if (fonts_ != nullptr)
     fonts_->hold();
+  if (maps_ != nullptr)
+    maps_->join();
 }
 
 // The mutex is destroyed before: nobody else knows the copy any more.
@@ -33,6 +37,7 @@ CPDFEnviroment::~CPDFEnviroment() {
   QVFree(font_uses_);
   if (fonts_ != nullptr)
     fonts_->drop();
+  CPDFCMapResources::leave(maps_);
 }
 
 void CPDFEnviroment::unload() {

@@ -9,9 +9,8 @@
 
 #include <pthread.h>
 
-#include "sheaf/neighbours/fonts/cmap_resources.h"
-
 class CPDFCMap;
+class CPDFCMapResources;
 class CPDFCMapToUnicode;
 class CQVFTFont;
 
@@ -74,5 +73,5 @@ private:
 
   sheaf::FontShelf* fonts_ = nullptr;     // null only when there was no memory: no font is known then
   sheaf::FontUses* font_uses_ = nullptr;  // what this copy has taken from the shelf
-  CPDFCMapShare maps_;
+  CPDFCMapResources* maps_;               // shared with the copies; null only when there was no memory
 };

@@ -6,11 +6,11 @@
 using namespace sheaf;
 
 bool CPDFEnviroment::add_cmap_folder(const char* path) {
-  return maps_.get() != nullptr && maps_.get()->add_folder(path);
+  return maps_ != nullptr && maps_->add_folder(path);
 }
 
 CPDFCMap* CPDFEnviroment::load_cmap(const char* name) {
-  return maps_.get() != nullptr ? maps_.get()->load_cmap(name) : nullptr;
+  return maps_ != nullptr ? maps_->load_cmap(name) : nullptr;
 }
 
 void CPDFEnviroment::release_cmap(CPDFCMap* map) {
@@ -18,7 +18,7 @@ void CPDFEnviroment::release_cmap(CPDFCMap* map) {
 }
 
 CPDFCMapToUnicode* CPDFEnviroment::load_cmap_tounicode(const char* name) {
-  return maps_.get() != nullptr ? maps_.get()->load_tounicode(name) : nullptr;
+  return maps_ != nullptr ? maps_->load_tounicode(name) : nullptr;
 }
 
 void CPDFEnviroment::release_cmap_tounicode(CPDFCMapToUnicode* map) {

@@ -4,7 +4,10 @@
 #include <cstring>
 #include <new>
 
+#include "sheaf/neighbours/security/aes.h"
 #include "sheaf/neighbours/security/crypt_filter.h"
+#include "sheaf/neighbours/security/key_material.h"
+#include "sheaf/neighbours/security/rc4.h"
 #include "sheaf/object/dictionary.h"
 
 using namespace sheaf;
@@ -20,7 +23,12 @@ constexpr std::uint32_t kReservedClear = 3;
 
 }  // namespace
 
+CPDFStandardEncrypt::CPDFStandardEncrypt() : key_(*new (key_room_) FileKey) {
+  static_assert(sizeof(FileKey) <= kKeyRoom);
+}
+
 CPDFStandardEncrypt::~CPDFStandardEncrypt() {
+  key_.~FileKey();
   delete aes_;
   delete rc4_;
 }

@@ -1,10 +1,14 @@
 // The standard security handler for writing (ISO 32000-2, 7.6.4).
 #pragma once
 
-#include "sheaf/neighbours/security/aes.h"
-#include "sheaf/neighbours/security/rc4.h"
 #include "sheaf/neighbours/security/standard_handler.h"
 #include "sheaf/object/encrypt.h"
+
+class CQVSecRC4;
+
+namespace sheaf {
+class AesCbc;
+}
 
 /// Encrypts with fresh passwords, or with the keys of a document that was opened.
 class CPDFStandardEncrypt : public CPDFEncrypt {
@@ -19,6 +23,7 @@ public:
     bool clear_metadata = false;
   };
 
+  CPDFStandardEncrypt();
   ~CPDFStandardEncrypt() override;
 
   /// Makes keys and dictionary for `settings`. `id0` is the first element of the identifier that
@@ -48,7 +53,9 @@ private:
   int begin(Method method, int num, int gen, unsigned char* dst);
   void encrypt(Method method, int num, int gen, const unsigned char* src, int len, unsigned char* dst, int* out_len);
 
-  sheaf::FileKey key_;
+  static constexpr std::size_t kKeyRoom = 48;
+  alignas(std::max_align_t) unsigned char key_room_[kKeyRoom];
+  sheaf::FileKey& key_;  // made in `key_room_`; wiped when it goes
   Method strings_ = Method::kAES256;
   Method streams_ = Method::kAES256;
   Method present_ = Method::kAES256;  // of the stream that is being encrypted

@@ -4,10 +4,12 @@
 
 #include <algorithm>
 #include <cstring>
+#include <new>
 
 #include "sheaf/base/heap.h"
 #include "sheaf/neighbours/security/aes.h"
 #include "sheaf/neighbours/security/crypt_filter.h"
+#include "sheaf/neighbours/security/key_material.h"
 #include "sheaf/neighbours/security/rc4.h"
 #include "sheaf/object/array.h"
 #include "sheaf/object/dictionary.h"
@@ -105,8 +107,18 @@ const char* named_crypt_filter(const CPDFDictionary& dict) {
 
 }  // namespace sheaf
 
+struct CPDFStandardSecHand::Secrets {
+  KeyParameters para;
+  FileKey key;
+};
+
+CPDFStandardSecHand::CPDFStandardSecHand() : secrets_(*new (room_) Secrets), para_(secrets_.para), key_(secrets_.key) {
+  static_assert(sizeof(Secrets) <= kRoom);
+}
+
 CPDFStandardSecHand::~CPDFStandardSecHand() {
   CPDFStandardSecHand::set_password(nullptr);
+  secrets_.~Secrets();
 }
 
 const char* CPDFStandardSecHand::method_name(Method method) {

@@ -2,9 +2,18 @@
 // bits, crypt filters with RC4 and AES-128, and AES-256 of revisions 5 and 6.
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
+
 #include "sheaf/base/grow_array.h"
-#include "sheaf/neighbours/security/key_material.h"
 #include "sheaf/object/sec_hand.h"
+
+namespace sheaf {
+template <std::size_t Size>
+struct SecretBytes;
+using FileKey = SecretBytes<32>;
+struct KeyParameters;
+}  // namespace sheaf
 
 class CPDFStandardSecHand : public CPDFSecHand {
 public:
@@ -19,7 +28,7 @@ public:
   };
   enum class Method : std::uint8_t { kIdentity, kRC4, kAES128, kAES256 };
 
-  CPDFStandardSecHand() = default;
+  CPDFStandardSecHand();
   ~CPDFStandardSecHand() override;
 
   void set_password(const char* utf8) override;
@@ -60,9 +69,14 @@ private:
   Method method_of(int num) const;
   void decrypt(Method method, int num, int gen, const unsigned char* src, int len, unsigned char* dst, int* out_len);
 
-  sheaf::KeyParameters para_;
+  // Made in `room_`; wiped when it goes.
+  struct Secrets;
+  static constexpr std::size_t kRoom = 256;
+  alignas(std::max_align_t) unsigned char room_[kRoom];
+  Secrets& secrets_;
+  sheaf::KeyParameters& para_;
+  sheaf::FileKey& key_;
   sheaf::GrowArray<unsigned char> id_;
-  sheaf::FileKey key_;
   Outcome outcome_ = Outcome::kNotTried;
   Method streams_ = Method::kRC4;
   Method strings_ = Method::kRC4;

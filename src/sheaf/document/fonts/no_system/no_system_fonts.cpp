@@ -1,5 +1,6 @@
 // A build without fonts finds none.
 #include "sheaf/document/fonts/system_fonts.h"
+#include "sheaf/neighbours/fonts/programs/font_type0.h"
 
 namespace sheaf {
 

@@ -5,19 +5,61 @@
 #include <cstring>
 #include <new>
 
+#include "sheaf/base/grow_array.h"
 #include "sheaf/base/heap_watch.h"
+#include "sheaf/base/number_map.h"
+#include "sheaf/base/scope_guard.h"
+#include "sheaf/base/visited_set.h"
 #include "sheaf/document/content/content_writer.h"
 #include "sheaf/document/doc.h"
 #include "sheaf/document/forms/fill/field_facts_internal.h"
 #include "sheaf/document/forms/flatten/annotation_look_internal.h"
 #include "sheaf/document/forms/flatten/page_resources_internal.h"
 #include "sheaf/document/forms/form_filler.h"
+#include "sheaf/document/pages/page_content.h"
 #include "sheaf/neighbours/page/acro_form.h"
 
 using namespace sheaf;
 
+namespace {
+
+/// One run over a document.
+class Flattening {
+public:
+  Flattening(CPDFDoc& doc, PDF_FLATTEN_REPORT& report, bool prints)
+      : doc_(doc), report_(report), content_(doc.table()), prints_(prints) {}
+  bool run(PDF_FLATTEN what);
+
+private:
+  struct PageWork;
+
+  void read_default_resources();
+  void look_at_form();
+  void note_outdated_containers();
+  void note_container(const PDF_REF& ref);
+  bool empty_containers();
+  bool flatten_page(int index, PDF_FLATTEN what);
+  bool take(PageWork& work, const CPDFObj& item, const CPDFDictionary& dict, PDF_FLATTEN what);
+  bool draw(PageWork& work, const CPDFDictionary& annotation);
+  void complete_form(const PDF_REF& ref);
+  bool store_page(PageWork& work);
+  bool forget_named();
+  bool drop_form();
+
+  CPDFDoc& doc_;
+  PDF_FLATTEN_REPORT& report_;
+  VisitedSet pages_;
+  VisitedSet made_forms_;
+  VisitedSet containers_;             // object streams in which something stands that is gone
+  GrowArray<PDF_REF> named_;          // annotations that are gone, and that the structure tree names
+  Freed<CPDFObj> default_resources_;  // the form's
+  PageContent content_;
+  int next_name_ = 0;
+  const bool prints_;
+};
+
 // A page while its annotations are taken off.
-struct CPDFFlattener::PageWork {
+struct Flattening::PageWork {
   PageWork(CPDFXRefTable& table, const CPDFPage& from) : page(from), resources(table, from, dict) {}
 
   const CPDFPage& page;
@@ -28,8 +70,6 @@ struct CPDFFlattener::PageWork {
   VisitedSet gone;
   bool changed = false;
 };
-
-namespace {
 
 // Their content is more than a picture, or nothing but a place on the page.
 constexpr const char* kNeverFlattened[] = {"Link", "FileAttachment", "Sound", "Movie", "Screen", "3D", "RichMedia"};
@@ -49,13 +89,8 @@ bool is_asked_for(CPDFXRefTable& table, const CPDFDictionary& annotation, PDF_FL
   return true;
 }
 
-}  // namespace
-
-CPDFFlattener::CPDFFlattener(CPDFDoc& doc) : doc_(doc), content_(doc.table()) {}
-
-bool CPDFFlattener::run(PDF_FLATTEN what) {
+bool Flattening::run(PDF_FLATTEN what) {
   const HeapWatch watch;
-  report_ = {};
   doc_.table().drain_pending();
   look_at_form();
   CPDFFormFiller filler(doc_);
@@ -70,7 +105,7 @@ bool CPDFFlattener::run(PDF_FLATTEN what) {
 }
 
 // As an object of its own, so that appearances share it.
-void CPDFFlattener::read_default_resources() {
+void Flattening::read_default_resources() {
   CPDFXRefTable& table = doc_.table();
   const Freed<CPDFObj> catalog = table.catalog();
   const Freed<CPDFObj> form = table.value(catalog.as_dict(), CPDFDictionary::sm_tag_acro_form);
@@ -87,7 +122,7 @@ void CPDFFlattener::read_default_resources() {
 }
 
 // What the form holds: its signatures, and the object streams that its fields stand in.
-void CPDFFlattener::look_at_form() {
+void Flattening::look_at_form() {
   CPDFXRefTable& table = doc_.table();
   CPDFAcroForm form(table);
   form.load();
@@ -112,7 +147,7 @@ void CPDFFlattener::look_at_form() {
 
 // Older versions of fields stay in the object streams where they stood. Streams that have more members than entries
 // lead to are taken for such.
-void CPDFFlattener::note_outdated_containers() {
+void Flattening::note_outdated_containers() {
   CPDFXRefTable& table = doc_.table();
   NumberMap members;
   for (std::uint32_t num = 1; num < table.xref_count; ++num) {
@@ -133,7 +168,7 @@ void CPDFFlattener::note_outdated_containers() {
   }
 }
 
-void CPDFFlattener::note_container(const PDF_REF& ref) {
+void Flattening::note_container(const PDF_REF& ref) {
   const PDF_XREF* const entry = doc_.table().entry(ref.num);
   if (entry != nullptr && entry->is_compressed())
     containers_.visit(static_cast<std::int32_t>(entry->offset));
@@ -141,7 +176,7 @@ void CPDFFlattener::note_container(const PDF_REF& ref) {
 
 // An object stream goes into a new file as it is, with all that it holds. The others of those in which something of the
 // form stands become objects of their own, so that the streams are left behind.
-bool CPDFFlattener::empty_containers() {
+bool Flattening::empty_containers() {
   CPDFXRefTable& table = doc_.table();
   for (std::uint32_t num = 1; num < table.xref_count; ++num) {
     const PDF_XREF entry = *table.entry(num);
@@ -156,7 +191,7 @@ bool CPDFFlattener::empty_containers() {
   return true;
 }
 
-bool CPDFFlattener::flatten_page(int index, PDF_FLATTEN what) {
+bool Flattening::flatten_page(int index, PDF_FLATTEN what) {
   CPDFXRefTable& table = doc_.table();
   CPDFPage page;
   if (!doc_.load_page(index, page) || !pages_.visit(page.ref.num))
@@ -186,7 +221,7 @@ bool CPDFFlattener::flatten_page(int index, PDF_FLATTEN what) {
 }
 
 // Draws an annotation and leaves it out, or keeps it. False when there is no memory.
-bool CPDFFlattener::take(PageWork& work, const CPDFObj& item, const CPDFDictionary& dict, PDF_FLATTEN what) {
+bool Flattening::take(PageWork& work, const CPDFObj& item, const CPDFDictionary& dict, PDF_FLATTEN what) {
   CPDFXRefTable& table = doc_.table();
   const bool widget = is_kind(table, dict, "Widget");
   bool goes = is_asked_for(table, dict, what);
@@ -214,7 +249,7 @@ bool CPDFFlattener::take(PageWork& work, const CPDFObj& item, const CPDFDictiona
   return dict.get_item("StructParent") == nullptr || item.tag != kTagRef || named_.push(item.as_ref());
 }
 
-bool CPDFFlattener::draw(PageWork& work, const CPDFDictionary& annotation) {
+bool Flattening::draw(PageWork& work, const CPDFDictionary& annotation) {
   CPDFXRefTable& table = doc_.table();
   const PDF_REF form = normal_appearance(table, annotation);
   Transform place;
@@ -247,7 +282,7 @@ bool CPDFFlattener::draw(PageWork& work, const CPDFDictionary& annotation) {
 
 // An appearance need not say that it is a form, and may lean on the form's default resources; what a page draws must
 // have both.
-void CPDFFlattener::complete_form(const PDF_REF& ref) {
+void Flattening::complete_form(const PDF_REF& ref) {
   CPDFXRefTable& table = doc_.table();
   if (!made_forms_.visit(ref.num))
     return;
@@ -268,7 +303,7 @@ void CPDFFlattener::complete_form(const PDF_REF& ref) {
   table.store_object(ref, obj);
 }
 
-bool CPDFFlattener::store_page(PageWork& work) {
+bool Flattening::store_page(PageWork& work) {
   if (work.left.count == 0)
     work.dict.set_item("Annots", nullptr);
   else
@@ -286,7 +321,7 @@ bool CPDFFlattener::store_page(PageWork& work) {
 
 // The structure tree of a tagged document goes on naming its annotations (ISO 32000-1, 14.7.4.3). Nothing of those that
 // are gone must be kept by that.
-bool CPDFFlattener::forget_named() {
+bool Flattening::forget_named() {
   for (const PDF_REF& annotation : named_) {
     Freed<CPDFObj> nothing;
     if (!doc_.table().store_object(annotation, nothing))
@@ -296,7 +331,7 @@ bool CPDFFlattener::forget_named() {
 }
 
 // Nothing of a form is left without its widgets, nor anything that a signature or a certification could vouch for.
-bool CPDFFlattener::drop_form() {
+bool Flattening::drop_form() {
   CPDFXRefTable& table = doc_.table();
   Freed<CPDFObj> catalog = table.catalog();
   CPDFDictionary* const dict = catalog.as_dict();
@@ -310,4 +345,11 @@ bool CPDFFlattener::drop_form() {
     return table.store_object(table.root.as_ref(), catalog);
   table.root.move_from(catalog);
   return true;
+}
+
+}  // namespace
+
+bool CPDFFlattener::run(PDF_FLATTEN what) {
+  report_ = {};
+  return Flattening(doc_, report_, prints_).run(what);
 }

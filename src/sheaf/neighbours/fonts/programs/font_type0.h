@@ -61,14 +61,9 @@ public:
   /// Whether a face was found.
   bool is_loaded() const { return face_ != nullptr; }
   bool is_vertical() const { return vertical_; }
-  /// The font object that a page's resources name.
-  PDF_REF ref() const { return source.as_ref(); }
   /// Whether the face has a glyph for `character`.
   bool has_glyph(wchar_t character);
-  /// Turns `count` characters (Unicode scalar values) into codes of two bytes, high byte first, at
-  /// `codes`, and remembers the glyphs. A character without a glyph gives code 0. The result is how
-  /// many had one.
-  int encode(const wchar_t* text, int count, unsigned char* codes);
+  int encode(const wchar_t* text, int count, unsigned char* codes) override;
   /// The code by which glyph `glyph` shows `count` characters, so that a reader of the file gets these back, and
   /// remembers it: the glyph's own number for the first text that it shows, further codes for others. -1 when no code
   /// is left or the font cannot have further ones, since its program is not embedded.
