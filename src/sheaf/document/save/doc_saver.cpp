@@ -174,6 +174,7 @@ void DocSaver::save_complete(CPDFXRefTable& target, CPDFEncrypt* enc) {
   CPDFXRefTable& table = doc_.table();
   const bool prepared = prepare_complete(target.id, enc);
   free_members_of_lost_streams(table);
+  table.next_obj_num = table.unnamed_from(table.next_obj_num);  // what the cross-reference stream takes
   table.save_as(target, enc);
   if (!prepared || !watch.all_granted() || table.entries_lost != 0)
     target.write_failed = 1;

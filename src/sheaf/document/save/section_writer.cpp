@@ -58,6 +58,7 @@ bool SectionWriter::write(PDF_SAVE_FORM form, PDF_SIGN_DATA* sign) {
     return false;
   table_.write_failed = 0;
   table_.drain_pending();
+  table_.next_obj_num = table_.unnamed_from(table_.next_obj_num);
   const std::uint32_t section_num = table_.next_obj_num;  // the number that a cross-reference stream takes
   const int done = classic ? table_.save_14(enc, sign) : table_.save(enc, sign);
   if (done == 0 || !watch.all_granted() || table_.entries_lost != 0)
