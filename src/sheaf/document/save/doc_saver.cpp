@@ -10,6 +10,7 @@
 #include "sheaf/document/save/new_file_internal.h"
 #include "sheaf/document/save/section_window_internal.h"
 #include "sheaf/document/save/section_writer_internal.h"
+#include "sheaf/neighbours/page/trailer_values.h"
 #include "sheaf/xref/object_finder.h"
 
 namespace sheaf {
