@@ -8,6 +8,7 @@
 #include "sheaf/document/doc.h"
 #include "sheaf/filters/stream_flaw.h"
 #include "sheaf/object/parse_buf.h"
+#include "sheaf/object/references.h"
 
 namespace sheaf {
 
