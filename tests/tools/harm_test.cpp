@@ -2,13 +2,18 @@
 #include <gtest/gtest.h>
 
 #include <fcntl.h>
+#include <linux/filter.h>
+#include <linux/seccomp.h>
 #include <sys/file.h>
+#include <sys/prctl.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/xattr.h>
 #include <unistd.h>
 
 #include <chrono>
 #include <csignal>
+#include <cstddef>
 #include <filesystem>
 #include <thread>
 
@@ -22,6 +27,21 @@ const std::string kTool = SHEAF_TOOL;
 
 namespace fs = std::filesystem;
 
+// From here on this process and its children cannot open files without a name, as on a file system that has none.
+bool refuse_unnamed_files() {
+  constexpr std::uint32_t kUnnamed = O_TMPFILE & ~O_DIRECTORY;
+  sock_filter filter[] = {
+      BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
+      BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_openat, 0, 3),
+      BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, args) + 2 * sizeof(std::uint64_t)),
+      BPF_JUMP(BPF_JMP | BPF_JSET | BPF_K, kUnnamed, 0, 1),
+      BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | EOPNOTSUPP),
+      BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
+  };
+  const sock_fprog program{sizeof(filter) / sizeof(filter[0]), filter};
+  return prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 && prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program) == 0;
+}
+
 struct Harm : testing::Test {
   void SetUp() override {
     PdfBuilder builder;
@@ -33,6 +53,21 @@ struct Harm : testing::Test {
   RunResult sheaf(const std::string& arguments, const std::string& redirect = "2>&1") {
     return run_command("cd " + folder.str() + " && TMPDIR=" + (folder / "tmp") + " " + kTool + " " + arguments + " " +
                        redirect);
+  }
+  // Whether the system makes files without a name for the process.
+  enum class Files { kUnnamed, kNamed };
+  static constexpr int kNoFilter = 99;  // what a process ends with that could not be kept from them
+  pid_t start(const std::string& arguments, Files kind) const {
+    const std::string command = "exec " + kTool + " " + arguments;
+    const pid_t child = fork();
+    if (child != 0)
+      return child;
+    if (kind == Files::kNamed && !refuse_unnamed_files())
+      _exit(kNoFilter);
+    if (chdir(folder.str().c_str()) == 0 && setenv("TMPDIR", "tmp", 1) == 0 && std::freopen("/dev/null", "w", stdout) &&
+        std::freopen("/dev/null", "w", stderr))
+      execl("/bin/sh", "sh", "-c", command.c_str(), static_cast<char*>(nullptr));
+    _exit(9);
   }
   static bool contains(const RunResult& result, const std::string& text) {
     return result.output.find(text) != std::string::npos;
@@ -135,25 +170,98 @@ TEST_F(Harm, LinksAreFollowedAndOwnersKept) {
 TEST_F(Harm, ASignalLeavesNothingBehind) {
   ASSERT_EQ(mkfifo((folder / "text").c_str(), 0600), 0);
   const std::size_t before = files();
-  const std::string command = "exec " + kTool + " new out.pdf --text text";
-  for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGKILL}) {
-    const pid_t child = fork();
-    if (child == 0) {
-      if (chdir(folder.str().c_str()) == 0 && setenv("TMPDIR", "tmp", 1) == 0 && std::freopen("/dev/null", "w", stderr))
-        execl("/bin/sh", "sh", "-c", command.c_str(), static_cast<char*>(nullptr));
-      _exit(9);
+  for (const Files kind : {Files::kUnnamed, Files::kNamed}) {
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGKILL}) {
+      if (kind == Files::kNamed && signal == SIGKILL)
+        continue;  // nobody can take a name away then
+      const pid_t child = start("new out.pdf --text text", kind);
+      // It waits for the text when this open succeeds, with its output begun; the text never comes to an end.
+      const int text = open((folder / "text").c_str(), O_WRONLY | O_CLOEXEC);
+      ASSERT_GE(text, 0);
+      kill(child, signal);
+      int status = 0;
+      ASSERT_EQ(waitpid(child, &status, 0), child);
+      close(text);
+      if (WIFEXITED(status) && WEXITSTATUS(status) == kNoFilter)
+        GTEST_SKIP() << "the system lets nobody filter system calls, so that named files cannot be tried";
+      EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == signal) << status;
+      EXPECT_EQ(files(), before);
+      EXPECT_TRUE(fs::is_empty(folder / "tmp"));
     }
-    // It waits for the text when this open succeeds, with its output begun; the text never comes to an end.
-    const int text = open((folder / "text").c_str(), O_WRONLY | O_CLOEXEC);
-    ASSERT_GE(text, 0);
-    kill(child, signal);
-    int status = 0;
-    ASSERT_EQ(waitpid(child, &status, 0), child);
-    close(text);
-    EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == signal) << status;
-    EXPECT_EQ(files(), before);
-    EXPECT_TRUE(fs::is_empty(folder / "tmp"));
   }
+}
+
+TEST_F(Harm, WithoutUnnamedFilesOutputsAreTheSame) {
+  ASSERT_EQ(sheaf("rewrite --deterministic-id in.pdf wanted.pdf").code, 0);
+  write_file(out, "old");
+  fs::permissions(out, fs::perms{0640});
+  const std::size_t before = files();
+  for (const char* name : {"out.pdf", "fresh.pdf"}) {
+    int status = 0;
+    waitpid(start(std::string("rewrite --deterministic-id in.pdf ") + name, Files::kNamed), &status, 0);
+    if (WIFEXITED(status) && WEXITSTATUS(status) == kNoFilter)
+      GTEST_SKIP() << "the system lets nobody filter system calls, so that named files cannot be tried";
+    EXPECT_EQ(status, 0);
+    EXPECT_EQ(read_file(folder / name), read_file(folder / "wanted.pdf"));
+  }
+  int status = 0;
+  waitpid(start("merge no/out.pdf in.pdf", Files::kNamed), &status, 0);
+  EXPECT_EQ(WEXITSTATUS(status), 2);
+  struct stat old = {};
+  struct stat fresh = {};
+  struct stat usual = {};
+  ASSERT_TRUE(stat(out.c_str(), &old) == 0 && stat((folder / "fresh.pdf").c_str(), &fresh) == 0 &&
+              stat((folder / "wanted.pdf").c_str(), &usual) == 0);
+  EXPECT_EQ(old.st_mode & 07777u, 0640u);
+  EXPECT_EQ(fresh.st_mode, usual.st_mode);
+  EXPECT_EQ(files(), before + 1);
+  EXPECT_TRUE(fs::is_empty(folder / "tmp"));
+}
+
+// The attachment is large enough for the signal to come while it is written.
+TEST_F(Harm, ASignalInAnUpdateInPlaceLeavesTheOldFileOrTheNewOne) {
+  constexpr off_t kLarge = 48 << 20;
+  write_file(folder / "big", "x");
+  ASSERT_EQ(truncate((folder / "big").c_str(), kLarge), 0);
+  int cut_back = 0;
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGKILL}) {
+    write_file(in, good);
+    const pid_t child = start("update in.pdf --in-place --attach big", Files::kUnnamed);
+    struct stat info = {};
+    int status = 0;
+    while (stat(in.c_str(), &info) == 0 && info.st_size <= static_cast<off_t>(good.size()) &&
+           waitpid(child, &status, WNOHANG) == 0) {
+    }
+    kill(child, signal);
+    waitpid(child, &status, 0);
+    const std::string left = read_file(in);
+    EXPECT_EQ(left.substr(0, good.size()), good);
+    if (signal == SIGKILL) {
+      EXPECT_TRUE(contains(sheaf("info in.pdf"), "Pages          2"));
+      continue;
+    }
+    cut_back += left == good ? 1 : 0;
+    EXPECT_TRUE(left == good || left.size() > static_cast<std::size_t>(kLarge)) << left.size();
+    EXPECT_EQ(sheaf("check in.pdf").code, 0);
+  }
+  EXPECT_TRUE(fs::is_empty(folder / "tmp"));
+  if (cut_back == 0)
+    GTEST_SKIP() << "no signal came while the update was being written";
+}
+
+TEST_F(Harm, AccessListsOfAReplacedFileStay) {
+  if (!has_program("setfacl"))
+    GTEST_SKIP() << "needs setfacl";
+  write_file(out, "old");
+  fs::permissions(out, fs::perms{0640});
+  const std::string list = "cd " + folder.str() + " && getfacl --omit-header --numeric out.pdf";
+  if (run_command("setfacl -m u:12:rw,g:34:r " + out + " 2>&1").code != 0)
+    GTEST_SKIP() << "the file system has no access lists";
+  const std::string before = run_command(list).output;
+  EXPECT_NE(before.find("user:12:rw-"), std::string::npos) << before;
+  ASSERT_EQ(sheaf("rewrite in.pdf out.pdf").code, 0);
+  EXPECT_EQ(run_command(list).output, before);
+  EXPECT_EQ(sheaf("check out.pdf").code, 0);
 }
 
 TEST_F(Harm, AFileSizeLimitIsAFailureThatChangesNothing) {

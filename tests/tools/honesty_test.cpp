@@ -105,12 +105,22 @@ TEST_F(Honesty, NothingThatATerminalObeysIsPrinted) {
 
 TEST_F(Honesty, WhatANewFileLeavesOutIsToldWhenAsked) {
   PdfBuilder builder;
-  write_file(in, builder.pages(1).obj(7, "(unused)").obj(8, "(unused)").classic().str());
+  write_file(in,
+             builder.pages(1).obj(7, "(unused)").obj(8, "(unused)").classic("/Root 1 0 R/Own 7 0 R/O#20ther(x)").str());
   const RunResult verbose = sheaf("rewrite --verbose in.pdf out.pdf");
   EXPECT_EQ(verbose.code, 0);
   EXPECT_TRUE(contains(verbose, "left out: 2 objects that nothing refers to")) << verbose.output;
-  EXPECT_TRUE(contains(verbose, "keys of the trailer")) << verbose.output;
   EXPECT_FALSE(contains(sheaf("rewrite in.pdf out.pdf"), "left out"));
+  write_file(folder / "stream.pdf",
+             PdfBuilder().pages(1).xref_stream(9, "/Root 1 0 R/Own[1]/O#20ther(x)/DocChecksum/y").str());
+  for (const char* arguments :
+       {"rewrite -v in.pdf out.pdf", "rewrite -v stream.pdf out.pdf", "update -v in.pdf -o out.pdf --set Title=x",
+        "repair -v stream.pdf out.pdf", "rotate -v --rewrite stream.pdf +90 -o out.pdf"}) {
+    const RunResult said = sheaf(arguments);
+    EXPECT_TRUE(contains(said, "keys of the trailer that no reader needs: ")) << arguments << said.output;
+    EXPECT_TRUE(contains(said, "O ther, Own")) << arguments << said.output;
+  }
+  EXPECT_TRUE(contains(sheaf("show in.pdf"), "/Own 7 0 R"));
 }
 
 // The last byte of the data, or the last two, are gone; what is left decodes to something.

@@ -11,6 +11,7 @@
 #include "support/command_line.h"
 #include "support/document_check.h"
 #include "support/encryption.h"
+#include "support/left_out.h"
 #include "support/progress_stream.h"
 #include "support/safe_output.h"
 #include "support/signature_notes.h"
@@ -89,13 +90,14 @@ void report_repairs(CPDFDoc& doc) {
 }
 
 // What a complete new file has no place for, however sound the old one was.
-void remark_left_out(const CPDFXRefTable& table, const Counts& counts, const std::string& output) {
+void remark_left_out(CPDFDoc& doc, const Counts& counts, const std::string& output) {
+  const CPDFXRefTable& table = doc.table();
   std::int64_t generations = 0;
   for (std::uint32_t num = 1; num < table.xref_count; ++num)
     generations += table.xref_items[num].type == 1 && table.xref_items[num].gen > 0 ? 1 : 0;
   remark(output, "left out: " + std::to_string(counts.dropped) + " objects that nothing refers to");
   remark(output, "left out: the older versions of changed objects, and the sections that list them");
-  remark(output, "left out: keys of the trailer other than Root, Info, ID and Encrypt");
+  remark_trailer_keys(doc, output);
   if (generations != 0)
     remark(output, "left out: the generations of " + std::to_string(generations) + " objects, which now have 0");
 }
@@ -194,7 +196,7 @@ int rewrite(RewriteOptions options, bool repair) {
   const int losses = repair ? report_losses(doc, options, output.path()) : int{kExitClean};
   if (!output.commit())
     return kExitFailed;
-  remark_left_out(doc.table(), counts, output_name(options.output));
+  remark_left_out(doc, counts, output_name(options.output));
   if (repair)
     report_repairs(doc);
   report(output_name(options.output) + ": " + std::to_string(counts.kept) + " objects kept, " +

@@ -5,6 +5,7 @@
 #include <cstdio>
 
 #include "sheaf/base/scope_guard.h"
+#include "sheaf/document/paths/file_trailer.h"
 #include "sheaf/document/paths/object_path.h"
 #include "support/command_line.h"
 #include "support/tool_support.h"
@@ -39,6 +40,13 @@ int show_trailer(CPDFDoc& doc) {
     std::printf("%s/%s %s", line_end, key, for_output(syntax_text(*trailer.get_item(key))).c_str());
     line_end = "\n";
   }
+  Freed<CPDFObj> others;
+  others.take_dict(new CPDFDictionary);
+  read_other_trailer_keys(doc, *others.as_dict());
+  constexpr std::size_t kBrackets = 2;
+  const std::string text = syntax_text(others);
+  if (others.as_dict()->count != 0)
+    std::printf("\n%s", for_output(text.substr(kBrackets, text.size() - 2 * kBrackets)).c_str());
   std::printf(">>\n");
   return kExitClean;
 }

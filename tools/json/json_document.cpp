@@ -34,7 +34,7 @@ public:
     }
     end();
     if (!good_)
-      complain(output_name(""), "could not be written to its end; is its reader gone, or the disk full?");
+      complain(output_.name(), "could not be written to its end; is its reader gone, or the disk full?");
     return good_ ? code_ : int{kExitFailed};
   }
 

@@ -6,6 +6,7 @@
 #include "support/command_line.h"
 #include "support/in_place.h"
 #include "support/inputs.h"
+#include "support/left_out.h"
 #include "support/progress.h"
 #include "support/safe_output.h"
 #include "support/signature_notes.h"
@@ -28,6 +29,7 @@ std::string save_trouble(PDF_SAVE ended) {
 }
 
 bool save_changes(CPDFDoc& doc, const EditSaves& saves, const std::string& name) {
+  remark_trailer_keys(doc, output_name(name));
   PDF_SIGN_DATA sign;
   Progress progress("saves", saves.saves);
   for (int i = 0; i < saves.saves; ++i) {
@@ -112,6 +114,7 @@ int write_new_file(const EditTarget& target, const Change& change) {
   if (changed == kExitFailed || !output.open(target.output))
     return kExitFailed;
   const long long before = doc.file_size();
+  remark_trailer_keys(doc, output_name(target.output));
   if (!doc.store_page_tree() || !save_whole(doc, output.stream())) {
     complain(target.output, "could not be written to its end; is the disk full?");
     return kExitFailed;

@@ -90,8 +90,12 @@ SafeOutput::~SafeOutput() {
     close(other_);
 }
 
+std::string SafeOutput::name() const {
+  return output_name(target_);
+}
+
 bool SafeOutput::fail(const std::string& what) {
-  complain(output_name(target_), what);
+  complain(name(), what);
   return false;
 }
 

@@ -36,6 +36,8 @@ public:
   /// Brings the bytes to their target. False, with a message, on failure: a regular target is then as it was.
   bool commit();
   long long size() const { return size_; }
+  /// The target as messages call it.
+  std::string name() const;
 
 private:
   bool examine();
