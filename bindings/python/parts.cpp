@@ -107,7 +107,7 @@ py::dict pixels_of(HeldImage& self) {
                   "bits"_a = pixels.bits, "row_bytes"_a = pixels.row_bytes, "is_whole"_a = pixels.is_whole,
                   "palette"_a = py::bytes(reinterpret_cast<const char*>(pixels.palette.data()), pixels.palette.size()),
                   "profile"_a = py::bytes(reinterpret_cast<const char*>(pixels.profile.data()), pixels.profile.size()),
-                  "rows"_a = memory_of(std::move(pixels.rows)));
+                  "rows"_a = memory_of(std::move(pixels.rows)), "opacity"_a = memory_of(std::move(pixels.opacity)));
 }
 
 SealOf seal_signature(const OwnerRef& owner, std::int32_t page, std::int32_t room, const std::string& field,

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "filters/filter_support.h"
+#include "sheaf/document/content/content_text.h"
 #include "sheaf/filters/decode_parms.h"
 #include "sheaf/filters/flate.h"
 #include "sheaf/object/sec_hand.h"
@@ -208,7 +209,9 @@ public:
 
 // Decoders of images where something else is expected: blank rows without end are no objects.
 TEST_F(Chain, ImageFiltersInFrontOfObjectsGiveLittle) {
-  open("5 0 obj<</Type/ObjStm/N 1/First 4/Filter/CCITTFaxDecode/Length 1>>stream\n\1\nendstream endobj");
+  open(
+      "5 0 obj<</Type/ObjStm/N 1/First 4/Filter/CCITTFaxDecode/Length 1>>stream\n\1\nendstream endobj\n"
+      "6 0 obj<</Filter/CCITTFaxDecode/DecodeParms<</K -1/Columns 60000>>/Length 1>>stream\n\1\nendstream endobj");
   const PDF_OBJSTM* entry = table_.get_objstm(table_.xref_items[5].offset, 5, 0);
   ASSERT_NE(entry, nullptr);
   EXPECT_LT(entry->decoded, 100'000);
@@ -216,6 +219,11 @@ TEST_F(Chain, ImageFiltersInFrontOfObjectsGiveLittle) {
   EXPECT_EQ(fax->most_text(1 << 24), 65536 + 64000);
   EXPECT_EQ(fax->most_text(100), 100);
   EXPECT_EQ(decoder_of("Fl", "x")->most_text(1 << 24), 1 << 24);
+  ContentText content;
+  Freed<CPDFObj> ref;
+  ref.set_ref({6, 0});
+  EXPECT_FALSE(content.load(table_, &ref, 100'000'000));
+  EXPECT_LT(content.text().size(), 100'000U);
 }
 
 TEST_F(Chain, DecryptionComesInFrontOfTheFilters) {

@@ -1,16 +1,12 @@
 // Images as PNG files.
 #include <algorithm>
-#include <cstring>
-#include <memory>
 #include <vector>
 
 #include "image/image_writer.h"
 #include "image/png_steps.h"
 #include "sheaf/base/scope_guard.h"
-#include "sheaf/document/images/image_colours.h"
+#include "sheaf/document/images/colour_rows.h"
 #include "sheaf/filters/picture_budget.h"
-#include "sheaf/filters/stream_filter.h"
-#include "sheaf/neighbours/decoders/row_decoder.h"
 
 namespace sheaf::tool {
 
@@ -74,31 +70,21 @@ private:
   std::vector<std::uint8_t> row_;
 };
 
-// Rows of a JPEG 2000 image, whose data say how many components there are: those behind the colours are left out.
-class ColourRows {
-public:
-  ColourRows(CPDFStream& decoder, int pixels, int stored, int wanted)
-      : decoder_(decoder), stored_(stored), wanted_(wanted) {
-    if (stored > wanted)
-      row_.resize(static_cast<std::size_t>(pixels) * static_cast<std::size_t>(stored));
+const char* why_not(NoPicture trouble) {
+  switch (trouble) {
+    case NoPicture::kColourSpace:
+      return "its colour space cannot be shown as a picture";
+    case NoPicture::kSize:
+      return "its size or depth makes no picture";
+    case NoPicture::kData:
+      return "its data cannot be decoded";
+    case NoPicture::kOtherSize:
+      return "its data are of another size than it says";
+    case NoPicture::kNone:
+      break;
   }
-  int read(std::uint8_t* out, int size) {
-    if (row_.empty())
-      return decoder_.read_block(out, size);
-    if (decoder_.read_block(row_.data(), static_cast<int>(row_.size())) != static_cast<int>(row_.size()))
-      return 0;
-    const auto wanted = static_cast<std::size_t>(wanted_);
-    for (std::size_t i = 0; i < static_cast<std::size_t>(size); ++i)
-      out[i] = row_[i / wanted * static_cast<std::size_t>(stored_) + i % wanted];
-    return size;
-  }
-
-private:
-  CPDFStream& decoder_;
-  int stored_;
-  int wanted_;
-  std::vector<std::uint8_t> row_;
-};
+  return nullptr;
+}
 
 // `empty_bytes` of rows may stand behind the end of the data.
 const char* write_rows(PngOutput& png, const CPDFImage& image, const PixelRows& rows, ColourRows& colours,
@@ -107,9 +93,7 @@ const char* write_rows(PngOutput& png, const CPDFImage& image, const PixelRows& 
   std::vector<std::uint8_t> row(static_cast<std::size_t>(rows.row_bytes()));
   RowShrinker shrinker(rows, shrink > 1 ? image.width : 0, shrink);
   for (std::int32_t y = 0; y < image.height; ++y) {
-    int total = 0;
-    for (int got = 1; is_whole && total < rows.source_row_bytes() && got > 0; total += std::max(got, 0))
-      got = colours.read(source.data() + total, rows.source_row_bytes() - total);
+    const int total = is_whole ? colours.read(source.data(), rows.source_row_bytes(), nullptr) : 0;
     if (is_whole && total < rows.source_row_bytes() && rows.row_bytes() * (image.height - y) > empty_bytes)
       return kOutOfProportion;
     is_whole = is_whole && total == rows.source_row_bytes();
@@ -127,30 +111,12 @@ const char* write_rows(PngOutput& png, const CPDFImage& image, const PixelRows& 
 
 const char* write_png(CQVStream* out, CPDFXRefTable& table, const CPDFImage& image, const Dots& dots, bool& is_whole,
                       int shrink) {
-  constexpr std::int64_t kMostRowBits = 1 << 28;
   is_whole = true;
-  ColourSpace space = read_colour_space(table, image);
-  const bool is_jpx = std::strcmp(image.filter, "JPXDecode") == 0;
-  const std::unique_ptr<CPDFStream> decoder(image.open_samples());
-  const auto* const jpx = is_jpx ? static_cast<const CPDFRowDecoder*>(decoder.get()) : nullptr;
-  if (jpx != nullptr && space.family == ColourFamily::kNone) {
-    // Without a colour space the data's own holds (ISO 32000-1, 7.4.9).
-    space.family = jpx->components() < 3 ? ColourFamily::kGrey : ColourFamily::kRgb;
-    space.components = jpx->components() < 3 ? 1 : 3;
-  }
-  const bool is_bilevel =
-      std::strcmp(image.filter, "CCITTFaxDecode") == 0 || std::strcmp(image.filter, "JBIG2Decode") == 0;
-  const int bits = is_bilevel ? 1 : is_jpx ? 8 : image.bits;
-  if (space.family == ColourFamily::kNone)
-    return "its colour space cannot be shown as a picture";
-  if (image.width < 1 || image.height < 1 || (bits != 1 && bits != 2 && bits != 4 && bits != 8 && bits != 16) ||
-      std::int64_t{image.width} * space.components * bits > kMostRowBits)
-    return "its size or depth makes no picture";
-  if (decoder == nullptr)
-    return "its data cannot be decoded";
-  if (jpx != nullptr &&
-      (jpx->width() != image.width || jpx->height() != image.height || jpx->components() < space.components))
-    return "its data are of another size than it says";
+  ColourRows colours;
+  if (const char* const trouble = why_not(colours.open(table, image)))
+    return trouble;
+  const ColourSpace& space = colours.space();
+  const int bits = colours.bits();
   const PixelRows rows(table, image, space, bits);
   const std::int64_t budget = picture_budget(image.stored_length, table.picture_ceiling);
   if (rows.row_bytes() > budget)
@@ -173,7 +139,6 @@ const char* write_png(CQVStream* out, CPDFXRefTable& table, const CPDFImage& ima
   const ScopeGuard close([&png] { png_close(png); });
   if (!png_begin(png, out, layout))
     return kNotWritten;
-  ColourRows colours(*decoder, image.width, jpx != nullptr ? jpx->components() : space.components, space.components);
   return write_rows(png, image, rows, colours, budget, shrink, is_whole);
 }
 

@@ -44,6 +44,9 @@ def _as_pil(self):
     else:
         mode, raw = {1: ("1", "1"), 2: ("L", "L;2"), 4: ("L", "L;4"), 8: ("L", "L"), 16: ("I;16", "I;16B")}[bits]
         image = Image.frombytes(mode, size, rows, "raw", raw, stride)
+    if len(picture["opacity"]):
+        image = image.convert("L" if image.mode == "L" else "RGB")
+        image.putalpha(Image.frombytes("L", size, bytes(picture["opacity"])))
     if picture["profile"]:
         image.info["icc_profile"] = picture["profile"]
     return image

@@ -92,7 +92,7 @@ private:
     if (table_.stream_work.done() > kMostChainWork)
       return nullptr;
     size = rec_.decoded_hint;
-    unsigned char* block = stage->buffer_load(most, size);
+    unsigned char* block = stage->buffer_load(stage->most_text(most), size);
     table_.stream_work.add(std::clamp(size, kLeastStageWork, kMostStageBytes));
     note_flaw(*stage);
     return block;

@@ -5,10 +5,10 @@
 #include <cstring>
 
 #include "sheaf/base/scope_guard.h"
+#include "sheaf/document/images/colour_rows.h"
 #include "sheaf/document/images/image.h"
 #include "sheaf/document/images/image_colours.h"
 #include "sheaf/filters/picture_budget.h"
-#include "sheaf/filters/stream_filter.h"
 #include "sheaf/layer/core_internal.h"
 #include "sheaf/layer/new_file_internal.h"
 #include "sheaf/layer/parts.h"
@@ -18,20 +18,14 @@ namespace sheaf {
 
 namespace {
 
-constexpr std::int64_t kMostRowBits = 1 << 28;
-
-bool is_depth(int bits) {
-  return bits == 1 || bits == 2 || bits == 4 || bits == 8 || bits == 16;
-}
-
 // Rows as the filters give them, converted into `to`. False where the data end early.
-bool convert_rows(CPDFStream& samples, const PixelRows& rows, std::int32_t height, std::uint8_t* to) {
+bool convert_rows(ColourRows& samples, const PixelRows& rows, std::int32_t height, std::uint8_t* to,
+                  std::uint8_t* opacity, std::int32_t width) {
   std::vector<std::uint8_t> source(static_cast<std::size_t>(rows.source_row_bytes()) + 1);
   bool is_whole = true;
   for (std::int32_t y = 0; y < height && is_whole; ++y) {
-    int total = 0;
-    for (int got = 1; total < rows.source_row_bytes() && got > 0; total += std::max(got, 0))
-      got = samples.read_block(source.data() + total, rows.source_row_bytes() - total);
+    const int total =
+        samples.read(source.data(), rows.source_row_bytes(), opacity != nullptr ? opacity + y * width : nullptr);
     is_whole = total == rows.source_row_bytes();
     std::fill(source.begin() + total, source.end(), std::uint8_t{0});
     rows.convert(source.data(), to + y * rows.row_bytes());
@@ -96,16 +90,14 @@ Expected<Pixels> Image::pixels() const {
   if (image_ == nullptr || !core_->is_open())
     return layer::error_of(Code::kClosed, "the document is closed");
   CPDFXRefTable& table = core_->table();
-  const ColourSpace space = read_colour_space(table, *image_);
-  const std::string coding = filter();
-  const int bits = coding == "CCITTFaxDecode" || coding == "JBIG2Decode" ? 1 : image_->bits;
-  if (space.family == ColourFamily::kNone)
+  ColourRows samples;
+  const NoPicture trouble = samples.open(table, *image_);
+  if (trouble == NoPicture::kColourSpace)
     return layer::error_of(Code::kUnsupported, "the colour space of the image cannot be shown", number());
-  const std::unique_ptr<CPDFStream> samples(image_->open_samples());
-  if (image_->width < 1 || image_->height < 1 || !is_depth(bits) || samples == nullptr ||
-      std::int64_t{image_->width} * space.components * bits > kMostRowBits)
+  if (trouble != NoPicture::kNone)
     return layer::error_of(Code::kDamaged, "the image has no size, depth or data to make a picture of", number());
-  const PixelRows rows(table, *image_, space, bits);
+  const ColourSpace& space = samples.space();
+  const PixelRows rows(table, *image_, space, samples.bits());
   const std::int64_t size = rows.row_bytes() * image_->height;
   if (size > picture_budget(image_->stored_length, table.picture_ceiling))
     return layer::error_of(Code::kTooLarge, "the size of the image is out of all proportion to its data", number());
@@ -119,7 +111,15 @@ Expected<Pixels> Image::pixels() const {
   pixels.components = rows.components();
   pixels.bits = rows.bits();
   pixels.row_bytes = static_cast<std::size_t>(rows.row_bytes());
-  pixels.is_whole = convert_rows(*samples, rows, image_->height, block);
+  std::uint8_t* opacity = nullptr;
+  if (samples.has_opacity()) {
+    const std::size_t count = static_cast<std::size_t>(image_->width) * static_cast<std::size_t>(image_->height);
+    opacity = static_cast<std::uint8_t*>(QVCalloc(count, 1));
+    if (opacity == nullptr)
+      return layer::error_of(Code::kNoMemory, "there is no memory for the pixels of the image", number());
+    pixels.opacity = Data(opacity, count);
+  }
+  pixels.is_whole = convert_rows(samples, rows, image_->height, block, opacity, image_->width);
   pixels.profile = space.profile;
   if (rows.has_palette())
     pixels.palette = space.palette;

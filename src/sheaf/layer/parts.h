@@ -140,6 +140,7 @@ struct Pixels {
   bool is_whole = true;               ///< False: the data ended early, and the rest of the rows is empty.
   std::vector<std::uint8_t> palette;  ///< Red, green and blue of each index; empty: samples are greys or colours.
   std::vector<std::uint8_t> profile;  ///< The ICC profile; empty: there is none.
+  Data opacity;                       ///< A byte a pixel where the data have opacity of their own ("SMaskInData").
 };
 
 /// An image of a document. Moves and does not copy.

@@ -206,7 +206,7 @@ int CPDFXRefTable::read_linearized_hint(unsigned int offset, int /*length*/, PDF
   if (decoder == nullptr)
     return 0;
   int size = 0;
-  const HeapBlock<std::uint8_t> data(decoder->buffer_load(kMostHintBytes, size));
+  const HeapBlock<std::uint8_t> data(decoder->buffer_load(decoder->most_text(kMostHintBytes), size));
   decoder.reset();
   if (!data || size < 1 || set.count < 2 || set.pages == nullptr)
     return 1;

@@ -2,17 +2,22 @@
 #include <gtest/gtest.h>
 
 #include "filters/filter_support.h"
+#include "sheaf/document/images/colour_rows.h"
 #include "sheaf/document/images/image.h"
 #include "support/fax_encoder.h"
 #include "support/jp2_maker.h"
 #include "support/jpeg_maker.h"
 #include "support/test_table.h"
 
+using namespace sheaf;
+using namespace std::string_literals;
+
 namespace {
 
 struct ImageSamples : testing::Test {
-  // The samples of an image with these entries and data, read in pieces of `step` bytes.
-  std::string samples(const std::string& entries, const std::string& data, int step, std::size_t most = SIZE_MAX) {
+  // Lets `use` have the table and the image of these entries and data.
+  template <class Use>
+  void with_image(const std::string& entries, const std::string& data, const Use& use) {
     TestTable file("%PDF-1.7\n1 0 obj<</Type/Catalog>>endobj\n2 0 obj<</Subtype/Image" + entries + "/Length " +
                    std::to_string(data.size()) + ">>stream\n" + data + "\nendstream endobj\ntrailer<</Root 1 0 R>>\n");
     file.table.picture_ceiling = ceiling;
@@ -21,11 +26,17 @@ struct ImageSamples : testing::Test {
     file.table.get_entity(obj, {2, 0});
     CPDFImage image;
     EXPECT_TRUE(image.load(file.table, obj));
-    const StreamPtr stream(image.open_samples());
+    use(file.table, image);
+  }
+  // The samples of an image with these entries and data, read in pieces of `step` bytes.
+  std::string samples(const std::string& entries, const std::string& data, int step, std::size_t most = SIZE_MAX) {
     std::string all;
-    std::string piece(static_cast<std::size_t>(step), '\0');
-    for (int got = 1; stream != nullptr && got > 0 && all.size() < most; all.append(piece, 0, std::size_t(got)))
-      got = stream->read_block(piece.data(), step);
+    with_image(entries, data, [&](CPDFXRefTable&, const CPDFImage& image) {
+      const StreamPtr stream(image.open_samples());
+      std::string piece(static_cast<std::size_t>(step), '\0');
+      for (int got = 1; stream != nullptr && got > 0 && all.size() < most; all.append(piece, 0, std::size_t(got)))
+        got = stream->read_block(piece.data(), step);
+    });
     return all;
   }
   std::int64_t ceiling = 0;
@@ -50,6 +61,43 @@ TEST_F(ImageSamples, CcittRowsEndWithTheImage) {
     EXPECT_EQ(samples("/Width 100/Height 15" + parms + "/Rows 12>>", encoder.bytes(), step), expected + blank) << step;
   }
   EXPECT_EQ(samples("/Width 100" + parms + ">>", encoder.bytes(), 4096), "") << "no height at all";
+}
+
+// Grey of 0x30 with an opacity of 0x60.
+std::string opaque_file() {
+  const std::string data =
+      make_jp2(67, 45, {.components = 2, .bare = true}, [](int c, int, int) { return c == 0 ? 0x30 : 0x60; });
+  const std::string header = jp2_box("ihdr", "\0\0\0\x2D\0\0\0\x43\0\x02\x07\x07\0\0"s) +
+                             jp2_box("colr", "\x01\0\0\0\0\0\x11"s) +
+                             jp2_box("cdef", "\0\x02\0\0\0\0\0\x01\0\x01\0\x01\0\0"s);
+  return jp2_box("jP  ", "\r\n\x87\n") + jp2_box("ftyp", "jp2 \0\0\0\0jp2 "s) + jp2_box("jp2h", header) +
+         jp2_box("jp2c", data);
+}
+
+TEST_F(ImageSamples, OpacityInTheDataIsNoColour) {
+  struct Case {
+    const char* entries;
+    bool has_opacity;
+    int grey;
+  };
+  const Case cases[] = {{"", false, 0x30},
+                        {"/ColorSpace/DeviceGray", false, 0x30},
+                        {"/SMaskInData 1", true, 0x30},
+                        {"/SMaskInData 2/ColorSpace/DeviceGray", true, 0x80}};
+  for (const Case& c : cases) {
+    with_image("/Width 67/Height 45/Filter/JPXDecode"s + c.entries, opaque_file(),
+               [&c](CPDFXRefTable& table, const CPDFImage& image) {
+                 ColourRows rows;
+                 ASSERT_EQ(rows.open(table, image), NoPicture::kNone);
+                 EXPECT_EQ(rows.space().components, 1);
+                 EXPECT_EQ(rows.has_opacity(), c.has_opacity);
+                 unsigned char grey[67]{};
+                 unsigned char opacity[67]{};
+                 ASSERT_EQ(rows.read(grey, 67, opacity), 67);
+                 EXPECT_EQ(grey[66], c.grey) << c.entries;
+                 EXPECT_EQ(opacity[66], c.has_opacity ? 0x60 : 0);
+               });
+  }
 }
 
 TEST_F(ImageSamples, RowsOutOfAllProportionAreNotMade) {

@@ -16,6 +16,7 @@ namespace sheaf {
 namespace {
 
 constexpr std::size_t kBlock = 16384;
+constexpr std::size_t kMostRoom = INT32_MAX;
 
 }  // namespace
 
@@ -42,6 +43,10 @@ bool ContentText::add(CPDFXRefTable& table, const CPDFObj* item, std::size_t mos
 
 bool ContentText::decode(CPDFXRefTable& table, const CPDFObj& stream, std::size_t most) {
   const std::unique_ptr<CPDFStream> decoder(table.make_stream(stream.as_stream()));
+  if (decoder != nullptr) {
+    const std::size_t room = most - std::min(most, text_.size());
+    most = text_.size() + static_cast<std::size_t>(decoder->most_text(static_cast<int>(std::min(room, kMostRoom))));
+  }
   while (decoder != nullptr && text_.size() < most) {
     const std::size_t size = text_.size();
     const std::size_t room = std::min(kBlock, most - size);
@@ -49,8 +54,9 @@ bool ContentText::decode(CPDFXRefTable& table, const CPDFObj& stream, std::size_
       return false;
     const int got = decoder->read_block(text_.begin() + size, static_cast<int>(room));
     text_.resize(size + static_cast<std::size_t>(std::max(got, 0)));
+    // Rows of a picture are no content, and some of these decoders never end.
     if (got <= 0)
-      return find_flaw(*decoder) == kFlawNone;
+      return !decoder->is_picture() && find_flaw(*decoder) == kFlawNone;
   }
   return false;
 }

@@ -126,6 +126,7 @@ bool CPDFImage::load(CPDFXRefTable& table, const CPDFObj& obj) {
   Freed<CPDFObj> mask = table.value(&rec->dict, "ImageMask");
   is_mask = mask.as_bool();
   bits = is_mask ? 1 : bits;
+  opacity_in_data = number("SMaskInData");
   table.resolve(colour_space, rec->dict.get_item(CPDFDictionary::sm_tag_cs));
   table.resolve(decode, rec->dict.get_item("Decode"));
   read_filter(rec->dict.get_item(CPDFDictionary::sm_tag_filter));

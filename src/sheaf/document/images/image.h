@@ -17,15 +17,16 @@ public:
   CPDFImage& operator=(const CPDFImage&) = delete;
   ~CPDFImage();
 
-  std::int32_t width = 0;          ///< Pixels of a row; 0 when the dictionary has no usable number.
-  std::int32_t height = 0;         ///< Rows.
-  std::int32_t bits = 0;           ///< Bits a component; 0 when the data state them.
-  bool is_mask = false;            ///< A stencil of one bit a pixel.
-  CPDFObj colour_space{};          ///< "ColorSpace", the reference followed; null when there is none.
-  CPDFObj decode{};                ///< "Decode", the reference followed.
-  std::int32_t filter_count = 0;   ///< Filters in the chain.
-  char filter[24] = {};            ///< Name of the last one, in its long form; "" without one.
-  std::int32_t stored_length = 0;  ///< Bytes of the data as stored.
+  std::int32_t width = 0;            ///< Pixels of a row; 0 when the dictionary has no usable number.
+  std::int32_t height = 0;           ///< Rows.
+  std::int32_t bits = 0;             ///< Bits a component; 0 when the data state them.
+  bool is_mask = false;              ///< A stencil of one bit a pixel.
+  CPDFObj colour_space{};            ///< "ColorSpace", the reference followed; null when there is none.
+  CPDFObj decode{};                  ///< "Decode", the reference followed.
+  std::int32_t filter_count = 0;     ///< Filters in the chain.
+  char filter[24] = {};              ///< Name of the last one, in its long form; "" without one.
+  std::int32_t stored_length = 0;    ///< Bytes of the data as stored.
+  std::int32_t opacity_in_data = 0;  ///< "SMaskInData"; 0: opacity in the data does not count.
 
   /// Reads the dictionary of `obj`, an image's stream object. What an earlier image left is released.
   /// False when it is no image.

@@ -32,7 +32,8 @@ bool load_packet(CPDFXRefTable& table, CPDFObj& obj, GrowArray<char>& bytes) {
     return false;
   const std::unique_ptr<CPDFStream> decoder(table.make_stream(obj.as_stream()));
   char block[8192];
-  for (int got = 1; decoder != nullptr && got > 0 && bytes.size() < kMostPacket;) {
+  const std::size_t most = decoder != nullptr ? static_cast<std::size_t>(decoder->most_text(kMostPacket)) : 0;
+  for (int got = 1; got > 0 && bytes.size() < most;) {
     got = decoder->read_block(block, sizeof(block));
     const std::size_t at = bytes.size();
     if (got > 0 && bytes.resize(at + static_cast<std::size_t>(got)))

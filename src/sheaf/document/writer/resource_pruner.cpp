@@ -97,13 +97,15 @@ bool ResourcePruner::append_data(const CPDFObj& value, GrowArray<char>& text) {
   if (decoder == nullptr)
     return stream->source == nullptr || table_.value(stream->dict.get_item("Length")).to_int() == 0;
   char block[4096];
+  const std::size_t begin = text.size();
+  const auto most = static_cast<std::size_t>(decoder->most_text(INT32_MAX));
   for (int got = decoder->read_block(block, sizeof(block)); got > 0; got = decoder->read_block(block, sizeof(block))) {
     for (int i = 0; i < got; ++i) {
       if (!text.push(block[i]))
         return false;
     }
     work_left_ -= got;
-    if (work_left_ < 0)
+    if (work_left_ < 0 || text.size() - begin >= most)
       return false;
   }
   text.push('\n');

@@ -137,7 +137,7 @@ CPDFStream* make_jbig2(CPDFXRefTable* table, unsigned char* data, int len, const
     return jbig2.release();
   }
   int size = rec->decoded_hint;
-  const HeapBlock<std::uint8_t> block(globals->buffer_load(kMostGlobals, size));
+  const HeapBlock<std::uint8_t> block(globals->buffer_load(globals->most_text(kMostGlobals), size));
   if (block) {
     table->stream_work.add(size);
     jbig2->open(block.get(), size);

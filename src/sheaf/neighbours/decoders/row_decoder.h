@@ -16,6 +16,12 @@ public:
   std::int32_t width() const { return width_; }
   std::int32_t height() const { return height_; }
   std::int32_t components() const { return components_; }
+  /// Makes ready to give rows, if that has not happened yet: sizes and components are known for good then. False when
+  /// there are none.
+  bool prepare() { return is_ready(); }
+  /// Which component is opacity, -1: none; and whether the others are inks. Both are known once rows can be given.
+  virtual std::int32_t opacity() const { return -1; }
+  virtual bool is_cmyk() const { return false; }
   /// Bytes that the rows may come to together; a larger image gives none. 0: no such bound.
   void set_ceiling(std::int64_t bytes) { ceiling_ = bytes; }
 

@@ -94,7 +94,8 @@ void CPDFStreamJPX::release() {
   delete source_;
   source_ = nullptr;
   row_index_ = -1;
-  has_chrominance_ = false;
+  has_chrominance_ = is_cmyk_ = false;
+  opacity_ = -1;
   release_rows();
 }
 
@@ -150,7 +151,13 @@ bool CPDFStreamJPX::has_all_planes() const {
 bool CPDFStreamJPX::begin() {
   if (!source_->decode() || !take_sizes() || !has_all_planes())
     return false;
-  has_chrominance_ = is_chrominance(*source_->image());
+  const opj_image& image = *source_->image();
+  has_chrominance_ = is_chrominance(image);
+  is_cmyk_ = image.color_space == OPJ_CLRSPC_CMYK;
+  const opj_image_comp_t* const end = image.comps + image.numcomps;
+  const opj_image_comp_t* const found =
+      std::find_if(image.comps + 0, image.comps + image.numcomps, [](const auto& comp) { return comp.alpha != 0; });
+  opacity_ = found != end ? static_cast<std::int32_t>(found - image.comps) : -1;
   return true;
 }
 

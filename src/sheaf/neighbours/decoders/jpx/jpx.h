@@ -26,6 +26,9 @@ public:
   void open() override;
   void close() override;
 
+  std::int32_t opacity() const override { return opacity_; }
+  bool is_cmyk() const override { return is_cmyk_; }
+
   /// OpenJPEG's event handlers; both do nothing.
   static void opj_error_callback(const char* msg, void* client);
   static void opj_warning_callback(const char* msg, void* client);
@@ -43,5 +46,7 @@ private:
 
   sheaf::JpxSource* source_ = nullptr;
   std::int32_t row_index_ = -1;
+  std::int32_t opacity_ = -1;
   bool has_chrominance_ = false;
+  bool is_cmyk_ = false;
 };
