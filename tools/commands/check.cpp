@@ -57,8 +57,7 @@ int check_file(const std::string& file, const CheckOptions& options) {
     result.problems.push_back({0, password_trouble(doc)});
     code = kExitFailed;
   } else {
-    check_document(doc, result);
-    check_contents(doc, result);
+    check_document_and_contents(doc, result);
     code = std::strcmp(result.status, "clean") == 0 ? kExitClean : kExitProblems;
   }
   if (options.json)

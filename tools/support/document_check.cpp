@@ -50,7 +50,9 @@ std::vector<bool> reachable(CPDFXRefTable& table) {
 
 class Checker {
 public:
-  Checker(CPDFDoc& doc, CheckResult& result) : doc_(doc), table_(doc.table()), result_(result) {}
+  // `contents` was led through the pages before; null when nobody looks at them.
+  Checker(CPDFDoc& doc, CheckResult& result, const ContentChecker* contents)
+      : doc_(doc), table_(doc.table()), result_(result), contents_(contents) {}
 
   void check_objects() {
     table_.drain_pending();
@@ -105,6 +107,13 @@ private:
     if (const PDF_OBJSTM* const objstm = object_stream(num, rec)) {
       result_.decoded_bytes += objstm->decoded;
       report_flaw(num, static_cast<CPDFStreamFlaw>(objstm->flaw));
+      return;
+    }
+    std::size_t size = 0;
+    CPDFStreamFlaw flaw = kFlawNone;
+    if (contents_ != nullptr && contents_->has_read(num, size, flaw)) {
+      result_.decoded_bytes += static_cast<std::int64_t>(size);
+      report_flaw(num, flaw);
       return;
     }
     const std::unique_ptr<CPDFStream> decoder(table_.make_stream(&rec));
@@ -198,6 +207,7 @@ private:
   CPDFDoc& doc_;
   CPDFXRefTable& table_;
   CheckResult& result_;
+  const ContentChecker* contents_;
   std::vector<std::int32_t> lost_;
   std::int32_t container_ = 0;
   Freed<CPDFObj> obj_;
@@ -254,30 +264,54 @@ PageContent read_content(CPDFDoc& doc, int index) {
 
 }  // namespace
 
-void check_document(CPDFDoc& doc, CheckResult& result) {
-  result.pages = doc.page_count();
-  Checker(doc, result).check_objects();
+namespace {
+
+void judge(CPDFDoc& doc, CheckResult& result) {
   if (!result.problems.empty())
     result.status = "problems";
   else if (doc.status() != PDF_OPEN::kClean || !doc.repairs().empty())
     result.status = "repaired";
 }
 
-void check_contents(CPDFDoc& doc, CheckResult& result) {
-  ContentChecker checker(doc);
-  Progress progress("pages checked", result.pages);
+}  // namespace
+
+void check_document(CPDFDoc& doc, CheckResult& result) {
+  result.pages = doc.page_count();
+  Checker(doc, result, nullptr).check_objects();
+  judge(doc, result);
+}
+
+namespace {
+
+void check_contents(CPDFDoc& doc, ContentChecker& checker, std::vector<Problem>& found) {
+  Progress progress("pages checked", doc.page_count());
   for (int i = 0; i < doc.page_count(); ++i) {
     GrowArray<ContentFinding> findings;
     progress.show(i);
     checker.check_page(i, findings);
     for (const ContentFinding& finding : findings)
-      result.problems.push_back(
-          {finding.stream.num, "page " + std::to_string(i + 1) + ", offset " + std::to_string(finding.offset) + ": " +
-                                   finding.what +
-                                   (finding.name[0] != 0 ? std::string(" (") + finding.name + ")" : "")});
+      found.push_back({finding.stream.num, "page " + std::to_string(i + 1) + ", offset " +
+                                               std::to_string(finding.offset) + ": " + finding.what +
+                                               (finding.name[0] != 0 ? std::string(" (") + finding.name + ")" : "")});
   }
-  if (!result.problems.empty())
-    result.status = "problems";
+}
+
+}  // namespace
+
+// Contents come first, so that what was decoded for them need not be decoded again; but objects do where something has
+// to be repaired, which is then listed by their numbers.
+void check_document_and_contents(CPDFDoc& doc, CheckResult& result) {
+  result.pages = doc.page_count();
+  std::vector<Problem> found;
+  ContentChecker checker(doc);
+  const bool contents_first = doc.list_pages_as_told() && doc.repairs().empty();
+  if (contents_first)
+    check_contents(doc, checker, found);
+  Checker(doc, result, &checker).check_objects();
+  if (!contents_first)
+    check_contents(doc, checker, found);
+  result.problems.insert(result.problems.end(), found.begin(), found.end());
+  judge(doc, result);
 }
 
 std::vector<Problem> find_losses(CPDFDoc& source, CPDFDoc& copy) {

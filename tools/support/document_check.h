@@ -27,9 +27,9 @@ struct CheckResult {
 /// problems are those of `result` then.
 void check_document(CPDFDoc& doc, CheckResult& result);
 
-/// Reads the content of every page, and of the forms that it draws, after the above. What is wrong is a problem of the
-/// stream that it stands in.
-void check_contents(CPDFDoc& doc, CheckResult& result);
+/// The same, after reading the content of every page, and of the forms that it draws. What is wrong there is a problem
+/// of the stream that it stands in, behind the others.
+void check_document_and_contents(CPDFDoc& doc, CheckResult& result);
 
 /// What a new file, written from `source` with its object numbers, lacks of what can be reached there:
 /// objects, pages, and content of pages, by decoded bytes.

@@ -77,6 +77,13 @@ public:
     size_ = size;
     return true;
   }
+  /// The same for values that are all about to be written: new ones are not set, and the block grows by half or more.
+  bool resize_unset(std::size_t size) {
+    if (size > capacity_ && !reserve(size > capacity_ + capacity_ / 2 ? size : capacity_ + capacity_ / 2))
+      return false;
+    size_ = size;
+    return true;
+  }
 
 private:
   static constexpr std::size_t kFirst = 16;

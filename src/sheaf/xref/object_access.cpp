@@ -60,9 +60,7 @@ struct ValueTaker {
   void read(CPDFBuf& buf, PDF_DEC_PARA* para) { out.read(&buf, para); }
   void copy(const CPDFObj& value) { out.copy_from(&value); }
   void copy_compressed(CPDFXRefTable& table, std::uint32_t offset, std::int32_t stm, std::int32_t index) {
-    const PDF_OBJSTM* const objstm = table.get_objstm(offset, stm, 0);
-    if (objstm != nullptr && objstm->objs != nullptr && index >= 0 && index < objstm->count)
-      copy(objstm->objs[index]);
+    table.read_compressed(out, offset, stm, index);
   }
 };
 
@@ -78,11 +76,7 @@ struct ReferenceTaker {
   void copy(const CPDFObj& value) { collect_references(value, found); }
   void copy_compressed(CPDFXRefTable& table, std::uint32_t offset, std::int32_t stm, std::int32_t index) {
     const PDF_OBJSTM* const objstm = table.get_objstm_references(offset, stm);
-    if (objstm == nullptr || index < 0 || index >= objstm->count)
-      return;
-    if (objstm->objs != nullptr)
-      return copy(objstm->objs[index]);
-    if (objstm->refs == nullptr)
+    if (objstm == nullptr || objstm->refs == nullptr || index < 0 || index >= objstm->count)
       return;
     for (std::int32_t i = objstm->refs[index]; i < objstm->refs[index + 1]; ++i)
       found.push(objstm->refs[i]);

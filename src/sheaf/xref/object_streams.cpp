@@ -1,9 +1,11 @@
-// Object streams, decoded when one of their objects is asked for. The parsed objects are kept until
-// the document is closed, as far as the table's budget goes: beyond it those that were not asked
-// for of late are released, and decoded again when they are.
+// Object streams, decoded when one of their objects is asked for. What is kept is their text, which a request parses
+// one object of, and a list of where each object begins and what it refers to. Both are kept until the document is
+// closed, as far as the table's budget goes: beyond it texts that were not asked for of late are released first, then
+// lists, and each is made again when it is needed.
 #include <algorithm>
 #include <cstring>
 #include <memory>
+#include <utility>
 
 #include "sheaf/base/chars.h"
 #include "sheaf/base/heap.h"
@@ -21,54 +23,77 @@ constexpr int kMostObjStmBytes = 0x8000000;  // 128 MiB of decoded data
 constexpr std::uint32_t kObjStmStep = 32;
 constexpr std::int64_t kParsedPerByte = 5;  // what the objects take in memory for a byte of their text
 
-// What is read out of an object stream.
-enum class Wanted { kObjects, kReferences };
+// What is read out of an object stream: lists, the text with its lists, or all objects as values.
+enum class Wanted { kReferences, kText, kObjects };
 
-// Objects one after the other from the position of `buf`; stray keywords between them are passed over.
-// Objects that the data lack stay null.
-bool read_objects(CPDFBuf& buf, PDF_OBJSTM& entry) {
+// Where each object begins and what it refers to. Objects are read one after the other from byte `first` on, and stray
+// keywords between them passed over. Objects that the data lack begin at their end.
+bool read_lists(PDF_OBJSTM& entry, std::int32_t first) {
+  CPDFBufMem buf;
+  if (first >= 0 && first < entry.decoded)
+    buf.buf_init_mem(entry.text + first, static_cast<std::uint32_t>(entry.decoded - first));
+  const auto count = static_cast<std::size_t>(entry.count);
+  ReferenceList list;
+  if (!list.resize(2 * count + 1))
+    return false;
+  for (std::size_t i = 0; i < count; ++i) {
+    std::int32_t start = entry.decoded;
+    list[i] = static_cast<std::int32_t>(list.size());
+    do {
+      if (buf.buf_len != 0)
+        start = first + static_cast<std::int32_t>(buf.position());
+    } while (buf.buf_len != 0 && read_references(buf, list) == kTagNoValue);
+    list[count + 1 + i] = start;
+  }
+  list[count] = static_cast<std::int32_t>(list.size());
+  entry.refs_weight = static_cast<std::int64_t>(list.size() * sizeof(std::int32_t));
+  entry.refs = list.release();
+  return true;
+}
+
+// Object `index` of a stream whose text is held.
+void read_member(const PDF_OBJSTM& entry, std::int32_t index, CPDFObj& out) {
+  const std::int32_t start = entry.refs[entry.count + 1 + index];
+  CPDFBufMem buf;
+  buf.buf_init_mem(entry.text + start, static_cast<std::uint32_t>(entry.decoded - start));
+  out.read(&buf, nullptr);
+}
+
+bool read_objects(PDF_OBJSTM& entry) {
   entry.objs = static_cast<CPDFObj*>(QVAlloc(static_cast<std::size_t>(entry.count) * sizeof(CPDFObj)));
   if (entry.objs == nullptr)
     return false;
   std::fill(entry.objs, entry.objs + entry.count, CPDFObj{});
-  for (std::int32_t i = 0; i < entry.count && buf.buf_len != 0; ++i) {
-    do {
-      entry.objs[i].read(&buf, nullptr);
-    } while (entry.objs[i].tag == kTagNoValue);
-  }
+  for (std::int32_t i = 0; i < entry.count; ++i)
+    read_member(entry, i, entry.objs[i]);
+  entry.objs_weight = entry.decoded * kParsedPerByte + entry.count * static_cast<std::int64_t>(sizeof(CPDFObj));
   return true;
 }
 
-// The same objects, of which only what they refer to is kept.
-void read_reference_lists(CPDFBuf& buf, PDF_OBJSTM& entry) {
-  const auto starts = static_cast<std::size_t>(entry.count) + 1;
-  ReferenceList list;
-  if (!list.resize(starts))
-    return;
-  for (std::size_t i = 0; i < starts; ++i) {
-    list[i] = static_cast<std::int32_t>(list.size());
-    while (i + 1 < starts && buf.buf_len != 0 && read_references(buf, list) == kTagNoValue) {
-    }
-  }
-  entry.weight = static_cast<std::int64_t>(list.size() * sizeof(std::int32_t));
-  entry.refs = list.release();
+bool has(const PDF_OBJSTM& entry, Wanted wanted) {
+  if (wanted == Wanted::kReferences)
+    return entry.refs != nullptr;
+  return entry.objs != nullptr || (wanted == Wanted::kText && entry.text != nullptr);
 }
 
-bool holds_something(const PDF_OBJSTM& entry) {
-  return entry.objs != nullptr || entry.refs != nullptr;
-}
-
-bool is_released(const PDF_OBJSTM& entry) {
-  return !holds_something(entry) && entry.weight != 0;
-}
-
-void release_objects(PDF_OBJSTM& entry) {
+// Releases the text and the objects; what they took.
+std::int64_t release_text(PDF_OBJSTM& entry) {
+  const std::int64_t freed = entry.held() - (entry.refs != nullptr ? entry.refs_weight : 0);
   for (std::int32_t i = 0; entry.objs != nullptr && i < entry.count; ++i)
     entry.objs[i].free();
   QVFree(entry.objs);
   entry.objs = nullptr;
+  QVFree(entry.text);
+  entry.text = nullptr;
+  return freed;
+}
+
+std::int64_t release_all(PDF_OBJSTM& entry) {
+  const std::int64_t freed = entry.held();
+  release_text(entry);
   QVFree(entry.refs);
   entry.refs = nullptr;
+  return freed;
 }
 
 // The pairs of numbers in front of the objects of an object stream: which object, and where it begins
@@ -147,44 +172,53 @@ bool agree_with_numbers(const std::uint8_t* data, std::int32_t size, std::int32_
   return count != stated_count || first != stated_first;
 }
 
-// Decodes an object stream into `entry`, whose objs and refs stay null when that fails. The table of
-// numbers and offsets in front of the first object is looked at only where the table has a finder: true
-// when "N" or "First" had to be set right by it.
-bool load_objects(CPDFStream& decoder, const CPDFStreamRec& rec, std::int64_t ceiling, Wanted wanted, bool heals,
-                  PDF_OBJSTM& entry) {
+// The block without the room behind its `size` bytes.
+std::uint8_t* cut(HeapBlock<std::uint8_t>& data, std::int32_t size) {
+  std::uint8_t* const block = data.release();
+  void* const less = QVRealloc(block, static_cast<std::size_t>(size) + 1);
+  return less != nullptr ? static_cast<std::uint8_t*>(less) : block;
+}
+
+// Decodes an object stream into `entry`, whose text and refs stay null when that fails; `before` is what was known of
+// it, and its lists are taken over. The table of numbers and offsets in front of the first object is looked at only
+// where the table has a finder: true when "N" or "First" had to be set right by it.
+bool load_text(const CPDFXRefTable& table, CPDFStream& decoder, const CPDFStreamRec& rec, PDF_OBJSTM& before,
+               PDF_OBJSTM& entry) {
+  const std::int64_t ceiling = table.decoded_ceiling;
   int size = rec.decoded_hint;
   const int most = ceiling > 0 ? static_cast<int>(std::min<std::int64_t>(ceiling, kMostObjStmBytes)) : kMostObjStmBytes;
-  const HeapBlock<std::uint8_t> data(decoder.buffer_load(decoder.most_text(most), size));
-  entry.decoded = data ? size : 0;
+  HeapBlock<std::uint8_t> data(decoder.buffer_load(decoder.most_text(most), size));
   entry.flaw = find_flaw(decoder);
+  entry.decoded = data ? size : 0;
   if (!data || entry.count < 0)
     return false;
   std::int32_t first = entry.first;
-  const bool is_healed = heals && agree_with_numbers(data.get(), size, first, entry.count);
+  const bool is_healed = table.finder != nullptr && agree_with_numbers(data.get(), size, first, entry.count);
   // Every object takes a byte at least: those beyond are null, and need no place.
   entry.count = std::min(entry.count, size);
-  CPDFBufMem buf;
-  if (first >= 0 && first < size)
-    buf.buf_init_mem(data.get() + first, static_cast<std::uint32_t>(size - first));
-  if (wanted == Wanted::kReferences)
-    read_reference_lists(buf, entry);
-  else if (read_objects(buf, entry))
-    entry.weight = size * kParsedPerByte + entry.count * static_cast<std::int64_t>(sizeof(CPDFObj));
+  entry.text = cut(data, size);
+  if (before.refs != nullptr && before.count == entry.count && before.decoded == size) {
+    entry.refs = std::exchange(before.refs, nullptr);
+    entry.refs_weight = before.refs_weight;
+  } else if (!read_lists(entry, first)) {
+    release_all(entry);
+  }
   return is_healed;
 }
 
-// Releases objects until `weight` fits into the budget. Evicts by second chance (clock).
+// Releases what was not asked for of late until `weight` fits into the budget, texts before lists. Evicts by second
+// chance (clock).
 void make_room(CPDFXRefTable& table, std::int64_t weight) {
+  constexpr std::uint64_t kTurns = 3;  // to forget who asked, for the texts, for the lists
   ObjStmBudget& budget = table.objstm_budget;
   if (budget.is_useless())
     return;
-  for (std::uint64_t step = 0; step < 2 * std::uint64_t{table.objstm_count} && !budget.fits(weight); ++step) {
+  for (std::uint64_t step = 0; step < kTurns * table.objstm_count && !budget.fits(weight); ++step) {
     budget.hand = budget.hand + 1 < table.objstm_count ? budget.hand + 1 : 0;
     PDF_OBJSTM& entry = table.objstm_cache[budget.hand];
-    if (holds_something(entry) && entry.recent == 0) {
-      release_objects(entry);
-      budget.give_back(entry.weight);
-    }
+    const bool holds_text = entry.objs != nullptr || entry.text != nullptr;
+    if (entry.recent == 0)
+      budget.give_back(holds_text ? release_text(entry) : release_all(entry));
     entry.recent = 0;
   }
 }
@@ -226,7 +260,7 @@ PDF_OBJSTM* find_known_place(CPDFXRefTable& table, std::int32_t offset) {
 }
 
 // Reads and decodes the object stream at the place of `entry`. False when it is no stream or has no decoder.
-bool load_objstm(CPDFXRefTable& table, PDF_OBJSTM& entry, const PDF_REF& ref, Wanted wanted) {
+bool load_objstm(CPDFXRefTable& table, const PDF_REF& ref, PDF_OBJSTM& before, PDF_OBJSTM& entry) {
   table.stream->SetPos(CQVStream::STR_SEEK_SET, static_cast<std::uint32_t>(entry.offset));
   CPDFBufBase buf;
   buf.buf_init(table.stream);
@@ -242,28 +276,44 @@ bool load_objstm(CPDFXRefTable& table, PDF_OBJSTM& entry, const PDF_REF& ref, Wa
   const std::unique_ptr<CPDFStream> decoder(table.make_stream(rec));
   if (decoder == nullptr)
     return false;
-  if (load_objects(*decoder, *rec, table.decoded_ceiling, wanted, table.finder != nullptr, entry))
+  if (load_text(table, *decoder, *rec, before, entry))
     table.repairs.note(PDF_REPAIR::kLengthCorrected, ref.num, static_cast<std::uint32_t>(entry.offset));
   return true;
 }
 
-// The cache owns the objects from here on. Resolving on the way may have put other entries into it,
+// The cache owns what `entry` holds from here on. Resolving on the way may have put other entries into it,
 // so the place is found only now.
 PDF_OBJSTM* store_objstm(CPDFXRefTable& table, PDF_OBJSTM& entry) {
-  make_room(table, entry.weight);
+  make_room(table, entry.held());
   PDF_OBJSTM* slot = find_objstm(table, entry.offset, entry.first);
-  const bool reloaded = slot != table.objstm_cache + table.objstm_count && slot->offset == entry.offset &&
-                        slot->first == entry.first && is_released(*slot);
-  if (reloaded)
+  const bool is_there =
+      slot != table.objstm_cache + table.objstm_count && slot->offset == entry.offset && slot->first == entry.first;
+  if (is_there) {
+    table.objstm_budget.give_back(release_all(*slot));
     *slot = entry;
-  else
+  } else {
     slot = insert_objstm(table, static_cast<std::size_t>(slot - table.objstm_cache), entry);
+  }
   if (slot == nullptr) {
-    release_objects(entry);
+    release_all(entry);
     return nullptr;
   }
-  table.objstm_budget.take(entry.weight, reloaded);
+  table.objstm_budget.take(entry.held(), is_there);
   return slot;
+}
+
+// The values of a stream whose text is held, in place of the text.
+PDF_OBJSTM* with_objects(CPDFXRefTable& table, PDF_OBJSTM* entry) {
+  if (entry == nullptr || entry->objs != nullptr || entry->text == nullptr)
+    return entry;
+  const std::int64_t before = entry->held();
+  if (read_objects(*entry)) {
+    QVFree(entry->text);
+    entry->text = nullptr;
+  }
+  table.objstm_budget.give_back(before);
+  table.objstm_budget.take(entry->held(), false);
+  return entry;
 }
 
 PDF_OBJSTM* get(CPDFXRefTable& table, unsigned int offset, const PDF_REF& ref, Wanted wanted) {
@@ -272,11 +322,7 @@ PDF_OBJSTM* get(CPDFXRefTable& table, unsigned int offset, const PDF_REF& ref, W
   const Nesting::Call call(table.entity_calls);
   const auto place_in_file = static_cast<std::int32_t>(offset);
   PDF_OBJSTM* const known = find_known_place(table, place_in_file);
-  if (known != nullptr && known->refs != nullptr && wanted == Wanted::kObjects) {
-    release_objects(*known);
-    table.objstm_budget.give_back(known->weight);
-  }
-  if (known != nullptr && !is_released(*known)) {
+  if (known != nullptr && (!known->decodes() || has(*known, wanted) || has(*known, Wanted::kText))) {
     known->recent = 1;
     return known;
   }
@@ -285,25 +331,43 @@ PDF_OBJSTM* get(CPDFXRefTable& table, unsigned int offset, const PDF_REF& ref, W
   if (table.objstm_loads.is_full())
     return nullptr;
   const Nesting::Call load(table.objstm_loads);
+  PDF_OBJSTM before{};
+  if (known != nullptr) {
+    table.objstm_budget.give_back(known->held());
+    before = *known;
+    known->refs = nullptr;
+  }
   PDF_OBJSTM entry{};
   entry.offset = place_in_file;
   entry.recent = 1;
-  return load_objstm(table, entry, ref, wanted) ? store_objstm(table, entry) : nullptr;
+  PDF_OBJSTM* const stored = load_objstm(table, ref, before, entry) ? store_objstm(table, entry) : nullptr;
+  QVFree(before.refs);
+  return stored;
 }
 
 }  // namespace
 
 PDF_OBJSTM* CPDFXRefTable::get_objstm(unsigned int offset, int num, int gen) {
-  return get(*this, offset, {num, gen}, Wanted::kObjects);
+  return with_objects(*this, get(*this, offset, {num, gen}, Wanted::kObjects));
 }
 
 PDF_OBJSTM* CPDFXRefTable::get_objstm_references(unsigned int offset, int num) {
   return get(*this, offset, {num, 0}, Wanted::kReferences);
 }
 
+void CPDFXRefTable::read_compressed(CPDFObj& out, unsigned int offset, int num, int index) {
+  const PDF_OBJSTM* const objstm = get(*this, offset, {num, 0}, Wanted::kText);
+  if (objstm == nullptr || index < 0 || index >= objstm->count)
+    return;
+  if (objstm->objs != nullptr)
+    out.copy_from(objstm->objs + index);
+  else if (objstm->text != nullptr)
+    read_member(*objstm, index, out);
+}
+
 bool CPDFXRefTable::serves_as_objstm(std::uint32_t offset) {
   const PDF_OBJSTM* const known = find_known_place(*this, static_cast<std::int32_t>(offset));
-  return known != nullptr && (holds_something(*known) || is_released(*known));
+  return known != nullptr && known->decodes();
 }
 
 std::uint32_t CPDFXRefTable::objstm_place(std::uint32_t num) const {
@@ -313,7 +377,7 @@ std::uint32_t CPDFXRefTable::objstm_place(std::uint32_t num) const {
 
 void CPDFXRefTable::release_objstms() {
   for (std::uint32_t i = 0; i < objstm_count; ++i)
-    release_objects(objstm_cache[i]);
+    release_all(objstm_cache[i]);
   QVFree(objstm_cache);
   objstm_cache = nullptr;
   objstm_count = objstm_capacity = 0;

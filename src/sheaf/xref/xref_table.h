@@ -96,19 +96,28 @@ struct PDF_NEWOBJ {
   std::uint32_t place;  ///< Where the object stood in the file before; 0 it did not.
 };
 
-/// A decoded object stream. The cache is sorted by (offset, first).
+/// A decoded object stream. The cache is sorted by (offset, first). Its objects are read out of `text`; they stand in
+/// `objs`, in place of it, once get_objstm was called. Each part is null while it is released.
 struct PDF_OBJSTM {
   std::int32_t offset;  ///< File offset of the object stream.
   std::int32_t first;   ///< Its "First".
-  CPDFObj* objs;        ///< `count` objects; null when the stream would not decode, or when they were released.
+  CPDFObj* objs;        ///< `count` objects, or null.
   std::int32_t count;   ///< Its "N".
-  std::int64_t weight;  ///< What the objects take in memory, as estimated; 0 when the stream would not decode.
   std::int32_t recent;  ///< Not 0: asked for since the last turn through the cache.
-  /// In place of `objs`: behind `count` + 1 words, numbers of objects that the objects refer to. Word
-  /// i says where those of object i begin, word i + 1 where they end.
+  /// Words 0 to `count`: word i says where the numbers of the objects that object i refers to begin in this block,
+  /// word i + 1 where they end. Word `count` + 1 + i says where object i begins in the decoded bytes.
   std::int32_t* refs;
-  std::int32_t decoded;  ///< Bytes that the stream decoded to.
-  std::int32_t flaw;     ///< A CPDFStreamFlaw of the stream.
+  std::uint8_t* text;        ///< The decoded bytes.
+  std::int32_t decoded;      ///< Bytes that the stream decoded to.
+  std::int32_t flaw;         ///< A CPDFStreamFlaw of the stream.
+  std::int64_t objs_weight;  ///< What `objs` take in memory, as estimated.
+  std::int64_t refs_weight;  ///< What `refs` take, also while they are released; 0 when the stream would not decode.
+
+  bool decodes() const { return refs_weight != 0; }
+  /// What is held takes in memory.
+  std::int64_t held() const {
+    return (objs != nullptr ? objs_weight : 0) + (refs != nullptr ? refs_weight : 0) + (text != nullptr ? decoded : 0);
+  }
 };
 
 /// Stream data held in memory for one object.
@@ -290,9 +299,12 @@ public:
   /// The decoded object stream at file offset `offset`; null on failure. Borrowed; valid until the
   /// next object stream is loaded.
   PDF_OBJSTM* get_objstm(unsigned int offset, int num, int gen);
-  /// The same where the references of the objects are enough: those that it does not hold yet it
-  /// reads without making them. Either `objs` or `refs` is set, unless the stream would not decode.
+  /// The same where the references of the objects are enough, which are read without making values. `refs` is set
+  /// unless the stream would not decode.
   PDF_OBJSTM* get_objstm_references(unsigned int offset, int num);
+  /// Reads object `index` of the object stream `num` at `offset`. `out`, which must be null, stays null when there is
+  /// none.
+  void read_compressed(CPDFObj& out, unsigned int offset, int num, int index);
   /// Sets the true length of a stream of the file, where `lengths.checked` is set. `num` names
   /// the object in the list of repairs.
   void heal_length(CPDFStreamRec& rec, std::int32_t num);

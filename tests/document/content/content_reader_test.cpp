@@ -1,4 +1,5 @@
 // The operators of content streams: what they are, where they are, and what damaged content leaves of them.
+#include <iterator>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -67,6 +68,48 @@ TEST(ContentReader, GoesOnBehindDamage) {
   EXPECT_EQ(read_all("q 5"), (Lines{"|q", "5|!"}));
   EXPECT_EQ(read_all("BI 5 Q"), (Lines{"<<>>|BI!", "5|Q"}));
   EXPECT_TRUE(read_all("").empty());
+}
+
+// Plain operands are passed over, odd ones read: a stray bracket in front makes the reader read all of the first
+// operator.
+TEST(ContentReader, FindsTheSameWhetherItPassesOperandsOrReadsThem) {
+  const char* const kPieces[] = {"1",         "-2.50",
+                                 "+3",        "4.",
+                                 "--5",       ".",
+                                 "6e3",       "7-8",
+                                 "0",         "R",
+                                 "RG",        "obj",
+                                 "(a(b)c",    "(d)",
+                                 "(\\)\\(e)", "<41 4>",
+                                 "<4obj",     "[",
+                                 "]",         "<<",
+                                 ">>",        "/N",
+                                 "/N#41",     "/",
+                                 "true",      "null",
+                                 "endobj",    "% c\n",
+                                 "BI",        "ID",
+                                 "EI",        "TJ",
+                                 "[1(a)]",    "<</A 1/B[<</C(])>>]>>",
+                                 "[1 0 R]",   "12345678901",
+                                 "\0",        "re",
+                                 "{",         "w"};
+  unsigned state = 1;
+  for (int round = 0; round < 4000; ++round) {
+    std::string text;
+    for (int i = 0; i < 8; ++i) {
+      state = state * 1664525U + 1013904223U;
+      text += kPieces[(state >> 8) % std::size(kPieces)];
+      text += (state >> 4) % 4 != 0 ? " " : "";
+    }
+    text += " Q ";
+    Lines plain = read_all(text);
+    Lines careful = read_all("} " + text);
+    ASSERT_FALSE(careful.empty());
+    ASSERT_EQ(careful[0].back(), '!');
+    if (plain[0].back() != '!')
+      careful[0].pop_back();
+    EXPECT_EQ(plain, careful) << text;
+  }
 }
 
 TEST(ContentReader, TakesTimeInProportionToTheText) {

@@ -3,12 +3,12 @@
 #include "sheaf/document/content/content_check.h"
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 #include <string_view>
 
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/document/content/content_reader.h"
-#include "sheaf/document/content/content_text.h"
 #include "sheaf/document/doc.h"
 
 namespace sheaf {
@@ -19,46 +19,65 @@ namespace {
 constexpr long long kLeastWork = 1LL << 28;
 constexpr long long kWorkPerByte = 64;
 
+// Kinds of resources.
+enum Kind : std::int8_t {
+  kNoKind = -1,
+  kProperties,
+  kColorSpace,
+  kXObject,
+  kPattern,
+  kFont,
+  kExtGState,
+  kShading,
+  kKinds
+};
+constexpr const char* kKindNames[kKinds] = {"Properties", "ColorSpace", "XObject", "Pattern",
+                                            "Font",       "ExtGState",  "Shading"};
+
+// What an operator opens or closes.
+enum class Nest : std::uint8_t { kNone, kSave, kRestore, kText, kTextEnd, kMark, kMarkEnd, kLenient, kLenientEnd };
+
 struct Operator {
   std::string_view name;
-  int operands;                // at least
-  const char* kind = nullptr;  // of the resource that the operand below names
-  int from_end = 0;            // that operand, counted from the last one
+  int operands;         // at least
+  Kind kind = kNoKind;  // of the resource that the operand below names
+  int from_end = 0;     // that operand, counted from the last one
+  Nest nest = Nest::kNone;
 };
 
 constexpr Operator kOperators[] = {{"\"", 3},
                                    {"'", 1},
                                    {"B", 0},
                                    {"B*", 0},
-                                   {"BDC", 2, "Properties"},
+                                   {"BDC", 2, kProperties, 0, Nest::kMark},
                                    {"BI", 1},
-                                   {"BMC", 1},
-                                   {"BT", 0},
-                                   {"BX", 0},
-                                   {"CS", 1, "ColorSpace"},
-                                   {"DP", 2, "Properties"},
-                                   {"Do", 1, "XObject"},
-                                   {"EMC", 0},
-                                   {"ET", 0},
-                                   {"EX", 0},
+                                   {"BMC", 1, kNoKind, 0, Nest::kMark},
+                                   {"BT", 0, kNoKind, 0, Nest::kText},
+                                   {"BX", 0, kNoKind, 0, Nest::kLenient},
+                                   {"CS", 1, kColorSpace},
+                                   {"DP", 2, kProperties},
+                                   {"Do", 1, kXObject},
+                                   {"EMC", 0, kNoKind, 0, Nest::kMarkEnd},
+                                   {"ET", 0, kNoKind, 0, Nest::kTextEnd},
+                                   {"EX", 0, kNoKind, 0, Nest::kLenientEnd},
                                    {"F", 0},
                                    {"G", 1},
                                    {"J", 1},
                                    {"K", 4},
                                    {"M", 1},
                                    {"MP", 1},
-                                   {"Q", 0},
+                                   {"Q", 0, kNoKind, 0, Nest::kRestore},
                                    {"RG", 3},
                                    {"S", 0},
                                    {"SC", 1},
-                                   {"SCN", 1, "Pattern"},
+                                   {"SCN", 1, kPattern},
                                    {"T*", 0},
                                    {"TD", 2},
                                    {"TJ", 1},
                                    {"TL", 1},
                                    {"Tc", 1},
                                    {"Td", 2},
-                                   {"Tf", 2, "Font", 1},
+                                   {"Tf", 2, kFont, 1},
                                    {"Tj", 1},
                                    {"Tm", 6},
                                    {"Tr", 1},
@@ -71,14 +90,14 @@ constexpr Operator kOperators[] = {{"\"", 3},
                                    {"b*", 0},
                                    {"c", 6},
                                    {"cm", 6},
-                                   {"cs", 1, "ColorSpace"},
+                                   {"cs", 1, kColorSpace},
                                    {"d", 2},
                                    {"d0", 2},
                                    {"d1", 6},
                                    {"f", 0},
                                    {"f*", 0},
                                    {"g", 1},
-                                   {"gs", 1, "ExtGState"},
+                                   {"gs", 1, kExtGState},
                                    {"h", 0},
                                    {"i", 1},
                                    {"j", 1},
@@ -86,14 +105,14 @@ constexpr Operator kOperators[] = {{"\"", 3},
                                    {"l", 2},
                                    {"m", 2},
                                    {"n", 0},
-                                   {"q", 0},
+                                   {"q", 0, kNoKind, 0, Nest::kSave},
                                    {"re", 4},
                                    {"rg", 3},
                                    {"ri", 1},
                                    {"s", 0},
                                    {"sc", 1},
-                                   {"scn", 1, "Pattern"},
-                                   {"sh", 1, "Shading"},
+                                   {"scn", 1, kPattern},
+                                   {"sh", 1, kShading},
                                    {"v", 4},
                                    {"w", 1},
                                    {"y", 4}};
@@ -101,10 +120,27 @@ constexpr Operator kOperators[] = {{"\"", 3},
 static_assert(std::is_sorted(std::begin(kOperators), std::end(kOperators),
                              [](const Operator& a, const Operator& b) { return a.name < b.name; }));
 
+// The first operator whose name begins with each letter, or would: they are few for each.
+constexpr std::array<std::uint8_t, 129> kFirstOf = []() {
+  std::array<std::uint8_t, 129> table{};
+  std::uint8_t at = 0;
+  for (unsigned c = 0; c < table.size(); ++c) {
+    while (at < std::size(kOperators) && static_cast<unsigned char>(kOperators[at].name[0]) < c)
+      ++at;
+    table[c] = at;
+  }
+  return table;
+}();
+
 const Operator* find_operator(std::string_view name) {
-  const auto* const found = std::lower_bound(std::begin(kOperators), std::end(kOperators), name,
-                                             [](const Operator& a, std::string_view b) { return a.name < b; });
-  return found != std::end(kOperators) && found->name == name ? found : nullptr;
+  const auto letter = static_cast<unsigned char>(name[0]);
+  if (letter + 1U >= kFirstOf.size())
+    return nullptr;
+  for (std::size_t i = kFirstOf[letter]; i < kFirstOf[letter + 1U]; ++i) {
+    if (kOperators[i].name == name)
+      return kOperators + i;
+  }
+  return nullptr;
 }
 
 const char* text_of(ContentFault fault) {
@@ -125,13 +161,20 @@ const char* text_of(ContentFault fault) {
 }
 
 // Colour spaces that need no resource.
-bool is_own_space(const char* name) {
-  for (const char* own : {"DeviceGray", "DeviceRGB", "DeviceCMYK", "Pattern", "G", "RGB", "CMYK"}) {
-    if (std::strcmp(own, name) == 0)
+bool is_own_space(std::string_view name) {
+  for (const std::string_view own : {"DeviceGray", "DeviceRGB", "DeviceCMYK", "Pattern", "G", "RGB", "CMYK"}) {
+    if (own == name)
       return true;
   }
   return false;
 }
+
+// A resource that was looked for.
+struct Known {
+  Kind kind;
+  std::string_view name;  // in the text of the content
+  bool is_absent;
+};
 
 }  // namespace
 
@@ -157,6 +200,9 @@ struct ContentChecker::State {
   const ContentText& text;
   GrowArray<ContentFinding>& findings;
   const CPDFDictionary* resources = nullptr;
+  Freed<CPDFObj> groups[kKinds];  // of the resources, by kind, once they were asked for
+  bool has_group[kKinds] = {};
+  std::array<Known, 64> resources_met{};  // by a hash: the same few names come again and again
   const Operator* known = nullptr;
   int saved = 0;    // q without Q
   int marked = 0;   // BMC and BDC without EMC
@@ -185,12 +231,29 @@ void ContentChecker::check_page(int index, GrowArray<ContentFinding>& findings) 
   }
 }
 
+void ContentChecker::note_streams() {
+  for (const ContentPart& part : text_.parts()) {
+    if (part.is_read && part.size != 0 && end_of_.get(part.ref.num) == 0 && ends_.push({part.size, part.flaw}))
+      end_of_.set(part.ref.num, static_cast<std::int32_t>(ends_.size()));
+  }
+}
+
+bool ContentChecker::has_read(std::int32_t num, std::size_t& size, CPDFStreamFlaw& flaw) const {
+  const std::int32_t at = end_of_.get(num);
+  if (at == 0)
+    return false;
+  size = ends_[static_cast<std::size_t>(at) - 1].size;
+  flaw = ends_[static_cast<std::size_t>(at) - 1].flaw;
+  return true;
+}
+
 void ContentChecker::check_text(const CPDFObj* contents, const CPDFDictionary* resources,
                                 GrowArray<ContentFinding>& findings) {
-  ContentText text;
-  text.load(doc_.table(), contents);
-  State state(text.text(), text, findings);
-  left_ -= static_cast<long long>(text.text().size());
+  text_.load(doc_.table(), contents);
+  note_streams();
+  const std::string_view text = text_.text();
+  State state(text, text_, findings);
+  left_ -= static_cast<long long>(text.size());
   if (left_ < 0)
     return state.find("there is too much content for so small a file; the rest was not looked at", "", 0);
   state.resources = resources;
@@ -200,8 +263,7 @@ void ContentChecker::check_text(const CPDFObj* contents, const CPDFDictionary* r
     if (!state.reader.op().empty())
       check_operator(state);
   }
-  const std::size_t end = text.text().size();
-  const std::size_t last = end != 0 ? end - 1 : 0;
+  const std::size_t last = text.empty() ? 0 : text.size() - 1;
   if (state.saved > 0)
     state.find("graphics states are saved and not restored", "q", last);
   if (state.in_text)
@@ -217,52 +279,91 @@ void ContentChecker::check_operator(State& state) {
       state.find("there is no such operator", state.reader.op());
     return;
   }
-  if (state.reader.operands().count < state.known->operands)
+  if (state.reader.operand_count() < state.known->operands)
     state.find("the operator lacks operands", state.reader.op());
   check_nesting(state);
-  if (state.known->kind != nullptr)
+  if (state.known->kind != kNoKind)
     check_resource(state);
 }
 
 void ContentChecker::check_nesting(State& state) {
-  const ContentReader& reader = state.reader;
-  if (reader.is("q")) {
-    ++state.saved;
-  } else if (reader.is("Q")) {
-    if (--state.saved < 0)
-      state.find("a graphics state is restored that was not saved", "Q");
-    state.saved = std::max(state.saved, 0);
-  } else if (reader.is("BT") || reader.is("ET")) {
-    const bool begins = reader.is("BT");
-    if (state.in_text == begins)
-      state.find(begins ? "a text object begins inside another" : "a text object ends that did not begin", reader.op());
-    state.in_text = begins;
-  } else if (reader.is("BMC") || reader.is("BDC")) {
-    ++state.marked;
-  } else if (reader.is("EMC")) {
-    if (--state.marked < 0)
-      state.find("marked content ends that did not begin", "EMC");
-    state.marked = std::max(state.marked, 0);
-  } else if (reader.is("BX")) {
-    ++state.lenient;
-  } else if (reader.is("EX")) {
-    state.lenient = std::max(state.lenient - 1, 0);
+  const Nest nest = state.known->nest;
+  switch (nest) {
+    case Nest::kNone:
+      return;
+    case Nest::kSave:
+      ++state.saved;
+      return;
+    case Nest::kRestore:
+      if (state.saved == 0)
+        state.find("a graphics state is restored that was not saved", "Q");
+      state.saved = std::max(state.saved - 1, 0);
+      return;
+    case Nest::kText:
+      if (state.in_text)
+        state.find("a text object begins inside another", "BT");
+      state.in_text = true;
+      return;
+    case Nest::kTextEnd:
+      if (!state.in_text)
+        state.find("a text object ends that did not begin", "ET");
+      state.in_text = false;
+      return;
+    case Nest::kMark:
+      ++state.marked;
+      return;
+    case Nest::kMarkEnd:
+      if (state.marked == 0)
+        state.find("marked content ends that did not begin", "EMC");
+      state.marked = std::max(state.marked - 1, 0);
+      return;
+    case Nest::kLenient:
+      ++state.lenient;
+      return;
+    case Nest::kLenientEnd:
+      state.lenient = std::max(state.lenient - 1, 0);
+      return;
   }
 }
 
 void ContentChecker::check_resource(State& state) {
-  const CPDFObj* const operand = state.reader.operand_from_end(state.known->from_end);
-  const char* const name = operand != nullptr ? operand->as_name() : nullptr;
-  const std::string_view kind = state.known->kind;
-  if (name == nullptr || (kind == "ColorSpace" && is_own_space(name)))
+  const Kind kind = state.known->kind;
+  std::string_view name;
+  if (!state.reader.name_from_end(state.known->from_end, name) || (kind == kColorSpace && is_own_space(name)))
     return;
-  CPDFXRefTable& table = doc_.table();
-  const Freed<CPDFObj> group = table.value(state.resources, state.known->kind);
-  const CPDFObj* const item = group.as_dict() != nullptr ? group.as_dict()->get_item(name) : nullptr;
-  if (doc_.is_absent(item))
+  const std::size_t first = name.empty() ? 0 : static_cast<unsigned char>(name[0]);
+  const std::size_t last = name.empty() ? 0 : static_cast<unsigned char>(name.back());
+  Known& known = state.resources_met[(first * 7 + last * 3 + name.size() * 5 + kind) % state.resources_met.size()];
+  const bool is_in_text = name.data() >= state.reader.text().data() && name.data() < state.reader.text().end();
+  if (known.name.data() != nullptr && known.kind == kind && known.name == name) {
+    if (known.is_absent)
+      state.find("the resources do not have what is named", name);
+    return;
+  }
+  const bool is_gone = is_absent(state, name);
+  if (is_in_text)
+    known = {kind, name, is_gone};
+  if (is_gone)
     state.find("the resources do not have what is named", name);
-  else if (kind == "XObject")
+}
+
+// Whether the resources lack what is named. A form among them is looked at later.
+bool ContentChecker::is_absent(State& state, std::string_view name) {
+  const Kind kind = state.known->kind;
+  Freed<CPDFObj>& group = state.groups[kind];
+  if (!state.has_group[kind])
+    doc_.table().resolve(group, state.resources != nullptr ? state.resources->get_item(kKindNames[kind]) : nullptr);
+  state.has_group[kind] = true;
+  GrowArray<char> key;
+  if (!key.resize(name.size() + 1))
+    return false;
+  std::copy(name.begin(), name.end(), key.begin());
+  const CPDFObj* const item = group.as_dict() != nullptr ? group.as_dict()->get_item(key.begin()) : nullptr;
+  if (doc_.is_absent(item))
+    return true;
+  if (kind == kXObject)
     note_form(*item);
+  return false;
 }
 
 void ContentChecker::note_form(const CPDFObj& item) {

@@ -4,9 +4,12 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string_view>
 
 #include "sheaf/base/grow_array.h"
+#include "sheaf/base/number_map.h"
 #include "sheaf/base/visited_set.h"
+#include "sheaf/document/content/content_text.h"
 #include "sheaf/object/object.h"
 
 class CPDFDictionary;
@@ -36,13 +39,23 @@ public:
   /// further page is looked at then.
   void check_page(int index, GrowArray<ContentFinding>& findings);
 
+  /// Whether object `num` is a stream that was read to the end of its data, so that nobody need decode it again: how
+  /// many bytes there are, more than 0, and how they end.
+  bool has_read(std::int32_t num, std::size_t& size, CPDFStreamFlaw& flaw) const;
+
 private:
   struct State;
+  struct StreamEnd {
+    std::size_t size;
+    CPDFStreamFlaw flaw;
+  };
 
   void check_text(const CPDFObj* contents, const CPDFDictionary* resources, GrowArray<ContentFinding>& findings);
+  void note_streams();
   void check_operator(State& state);
   void check_nesting(State& state);
   void check_resource(State& state);
+  bool is_absent(State& state, std::string_view name);
   void note_form(const CPDFObj& item);
 
   CPDFDoc& doc_;
@@ -50,6 +63,9 @@ private:
   VisitedSet pages_;
   VisitedSet forms_;
   GrowArray<PDF_REF> waiting_;  // forms that were drawn and not looked at yet
+  ContentText text_;
+  GrowArray<StreamEnd> ends_;
+  NumberMap end_of_;  // index into ends_ plus one, by object number
 };
 
 }  // namespace sheaf

@@ -1,10 +1,12 @@
-// Values are read by the grammar of objects; what is no value is an operator.
+// Values are read by the grammar of objects; what is no value is an operator. Plain operands are only passed over, and
+// read when they are asked for.
 #include "sheaf/document/content/content_reader.h"
 
 #include <algorithm>
 #include <new>
 
 #include "sheaf/base/chars.h"
+#include "sheaf/document/content/operand_scan.h"
 
 namespace sheaf {
 
@@ -15,6 +17,12 @@ constexpr std::size_t kNowhere = std::string_view::npos;
 
 bool begins_value(char c) {
   return is_digit(c) || std::string_view("/([<+-.").find(c) != kNowhere;
+}
+
+std::size_t end_of_word(std::string_view text, std::size_t at) {
+  while (at < text.size() && is_regular(text[at]))
+    ++at;
+  return at;
 }
 
 bool is_value_word(std::string_view word) {
@@ -93,27 +101,85 @@ bool ContentReader::next() {
   clear_operands();
   op_ = image_data_ = {};
   fault_ = ContentFault::kNone;
-  if (!skip_space())
+  begin_ = end_of_space(text_, end_);
+  if (begin_ >= text_.size())
     return false;
-  begin_ = here();
-  do {
+  if (!read_plain())
+    read_carefully();
+  return true;
+}
+
+// Passes operands up to an operator. False when something on the way is not plain: nothing is taken then.
+bool ContentReader::read_plain() {
+  has_values_ = false;
+  for (std::size_t at = begin_; at < text_.size(); at = end_of_space(text_, at)) {
+    const char c = text_[at];
+    std::size_t stop = kNowhere;
+    if (begins_value(c)) {
+      stop = end_of_operand(text_, at);
+    } else if (is_regular(c)) {
+      stop = end_of_word(text_, at);
+      const std::string_view word = text_.substr(at, stop - at);
+      if (word == "R" || word.substr(0, 3) == "obj")  // the numbers in front of it are no operands
+        return false;
+      if (!is_value_word(word)) {
+        take_operator(at, word);
+        return true;
+      }
+    }
+    if (stop == kNowhere || starts_.size() == kMostOperands || !starts_.push(static_cast<std::uint32_t>(at)))
+      return false;
+    at = stop;
+  }
+  return false;
+}
+
+void ContentReader::read_carefully() {
+  clear_operands();
+  move_to(begin_);
+  while (skip_space()) {
     const std::size_t at = here();
     const char c = text_[at];
     if (begins_value(c)) {
       read_operand();
     } else if (is_regular(c)) {
-      read_operator();
-      if (!op_.empty())
-        return true;
+      if (read_operator())
+        return;
     } else {
       fault_ = ContentFault::kStray;
       move_to(at + 1);
     }
-  } while (skip_space());
+  }
   end_ = text_.size();
   if (fault_ == ContentFault::kNone)
     fault_ = ContentFault::kNoOperator;
-  return true;
+}
+
+const CPDFArray& ContentReader::operands() const {
+  if (has_values_)
+    return operands_;
+  has_values_ = true;
+  for (const std::uint32_t start : starts_) {
+    Freed<CPDFObj> value;
+    move_to(start);
+    value.read(&buf_, nullptr);
+    operands_.append_moved(value);
+  }
+  return operands_;
+}
+
+bool ContentReader::name_from_end(std::int32_t index, std::string_view& name) const {
+  if (has_values_ || index < 0 || index >= operand_count()) {
+    const CPDFObj* const operand = operand_from_end(index);
+    const char* const text = operand != nullptr ? operand->as_name() : nullptr;
+    name = text != nullptr ? text : std::string_view();
+    return text != nullptr;
+  }
+  const std::size_t start = starts_[starts_.size() - 1 - static_cast<std::size_t>(index)];
+  if (text_[start] != '/')
+    return false;
+  name = text_.substr(start + 1, end_of_operand(text_, start) - start - 1);
+  return name.find('#') == kNowhere || (operands(), name_from_end(index, name));
 }
 
 // White space and comments.
@@ -139,18 +205,25 @@ void ContentReader::read_operand() {
   operands_.append_moved(value);
 }
 
-void ContentReader::read_operator() {
+// False for a word that is a value.
+bool ContentReader::read_operator() {
   const std::size_t at = here();
-  std::size_t stop = at;
-  while (stop < text_.size() && is_regular(text_[stop]))
-    ++stop;
-  const std::string_view word = text_.substr(at, stop - at);
-  if (is_value_word(word))
-    return read_operand();
-  move_to(at + word.size());
+  const std::string_view word = text_.substr(at, end_of_word(text_, at) - at);
+  if (is_value_word(word)) {
+    read_operand();
+    return false;
+  }
+  take_operator(at, word);
+  return true;
+}
+
+void ContentReader::take_operator(std::size_t at, std::string_view word) {
   op_ = word;
-  if (word == "BI")
-    read_image();
+  end_ = at + word.size();
+  if (word != "BI")
+    return;
+  move_to(end_);
+  read_image();
   end_ = here();
 }
 
@@ -229,14 +302,24 @@ std::size_t ContentReader::search_image_end(std::size_t start) {
   return first;
 }
 
-void ContentReader::move_to(std::size_t position) {
-  buf_.buf_skip(static_cast<unsigned>(position - here()));
+void ContentReader::move_to(std::size_t position) const {
+  const auto wanted = static_cast<std::uint32_t>(position);
+  const std::uint32_t held_from = buf_.buf_end - buf_.buf_len;
+  if (wanted >= held_from && wanted < buf_.buf_end) {
+    buf_.buf_pos = wanted - held_from;
+    return;
+  }
+  buf_.buf_end = buf_.mem_pos = wanted;
+  buf_.buf_pos = buf_.buf_len = 0;
+  buf_.buf_refill();
 }
 
 void ContentReader::clear_operands() {
   for (std::int32_t i = 0; i < operands_.count; ++i)
     operands_.items[i].free();
   operands_.count = 0;
+  starts_.clear();
+  has_values_ = true;
 }
 
 }  // namespace sheaf

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <string_view>
 
+#include "sheaf/base/grow_array.h"
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/object/array.h"
 #include "sheaf/object/dictionary.h"
@@ -35,13 +36,20 @@ public:
   /// Reads the next operator. False at the end of the text.
   bool next();
 
+  std::string_view text() const { return text_; }
   /// The operator's name. Borrowed from the text.
   std::string_view op() const { return op_; }
   bool is(std::string_view name) const { return op_ == name; }
-  /// What precedes the operator, in its order. Valid until the next call.
-  const CPDFArray& operands() const { return operands_; }
+  /// What precedes the operator, in its order. Valid until the next call. Values are made when this is asked for.
+  const CPDFArray& operands() const;
+  /// How many they are, which needs no values.
+  std::int32_t operand_count() const {
+    return has_values_ ? operands_.count : static_cast<std::int32_t>(starts_.size());
+  }
   /// Operand `index` from the last one on, which is 0; null when there are not so many.
-  const CPDFObj* operand_from_end(std::int32_t index) const { return operands_.get(operands_.count - 1 - index); }
+  const CPDFObj* operand_from_end(std::int32_t index) const { return operands().get(operands().count - 1 - index); }
+  /// The same for a name, mostly without making values: false for other operands. Borrowed; valid until the next call.
+  bool name_from_end(std::int32_t index, std::string_view& name) const;
   /// Where the first operand begins in the text, and where the operator ends.
   std::size_t begin() const { return begin_; }
   std::size_t end() const { return end_; }
@@ -51,20 +59,25 @@ public:
   std::string_view image_data() const { return image_data_; }
 
 private:
+  bool read_plain();
+  void read_carefully();
   bool skip_space();
   void read_operand();
-  void read_operator();
+  bool read_operator();
+  void take_operator(std::size_t at, std::string_view word);
   void read_image();
   void read_image_entries(CPDFDictionary& image);
   void find_image_end(const CPDFDictionary& image);
   std::size_t search_image_end(std::size_t start);
-  void move_to(std::size_t position);
+  void move_to(std::size_t position) const;
   std::size_t here() const { return buf_.position(); }
   void clear_operands();
 
   std::string_view text_;
-  CPDFBufMem buf_;
-  Cleared<CPDFArray> operands_;
+  mutable CPDFBufMem buf_;
+  mutable Cleared<CPDFArray> operands_;
+  mutable bool has_values_ = true;   // operands_ holds the operands; otherwise they are where starts_ says
+  GrowArray<std::uint32_t> starts_;  // where each operand begins
   std::string_view op_;
   std::string_view image_data_;
   std::size_t begin_ = 0;

@@ -17,6 +17,7 @@ namespace {
 
 constexpr std::size_t kBlock = 16384;
 constexpr std::size_t kMostRoom = INT32_MAX;
+constexpr std::size_t kMostWhole = 1 << 20;  // longer data are decoded in pieces, straight into the text
 
 }  // namespace
 
@@ -35,30 +36,35 @@ bool ContentText::load(CPDFXRefTable& table, const CPDFObj* contents, std::size_
 
 bool ContentText::add(CPDFXRefTable& table, const CPDFObj* item, std::size_t most) {
   Freed<CPDFObj> stream = table.value(item);
-  if (!parts_.push({item->as_ref(), text_.size(), false}))
-    return false;
-  parts_.back().is_whole = stream.as_stream() != nullptr && decode(table, stream, most);
-  return text_.push('\n') && parts_.back().is_whole;
+  ContentPart part{item->as_ref(), text_.size(), false, false, kFlawNone, 0};
+  decode(table, stream, most, part);
+  return parts_.push(part) && text_.push('\n') && part.is_whole;
 }
 
-bool ContentText::decode(CPDFXRefTable& table, const CPDFObj& stream, std::size_t most) {
-  const std::unique_ptr<CPDFStream> decoder(table.make_stream(stream.as_stream()));
+void ContentText::decode(CPDFXRefTable& table, const CPDFObj& stream, std::size_t most, ContentPart& part) {
+  const std::unique_ptr<CPDFStream> decoder(stream.as_stream() != nullptr ? table.make_stream(stream.as_stream())
+                                                                          : nullptr);
   if (decoder != nullptr) {
+    decoder->decode_whole(kMostWhole);
     const std::size_t room = most - std::min(most, text_.size());
     most = text_.size() + static_cast<std::size_t>(decoder->most_text(static_cast<int>(std::min(room, kMostRoom))));
   }
   while (decoder != nullptr && text_.size() < most) {
     const std::size_t size = text_.size();
     const std::size_t room = std::min(kBlock, most - size);
-    if (!text_.resize(size + room))
-      return false;
+    if (!text_.resize_unset(size + room))
+      return;
     const int got = decoder->read_block(text_.begin() + size, static_cast<int>(room));
     text_.resize(size + static_cast<std::size_t>(std::max(got, 0)));
+    part.size = text_.size() - part.begin;
+    if (got > 0)
+      continue;
     // Rows of a picture are no content, and some of these decoders never end.
-    if (got <= 0)
-      return !decoder->is_picture() && find_flaw(*decoder) == kFlawNone;
+    part.is_read = !decoder->is_picture();
+    part.flaw = find_flaw(*decoder);
+    part.is_whole = part.is_read && part.flaw == kFlawNone;
+    return;
   }
-  return false;
 }
 
 const ContentPart* ContentText::part_at(std::size_t position) const {

@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "sheaf/base/grow_array.h"
+#include "sheaf/filters/stream_filter.h"
 #include "sheaf/object/object.h"
 
 class CPDFXRefTable;
@@ -17,6 +18,9 @@ struct ContentPart {
   PDF_REF ref;        ///< The stream's object; {0, 0} for one without a number.
   std::size_t begin;  ///< Where its bytes begin in the text. A line end follows each stream's bytes.
   bool is_whole;      ///< The stream was found, and was decoded to its end.
+  bool is_read;       ///< It was found, and `flaw` says how its data end. Never for pictures.
+  CPDFStreamFlaw flaw;
+  std::size_t size;  ///< Bytes that it decoded to.
 };
 
 /// Owns the text.
@@ -37,7 +41,7 @@ public:
 
 private:
   bool add(CPDFXRefTable& table, const CPDFObj* item, std::size_t most);
-  bool decode(CPDFXRefTable& table, const CPDFObj& stream, std::size_t most);
+  void decode(CPDFXRefTable& table, const CPDFObj& stream, std::size_t most, ContentPart& part);
 
   GrowArray<char> text_;
   GrowArray<ContentPart> parts_;

@@ -96,6 +96,5 @@ bool CPDFDoc::can_reach(std::int32_t num) {
       table_.know_entry(container)
           ? table_.get_objstm_references(table_.xref_items[container].offset, static_cast<std::int32_t>(container))
           : nullptr;
-  return objstm != nullptr && (objstm->objs != nullptr || objstm->refs != nullptr) && entry.gen >= 0 &&
-         entry.gen < objstm->count;
+  return objstm != nullptr && objstm->refs != nullptr && entry.gen >= 0 && entry.gen < objstm->count;
 }
