@@ -269,6 +269,7 @@ TEST_F(Writer, ImagesOfOneBitBecomeSmallerWithoutAChange) {
   EXPECT_EQ(result.images, 1);
   EXPECT_LT(file.size(), source.size());
   EXPECT_EQ(decoded(file), decoded(source));
+  EXPECT_NE(file.find("/JBIG2Decode"), std::string::npos);
 }
 
 // Filters give way only to what is smaller and decodes to the same bytes; damaged data stay.

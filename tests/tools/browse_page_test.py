@@ -162,8 +162,9 @@ def use_keys(browser):
 
 def every_place(browser):
     """Shows each object and each part once; nothing of the document may run."""
-    for place in browser.value("[...document.querySelectorAll('script.index')].map(e => JSON.parse(e.textContent))"
-                               ".flatMap(i => i.objects.map(o => '' + o[0]).concat(i.parts.map((_, k) => 'part-' + k)))"):
+    for place in browser.value(
+            "(list => list('rows').map(o => '' + o[0]).concat(list('parts').map((_, k) => 'part-' + k)))"
+            "(name => [...document.querySelectorAll('script.' + name)].flatMap(e => JSON.parse(e.textContent)))"):
         browser.value(f"location.hash = '#{place}'; new Promise(done => setTimeout(done))")
     assert browser.value("window.ran") is None
     assert browser.value("document.querySelectorAll('script:not([type])').length") == 1

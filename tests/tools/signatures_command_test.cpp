@@ -9,17 +9,17 @@ namespace {
 constexpr std::size_t kRoom = 4096;  // bytes of a signature
 
 // A document with a signature's place, its byte range filled in.
-std::string unsigned_document(std::size_t& gap) {
+std::string unsigned_document(std::size_t& gap, const std::string& coding) {
   PdfBuilder builder;
   builder.obj(1, "<</Type/Catalog/Pages 2 0 R/AcroForm<</SigFlags 3/Fields[4 0 R]>>>>")
       .obj(2, "<</Type/Pages/Count 1/Kids[3 0 R]>>")
       .obj(3, "<</Type/Page/Parent 2 0 R/MediaBox[0 0 99 99]/Annots[4 0 R]>>")
       .obj(4, "<</Type/Annot/Subtype/Widget/FT/Sig/T(Seal)/Rect[0 0 0 0]/V 5 0 R>>")
-      .obj(5,
-           "<</Type/Sig/Filter/Adobe.PPKLite/SubFilter/adbe.pkcs7.detached/Name(A. Signer)"
-           "/Reference[<</Type/SigRef/TransformMethod/DocMDP/TransformParams<</P 2>>>>]"
-           "/ByteRange[0000000000 0000000000 0000000000 0000000000]/Contents<" +
-               std::string(2 * kRoom, '0') + ">>>");
+      .obj(5, "<</Type/Sig/Filter/Adobe.PPKLite/SubFilter/" + coding +
+                  "/Name(A. Signer)"
+                  "/Reference[<</Type/SigRef/TransformMethod/DocMDP/TransformParams<</P 2>>>>]"
+                  "/ByteRange[0000000000 0000000000 0000000000 0000000000]/Contents<" +
+                  std::string(2 * kRoom, '0') + ">>>");
   std::string out = builder.classic().str();
   gap = out.find("/Contents<") + 9;
   const std::size_t behind = gap + 2 * kRoom + 2;
@@ -36,16 +36,21 @@ struct Signatures : testing::Test {
   }
   // False where the program that signs is missing.
   bool sign() {
+    return sign(
+        "adbe.pkcs7.detached",
+        "openssl req -x509 -newkey ec -pkeyopt ec_paramgen_curve:P-256 -nodes -keyout key.pem -out cert.pem -subj "
+        "'/CN=A. Signer/O=Tests' "
+        "-days 3 && openssl cms -sign -binary -md sha256 -in covered -signer cert.pem -inkey key.pem -outform "
+        "DER -out signature");
+  }
+  // `command` makes the file "signature" of the file "covered".
+  bool sign(const std::string& coding, const std::string& command) {
     if (!has_program("openssl"))
       return false;
     std::size_t gap = 0;
-    document = unsigned_document(gap);
+    document = unsigned_document(gap, coding);
     write_file(folder / "covered", document.substr(0, gap) + document.substr(gap + 2 * kRoom + 2));
-    const RunResult made =
-        run("openssl req -x509 -newkey ec -pkeyopt ec_paramgen_curve:P-256 -nodes -keyout key.pem -out cert.pem -subj "
-            "'/CN=A. Signer/O=Tests' "
-            "-days 3 && openssl cms -sign -binary -md sha256 -in covered -signer cert.pem -inkey key.pem -outform DER "
-            "-out signature");
+    const RunResult made = run(command);
     const std::string signature = read_file(folder / "signature");
     EXPECT_TRUE(made.code == 0 && !signature.empty() && signature.size() <= kRoom) << made.output;
     for (std::size_t i = 0; i < signature.size() && i < kRoom; ++i) {
@@ -87,6 +92,27 @@ TEST_F(Signatures, HoldUntilACoveredByteChanges) {
     GTEST_SKIP() << "pdfsig is not installed";
   EXPECT_TRUE(contains(run("pdfsig in.pdf"), "Signature is Valid"));
   EXPECT_TRUE(contains(run("pdfsig spoilt.pdf"), "Digest Mismatch"));
+}
+
+TEST_F(Signatures, TimeStampsOfADocumentHoldUntilAByteChanges) {
+  write_file(folder / "serial", "01");
+  write_file(folder / "stamp.cnf",
+             "[req]\ndistinguished_name=dn\nx509_extensions=v3\nprompt=no\n[dn]\nCN=Clock\n[v3]\n"
+             "extendedKeyUsage=critical,timeStamping\n[tsa]\ndefault_tsa=t\n[t]\nserial=serial\n"
+             "signer_cert=cert.pem\nsigner_key=key.pem\nsigner_digest=sha256\ndefault_policy=1.2.3\n"
+             "digests=sha256\n");
+  if (!sign(
+          "ETSI.RFC3161",
+          "openssl req -x509 -newkey ec -pkeyopt ec_paramgen_curve:P-256 -nodes -keyout key.pem -out cert.pem -days 3 "
+          "-config stamp.cnf && openssl ts -query -data covered -sha256 -cert -out query && openssl ts -reply -config "
+          "stamp.cnf -queryfile query -token_out -out signature"))
+    GTEST_SKIP() << "openssl is not installed";
+  const RunResult sound = sheaf("signatures in.pdf --trust cert.pem");
+  EXPECT_TRUE(sound.code == 0 && contains(sound, "Seal: valid, certificate trusted") && contains(sound, "Clock"))
+      << sound.output;
+  document[document.find("99 99")] = '8';
+  write_file(folder / "spoilt.pdf", document);
+  EXPECT_TRUE(contains(sheaf("signatures spoilt.pdf"), "Seal: changed"));
 }
 
 TEST_F(Signatures, WhatChangedBehindThemIsNamed) {

@@ -1,8 +1,10 @@
-// First an index of the objects is made, which shows how much room remains for what streams hold; then the objects are
-// written in pieces, and the index behind them.
+// The list of the objects is written while they are read for the first time, which shows how much room remains for what
+// streams hold; then the objects are written in pieces, and the index behind them. Of each object only what the second
+// reading needs is kept.
 #include "browse/document_page.h"
 
 #include <algorithm>
+#include <compare>
 #include <optional>
 #include <vector>
 
@@ -77,7 +79,8 @@ private:
   void write_parts();
   void write_told();
   void write_rows();
-  void write_row(Place place, Place end);
+  void write_row(Place place, Place end, JsonWriter& rows);
+  void put_list(const char* name, JsonWriter& list, bool is_last);
   void write_resources();
   void note_references(std::int32_t num, const CPDFObj& value);
   std::string label_of(const CPDFObj& value);
@@ -103,8 +106,14 @@ private:
   PageWriter page_;
   CheckResult check_;
   JsonWriter index_;
-  std::vector<std::pair<std::int32_t, std::int32_t>> references_;  // to, from
-  std::vector<std::int32_t> with_problems_;                        // sorted
+  struct Reference {
+    std::int32_t to;
+    std::int32_t from;
+
+    auto operator<=>(const Reference&) const = default;
+  };
+  GrowArray<Reference> references_;          // sorted once all rows are written
+  std::vector<std::int32_t> with_problems_;  // sorted
   std::vector<Fonts> fonts_;
   std::vector<Fonts> images_;
   StreamViews views_;
@@ -117,6 +126,7 @@ private:
   std::string piece_;
   std::int64_t piece_bytes_ = 0;  // as they will be in the page
   std::int32_t piece_first_ = 0;
+  bool is_written_ = true;            // all so far
   std::vector<std::int32_t> pieces_;  // the first number in each
 };
 
@@ -140,6 +150,7 @@ PageOutcome DocumentPage::write() {
   for (const PDF_DOC_REPAIR& repair : doc_.repairs())
     with_problems_.push_back(repair.num);
   std::sort(with_problems_.begin(), with_problems_.end());
+  is_written_ = page_.begin();
   index_.begin_object();
   write_facts();
   write_told();
@@ -152,7 +163,7 @@ PageOutcome DocumentPage::write() {
   index_bytes_ = PageWriter::data_size(index_.str()) + kRestOfIndex;
   pictures_ = std::ssize(images_);
   PageOutcome outcome;
-  outcome.is_written = page_.begin() && write_trailer() && write_objects() && write_part_bytes();
+  outcome.is_written = is_written_ && write_trailer() && write_objects() && write_part_bytes();
   index_.key("pieces").begin_array();
   for (const std::int32_t first : pieces_)
     index_.number(first);
@@ -180,28 +191,41 @@ void DocumentPage::write_facts() {
   index_.end_array();
 }
 
+// Puts a list that is long enough, or the last of it, into the page, and starts another one that goes on with it.
+void DocumentPage::put_list(const char* name, JsonWriter& list, bool is_last) {
+  if (!is_last && list.str().size() < kPieceBytes)
+    return;
+  list.end_array();
+  is_written_ = is_written_ && page_.put_data(name, list.str());
+  list.restart();
+  list.begin_array();
+}
+
 // The parts follow one another without gaps, so that the end of each is enough. Those without an object have a name.
 void DocumentPage::write_parts() {
   std::vector<std::string> names;
-  index_.key("parts").begin_array();
-  const std::int64_t most = std::ssize(index_.str()) + most_ / 8;
+  JsonWriter list;
+  list.begin_array();
+  const std::int64_t least_left = page_.left() - most_ / 8;
   for (std::size_t i = 0; i < map_.scan.parts.size(); ++i) {
     FilePart part = map_.scan.parts[i];
     std::string name = part.num > 0 ? "" : map_.name_of(part);
-    const bool is_full = std::ssize(index_.str()) > most;
+    const bool is_full = page_.left() < least_left;
     if (is_full) {
       part = {};
       part.end = map_.size;
       name = "the rest of the file";
     }
     const auto known = std::find(names.begin(), names.end(), name);
-    index_.number(part.end).number(part.num).number(static_cast<int>(part.kind)).number(known - names.begin());
+    list.number(part.end).number(part.num).number(static_cast<int>(part.kind)).number(known - names.begin());
     if (known == names.end())
       names.push_back(name);
+    put_list("parts", list, false);
     if (is_full)
       break;
   }
-  index_.end_array().key("part_names").begin_array();
+  put_list("parts", list, true);
+  index_.key("part_names").begin_array();
   for (const std::string& name : names)
     index_.text(name);
   index_.end_array();
@@ -225,19 +249,24 @@ void DocumentPage::write_told() {
 
 void DocumentPage::write_rows() {
   Progress progress("objects listed", table_.xref_count);
-  index_.key("objects").begin_array();
-  const std::int64_t most = std::ssize(index_.str()) + most_ / 4;
+  JsonWriter rows;
+  rows.begin_array();
+  const std::int64_t least_left = page_.left() - most_ / 4;
   for_each_object([&](Place place, Place end) {
     progress.show(place->num);
-    if (std::ssize(index_.str()) < most)
-      write_row(place, end);
-    else
+    if (page_.left() < least_left) {
       ++left_out_;
-    return true;
+      return true;
+    }
+    write_row(place, end, rows);
+    put_list("rows", rows, false);
+    return is_written_;
   });
-  index_.end_array();
+  put_list("rows", rows, true);
   std::sort(references_.begin(), references_.end());
-  references_.erase(std::unique(references_.begin(), references_.end()), references_.end());
+  const auto kept = static_cast<std::size_t>(std::unique(references_.begin(), references_.end()) - references_.begin());
+  while (references_.size() > kept)
+    references_.pop();
 }
 
 PartKind DocumentPage::kind_of(const ObjectPlace& place) const {
@@ -249,7 +278,7 @@ PartKind DocumentPage::kind_of(const ObjectPlace& place) const {
   return num < map_.packed_kinds.size() ? map_.packed_kinds[num] : PartKind::kObject;
 }
 
-void DocumentPage::write_row(Place place, Place end) {
+void DocumentPage::write_row(Place place, Place end, JsonWriter& rows) {
   Freed<CPDFObj> value;
   places_.read(*place, value);
   const PartKind kind = kind_of(*place);
@@ -271,8 +300,8 @@ void DocumentPage::write_row(Place place, Place end) {
     flags |= kHasVersions;
   const std::uint16_t filter =
       place->part >= 0 && place->index < 0 ? map_.scan.parts[static_cast<std::size_t>(place->part)].filter : 0;
-  index_.begin_array().number(place->num).number(static_cast<int>(kind)).number(filter).number(flags);
-  index_.number(places_.revision(*place)).number(place->size).number(place->part).text(label).end_array();
+  rows.begin_array().number(place->num).number(static_cast<int>(kind)).number(filter).number(flags);
+  rows.number(places_.revision(*place)).number(place->size).number(place->part).text(label).end_array();
   streams_ += value.tag == kTagStream ? 1 : 0;
   SyntaxPrinter syntax(kMostSyntax);
   syntax.print(value);
@@ -293,7 +322,7 @@ void DocumentPage::note_references(std::int32_t num, const CPDFObj& value) {
   collect_references(value, found);
   for (const std::int32_t to : found) {
     if (references_.size() < kMostReferences)
-      references_.emplace_back(to, num);
+      references_.push({to, num});
   }
 }
 
@@ -433,11 +462,13 @@ void DocumentPage::write_version(const ObjectPlace& place, std::optional<PartKin
 }
 
 void DocumentPage::write_referrers(std::int32_t num, JsonWriter& json) {
-  const auto first = std::lower_bound(references_.begin(), references_.end(), std::pair{num, INT32_MIN});
-  const auto end = std::lower_bound(first, references_.end(), std::pair{num, INT32_MAX});
+  const Reference* const begin = references_.begin();
+  const Reference* const last = references_.end();
+  const Reference* const first = std::lower_bound(begin, last, Reference{num, INT32_MIN});
+  const Reference* const end = std::lower_bound(first, last, Reference{num, INT32_MAX});
   json.key("from").begin_array();
-  for (auto at = first; at < end && at - first < kMostShownReferrers; ++at)
-    json.number(at->second);
+  for (const Reference* at = first; at < end && at - first < kMostShownReferrers; ++at)
+    json.number(at->from);
   json.end_array().key("from_count").number(end - first);
 }
 

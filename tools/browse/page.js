@@ -25,12 +25,13 @@ function el(tag, attributes, ...children) {
   return made;
 }
 
-const objects = index.objects.map(([num, kind, filter, flags, revision, size, part, label]) =>
+const listOf = name => [...dataOf(name)].flatMap(read);
+const objects = listOf('rows').map(([num, kind, filter, flags, revision, size, part, label]) =>
   ({num, kind, filter, flags, revision, size, part, label}));
 const byNum = new Map(objects.map(object => [object.num, object]));
-const parts = [];
-for (let i = 0, start = 0; i < index.parts.length; i += 4) {
-  const [end, num, kind, name] = index.parts.slice(i, i + 4);
+const parts = [], partData = listOf('parts');
+for (let i = 0, start = 0; i < partData.length; i += 4) {
+  const [end, num, kind, name] = partData.slice(i, i + 4);
   parts.push({start, end, num, kind, name: index.part_names[name]});
   start = end;
 }

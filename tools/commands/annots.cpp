@@ -2,6 +2,7 @@
 #include <cstdio>
 
 #include "sheaf/base/scope_guard.h"
+#include "sheaf/document/forms/form_filler.h"
 #include "sheaf/neighbours/page/acro_form.h"
 #include "sheaf/object/array.h"
 #include "support/command_line.h"
@@ -125,6 +126,10 @@ int run_fields(const FieldsOptions& options) {
     return write_form_data(doc, options.file, options.xfdf) ? kExitClean : kExitFailed;
   CPDFAcroForm form(doc.table());
   form.load();
+  const int loose = CPDFFormFiller::add_loose_fields(doc, form);
+  if (loose != 0)
+    report(input_name(options.file) + ": note: " + std::to_string(loose) +
+           " of the fields are on pages only, not in the list of the form; sheaf fill adds those that it sets");
   FieldReport extra(doc);
   JsonWriter json;
   begin_report(json, options.file).key("fields").begin_array();

@@ -85,6 +85,7 @@ public:
     if (signature.range_is_sound && !signature.covers_file)
       list_changes(signature.range[2] + signature.range[3], changes);
     const bool trusted = check.trust == PDF_SIGNER_TRUST::kNotChecked || check.trust == PDF_SIGNER_TRUST::kTrusted;
+    sound_ = sound_ && (!check.has_stamp || check.stamp == PDF_SIGNATURE_STATE::kValid);
     sound_ = sound_ && check.state == PDF_SIGNATURE_STATE::kValid && signature.covers_revision && trusted;
     options_.json ? put(signature, check, changes) : print(signature, check, changes);
   }
@@ -113,6 +114,14 @@ private:
     json_.key("signer").text(check.signer).key("subject").text(check.subject).key("issuer").text(check.issuer);
     json_.key("digest").text(check.digest).key("signed_time").text(check.signed_time);
     json_.key("timestamp").flag(check.is_timestamp).key("coding").text(text_of(signature.sub_filter));
+    if (check.has_stamp)
+      json_.key("stamp")
+          .begin_object()
+          .key("state")
+          .text(state_text(check.stamp))
+          .key("time")
+          .text(check.stamp_time)
+          .end_object();
     json_.key("name").text(text_of(signature.name)).key("reason").text(text_of(signature.reason));
     json_.key("location").text(text_of(signature.location)).key("time").text(text_of(signature.time));
     json_.key("byte_range").begin_array();
@@ -148,6 +157,8 @@ private:
     line("reason", text_of(signature.reason));
     line("location", text_of(signature.location));
     line("time", check.signed_time[0] != 0 ? check.signed_time : text_of(signature.time));
+    if (check.has_stamp)
+      line("stamped", std::string(check.stamp_time) + ", " + state_text(check.stamp));
     line("coding", text_of(signature.sub_filter) + (check.digest[0] != 0 ? ", " + std::string(check.digest) : ""));
     line("covers", !signature.range_is_sound   ? "no sound range of bytes"
                    : signature.covers_file     ? "the whole file"

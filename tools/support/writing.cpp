@@ -55,7 +55,7 @@ void add_writing(Command& command, WritingOptions& options) {
   command.add_flag("--remove-unreferenced-resources", options.write.remove_unused_resources,
                    "Leave out resources that no content uses");
   command.add_flag("--optimise-images", options.write.pack_bilevel_images,
-                   "CCITT Group 4 for images of one bit a pixel, where it is smaller; no pixel changes");
+                   "JBIG2 or CCITT Group 4 for images of one bit a pixel, if smaller; no pixel changes");
   command
       .add_option("--strip", options.strip,
                   "Leave out: metadata, attachments, javascript, thumbnails, private, outline, structure")

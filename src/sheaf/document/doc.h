@@ -183,8 +183,8 @@ public:
   /// for what stands directly in the trailer; streams lose crypt filters that `enc` (null: no encryption)
   /// does not have. `id` gets a new identifier where it is null. False when there is no memory.
   bool prepare_complete(CPDFObj& id, const CPDFEncrypt* enc);
-  /// Writes the page tree anew, in branches of equal size: each page then has all that it inherited from
-  /// above itself, and is listed once. The change waits for a save. False as for `store_page_tree`.
+  /// Sees to it that each page has all that it inherits from above itself, and is listed once. Where that is not so,
+  /// the page tree is made anew, in branches of equal size, with the next save. False as for `store_page_tree`.
   bool rebuild_page_tree();
   /// Cuts the file opened for update to `size` bytes, counted from its first one. False, and nothing is
   /// done, when that is in front of the end of what was opened or sealed, or behind the file's end.

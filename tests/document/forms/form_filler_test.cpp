@@ -232,6 +232,30 @@ TEST(FormFiller, WhatTheOwnFontLacksComesFromTheSystem) {
   EXPECT_NE(run_command("pdftotext " + (folder / "flat.pdf") + " -").output.find("Привет"), std::string::npos);
 }
 
+// Letters that join, change places or run from right to left: what is shown is read back as what was set.
+TEST(FormFiller, SetsTextThatNeedsShaping) {
+  const char* const values[] = {"\u0645\u0631\u062D\u0628\u0627", "\u05E9\u05DC\u05D5\u05DD",
+                                "\u0928\u092E\u0938\u094D\u0924\u0947", "\u0E20\u0E32\u0E29\u0E32"};
+  if (!has_program("pdftotext"))
+    GTEST_SKIP() << "pdftotext is not installed";
+  for (const char* value : values) {
+    for (const int flags : {0, 1 << 12}) {
+      FormMaker maker;
+      maker.field("a", "/FT/Tx/Ff " + std::to_string(flags));
+      FilledForm form(maker.str());
+      ASSERT_EQ(form.set("a", value), PDF_FILL::kDone);
+      if (form.filler.missing_characters() != 0)
+        continue;  // no font of the script is installed
+      CPDFFlattener flattener(form.doc);
+      ASSERT_TRUE(flattener.run(PDF_FLATTEN::kWidgets));
+      const TestFolder folder;
+      write_file(folder / "flat.pdf", form.written());
+      EXPECT_NE(run_command("pdftotext " + (folder / "flat.pdf") + " -").output.find(value), std::string::npos)
+          << value << flags;
+    }
+  }
+}
+
 TEST(FormFiller, RefusedMemoryIsSaidAndLeavesTheDocumentUsable) {
   FormMaker maker;
   maker.form_keys = "/NeedAppearances true";

@@ -17,6 +17,7 @@
 
 class CPDFDoc;
 class CPDFAcroForm;
+class CPDFAcroForm;
 class CPDFField;
 class CPDFFormData;
 
@@ -95,6 +96,10 @@ public:
   bool draw_missing();
   /// Whether `finish` took an XML Forms part out.
   bool has_dropped_xfa() const { return dropped_xfa_; }
+
+  /// Adds to the form, which was loaded, the fields that it does not list although their widgets are on the pages.
+  /// Reads all pages. How many were added.
+  static int add_loose_fields(CPDFDoc& doc, CPDFAcroForm& form);
 
   /// Why a value was not set, as a sentence fragment; "" for kDone.
   static const char* reason(PDF_FILL result);

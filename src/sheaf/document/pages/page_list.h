@@ -68,6 +68,8 @@ private:
   void list(bool believing);
   int start_edit();
   bool detach(int index, bool listed_before);
+  bool stands_alone(int index);
+  bool is_sound_tree_of_lone_pages();
 
   CPDFXRefTable& table_;
   GrowArray<PageListEntry> pages_;

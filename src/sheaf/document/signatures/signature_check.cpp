@@ -132,10 +132,10 @@ void describe_signer(X509* certificate, PDF_SIGNATURE_CHECK& result) {
   put_name(X509_get_issuer_name(certificate), result.issuer, sizeof(result.issuer));
 }
 
-void put_time(const ASN1_TIME* time, PDF_SIGNATURE_CHECK& result) {
+void put_time(const ASN1_TIME* time, char (&out)[32]) {
   std::tm when{};
   if (time != nullptr && ASN1_TIME_to_tm(time, &when) == 1)
-    std::strftime(result.signed_time, sizeof(result.signed_time), "%Y-%m-%dT%H:%M:%SZ", &when);
+    std::strftime(out, sizeof(out), "%Y-%m-%dT%H:%M:%SZ", &when);
 }
 
 void put_digest_name(int kind, PDF_SIGNATURE_CHECK& result) {
@@ -148,7 +148,7 @@ void describe_attributes(CMS_SignerInfo* signer, PDF_SIGNATURE_CHECK& result) {
   X509_ATTRIBUTE* const attribute = at >= 0 ? CMS_signed_get_attr(signer, at) : nullptr;
   const ASN1_TYPE* const value = attribute != nullptr ? X509_ATTRIBUTE_get0_type(attribute, 0) : nullptr;
   if (value != nullptr && (value->type == V_ASN1_UTCTIME || value->type == V_ASN1_GENERALIZEDTIME))
-    put_time(value->value.asn1_string, result);
+    put_time(value->value.asn1_string, result.signed_time);
   X509_ALGOR* digest = nullptr;
   CMS_SignerInfo_get0_algs(signer, nullptr, nullptr, &digest, nullptr);
   const ASN1_OBJECT* kind = nullptr;
@@ -219,6 +219,7 @@ public:
       result_.state = check_detached(cms.get());
     if (result_.state == PDF_SIGNATURE_STATE::kValid)
       result_.trust = chain_verdict(store_, certificate, certificates.get());
+    check_stamp(signer);
     ERR_clear_error();
   }
 
@@ -247,8 +248,8 @@ private:
     return is_digest_failure() ? PDF_SIGNATURE_STATE::kChanged : PDF_SIGNATURE_STATE::kInvalid;
   }
 
-  // What is signed is within; the covered bytes are compared with that.
-  bool verify_content(CMS_ContentInfo* cms, BIO* out) {
+  // What is signed is within.
+  static bool verify_content(CMS_ContentInfo* cms, BIO* out) {
     return CMS_verify(cms, nullptr, nullptr, nullptr, out, kFlags) == 1;
   }
 
@@ -264,25 +265,67 @@ private:
     return same ? PDF_SIGNATURE_STATE::kValid : PDF_SIGNATURE_STATE::kChanged;
   }
 
-  PDF_SIGNATURE_STATE check_timestamp(CMS_ContentInfo* cms) {
-    result_.is_timestamp = true;
+  // What a time stamp says, once its own signature holds; null and `state` else.
+  static Owned<TS_TST_INFO> read_stamp(CMS_ContentInfo* cms, PDF_SIGNATURE_STATE& state) {
     const Owned<BIO> out(BIO_new(BIO_s_mem()));
+    state = PDF_SIGNATURE_STATE::kInvalid;
     if (!out || !verify_content(cms, out.get()))
-      return PDF_SIGNATURE_STATE::kInvalid;
-    const Owned<TS_TST_INFO> info(d2i_TS_TST_INFO_bio(out.get(), nullptr));
-    if (!info)
-      return PDF_SIGNATURE_STATE::kUnreadable;
-    put_time(TS_TST_INFO_get_time(info.get()), result_);
-    TS_MSG_IMPRINT* const imprint = TS_TST_INFO_get_msg_imprint(info.get());
+      return nullptr;
+    state = PDF_SIGNATURE_STATE::kUnreadable;
+    return Owned<TS_TST_INFO>(d2i_TS_TST_INFO_bio(out.get(), nullptr));
+  }
+  static const ASN1_OBJECT* digest_of(TS_TST_INFO* info) {
     const ASN1_OBJECT* kind = nullptr;
-    X509_ALGOR_get0(&kind, nullptr, nullptr, TS_MSG_IMPRINT_get_algo(imprint));
-    put_digest_name(OBJ_obj2nid(kind), result_);
-    unsigned char digest[EVP_MAX_MD_SIZE];
-    const unsigned size = digest_covered(doc_, signature_, EVP_get_digestbyobj(kind), digest);
-    const ASN1_OCTET_STRING* const stated = TS_MSG_IMPRINT_get_msg(imprint);
+    X509_ALGOR_get0(&kind, nullptr, nullptr, TS_MSG_IMPRINT_get_algo(TS_TST_INFO_get_msg_imprint(info)));
+    return kind;
+  }
+  static PDF_SIGNATURE_STATE compare(TS_TST_INFO* info, const unsigned char* digest, unsigned size) {
+    const ASN1_OCTET_STRING* const stated = TS_MSG_IMPRINT_get_msg(TS_TST_INFO_get_msg_imprint(info));
     const bool same = size != 0 && ASN1_STRING_length(stated) == static_cast<int>(size) &&
                       std::memcmp(ASN1_STRING_get0_data(stated), digest, size) == 0;
     return same ? PDF_SIGNATURE_STATE::kValid : PDF_SIGNATURE_STATE::kChanged;
+  }
+
+  PDF_SIGNATURE_STATE check_timestamp(CMS_ContentInfo* cms) {
+    result_.is_timestamp = true;
+    PDF_SIGNATURE_STATE state{};
+    const Owned<TS_TST_INFO> info = read_stamp(cms, state);
+    if (!info)
+      return state;
+    put_time(TS_TST_INFO_get_time(info.get()), result_.signed_time);
+    put_digest_name(OBJ_obj2nid(digest_of(info.get())), result_);
+    unsigned char digest[EVP_MAX_MD_SIZE];
+    const unsigned size = digest_covered(doc_, signature_, EVP_get_digestbyobj(digest_of(info.get())), digest);
+    return compare(info.get(), digest, size);
+  }
+
+  // The time stamp that an authority gave the signature itself, beside what was signed (RFC 3161, Appendix A).
+  void check_stamp(CMS_SignerInfo* signer) {
+    const int at = CMS_unsigned_get_attr_by_NID(signer, NID_id_smime_aa_timeStampToken, -1);
+    X509_ATTRIBUTE* const attribute = at >= 0 ? CMS_unsigned_get_attr(signer, at) : nullptr;
+    const ASN1_TYPE* const value = attribute != nullptr ? X509_ATTRIBUTE_get0_type(attribute, 0) : nullptr;
+    if (value == nullptr)
+      return;
+    result_.has_stamp = true;
+    if (value->type != V_ASN1_SEQUENCE)
+      return;
+    const unsigned char* bytes = value->value.sequence->data;
+    const Owned<CMS_ContentInfo> cms(d2i_CMS_ContentInfo(nullptr, &bytes, value->value.sequence->length));
+    if (!cms || OBJ_obj2nid(CMS_get0_type(cms.get())) != NID_pkcs7_signed)
+      return;
+    const Owned<TS_TST_INFO> info = read_stamp(cms.get(), result_.stamp);
+    if (!info)
+      return;
+    put_time(TS_TST_INFO_get_time(info.get()), result_.stamp_time);
+    const ASN1_OCTET_STRING* const signature = CMS_SignerInfo_get0_signature(signer);
+    const EVP_MD* const kind = EVP_get_digestbyobj(digest_of(info.get()));
+    unsigned char digest[EVP_MAX_MD_SIZE];
+    unsigned size = 0;
+    if (kind == nullptr ||
+        EVP_Digest(ASN1_STRING_get0_data(signature), static_cast<std::size_t>(ASN1_STRING_length(signature)), digest,
+                   &size, kind, nullptr) != 1)
+      return;
+    result_.stamp = compare(info.get(), digest, size);
   }
 
   CPDFDoc& doc_;

@@ -34,6 +34,9 @@ struct PDF_SIGNATURE_CHECK {
   char digest[32] = {};       ///< The algorithm, such as "SHA256".
   char signed_time[32] = {};  ///< The time within the signature, such as "2024-01-31T12:00:00Z".
   bool is_timestamp = false;  ///< It is a time stamp of the document (RFC 3161).
+  bool has_stamp = false;     ///< An authority stamped the signature with a time beside what was signed.
+  PDF_SIGNATURE_STATE stamp = PDF_SIGNATURE_STATE::kUnreadable;  ///< Whether that stamp is one of this signature.
+  char stamp_time[32] = {};                                      ///< What it says. Whose it is was not looked into.
 };
 
 /// Checks signatures. Certificates that are not trusted say who signed only in name.

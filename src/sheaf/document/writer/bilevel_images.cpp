@@ -4,9 +4,11 @@
 #include <algorithm>
 #include <cstring>
 #include <memory>
+#include <new>
 
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/document/writer/fax_encoder.h"
+#include "sheaf/document/writer/jbig2_encoder.h"
 #include "sheaf/document/writer/stream_coder.h"
 #include "sheaf/filters/stream_filter.h"
 #include "sheaf/neighbours/security/crypt_filter.h"
@@ -49,7 +51,7 @@ bool is_bilevel(CPDFXRefTable& table, const CPDFDictionary& dict) {
          family.is_name("Separation");
 }
 
-// Filters that a reader of images may have made smaller than CCITT already, or that lose something.
+// Filters that may have made the image as small already, or that lose something.
 bool has_image_filter(CPDFXRefTable& table, const CPDFDictionary& dict) {
   const Freed<CPDFObj> filter = table.value(&dict, CPDFDictionary::sm_tag_filter);
   const CPDFArray* const list = filter.as_array();
@@ -68,8 +70,9 @@ void fill_parms(CPDFDictionary& parms, std::int32_t width, std::int32_t height) 
   parms.set_item_int("Rows", height);
 }
 
-bool decodes_to(CPDFXRefTable& table, const GrowArray<unsigned char>& data, const CPDFDictionary& parms,
-                const unsigned char* rows, std::size_t row_size, std::int32_t width, std::int32_t height) {
+bool decodes_to(CPDFXRefTable& table, const GrowArray<unsigned char>& data, const char* filter,
+                const CPDFDictionary& parms, const unsigned char* rows, std::size_t row_size, std::int32_t width,
+                std::int32_t height) {
   auto* const copy = static_cast<unsigned char*>(QVAlloc(data.size()));
   const HeapBlock<unsigned char> row(static_cast<unsigned char*>(QVAlloc(row_size)));
   if (copy == nullptr || !row) {
@@ -78,7 +81,7 @@ bool decodes_to(CPDFXRefTable& table, const GrowArray<unsigned char>& data, cons
   }
   std::memcpy(copy, data.begin(), data.size());
   const std::unique_ptr<CPDFStream> decoder(
-      CPDFXRefTable::make_stream2(&table, copy, static_cast<int>(data.size()), "CCITTFaxDecode", &parms));
+      CPDFXRefTable::make_stream2(&table, copy, static_cast<int>(data.size()), filter, &parms));
   // The bits behind the last pixel of a row mean nothing.
   const auto last_mask = static_cast<unsigned char>(width % 8 == 0 ? 0xFF : 0xFF00 >> (width % 8));
   for (std::int32_t y = 0; y < height; ++y) {
@@ -112,23 +115,38 @@ bool pack_bilevel_image(CPDFXRefTable& table, StreamCoder& coder, CPDFStreamRec&
   const HeapBlock<unsigned char> rows(static_cast<unsigned char*>(QVAlloc(size)));
   if (decoder == nullptr || !rows || !read_all(*decoder, rows.get(), size))
     return false;
-  FaxEncoder encoder(width);
-  for (std::size_t at = 0; at < size; at += row_size) {
-    if (!encoder.add_row(rows.get() + at) || encoder.data().size() >= static_cast<std::size_t>(stored))
-      return false;
-  }
-  Cleared<CPDFDictionary> parms;
-  fill_parms(parms, width, height);
-  if (!encoder.finish() || encoder.data().size() >= static_cast<std::size_t>(stored) ||
-      !decodes_to(table, encoder.data(), parms, rows.get(), row_size, width, height))
+  const auto best = static_cast<std::size_t>(stored);
+  FaxEncoder fax(width);
+  const std::unique_ptr<Jbig2Encoder> jbig2(new (std::nothrow) Jbig2Encoder(width, height));
+  const auto encode = [&](auto& encoder) {
+    for (std::size_t at = 0; at < size; at += row_size) {
+      if (!encoder.add_row(rows.get() + at) || encoder.data().size() >= best)
+        return false;
+    }
+    return encoder.finish() && encoder.data().size() < best;
+  };
+  const bool fits_fax = encode(fax);
+  const bool fits_jbig2 = jbig2 != nullptr && encode(*jbig2);
+  if (!fits_fax && !fits_jbig2)
     return false;
-  auto* const data = static_cast<unsigned char*>(QVAlloc(encoder.data().size()));
+  const bool takes_fax = fits_fax && (!fits_jbig2 || fax.data().size() <= jbig2->data().size());
+  const GrowArray<unsigned char>& packed = takes_fax ? fax.data() : jbig2->data();
+  const char* const filter = takes_fax ? "CCITTFaxDecode" : "JBIG2Decode";
+  Cleared<CPDFDictionary> parms;
+  if (takes_fax)
+    fill_parms(parms, width, height);
+  if (!decodes_to(table, packed, filter, parms, rows.get(), row_size, width, height))
+    return false;
+  auto* const data = static_cast<unsigned char*>(QVAlloc(packed.size()));
   if (data == nullptr)
     return false;
-  std::memcpy(data, encoder.data().begin(), encoder.data().size());
-  rec.dict.set_item_name(CPDFDictionary::sm_tag_filter, "CCITTFaxDecode");
-  rec.dict.set_item_dict("DecodeParms", &parms);
-  coder.set_data(rec, data, encoder.data().size());
+  std::memcpy(data, packed.begin(), packed.size());
+  rec.dict.set_item_name(CPDFDictionary::sm_tag_filter, filter);
+  if (takes_fax)
+    rec.dict.set_item_dict("DecodeParms", &parms);
+  else
+    rec.dict.set_item("DecodeParms", nullptr);
+  coder.set_data(rec, data, packed.size());
   return true;
 }
 

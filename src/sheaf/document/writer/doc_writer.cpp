@@ -1,6 +1,7 @@
 // The steps of writing, in their order.
 #include "sheaf/document/writer/doc_writer.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include "sheaf/base/heap_watch.h"
@@ -22,6 +23,7 @@ using namespace sheaf;
 namespace {
 
 constexpr std::size_t kVersionSize = 4;
+constexpr std::int64_t kLinearBudget = 6 << 20;  // bytes of decoded object streams
 
 struct Version {
   char text[kVersionSize] = "1.3";
@@ -79,6 +81,8 @@ Version version_for(const CPDFDoc& doc, const PDF_WRITE_OPTIONS& options, const 
     version.at_least(version_of(*enc));
   if (streams)
     version.at_least("1.5");
+  if (options.pack_bilevel_images)
+    version.at_least("1.4");  // that of JBIG2
   return version;
 }
 
@@ -182,6 +186,10 @@ bool CPDFDocWriter::write_plainly(CQVStream& out, CPDFEncrypt* enc, const PDF_WR
 }
 
 bool CPDFDocWriter::write_linearized(CQVStream& out, CPDFEncrypt* enc, const PDF_WRITE_OPTIONS& options) {
+  // The plan takes what object streams would be held in.
+  const std::int64_t budget = doc_.table().objstm_budget.limit;
+  doc_.table().objstm_budget.limit = std::min(budget, kLinearBudget);
+  const ScopeGuard restore([this, budget] { doc_.table().objstm_budget.limit = budget; });
   ObjectSurvey survey(doc_);
   WritePlan plan(survey);
   LinearPlan order(doc_, survey, plan);

@@ -41,13 +41,15 @@ bool LinearPlan::enter(const CPDFObj& value) {
 }
 
 // Passes through all that waits and what can be reached from there, each object once a turn, and calls `mark` for it.
-// False when too many steps were taken, or there is no memory.
+// From pages the way does not lead back into the page tree. False when too many steps were taken, or there is no
+// memory.
 template <class Mark>
-bool LinearPlan::walk(const Mark& mark) {
+bool LinearPlan::walk(bool through_tree, const Mark& mark) {
   while (!waiting_.empty()) {
     const std::int32_t num = survey_.standing_for(waiting_.back());
     waiting_.pop();
-    if (num == 0 || turns_[static_cast<std::size_t>(num)] == turn_ || is_page(num))
+    if (num == 0 || turns_[static_cast<std::size_t>(num)] == turn_ || is_page(num) ||
+        (!through_tree && survey_.is_tree_node(num)))
       continue;
     turns_[static_cast<std::size_t>(num)] = turn_;
     mark(num);
@@ -63,30 +65,42 @@ bool LinearPlan::walk(const Mark& mark) {
   return true;
 }
 
-bool LinearPlan::use_by_page(std::int32_t index, const PDF_REF& page) {
-  const Freed<CPDFObj> value = table_.object(doc_.reference_to(page.num));
-  const CPDFDictionary* const dict = value.as_dict();
-  if (dict == nullptr)
-    return true;
+// What a page refers to waits for a walk, all but its thumbnail, which goes into `thumbnail`. Only pages that have one
+// are read for that. False when there is no memory.
+bool LinearPlan::enter_page(std::int32_t num, CPDFObj& thumbnail) {
   waiting_.clear();
   ++turn_;
-  for (std::int32_t i = 0; i < dict->count; ++i) {
-    const char* const key = dict->items[i]->key();
-    if (std::strcmp(key, "Parent") != 0 && std::strcmp(key, "Thumb") != 0 && !enter(*dict->items[i]))
-      return false;
+  bool all_wait = true;
+  if (!survey_.has_thumbnail(num)) {
+    survey_.each_reference(num, [&](std::int32_t to) { all_wait = all_wait && waiting_.push(to); });
+    return all_wait;
   }
-  const bool done = walk([&](std::int32_t num) {
+  const Freed<CPDFObj> page = table_.object(doc_.reference_to(num));
+  for (std::int32_t i = 0; page.as_dict() != nullptr && i < page.as_dict()->count; ++i) {
+    const CPDFDictItem& item = *page.as_dict()->items[i];
+    if (std::strcmp(item.key(), "Thumb") == 0)
+      thumbnail.copy_from(&item);
+    else
+      all_wait = enter(item) && all_wait;
+  }
+  return all_wait;
+}
+
+bool LinearPlan::use_by_page(std::int32_t index, const PDF_REF& page) {
+  Freed<CPDFObj> thumbnail;
+  if (!enter_page(page.num, thumbnail))
+    return false;
+  const bool done = walk(false, [&](std::int32_t num) {
     Use& found = use(num);
     if (index == 0)
       found.add(kFirstPage);
     else
       found.set_page(found.page() == kNone || found.page() == index ? index : kMany);
   });
-  const CPDFObj* const thumb = dict->get_item("Thumb");
-  if (!done || thumb == nullptr)
+  if (!done || thumbnail.is_null())
     return done;
   // In the same turn: what the page uses as well is the page's.
-  return enter(*thumb) && walk([&](std::int32_t num) {
+  return enter(thumbnail) && walk(false, [&](std::int32_t num) {
            Use& found = use(num);
            found.add((found.flags() & kThumb) != 0 ? kThumbs : kThumb);
          });
@@ -107,7 +121,7 @@ void LinearPlan::use_by_document() {
     waiting_.clear();
     ++turn_;
     if (enter(from))
-      walk([this, flags](std::int32_t num) { use(num).add(flags); });
+      walk(true, [this, flags](std::int32_t num) { use(num).add(flags); });
   };
   for (std::int32_t i = 0; dict != nullptr && i < dict->count; ++i) {
     const char* const key = dict->items[i]->key();
@@ -370,26 +384,17 @@ bool LinearPlan::list_shared() {
   for (std::int32_t i = 1; i < page_count() && !is_cut_; ++i) {
     Page& page = pages_[static_cast<std::size_t>(i)];
     page.shared_first = static_cast<std::uint32_t>(shared_units_.size());
-    const Freed<CPDFObj> value = table_.object(doc_.reference_to(doc_.page_ref(i).num));
-    const CPDFDictionary* const dict = value.as_dict();
-    waiting_.clear();
-    ++turn_;
-    for (std::int32_t k = 0; dict != nullptr && k < dict->count; ++k) {
-      const char* const key = dict->items[k]->key();
-      if (std::strcmp(key, "Parent") != 0 && std::strcmp(key, "Thumb") != 0 && !enter(*dict->items[k]))
-        return false;
-    }
-    bool good = true;
-    good = walk([&](std::int32_t num) {
-             const std::int32_t at = use(num).page();
-             if (at == 0 || listed_for[static_cast<std::size_t>(at)] == i)
-               return;
-             listed_for[static_cast<std::size_t>(at)] = i;
-             good = good && shared_units_.push(at - 1);
-             ++page.shared_count;
-           }) &&
-           good;
-    if (!good)
+    Freed<CPDFObj> thumbnail;
+    bool all_listed = true;
+    const auto list_unit = [&](std::int32_t num) {
+      const std::int32_t at = use(num).page();
+      if (at == 0 || listed_for[static_cast<std::size_t>(at)] == i)
+        return;
+      listed_for[static_cast<std::size_t>(at)] = i;
+      all_listed = all_listed && shared_units_.push(at - 1);
+      ++page.shared_count;
+    };
+    if (!enter_page(doc_.page_ref(i).num, thumbnail) || !walk(false, list_unit) || !all_listed)
       return false;
     is_cut_ = shared_units_.size() > kMostShared;
   }

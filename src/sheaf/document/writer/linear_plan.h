@@ -120,7 +120,8 @@ private:
   void use_by_document();
   void share_everything();
   template <class Mark>
-  bool walk(const Mark& mark);
+  bool walk(bool through_tree, const Mark& mark);
+  bool enter_page(std::int32_t num, CPDFObj& thumbnail);
   bool enter(const CPDFObj& value);
   bool is_page(std::int32_t num) const;
   Rank rank(std::int32_t num) const;

@@ -42,8 +42,15 @@ ObjectSurvey::Kind ObjectSurvey::kind_of(std::int32_t num, const CPDFObj& value)
     return is_structure(stream->dict) ? kNothing : kStream;
   if (value.is_null() || value.tag == kTagNoValue)
     return kNothing;
-  const CPDFObj* const type = value.as_dict() != nullptr ? value.as_dict()->get_item("Type") : nullptr;
-  return type != nullptr && table_.value(type).is_name("Page") ? kPage : kValue;
+  const CPDFDictionary* const dict = value.as_dict();
+  const Freed<CPDFObj> type = table_.value(dict, CPDFDictionary::sm_tag_type);
+  if (keeps_references_ && dict != nullptr) {
+    if (type.is_name("Pages"))
+      tree_nodes_.visit(num);
+    if (dict->get_item("Thumb") != nullptr)
+      thumbnails_.visit(num);
+  }
+  return type.is_name("Page") ? kPage : kValue;
 }
 
 bool ObjectSurvey::collect(std::int32_t num, const CPDFObj& value) {

@@ -61,6 +61,9 @@ public:
       each(last);
     }
   }
+  /// Whether it is a node of the page tree, and whether it is a page with a thumbnail; with `keeps_references` only.
+  bool is_tree_node(std::int32_t num) const { return tree_nodes_.has(num); }
+  bool has_thumbnail(std::int32_t num) const { return thumbnails_.has(num); }
   /// Gives back the memory of the references.
   void forget_references() {
     edges_.reset();
@@ -97,6 +100,8 @@ private:
   GrowArray<std::int32_t> waiting_;
   ReferenceList found_;
   bool keeps_references_ = false;
+  VisitedSet tree_nodes_;
+  VisitedSet thumbnails_;
   // References are kept as what each adds to the one in front of it, the first to the number that refers: the sign in
   // the lowest bit, seven bits a byte, the lowest first, and all but the last with the highest bit set. Their count
   // stands in front.

@@ -40,7 +40,7 @@ struct PDF_WRITE_OPTIONS {
   bool linearize = false;       ///< The first page in front, with hints (ISO 32000-1, Annex F). Renumbers.
   bool share_equals = false;    ///< Equal streams, fonts and the like are written once.
   bool remove_unused_resources = false;  ///< Resources that no content uses are left out.
-  bool pack_bilevel_images = false;      ///< Images of one bit a pixel become CCITT Group 4 where that is smaller.
+  bool pack_bilevel_images = false;      ///< Images of one bit a pixel become JBIG2 or CCITT Group 4, if smaller.
   std::uint32_t strip = 0;               ///< A set of PDF_STRIP.
   char min_version[4] = {};              ///< The least version of the header, such as "1.5"; "" for what is needed.
 };

@@ -10,6 +10,7 @@
 #include "sheaf/document/forms/data/text_values_internal.h"
 #include "sheaf/document/forms/fill/field_facts_internal.h"
 #include "sheaf/document/forms/fill/field_names_internal.h"
+#include "sheaf/document/forms/form_filler.h"
 #include "sheaf/neighbours/page/acro_form.h"
 
 using namespace sheaf;
@@ -51,7 +52,8 @@ bool CPDFFormData::is_state(std::int32_t field, std::int32_t index) const {
 bool CPDFFormData::read_form(CPDFDoc& doc) {
   const HeapWatch watch;
   CPDFAcroForm form(doc.table());
-  if (!form.load())
+  const bool has_form = form.load();
+  if (CPDFFormFiller::add_loose_fields(doc, form) == 0 && !has_form)
     return false;
   for (std::int32_t i = 0; i < form.field_count(); ++i) {
     const CPDFField& field = *form.field_at(i);

@@ -2,9 +2,13 @@
 #include "sheaf/document/forms/draw/value_drawing_internal.h"
 
 #include <algorithm>
+#include <iterator>
+#include <string_view>
 
+#include "sheaf/base/utf.h"
 #include "sheaf/document/content/content_writer.h"
 #include "sheaf/document/forms/draw/text_lines_internal.h"
+#include "sheaf/document/text/text_setter.h"
 
 namespace sheaf {
 
@@ -102,6 +106,31 @@ void draw_comb(ContentWriter& out, const WidgetLook& look, FieldType& type, cons
   }
 }
 
+// Sets a value in the size of the field, or in the largest one in which it is seen.
+bool set_to_fit(const WidgetLook& look, TextSetter& setter, std::string_view text, const ValueManner& manner,
+                TextFormat& format) {
+  format.width = manner.multi_line ? room_for_text(look) : 0;
+  format.size = manner.size > 0 ? manner.size : kUsualSize;
+  if (!setter.set(text, format))
+    return false;
+  if (manner.size > 0)
+    return true;
+  if (!manner.multi_line) {
+    double width = 0;
+    for (const TextLine& line : setter.lines())
+      width = std::max(width, line.width);
+    format.size = size_of_one_line(look, static_cast<std::int64_t>(width / kUsualSize * kEm));
+    return setter.set(text, format);
+  }
+  const double height = look.height - 2 * padding(look);
+  while (static_cast<double>(setter.lines().size()) * kLeading * format.size > height && format.size > kLeastSize) {
+    format.size -= kSizeStep;
+    if (!setter.set(text, format))
+      return false;
+  }
+  return true;
+}
+
 // The lines between the cells of a comb are of the border.
 void draw_comb_lines(ContentWriter& out, const WidgetLook& look, int cells) {
   if (look.border <= 0 || look.border_colour.count == 0 || (look.style != 'S' && look.style != 'D'))
@@ -143,6 +172,51 @@ void draw_text(ContentWriter& out, const WidgetLook& look, FieldType& type, cons
   }
   out.op("ET");
   end(out);
+}
+
+// Blocks of scripts whose letters join, change places or run from right to left.
+bool needs_shaping(const GrowArray<std::uint32_t>& characters) {
+  constexpr struct {
+    std::uint32_t first;
+    std::uint32_t last;
+  } kBlocks[] = {{0x0590, 0x109F}, {0x1780, 0x18AF}, {0x1900, 0x1CFF},   {0xA800, 0xABFF},
+                 {0xFB1D, 0xFDFF}, {0xFE70, 0xFEFC}, {0x10800, 0x11FFF}, {0x1E800, 0x1EFFF}};
+  return std::any_of(characters.begin(), characters.end(), [&](std::uint32_t character) {
+    return std::any_of(std::begin(kBlocks), std::end(kBlocks),
+                       [=](const auto& block) { return character >= block.first && character <= block.last; });
+  });
+}
+
+bool draw_shaped_text(ContentWriter& out, const WidgetLook& look, TextSetter& setter,
+                      const GrowArray<std::uint32_t>& characters, const ValueManner& manner) {
+  GrowArray<char> text;
+  for (const std::uint32_t character : characters) {
+    char bytes[kMostUtf8Bytes];
+    const char* const end = put_utf8(bytes, character);
+    for (const char* at = bytes; at < end; ++at)
+      text.push(*at);
+  }
+  TextFormat format;
+  if (!set_to_fit(look, setter, {text.begin(), text.size()}, manner, format))
+    return false;
+  const double size = format.size;
+  double y = manner.multi_line ? look.height - padding(look) - SystemFonts::kAscent * size
+                               : look.height / 2 - (SystemFonts::kAscent + SystemFonts::kDescent) / 2 * size;
+  GrowArray<char> shown;
+  for (const TextLine& line : setter.lines()) {
+    if (y < -size)
+      break;
+    if (!setter.show(line, start_of(look, line.width, manner.quadding), y, shown))
+      return false;
+    y -= kLeading * size;
+  }
+  begin(out, look);
+  out.op("BT");
+  manner.colour.put(out, false);
+  out.text({shown.begin(), shown.size()});
+  out.op("ET");
+  end(out);
+  return true;
 }
 
 int list_lines_shown(const WidgetLook& look, const ValueManner& manner) {

@@ -8,6 +8,7 @@
 namespace sheaf {
 
 class ContentWriter;
+class TextSetter;
 
 /// How a value is set.
 struct ValueManner {
@@ -27,6 +28,13 @@ struct ListLine {
 
 void draw_text(ContentWriter& out, const WidgetLook& look, FieldType& type, const GrowArray<FieldGlyph>& glyphs,
                const ValueManner& manner);
+/// Whether the characters need more than one glyph each, from left to right: those of Arabic, Hebrew, Indic scripts,
+/// Thai and the like.
+bool needs_shaping(const GrowArray<std::uint32_t>& characters);
+/// Draws a value by `setter`, whose fonts the appearance then needs. False, and nothing is drawn, when it cannot be
+/// set.
+bool draw_shaped_text(ContentWriter& out, const WidgetLook& look, TextSetter& setter,
+                      const GrowArray<std::uint32_t>& characters, const ValueManner& manner);
 /// Draws as many lines as there is room for.
 void draw_list(ContentWriter& out, const WidgetLook& look, FieldType& type, const GrowArray<FieldGlyph>& glyphs,
                const GrowArray<ListLine>& lines, const ValueManner& manner);

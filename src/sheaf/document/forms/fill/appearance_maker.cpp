@@ -10,6 +10,7 @@
 #include "sheaf/base/heap_watch.h"
 #include "sheaf/base/wide_text.h"
 #include "sheaf/document/content/content_writer.h"
+#include "sheaf/document/text/text_setter.h"
 #include "sheaf/filters/stream_filter.h"
 #include "sheaf/neighbours/page/acro_form.h"
 #include "sheaf/object/text_utf8.h"
@@ -207,9 +208,7 @@ bool AppearanceMaker::draw_widget(const CPDFField& field, const FieldFacts& fact
   if (facts.kind == FieldKind::kList) {
     draw_list_box(out, look, type, field, value, manner);
   } else {
-    GrowArray<FieldGlyph> glyphs;
-    missing_ += type.set(value.characters, glyphs);
-    draw_text(out, look, type, glyphs, manner);
+    draw_characters(out, look, type, value.characters, manner);
   }
   Cleared<CPDFDictionary> form;
   form.set_item_name(CPDFDictionary::sm_tag_type, CPDFDictionary::sm_tag_xobj);
@@ -223,6 +222,23 @@ bool AppearanceMaker::draw_widget(const CPDFField& field, const FieldFacts& fact
   states.set_item_ref("N", appearance);
   dict->set_item_dict("AP", &states);
   return table_.store_object(widget, obj);
+}
+
+// A comb has a cell for each character, so that nothing in it joins.
+void AppearanceMaker::draw_characters(ContentWriter& out, const WidgetLook& look, FieldType& type,
+                                      const GrowArray<std::uint32_t>& characters, const ValueManner& manner) {
+  if (manner.comb_cells == 0 && needs_shaping(characters)) {
+    TextSetter setter(table_, system_, {});
+    const bool is_drawn = draw_shaped_text(out, look, setter, characters, manner);
+    missing_ += static_cast<int>(setter.missing());
+    if (is_drawn) {
+      setter.put_resources(type.resources());
+      return;
+    }
+  }
+  GrowArray<FieldGlyph> glyphs;
+  missing_ += type.set(characters, glyphs);
+  draw_text(out, look, type, glyphs, manner);
 }
 
 // Only the lines that are seen are set: from the top index on, moved so that the first chosen one is among them.

@@ -50,6 +50,8 @@ private:
   void read_list(const CPDFField& field, Value& value);
   void read_combo(const CPDFField& field, Value& value);
   bool draw_widget(const CPDFField& field, const FieldFacts& facts, const Value& value, const PDF_REF& widget);
+  void draw_characters(ContentWriter& out, const WidgetLook& look, FieldType& type,
+                       const GrowArray<std::uint32_t>& characters, const ValueManner& manner);
   void inherited(const CPDFField& field, const CPDFDictionary& widget, const char* key, CPDFObj& out);
   void choose_font(const CPDFDictionary& widget, const char* name, FieldType& type);
   bool load_composite(const CPDFDictionary& dict, FieldFont& font);

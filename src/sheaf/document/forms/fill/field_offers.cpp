@@ -66,7 +66,9 @@ PDF_FIELD_TRAITS traits_of(const FieldFacts& facts) {
 
 bool CPDFFormFiller::describe(const char* name, PDF_FIELD_TRAITS& traits, CPDFFormData& offers) {
   const HeapBlock<wchar_t> wide(wide_name(doc_.table(), name));
-  const FieldNames::Range range = wide ? parts_->names.find(wide.get()) : FieldNames::Range{0, 0};
+  FieldNames::Range range = wide ? parts_->names.find(wide.get()) : FieldNames::Range{0, 0};
+  if (wide && range.first == range.end && add_loose_fields())
+    range = parts_->names.find(wide.get());
   for (std::size_t place = range.first; place < range.end; ++place) {
     const std::int32_t index = parts_->names.at(place);
     const CPDFField& field = *parts_->form.field_at(index);

@@ -110,6 +110,10 @@ PDF_FILL CPDFFormFiller::set(const char* name, const char* const* values, std::i
   return result;
 }
 
+int CPDFFormFiller::add_loose_fields(CPDFDoc& doc, CPDFAcroForm& form) {
+  return adopt_loose_fields(doc, form);
+}
+
 // Looks once for fields that the form does not list, since that reads all pages. Whether there were any.
 bool CPDFFormFiller::add_loose_fields() {
   if (parts_->looked_for_loose)

@@ -38,6 +38,8 @@ public:
   int set(const GrowArray<std::uint32_t>& characters, GrowArray<FieldGlyph>& glyphs);
   /// Writes the operators that show a run of glyphs of one line at `x`, `y`.
   void show(ContentWriter& out, const FieldGlyph* glyphs, std::size_t count, double size, double x, double y);
+  /// The fonts that were shown, for who shows text in others beside them.
+  CPDFDictionary& resources() { return fonts_; }
   /// The resources of an appearance with the fonts that were shown.
   void put_resources(CPDFDictionary& dict);
   /// In ems, of the font of the first glyph.
