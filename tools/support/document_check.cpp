@@ -255,6 +255,13 @@ PageContent read_content(CPDFDoc& doc, int index) {
 void check_document(CPDFDoc& doc, CheckResult& result) {
   result.pages = doc.page_count();
   Checker(doc, result).check_objects();
+  if (const int strays = doc.is_readable() ? doc.page_tree_strays() : 0; strays > 0) {
+    const Freed<CPDFObj> catalog = doc.table().catalog();
+    const CPDFObj* const top = catalog.as_dict() != nullptr ? catalog.as_dict()->get_item("Pages") : nullptr;
+    result.problems.push_back({top != nullptr ? top->as_ref().num : 0,
+                               "the page tree lists " + std::to_string(strays) + " things that are no pages"});
+    result.pages = doc.page_count();
+  }
   if (!result.problems.empty())
     result.status = "problems";
   else if (doc.status() != PDF_OPEN::kClean || !doc.repairs().empty())
