@@ -245,6 +245,9 @@ TEST_F(Harm, ASignalInAnUpdateInPlaceLeavesTheOldFileOrTheNewOne) {
     EXPECT_EQ(sheaf("check in.pdf").code, 0);
   }
   EXPECT_TRUE(fs::is_empty(folder / "tmp"));
+  write_file(in, good);
+  const RunResult whole = sheaf("update in.pdf --in-place --attach big --progress always");
+  EXPECT_TRUE(whole.code == 0 && contains(whole, " MiB written\n")) << whole.output;
   if (cut_back == 0)
     GTEST_SKIP() << "no signal came while the update was being written";
 }

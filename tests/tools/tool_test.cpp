@@ -88,8 +88,10 @@ TEST_F(Tool, CheckAndRepairTellWhatIsLost) {
   EXPECT_TRUE(contains(repair, "object 6: stream data end")) << repair.output;
 
   write_file(in, good.substr(0, good.rfind("startxref")));
-  EXPECT_EQ(sheaf("repair " + in + " " + out).code, 0);
+  EXPECT_EQ(sheaf("repair " + in + " " + out).code, 1);
   EXPECT_EQ(sheaf("check " + out).code, 0);
+  EXPECT_EQ(sheaf("repair " + out + " " + in).code, 0);  // nothing to do
+  write_file(in, good.substr(0, good.rfind("startxref")));
   const RunResult info = sheaf("info --json " + in);
   EXPECT_EQ(info.code, 1);
   EXPECT_TRUE(contains(info, "\"repairs\":[{\"code\":\"startxref\",\"object\":0,\"offset\":0,\"action\":"))
@@ -152,9 +154,28 @@ TEST_F(Tool, RewritesAreTheSameWhenAskedTo) {
   EXPECT_EQ(sheaf("check " + out).code, 0);
   write_file(in, good.substr(0, good.rfind("xref\n0")));
   const RunResult repair = sheaf("repair " + in + " " + out);
-  EXPECT_EQ(repair.code, 0);
+  EXPECT_EQ(repair.code, 1);
   EXPECT_TRUE(contains(repair, "healed (")) << repair.output;
   EXPECT_EQ(sheaf("check " + out).code, 0);
+}
+
+// The nodes count them, but other readers stumble over them.
+TEST_F(Tool, KidsThatAreNoPagesAreAProblemAndRepaired) {
+  PdfBuilder builder;
+  builder.obj(1, "<</Type/Catalog/Pages 2 0 R>>").obj(2, "<</Type/Pages/Kids[3 0 R 4 0 R null 9 0 R 5]/Count 5>>");
+  builder.obj(3, "<</Type/Page/Parent 2 0 R/MediaBox[0 0 9 9]>>").obj(4, "(no page)").classic();
+  write_file(in, builder.str());
+  const RunResult check = sheaf("check " + in);
+  EXPECT_EQ(check.code, 1);
+  EXPECT_TRUE(contains(check, "1 pages")) << check.output;
+  EXPECT_TRUE(contains(check, "object 2: the page tree lists 4 things that are no pages")) << check.output;
+  const RunResult repair = sheaf("repair " + in + " " + out);
+  EXPECT_EQ(repair.code, 1);
+  EXPECT_TRUE(contains(repair, "healed (pages): 4")) << repair.output;
+  EXPECT_EQ(sheaf("check " + out).code, 0);
+  if (has_program("qpdf")) {
+    EXPECT_EQ(run_command("qpdf --check " + out + " 2>&1").code, 0);
+  }
 }
 
 TEST_F(Tool, EncryptionIsKeptUnlessItIsTakenOff) {

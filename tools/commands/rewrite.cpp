@@ -83,7 +83,15 @@ Counts count_objects(const CPDFXRefTable& before, const CPDFXRefTable& after) {
   return counts;
 }
 
-void report_repairs(CPDFDoc& doc) {
+// Other readers stumble over kids of the page tree that are no pages, or take them for empty ones.
+int heal_page_tree(CPDFDoc& doc) {
+  const int strays = doc.is_readable() ? doc.page_tree_strays() : 0;
+  return strays > 0 && doc.page_count() > 0 && doc.rebuild_page_tree() ? strays : 0;
+}
+
+void report_repairs(CPDFDoc& doc, int strays) {
+  if (strays != 0)
+    report("healed (pages): " + std::to_string(strays) + " things in the page tree that are no pages were left out");
   for (const PDF_DOC_REPAIR& repair : doc.repairs())
     report(std::string("healed (") + repair.code + "): object " + std::to_string(repair.num) + ", offset " +
            std::to_string(repair.offset) + ": " + repair.action);
@@ -190,6 +198,7 @@ int rewrite(RewriteOptions options, bool repair) {
   SafeOutput output;
   if (!output.open(options.output))
     return kExitFailed;
+  const int strays = repair ? heal_page_tree(doc) : 0;
   Counts counts;
   if (!(needs_writer(options.writing) ? write_as_asked : write_plain)(doc, options, output, counts))
     return kExitFailed;
@@ -198,7 +207,7 @@ int rewrite(RewriteOptions options, bool repair) {
     return kExitFailed;
   remark_left_out(doc, counts, output_name(options.output));
   if (repair)
-    report_repairs(doc);
+    report_repairs(doc, strays);
   report(output_name(options.output) + ": " + std::to_string(counts.kept) + " objects kept, " +
          std::to_string(counts.dropped) + " dropped, " + std::to_string(doc.file_size()) + " bytes before, " +
          std::to_string(output.size()) + " after");
@@ -206,11 +215,15 @@ int rewrite(RewriteOptions options, bool repair) {
   if (counts.unreadable != 0)
     complain(output_name(options.output), "lacks " + std::to_string(counts.unreadable) +
                                               " objects whose bytes could not be read; repair says which");
+  const bool is_sound = doc.status() == PDF_OPEN::kClean && doc.repairs().empty() && strays == 0;
   if (repair)
-    return losses;
-  return doc.status() == PDF_OPEN::kClean && doc.repairs().empty() && !metadata_left && counts.unreadable == 0
-             ? kExitClean
-             : kExitProblems;
+    return is_sound ? losses : int{kExitProblems};
+  if (doc.has_lost_encryption())
+    complain(output_name(options.output),
+             "holds data as they were stored, since the encryption dictionary could not "
+             "be read: keep the old file, these may be encrypted");
+  const bool is_whole = is_sound && !doc.has_lost_encryption() && !metadata_left && counts.unreadable == 0;
+  return is_whole ? kExitClean : kExitProblems;
 }
 
 int run_rewrite(const RewriteOptions& options) {

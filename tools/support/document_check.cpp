@@ -266,7 +266,19 @@ PageContent read_content(CPDFDoc& doc, int index) {
 
 namespace {
 
+void check_page_tree(CPDFDoc& doc, CheckResult& result) {
+  const int strays = doc.is_readable() ? doc.page_tree_strays() : 0;
+  if (strays == 0)
+    return;
+  const Freed<CPDFObj> catalog = doc.table().catalog();
+  const CPDFObj* const top = catalog.as_dict() != nullptr ? catalog.as_dict()->get_item("Pages") : nullptr;
+  result.problems.push_back({top != nullptr ? top->as_ref().num : 0,
+                             "the page tree lists " + std::to_string(strays) + " things that are no pages"});
+  result.pages = doc.page_count();
+}
+
 void judge(CPDFDoc& doc, CheckResult& result) {
+  check_page_tree(doc, result);
   if (!result.problems.empty())
     result.status = "problems";
   else if (doc.status() != PDF_OPEN::kClean || !doc.repairs().empty())

@@ -9,6 +9,7 @@
 #include "support/left_out.h"
 #include "support/progress.h"
 #include "support/safe_output.h"
+#include "support/save_progress.h"
 #include "support/signature_notes.h"
 #include "support/tool_support.h"
 #include "support/whole_file.h"
@@ -28,10 +29,12 @@ std::string save_trouble(PDF_SAVE ended) {
   }
 }
 
-bool save_changes(CPDFDoc& doc, const EditSaves& saves, const std::string& name) {
+// `path` is the file that grows, `name` what it is called.
+bool save_changes(CPDFDoc& doc, const EditSaves& saves, const std::string& name, const std::string& path) {
   remark_trailer_keys(doc, output_name(name));
   PDF_SIGN_DATA sign;
   Progress progress("saves", saves.saves);
+  const SaveProgress written(path, doc.file_size());
   for (int i = 0; i < saves.saves; ++i) {
     progress.show(i);
     const bool last = i + 1 == saves.saves;
@@ -65,7 +68,7 @@ int update_copy(const EditTarget& target, const Change& change, const EditSaves&
   note_forbidden_change(doc, target.file);
   const int changed = change(doc, target.file);
   const long long before = doc.file_size();
-  if (changed == kExitFailed || !save_changes(doc, saves, target.output))
+  if (changed == kExitFailed || !save_changes(doc, saves, target.output, output.path()))
     return kExitFailed;
   const int code = result_of(doc, target.output, changed);
   doc.close();
@@ -88,7 +91,7 @@ int update_in_place(const EditTarget& target, const Change& change, const EditSa
   if (changed == kExitFailed)
     return kExitFailed;
   const long long before = doc.file_size();
-  if (!save_changes(doc, saves, target.file)) {
+  if (!save_changes(doc, saves, target.file, target.file)) {
     if (!doc.undo_failed_save())
       complain(target.file, "could not be cut back to its " + std::to_string(doc.sound_end()) + " bytes");
     return kExitFailed;

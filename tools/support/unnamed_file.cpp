@@ -2,6 +2,7 @@
 #include "support/unnamed_file.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -10,6 +11,7 @@
 #include <vector>
 
 #include "support/messages.h"
+#include "support/progress.h"
 
 namespace sheaf::tool {
 
@@ -62,7 +64,11 @@ bool write_all(int handle, const void* data, std::size_t size) {
 
 long long copy_bytes(int from, int to) {
   constexpr std::size_t kBlock = 256 * 1024;
+  constexpr long long kMebibyte = 1024 * 1024;
   std::vector<char> block(kBlock);
+  struct stat info = {};
+  const bool has_size = fstat(from, &info) == 0 && S_ISREG(info.st_mode);
+  Progress progress("MiB copied", has_size ? info.st_size / kMebibyte : 0);
   long long total = 0;
   for (;;) {
     const ssize_t got = read(from, block.data(), block.size());
@@ -73,6 +79,7 @@ long long copy_bytes(int from, int to) {
     if (got < 0 || !write_all(to, block.data(), static_cast<std::size_t>(got)))
       return -1;
     total += got;
+    progress.show(total / kMebibyte);
   }
 }
 

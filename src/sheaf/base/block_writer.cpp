@@ -5,6 +5,7 @@
 #include "sheaf/base/block_writer.h"
 #include "sheaf/base/heap.h"
 #include "sheaf/base/number_text.h"
+#include "sheaf/base/work_watch.h"
 
 namespace sheaf {
 
@@ -41,6 +42,7 @@ unsigned int BlockWriter::Read(void* dst, unsigned int size) {
 unsigned int BlockWriter::Write(const void* src, unsigned int size) {
   if (block_ == nullptr || size >= kBlock) {
     settle();
+    WorkWatch::step();  // for who watches: a body of any length is written without a request for memory
     const unsigned count = target_->Write(src, size);
     failed_ = failed_ || count != size;
     start_ += size;
@@ -56,6 +58,7 @@ unsigned int BlockWriter::Write(const void* src, unsigned int size) {
 void BlockWriter::put_block() {
   if (used_ == 0)
     return;
+  WorkWatch::step();
   target_->SetPos(STR_SEEK_SET, start_);
   failed_ = failed_ || target_->GetPos() != start_ || target_->Write(block_, used_) != used_;
   start_ += used_;

@@ -47,6 +47,10 @@ bool CPDFDoc::has_pages_as_told() const {
   return pages_.is_as_told();
 }
 
+int CPDFDoc::page_tree_strays() {
+  return pages_.strays();
+}
+
 void CPDFDoc::read_direct_resources(CPDFObj& resources, std::int32_t holder) {
   pages_.nodes.read_direct_resources(resources, holder);
 }

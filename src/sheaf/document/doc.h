@@ -113,6 +113,9 @@ public:
   bool list_pages_as_told();
   /// Whether the list is still as the nodes tell.
   bool has_pages_as_told() const;
+  /// How many kids of the page tree are no pages: nulls, numbers, other objects, nodes that came up before. The list
+  /// of pages goes without them, whatever the nodes count. Walks the tree.
+  int page_tree_strays();
   /// Reads page `index` with what it inherits. False when there is none.
   bool load_page(int index, CPDFPage& page);
   /// The same without resources that stand directly in a node above: `page.inherited` names the node,

@@ -19,10 +19,19 @@ void PageList::list(bool believing) {
   pages_.clear();
   nodes.clear();
   node_of_removed_.clear();
-  PageWalk(table_, nodes, pages_, believing).run();
+  PageWalk walk(table_, nodes, pages_, believing);
+  walk.run();
+  strays_ = walk.passed_over();
   incomplete_ = !watch.all_granted();
   believed_ = believing;
   walked_ = true;
+}
+
+int PageList::strays() {
+  if (believed_)
+    walked_ = false;
+  ensure();
+  return strays_;
 }
 
 void PageList::list_as_told() {

@@ -43,6 +43,8 @@ public:
   bool is_as_told() const { return believed_; }
   /// Whether the top of the tree counts more pages than can be reached.
   bool misses_pages();
+  /// How many kids of the tree are neither page nor node, or a node that came up before. Walks the tree.
+  int strays();
   /// Forgets everything and releases its memory.
   void reset();
 
@@ -75,6 +77,7 @@ private:
   GrowArray<PageListEntry> pages_;
   NumberMap node_of_removed_;  // index into `nodes` plus one, by the number of a page that was taken off the list
   int quick_count_ = -1;       // by the nodes' counts; -1 unknown or contradictory
+  int strays_ = 0;
   bool walked_ = false;
   bool believed_ = false;    // the list is what the nodes tell
   bool changed_ = false;     // and is no longer what the tree has

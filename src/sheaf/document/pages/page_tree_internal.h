@@ -31,6 +31,8 @@ public:
   ~PageWalk();
 
   void run();
+  /// How many kids of nodes were passed over.
+  std::int32_t passed_over() const { return passed_over_; }
 
 private:
   // A tree node whose kids are being visited. It owns the array.
@@ -60,6 +62,7 @@ private:
   VisitedSet seen_nodes_;
   VisitedSet leaves_;
   VisitedSet strays_;
+  std::int32_t passed_over_ = 0;
 };
 
 }  // namespace sheaf

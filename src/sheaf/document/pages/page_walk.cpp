@@ -79,6 +79,7 @@ void PageWalk::look_at(const PDF_REF& ref, std::int32_t parent) {
     pages_.push({ref, parent});
   } else {
     strays_.visit(ref.num);
+    ++passed_over_;
   }
 }
 
@@ -88,8 +89,10 @@ void PageWalk::visit(CPDFObj& kid) {
     frame.is_taken = take_direct_kid(kid, frame.ref) || frame.is_taken;
   const PDF_REF ref = kid.as_ref();
   // A page may be listed twice, but a node that comes up again is a loop.
-  if (ref.num < 1 || seen_nodes_.has(ref.num) || strays_.has(ref.num))
+  if (ref.num < 1 || seen_nodes_.has(ref.num) || strays_.has(ref.num)) {
+    ++passed_over_;
     return;
+  }
   if (leaves_.has(ref.num))
     pages_.push({ref, frame.node});
   else
