@@ -92,6 +92,7 @@ set(SHEAF_PUBLIC_HEADERS
   object/text_utf8.h
   sheaf.h
   sheaf.hpp
+  xref/export_memory.h
   xref/guards.h
   xref/page_set.h
   xref/xref_table.h

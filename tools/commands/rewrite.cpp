@@ -206,9 +206,7 @@ int rewrite(RewriteOptions options, bool repair) {
                                               " objects whose bytes could not be read; repair says which");
   if (repair)
     return losses;
-  return doc.status() == PDF_OPEN::kClean && doc.repairs().empty() && !metadata_left && counts.unreadable == 0
-             ? kExitClean
-             : kExitProblems;
+  return was_sound(doc, options.file) && !metadata_left && counts.unreadable == 0 ? kExitClean : kExitProblems;
 }
 
 int run_rewrite(const RewriteOptions& options) {

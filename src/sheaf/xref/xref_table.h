@@ -32,6 +32,7 @@
 #include "sheaf/object/references.h"
 #include "sheaf/object/stored_bytes.h"
 #include "sheaf/object/stream_rec.h"
+#include "sheaf/xref/export_memory.h"
 #include "sheaf/xref/guards.h"
 #include "sheaf/xref/page_set.h"
 
@@ -230,6 +231,7 @@ public:
   sheaf::Room slot_room;
   sheaf::Room mem_stream_room;
   sheaf::NumberIndex mem_stream_index;  ///< Entry of mem_streams plus one by object number.
+  sheaf::ExportMemory export_memory;
 
   // ---- opening and closing (xref/) ----
 

@@ -6,11 +6,13 @@
 #include <cstdint>
 
 #include "sheaf/base/grow_array.h"
+#include "sheaf/base/scope_guard.h"
 #include "sheaf/base/visited_set.h"
 #include "sheaf/object/object.h"
 
 class CPDFDictionary;
 class CPDFDoc;
+class CPDFPage;
 
 namespace sheaf {
 
@@ -39,6 +41,8 @@ public:
 private:
   struct State;
 
+  const CPDFDictionary* resources_of(int index, const CPDFPage& page);
+  const CPDFDictionary* share(std::int32_t num, const CPDFObj* value);
   void check_text(const CPDFObj* contents, const CPDFDictionary* resources, GrowArray<ContentFinding>& findings);
   void check_operator(State& state);
   void check_nesting(State& state);
@@ -49,7 +53,9 @@ private:
   long long left_;  // bytes of content that are still looked at
   VisitedSet pages_;
   VisitedSet forms_;
-  GrowArray<PDF_REF> waiting_;  // forms that were drawn and not looked at yet
+  GrowArray<PDF_REF> waiting_;   // forms that were drawn and not looked at yet
+  Freed<CPDFObj> shared_;        // resources that several pages have
+  std::int32_t shared_num_ = 0;  // their object; below 0 the node that holds them directly, and one less
 };
 
 }  // namespace sheaf
