@@ -249,8 +249,7 @@ class Row:
         target = os.path.join(folder, "written.pdf")
         code = written_by([tool, "repair", damaged], target)
         healed = text_of(target) == sound
-        checked = code_of([tool, "check", damaged])
-        silent = not healed and (code == 0 or checked == 0)
+        silent = not healed and (code == 0 or code_of([tool, "check", damaged]) == 0)
         written_by(["qpdf", "--warning-exit-0", damaged], target)
         found = [1, healed, text_of(target) == sound, text_of(damaged) == sound, silent]
         self.counts = [a + int(b) for a, b in zip(self.counts, found)]
@@ -275,6 +274,7 @@ def main():
     parser.add_argument("--files", type=int, default=40, help="at most so many files of the folder")
     parser.add_argument("--only", default="", help="rows whose label holds this text")
     parser.add_argument("--verbose", action="store_true", help="name what is lost without a word, and what only the others heal")
+    parser.add_argument("--keep", metavar="FOLDER", help="copies there of those files, damaged and sound")
     options = parser.parse_args()
     for program in ("qpdf", "mutool"):
         if not shutil.which(program):
@@ -300,6 +300,10 @@ def main():
                 remark = row.add(damaged_path, text, options.tool, folder)
                 if remark and options.verbose:
                     print(f"{remark}: {label}: {os.path.basename(path)}")
+                if remark and options.keep:
+                    name = re.sub(r"[^\w+-]+", "-", f"{remark} {label} {os.path.basename(path)[:-4]}")
+                    shutil.copy(damaged_path, os.path.join(options.keep, name + ".pdf"))
+                    shutil.copy(path, options.keep)
             total.counts = [a + b for a, b in zip(total.counts, row.counts)]
             if row.counts[0]:
                 print(row.line(label), flush=True)

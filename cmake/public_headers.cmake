@@ -31,6 +31,7 @@ set(SHEAF_PUBLIC_HEADERS
   object/parse_buf.h
   object/sec_hand.h
   object/stream_rec.h
+  xref/export_memory.h
   xref/guards.h
   xref/xref_table.h
   neighbours/fonts/environment.h

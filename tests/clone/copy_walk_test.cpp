@@ -153,4 +153,28 @@ TEST(ExportAnnot, FlattensReferencesAndDropsWhatHasNoPlace) {
   EXPECT_EQ(doc.exported(6), "refused");
 }
 
+// What is kept of one export for those that follow never changes what they give.
+TEST(ExportAnnot, AnnotationsThatShareObjectsAreExportedAlike) {
+  PdfBuilder builder;
+  builder.pages(1)
+      .obj(4, "<</Parent 6 0 R/Dest[3 0 R/Fit]/N 1>>")
+      .obj(5, "<</Parent 6 0 R/Dest[3 0 R/Fit]/N 2/Page 3 0 R>>")
+      .obj(6, "<</T(name)/Kids[4 0 R 5 0 R]/Up 7 0 R>>")
+      .obj(7, "<</T(top)/In<</Deep[1]>>>>")
+      .classic();
+  Loaded doc(builder);
+  const std::string parent = "/Parent<</Kids[]/T(name)/Up<</In<</Deep[1]>>/T(top)>>>>";
+  for (int turn = 0; turn < 3; ++turn) {
+    EXPECT_EQ(doc.exported(4), "<</Dest[/Fit]/N 1" + parent + ">>") << turn;
+    EXPECT_EQ(doc.exported(5).substr(0, 23), "<</Dest[/Fit]/N 2/Page<") << turn;
+  }
+  doc.table.export_depth = 3;
+  EXPECT_EQ(doc.exported(4), "<</Dest[/Fit]/N 1/Parent<</Kids[]/T(name)/Up<</T(top)>>>>>>");
+  doc.table.export_depth = 0;
+  Cleared<CPDFDictionary> changed;
+  changed.set_item_int("Changed", 1);
+  doc.table.store_dict({7, 0}, &changed);
+  EXPECT_EQ(doc.exported(4), "<</Dest[/Fit]/N 1/Parent<</Kids[]/T(name)/Up<</Changed 1>>>>>>");
+}
+
 }  // namespace

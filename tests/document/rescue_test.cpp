@@ -247,6 +247,26 @@ TEST(Rescue, ADocumentBeginsWhereItsStreamSays) {
 }
 
 // "N" and "First" of an object stream, one of which is false.
+// A cut took the words behind the data, and the tail of the data with them or not.
+TEST(Rescue, AnObjectBehindDataWithoutAnEndIsFound) {
+  for (const std::size_t lost : {0u, 5u}) {
+    PdfBuilder builder;
+    builder.pages(1).stream(4, "", "BT (some text) Tj ET").obj(5, "<</Found true>>").obj(6, "(last)");
+    builder.obj(1, "<</Type/Catalog/Pages 2 0 R/A 4 0 R/B 5 0 R>>").classic();
+    std::string bytes = builder.str();
+    const std::size_t end = bytes.find("\nendstream") - lost;
+    bytes.erase(end, bytes.find("\n5 0 obj") - end);
+    bytes.resize(bytes.rfind("xref\n0"));
+    MemStream file(bytes);
+    CPDFDoc doc;
+    ASSERT_TRUE(doc.open(&file));
+    EXPECT_EQ(object(doc, 5), "<</Found true>>") << lost;
+    Freed<CPDFObj> data = doc.table().object(4);
+    ASSERT_NE(data.as_stream(), nullptr);
+    EXPECT_EQ(data.as_stream()->length, static_cast<std::int32_t>(20 - lost));
+  }
+}
+
 TEST(Rescue, FalseNumbersOfAnObjectStreamAreSetRight) {
   for (const char* keys :
        {"/N 2/First 12", "/N 9/First 12", "/N 3/First 9", "/N 3/First 0", "/N 3/First 5000", "/N 3"}) {

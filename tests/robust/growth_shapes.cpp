@@ -154,10 +154,10 @@ std::string revisions(int count) {
   return pdf.str();
 }
 
-std::string sparse_numbers(int count) {
-  PdfBuilder pdf = one_page();
+std::string sparse_numbers(int count, int step) {
+  PdfBuilder pdf = one_page({"", "/A[" + repeated(count, [step](int i) { return ref(4 + step * i); }) + "]"});
   for (int i = 0; i < count; ++i)
-    pdf.obj(4 + 90 * i, "(x)");
+    pdf.obj(4 + step * i, "(x)");
   return pdf.classic().str();
 }
 
@@ -228,7 +228,8 @@ const std::vector<GrowthShape> kShapes = {
     {"object streams", [](int n) { return object_streams(n, "/B[1 2 3]"); }},
     {"object streams that extend one another", [](int n) { return object_streams(n, "/Extends 1010 0 R"); }},
     {"revisions", revisions},
-    {"sparse numbers", sparse_numbers},
+    {"sparse numbers", [](int n) { return sparse_numbers(n, 90); }},
+    {"numbers in the millions", [](int n) { return sparse_numbers(n, 2'000'000 / n); }},
     {"numbers in descending order",
      [](int n) {
        PdfBuilder pdf = one_page();
@@ -268,6 +269,19 @@ const std::vector<GrowthShape> kShapes = {
      [](int n) {
        return with_objects(n, [](int) { return "<</Subtype/Link/Rect[0 0 1 1]/P 3 0 R/Dest(a)>>"; },
                            {"", "/Annots[" + refs(n, 4) + "]"});
+     }},
+    {"links that name their own page",
+     [](int n) {
+       return with_objects(n, [](int) { return "<</Subtype/Link/Rect[0 0 1 1]/P 3 0 R/Dest[3 0 R/Fit]>>"; },
+                           {"", "/Annots[" + refs(n, 4) + "]"});
+     }},
+    {"widgets of one parent",
+     [](int n) {
+       PdfBuilder pdf = one_page({"/AcroForm<</Fields[4 0 R]>>", "/Annots[" + refs(n, 5) + "]"});
+       pdf.obj(4, "<</FT/Btn/T(a)/Kids[" + refs(n, 5) + "]>>");
+       for (int i = 0; i < n; ++i)
+         pdf.obj(5 + i, "<</Subtype/Widget/Rect[0 0 1 1]/Parent 4 0 R/P 3 0 R>>");
+       return pdf.classic().str();
      }},
     {"fields of one name",
      [](int n) { return fields(n, [](int) { return "<</FT/Tx/T(a)/V(x)/Subtype/Widget/Rect[0 0 1 1]/P 3 0 R>>"; }); }},

@@ -98,6 +98,21 @@ TEST_F(Tool, CheckAndRepairTellWhatIsLost) {
       << info.output;
 }
 
+// Also those commands say what was healed that give no verdict on their input, and no update is taken for damage.
+TEST_F(Tool, CommandsSayThatTheirInputWasHealed) {
+  std::string bytes = PdfBuilder().pages(2).classic().str();
+  const std::size_t entry = bytes.find(" 00000 n", bytes.find("xref\n"));
+  bytes[entry - 1] = bytes[entry - 1] == '1' ? '2' : '1';
+  write_file(in, bytes);
+  for (const char* command : {"pages ", "annots ", "json "})
+    EXPECT_TRUE(contains(sheaf(command + in), "was healed while it was read")) << command;
+  EXPECT_EQ(sheaf("merge " + out + " " + in).code, 1);
+  EXPECT_EQ(sheaf("rewrite " + in + " " + out).code, 1);
+  EXPECT_EQ(sheaf("pages " + out).code, 0);
+  ASSERT_EQ(sheaf("update " + out + " --in-place --set Title=x --attach " + in).code, 0);
+  EXPECT_EQ(sheaf("check " + out).code, 0);  // the rewritten file's section does not list itself
+}
+
 TEST_F(Tool, GenerationsAreAskedForAndFound) {
   PdfBuilder builder;
   builder.pages(1).obj(5, "(text)", 3).classic();

@@ -115,7 +115,7 @@ int run_annots(const AnnotsOptions& options) {
   if (is_cut)
     complain(options.file, "annotations are nested deeper than " + std::to_string(kMostLevels) +
                                " levels; what is below is left out, and sheaf show prints it by its object");
-  return doc.status() == PDF_OPEN::kClean && !is_cut ? kExitClean : kExitProblems;
+  return was_sound(doc, options.file) && !is_cut ? kExitClean : kExitProblems;
 }
 
 int run_fields(const FieldsOptions& options) {
@@ -164,7 +164,7 @@ int run_fields(const FieldsOptions& options) {
   json.end_array().end_object();
   if (options.json)
     std::printf("%s\n", json.str().c_str());
-  return doc.status() == PDF_OPEN::kClean ? kExitClean : kExitProblems;
+  return was_sound(doc, options.file) ? kExitClean : kExitProblems;
 }
 
 const Registration kAnnots("annots", "Look", "The annotations by page, references resolved",

@@ -95,7 +95,8 @@ int write_selection(const ArrangeOptions& options) {
     return kExitFailed;
   report(output_name(target.output) + ": " + std::to_string(done) + " pages, " + std::to_string(assembly.size) +
          " bytes");
-  const bool clean = done == wanted && !assembly.has_unreadable() && source.status() == PDF_OPEN::kClean;
+  const bool was_healed = !was_sound(source, target.file);
+  const bool clean = done == wanted && !assembly.has_unreadable() && !was_healed;
   return clean ? kExitClean : kExitProblems;
 }
 
@@ -143,7 +144,8 @@ int insert(CPDFDoc& doc, const std::string& name, const InsertOptions& options) 
   for (std::int32_t page = 0; page < count + done; ++page)
     order.push_back(page < place ? page : page < place + done ? count + page - place : page - done);
   const int code = arrange(doc, name, order);
-  return code == kExitClean && (done != wanted || source.status() != PDF_OPEN::kClean) ? int{kExitProblems} : code;
+  const bool was_healed = !was_sound(source, from.file);
+  return code == kExitClean && (done != wanted || was_healed) ? int{kExitProblems} : code;
 }
 
 int run_insert(const InsertOptions& options) {

@@ -170,7 +170,8 @@ int fill(CPDFDoc& doc, const FillOptions& options, const CPDFFormData& data) {
     complain(output_name(options.output),
              "its XFA part is gone, as it would contradict the new values; the form's fields stay");
   report(output_name(options.output) + ": " + std::to_string(tally.filled) + " fields filled");
-  const bool clean = tally.refused == 0 && filler.missing_characters() == 0 && doc.status() == PDF_OPEN::kClean;
+  const bool was_healed = !was_sound(doc, options.file);
+  const bool clean = tally.refused == 0 && filler.missing_characters() == 0 && !was_healed;
   return clean ? kExitClean : kExitProblems;
 }
 

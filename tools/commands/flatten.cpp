@@ -53,7 +53,7 @@ int run_flatten(const FlattenOptions& options) {
   report(output_name(options.output) + ": " + std::to_string(done.drawn) + " annotations drawn, " +
          std::to_string(done.hidden) + " hidden and " + std::to_string(done.blank) + " blank ones removed, on " +
          std::to_string(done.pages) + " pages");
-  const bool clean = doc.status() == PDF_OPEN::kClean && done.signatures == 0 && done.kept == 0;
+  const bool clean = was_sound(doc, options.file) && done.signatures == 0 && done.kept == 0;
   return clean ? kExitClean : kExitProblems;
 }
 

@@ -188,7 +188,8 @@ private:
   CPDFDoc& doc_;
   CPDFXRefTable& table_;
   MapReader maps_;
-  VisitedSet seen_;  // resources and what has them
+  VisitedSet seen_;     // resources and what has them
+  VisitedSet holders_;  // nodes that hold resources directly, by their number and 2
   VisitedSet seen_fonts_;
   std::vector<PDF_REF> waiting_;
   std::vector<FontFacts> fonts_;
@@ -197,9 +198,13 @@ private:
 std::vector<FontFacts> FontFinder::run() {
   for (int i = 0; i < doc_.page_count(); ++i) {
     CPDFPage page;
-    if (!doc_.load_page(i, page))
+    if (!doc_.load_page_alone(i, page))
       continue;
-    visit_page(page);
+    // Resources that stand in a node are looked at with the first of its pages.
+    CPDFPage whole;
+    const PDF_INHERITED& above = page.from_above;
+    const bool is_first = above.has_direct_resources && holders_.visit(above.holder + 2);
+    visit_page(is_first && doc_.load_page(i, whole) ? whole : page);
     drain();
   }
   visit_form();
@@ -348,7 +353,7 @@ int look_at_fonts(const FontsOptions& options) {
     print_json(options.file, fonts);
   else
     print_text(fonts);
-  bool has_problems = doc.status() != PDF_OPEN::kClean;
+  bool has_problems = !was_sound(doc, options.file);
   for (const FontFacts& font : fonts) {
     if (!font.broken_to_unicode)
       continue;

@@ -75,7 +75,7 @@ public:
   int finish() {
     if (options_.json)
       std::printf("%s\n", json_.end_array().end_object().str().c_str());
-    return doc_.status() == PDF_OPEN::kClean ? code_ : int{kExitProblems};
+    return was_sound(doc_, options_.file) ? code_ : int{kExitProblems};
   }
 
 private:

@@ -200,7 +200,7 @@ int show_file(const std::string& file, const InfoOptions& options) {
     report.flag("hints_usable", "Hints usable", doc.hints_hold());
   }
   if (options.json)
-    report.flag("repaired", "", doc.status() != PDF_OPEN::kClean);
+    report.flag("repaired", "", doc.status() != PDF_OPEN::kClean || !doc.repairs().empty());
   report.text("opened", "Repaired", opened_text(doc, options.json));
   report.text("root", "Root", syntax_text(table.root));
   Freed<CPDFObj> info;

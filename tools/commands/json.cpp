@@ -44,7 +44,7 @@ int run_json(JsonOptions& options) {
   const int code = write_json_document(doc, options.file, options.manner, output);
   if (code == kExitFailed || !output.commit())
     return kExitFailed;
-  return doc.status() == PDF_OPEN::kClean ? code : int{kExitProblems};
+  return was_sound(doc, options.file) ? code : int{kExitProblems};
 }
 
 const Registration kJson("json", "Look", "The whole document as JSON, and back", [](Command& command) -> Run {

@@ -59,7 +59,7 @@ int list_labels(const LabelsOptions& options) {
   }
   if (options.json)
     std::printf("%s\n", json.end_array().end_object().str().c_str());
-  return doc.status() == PDF_OPEN::kClean ? kExitClean : kExitProblems;
+  return was_sound(doc, options.target.file) ? kExitClean : kExitProblems;
 }
 
 // What `sheaf labels --json` prints, or its array alone.

@@ -34,7 +34,7 @@ int run_map(const MapOptions& options) {
   const FileMap map = make_file_map(doc);
   if (!write_picture(draw_file_map(map, heading_of(doc, options.file, map)), options.output))
     return kExitFailed;
-  return doc.status() == PDF_OPEN::kClean ? kExitClean : kExitProblems;
+  return was_sound(doc, options.file) ? kExitClean : kExitProblems;
 }
 
 const Registration kMap("map", "Look", "A picture of the file's bytes: kinds, filters, saves, leftovers",

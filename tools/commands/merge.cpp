@@ -101,7 +101,7 @@ int run_merge(MergeOptions options) {
       complain(input.file, std::to_string(wanted - done) + " pages could not be read and were left out");
     complain_about_losses(*assembly.merge, static_cast<std::int32_t>(i), input.file,
                           !options.encryption.algorithm.empty());
-    if (done != wanted || assembly.has_unreadable() || source.status() != PDF_OPEN::kClean)
+    if (!was_sound(source, input.file) || done != wanted || assembly.has_unreadable())
       code = kExitProblems;
     progress.show(static_cast<std::int64_t>(i) + 1);
   }
@@ -138,7 +138,7 @@ int run_split(const SplitOptions& options) {
              "takes one document, but there are several parts; give -o a pattern such as part-%d.pdf");
     return kExitFailed;
   }
-  int code = source.status() == PDF_OPEN::kClean ? kExitClean : kExitProblems;
+  int code = kExitClean;
   Progress progress("parts", parts);
   for (int part = 0; part < parts; ++part) {
     const std::string name = part_name(options.pattern, part + 1, parts);
@@ -160,6 +160,8 @@ int run_split(const SplitOptions& options) {
     if (!assembly.write(name, options.encryption))
       return kExitFailed;
   }
+  if (!was_sound(source, options.file))
+    code = kExitProblems;
   if (!options.dry_run)
     report(input_name(options.file) + ": " + std::to_string(source.page_count()) + " pages in " +
            std::to_string(parts) + " parts");

@@ -71,7 +71,7 @@ int list_metadata(const MetadataOptions& options) {
     std::printf("%s\n", json.str().c_str());
   if (has_packet && !is_read)
     complain(options.target.file, "its metadata packet is no XMP that can be read");
-  return doc.status() == PDF_OPEN::kClean && is_read == has_packet ? kExitClean : kExitProblems;
+  return was_sound(doc, options.target.file) && is_read == has_packet ? kExitClean : kExitProblems;
 }
 
 int run_metadata(const MetadataOptions& options) {

@@ -76,7 +76,7 @@ int list_outline(const OutlineOptions& options) {
   }
   if (options.json)
     std::printf("%s\n", json.end_array().end_object().str().c_str());
-  return doc.status() == PDF_OPEN::kClean ? kExitClean : kExitProblems;
+  return was_sound(doc, options.target.file) ? kExitClean : kExitProblems;
 }
 
 // A view such as ["XYZ", 0, 700, null]; the whole page without one.

@@ -51,7 +51,7 @@ int put_stamps(CPDFDoc& doc, const std::string& name, const StampOptions& option
       return kExitFailed;
     }
   }
-  return source.status() == PDF_OPEN::kClean ? kExitClean : kExitProblems;
+  return was_sound(source, from.file) ? kExitClean : kExitProblems;
 }
 
 int run_stamp(StampOptions& options) {

@@ -130,7 +130,7 @@ int run_pages(const PagesOptions& options) {
       list.add(i, page.ref.num, to_double(page.shown_width()), to_double(page.shown_height()), page.rotate);
   }
   list.finish();
-  return doc.status() == PDF_OPEN::kClean ? kExitClean : kExitProblems;
+  return was_sound(doc, options.file) ? kExitClean : kExitProblems;
 }
 
 const Registration kPages("pages", "Look", "The pages with their sizes", [](Command& command) -> Run {

@@ -215,15 +215,14 @@ int rewrite(RewriteOptions options, bool repair) {
   if (counts.unreadable != 0)
     complain(output_name(options.output), "lacks " + std::to_string(counts.unreadable) +
                                               " objects whose bytes could not be read; repair says which");
-  const bool is_sound = doc.status() == PDF_OPEN::kClean && doc.repairs().empty() && strays == 0;
   if (repair)
-    return is_sound ? losses : int{kExitProblems};
+    return doc.status() == PDF_OPEN::kClean && doc.repairs().empty() && strays == 0 ? losses : int{kExitProblems};
   if (doc.has_lost_encryption())
     complain(output_name(options.output),
              "holds data as they were stored, since the encryption dictionary could not "
              "be read: keep the old file, these may be encrypted");
-  const bool is_whole = is_sound && !doc.has_lost_encryption() && !metadata_left && counts.unreadable == 0;
-  return is_whole ? kExitClean : kExitProblems;
+  const bool is_whole = was_sound(doc, options.file) && !doc.has_lost_encryption() && !metadata_left;
+  return is_whole && counts.unreadable == 0 ? kExitClean : kExitProblems;
 }
 
 int run_rewrite(const RewriteOptions& options) {

@@ -93,7 +93,7 @@ public:
   int finish() {
     if (options_.json)
       std::printf("%s\n", json_.end_array().end_object().str().c_str());
-    return sound_ && doc_.status() == PDF_OPEN::kClean ? kExitClean : kExitProblems;
+    return was_sound(doc_, options_.file) && sound_ ? kExitClean : kExitProblems;
   }
 
 private:

@@ -48,7 +48,7 @@ bool save_changes(CPDFDoc& doc, const EditSaves& saves, const std::string& name,
 }
 
 int result_of(CPDFDoc& doc, const std::string& name, int changed) {
-  const bool clean = doc.status() == PDF_OPEN::kClean && !complain_of_metadata(doc, name);
+  const bool clean = was_sound(doc, name) && !complain_of_metadata(doc, name);
   return clean ? changed : kExitProblems;
 }
 

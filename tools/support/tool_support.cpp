@@ -124,6 +124,19 @@ bool find_reference(CPDFDoc& doc, const std::string& file, std::int32_t num, std
   return false;
 }
 
+bool was_sound(CPDFDoc& doc, const std::string& file) {
+  const auto& repairs = doc.repairs();
+  if (doc.status() == PDF_OPEN::kClean && repairs.empty())
+    return true;
+  std::string what = "is damaged, and was healed while it was read";
+  if (!repairs.empty())
+    what += std::string(": ") + repairs[0].action;
+  if (repairs.size() > 1)
+    what += ", and " + std::to_string(repairs.size() - 1) + " more";
+  complain(input_name(file), what + "; sheaf check lists it all");
+  return false;
+}
+
 void put_repairs(JsonWriter& json, CPDFDoc& doc) {
   json.key("repairs").begin_array();
   for (const PDF_DOC_REPAIR& repair : doc.repairs()) {

@@ -35,6 +35,10 @@ bool open_document_for_update(CPDFDoc& doc, const std::string& path, const std::
 /// none.
 bool find_reference(CPDFDoc& doc, const std::string& file, std::int32_t num, std::int32_t gen, PDF_REF& ref);
 
+/// Whether the document was where its sections say, as far as it was read. False, with a message, when
+/// something of it was healed; asked at the end of a command, which then ends with kExitProblems.
+bool was_sound(CPDFDoc& doc, const std::string& file);
+
 /// What was healed, as the member "repairs": code, object, offset, action.
 void put_repairs(JsonWriter& json, CPDFDoc& doc);
 

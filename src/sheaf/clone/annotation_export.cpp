@@ -28,12 +28,17 @@ struct Frame {
   CPDFArray* to_array;  // owned until it goes into the container above; the outermost is the caller's
   CPDFDictionary* to_dict;
   std::int32_t next;
-  std::int32_t ref_num;  // the object on the way, 0 for a direct value
+  std::int32_t ref_num;         // the object on the way, 0 for a direct value
+  std::uint32_t values_before;  // the count of values when it was opened
+  std::uint32_t levels;         // containers that stand in one another in it
+  bool is_cut;                  // something was left out that an export from elsewhere would hold
 };
 
 class Flattening {
 public:
-  explicit Flattening(CPDFXRefTable& table) : table_(table) {}
+  explicit Flattening(CPDFXRefTable& table) : table_(table), memory_(table.export_memory) {
+    memory_.begin(table.change_count, table.sec_hand);
+  }
   Flattening(const Flattening&) = delete;
   Flattening& operator=(const Flattening&) = delete;
   ~Flattening() {
@@ -47,6 +52,7 @@ public:
     while (!frames_.empty()) {
       Frame& frame = frames_.back();
       const std::int32_t count = frame.from_array != nullptr ? frame.from_array->count : frame.from_dict->count;
+      frame.is_cut = frame.is_cut || values_ >= kMostValues;
       if (frame.next >= count || values_ >= kMostValues)
         close();
       else
@@ -58,7 +64,11 @@ private:
   void add_item(Frame& frame, std::int32_t index) {
     const CPDFObj& item = frame.from_array != nullptr ? frame.from_array->items[index] : *frame.from_dict->items[index];
     const std::int32_t num = item.as_ref().num;
-    if (num > 0 && is_on_way(num))
+    if (num > 0 && memory_.is_on_way(num)) {
+      frame.is_cut = true;
+      return;
+    }
+    if (num > 0 && put_known(frame, index, num))
       return;
     ++values_;
     Freed<CPDFObj> value = table_.value(&item);
@@ -76,11 +86,41 @@ private:
       case kTagDict:
         // Lists of dictionaries come out empty, where a dictionary under a key comes out whole.
         if (frame.from_dict != nullptr)
-          open(value, num);
-        return;
+          return open(value, num);
+        break;
+      case kTagStream:
+        break;
       default:
         return;
     }
+    if (frame.from_array != nullptr && num > 0 && is_as_in_file(num))
+      memory_.leave_out(num);
+  }
+
+  // What an earlier export knows of an object. False: it has to be read.
+  bool put_known(Frame& frame, std::int32_t index, std::int32_t num) {
+    if (frame.from_array != nullptr && memory_.is_left_out(num))
+      return true;
+    const ExportMemory::Kept* const kept = memory_.find(num);
+    if (kept == nullptr || values_ + kept->values >= kMostValues)
+      return false;
+    if (frame.from_array != nullptr && kept->value.tag == kTagDict)
+      return true;
+    const std::size_t levels = frames_.size() + kept->levels;
+    if (table_.export_depth > 0 && levels > static_cast<std::size_t>(table_.export_depth))
+      return false;
+    Freed<CPDFObj> copy;
+    copy.copy_from(&kept->value);
+    values_ += kept->values;
+    frame.levels = std::max(frame.levels, 1 + kept->levels);
+    put(frame, index, copy);
+    return true;
+  }
+
+  // Objects in memory can change unseen.
+  bool is_as_in_file(std::int32_t num) const {
+    const PDF_XREF* const entry = table_.entry(num);
+    return entry != nullptr && !entry->is_in_memory();
   }
 
   void put(Frame& frame, std::int32_t index, CPDFObj& value) {
@@ -91,9 +131,13 @@ private:
   }
 
   void open(CPDFObj& value, std::int32_t num) {
-    if (table_.export_depth > 0 && frames_.size() >= static_cast<std::size_t>(table_.export_depth))
+    if (table_.export_depth > 0 && frames_.size() >= static_cast<std::size_t>(table_.export_depth)) {
+      frames_.back().is_cut = true;
       return;
+    }
     Frame frame{};
+    frame.values_before = values_ - 1;
+    frame.levels = 1;
     frame.from_array = value.as_array();
     frame.from_dict = value.as_dict();
     frame.ref_num = num;
@@ -111,11 +155,11 @@ private:
   }
 
   bool begin(const Frame& frame) {
-    if (!mark(frame.ref_num, true))
+    if (frame.ref_num > 0 && !memory_.set_on_way(frame.ref_num, true))
       return false;
     if (frames_.push(frame))
       return true;
-    mark(frame.ref_num, false);
+    leave(frame);
     return false;
   }
 
@@ -123,35 +167,32 @@ private:
   void close() {
     Frame frame = frames_.back();
     frames_.pop();
-    mark(frame.ref_num, false);
+    leave(frame);
     frame.held.free();
     if (frames_.empty())
       return;
+    Frame& above = frames_.back();
+    above.is_cut = above.is_cut || frame.is_cut;
+    above.levels = std::max(above.levels, 1 + frame.levels);
     CPDFObj made{};
     if (frame.to_array != nullptr)
       made.take_array(frame.to_array);
     else
       made.take_dict(frame.to_dict);
-    put(frames_.back(), frames_.back().next - 1, made);
+    if (frame.ref_num > 0 && !frame.is_cut && is_as_in_file(frame.ref_num))
+      memory_.keep(frame.ref_num, made, frame.levels, values_ - frame.values_before);
+    put(above, above.next - 1, made);
     made.free();
   }
 
-  bool is_on_way(std::int32_t num) const {
-    return static_cast<std::size_t>(num) < on_way_.size() && on_way_[static_cast<std::size_t>(num)];
-  }
-  bool mark(std::int32_t num, bool on) {
-    const auto index = static_cast<std::size_t>(num);
-    if (num <= 0)
-      return true;
-    if (index >= on_way_.size() && !on_way_.resize(std::max<std::size_t>(index + 1, table_.xref_count)))
-      return false;
-    on_way_[index] = on;
-    return true;
+  void leave(const Frame& frame) {
+    if (frame.ref_num > 0)
+      memory_.set_on_way(frame.ref_num, false);
   }
 
   CPDFXRefTable& table_;
+  ExportMemory& memory_;
   GrowArray<Frame> frames_;
-  GrowArray<bool> on_way_;
   std::uint32_t values_ = 0;
 };
 

@@ -15,6 +15,9 @@ namespace sheaf {
 /// Whether the header of an object, "N G obj", stands at the start of `text`, all of it within 31 bytes.
 /// What follows "obj" is not looked at.
 bool is_object_header(const char* text, std::size_t available);
+/// The first such header in the bytes from `from` to `end` that begins a line, behind the end of one in
+/// them; null when there is none. It ends data that lack their own end.
+const char* find_header_line(const char* from, const char* end);
 }  // namespace sheaf
 
 class CPDFBuf {

@@ -192,6 +192,12 @@ private:
     return true;
   }
 
+  std::size_t count_entries() const {
+    const PDF_XREF* const items = target_.xref_items;
+    return static_cast<std::size_t>(
+        std::count_if(items, items + target_.xref_count, [](const PDF_XREF& entry) { return entry.is_known(); }));
+  }
+
   void put_section() {
     const std::uint32_t xpos = position();
     const unsigned offset_width = std::max(bytes_for(xpos), offset_width_for_streams());
@@ -199,7 +205,7 @@ private:
     EntryDeflater deflater(kFlushAt);
     std::uint32_t len = 0;
     std::uint8_t* data = nullptr;
-    if (deflater.open(std::size_t{target_.xref_count} * (1 + offset_width + gen_width) + kSpareOutput) &&
+    if (deflater.open(count_entries() * (1 + offset_width + gen_width) + kSpareOutput) &&
         deflate_entries(deflater, offset_width, gen_width))
       data = deflater.finish(len);
     if (data == nullptr) {

@@ -15,12 +15,12 @@ namespace {
 
 constexpr std::uint32_t kNewObjStep = 32;
 
-// Entries cost memory before any object is read, so a number that a file of this length cannot
-// justify is refused. Objects in the file take several bytes each and those in object streams can
-// compress well, so eight numbers a byte are generous; small files may still number their objects
-// in the millions.
-constexpr std::uint32_t kLeastMaxObjNum = (1u << 22) + 256;
-constexpr std::uint64_t kNumbersPerByte = 8;
+// Entries cost memory before any object is read, and so do their copies in a save, so a number that a
+// file of this length cannot justify is refused. Objects in the file take several bytes each, and
+// those in object streams, however well they compress, hardly less than four with their own numbers;
+// small files may still number their objects in the millions.
+constexpr std::uint32_t kLeastMaxObjNum = (1u << 21) + 256;
+constexpr std::uint32_t kBytesPerNumber = 4;
 constexpr std::uint32_t kMostObjNum = 0x7FFFFF00;
 
 // How many entries the block takes for `count`: exactly these when a section states the size, and
@@ -47,9 +47,7 @@ std::uint32_t CPDFXRefTable::max_obj_num() const {
   const long long length = stream != nullptr ? stream->GetLen() : 0;
   if (length <= 0)
     return kLeastMaxObjNum;
-  const std::uint64_t justified = static_cast<std::uint64_t>(length) * kNumbersPerByte;
-  if (justified <= kLeastMaxObjNum)
-    return kLeastMaxObjNum;
+  const std::uint64_t justified = kLeastMaxObjNum + static_cast<std::uint64_t>(length) / kBytesPerNumber;
   return justified < kMostObjNum ? static_cast<std::uint32_t>(justified) : kMostObjNum;
 }
 
@@ -249,6 +247,7 @@ void CPDFXRefTable::XRefFree() {
   temp_stream.path = nullptr;
 
   release_objstms();
+  export_memory.reset();
   lengths.reset();
 
   font_cache.clear();

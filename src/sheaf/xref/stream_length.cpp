@@ -1,5 +1,6 @@
 // Streams whose stated length is false. Where no "endstream" follows the bytes that "Length" counts,
-// the first one behind the start of the data is taken at its word instead, as viewers do.
+// the first one behind the start of the data is taken at its word instead, as viewers do, or the
+// header of an object that comes earlier.
 #include <algorithm>
 #include <cstring>
 #include <string_view>
@@ -7,6 +8,7 @@
 #include "sheaf/base/chars.h"
 #include "sheaf/base/heap.h"
 #include "sheaf/base/scope_guard.h"
+#include "sheaf/object/parse_buf.h"
 #include "sheaf/xref/object_finder.h"
 #include "sheaf/xref/xref_table.h"
 
@@ -19,6 +21,7 @@ constexpr unsigned kEndSize = sizeof kEnd - 1;
 constexpr char kObjectEnd[] = "endobj";     // ends data that lack the other
 constexpr unsigned kMostGap = 8;            // white space that writers put in front of the keyword
 constexpr unsigned kWindow = 16 * 1024;     // searched at a time
+constexpr unsigned kOverlap = 32;           // a header may lie across two windows
 constexpr std::int64_t kScanAllowance = 8;  // times the file's length that all searches may read
 constexpr std::int64_t kNotFound = -1;
 
@@ -35,20 +38,24 @@ bool ends_at(CQVStream& stream, std::int64_t offset) {
          (left >= 6 && std::memcmp(text + at, "endobj", 6) == 0);
 }
 
-// The place of the first "endstream" or "endobj" from `from` on.
+// The place of the first "endstream", "endobj" or header of an object from `from` on.
 std::int64_t find_end(CQVStream& stream, std::int64_t from, std::int64_t& scanned) {
   const HeapBlock<char> window(static_cast<char*>(QVAlloc(kWindow)));
   for (std::int64_t start = from; window;) {
     stream.SetPos(CQVStream::STR_SEEK_SET, start);
     const unsigned len = std::min(stream.Read(window.get(), kWindow), kWindow);
-    const std::string_view text(window.get(), len);
-    const std::size_t hit = std::min(text.find(kEnd), text.find(kObjectEnd));
+    const char* const header = find_header_line(window.get(), window.get() + len);
+    const std::string_view text(window.get(),
+                                header != nullptr ? static_cast<std::size_t>(header - window.get()) : len);
+    std::size_t hit = std::min(text.find(kEnd), text.find(kObjectEnd));
+    if (hit == std::string_view::npos && header != nullptr)
+      hit = text.size();
     if (hit != std::string_view::npos)
       return start + static_cast<std::int64_t>(hit);
     if (len < kWindow)
       break;
     scanned += len;
-    start += kWindow - (kEndSize - 1);
+    start += kWindow - kOverlap;
   }
   return kNotFound;
 }

@@ -167,8 +167,10 @@ private:
 
   bool store(std::uint64_t num, const Fields& fields) {
     std::uint32_t type = widths_.field[0] == 0 ? std::uint32_t{PDF_XREF::kInFile} : fields.value[0];
-    if (num >= table_.xref_count)
+    if (num >= table_.xref_count) {
+      table_.sections_lost |= type != PDF_XREF::kFree ? 1 : 0;
       return false;
+    }
     if (late_ && type == PDF_XREF::kInFile)
       type = PDF_XREF::kInFileLate;
     PDF_XREF& entry = table_.xref_items[num];

@@ -29,6 +29,7 @@
 #include "sheaf/object/dictionary.h"
 #include "sheaf/object/object.h"
 #include "sheaf/object/stream_rec.h"
+#include "sheaf/xref/export_memory.h"
 #include "sheaf/xref/guards.h"
 
 class CPDFAcroForm;
@@ -251,6 +252,7 @@ public:
   sheaf::Room slot_room;
   sheaf::Room mem_stream_room;
   sheaf::NumberIndex mem_stream_index;  ///< Entry of mem_streams plus one by object number.
+  sheaf::ExportMemory export_memory;
 
   // ---- opening and closing (xref/) ----
 

@@ -212,22 +212,53 @@ struct ContentChecker::State {
 
 ContentChecker::ContentChecker(CPDFDoc& doc) : doc_(doc), left_(kLeastWork + kWorkPerByte * doc.file_size()) {}
 
+// The resources that apply to a page. Where they are not its own, pages that follow one another share them.
+const CPDFDictionary* ContentChecker::resources_of(int index, const CPDFPage& page) {
+  const CPDFObj* const own = page.dict.get_item(CPDFDictionary::sm_tag_res);
+  if (own != nullptr && own->as_dict() != nullptr)
+    return own->as_dict();
+  const CPDFDictionary* shared = own != nullptr ? share(own->as_ref().num, own) : nullptr;
+  const PDF_INHERITED& above = page.from_above;
+  if (shared == nullptr && above.resources.num != 0) {
+    CPDFObj ref{};
+    ref.set_ref(above.resources);
+    shared = share(above.resources.num, &ref);
+  }
+  if (shared != nullptr || !above.has_direct_resources)
+    return shared;
+  const std::int32_t key = -2 - above.holder;
+  CPDFPage whole;
+  if (shared_num_ != key && doc_.load_page(index, whole))
+    return share(key, whole.dict.get_item(CPDFDictionary::sm_tag_res));
+  return shared_num_ == key ? shared_.as_dict() : nullptr;
+}
+
+const CPDFDictionary* ContentChecker::share(std::int32_t num, const CPDFObj* value) {
+  if (num == 0)
+    return nullptr;
+  if (shared_num_ != num)
+    doc_.table().resolve(shared_, value);
+  shared_num_ = num;
+  return shared_.as_dict();
+}
+
 void ContentChecker::check_page(int index, GrowArray<ContentFinding>& findings) {
   CPDFPage page;
-  if (left_ < 0 || !pages_.visit(doc_.page_ref(index).num) || !doc_.load_page(index, page))
+  if (left_ < 0 || !pages_.visit(doc_.page_ref(index).num) || !doc_.load_page_alone(index, page))
+    return;
+  const CPDFObj* const contents = page.dict.get_item("Contents");
+  if (contents == nullptr)
     return;
   CPDFXRefTable& table = doc_.table();
-  Freed<CPDFObj> resources = table.value(&page.dict, CPDFDictionary::sm_tag_res);
-  if (resources.as_dict() == nullptr && page.from_above.resources.num != 0)
-    table.get_entity(resources, page.from_above.resources);
-  check_text(page.dict.get_item("Contents"), resources.as_dict(), findings);
+  const CPDFDictionary* const resources = resources_of(index, page);
+  check_text(contents, resources, findings);
   while (!waiting_.empty()) {
     CPDFObj ref{};
     ref.set_ref(waiting_.back());
     waiting_.pop();
     const Freed<CPDFObj> form = table.value(&ref);
     const Freed<CPDFObj> own = table.value(&form.as_stream()->dict, CPDFDictionary::sm_tag_res);
-    check_text(&ref, own.as_dict() != nullptr ? own.as_dict() : resources.as_dict(), findings);
+    check_text(&ref, own.as_dict() != nullptr ? own.as_dict() : resources, findings);
   }
 }
 

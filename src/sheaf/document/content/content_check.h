@@ -8,12 +8,14 @@
 
 #include "sheaf/base/grow_array.h"
 #include "sheaf/base/number_map.h"
+#include "sheaf/base/scope_guard.h"
 #include "sheaf/base/visited_set.h"
 #include "sheaf/document/content/content_text.h"
 #include "sheaf/object/object.h"
 
 class CPDFDictionary;
 class CPDFDoc;
+class CPDFPage;
 
 namespace sheaf {
 
@@ -50,6 +52,8 @@ private:
     CPDFStreamFlaw flaw;
   };
 
+  const CPDFDictionary* resources_of(int index, const CPDFPage& page);
+  const CPDFDictionary* share(std::int32_t num, const CPDFObj* value);
   void check_text(const CPDFObj* contents, const CPDFDictionary* resources, GrowArray<ContentFinding>& findings);
   void note_streams();
   void check_operator(State& state);
@@ -62,10 +66,12 @@ private:
   long long left_;  // bytes of content that are still looked at
   VisitedSet pages_;
   VisitedSet forms_;
-  GrowArray<PDF_REF> waiting_;  // forms that were drawn and not looked at yet
+  GrowArray<PDF_REF> waiting_;   // forms that were drawn and not looked at yet
   ContentText text_;
   GrowArray<StreamEnd> ends_;
   NumberMap end_of_;  // index into ends_ plus one, by object number
+  Freed<CPDFObj> shared_;        // resources that several pages have
+  std::int32_t shared_num_ = 0;  // their object; below 0 the node that holds them directly, and one less
 };
 
 }  // namespace sheaf

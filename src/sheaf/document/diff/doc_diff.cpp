@@ -43,8 +43,21 @@ bool same_boxes(CPDFDoc& a, const CPDFPage& page_a, CPDFDoc& b, const CPDFPage& 
   return true;
 }
 
-// The resources that apply to a page, wherever they stand.
-void read_resources(CPDFDoc& doc, const CPDFPage& page, CPDFObj& out) {
+// Where the resources that apply to a page stand: the number of their object; below 0 that of the node which holds
+// them, and one less; 0 when they are the page's own.
+std::int32_t place_of_resources(CPDFDoc& doc, const CPDFPage& page) {
+  const CPDFObj* const own = page.dict.get_item(CPDFDictionary::sm_tag_res);
+  if (!doc.is_absent(own))
+    return own->as_ref().num;
+  const PDF_INHERITED& above = page.from_above;
+  return above.has_direct_resources ? -2 - above.holder : above.resources.num;
+}
+
+// The resources that apply to the page `index`, wherever they stand.
+void read_resources(CPDFDoc& doc, int index, CPDFObj& out) {
+  CPDFPage page;
+  if (!doc.load_page(index, page))
+    return;
   doc.table().resolve(out, page.dict.get_item(CPDFDictionary::sm_tag_res));
   if (out.as_dict() == nullptr && page.from_above.resources.num != 0)
     doc.table().get_entity(out, page.from_above.resources);
@@ -92,7 +105,7 @@ std::uint64_t CPDFDocDiff::look_of(CPDFDoc& doc, int index) {
   constexpr std::uint64_t kStart = 14695981039346656037u;
   CPDFPage page;
   ContentText content;
-  if (!doc.load_page(index, page))
+  if (!doc.load_page_alone(index, page))
     return 0;
   const CPDFObj* const contents = page.dict.get_item("Contents");
   if (left_ > 0)
@@ -195,11 +208,24 @@ private:
   std::size_t columns_ = 0;
 };
 
+// Pages that follow one another often share theirs, which are then compared once.
+bool CPDFDocDiff::same_resources(const Pair& pair, std::int32_t place_a, std::int32_t place_b) {
+  if (place_a != 0 && place_b != 0 && place_a == resources_.a && place_b == resources_.b)
+    return resources_are_same_;
+  Freed<CPDFObj> a;
+  Freed<CPDFObj> b;
+  read_resources(a_, pair.a, a);
+  read_resources(b_, pair.b, b);
+  resources_ = {place_a, place_b};
+  resources_are_same_ = ValueWalk(a_, b_).are_same(a, b);
+  return resources_are_same_;
+}
+
 void CPDFDocDiff::compare_pages(const Pair& pair) {
   CPDFPage a;
   CPDFPage b;
-  const bool has_a = pair.a >= 0 && a_.load_page(pair.a, a);
-  const bool has_b = pair.b >= 0 && b_.load_page(pair.b, b);
+  const bool has_a = pair.a >= 0 && a_.load_page_alone(pair.a, a);
+  const bool has_b = pair.b >= 0 && b_.load_page_alone(pair.b, b);
   if (!has_a || !has_b) {
     if (has_a != has_b || pair.a < 0 || pair.b < 0)
       sink_.page(pair.a, pair.b, 0);
@@ -209,11 +235,7 @@ void CPDFDocDiff::compare_pages(const Pair& pair) {
   what |= same_content(a, b) ? 0U : kPageContentDiffers;
   what |= same_boxes(a_, a, b_, b) ? 0U : kPageBoxesDiffer;
   what |= a.rotate == b.rotate ? 0U : kPageRotationDiffers;
-  Freed<CPDFObj> resources_a;
-  Freed<CPDFObj> resources_b;
-  read_resources(a_, a, resources_a);
-  read_resources(b_, b, resources_b);
-  what |= ValueWalk(a_, b_).are_same(resources_a, resources_b) ? 0U : kPageResourcesDiffer;
+  what |= same_resources(pair, place_of_resources(a_, a), place_of_resources(b_, b)) ? 0U : kPageResourcesDiffer;
   const Freed<CPDFObj> annots_a = a_.table().value(&a.dict, "Annots");
   const Freed<CPDFObj> annots_b = b_.table().value(&b.dict, "Annots");
   what |= ValueWalk(a_, b_).are_same(annots_a, annots_b) ? 0U : kPageAnnotationsDiffer;

@@ -62,10 +62,13 @@ private:
 
   std::uint64_t look_of(CPDFDoc& doc, int index);
   bool same_content(const CPDFPage& a, const CPDFPage& b);
+  bool same_resources(const Pair& pair, std::int32_t place_a, std::int32_t place_b);
   void compare_pages(const Pair& pair);
 
   CPDFDoc& a_;
   CPDFDoc& b_;
   CPDFDiffSink& sink_;
-  long long left_;  // bytes of content that are still compared
+  long long left_;        // bytes of content that are still compared
+  Pair resources_{0, 0};  // where those stand that were compared last
+  bool resources_are_same_ = false;
 };

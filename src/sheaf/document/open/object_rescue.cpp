@@ -97,6 +97,8 @@ void ObjectRescue::enter_missing() {
   std::int32_t first = 0;
   for (std::size_t i = objects.size(); i-- > 0;) {
     const ObjectScan::Object& object = objects[i];
+    if (object.kind == ObjectScan::Kind::kXRefStream)
+      continue;  // need not be listed, and nothing refers to it
     if (is_unknown(object.num) && enter(object.num, object.pos))
       first = object.num;
     if (is_readable && object.kind == ObjectScan::Kind::kObjectStream)

@@ -188,20 +188,28 @@ bool ObjectScan::take_stream(long long at) {
   return true;
 }
 
-// Moves to the next "endstream" or, where that is missing, "endobj". Data that neither of them ends
-// hide nothing that stands behind them.
+// Moves to the next "endstream" or, where that is missing, to "endobj" or the next object. Data that
+// nothing ends hide nothing that stands behind them.
 void ObjectScan::skip_data_to(long long limit) {
-  const char* at = text(next_);
+  constexpr int kBehindHeader = 4;
   const char* const end = text(limit);
-  while (at < end &&
-         (at = static_cast<const char*>(std::memchr(at, 'e', static_cast<std::size_t>(end - at)))) != nullptr) {
+  const char* const from = text(std::max({start_, data_, next_ - kBehind}));
+  const char* const header = find_header_line(from, end + kBehindHeader);
+  const char* stop = header != nullptr ? std::min(header, end) : end;
+  for (const char* at = text(next_); at < stop; ++at) {
+    at = static_cast<const char*>(std::memchr(at, 'e', static_cast<std::size_t>(stop - at)));
+    if (at == nullptr)
+      break;
     if (is_word(at, "endstream") || is_word(at, "endobj")) {
-      next_ = start_ + (at - window_.get());
-      in_data_ = false;
-      stop_object(next_);
-      return;
+      stop = at;
+      break;
     }
-    ++at;
+  }
+  if (stop != end) {
+    next_ = start_ + (stop - window_.get());
+    in_data_ = false;
+    stop_object(next_);
+    return;
   }
   next_ = limit;
   if (limit < size_)

@@ -1,5 +1,6 @@
 // What the page tree says of itself: which dictionaries are pages, what its nodes count, and whether it can be
 // believed at a glance.
+#include <algorithm>
 #include <new>
 
 #include "sheaf/base/scope_guard.h"
@@ -47,9 +48,13 @@ bool reaches_a_page(CPDFXRefTable& table, CPDFObj& kids, GrowArray<PDF_REF>& met
   for (int level = 0; level < kMostLevels; ++level) {
     const CPDFObj* first = kids.as_array() != nullptr ? kids.as_array()->get(0) : nullptr;
     const PDF_REF ref = first != nullptr ? first->as_ref() : PDF_REF{0, 0};
+    const bool leads_back =
+        std::any_of(met.begin(), met.end(), [&ref](const PDF_REF& one) { return one.num == ref.num; });
+    if (ref.num < 1 || leads_back)
+      return false;
     table.get_entity(obj, ref);
     const CPDFDictionary* dict = obj.as_dict();
-    if (ref.num < 1 || dict == nullptr)
+    if (dict == nullptr)
       return false;
     met.push(ref);
     if (is_tree_leaf(table, *dict, kids))
