@@ -78,8 +78,9 @@ struct ReferenceTaker {
     const PDF_OBJSTM* const objstm = table.get_objstm_references(offset, stm);
     if (objstm == nullptr || objstm->refs == nullptr || index < 0 || index >= objstm->count)
       return;
-    for (std::int32_t i = objstm->refs[index]; i < objstm->refs[index + 1]; ++i)
-      found.push(objstm->refs[i]);
+    const auto member = static_cast<std::size_t>(index);
+    for (std::uint32_t i = objstm->place(member); i < objstm->place(member + 1); ++i)
+      found.push(objstm->numbers()[i]);
   }
 };
 

@@ -26,6 +26,18 @@ constexpr std::int64_t kParsedPerByte = 5;  // what the objects take in memory f
 // What is read out of an object stream: lists, the text with its lists, or all objects as values.
 enum class Wanted { kReferences, kText, kObjects };
 
+// Halves the words in front of the numbers. A reference takes four bytes at least, so that few bytes have few of them.
+void shorten_places(ReferenceList& list, std::size_t places) {
+  auto* const halves = reinterpret_cast<char*>(list.begin());
+  for (std::size_t i = 0; i < places; ++i) {
+    const auto half = static_cast<std::uint16_t>(list[i]);
+    std::memcpy(halves + i * sizeof(half), &half, sizeof(half));
+  }
+  const std::size_t words = (places + 1) / 2;
+  std::copy(list.begin() + places, list.end(), list.begin() + words);
+  list.resize(list.size() - places + words);
+}
+
 // Where each object begins and what it refers to. Objects are read one after the other from byte `first` on, and stray
 // keywords between them passed over. Objects that the data lack begin at their end.
 bool read_lists(PDF_OBJSTM& entry, std::int32_t first) {
@@ -33,19 +45,22 @@ bool read_lists(PDF_OBJSTM& entry, std::int32_t first) {
   if (first >= 0 && first < entry.decoded)
     buf.buf_init_mem(entry.text + first, static_cast<std::uint32_t>(entry.decoded - first));
   const auto count = static_cast<std::size_t>(entry.count);
+  const std::size_t places = 2 * count + 1;
   ReferenceList list;
-  if (!list.resize(2 * count + 1))
+  if (!list.resize(places))
     return false;
   for (std::size_t i = 0; i < count; ++i) {
     std::int32_t start = entry.decoded;
-    list[i] = static_cast<std::int32_t>(list.size());
+    list[i] = static_cast<std::int32_t>(list.size() - places);
     do {
       if (buf.buf_len != 0)
         start = first + static_cast<std::int32_t>(buf.position());
     } while (buf.buf_len != 0 && read_references(buf, list) == kTagNoValue);
     list[count + 1 + i] = start;
   }
-  list[count] = static_cast<std::int32_t>(list.size());
+  list[count] = static_cast<std::int32_t>(list.size() - places);
+  if (entry.has_short_places())
+    shorten_places(list, places);
   entry.refs_weight = static_cast<std::int64_t>(list.size() * sizeof(std::int32_t));
   entry.refs = list.release();
   return true;
@@ -53,7 +68,7 @@ bool read_lists(PDF_OBJSTM& entry, std::int32_t first) {
 
 // Object `index` of a stream whose text is held.
 void read_member(const PDF_OBJSTM& entry, std::int32_t index, CPDFObj& out) {
-  const std::int32_t start = entry.refs[entry.count + 1 + index];
+  const auto start = static_cast<std::int32_t>(entry.place(static_cast<std::size_t>(entry.count + 1 + index)));
   CPDFBufMem buf;
   buf.buf_init_mem(entry.text + start, static_cast<std::uint32_t>(entry.decoded - start));
   out.read(&buf, nullptr);

@@ -20,6 +20,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 #include "sheaf/base/grow_array.h"
 #include "sheaf/base/scope_guard.h"
@@ -105,8 +106,7 @@ struct PDF_OBJSTM {
   CPDFObj* objs;        ///< `count` objects, or null.
   std::int32_t count;   ///< Its "N".
   std::int32_t recent;  ///< Not 0: asked for since the last turn through the cache.
-  /// Words 0 to `count`: word i says where the numbers of the objects that object i refers to begin in this block,
-  /// word i + 1 where they end. Word `count` + 1 + i says where object i begins in the decoded bytes.
+  /// 2 * `count` + 1 places, then numbers of objects. Places are words, or half words where the decoded bytes are few.
   std::int32_t* refs;
   std::uint8_t* text;        ///< The decoded bytes.
   std::int32_t decoded;      ///< Bytes that the stream decoded to.
@@ -115,6 +115,17 @@ struct PDF_OBJSTM {
   std::int64_t refs_weight;  ///< What `refs` take, also while they are released; 0 when the stream would not decode.
 
   bool decodes() const { return refs_weight != 0; }
+  bool has_short_places() const { return decoded <= UINT16_MAX; }
+  /// With `refs`, up to `count`: where the numbers that object `i` refers to begin in numbers(), and those before it
+  /// end. `count` + 1 + i: where object i begins in the decoded bytes.
+  std::uint32_t place(std::size_t i) const {
+    if (!has_short_places())
+      return static_cast<std::uint32_t>(refs[i]);
+    std::uint16_t place = 0;
+    std::memcpy(&place, reinterpret_cast<const char*>(refs) + i * sizeof(place), sizeof(place));
+    return place;
+  }
+  const std::int32_t* numbers() const { return refs + (has_short_places() ? count + 1 : 2 * count + 1); }
   /// What is held takes in memory.
   std::int64_t held() const {
     return (objs != nullptr ? objs_weight : 0) + (refs != nullptr ? refs_weight : 0) + (text != nullptr ? decoded : 0);

@@ -132,12 +132,33 @@ constexpr std::array<std::uint8_t, 129> kFirstOf = []() {
   return table;
 }();
 
+constexpr std::size_t kLongestName = 3;
+
+// The bytes of a name in one number.
+constexpr std::uint32_t key_of(std::string_view name) {
+  std::uint32_t key = 0;
+  for (const char c : name.substr(0, kLongestName))
+    key = key << 8 | static_cast<unsigned char>(c);
+  return key;
+}
+
+constexpr auto kKeys = []() {
+  std::array<std::uint32_t, std::size(kOperators)> keys{};
+  for (std::size_t i = 0; i < keys.size(); ++i)
+    keys[i] = key_of(kOperators[i].name);
+  return keys;
+}();
+
+static_assert(std::all_of(std::begin(kOperators), std::end(kOperators),
+                          [](const Operator& item) { return item.name.size() <= kLongestName; }));
+
 const Operator* find_operator(std::string_view name) {
   const auto letter = static_cast<unsigned char>(name[0]);
   if (letter + 1U >= kFirstOf.size())
     return nullptr;
+  const std::uint32_t key = key_of(name);
   for (std::size_t i = kFirstOf[letter]; i < kFirstOf[letter + 1U]; ++i) {
-    if (kOperators[i].name == name)
+    if (kKeys[i] == key && name.size() <= kLongestName)
       return kOperators + i;
   }
   return nullptr;
@@ -364,7 +385,8 @@ void ContentChecker::check_resource(State& state) {
     return;
   const std::size_t first = name.empty() ? 0 : static_cast<unsigned char>(name[0]);
   const std::size_t last = name.empty() ? 0 : static_cast<unsigned char>(name.back());
-  Known& known = state.resources_met[(first * 7 + last * 3 + name.size() * 5 + kind) % state.resources_met.size()];
+  Known& known = state.resources_met[(first * 7 + last * 3 + name.size() * 5 + static_cast<std::size_t>(kind)) %
+                                     state.resources_met.size()];
   const bool is_in_text = name.data() >= state.reader.text().data() && name.data() < state.reader.text().end();
   if (known.name.data() != nullptr && known.kind == kind && known.name == name) {
     if (known.is_absent)

@@ -16,7 +16,7 @@ constexpr std::size_t kMostText = UINT32_MAX;  // positions in a parse buffer ha
 constexpr std::size_t kNowhere = std::string_view::npos;
 
 bool begins_value(char c) {
-  return is_digit(c) || std::string_view("/([<+-.").find(c) != kNowhere;
+  return is_digit(c) || c == '/' || c == '(' || c == '[' || c == '<' || c == '-' || c == '.' || c == '+';
 }
 
 std::size_t end_of_word(std::string_view text, std::size_t at) {
@@ -26,7 +26,7 @@ std::size_t end_of_word(std::string_view text, std::size_t at) {
 }
 
 bool is_value_word(std::string_view word) {
-  return word == "true" || word == "false" || word == "null";
+  return word.size() > 3 && (word == "true" || word == "false" || word == "null");  // operators are shorter
 }
 
 // The value of an inline image's entry by its short or its long key.
@@ -120,7 +120,8 @@ bool ContentReader::read_plain() {
     } else if (is_regular(c)) {
       stop = end_of_word(text_, at);
       const std::string_view word = text_.substr(at, stop - at);
-      if (word == "R" || word.substr(0, 3) == "obj")  // the numbers in front of it are no operands
+      if ((word[0] == 'R' && word.size() == 1) ||
+          (word[0] == 'o' && word.substr(0, 3) == "obj"))  // the numbers in front of it are no operands
         return false;
       if (!is_value_word(word)) {
         take_operator(at, word);

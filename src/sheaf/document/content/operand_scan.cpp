@@ -62,8 +62,8 @@ std::size_t end_of_name(std::string_view text, std::size_t at) {
   return at < text.size() ? at : kNowhere;
 }
 
-bool is_at(std::string_view text, std::size_t at, std::string_view what) {
-  return text.substr(at, what.size()) == what;
+bool is_double(std::string_view text, std::size_t at, char bracket) {
+  return text[at] == bracket && at + 1 < text.size() && text[at + 1] == bracket;
 }
 
 // A token that is no bracket.
@@ -85,13 +85,13 @@ std::size_t end_of_container(std::string_view text, std::size_t at) {
   bool is_dict[kMostNestedHere];
   std::size_t depth = 0;
   do {
-    const bool opens_dict = is_at(text, at, "<<");
+    const bool opens_dict = is_double(text, at, '<');
     if (opens_dict || text[at] == '[') {
       if (depth == kMostNestedHere)
         return kNowhere;
       is_dict[depth++] = opens_dict;
       at += opens_dict ? 2 : 1;
-    } else if (text[at] == ']' || is_at(text, at, ">>")) {
+    } else if (text[at] == ']' || is_double(text, at, '>')) {
       const bool closes_dict = text[at] != ']';
       if (is_dict[--depth] != closes_dict)
         return kNowhere;
@@ -109,7 +109,7 @@ std::size_t end_of_container(std::string_view text, std::size_t at) {
 }  // namespace
 
 std::size_t end_of_operand(std::string_view text, std::size_t at) {
-  return text[at] == '[' || is_at(text, at, "<<") ? end_of_container(text, at) : end_of_scalar(text, at);
+  return text[at] == '[' || is_double(text, at, '<') ? end_of_container(text, at) : end_of_scalar(text, at);
 }
 
 std::size_t end_of_space(std::string_view text, std::size_t at) {
