@@ -145,6 +145,7 @@ bool DocumentPage::for_each_object(const Action& action) {
 
 PageOutcome DocumentPage::write() {
   check_document(doc_, check_);
+  table_.objstm_budget.start_again();
   for (const Problem& problem : check_.problems)
     with_problems_.push_back(problem.object);
   for (const PDF_DOC_REPAIR& repair : doc_.repairs())
@@ -249,6 +250,7 @@ void DocumentPage::write_told() {
 
 void DocumentPage::write_rows() {
   Progress progress("objects listed", table_.xref_count);
+  table_.objstm_budget.start_again();
   JsonWriter rows;
   rows.begin_array();
   const std::int64_t least_left = page_.left() - most_ / 4;
@@ -378,6 +380,7 @@ void DocumentPage::share_room() {
 
 bool DocumentPage::write_objects() {
   Progress progress("objects written", table_.xref_count);
+  table_.objstm_budget.start_again();
   std::size_t written = 0;
   return for_each_object([&](Place place, Place end) {
            progress.show(place->num);

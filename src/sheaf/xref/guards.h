@@ -169,6 +169,8 @@ struct ObjStmBudget {
     (again ? reloaded : loaded) += weight;
   }
   void give_back(std::int64_t weight) { held -= weight; }
+  /// The document is going to be read from its beginning once more, which is not criss-cross.
+  void start_again() { reloaded = 0; }
   /// Nothing is held any more; `limit` stays.
   void reset() {
     held = loaded = reloaded = 0;

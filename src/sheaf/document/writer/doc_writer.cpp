@@ -206,6 +206,7 @@ bool CPDFDocWriter::write_linearized(CQVStream& out, CPDFEncrypt* enc, const PDF
   TargetFile body(body_stream, enc);
   ObjectWriter writer(doc_, plan, body, options, result_);
   LinearWriter file(order, plan, body, body_stream);
+  doc_.table().objstm_budget.start_again();
   if (!file.put_body(writer))
     return false;
   Cleared<CPDFDictionary> trailer;

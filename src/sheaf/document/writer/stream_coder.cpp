@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstring>
 #include <memory>
+#include <utility>
 
 #include "sheaf/document/writer/deflater.h"
 #include "sheaf/filters/decode_parms.h"
@@ -40,6 +41,22 @@ bool is_replaceable(const char* name) {
 bool is_metadata(const CPDFDictionary& dict) {
   const CPDFObj* const type = dict.get_item(CPDFDictionary::sm_tag_type);
   return type != nullptr && type->is_name("Metadata");
+}
+
+// Whether data of this size are whole rows, where a predictor made rows of them. What readers make of a row that is cut
+// differs.
+bool has_whole_rows(CPDFXRefTable& table, const CPDFDictionary* parms, std::size_t size) {
+  if (parm_number(&table, parms, "Predictor", 1) <= 1)
+    return true;
+  constexpr std::int64_t kMostColumns = std::int64_t{1} << 40;
+  std::int64_t bits = 1;
+  for (const auto& [key, fallback] :
+       {std::pair{"Colors", 1}, std::pair{CPDFDictionary::sm_tag_bpc, 8}, std::pair{"Columns", 1}}) {
+    bits *= parm_number(&table, parms, key, fallback);
+    if (bits < 1 || bits > kMostColumns)
+      return false;
+  }
+  return size % static_cast<std::size_t>((bits + 7) / 8) == 0;
 }
 
 // Reads a decoder to its end. False when that is more than there may be, or damaged as far as one can see.
@@ -137,7 +154,7 @@ bool StreamCoder::take_stage_off(Chain& chain, bool with_predictor) {
   std::size_t size = 0;
   const bool drained = decoder != nullptr && drain(*decoder, out, size);
   work_left_ -= static_cast<std::int64_t>(size);
-  if (!drained)
+  if (!drained || !has_whole_rows(table_, parms.as_dict(), size))
     return false;
   chain.data.reset(out.release());
   chain.size = size;
