@@ -6,6 +6,7 @@
 #include <new>
 
 #include "sheaf/base/heap_watch.h"
+#include "sheaf/base/work_watch.h"
 #include "sheaf/document/content/content_writer.h"
 #include "sheaf/document/doc.h"
 #include "sheaf/document/forms/fill/field_facts_internal.h"
@@ -63,6 +64,7 @@ bool CPDFFlattener::run(PDF_FLATTEN what) {
     return false;
   read_default_resources();
   for (int i = 0; i < doc_.page_count(); ++i) {
+    WorkWatch::at(i, doc_.page_count());
     if (!flatten_page(i, what))
       return false;
   }
