@@ -1,6 +1,9 @@
 // The module: documents and errors.
 #include "shared.h"
 
+#include <algorithm>
+#include <array>
+
 namespace {
 
 struct Handle {
@@ -110,16 +113,50 @@ Handle open(const py::object& source, const std::string& password, const py::obj
   return handle;
 }
 
-sheaf::SaveOptions save_options(const py::object& encrypt, bool decrypt) {
+// The place of a word in a list of them, which is the value of an enumeration.
+template <class Choice>
+Choice choice_of(const std::string& name, const py::handle& word, const std::array<const char*, 3>& words) {
+  const auto text = py::cast<std::string>(word);
+  const auto found = std::find(words.begin(), words.end(), text);
+  if (found == words.end())
+    throw py::value_error(name + " is " + words[0] + ", " + words[1] + " or " + words[2] + ", not " + text);
+  return static_cast<Choice>(found - words.begin());
+}
+
+void take_option(sheaf::SaveOptions& options, const std::string& name, const py::handle& value) {
+  if (name == "encrypt" && !value.is_none())
+    options.encrypt = py::cast<sheaf::Encryption>(value);
+  else if (name == "decrypt")
+    options.decrypt = py::cast<bool>(value);
+  else if (name == "object_streams")
+    options.object_streams = choice_of<sheaf::ObjectStreams>(name, value, {"preserve", "generate", "disable"});
+  else if (name == "streams")
+    options.streams = choice_of<sheaf::StreamData>(name, value, {"preserve", "compress", "uncompress"});
+  else if (name == "recompress")
+    options.recompress = py::cast<int>(value);
+  else if (name == "linearize")
+    options.linearize = py::cast<bool>(value);
+  else if (name == "share_equals")
+    options.share_equals = py::cast<bool>(value);
+  else if (name == "remove_unused_resources")
+    options.remove_unused_resources = py::cast<bool>(value);
+  else if (name == "renumber")
+    options.renumber = py::cast<bool>(value);
+  else if (name == "min_version")
+    options.min_version = py::cast<std::string>(value);
+  else if (name != "encrypt")
+    throw py::type_error("a save has no option " + name);
+}
+
+sheaf::SaveOptions save_options(const py::kwargs& given) {
   sheaf::SaveOptions options;
-  options.decrypt = decrypt;
-  if (!encrypt.is_none())
-    options.encrypt = py::cast<sheaf::Encryption>(encrypt);
+  for (const auto& [name, value] : given)
+    take_option(options, py::cast<std::string>(name), value);
   return options;
 }
 
-void save(const Handle& self, const py::object& target, const py::object& encrypt, bool decrypt) {
-  const sheaf::SaveOptions options = save_options(encrypt, decrypt);
+void save(const Handle& self, const py::object& target, const py::kwargs& given) {
+  const sheaf::SaveOptions options = save_options(given);
   if (py::hasattr(target, "write")) {
     const sheaf::Storage storage = storage_of(target, true);
     work(self.owner, [&](sheaf::Document& document) { return document.save_as(storage, options); }).value();
@@ -217,16 +254,17 @@ void add_documents(py::module_& module) {
             return report.value().drawn;
           },
           py::arg("all") = false, "Draws the form, or all annotations but links, into the pages; how many.")
-      .def("save", &save, py::arg("target"), py::arg("encrypt") = py::none(), py::arg("decrypt") = false,
-           "Writes a complete new file to a path or a file object.")
+      .def("save", &save, py::arg("target"),
+           "Writes a complete new file to a path or a file object. Options by name: encrypt, decrypt, object_streams, "
+           "streams, recompress, linearize, share_equals, remove_unused_resources, renumber, min_version.")
       .def(
           "save_bytes",
-          [](const Handle& self, const py::object& encrypt, bool decrypt) {
-            const sheaf::SaveOptions options = save_options(encrypt, decrypt);
+          [](const Handle& self, const py::kwargs& given) {
+            const sheaf::SaveOptions options = save_options(given);
             auto data = work(self.owner, [&](sheaf::Document& document) { return document.save_to_memory(options); });
             return memory_of(std::move(data.value()));
           },
-          py::arg("encrypt") = py::none(), py::arg("decrypt") = false, "A complete new file as a memoryview.")
+          "A complete new file as a memoryview, with the options of save.")
       .def(
           "save_update",
           [](const Handle& self) {

@@ -160,6 +160,9 @@ void add_parts(py::module_& module) {
       .def("__setitem__", [](const AttachmentsOf& self, const std::string& name,
                              const py::buffer& data) { self.get().add(name, BytesView(data).bytes()).value(); })
       .def(
+          "__delitem__", [](const AttachmentsOf& self, const std::string& name) { self.get().remove(name).value(); },
+          "Takes a file out of all places where the document has it.")
+      .def(
           "add_file", [](const AttachmentsOf& self, const std::string& path) { self.get().add(path).value(); },
           py::arg("path"), "Embeds a file under its base name.");
 

@@ -94,6 +94,18 @@ typedef struct sheaf_storage {
 
 typedef enum sheaf_cipher { SHEAF_AES256 = 0, SHEAF_AES128 = 1, SHEAF_RC4 = 2 } sheaf_cipher;
 
+typedef enum sheaf_object_streams {
+  SHEAF_OBJECT_STREAMS_PRESERVE = 0,
+  SHEAF_OBJECT_STREAMS_GENERATE = 1,
+  SHEAF_OBJECT_STREAMS_DISABLE = 2
+} sheaf_object_streams;
+
+typedef enum sheaf_stream_data {
+  SHEAF_STREAMS_PRESERVE = 0,
+  SHEAF_STREAMS_COMPRESS = 1,
+  SHEAF_STREAMS_UNCOMPRESS = 2
+} sheaf_stream_data;
+
 typedef struct sheaf_save_options {
   size_t size;
   int encrypt;                /* Not 0: with the passwords below. 0: an encrypted document stays so, */
@@ -102,6 +114,15 @@ typedef struct sheaf_save_options {
   const char* owner_password; /* NULL: as the user's. */
   uint32_t permissions;       /* Bits of "P" (ISO 32000-2, table 22); 0 counts as all. */
   sheaf_cipher cipher;
+  /* What a new file is to be like; 0 everywhere: as it is. */
+  sheaf_object_streams object_streams;
+  sheaf_stream_data streams;
+  int recompress; /* 1 to 9: Flate is made anew where it comes out smaller; 10: slowly, and smaller still. */
+  int linearize;
+  int share_equals; /* Equal streams, fonts and the like are written once. */
+  int remove_unused_resources;
+  int renumber;            /* Objects are numbered without gaps. */
+  const char* min_version; /* The least version of the file, such as "1.5"; NULL: none. */
 } sheaf_save_options;
 
 typedef struct sheaf_rect {
@@ -278,6 +299,8 @@ sheaf_code sheaf_flatten(sheaf_document* doc, int32_t all);
 int32_t sheaf_attachment_count(sheaf_document* doc);
 sheaf_code sheaf_attachment_name(sheaf_document* doc, int32_t index, sheaf_data** out);
 sheaf_code sheaf_attachment_data(sheaf_document* doc, int32_t index, sheaf_data** out);
+/* Takes the file of that name out of all places where the document has it. */
+sheaf_code sheaf_attachment_remove(sheaf_document* doc, const char* name);
 sheaf_code sheaf_attach_file(sheaf_document* doc, const char* path);
 sheaf_code sheaf_attach(sheaf_document* doc, const char* name, const void* bytes, size_t count, const char* mime_type);
 

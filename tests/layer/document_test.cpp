@@ -223,8 +223,24 @@ TEST_F(LayerDocument, ProgressCanStopLongWork) {
   EXPECT_EQ(stopped.error().code, Code::kCancelled);
   EXPECT_EQ(asked, 3);
   EXPECT_FALSE(std::filesystem::exists(path("out.pdf")));
-  doc->on_progress({});
+  double last = 0;
+  bool grows = true;
+  doc->on_progress([&](const Progress& state) {
+    grows = grows && state.done >= last && state.done <= state.total;
+    last = state.done;
+    return true;
+  });
   EXPECT_TRUE(doc->save_as(path("out.pdf")));
+  EXPECT_TRUE(grows);
+  EXPECT_GT(last, 0) << "of some 60,000 objects";
+  doc->on_progress({});
+  SaveOptions options;
+  options.object_streams = ObjectStreams::kGenerate;
+  options.linearize = true;
+  options.min_version = "1.6";
+  ASSERT_TRUE(doc->save_as(path("linear.pdf"), options));
+  EXPECT_LT(std::filesystem::file_size(path("linear.pdf")), std::filesystem::file_size(path("out.pdf")) / 2);
+  EXPECT_EQ(Document::open(path("linear.pdf"))->version(), "1.6");
   EXPECT_EQ(Document::open(path("out.pdf"))->pages().size(), 1);
 }
 

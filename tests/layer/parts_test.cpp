@@ -152,6 +152,11 @@ TEST(LayerAttachments, GoInAndComeOut) {
   ASSERT_NE(text, nullptr);
   EXPECT_EQ(text->data()->text(), "first");
   EXPECT_EQ(text->mime_type(), "text/plain");
+  ASSERT_TRUE(again->attachments().remove("größe.txt"));
+  EXPECT_EQ(again->attachments().remove("größe.txt").error().code, Code::kNotFound);
+  const auto less = again->save_to_memory();
+  EXPECT_EQ(Document::open(less->bytes())->attachments().begin()->name(), "a.bin");
+  EXPECT_EQ(less->text().find("first"), std::string_view::npos);
 }
 
 TEST(LayerImages, ArePixelsAndFiles) {

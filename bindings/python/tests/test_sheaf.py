@@ -147,6 +147,24 @@ def test_work_leaves_the_lock_and_refuses_a_second_thread():
     assert again.root["All"][0] == "All"
 
 
+def test_saves_take_options_and_tell_how_far_they_are(tmp_path):
+    pdf = make()
+    for number in range(30000):
+        pdf.root[f"K{number}"] = pdf.add({"Next": number})
+    seen = []
+    big = sheaf.open(pdf.save_bytes(), progress=lambda what, done, total: seen.append((what, done, total)) or True)
+    big.attachments["a.txt"] = b"text"
+    plain = len(big.save_bytes())
+    assert seen and all(done <= total for _, done, total in seen if total) and any(done for _, done, _ in seen)
+    packed = big.save_bytes(object_streams="generate", streams="compress", min_version="1.6", linearize=True)
+    assert len(packed) < plain / 2 and b"Linearized" in bytes(packed[:1024])
+    del big.attachments["a.txt"]
+    assert list(big.attachments) == []
+    for wrong in ({"streams": "none"}, {"speed": 1}):
+        with pytest.raises((ValueError, TypeError)):
+            big.save_bytes(**wrong)
+
+
 def test_a_sealed_document_takes_a_signature(tmp_path):
     path = tmp_path / "signed.pdf"
     make().save(path)

@@ -54,6 +54,14 @@ SaveOptions save_options(const sheaf_save_options* given) {
   const sheaf_save_options known = known_part(given);
   SaveOptions options;
   options.decrypt = known.decrypt != 0;
+  options.object_streams = static_cast<ObjectStreams>(known.object_streams);
+  options.streams = static_cast<StreamData>(known.streams);
+  options.recompress = known.recompress;
+  options.linearize = known.linearize != 0;
+  options.share_equals = known.share_equals != 0;
+  options.remove_unused_resources = known.remove_unused_resources != 0;
+  options.renumber = known.renumber != 0;
+  options.min_version = text_of(known.min_version);
   if (known.encrypt != 0) {
     Encryption keys;
     keys.user_password = text_of(known.user_password);

@@ -69,6 +69,10 @@ sheaf_code sheaf_attachment_data(sheaf_document* doc, int32_t index, sheaf_data*
   return with_attachment(doc, index, out, true);
 }
 
+sheaf_code sheaf_attachment_remove(sheaf_document* doc, const char* name) {
+  return doc != nullptr && name != nullptr ? report(doc->document.attachments().remove(name)) : missing_argument();
+}
+
 sheaf_code sheaf_attach_file(sheaf_document* doc, const char* path) {
   return doc != nullptr && path != nullptr ? report(doc->document.attachments().add(std::string(path)))
                                            : missing_argument();

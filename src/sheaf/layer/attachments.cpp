@@ -1,14 +1,26 @@
 // The document information and the embedded files.
 #include <algorithm>
 #include <limits>
-#include <unordered_set>
 
+#include "sheaf/base/scope_guard.h"
+#include "sheaf/document/attachments/attachments.h"
 #include "sheaf/document/names/name_tree.h"
 #include "sheaf/layer/core_internal.h"
 #include "sheaf/layer/new_file_internal.h"
 #include "sheaf/layer/parts.h"
+#include "sheaf/object/text_utf8.h"
 
 namespace sheaf {
+
+namespace {
+
+std::string text_of(const CPDFObj& string) {
+  std::size_t len = 0;
+  const HeapBlock<char> utf8(text_to_utf8(string.as_string(), len));
+  return utf8 ? std::string(utf8.get(), len) : std::string();
+}
+
+}  // namespace
 
 // ---- information ----
 
@@ -28,16 +40,9 @@ bool Info::set(const char* key, std::string_view text) {
 // ---- one attachment ----
 
 std::string Attachment::file_name() const {
-  std::string name = spec_.has("UF") ? spec_.get<std::string>("UF") : spec_.get<std::string>("F");
-  if (name.empty())
-    name = name_;
+  const std::string& name = path_.empty() ? name_ : path_;
   const std::size_t slash = name.find_last_of("/\\");
   return slash == std::string::npos ? name : name.substr(slash + 1);
-}
-
-Value Attachment::stream() const {
-  const Value files = spec_["EF"];
-  return files.has("UF") ? files["UF"] : files["F"];
 }
 
 Expected<void> Attachment::save(const std::string& path) const {
@@ -51,27 +56,46 @@ Attachments::Attachments(layer::CoreRef core) : core_(std::move(core)) {
   collect();
 }
 
-// The leaves of the name tree, in order. A node is looked at once, so that loops do no harm.
 void Attachments::collect() {
   files_.clear();
-  std::vector<Value> waiting{core_->root()["Names"]["EmbeddedFiles"]};
-  std::unordered_set<std::int32_t> seen;
-  while (!waiting.empty()) {
-    const Value node = waiting.back();
-    waiting.pop_back();
-    if (node.is_object() && !seen.insert(node.number()).second)
-      continue;
-    const Value names = node["Names"];
-    for (std::int32_t i = 0; i + 1 < names.size(); i += 2) {
-      if (names[i].is_string() && names[i + 1].is_dictionary())
-        files_.emplace_back(names[i].text(), names[i + 1]);
-    }
-    const Value kids = node["Kids"];
-    for (std::int32_t i = kids.is_array() ? kids.size() : 0; i-- > 0;) {
-      if (kids.reference(i) != 0)
-        waiting.push_back(kids[i]);
-    }
+  if (!core_->is_open())
+    return;
+  CPDFAttachments list;
+  if (!list.load(core_->settled()))
+    core_->note(Code::kNoMemory, "there is no memory for the list of embedded files");
+  core_->refresh();
+  const auto text = [](const char* utf8) { return std::string(utf8 != nullptr ? utf8 : ""); };
+  const auto value = [this](const PDF_REF& ref) { return ref.num > 0 ? core_->object(ref.num) : Value(); };
+  for (std::int32_t i = 0; i < list.size(); ++i) {
+    const PDF_ATTACHMENT& found = list.at(i);
+    Attachment file;
+    file.path_ = text(found.name);
+    file.name_ = found.key.tag == kTagString ? text_of(found.key) : file.path_;
+    file.description_ = text(found.description);
+    file.mime_type_ = text(found.type);
+    file.created_ = text(found.created);
+    file.modified_ = text(found.modified);
+    file.page_ = found.page;
+    file.stream_ = value(found.stream);
+    file.spec_ = value(found.spec);
+    files_.push_back(std::move(file));
   }
+}
+
+Expected<void> Attachments::remove(std::string_view name) {
+  if (const Error trouble = core_->trouble(); trouble.code != Code::kNone)
+    return trouble;
+  const Attachment* const file = find(name);
+  if (file == nullptr)
+    return layer::error_of(Code::kNotFound, "the document has no file " + std::string(name));
+  CPDFAttachments list;
+  CPDFDoc& doc = core_->finished();
+  const auto index = static_cast<std::int32_t>(file - files_.data());
+  const bool done = list.load(doc) && index < list.size() && list.remove(doc, index);
+  core_->refresh();
+  collect();
+  return done ? Expected<void>()
+              : Expected<void>(layer::error_of(Code::kDamaged, "the list of embedded files cannot be changed"));
 }
 
 const Attachment* Attachments::find(std::string_view name) const {

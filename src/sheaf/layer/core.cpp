@@ -377,7 +377,11 @@ Task::Task(const ProgressFunction& function, const char* what) : function_(funct
 }
 
 bool Task::ask(void* context) {
-  const Task& task = *static_cast<Task*>(context);
+  Task& task = *static_cast<Task*>(context);
+  if (task.watch_) {
+    task.state_.done = task.watch_->done();
+    task.state_.total = task.watch_->total();
+  }
   return task.function_(task.state_) || !task.may_stop_;
 }
 

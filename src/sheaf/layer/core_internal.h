@@ -131,12 +131,6 @@ class Task {
 public:
   Task(Core& core, const char* what, bool may_stop = true);
   Task(const ProgressFunction& function, const char* what);
-  /// How much of how much is done; both in units of the operation's own.
-  void at(double done, double total) {
-    state_.done = done;
-    state_.total = total;
-  }
-  Progress& state() { return state_; }
   bool is_stopped() const { return watch_ && watch_->is_stopped(); }
 
 private:

@@ -1,11 +1,13 @@
 // Opening and saving.
 #include "sheaf/layer/document.h"
 
+#include <algorithm>
 #include <limits>
 
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/document/forms/flattener.h"
 #include "sheaf/document/signatures/signature_state.h"
+#include "sheaf/document/writer/doc_writer.h"
 #include "sheaf/layer/core_internal.h"
 #include "sheaf/layer/new_file_internal.h"
 #include "sheaf/layer/new_keys_internal.h"
@@ -56,6 +58,41 @@ Error save_error(CPDFDoc& doc) {
     default:
       return layer::error_of(Code::kNoMemory, "the document cannot be saved");
   }
+}
+
+bool wants_writer(const SaveOptions& options) {
+  return options.object_streams != ObjectStreams::kPreserve || options.streams != StreamData::kPreserve ||
+         options.recompress != 0 || options.linearize || options.share_equals || options.remove_unused_resources ||
+         options.renumber || !options.min_version.empty();
+}
+
+const char* const kNotWritten = "the new file could not be written to its end";
+
+Expected<void> write_plain(CPDFDoc& doc, CPDFXRefTable& target, CPDFEncrypt* keys) {
+  doc.save_complete(target, keys);
+  if (target.write_failed != 0 || target.xref_items == nullptr)
+    return layer::error_of(Code::kNotWritten, kNotWritten);
+  return {};
+}
+
+Expected<void> write_as_asked(CPDFDoc& doc, CPDFXRefTable& target, CPDFEncrypt* keys, const SaveOptions& options) {
+  PDF_WRITE_OPTIONS wanted;
+  wanted.object_streams = static_cast<PDF_OBJECT_STREAMS>(options.object_streams);
+  wanted.stream_data = static_cast<PDF_STREAM_DATA>(options.streams);
+  wanted.recompress = std::clamp(options.recompress, 0, PDF_WRITE_OPTIONS::kMostEffort);
+  wanted.linearize = options.linearize;
+  wanted.share_equals = options.share_equals;
+  wanted.remove_unused_resources = options.remove_unused_resources;
+  wanted.renumber = options.renumber;
+  options.min_version.copy(wanted.min_version, sizeof(wanted.min_version) - 1);
+  CPDFDocWriter writer(doc);
+  writer.set_id(target.id);
+  if (!writer.write(*target.stream, keys, wanted))
+    return layer::error_of(Code::kNotWritten, kNotWritten);
+  if (const std::int64_t lost = writer.result().unreadable; lost != 0)
+    return layer::error_of(Code::kDamaged,
+                           std::to_string(lost) + " streams cannot be read, and the new file lacks them");
+  return {};
 }
 
 }  // namespace
@@ -259,13 +296,12 @@ Expected<void> Document::write_new(CQVStream& target, const SaveOptions& options
   layer::NewKeys keys;
   if (!keys.make(core_->below(), table, options))
     return layer::error_of(Code::kNoMemory, "the keys of the new file cannot be made");
-  core_->below().save_complete(table, keys.encrypter());
+  Expected<void> done = wants_writer(options) ? write_as_asked(core_->below(), table, keys.encrypter(), options)
+                                              : write_plain(core_->below(), table, keys.encrypter());
   core_->refresh();
   if (task.is_stopped())
     return layer::error_of(Code::kCancelled, "the save was stopped");
-  if (table.write_failed != 0 || table.xref_items == nullptr)
-    return layer::error_of(Code::kNotWritten, "the new file could not be written to its end");
-  return {};
+  return done;
 }
 
 Expected<void> Document::save_as(const std::string& path, const SaveOptions& options) {

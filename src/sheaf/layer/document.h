@@ -37,9 +37,21 @@ struct Encryption {
   bool clear_metadata = false;
 };
 
+enum class ObjectStreams { kPreserve, kGenerate, kDisable };
+enum class StreamData { kPreserve, kCompress, kUncompress };
+
 struct SaveOptions {
   std::optional<Encryption> encrypt = {};  ///< Without it an encrypted document stays encrypted as it is,
   bool decrypt = false;                    ///< unless this is set.
+  // What a new file is to be like; what is not said stays as it is.
+  ObjectStreams object_streams = ObjectStreams::kPreserve;
+  StreamData streams = StreamData::kPreserve;
+  int recompress = 0;         ///< 1 to 9: Flate is made anew where it comes out smaller; 10: slowly, and smaller still.
+  bool linearize = false;     ///< The first page in front, with hints.
+  bool share_equals = false;  ///< Equal streams, fonts and the like are written once.
+  bool remove_unused_resources = false;
+  bool renumber = false;         ///< Objects are numbered without gaps.
+  std::string min_version = {};  ///< The least version of the file, such as "1.5".
 };
 
 /// One thing that had to be healed when the document was opened or read.

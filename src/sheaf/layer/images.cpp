@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "sheaf/base/scope_guard.h"
+#include "sheaf/base/work_watch.h"
 #include "sheaf/document/images/colour_rows.h"
 #include "sheaf/document/images/image.h"
 #include "sheaf/document/images/image_colours.h"
@@ -24,6 +25,7 @@ bool convert_rows(ColourRows& samples, const PixelRows& rows, std::int32_t heigh
   std::vector<std::uint8_t> source(static_cast<std::size_t>(rows.source_row_bytes()) + 1);
   bool is_whole = true;
   for (std::int32_t y = 0; y < height && is_whole; ++y) {
+    WorkWatch::at(y, height);
     const int total =
         samples.read(source.data(), rows.source_row_bytes(), opacity != nullptr ? opacity + y * width : nullptr);
     is_whole = total == rows.source_row_bytes();
@@ -90,6 +92,7 @@ Expected<Pixels> Image::pixels() const {
   if (image_ == nullptr || !core_->is_open())
     return layer::error_of(Code::kClosed, "the document is closed");
   CPDFXRefTable& table = core_->table();
+  layer::Task task(*core_, "images");
   ColourRows samples;
   const NoPicture trouble = samples.open(table, *image_);
   if (trouble == NoPicture::kColourSpace)
@@ -120,6 +123,8 @@ Expected<Pixels> Image::pixels() const {
     pixels.opacity = Data(opacity, count);
   }
   pixels.is_whole = convert_rows(samples, rows, image_->height, block, opacity, image_->width);
+  if (task.is_stopped())
+    return layer::error_of(Code::kCancelled, "the picture was stopped", number());
   pixels.profile = space.profile;
   if (rows.has_palette())
     pixels.palette = space.palette;

@@ -44,28 +44,42 @@ private:
 /// An embedded file.
 class Attachment {
 public:
-  explicit Attachment(std::string name, Value spec) : name_(std::move(name)), spec_(std::move(spec)) {}
-  /// The name in the document's list.
+  /// The name in the document's list; of a file that is in no list the name of the file.
   const std::string& name() const { return name_; }
   /// The name of the file, without folders.
   std::string file_name() const;
-  std::string description() const { return spec_.get<std::string>("Desc"); }
+  const std::string& description() const { return description_; }
   /// "text/plain" and the like; "" when it is not said.
-  std::string mime_type() const { return stream().get<std::string>("Subtype"); }
+  const std::string& mime_type() const { return mime_type_; }
+  /// Dates as PDF writes them; "" when they are not said.
+  const std::string& created() const { return created_; }
+  const std::string& modified() const { return modified_; }
+  /// The index of the page whose annotation holds the file; -1: the document.
+  std::int32_t page() const { return page_; }
   /// The stream of the file; null when the document only names it.
-  Value stream() const;
-  /// The file specification.
+  const Value& stream() const { return stream_; }
+  /// The file specification; null when it stands directly in what refers to it.
   const Value& spec() const { return spec_; }
-  Expected<Data> data() const { return stream().decoded(); }
+  Expected<Data> data() const { return stream_.decoded(); }
   /// Writes the file to `path`, which is replaced when the file is complete.
   Expected<void> save(const std::string& path) const;
 
 private:
+  friend class Attachments;
+
   std::string name_;
+  std::string path_;
+  std::string description_;
+  std::string mime_type_;
+  std::string created_;
+  std::string modified_;
+  std::int32_t page_ = -1;
+  Value stream_;
   Value spec_;
 };
 
-/// The embedded files of a document, in the order of their names.
+/// The files that a document carries: those of its list, in the order of their names, those associated with it and
+/// those of annotations.
 class Attachments {
 public:
   explicit Attachments(layer::CoreRef core);
@@ -77,6 +91,8 @@ public:
   /// Embeds the file at `path` under its base name, or bytes under `name`.
   Expected<void> add(const std::string& path);
   Expected<void> add(std::string_view name, std::span<const std::uint8_t> bytes, std::string_view mime_type = {});
+  /// Takes the file of that name out of all places where the document has it.
+  Expected<void> remove(std::string_view name);
 
 private:
   void collect();

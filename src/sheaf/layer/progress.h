@@ -7,8 +7,8 @@ namespace sheaf {
 
 struct Progress {
   const char* what = "";  ///< "open", "save", "merge", "flatten" or "images".
-  double done = 0;        ///< Of `total`, in a unit of the operation's own.
-  double total = 0;       ///< 0: nobody knows.
+  double done = 0;   ///< Of `total`: bytes of a scan, objects of a save, pages of a merge or when flattening, rows.
+  double total = 0;  ///< 0: not known yet.
 };
 
 /// Asked every few milliseconds of work, in the thread that works; false stops the operation, which then gives

@@ -8,6 +8,7 @@
 #include "sheaf/base/block_writer.h"
 #include "sheaf/base/heap.h"
 #include "sheaf/base/scope_guard.h"
+#include "sheaf/base/work_watch.h"
 #include "sheaf/object/encrypt.h"
 #include "sheaf/object/references.h"
 #include "sheaf/save/entry_deflater_internal.h"
@@ -112,8 +113,10 @@ private:
   }
 
   void put_objects() {
-    for (std::uint32_t num = 1; num < target_.xref_count; ++num)
+    for (std::uint32_t num = 1; num < target_.xref_count; ++num) {
+      WorkWatch::at(num, target_.xref_count);
       put_object(num, target_.xref_items[num]);
+    }
   }
 
   void put_object(std::uint32_t num, PDF_XREF& entry) {

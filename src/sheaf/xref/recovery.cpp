@@ -5,6 +5,7 @@
 
 #include "sheaf/base/number_text.h"
 #include "sheaf/base/scope_guard.h"
+#include "sheaf/base/work_watch.h"
 #include "sheaf/object/parse_buf.h"
 #include "sheaf/xref/xref_table.h"
 
@@ -24,7 +25,9 @@ void scan_objects(CPDFXRefTable& table) {
   table.stream->SetPos(CQVStream::STR_SEEK_SET, 0);
   CPDFBufBase buf;
   buf.buf_init(table.stream);
+  const auto length = static_cast<double>(table.stream->GetLen());
   while (const char* header = buf.buf_skip_to_obj()) {
+    WorkWatch::at(buf.position(), length);
     take_header(table, static_cast<std::uint32_t>(ansi_to_i32(header)), buf.position());
     if (!skip_to_word(buf, "endobj", 6))
       return;

@@ -6,6 +6,7 @@
 #include <new>
 
 #include "sheaf/base/heap_watch.h"
+#include "sheaf/base/work_watch.h"
 #include "sheaf/document/merge/merge_form.h"
 #include "sheaf/document/merge/merge_labels.h"
 #include "sheaf/document/merge/merge_layers.h"
@@ -114,6 +115,7 @@ bool CPDFDocMerge::append_source(MergeSource& source, const std::int32_t* pages,
   parts.form.take(source);
   for (std::int32_t i = 0; i < count; ++i) {
     bool repeated = false;
+    WorkWatch::at(i, count);
     const PDF_REF page = import.append(pages[i], repeated);
     if (told && !source.doc.has_pages_as_told())
       return false;

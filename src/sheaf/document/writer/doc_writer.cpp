@@ -7,6 +7,7 @@
 #include "sheaf/base/heap_watch.h"
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/base/temporary_file.h"
+#include "sheaf/base/work_watch.h"
 #include "sheaf/document/writer/equal_objects.h"
 #include "sheaf/document/writer/linear_plan.h"
 #include "sheaf/document/writer/linear_writer.h"
@@ -169,6 +170,7 @@ bool CPDFDocWriter::write_plainly(CQVStream& out, CPDFEncrypt* enc, const PDF_WR
   }
   std::size_t stream = 0;
   for (std::size_t i = 0; i < plan.order().size(); ++i) {
+    WorkWatch::at(static_cast<double>(i), static_cast<double>(plan.order().size()));
     if (plan.is_member(i))
       writer.write_member(plan.order()[i], plan.begins_stream(i) ? plan.streams()[stream++] : 0);
     else

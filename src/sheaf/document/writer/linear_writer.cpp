@@ -6,6 +6,7 @@
 #include <cstdio>
 
 #include "sheaf/base/scope_guard.h"
+#include "sheaf/base/work_watch.h"
 #include "sheaf/document/writer/deflater.h"
 #include "sheaf/document/writer/hint_tables.h"
 #include "sheaf/xref/pdf_header.h"
@@ -42,6 +43,7 @@ bool LinearWriter::put_body(ObjectWriter& writer) {
   std::size_t at = 0;
   for (std::size_t unit = 0; unit < plan_.unit_count(); ++unit) {
     const std::uint32_t start = body_.position();
+    WorkWatch::at(static_cast<double>(at), static_cast<double>(objects_.order().size()));
     if (unit == plan_.first_page_part().first)
       document_size_ = start;
     const std::int32_t members = plan_.members_of(unit);

@@ -10,6 +10,7 @@
 #include "sheaf/base/number_map.h"
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/base/visited_set.h"
+#include "sheaf/base/work_watch.h"
 #include "sheaf/document/content/content_writer.h"
 #include "sheaf/document/doc.h"
 #include "sheaf/document/forms/fill/field_facts_internal.h"
@@ -99,6 +100,7 @@ bool Flattening::run(PDF_FLATTEN what) {
     return false;
   read_default_resources();
   for (int i = 0; i < doc_.page_count(); ++i) {
+    WorkWatch::at(i, doc_.page_count());
     if (!flatten_page(i, what))
       return false;
   }

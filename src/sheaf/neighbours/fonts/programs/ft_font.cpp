@@ -158,12 +158,24 @@ bool CQVFTFont::vertical_metrics(std::uint32_t glyph, int& advance, int& origin_
   const FT_Pos em = units_per_em();
   const FT_Pos down = metrics.vertAdvance;
   const FT_Pos origin = metrics.vertBearingY + metrics.horiBearingY;
-  // A glyph that moves nothing on, a mark, is believed: it belongs to the one in front of it.
-  if (down < 0 || down > em * kMostEms || origin * 2 < em || origin * 4 > em * 5)
+  if (down < 0 || (down == 0 && !has_true_zeros()) || down > em * kMostEms || origin * 2 < em || origin * 4 > em * 5)
     return false;
   advance = static_cast<int>(down);
   origin_y = static_cast<int>(origin);
   return true;
+}
+
+// Glyphs that move nothing on are marks, unless the font says it of letters too.
+bool CQVFTFont::has_true_zeros() {
+  if (zeros_ == Zeros::kUnknown) {
+    zeros_ = Zeros::kOfMarks;
+    for (const char32_t letter : {U'\u4E00', U'\u3042', U'n'}) {
+      const std::uint32_t glyph = glyph_index(letter);
+      if (glyph != 0 && load_glyph(glyph) && face_of(*this)->glyph->metrics.vertAdvance == 0)
+        zeros_ = Zeros::kOfLetters;
+    }
+  }
+  return zeros_ == Zeros::kOfMarks;
 }
 
 bool CQVFTFont::needs_instructions() const {

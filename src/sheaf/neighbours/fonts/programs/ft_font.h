@@ -72,6 +72,8 @@ public:
 private:
   CQVFTFont() = default;
   bool start(CQVStream* stream, int index);
+  enum class Zeros : std::uint8_t { kUnknown, kOfMarks, kOfLetters };
+  bool has_true_zeros();
   /// Loads a glyph in font units. False when it cannot be loaded or is made of too many parts.
   bool load_glyph(std::uint32_t glyph);
 
@@ -82,6 +84,7 @@ private:
   CQVStream* stream_ = nullptr;
   CQVStreamFile file_;
   int instance_ = 0;
+  Zeros zeros_ = Zeros::kUnknown;
   bool symbol_map_ = false;
   bool bold_ = false;
   bool italic_ = false;
