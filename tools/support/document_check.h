@@ -28,7 +28,7 @@ struct CheckResult {
 void check_document(CPDFDoc& doc, CheckResult& result);
 
 /// Reads the content of every page, and of the forms that it draws, after the above. What is wrong is a problem of the
-/// stream that it stands in.
+/// stream that it is in.
 void check_contents(CPDFDoc& doc, CheckResult& result);
 
 /// What a new file, written from `source` with its object numbers, lacks of what can be reached there:

@@ -43,7 +43,7 @@ bool same_boxes(CPDFDoc& a, const CPDFPage& page_a, CPDFDoc& b, const CPDFPage& 
   return true;
 }
 
-// The resources that apply to a page, wherever they stand.
+// The resources that apply to a page, wherever they are.
 void read_resources(CPDFDoc& doc, const CPDFPage& page, CPDFObj& out) {
   doc.table().resolve(out, page.dict.get_item(CPDFDictionary::sm_tag_res));
   if (out.as_dict() == nullptr && page.from_above.resources.num != 0)
@@ -251,7 +251,7 @@ void CPDFDocDiff::objects() {
   table_b.drain_pending();
   const std::uint32_t count = std::max(table_a.xref_count, table_b.xref_count);
   for (std::uint32_t num = 1; num < count; ++num) {
-    const PDF_REF ref{static_cast<std::int32_t>(num), 0};
+    const PDF_REF ref = PDF_REF::at(num);
     Freed<CPDFObj> a;
     Freed<CPDFObj> b;
     if (num < table_a.xref_count)

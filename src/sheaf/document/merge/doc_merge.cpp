@@ -73,8 +73,8 @@ std::int32_t CPDFDocMerge::append(CPDFDoc& source, const std::int32_t* pages, st
     source.table().objstm_budget.limit = budget;
     target.table.import_end(context);
   });
-  if (target.hole == 0) {
-    target.hole = target.table.alloc_obj_num();
+  if (target.left_out_num == 0) {
+    target.left_out_num = target.table.alloc_obj_num();
     target.was_empty = target.doc.page_count() == 0;
     parts_->form.load();
     parts_->names.load();
@@ -143,8 +143,7 @@ bool CPDFDocMerge::finish() {
   if (parts_ == nullptr)
     return false;
   CPDFXRefTable& table = parts_->target.table;
-  Freed<CPDFObj> catalog;
-  table.resolve(catalog, &table.root);
+  Freed<CPDFObj> catalog = table.catalog();
   CPDFDictionary* const dict = catalog.as_dict();
   if (dict == nullptr)
     return false;
