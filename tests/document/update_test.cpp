@@ -4,6 +4,7 @@
 
 #include <climits>
 #include <filesystem>
+#include <set>
 
 #include "sheaf/document/doc.h"
 #include "support/external_tool.h"
@@ -270,6 +271,43 @@ TEST(Update, NumbersThatAreNoObjectAreRefused) {
   EXPECT_EQ(doc.table().new_obj_count, 0u);
   EXPECT_EQ(doc.page_count(), 1);
   EXPECT_TRUE(doc.insert_page(0, {3, 0}));
+}
+
+// A reference to nothing is a null. It must not come to mean an object that is made later, nor the section's stream.
+TEST(Update, DeadReferencesStayDead) {
+  PdfBuilder clean;
+  clean.pages(1).obj(4, "[5 0 R 6 0 R 8 0 R 99999999 0 R]").classic("/Root 1 0 R/Info 4 0 R");
+  PdfBuilder compressed;
+  compressed.pages(1).object_stream(5, {{4, "[6 0 R 7 0 R 8 0 R]"}}).xref_stream(9, "/Root 1 0 R/Info 4 0 R");
+  std::string cut = clean.str();
+  cut.resize(cut.rfind("startxref"));
+  for (const std::string& source : {clean.str(), compressed.str(), cut}) {
+    for (const PDF_SAVE_FORM form : {PDF_SAVE_FORM::kClassic, PDF_SAVE_FORM::kStream}) {
+      MemStream file(source);
+      CPDFDoc doc;
+      ASSERT_TRUE(doc.open(&file));
+      const std::string list = value_of(doc, 4);
+      std::set<int> dead{5, 6, 7, 8};
+      dead.erase(source == compressed.str() ? 5 : 7);
+      std::vector<int> made;
+      for (int i = 0; i < 3; ++i) {
+        made.push_back(doc.table().alloc_obj_num());
+        ASSERT_TRUE(change(doc, made.back(), "(made)"));
+        EXPECT_EQ(dead.count(made.back()), 0u) << made.back();
+      }
+      EXPECT_LT(made.back(), 1000);
+      ASSERT_TRUE(doc.save_update(form, nullptr));
+      const std::string whole = rewritten(doc);
+      for (const std::string& bytes : {file.str(), whole}) {
+        MemStream copy(bytes);
+        CPDFDoc again;
+        ASSERT_TRUE(again.open(&copy));
+        EXPECT_EQ(value_of(again, 4), list);
+        for (const int num : dead)
+          EXPECT_EQ(value_of(again, num), "null") << num;
+      }
+    }
+  }
 }
 
 TEST(Attach, RefusesFilesThatNoStreamHoldsAndTakesAFolderAsEmpty) {

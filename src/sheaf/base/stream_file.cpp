@@ -1,11 +1,33 @@
 // The stream over a C library FILE. It adds no buffering to the C library's, and leaves no bytes in it
 // that were written: a disk that is full would refuse them when nobody asks any more.
+#include <stdio_ext.h>
+#include <sys/stat.h>
+
 #include <cstring>
 
 #include "sheaf/base/heap.h"
 #include "sheaf/base/stream.h"
 
 using namespace sheaf;
+
+namespace {
+
+// Asked of the system where that can be: a seek to the end and back would make the C library read anew what it
+// holds already.
+long long length_of(std::FILE* file) {
+  if (__fpending(file) != 0)
+    std::fflush(file);
+  struct stat info = {};
+  if (fstat(fileno(file), &info) == 0 && S_ISREG(info.st_mode))
+    return info.st_size;
+  const long kept = std::ftell(file);
+  std::fseek(file, 0, SEEK_END);
+  const long length = std::ftell(file);
+  std::fseek(file, kept, SEEK_SET);
+  return length;
+}
+
+}  // namespace
 
 CQVStreamFile::~CQVStreamFile() {
   CQVStreamFile::Close();
@@ -22,13 +44,9 @@ void CQVStreamFile::Open(const char* name) {
 long long CQVStreamFile::GetLen() const {
   if (file == nullptr)
     return 0 - base_offset;
-  // Both values are cut to 32 bits: offsets in the table have no more, and a longer file shows
-  // here as what it is to the rest of the library.
-  const auto kept = static_cast<std::uint32_t>(std::ftell(file));
-  std::fseek(file, 0, SEEK_END);
-  const auto length = static_cast<std::uint32_t>(std::ftell(file));
-  std::fseek(file, static_cast<long>(kept), SEEK_SET);
-  return static_cast<long long>(length) - base_offset;
+  // Cut to 32 bits: offsets in the table have no more, and a longer file shows here as what it is to the
+  // rest of the library.
+  return static_cast<long long>(static_cast<std::uint32_t>(length_of(file))) - base_offset;
 }
 
 long long CQVStreamFile::GetPos() const {

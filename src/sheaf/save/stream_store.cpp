@@ -1,6 +1,10 @@
 // Where the bytes of new and replaced streams wait until the next save: at the end of the
 // temporary file when the caller has set one up, in the table's list of memory streams if not.
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
 #include <new>
 
@@ -26,17 +30,34 @@ CPDFStreamRec& fill_record(CPDFStreamRec& rec, const PDF_REF& ref, CQVStream* so
   return rec;
 }
 
+// Writes all of it at `end` of the file, past the C library's buffer, which holds nothing but what was read: a seek
+// to the end would make it read the last block of the file again, for each stream.
+bool put_at_end(std::FILE* file, const void* data, unsigned len, long long end) {
+  const auto* at = static_cast<const unsigned char*>(data);
+  while (len > 0) {
+    const ssize_t put = pwrite(fileno(file), at, len, end);
+    if (put < 0 && errno == EINTR)
+      continue;
+    if (put <= 0)
+      return false;
+    at += put;
+    len -= static_cast<unsigned>(put);
+    end += put;
+  }
+  return true;
+}
+
 // Appends to the temporary file; false when there is none or when its end lies beyond 32 bits.
 bool append_to_temp(CQVStreamFile& temp, const void* data, unsigned len, std::uint32_t& offset) {
-  if (temp.file == nullptr)
+  struct stat info = {};
+  if (temp.file == nullptr || std::fflush(temp.file) != 0 || fstat(fileno(temp.file), &info) != 0)
     return false;
-  std::fseek(temp.file, 0, SEEK_END);
-  const long long end = std::ftell(temp.file) - temp.base_offset;
+  const long long end = info.st_size - temp.base_offset;
   if (end < 0 || end > static_cast<long long>(UINT32_MAX) - len)
     return false;
   offset = static_cast<std::uint32_t>(end);
   // A disk that is full shows up here at the latest; the bytes then stay in memory.
-  return std::fwrite(data, 1, len, temp.file) == len && std::fflush(temp.file) == 0;
+  return put_at_end(temp.file, data, len, info.st_size);
 }
 
 CQVStreamMemFix* new_view(unsigned char* data, int len) {

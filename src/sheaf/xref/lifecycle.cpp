@@ -150,7 +150,14 @@ std::int32_t CPDFXRefTable::alloc_obj_num() {
   drain_pending();
   if (finder != nullptr && sections_lost != 0)
     finder->enter_missing();  // a section that cannot be read may name higher numbers than all others
+  next_obj_num = unnamed_from(next_obj_num);
   return static_cast<std::int32_t>(next_obj_num++);
+}
+
+std::uint32_t CPDFXRefTable::unnamed_from(std::uint32_t num) {
+  while (finder != nullptr && finder->is_named(num))
+    ++num;
+  return num;
 }
 
 bool CPDFXRefTable::store_object(const PDF_REF& ref, CPDFObj& obj) {

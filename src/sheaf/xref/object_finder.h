@@ -20,6 +20,9 @@ public:
   /// Gives every object that no section lists, not as free either, an entry: sections could not be read,
   /// or lines of theirs are gone.
   virtual void enter_missing() = 0;
+  /// Whether a reference of the document is known to lead to `num`, a number that no object has: an object
+  /// made under it would bring a dead reference to life.
+  virtual bool is_named(std::uint32_t num) = 0;
 };
 
 }  // namespace sheaf

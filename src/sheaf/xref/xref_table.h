@@ -355,6 +355,8 @@ public:
   void drain_pending();
   /// A new object number; consumed whatever happens later.
   std::int32_t alloc_obj_num();
+  /// The first number from `num` on that no reference of the document names, as far as `finder` knows.
+  std::uint32_t unnamed_from(std::uint32_t num);
   /// Stores `obj`, which becomes null, as the object `ref` (an existing slot's value is released).
   /// False when the number is 0 or was never given out, or when there is no slot: `obj` is released.
   bool store_object(const PDF_REF& ref, CPDFObj& obj);

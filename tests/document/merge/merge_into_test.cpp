@@ -225,6 +225,12 @@ TEST(DocMergeInto, FontsOfFieldsStayTheirOwn) {
   EXPECT_EQ(merged.path({"AcroForm", "Fields", "0", "DA"}), "(0 g/F 12 Tf \\(/F 1 Tf\\) /G 3 Tf)");
   EXPECT_EQ(merged.path({"AcroForm", "Fields", "2", "DA"}).find("(0 g/F-2 12 Tf "), 0u);
   EXPECT_EQ(merged.path({"AcroForm", "Fields", "3", "DA"}), "(/F-2 9 Tf)");
+
+  Merged grown(form("Helvetica"));
+  ASSERT_EQ(grown.append(form("Courier"), {0}), 1);
+  grown.saved();
+  EXPECT_EQ(grown.path({"AcroForm", "DA"}), "(/F 9 Tf)");
+  EXPECT_EQ(grown.path({"AcroForm", "Fields", "3", "DA"}), "(/F-2 9 Tf)");
 }
 
 // What a document claims to conform to outlives a merge only with others that claim the same.

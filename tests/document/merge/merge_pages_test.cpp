@@ -1,4 +1,5 @@
 // What pages inherit, and what they share, when they are edited and when they come into another document.
+#include "sheaf/document/pages/page_labels.h"
 #include "support/merged.h"
 
 using namespace sheaf;
@@ -100,6 +101,36 @@ TEST(DocMergePages, EditsKeepWhatPagesInherit) {
     ASSERT_EQ(again.page_count(), static_cast<int>(row.pages.size())) << row.what;
     for (std::size_t i = 0; i < row.pages.size(); ++i)
       EXPECT_EQ(look(again, static_cast<int>(i)), kLooks[row.pages[i]]) << row.what;
+  }
+}
+
+// The catalogue stands in the trailer, or names as page tree what is an action: neither is lost by an edit.
+TEST(DocMergePages, EditsOfDamagedDocumentsLoseNothingElse) {
+  PdfBuilder direct;
+  direct.pages(2).classic("/Root<</Type/Catalog/Pages 2 0 R/Lang(x)/AcroForm<</DA(own)/Fields[]>>>>");
+  PdfBuilder mistaken;
+  mistaken.obj(1, "<</Type/Catalog/Lang(x)/Pages 2 0 R/OpenAction 2 0 R>>")
+      .obj(2, "<</S/JavaScript/JS(kept)>>")
+      .classic();
+  for (const bool is_direct : {true, false}) {
+    MemStream file((is_direct ? direct : mistaken).str());
+    CPDFDoc doc;
+    ASSERT_TRUE(doc.open(&file));
+    CPDFPageLabels labels;
+    Freed<CPDFObj> page;
+    read_value(page, "<</Type/Page>>");
+    const PDF_REF added{doc.table().alloc_obj_num(), 0};
+    ASSERT_TRUE(doc.table().store_object(added, page) && doc.insert_page(0, added));
+    ASSERT_TRUE(labels.store(doc));
+    ASSERT_TRUE(doc.save_update(PDF_SAVE_FORM::kClassic, nullptr));
+    CPDFDoc again;
+    ASSERT_TRUE(again.open(&file));
+    EXPECT_EQ(again.page_count(), is_direct ? 3 : 1);
+    const Freed<CPDFObj> catalog = again.table().catalog();
+    ASSERT_NE(catalog.as_dict(), nullptr);
+    EXPECT_EQ(syntax_of(again.table(), catalog.as_dict()->get_item("Lang")), "(x)");
+    EXPECT_EQ(syntax_of(again.table(), catalog.as_dict()->get_item("OpenAction")),
+              is_direct ? "null" : "<</JS(kept)/S/JavaScript>>");
   }
 }
 

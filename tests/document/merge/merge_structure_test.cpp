@@ -170,6 +170,33 @@ TEST(DocMergeStructure, EachCopyOfAPageHasTags) {
   }
 }
 
+// The cells of a copy are headed by cells of the same copy, also where their attributes are shared.
+TEST(DocMergeStructure, CellsOfACopyNameTheHeadersOfTheCopy) {
+  PdfBuilder builder;
+  builder.pages(1)
+      .obj(1, "<</Type/Catalog/Pages 2 0 R/StructTreeRoot 10 0 R>>")
+      .obj(3, "<</Type/Page/Parent 2 0 R/StructParents 0>>")
+      .obj(10, "<</Type/StructTreeRoot/K 11 0 R>>")
+      .obj(11, "<</S/Table/P 10 0 R/K[12 0 R 13 0 R 14 0 R]>>")
+      .obj(12, "<</S/TH/P 11 0 R/Pg 3 0 R/K 0/ID(head)>>")
+      .obj(13, "<</S/TD/P 11 0 R/Pg 3 0 R/K 1/A<</O/Table/Headers[(head)]>>>>")
+      .obj(14, "<</S/TD/P 11 0 R/Pg 3 0 R/K 2/A[15 0 R 0]>>")
+      .obj(15, "<</O/Table/Headers[(head)]>>")
+      .classic();
+  Merged merged;
+  ASSERT_EQ(merged.append(builder.str(), {0, 0}), 2);
+  merged.saved();
+  const auto cell = [&](const char* index, const char* key) {
+    return merged.path({"StructTreeRoot", "K", "0", "K", index, key});
+  };
+  EXPECT_EQ(cell("0", "ID"), "(head)");
+  EXPECT_EQ(cell("1", "A"), "<</Headers[(head)]/O/Table>>");
+  EXPECT_EQ(merged.path({"StructTreeRoot", "K", "0", "K", "2", "A", "0"}), "<</Headers[(head)]/O/Table>>");
+  EXPECT_EQ(cell("3", "ID"), "(head-2)");
+  EXPECT_EQ(cell("4", "A"), "<</Headers[(head-2)]/O/Table>>");
+  EXPECT_EQ(cell("5", "A"), "[<</Headers[(head-2)]/O/Table>>0]");
+}
+
 // Elements that stand in their parent, which no reference can name, keep their place and get a number.
 TEST(DocMergeStructure, ElementsInsideTheirParentsComeAlong) {
   PdfBuilder builder;

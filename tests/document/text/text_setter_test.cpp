@@ -53,6 +53,19 @@ struct Setter : testing::Test {
     delete decoder;
     return data;
   }
+  /// The last stream of the document that has these bytes.
+  std::string stream_with(const std::string& part) {
+    std::string found;
+    for (std::uint32_t num = 1; num < doc.table().next_obj_num; ++num) {
+      Freed<CPDFObj> obj;
+      doc.table().get_entity(obj, {static_cast<int>(num), 0});
+      const std::string bytes = obj.as_stream() != nullptr ? decoded(*obj.as_stream()) : "";
+      if (bytes.find(part) != std::string::npos)
+        found = bytes;
+    }
+    return found;
+  }
+  std::string program_of_document() { return stream_with("glyf"); }
   CPDFFontType0& font() { return *setter.system().font(setter.glyphs()[0].font); }
 
   TestFolder folder;
@@ -78,7 +91,10 @@ TEST_F(Setter, LinesEndWhereTheTextAllowsIt) {
 TEST_F(Setter, WordsFromTheRightAreShownInTheOrderOfReading) {
   set("a \u05D0\u05D1 b");
   // 260 + 255, then two letters of 285 and 280 whose first one stands at the right.
-  EXPECT_EQ(shown(0), "[<00020001>-285<0006>565<0007>-280<00010003>] TJ\n");
+  // Readers that sort by place would take the space at its right for a part of the word.
+  EXPECT_EQ(shown(0),
+            "[<00020001>-285] TJ\n/Span<</ActualText<FEFF05D0200E>>>BDC\n[<0006>] TJ\nEMC\n"
+            "[565<0007>-280<00010003>] TJ\n");
   EXPECT_FALSE(setter.lines()[0].right_to_left);
   set("\u05D0 a");
   EXPECT_TRUE(setter.lines()[0].right_to_left);
@@ -95,19 +111,8 @@ TEST_F(Setter, ClustersAndSharedGlyphsHaveCodesOfTheirOwn) {
   ASSERT_EQ(setter.lines()[0].count, 6U);
   const PDF_REF top = setter.font_ref(glyphs[0].font);
   doc.table().font_cache.embed_flush();
-  std::string program;
-  std::string map;
-  for (std::uint32_t num = 1; num < doc.table().next_obj_num; ++num) {
-    Freed<CPDFObj> obj;
-    doc.table().get_entity(obj, {static_cast<int>(num), 0});
-    if (obj.as_stream() == nullptr)
-      continue;
-    const std::string bytes = decoded(*obj.as_stream());
-    if (bytes.substr(0, 4) == std::string("\0\1\0\0", 4))
-      program = bytes;
-    if (bytes.find("begincmap") != std::string::npos)
-      map = bytes;
-  }
+  const std::string program = program_of_document();
+  const std::string map = stream_with("begincmap");
   EXPECT_NE(top.num, 0);
   EXPECT_NE(map.find("<0016> <00A0>\n<0017> <00E1>"), std::string::npos) << map;
   const FontFile built(program);
@@ -118,6 +123,46 @@ TEST_F(Setter, ClustersAndSharedGlyphsHaveCodesOfTheirOwn) {
   EXPECT_EQ(number_at(composite, 12, 2), 2U) << "the letter";
   EXPECT_EQ(number_at(composite, 20, 2), 5U) << "the mark";
   EXPECT_EQ(font().glyph_width(static_cast<unsigned>(own + 1)), setter.glyphs()[4].advance);
+}
+
+// An axis whose end is the instance "Varied Wide" and makes glyph 2 100 units wider.
+FontBuilder varied_face() {
+  constexpr auto u16 = FontBuilder::u16;
+  constexpr auto u32 = FontBuilder::u32;
+  FontBuilder face;
+  face.family = "Varied";
+  face.post_script = "Wide";
+  face.characters = {{'a', 2}};
+  face.replaced["fvar"] = u32(0x10000) + u16(16) + u16(2) + u16(1) + u16(20) + u16(1) + u16(8) + "wght" +
+                          u32(400 << 16) + u32(400 << 16) + u32(900 << 16) + u16(0) + u16(2) + u16(6) + u16(0) +
+                          u32(900 << 16);
+  // All points: four of the outline, of which two lie at the right, and four of the metrics, the second of them the
+  // advance.
+  const std::string deltas = std::string("\0\x07\0\0\x64\x64\0\x64\0\0\x87", 11);
+  const std::string variation = u16(1) + u16(10) + u16(static_cast<int>(deltas.size())) + u16(0xA000) + u16(0x4000) +
+                                deltas + std::string(1, '\0');
+  std::string offsets;
+  for (int glyph = 0; glyph <= face.glyph_count(); ++glyph)
+    offsets += u32(glyph > 2 ? static_cast<std::uint32_t>(variation.size()) : 0);
+  const auto start = static_cast<std::uint32_t>(20 + offsets.size());
+  face.replaced["gvar"] =
+      u32(0x10000) + u16(1) + u16(0) + u32(start) + u16(face.glyph_count()) + u16(1) + u32(start) + offsets + variation;
+  return face;
+}
+
+TEST_F(Setter, InstancesOfVariableFontsAreEmbeddedAsTheyAreSeen) {
+  write_file(folder / "varied.ttf", varied_face().build());
+  format.size = 1000;
+  ASSERT_TRUE(setter.add_font("varied wide"));
+  ASSERT_TRUE(setter.set("aa", format));
+  EXPECT_FLOAT_EQ(setter.glyphs()[1].x, 310) << "520 and 100 units of 2000";
+  std::uint32_t text[GlyphTexts::kMost];
+  ASSERT_EQ(font().text_of(setter.glyphs()[1].code, text), 1);
+  EXPECT_EQ(text[0], 'a');
+  doc.table().font_cache.embed_flush();
+  const FontFile program(program_of_document());
+  EXPECT_EQ(program.tables.count("gvar"), 0U);
+  EXPECT_EQ(signed_at(program.glyph(2), 6), 100 + 40 * 2 + 100) << "the right side of the outline";
 }
 
 TEST_F(Setter, WhatNoFontHasIsCountedAndComesBackAsText) {

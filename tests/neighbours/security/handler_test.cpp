@@ -131,6 +131,26 @@ TEST(Handler, APasswordOfBytesAsTypedOpensToo) {
   EXPECT_EQ(open_with(enc, "fix ", hand), Outcome::kWrongPassword);
 }
 
+TEST(Handler, AKeyLengthThatIsMissingOrFalseIsFound) {
+  CPDFStandardEncrypt::Settings settings;
+  settings.algorithm = Algorithm::kRC4;
+  settings.user_password = "user";
+  settings.owner_password = "owner";
+  CPDFStandardEncrypt enc;
+  ASSERT_TRUE(enc.create(settings, kId));
+  for (const int stated : {0, 40, 56, 99999}) {
+    enc.encrypt_dict.set_item_int("Length", stated);
+    CPDFStandardSecHand hand;
+    EXPECT_EQ(open_with(enc, "wrong", hand), Outcome::kWrongPassword);
+    EXPECT_EQ(open_with(enc, "owner", hand), Outcome::kOpenedAsOwner);
+    EXPECT_EQ(open_with(enc, "user", hand), Outcome::kOpenedAsUser);
+    // Other readers find it in what is written from here on.
+    CPDFStandardEncrypt next;
+    next.continue_with(hand, enc.encrypt_dict);
+    EXPECT_EQ(next.encrypt_dict.get_item("Length")->as_int(), 128);
+  }
+}
+
 TEST(Handler, DamagedDictionariesAreToldApart) {
   struct Row {
     const char* dict;

@@ -25,6 +25,7 @@ constexpr int kEmbed = 8;
 constexpr int kVerticalKey = 0x10;  // sets vertical fonts apart in the cache; the font never sees it
 constexpr int kFlags = 4;           // "Flags" and "CapHeight" take no account of the font, on purpose
 constexpr int kCapHeight = 1000;
+constexpr int kLastFace = 0xFFFF;  // higher indices name instances of variable fonts
 
 constexpr std::size_t kNameSize = 128;
 constexpr std::array<char, kNameSize> font_name{"QVFONT+"};
@@ -83,7 +84,7 @@ bool is_collection(const FontForm& form, const char* path, CQVStream* file) {
 // The font program, into `out`. 0 on success.
 int write_program(CPDFEnviroment* env, const FontForm& form, const char* path, int index, CQVTTWriter& writer,
                   CQVStream* out) {
-  if (!form.is_styled())
+  if (!form.is_styled() && index <= kLastFace && !writer.has_cubic_outlines())
     return writer.SaveFontData(out, nullptr);
   CQVFTFont* const face = env->new_face(path, index);
   if (face == nullptr)
@@ -190,9 +191,11 @@ CPDFFont* load_and_cache(CPDFXRefTable& table, const FontForm& form, const char*
   return table.font_cache.Append(name, form.cache_style(), font) >= 0 ? font : nullptr;
 }
 
-// Synthetic styles are TrueType outlines, and codes are glyph numbers.
+// Synthetic styles and instances are TrueType outlines, and codes are glyph numbers. In columns some viewers take all
+// glyphs of a CFF program for ones that move nothing on.
 bool can_embed_cff(CPDFEnviroment* env, const FontForm& form, const char* path, int index) {
-  CQVFTFont* const face = form.is_styled() ? nullptr : env->new_face(path, index);
+  const bool is_other = form.is_styled() || form.vertical || index > kLastFace;
+  CQVFTFont* const face = is_other ? nullptr : env->new_face(path, index);
   if (face == nullptr)
     return false;
   const bool fits = face->has_numbers_for_cids();
@@ -201,7 +204,7 @@ bool can_embed_cff(CPDFEnviroment* env, const FontForm& form, const char* path, 
 }
 
 bool writer_fits(const FontForm& form, const CQVTTWriter& writer) {
-  return !form.embeds() || writer.has_outlines();
+  return !form.embeds() || writer.has_outlines() || writer.has_cubic_outlines();
 }
 
 CPDFFont* make_font(CPDFXRefTable& table, const char* name, const FontForm& form) {
@@ -224,11 +227,12 @@ CPDFFont* make_font(CPDFXRefTable& table, const char* name, const FontForm& form
   CQVStreamFile file;
   file.Open(path);
   // A collection by another name is loaded by what is in it.
-  if (is_collection(form, path, &file) || writer.Load(&file) != 0)
+  if (is_collection(form, path, &file) || index > kLastFace || writer.Load(&file) != 0)
     writer.Load2(&file, static_cast<unsigned>(index));
   FontForm made = form;
-  made.is_cff = form.is_deferred && form.embeds() && writer.has_cff_outlines();
-  if (made.is_cff ? !can_embed_cff(table.env, form, path, index) : form.is_deferred && !writer_fits(form, writer))
+  made.is_cff =
+      form.is_deferred && form.embeds() && writer.has_cff_outlines() && can_embed_cff(table.env, form, path, index);
+  if (form.is_deferred && !writer_fits(form, writer))
     return nullptr;
   if (form.embeds() && !form.is_deferred && write_program(table.env, form, path, index, writer, &program) != 0)
     return nullptr;

@@ -10,6 +10,7 @@
 #include "sheaf/document/forms/flatten/page_resources_internal.h"
 #include "sheaf/document/names/name_list.h"
 #include "sheaf/document/names/name_tree.h"
+#include "sheaf/neighbours/page/trailer_values.h"
 #include "sheaf/object/text_utf8.h"
 
 using namespace sheaf;
@@ -195,9 +196,11 @@ bool CPDFAttachments::remove(CPDFDoc& doc, std::int32_t index) const {
   const PDF_ATTACHMENT& file = at(index);
   CPDFXRefTable& table = doc.table();
   const HeapWatch watch;
+  if (!give_trailer_values_numbers(table))
+    return false;
   Freed<CPDFObj> catalog = table.catalog();
   CPDFDictionary* const top = catalog.as_dict();
-  if (top == nullptr || table.root.tag != kTagRef)
+  if (top == nullptr)
     return false;
   if (file.key.tag == kTagString) {
     const CPDFObj* const item = top->get_item("Names");

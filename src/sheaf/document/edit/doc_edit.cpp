@@ -13,6 +13,7 @@
 #include "sheaf/base/temporary_file.h"
 #include "sheaf/document/doc.h"
 #include "sheaf/document/names/name_tree.h"
+#include "sheaf/neighbours/page/trailer_values.h"
 #include "sheaf/object/array.h"
 
 using namespace sheaf;
@@ -63,7 +64,7 @@ bool CPDFDoc::use_temp_file(const char* folder) {
 }
 
 bool CPDFDoc::attach(const char* path) {
-  if (table_.root.tag != kTagRef)
+  if (!give_trailer_values_numbers(table_))
     return false;
   const HeapWatch watch;
   PDF_String name{0, nullptr};

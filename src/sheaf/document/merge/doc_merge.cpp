@@ -16,6 +16,7 @@
 #include "sheaf/document/merge/merge_tidy.h"
 #include "sheaf/document/merge/page_import.h"
 #include "sheaf/document/merge/shared_streams.h"
+#include "sheaf/neighbours/page/trailer_values.h"
 
 using namespace sheaf;
 
@@ -143,6 +144,8 @@ bool CPDFDocMerge::finish() {
   if (parts_ == nullptr)
     return false;
   CPDFXRefTable& table = parts_->target.table;
+  if (!give_trailer_values_numbers(table))
+    return false;
   Freed<CPDFObj> catalog = table.catalog();
   CPDFDictionary* const dict = catalog.as_dict();
   if (dict == nullptr)

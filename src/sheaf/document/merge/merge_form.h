@@ -13,8 +13,12 @@ public:
   MergeForm(const MergeForm&) = delete;
   MergeForm& operator=(const MergeForm&) = delete;
 
-  /// Takes note of the document's own fields.
-  void load() { form_.load(); }
+  /// Takes note of the document's own fields. Its form gets an object of its own now, so that it does not count as
+  /// made for a source.
+  void load() {
+    if (form_.load())
+      form_.edit_dict();
+  }
   static bool is_in(const MergeSource& source) { return source.entry(CPDFDictionary::sm_tag_acro_form) != nullptr; }
   /// Brings along the fields that have a widget on the pages that are taken, or none at all. To be
   /// called in front of the pages, which then find the widgets that they show.

@@ -141,6 +141,7 @@ void MergeStructure::store_copies(MergeSource& source, std::size_t at, std::size
   }
   for (const std::int32_t index : chosen)
     lead_to(elements_.at(index).ref.num, static_cast<std::uint32_t>(table_.alloc_obj_num()));
+  names_.start_copy();
   const bool is_complete = before.size() == end - at + chosen.size();
   for (std::size_t i = 0; is_complete && i < chosen.size(); ++i) {
     const SourceElement& element = elements_.at(chosen[i]);
@@ -150,6 +151,10 @@ void MergeStructure::store_copies(MergeSource& source, std::size_t at, std::size
       tops_.push({made, target_.source});
     else if (!chosen_.has(element.parent + 1))
       add_kid(source.copy_of(elements_.at(element.parent).ref.num), made);
+  }
+  for (std::size_t i = 0; is_complete && i < chosen.size(); ++i) {
+    if (CPDFDictionary* const copy = target_.stored_dict(source.copy_of(elements_.at(chosen[i]).ref.num)))
+      names_.rename_copied_headers(*copy);
   }
   copied_page_ = 0;
   for (std::size_t i = before.size(); i-- > 0;) {

@@ -115,15 +115,17 @@ void StructureNames::give_identifier(CPDFDictionary& entry, const PDF_REF& made)
     entry.set_item("ID", nullptr);
     return;
   }
+  if (copied_identifiers_.find(id->as_string()) < 0)
+    copied_identifiers_.add(id->as_string(), {index, 0});
   const PDF_String& name = identifiers_.list().at(index).name;
   entry.set_item_str("ID", name.data, name.len);
 }
 
-bool StructureNames::rename_identifier(CPDFObj& value) const {
-  const std::int32_t entry = value.tag == kTagString ? new_identifiers_.find(value.as_string()) : -1;
+bool StructureNames::rename_identifier(CPDFObj& value, const NameList& names) const {
+  const std::int32_t entry = value.tag == kTagString ? names.find(value.as_string()) : -1;
   if (entry < 0)
     return false;
-  const PDF_String& name = identifiers_.list().at(new_identifiers_.at(entry).value.num).name;
+  const PDF_String& name = identifiers_.list().at(names.at(entry).value.num).name;
   value.set_string(name.data, name.len);
   return true;
 }
@@ -132,7 +134,7 @@ void StructureNames::rename(CPDFDictionary& element) const {
   if (CPDFObj* const role = element.get_item("S"))
     put_new_name(*role, new_roles_);
   if (CPDFObj* const id = element.get_item("ID"))
-    rename_identifier(*id);
+    rename_identifier(*id, new_identifiers_);
   CPDFObj* const classes = element.get_item("C");
   if (classes == nullptr)
     return;
@@ -142,12 +144,37 @@ void StructureNames::rename(CPDFDictionary& element) const {
 }
 
 void StructureNames::rename_headers(CPDFDictionary& attributes) const {
-  CPDFObj* const headers = new_identifiers_.size() > 0 ? attributes.get_item("Headers") : nullptr;
+  rename_headers(attributes, new_identifiers_);
+}
+
+bool StructureNames::rename_headers(CPDFDictionary& attributes, const NameList& names) const {
+  CPDFObj* const headers = names.size() > 0 ? attributes.get_item("Headers") : nullptr;
   const CPDFObj* const owner = attributes.get_item("O");
   if (headers == nullptr || headers->as_array() == nullptr || owner == nullptr || !owner->is_name("Table"))
-    return;
+    return false;
+  bool renamed = false;
   for (std::int32_t i = 0; i < headers->as_array()->count; ++i)
-    rename_identifier(headers->as_array()->items[i]);
+    renamed = rename_identifier(headers->as_array()->items[i], names) || renamed;
+  return renamed;
+}
+
+// Attributes that are objects of their own are shared with the first copy, and so become values of this one.
+void StructureNames::rename_copied_headers(CPDFDictionary& cell) const {
+  CPDFObj* const attributes = cell.get_item("A");
+  if (attributes == nullptr || copied_identifiers_.size() == 0)
+    return;
+  Freed<CPDFObj> all = table_.value(attributes);
+  bool renamed = all.as_dict() != nullptr && rename_headers(*all.as_dict(), copied_identifiers_);
+  for (std::int32_t i = 0; all.as_array() != nullptr && i < all.as_array()->count; ++i) {
+    CPDFObj& item = all.as_array()->items[i];
+    Freed<CPDFObj> one = table_.value(&item);
+    if (one.as_dict() == nullptr || !rename_headers(*one.as_dict(), copied_identifiers_))
+      continue;
+    item.move_from(one);
+    renamed = true;
+  }
+  if (renamed)
+    cell.move_item("A", all);
 }
 
 void StructureNames::put(CPDFDictionary& root) {

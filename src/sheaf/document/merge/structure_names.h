@@ -19,18 +19,22 @@ public:
   void start(MergeSource& source, const CPDFDictionary& root);
   /// Takes note of the identifier of an element that is taken.
   void take_identifier(const PDF_String& id, const PDF_REF& element);
+  /// Starts with the elements of a further copy of a page.
+  void start_copy() { copied_identifiers_.clear(); }
   /// Gives the further copy `made` of an element an identifier of its own in place of that in `entry`.
   void give_identifier(CPDFDictionary& entry, const PDF_REF& made);
   /// Puts what an element, already one of the target, calls things into the target's names.
   void rename(CPDFDictionary& element) const;
   void rename_headers(CPDFDictionary& attributes) const;
+  /// Makes the headers that the copy `cell` of an element names those of the same copy.
+  void rename_copied_headers(CPDFDictionary& cell) const;
   void put(CPDFDictionary& root);
 
 private:
   void take_roles(MergeSource& source, const CPDFDictionary& root);
   void take_classes(MergeSource& source, const CPDFDictionary& root);
-  void rename_class(CPDFObj& value) const;
-  bool rename_identifier(CPDFObj& value) const;
+  bool rename_headers(CPDFDictionary& attributes, const NameList& names) const;
+  bool rename_identifier(CPDFObj& value, const NameList& names) const;
 
   MergeTarget& target_;
   CPDFXRefTable& table_;
@@ -40,7 +44,9 @@ private:
   // Of the source at hand: the names that changed.
   Cleared<CPDFDictionary> new_roles_;
   Cleared<CPDFDictionary> new_classes_;
-  NameList new_identifiers_;  // `num` is the index in identifiers_
+  // `num` is the index in identifiers_.
+  NameList new_identifiers_;
+  NameList copied_identifiers_;  // of the copy at hand
 };
 
 }  // namespace sheaf

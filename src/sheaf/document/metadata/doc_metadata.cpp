@@ -12,6 +12,7 @@
 #include "sheaf/document/metadata/packet_stream_internal.h"
 #include "sheaf/document/metadata/xmp_packet_internal.h"
 #include "sheaf/filters/stream_filter.h"
+#include "sheaf/neighbours/page/trailer_values.h"
 #include "sheaf/object/array.h"
 #include "sheaf/object/text_utf8.h"
 #include "sheaf/save/pdfa_frame.h"
@@ -167,9 +168,11 @@ int sheaf::drop_conformance_claims(CPDFXRefTable& table, bool also_ua) {
 }
 
 bool DocMetadata::store_frame() {
-  if (frame_ == PDF_FRAME::kNone || table_.root.tag != kTagRef)
+  if (frame_ == PDF_FRAME::kNone)
     return true;
   const HeapWatch watch;
+  if (!give_trailer_values_numbers(table_))
+    return false;
   table_.claims_pdfa = frame_ == PDF_FRAME::kClaim ? 1 : 0;
   PDF_FRAME_FOUND found;
   read_frame(found);

@@ -8,6 +8,7 @@
 #include "sheaf/document/doc.h"
 #include "sheaf/document/metadata/packet_stream_internal.h"
 #include "sheaf/document/metadata/xmp_packet_internal.h"
+#include "sheaf/neighbours/page/trailer_values.h"
 #include "sheaf/object/text_utf8.h"
 
 namespace sheaf {
@@ -63,7 +64,7 @@ bool replace_xmp(CPDFDoc& doc, const void* packet, std::size_t size) {
   CPDFXRefTable& table = doc.table();
   XmpPacket parsed;
   GrowArray<char> bytes;
-  if (!parsed.read(packet, size) || !bytes.resize(size) || table.root.tag != kTagRef)
+  if (!parsed.read(packet, size) || !bytes.resize(size) || !give_trailer_values_numbers(table))
     return false;
   std::memcpy(bytes.begin(), packet, size);
   PDF_REF ref = metadata_ref(table);

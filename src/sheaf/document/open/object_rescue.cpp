@@ -8,6 +8,7 @@
 #include "sheaf/document/doc.h"
 #include "sheaf/filters/stream_flaw.h"
 #include "sheaf/object/parse_buf.h"
+#include "sheaf/object/references.h"
 
 namespace sheaf {
 
@@ -107,6 +108,39 @@ void ObjectRescue::enter_missing() {
   if (first != 0)
     doc_.add_repair("objects", first, 0,
                     "this object and others are in no section that can be read; found by scanning");
+}
+
+// Looking at every object is little for a small document, and no more than a damaged one has cost already.
+bool ObjectRescue::can_look_through() const {
+  constexpr std::uint32_t kFewObjects = 1024;
+  return table_.xref_count <= kFewObjects || scan_ != nullptr || doc_.status() != PDF_OPEN::kClean;
+}
+
+void ObjectRescue::read_names() {
+  constexpr std::uint32_t kMostAhead = 1 << 16;  // new objects that will ever come to a dead reference
+  first_new_ = table_.next_obj_num;
+  ReferenceList found;
+  for (std::uint32_t num = 1; num < table_.xref_count; ++num) {
+    if (!table_.xref_items[num].is_known())
+      continue;
+    found.clear();
+    table_.get_references(found, static_cast<std::int32_t>(num));
+    for (const std::int32_t target : found) {
+      const std::uint32_t ahead = static_cast<std::uint32_t>(target) - first_new_;
+      if (ahead < kMostAhead)
+        named_.visit(static_cast<std::int32_t>(ahead) + 1);
+    }
+  }
+}
+
+bool ObjectRescue::is_named(std::uint32_t num) {
+  if (!has_names_ && !busy_ && doc_.is_readable()) {
+    has_names_ = busy_ = true;
+    if (can_look_through())
+      read_names();
+    busy_ = false;
+  }
+  return num >= first_new_ && num - first_new_ < INT32_MAX && named_.has(static_cast<std::int32_t>(num - first_new_) + 1);
 }
 
 void ObjectRescue::report_number(const ObjectScan::Object& object) {

@@ -6,6 +6,7 @@
 #include <memory>
 
 #include "sheaf/base/heap.h"
+#include "sheaf/base/visited_set.h"
 #include "sheaf/document/open/object_scan_internal.h"
 #include "sheaf/xref/object_finder.h"
 
@@ -22,18 +23,24 @@ public:
   bool find_header(std::int32_t num, std::uint32_t stated, std::uint32_t& place) override;
   bool find_data_end(std::uint32_t data, std::uint32_t& end) override;
   void enter_missing() override;
+  bool is_named(std::uint32_t num) override;
   /// Gives every object in the file its last place there, whatever the entries say.
   void enter_all();
   /// What is in the file. Null without memory.
   const ObjectScan* scan();
   /// For a table that begins anew.
-  void begin_anew() { entered_ = has_reported_number_ = false; }
+  void begin_anew() {
+    entered_ = has_reported_number_ = has_names_ = false;
+    named_.clear();
+  }
   /// Records that an object has a number which the table cannot hold; the first of them.
   void report_number(const ObjectScan::Object& object);
   /// Another place counts as the start of the file.
   void forget_scan() { scan_.reset(); }
 
 private:
+  bool can_look_through() const;
+  void read_names();
   bool is_unknown(std::int32_t num);
   bool enter(std::int32_t num, std::uint32_t pos);
   void enter_members(const ObjectScan::Object& container);
@@ -45,6 +52,9 @@ private:
   bool entered_ = false;  // all that is missing has an entry
   bool busy_ = false;
   bool has_reported_number_ = false;
+  bool has_names_ = false;
+  VisitedSet named_;             // numbers from `first_new_` on, less that, to which references lead
+  std::uint32_t first_new_ = 0;  // what the table would have given out first
 };
 
 constexpr char kObjectStreamDamaged[] = "this object stream is damaged; objects of it may be gone";

@@ -10,6 +10,7 @@
 #include "sheaf/base/visited_set.h"
 #include "sheaf/document/doc.h"
 #include "sheaf/document/outline/destinations.h"
+#include "sheaf/neighbours/page/trailer_values.h"
 #include "sheaf/object/array.h"
 #include "sheaf/object/text_utf8.h"
 
@@ -234,8 +235,10 @@ bool CPDFOutline::store(CPDFDoc& doc) const {
   CPDFXRefTable& table = doc.table();
   const HeapWatch watch;
   GrowArray<Links> links;
+  if (!give_trailer_values_numbers(table))
+    return false;
   Freed<CPDFObj> catalog = table.catalog();
-  if (catalog.as_dict() == nullptr || table.root.tag != kTagRef || !links.resize(entries_.size()))
+  if (catalog.as_dict() == nullptr || !links.resize(entries_.size()))
     return false;
   for (Links& mine : links)
     mine = Links{};

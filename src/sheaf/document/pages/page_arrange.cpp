@@ -8,6 +8,7 @@
 #include "sheaf/document/forms/flatten/page_resources_internal.h"
 #include "sheaf/document/outline/outline.h"
 #include "sheaf/document/pages/page_labels.h"
+#include "sheaf/neighbours/page/trailer_values.h"
 
 namespace sheaf {
 
@@ -119,7 +120,7 @@ private:
     if (item->tag == kTagRef)
       return table_.store_object(item->as_ref(), form);
     catalog.as_dict()->move_item(CPDFDictionary::sm_tag_acro_form, form);
-    return table_.root.tag == kTagRef && table_.store_object(table_.root.as_ref(), catalog);
+    return give_trailer_values_numbers(table_) && table_.store_object(table_.root.as_ref(), catalog);
   }
   // In the page tree they are listed no more; null objects are what links to them find.
   bool forget_pages() {

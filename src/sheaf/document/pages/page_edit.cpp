@@ -12,6 +12,7 @@
 #include "sheaf/document/doc.h"
 #include "sheaf/document/pages/page_list.h"
 #include "sheaf/document/pages/page_tree_internal.h"
+#include "sheaf/neighbours/page/trailer_values.h"
 #include "sheaf/object/array.h"
 
 namespace sheaf {
@@ -50,6 +51,16 @@ bool store_node(CPDFXRefTable& table, const PDF_REF& ref, const Branch* kids, st
   node.set_item_int(CPDFDictionary::sm_tag_count, pages);
   table.store_dict(ref, &node);
   return true;
+}
+
+// Whether damage made the catalogue name an object as its page tree that is none, and that others may need.
+bool is_something_else(CPDFXRefTable& table, const PDF_REF& top) {
+  const Freed<CPDFObj> obj = table.object(top);
+  if (obj.as_dict() == nullptr)
+    return !obj.is_null();
+  const CPDFObj* const type = obj.as_dict()->get_item(CPDFDictionary::sm_tag_type);
+  return obj.as_dict()->count != 0 && obj.as_dict()->get_item("Kids") == nullptr &&
+         (type == nullptr || !type->is_name("Pages")) && !is_page(table, *obj.as_dict());
 }
 
 }  // namespace
@@ -151,12 +162,14 @@ bool PageList::store_tree() {
   if (!changed_)
     return true;
   const HeapWatch watch;
+  if (!give_trailer_values_numbers(table_))
+    return false;
   Freed<CPDFObj> catalog = table_.catalog();
-  if (catalog.as_dict() == nullptr || table_.root.tag != kTagRef)
+  if (catalog.as_dict() == nullptr)
     return false;
   const CPDFObj* item = catalog.as_dict()->get_item("Pages");
   PDF_REF top = item != nullptr ? item->as_ref() : PDF_REF{0, 0};
-  if (top.num == 0) {
+  if (top.num == 0 || is_something_else(table_, top)) {
     top = {table_.alloc_obj_num(), 0};
     catalog.as_dict()->set_item_ref("Pages", top);
     table_.store_object(table_.root.as_ref(), catalog);

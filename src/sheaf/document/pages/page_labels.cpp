@@ -10,6 +10,7 @@
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/document/doc.h"
 #include "sheaf/document/names/number_tree.h"
+#include "sheaf/neighbours/page/trailer_values.h"
 #include "sheaf/object/text_utf8.h"
 
 using namespace sheaf;
@@ -165,8 +166,10 @@ bool CPDFPageLabels::reorder(const std::int32_t* pages, std::int32_t count) {
 bool CPDFPageLabels::store(CPDFDoc& doc) const {
   CPDFXRefTable& table = doc.table();
   const HeapWatch watch;
+  if (!give_trailer_values_numbers(table))
+    return false;
   Freed<CPDFObj> catalog = table.catalog();
-  if (catalog.as_dict() == nullptr || table.root.tag != kTagRef)
+  if (catalog.as_dict() == nullptr)
     return false;
   Cleared<CPDFArray> numbers;
   for (const PDF_LABEL_RANGE& range : ranges_) {

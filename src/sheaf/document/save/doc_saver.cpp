@@ -10,6 +10,7 @@
 #include "sheaf/document/save/new_file_internal.h"
 #include "sheaf/document/save/section_window_internal.h"
 #include "sheaf/document/save/section_writer_internal.h"
+#include "sheaf/neighbours/page/trailer_values.h"
 #include "sheaf/xref/object_finder.h"
 
 namespace sheaf {
@@ -174,6 +175,7 @@ void DocSaver::save_complete(CPDFXRefTable& target, CPDFEncrypt* enc) {
   CPDFXRefTable& table = doc_.table();
   const bool prepared = prepare_complete(target.id, enc);
   free_members_of_lost_streams(table);
+  table.next_obj_num = table.unnamed_from(table.next_obj_num);  // what the cross-reference stream takes
   table.save_as(target, enc);
   if (!prepared || !watch.all_granted() || table.entries_lost != 0)
     target.write_failed = 1;

@@ -7,25 +7,12 @@
 #include "sheaf/base/number_text.h"
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/document/save/identifier_internal.h"
+#include "sheaf/neighbours/page/trailer_values.h"
 #include "sheaf/neighbours/security/encrypter.h"
 #include "sheaf/object/parse_buf.h"
 #include "sheaf/xref/object_finder.h"
 
 namespace sheaf {
-
-// A catalogue or document information that is directly in a trailer becomes an object, as it has to
-// be. False when there is no memory.
-bool give_trailer_values_numbers(CPDFXRefTable& table) {
-  for (CPDFObj* value : {&table.root, &table.info}) {
-    if (value->as_dict() == nullptr)
-      continue;
-    const PDF_REF ref{table.alloc_obj_num(), 0};
-    if (!table.store_object(ref, *value))
-      return false;
-    value->set_ref(ref);
-  }
-  return true;
-}
 
 bool begins_at_its_place(const CPDFXRefTable& table, std::uint32_t num) {
   table.stream->SetPos(CQVStream::STR_SEEK_SET, table.xref_items[num].offset);
@@ -58,6 +45,7 @@ bool SectionWriter::write(PDF_SAVE_FORM form, PDF_SIGN_DATA* sign) {
     return false;
   table_.write_failed = 0;
   table_.drain_pending();
+  table_.next_obj_num = table_.unnamed_from(table_.next_obj_num);
   const std::uint32_t section_num = table_.next_obj_num;  // the number that a cross-reference stream takes
   const int done = classic ? table_.save_14(enc, sign) : table_.save(enc, sign);
   if (done == 0 || !watch.all_granted() || table_.entries_lost != 0)

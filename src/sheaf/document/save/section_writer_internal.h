@@ -26,10 +26,6 @@ private:
   CPDFXRefTable& table_;
 };
 
-/// Makes an object of a catalogue or document information that is directly in a trailer, as it has
-/// to be. False when there is no memory.
-bool give_trailer_values_numbers(CPDFXRefTable& table);
-
 /// Whether the object's number is where its entry says.
 bool begins_at_its_place(const CPDFXRefTable& table, std::uint32_t num);
 

@@ -43,12 +43,22 @@ struct TextFormat {
 };
 
 /// A glyph of a line. Its code is shown in the writing mode of the setter.
+/// The mark of direction (U+200E, U+200F) that readers which sort glyphs by place need beside one to find the order of
+/// reading. It is said by an ActualText, so that other readers get the text alone.
+enum class TextMark : std::uint8_t {
+  kNone,
+  kLeftToRightBehind,  ///< To the right of the glyph.
+  kRightToLeftBefore,  ///< To its left.
+  kRightToLeftAround,
+};
+
 struct TextGlyph {
   std::int16_t font;   ///< For TextSetter::font_name and font_ref.
   std::uint16_t code;  ///< Two bytes, high byte first.
   float x;             ///< Points from the line's beginning to the glyph's origin, to the right (or downwards).
   float y;             ///< Points above the line (or to the right of the column's axis).
   float advance;       ///< Points by which showing the code moves on.
+  TextMark mark = TextMark::kNone;
 };
 
 struct TextLine {

@@ -189,6 +189,7 @@ bool CPDFDocWriter::write_linearized(CQVStream& out, CPDFEncrypt* enc, const PDF
                        (preserves_streams(options) && has_compressed(doc_.table()));
   if (!prepare_linearized(doc_) || !survey.run(true) || !join_equals(survey, options) || !order.make(streams))
     return false;
+  survey.forget_references();
   result_.hints_are_cut = order.is_cut();
   CQVStreamFile body_stream;
   body_stream.file = open_unnamed_file(nullptr);

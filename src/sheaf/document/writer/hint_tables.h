@@ -11,22 +11,18 @@ namespace sheaf {
 /// What the tables say of places. Offsets count as if the hint stream were not there.
 class UnitPlaces {
 public:
-  /// `lengths`, borrowed, are those of the units, by index; `starts` their offsets.
-  UnitPlaces(const GrowArray<std::uint32_t>& starts, const GrowArray<std::uint32_t>& lengths)
-      : starts_(starts), lengths_(lengths) {}
+  /// `starts`, borrowed, say where each unit begins behind `base`, and the last where all end.
+  UnitPlaces(const GrowArray<std::uint32_t>& starts, std::uint32_t base) : starts_(starts), base_(base) {}
 
-  std::uint32_t start(std::size_t unit) const { return unit < starts_.size() ? starts_[unit] : 0; }
-  std::uint32_t length(std::size_t unit) const { return lengths_[unit]; }
+  std::uint32_t start(std::size_t unit) const { return base_ + starts_[unit]; }
+  std::uint32_t length(std::size_t unit) const { return starts_[unit + 1] - starts_[unit]; }
   std::uint32_t length(LinearPlan::Part part) const {
-    std::uint32_t sum = 0;
-    for (std::size_t i = part.first; i < part.first + part.count; ++i)
-      sum += lengths_[i];
-    return sum;
+    return part.count != 0 ? starts_[part.first + part.count] - starts_[part.first] : 0;
   }
 
 private:
   const GrowArray<std::uint32_t>& starts_;
-  const GrowArray<std::uint32_t>& lengths_;
+  std::uint32_t base_;
 };
 
 /// The three tables, one behind the other.

@@ -10,15 +10,15 @@ namespace sheaf {
 
 namespace {
 
-constexpr std::int32_t kNone = -1;
-constexpr std::int32_t kMany = -2;
 // An object stream of fewer members takes more than it saves.
 constexpr std::size_t kLeastMembers = 3;
 // Walks take this many steps for each object and reference of the document, and the lists this many entries, before
 // they give way: a document in which every page uses nearly everything would take quadratic time.
 constexpr std::int64_t kStepsPerObject = 64;
 constexpr std::int64_t kLeastSteps = 1 << 24;
-constexpr std::size_t kMostShared = 1 << 24;
+constexpr std::size_t kMostShared = 1 << 22;
+// As many as the indices of uses can say.
+constexpr std::int32_t kMostPages = (1 << 23) - 1;
 
 }  // namespace
 
@@ -26,7 +26,7 @@ LinearPlan::LinearPlan(CPDFDoc& doc, const ObjectSurvey& survey, WritePlan& plan
     : doc_(doc), table_(doc.table()), survey_(survey), plan_(plan) {}
 
 bool LinearPlan::is_page(std::int32_t num) const {
-  return survey_.kind(num) == ObjectSurvey::kPage || page_index_.get(num) != 0;
+  return survey_.kind(num) == ObjectSurvey::kPage || pages_met_.has(num);
 }
 
 // The references of a value wait for the walk. False when there is no memory.
@@ -51,14 +51,13 @@ bool LinearPlan::walk(const Mark& mark) {
       continue;
     turns_[static_cast<std::size_t>(num)] = turn_;
     mark(num);
-    std::int32_t count = 0;
-    const std::int32_t* const references = survey_.references_of(num, count);
-    steps_left_ -= count + 1;
-    for (std::int32_t i = 0; i < count; ++i) {
-      if (!waiting_.push(references[i]))
-        return false;
-    }
-    if (steps_left_ < 0)
+    bool all_wait = true;
+    --steps_left_;
+    survey_.each_reference(num, [&](std::int32_t to) {
+      --steps_left_;
+      all_wait = all_wait && waiting_.push(to);
+    });
+    if (!all_wait || steps_left_ < 0)
       return false;
   }
   return true;
@@ -79,9 +78,9 @@ bool LinearPlan::use_by_page(std::int32_t index, const PDF_REF& page) {
   const bool done = walk([&](std::int32_t num) {
     Use& found = use(num);
     if (index == 0)
-      found.flags |= kFirstPage;
+      found.add(kFirstPage);
     else
-      found.page = found.page == kNone || found.page == index ? index : kMany;
+      found.set_page(found.page() == kNone || found.page() == index ? index : kMany);
   });
   const CPDFObj* const thumb = dict->get_item("Thumb");
   if (!done || thumb == nullptr)
@@ -89,7 +88,7 @@ bool LinearPlan::use_by_page(std::int32_t index, const PDF_REF& page) {
   // In the same turn: what the page uses as well is the page's.
   return enter(*thumb) && walk([&](std::int32_t num) {
            Use& found = use(num);
-           found.flags |= (found.flags & kThumb) != 0 ? kThumbs : kThumb;
+           found.add((found.flags() & kThumb) != 0 ? kThumbs : kThumb);
          });
 }
 
@@ -108,7 +107,7 @@ void LinearPlan::use_by_document() {
     waiting_.clear();
     ++turn_;
     if (enter(from))
-      walk([this, flags](std::int32_t num) { use(num).flags |= flags; });
+      walk([this, flags](std::int32_t num) { use(num).add(flags); });
   };
   for (std::int32_t i = 0; dict != nullptr && i < dict->count; ++i) {
     const char* const key = dict->items[i]->key();
@@ -122,7 +121,7 @@ void LinearPlan::use_by_document() {
   spread(table_.info, kOther);
   const std::int32_t root = survey_.standing_for(table_.root.as_ref().num);
   if (root != 0)
-    use(root).flags |= kRoot;
+    use(root).add(kRoot);
   const Freed<CPDFObj> mode = table_.value(dict, "PageMode");
   outlines_first_ = mode.is_name("UseOutlines");
 }
@@ -130,10 +129,9 @@ void LinearPlan::use_by_document() {
 // Whatever is not known to belong elsewhere is shared by the pages.
 void LinearPlan::share_everything() {
   for (const std::int32_t num : survey_.objects()) {
-    if (!is_page(num) && use(num).page != kNone)
-      use(num).page = kMany;
-    else if (!is_page(num) && (use(num).flags & (kTree | kThumb)) == 0)
-      use(num).page = kMany;
+    Use& found = use(num);
+    if (!is_page(num) && (found.page() != kNone || (found.flags() & (kTree | kThumb)) == 0))
+      found.set_page(kMany);
   }
   is_cut_ = true;
 }
@@ -142,21 +140,23 @@ bool LinearPlan::find_uses() {
   std::int32_t last = 0;
   std::int64_t size = 0;
   for (const std::int32_t num : survey_.objects()) {
-    std::int32_t count = 0;
-    survey_.references_of(num, count);
-    size += 1 + count;
+    size += 1 + survey_.reference_count(num);
     last = std::max(last, num);
   }
   if (!uses_.resize(static_cast<std::size_t>(last) + 1) || !turns_.resize(uses_.size()) ||
       !pages_.resize(static_cast<std::size_t>(doc_.page_count())))
     return false;
   for (Use& found : uses_)
-    found.page = kNone;
+    found.set_page(kNone);
   for (std::int32_t i = 0; i < page_count(); ++i) {
     const std::int32_t num = doc_.page_ref(i).num;
-    if (num < 1 || num > last || !page_index_.set(num, i + 1))
+    if (num < 1 || num > last)
       return false;
-    use(num) = {i == 0 ? kNone : i, i == 0 ? std::uint32_t{kFirstPage} : 0};
+    pages_met_.visit(num);
+    if (i == 0)
+      use(num).add(kFirstPage);
+    else
+      use(num).set_page(i);
   }
   steps_left_ = std::max(kLeastSteps, size * kStepsPerObject);
   const bool in_time = use_by_pages();
@@ -168,7 +168,7 @@ bool LinearPlan::find_uses() {
 
 LinearPlan::Rank LinearPlan::rank(std::int32_t num) const {
   const Use& found = use(num);
-  const std::uint32_t flags = found.flags;
+  const std::uint32_t flags = found.flags();
   const auto has = [flags](std::uint32_t wanted) { return (flags & wanted) != 0; };
   if (has(kRoot))
     return kRankRoot;
@@ -177,10 +177,10 @@ LinearPlan::Rank LinearPlan::rank(std::int32_t num) const {
   if (has(kOpening))
     return kRankOpening;
   if (has(kFirstPage))
-    return has(kOther | kThumb) || found.page != kNone ? kRankFirstShared : kRankFirstPage;
-  if (found.page >= 0 && !has(kOther | kThumb))
+    return has(kOther | kThumb) || found.page() != kNone ? kRankFirstShared : kRankFirstPage;
+  if (found.page() >= 0 && !has(kOther | kThumb))
     return kRankPage;
-  if (found.page == kMany)
+  if (found.page() == kMany)
     return kRankShared;
   if (has(kThumbs))
     return kRankThumbs;
@@ -190,7 +190,7 @@ LinearPlan::Rank LinearPlan::rank(std::int32_t num) const {
 }
 
 std::int32_t LinearPlan::page_of(std::int32_t num) const {
-  return rank(num) == kRankPage ? use(num).page : 0;
+  return rank(num) == kRankPage ? use(num).page() : 0;
 }
 
 // The order of the file: the page in front of what it uses, the outline dictionary in front of the outlines.
@@ -203,13 +203,13 @@ bool LinearPlan::in_front(std::int32_t a, std::int32_t b) const {
   const std::int32_t right_page = page_of(b);
   if (left_page != right_page)
     return left_page < right_page;
-  const bool left_first = page_index_.get(a) != 0 || a == outlines_num_;
-  const bool right_first = page_index_.get(b) != 0 || b == outlines_num_;
+  const bool left_first = pages_met_.has(a) || a == outlines_num_;
+  const bool right_first = pages_met_.has(b) || b == outlines_num_;
   return left_first != right_first ? left_first : a < b;
 }
 
 bool LinearPlan::may_be_member(std::int32_t num) const {
-  return survey_.kind(num) == ObjectSurvey::kValue && page_index_.get(num) == 0 && num != outlines_num_ &&
+  return survey_.kind(num) == ObjectSurvey::kValue && !pages_met_.has(num) && num != outlines_num_ &&
          rank(num) != kRankRoot;
 }
 
@@ -217,7 +217,7 @@ bool LinearPlan::may_be_member(std::int32_t num) const {
 bool LinearPlan::add_unit(std::size_t first, std::size_t end) {
   if (end - first < kLeastMembers) {
     for (std::size_t i = first; i < end; ++i) {
-      if (!units_.push({i, 1, 0, false}))
+      if (!units_.push({static_cast<std::uint32_t>(i), 1}))
         return false;
     }
     return true;
@@ -225,13 +225,13 @@ bool LinearPlan::add_unit(std::size_t first, std::size_t end) {
   Use all = use(sorted_[first]);
   for (std::size_t i = first; i < end; ++i) {
     const Use& other = use(sorted_[i]);
-    all.flags |= other.flags;
-    if (other.page != kNone)
-      all.page = all.page == kNone || all.page == other.page ? other.page : kMany;
+    all.add(other.flags());
+    if (other.page() != kNone)
+      all.set_page(all.page() == kNone || all.page() == other.page() ? other.page() : kMany);
   }
   for (std::size_t i = first; i < end; ++i)
     use(sorted_[i]) = all;
-  return units_.push({first, static_cast<std::int32_t>(end - first), 0, true});
+  return units_.push({static_cast<std::uint32_t>(first), static_cast<std::int32_t>(end - first)});
 }
 
 bool LinearPlan::make_units(bool object_streams) {
@@ -252,7 +252,7 @@ bool LinearPlan::make_units(bool object_streams) {
                                              [&](std::int32_t num) { return !object_streams || !may_be_member(num); });
     const auto first_member = static_cast<std::size_t>(alone - sorted_.begin());
     for (std::size_t i = at; i < first_member; ++i) {
-      if (!units_.push({i, 1, 0, false}))
+      if (!units_.push({static_cast<std::uint32_t>(i), 1}))
         return false;
     }
     for (std::size_t i = first_member; i < end; i += static_cast<std::size_t>(WritePlan::kMembers)) {
@@ -273,8 +273,8 @@ bool LinearPlan::place_units() {
       return rank(left) < rank(right);
     if (page_of(left) != page_of(right))
       return page_of(left) < page_of(right);
-    const bool left_first = page_index_.get(left) != 0 || left == outlines_num_;
-    const bool right_first = page_index_.get(right) != 0 || right == outlines_num_;
+    const bool left_first = pages_met_.has(left) || left == outlines_num_;
+    const bool right_first = pages_met_.has(right) || right == outlines_num_;
     return left_first != right_first ? left_first : a.first < b.first;
   });
   const auto extend = [](Part& part, std::size_t unit) {
@@ -294,51 +294,56 @@ bool LinearPlan::place_units() {
       extend(shared_, i);
     if (kind == kRankFirstOutlines || kind == kRankOutlines)
       extend(outlines_, i);
+    const auto placed = static_cast<std::uint32_t>(plan_.order().size());
     for (std::int32_t k = 0; k < units_[i].count; ++k) {
       const std::int32_t member = sorted_[units_[i].first + static_cast<std::size_t>(k)];
-      if (!plan_.append(member, units_[i].is_stream, k == 0))
+      if (!plan_.append(member, units_[i].is_stream(), k == 0))
         return false;
     }
+    units_[i].first = placed;
   }
+  sorted_.reset();
   if (!pages_.empty())
     pages_[0].part = first_page_;
   return true;
 }
 
-bool LinearPlan::number_units() {
-  const std::size_t first_half_end = first_page_.first + first_page_.count;
-  bool streams = false;
-  for (const Unit& unit : units_)
-    streams = streams || unit.is_stream;
-  std::int32_t next = 1;
-  const auto number_members = [&](const Unit& unit) {
+// Units are numbered in their order, those of parts 7 to 9 first.
+std::int32_t LinearPlan::unit_number(std::size_t unit) const {
+  const auto at = static_cast<std::int32_t>(unit);
+  const auto in_document = static_cast<std::int32_t>(document_.count);
+  const auto first_half = in_document + static_cast<std::int32_t>(first_page_.count);
+  if (at >= first_half)
+    return 1 + at - first_half;
+  return at < in_document ? numbers_.hints - in_document + at : numbers_.hints + 1 + at - in_document;
+}
+
+// The numbers of all objects, those in object streams from `next` on.
+bool LinearPlan::number_objects(std::size_t first, std::size_t end, std::int32_t& next) {
+  for (std::size_t i = first; i < end; ++i) {
+    const Unit& unit = units_[i];
     for (std::int32_t k = 0; k < unit.count; ++k) {
-      const std::int32_t num = sorted_[unit.first + static_cast<std::size_t>(k)];
-      if (!plan_.set_number(num, unit.is_stream ? next++ : unit.number))
+      const std::int32_t num = plan_.order()[unit.first + static_cast<std::size_t>(k)];
+      if (!plan_.set_number(num, unit.is_stream() ? next++ : unit_number(i)))
         return false;
     }
-    return true;
-  };
-  const auto number_all = [&](std::size_t first, std::size_t end, bool members) {
-    for (std::size_t i = first; i < end; ++i) {
-      if (!members)
-        units_[i].number = next++;
-      else if (!number_members(units_[i]))
-        return false;
-    }
-    return true;
-  };
-  number_all(first_half_end, units_.size(), false);
+  }
+  return true;
+}
+
+bool LinearPlan::number_units() {
+  const std::size_t first_half = document_.count + first_page_.count;
+  const bool streams = std::any_of(units_.begin(), units_.end(), [](const Unit& unit) { return unit.is_stream(); });
+  std::int32_t next = 1 + static_cast<std::int32_t>(units_.size() - first_half);
   numbers_.main_section = streams ? next++ : 0;
-  if (!number_all(first_half_end, units_.size(), true))
+  if (!number_objects(first_half, units_.size(), next))
     return false;
   numbers_.second_half_end = next;
   numbers_.parameters = next++;
   numbers_.first_section = streams ? next++ : 0;
-  number_all(document_.first, document_.first + document_.count, false);
-  numbers_.hints = next++;
-  number_all(first_page_.first, first_half_end, false);
-  if (!number_all(0, first_half_end, true))
+  numbers_.hints = next + static_cast<std::int32_t>(document_.count);
+  next = numbers_.hints + 1 + static_cast<std::int32_t>(first_page_.count);
+  if (!number_objects(0, first_half, next))
     return false;
   numbers_.end = next;
   plan_.set_next_number(next);
@@ -347,24 +352,24 @@ bool LinearPlan::number_units() {
 
 // For each page but the first: the units of parts 6 and 8 that it uses.
 bool LinearPlan::list_shared() {
-  NumberMap index_of;  // by number of an object: the index of its unit plus one
   std::int32_t index = 0;
   GrowArray<std::int32_t> listed_for;  // by index: the last page that lists it
+  for (Use& found : uses_)
+    found.set_page(0);  // from here on the index of its unit plus one
   for (const Part part : {first_page_, shared_}) {
     for (std::size_t i = part.first; i < part.first + part.count; ++i) {
       ++index;
-      for (std::int32_t k = 0; k < units_[i].count; ++k) {
-        if (!index_of.set(sorted_[units_[i].first + static_cast<std::size_t>(k)], index))
-          return false;
-      }
+      for (std::int32_t k = 0; k < units_[i].count; ++k)
+        use(plan_.order()[units_[i].first + static_cast<std::size_t>(k)]).set_page(index);
     }
   }
   if (!listed_for.resize(static_cast<std::size_t>(index) + 1))
     return false;
+  is_cut_ = is_cut_ || index > kMostPages;
   steps_left_ = INT64_MAX;
   for (std::int32_t i = 1; i < page_count() && !is_cut_; ++i) {
     Page& page = pages_[static_cast<std::size_t>(i)];
-    page.shared_first = shared_units_.size();
+    page.shared_first = static_cast<std::uint32_t>(shared_units_.size());
     const Freed<CPDFObj> value = table_.object(doc_.reference_to(doc_.page_ref(i).num));
     const CPDFDictionary* const dict = value.as_dict();
     waiting_.clear();
@@ -376,7 +381,7 @@ bool LinearPlan::list_shared() {
     }
     bool good = true;
     good = walk([&](std::int32_t num) {
-             const std::int32_t at = index_of.get(num);
+             const std::int32_t at = use(num).page();
              if (at == 0 || listed_for[static_cast<std::size_t>(at)] == i)
                return;
              listed_for[static_cast<std::size_t>(at)] = i;
@@ -398,7 +403,13 @@ const std::int32_t* LinearPlan::shared_of(std::int32_t index, std::int32_t& coun
 }
 
 bool LinearPlan::make(bool object_streams) {
-  return find_uses() && make_units(object_streams) && place_units() && number_units() && list_shared();
+  if (doc_.page_count() > kMostPages)
+    return false;
+  const bool good = find_uses() && make_units(object_streams) && place_units() && number_units() && list_shared();
+  uses_.reset();
+  turns_.reset();
+  waiting_.reset();
+  return good;
 }
 
 }  // namespace sheaf

@@ -13,7 +13,7 @@
 #include <cstdint>
 
 #include "sheaf/base/grow_array.h"
-#include "sheaf/base/number_map.h"
+#include "sheaf/base/visited_set.h"
 #include "sheaf/document/doc.h"
 #include "sheaf/document/writer/object_survey.h"
 #include "sheaf/document/writer/write_plan.h"
@@ -46,10 +46,8 @@ public:
 
   const Numbers& numbers() const { return numbers_; }
   std::size_t unit_count() const { return units_.size(); }
-  std::int32_t unit_number(std::size_t unit) const { return units_[unit].number; }
-  /// Where the objects of a unit are in the plan's order.
-  std::size_t first_of(std::size_t unit) const { return units_[unit].first; }
-  std::int32_t members_of(std::size_t unit) const { return units_[unit].is_stream ? units_[unit].count : 0; }
+  std::int32_t unit_number(std::size_t unit) const;
+  std::int32_t members_of(std::size_t unit) const { return units_[unit].is_stream() ? units_[unit].count : 0; }
   Part document_part() const { return document_; }
   Part first_page_part() const { return first_page_; }
   Part shared_part() const { return shared_; }
@@ -64,19 +62,31 @@ public:
   bool is_cut() const { return is_cut_; }
 
 private:
-  struct Use {
-    std::int32_t page;  // the only page but the first that uses it; kNone, or kMany
-    std::uint32_t flags;
+  static constexpr std::int32_t kNone = -1;
+  static constexpr std::int32_t kMany = -2;
+  static constexpr unsigned kFlagBits = 8;
+
+  // One of these for each object, and documents have a million.
+  class Use {
+  public:
+    /// The only page but the first that uses it; kNone, or kMany.
+    std::int32_t page() const { return static_cast<std::int32_t>(bits_ >> kFlagBits) + kMany; }
+    void set_page(std::int32_t page) { bits_ = static_cast<std::uint32_t>(page - kMany) << kFlagBits | flags(); }
+    std::uint32_t flags() const { return bits_ & ((1u << kFlagBits) - 1); }
+    void add(std::uint32_t flags) { bits_ |= flags; }
+
+  private:
+    std::uint32_t bits_;
   };
   struct Unit {
-    std::size_t first;
+    std::uint32_t first;  // in the sorted objects, then in the plan's order
     std::int32_t count;
-    std::int32_t number;
-    bool is_stream;
+
+    bool is_stream() const { return count > 1; }
   };
   struct Page {
     Part part;
-    std::size_t shared_first;
+    std::uint32_t shared_first;
     std::int32_t shared_count;
   };
   enum Flag : std::uint32_t {
@@ -121,6 +131,7 @@ private:
   bool add_unit(std::size_t first, std::size_t end);
   bool place_units();
   bool number_units();
+  bool number_objects(std::size_t first, std::size_t end, std::int32_t& next);
   bool list_shared();
   Use& use(std::int32_t num) { return uses_[static_cast<std::size_t>(num)]; }
   const Use& use(std::int32_t num) const { return uses_[static_cast<std::size_t>(num)]; }
@@ -134,7 +145,7 @@ private:
   std::int32_t turn_ = 0;
   GrowArray<std::int32_t> waiting_;
   std::int64_t steps_left_ = 0;
-  NumberMap page_index_;  // by number: the index plus one
+  VisitedSet pages_met_;  // numbers of the objects that are listed as pages
   GrowArray<std::int32_t> sorted_;
   GrowArray<Unit> units_;
   GrowArray<Page> pages_;

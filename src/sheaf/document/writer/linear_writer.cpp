@@ -50,21 +50,16 @@ bool LinearWriter::put_body(ObjectWriter& writer) {
     for (std::int32_t i = 0; i < members; ++i)
       writer.write_member(objects_.order()[at++], i == 0 ? plan_.unit_number(unit) : 0);
     writer.end_stream();
-    if (!starts_.push(start) || !lengths_.push(body_.position() - start))
+    if (!starts_.push(start))
       return false;
   }
   body_size_ = body_.position();
-  return body_.finish();
+  return starts_.push(body_size_) && body_.finish();
 }
 
 bool LinearWriter::make_hints() {
-  GrowArray<std::uint32_t> starts;
-  for (const std::uint32_t start : starts_) {
-    if (!starts.push(body_start_ + start))
-      return false;
-  }
   HintTables tables;
-  tables.make(plan_, UnitPlaces(starts, lengths_));
+  tables.make(plan_, UnitPlaces(starts_, body_start_));
   std::size_t size = 0;
   const HeapBlock<unsigned char> packed(deflate_block(tables.data.data, tables.data.len, kHintLevel, size));
   if (!packed)
@@ -78,20 +73,29 @@ bool LinearWriter::make_hints() {
   return print_stream(hints_, dict, packed.get(), size, plan_.numbers().hints, body_.encrypt());
 }
 
-// With a first section of this size: where everything is, and the entries of the first half.
+// With a first section of this size: where everything is. The entries come from the temporary file, or from an
+// earlier attempt.
 void LinearWriter::place(std::uint32_t first_section_size) {
+  const std::uint32_t old_start = body_start_;
   body_start_ = kHeaderSize + kParametersSize + first_section_size;
   main_start_ = body_start_ + hints_.len + body_size_;
   const LinearPlan::Numbers& numbers = plan_.numbers();
+  for (const std::int32_t num : {numbers.parameters, numbers.first_section, numbers.hints, numbers.main_section})
+    body_.set_entry(num, {0, TargetEntry::kFree});
   for (std::int32_t num = 0; num < numbers.end; ++num) {
     TargetEntry entry = body_.entry(num);
-    if (entry.index == TargetEntry::kInFile)
-      entry.place += body_start_ + (entry.place >= document_size_ ? hints_.len : 0);
-    entries_[static_cast<std::size_t>(num)] = entry;
+    if (entry.index != TargetEntry::kInFile)
+      continue;
+    entry.place -= old_start;
+    if (entry.place >= document_size_)
+      entry.place += hints_.len - placed_hints_;
+    entry.place += body_start_;
+    body_.set_entry(num, entry);
   }
+  placed_hints_ = hints_.len;
   const auto set = [this](std::int32_t num, std::uint32_t where) {
     if (num != 0)
-      entries_[static_cast<std::size_t>(num)] = {where, TargetEntry::kInFile};
+      body_.set_entry(num, {where, TargetEntry::kInFile});
   };
   set(numbers.parameters, kHeaderSize);
   set(numbers.first_section, kHeaderSize + kParametersSize);
@@ -107,7 +111,8 @@ bool LinearWriter::make_first_section(const CPDFDictionary& trailer) {
   dict.set_item_int("Prev", static_cast<int>(main_start_));
   empty(first_section_);
   BlockWriter out(&first_section_);
-  const TargetSection section(entries_.begin(), static_cast<std::size_t>(numbers.second_half_end), entries_.size());
+  const TargetSection section(&body_.entry(0), static_cast<std::size_t>(numbers.second_half_end),
+                              static_cast<std::size_t>(numbers.end));
   bool good = true;
   if (numbers.first_section != 0) {
     good = section.print_stream(out, dict, numbers.first_section);
@@ -123,7 +128,7 @@ bool LinearWriter::make_first_section(const CPDFDictionary& trailer) {
 void LinearWriter::put_parameters(BlockWriter& out, std::uint32_t main_entries) {
   const std::size_t first_page = plan_.first_page_part().first;
   const std::size_t behind = first_page + plan_.first_page_part().count;
-  const std::uint32_t end = behind < starts_.size() ? starts_[behind] : body_size_;
+  const std::uint32_t end = starts_[behind];
   char text[kParametersSize];
   const int len =
       std::snprintf(text, sizeof(text), "%d 0 obj\n<</Linearized 1/L %lld/H[%u %u]/O %d/E %u/N %d/T %u>>\nendobj\n",
@@ -149,8 +154,6 @@ bool LinearWriter::copy(BlockWriter& out, std::uint32_t from, std::uint32_t to) 
 }
 
 bool LinearWriter::put_file(CQVStream& stream, const char* version, const CPDFDictionary& trailer) {
-  if (!entries_.resize(static_cast<std::size_t>(plan_.numbers().end)))
-    return false;
   std::uint32_t room = 0;
   bool fits = false;
   for (int i = 0; i < kMostTries && !fits; ++i) {
@@ -181,7 +184,7 @@ bool LinearWriter::put_file(CQVStream& stream, const char* version, const CPDFDi
   if (!copy(out, document_size_, body_size_))
     return false;
   const LinearPlan::Numbers& numbers = plan_.numbers();
-  const TargetSection section(entries_.begin(), 0, static_cast<std::size_t>(numbers.second_half_end));
+  const TargetSection section(&body_.entry(0), 0, static_cast<std::size_t>(numbers.second_half_end));
   Cleared<CPDFDictionary> dict;
   dict.copy_from(&trailer);
   dict.set_item_int("Size", numbers.second_half_end);

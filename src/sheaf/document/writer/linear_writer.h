@@ -35,14 +35,13 @@ private:
   const WritePlan& objects_;
   TargetFile& body_;
   CQVStream& body_stream_;
-  GrowArray<std::uint32_t> starts_;   // by unit, in the temporary file, then in the new one without the hints
-  GrowArray<std::uint32_t> lengths_;  // by unit
-  CQVStreamMem hints_;                // the hint stream as it is printed
+  GrowArray<std::uint32_t> starts_;  // by unit, in the temporary file, and behind them where all end
+  CQVStreamMem hints_;               // the hint stream as it is printed
   CQVStreamMem first_section_;
-  GrowArray<TargetEntry> entries_;  // with their places in the new file
   std::uint32_t body_size_ = 0;
   std::uint32_t document_size_ = 0;  // of part 4
   std::uint32_t body_start_ = 0;     // where part 4 begins in the new file
+  std::uint32_t placed_hints_ = 0;   // the size of the hints that places count with
   std::uint32_t main_start_ = 0;     // where the main section does
 };
 

@@ -68,10 +68,22 @@ bool ObjectSurvey::collect(std::int32_t num, const CPDFObj& value) {
   if (at >= first_edge_.size() && !first_edge_.resize(std::max<std::size_t>(at + 1, table_.xref_count)))
     return false;
   first_edge_[at] = static_cast<std::uint32_t>(edges_.size());
-  bool kept = edges_.push(static_cast<std::int32_t>(found_.size()));
-  for (const std::int32_t to : found_)
-    kept = kept && edges_.push(to);
+  bool kept = push_edge(static_cast<std::uint32_t>(found_.size()));
+  std::int32_t last = num;
+  for (const std::int32_t to : found_) {
+    const auto step = static_cast<std::uint32_t>(to) - static_cast<std::uint32_t>(last);
+    kept = kept && push_edge(step << 1 ^ (0u - (step >> 31)));
+    last = to;
+  }
   return kept;
+}
+
+bool ObjectSurvey::push_edge(std::uint32_t value) {
+  for (; value > kEdgeMask; value >>= kEdgeBits) {
+    if (!edges_.push(static_cast<std::uint8_t>(value | (kEdgeMask + 1))))
+      return false;
+  }
+  return edges_.push(static_cast<std::uint8_t>(value));
 }
 
 bool ObjectSurvey::visit(std::int32_t num) {
@@ -150,13 +162,6 @@ void ObjectSurvey::forget_replaced() {
   }
   while (objects_.size() > kept)
     objects_.pop();
-}
-
-const std::int32_t* ObjectSurvey::references_of(std::int32_t num, std::int32_t& count) const {
-  const auto at = static_cast<std::size_t>(num);
-  const std::uint32_t first = at < first_edge_.size() ? first_edge_[at] : 0;
-  count = first != 0 ? edges_[first] : 0;
-  return first != 0 ? &edges_[first] + 1 : nullptr;
 }
 
 }  // namespace sheaf

@@ -45,8 +45,27 @@ public:
   /// Takes those that were replaced off the list.
   void forget_replaced();
 
-  /// A list of the objects that `num` refers to, with their count.
-  const std::int32_t* references_of(std::int32_t num, std::int32_t& count) const;
+  /// How many references `num` holds.
+  std::int32_t reference_count(std::int32_t num) const {
+    std::size_t at = 0;
+    return find_edges(num, at) ? static_cast<std::int32_t>(next_edge(at)) : 0;
+  }
+  /// Calls `each` with the number that each of them has.
+  template <class Each>
+  void each_reference(std::int32_t num, const Each& each) const {
+    std::size_t at = 0;
+    std::uint32_t count = find_edges(num, at) ? next_edge(at) : 0;
+    for (std::int32_t last = num; count > 0; --count) {
+      const std::uint32_t step = next_edge(at);
+      last += static_cast<std::int32_t>(step >> 1) ^ -static_cast<std::int32_t>(step & 1);
+      each(last);
+    }
+  }
+  /// Gives back the memory of the references.
+  void forget_references() {
+    edges_.reset();
+    first_edge_.reset();
+  }
 
 private:
   bool enter(std::int32_t num);
@@ -54,6 +73,21 @@ private:
   Kind kind_of(std::int32_t num, const CPDFObj& value);
   bool collect(std::int32_t num, const CPDFObj& value);
   void sort_by_place(GrowArray<std::int32_t>& numbers);
+  bool push_edge(std::uint32_t value);
+  bool find_edges(std::int32_t num, std::size_t& at) const {
+    const auto index = static_cast<std::size_t>(num);
+    at = index < first_edge_.size() ? first_edge_[index] : 0;
+    return at != 0;
+  }
+  std::uint32_t next_edge(std::size_t& at) const {
+    std::uint32_t value = 0;
+    for (unsigned shift = 0;; shift += kEdgeBits) {
+      const std::uint8_t byte = edges_[at++];
+      value |= (byte & kEdgeMask) << shift;
+      if (byte <= kEdgeMask)
+        return value;
+    }
+  }
 
   CPDFDoc& doc_;
   CPDFXRefTable& table_;
@@ -63,8 +97,13 @@ private:
   GrowArray<std::int32_t> waiting_;
   ReferenceList found_;
   bool keeps_references_ = false;
-  GrowArray<std::int32_t> edges_;
-  GrowArray<std::uint32_t> first_edge_;  // by number: where its edges begin, a count in front of them; 0 for none
+  // References are kept as what each adds to the one in front of it, the first to the number that refers: the sign in
+  // the lowest bit, seven bits a byte, the lowest first, and all but the last with the highest bit set. Their count
+  // stands in front.
+  static constexpr unsigned kEdgeBits = 7;
+  static constexpr std::uint32_t kEdgeMask = 0x7F;
+  GrowArray<std::uint8_t> edges_;
+  GrowArray<std::uint32_t> first_edge_;  // by number: where its edges begin; 0 for none
 };
 
 }  // namespace sheaf

@@ -268,13 +268,11 @@ void ResourcePruner::keep_shared_with_others() {
   for (const std::int32_t num : survey_.objects()) {
     if (owners_.has(num) || roles_.get(num) == kResources)
       continue;
-    std::int32_t count = 0;
-    const std::int32_t* const references = survey_.references_of(num, count);
-    for (std::int32_t i = 0; i < count; ++i) {
-      const std::int32_t to = survey_.standing_for(references[i]);
+    survey_.each_reference(num, [this](std::int32_t named) {
+      const std::int32_t to = survey_.standing_for(named);
       if (roles_.get(to) != kNoHolder && !owners_.has(to))
         kept_.visit(to);
-    }
+    });
   }
 }
 

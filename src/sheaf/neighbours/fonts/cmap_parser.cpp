@@ -7,6 +7,7 @@
 #include "sheaf/base/chars.h"
 #include "sheaf/base/utf.h"
 #include "sheaf/neighbours/fonts/cmap_tokens.h"
+#include "sheaf/neighbours/fonts/standard_glyphs.h"
 
 namespace sheaf {
 
@@ -75,21 +76,35 @@ bool read_hex(std::string_view text, std::uint32_t& value) {
   return true;
 }
 
-// A character's name, of the forms that say themselves which it is: a single letter, uniXXXX (any
-// number of four digits) and uXXXX to uXXXXXX. Other names give nothing.
-void read_glyph_name(std::string_view name, Units& units) {
+// One part of a character's name: a single character, one of the names that fonts have for letters and signs, uniXXXX
+// (any number of four digits), uXXXX to uXXXXXX. Others give nothing.
+void read_name_part(std::string_view name, Units& units) {
   constexpr std::size_t kUnitDigits = 4;
-  constexpr std::size_t kMostDigits = 6;
+  constexpr std::size_t kMostName = 64;
   std::uint32_t value = 0;
   if (name.size() == 1) {
     units.push(static_cast<unsigned char>(name[0]));
   } else if (name.substr(0, 3) == "uni" && name.size() > 3 && (name.size() - 3) % kUnitDigits == 0) {
     for (std::size_t at = 3; at < name.size() && read_hex(name.substr(at, kUnitDigits), value); at += kUnitDigits)
       units.push(value);
-  } else if (name.substr(0, 1) == "u" && name.size() > kUnitDigits && name.size() <= kMostDigits + 1 &&
-             read_hex(name.substr(1), value) && value <= kLastCharacter) {
-    units.push_character(value);
+  } else if (name.size() < kMostName) {
+    char known[kMostName]{};
+    name.copy(known, name.size());
+    if (const std::uint32_t character = character_of_glyph(known))
+      units.push_character(character);
   }
+}
+
+// What stands behind a full stop says how the glyph looks, and low lines join the parts of a ligature.
+void read_glyph_name(std::string_view name, Units& units) {
+  const std::size_t stop = name.find('.');
+  if (name.size() > 1 && stop != std::string_view::npos)
+    name = name.substr(0, stop);
+  while (name.size() > 1 && name.find('_') != std::string_view::npos) {
+    read_name_part(name.substr(0, name.find('_')), units);
+    name.remove_prefix(name.find('_') + 1);
+  }
+  read_name_part(name, units);
 }
 
 class Parser {

@@ -9,6 +9,7 @@
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/base/visited_set.h"
 #include "sheaf/base/wide_text.h"
+#include "sheaf/neighbours/page/trailer_values.h"
 #include "sheaf/object/array.h"
 #include "sheaf/object/dictionary.h"
 #include "sheaf/xref/xref_table.h"
@@ -221,7 +222,8 @@ CPDFDictionary* CPDFAcroForm::edit_dict() {
     const PDF_NEWOBJ* slot = table_.get_xref2(form_ref_.num, form_ref_.gen);
     return slot != nullptr ? slot->obj.as_dict() : nullptr;
   }
-  CPDFDictionary* const catalog = editable(table_, table_.root.as_ref());
+  CPDFDictionary* const catalog =
+      give_trailer_values_numbers(table_) ? editable(table_, table_.root.as_ref()) : nullptr;
   if (catalog == nullptr)
     return nullptr;
   const CPDFObj* item = catalog->get_item(CPDFDictionary::sm_tag_acro_form);

@@ -15,6 +15,8 @@ using namespace sheaf;
 namespace {
 
 constexpr char kFilterName[] = "StdCF";
+constexpr int kVersionOfLengths = 2;  // the "V" of a dictionary with a "Length" and without crypt filters
+constexpr int kByteBits = 8;
 constexpr int kBlock = static_cast<int>(kAesBlock);
 
 // Bits that are always set, and the two that are always clear (ISO 32000-2, table 22).
@@ -110,6 +112,9 @@ void CPDFStandardEncrypt::continue_with(const CPDFStandardSecHand& hand, const C
   clear_metadata_ = hand.encrypt_metadata == 0;
   encrypt_dict.copy_from(&dict);
   sign_permissions(encrypt_dict);
+  // Without crypt filters "Length" is what readers go by, and it can be missing or false.
+  if (hand.parameters().version == kVersionOfLengths)
+    encrypt_dict.set_item_int(CPDFDictionary::sm_tag_length, hand.parameters().key_bytes * kByteBits);
 }
 
 void CPDFStandardEncrypt::sign_permissions(CPDFDictionary& dict) {

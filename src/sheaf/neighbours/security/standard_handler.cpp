@@ -20,6 +20,9 @@ namespace {
 
 using Method = CPDFStandardSecHand::Method;
 
+constexpr std::int32_t kShortestKey = 5;  // bytes
+constexpr std::int32_t kLongestKey = 16;
+
 std::int32_t int_value(const CPDFDictionary& dict, const char* key, std::int32_t fallback) {
   const CPDFObj* item = dict.get_item(key);
   return item != nullptr && item->is_number() ? item->to_int() : fallback;
@@ -231,7 +234,8 @@ bool CPDFStandardSecHand::read_parameters(const PDF_String* id0, const CPDFDicti
     return refuse(para_.version == 0 && dict.get_item("V") == nullptr ? Outcome::kDamagedDictionary
                                                                       : Outcome::kUnsupported);
   streams_ = strings_ = files_ = Method::kRC4;
-  para_.key_bytes = para_.version == 1 ? 5 : std::min(key_length_bytes(int_value(dict, "Length", 0), 5), 16);
+  para_.key_bytes = para_.version == 1 ? kShortestKey
+                                          : std::min(key_length_bytes(int_value(dict, "Length", 0), kShortestKey), kLongestKey);
   if (para_.version >= 4 && !read_crypt_filters(dict))
     return refuse(Outcome::kUnsupported);
   const bool aes256 = para_.revision >= 5;
@@ -278,16 +282,31 @@ bool CPDFStandardSecHand::try_password(const char* utf8) {
          opened(Outcome::kOpenedAsOwner);
 }
 
+// "Length" can be missing or false. The check of a password in the dictionary shows which length it was made with.
+bool CPDFStandardSecHand::try_key_lengths(const char* utf8) {
+  if (try_password(utf8))
+    return true;
+  const bool has_choice = para_.version == 2 || (para_.version == 4 && streams_ == Method::kRC4);
+  const std::int32_t stated = para_.key_bytes;
+  for (const std::int32_t usual : {kLongestKey, kShortestKey}) {
+    para_.key_bytes = usual;
+    if (has_choice && usual != stated && try_password(utf8))
+      return true;
+  }
+  para_.key_bytes = stated;
+  return false;
+}
+
 int CPDFStandardSecHand::authorize(const PDF_String* id0, const CPDFDictionary* encrypt_dict) {
   outcome_ = Outcome::kDamagedDictionary;
   if (encrypt_dict == nullptr || !read_parameters(id0, *encrypt_dict))
     return 0;
   if (password_ == nullptr) {
     outcome_ = Outcome::kNeedsPassword;
-    return try_password("") ? 1 : 0;
+    return try_key_lengths("") ? 1 : 0;
   }
   outcome_ = Outcome::kWrongPassword;
-  return try_password(password_) || try_password("") ? 1 : 0;
+  return try_key_lengths(password_) || try_key_lengths("") ? 1 : 0;
 }
 
 int CPDFStandardSecHand::get_dec_size(int len) {

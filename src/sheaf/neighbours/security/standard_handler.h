@@ -64,6 +64,7 @@ private:
   bool use_filter(const CPDFDictionary& dict, const char* key, Method& method) const;
   bool has_filter(const char* name) const;
   bool try_password(const char* utf8);
+  bool try_key_lengths(const char* utf8);
   void remember_method(int num, Method method);
   void forget_method(int num);
   Method method_of(int num) const;

@@ -10,6 +10,7 @@
 #include "sheaf/document/doc.h"
 #include "sheaf/document/forms/fill/filler_parts_internal.h"
 #include "sheaf/document/forms/fill/loose_fields_internal.h"
+#include "sheaf/neighbours/page/trailer_values.h"
 #include "sheaf/object/text_utf8.h"
 
 using namespace sheaf;
@@ -317,7 +318,7 @@ bool CPDFFormFiller::drop_rendering_request() {
   if (catalog.as_dict() == nullptr || catalog.as_dict()->get_item("NeedsRendering") == nullptr)
     return true;
   catalog.as_dict()->set_item("NeedsRendering", nullptr);
-  return table.store_object(table.root.as_ref(), catalog);
+  return give_trailer_values_numbers(table) && table.store_object(table.root.as_ref(), catalog);
 }
 
 const char* CPDFFormFiller::reason(PDF_FILL result) {

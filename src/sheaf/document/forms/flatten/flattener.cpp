@@ -18,6 +18,7 @@
 #include "sheaf/document/forms/form_filler.h"
 #include "sheaf/document/pages/page_content.h"
 #include "sheaf/neighbours/page/acro_form.h"
+#include "sheaf/neighbours/page/trailer_values.h"
 
 using namespace sheaf;
 
@@ -340,10 +341,7 @@ bool Flattening::drop_form() {
   dict->set_item(CPDFDictionary::sm_tag_acro_form, nullptr);
   dict->set_item("Perms", nullptr);
   dict->set_item("NeedsRendering", nullptr);
-  if (table.root.tag == kTagRef)
-    return table.store_object(table.root.as_ref(), catalog);
-  table.root.move_from(catalog);
-  return true;
+  return give_trailer_values_numbers(table) && table.store_object(table.root.as_ref(), catalog);
 }
 
 }  // namespace

@@ -6,7 +6,7 @@
 #include <string_view>
 
 #include "sheaf/base/scope_guard.h"
-#include "sheaf/document/forms/type/standard_glyphs_internal.h"
+#include "sheaf/neighbours/fonts/standard_glyphs.h"
 #include "sheaf/object/array.h"
 #include "sheaf/object/dictionary.h"
 #include "sheaf/xref/xref_table.h"

@@ -9,6 +9,7 @@
 
 #include <algorithm>
 
+#include "sheaf/document/text/set/text_paragraph_internal.h"
 #include "sheaf/document/text/set/text_shaper_internal.h"
 #include "sheaf/neighbours/fonts/programs/font_type0.h"
 
@@ -17,6 +18,7 @@ namespace sheaf {
 namespace {
 
 constexpr int kMostParts = GlyphTexts::kMost;
+constexpr std::size_t kMostJoined = 8;  // parts; a run of thousands that are not seen stays one of many clusters
 
 // The characters taken apart where that gives more of them, as long as they are no more than there are glyphs.
 std::uint32_t take_apart(const std::uint32_t* text, std::uint32_t count, std::uint32_t (&parts)[kMostParts]) {
@@ -61,6 +63,11 @@ void TextClusters::place(const hb_glyph_info_t& info, const hb_glyph_position_t&
   parts_.push(part);
 }
 
+// What is not seen belongs to the letter in front of it: by itself it would be a glyph without a place of its own.
+bool TextClusters::joins(const std::uint32_t* text, std::uint32_t next, std::uint32_t cluster) const {
+  return parts_.size() < kMostJoined && is_ignorable(text[is_left_ ? cluster : next]);
+}
+
 bool TextClusters::take(hb_buffer_t* buffer, const std::uint32_t* text, std::uint32_t from, std::uint32_t to,
                         std::int16_t number, GrowArray<ShapedGlyph>& glyphs, double& pen) {
   unsigned count = 0;
@@ -72,11 +79,13 @@ bool TextClusters::take(hb_buffer_t* buffer, const std::uint32_t* text, std::uin
   std::uint32_t behind = to;  // where the text of a cluster ends that runs from right to left
   for (unsigned i = 0; i < count;) {
     const double start = pen;
-    const std::uint32_t cluster = is_tab ? from : infos[i].cluster;
+    std::uint32_t cluster = is_tab ? from : infos[i].cluster;
     parts_.clear();
     along_ = 0;
-    for (; i < count && (is_tab || infos[i].cluster == cluster); ++i)
+    for (; i < count && (is_tab || infos[i].cluster == cluster || joins(text, infos[i].cluster, cluster)); ++i) {
+      cluster = is_left_ && !is_tab ? infos[i].cluster : cluster;
       place(infos[i], positions[i], pen);
+    }
     const std::uint32_t end = is_left_ ? behind : (i < count ? infos[i].cluster : to);
     behind = cluster;
     const std::uint32_t space = ' ';

@@ -37,6 +37,7 @@ private:
     int up;
   };
 
+  bool joins(const std::uint32_t* text, std::uint32_t next, std::uint32_t cluster) const;
   void place(const hb_glyph_info_t& info, const hb_glyph_position_t& position, double& pen);
   bool put_cluster(const std::uint32_t* text, std::uint32_t count, double start, double& end, std::int16_t number,
                    GrowArray<ShapedGlyph>& glyphs);

@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "sheaf/document/fonts/system_fonts.h"
+#include "sheaf/document/text/set/text_marks_internal.h"
 #include "sheaf/document/text/text_setter.h"
 
 namespace sheaf {
@@ -57,6 +58,10 @@ public:
     char digits[24];
     std::snprintf(digits, sizeof(digits), "%ld", vertical_ ? by : -by);
     text(digits);
+  }
+  void end_span() {
+    end_string();
+    text("EMC\n");
   }
   void end_string() {
     if (in_string_)
@@ -120,7 +125,15 @@ bool TextSetter::show(const TextLine& line, double x, double y, GrowArray<char>&
       writer.advance(by);
       pen += static_cast<double>(by) * size_ / kThousand;
     }
+    bool is_open = false;
+    if (glyph.mark != TextMark::kNone) {
+      writer.end_string();
+      if (!open_marked(*system_, glyph, out, is_open))
+        return false;
+    }
     writer.code(glyph.code);
+    if (is_open)
+      writer.end_span();
     pen += glyph.advance;
   }
   writer.end_string();

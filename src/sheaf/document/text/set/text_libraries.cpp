@@ -30,6 +30,7 @@ ShaperCalls find_shaper() {
                    SHEAF_CALL(library, found.font_get_glyph_v_advance, hb_font_get_glyph_v_advance) &&
                    SHEAF_CALL(library, found.font_get_glyph_v_origin, hb_font_get_glyph_v_origin) &&
                    SHEAF_CALL(library, found.font_get_nominal_glyph, hb_font_get_nominal_glyph) &&
+                   SHEAF_CALL(library, found.font_set_var_named_instance, hb_font_set_var_named_instance) &&
                    SHEAF_CALL(library, found.language_from_string, hb_language_from_string) &&
                    SHEAF_CALL(library, found.ot_font_set_funcs, hb_ot_font_set_funcs) &&
                    SHEAF_CALL(library, found.shape, hb_shape) &&

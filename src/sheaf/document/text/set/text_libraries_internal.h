@@ -30,6 +30,7 @@ struct ShaperCalls {
   decltype(&hb_font_get_glyph_v_advance) font_get_glyph_v_advance;
   decltype(&hb_font_get_glyph_v_origin) font_get_glyph_v_origin;
   decltype(&hb_font_get_nominal_glyph) font_get_nominal_glyph;
+  decltype(&hb_font_set_var_named_instance) font_set_var_named_instance;
   decltype(&hb_language_from_string) language_from_string;
   decltype(&hb_ot_font_set_funcs) ot_font_set_funcs;
   decltype(&hb_shape) shape;

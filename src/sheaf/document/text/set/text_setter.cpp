@@ -7,6 +7,7 @@
 #include "sheaf/base/utf.h"
 #include "sheaf/base/wide_text.h"
 #include "sheaf/document/fonts/system_fonts.h"
+#include "sheaf/document/text/set/text_marks_internal.h"
 #include "sheaf/document/text/set/text_paragraph_internal.h"
 #include "sheaf/document/text/set/text_shaper_internal.h"
 #include "sheaf/neighbours/fonts/programs/font_type0.h"
@@ -66,6 +67,7 @@ private:
   bool finish_line(std::size_t count, bool ends);
   void place_items(std::size_t count, std::size_t seen);
   bool put_glyphs(const Item& item);
+  void mark_run(std::size_t at, std::size_t seen, std::size_t first_glyph);
 
   TextSetter& setter_;
   GrowArray<Item> items_;
@@ -159,8 +161,11 @@ bool TextSetterParts::finish_line(std::size_t count, bool ends) {
   line.ends_paragraph = ends;
   for (std::size_t i = 0; i < count; ++i) {
     line.width += i < seen ? items_[i].advance * setter_.size_ / kThousand : 0;
+    const std::size_t first_glyph = setter_.glyphs_.size();
     if (!put_glyphs(items_[i]))
       return false;
+    if (i < seen)
+      mark_run(i, seen, first_glyph);
   }
   line.count = setter_.glyphs_.size() - line.first;
   std::copy(items_.begin() + count, items_.end(), items_.begin());
@@ -216,6 +221,32 @@ bool TextSetterParts::put_glyphs(const Item& item) {
       return false;
   }
   return true;
+}
+
+// Readers that sort by place take neutral characters and separators of numbers beside a run against the direction of
+// the line for a part of it. A mark of direction at its end keeps them out.
+void TextSetterParts::mark_run(std::size_t at, std::size_t seen, std::size_t first_glyph) {
+  const bool line_is_left = paragraph.level() % 2 != 0;
+  const bool is_left = items_[at].piece.level % 2 != 0;
+  TextGlyph* const glyphs = setter_.glyphs_.begin() + first_glyph;
+  const std::size_t count = setter_.glyphs_.size() - first_glyph;
+  if (count == 0 || (!line_is_left && !is_left))
+    return;
+  if (line_is_left && is_left) {
+    for (std::size_t i = 0; i < count; ++i) {
+      const bool is_last = i + 1 == count;
+      if (has_text_kind(*setter_.system_, glyphs[i], TextKind::kNumber) &&
+          (is_last ? at + 1 < seen : !has_text_kind(*setter_.system_, glyphs[i + 1], TextKind::kRightToLeft)))
+        glyphs[i].mark = TextMark::kRightToLeftAround;
+    }
+    return;
+  }
+  const bool begins = at == 0 || items_[at - 1].piece.level % 2 != items_[at].piece.level % 2;
+  std::size_t end = at;
+  while (end < seen && items_[end].piece.level % 2 == items_[at].piece.level % 2)
+    ++end;
+  if (begins && end < seen)
+    glyphs[0].mark = line_is_left ? TextMark::kRightToLeftBefore : TextMark::kLeftToRightBehind;
 }
 
 TextSetter::TextSetter(CPDFXRefTable& table, const TextFontOptions& fonts)

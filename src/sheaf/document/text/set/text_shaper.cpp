@@ -216,6 +216,8 @@ hb_font_t* TextShaper::shaper_font(int font) {
     fonts_[index] = shaper().font_create(tables);
     shaper().face_destroy(tables);
     shaper().ot_font_set_funcs(fonts_[index]);
+    if (face.instance() != 0)
+      shaper().font_set_var_named_instance(fonts_[index], static_cast<unsigned>(face.instance() - 1));
   }
   return fonts_[index];
 }

@@ -24,6 +24,9 @@ constexpr std::uint32_t kMostFaces = 256;
 constexpr std::uint32_t kMostRecords = 2048;
 constexpr std::uint32_t kNameHead = 6;
 constexpr std::uint32_t kNameRecord = 12;
+constexpr std::uint32_t kVariationHead = 16;
+constexpr std::uint32_t kMostInstances = 1024;
+constexpr int kInstanceShift = 16;
 
 // Percentages of the nine width classes (ISO/IEC 14496-22, 5.2.7).
 constexpr std::array<int, 9> kWidths{50, 63, 75, 88, 100, 113, 125, 150, 200};
@@ -79,27 +82,75 @@ bool name_text(const std::uint8_t* record, const std::uint8_t* from, std::uint32
   return size != 0;
 }
 
-void add_face_names(FontNames& names, int file, int index, const CQVTTParser& parser) {
-  std::uint32_t length = 0;
-  const HeapBlock<std::uint8_t> table(parser.load(tt_tag("name"), length));
-  if (!table || length < kNameHead)
+// The names of one face ("name").
+class NameTable {
+public:
+  explicit NameTable(const CQVTTParser& parser) : table_(parser.load(tt_tag("name"), length_)) {
+    if (table_ && length_ >= kNameHead)
+      count_ = std::min({std::uint32_t{tt_u16(table_.get() + 2)}, (length_ - kNameHead) / kNameRecord, kMostRecords});
+  }
+
+  std::uint32_t count() const { return count_; }
+  unsigned id(std::uint32_t i) const { return tt_u16(record(i) + 6); }
+  bool text(std::uint32_t i, char (&text)[kFontNameMost + 4]) const {
+    const std::uint32_t size = tt_u16(record(i) + 8);
+    const std::uint32_t offset = std::uint32_t{tt_u16(table_.get() + 4)} + tt_u16(record(i) + 10);
+    return offset <= length_ && size <= length_ - offset && name_text(record(i), table_.get() + offset, size, text);
+  }
+  /// The first name of this number.
+  bool find(unsigned wanted, char (&found)[kFontNameMost + 4]) const {
+    for (std::uint32_t i = 0; i < count_; ++i) {
+      if (id(i) == wanted && text(i, found))
+        return true;
+    }
+    return false;
+  }
+
+private:
+  const std::uint8_t* record(std::uint32_t i) const { return table_.get() + kNameHead + i * kNameRecord; }
+
+  std::uint32_t length_ = 0;
+  HeapBlock<std::uint8_t> table_;
+  std::uint32_t count_ = 0;
+};
+
+// Instances of a variable font are known by its family with their own name, and by their PostScript name (ISO/IEC
+// 14496-22, 7.3.3).
+void add_instances(FontNames& names, int file, int index, const CQVTTParser& parser, const NameTable& table) {
+  char family[kFontNameMost + 4];
+  std::uint8_t head[kVariationHead];
+  if (!parser.read(tt_tag("fvar"), 0, head, kVariationHead) || !(table.find(16, family) || table.find(1, family)))
     return;
-  const FontStyle style = read_style(parser);
-  const std::uint32_t strings = tt_u16(table.get() + 4);
-  const std::uint32_t count =
-      std::min({std::uint32_t{tt_u16(table.get() + 2)}, (length - kNameHead) / kNameRecord, kMostRecords});
+  const std::uint32_t coordinates = tt_u16(head + 8) * 4U;
+  const std::uint32_t first = tt_u16(head + 4) + std::uint32_t{tt_u16(head + 8)} * tt_u16(head + 10);
+  const std::uint32_t count = std::min<std::uint32_t>(tt_u16(head + 12), kMostInstances);
+  const std::uint32_t size = tt_u16(head + 14);
   for (std::uint32_t i = 0; i < count; ++i) {
-    const std::uint8_t* const record = table.get() + kNameHead + i * kNameRecord;
-    const unsigned id = tt_u16(record + 6);
+    const int number = index | static_cast<int>((i + 1) << kInstanceShift);
+    std::uint8_t id[2];
+    char own[kFontNameMost + 4];
+    char whole[sizeof(family) + sizeof(own)];
+    if (parser.read(tt_tag("fvar"), first + i * size, id, 2) && table.find(tt_u16(id), own)) {
+      std::snprintf(whole, sizeof(whole), "%s %s", family, own);
+      names.add_name(file, number, whole, false, {});
+    }
+    if (size >= coordinates + 6 && parser.read(tt_tag("fvar"), first + i * size + 4 + coordinates, id, 2) &&
+        table.find(tt_u16(id), own))
+      names.add_name(file, number, own, false, {});
+  }
+}
+
+void add_face_names(FontNames& names, int file, int index, const CQVTTParser& parser) {
+  const NameTable table(parser);
+  const FontStyle style = read_style(parser);
+  for (std::uint32_t i = 0; i < table.count(); ++i) {
+    const unsigned id = table.id(i);
     const bool is_family = id == 1 || id == 16;
-    const std::uint32_t size = tt_u16(record + 8);
-    const std::uint32_t offset = strings + tt_u16(record + 10);
-    if ((!is_family && id != 4 && id != 6) || offset > length || size > length - offset)
-      continue;
     char text[kFontNameMost + 4];
-    if (name_text(record, table.get() + offset, size, text))
+    if ((is_family || id == 4 || id == 6) && table.text(i, text))
       names.add_name(file, index, text, is_family, style);
   }
+  add_instances(names, file, index, parser, table);
 }
 
 void add_font_file(FontNames& names, const char* path, int origin) {

@@ -5,6 +5,7 @@
 
 #include <fontconfig/fontconfig.h>
 
+#include <cstdio>
 #include <cstring>
 
 #include "sheaf/base/scope_guard.h"
@@ -19,7 +20,7 @@ namespace sheaf {
 
 namespace {
 
-constexpr int kFaceBits = 0xFFFF;  // higher bits of an index name instances of variable fonts
+constexpr int kLastFace = 0xFFFF;
 
 struct FontconfigCalls {
   decltype(&FcConfigDestroy) config_destroy;
@@ -70,11 +71,22 @@ int number_of(const FcPattern* pattern, const char* object, int otherwise) {
   return calls().pattern_get_integer(pattern, object, 0, &number) == FcResultMatch ? number : otherwise;
 }
 
+// What the system calls the full name of an instance is that of the font.
+void add_instance(FontNames& names, const FcPattern* pattern, int file, int index) {
+  const char* const family = text_of(pattern, FC_FAMILY, 0);
+  const char* const own = text_of(pattern, FC_STYLE, 0);
+  char whole[kFontNameMost + 1];
+  if (family != nullptr && own != nullptr && std::snprintf(whole, sizeof(whole), "%s %s", family, own) > 0)
+    names.add_name(file, index, whole, false, {});
+}
+
 void add_pattern(FontNames& names, const FcPattern* pattern, int origin) {
   const char* const path = text_of(pattern, FC_FILE, 0);
   const char* const format = text_of(pattern, FC_FONTFORMAT, 0);
   const int index = number_of(pattern, FC_INDEX, 0);
-  if (path == nullptr || std::strlen(path) >= CPDFEnviroment::kPathSize || format == nullptr || index > kFaceBits ||
+  // Higher bits of an index name instances of variable fonts, the sign the font with all of them, which comes once more
+  // as its default.
+  if (path == nullptr || std::strlen(path) >= CPDFEnviroment::kPathSize || format == nullptr || index < 0 ||
       (std::strcmp(format, "TrueType") != 0 && std::strcmp(format, "CFF") != 0))
     return;
   FontStyle style;
@@ -88,7 +100,10 @@ void add_pattern(FontNames& names, const FcPattern* pattern, int origin) {
       names.add_name(file, index, name, is_family, style);
   };
   add_all(FC_FAMILY, true);
-  add_all(FC_FULLNAME, false);
+  if (index > kLastFace)
+    add_instance(names, pattern, file, index);
+  else
+    add_all(FC_FULLNAME, false);
   add_all(FC_POSTSCRIPT_NAME, false);
 }
 
@@ -103,7 +118,7 @@ void add_system_fonts(FontNames& names, int origin) {
   const ScopeGuard free_config([config] { calls().config_destroy(config); });
   FcPattern* const all = calls().pattern_create();
   FcObjectSet* const wanted = calls().object_set_build(FC_FAMILY, FC_FULLNAME, FC_POSTSCRIPT_NAME, FC_FILE, FC_INDEX,
-                                                       FC_WEIGHT, FC_WIDTH, FC_SLANT, FC_FONTFORMAT, nullptr);
+                                                       FC_WEIGHT, FC_WIDTH, FC_SLANT, FC_FONTFORMAT, FC_STYLE, nullptr);
   FcFontSet* const fonts = calls().font_list(config, all, wanted);
   if (fonts != nullptr) {
     for (int i = 0; i < fonts->nfont; ++i)

@@ -206,6 +206,21 @@ bool CPDFFontType0::is_text(std::uint32_t kept, const std::uint32_t* text, int c
   return longer_[at] == static_cast<std::uint32_t>(count) && std::equal(text, text + count, longer_.begin() + at + 1);
 }
 
+int CPDFFontType0::text_of(unsigned code, std::uint32_t (&text)[GlyphTexts::kMost]) const {
+  std::uint32_t kept = 0;
+  if (code >= glyph_count_)
+    kept = code - glyph_count_ < further_.size() ? further_[code - glyph_count_].text : 0;
+  else if (text_of_ != nullptr)
+    kept = text_of_[code] & ~kFixed;
+  if ((kept & GlyphTexts::kLonger) == 0) {
+    text[0] = kept;
+    return kept != 0 ? 1 : 0;
+  }
+  const std::size_t at = kept & ~GlyphTexts::kLonger;
+  std::copy(longer_.begin() + at + 1, longer_.begin() + at + 1 + longer_[at], text);
+  return static_cast<int>(longer_[at]);
+}
+
 // 0 when there is no memory.
 std::uint32_t CPDFFontType0::keep_text(const std::uint32_t* text, int count) {
   if (count == 1)

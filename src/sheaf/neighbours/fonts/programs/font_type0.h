@@ -72,6 +72,8 @@ public:
   /// the embedded program, so that no reader takes them apart. `width` is its advance, `down` that in a column, font
   /// units. -1 also for fonts whose program cannot have further glyphs.
   int add_composite(const PDF_TT_PART* parts, int count, int width, int down, const std::uint32_t* text, int length);
+  /// The characters that a code given out before shows, into `text`. The result is how many, 0 when it shows none.
+  int text_of(unsigned code, std::uint32_t (&text)[GlyphTexts::kMost]) const;
   /// How many different glyphs have been used.
   int used_count() const { return used_count_; }
   /// The width of a code in thousandths of the em, as "W" says it.

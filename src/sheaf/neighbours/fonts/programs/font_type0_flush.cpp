@@ -149,7 +149,8 @@ int CPDFFontType0::write_program(CQVStream* out, const CQVTTCodesRec& codes) {
   const CQVTTCodesRec* const kept = face_->allows_subsets() ? &codes : nullptr;
   if (is_cff_)
     return writer.SaveCffData(out, kept);
-  return face_->is_styled() ? writer.SaveFontData2(out, face_, kept) : writer.SaveFontData(out, kept);
+  return face_->is_styled() || writer.has_cubic_outlines() ? writer.SaveFontData2(out, face_, kept)
+                                                           : writer.SaveFontData(out, kept);
 }
 
 // The font program of a font that is not to be embedded stays the empty one that it is.

@@ -20,7 +20,8 @@ namespace {
 
 constexpr std::uint32_t kSymbolBase = 0xF000;  // where symbol fonts keep their characters
 constexpr std::uint32_t kSymbolCount = 0x100;
-constexpr int kMostFaces = 0xFFFF;  // higher bits of an index name instances of variable fonts
+constexpr int kFaceBits = 0xFFFF;
+constexpr int kInstanceShift = 16;
 
 // Widespread fonts have vertical metrics that put glyphs a whole em too low: an origin that is not
 // about the top of the em box is ignored.
@@ -88,9 +89,9 @@ CQVFTFont* CQVFTFont::open(CQVStream* stream, int index) {
 // documents of different threads.
 bool CQVFTFont::start(CQVStream* stream, int index) {
   CQVTTParser parser;
-  if (index < 0 || index > kMostFaces || parser.TT_Open(stream) != 0 ||
-      parser.TT_Select(static_cast<std::uint32_t>(index)) != 0)
+  if (index < 0 || parser.TT_Open(stream) != 0 || parser.TT_Select(static_cast<std::uint32_t>(index & kFaceBits)) != 0)
     return false;
+  instance_ = index >> kInstanceShift;
   FT_Library library = nullptr;
   if (FT_New_Library(&heap_memory, &library) != 0)
     return false;
@@ -140,7 +141,9 @@ int CQVFTFont::units_per_em() const {
 int CQVFTFont::advance(std::uint32_t glyph) {
   FT_Fixed advance = 0;
   constexpr FT_Int32 kFromTable = FT_LOAD_NO_SCALE | static_cast<FT_Int32>(FT_ADVANCE_FLAG_FAST_ONLY);
-  return FT_Get_Advance(face_of(*this), glyph, kFromTable, &advance) == 0 ? static_cast<int>(advance) : 0;
+  if (instance_ == 0)
+    return FT_Get_Advance(face_of(*this), glyph, kFromTable, &advance) == 0 ? static_cast<int>(advance) : 0;
+  return load_glyph(glyph) ? static_cast<int>(face_of(*this)->glyph->metrics.horiAdvance) : 0;
 }
 
 bool CQVFTFont::has_vertical_metrics() const {
@@ -155,7 +158,8 @@ bool CQVFTFont::vertical_metrics(std::uint32_t glyph, int& advance, int& origin_
   const FT_Pos em = units_per_em();
   const FT_Pos down = metrics.vertAdvance;
   const FT_Pos origin = metrics.vertBearingY + metrics.horiBearingY;
-  if (down <= 0 || down > em * kMostEms || origin * 2 < em || origin * 4 > em * 5)
+  // A glyph that moves nothing on, a mark, is believed: it belongs to the one in front of it.
+  if (down < 0 || down > em * kMostEms || origin * 2 < em || origin * 4 > em * 5)
     return false;
   advance = static_cast<int>(down);
   origin_y = static_cast<int>(origin);

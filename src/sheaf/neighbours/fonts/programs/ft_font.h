@@ -25,7 +25,8 @@ public:
   static void* operator new(std::size_t size) noexcept { return QVAlloc(size); }
   static void operator delete(void* block) { QVFree(block); }
 
-  /// Face `index` of a TrueType or OpenType file, a collection's too; null when there is none.
+  /// Face `index` of a TrueType or OpenType file, a collection's too; null when there is none. Its higher 16 bits name
+  /// an instance of a variable font, the first by 1; 0 is the font as it is.
   static CQVFTFont* open(const char* path, int index);
   /// The same from a stream that the caller keeps as long as the face.
   static CQVFTFont* open(CQVStream* stream, int index);
@@ -35,7 +36,10 @@ public:
   bool is_bold() const { return bold_; }
   bool is_italic() const { return italic_; }
   bool is_vertical() const { return vertical_; }
-  bool is_styled() const { return bold_ || italic_; }
+  /// The instance of a variable font that this is, 0: none.
+  int instance() const { return instance_; }
+  /// Whether outlines are other than the file has them.
+  bool is_styled() const { return bold_ || italic_ || instance_ != 0; }
 
   /// The glyph of a character (a Unicode scalar value), 0 when the face has none.
   std::uint32_t glyph_index(std::uint32_t character);
@@ -77,6 +81,7 @@ private:
   void* input_ = nullptr;  // the rasteriser's stream over `stream_`
   CQVStream* stream_ = nullptr;
   CQVStreamFile file_;
+  int instance_ = 0;
   bool symbol_map_ = false;
   bool bold_ = false;
   bool italic_ = false;

@@ -1,10 +1,11 @@
-// Programs in a synthetic style: every outline is asked of the styled face and written back as a
-// simple TrueType glyph (ISO/IEC 14496-22, 5.3.3). Composite glyphs are thereby taken apart, and
-// instructions, which know nothing of the new shapes, are left out.
+// Programs in a synthetic style, of instances of variable fonts, and of CFF outlines: every outline is asked of the
+// face and written back as a simple TrueType glyph (ISO/IEC 14496-22, 5.3.3). Composite glyphs are thereby taken apart,
+// and instructions, which know nothing of the new shapes, are left out.
 #include <algorithm>
 
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/neighbours/fonts/programs/ft_outline_internal.h"
+#include "sheaf/neighbours/fonts/programs/ft_quadratic_internal.h"
 #include "sheaf/neighbours/fonts/programs/tt_assembly_internal.h"
 #include "sheaf/neighbours/fonts/programs/tt_composites_internal.h"
 #include "sheaf/neighbours/fonts/programs/tt_writer.h"
@@ -151,11 +152,17 @@ private:
   bool add_glyph(std::uint32_t glyph) {
     const int advance = std::clamp(face_.advance(glyph), 0, 65535);
     const FT_Outline* outline = StyledOutline::load(face_, glyph);
+    if (outline != nullptr && has_cubics(*outline)) {
+      if (!quadratic_.take(*outline, face_.units_per_em()))
+        return false;
+      outline = &quadratic_.outline();
+    }
     Box box;
     if (outline != nullptr && outline->n_contours > 0 && outline->n_points > 0) {
       box = Box::around(*outline);
-      if (!box.fits() || !put_outline(*outline, box))
+      if (!box.fits())
         return false;
+      put_outline(*outline, box);
       box_ = any_ ? Box{std::min(box_.left, box.left), std::min(box_.bottom, box.bottom),
                         std::max(box_.right, box.right), std::max(box_.top, box.top)}
                   : box;
@@ -212,8 +219,15 @@ private:
     vhea_.u16(glyph_count_);
   }
 
-  // False for curves of the third degree, which this form of outline cannot hold.
-  bool put_outline(const FT_Outline& outline, const Box& box) {
+  static bool has_cubics(const FT_Outline& outline) {
+    for (int i = 0; i < outline.n_points; ++i) {
+      if (FT_CURVE_TAG(outline.tags[i]) == FT_CURVE_TAG_CUBIC)
+        return true;
+    }
+    return false;
+  }
+
+  void put_outline(const FT_Outline& outline, const Box& box) {
     glyf_.i16(outline.n_contours);
     glyf_.i16(box.left);
     glyf_.i16(box.bottom);
@@ -222,13 +236,11 @@ private:
     for (int i = 0; i < outline.n_contours; ++i)
       glyf_.i16(outline.contours[i]);
     glyf_.u16(0);  // no instructions
-    if (!put_flags(outline))
-      return false;
+    put_flags(outline);
     put_coordinates(outline);
     glyf_.align4();
     most_points_ = std::max(most_points_, static_cast<std::uint32_t>(outline.n_points));
     most_contours_ = std::max(most_contours_, static_cast<std::uint32_t>(outline.n_contours));
-    return true;
   }
 
   static std::uint32_t point_flags(const FT_Outline& outline, int index, int& dx, int& dy) {
@@ -239,12 +251,10 @@ private:
     return on | delta_flags(dx, kShortX, kSameX) | delta_flags(dy, kShortY, kSameY);
   }
 
-  bool put_flags(const FT_Outline& outline) {
+  void put_flags(const FT_Outline& outline) {
     int dx = 0;
     int dy = 0;
     for (int i = 0; i < outline.n_points;) {
-      if (FT_CURVE_TAG(outline.tags[i]) == FT_CURVE_TAG_CUBIC)
-        return false;
       const std::uint32_t flags = point_flags(outline, i, dx, dy);
       std::uint32_t repeats = 0;
       ++i;
@@ -256,7 +266,6 @@ private:
       if (repeats != 0)
         glyf_.u8(repeats);
     }
-    return true;
   }
 
   void put_coordinates(const FT_Outline& outline) {
@@ -277,6 +286,7 @@ private:
   std::uint32_t glyph_count_ = 0;
   TTBytes glyf_, loca_, hmtx_, vmtx_, head_, hhea_, vhea_, maxp_;
   Box box_;
+  QuadraticOutline quadratic_;
   GrowArray<GlyphBox> boxes_;  // by glyph, where composites need them
   std::uint32_t most_parts_ = 0;
   bool any_ = false;
@@ -301,7 +311,7 @@ void build_post(const CQVTTParser& parser, const CQVFTFont& face, TTBytes& post)
 }  // namespace
 
 int CQVTTWriter::SaveFontData2(CQVStream* out, CQVFTFont* face, const CQVTTCodesRec* codes) {
-  if (!loaded_ || face == nullptr || face->face_handle == nullptr || !has_outlines())
+  if (!loaded_ || face == nullptr || face->face_handle == nullptr || (!has_outlines() && !has_cubic_outlines()))
     return 1;
   StyledTables tables(*face, codes);
   if (!tables.build_glyphs() || !tables.build_headers(parser_))

@@ -22,6 +22,7 @@ constexpr std::uint32_t kHeadSize = 54;
 constexpr std::uint32_t kHheaSize = 36;
 constexpr std::uint32_t kMaxpCountEnd = 6;
 constexpr std::uint32_t kLeastCff = 64;  // below it there is not even an empty font
+constexpr std::uint32_t kFaceBits = 0xFFFF;
 constexpr int kLeastUnits = 16;
 constexpr int kMostUnits = 16384;
 constexpr int kThousand = 1000;
@@ -68,7 +69,7 @@ void CQVTTWriter::free() {
 
 int CQVTTWriter::load_face(CQVStream* stream, std::uint32_t index) {
   std::uint8_t head[kHeadSize];
-  if (parser_.TT_Select(index) != 0 || !parser_.read(kHead, 0, head, kHeadSize))
+  if (parser_.TT_Select(index & kFaceBits) != 0 || !parser_.read(kHead, 0, head, kHeadSize))
     return 1;
   const PDF_TT_TABLE* const hhea = parser_.find(kHhea);
   const PDF_TT_TABLE* const maxp = parser_.find(kMaxp);
@@ -134,6 +135,10 @@ bool CQVTTWriter::has_outlines() const {
 bool CQVTTWriter::has_cff_outlines() const {
   const PDF_TT_TABLE* const cff = loaded_ ? parser_.find(tt_tag("CFF ")) : nullptr;
   return cff != nullptr && parser_.outline_tag == kOpenType && cff->length > kLeastCff;
+}
+
+bool CQVTTWriter::has_cubic_outlines() const {
+  return has_cff_outlines() || (loaded_ && parser_.find(tt_tag("CFF2")) != nullptr);
 }
 
 int CQVTTWriter::SaveCffData(CQVStream* out, const CQVTTCodesRec* codes) {

@@ -39,7 +39,8 @@ public:
   /// Loads a single font file. The caller keeps `stream` open until `free`. 0 on success; a
   /// collection, or a file whose tables cannot be used, gives another value.
   int Load(CQVStream* stream);
-  /// Loads face `index` of a collection; a single font counts as a collection of one.
+  /// Loads face `index` of a collection; a single font counts as a collection of one. An index names an instance of a
+  /// variable font as CQVFTFont::open has it; its metrics are those of the font.
   int Load2(CQVStream* stream, unsigned int index);
 
   /// Writes the face as a font file of its own: tables in order, checksums right, signatures left
@@ -48,14 +49,17 @@ public:
   /// return another value, and the content of `out` is then of no use.
   int SaveFontData(CQVStream* out, const CQVTTCodesRec* codes);
   /// The same with outlines and style of `face`, which must be the loaded one, as TrueType outlines
-  /// without instructions. A vertical style brings vertical metrics.
+  /// without instructions; those of CFF fonts come as near as half a thousandth of the em. A vertical style brings
+  /// vertical metrics.
   int SaveFontData2(CQVStream* out, CQVFTFont* face, const CQVTTCodesRec* codes);
 
   /// Whether every glyph lies where the index of glyphs says, in ascending order inside its table.
   bool has_outlines() const;
 
-  /// Whether the outlines are CFF ones.
+  /// Whether the outlines are CFF ones, such as a "CIDFontType0C" can have.
   bool has_cff_outlines() const;
+  /// Whether they are of the third degree, which SaveFontData2 alone can write: those of variable fonts too.
+  bool has_cubic_outlines() const;
   /// Writes the CFF program alone, as a "CIDFontType0C" has it; `codes` as for SaveFontData. 0 on success.
   int SaveCffData(CQVStream* out, const CQVTTCodesRec* codes);
 

@@ -4,7 +4,7 @@
 
 #include "sheaf/base/chars.h"
 #include "sheaf/base/utf.h"
-#include "sheaf/document/forms/type/standard_glyphs_internal.h"
+#include "sheaf/neighbours/fonts/standard_glyphs.h"
 
 namespace sheaf {
 

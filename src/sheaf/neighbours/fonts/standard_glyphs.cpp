@@ -1,5 +1,5 @@
 // Made by scripts/make-standard-glyphs, which says what it needs; run it again from the top of the tree.
-#include "sheaf/document/forms/type/standard_glyphs_internal.h"
+#include "sheaf/neighbours/fonts/standard_glyphs.h"
 
 namespace sheaf {
 
