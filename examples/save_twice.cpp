@@ -13,7 +13,7 @@ namespace {
 
 void tell(const char* step, CPDFDoc& doc) {
   const CPDFXRefTable& table = doc.table();
-  std::printf("%-22s %6lld bytes; the next section starts at %u, the last sealed one stands at %u\n", step,
+  std::printf("%-22s %6lld bytes; the next section starts at %u, the last sealed one is at %u\n", step,
               table.stream->GetLen(), table.append_offset, table.last_xref_offset);
 }
 

@@ -137,6 +137,16 @@ TEST(LayerForm, IsFilledAcrossAMergeAndFlattened) {
   EXPECT_FALSE(again->form());
 }
 
+TEST(LayerForm, ANameBeyondTheBasicPlaneIsOneCharacter) {
+  FormMaker one;
+  one.field("\\376\\377\\330\\075\\336\\000", "/FT/Tx/V(here)");
+  const std::string bytes = one.str();
+  auto doc = Document::open(bytes_of(bytes));
+  ASSERT_EQ(doc->form().fields().size(), 1u);
+  EXPECT_EQ(doc->form().fields()[0].name(), "\xF0\x9F\x98\x80");
+  EXPECT_EQ(doc->form().field("\xF0\x9F\x98\x80").value(), "here");
+}
+
 TEST(LayerAttachments, GoInAndComeOut) {
   const std::string bytes = numbered(1, 'd');
   auto doc = Document::open(bytes_of(bytes));

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "sheaf/base/scope_guard.h"
+#include "sheaf/base/utf.h"
 #include "sheaf/base/visited_set.h"
 #include "sheaf/document/names/name_tree.h"
 #include "sheaf/document/names/number_tree.h"
@@ -82,10 +83,8 @@ void add_pages(CPDFDoc& doc, std::int64_t most, JsonWriter& json) {
 }
 
 std::string utf8_of(const wchar_t* wide) {
-  PDF_String text{};
-  text.init(wide, 1);
-  std::string utf8 = utf8_text(text);
-  QVFree(text.data);
+  std::string utf8;
+  append_utf8(utf8, wide);
   return utf8;
 }
 
@@ -125,7 +124,7 @@ void add_outline(CPDFXRefTable& table, const CPDFDictionary& catalog, std::int64
   }
 }
 
-// The object that a named thing is or, of a destination that stands in place, leads to.
+// The object that a named thing is or, of an explicit destination, leads to.
 std::int32_t target_of(const CPDFObj& value) {
   if (value.tag == kTagRef)
     return value.as_ref().num;

@@ -8,7 +8,7 @@
 
 namespace sheaf::tool {
 
-/// One place at which an object stands.
+/// One place of an object.
 struct ObjectPlace {
   std::int32_t num = 0;
   std::int32_t part = -1;  ///< Index into FileScan::parts: of the object, or of the object stream with it; -1: unknown.
@@ -25,7 +25,7 @@ public:
 
   /// All places by number; of each number the current one first, then the others from the newest on.
   const std::vector<ObjectPlace>& all() const { return places_; }
-  /// Reads the object as it stands at `place`, strings decrypted. The null object when it cannot be read.
+  /// Reads the object as it is at `place`, strings decrypted. The null object when it cannot be read.
   void read(const ObjectPlace& place, CPDFObj& out);
   /// The save that wrote it, from 0 on.
   int revision(const ObjectPlace& place) const;

@@ -110,8 +110,7 @@ std::string utf8_of(const char16_t* units, int count) {
     std::uint32_t character = units[i];
     if (is_high_surrogate(character) && i + 1 < count && is_low_surrogate(units[i + 1]))
       character = from_surrogates(character, units[++i]);
-    char bytes[kMostUtf8Bytes];
-    text.append(bytes, put_utf8(bytes, character));
+    append_utf8(text, character);
   }
   return text;
 }

@@ -2,6 +2,7 @@
 #include <cstdio>
 
 #include "sheaf/base/scope_guard.h"
+#include "sheaf/base/utf.h"
 #include "sheaf/document/forms/form_filler.h"
 #include "sheaf/neighbours/page/acro_form.h"
 #include "sheaf/object/array.h"
@@ -29,10 +30,8 @@ struct FieldsOptions {
 };
 
 std::string utf8_of(const wchar_t* text) {
-  PDF_String bytes{0, nullptr};
-  bytes.init(text, 1);
-  std::string out = utf8_text(bytes);
-  QVFree(bytes.data);
+  std::string out;
+  append_utf8(out, text);
   return out;
 }
 

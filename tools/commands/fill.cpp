@@ -72,7 +72,7 @@ bool read_json_data(const std::string& text, CPDFFormData& data, std::string& tr
   return true;
 }
 
-// The format is told by how the data begin.
+// The format is known by how the data begin.
 bool read_data(const std::string& path, CPDFFormData& data) {
   std::string bytes;
   if (!read_input(path, bytes))

@@ -1,4 +1,4 @@
-// sheaf fonts: the fonts that the pages of a document can use, wherever they stand: in the resources
+// sheaf fonts: the fonts that the pages of a document can use, wherever they are: in the resources
 // of pages, forms, patterns and Type 3 fonts, in appearances of annotations and of the form's fields.
 #include <cstdio>
 #include <map>

@@ -30,7 +30,7 @@ struct ImagesOptions {
   PasswordOptions password;
   std::string folder;  ///< Where they are written; empty: they are listed only.
   bool json = false;
-  bool tiff = false;  ///< CCITT data go into TIFF files as they stand, where TIFF has their coding.
+  bool tiff = false;  ///< CCITT data go into TIFF files as they are, where TIFF has their coding.
 };
 
 bool is_jpeg(const CPDFImage& image) {

@@ -133,14 +133,11 @@ int set_labels(CPDFDoc& doc, const std::string& name, const std::string& source,
 }
 
 int run_labels(const LabelsOptions& options) {
-  if (options.source.empty() && !has_output(options.target))
+  if (only_lists(options.target, options.source))
     return list_labels(options);
   std::vector<Range> ranges;
-  if (options.source.empty() || !read_ranges(options.source, ranges)) {
-    if (options.source.empty())
-      complain(options.target.file, "give --set FILE with the labels that it is to have");
+  if (!has_source(options.target, options.source, "the labels") || !read_ranges(options.source, ranges))
     return kExitFailed;
-  }
   return run_edit(options.target,
                   [&](CPDFDoc& doc, const std::string& name) { return set_labels(doc, name, options.source, ranges); });
 }

@@ -202,14 +202,11 @@ bool read_entries(const std::string& file, JsonValue& list) {
 }
 
 int run_outline(const OutlineOptions& options) {
-  if (options.source.empty() && !has_output(options.target))
+  if (only_lists(options.target, options.source))
     return list_outline(options);
   JsonValue list;
-  if (options.source.empty() || !read_entries(options.source, list)) {
-    if (options.source.empty())
-      complain(options.target.file, "give --set FILE with the outline that it is to have");
+  if (!has_source(options.target, options.source, "the outline") || !read_entries(options.source, list))
     return kExitFailed;
-  }
   return run_edit(options.target,
                   [&](CPDFDoc& doc, const std::string& name) { return set_outline(doc, name, options.source, list); });
 }

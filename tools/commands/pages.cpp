@@ -1,4 +1,4 @@
-// sheaf pages: every page with its object, size and rotation, its label and boxes. A linearized file tells the first
+// sheaf pages: every page with its object, size and rotation, its label and boxes. A linearized file gives the first
 // three from its start; otherwise the page tree does.
 #include <cstdio>
 

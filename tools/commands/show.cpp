@@ -65,8 +65,7 @@ int show_object(CPDFDoc& doc, const ShowOptions& options, std::int32_t num) {
   PDF_REF ref{0, 0};
   if (!find_reference(doc, options.file, num, options.gen, ref))
     return kExitFailed;
-  Freed<CPDFObj> obj;
-  doc.table().get_entity(obj, ref);
+  Freed<CPDFObj> obj = doc.table().object(ref);
   if (obj.is_null()) {
     complain(options.file, "object " + std::to_string(num) + " does not exist or cannot be read");
     return kExitFailed;

@@ -50,22 +50,39 @@ bool read_turn(const std::string& text, Turn& turn) {
   return false;
 }
 
+std::string unless_changed(bool changed, std::int32_t index) {
+  return changed ? std::string() : "page " + std::to_string(index + 1) + " cannot be changed";
+}
+
+// Makes `change` for each page of `ranges`, once where it is listed several times. It says what is wrong with the
+// change; "" when it was made.
+template <class ChangePage>
+int change_pages(CPDFDoc& doc, const std::string& name, const std::string& ranges, const ChangePage& change) {
+  std::vector<std::int32_t> pages;
+  std::set<std::int32_t> done;
+  if (!select_pages(ranges, name, doc.page_count(), pages))
+    return kExitFailed;
+  for (const std::int32_t index : pages) {
+    CPDFPage page;
+    const bool loaded = doc.load_page(index, page);
+    if (loaded && !done.insert(page.ref.num).second)
+      continue;
+    const std::string wrong = loaded ? change(index, page) : unless_changed(false, index);
+    if (!wrong.empty()) {
+      complain(name, wrong);
+      return kExitFailed;
+    }
+  }
+  return kExitClean;
+}
+
 int rotate(CPDFDoc& doc, const std::string& name, const std::vector<Turn>& turns) {
   for (const Turn& turn : turns) {
-    std::vector<std::int32_t> pages;
-    std::set<std::int32_t> done;
-    if (!select_pages(turn.ranges, name, doc.page_count(), pages))
-      return kExitFailed;
-    for (const std::int32_t index : pages) {
-      CPDFPage page;
-      const bool loaded = doc.load_page(index, page);
-      if (loaded && !done.insert(page.ref.num).second)
-        continue;
-      if (!loaded || !set_page_rotation(doc, index, turn.degrees + (turn.relative ? page.rotate : 0))) {
-        complain(name, "page " + std::to_string(index + 1) + " cannot be changed");
-        return kExitFailed;
-      }
-    }
+    const int result = change_pages(doc, name, turn.ranges, [&](std::int32_t index, const CPDFPage& page) {
+      return unless_changed(set_page_rotation(doc, index, turn.degrees + (turn.relative ? page.rotate : 0)), index);
+    });
+    if (result != kExitClean)
+      return result;
   }
   return kExitClean;
 }
@@ -79,7 +96,7 @@ int run_rotate(const RotateOptions& options) {
   return run_edit(options.target, [&turns](CPDFDoc& doc, const std::string& name) { return rotate(doc, name, turns); });
 }
 
-// Numbers parted by commas, as many as there are in `values`. The count that was read; -1 when one is none.
+// Numbers parted by commas, at most as many as `values` holds. The count that was read; -1 when one is not a number.
 int read_numbers(const std::string& text, double (&values)[4]) {
   int count = 0;
   for (std::size_t at = 0; at <= text.size(); ++count) {
@@ -124,32 +141,18 @@ bool read_crop(const CropOptions& options, Crop& crop) {
 }
 
 int crop_pages(CPDFDoc& doc, const std::string& name, const std::string& ranges, const Crop& crop) {
-  std::vector<std::int32_t> pages;
-  std::set<std::int32_t> done;
-  if (!select_pages(ranges, name, doc.page_count(), pages))
-    return kExitFailed;
-  for (const std::int32_t index : pages) {
-    CPDFPage page;
-    const bool loaded = doc.load_page(index, page);
-    if (loaded && !done.insert(page.ref.num).second)
-      continue;
+  return change_pages(doc, name, ranges, [&](std::int32_t index, const CPDFPage& page) {
     const double* const v = crop.values;
     _QVRECTF box{fixed(v[0]), fixed(v[1]), fixed(v[2]), fixed(v[3])};
-    _QVRECTF old{};
-    if (loaded && crop.inward) {
+    if (crop.inward) {
+      _QVRECTF old{};
       read_page_box(doc, page, crop.which, old);
       box = {old.left + box.left, old.bottom + box.bottom, old.right - box.right, old.top - box.top};
     }
-    if (box.left >= box.right || box.bottom >= box.top) {
-      complain(name, "nothing would be left of page " + std::to_string(index + 1));
-      return kExitFailed;
-    }
-    if (!loaded || !set_page_box(doc, index, crop.which, box)) {
-      complain(name, "page " + std::to_string(index + 1) + " cannot be changed");
-      return kExitFailed;
-    }
-  }
-  return kExitClean;
+    if (box.left >= box.right || box.bottom >= box.top)
+      return "nothing would be left of page " + std::to_string(index + 1);
+    return unless_changed(set_page_box(doc, index, crop.which, box), index);
+  });
 }
 
 int run_crop(const CropOptions& options) {

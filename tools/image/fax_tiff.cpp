@@ -1,4 +1,4 @@
-// CCITT data in the frame of a TIFF file, as they stand.
+// CCITT data in the frame of a TIFF file, as they are.
 #include <cstring>
 #include <string>
 

@@ -17,12 +17,12 @@ struct ImagePageOptions {
 };
 
 /// The size in points that "A4", "letter" and the like or "WIDTHxHEIGHT" with mm, cm, in or pt (pt when nothing is
-/// said) names. False when it is none of them; they are
+/// said) names. False when it is not one of them; they are
 /// then as they were.
 bool read_page_size(const std::string& text, double& width, double& height);
 
 /// Appends a page for each file and an outline with an entry for each. An image has the size that its
-/// resolution gives; on a page of given size it stands in the middle and is made smaller where it must.
+/// resolution gives; on a page of given size it is in the middle and is made smaller where it must.
 /// False, with a message, when a file is no image or the document cannot take it.
 bool append_image_pages(CPDFDoc& doc, const ImagePageOptions& options);
 

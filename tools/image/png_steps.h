@@ -47,7 +47,7 @@ struct PngLayout {
   int palette_size;             ///< Indexes.
   const std::uint8_t* profile;  ///< An ICC profile, borrowed, or null.
   std::uint32_t profile_len;
-  double dots_x;  ///< Dots an inch; 0: not told.
+  double dots_x;  ///< Dots an inch; 0: not stated.
   double dots_y;
 };
 

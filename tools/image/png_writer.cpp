@@ -15,7 +15,7 @@ namespace {
 constexpr const char* kNotWritten = "could not be written to its end";
 constexpr const char* kOutOfProportion = "its size is out of all proportion to its data";
 
-// As many colours as the indexes can tell, the last one again where the space has fewer.
+// As many colours as the indexes can name, the last one again where the space has fewer.
 std::vector<std::uint8_t> full_palette(const ColourSpace& space, int bits) {
   std::vector<std::uint8_t> palette = space.palette;
   const std::size_t wanted = std::size_t{3} << bits;
@@ -86,7 +86,7 @@ const char* why_not(NoPicture trouble) {
   return nullptr;
 }
 
-// `empty_bytes` of rows may stand behind the end of the data.
+// `empty_bytes` of rows may be behind the end of the data.
 const char* write_rows(PngOutput& png, const CPDFImage& image, const PixelRows& rows, ColourRows& colours,
                        std::int64_t empty_bytes, int shrink, bool& is_whole) {
   std::vector<std::uint8_t> source(static_cast<std::size_t>(rows.source_row_bytes()) + 1);

@@ -51,7 +51,7 @@ void write_string(JsonWriter& json, const PDF_String& text, JsonForm form) {
     json.begin_object().key("bytes").text(hex_text(text)).end_object();
 }
 
-// In qpdf's form a name that is no UTF-8 is one of PDF syntax; in this tool's own it is told by a mark.
+// In qpdf's form a name that is no UTF-8 is one of PDF syntax; in this tool's own a mark says so.
 std::string name_text(const char* name, JsonForm form) {
   const std::string_view text = name != nullptr ? name : "";
   if (form == JsonForm::kQpdf) {

@@ -114,7 +114,7 @@ private:
     json.key("stream").begin_object().key(own() ? "dictionary" : "dict");
     JsonWriter dict;
     write_exact_dictionary(dict, rec.dict, manner_.form, CPDFDictionary::sm_tag_length);
-    // In this tool's own form the dictionary's members stand here without their wrapping.
+    // In this tool's own form the dictionary's members come without their wrapping.
     constexpr std::size_t kWrapping = sizeof("{\"dictionary\":") - 1;
     json.raw(own() ? dict.str().substr(kWrapping, dict.str().size() - kWrapping - 1) : dict.str());
     if (manner_.streams != JsonStreams::kNone)

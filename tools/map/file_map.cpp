@@ -106,7 +106,7 @@ void MapMaker::look_at_packed() {
   for (std::uint32_t num = 1; num < map_.packed_kinds.size(); ++num) {
     if (!table_.xref_items[num].is_compressed())
       continue;
-    table_.get_stored(obj, {static_cast<std::int32_t>(num), 0});
+    table_.get_stored(obj, PDF_REF::at(num));
     map_.packed_kinds[num] = kinds_.kind_of(obj);
   }
 }

@@ -23,7 +23,7 @@ struct Assembly {
   CQVStreamMem start;
   CPDFDoc doc;
   std::unique_ptr<CPDFDocMerge> merge;
-  std::vector<std::int32_t> order;  ///< Of the pages in the file, by where they stand before; empty: as they come.
+  std::vector<std::int32_t> order;  ///< Of the pages in the file, by their former places; empty: as they come.
   long long size = 0;               ///< Bytes written.
 
 private:

@@ -215,7 +215,7 @@ private:
   std::string name_;
 };
 
-// Whether what was healed shows that something can be gone which nothing else tells of.
+// Whether what was healed shows that something can be lost that nothing else reports.
 bool may_lack_data(const PDF_DOC_REPAIR& repair) {
   for (const char* code : {"bytes", "length", "number", "pages", "stream", "update"}) {
     if (std::strcmp(repair.code, code) == 0)

@@ -154,6 +154,12 @@ void add_edit_or_rewrite(Command& command, EditTarget& target) {
       ->excludes(in_place);
 }
 
+bool has_source(const EditTarget& target, const std::string& source, const char* what) {
+  if (source.empty())
+    complain(target.file, std::string("give --set FILE with ") + what + " that it is to have");
+  return !source.empty();
+}
+
 int run_edit(const EditTarget& target, const Change& change, const EditSaves& saves) {
   if (target.in_place)
     return update_in_place(target, change, saves);

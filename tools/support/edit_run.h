@@ -44,6 +44,13 @@ inline bool has_output(const EditTarget& target) {
   return target.in_place || !target.output.empty();
 }
 
+/// Whether a command that lists something, or sets it from the file `source`, only lists it.
+inline bool only_lists(const EditTarget& target, const std::string& source) {
+  return source.empty() && !has_output(target);
+}
+/// Whether there is a `source` to set it from; a message names `what` when there is none.
+bool has_source(const EditTarget& target, const std::string& source, const char* what);
+
 /// Opens the document, changes it and saves it. The result is an ExitCode.
 int run_edit(const EditTarget& target, const Change& change, const EditSaves& saves = {});
 

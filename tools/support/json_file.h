@@ -7,14 +7,14 @@
 
 namespace sheaf::tool {
 
-/// Reads the JSON of `file`, "-" for standard input. False, with a message, when it cannot be read or is none.
+/// Reads the JSON of `file`, "-" for standard input. False, with a message, when it cannot be read or is not JSON.
 bool read_json_file(const std::string& file, JsonValue& value);
 
 /// The member as a text, or `otherwise` when it is not there or is no text.
 std::string text_member(const JsonValue& object, const char* name, const std::string& otherwise = "");
 /// The member as a whole number of at most 31 bits, or `otherwise`.
 int int_member(const JsonValue& object, const char* name, int otherwise);
-/// The same for a number; false when `value` is none that can be held.
+/// The same for a number; false when `value` is not a number that can be held.
 bool read_number(const JsonValue& value, double& number);
 
 }  // namespace sheaf::tool

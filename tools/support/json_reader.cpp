@@ -3,6 +3,8 @@
 
 #include <algorithm>
 
+#include "sheaf/base/utf.h"
+
 namespace sheaf::tool {
 
 namespace {
@@ -134,15 +136,15 @@ private:
     if (text_[at_] != 'u' || !read_unit(code))
       return false;
     std::uint32_t low = 0;
-    if (code >= 0xD800 && code < 0xDC00) {
+    if (is_high_surrogate(code)) {
       if (text_.substr(at_ + 1, 2) != "\\u")
         return false;
       at_ += 2;
-      if (!read_unit(low) || low < 0xDC00 || low > 0xDFFF)
+      if (!read_unit(low) || !is_low_surrogate(low))
         return false;
-      code = 0x10000 + ((code - 0xD800) << 10) + (low - 0xDC00);
+      code = from_surrogates(code, low);
     }
-    put_utf8(out, code);
+    append_utf8(out, code);
     return true;
   }
 
@@ -156,25 +158,6 @@ private:
       unit = unit * 16 + static_cast<std::uint32_t>(digit < 16 ? digit : digit - 6);
     }
     return true;
-  }
-
-  static void put_utf8(std::string& out, std::uint32_t code) {
-    const auto put = [&out](std::uint32_t byte) { out += static_cast<char>(byte); };
-    if (code < 0x80) {
-      put(code);
-    } else if (code < 0x800) {
-      put(0xC0 | code >> 6);
-      put(0x80 | (code & 0x3F));
-    } else if (code < 0x10000) {
-      put(0xE0 | code >> 12);
-      put(0x80 | (code >> 6 & 0x3F));
-      put(0x80 | (code & 0x3F));
-    } else {
-      put(0xF0 | code >> 18);
-      put(0x80 | (code >> 12 & 0x3F));
-      put(0x80 | (code >> 6 & 0x3F));
-      put(0x80 | (code & 0x3F));
-    }
   }
 
   std::string_view text_;

@@ -256,7 +256,7 @@ bool SafeOutput::commit() {
     stream_.Close();
     return good || fail(std::string("could not be written to its end: ") + std::strerror(errno));
   }
-  // What stands at the target may have come since the beginning.
+  // What is at the target may have come since the beginning.
   struct stat old = {};
   const bool replaces = stat(place_.c_str(), &old) == 0;
   if (replaces && !is_allowed(old))

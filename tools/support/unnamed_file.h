@@ -18,7 +18,7 @@ std::string path_of_handle(int handle);
 /// Copies what can be read from `from` to its end, and shows how far it is. The count of bytes, -1 on failure (errno
 /// says why).
 long long copy_bytes(int from, int to);
-/// Writes all of it where the descriptor stands. False on failure.
+/// Writes all of it at the position of the descriptor. False on failure.
 bool write_all(int handle, const void* data, std::size_t size);
 
 }  // namespace sheaf::tool

@@ -4,27 +4,8 @@
 namespace sheaf::tool {
 
 Utf8Step utf8_step(std::string_view text) {
-  const auto first = static_cast<unsigned char>(text[0]);
-  if (first < 0x80)
-    return {first, 1, true};
-  const std::size_t bytes = first >= 0xF0 && first < 0xF5   ? 4
-                            : first >= 0xE0 && first < 0xF0 ? 3
-                            : first >= 0xC2 && first < 0xE0 ? 2
-                                                            : 0;
-  if (bytes == 0 || bytes > text.size())
-    return {0, 1, false};
-  constexpr char32_t kLeast[] = {0, 0, 0x80, 0x800, 0x10000};
-  char32_t character = first & (0xFFu >> (bytes + 1));
-  for (std::size_t i = 1; i < bytes; ++i) {
-    const auto next = static_cast<unsigned char>(text[i]);
-    if ((next & 0xC0) != 0x80)
-      return {0, 1, false};
-    character = character << 6 | (next & 0x3Fu);
-  }
-  const bool is_surrogate = character >= 0xD800 && character < 0xE000;
-  if (character < kLeast[bytes] || character > 0x10FFFF || is_surrogate)
-    return {0, 1, false};
-  return {character, bytes, true};
+  const Utf8Step step = read_utf8(text.data(), text.size());
+  return step.is_valid ? step : Utf8Step{0, 1, false};
 }
 
 bool is_utf8(std::string_view text) {

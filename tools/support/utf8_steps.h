@@ -1,18 +1,13 @@
 // UTF-8 one character at a time, for text that may be anything.
 #pragma once
 
-#include <cstddef>
 #include <string_view>
+
+#include "sheaf/base/utf.h"
 
 namespace sheaf::tool {
 
-struct Utf8Step {
-  char32_t character;
-  std::size_t bytes;  ///< At least 1.
-  bool is_valid;      ///< False: the first byte begins no character (RFC 3629).
-};
-
-/// The first character of `text`, which is not empty.
+/// The first character of `text`, which is not empty; one byte of anything else.
 Utf8Step utf8_step(std::string_view text);
 bool is_utf8(std::string_view text);
 

@@ -13,7 +13,7 @@ namespace {
 
 constexpr int kIdentifierSize = 16;
 
-// The second half of the identifier tells the versions of a document apart (ISO 32000-1, 14.4).
+// The second half of the identifier differs from version to version of a document (ISO 32000-1, 14.4).
 void set_new_version(CPDFXRefTable& target) {
   unsigned char fresh[kIdentifierSize];
   CPDFArray* const pair = target.id.as_array();

@@ -1,6 +1,7 @@
 // A growing block of plain values in the QVAlloc family: the list to use unless its growth is fixed by the interface.
 #pragma once
 
+#include <concepts>
 #include <cstddef>
 #include <cstdint>
 #include <type_traits>
@@ -22,8 +23,17 @@ public:
 
   std::size_t size() const { return size_; }
   bool empty() const { return size_ == 0; }
-  T& operator[](std::size_t index) { return items_[index]; }
-  const T& operator[](std::size_t index) const { return items_[index]; }
+  /// The size for those who count as object numbers and page indices do.
+  std::int32_t count() const { return static_cast<std::int32_t>(size_); }
+  /// `index` is from 0 and below the size, of whatever type.
+  template <std::integral Index>
+  T& operator[](Index index) {
+    return items_[index];
+  }
+  template <std::integral Index>
+  const T& operator[](Index index) const {
+    return items_[index];
+  }
   T* begin() { return items_; }
   T* end() { return items_ + size_; }
   const T* begin() const { return items_; }

@@ -7,32 +7,17 @@
 #include <type_traits>
 
 #include "sheaf/base/heap.h"
+#include "sheaf/base/sorted_place.h"
 
 namespace sheaf {
 
 constexpr std::int32_t kNamedStep = 32;
 
-/// The index of `name`, or, with `found` false, where to insert it.
-struct NamedPlace {
-  std::int32_t index;
-  bool found;
-};
-
+/// The place of `name`.
 template <class Item>
-NamedPlace find_named(const Item* items, std::int32_t count, const char* name) {
-  std::int32_t lo = 0;
-  std::int32_t hi = count - 1;
-  while (lo <= hi) {
-    const std::int32_t mid = (lo + hi) >> 1;
-    const int c = items[mid].name != nullptr ? std::strcmp(name, items[mid].name) : 1;
-    if (c == 0)
-      return {mid, true};
-    if (c < 0)
-      hi = mid - 1;
-    else
-      lo = mid + 1;
-  }
-  return {lo, false};
+SortedPlace find_named(const Item* items, std::int32_t count, const char* name) {
+  return find_sorted(count,
+                     [=](std::int32_t i) { return items[i].name != nullptr ? std::strcmp(name, items[i].name) : 1; });
 }
 
 /// A copy of `name` in the QVAlloc family, or null.

@@ -11,7 +11,7 @@ namespace sheaf {
 class NumberMap {
 public:
   std::int32_t get(std::int32_t num) const {
-    return num > 0 && static_cast<std::size_t>(num) < values_.size() ? values_[static_cast<std::size_t>(num)] : 0;
+    return num > 0 && static_cast<std::size_t>(num) < values_.size() ? values_[num] : 0;
   }
   /// False when `num` is beyond what files have, or there is no memory.
   bool set(std::int32_t num, std::int32_t value) {

@@ -23,7 +23,7 @@ public:
   bool sync();
 
 private:
-  // What tells two states of a file apart.
+  // By which two states of a file are known from each other.
   struct State {
     std::uint64_t device;
     std::uint64_t inode;

@@ -1,6 +1,7 @@
 // The encoding forms of Unicode: surrogates of UTF-16, and characters as UTF-8 (ISO/IEC 10646, 9).
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 namespace sheaf {
@@ -54,6 +55,51 @@ constexpr char* put_utf8(char* out, std::uint32_t character) {
     put_trailing(0);
   }
   return out;
+}
+
+/// Appends one character, or those of a wide text up to its 0, to a text that has `append`. The halves of a surrogate
+/// pair may be elements of their own.
+template <class Text>
+void append_utf8(Text& out, std::uint32_t character) {
+  char bytes[kMostUtf8Bytes];
+  out.append(bytes, static_cast<std::size_t>(put_utf8(bytes, character) - bytes));
+}
+template <class Text>
+void append_utf8(Text& out, const wchar_t* text) {
+  for (; *text != 0; ++text) {
+    auto character = static_cast<std::uint32_t>(*text);  // NOLINT(bugprone-signed-char-misuse): a wide one
+    if (is_high_surrogate(character) && is_low_surrogate(static_cast<std::uint32_t>(text[1])))
+      character = from_surrogates(character, static_cast<std::uint32_t>(*++text));
+    append_utf8(out, character);
+  }
+}
+
+/// One character as it was read. Where the bytes are none, `bytes` counts those in front of the one that does not fit,
+/// at least 1.
+struct Utf8Step {
+  std::uint32_t character;
+  std::size_t bytes;
+  bool is_valid;
+};
+
+/// Reads the first character of `size` bytes, 1 at least: overlong forms, surrogates and numbers above U+10FFFF are no
+/// characters (RFC 3629).
+constexpr Utf8Step read_utf8(const char* text, std::size_t size) {
+  constexpr std::uint32_t kLeast[] = {0, 0, 0x80, 0x800, 0x10000};
+  const auto byte = [text](std::size_t i) { return static_cast<std::uint32_t>(static_cast<unsigned char>(text[i])); };
+  const std::uint32_t first = byte(0);
+  if (first < 0x80)
+    return {first, 1, true};
+  const std::size_t count = first < 0xC2 ? 0 : first < 0xE0 ? 2 : first < 0xF0 ? 3 : first < 0xF5 ? 4 : 0;
+  if (count == 0)
+    return {0, 1, false};
+  std::uint32_t character = first & (0xFFu >> (count + 1));
+  for (std::size_t i = 1; i < count; ++i) {
+    if (i == size || (byte(i) & 0xC0) != 0x80)
+      return {0, i, false};
+    character = character << 6 | (byte(i) & 0x3F);
+  }
+  return {character, count, character >= kLeast[count] && character <= kLastCharacter && !is_surrogate(character)};
 }
 
 }  // namespace sheaf

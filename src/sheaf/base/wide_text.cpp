@@ -1,32 +1,9 @@
-// Decoding of UTF-8 (RFC 3629): overlong forms, surrogates and numbers above U+10FFFF are rejected.
+// Wide text, and its characters from UTF-8.
 #include "sheaf/base/wide_text.h"
 
 #include "sheaf/base/utf.h"
 
 using namespace sheaf;
-
-namespace {
-
-// A UTF-8 lead byte: how many bytes follow, its value bits, and the least code point of that length.
-struct Utf8Lead {
-  int trailing;
-  unsigned bits;
-  unsigned least;
-};
-
-constexpr Utf8Lead lead_of(unsigned c) {
-  if (c < 0x80)
-    return {0, c, 0};
-  if (c >= 0xC2 && c < 0xE0)
-    return {1, c & 0x1F, 0x80};
-  if (c >= 0xE0 && c < 0xF0)
-    return {2, c & 0x0F, 0x800};
-  if (c >= 0xF0 && c < 0xF5)
-    return {3, c & 0x07, 0x10000};
-  return {-1, 0, 0};
-}
-
-}  // namespace
 
 std::size_t ucs_len(const wchar_t* text) {
   if (text == nullptr)
@@ -38,20 +15,10 @@ std::size_t ucs_len(const wchar_t* text) {
 }
 
 int cvt_char_UTF8_To_UCS4(const unsigned char* src, wchar_t& out) {
-  out = 0;
-  const Utf8Lead lead = lead_of(*src);
-  if (lead.trailing < 0)
-    return 1;
-  unsigned code = lead.bits;
-  for (int i = 1; i <= lead.trailing; ++i) {
-    // A NUL is no continuation byte, so this never looks behind the end.
-    if ((src[i] & 0xC0) != 0x80)
-      return i;
-    code = (code << 6) | (src[i] & 0x3Fu);
-  }
-  if (code >= lead.least && code <= kLastCharacter && !is_surrogate(code))
-    out = static_cast<wchar_t>(code);
-  return lead.trailing + 1;
+  // A NUL is no continuation byte, so that nothing behind the end is looked at.
+  const Utf8Step step = read_utf8(reinterpret_cast<const char*>(src), kMostUtf8Bytes);
+  out = step.is_valid ? static_cast<wchar_t>(step.character) : 0;
+  return static_cast<int>(step.bytes);
 }
 
 void cvt_ltou(const char* src, wchar_t* dst, int size) {

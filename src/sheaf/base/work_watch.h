@@ -1,6 +1,6 @@
 // Long work that can be stopped from outside. A watch lives as long as one operation and is asked about every few
 // milliseconds, from the requests for memory and the reads that all work makes, whether the work shall go on. Once it
-// says no, every request for memory of its thread is refused until it goes: the operation then comes to its weak end
+// says no, every request for memory of its thread is refused until it goes: the operation then ends
 // by the ways that it has for a lack of memory.
 #pragma once
 

@@ -1,4 +1,4 @@
-// What stands behind the handles of the C interface, and how its functions report.
+// What is behind the handles of the C interface, and how its functions report.
 #pragma once
 
 #include <algorithm>

@@ -22,7 +22,7 @@ sheaf_rect rect_of(const Rect& rect) {
   return {rect.left, rect.bottom, rect.right, rect.top};
 }
 
-sheaf_code hand_out_content(sheaf_content** out, Expected<Data> data) {
+sheaf_code hand_out_content(sheaf_content** out, Expected<Data>&& data) {
   if (!data)
     return fail(data.error());
   *out = new (std::nothrow) sheaf_content(Content(std::move(*data)));

@@ -16,7 +16,7 @@ namespace {
 // The map of `name`, with one reference for the caller; `load` asks the environment.
 template <class Cache, class Load, class Release>
 auto get_map(Cache& cache, const char* name, Load load, Release give_back) -> decltype(load(name)) {
-  const NamedPlace place = find_named(cache.items, cache.count, name);
+  const SortedPlace place = find_named(cache.items, cache.count, name);
   if (place.found) {
     auto* map = cache.items[place.index].map;
     ++map->ref_count;
@@ -38,7 +38,7 @@ auto get_map(Cache& cache, const char* name, Load load, Release give_back) -> de
 }  // namespace
 
 void* CPDFXRefTable::get_font_ext(const char* name) {
-  const NamedPlace place = find_named(font_ext_cache.items, font_ext_cache.count, name);
+  const SortedPlace place = find_named(font_ext_cache.items, font_ext_cache.count, name);
   if (place.found)
     return font_ext_cache.items[place.index].face;
   void* face = font_ext_cache.env != nullptr ? font_ext_cache.env->new_face(name) : nullptr;

@@ -50,8 +50,7 @@ public:
     if (first_made_ == 0)
       first_made_ = object.ref.num;
     const std::uint32_t most = std::max(table_.max_obj_num(), table_.next_obj_num);
-    if (static_cast<std::uint32_t>(source.num) > most ||
-        !map_record(map_, source.num, static_cast<std::uint32_t>(object.ref.num)))
+    if (source.index() > most || !map_record(map_, source.num, object.ref.index()))
       return false;
     table_.get_entity(object.obj, source);
     const CPDFStreamRec* rec = object.obj.as_stream();
@@ -126,7 +125,7 @@ int CPDFXRefTable::clone_annot(const PDF_REF& ref) {
   const ScopeGuard release_map([&map] { QVFree(map.entries); });
   // A reference back to the annotation is taken for one to the unfinished copy, and so ends on a
   // null object of its own.
-  if (!map_record(map, ref.num, static_cast<std::uint32_t>(copy.num)) || clone_dict(map, obj.as_dict()) == 0)
+  if (!map_record(map, ref.num, copy.index()) || clone_dict(map, obj.as_dict()) == 0)
     return 0;
   store_object(copy, obj);
   return copy.num;

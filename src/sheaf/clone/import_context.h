@@ -1,4 +1,4 @@
-// What an import can be asked for, and what it tells, besides the map that every import has.
+// What an import can be asked for, and what it reports, besides the map that every import has.
 #pragma once
 
 #include <cstdint>

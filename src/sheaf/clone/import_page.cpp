@@ -22,8 +22,7 @@ PDF_REF import_resources(CPDFXRefTable& table, CPDFXRefTable* src, CPDFMergeCont
 }  // namespace
 
 int CPDFXRefTable::clone_page(CPDFXRefTable* src, CPDFMergeContext* ctx, const CPDFPage* page) {
-  if (page == nullptr || page->ref.num == 0 || src == nullptr || ctx == nullptr ||
-      static_cast<std::uint32_t>(page->ref.num) >= ctx->map_size)
+  if (page == nullptr || page->ref.num == 0 || src == nullptr || ctx == nullptr || page->ref.index() >= ctx->map_size)
     return 0;
   // The page has its number before anything below it is copied, so that its annotations find it.
   std::uint32_t& mapped = ctx->map[page->ref.num];

@@ -13,6 +13,7 @@
 using namespace sheaf;
 
 struct CPDFDoc::Parts {
+  // cppcheck-suppress uninitMemberVar ; its own constructor sets what is read before it is written
   explicit Parts(CPDFDoc& doc) : pages(doc.table_), metadata(doc.table_), saver(doc, file, metadata) {}
 
   CPDFStandardSecHand handler;

@@ -8,8 +8,8 @@
 //                                                 v
 //                          scan for streams, object streams and catalogues -> open, recovered
 //
-// A table is believed when its root is a catalogue with a page tree and the objects met on the way
-// down stand where their entries say.
+// A table is accepted when its root is a catalogue with a page tree and the objects on the way down are where their
+// entries say.
 #pragma once
 
 #include <cstddef>
@@ -36,7 +36,7 @@ class PageList;
 /// How a document came open, or why it did not.
 enum class PDF_OPEN : std::int32_t {
   kClosed,     ///< Nothing was opened yet.
-  kClean,      ///< As the file tells it.
+  kClean,      ///< By the sections of the file, without repairs.
   kRebuilt,    ///< By the table's own rebuild.
   kRecovered,  ///< By deeper recovery.
   kNoFile,     ///< The file cannot be opened or read.
@@ -93,7 +93,7 @@ public:
   /// The handler of an encrypted document: whether and how it opened, and with which methods. Declared in
   /// neighbours/security/standard_handler.h.
   const CPDFStandardSecHand& handler() const { return handler_; }
-  /// The "L" of a linearized file, also of one that was updated since; 0 when it is none.
+  /// The "L" of a linearized file, also of one that was updated since; 0 for other files.
   std::uint32_t linearized_length() const { return table_.linearized_length; }
   bool is_linearized() const { return linearized_; }
   /// "1.4", from the header or the catalogue, whichever is newer. "" without a header.
@@ -111,19 +111,19 @@ public:
   /// needed. If `load_page` later meets something that is no page, the list is dropped and the tree
   /// is walked after all.
   bool list_pages_as_told();
-  /// Whether the list is still as the nodes tell.
+  /// Whether the list still rests on the counts of the nodes.
   bool has_pages_as_told() const;
   /// How many kids of the page tree are no pages: nulls, numbers, other objects, nodes that came up before. The list
   /// of pages goes without them, whatever the nodes count. Walks the tree.
   int page_tree_strays();
   /// Reads page `index` with what it inherits. False when there is none.
   bool load_page(int index, CPDFPage& page);
-  /// The same without resources that stand directly in a node above: `page.inherited` names the node,
+  /// The same without resources that are directly in a node above: `page.inherited` names the node,
   /// so that who copies many pages copies those resources once.
   bool load_page_alone(int index, CPDFPage& page);
   /// Whether `page` has no resources of its own, but a node above it holds some directly.
   bool inherits_direct_resources(const CPDFPage& page);
-  /// The resources that stand directly in the node `holder`, as PDF_INHERITED names it. Null for none.
+  /// The resources that are directly in the node `holder`, as PDF_INHERITED names it. Null for none.
   void read_direct_resources(CPDFObj& resources, std::int32_t holder);
   /// Whether a value is absent: no item, a null, or a reference to nothing.
   bool is_absent(const CPDFObj* item);
@@ -178,12 +178,12 @@ public:
   /// Puts the document's identifier into `id`, an empty one when there is none: what a new file needs
   /// whose keys stay as they are.
   void keep_identifier(CPDFObj& id);
-  /// Writes a complete new file to `target.stream`. A catalogue or document information that stands
+  /// Writes a complete new file to `target.stream`. A catalogue or document information that is
   /// directly in the trailer becomes an object first, so that what it refers to is kept.
   void save_complete(CPDFXRefTable& target, CPDFEncrypt* enc);
   /// Brings into memory what a complete new file needs that the document does not have yet: the page
   /// tree after edits, what the fonts collected, metadata in step with the document information, objects
-  /// for what stands directly in the trailer; streams lose crypt filters that `enc` (null: no encryption)
+  /// for what is directly in the trailer; streams lose crypt filters that `enc` (null: no encryption)
   /// does not have. `id` gets a new identifier where it is null. False when there is no memory.
   bool prepare_complete(CPDFObj& id, const CPDFEncrypt* enc);
   /// Sees to it that each page has all that it inherits from above itself, and is listed once. Where that is not so,
@@ -194,7 +194,7 @@ public:
   bool truncate_to(long long size);
 
   /// The page list of a linearized file from its start alone, without its main table. True when the
-  /// file was not updated since and every page that the hints name stands where they say; the list
+  /// file was not updated since and every page that the hints name is where they say; the list
   /// is then complete. The caller releases `set.pages` with QVFree.
   static bool read_page_hints(CQVStream* stream, PDF_PAGE_SET& set);
   /// Whether the hints of the open document give the same pages as its page tree.

@@ -43,7 +43,7 @@ public:
   /// Moves the reader back by `n` bits.
   void give_back(int n);
   /// Passes the end-of-block code of T.6 data, if one is next, and the rest of its byte. Gives the
-  /// index of the byte where the reader then stands: the count of input bytes that the lines took.
+  /// index of the byte that the reader has then reached: the count of input bytes that the lines took.
   std::int32_t pass_end_of_block();
 
   /// The next white run, with all its make-up codes. Bad codes and ends of lines are passed over.

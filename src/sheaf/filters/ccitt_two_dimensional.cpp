@@ -1,5 +1,5 @@
 // The two-dimensional lines of T.4 and T.6, which are coded by how they differ from the line above.
-// What a line stands at lives in registers while it is decoded and goes back into the decoder at
+// The state of a line lives in registers while it is decoded and goes back into the decoder at
 // its end.
 #include <algorithm>
 #include <utility>
@@ -35,7 +35,7 @@ public:
     cur_ = fax.cur_line;
   }
 
-  /// The decoder takes over where the line stands, but not the count of its changes.
+  /// The decoder takes over the state of the line, but not the count of its changes.
   void store() const {
     fax_->b1 = b1_;
     fax_->b2 = b2_;

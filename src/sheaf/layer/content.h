@@ -39,7 +39,7 @@ public:
   Object copy(std::int32_t index) const;
   /// The data of an inline image, as they are stored.
   std::string_view image_data() const { return reader_->image_data(); }
-  /// The operator with its operands, as it stands in the stream.
+  /// The operator with its operands, byte for byte.
   std::string_view source() const { return text_.substr(reader_->begin(), reader_->end() - reader_->begin()); }
   /// Where that begins.
   std::size_t offset() const { return reader_->begin(); }
@@ -89,7 +89,7 @@ private:
 /// Puts operators one behind the other.
 class ContentAppender {
 public:
-  /// The operator as it stood.
+  /// The operator, byte for byte.
   ContentAppender& add(const Operator& op) {
     text_.append(op.source()) += '\n';
     return *this;

@@ -66,21 +66,21 @@ bool Core::LiveNodes::grow() {
   return true;
 }
 
-// What stands behind the free place, and would no longer be found, moves into it.
+// An entry after the free place that would no longer be found moves into it.
 void Core::LiveNodes::remove(std::int32_t num) {
   if (find(num) == nullptr)
     return;
-  std::size_t hole = place_of(num);
-  while (slots_[hole]->num != num)
-    hole = (hole + 1) & mask();
-  for (std::size_t next = (hole + 1) & mask(); slots_[next] != nullptr; next = (next + 1) & mask()) {
+  std::size_t free_place = place_of(num);
+  while (slots_[free_place]->num != num)
+    free_place = (free_place + 1) & mask();
+  for (std::size_t next = (free_place + 1) & mask(); slots_[next] != nullptr; next = (next + 1) & mask()) {
     const std::size_t home = place_of(slots_[next]->num);
-    if (((next - home) & mask()) >= ((next - hole) & mask())) {
-      slots_[hole] = slots_[next];
-      hole = next;
+    if (((next - home) & mask()) >= ((next - free_place) & mask())) {
+      slots_[free_place] = slots_[next];
+      free_place = next;
     }
   }
-  slots_[hole] = nullptr;
+  slots_[free_place] = nullptr;
   --count_;
 }
 

@@ -1,6 +1,7 @@
 // The fields of a form, and flattening.
 #include <limits>
 
+#include "sheaf/base/utf.h"
 #include "sheaf/document/forms/form_data.h"
 #include "sheaf/layer/core_internal.h"
 #include "sheaf/layer/parts.h"
@@ -11,23 +12,9 @@ namespace sheaf {
 
 namespace {
 
-// A wide text as UTF-8.
 std::string utf8_of(const wchar_t* text) {
   std::string out;
-  for (; *text != 0; ++text) {
-    const auto c = static_cast<std::uint32_t>(*text);
-    if (c < 0x80) {
-      out += static_cast<char>(c);
-    } else if (c < 0x800) {
-      out += {static_cast<char>(0xC0 | c >> 6), static_cast<char>(0x80 | (c & 63))};
-    } else if (c < 0x10000) {
-      out += {static_cast<char>(0xE0 | c >> 12), static_cast<char>(0x80 | (c >> 6 & 63)),
-              static_cast<char>(0x80 | (c & 63))};
-    } else {
-      out += {static_cast<char>(0xF0 | c >> 18), static_cast<char>(0x80 | (c >> 12 & 63)),
-              static_cast<char>(0x80 | (c >> 6 & 63)), static_cast<char>(0x80 | (c & 63))};
-    }
-  }
+  append_utf8(out, text);
   return out;
 }
 

@@ -3,7 +3,7 @@
 //   sheaf::Object note = sheaf::Object::dictionary("Type", sheaf::Name("Annot"), "Contents", "Oulu",
 //                                                  "Rect", sheaf::Object::array(10, 10, 40, 40));
 //
-// An owner moves and does not copy; what stands in a document is a Value, which borrows.
+// An owner moves and does not copy; a value of a document is a Value, which borrows.
 #pragma once
 
 #include <concepts>

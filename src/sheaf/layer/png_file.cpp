@@ -45,7 +45,7 @@ std::string header_of(const Pixels& pixels) {
   return header;
 }
 
-// As many colours as the indexes can tell, the last one again where the palette has fewer.
+// As many colours as the indexes can name, the last one again where the palette has fewer.
 std::string palette_of(const Pixels& pixels) {
   std::string palette(pixels.palette.begin(), pixels.palette.end());
   const std::size_t wanted = std::size_t{3} << pixels.bits;

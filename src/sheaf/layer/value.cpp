@@ -64,7 +64,7 @@ Value Value::missing() const {
   return node_ != nullptr ? Value(*this, nothing, &nothing, -1) : Value();
 }
 
-// An array or dictionary that no longer stands where it was: another element of its array, or replaced.
+// An array or dictionary that is no longer where it was: another element of its array, or replaced.
 const CPDFObj& Value::moved() const {
   static constexpr CPDFObj kNull{};
   const auto is_it = [this](const CPDFObj& value) {
@@ -201,6 +201,14 @@ CPDFArray* Value::change_array() {
   return value->as_array();
 }
 
+CPDFObj* Value::change_element(std::int32_t index) {
+  CPDFArray* const array = change_array();
+  CPDFObj* const element = array != nullptr ? array->get(index) : nullptr;
+  if (array != nullptr && element == nullptr)
+    refuse(Code::kNotFound, "the array has no such element");
+  return element;
+}
+
 void Value::end_change() {
   node_->core->note_change(node());
 }
@@ -265,12 +273,9 @@ bool Value::remove(std::string_view key) {
 bool Value::set(std::int32_t index, Object value) {
   if (!value.is_whole())
     return refuse(Code::kNoMemory, "there is no memory for a value");
-  CPDFArray* const array = change_array();
-  if (array == nullptr)
-    return false;
-  CPDFObj* const old = array->get(index);
+  CPDFObj* const old = change_element(index);
   if (old == nullptr)
-    return refuse(Code::kNotFound, "the array has no such element");
+    return false;
   bury(*old);
   old->move_from(value.raw());
   end_change();
@@ -311,15 +316,13 @@ bool Value::append(const Value& value) {
 }
 
 bool Value::remove(std::int32_t index) {
-  CPDFArray* const array = change_array();
-  if (array == nullptr)
-    return false;
-  CPDFObj* const old = array->get(index);
+  CPDFObj* const old = change_element(index);
   if (old == nullptr)
-    return refuse(Code::kNotFound, "the array has no such element");
+    return false;
+  CPDFArray& array = *raw().as_array();
   bury(*old);
-  std::copy(old + 1, array->items + array->count, old);
-  --array->count;
+  std::copy(old + 1, array.items + array.count, old);
+  --array.count;
   end_change();
   return true;
 }

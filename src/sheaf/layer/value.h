@@ -1,4 +1,4 @@
-// A value that stands in a document. It borrows: the document owns it, copies are cheap, and what is changed through
+// A value of a document. It borrows: the document owns it, copies are cheap, and what is changed through
 // one copy is seen through all others. References are followed by themselves.
 //
 //   sheaf::Value form = doc.root()["AcroForm"];
@@ -113,7 +113,7 @@ public:
   /// Whether it is an object of its own, which others refer to by its number.
   bool is_object() const { return node_ != nullptr && place_ == &node_->obj && node_->num != 0; }
 
-  /// What stands under `key`, in a dictionary or a stream's dictionary; null for anything else.
+  /// The entry `key` of a dictionary or of a stream's dictionary; null for anything else.
   Value operator[](const char* key) const;
   Value operator[](std::string_view key) const;
   /// Element `index` of an array, from 0; null where there is none.
@@ -121,7 +121,7 @@ public:
   bool has(std::string_view key) const { return !(*this)[key].is_null(); }
   /// Elements of an array, entries of a dictionary; else 0.
   std::int32_t size() const;
-  /// The number that a reference under `key` bears; 0 where no reference stands there.
+  /// The number that a reference under `key` bears; 0 where there is no reference.
   std::int32_t reference(std::string_view key) const;
   std::int32_t reference(std::int32_t index) const;
   /// All elements of an array, in order.
@@ -133,7 +133,7 @@ public:
   /// `std::string_view` gives the bytes of a string or name as they are, valid until the object changes.
   template <class T>
   T as(T fallback = {}) const;
-  /// The same of what stands under a key or at an index.
+  /// The same of an entry or an element.
   template <class T>
   T get(std::string_view key, T fallback = {}) const {
     return (*this)[key].template as<T>(std::move(fallback));
@@ -146,7 +146,7 @@ public:
   std::string text() const;
   /// A string's bytes or a name. Borrowed; valid until the object changes.
   std::string_view bytes() const;
-  /// The value in PDF syntax, references as they stand.
+  /// The value in PDF syntax, references as they are.
   std::string print() const;
 
   /// Changes go into the document with its next save. The result is false where that is impossible, and the document
@@ -202,7 +202,7 @@ private:
     ++node_->users;
     epoch_ = node_->epoch;
   }
-  // What stands within `outer`, at an element or an entry of it.
+  // An element or an entry of `outer`.
   Value(const Value& outer, const CPDFObj& item, void* place, std::int32_t index)
       : node_(outer.node_),
         place_(place),
@@ -224,6 +224,7 @@ private:
   CPDFObj* begin_change();
   CPDFDictionary* change_dictionary();
   CPDFArray* change_array();
+  CPDFObj* change_element(std::int32_t index);
   void end_change();
   void bury(CPDFObj& old);
   layer::Node& node() const;

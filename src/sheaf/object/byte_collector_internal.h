@@ -1,31 +1,27 @@
 // Collects the bytes of one token: on the stack as long as they are few, on the heap beyond.
 #pragma once
 
+#include <cstddef>
 #include <cstring>
 
-#include "sheaf/base/heap.h"
+#include "sheaf/object/local_block_internal.h"
 
 namespace sheaf {
 
 class ByteCollector {
 public:
-  ByteCollector() = default;
-  ByteCollector(const ByteCollector&) = delete;
-  ByteCollector& operator=(const ByteCollector&) = delete;
-  ~ByteCollector() { QVFree(heap_); }
-
   void clear() { size_ = 0; }
   void push(char c) {
-    if (size_ < capacity_ || grow(1))
-      bytes_[size_++] = c;
+    if (size_ < block_.capacity() || grow(1))
+      block_.items()[size_++] = c;
   }
   void append(const char* bytes, std::size_t count) {
-    if (count > capacity_ - size_ && !grow(count))
+    if (count > block_.capacity() - size_ && !grow(count))
       return;
-    std::memcpy(bytes_ + size_, bytes, count);
+    std::memcpy(block_.items() + size_, bytes, count);
     size_ += count;
   }
-  const char* data() const { return bytes_; }
+  const char* data() const { return block_.items(); }
   std::size_t size() const { return size_; }
 
 private:
@@ -34,24 +30,13 @@ private:
 
   // What does not fit for want of memory is left out.
   bool grow(std::size_t count) {
-    const std::size_t wanted = size_ + count > capacity_ * 2 ? size_ + count : capacity_ * 2;
-    if (wanted > kMost)
-      return false;
-    auto* grown = static_cast<char*>(QVRealloc(heap_, wanted));
-    if (grown == nullptr)
-      return false;
-    if (heap_ == nullptr)
-      std::memcpy(grown, local_, size_);
-    heap_ = bytes_ = grown;
-    capacity_ = wanted;
-    return true;
+    const std::size_t twice = block_.capacity() * 2;
+    const std::size_t wanted = size_ + count > twice ? size_ + count : twice;
+    return wanted <= kMost && block_.grow(size_, wanted);
   }
 
-  char local_[kLocal];
-  char* heap_ = nullptr;
-  char* bytes_ = local_;
+  LocalBlock<char, kLocal> block_;
   std::size_t size_ = 0;
-  std::size_t capacity_ = kLocal;
 };
 
 }  // namespace sheaf

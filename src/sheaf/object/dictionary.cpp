@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "sheaf/base/heap.h"
+#include "sheaf/base/sorted_place.h"
 #include "sheaf/object/array.h"
 
 using namespace sheaf;
@@ -46,26 +47,8 @@ int compare_keys(const char* a, const char* b) {
   return first != 0 ? first : std::strcmp(a, b);
 }
 
-// The index of a key, or where to insert it.
-struct Place {
-  std::int32_t index;
-  bool found;
-};
-
-Place find_key(const CPDFDictionary& dict, const char* key) {
-  std::int32_t lo = 0;
-  std::int32_t hi = dict.count - 1;
-  while (lo <= hi) {
-    const std::int32_t mid = lo + (hi - lo) / 2;
-    const int c = compare_keys(key, dict.items[mid]->key());
-    if (c == 0)
-      return {mid, true};
-    if (c < 0)
-      hi = mid - 1;
-    else
-      lo = mid + 1;
-  }
-  return {lo, false};
+SortedPlace find_key(const CPDFDictionary& dict, const char* key) {
+  return find_sorted(dict.count, [&dict, key](std::int32_t i) { return compare_keys(key, dict.items[i]->key()); });
 }
 
 // An item with a null value and a copy of `key`, or null.
@@ -100,7 +83,7 @@ bool make_room(CPDFDictionary& dict) {
 
 // The item of `key`, made with a null value when there is none; null when there is no memory.
 CPDFObj* item_for(CPDFDictionary& dict, const char* key) {
-  const Place place = find_key(dict, key);
+  const SortedPlace place = find_key(dict, key);
   if (place.found)
     return dict.items[place.index];
   if (!make_room(dict))
@@ -116,7 +99,7 @@ CPDFObj* item_for(CPDFDictionary& dict, const char* key) {
 }
 
 void remove_key(CPDFDictionary& dict, const char* key) {
-  const Place place = find_key(dict, key);
+  const SortedPlace place = find_key(dict, key);
   if (!place.found)
     return;
   CPDFDictItem** slot = dict.items + place.index;
@@ -128,7 +111,7 @@ void remove_key(CPDFDictionary& dict, const char* key) {
 }  // namespace
 
 CPDFObj* CPDFDictionary::get_item(const char* key) const {
-  const Place place = find_key(*this, key);
+  const SortedPlace place = find_key(*this, key);
   return place.found ? items[place.index] : nullptr;
 }
 

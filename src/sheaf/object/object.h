@@ -21,6 +21,11 @@ struct CPDFStreamRec;
 struct PDF_REF {
   std::int32_t num;
   std::int32_t gen;
+
+  /// Generation 0 of the object whose entry in the table has that index.
+  static constexpr PDF_REF at(std::uint32_t index) { return {static_cast<std::int32_t>(index), 0}; }
+  /// The index of the object's entry; a negative number is beyond all entries.
+  constexpr std::uint32_t index() const { return static_cast<std::uint32_t>(num); }
   friend constexpr bool operator==(const PDF_REF&, const PDF_REF&) = default;
 };
 static_assert(sizeof(PDF_REF) == 8);

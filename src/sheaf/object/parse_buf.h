@@ -12,7 +12,7 @@ class CQVStream;
 struct PDF_XREF;
 
 namespace sheaf {
-/// Whether the header of an object, "N G obj", stands at the start of `text`, all of it within 31 bytes.
+/// Whether the header of an object, "N G obj", is at the start of `text`, all of it within 31 bytes.
 /// What follows "obj" is not looked at.
 bool is_object_header(const char* text, std::size_t available);
 /// The first such header in the bytes from `from` to `end` that begins a line, behind the end of one in
@@ -56,7 +56,7 @@ public:
   /// Finds the next object header from `buf_pos`: its first digit in `buf_data`, or null.
   char* buf_skip_to_obj();
   /// Finds object `ref.num`: with `mode` 1 at a proper header, else wherever the number's text
-  /// stands. The generation is not looked at.
+  /// is. The generation is not looked at.
   char* buf_skip_to_obj(const PDF_REF& ref, int mode);
   /// Collects raw bytes up to "endstream", less one line end in front of it, into a new block that
   /// ends in a NUL. Lenient: data without "endstream" come without their last 8 bytes, and `len`

@@ -96,7 +96,7 @@ void text_from_utf8(const char* utf8, PDF_String& out) {
   if (!bytes.empty())
     std::memcpy(block, bytes.begin(), bytes.size());
   block[bytes.size()] = 0;
-  out = {static_cast<std::int32_t>(bytes.size()), block};
+  out = {bytes.count(), block};
 }
 
 }  // namespace sheaf

@@ -71,7 +71,7 @@ constexpr std::array<std::int8_t, 256> kHexValues = []() {
   return table;
 }();
 
-// The end of "endobj", and what stands in a header: no digits, so that a string in which it stands was not closed.
+// The end of "endobj", and what is in a header: no digits, so that a string that holds it was not closed.
 constexpr std::string_view kObjectWord = "obj";
 
 bool begins_object_word(const char* at, const char* end) {
@@ -327,7 +327,7 @@ void TokenReader::skip_number_rest() {
   }
 }
 
-// Passes white space, a number and `word`, when they stand at the position.
+// Passes white space, a number and `word`, when they are at the position.
 bool TokenReader::take_after_number(std::string_view word, std::int32_t& gen) {
   const auto skip_gap = [this](const char* at) {
     while (at < limit() && is_wide_space(*at))

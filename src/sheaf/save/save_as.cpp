@@ -1,6 +1,6 @@
 // A complete new file (ISO 32000-1, 7.5): the header, one copy of every object that can still be
 // reached, one cross-reference stream. Object numbers stay; what was dropped leaves gaps. All
-// positions count from where the target's stream stood.
+// positions count from where the target's stream was.
 #include <algorithm>
 #include <bit>
 #include <cstring>

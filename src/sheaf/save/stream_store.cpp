@@ -117,7 +117,7 @@ CQVStream* CPDFXRefTable::set_mem_stream(const PDF_REF& ref, unsigned char* data
     entry->stream = view;
     return view;
   }
-  const auto num = static_cast<std::uint32_t>(ref.num);
+  const auto num = ref.index();
   const bool indexed = mem_stream_index.extend_to(num);
   PDF_MEMSTREAM* entry = append_mem_stream(*this);
   if (entry == nullptr) {

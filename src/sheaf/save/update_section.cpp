@@ -149,7 +149,7 @@ void UpdateSection::set_trailer_values(CPDFDictionary& dict) const {
     set_offset(dict, CPDFDictionary::sm_tag_prev, table_.last_xref_offset);
 }
 
-// A stream cannot be cut short: what is left of a longer section that stood here becomes zeros.
+// A stream cannot be cut short: what is left of a longer section that was here becomes zeros.
 void UpdateSection::fill(std::uint32_t end) {
   auto len = static_cast<std::uint32_t>(table_.stream->GetLen());
   constexpr std::uint32_t kZeros = 4;

@@ -27,7 +27,7 @@ void correct_entry(CPDFXRefTable& table, std::int32_t num, std::uint32_t found) 
 }
 
 // Moves `buf` to `offset`, and over white space to the header of object `num`. False when that does not
-// stand there; the end of a longer number does not count as it.
+// are there; the end of a longer number does not count as it.
 bool move_to_header(CPDFXRefTable& table, CPDFBufBase& buf, std::int32_t num, std::uint32_t offset) {
   const std::uint32_t before = offset != 0 ? 1 : 0;
   table.stream->SetPos(CQVStream::STR_SEEK_SET, offset - before);
@@ -41,7 +41,7 @@ bool move_to_header(CPDFXRefTable& table, CPDFBufBase& buf, std::int32_t num, st
   return ansi_to_i32(buf.buf_data + at) == num && is_object_header(buf.buf_data + at, buf.buf_len - at);
 }
 
-// Corrects the entry of an object stream that does not stand at its place. One that gave objects
+// Corrects the entry of an object stream that is not at its place. One that gave objects
 // already is where it should be, whatever number its header bears.
 void correct_container(CPDFXRefTable& table, std::int32_t num) {
   const PDF_XREF entry = table.xref_items[num];
@@ -144,7 +144,7 @@ template <class Taker>
 void fetch(CPDFXRefTable& table, Taker& taker, const PDF_REF& ref) {
   const auto num = static_cast<std::uint32_t>(ref.num);
   const bool is_known = table.know_entry(num) && table.xref_items[num].is_known();
-  // Of a table that lost some lines nothing else tells.
+  // Nothing else shows that a table has lost some lines.
   if (!is_known && table.finder != nullptr && (table.sections_lost != 0 || table.listed.leave_out(num)))
     table.finder->enter_missing();
   if (num >= table.xref_count)

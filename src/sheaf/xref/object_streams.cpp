@@ -136,7 +136,7 @@ public:
       ++at;
     return at;
   }
-  // Also over comments, which may stand in front of the first object.
+  // Also over comments, which may be in front of the first object.
   std::int32_t past_comments(std::int32_t at) const {
     at = past_space(at);
     while (at < size_ && data_[at] == '%') {

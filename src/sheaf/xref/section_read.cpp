@@ -88,7 +88,7 @@ int CPDFXRefTable::XRefRead(unsigned int offset) {
       push_pending(section);
   }
   if (prev >= offset && sections_read.has(static_cast<std::uint32_t>(prev)))
-    sections_lost = 1;  // a loop stands where the way to older sections should be
+    sections_lost = 1;  // the way to older sections is a loop
   sec_hand = handler;
   return 1;
 }

@@ -95,7 +95,7 @@ struct PDF_NEWOBJ {
   std::int32_t num;
   std::int32_t gen;
   CPDFObj obj;
-  std::uint32_t place;  ///< Where the object stood in the file before; 0 it did not.
+  std::uint32_t place;  ///< Where the object was in the file before; 0: it was not there.
 };
 
 /// A decoded object stream. The cache is sorted by (offset, first). Its objects are read out of `text`; they stand in
@@ -324,7 +324,7 @@ public:
   /// Whether the object stream at `offset` gave its objects. It is then where it should
   /// be, whatever number its header bears.
   bool serves_as_objstm(std::uint32_t offset);
-  /// Where the object stream `num`, below `xref_count`, stands in the file, also one that was changed
+  /// Where the object stream `num`, below `xref_count`, is in the file, also one that was changed
   /// since: its objects are those of the file until the next sealed save.
   std::uint32_t objstm_place(std::uint32_t num) const;
   /// Empties the cache of object streams.

@@ -21,7 +21,7 @@ TEST(FontCaches, FacesStandInTheOrderOfTheirNames) {
   for (const char* name : {"b", "a", "c"})
     EXPECT_EQ(cache.insert_font(find_named(cache.items, cache.count, name).index, name)->face, nullptr);
   for (const char* name : {"a", "b", "c"}) {
-    const NamedPlace place = find_named(cache.items, cache.count, name);
+    const SortedPlace place = find_named(cache.items, cache.count, name);
     EXPECT_TRUE(place.found);
     EXPECT_EQ(place.index, name[0] - 'a');
   }

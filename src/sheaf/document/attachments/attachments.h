@@ -13,7 +13,7 @@ class CPDFDoc;
 
 /// One file. All values but numbers are owned by the list; texts are UTF-8, null where there is none.
 struct PDF_ATTACHMENT {
-  PDF_REF spec;        ///< The file specification; number 0: it stands directly in what refers to it.
+  PDF_REF spec;        ///< The file specification; number 0: it is directly in what refers to it.
   PDF_REF stream;      ///< The data; number 0: there are none.
   std::int32_t page;   ///< Index of the page, from 0, whose annotation holds it; -1: the document.
   PDF_REF annotation;  ///< That annotation.
@@ -36,8 +36,8 @@ public:
   void clear();
   /// Reads the list of a readable document. False when there was no memory for all of it.
   bool load(CPDFDoc& doc);
-  std::int32_t size() const { return static_cast<std::int32_t>(list_.size()); }
-  const PDF_ATTACHMENT& at(std::int32_t index) const { return list_[static_cast<std::size_t>(index)]; }
+  std::int32_t size() const { return list_.count(); }
+  const PDF_ATTACHMENT& at(std::int32_t index) const { return list_[index]; }
   /// Takes a file out of the document that the list was loaded from: out of all places that the list knows. The list
   /// stays as it was. The change waits for a save. False when the catalogue cannot be changed, or without memory.
   bool remove(CPDFDoc& doc, std::int32_t index) const;

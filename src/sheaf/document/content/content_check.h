@@ -21,7 +21,7 @@ namespace sheaf {
 
 /// One thing that is wrong.
 struct ContentFinding {
-  PDF_REF stream;      ///< The stream that it stands in.
+  PDF_REF stream;      ///< The stream that it is in.
   std::size_t offset;  ///< Where in its decoded bytes.
   const char* what;    ///< A sentence fragment; a literal.
   char name[48];       ///< The operator, or the resource, that is meant; cut to this room.

@@ -32,7 +32,7 @@ public:
   void op(std::initializer_list<double> operands, std::string_view name);
 
   const char* data() const { return bytes_.begin(); }
-  int size() const { return static_cast<int>(bytes_.size()); }
+  int size() const { return bytes_.count(); }
   bool empty() const { return bytes_.empty(); }
 
   /// The content as a stream object of its own, compressed, with the items of `dict`, which are

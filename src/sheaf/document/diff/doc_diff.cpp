@@ -43,7 +43,7 @@ bool same_boxes(CPDFDoc& a, const CPDFPage& page_a, CPDFDoc& b, const CPDFPage& 
   return true;
 }
 
-// Where the resources that apply to a page stand: the number of their object; below 0 that of the node which holds
+// Where the resources that apply to a page are: the number of their object; below 0 that of the node which holds
 // them, and one less; 0 when they are the page's own.
 std::int32_t place_of_resources(CPDFDoc& doc, const CPDFPage& page) {
   const CPDFObj* const own = page.dict.get_item(CPDFDictionary::sm_tag_res);
@@ -53,7 +53,7 @@ std::int32_t place_of_resources(CPDFDoc& doc, const CPDFPage& page) {
   return above.has_direct_resources ? -2 - above.holder : above.resources.num;
 }
 
-// The resources that apply to the page `index`, wherever they stand.
+// The resources that apply to the page `index`, wherever they are.
 void read_resources(CPDFDoc& doc, int index, CPDFObj& out) {
   CPDFPage page;
   if (!doc.load_page(index, page))
@@ -273,7 +273,7 @@ void CPDFDocDiff::objects() {
   table_b.drain_pending();
   const std::uint32_t count = std::max(table_a.xref_count, table_b.xref_count);
   for (std::uint32_t num = 1; num < count; ++num) {
-    const PDF_REF ref{static_cast<std::int32_t>(num), 0};
+    const PDF_REF ref = PDF_REF::at(num);
     Freed<CPDFObj> a;
     Freed<CPDFObj> b;
     if (num < table_a.xref_count)

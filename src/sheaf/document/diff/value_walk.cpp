@@ -1,4 +1,4 @@
-// Differences are told at the deepest level where they are: a value of another kind, one that is missing, or other
+// Differences are reported at the deepest level where they are: a value of another kind, one that is missing, or other
 // data.
 #include "sheaf/document/diff/value_walk_internal.h"
 
@@ -127,7 +127,7 @@ void ValueWalk::push(std::int32_t parent, std::string_view key, const CPDFObj* a
     node.a.copy_from(a);
   if (b != nullptr)
     node.b.copy_from(b);
-  const auto index = static_cast<std::int32_t>(nodes_.size());
+  const auto index = nodes_.count();
   if (!nodes_.push(node)) {
     node.a.free();
     node.b.free();
@@ -155,7 +155,7 @@ bool ValueWalk::step() {
     return false;
   at_ = waiting_.back();
   waiting_.pop();
-  Node& node = nodes_[static_cast<std::size_t>(at_)];
+  Node& node = nodes_[at_];
   Freed<CPDFObj> a;
   Freed<CPDFObj> b;
   a.move_from(node.a);
@@ -246,11 +246,11 @@ bool ValueWalk::same_data() const {
 
 std::string_view ValueWalk::path() {
   GrowArray<std::int32_t> way;
-  for (std::int32_t at = at_; at >= 0; at = nodes_[static_cast<std::size_t>(at)].parent)
+  for (std::int32_t at = at_; at >= 0; at = nodes_[at].parent)
     way.push(at);
   path_.clear();
   for (std::size_t i = way.size(); i-- > 0;) {
-    const Node& node = nodes_[static_cast<std::size_t>(way[i])];
+    const Node& node = nodes_[way[i]];
     if (!path_.empty())
       path_.push('/');
     for (std::uint32_t k = 0; k < node.key_size; ++k)

@@ -44,7 +44,7 @@ public:
   }
 
 private:
-  // A pair that waits to be looked at. The key stands in keys_; the way upwards is that of `parent`.
+  // A pair that waits to be looked at. The key is in keys_; the way upwards is that of `parent`.
   struct Node {
     std::int32_t parent;
     std::uint32_t key;

@@ -23,8 +23,8 @@ public:
   /// Gives the last field a further value; `is_state`: it names a button's state. False when there is no memory.
   bool add_value(const char* value, bool is_state);
 
-  std::int32_t count() const { return static_cast<std::int32_t>(fields_.size()); }
-  const char* name(std::int32_t field) const { return at(fields_[static_cast<std::size_t>(field)].name); }
+  std::int32_t count() const { return fields_.count(); }
+  const char* name(std::int32_t field) const { return at(fields_[field].name); }
   std::int32_t value_count(std::int32_t field) const;
   const char* value(std::int32_t field, std::int32_t index) const;
   bool is_state(std::int32_t field, std::int32_t index) const;
@@ -57,7 +57,7 @@ private:
   const char* at(std::size_t text) const { return pool_.begin() + text; }
   bool keep(const char* text, std::size_t& place);
   const Value& value_at(std::int32_t field, std::int32_t index) const {
-    return values_[fields_[static_cast<std::size_t>(field)].first_value + static_cast<std::size_t>(index)];
+    return values_[fields_[field].first_value + static_cast<std::size_t>(index)];
   }
 
   sheaf::GrowArray<char> pool_;  // texts, each with its NUL

@@ -199,7 +199,6 @@ ColourSpace space_of(CPDFXRefTable& table, const CPDFObj& obj, int depth) {
 
 // The base of an indexed space is not indexed itself, so nothing nests deeper than that.
 std::string name_of_space(CPDFXRefTable& table, const CPDFObj& obj, bool is_base) {
-  Freed<CPDFObj> second;
   const CPDFArray* array = obj.as_array();
   Freed<CPDFObj> first = table.value(array != nullptr ? array->get(0) : &obj);
   if (first.as_text() == nullptr)
@@ -207,7 +206,7 @@ std::string name_of_space(CPDFXRefTable& table, const CPDFObj& obj, bool is_base
   std::string name = first.as_text();
   if (array == nullptr)
     return name;
-  table.resolve(second, array->get(1));
+  Freed<CPDFObj> second = table.value(array, 1);
   if (name == "ICCBased")
     name.append(" ").append(std::to_string(profile_components(table, second)));
   else if (name == "Separation" && second.as_text() != nullptr)

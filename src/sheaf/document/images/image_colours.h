@@ -35,7 +35,7 @@ public:
   PixelRows(CPDFXRefTable& table, const CPDFImage& image, const ColourSpace& space, int bits);
 
   int source_row_bytes() const { return source_bytes_; }
-  /// Whether samples are indexes into the colour space's palette, which is as long as their bits can tell.
+  /// Whether samples are indexes into the colour space's palette, which is as long as their bits can count.
   bool has_palette() const { return is_copied_ && space_.is_indexed; }
   int components() const { return is_grey_ || has_palette() ? 1 : 3; }
   int bits() const { return is_copied_ ? bits_ : bits_ == 16 && !space_.is_indexed ? 16 : 8; }

@@ -75,8 +75,8 @@ std::int32_t CPDFDocMerge::append(CPDFDoc& source, const std::int32_t* pages, st
     source.table().objstm_budget.limit = budget;
     target.table.import_end(context);
   });
-  if (target.hole == 0) {
-    target.hole = target.table.alloc_obj_num();
+  if (target.left_out_num == 0) {
+    target.left_out_num = target.table.alloc_obj_num();
     target.was_empty = target.doc.page_count() == 0;
     parts_->form.load();
     parts_->names.load();

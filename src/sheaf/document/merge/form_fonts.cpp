@@ -30,7 +30,7 @@ bool is_written_alike(const CPDFObj& a, const CPDFObj& b) {
   return left.len == right.len && (left.len == 0 || std::memcmp(left.data, right.data, left.len) == 0);
 }
 
-// Compares two values, and adds what they hold to `waiting`, in which pairs stand behind one another.
+// Compares two values, and adds what they hold to `waiting`, pair after pair.
 bool is_same_outside(const CPDFObj& a, const CPDFObj& b, GrowArray<CPDFObj>& waiting) {
   if (a.tag != b.tag || a.as_stream() != nullptr)
     return false;
@@ -67,10 +67,8 @@ bool is_same_outside(const CPDFObj& a, const CPDFObj& b, GrowArray<CPDFObj>& wai
 
 bool is_same_in(CPDFXRefTable& a, const CPDFObj& left, CPDFXRefTable& b, const CPDFObj& right) {
   GrowArray<CPDFObj> waiting;
-  Freed<CPDFObj> ours;
-  Freed<CPDFObj> theirs;
-  a.resolve(ours, &left);
-  b.resolve(theirs, &right);
+  Freed<CPDFObj> ours = a.value(&left);
+  Freed<CPDFObj> theirs = b.value(&right);
   bool same = is_same_outside(ours, theirs, waiting);
   for (int compared = 0; waiting.size() >= 2; ++compared) {
     Freed<CPDFObj> second;

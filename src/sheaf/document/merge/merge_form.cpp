@@ -30,8 +30,7 @@ bool same_text(const CPDFObj& a, const CPDFObj& b) {
 
 // The partial name of a field as UTF-8; null without one. The caller releases it with QVFree.
 char* partial_name(CPDFXRefTable& table, const CPDFDictionary& field, std::size_t& len) {
-  Freed<CPDFObj> text;
-  table.resolve(text, field.get_item("T"));
+  Freed<CPDFObj> text = table.value(&field, "T");
   len = 0;
   return text.tag == kTagString ? text_to_utf8(text.as_string(), len) : nullptr;
 }
@@ -44,13 +43,12 @@ PDF_String borrowed(char* text, std::size_t len) {
 
 void MergeForm::take(MergeSource& source) {
   Freed<CPDFObj> form;
-  Freed<CPDFObj> fields;
   source.read(form, CPDFDictionary::sm_tag_acro_form);
   if (form.as_dict() == nullptr)
     return;
   if (form.as_dict()->get_item("XFA") != nullptr)
     target_.note(PDF_MERGE_FATE::kDropped, "XFA form");
-  source.table.resolve(fields, form.as_dict()->get_item("Fields"));
+  Freed<CPDFObj> fields = source.table.value(form.as_dict(), "Fields");
   if (fields.as_array() == nullptr || fields.as_array()->count == 0)
     return;
   leave_out_fields(source, *fields.as_array());
@@ -70,8 +68,7 @@ void MergeForm::take_field(MergeSource& source, const PDF_REF& ref) {
       target_.note(PDF_MERGE_FATE::kDropped, "fields");
     return;
   }
-  Freed<CPDFObj> field;
-  source.table.get_entity(field, ref);
+  Freed<CPDFObj> field = source.table.object(ref);
   if (field.as_dict() != nullptr)
     append_field(&source, table_.clone_obj(&source.table, source.context, ref));
 }
@@ -86,8 +83,7 @@ void MergeForm::append_field(MergeSource* source, const PDF_REF& ref) {
   }
   std::size_t len = 0;
   const HeapBlock<char> old(partial_name(table_, *dict, len));
-  Freed<CPDFObj> text;
-  table_.resolve(text, dict->get_item("T"));
+  Freed<CPDFObj> text = table_.value(dict, "T");
   const bool is_free = !old || len == 0 || form_.get_field(text.as_string()) == nullptr;
   CPDFField* const field = form_.append_field(ref);
   target_.note(is_free ? PDF_MERGE_FATE::kJoined : PDF_MERGE_FATE::kRenamed, "fields");
@@ -139,8 +135,7 @@ void MergeForm::add_widget(const PDF_REF& widget) {
   CPDFDictionary* const parent = target_.stored_dict(above->as_ref());
   if (parent == nullptr)
     return;
-  Freed<CPDFObj> kids;
-  table_.resolve(kids, parent->get_item("Kids"));
+  Freed<CPDFObj> kids = table_.value(parent, "Kids");
   if (kids.as_array() == nullptr)
     return;
   kids.as_array()->append_ref(widget);
@@ -192,8 +187,7 @@ void MergeForm::name_kid(const PDF_REF& parent, const PDF_REF& kid) {
 
 void MergeForm::add_repeated(const PDF_REF& page) {
   const CPDFDictionary* const dict = target_.stored_dict(page);
-  Freed<CPDFObj> annots;
-  table_.resolve(annots, dict != nullptr ? dict->get_item("Annots") : nullptr);
+  Freed<CPDFObj> annots = table_.value(dict, "Annots");
   for (std::int32_t i = 0; annots.as_array() != nullptr && i < annots.as_array()->count; ++i)
     add_widget(annots.as_array()->items[i].as_ref());
 }
@@ -232,7 +226,7 @@ void MergeForm::leave_out_fields(MergeSource& source, const CPDFArray& fields) {
       add(list.as_array()->items[k], static_cast<std::int32_t>(at));
     nodes[at].kids = static_cast<std::int32_t>(nodes.size() - before);
   }
-  // Kids stand behind their parents.
+  // Kids follow their parents.
   for (std::size_t at = nodes.size(); at-- > 0;) {
     const Node& node = nodes[at];
     const std::int32_t num = node.ref.as_ref().num;
@@ -240,19 +234,17 @@ void MergeForm::leave_out_fields(MergeSource& source, const CPDFArray& fields) {
       source.leave_out(&node.ref);
     const bool absent = source.is_left_out(num);
     if (absent && node.parent >= 0)
-      ++nodes[static_cast<std::size_t>(node.parent)].absent;
+      ++nodes[node.parent].absent;
   }
 }
 
 // The order of calculation: of the document's own fields, then of those of each source.
 void MergeForm::take_order(MergeSource& source, const CPDFDictionary& form) {
-  Freed<CPDFObj> theirs;
-  source.table.resolve(theirs, form.get_item("CO"));
+  Freed<CPDFObj> theirs = source.table.value(&form, "CO");
   CPDFDictionary* const ours = form_.edit_dict();
   if (theirs.as_array() == nullptr || ours == nullptr)
     return;
-  Freed<CPDFObj> list;
-  table_.resolve(list, ours->get_item("CO"));
+  Freed<CPDFObj> list = table_.value(ours, "CO");
   if (list.as_array() == nullptr)
     list.take_array(new (std::nothrow) CPDFArray);
   for (std::int32_t i = 0; list.as_array() != nullptr && i < theirs.as_array()->count; ++i) {
@@ -304,12 +296,10 @@ void MergeForm::take_settings(MergeSource& source, const CPDFDictionary& form, s
 // Default resources: what has no entry of its name yet is taken. Where a name is taken, a font that is another
 // one gets a new name; of the rest the first source's stays, as appearances name their own resources.
 void MergeForm::take_resources(MergeSource& source, const CPDFDictionary& form) {
-  Freed<CPDFObj> resources;
-  source.table.resolve(resources, form.get_item("DR"));
+  Freed<CPDFObj> resources = source.table.value(&form, "DR");
   for (std::int32_t i = 0; resources.as_dict() != nullptr && i < resources.as_dict()->count; ++i) {
     const CPDFDictItem& category = *resources.as_dict()->items[i];
-    Freed<CPDFObj> theirs;
-    source.table.resolve(theirs, &category);
+    Freed<CPDFObj> theirs = source.table.value(&category);
     if (theirs.as_dict() != nullptr)
       take_category(source, category.key(), *theirs.as_dict());
   }
@@ -341,8 +331,7 @@ void MergeForm::take_category(MergeSource& source, const char* category, CPDFDic
   CPDFDictionary* const ours = form_.edit_dict();
   if (ours == nullptr)
     return;
-  Freed<CPDFObj> all;
-  table_.resolve(all, ours->get_item("DR"));
+  Freed<CPDFObj> all = table_.value(ours, "DR");
   if (all.as_dict() == nullptr)
     all.take_dict(new (std::nothrow) CPDFDictionary);
   if (all.as_dict() == nullptr)
@@ -351,7 +340,7 @@ void MergeForm::take_category(MergeSource& source, const char* category, CPDFDic
   ours->move_item("DR", all);
 }
 
-// The new name is none that either form has, so that no appearance is renamed twice.
+// Neither form has the new name, so that no appearance is renamed twice.
 void MergeForm::add_renamed(MergeSource& source, CPDFDictItem& font, const CPDFDictionary& ours,
                             const CPDFDictionary& theirs, CPDFDictionary& added) {
   Cleared<CPDFDictionary> taken;

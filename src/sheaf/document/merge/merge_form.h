@@ -45,7 +45,7 @@ private:
   CPDFAcroForm form_;
   NameList tried_;      // names that were taken, as UTF-8; `num` is the number that is tried next
   NameList kid_names_;  // "parent/name" of fields below others, where some were added
-  VisitedSet parents_;  // whose fields stand there
+  VisitedSet parents_;  // of the fields that are there
 };
 
 }  // namespace sheaf

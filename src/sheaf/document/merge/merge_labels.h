@@ -13,7 +13,7 @@ public:
   MergeLabels(const MergeLabels&) = delete;
   MergeLabels& operator=(const MergeLabels&) = delete;
 
-  /// `pages` are the source's indices of the `count` pages that stand at the end of the document.
+  /// `pages` are the source's indices of the `count` pages that are at the end of the document.
   void take(MergeSource& source, const std::int32_t* pages, std::int32_t count);
   void put(CPDFDictionary& catalog);
 

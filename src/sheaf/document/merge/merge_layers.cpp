@@ -14,8 +14,7 @@ constexpr const char* kLists[] = {"Order", "Locked", "RBGroups", "AS"};
 }  // namespace
 
 void MergeLayers::take_list(MergeSource& source, const CPDFObj* item, const char* as) {
-  Freed<CPDFObj> list;
-  source.table.resolve(list, item);
+  Freed<CPDFObj> list = source.table.value(item);
   if (list.as_array() == nullptr || !source.import(list))
     return;
   CPDFObj* const all = added_.get_item(as);
@@ -29,11 +28,9 @@ void MergeLayers::take_list(MergeSource& source, const CPDFObj* item, const char
 
 // Where a source hides its groups unless it says otherwise, those that it does not show are hidden.
 void MergeLayers::take_shown_and_hidden(MergeSource& source, const CPDFDictionary* config, const CPDFObj* groups) {
-  Freed<CPDFObj> base;
-  Freed<CPDFObj> named;
-  source.table.resolve(base, config != nullptr ? config->get_item("BaseState") : nullptr);
+  Freed<CPDFObj> base = source.table.value(config, "BaseState");
   const bool hides = base.is_name("OFF");
-  source.table.resolve(named, config != nullptr ? config->get_item(hides ? "ON" : "OFF") : nullptr);
+  Freed<CPDFObj> named = source.table.value(config, hides ? "ON" : "OFF");
   VisitedSet is_named;
   for (std::int32_t i = 0; named.as_array() != nullptr && i < named.as_array()->count; ++i)
     is_named.visit(named.as_array()->items[i].as_ref().num);
@@ -60,18 +57,15 @@ void MergeLayers::take(MergeSource& source) {
     target_.note(PDF_MERGE_FATE::kKept, "layers");
     return;
   }
-  Freed<CPDFObj> groups;
-  Freed<CPDFObj> config;
-  source.table.resolve(groups, content.as_dict()->get_item("OCGs"));
-  source.table.resolve(config, content.as_dict()->get_item("D"));
+  Freed<CPDFObj> groups = source.table.value(content.as_dict(), "OCGs");
+  Freed<CPDFObj> config = source.table.value(content.as_dict(), "D");
   take_list(source, &groups, "OCGs");
   source.table.resolve(groups, content.as_dict()->get_item("OCGs"));
   take_shown_and_hidden(source, config.as_dict(), &groups);
   for (const char* key : kLists)
     take_list(source, config.as_dict() != nullptr ? config.as_dict()->get_item(key) : nullptr, key);
   target_.note(PDF_MERGE_FATE::kJoined, "layers");
-  Freed<CPDFObj> others;
-  source.table.resolve(others, content.as_dict()->get_item("Configs"));
+  Freed<CPDFObj> others = source.table.value(content.as_dict(), "Configs");
   if (others.as_array() != nullptr)
     target_.note(PDF_MERGE_FATE::kDropped, "layer configurations", others.as_array()->count);
 }
@@ -81,8 +75,7 @@ void MergeLayers::append_list(CPDFDictionary& dict, const char* key, const char*
   CPDFObj* const more = added_.get_item(from);
   if (more == nullptr || more->as_array()->count == 0)
     return;
-  Freed<CPDFObj> list;
-  table_.resolve(list, dict.get_item(key));
+  Freed<CPDFObj> list = table_.value(&dict, key);
   if (list.as_array() == nullptr) {
     dict.move_item(key, *more);
     return;
@@ -97,22 +90,19 @@ void MergeLayers::put(CPDFDictionary& catalog) {
     return;
   const CPDFObj* const item = catalog.get_item("OCProperties");
   const PDF_REF place = item != nullptr ? item->as_ref() : PDF_REF{0, 0};
-  Freed<CPDFObj> content;
-  table_.resolve(content, item != nullptr ? item : &first_);
+  Freed<CPDFObj> content = table_.value(item != nullptr ? item : &first_);
   if (content.as_dict() == nullptr)
     content.take_dict(new (std::nothrow) CPDFDictionary);
   if (content.as_dict() == nullptr)
     return;
   const CPDFObj* const own = content.as_dict()->get_item("D");
   const PDF_REF config_place = own != nullptr ? own->as_ref() : PDF_REF{0, 0};
-  Freed<CPDFObj> config;
-  table_.resolve(config, own);
+  Freed<CPDFObj> config = table_.value(own);
   if (config.as_dict() == nullptr)
     config.take_dict(new (std::nothrow) CPDFDictionary);
   if (config.as_dict() == nullptr)
     return;
-  Freed<CPDFObj> base;
-  table_.resolve(base, config.as_dict()->get_item("BaseState"));
+  Freed<CPDFObj> base = table_.value(config.as_dict(), "BaseState");
   const char* const named = base.is_name("OFF") ? "ON" : "OFF";
   append_list(*content.as_dict(), "OCGs", "OCGs");
   append_list(*config.as_dict(), named, named);

@@ -22,18 +22,15 @@ MergeNames::MergeNames(MergeTarget& target)
              {NameAdditions("Renditions"), "renditions"}} {}
 
 void MergeNames::load() {
-  Freed<CPDFObj> catalog;
-  Freed<CPDFObj> names;
-  Freed<CPDFObj> old;
-  table_.resolve(catalog, &table_.root);
+  Freed<CPDFObj> catalog = table_.catalog();
   if (catalog.as_dict() == nullptr)
     return;
-  table_.resolve(names, catalog.as_dict()->get_item("Names"));
+  Freed<CPDFObj> names = table_.value(catalog.as_dict(), "Names");
   destinations_.load(table_, names.as_dict());
   files_.load(table_, names.as_dict());
   for (Kind& kind : kinds_)
     kind.names.load(table_, names.as_dict());
-  table_.resolve(old, catalog.as_dict()->get_item("Dests"));
+  Freed<CPDFObj> old = table_.value(catalog.as_dict(), "Dests");
   for (std::int32_t i = 0; old.as_dict() != nullptr && i < old.as_dict()->count; ++i) {
     auto* key = const_cast<char*>(old.as_dict()->items[i]->key());
     destinations_.reserve({static_cast<std::int32_t>(std::strlen(key)), key});
@@ -79,8 +76,7 @@ void MergeNames::find_targets(MergeSource& source, NameList& targets) const {
     const CPDFObj* kind = dict != nullptr ? dict->get_item("S") : nullptr;
     if (kind == nullptr || !kind->is_name("GoToE"))
       continue;
-    Freed<CPDFObj> into;
-    table_.resolve(into, dict->get_item("T"));
+    Freed<CPDFObj> into = table_.value(dict, "T");
     const CPDFObj* name = into.as_dict() != nullptr ? into.as_dict()->get_item("N") : nullptr;
     if (name != nullptr && name->tag == kTagString && targets.find(name->as_string()) < 0)
       targets.add(name->as_string(), {1, 0});
@@ -95,8 +91,7 @@ void MergeNames::find_elsewhere(MergeSource& source, VisitedSet& elsewhere) cons
   const auto look_at = [&](const CPDFDictionary& dict) {
     if (const CPDFObj* file = dict.get_item("FS"))
       elsewhere.visit(file->as_ref().num);
-    Freed<CPDFObj> list;
-    source.table.resolve(list, dict.get_item("AF"));
+    Freed<CPDFObj> list = source.table.value(&dict, "AF");
     for (std::int32_t i = 0; list.as_array() != nullptr && i < list.as_array()->count; ++i)
       elsewhere.visit(list.as_array()->items[i].as_ref().num);
   };
@@ -143,8 +138,7 @@ void MergeNames::take_files(MergeSource& source, const CPDFObj* tree) {
 void MergeNames::put(CPDFDictionary& catalog) {
   const CPDFObj* const item = catalog.get_item("Names");
   const PDF_REF place = item != nullptr ? item->as_ref() : PDF_REF{0, 0};
-  Freed<CPDFObj> names;
-  table_.resolve(names, item);
+  Freed<CPDFObj> names = table_.value(item);
   if (names.as_dict() == nullptr)
     names.take_dict(new (std::nothrow) CPDFDictionary);
   if (names.as_dict() == nullptr)

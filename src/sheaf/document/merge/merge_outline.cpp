@@ -22,8 +22,7 @@ void set_links(CPDFDictionary& dict, const PDF_REF& first, const PDF_REF& last, 
 }
 
 std::int32_t count_of(CPDFXRefTable& table, const CPDFDictionary& dict) {
-  Freed<CPDFObj> count;
-  table.resolve(count, dict.get_item(CPDFDictionary::sm_tag_count));
+  Freed<CPDFObj> count = table.value(&dict, CPDFDictionary::sm_tag_count);
   return count.to_int();
 }
 
@@ -35,8 +34,7 @@ void MergeOutline::take(MergeSource& source, SourceDestinations& destinations, c
     return;
   list(source, destinations, nodes);
   if (root_.num == 0) {
-    Freed<CPDFObj> catalog;
-    table_.resolve(catalog, &table_.root);
+    Freed<CPDFObj> catalog = table_.catalog();
     const CPDFObj* own = catalog.as_dict() != nullptr ? catalog.as_dict()->get_item("Outlines") : nullptr;
     root_ = own != nullptr && own->as_ref().num > 0 ? own->as_ref() : PDF_REF{table_.alloc_obj_num(), 0};
   }
@@ -47,7 +45,7 @@ void MergeOutline::take(MergeSource& source, SourceDestinations& destinations, c
     return;
   for (std::size_t i = nodes.size(); i-- > 0;) {
     if (nodes[i].kept)
-      store(source, nodes[i], nodes[i].parent >= 0 ? nodes[static_cast<std::size_t>(nodes[i].parent)] : top);
+      store(source, nodes[i], nodes[i].parent >= 0 ? nodes[nodes[i].parent] : top);
   }
   if (!has_entry)
     add_tops(nodes);
@@ -88,7 +86,7 @@ void MergeOutline::list(MergeSource& source, SourceDestinations& destinations, G
     const bool named = dest != nullptr || dict->get_item("A") != nullptr;
     // One that leads nowhere is a heading, which belongs to the whole document.
     const bool kept = source.takes_all || (page > 0 ? source.wanted.has(page) : page < 0 && named);
-    const auto index = static_cast<std::int32_t>(nodes.size());
+    const auto index = nodes.count();
     if (!nodes.push({at.ref, at.parent, kept, 0, {}, {}, {}, {}, {}}))
       return;
     // What follows an entry waits below what it holds.
@@ -102,11 +100,11 @@ bool MergeOutline::link(GrowArray<Node>& nodes, Node& top) {
   std::int32_t count = 0;
   for (std::size_t i = nodes.size(); i-- > 0;) {
     if (nodes[i].kept && nodes[i].parent >= 0)
-      nodes[static_cast<std::size_t>(nodes[i].parent)].kept = true;
+      nodes[nodes[i].parent].kept = true;
     count += nodes[i].kept ? 1 : 0;
   }
   target_.note(PDF_MERGE_FATE::kJoined, "outline", count);
-  target_.note(PDF_MERGE_FATE::kDropped, "outline", static_cast<std::int32_t>(nodes.size()) - count);
+  target_.note(PDF_MERGE_FATE::kDropped, "outline", nodes.count() - count);
   GrowArray<std::int32_t> last_of;  // the last entry so far below each, by index plus one
   if (!last_of.resize(nodes.size() + 1))
     return false;
@@ -115,13 +113,13 @@ bool MergeOutline::link(GrowArray<Node>& nodes, Node& top) {
     if (!node.kept)
       continue;
     node.made = {table_.alloc_obj_num(), 0};
-    Node& parent = node.parent >= 0 ? nodes[static_cast<std::size_t>(node.parent)] : top;
-    std::int32_t& last = last_of[static_cast<std::size_t>(std::int64_t{node.parent} + 1)];
+    Node& parent = node.parent >= 0 ? nodes[node.parent] : top;
+    std::int32_t& last = last_of[std::int64_t{node.parent} + 1];
     if (parent.first.num == 0) {
       parent.first = node.made;
     } else {
       node.prev = parent.last;
-      nodes[static_cast<std::size_t>(last)].next = node.made;
+      nodes[last].next = node.made;
     }
     parent.last = node.made;
     last = static_cast<std::int32_t>(i);
@@ -152,8 +150,7 @@ bool MergeOutline::add_entry(const char* title, const Node& top, const PDF_REF& 
 }
 
 void MergeOutline::store(MergeSource& source, Node& node, Node& parent) {
-  Freed<CPDFObj> obj;
-  source.table.get_entity(obj, node.source);
+  Freed<CPDFObj> obj = source.table.object(node.source);
   if (obj.as_dict() == nullptr)
     return;
   Cleared<CPDFDictionary> entry;
@@ -177,7 +174,7 @@ void MergeOutline::store(MergeSource& source, Node& node, Node& parent) {
   table_.store_dict(node.made, &entry);
 }
 
-// The last entry at the top, by "Last" or, where that is none, by following the entries.
+// The last entry at the top, by "Last" or, where that names no entry, by following the entries.
 PDF_REF MergeOutline::last_of(const CPDFDictionary& root) {
   Freed<CPDFObj> entry;
   const CPDFObj* item = root.get_item("Last");
@@ -199,8 +196,7 @@ PDF_REF MergeOutline::last_of(const CPDFDictionary& root) {
 void MergeOutline::put(CPDFDictionary& catalog) {
   if (tops_.empty())
     return;
-  Freed<CPDFObj> root;
-  table_.resolve(root, catalog.get_item("Outlines"));
+  Freed<CPDFObj> root = table_.value(&catalog, "Outlines");
   if (root.as_dict() == nullptr)
     root.take_dict(new (std::nothrow) CPDFDictionary);
   if (root.as_dict() == nullptr)
@@ -223,8 +219,7 @@ void MergeOutline::put(CPDFDictionary& catalog) {
     if (i + 1 < count)
       entry->set_item_ref(CPDFDictionary::sm_tag_next, tops_[i + 1].ref);
   }
-  Freed<CPDFObj> before;
-  table_.get_entity(before, own_last);
+  Freed<CPDFObj> before = table_.object(own_last);
   if (before.as_dict() != nullptr) {
     before.as_dict()->set_item_ref(CPDFDictionary::sm_tag_next, tops_[0].ref);
     table_.store_object(own_last, before);

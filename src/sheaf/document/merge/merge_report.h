@@ -29,6 +29,6 @@ enum class PDF_MERGE_FILES : std::int32_t {
 /// How a merge goes about it. The value-initialised options are good for joining documents.
 struct PDF_MERGE_OPTIONS {
   PDF_MERGE_FILES files = PDF_MERGE_FILES::kAll;
-  bool entry_for_source = true;  ///< Outlines stand under an entry of the source's title.
+  bool entry_for_source = true;  ///< Outlines are under an entry of the source's title.
   bool share_streams = false;    ///< Streams with equal bytes and dictionaries become one.
 };

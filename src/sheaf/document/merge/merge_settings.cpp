@@ -46,8 +46,7 @@ bool same_text(const PDF_String& a, const PDF_String& b) {
 
 // What the first intent of `list` is called; null without one.
 void find_identifier(CPDFXRefTable& table, const CPDFArray& list, CPDFObj& identifier) {
-  Freed<CPDFObj> intent;
-  table.resolve(intent, list.get(0));
+  Freed<CPDFObj> intent = table.value(list.get(0));
   if (const CPDFDictionary* dict = intent.as_dict())
     table.resolve(identifier, dict->get_item("OutputConditionIdentifier"));
 }
@@ -97,12 +96,10 @@ void MergeSettings::take_entries(MergeSource& source, SourceDestinations& destin
 }
 
 void MergeSettings::take_information(MergeSource& source) {
-  Freed<CPDFObj> theirs;
-  Freed<CPDFObj> ours;
-  source.table.resolve(theirs, &source.table.info);
+  Freed<CPDFObj> theirs = source.table.value(&source.table.info);
   if (theirs.as_dict() == nullptr || theirs.as_dict()->count == 0 || !source.import(theirs))
     return;
-  table_.resolve(ours, &table_.info);
+  Freed<CPDFObj> ours = table_.value(&table_.info);
   for (std::int32_t i = 0; ours.as_dict() != nullptr && i < ours.as_dict()->count; ++i)
     theirs.as_dict()->set_item(ours.as_dict()->items[i]->key(), ours.as_dict()->items[i]);
   if (table_.info.as_ref().num < 1)

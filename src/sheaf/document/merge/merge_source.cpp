@@ -25,7 +25,7 @@ const CPDFObj* MergeSource::entry(const char* key) const {
   return catalog.as_dict() != nullptr ? catalog.as_dict()->get_item(key) : nullptr;
 }
 
-// Listing pages or elements may make objects of values that stand in others; the map must know them.
+// Listing pages or elements may make objects of values that are in others; the map must know them.
 bool MergeSource::widen_map() {
   const auto size = static_cast<std::uint32_t>(table.next_obj_num);
   if (size <= context->map_size)
@@ -74,7 +74,7 @@ void MergeSource::reserve_pages(const std::int32_t* pages, std::int32_t count) {
 void MergeSource::leave_out(const CPDFObj* item) {
   const std::int32_t num = item != nullptr ? item->as_ref().num : 0;
   if (num > 0 && is_mapped(num) && context->map[num] == 0)
-    context->map[num] = static_cast<std::uint32_t>(target.hole);
+    context->map[num] = static_cast<std::uint32_t>(target.left_out_num);
 }
 
 PDF_REF MergeSource::copy_of(std::int32_t num) const {
@@ -87,7 +87,7 @@ bool MergeSource::import(CPDFObj& value) {
   if (value.tag == kTagRef) {
     const PDF_REF ref = target.table.clone_obj(&table, context, value.as_ref());
     value.set_ref(ref);
-    return ref.num > 0 && ref.num != target.hole;
+    return ref.num > 0 && ref.num != target.left_out_num;
   }
   if (value.as_array() != nullptr)
     return target.table.clone_array(&table, context, value.as_array()) != 0;

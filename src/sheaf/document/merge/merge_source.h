@@ -30,7 +30,7 @@ public:
   /// Maps what `item` refers to, so that nothing brings it along.
   void leave_out(const CPDFObj* item);
   bool is_left_out(std::int32_t num) const {
-    return is_mapped(num) && context->map[num] == static_cast<std::uint32_t>(target.hole);
+    return is_mapped(num) && context->map[num] == static_cast<std::uint32_t>(target.left_out_num);
   }
   /// The copy of object `num`; {0, 0} when it was left out.
   PDF_REF copy_of(std::int32_t num) const;
@@ -40,7 +40,7 @@ public:
   /// The same, with the result as an object of its own; {0, 0} on failure. `value` becomes null.
   PDF_REF import_object(CPDFObj& value);
 
-  /// Makes an object of the source of a value that stands in another one. {0, 0} without memory; `value`
+  /// Makes an object of the source of a value that is in another one. {0, 0} without memory; `value`
   /// becomes null else.
   PDF_REF make_object(CPDFObj& value);
 

@@ -26,20 +26,17 @@ std::int32_t identifier_limit(std::size_t count) {
 }  // namespace
 
 void MergeStructure::load() {
-  Freed<CPDFObj> catalog;
-  Freed<CPDFObj> root;
-  table_.resolve(catalog, &table_.root);
+  Freed<CPDFObj> catalog = table_.catalog();
   if (catalog.as_dict() == nullptr)
     return;
   const CPDFObj* const item = catalog.as_dict()->get_item(kRoot);
-  table_.resolve(root, item);
+  Freed<CPDFObj> root = table_.value(item);
   if (root.as_dict() == nullptr || item->tag != kTagRef)
     return;
   has_own_ = true;
   root_ = item->as_ref();
   names_.load(*root.as_dict());
-  Freed<CPDFObj> next;
-  table_.resolve(next, root.as_dict()->get_item("ParentTreeNextKey"));
+  Freed<CPDFObj> next = table_.value(root.as_dict(), "ParentTreeNextKey");
   std::int32_t least = 0;
   std::int32_t greatest = -1;
   number_tree_limits(table_, root.as_dict()->get_item("ParentTree"), least, greatest);
@@ -85,7 +82,7 @@ void MergeStructure::take(MergeSource& source) {
 }
 
 // Each further copy of a page gets copies of the elements that hold content of the page, and of those
-// above them; what stands at the top and holds none itself is shared.
+// above them; what is at the top and holds none itself is shared.
 void MergeStructure::take_repeated(MergeSource& source) {
   const std::size_t first_contents = contents_.size();
   for (std::size_t at = 0; at < source.repeated.size();) {
@@ -139,7 +136,7 @@ void MergeStructure::store_copies(MergeSource& source, std::size_t at, std::size
   copied_page_ = source.repeated[at].num;
   copied_objects_.clear();
   for (std::size_t i = at; i < end; ++i) {
-    lead_to(source.repeated[i].num, static_cast<std::uint32_t>(source.repeated[i].made.num));
+    lead_to(source.repeated[i].num, source.repeated[i].made.index());
     copied_objects_.visit(source.repeated[i].num);
   }
   for (const std::int32_t index : chosen)
@@ -187,19 +184,17 @@ bool MergeStructure::takes_page(const MergeSource& source, std::int32_t page) co
 }
 
 void MergeStructure::store(MergeSource& source, const SourceElement& element) {
-  Freed<CPDFObj> obj;
-  source.table.get_entity(obj, element.ref);
+  Freed<CPDFObj> obj = source.table.object(element.ref);
   const PDF_REF made = source.copy_of(element.ref.num);
   if (obj.as_dict() == nullptr || made.num == 0)
     return;
   Freed<CPDFObj> kids;
-  Freed<CPDFObj> related;
   if (const CPDFObj* item = obj.as_dict()->get_item("K")) {
     source.table.resolve(kids, item);
     if (kids.as_array() == nullptr && kids.tag != kTagInt)
       kids.copy_from(item);
   }
-  source.table.resolve(related, obj.as_dict()->get_item("Ref"));
+  Freed<CPDFObj> related = source.table.value(obj.as_dict(), "Ref");
   const std::int32_t page = number_at(*obj.as_dict(), "Pg");
   for (const char* key : {"K", "P", "Pg", "Ref"})
     obj.as_dict()->set_item(key, nullptr);
@@ -243,8 +238,7 @@ void MergeStructure::store_kids(MergeSource& source, const CPDFObj& kids, const 
       if (is_taken && below.parent == index)
         list.append_ref(source.copy_of(below.ref.num));
     } else if (kid.tag != kTagRef || !element.holds_elements) {
-      Freed<CPDFObj> item;
-      source.table.resolve(item, &kid);
+      Freed<CPDFObj> item = source.table.value(&kid);
       if (item.as_dict() != nullptr)
         take_content(source, *item.as_dict(), element.page, made, index, list);
     }
@@ -294,10 +288,9 @@ void MergeStructure::take_content(MergeSource& source, const CPDFDictionary& ite
 // The elements at the top, in their order. Where the source is in another language than the document
 // says, they say so themselves.
 void MergeStructure::take_tops(MergeSource& source) {
-  Freed<CPDFObj> catalog;
   Freed<CPDFObj> theirs;
   source.read(theirs, "Lang");
-  table_.resolve(catalog, &table_.root);
+  Freed<CPDFObj> catalog = table_.catalog();
   const CPDFObj* ours = catalog.as_dict() != nullptr ? catalog.as_dict()->get_item("Lang") : nullptr;
   if (target_.takes_settings())
     language_.copy_from(&theirs);
@@ -307,10 +300,9 @@ void MergeStructure::take_tops(MergeSource& source) {
   const PDF_String b = language_.as_string();
   const bool same = a.len == b.len && std::equal(a.data, a.data + a.len, b.data);
   Freed<CPDFObj> root;
-  Freed<CPDFObj> kids;
   source.read(root, kRoot);
   const CPDFObj* const top = root.as_dict() != nullptr ? root.as_dict()->get_item("K") : nullptr;
-  source.table.resolve(kids, top);
+  Freed<CPDFObj> kids = source.table.value(top);
   const auto take_top = [&](const CPDFObj& kid) {
     const PDF_REF made = elements_.has_kept(kid.as_ref().num) ? source.copy_of(kid.as_ref().num) : PDF_REF{0, 0};
     CPDFDictionary* const element = target_.stored_dict(made);
@@ -324,9 +316,8 @@ void MergeStructure::take_tops(MergeSource& source) {
   for (std::int32_t i = 0; kids.as_array() != nullptr && i < kids.as_array()->count; ++i)
     take_top(kids.as_array()->items[i]);
   Freed<CPDFObj> marks;
-  Freed<CPDFObj> marked;
   source.read(marks, "MarkInfo");
-  source.table.resolve(marked, marks.as_dict() != nullptr ? marks.as_dict()->get_item("Marked") : nullptr);
+  Freed<CPDFObj> marked = source.table.value(marks.as_dict(), "Marked");
   if (marked.as_bool())
     is_marked_ = true;
   else
@@ -342,7 +333,7 @@ void MergeStructure::take_tops(MergeSource& source) {
     namespaces_.as_array()->append_moved(kids.as_array()->items[i]);
 }
 
-// A key for each page, form and object; behind the key of a page or form stands the list of its
+// A key for each page, form and object; the key of a page or form is followed by the list of its
 // elements, by marked-content identifier.
 void MergeStructure::enter_contents(std::size_t first) {
   std::stable_sort(contents_.begin() + first, contents_.end(), [](const Content& a, const Content& b) {
@@ -401,8 +392,7 @@ void MergeStructure::put(CPDFDictionary& catalog) {
   put_parent_tree(*root.as_dict());
   names_.put(*root.as_dict());
   if (namespaces_.as_array() != nullptr) {
-    Freed<CPDFObj> all;
-    table_.resolve(all, root.as_dict()->get_item("Namespaces"));
+    Freed<CPDFObj> all = table_.value(root.as_dict(), "Namespaces");
     for (std::int32_t i = 0; all.as_array() != nullptr && i < namespaces_.as_array()->count; ++i)
       all.as_array()->append_moved(namespaces_.as_array()->items[i]);
     root.as_dict()->move_item("Namespaces", all.as_array() != nullptr ? static_cast<CPDFObj&>(all) : namespaces_);
@@ -412,11 +402,10 @@ void MergeStructure::put(CPDFDictionary& catalog) {
   put_marks(catalog);
 }
 
-// Elements of several sources stand in one document element; those behind a document's own beside its.
+// Elements of several sources are in one document element; those behind a document's own beside its.
 void MergeStructure::put_tops(CPDFDictionary& root) {
-  Freed<CPDFObj> kids;
   const CPDFObj* const own = root.get_item("K");
-  table_.resolve(kids, own);
+  Freed<CPDFObj> kids = table_.value(own);
   if (kids.as_array() == nullptr) {
     Freed<CPDFObj> list;
     list.take_array(new (std::nothrow) CPDFArray);
@@ -462,8 +451,7 @@ void MergeStructure::put_parent_tree(CPDFDictionary& root) {
 // A document of which a part has no tags is marked all the same, or nobody would read the others; it
 // says that it may not be tagged throughout.
 void MergeStructure::put_marks(CPDFDictionary& catalog) {
-  Freed<CPDFObj> marks;
-  table_.resolve(marks, catalog.get_item("MarkInfo"));
+  Freed<CPDFObj> marks = table_.value(&catalog, "MarkInfo");
   if (marks.as_dict() == nullptr)
     marks.take_dict(new (std::nothrow) CPDFDictionary);
   if (marks.as_dict() == nullptr || !is_marked_)

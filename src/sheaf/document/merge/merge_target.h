@@ -12,7 +12,7 @@ struct MergeTarget {
 
   /// Adds `count` to the record of this fate and entry of the source at hand.
   void note(PDF_MERGE_FATE fate, const char* entry, std::int32_t count = 1);
-  /// The dictionary of an object that is in memory, for changes; null when it is none. Borrowed;
+  /// The dictionary of an object that is in memory, for changes; null when it is not a dictionary. Borrowed;
   /// valid until the next object is stored.
   CPDFDictionary* stored_dict(const PDF_REF& ref) const;
   /// Whether the document gets its settings from the source at hand: the first one of a new document.
@@ -21,9 +21,9 @@ struct MergeTarget {
   CPDFDoc& doc;
   CPDFXRefTable& table;
   PDF_MERGE_OPTIONS options;
-  std::int32_t hole = 0;     ///< The number that no object ever gets: what must be left out is mapped to it.
-  bool was_empty = false;    ///< No pages stood there before the first source.
-  std::int32_t source = -1;  ///< Which append is under way, from 0.
+  std::int32_t left_out_num = 0;  ///< A number that no object ever gets: what must be left out is mapped to it.
+  bool was_empty = false;         ///< The document had no pages before the first source.
+  std::int32_t source = -1;       ///< Which append is under way, from 0.
   GrowArray<PDF_MERGE_RECORD> records;
 };
 

@@ -81,7 +81,7 @@ bool MergeTidy::tidy_value(CPDFObj& value, const char* key, bool in_goto) {
     return tidy_dict(*value.as_dict());
   if (value.tag == kTagRef) {
     const std::int32_t num = value.as_ref().num;
-    return num > 0 && num != src_.target.hole && (first_round_ || !dead_.has(num));
+    return num > 0 && num != src_.target.left_out_num && (first_round_ || !emptied_.has(num));
   }
   const bool is_place = key != nullptr && (std::strcmp(key, "Dest") == 0 || (in_goto && std::strcmp(key, "D") == 0));
   if (first_round_ && is_place && (value.tag == kTagString || value.tag == kTagName))
@@ -165,7 +165,7 @@ void MergeTidy::run() {
       if (static_cast<std::int32_t>(slot.num) < src_.first_num || tidy_slot(slot))
         continue;
       slot.obj.free();
-      found = dead_.visit(static_cast<std::int32_t>(slot.num)) || found;
+      found = emptied_.visit(static_cast<std::int32_t>(slot.num)) || found;
     }
     first_round_ = false;
   }

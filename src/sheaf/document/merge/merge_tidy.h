@@ -34,7 +34,7 @@ private:
   CPDFXRefTable& table_;
   const SourceDestinations& destinations_;
   const MergeStructure& structure_;
-  VisitedSet dead_;  // our objects of which nothing is left
+  VisitedSet emptied_;  // our objects of which nothing is left
   bool first_round_ = true;
 };
 

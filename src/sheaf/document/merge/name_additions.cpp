@@ -49,7 +49,7 @@ void NameAdditions::put(CPDFXRefTable& table, CPDFDictionary& names) {
     if (table.store_object(ref, copy))
       list_.set_value(index, ref);
   });
-  // Those that stand elsewhere stay there.
+  // Names outside the tree stay where they are.
   NameList all;
   for (std::int32_t i = 0; i < list_.size(); ++i) {
     if (list_.at(i).value.num != 0)

@@ -17,10 +17,10 @@ public:
   explicit NameAdditions(const char* key) : key_(key) {}
 
   const char* key() const { return key_; }
-  /// Takes note of the names that stand in the document's own tree. `names` is the catalogue's
+  /// Takes note of the names that are in the document's own tree. `names` is the catalogue's
   /// dictionary of them and may be null.
   void load(CPDFXRefTable& table, const CPDFDictionary* names);
-  /// Takes note of one name of the document that stands elsewhere.
+  /// Takes note of one name that the document has outside that tree.
   void reserve(const PDF_String& name);
   /// Adds `name`, with a number behind it where it is taken. Its index in `list`, or -1.
   std::int32_t add(const PDF_String& name, const PDF_REF& value) { return list_.add_unique(name, value); }

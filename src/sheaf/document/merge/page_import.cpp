@@ -23,7 +23,7 @@ PDF_REF PageImport::append(std::int32_t index, bool& repeated) {
   const PDF_REF copy{table_.alloc_obj_num(), 0};
   GrowArray<Mapping> forgotten;
   forgotten.push({page.ref.num, src_.context->map[page.ref.num]});
-  src_.context->map[page.ref.num] = static_cast<std::uint32_t>(copy.num);
+  src_.context->map[page.ref.num] = copy.index();
   forget_annotations(page, forgotten);
   const bool good = import_page(page, copy);
   // Links lead to the first copy; the structure gets elements for this one.
@@ -37,7 +37,6 @@ PDF_REF PageImport::append(std::int32_t index, bool& repeated) {
 }
 
 void PageImport::forget_annotations(const CPDFPage& page, GrowArray<Mapping>& forgotten) {
-  Freed<CPDFObj> annots;
   const CPDFObj* item = page.dict.get_item("Annots");
   const auto forget = [&](const CPDFObj* value) {
     const std::int32_t num = value != nullptr ? value->as_ref().num : 0;
@@ -47,7 +46,7 @@ void PageImport::forget_annotations(const CPDFPage& page, GrowArray<Mapping>& fo
       src_.context->map[num] = 0;
   };
   forget(item);
-  src_.table.resolve(annots, item);
+  Freed<CPDFObj> annots = src_.table.value(item);
   for (std::int32_t i = 0; annots.as_array() != nullptr && i < annots.as_array()->count; ++i)
     forget(annots.as_array()->items + i);
 }
@@ -101,15 +100,13 @@ void PageImport::restore_inherited(const CPDFPage& page, CPDFDictionary& dict) {
 // boxes that are none are those that the page is shown with.
 void PageImport::mend(const CPDFPage& page, CPDFDictionary& dict) {
   dict.set_item_name(CPDFDictionary::sm_tag_type, "Page");
-  Freed<CPDFObj> value;
-  src_.table.resolve(value, dict.get_item("Contents"));
+  Freed<CPDFObj> value = src_.table.value(&dict, "Contents");
   if (value.as_stream() == nullptr && value.as_array() == nullptr)
     dict.set_item("Contents", nullptr);
   src_.table.resolve(value, dict.get_item("MediaBox"));
   bool sound = value.as_array() != nullptr && value.as_array()->count >= 4;
   for (std::int32_t i = 0; sound && i < 4; ++i) {
-    Freed<CPDFObj> side;
-    src_.table.resolve(side, value.as_array()->items + i);
+    Freed<CPDFObj> side = src_.table.value(value.as_array()->items + i);
     sound = side.is_number();
   }
   if (!sound)

@@ -1,4 +1,4 @@
-// The pages of one source on their way into the target. A page stands on its own there: what it
+// The pages of one source on their way into the target. A page is on its own there: what it
 // inherited is written into it, so that every box is as it was; what pages share they still share.
 #pragma once
 
@@ -31,7 +31,7 @@ private:
   MergeSource& src_;
   CPDFXRefTable& table_;
   VisitedSet done_;
-  NumberMap resources_;  // the copy of resources that stand directly in a node, by its number
+  NumberMap resources_;  // the copy of resources that are directly in a node, by its number
   std::int32_t copies_ = 0;
 };
 

@@ -123,7 +123,7 @@ std::int32_t SharedStreams::find(std::int32_t num, const CPDFStreamRec& stream) 
   int seen = 0;
   std::int32_t& head = buckets_[mixed(static_cast<std::uint64_t>(stream.length)) % buckets_.size()];
   for (std::int32_t at = head; at >= 0 && compared < kMostCompared && seen < kMostSeen;) {
-    Known& known = known_[static_cast<std::size_t>(at)];
+    Known& known = known_[at];
     at = known.next;
     ++seen;
     if (known.length != stream.length || known.num == num)
@@ -139,7 +139,7 @@ std::int32_t SharedStreams::find(std::int32_t num, const CPDFStreamRec& stream) 
   }
   if (looked_at_.get(num - first_num_ + 1) == 0 && known_.size() < kMostKnown &&
       known_.push({num, stream.length, digest, head})) {
-    head = static_cast<std::int32_t>(known_.size()) - 1;
+    head = known_.count() - 1;
     looked_at_.set(num - first_num_ + 1, 1);
   }
   return 0;

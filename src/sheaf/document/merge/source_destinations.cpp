@@ -10,9 +10,9 @@ namespace sheaf {
 
 namespace {
 
-// Where an object stands in the file, by itself or in its object stream.
+// Where an object is in the file, by itself or in its object stream.
 std::uint64_t place_of(const CPDFXRefTable& table, const PDF_REF& ref) {
-  const auto num = static_cast<std::uint32_t>(ref.num);
+  const auto num = ref.index();
   if (num >= table.xref_count)
     return 0;
   const PDF_XREF& entry = table.xref_items[num];
@@ -29,7 +29,7 @@ PDF_String text_or_name(const CPDFObj& value) {
   return {name != nullptr ? static_cast<std::int32_t>(std::strlen(name)) : 0, name};
 }
 
-// Whether the page can only be told by another name's.
+// Whether only the page of another name says which page this one leads to.
 bool is_alias(const CPDFObj& place) {
   return place.tag == kTagString || place.tag == kTagName;
 }
@@ -72,7 +72,7 @@ void SourceDestinations::add(const PDF_String& name, const CPDFObj& value) {
   else
     look_at(destination);
   const bool waits = destination.value.tag == kTagRef;
-  const auto index = static_cast<std::int32_t>(destinations_.size());
+  const auto index = destinations_.count();
   if (!destinations_.push(destination))
     destination.value.free();
   else if (waits)
@@ -91,7 +91,7 @@ void SourceDestinations::list() {
   src_.read(names, "Names");
   name_tree_walk(src_.table, names.as_dict() != nullptr ? names.as_dict()->get_item("Dests") : nullptr,
                  [this](const PDF_String& name, const CPDFObj& value) { add(name, value); });
-  const auto place = [this](std::int32_t index) { return destinations_[static_cast<std::size_t>(index)].place; };
+  const auto place = [this](std::int32_t index) { return destinations_[index].place; };
   std::sort(unread_.begin(), unread_.end(),
             [&place](std::int32_t a, std::int32_t b) { return place(a) != place(b) ? place(a) < place(b) : a < b; });
 }
@@ -113,7 +113,7 @@ void SourceDestinations::read_along(std::int32_t index) {
 void SourceDestinations::read_up_to(std::uint64_t up_to) {
   ReferenceList scratch;
   for (; next_unread_ < unread_.size(); ++next_unread_) {
-    Destination& destination = destinations_[static_cast<std::size_t>(unread_[next_unread_])];
+    Destination& destination = destinations_[unread_[next_unread_]];
     if (destination.place > up_to)
       return;
     const CPDFObj ref = destination.value;  // a reference owns nothing
@@ -156,8 +156,7 @@ void SourceDestinations::take() {
 std::int32_t SourceDestinations::page_of(const CPDFObj* destination) {
   if (destination == nullptr)
     return -1;
-  Freed<CPDFObj> value;
-  src_.table.resolve(value, destination);
+  Freed<CPDFObj> value = src_.table.value(destination);
   Freed<CPDFObj> inner;
   if (value.as_dict() != nullptr) {
     src_.table.resolve(inner, value.as_dict()->get_item("D"));
@@ -172,15 +171,13 @@ std::int32_t SourceDestinations::page_of(const CPDFObj* destination) {
 }
 
 std::int32_t SourceDestinations::page_of_action(const CPDFObj* action) {
-  Freed<CPDFObj> value;
-  src_.table.resolve(value, action);
+  Freed<CPDFObj> value = src_.table.value(action);
   const CPDFObj* const kind = value.as_dict() != nullptr ? value.as_dict()->get_item("S") : nullptr;
   return kind != nullptr && kind->is_name("GoTo") ? page_of(value.as_dict()->get_item("D")) : -1;
 }
 
 bool SourceDestinations::opens_page_that_comes(const CPDFObj& opening) {
-  Freed<CPDFObj> value;
-  src_.table.resolve(value, &opening);
+  Freed<CPDFObj> value = src_.table.value(&opening);
   const CPDFArray* const place = value.as_array();
   if (place != nullptr && place->count > 0 && place->items[0].is_number())
     return true;  // a page by its index, which needs no page of the source

@@ -17,7 +17,7 @@ public:
 
   /// Finds all names. To be called when the pages have their numbers.
   void list();
-  /// Reads what stands in the file no further than page `index`: names are in the order of their
+  /// Reads what is in the file no further than page `index`: names are in the order of their
   /// letters, and what they lead to is spread over the file; read in the file's order and along with
   /// the pages, most share the decoding of their object streams.
   void read_along(std::int32_t index);

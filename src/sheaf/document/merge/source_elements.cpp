@@ -11,7 +11,7 @@ namespace {
 constexpr std::size_t kMostElements = 8'000'000;
 constexpr std::int32_t kMostFewKids = 64;  // among which empty ones are looked for
 
-// Elements that stand in their parent itself become objects of the source, to which the parent then refers.
+// Elements that are part of their parent become objects of the source, to which the parent then refers.
 bool take_direct_kids(MergeSource& source, CPDFObj& kids, const PDF_REF& holder) {
   bool taken = false;
   const auto take = [&](CPDFObj& kid) {
@@ -27,8 +27,7 @@ bool take_direct_kids(MergeSource& source, CPDFObj& kids, const PDF_REF& holder)
     take(kids.as_array()->items[i]);
   if (!taken)
     return false;
-  Freed<CPDFObj> obj;
-  source.table.get_entity(obj, holder);
+  Freed<CPDFObj> obj = source.table.object(holder);
   if (obj.as_dict() == nullptr)
     return false;
   obj.as_dict()->set_item("K", &kids);
@@ -78,8 +77,7 @@ void SourceElements::list(MergeSource& source, const CPDFDictionary& root) {
 void SourceElements::look_at(MergeSource& source, const CPDFDictionary& holder, const PDF_REF& ref, std::int32_t index,
                              GrowArray<SourceElement>& waiting) {
   const CPDFObj* const item = holder.get_item("K");
-  Freed<CPDFObj> kids;
-  source.table.resolve(kids, item);
+  Freed<CPDFObj> kids = source.table.value(item);
   const bool is_direct = item != nullptr && item->tag != kTagRef;
   if (ref.num > 0 && (is_direct || kids.as_array() != nullptr))
     take_direct_kids(source, kids, ref);
@@ -113,7 +111,7 @@ void SourceElements::list_all(MergeSource& source, const CPDFDictionary& root) {
     }
     const std::int32_t own = number_at(*dict, "Pg");
     element.page = own != 0 ? own : element.page;
-    const auto index = static_cast<std::int32_t>(elements_.size());
+    const auto index = elements_.count();
     if (!index_of_.set(element.ref.num, index + 1) || !elements_.push(element))
       return;
     look_at(source, *dict, element.ref, index, waiting);
@@ -123,14 +121,14 @@ void SourceElements::list_all(MergeSource& source, const CPDFDictionary& root) {
 void SourceElements::note_content(std::int32_t index, bool comes) {
   if (index < 0)
     return;
-  SourceElement& element = elements_[static_cast<std::size_t>(index)];
+  SourceElement& element = elements_[index];
   element.holds_kept = element.holds_kept || comes;
   element.holds_other = element.holds_other || !comes;
 }
 
 void SourceElements::look_at_kid(MergeSource& source, const CPDFObj& kid, std::int32_t index,
                                  GrowArray<SourceElement>& waiting) {
-  const std::int32_t page = index >= 0 ? elements_[static_cast<std::size_t>(index)].page : 0;
+  const std::int32_t page = index >= 0 ? elements_[index].page : 0;
   if (kid.tag == kTagInt)
     note_content(index, source.wanted.has(page));
   else if (kid.as_dict() != nullptr && !is_structure_element(*kid.as_dict()))
@@ -149,7 +147,7 @@ void SourceElements::add_with_parents(MergeSource& source, const PDF_REF& elemen
   PDF_REF above = element;
   const std::int32_t present = index_of_.get(element.num) - 1;
   if (present >= 0)
-    elements_[static_cast<std::size_t>(present)].holds_elements = false;
+    elements_[present].holds_elements = false;
   while (above.num > 0 && index_of_.get(above.num) == 0 && chain.size() < kMostLevels) {
     source.table.get_entity(obj, above);
     const CPDFDictionary* const dict = obj.as_dict();
@@ -167,22 +165,20 @@ void SourceElements::add_with_parents(MergeSource& source, const PDF_REF& elemen
       continue;
     next.parent = parent;
     if (next.page == 0 && parent >= 0)
-      next.page = elements_[static_cast<std::size_t>(parent)].page;
-    parent = static_cast<std::int32_t>(elements_.size());
+      next.page = elements_[parent].page;
+    parent = elements_.count();
     if (!index_of_.set(next.ref.num, parent + 1) || !elements_.push(next))
       return;
   }
 }
 
 // Kids that hold nothing have no place in a parent tree. They are looked for where an element has few,
-// as the row of a table does. False when some stand in the element itself.
+// as the row of a table does. False when some are in the element itself.
 bool SourceElements::add_empty_kids(MergeSource& source, std::int32_t index) {
-  Freed<CPDFObj> obj;
-  Freed<CPDFObj> kids;
-  if (elements_[static_cast<std::size_t>(index)].is_crowded)
+  if (elements_[index].is_crowded)
     return true;
-  source.table.get_entity(obj, elements_[static_cast<std::size_t>(index)].ref);
-  source.table.resolve(kids, obj.as_dict() != nullptr ? obj.as_dict()->get_item("K") : nullptr);
+  Freed<CPDFObj> obj = source.table.object(elements_[index].ref);
+  Freed<CPDFObj> kids = source.table.value(obj.as_dict(), "K");
   if (kids.as_array() == nullptr || kids.as_array()->count > kMostFewKids)
     return true;
   for (std::int32_t i = 0; i < kids.as_array()->count; ++i) {
@@ -196,10 +192,10 @@ bool SourceElements::add_empty_kids(MergeSource& source, std::int32_t index) {
     source.table.get_entity(obj, kid);
     if (obj.as_dict() == nullptr || !is_structure_element(*obj.as_dict()))
       continue;
-    SourceElement& parent = elements_[static_cast<std::size_t>(index)];
+    SourceElement& parent = elements_[index];
     const bool is_empty = obj.as_dict()->get_item("K") == nullptr;
     parent.holds_other = parent.holds_other || !is_empty;
-    const auto at = static_cast<std::int32_t>(elements_.size());
+    const auto at = elements_.count();
     if (is_empty && index_of_.set(kid.num, at + 1))
       elements_.push({kid, index, parent.page, false, false, false, false, false});
   }
@@ -228,14 +224,13 @@ bool SourceElements::list_by_parent_tree(MergeSource& source, const CPDFDictiona
   number_tree_walk(source.table, root.get_item("ParentTree"), [&](std::int32_t key, const CPDFObj& value) {
     if (key < 0 || key >= VisitedSet::kMostNum || wanted.get(key + 1) == 0)
       return;
-    Freed<CPDFObj> list;
-    source.table.resolve(list, &value);
+    Freed<CPDFObj> list = source.table.value(&value);
     if (list.as_array() == nullptr)
       add_with_parents(source, value.as_ref());
     for (std::int32_t i = 0; list.as_array() != nullptr && i < list.as_array()->count; ++i)
       add_with_parents(source, list.as_array()->items[i].as_ref());
   });
-  const auto count = static_cast<std::int32_t>(elements_.size());
+  const auto count = elements_.count();
   for (std::int32_t i = 0; i < count; ++i) {
     if (!add_empty_kids(source, i))
       return false;
@@ -248,13 +243,12 @@ void SourceElements::choose(const MergeSource& source) {
     const SourceElement& element = elements_[i];
     if (element.parent < 0)
       continue;
-    SourceElement& parent = elements_[static_cast<std::size_t>(element.parent)];
+    SourceElement& parent = elements_[element.parent];
     parent.holds_kept = parent.holds_kept || element.holds_kept;
     parent.holds_other = parent.holds_other || element.holds_other;
   }
   for (SourceElement& element : elements_) {
-    const SourceElement* const parent =
-        element.parent >= 0 ? &elements_[static_cast<std::size_t>(element.parent)] : nullptr;
+    const SourceElement* const parent = element.parent >= 0 ? &elements_[element.parent] : nullptr;
     const bool is_empty = !element.holds_kept && !element.holds_other;
     element.kept = source.takes_all || element.holds_kept ||
                    (is_empty && parent != nullptr && parent->kept && !parent->holds_other);

@@ -26,7 +26,7 @@ bool is_structure_element(const CPDFDictionary& item);
 /// Whether such an item, below an element whose content is on `page`, is taken.
 bool content_comes(const MergeSource& source, const CPDFDictionary& item, std::int32_t page);
 
-/// Parents stand in front of what they hold.
+/// Parents come before what they hold.
 class SourceElements {
 public:
   explicit SourceElements(MergeTarget& target) : target_(target), table_(target.table) {}
@@ -39,7 +39,7 @@ public:
   void list(MergeSource& source, const CPDFDictionary& root);
 
   std::size_t size() const { return elements_.size(); }
-  const SourceElement& at(std::int32_t index) const { return elements_[static_cast<std::size_t>(index)]; }
+  const SourceElement& at(std::int32_t index) const { return elements_[index]; }
   const SourceElement* begin() const { return elements_.begin(); }
   const SourceElement* end() const { return elements_.end(); }
   /// The index of the element with the number `num` in the source, or -1.

@@ -35,8 +35,7 @@ void put_new_name(CPDFObj& value, const CPDFDictionary& names) {
 }  // namespace
 
 void StructureNames::load(const CPDFDictionary& root) {
-  Freed<CPDFObj> map;
-  table_.resolve(map, root.get_item("RoleMap"));
+  Freed<CPDFObj> map = table_.value(&root, "RoleMap");
   roles_.copy_from(map.as_dict());
   table_.resolve(map, root.get_item("ClassMap"));
   classes_.copy_from(map.as_dict());
@@ -52,8 +51,7 @@ void StructureNames::start(MergeSource& source, const CPDFDictionary& root) {
 }
 
 void StructureNames::take_roles(MergeSource& source, const CPDFDictionary& root) {
-  Freed<CPDFObj> map;
-  source.table.resolve(map, root.get_item("RoleMap"));
+  Freed<CPDFObj> map = source.table.value(&root, "RoleMap");
   CPDFDictionary* const theirs = map.as_dict();
   for (std::int32_t i = 0; theirs != nullptr && i < theirs->count; ++i) {
     const CPDFDictItem& role = *theirs->items[i];
@@ -77,8 +75,7 @@ void StructureNames::take_roles(MergeSource& source, const CPDFDictionary& root)
 }
 
 void StructureNames::take_classes(MergeSource& source, const CPDFDictionary& root) {
-  Freed<CPDFObj> map;
-  source.table.resolve(map, root.get_item("ClassMap"));
+  Freed<CPDFObj> map = source.table.value(&root, "ClassMap");
   for (std::int32_t i = 0; map.as_dict() != nullptr && i < map.as_dict()->count; ++i) {
     CPDFDictItem& item = *map.as_dict()->items[i];
     const CPDFObj* const ours = classes_.get_item(item.key());

@@ -94,7 +94,7 @@ std::int32_t NameList::add_unique(const PDF_String& name, const PDF_REF& value) 
   room[static_cast<std::size_t>(name.len)] = '-';
   PDF_String numbered{0, room.get()};
   do {
-    const std::int32_t number = ++entries_[static_cast<std::size_t>(taken)].last_number;
+    const std::int32_t number = ++entries_[taken].last_number;
     numbered.len = name.len + 1 + ansi_from_i32(room.get() + name.len + 1, number);
   } while (find(numbered) >= 0);
   return add(numbered, value);

@@ -25,13 +25,13 @@ public:
 
   /// Forgets all names.
   void clear();
-  std::int32_t size() const { return static_cast<std::int32_t>(entries_.size()); }
-  const Entry& at(std::int32_t index) const { return entries_[static_cast<std::size_t>(index)]; }
+  std::int32_t size() const { return entries_.count(); }
+  const Entry& at(std::int32_t index) const { return entries_[index]; }
   /// The index of `name`, or -1.
   std::int32_t find(const PDF_String& name) const;
   /// Adds `name`, which must not be there yet. Its index, or -1 when there is no memory.
   std::int32_t add(const PDF_String& name, const PDF_REF& value);
-  void set_value(std::int32_t index, const PDF_REF& value) { entries_[static_cast<std::size_t>(index)].value = value; }
+  void set_value(std::int32_t index, const PDF_REF& value) { entries_[index].value = value; }
   /// Adds `name` or, where that is taken, the name with the first free number behind it.
   std::int32_t add_unique(const PDF_String& name, const PDF_REF& value);
   /// Stores the tree in `table`; its root's reference, or {0, 0} when the list is empty or there is

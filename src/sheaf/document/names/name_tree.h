@@ -21,15 +21,12 @@ template <class Visit>
 void name_tree_walk(CPDFXRefTable& table, const CPDFObj* root, const Visit& visit) {
   GrowArray<PDF_REF> waiting;
   VisitedSet visited;
-  Freed<CPDFObj> node;
-  table.resolve(node, root);
+  Freed<CPDFObj> node = table.value(root);
   while (true) {
-    Freed<CPDFObj> names;
-    Freed<CPDFObj> kids;
     Freed<CPDFObj> name;
     const CPDFDictionary* dict = node.as_dict();
-    table.resolve(names, dict != nullptr ? dict->get_item("Names") : nullptr);
-    table.resolve(kids, dict != nullptr ? dict->get_item("Kids") : nullptr);
+    Freed<CPDFObj> names = table.value(dict, "Names");
+    Freed<CPDFObj> kids = table.value(dict, "Kids");
     for (std::int32_t i = 0; names.as_array() != nullptr && i + 1 < names.as_array()->count; i += 2) {
       table.resolve(name, names.as_array()->items + i);
       if (name.tag == kTagString)

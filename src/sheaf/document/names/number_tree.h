@@ -25,11 +25,9 @@ public:
   /// there is none. Borrowed.
   const CPDFDictionary* find(std::int32_t key, std::int32_t& start) const;
   /// The entries in the order of their keys.
-  std::int32_t size() const { return static_cast<std::int32_t>(entries_.size()); }
-  std::int32_t key_at(std::int32_t index) const { return entries_[static_cast<std::size_t>(index)].key; }
-  const CPDFDictionary* value_at(std::int32_t index) const {
-    return entries_[static_cast<std::size_t>(index)].value.as_dict();
-  }
+  std::int32_t size() const { return entries_.count(); }
+  std::int32_t key_at(std::int32_t index) const { return entries_[index].key; }
+  const CPDFDictionary* value_at(std::int32_t index) const { return entries_[index].value.as_dict(); }
 
 private:
   struct Entry {
@@ -43,12 +41,11 @@ private:
 /// to rely on; the value is borrowed for the call. Loops and nulls in the tree do no harm.
 template <class Visit>
 void number_tree_walk(CPDFXRefTable& table, const CPDFObj* root, const Visit& visit) {
-  Freed<CPDFObj> node;
   Freed<CPDFObj> list;
   Freed<CPDFObj> key;
   VisitedSet visited;
   GrowArray<PDF_REF> waiting;
-  table.resolve(node, root);
+  Freed<CPDFObj> node = table.value(root);
   while (true) {
     const CPDFDictionary* const dict = node.as_dict();
     table.resolve(list, dict != nullptr ? dict->get_item("Nums") : nullptr);

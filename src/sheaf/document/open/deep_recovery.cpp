@@ -53,14 +53,20 @@ void DeepRecovery::classify(const ObjectScan& scan, const ObjectScan::Object& ob
   if (dict == nullptr)
     return;
   const PDF_REF ref = doc_.reference_to(object.num);
-  if (has_type(*dict, "Catalog"))
-    catalog_ = ref;
-  else if (has_type(*dict, "Page"))
-    pages_.push(ref);
-  else if (has_type(*dict, "Pages") && dict->get_item(CPDFDictionary::sm_tag_parent) == nullptr)
-    tree_ = ref;
-  else if (is_encryption(*dict))
+  if (!note_by_type(ref, *dict) && is_encryption(*dict))
     encryption_ = ref;
+}
+
+bool DeepRecovery::note_by_type(const PDF_REF& ref, const CPDFDictionary& dict) {
+  if (has_type(dict, "Catalog"))
+    catalog_ = ref;
+  else if (has_type(dict, "Page"))
+    pages_.push(ref);
+  else if (has_type(dict, "Pages") && dict.get_item(CPDFDictionary::sm_tag_parent) == nullptr)
+    tree_ = ref;
+  else
+    return false;
+  return true;
 }
 
 void DeepRecovery::enter_objects(const ObjectScan& scan) {
@@ -167,17 +173,10 @@ void DeepRecovery::search_compressed() {
   for (std::uint32_t num = 1; num < table_.xref_count; ++num) {
     if (!table_.xref_items[num].is_compressed())
       continue;
-    table_.get_entity(obj, {static_cast<std::int32_t>(num), 0});
-    const CPDFDictionary* dict = obj.as_dict();
-    if (dict == nullptr)
-      continue;
-    const PDF_REF ref{static_cast<std::int32_t>(num), 0};
-    if (has_type(*dict, "Catalog"))
-      catalog_ = ref;
-    else if (has_type(*dict, "Page"))
-      pages_.push(ref);
-    else if (has_type(*dict, "Pages") && dict->get_item(CPDFDictionary::sm_tag_parent) == nullptr)
-      tree_ = ref;
+    const PDF_REF ref = PDF_REF::at(num);
+    table_.get_entity(obj, ref);
+    if (obj.as_dict() != nullptr)
+      note_by_type(ref, *obj.as_dict());
   }
 }
 

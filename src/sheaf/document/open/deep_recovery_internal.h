@@ -30,6 +30,8 @@ private:
 
   bool take_object(std::int32_t num, std::uint32_t pos);
   void classify(const ObjectScan& scan, const ObjectScan::Object& object);
+  /// Keeps a catalogue, a page or the top of a page tree. False for other objects.
+  bool note_by_type(const PDF_REF& ref, const CPDFDictionary& dict);
   void enter_objects(const ObjectScan& scan);
   void load_trailers();
   bool is_catalog(const CPDFObj& root);

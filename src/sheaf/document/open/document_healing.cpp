@@ -33,13 +33,13 @@ bool DocumentOpener::try_deep_recovery() {
   }
   if (!attempt.usable)
     return false;
-  doc_.pages_.ensure();  // counts that the nodes tell are not believed here
+  doc_.pages_.ensure();  // the counts of the nodes are not trusted here
   add_repair("scan", 0, 0, "objects, object streams and the catalogue were found by scanning");
   return true;
 }
 
 // The table's rebuild knows nothing of object streams when a trailer is all it needs, and pages can
-// lie in some of them. Where the tree tells of more pages than it leads to, the deeper search is
+// lie in some of them. Where the tree counts more pages than it leads to, the deeper search is
 // tried as well, and what comes to more pages is taken.
 bool DocumentOpener::heal() {
   const ObjectScan* const found = scan();

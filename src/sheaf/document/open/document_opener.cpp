@@ -14,7 +14,7 @@ namespace sheaf {
 
 namespace {
 
-// Streams of files tell the low 32 bits of their length; where they stand at their end they tell it whole.
+// Streams of files give the low 32 bits of their length; their position at the end is the whole of it.
 bool is_too_large(CQVStream& stream) {
   const long long told = stream.GetLen();
   stream.SetPos(CQVStream::STR_SEEK_END, 0);
@@ -84,7 +84,7 @@ bool DocumentOpener::try_linearized() {
   QVFree(set.pages);
   const std::uint32_t length = table_.linearized_length;
   stated_length_ = length;
-  // Without "L" nobody can tell whether something was appended; the newest section knows.
+  // Without "L" nobody knows whether something was appended; the newest section knows.
   doc_.linearized_ = hint_offset != 0 && length != 0;
   if (!doc_.linearized_) {
     reset_table();

@@ -38,7 +38,7 @@ public:
 private:
   struct Attempt {
     bool usable = false;   // a catalogue with a page tree
-    bool trusted = false;  // and every object met on the way to the first page stood at its entry's place
+    bool trusted = false;  // and every object met on the way to the first page was at its entry's place
     bool has_pages = false;
     bool has_no_pages = false;  // the tree itself says so
   };

@@ -6,7 +6,7 @@ struct PDF_REF;
 
 namespace sheaf {
 
-/// Whether the header of the object `ref` stands where its entry says. True for a direct object, and
+/// Whether the header of the object `ref` is where its entry says. True for a direct object, and
 /// for one in an object stream.
 bool header_stands_at(const CPDFXRefTable& table, const PDF_REF& ref);
 /// Whether entries of a sample lead into the middle of numbers, as in a file whose offsets are all off

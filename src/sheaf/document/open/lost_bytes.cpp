@@ -1,4 +1,4 @@
-// What the end of a file says about bytes that are gone, and what stands behind its end.
+// What the end of a file says about bytes that are gone, and what follows that end.
 #include "sheaf/base/number_text.h"
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/document/open/document_opener_internal.h"
@@ -32,7 +32,7 @@ void DocumentOpener::look_behind(const SectionMark& mark) {
   }
 }
 
-// Whether the last section stands in front of where the end of the file says, or the file is shorter
+// Whether the last section is in front of where the end of the file says, or the file is shorter
 // than it says: something was cut out of it, and nobody can say what.
 void DocumentOpener::report_missing_bytes() {
   constexpr std::uint32_t kMostBeyond = 4 * kSectionReach;  // behind the end, an offset is garbage

@@ -1,5 +1,5 @@
 // The objects of one document that its cross-reference sections do not lead to: those that do not
-// stand where their entries say, and those that only a section names that cannot be read. The file
+// are where their entries say, and those that only a section names that cannot be read. The file
 // is looked at once, when the first of them is asked for.
 #pragma once
 

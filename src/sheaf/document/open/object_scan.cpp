@@ -55,7 +55,7 @@ bool ObjectScan::run() {
   return held && all_granted_;
 }
 
-// Brings the place `at` into the window, with what stands around it as far as the file has it.
+// Brings the place `at` into the window, with what is around it as far as the file has it.
 bool ObjectScan::load(long long at) {
   const long long from = std::max(at - kBehind, 0LL);
   if (from >= start_ && std::min(at + kAhead + 1, size_) <= stop_)
@@ -107,7 +107,7 @@ bool ObjectScan::look_at(long long at) {
   }
 }
 
-// With "obj" at `at`: the numbers stand in front of it.
+// With "obj" at `at`: the numbers are in front of it.
 void ObjectScan::take_header(long long at) {
   const char* const from = text(std::max(start_, at - kHeaderReach));
   const char* start = text(at);
@@ -163,7 +163,7 @@ bool ObjectScan::take_stream(long long at) {
   read_value(value, objects_.back());
   const CPDFDictionary* const dict = value.as_dict();
   if (dict == nullptr) {
-    is_open_ = true;  // the word stands in something else
+    is_open_ = true;  // the word is part of something else
     return false;
   }
   Object& object = objects_.back();
@@ -189,7 +189,7 @@ bool ObjectScan::take_stream(long long at) {
 }
 
 // Moves to the next "endstream" or, where that is missing, to "endobj" or the next object. Data that
-// nothing ends hide nothing that stands behind them.
+// nothing ends hide nothing that is behind them.
 void ObjectScan::skip_data_to(long long limit) {
   constexpr int kBehindHeader = 4;
   const char* const end = text(limit);

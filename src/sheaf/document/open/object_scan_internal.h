@@ -31,12 +31,12 @@ public:
   bool run();
   /// In the order of the file.
   const GrowArray<Object>& objects() const { return objects_; }
-  /// Where the dictionaries behind "trailer" begin, and those that stand in no object.
+  /// Where the dictionaries behind "trailer" begin, and those that are in no object.
   const GrowArray<std::uint32_t>& trailers() const { return trailers_; }
   /// Where the last cross-reference section begins; 0 when there is none.
   std::uint32_t last_section() const { return last_section_; }
   bool has_object_streams() const { return has_object_streams_; }
-  /// The place of object `num`: beside `stated` where one stands there, else the last in the file.
+  /// The place of object `num`: beside `stated` where there is one, else the last in the file.
   bool find(std::int32_t num, std::uint32_t stated, std::uint32_t& place) const;
   /// Where the stream data end that begin at `data`. False when they are those of no object.
   bool find_data_end(std::uint32_t data, std::uint32_t& end) const;

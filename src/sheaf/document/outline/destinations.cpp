@@ -36,7 +36,7 @@ void Destinations::add(const PDF_String& name, const CPDFObj& value) {
     copy.free();
     return;
   }
-  names_.add(name, {static_cast<std::int32_t>(values_.size()) - 1, 0});
+  names_.add(name, {values_.count() - 1, 0});
 }
 
 void Destinations::list_names() {
@@ -70,7 +70,7 @@ bool Destinations::find_explicit(const CPDFObj* destination, CPDFObj& place) {
       list_names();
       const std::int32_t found = names_.find(text_of(place));
       if (found >= 0)
-        table.resolve(next, &values_[static_cast<std::size_t>(names_.at(found).value.num)]);
+        table.resolve(next, &values_[names_.at(found).value.num]);
     }
     place.move_from(next);
   }

@@ -25,7 +25,7 @@ public:
   std::int32_t page_of_holder(const CPDFDictionary& holder, CPDFObj* place = nullptr);
   /// Whether the holder has a destination in this document at all.
   bool has_destination(const CPDFDictionary& holder);
-  /// The index, from 0, of the page with this object number; -1 when it is none.
+  /// The index, from 0, of the page with this object number; -1 when it is not a page.
   int index_of(std::int32_t page);
 
 private:

@@ -16,7 +16,7 @@
 
 using namespace sheaf;
 
-// Where an entry stands among the others: indices, -1 for none.
+// The neighbours of an entry: indices, -1 for none.
 struct CPDFOutline::Links {
   PDF_REF ref;
   std::int32_t parent = -1;
@@ -151,13 +151,13 @@ std::int32_t CPDFOutline::remove_pages(const VisitedSet& gone) {
   for (std::size_t i = entries_.size(); i-- > 0;) {
     PDF_OUTLINE_ENTRY& entry = entries_[i];
     const CPDFArray* const place = entry.place.as_array();
-    const bool leads_away = place != nullptr && place->count > 0 && gone.has(place->items[0].as_ref().num);
-    changed += leads_away ? 1 : 0;
-    if (leads_away && kept_level <= entry.level) {
+    const bool target_gone = place != nullptr && place->count > 0 && gone.has(place->items[0].as_ref().num);
+    changed += target_gone ? 1 : 0;
+    if (target_gone && kept_level <= entry.level) {
       release(entry);
       continue;
     }
-    if (leads_away) {
+    if (target_gone) {
       entry.place.free();
       entry.page = -1;
       entry.has_target = false;
@@ -173,7 +173,7 @@ std::int32_t CPDFOutline::remove_pages(const VisitedSet& gone) {
   return changed;
 }
 
-// Every parent stands in front of its children.
+// Every parent comes before its children.
 void CPDFOutline::link(GrowArray<Links>& links) const {
   GrowArray<std::int32_t> open;  // the last entry at each level
   for (std::int32_t i = 0; i < size(); ++i) {

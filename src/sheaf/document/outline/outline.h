@@ -39,8 +39,8 @@ public:
   /// no memory for all of it.
   bool load(CPDFDoc& doc);
   bool empty() const { return entries_.empty(); }
-  std::int32_t size() const { return static_cast<std::int32_t>(entries_.size()); }
-  const PDF_OUTLINE_ENTRY& at(std::int32_t index) const { return entries_[static_cast<std::size_t>(index)]; }
+  std::int32_t size() const { return entries_.count(); }
+  const PDF_OUTLINE_ENTRY& at(std::int32_t index) const { return entries_[index]; }
 
   /// Appends an entry, at most one level below the last one; `title` is UTF-8. `from` names an item of the document
   /// whose looks and target it keeps, number 0 for none. False when it is too deep, or there is no memory.

@@ -27,7 +27,7 @@ bool CPDFDoc::load_page_alone(int index, CPDFPage& page) {
   return pages_.load_alone(index, page);
 }
 
-// Resources that stand directly in a node of the tree have no reference to hand down: the page gets
+// Resources that are directly in a node of the tree have no reference to hand down: the page gets
 // a copy.
 bool CPDFDoc::load_page(int index, CPDFPage& page) {
   if (!load_page_alone(index, page))

@@ -79,8 +79,7 @@ int PageList::start_edit() {
 
 bool PageList::insert(int index, const PDF_REF& page) {
   const int count = start_edit();
-  Freed<CPDFObj> obj;
-  table_.get_entity(obj, page);
+  Freed<CPDFObj> obj = table_.object(page);
   if (obj.as_dict() == nullptr || !is_page(table_, *obj.as_dict()))
     return false;
   if (index < 0 || count < 0 || index > count || page.num < 1)
@@ -206,7 +205,7 @@ bool PageList::store_tree() {
   GrowArray<Branch> level;
   std::int32_t copies = 0;
   for (int i = 0; i < count(); ++i) {
-    // Where the document's only page stood in place of its tree, it must leave that place.
+    // A page that the catalogue names in place of a tree must leave that place.
     const PDF_REF page = ref(i);
     const bool needs_copy = page.num == top.num || !listed.visit(page.num);
     copies += needs_copy ? 1 : 0;

@@ -27,10 +27,10 @@ public:
   /// Reads the labels of a readable document; there are none when it has none.
   void load(CPDFDoc& doc);
   bool empty() const { return ranges_.empty(); }
-  std::int32_t size() const { return static_cast<std::int32_t>(ranges_.size()); }
-  const PDF_LABEL_RANGE& at(std::int32_t index) const { return ranges_[static_cast<std::size_t>(index)]; }
+  std::int32_t size() const { return ranges_.count(); }
+  const PDF_LABEL_RANGE& at(std::int32_t index) const { return ranges_[index]; }
   /// Appends a range, which must begin behind the last one; `prefix` is UTF-8, null for none. False when it does not,
-  /// when the style is none of those above, or when there is no memory.
+  /// when the style is not one of those above, or when there is no memory.
   bool add(std::int32_t first, char style, std::int32_t start, const char* prefix);
   /// Puts the label of page `index` as UTF-8 behind what `out` holds; nothing without labels.
   void put_text(std::int32_t index, sheaf::GrowArray<char>& out) const;

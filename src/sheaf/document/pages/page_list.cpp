@@ -48,7 +48,7 @@ void PageList::list_as_told() {
   // Wrong counts are usually wrong everywhere, so a sample reveals them.
   Freed<CPDFObj> page;
   for (int i = 0; good && i < std::min(size, kProbes); ++i) {
-    table_.get_entity(page, pages_[static_cast<std::size_t>(std::int64_t{i} * size / std::min(size, kProbes))].ref);
+    table_.get_entity(page, pages_[std::int64_t{i} * size / std::min(size, kProbes)].ref);
     good = page.as_dict() != nullptr && is_page(table_, *page.as_dict());
   }
   if (!good)
@@ -73,13 +73,12 @@ int PageList::count() {
 }
 
 PDF_REF PageList::ref(int index) const {
-  return index >= 0 && index < listed() ? pages_[static_cast<std::size_t>(index)].ref : PDF_REF{0, 0};
+  return index >= 0 && index < listed() ? pages_[index].ref : PDF_REF{0, 0};
 }
 
 bool PageList::load_alone(int index, CPDFPage& page) {
   PDF_REF found = ref(index);
-  Freed<CPDFObj> obj;
-  table_.get_entity(obj, found);
+  Freed<CPDFObj> obj = table_.object(found);
   if (believed_ && found.num != 0 && (obj.as_dict() == nullptr || !is_page(table_, *obj.as_dict()))) {
     list(false);
     found = ref(index);
@@ -89,7 +88,7 @@ bool PageList::load_alone(int index, CPDFPage& page) {
   if (found.num == 0 || dict == nullptr)
     return false;
   constexpr _QVRECTF kLetter{0, 0, fix_from_int(612), fix_from_int(792)};
-  PageListEntry& entry = pages_[static_cast<std::size_t>(index)];
+  PageListEntry& entry = pages_[index];
   if (entry.node < 0)
     entry.node = nodes.above(*dict);
   page.ref = found;

@@ -51,10 +51,10 @@ public:
   /// How many pages there are, by the nodes' counts where they agree and else by walking.
   int count();
   /// How many are listed at this moment, without walking.
-  int listed() const { return static_cast<int>(pages_.size()); }
+  int listed() const { return pages_.count(); }
   /// The object of page `index` among those listed; {0, 0} when there is none.
   PDF_REF ref(int index) const;
-  /// Reads page `index` without resources that stand directly in a node above. False when there is none.
+  /// Reads page `index` without resources that are directly in a node above. False when there is none.
   bool load_alone(int index, CPDFPage& page);
 
   /// See the members of like names in CPDFDoc.
@@ -79,7 +79,7 @@ private:
   int quick_count_ = -1;       // by the nodes' counts; -1 unknown or contradictory
   int strays_ = 0;
   bool walked_ = false;
-  bool believed_ = false;    // the list is what the nodes tell
+  bool believed_ = false;    // the list rests on the counts of the nodes
   bool changed_ = false;     // and is no longer what the tree has
   bool incomplete_ = false;  // there was no memory for all pages
 };

@@ -30,17 +30,16 @@ bool PageNodes::is_absent(const CPDFObj* item) {
   if (item->tag != kTagRef)
     return false;
   // What is in memory need not be copied: it can be the resources of all pages.
-  const auto num = static_cast<std::uint32_t>(item->as_ref().num);
+  const auto num = item->as_ref().index();
   const PDF_NEWOBJ* const slot = item->as_ref().num > 0 && table_.know_entry(num) ? table_.slot_of(num) : nullptr;
   if (slot != nullptr && slot->obj.tag != kTagRef)
     return slot->obj.is_null();
-  Freed<CPDFObj> value;
-  table_.resolve(value, item);
+  Freed<CPDFObj> value = table_.value(item);
   return value.is_null();
 }
 
 PDF_INHERITED PageNodes::values(std::int32_t node) const {
-  return node >= 0 ? nodes_[static_cast<std::size_t>(node)] : PDF_INHERITED{};
+  return node >= 0 ? nodes_[node] : PDF_INHERITED{};
 }
 
 std::int32_t PageNodes::add(const CPDFDictionary& dict, const PDF_REF& ref, std::int32_t parent) {
@@ -54,14 +53,14 @@ std::int32_t PageNodes::add(const CPDFDictionary& dict, const PDF_REF& ref, std:
   }
   if (!nodes_.push(own))
     return -1;
-  const auto node = static_cast<std::int32_t>(nodes_.size()) - 1;
+  const auto node = nodes_.count() - 1;
   by_number_.set(ref.num, node + 1);
   return node;
 }
 
 void PageNodes::add_empty(std::int32_t num) {
   if (nodes_.push(PDF_INHERITED{}))
-    by_number_.set(num, static_cast<std::int32_t>(nodes_.size()));
+    by_number_.set(num, nodes_.count());
 }
 
 // The chain is read up to a node that is known, then added from the top down.
@@ -96,8 +95,7 @@ void PageNodes::read_direct_resources(CPDFObj& resources, std::int32_t holder) {
     if (holder > 0) {
       table_.get_entity(node, {holder, 0});
     } else {
-      Freed<CPDFObj> catalog;
-      table_.resolve(catalog, &table_.root);
+      Freed<CPDFObj> catalog = table_.catalog();
       table_.resolve(node, catalog.as_dict() != nullptr ? catalog.as_dict()->get_item("Pages") : nullptr);
     }
     if (node.as_dict() != nullptr)
@@ -114,7 +112,7 @@ void PageNodes::forget_resources() {
 }
 
 PDF_REF PageNodes::share_direct_resources(std::int32_t holder) {
-  const std::int32_t key = holder > 0 ? holder : table_.root.as_ref().num;  // the top may stand in the catalogue
+  const std::int32_t key = holder > 0 ? holder : table_.root.as_ref().num;  // the top may be in the catalogue
   if (shared_resources_.get(key) == 0) {
     Freed<CPDFObj> resources;
     read_direct_resources(resources, holder);

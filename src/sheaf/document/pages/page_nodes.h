@@ -12,7 +12,7 @@
 namespace sheaf {
 
 /// The nodes met so far, each with its own values over those from above. Nodes are named by their index,
-/// from 0; -1 is none. The table must outlive it.
+/// from 0; -1 names no node. The table must outlive it.
 class PageNodes {
 public:
   explicit PageNodes(CPDFXRefTable& table) : table_(table) {}
@@ -30,7 +30,7 @@ public:
   /// Puts the boxes and the rotation of a dictionary over `values`.
   void take_values(const CPDFDictionary& dict, PDF_INHERITED& values);
 
-  /// The resources that stand directly in the node `holder`, as PDF_INHERITED names it.
+  /// The resources that are directly in the node `holder`, as PDF_INHERITED names it.
   void read_direct_resources(CPDFObj& resources, std::int32_t holder);
   /// Makes an object of them, once for each node. {0, 0} without memory.
   PDF_REF share_direct_resources(std::int32_t holder);

@@ -69,12 +69,10 @@ void PageList::look_at_tree(PageTreeLook& look) {
   walked_ = false;
   quick_count_ = -1;
   pages_.clear();
-  Freed<CPDFObj> catalog;
-  Freed<CPDFObj> tree;
   Freed<CPDFObj> kids;
-  table_.resolve(catalog, &table_.root);
+  Freed<CPDFObj> catalog = table_.catalog();
   const CPDFObj* top = catalog.as_dict() != nullptr ? catalog.as_dict()->get_item("Pages") : nullptr;
-  table_.resolve(tree, top);
+  Freed<CPDFObj> tree = table_.value(top);
   look.is_tree = top != nullptr && tree.as_dict() != nullptr;
   if (!look.is_tree)
     return;
@@ -90,10 +88,9 @@ void PageList::look_at_tree(PageTreeLook& look) {
 }
 
 int count_pages_by_nodes(CPDFXRefTable& table) {
-  Freed<CPDFObj> obj;
   Freed<CPDFObj> kids;
   Freed<CPDFObj> count;
-  table.resolve(obj, &table.root);
+  Freed<CPDFObj> obj = table.catalog();
   const CPDFObj* top = obj.as_dict() != nullptr ? obj.as_dict()->get_item("Pages") : nullptr;
   GrowArray<PDF_REF> waiting;
   VisitedSet visited;
@@ -131,10 +128,8 @@ int count_pages_by_nodes(CPDFXRefTable& table) {
 
 bool PageList::misses_pages() {
   ensure();
-  Freed<CPDFObj> value;
-  table_.resolve(value, &table_.root);
-  Freed<CPDFObj> top;
-  table_.resolve(top, value.as_dict() != nullptr ? value.as_dict()->get_item("Pages") : nullptr);
+  Freed<CPDFObj> value = table_.catalog();
+  Freed<CPDFObj> top = table_.value(value.as_dict(), "Pages");
   table_.resolve(value, top.as_dict() != nullptr ? top.as_dict()->get_item(CPDFDictionary::sm_tag_count) : nullptr);
   return value.tag == kTagInt && value.as_int() > static_cast<std::int64_t>(pages_.size());
 }

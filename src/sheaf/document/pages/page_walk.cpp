@@ -19,17 +19,16 @@ void PageWalk::leave_node() {
 
 // Whether a node says that each of its kids is one page, and the table has an entry for each.
 bool PageWalk::counts_kids_as_pages(const CPDFDictionary& node, const CPDFArray& kids) {
-  Freed<CPDFObj> count;
-  table_.resolve(count, node.get_item(CPDFDictionary::sm_tag_count));
+  Freed<CPDFObj> count = table_.value(&node, CPDFDictionary::sm_tag_count);
   if (count.tag != kTagInt || count.as_int() != kids.count)
     return false;
   return std::all_of(kids.items, kids.items + kids.count, [this](const CPDFObj& kid) {
-    const auto num = static_cast<std::uint32_t>(kid.as_ref().num);
+    const auto num = kid.as_ref().index();
     return num > 0 && num < table_.xref_count && table_.xref_items[num].is_known();
   });
 }
 
-// A kid that stands in its node itself becomes an object, which the node then refers to.
+// A kid that is a direct dictionary becomes an object, which the node then refers to.
 bool PageWalk::take_direct_kid(CPDFObj& kid, const PDF_REF& node) {
   if (node.num < 1)
     return false;
@@ -43,8 +42,7 @@ bool PageWalk::take_direct_kid(CPDFObj& kid, const PDF_REF& node) {
 }
 
 void PageWalk::store_kids(const PDF_REF& node, const CPDFObj& kids) {
-  Freed<CPDFObj> value;
-  table_.get_entity(value, node);
+  Freed<CPDFObj> value = table_.object(node);
   if (value.as_dict() == nullptr)
     return;
   value.as_dict()->set_item("Kids", &kids);
@@ -68,8 +66,7 @@ void PageWalk::open_node(const CPDFDictionary& dict, const PDF_REF& ref, std::in
 }
 
 void PageWalk::look_at(const PDF_REF& ref, std::int32_t parent) {
-  Freed<CPDFObj> obj;
-  table_.get_entity(obj, ref);
+  Freed<CPDFObj> obj = table_.object(ref);
   const CPDFDictionary* dict = obj.as_dict();
   if (dict != nullptr && !is_tree_leaf(table_, *dict, kids_)) {
     if (seen_nodes_.visit(ref.num))
@@ -100,8 +97,7 @@ void PageWalk::visit(CPDFObj& kid) {
 }
 
 void PageWalk::run() {
-  Freed<CPDFObj> catalog;
-  table_.resolve(catalog, &table_.root);
+  Freed<CPDFObj> catalog = table_.catalog();
   const CPDFObj* top = catalog.as_dict() != nullptr ? catalog.as_dict()->get_item("Pages") : nullptr;
   Freed<CPDFObj> tree;
   if (top != nullptr)

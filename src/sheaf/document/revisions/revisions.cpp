@@ -15,7 +15,7 @@ constexpr std::size_t kBlock = 64 * 1024;
 constexpr std::size_t kMark = 128;  // "startxref", a number, "%%EOF" and what is between them
 
 // The length of a mark that begins at the start of `text`: from "startxref" to the end of the line of "%%EOF"; 0 when
-// it is none, or one without a section.
+// it is not a document, or one without a section.
 std::size_t mark_length(std::string_view text) {
   std::size_t at = std::strlen("startxref");
   while (at < text.size() && is_wide_space(text[at]))

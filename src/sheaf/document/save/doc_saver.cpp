@@ -79,7 +79,7 @@ bool DocSaver::write_behind(long long start, PDF_SAVE_FORM form) {
   return good;
 }
 
-// A section at `append_offset` that ends in front of `limit`, where one stands that is valid until this
+// A section at `append_offset` that ends in front of `limit`, where the section begins that is valid until this
 // one is whole.
 bool DocSaver::write_within(long long limit, PDF_SAVE_FORM form, PDF_SIGN_DATA* sign) {
   CPDFXRefTable& table = doc_.table();

@@ -29,7 +29,7 @@ void keep_identifier(CPDFXRefTable& table, CPDFObj& id) {
   std::swap<CPDFObj>(id, present);
 }
 
-// The first half of an identifier stays with a document, the second tells its versions apart (ISO
+// The first half of an identifier stays with a document, the second one differs from version to version (ISO
 // 32000-1, 14.4). Without one that is of use the save makes one of the file's bytes; the keys of an
 // encrypted document hang on what there is.
 bool renew_identifier(CPDFXRefTable& table, CPDFObj& id) {

@@ -46,7 +46,7 @@ void free_members_of_lost_streams(CPDFXRefTable& table) {
     }
     if (has_stream)
       continue;
-    const PDF_REF ref{static_cast<std::int32_t>(num), 0};
+    const PDF_REF ref = PDF_REF::at(num);
     table.get_stored(obj, ref);
     if (!obj.is_null())
       table.store_object(ref, obj);

@@ -87,7 +87,7 @@ void SectionWriter::detach_from_old_sections() {
     const PDF_XREF before = table_.xref_items[num];
     if (!before.is_in_file() && !before.is_compressed())
       continue;
-    table_.get_stored(obj, {static_cast<std::int32_t>(num), 0});
+    table_.get_stored(obj, PDF_REF::at(num));
     PDF_XREF& entry = table_.xref_items[num];
     if (entry.is_listed())
       entry = PDF_XREF::found_at(entry.offset);
@@ -97,7 +97,7 @@ void SectionWriter::detach_from_old_sections() {
   table_.last_xref_offset = 0;
 }
 
-// Whether the keyword follows that ends the object. In a damaged file it may not, and what stands behind
+// Whether the keyword follows that ends the object. In a damaged file it may not, and what is behind
 // the object, the update in the end, would be taken for a part of it.
 bool SectionWriter::ends_well(std::uint32_t num, const CPDFObj& stored) {
   constexpr char kEnd[] = "endobj";

@@ -26,7 +26,7 @@ private:
   CPDFXRefTable& table_;
 };
 
-/// Whether the object's number stands where its entry says.
+/// Whether the object's number is where its entry says.
 bool begins_at_its_place(const CPDFXRefTable& table, std::uint32_t num);
 
 }  // namespace sheaf

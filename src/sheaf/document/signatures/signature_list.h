@@ -13,7 +13,7 @@ class CPDFField;
 /// One signature. Texts are UTF-8, null where there is none, and owned by the list, as the values are.
 struct PDF_SIGNATURE {
   PDF_REF field;     ///< The field's object,
-  PDF_REF value;     ///< and that of the signature; number 0: it stands directly in the field.
+  PDF_REF value;     ///< and that of the signature; number 0: it is directly in the field.
   char* field_name;  ///< The full name.
   char* filter;
   char* sub_filter;  ///< How it is coded, such as "adbe.pkcs7.detached".
@@ -27,7 +27,7 @@ struct PDF_SIGNATURE {
   bool range_is_sound;     ///< The range begins with the file and leaves out nothing but the signature itself.
   bool covers_revision;    ///< The range ends where a revision ends.
   bool covers_file;        ///< The range ends with the file.
-  std::int32_t certifies;  ///< What a certification permits (table 254): 1, 2 or 3; 0: it is none.
+  std::int32_t certifies;  ///< What a certification permits (table 254): 1, 2 or 3; 0: it certifies nothing.
 };
 
 class CPDFSignatures {
@@ -40,8 +40,8 @@ public:
   void clear();
   /// Reads the signatures of a readable document in the order of its fields. False when there was no memory for all.
   bool load(CPDFDoc& doc);
-  std::int32_t size() const { return static_cast<std::int32_t>(list_.size()); }
-  const PDF_SIGNATURE& at(std::int32_t index) const { return list_[static_cast<std::size_t>(index)]; }
+  std::int32_t size() const { return list_.count(); }
+  const PDF_SIGNATURE& at(std::int32_t index) const { return list_[index]; }
 
 private:
   bool add(CPDFDoc& doc, const CPDFField& field);

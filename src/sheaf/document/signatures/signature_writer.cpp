@@ -53,7 +53,7 @@ bool CPDFSignatureWriter::seal(PDF_SAVE_FORM form, std::int32_t num) {
          write_range(range_at, range_room);
 }
 
-// Where the sealed save put the two values of the dictionary that stands at `object`.
+// Where the sealed save put the two values of the dictionary that is at `object`.
 bool CPDFSignatureWriter::find_places(long long object, long long& range_at, int& range_room) {
   CQVStream& file = *doc_.table().stream;
   const long long end = doc_.file_size();

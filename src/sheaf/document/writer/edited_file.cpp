@@ -56,18 +56,27 @@ bool starts_word(Text text, std::size_t at, Text word) {
 
 class FileFixer {
 public:
-  FileFixer(Text text, CQVStream& out, PDF_FIX_RESULT& result) : text_(text), out_(&out), result_(result) {}
+  FileFixer(Text text, CQVStream& out, PDF_FIX_RESULT& result)
+      : text_(text), out_(&out), result_(result), start_(out_.GetPos()) {}
 
   bool run();
 
 private:
+  struct Header {
+    std::int32_t num = 0;
+    std::int32_t gen = 0;
+    std::size_t end = 0;  // behind "obj"
+  };
+
   bool fail(PDF_FIX_RESULT::Trouble trouble, std::int32_t num = 0) {
     result_.trouble = trouble;
     result_.num = num;
     return false;
   }
   std::size_t next_line(std::size_t at) const;
-  bool take_header(std::size_t at, std::int32_t& num, std::int32_t& gen, std::size_t& behind) const;
+  bool take_header(std::size_t at, Header& header) const;
+  bool pass_object(const Header& header, std::size_t& at);
+  bool pass_text();
   bool take_object(std::int32_t num, std::size_t start, std::size_t& at);
   bool take_stream(std::int32_t num, std::size_t dict, std::size_t stream, std::size_t& at);
   std::size_t end_of_data(std::size_t data, std::int32_t stated) const;
@@ -87,6 +96,7 @@ private:
   Text text_;
   BlockWriter out_;
   PDF_FIX_RESULT& result_;
+  const long long start_;         // of the new file in the output
   GrowArray<FoundObject> found_;  // by number
   std::size_t copied_ = 0;
   std::size_t end_ = 0;              // behind the last object
@@ -101,17 +111,17 @@ std::size_t FileFixer::next_line(std::size_t at) const {
                                                          : text_.find_first_not_of("\r\n", end);
 }
 
-bool FileFixer::take_header(std::size_t at, std::int32_t& num, std::int32_t& gen, std::size_t& behind) const {
-  num = take_number(text_, at);
+bool FileFixer::take_header(std::size_t at, Header& header) const {
+  const std::int32_t num = take_number(text_, at);
   if (num < 1 || static_cast<std::size_t>(num) > text_.size() + kMostSparse || at >= text_.size() ||
       !is_space(text_[at]))
     return false;
   at = skip_space(text_, at);
-  gen = take_number(text_, at);
+  const std::int32_t gen = take_number(text_, at);
   if (gen < 0 || gen > 65535 || at >= text_.size() || !is_space(text_[at]))
     return false;
   at = skip_space(text_, at);
-  behind = at + 3;
+  header = {num, gen, at + 3};
   return text_.substr(at, 3) == "obj";
 }
 
@@ -245,12 +255,9 @@ bool FileFixer::take_object(std::int32_t num, std::size_t start, std::size_t& at
       at = end == kNone ? text_.size() : end + 6;
       return true;
     }
-    std::int32_t next = 0;
-    std::int32_t gen = 0;
-    std::size_t behind = 0;
+    Header next;
     const bool at_line = text_[at - 1] == '\n' || text_[at - 1] == '\r';
-    if (at_line &&
-        (starts_word(text_, at, "xref") || starts_word(text_, at, "trailer") || take_header(at, next, gen, behind)))
+    if (at_line && (starts_word(text_, at, "xref") || starts_word(text_, at, "trailer") || take_header(at, next)))
       return true;  // the end was edited away
     at = skip_value_text(at);
   }
@@ -319,54 +326,63 @@ std::size_t FileFixer::pass_trailer(std::size_t at) {
   return text_.substr(next, kEnd) == "%%EOF" ? next + kEnd : at;
 }
 
-bool FileFixer::run() {
-  if (text_.size() > UINT32_MAX / 2)
-    return fail(PDF_FIX_RESULT::kTooLarge);
-  const HeapWatch watch;
-  const long long start = out_.GetPos();
+// The object whose number was read, and which goes on behind it; `at` is then behind the object.
+bool FileFixer::pass_object(const Header& header, std::size_t& at) {
+  copy_to(at);
+  const auto index = static_cast<std::size_t>(header.num);
+  while (found_.size() <= index) {
+    if (!found_.push({0, 0}))
+      return fail(PDF_FIX_RESULT::kNoMemory);
+  }
+  result_.repeated += found_[index].place != 0 ? 1 : 0;
+  result_.objects += found_[index].place != 0 ? 0 : 1;
+  found_[index] = {static_cast<std::uint32_t>(out_.GetPos() - start_), header.gen};
+  const bool good = take_object(header.num, header.end, at);
+  end_ = at;
+  return good;
+}
+
+// Everything up to the end of the text: objects are kept with what lies around them, sections go.
+bool FileFixer::pass_text() {
   bool in_section = false;
   for (std::size_t at = skip_space(text_, 0); at < text_.size();) {
-    std::int32_t num = 0;
-    std::int32_t gen = 0;
-    std::size_t behind = 0;
-    if (take_header(at, num, gen, behind)) {
+    Header header;
+    if (take_header(at, header)) {
       if (in_section)
         copied_ = at;  // an object that was put between the old section and its trailer
       in_section = false;
-      copy_to(at);
-      const auto index = static_cast<std::size_t>(num);
-      while (found_.size() <= index) {
-        if (!found_.push({0, 0}))
-          return fail(PDF_FIX_RESULT::kNoMemory);
-      }
-      result_.repeated += found_[index].place != 0 ? 1 : 0;
-      result_.objects += found_[index].place != 0 ? 0 : 1;
-      found_[index] = {static_cast<std::uint32_t>(out_.GetPos() - start), gen};
-      if (!take_object(num, behind, at))
+      if (!pass_object(header, at))
         return false;
-      end_ = at;
+      at = skip_space(text_, at);
     } else if (starts_word(text_, at, "xref")) {
       copy_to(at);  // the old section goes, up to the end of its trailer
       at = next_line(at);
       in_section = true;
-      continue;
     } else if (starts_word(text_, at, "trailer")) {
       if (!in_section)
         copy_to(at);
       in_section = false;
       at = pass_trailer(at);
       copied_ = at;
+      at = skip_space(text_, at);
     } else {
       at = next_line(at);
-      continue;
     }
-    at = skip_space(text_, at);
   }
+  return true;
+}
+
+bool FileFixer::run() {
+  if (text_.size() > UINT32_MAX / 2)
+    return fail(PDF_FIX_RESULT::kTooLarge);
+  const HeapWatch watch;
+  if (!pass_text())
+    return false;
   if (found_.empty() || trailer_ == kNone || text_.substr(trailer_, 2) != "<<")
     return fail(PDF_FIX_RESULT::kNoObjects);
   copy_to(std::max(end_, copied_));
   out_.text("\n\n");
-  const auto section = static_cast<std::uint32_t>(out_.GetPos() - start);
+  const auto section = static_cast<std::uint32_t>(out_.GetPos() - start_);
   put_table();
   put_trailer();
   out_.decimal(section);

@@ -9,7 +9,7 @@ namespace sheaf {
 
 namespace {
 
-// Fractions of a page's content at which a shared object is needed are not told: all numerators are 0.
+// Fractions of a page's content at which a shared object is needed are not given: all numerators are 0.
 constexpr std::uint32_t kDenominator = 4;
 
 class BitWriter {

@@ -256,7 +256,7 @@ bool LinearPlan::make_units(bool object_streams) {
   std::sort(sorted_.begin(), sorted_.end(), [this](std::int32_t a, std::int32_t b) { return in_front(a, b); });
   GrowArray<std::int32_t> members;
   for (std::size_t at = 0; at < sorted_.size();) {
-    // Within one kind of use, what may be a member comes in front of what stands by itself, and both behind the page.
+    // Within one kind of use, members of object streams come before objects of their own, and both after the page.
     const Rank kind = rank(sorted_[at]);
     const std::int32_t page = page_of(sorted_[at]);
     std::size_t end = at;

@@ -40,7 +40,7 @@ public:
   std::int32_t standing_for(std::int32_t num) const;
   /// From here on `other` stands for `num`. False when there is no memory.
   bool replace(std::int32_t num, std::int32_t other);
-  /// All objects that are written, in the order in which they stand in the file.
+  /// All objects that are written, in the order of the file.
   const GrowArray<std::int32_t>& objects() const { return objects_; }
   /// Takes those that were replaced off the list.
   void forget_replaced();

@@ -1,4 +1,4 @@
-// Each object is looked over with all that it holds. Actions may stand anywhere, so they are known by what they are.
+// Each object is looked over with all that it holds. Actions may be anywhere, so they are known by what they are.
 #include "sheaf/document/writer/strip.h"
 
 #include <algorithm>
@@ -76,7 +76,7 @@ bool Stripper::is_script(const CPDFObj& item) {
   return dict != nullptr && table_.value(dict, "S").is_name("JavaScript");
 }
 
-// Keys under which an action can stand: of annotations and outline items, of the catalogue, of actions, and the
+// Keys that can hold an action: of annotations and outline items, of the catalogue, of actions, and the
 // triggers of ISO 32000-1, 12.6.3.
 bool is_action_key(const char* key) {
   constexpr const char* kActionKeys[] = {"A",  "OpenAction", "Next", "PA", "E", "X", "D", "U",  "Fo", "Bl", "PO", "PC",

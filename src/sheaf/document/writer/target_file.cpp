@@ -52,17 +52,17 @@ void TargetFile::put_stream(CPDFDictionary& dict, unsigned char* data, std::size
 }
 
 void TargetFile::set_member(std::int32_t num, std::int32_t holder, std::int32_t index) {
-  entries_[static_cast<std::size_t>(num)] = {static_cast<std::uint32_t>(holder), static_cast<std::uint32_t>(index)};
+  entries_[num] = {static_cast<std::uint32_t>(holder), static_cast<std::uint32_t>(index)};
 }
 
 void TargetFile::set_place(std::int32_t num, std::uint32_t place) {
-  entries_[static_cast<std::size_t>(num)] = {place, TargetEntry::kInFile};
+  entries_[num] = {place, TargetEntry::kInFile};
 }
 
 void TargetFile::put_classic_section(CPDFDictionary& trailer) {
   const std::uint32_t section = position();
   TargetSection(entries_.begin(), 0, entries_.size()).print_classic(out_);
-  trailer.set_item_int("Size", static_cast<int>(entries_.size()));
+  trailer.set_item_int("Size", entries_.count());
   if (readable_) {
     out_.text("trailer\n");
     print_readable(trailer, out_);
@@ -80,7 +80,7 @@ void TargetFile::put_section_stream(CPDFDictionary& trailer, std::int32_t num) {
     return;
   }
   set_place(num, section);
-  trailer.set_item_int("Size", static_cast<int>(entries_.size()));
+  trailer.set_item_int("Size", entries_.count());
   failed_ = !TargetSection(entries_.begin(), 0, entries_.size()).print_stream(out_, trailer, num) || failed_;
   print_section_end(out_, section);
 }

@@ -14,7 +14,7 @@ enum class PDF_OBJECT_STREAMS : std::int32_t {
 enum class PDF_STREAM_DATA : std::int32_t {
   kPreserve,    ///< They stay as they are stored.
   kCompress,    ///< Flate, where that is smaller than no filter, LZW, RunLength or an ASCII filter.
-  kUncompress,  ///< Every filter that is none of images is taken off.
+  kUncompress,  ///< Every filter but those of images is taken off.
 };
 
 /// Parts of a document that can be left out; a set of these.

@@ -19,7 +19,7 @@ public:
   WritePlan(const WritePlan&) = delete;
   WritePlan& operator=(const WritePlan&) = delete;
 
-  /// The plan of a file whose objects stand in the order of the source. `kept_apart` (0: none) goes into no object
+  /// The plan of a file whose objects are in the order of the source. `kept_apart` (0: none) goes into no object
   /// stream. False when there is no memory.
   bool make(CPDFXRefTable& table, const PDF_WRITE_OPTIONS& options, std::int32_t kept_apart);
 

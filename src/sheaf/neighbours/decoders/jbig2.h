@@ -1,6 +1,6 @@
 // Decoder of JBIG2 data (ITU-T T.88): segments in, page bitmaps out. Decoding is complete when
 // `dec_data` returns; what it made stays with the decoder until `clear`. Two decoders work
-// together where global segments stand apart from those of a page: `parent` links them.
+// together where global segments have a stream of their own: `parent` links them.
 #pragma once
 
 #include <cstddef>
@@ -39,7 +39,7 @@ struct QVJB2_Page {
   std::int64_t stripes_end;    ///< The row behind the last stripe, 0 before the first end of a stripe.
 };
 
-/// What a symbol dictionary exports; the pointers stand in the same block.
+/// What a symbol dictionary exports; the pointers are in the same block.
 struct QVJB2_Symbols {
   std::int32_t count;
   QVJB2_Bitmap** bitmaps;  ///< One reference on each is the dictionary's.

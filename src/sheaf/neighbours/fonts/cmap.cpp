@@ -77,22 +77,22 @@ int put_character(std::uint32_t character, char16_t* out, int most) {
   }
   if (character > kLastCharacter || most < 2)
     return 0;
-  out[0] = static_cast<char16_t>(0xD800 + ((character - 0x10000) >> 10));
-  out[1] = static_cast<char16_t>(0xDC00 + (character & 0x3FF));
+  out[0] = static_cast<char16_t>(high_surrogate(character));
+  out[1] = static_cast<char16_t>(low_surrogate(character));
   return 2;
 }
 
 // Raises the last character of a text by `offset`.
 void raise_last(char16_t* text, int count, std::uint32_t offset) {
   char16_t& last = text[count - 1];
-  const bool is_pair = count > 1 && (last & 0xFC00) == 0xDC00 && (text[count - 2] & 0xFC00) == 0xD800;
+  const bool is_pair = count > 1 && is_low_surrogate(last) && is_high_surrogate(text[count - 2]);
   if (!is_pair) {
     last = static_cast<char16_t>(last + offset);
     return;
   }
-  const std::uint32_t raised = ((text[count - 2] & 0x3FFu) << 10) + (last & 0x3FFu) + offset;
-  text[count - 2] = static_cast<char16_t>(0xD800 + (raised >> 10 & 0x3FF));
-  last = static_cast<char16_t>(0xDC00 + (raised & 0x3FF));
+  const std::uint32_t raised = from_surrogates(text[count - 2], last) + offset;
+  text[count - 2] = static_cast<char16_t>(high_surrogate(raised));
+  last = static_cast<char16_t>(low_surrogate(raised));
 }
 
 int put_pooled(const char16_t* entry, std::uint32_t code, char16_t* out, int most) {

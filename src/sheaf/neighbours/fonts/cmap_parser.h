@@ -1,5 +1,5 @@
 // Reads character map files and streams: codespace, cid, notdef and bf entries between their begin
-// and end operators, and the keys that a map tells about itself. Everything else that a program in
+// and end operators, and the keys by which a map describes itself. Everything else that a program in
 // PostScript can hold is passed over. Work and memory follow the length of the input.
 #pragma once
 

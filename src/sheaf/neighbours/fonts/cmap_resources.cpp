@@ -82,7 +82,7 @@ Map* CPDFCMapResources::load(Table& table, const char* name) {
 // The lock is held also while a file is read: nobody loads what another one is loading.
 template <class Map>
 Map* CPDFCMapResources::load_locked(Table& table, const char* name, const Loading* outer) {
-  const NamedPlace place = find_named(table.items, table.count, name);
+  const SortedPlace place = find_named(table.items, table.count, name);
   if (place.found) {
     auto* map = static_cast<Map*>(table.items[place.index].map);
     ++map->ref_count;

@@ -44,7 +44,7 @@ void* CPDFEnviroment::new_face(const char* name) {
   CQVFTFont* const face = fonts_->take(folded);
   if (face == nullptr)
     return nullptr;
-  const NamedPlace at = find_named(font_uses_->items, font_uses_->count, folded);
+  const SortedPlace at = find_named(font_uses_->items, font_uses_->count, folded);
   FontUses::Use* const use = at.found ? font_uses_->items + at.index : insert_named(*font_uses_, at.index, folded);
   if (use == nullptr) {
     fonts_->give_back(folded);
@@ -63,7 +63,7 @@ void CPDFEnviroment::release_face(const char* name) {
   if (fonts_ == nullptr || font_uses_ == nullptr || name == nullptr || !fold_font_name(name, folded))
     return;
   const MutexLock lock(mutex);
-  const NamedPlace at = find_named(font_uses_->items, font_uses_->count, folded);
+  const SortedPlace at = find_named(font_uses_->items, font_uses_->count, folded);
   if (!at.found || font_uses_->items[at.index].count == 0)
     return;
   --font_uses_->items[at.index].count;

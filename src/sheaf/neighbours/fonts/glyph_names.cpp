@@ -10,7 +10,7 @@ namespace sheaf {
 
 namespace {
 
-// The number behind `prefix`, of `least` to `most` digits to the end of the name; 0 when it is none.
+// The number behind `prefix`, of `least` to `most` digits to the end of the name; 0 when it is not one.
 std::uint32_t hex_behind(const char* name, const char* prefix, int least, int most) {
   const std::size_t len = std::strlen(prefix);
   if (std::strncmp(name, prefix, len) != 0)

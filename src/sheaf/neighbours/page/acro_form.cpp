@@ -154,8 +154,7 @@ const CPDFDictionary* CPDFAcroForm::look_at(const CPDFField& field) {
     const PDF_XREF* const entry = table_.entry(ref.num);
     return entry != nullptr ? *entry : PDF_XREF::none();
   };
-  const PDF_NEWOBJ* const slot =
-      table_.entry(ref.num) != nullptr ? table_.slot_of(static_cast<std::uint32_t>(ref.num)) : nullptr;
+  const PDF_NEWOBJ* const slot = table_.entry(ref.num) != nullptr ? table_.slot_of(ref.index()) : nullptr;
   if (slot != nullptr && slot->obj.as_dict() != nullptr)
     return slot->obj.as_dict();
   for (const Known& known : known_) {
@@ -193,7 +192,7 @@ CPDFField* CPDFAcroForm::get_field(const PDF_String& name) const {
   return wide ? get_field(wide.get()) : nullptr;
 }
 
-// Of fields of one name the first stands in front in its chain, so that however many there are they
+// Of fields of one name the first is in front in its chain, so that however many there are they
 // take no longer to be found.
 CPDFField* CPDFAcroForm::get_field(const wchar_t* name) const {
   if (name == nullptr || buckets_.empty())

@@ -65,9 +65,9 @@ public:
   /// document has none. Null when there is no memory or `ref` is no field. Borrowed.
   CPDFField* append_field(const PDF_REF& ref);
 
-  std::int32_t field_count() const { return static_cast<std::int32_t>(fields_.size()); }
+  std::int32_t field_count() const { return fields_.count(); }
   /// Field `index` in the order of the tree, a parent in front of its kids. Borrowed.
-  CPDFField* field_at(std::int32_t index) const { return fields_[static_cast<std::size_t>(index)]; }
+  CPDFField* field_at(std::int32_t index) const { return fields_[index]; }
   /// The form dictionary, kept in memory for changes and made when there is none; null when there
   /// is no memory. Borrowed; valid until the next object is stored.
   CPDFDictionary* edit_dict();

@@ -15,7 +15,7 @@ struct PDF_INHERITED {
   bool has_media_box = false;
   bool has_crop_box = false;
   bool has_rotate = false;
-  bool has_direct_resources = false;  ///< "Resources" stands directly in the node or in one above it.
+  bool has_direct_resources = false;  ///< "Resources" is directly in the node or in one above it.
   std::int32_t holder = 0;  ///< The node with the direct resources; -1: the tree's top, directly in the catalogue.
 };
 

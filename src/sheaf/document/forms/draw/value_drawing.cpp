@@ -90,7 +90,7 @@ void draw_lines(ContentWriter& out, const WidgetLook& look, FieldType& type, con
 void draw_comb(ContentWriter& out, const WidgetLook& look, FieldType& type, const GrowArray<FieldGlyph>& glyphs,
                const ValueManner& manner) {
   const double cell = look.width / manner.comb_cells;
-  const int count = std::min(static_cast<int>(glyphs.size()), manner.comb_cells);
+  const int count = std::min(glyphs.count(), manner.comb_cells);
   std::int32_t widest = 1;
   for (const FieldGlyph& glyph : glyphs)
     widest = std::max(widest, glyph.width);
@@ -100,7 +100,7 @@ void draw_comb(ContentWriter& out, const WidgetLook& look, FieldType& type, cons
   const int skipped = manner.quadding == 1 ? spare / 2 : manner.quadding == 2 ? spare : 0;
   const double y = centred_base_line(look, type, glyphs, size);
   for (int i = 0; i < count; ++i) {
-    const FieldGlyph& glyph = glyphs[static_cast<std::size_t>(i)];
+    const FieldGlyph& glyph = glyphs[i];
     const double x = (skipped + i) * cell + (cell - glyph.width * size / kEm) / 2;
     type.show(out, &glyph, 1, size, x, y);
   }

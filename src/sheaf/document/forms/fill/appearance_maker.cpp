@@ -324,9 +324,8 @@ void AppearanceMaker::choose_font(const CPDFDictionary& widget, const char* name
       return;
     }
   }
-  Freed<CPDFObj> value;
   KnownFont known{ref, false, {}};
-  table_.resolve(value, &font);
+  Freed<CPDFObj> value = table_.value(&font);
   known.usable = value.as_dict() != nullptr &&
                  (known.font.load(table_, *value.as_dict()) ||
                   (ref.num != 0 && known_.size() < kMostKnownFonts && load_composite(*value.as_dict(), known.font)));

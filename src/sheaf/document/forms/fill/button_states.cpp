@@ -132,7 +132,7 @@ bool ButtonStates::apply(CPDFXRefTable& table, AppearanceMaker& maker, std::int3
   if (!draw_missing(maker))
     return false;
   for (std::int32_t i = 0; i < count(); ++i) {
-    const PDF_REF& ref = widgets_[static_cast<std::size_t>(i)].ref;
+    const PDF_REF& ref = widgets_[i].ref;
     Freed<CPDFObj> obj = table.object(ref);
     if (obj.as_dict() == nullptr)
       continue;

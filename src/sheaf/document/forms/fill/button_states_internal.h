@@ -17,11 +17,9 @@ public:
 
   /// Reads the widgets and their states.
   void read(CPDFXRefTable& table, const CPDFField& field, const FieldFacts& facts);
-  std::int32_t count() const { return static_cast<std::int32_t>(widgets_.size()); }
+  std::int32_t count() const { return widgets_.count(); }
   /// The name of the state in which the widget is on.
-  const char* state(std::int32_t index) const {
-    return names_.begin() + widgets_[static_cast<std::size_t>(index)].name;
-  }
+  const char* state(std::int32_t index) const { return names_.begin() + widgets_[index].name; }
   /// The export value of a widget, where the field has one for it.
   PDF_String export_value(std::int32_t index) const { return options_.value(index); }
   /// The widget that a value turns on, or one of the constants above.

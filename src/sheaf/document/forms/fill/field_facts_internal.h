@@ -38,7 +38,7 @@ struct FieldFacts {
   bool has(std::uint32_t flag) const { return (flags & flag) != 0; }
   bool is_button() const { return kind == FieldKind::kCheckBox || kind == FieldKind::kRadio; }
   bool is_choice() const { return kind == FieldKind::kCombo || kind == FieldKind::kList; }
-  /// Cells of a comb; 0 when the text is none.
+  /// Cells of a comb; 0 when the text is not shown in one.
   int comb_cells() const;
 };
 
@@ -55,7 +55,7 @@ public:
   PDF_String value(std::int32_t index) const { return part(index, 0); }
   /// What is shown.
   PDF_String text(std::int32_t index) const { return part(index, 1); }
-  /// The option of this UTF-8 value, or of this shown text where no value is so; -1 when there is none.
+  /// The option of this UTF-8 value, or with this shown text where no value matches; -1 without one.
   std::int32_t find(const char* utf8) const;
 
 private:

@@ -89,7 +89,7 @@ void FieldLocks::mark(const CPDFDictionary& lock, CPDFXRefTable& table, const Fi
     for (const FieldNames::Range range : {names.find(name.get()), names.below(name.get())}) {
       work_ += range.end - range.first + 1;
       for (std::size_t place = range.first; place < range.end; ++place)
-        marks[static_cast<std::size_t>(names.at(place))] = 1;
+        marks[names.at(place)] = 1;
     }
   }
 }

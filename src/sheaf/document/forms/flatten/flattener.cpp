@@ -52,7 +52,7 @@ private:
   PDF_FLATTEN_REPORT& report_;
   VisitedSet pages_;
   VisitedSet made_forms_;
-  VisitedSet containers_;             // object streams in which something stands that is gone
+  VisitedSet containers_;             // object streams with objects that are gone
   GrowArray<PDF_REF> named_;          // annotations that are gone, and that the structure tree names
   Freed<CPDFObj> default_resources_;  // the form's
   PageContent content_;
@@ -114,7 +114,7 @@ void Flattening::read_default_resources() {
   const Freed<CPDFObj> form = table.value(catalog.as_dict(), CPDFDictionary::sm_tag_acro_form);
   const CPDFObj* const item = form.as_dict() != nullptr ? form.as_dict()->get_item("DR") : nullptr;
   Freed<CPDFObj> resources = table.value(item);
-  if (resources.as_dict() == nullptr)
+  if (item == nullptr || resources.as_dict() == nullptr)
     return;
   default_resources_.copy_from(item);
   if (item->tag == kTagRef)
@@ -124,7 +124,7 @@ void Flattening::read_default_resources() {
     default_resources_.set_ref(ref);
 }
 
-// What the form holds: its signatures, and the object streams that its fields stand in.
+// What the form holds: its signatures, and the object streams of its fields.
 void Flattening::look_at_form() {
   CPDFXRefTable& table = doc_.table();
   CPDFAcroForm form(table);
@@ -148,7 +148,7 @@ void Flattening::look_at_form() {
   }
 }
 
-// Older versions of fields stay in the object streams where they stood. Streams that have more members than entries
+// Older versions of fields stay in their object streams. Streams that have more members than entries
 // lead to are taken for such.
 void Flattening::note_outdated_containers() {
   CPDFXRefTable& table = doc_.table();
@@ -177,15 +177,15 @@ void Flattening::note_container(const PDF_REF& ref) {
     containers_.visit(static_cast<std::int32_t>(entry->offset));
 }
 
-// An object stream goes into a new file as it is, with all that it holds. The others of those in which something of the
-// form stands become objects of their own, so that the streams are left behind.
+// An object stream goes into a new file as it is, with all that it holds. Where a stream held something of
+// the form, its other members become objects of their own, so that the stream is left behind.
 bool Flattening::empty_containers() {
   CPDFXRefTable& table = doc_.table();
   for (std::uint32_t num = 1; num < table.xref_count; ++num) {
     const PDF_XREF entry = *table.entry(num);
     if (!entry.is_compressed() || !containers_.has(static_cast<std::int32_t>(entry.offset)))
       continue;
-    const PDF_REF ref{static_cast<std::int32_t>(num), 0};
+    const PDF_REF ref = PDF_REF::at(num);
     Freed<CPDFObj> obj;
     table.get_stored(obj, ref);
     if (!obj.is_null() && !table.store_object(ref, obj))
@@ -199,8 +199,7 @@ bool Flattening::flatten_page(int index, PDF_FLATTEN what) {
   CPDFPage page;
   if (!doc_.load_page(index, page) || !pages_.visit(page.ref.num))
     return true;
-  Freed<CPDFObj> annots;
-  table.resolve(annots, page.dict.get_item("Annots"));
+  Freed<CPDFObj> annots = table.value(&page.dict, "Annots");
   const CPDFArray* const list = annots.as_array();
   if (list == nullptr)
     return true;
@@ -209,7 +208,7 @@ bool Flattening::flatten_page(int index, PDF_FLATTEN what) {
     return true;
   PageWork work(table, page);
   work.dict.copy_from(own.as_dict());
-  // Popups go with what they belong to, which may stand behind them.
+  // Popups go with what they belong to, which may be behind them.
   for (const bool popups : {false, true}) {
     for (std::int32_t i = 0; i < list->count; ++i) {
       const Freed<CPDFObj> annotation = table.value(list, i);

@@ -1,4 +1,4 @@
-// Adding an XObject to what a page can name, wherever its resources stand.
+// Adding an XObject to what a page can name, wherever its resources are.
 #pragma once
 
 #include "sheaf/object/object.h"
@@ -9,12 +9,12 @@ class CPDFXRefTable;
 
 namespace sheaf {
 
-/// The dictionary of object `ref`, kept in memory so that it can be changed where it is; null when it is none.
+/// The dictionary of object `ref`, kept in memory so that it can be changed where it is; null when it is not one.
 /// Borrowed; valid until the next object is stored.
 CPDFDictionary* edit_object(CPDFXRefTable& table, const PDF_REF& ref);
 
 /// One page's resources of one kind, such as "XObject". Resources of their own objects are added to where they are, so
-/// that pages go on sharing them; those that stand directly in the page, or above it, go into `page_dict`.
+/// that pages go on sharing them; those that are directly in the page, or above it, go into `page_dict`.
 class PageResources {
 public:
   PageResources(CPDFXRefTable& table, const CPDFPage& page, CPDFDictionary& page_dict)
@@ -25,7 +25,7 @@ public:
   bool add(const char* kind, const char* name, const PDF_REF& value);
   /// Whether the name is there.
   bool has(const char* kind, const char* name);
-  /// The reference under the name; number 0 where it is none.
+  /// The reference under the name; number 0 where there is no reference.
   PDF_REF get(const char* kind, const char* name);
 
 private:

@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "sheaf/base/scope_guard.h"
+#include "sheaf/base/utf.h"
 #include "sheaf/neighbours/fonts/cmap.h"
 #include "sheaf/object/array.h"
 #include "sheaf/object/dictionary.h"
@@ -22,10 +23,10 @@ std::uint16_t width_in(const CPDFObj& value) {
 
 // The character that a text in UTF-16 is; 0 when it is more than one.
 std::uint32_t only_character(const char16_t* units, int count) {
-  if (count == 1 && (units[0] & 0xF800) != 0xD800)
+  if (count == 1 && !is_surrogate(units[0]))
     return units[0];
-  if (count == 2 && (units[0] & 0xFC00) == 0xD800 && (units[1] & 0xFC00) == 0xDC00)
-    return 0x10000 + ((units[0] & 0x3FFu) << 10) + (units[1] & 0x3FFu);
+  if (count == 2 && is_high_surrogate(units[0]) && is_low_surrogate(units[1]))
+    return from_surrogates(units[0], units[1]);
   return 0;
 }
 

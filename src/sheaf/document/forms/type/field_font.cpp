@@ -91,9 +91,8 @@ void FieldFont::read_name(const char* name) {
 
 bool FieldFont::read_encoding(CPDFXRefTable& table, const CPDFDictionary& font) {
   const Freed<CPDFObj> encoding = table.value(&font, "Encoding");
-  Freed<CPDFObj> named;
   const CPDFDictionary* const dict = encoding.as_dict();
-  table.resolve(named, dict != nullptr ? dict->get_item("BaseEncoding") : &encoding);
+  Freed<CPDFObj> named = table.value(dict != nullptr ? dict->get_item("BaseEncoding") : &encoding);
   const std::uint16_t* base = encoding_named(named.as_name());
   if (base == nullptr) {
     // The program's own encoding: of a font that is not symbolic it is the standard one, as a rule.

@@ -31,7 +31,7 @@ public:
   FieldType(const FieldType&) = delete;
   FieldType& operator=(const FieldType&) = delete;
 
-  /// The field's own font: its name in the resources, what stands there (a dictionary or a reference to one, copied),
+  /// The field's own font: its name in the resources, what that names (a dictionary or a reference to one, copied),
   /// and how text is set in it where it is `usable`.
   void set_own(const char* name, const CPDFObj& object, const FieldFont& font, bool usable);
   /// Sets characters; a line end (U+000A) stays as a glyph of no width. The result is how many characters no font has.

@@ -24,7 +24,7 @@ struct Estimate {
 /// Indexed by a context.
 extern const std::array<Estimate, 94> kEstimates;
 
-/// Inside the loops over pixels a copy of the decoder stands in registers, for which all that such
+/// Inside the loops over pixels a copy of the decoder is in registers, for which all that such
 /// a loop calls must be inline.
 class ArithmeticDecoder {
 public:
@@ -45,7 +45,7 @@ public:
   [[gnu::always_inline]] inline unsigned unexpected(std::uint8_t& context);
 
   /// Decodes up to `most` decisions in `context`, whose more probable value is 0, and stops behind
-  /// the first 1. Gives the count of zeros; `has_one` tells whether a 1 came behind them.
+  /// the first 1. Gives the count of zeros; `has_one` says whether a 1 followed them.
   [[gnu::always_inline]] inline unsigned zeros(std::uint8_t& context, unsigned most, bool& has_one);
 
   /// Whether all data are used up: from here on decisions follow from the contexts alone.
@@ -74,7 +74,7 @@ private:
 
 // A byte above 0x8F behind 0xFF is a marker: it is never passed, and ones are fed from there on, as
 // behind the end of the data. Encoders leave out as many bytes as that makes up for (Annex E, FLUSH),
-// so that nothing tells data that are complete from data that are cut.
+// so that data that are complete look like data that are cut.
 inline void ArithmeticDecoder::byte_in() {
   if (is_at_end()) {
     ct_ = 8;

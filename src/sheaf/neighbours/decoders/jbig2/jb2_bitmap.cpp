@@ -90,7 +90,7 @@ std::uint8_t* data_behind(QVJB2_Bitmap* bitmap) {
   return reinterpret_cast<std::uint8_t*>(bitmap + 1);
 }
 
-// The bits of a row's last byte that stand behind the last pixel.
+// The bits of a row's last byte that are behind the last pixel.
 std::uint8_t padding_of(const QVJB2_Bitmap& bitmap) {
   return static_cast<std::uint8_t>((1u << (bitmap.stride * std::int64_t{8} - bitmap.width)) - 1);
 }

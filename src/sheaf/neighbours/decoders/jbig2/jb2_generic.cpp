@@ -55,7 +55,7 @@ constexpr unsigned context_bit(const Shape& shape, AdaptivePixel place) {
 static_assert(context_bit(kShapes[0], {-2, -2}) == 15 && context_bit(kShapes[0], {-3, -1}) == 10);
 static_assert(context_bit(kShapes[3], {2, -1}) == 4 && context_bit(kShapes[1], {3, -1}) == 3);
 
-// Adaptive pixels that stand elsewhere, with the context bits that they fill.
+// Adaptive pixels that are elsewhere, with the context bits that they fill.
 struct Moved {
   std::array<AdaptivePixel, kMostAdaptive> place = {};
   std::array<unsigned, kMostAdaptive> bit = {};
@@ -170,7 +170,7 @@ private:
     return !has_one;
   }
 
-  // The part of a context that comes from the rows above, whose windows stand shifted to the pixel.
+  // The part of a context that comes from the rows above, whose windows are shifted to the pixel.
   [[gnu::always_inline]] static inline unsigned above(unsigned two_up, unsigned one_up) {
     constexpr Window kTwo = kShape.two_up;
     constexpr Window kOne = kShape.one_up;
@@ -259,7 +259,7 @@ using RowFunction = std::int32_t (*)(ArithmeticDecoder&, std::uint8_t*, const Ro
 constexpr RowFunction kRowDecoders[] = {decode_row<0>, decode_row<1>, decode_row<2>, decode_row<3>};
 
 // Finds out when a region's rows go on repeating: once the data are used up, rows whose contexts are
-// all settled follow from the rows above alone. What was left out behind the data of a large even
+// all in their last state follow from the rows above alone. What was left out behind the data of a large even
 // picture then costs a copy.
 class Repetition {
 public:
@@ -373,7 +373,7 @@ bool decode_generic(ArithmeticDecoder& decoder, std::uint8_t* contexts, const Ge
       if (y > 0)
         std::memcpy(present, present - out.stride, static_cast<std::size_t>(out.stride));
     } else {
-      // For the white rows above the bitmap the present one stands in, which is white ahead of the pixel.
+      // The present row, which is white ahead of the pixel, serves for the white rows above the bitmap.
       const Rows rows = {y > 1 ? bitmap_row(out, y - 2) : present, y > 0 ? bitmap_row(out, y - 1) : present, present,
                          out.width, out.stride};
       const std::int32_t cost = singly ? decode_row_singly(decoder, contexts, rows, shape, moved, params.skip, out, y)

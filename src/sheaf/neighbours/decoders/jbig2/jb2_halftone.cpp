@@ -20,7 +20,7 @@ struct Patterns {
 
 constexpr unsigned kMostPlanes = 32;
 
-// The templates of patterns and grey values stand at the nominal places but for the first pixel.
+// The templates of patterns and grey values are at the nominal places but for the first pixel.
 GenericParams plain_params(unsigned pixels_template, AdaptivePixel first) {
   GenericParams params = {};
   params.pixels_template = pixels_template;

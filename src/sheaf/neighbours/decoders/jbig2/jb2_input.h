@@ -69,7 +69,7 @@ public:
     return value;
   }
   void align() { bit_ = (bit_ + 7) / 8 * 8; }
-  /// The rest from the present byte on; the reader stands at the start of a byte.
+  /// The rest from the present byte on; the reader is at the start of a byte.
   const std::uint8_t* cursor() const { return data_ + std::min(bit_ / 8, size_); }
   std::size_t left() const { return size_ - std::min(bit_ / 8, size_); }
   void skip_bytes(std::size_t count) { bit_ += std::min(count, left()) * 8; }

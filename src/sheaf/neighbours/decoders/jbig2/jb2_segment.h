@@ -50,7 +50,7 @@ struct SegmentHeader {
 struct SegmentBody {
   const std::uint8_t* data;
   std::size_t size;
-  bool has_row_count;  ///< The length was unknown, a row count stands at the end.
+  bool has_row_count;  ///< The length was unknown, a row count is at the end.
   bool is_cut;         ///< Shorter than the header says.
 };
 
@@ -65,7 +65,7 @@ public:
 private:
   ByteReader headers_;
   ByteReader bodies_;
-  bool random_access_ = false;  // all headers stand in front of all bodies
+  bool random_access_ = false;  // all headers are in front of all bodies
 };
 
 /// What the decoder of a segment works on.

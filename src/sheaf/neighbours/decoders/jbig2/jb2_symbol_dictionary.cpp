@@ -282,7 +282,7 @@ private:
     auto* symbols = static_cast<QVJB2_Symbols*>(QVAlloc(size));
     if (symbols == nullptr)
       return false;
-    symbols->count = static_cast<std::int32_t>(exported.size());
+    symbols->count = exported.count();
     symbols->bitmaps = reinterpret_cast<QVJB2_Bitmap**>(symbols + 1);
     for (std::size_t i = 0; i < exported.size(); ++i) {
       symbols->bitmaps[i] = exported[i];

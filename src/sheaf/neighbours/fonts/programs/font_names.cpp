@@ -66,7 +66,7 @@ int FontNames::add_file(const char* path, int origin) {
   if (copy == nullptr)
     return -1;
   if (files_.push({copy, origin}))
-    return static_cast<int>(files_.size()) - 1;
+    return files_.count() - 1;
   QVFree(copy);
   return -1;
 }
@@ -76,8 +76,7 @@ void FontNames::add_name(int file, int index, const char* name, bool is_family, 
   if (file < 0 || !fold_font_name(name, folded))
     return;
   char* const copy = copy_name(folded);
-  const std::int32_t rank =
-      files_[static_cast<std::size_t>(file)].origin * kOriginRank + (is_family ? kFamilyRank : 0) + style_rank(style);
+  const std::int32_t rank = files_[file].origin * kOriginRank + (is_family ? kFamilyRank : 0) + style_rank(style);
   if (copy != nullptr && !names_.push({copy, file, index, rank}))
     QVFree(copy);
 }
@@ -90,8 +89,7 @@ void FontNames::sort() {
       return a.rank < b.rank;
     if (a.file != b.file) {
       // The system lists its files in no order of its own.
-      const int order =
-          std::strcmp(files_[static_cast<std::size_t>(a.file)].path, files_[static_cast<std::size_t>(b.file)].path);
+      const int order = std::strcmp(files_[a.file].path, files_[b.file].path);
       if (order != 0)
         return order < 0;
     }
@@ -105,7 +103,7 @@ bool FontNames::find(const char* folded, Place& place) const {
   });
   if (at == names_.end() || std::strcmp(at->folded, folded) != 0)
     return false;
-  place = {files_[static_cast<std::size_t>(at->file)].path, at->index};
+  place = {files_[at->file].path, at->index};
   return true;
 }
 

@@ -87,7 +87,7 @@ void FontShelf::find(const char* name, char* path, int& index) {
 
 CQVFTFont* FontShelf::take(const char* folded) {
   const MutexLock lock(mutex_);
-  const NamedPlace at = find_named(faces_.items, faces_.count, folded);
+  const SortedPlace at = find_named(faces_.items, faces_.count, folded);
   if (at.found) {
     ++faces_.items[at.index].uses;
     return faces_.items[at.index].face;
@@ -108,7 +108,7 @@ CQVFTFont* FontShelf::take(const char* folded) {
 
 void FontShelf::give_back(const char* folded) {
   const MutexLock lock(mutex_);
-  const NamedPlace at = find_named(faces_.items, faces_.count, folded);
+  const SortedPlace at = find_named(faces_.items, faces_.count, folded);
   if (!at.found || --faces_.items[at.index].uses > 0)
     return;
   Face* const entry = faces_.items + at.index;
