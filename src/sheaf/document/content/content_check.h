@@ -66,10 +66,10 @@ private:
   long long left_;  // bytes of content that are still looked at
   VisitedSet pages_;
   VisitedSet forms_;
-  GrowArray<PDF_REF> waiting_;   // forms that were drawn and not looked at yet
+  GrowArray<PDF_REF> waiting_;  // forms that were drawn and not looked at yet
   ContentText text_;
   GrowArray<StreamEnd> ends_;
-  NumberMap end_of_;  // index into ends_ plus one, by object number
+  NumberMap end_of_;             // index into ends_ plus one, by object number
   Freed<CPDFObj> shared_;        // resources that several pages have
   std::int32_t shared_num_ = 0;  // their object; below 0 the node that holds them directly, and one less
 };

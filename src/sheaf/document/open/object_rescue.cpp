@@ -142,7 +142,8 @@ bool ObjectRescue::is_named(std::uint32_t num) {
       read_names();
     busy_ = false;
   }
-  return num >= first_new_ && num - first_new_ < INT32_MAX && named_.has(static_cast<std::int32_t>(num - first_new_) + 1);
+  return num >= first_new_ && num - first_new_ < INT32_MAX &&
+         named_.has(static_cast<std::int32_t>(num - first_new_) + 1);
 }
 
 void ObjectRescue::report_number(const ObjectScan::Object& object) {

@@ -80,8 +80,7 @@ bool decodes_to(CPDFXRefTable& table, const GrowArray<unsigned char>& data, cons
     return false;
   }
   std::memcpy(copy, data.begin(), data.size());
-  const std::unique_ptr<CPDFStream> decoder(
-      CPDFXRefTable::make_stream2(&table, copy, data.count(), filter, &parms));
+  const std::unique_ptr<CPDFStream> decoder(CPDFXRefTable::make_stream2(&table, copy, data.count(), filter, &parms));
   // The bits behind the last pixel of a row mean nothing.
   const auto last_mask = static_cast<unsigned char>(width % 8 == 0 ? 0xFF : 0xFF00 >> (width % 8));
   for (std::int32_t y = 0; y < height; ++y) {

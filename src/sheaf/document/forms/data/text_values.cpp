@@ -29,7 +29,8 @@ void add_one(CPDFXRefTable& table, const CPDFObj& value, CPDFFormData& data) {
   } else if (value.as_stream() != nullptr) {
     const std::unique_ptr<CPDFStream> decoder(table.make_stream(value.as_stream()));
     int len = 0;
-    const HeapBlock<unsigned char> bytes(decoder != nullptr ? decoder->buffer_load(decoder->most_text(kMostText), len) : nullptr);
+    const HeapBlock<unsigned char> bytes(decoder != nullptr ? decoder->buffer_load(decoder->most_text(kMostText), len)
+                                                            : nullptr);
     add_text({len, reinterpret_cast<char*>(bytes.get())}, data);
   } else if (value.tag == kTagString) {
     add_text(value.as_string(), data);

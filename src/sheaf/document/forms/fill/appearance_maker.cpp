@@ -111,7 +111,8 @@ void AppearanceMaker::read_value(const CPDFField& field, const FieldFacts& facts
     if (item.as_stream() != nullptr) {
       const std::unique_ptr<CPDFStream> decoder(table_.make_stream(item.as_stream()));
       int len = 0;
-      const HeapBlock<unsigned char> bytes(decoder != nullptr ? decoder->buffer_load(decoder->most_text(kMostValue), len) : nullptr);
+      const HeapBlock<unsigned char> bytes(
+          decoder != nullptr ? decoder->buffer_load(decoder->most_text(kMostValue), len) : nullptr);
       append_characters({len, reinterpret_cast<char*>(bytes.get())}, value.characters);
     } else {
       append_characters(item.as_string(), value.characters);
