@@ -237,10 +237,10 @@ TEST_F(LayerDocument, ProgressCanStopLongWork) {
   SaveOptions options;
   options.object_streams = ObjectStreams::kGenerate;
   options.linearize = true;
-  options.min_version = "1.6";
+  options.min_version = "2.0";
   ASSERT_TRUE(doc->save_as(path("linear.pdf"), options));
   EXPECT_LT(std::filesystem::file_size(path("linear.pdf")), std::filesystem::file_size(path("out.pdf")) / 2);
-  EXPECT_EQ(Document::open(path("linear.pdf"))->version(), "1.6");
+  EXPECT_EQ(Document::open(path("linear.pdf"))->version(), "2.0");
   EXPECT_EQ(Document::open(path("out.pdf"))->pages().size(), 1);
 }
 
