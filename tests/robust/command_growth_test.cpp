@@ -13,6 +13,7 @@
 #include "support/command_line.h"
 #include "support/external_tool.h"
 #include "support/refused_new.h"
+#include "support/sanitizer.h"
 #include "support/work_meter.h"
 
 namespace {
@@ -98,7 +99,7 @@ TEST(Growth, CommandsFollowTheLengthOfTheFile) {
   const TestFolder folder;
   for (const GrowthShape& shape : growth_shapes()) {
     std::vector<double> least(kCommands.size());
-    for (const int times : {1, 10}) {
+    for (const int times : {1, kUnderSanitizer ? 2 : 10}) {
       const std::string bytes = shape.make(shape.least * times);
       const auto size = static_cast<double>(bytes.size());
       write_file(folder / "in.pdf", bytes);

@@ -8,17 +8,9 @@
 #include <functional>
 #include <vector>
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr bool kStacksAreReal = false;
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-constexpr bool kStacksAreReal = false;
-#else
-constexpr bool kStacksAreReal = true;
-#endif
-#else
-constexpr bool kStacksAreReal = true;
-#endif
+#include "support/sanitizer.h"
+
+constexpr bool kStacksAreReal = !kUnderSanitizer;
 
 struct StackUse {
   bool done = false;      ///< What the work answered.

@@ -7,6 +7,7 @@
 #include <new>
 
 #include "support/failing_heap.h"
+#include "support/sanitizer.h"
 
 using namespace sheaf;
 
@@ -14,12 +15,6 @@ using namespace sheaf;
 #if __has_feature(thread_sanitizer)
 #define SHEAF_KEEPS_OPERATOR_NEW
 #endif
-#if __has_feature(address_sanitizer) || __has_feature(memory_sanitizer)
-#define SHEAF_HAS_SANITIZER
-#endif
-#endif
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-#define SHEAF_HAS_SANITIZER
 #endif
 
 namespace {
