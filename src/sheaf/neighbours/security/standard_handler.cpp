@@ -234,8 +234,9 @@ bool CPDFStandardSecHand::read_parameters(const PDF_String* id0, const CPDFDicti
     return refuse(para_.version == 0 && dict.get_item("V") == nullptr ? Outcome::kDamagedDictionary
                                                                       : Outcome::kUnsupported);
   streams_ = strings_ = files_ = Method::kRC4;
-  para_.key_bytes = para_.version == 1 ? kShortestKey
-                                          : std::min(key_length_bytes(int_value(dict, "Length", 0), kShortestKey), kLongestKey);
+  para_.key_bytes = para_.version == 1
+                        ? kShortestKey
+                        : std::min(key_length_bytes(int_value(dict, "Length", 0), kShortestKey), kLongestKey);
   if (para_.version >= 4 && !read_crypt_filters(dict))
     return refuse(Outcome::kUnsupported);
   const bool aes256 = para_.revision >= 5;
