@@ -1,7 +1,7 @@
-// Object streams, decoded when one of their objects is asked for. What is kept is their text, which a request parses
-// one object of, and a list of where each object begins and what it refers to. Both are kept until the document is
-// closed, as far as the table's budget goes: beyond it texts that were not asked for of late are released first, then
-// lists, and each is made again when it is needed.
+// Object streams, decoded when one of their objects is asked for. What is kept is the objects of the first streams, and
+// the text of others, which a request parses one object of; and a list of where each object begins and what it refers
+// to. All are kept until the document is closed, as far as the table's budget goes: beyond it objects and texts that
+// were not asked for of late are released first, then lists, and each is made again when it is needed.
 #include <algorithm>
 #include <cstring>
 #include <memory>
@@ -22,6 +22,7 @@ namespace {
 constexpr int kMostObjStmBytes = 0x8000000;  // 128 MiB of decoded data
 constexpr std::uint32_t kObjStmStep = 32;
 constexpr std::int64_t kParsedPerByte = 5;  // what the objects take in memory for a byte of their text
+constexpr std::int64_t kShareOfValues = 4;  // of the budget, for objects as values: one part in so many
 
 // What is read out of an object stream: lists, the text with its lists, or all objects as values.
 enum class Wanted { kReferences, kText, kObjects };
@@ -74,6 +75,10 @@ void read_member(const PDF_OBJSTM& entry, std::int32_t index, CPDFObj& out) {
   out.read(&buf, nullptr);
 }
 
+std::int64_t weight_of_objects(const PDF_OBJSTM& entry) {
+  return entry.decoded * kParsedPerByte + entry.count * static_cast<std::int64_t>(sizeof(CPDFObj));
+}
+
 bool read_objects(PDF_OBJSTM& entry) {
   entry.objs = static_cast<CPDFObj*>(QVAlloc(static_cast<std::size_t>(entry.count) * sizeof(CPDFObj)));
   if (entry.objs == nullptr)
@@ -81,7 +86,7 @@ bool read_objects(PDF_OBJSTM& entry) {
   std::fill(entry.objs, entry.objs + entry.count, CPDFObj{});
   for (std::int32_t i = 0; i < entry.count; ++i)
     read_member(entry, i, entry.objs[i]);
-  entry.objs_weight = entry.decoded * kParsedPerByte + entry.count * static_cast<std::int64_t>(sizeof(CPDFObj));
+  entry.objs_weight = weight_of_objects(entry);
   return true;
 }
 
@@ -371,9 +376,13 @@ PDF_OBJSTM* CPDFXRefTable::get_objstm_references(unsigned int offset, int num) {
 }
 
 void CPDFXRefTable::read_compressed(CPDFObj& out, unsigned int offset, int num, int index) {
-  const PDF_OBJSTM* const objstm = get(*this, offset, {num, 0}, Wanted::kText);
+  PDF_OBJSTM* const objstm = get(*this, offset, {num, 0}, Wanted::kText);
   if (objstm == nullptr || index < 0 || index >= objstm->count)
     return;
+  // The values of the first streams are kept: most documents have no others, and a copy costs less than a parse.
+  const std::int64_t weight = weight_of_objects(*objstm);
+  if (objstm->text != nullptr && objstm_budget.held + weight <= objstm_budget.limit / kShareOfValues)
+    with_objects(*this, objstm);
   if (objstm->objs != nullptr)
     out.copy_from(objstm->objs + index);
   else if (objstm->text != nullptr)
