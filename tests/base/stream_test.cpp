@@ -8,6 +8,7 @@
 #include <string>
 
 #include "sheaf/base/heap.h"
+#include "support/external_tool.h"
 
 using namespace sheaf;
 
@@ -111,7 +112,8 @@ TEST(StreamMemFix, BaseOffsetMovesTheOrigin) {
 }
 
 TEST(StreamFile, LengthKeepsThePositionAndAMissingFileIsEmpty) {
-  const std::string path = (std::filesystem::temp_directory_path() / "sheaf_stream_test.bin").string();
+  const TestFolder folder;
+  const std::string path = folder / "ten.bin";
   std::FILE* out = std::fopen(path.c_str(), "wb");
   ASSERT_NE(out, nullptr);
   std::fwrite("0123456789", 1, 10, out);

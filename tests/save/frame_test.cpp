@@ -163,13 +163,8 @@ TEST(Text, Utf8ComesBackThroughEitherEncoding) {
 }
 
 struct FileSpec : testing::Test {
-  void SetUp() override {
-    folder = std::filesystem::temp_directory_path() / "sheaf_file_spec";
-    std::filesystem::create_directories(folder);
-    std::ofstream(folder / "b.txt") << "contents";
-  }
-  void TearDown() override { std::filesystem::remove_all(folder); }
-  std::filesystem::path folder;
+  void SetUp() override { std::ofstream(folder / "b.txt") << "contents"; }
+  TestFolder folder;
 };
 
 TEST_F(FileSpec, NamesAreTheLastComponent) {
@@ -197,7 +192,7 @@ TEST_F(FileSpec, AttachmentsGoIntoTheNameTreeInOrder) {
   MemStream file(builder.str());
   CPDFDoc doc;
   ASSERT_TRUE(doc.open(&file));
-  const std::string path = (folder / "b.txt").string();
+  const std::string path = folder / "b.txt";
   ASSERT_TRUE(doc.attach(path.c_str()));
   ASSERT_TRUE(doc.attach(path.c_str()));  // a name that is taken gets a number
   Freed<CPDFObj> node;

@@ -10,6 +10,7 @@
 #include <cstring>
 #include <vector>
 
+#include "sheaf/base/temporary_file.h"
 #include "support/messages.h"
 #include "support/progress.h"
 
@@ -36,10 +37,8 @@ int make_temporary_file() {
   if (handle >= 0)
     return handle;
   std::string name = folder + "/sheaf-XXXXXX";
-  handle = mkostemp(name.data(), O_CLOEXEC);
-  if (handle >= 0)
-    unlink(name.c_str());
-  else
+  handle = open_and_unlink(name.data());
+  if (handle < 0)
     complain(folder, std::string("no temporary file can be made in it: ") + std::strerror(errno));
   return handle;
 }

@@ -4,6 +4,8 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <cerrno>
+#include <csignal>
 #include <cstdlib>
 #include <cstring>
 
@@ -20,13 +22,24 @@ int make_unnamed(const char* folder, char* name) {
   if (handle >= 0)
     return handle;
 #endif
-  const int named = mkostemp(name, O_CLOEXEC);
-  if (named >= 0)
-    unlink(name);
-  return named;
+  return open_and_unlink(name);
 }
 
 }  // namespace
+
+int open_and_unlink(char* pattern) {
+  sigset_t all;
+  sigset_t before;
+  sigfillset(&all);
+  pthread_sigmask(SIG_BLOCK, &all, &before);
+  const int handle = mkostemp(pattern, O_CLOEXEC);
+  const int error = errno;
+  if (handle >= 0)
+    unlink(pattern);
+  pthread_sigmask(SIG_SETMASK, &before, nullptr);
+  errno = error;
+  return handle;
+}
 
 std::FILE* open_unnamed_file(const char* folder) {
   const char* const base = folder != nullptr ? folder : std::getenv("TMPDIR");
