@@ -26,8 +26,8 @@ void correct_entry(CPDFXRefTable& table, std::int32_t num, std::uint32_t found) 
     table.repairs.note(PDF_REPAIR::kEntryCorrected, num, found);
 }
 
-// Moves `buf` to `offset`, and over white space to the header of object `num`. False when that does not
-// are there; the end of a longer number does not count as it.
+// Moves `buf` to `offset`, and over white space to the header of object `num`. False when that is not
+// there; the end of a longer number does not count as it.
 bool move_to_header(CPDFXRefTable& table, CPDFBufBase& buf, std::int32_t num, std::uint32_t offset) {
   const std::uint32_t before = offset != 0 ? 1 : 0;
   table.stream->SetPos(CQVStream::STR_SEEK_SET, offset - before);
