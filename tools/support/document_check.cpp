@@ -86,7 +86,6 @@ private:
       found_.clear();
       if (!doc_.can_reach(num))
         lost_.push_back(num);
-      check_container(static_cast<std::int32_t>(entry.offset));
       return;
     }
     table_.get_entity(obj_, doc_.reference_to(num));
@@ -159,16 +158,6 @@ private:
     return length.tag == kTagInt && length.as_int() == 0;
   }
 
-  // An object stream that only its members' entries know of opens nowhere else.
-  void check_container(std::int32_t num) {
-    if (num == container_)
-      return;
-    container_ = num;
-    const auto index = static_cast<std::uint32_t>(num);
-    if (index < table_.xref_count && !table_.xref_items[index].is_in_file())
-      problem(num, "holds objects, but has no entry of its own");
-  }
-
   // Of the objects that cannot be read those count that something needs.
   void report_lost() {
     if (lost_.empty())
@@ -209,7 +198,6 @@ private:
   CheckResult& result_;
   const ContentChecker* contents_;
   std::vector<std::int32_t> lost_;
-  std::int32_t container_ = 0;
   Freed<CPDFObj> obj_;
   ReferenceList found_;
   std::string name_;

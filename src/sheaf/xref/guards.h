@@ -12,7 +12,13 @@
 
 /// One correction that the table made on its own while reading.
 struct PDF_REPAIR {
-  enum Code : std::int32_t { kEntryCorrected = 1, kSectionUnreadable = 2, kTableRebuilt = 3, kLengthCorrected = 4 };
+  enum Code : std::int32_t {
+    kEntryCorrected = 1,
+    kSectionUnreadable = 2,
+    kTableRebuilt = 3,
+    kLengthCorrected = 4,
+    kContainerUnlisted = 5
+  };
   Code code;
   std::int32_t num;      ///< Object number, 0 when none is meant.
   std::uint32_t offset;  ///< File offset found, or of the section.

@@ -301,6 +301,12 @@ bool load_objstm(CPDFXRefTable& table, const PDF_REF& ref, PDF_OBJSTM& before, P
   return true;
 }
 
+// Objects whose stream only their own entries name are read here and nowhere else.
+void note_unlisted(CPDFXRefTable& table, std::int32_t num, std::uint32_t offset) {
+  if (num > 0 && static_cast<std::uint32_t>(num) < table.xref_count && !table.xref_items[num].is_in_file())
+    table.repairs.note(PDF_REPAIR::kContainerUnlisted, num, offset);
+}
+
 // The cache owns what `entry` holds from here on. Resolving on the way may have put other entries into it,
 // so the place is found only now.
 PDF_OBJSTM* store_objstm(CPDFXRefTable& table, PDF_OBJSTM& entry) {
@@ -362,6 +368,8 @@ PDF_OBJSTM* get(CPDFXRefTable& table, unsigned int offset, const PDF_REF& ref, W
   entry.recent = 1;
   PDF_OBJSTM* const stored = load_objstm(table, ref, before, entry) ? store_objstm(table, entry) : nullptr;
   QVFree(before.refs);
+  if (known == nullptr && stored != nullptr)
+    note_unlisted(table, ref.num, offset);
   return stored;
 }
 
