@@ -172,7 +172,8 @@ private:
 };
 
 // "N" and "First" say the same thing twice: how many pairs there are, and where they end. Where the two
-// differ, the one that gives more objects is believed. True when one was set right.
+// differ, the one that gives more objects is believed. True when one was set right, or the pairs are broken: readers
+// that go by them find nothing.
 bool agree_with_numbers(const std::uint8_t* data, std::int32_t size, std::int32_t& first, std::int32_t& count) {
   NumberTable table(data, size);
   table.read(size, count);
@@ -189,7 +190,8 @@ bool agree_with_numbers(const std::uint8_t* data, std::int32_t size, std::int32_
     count = table.count;
   else if (has_all)
     first = behind;
-  return count != stated_count || first != stated_first;
+  const bool lacks_numbers = count > 0 && !has_all && count == stated_count;
+  return count != stated_count || first != stated_first || lacks_numbers;
 }
 
 // The block without the room behind its `size` bytes.
