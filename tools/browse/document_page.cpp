@@ -272,7 +272,7 @@ void DocumentPage::write_rows() {
 }
 
 PartKind DocumentPage::kind_of(const ObjectPlace& place) const {
-  const auto num = static_cast<std::size_t>(place.num);
+  const auto num = object_index(place.num);
   if (!place.is_current && place.index >= 0)
     return PartKind::kOldObject;
   if (place.index < 0)
@@ -288,7 +288,7 @@ void DocumentPage::write_row(Place place, Place end, JsonWriter& rows) {
   if (kind == PartKind::kContent && label == "stream")
     label = "Content";
   const bool is_frame = kind == PartKind::kFrame;
-  const auto num = static_cast<std::size_t>(place->num);
+  const auto num = object_index(place->num);
   int flags = value.tag == kTagStream ? kStream : 0;
   if (place->is_current && !is_frame && (num >= map_.reached.size() || !map_.reached[num]))
     flags |= kUnused;

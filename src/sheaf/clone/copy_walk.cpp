@@ -34,13 +34,13 @@ public:
   bool settled(PDF_REF& source, bool from_item, PDF_REF& result) {
     std::uint32_t copy = 0;
     if (from_item && map_lookup(map_, source.num, copy))
-      source = {static_cast<std::int32_t>(copy), 0};
+      source = PDF_REF::at(copy);
     result = {0, 0};
     if (source.num == 0)
       return true;
     if (!map_lookup(map_, source.num, copy))
       return copies_left_ == 0;
-    result = {static_cast<std::int32_t>(copy), 0};
+    result = PDF_REF::at(copy);
     return true;
   }
 
