@@ -18,6 +18,7 @@
 #include "map/map_heading.h"
 #include "map/map_style.h"
 #include "sheaf/base/scope_guard.h"
+#include "sheaf/document/paths/object_path.h"
 #include "sheaf/object/references.h"
 #include "support/document_check.h"
 #include "support/progress.h"
@@ -477,20 +478,9 @@ void DocumentPage::write_referrers(std::int32_t num, JsonWriter& json) {
 
 // The values of the trailers, as object 0.
 bool DocumentPage::write_trailer() {
-  CPDFDictionary trailer;
-  const ScopeGuard release([&trailer] { trailer.clear(); });
-  trailer.set_item_int("Size", static_cast<int>(table_.xref_count));
-  const auto add = [&trailer](const char* key, const CPDFObj& value) {
-    if (!value.is_null())
-      trailer.set_item(key, &value);
-  };
-  add("Root", table_.root);
-  add("Info", table_.info);
-  add("ID", table_.id);
-  add("Encrypt", table_.encrypt);
   Freed<CPDFObj> value;
   value.take_dict(new CPDFDictionary);
-  value.as_dict()->copy_from(&trailer);
+  read_trailer(doc_, *value.as_dict());
   SyntaxPrinter syntax(kMostSyntax);
   syntax.print(value);
   JsonWriter json;

@@ -128,7 +128,7 @@ int set_outline(CPDFDoc& doc, const std::string& name, const std::string& source
       continue;
     complain(source,
              "entry " + std::to_string(i + 1) +
-                 " is none: it needs a \"title\", a \"level\" at most one below the entry in front, a \"page\" " +
+                 " is no entry: it needs a \"title\", a \"level\" at most one below the entry in front, a \"page\" " +
                  "of the document, and a \"view\" such as [\"XYZ\", 0, 700, null]");
     return kExitFailed;
   }

@@ -31,7 +31,7 @@ public:
 
   // A second reference to an object hands its first copy on as the source: the second copy is made
   // of the first, and all later references find the second.
-  bool settled(PDF_REF& source, bool from_item, PDF_REF& result) {
+  bool has_result(PDF_REF& source, bool from_item, PDF_REF& result) {
     std::uint32_t copy = 0;
     if (from_item && map_lookup(map_, source.num, copy))
       source = PDF_REF::at(copy);

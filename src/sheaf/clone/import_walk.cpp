@@ -18,7 +18,7 @@ public:
       : table_(table), source_(source), context_(static_cast<ImportContext*>(context)) {}
 
   // Null references, and numbers that the source's table did not have, have no copy.
-  bool settled(const PDF_REF& source, bool, PDF_REF& result) const {
+  bool has_result(const PDF_REF& source, bool, PDF_REF& result) const {
     result = {0, 0};
     if (source_ == nullptr || source.num == 0 || !is_mapped(source.num))
       return true;

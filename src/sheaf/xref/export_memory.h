@@ -1,5 +1,5 @@
 // What exports of annotations learn of objects that many annotations lead to: the page that a link names, the
-// parent of a field's widgets. Without it each annotation would read and flatten these anew. Part of xref_table.h.
+// parent of a field's widgets. Without it each annotation would read and flatten these anew. The table owns it.
 #pragma once
 
 #include <algorithm>

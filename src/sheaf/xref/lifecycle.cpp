@@ -7,6 +7,7 @@
 #include "sheaf/base/heap.h"
 #include "sheaf/neighbours/fonts/environment.h"
 #include "sheaf/object/parse_buf.h"
+#include "sheaf/xref/export_memory.h"
 #include "sheaf/xref/object_finder.h"
 #include "sheaf/xref/xref_table.h"
 
@@ -266,7 +267,8 @@ void CPDFXRefTable::XRefFree() {
   release_mem_streams(*this);
   remove_temp_stream(temp_stream);
   release_objstms();
-  export_memory.reset();
+  delete export_memory;
+  export_memory = nullptr;
   lengths.reset();
   font_cache.clear();
   detach_environment(*this);

@@ -30,7 +30,6 @@
 #include "sheaf/object/dictionary.h"
 #include "sheaf/object/object.h"
 #include "sheaf/object/stream_rec.h"
-#include "sheaf/xref/export_memory.h"
 #include "sheaf/xref/guards.h"
 
 class CPDFAcroForm;
@@ -50,6 +49,7 @@ class CQVBmp32;
 class CQVFTFont;
 
 namespace sheaf {
+class ExportMemory;
 class ObjectFinder;
 class StoredBytes;
 enum class NoLength;
@@ -264,8 +264,8 @@ public:
   sheaf::Room entry_room;
   sheaf::Room slot_room;
   sheaf::Room mem_stream_room;
-  sheaf::NumberIndex mem_stream_index;  ///< Entry of mem_streams plus one by object number.
-  sheaf::ExportMemory export_memory;
+  sheaf::NumberIndex mem_stream_index;           ///< Entry of mem_streams plus one by object number.
+  sheaf::ExportMemory* export_memory = nullptr;  ///< Owned; made by the first export of an annotation.
 
   // ---- opening and closing (xref/) ----
 

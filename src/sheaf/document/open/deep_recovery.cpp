@@ -200,7 +200,7 @@ void DeepRecovery::find_root() {
   dict->set_item_name(CPDFDictionary::sm_tag_type, "Catalog");
   dict->set_item_ref("Pages", tree_);
   table_.root.take_dict(dict);
-  opener_.add_repair("root", tree_.num, 0, "the catalogue is lost; a new one stands over the page tree");
+  opener_.add_repair("root", tree_.num, 0, "the catalogue is lost; a new one was made for the page tree");
 }
 
 void DeepRecovery::run() {

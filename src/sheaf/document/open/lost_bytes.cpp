@@ -27,7 +27,7 @@ void DocumentOpener::look_behind(const SectionMark& mark) {
     obj.read(&buf, nullptr);
     if (obj.as_dict_or_stream() == nullptr)
       continue;
-    add_repair("update", num, at, "what stands behind the last section is in none; left out");
+    add_repair("update", num, at, "objects behind the last section are listed by none; left out");
     return;
   }
 }

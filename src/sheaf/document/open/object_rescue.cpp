@@ -119,7 +119,7 @@ bool ObjectRescue::can_look_through() const {
 }
 
 void ObjectRescue::read_names() {
-  constexpr std::uint32_t kMostAhead = 1 << 16;  // new objects that will ever come to a dead reference
+  constexpr std::uint32_t kMostAhead = 1 << 16;  // new objects of which a reference can be in the way
   first_new_ = table_.next_obj_num;
   ReferenceList found;
   for (std::uint32_t num = 1; num < table_.xref_count; ++num) {

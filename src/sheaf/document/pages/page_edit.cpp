@@ -54,7 +54,7 @@ bool store_node(CPDFXRefTable& table, const PDF_REF& ref, const TreeBranch* kids
   return true;
 }
 
-// Whether damage made the catalogue name an object as its page tree that is none, and that others may need.
+// Whether damage made the catalogue name another object as its page tree, which others may need.
 bool is_something_else(CPDFXRefTable& table, const PDF_REF& top) {
   const Freed<CPDFObj> obj = table.object(top);
   if (obj.as_dict() == nullptr)

@@ -104,7 +104,7 @@ private:
   VisitedSet thumbnails_;
   // References are kept as what each adds to the one in front of it, the first to the number that refers: the sign in
   // the lowest bit, seven bits a byte, the lowest first, and all but the last with the highest bit set. Their count
-  // stands in front.
+  // comes first.
   static constexpr unsigned kEdgeBits = 7;
   static constexpr std::uint32_t kEdgeMask = 0x7F;
   GrowArray<std::uint8_t> edges_;
