@@ -1,4 +1,4 @@
-// Object syntax, in bytes of syntax a second unless told otherwise: parsing, printing, deep copies
+// Object syntax, in bytes of syntax a second unless noted: parsing, printing, deep copies
 // and lookups, over the objects that documents are made of.
 #include <benchmark/benchmark.h>
 

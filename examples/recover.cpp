@@ -1,4 +1,4 @@
-// Damages a copy of a document, opens it all the same, tells what had to be healed, and writes a
+// Damages a copy of a document, opens it all the same, says what had to be healed, and writes a
 // sound file of what was found.
 //
 //   recover FILE.pdf
@@ -35,7 +35,7 @@ bool write_damaged(const char* path, const char* damaged) {
   return true;
 }
 
-const char* told(PDF_OPEN status) {
+const char* how_opened(PDF_OPEN status) {
   switch (status) {
     case PDF_OPEN::kClean:
       return "sound";
@@ -68,7 +68,7 @@ int main(int argc, char** argv) {
   }
   CPDFDoc doc;
   const bool opened = doc.open("damaged.pdf") && doc.is_readable();
-  std::printf("damaged.pdf: %s\n", told(doc.status()));
+  std::printf("damaged.pdf: %s\n", how_opened(doc.status()));
   if (!opened)
     return 2;
   for (const PDF_DOC_REPAIR& repair : doc.repairs())

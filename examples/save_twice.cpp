@@ -1,4 +1,4 @@
-// Changes one key, saves twice without sealing and once sealed, and tells what happened to the file
+// Changes one key, saves twice without sealing and once sealed, and says what happened to the file
 // at each step: plain saves go over the same update section, a sealed one stays as it is.
 //
 //   save_twice FILE.pdf

@@ -1,4 +1,4 @@
-// Signs a copy of a document twice, with two keys that it makes itself. The second signature stands behind the first,
+// Signs a copy of a document twice, with two keys that it makes itself. The second signature comes behind the first,
 // which goes on covering its revision. `pdfsig OUT.pdf` confirms it from outside.
 //
 //   sign_twice FILE.pdf [OUT.pdf]

@@ -1,7 +1,7 @@
 // Any bytes through the decoders of whole images, and into a document as an image. The first two
 // bytes are the decoder with its parameter and the size of the pieces. Read in pieces and at once, a
 // decoder must give the same bytes, and whole rows as long as it has any. A header's claim may not
-// cost memory that the data cannot justify: the run with -malloc_limit_mb tells.
+// cost memory that the data cannot justify, which -malloc_limit_mb watches.
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>

@@ -1,4 +1,4 @@
-// Any bytes as object syntax. The first byte tells how far the input is shifted against the
+// Any bytes as object syntax. The first byte says how far the input is shifted against the
 // buffers; a value must come out the same from a file, from memory and behind any shift, and what
 // is printed must read back as the value that was printed. The searches run over the same bytes.
 #include <algorithm>
@@ -43,7 +43,7 @@ void check_printing(const CPDFObj& value) {
   expect(same_value(value, copy));
 }
 
-// A stream printed as an object of its own holds the bytes that its length tells of.
+// A stream printed as an object of its own holds as many bytes as its length says.
 void check_stream(const CPDFObj& value) {
   const CPDFStreamRec& rec = *value.as_stream();
   CQVStreamMem out;
@@ -63,7 +63,7 @@ void check_stream(const CPDFObj& value) {
 }
 
 // What is passed without making values leads where the value leads, and ends where it ends. A key that
-// stands twice leads to more.
+// is there twice leads to more.
 void check_references(const CPDFObj& value, MemStream& file, std::uint32_t end) {
   file.SetPos(CQVStream::STR_SEEK_SET, 0);
   CPDFBufBase buf;

@@ -22,7 +22,7 @@ std::string describe(const CLI::App* app, const CLI::Error& error) {
   const auto used = app->get_subcommands();
   const std::string command = used.empty() ? "" : " " + used.front()->get_name();
   return "sheaf:" + (command.empty() ? "" : command + ":") + " " + shown_lines(error.what()) + "; `sheaf" + command +
-         " --help` tells what can be given\n";
+         " --help` lists what can be given\n";
 }
 
 // The parser would say of an unknown command only that there is none.

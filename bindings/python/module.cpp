@@ -183,7 +183,7 @@ py::object next_object(ObjectsOf& self) {
   throw py::stop_iteration();
 }
 
-void add_documents(py::module_& module) {
+void add_encryption(py::module_& module) {
   py::class_<sheaf::Encryption>(module, "Encryption", "How a new file is encrypted.")
       .def(py::init([](const std::string& user, const std::string& owner, std::uint32_t permissions,
                        const std::string& cipher, bool clear_metadata) {
@@ -195,6 +195,9 @@ void add_documents(py::module_& module) {
            }),
            py::arg("user") = "", py::arg("owner") = "", py::arg("permissions") = UINT32_MAX,
            py::arg("cipher") = "aes256", py::arg("clear_metadata") = false);
+}
+
+void add_objects(py::module_& module) {
   py::class_<Owner, OwnerRef>(module, "_Owner");
   py::class_<ObjectsOf>(module, "Objects")
       .def("__iter__",
@@ -202,9 +205,10 @@ void add_documents(py::module_& module) {
              return ObjectsOf{self.owner, self.objects};
            })
       .def("__next__", &next_object);
+}
 
-  py::class_<Handle>(module, "Document", "A document. To be closed, or used in a `with` statement.")
-      .def_property_readonly("_owner", [](const Handle& self) { return self.owner; })
+void add_document_parts(py::class_<Handle>& type) {
+  type.def_property_readonly("_owner", [](const Handle& self) { return self.owner; })
       .def_property_readonly("pages", [](const Handle& self) { return HeldPages(self.owner, self.get().pages()); })
       .def_property_readonly("root", [](const Handle& self) { return HeldValue(self.owner, self.get().root()); })
       .def_property_readonly("objects",
@@ -244,8 +248,11 @@ void add_documents(py::module_& module) {
               all.append(py::make_tuple(repair.code, repair.object, repair.offset, repair.action));
             return all;
           },
-          "What had to be healed: code, object, offset and action of each.")
-      .def(
+          "What had to be healed: code, object, offset and action of each.");
+}
+
+void add_document_work(py::class_<Handle>& type) {
+  type.def(
           "flatten",
           [](const Handle& self, bool all) {
             const auto report = work(self.owner, [&](sheaf::Document& document) {
@@ -274,7 +281,14 @@ void add_documents(py::module_& module) {
       .def("close", [](const Handle& self) { idle(self.owner).document.close(); })
       .def("__enter__", [](const py::object& self) { return self; })
       .def("__exit__", [](const Handle& self, const py::args&) { idle(self.owner).document.close(); });
+}
 
+void add_documents(py::module_& module) {
+  add_encryption(module);
+  add_objects(module);
+  py::class_<Handle> document(module, "Document", "A document. To be closed, or used in a `with` statement.");
+  add_document_parts(document);
+  add_document_work(document);
   module.def("open", &open, py::arg("source"), py::arg("password") = "", py::arg("progress") = py::none(),
              "Opens a path, bytes or a file object, however damaged.");
   module.def(

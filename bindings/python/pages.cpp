@@ -146,9 +146,7 @@ void extend(HeldPages& self, HeldPages& other, const std::string& title) {
   check(good, self.owner());
 }
 
-}  // namespace
-
-void add_pages(py::module_& module) {
+void add_content(py::module_& module) {
   py::class_<Operation>(module, "Operator", "One operator of a content stream.")
       .def_property_readonly("name", [](const Operation& self) { return self.name; })
       .def_property_readonly("operands", &operands_of)
@@ -167,9 +165,10 @@ void add_pages(py::module_& module) {
         return operators_of(sheaf::Content(sheaf::Data(block, text.size())));
       },
       py::arg("data"), "The operators of decoded content.");
+}
 
-  py::class_<HeldPage>(module, "Page", "A page of a document.")
-      .def_property_readonly("number", [](HeldPage& self) { return self.get().number(); })
+void add_page(py::class_<HeldPage>& type) {
+  type.def_property_readonly("number", [](HeldPage& self) { return self.get().number(); })
       .def_property_readonly(
           "object", [](HeldPage& self) { return HeldValue(self.owner(), self.get().object()); },
           "The page's own dictionary.")
@@ -188,8 +187,11 @@ void add_pages(py::module_& module) {
       .def_property_readonly("rotation", [](HeldPage& self) { return self.get().rotation(); })
       .def(
           "rotate", [](HeldPage& self, int degrees) { check(self.get().rotate(degrees), self.owner()); },
-          "Turns the page clockwise by a multiple of 90 degrees.")
-      .def(
+          "Turns the page clockwise by a multiple of 90 degrees.");
+}
+
+void add_page_content(py::class_<HeldPage>& type) {
+  type.def(
           "content_data",
           [](HeldPage& self) {
             const sheaf::Page page = self.get();
@@ -224,7 +226,9 @@ void add_pages(py::module_& module) {
             return name;
           },
           py::arg("category"), py::arg("resource"), "The name under which the page then has the resource.");
+}
 
+void add_page_list(py::module_& module) {
   py::class_<HeldPages>(module, "Pages", "The pages of a document, or a slice of them.")
       .def("__len__", [](HeldPages& self) { return self.get().size(); })
       .def("__getitem__",
@@ -257,4 +261,14 @@ void add_pages(py::module_& module) {
             check(self.get().move(checked_index(self.get(), from), checked_index(self.get(), to)), self.owner());
           },
           py::arg("from_index"), py::arg("to_index"));
+}
+
+}  // namespace
+
+void add_pages(py::module_& module) {
+  add_content(module);
+  py::class_<HeldPage> page(module, "Page", "A page of a document.");
+  add_page(page);
+  add_page_content(page);
+  add_page_list(module);
 }

@@ -132,9 +132,7 @@ py::bytes digest_of(const SealOf& self) {
   return {reinterpret_cast<const char*>(digest.value().data()), digest.value().size()};
 }
 
-}  // namespace
-
-void add_parts(py::module_& module) {
+void add_info_and_form(py::module_& module) {
   py::class_<InfoOf>(module, "Info", "The document information, by key.")
       .def(py::init([](const OwnerRef& owner) { return InfoOf{owner}; }))
       .def("__getitem__", [](const InfoOf& self, const std::string& key) { return self.get().get(key.c_str()); })
@@ -149,7 +147,9 @@ void add_parts(py::module_& module) {
       .def("__getitem__", &field_value, "The value of a field, a list where there are several.")
       .def("__setitem__", &set_field, "Sets a value and makes the appearances that show it.")
       .def("describe", &describe_field, py::arg("name"), "What a field is and takes.");
+}
 
+void add_attachments(py::module_& module) {
   py::class_<AttachmentsOf>(module, "Attachments", "Embedded files by their names.")
       .def(py::init([](const OwnerRef& owner) { return AttachmentsOf{owner}; }))
       .def("__len__", [](const AttachmentsOf& self) { return self.get().size(); })
@@ -165,7 +165,9 @@ void add_parts(py::module_& module) {
       .def(
           "add_file", [](const AttachmentsOf& self, const std::string& path) { self.get().add(path).value(); },
           py::arg("path"), "Embeds a file under its base name.");
+}
 
+void add_images(py::module_& module) {
   py::class_<HeldImage>(module, "RawImage", "An image of a document.")
       .def_property_readonly("number", [](HeldImage& self) { return self.get()->number(); })
       .def_property_readonly("width", [](HeldImage& self) { return self.get()->width(); })
@@ -198,7 +200,9 @@ void add_parts(py::module_& module) {
              return ImagesOf{self.owner, nullptr, {}};
            })
       .def("__next__", &next_image);
+}
 
+void add_seal(py::module_& module) {
   py::class_<SealOf>(module, "Seal", "A section that is sealed and waits for its signature.")
       .def_property_readonly("byte_range", [](const SealOf& self) { return self.seal->byte_range(); })
       .def("signed_bytes", &signed_bytes, "The bytes that the signature covers.")
@@ -211,4 +215,13 @@ void add_parts(py::module_& module) {
           },
           py::arg("signature"), "Puts the signature (DER) into its place.");
   module.def("_seal_signature", &seal_signature);
+}
+
+}  // namespace
+
+void add_parts(py::module_& module) {
+  add_info_and_form(module);
+  add_attachments(module);
+  add_images(module);
+  add_seal(module);
 }

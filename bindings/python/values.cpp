@@ -151,7 +151,9 @@ py::object memory_of(sheaf::Data data) {
   return py::reinterpret_steal<py::object>(PyMemoryView_FromObject(holder.ptr()));
 }
 
-void add_values(py::module_& module) {
+namespace {
+
+void add_data(py::module_& module) {
   py::class_<sheaf::Data>(module, "Data", py::buffer_protocol(), "Bytes that the library made; memoryviews keep them.")
       .def_buffer([](sheaf::Data& data) {
         static std::uint8_t nothing = 0;
@@ -159,11 +161,12 @@ void add_values(py::module_& module) {
         return py::buffer_info(const_cast<std::uint8_t*>(bytes), 1, py::format_descriptor<std::uint8_t>::format(), 1,
                                {static_cast<py::ssize_t>(data.size())}, {1}, true);
       });
+}
 
-  py::class_<HeldValue>(module, "Value", "A dictionary, array or stream of a document.")
-      .def_property_readonly(
+void add_value_access(py::class_<HeldValue>& type) {
+  type.def_property_readonly(
           "number", [](HeldValue& self) { return self.get().number(); },
-          "Number of the object that the value is, or in which it stands.")
+          "Number of the object that the value is, or that holds it.")
       .def_property_readonly("is_object", [](HeldValue& self) { return self.get().is_object(); })
       .def_property_readonly("is_array", [](HeldValue& self) { return self.get().is_array(); })
       .def_property_readonly("is_dictionary", [](HeldValue& self) { return self.get().is_dictionary(); })
@@ -195,7 +198,12 @@ void add_values(py::module_& module) {
             return py::bytes(std::string(self.get()[std::string_view(key_of(key))].bytes()));
           },
           "The bytes of a string or a name, as they are.")
-      .def("__setitem__", &set_element)
+      .def("__eq__", [](HeldValue& self, HeldValue& other) { return self.get() == other.get(); })
+      .def("__repr__", [](HeldValue& self) { return py::bytes(self.get().print()).attr("decode")("latin-1"); });
+}
+
+void add_value_changes(py::class_<HeldValue>& type) {
+  type.def("__setitem__", &set_element)
       .def("__setitem__", &set_item)
       .def("__delitem__",
            [](HeldValue& self, std::int32_t index) {
@@ -203,8 +211,11 @@ void add_values(py::module_& module) {
            })
       .def("__delitem__",
            [](HeldValue& self, const std::string& key) { check(self.get().remove(key_of(key)), self.owner()); })
-      .def("append", &append)
-      .def(
+      .def("append", &append);
+}
+
+void add_value_data(py::class_<HeldValue>& type) {
+  type.def(
           "decoded",
           [](HeldValue& self) { return read_stream(self, [](const sheaf::Value& v) { return v.decoded(); }); },
           "The data of a stream with all filters taken off, as a memoryview without a copy.")
@@ -218,7 +229,15 @@ void add_values(py::module_& module) {
             check(self.get().write(view.text(), compress ? sheaf::Coding::kFlate : sheaf::Coding::kPlain),
                   self.owner());
           },
-          py::arg("data"), py::arg("compress") = true, "Gives a stream, or a dictionary that is an object, new data.")
-      .def("__eq__", [](HeldValue& self, HeldValue& other) { return self.get() == other.get(); })
-      .def("__repr__", [](HeldValue& self) { return py::bytes(self.get().print()).attr("decode")("latin-1"); });
+          py::arg("data"), py::arg("compress") = true, "Gives a stream, or a dictionary that is an object, new data.");
+}
+
+}  // namespace
+
+void add_values(py::module_& module) {
+  add_data(module);
+  py::class_<HeldValue> value(module, "Value", "A dictionary, array or stream of a document.");
+  add_value_access(value);
+  add_value_changes(value);
+  add_value_data(value);
 }

@@ -40,7 +40,7 @@ std::string complete(CPDFDoc& doc, CPDFEncrypt* enc = nullptr) {
   return out.str();
 }
 
-bool tells(CPDFDoc& doc, const std::string& code) {
+bool reports(CPDFDoc& doc, const std::string& code) {
   for (const PDF_DOC_REPAIR& repair : doc.repairs()) {
     if (repair.code == code)
       return true;
@@ -60,7 +60,7 @@ TEST(Rescue, ShiftedEntriesLeadToTheirObjects) {
       CPDFDoc doc;
       ASSERT_TRUE(doc.open(&file)) << first << " by " << by;
       const std::string bytes = complete(doc);
-      EXPECT_TRUE(doc.status() != PDF_OPEN::kClean || tells(doc, "entry")) << first << " by " << by;
+      EXPECT_TRUE(doc.status() != PDF_OPEN::kClean || reports(doc, "entry")) << first << " by " << by;
       MemStream again(bytes);
       CPDFDoc healed;
       ASSERT_TRUE(healed.open(&again));
@@ -120,7 +120,7 @@ TEST(Rescue, ObjectsWhoseLinesAreGoneAreFoundAndFreeOnesAreNot) {
   ASSERT_TRUE(doc.open(&file));
   EXPECT_EQ(object(doc, 6), "(gone)");
   EXPECT_EQ(object(doc, 7), "null");
-  EXPECT_TRUE(tells(doc, "objects"));
+  EXPECT_TRUE(reports(doc, "objects"));
 
   MemStream again(bytes);
   CPDFDoc saved;

@@ -67,7 +67,7 @@ TEST(Update, TheSizeOfAClassicUpdateCoversEveryObject) {
 }
 
 // The entry of the object stream itself is of a type that leads nowhere. Its objects can be read all the
-// same, since the place stands in the entry.
+// same, since the place is in the entry.
 TEST(NewFile, KeepsTheObjectsOfAnObjectStreamThatIsNotListed) {
   PdfBuilder builder;
   builder.obj(1, "<</Type/Catalog/Pages 2 0 R/Held[6 0 R]>>");
@@ -338,16 +338,16 @@ TEST(Attach, RefusesFilesThatNoStreamHoldsAndTakesAFolderAsEmpty) {
 // A stream that says what length it has.
 struct SaysItsLength : MemStream {
   using MemStream::MemStream;
-  long long GetLen() const override { return told; }
-  long long told = 0;
+  long long GetLen() const override { return stated; }
+  long long stated = 0;
 };
 
 TEST(Open, RefusesWhatOffsetsCannotReach) {
   PdfBuilder builder;
   builder.pages(1).classic();
   SaysItsLength stream(builder.str());
-  for (const long long told : {-1LL, 1LL << 32, (1LL << 32) + 1180, LLONG_MAX}) {
-    stream.told = told;
+  for (const long long stated : {-1LL, 1LL << 32, (1LL << 32) + 1180, LLONG_MAX}) {
+    stream.stated = stated;
     CPDFDoc doc;
     EXPECT_FALSE(doc.open(&stream));
     EXPECT_EQ(doc.status(), PDF_OPEN::kTooLarge);

@@ -70,7 +70,7 @@ TEST(Syntax, ValuesReadAsOtherReadersReadThem) {
     EXPECT_EQ(reprinted(row.text), row.printed) << row.text;
 }
 
-// Reads references without making values; the numbers, and where the buffer stands behind them.
+// Reads references without making values; the numbers, and the place of the buffer behind them.
 std::string references_of(const std::string& text) {
   MemStream file(text);
   CPDFBufBase buf;
@@ -362,7 +362,7 @@ struct ShiftingEncrypt : CPDFEncrypt {
   }
 };
 
-// A stream object with a body of `size` bytes that stands at the start of the file it is printed to.
+// A stream object with a body of `size` bytes at the start of the file that it is printed to.
 void print_long_body(int size, bool clear) {
   std::string body(static_cast<std::size_t>(size), '\0');
   std::string coded;

@@ -102,7 +102,7 @@ Value without_loose_keys(const Model& model, int num, Value value) {
   return value;
 }
 
-// A crypt filter follows the keys of a new file; the body tells whether it does so rightly.
+// A crypt filter follows the keys of a new file; the body shows whether it does so rightly.
 Value without_crypt_filter(Value value) {
   const Value* const filter = value.is_dict() ? value.find("Filter") : nullptr;
   if (filter == nullptr)

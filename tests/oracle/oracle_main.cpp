@@ -53,7 +53,7 @@ bool read_options(int argc, char** argv, Options& options) {
   return true;
 }
 
-// The settings go with the seed, so that a seed alone tells everything.
+// The settings go with the seed, so that a seed alone says everything.
 Setting setting_of(std::uint64_t seed, const TestFolder& folder) {
   Setting setting;
   setting.in_file = seed % 3 != 0;

@@ -117,7 +117,7 @@ private:
   std::string hold(int num, int gen) {
     const int root = model_.root();
     if (root == 0)
-      return "";  // it stands in the trailer; nobody will miss the object
+      return "";  // it is in the trailer; nobody will miss the object
     Freed<CPDFObj> catalog;
     if (!get(root, catalog) || catalog.as_dict() == nullptr)
       return "the catalogue cannot be read";

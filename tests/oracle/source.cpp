@@ -135,7 +135,7 @@ private:
       case 5:
         return "";
       case kTooShort:
-        return "/Length " + std::to_string(1 + size / 2);  // where no keyword stands
+        return "/Length " + std::to_string(1 + size / 2);  // where no keyword is
       default:
         return "/Length " + text;
     }

@@ -1,4 +1,4 @@
-// The folder of real files that SHEAF_CORPUS names, and what its expected.tsv tells of them.
+// The folder of real files that SHEAF_CORPUS names, and what its expected.tsv says of them.
 #pragma once
 
 #include <cstdlib>

@@ -19,7 +19,7 @@ public:
   long long GetLen() const override { return target_.GetLen() - base_offset; }
   long long GetPos() const override { return target_.GetPos() - base_offset; }
   int SetPos(STR_SEEK whence, long long offset) override {
-    // Half a seek is none.
+    // Half a seek is no seek.
     return is_faulty(kSeek) ? 1 : target_.SetPos(whence, whence == STR_SEEK_SET ? offset + base_offset : offset);
   }
   unsigned int Read(void* dst, unsigned int size) override {

@@ -72,7 +72,7 @@ struct Harm : testing::Test {
   static bool contains(const RunResult& result, const std::string& text) {
     return result.output.find(text) != std::string::npos;
   }
-  // What stands in the folder, without the files that the test made itself.
+  // What is in the folder, without the files that the test made itself.
   std::size_t files() const {
     return static_cast<std::size_t>(std::distance(fs::directory_iterator(folder.str()), fs::directory_iterator()));
   }
@@ -135,7 +135,7 @@ TEST_F(Harm, OnlyRegularFilesAreReplaced) {
   EXPECT_TRUE(fs::is_character_file("/dev/null"));
   EXPECT_EQ(sheaf("rewrite in.pdf /dev/full").code, 2);
   for (const char* command : {"rewrite --deterministic-id in.pdf ", "update in.pdf --set Title=x -o ", "new "}) {
-    // The document is all that stands on standard output.
+    // Nothing but the document goes to standard output.
     EXPECT_EQ(sheaf(command + std::string("/dev/stdout"), "| cat > got").code, 0);
     EXPECT_EQ(sheaf("check got").code, 0) << command;
     EXPECT_EQ(read_file(folder / "got").substr(0, 5), "%PDF-");

@@ -1,4 +1,4 @@
-// sheaf map: the picture tells what is where, of sound, updated, damaged and crowded files.
+// sheaf map: the picture shows what is where, of sound, updated, damaged and crowded files.
 #include <gtest/gtest.h>
 
 #include "support/external_tool.h"

@@ -83,7 +83,7 @@ TEST_F(Signatures, HoldUntilACoveredByteChanges) {
   write_file(folder / "spoilt.pdf", spoilt);
   const RunResult changed = sheaf("signatures spoilt.pdf");
   EXPECT_TRUE(changed.code == 1 && contains(changed, "Seal: changed")) << changed.output;
-  // The range leaves out more than the signature: what stands there could be anything.
+  // The range leaves out more than the signature: what is there could be anything.
   std::string wide = document;
   wide.replace(wide.find("/ByteRange[") + 11, 10, "0000000001");
   write_file(folder / "wide.pdf", wide);

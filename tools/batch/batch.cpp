@@ -109,7 +109,7 @@ void add_batch(Command& command, BatchOptions& batch) {
   command.add_option("--limit-time", batch.limits.seconds, "The most seconds for a file")->check(Range{0.0, 1e6});
   command.add_size("--limit-memory", batch.limits.memory, {1U << 20, UINT64_MAX / 2},
                    "The most memory for a file, such as 256MiB");
-  command.add_option("--skip-done", batch.done, "Leave out the files of which this output of an earlier --json tells");
+  command.add_option("--skip-done", batch.done, "Leave out the files that this output of an earlier --json lists");
 }
 
 bool is_many(const BatchOptions& batch) {

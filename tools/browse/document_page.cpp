@@ -18,6 +18,7 @@
 #include "map/map_heading.h"
 #include "map/map_style.h"
 #include "sheaf/base/scope_guard.h"
+#include "sheaf/document/paths/object_path.h"
 #include "sheaf/object/references.h"
 #include "support/document_check.h"
 #include "support/progress.h"
@@ -272,7 +273,7 @@ void DocumentPage::write_rows() {
 }
 
 PartKind DocumentPage::kind_of(const ObjectPlace& place) const {
-  const auto num = static_cast<std::size_t>(place.num);
+  const auto num = object_index(place.num);
   if (!place.is_current && place.index >= 0)
     return PartKind::kOldObject;
   if (place.index < 0)
@@ -288,7 +289,7 @@ void DocumentPage::write_row(Place place, Place end, JsonWriter& rows) {
   if (kind == PartKind::kContent && label == "stream")
     label = "Content";
   const bool is_frame = kind == PartKind::kFrame;
-  const auto num = static_cast<std::size_t>(place->num);
+  const auto num = object_index(place->num);
   int flags = value.tag == kTagStream ? kStream : 0;
   if (place->is_current && !is_frame && (num >= map_.reached.size() || !map_.reached[num]))
     flags |= kUnused;
@@ -477,20 +478,9 @@ void DocumentPage::write_referrers(std::int32_t num, JsonWriter& json) {
 
 // The values of the trailers, as object 0.
 bool DocumentPage::write_trailer() {
-  CPDFDictionary trailer;
-  const ScopeGuard release([&trailer] { trailer.clear(); });
-  trailer.set_item_int("Size", static_cast<int>(table_.xref_count));
-  const auto add = [&trailer](const char* key, const CPDFObj& value) {
-    if (!value.is_null())
-      trailer.set_item(key, &value);
-  };
-  add("Root", table_.root);
-  add("Info", table_.info);
-  add("ID", table_.id);
-  add("Encrypt", table_.encrypt);
   Freed<CPDFObj> value;
   value.take_dict(new CPDFDictionary);
-  value.as_dict()->copy_from(&trailer);
+  read_trailer(doc_, *value.as_dict());
   SyntaxPrinter syntax(kMostSyntax);
   syntax.print(value);
   JsonWriter json;

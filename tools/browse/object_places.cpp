@@ -40,12 +40,12 @@ std::uint32_t ObjectPlaces::place_in_stream(std::int32_t part) const {
 }
 
 bool ObjectPlaces::is_current(std::int32_t num, std::int32_t part, std::int32_t index) const {
-  if (static_cast<std::uint32_t>(num) >= table_.xref_count)
+  if (object_index(num) >= table_.xref_count)
     return false;
   const PDF_XREF& entry = table_.xref_items[num];
   const std::int32_t container = map_.scan.parts[static_cast<std::size_t>(part)].num;
   if (index >= 0)
-    return entry.is_compressed() && static_cast<std::int32_t>(entry.offset) == container && entry.gen == index &&
+    return entry.is_compressed() && entry.container() == container && entry.gen == index &&
            is_current(container, part, -1);
   const std::uint32_t start = place_in_stream(part);
   return entry.is_in_file() && entry.offset <= start && start - entry.offset <= kOffsetSlack;
@@ -77,7 +77,7 @@ void ObjectPlaces::add_missing() {
     if (!place.is_current)
       continue;
     current.visit(place.num);
-    const auto num = static_cast<std::size_t>(place.num);
+    const std::size_t num = object_index(place.num);
     if (place.index < 0 && num < table_.xref_count) {
       part_of.resize(std::max(part_of.size(), num + 1), -1);
       part_of[num] = place.part;
@@ -85,7 +85,7 @@ void ObjectPlaces::add_missing() {
   }
   for (std::uint32_t num = 1; num < table_.xref_count; ++num) {
     const PDF_XREF& entry = table_.xref_items[num];
-    ObjectPlace place{static_cast<std::int32_t>(num), -1, -1, 0, true};
+    ObjectPlace place{object_num(num), -1, -1, 0, true};
     if (!entry.is_known() || current.has(place.num))
       continue;
     if (entry.is_compressed() && entry.offset < part_of.size() && part_of[entry.offset] >= 0) {

@@ -100,9 +100,8 @@ int run_annots(const AnnotsOptions& options) {
     std::printf("%6s %8s %-14s %s\n", "page", "object", "kind", "contents");
   for (int i = 0; i < doc.page_count(); ++i) {
     CPDFPage page;
-    Freed<CPDFObj> annots;
-    if (doc.load_page_alone(i, page))
-      doc.table().resolve(annots, page.dict.get_item("Annots"));
+    doc.load_page_alone(i, page);  // what cannot be read has no entries
+    const Freed<CPDFObj> annots = doc.table().value(&page.dict, "Annots");
     json.begin_object().key("page").number(i + 1).key("annotations").begin_array();
     for (std::int32_t k = 0; annots.as_array() != nullptr && k < annots.as_array()->count; ++k)
       is_cut |= print_annotation(doc.table(), annots.as_array()->items[k], i, options.json ? &json : nullptr);

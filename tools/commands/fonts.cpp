@@ -52,9 +52,7 @@ bool has_subset_tag(const std::string& name) {
 void look_at_program(CPDFXRefTable& table, const CPDFDictionary& font, FontFacts& facts) {
   Freed<CPDFObj> descriptor = table.value(&font, CPDFDictionary::sm_tag_fdes);
   for (const char* key : {"FontFile", "FontFile2", "FontFile3"}) {
-    Freed<CPDFObj> file;
-    if (descriptor.as_dict() != nullptr)
-      table.resolve(file, descriptor.as_dict()->get_item(key));
+    const Freed<CPDFObj> file = table.value(descriptor.as_dict(), key);
     if (file.as_stream() == nullptr)
       continue;
     facts.embedded = true;
@@ -226,10 +224,8 @@ void FontFinder::visit_page(const CPDFPage& page) {
 void FontFinder::visit_appearances(const CPDFObj* item) {
   Freed<CPDFObj> annots = table_.value(item);
   for (std::int32_t i = 0; annots.as_array() != nullptr && i < annots.as_array()->count; ++i) {
-    Freed<CPDFObj> looks;
-    Freed<CPDFObj> annot = table_.value(annots.as_array()->get(i));
-    if (annot.as_dict() != nullptr)
-      table_.resolve(looks, annot.as_dict()->get_item("AP"));
+    const Freed<CPDFObj> annot = table_.value(annots.as_array(), i);
+    const Freed<CPDFObj> looks = table_.value(annot.as_dict(), "AP");
     for (std::int32_t k = 0; looks.as_dict() != nullptr && k < looks.as_dict()->count; ++k) {
       const CPDFObj& look = *looks.as_dict()->items[k];
       push(look);
@@ -240,11 +236,8 @@ void FontFinder::visit_appearances(const CPDFObj* item) {
 }
 
 void FontFinder::visit_form() {
-  Freed<CPDFObj> root;
-  Freed<CPDFObj> form;
-  table_.resolve(root, &table_.root);
-  if (root.as_dict() != nullptr)
-    table_.resolve(form, root.as_dict()->get_item("AcroForm"));
+  const Freed<CPDFObj> root = table_.catalog();
+  const Freed<CPDFObj> form = table_.value(root.as_dict(), CPDFDictionary::sm_tag_acro_form);
   if (form.as_dict() != nullptr)
     visit_resources(form.as_dict()->get_item("DR"));
 }
@@ -284,10 +277,8 @@ void FontFinder::visit_fonts(const CPDFObj* item) {
 void FontFinder::visit_states(const CPDFObj* item) {
   Freed<CPDFObj> states = table_.value(item);
   for (std::int32_t i = 0; states.as_dict() != nullptr && i < states.as_dict()->count; ++i) {
-    Freed<CPDFObj> font;
-    Freed<CPDFObj> state = table_.value(states.as_dict()->items[i]);
-    if (state.as_dict() != nullptr)
-      table_.resolve(font, state.as_dict()->get_item(CPDFDictionary::sm_tag_font));
+    const Freed<CPDFObj> state = table_.value(states.as_dict()->items[i]);
+    const Freed<CPDFObj> font = table_.value(state.as_dict(), CPDFDictionary::sm_tag_font);
     if (font.as_array() != nullptr && font.as_array()->count > 0)
       visit_font(font.as_array()->get(0));
   }

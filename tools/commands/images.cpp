@@ -160,9 +160,9 @@ int look_at_images(const ImagesOptions& options) {
     Freed<CPDFObj> obj;
     CPDFImage image;
     progress.show(num);
-    table.get_stored(obj, {static_cast<std::int32_t>(num), 0});
+    table.get_stored(obj, PDF_REF::at(num));
     if (obj.tag == kTagStream && image.load(table, obj))
-      list.add(static_cast<std::int32_t>(num), image);
+      list.add(object_num(num), image);
   }
   return list.finish();
 }

@@ -166,6 +166,44 @@ private:
   JsonWriter out_;
 };
 
+void report_encryption(Report& report, CPDFDoc& doc, const std::string& file) {
+  report.flag("encrypted", "Encrypted", doc.is_encrypted());
+  if (!doc.is_encrypted())
+    return;
+  const CPDFStandardSecHand& handler = doc.handler();
+  report.text("algorithm", "Algorithm", CPDFStandardSecHand::method_name(handler.stream_method()));
+  const bool aes256 = handler.parameters().revision >= 5;
+  report.number("key_bits", "Key bits", aes256 ? 256 : handler.parameters().key_bytes * 8);
+  report.number("revision", "Revision", handler.parameters().revision);
+  report.text("opened_by", "Opened by", opened_by(doc));
+  if (doc.is_readable())
+    report.list("permissions", "Permissions", permission_names(handler.parameters().permissions));
+  else
+    complain(input_name(file), password_trouble(doc) + "; its pages cannot be counted");
+}
+
+void report_linearization(Report& report, CPDFDoc& doc) {
+  report.flag("linearized", "Linearized", doc.linearized_length() != 0);
+  if (doc.linearized_length() == 0)
+    return;
+  report.flag("updated_since", "Updated since", doc.linearized_length() != doc.file_size());
+  report.flag("hints_usable", "Hints usable", doc.hints_hold());
+}
+
+void report_information(Report& report, CPDFDoc& doc) {
+  CPDFXRefTable& table = doc.table();
+  Freed<CPDFObj> info;
+  if (doc.is_readable())
+    info = table.value(&table.info);
+  report.group("info");
+  for (const char* key : kInfoKeys) {
+    const std::string value = info.as_dict() != nullptr ? info_value(table, *info.as_dict(), key) : "";
+    if (!value.empty())
+      report.text(key, key, value);
+  }
+  report.end_group();
+}
+
 int show_file(const std::string& file, const InfoOptions& options) {
   CPDFDoc doc;
   if (!open_document(doc, file, options.password, false))
@@ -181,38 +219,13 @@ int show_file(const std::string& file, const InfoOptions& options) {
     report.unknown("pages", "Pages", "unknown, encrypted");
   report.number("objects", "Objects", count_objects(table));
   report.text("sections", "Sections", kinds_text(table.xref_kinds));
-  report.flag("encrypted", "Encrypted", doc.is_encrypted());
-  if (doc.is_encrypted()) {
-    const CPDFStandardSecHand& handler = doc.handler();
-    report.text("algorithm", "Algorithm", CPDFStandardSecHand::method_name(handler.stream_method()));
-    const bool aes256 = handler.parameters().revision >= 5;
-    report.number("key_bits", "Key bits", aes256 ? 256 : handler.parameters().key_bytes * 8);
-    report.number("revision", "Revision", handler.parameters().revision);
-    report.text("opened_by", "Opened by", opened_by(doc));
-    if (doc.is_readable())
-      report.list("permissions", "Permissions", permission_names(handler.parameters().permissions));
-    else
-      complain(input_name(file), password_trouble(doc) + "; its pages cannot be counted");
-  }
-  report.flag("linearized", "Linearized", doc.linearized_length() != 0);
-  if (doc.linearized_length() != 0) {
-    report.flag("updated_since", "Updated since", doc.linearized_length() != doc.file_size());
-    report.flag("hints_usable", "Hints usable", doc.hints_hold());
-  }
+  report_encryption(report, doc, file);
+  report_linearization(report, doc);
   if (options.json)
     report.flag("repaired", "", doc.status() != PDF_OPEN::kClean || !doc.repairs().empty());
   report.text("opened", "Repaired", opened_text(doc, options.json));
   report.text("root", "Root", syntax_text(table.root));
-  Freed<CPDFObj> info;
-  if (doc.is_readable())
-    table.resolve(info, &table.info);
-  report.group("info");
-  for (const char* key : kInfoKeys) {
-    const std::string value = info.as_dict() != nullptr ? info_value(table, *info.as_dict(), key) : "";
-    if (!value.empty())
-      report.text(key, key, value);
-  }
-  report.end_group();
+  report_information(report, doc);
   report.text("id", "Identifier", id_text(table, 0));
   report.text("id2", "", id_text(table, 1));
   report.repairs(doc);

@@ -7,7 +7,6 @@
 #include "sheaf/document/pages/page_labels.h"
 #include "support/command_line.h"
 #include "support/edit_run.h"
-#include "support/inputs.h"
 #include "support/json_file.h"
 #include "support/json_values.h"
 #include "support/tool_support.h"
@@ -62,19 +61,6 @@ int list_labels(const LabelsOptions& options) {
   return was_sound(doc, options.target.file) ? kExitClean : kExitProblems;
 }
 
-// What `sheaf labels --json` prints, or its array alone.
-bool read_json_ranges(const std::string& file, const JsonValue& top, std::vector<Range>& ranges) {
-  const JsonValue* const list = top.kind == JsonValue::Kind::kArray ? &top : top.member("labels");
-  if (list == nullptr || list->kind != JsonValue::Kind::kArray) {
-    complain(file, "has no array of labels; sheaf labels --json shows how it looks");
-    return false;
-  }
-  for (const JsonValue& item : list->items)
-    ranges.push_back({int_member(item, "page", 0), text_member(item, "style", "decimal"), int_member(item, "start", 1),
-                      text_member(item, "prefix")});
-  return true;
-}
-
 // Lines of PAGE STYLE START PREFIX, the last two of which may be left out.
 void read_lines(const std::string& text, std::vector<Range>& ranges) {
   std::istringstream lines(text);
@@ -93,20 +79,15 @@ void read_lines(const std::string& text, std::vector<Range>& ranges) {
 }
 
 bool read_ranges(const std::string& file, std::vector<Range>& ranges) {
-  std::string text;
-  std::string trouble;
-  JsonValue top;
-  if (!read_input(file, text))
+  JsonValue list;
+  std::string lines;
+  if (!read_list_file(file, "labels", "labels", list, lines))
     return false;
-  const std::size_t first = text.find_first_not_of(" \t\r\n");
-  if (first == std::string::npos || (text[first] != '{' && text[first] != '[')) {
-    read_lines(text, ranges);
-    return true;
-  }
-  if (read_json(text, top, trouble))
-    return read_json_ranges(file, top, ranges);
-  complain(input_name(file), "is no JSON; the trouble begins in " + trouble);
-  return false;
+  read_lines(lines, ranges);
+  for (const JsonValue& item : list.items)
+    ranges.push_back({int_member(item, "page", 0), text_member(item, "style", "decimal"), int_member(item, "start", 1),
+                      text_member(item, "prefix")});
+  return true;
 }
 
 int set_labels(CPDFDoc& doc, const std::string& name, const std::string& source, const std::vector<Range>& ranges) {

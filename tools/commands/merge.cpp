@@ -69,6 +69,26 @@ std::vector<std::int32_t> collated(const std::vector<std::int32_t>& blocks, int 
   return order;
 }
 
+// Appends the pages that were asked for of the input `index`, and their count to `blocks`. An exit code.
+int append_input(Assembly& assembly, const MergeOptions& options, std::size_t index, const FileRanges& input,
+                 std::vector<std::int32_t>& blocks) {
+  CPDFDoc source;
+  if (!open_document(source, input.file, password_for(options, index)))
+    return kExitFailed;
+  std::vector<std::int32_t> pages;
+  if (!select_pages(input.ranges, input.file, source.page_count(), pages))
+    return kExitFailed;
+  const auto wanted = static_cast<std::int32_t>(pages.size());
+  const std::int32_t done = assembly.merge->append(source, pages.data(), wanted, stem_of(input.file).c_str());
+  blocks.push_back(done);
+  if (done != wanted)
+    complain(input.file, std::to_string(wanted - done) + " pages could not be read and were left out");
+  complain_about_losses(*assembly.merge, static_cast<std::int32_t>(index), input.file,
+                        !options.encryption.algorithm.empty());
+  const bool sound = was_sound(source, input.file);
+  return sound && done == wanted && !assembly.has_unreadable() ? kExitClean : kExitProblems;
+}
+
 int run_merge(MergeOptions options) {
   if (!check_encryption(options.encryption))
     return kExitFailed;
@@ -88,21 +108,9 @@ int run_merge(MergeOptions options) {
   for (std::size_t i = 0; i < options.inputs.size(); ++i) {
     const FileRanges input = parse_file_ranges(options.inputs[i]);
     files.push_back(input.file);
-    CPDFDoc source;
-    if (!open_document(source, input.file, password_for(options, i)))
-      return kExitFailed;
-    std::vector<std::int32_t> pages;
-    if (!select_pages(input.ranges, input.file, source.page_count(), pages))
-      return kExitFailed;
-    const auto wanted = static_cast<std::int32_t>(pages.size());
-    const std::int32_t done = assembly.merge->append(source, pages.data(), wanted, stem_of(input.file).c_str());
-    blocks.push_back(done);
-    if (done != wanted)
-      complain(input.file, std::to_string(wanted - done) + " pages could not be read and were left out");
-    complain_about_losses(*assembly.merge, static_cast<std::int32_t>(i), input.file,
-                          !options.encryption.algorithm.empty());
-    if (!was_sound(source, input.file) || done != wanted || assembly.has_unreadable())
-      code = kExitProblems;
+    code = std::max(code, append_input(assembly, options, i, input, blocks));
+    if (code == kExitFailed)
+      return code;
     progress.show(static_cast<std::int64_t>(i) + 1);
   }
   if (options.dry_run) {

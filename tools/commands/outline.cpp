@@ -8,7 +8,6 @@
 #include "sheaf/object/array.h"
 #include "support/command_line.h"
 #include "support/edit_run.h"
-#include "support/inputs.h"
 #include "support/json_file.h"
 #include "support/json_values.h"
 #include "support/tool_support.h"
@@ -129,7 +128,7 @@ int set_outline(CPDFDoc& doc, const std::string& name, const std::string& source
       continue;
     complain(source,
              "entry " + std::to_string(i + 1) +
-                 " is none: it needs a \"title\", a \"level\" at most one below the entry in front, a \"page\" " +
+                 " is no entry: it needs a \"title\", a \"level\" at most one below the entry in front, a \"page\" " +
                  "of the document, and a \"view\" such as [\"XYZ\", 0, 700, null]");
     return kExitFailed;
   }
@@ -178,26 +177,11 @@ JsonValue read_lines(const std::string& text) {
 
 // The entries of a file in either form. False, with a message.
 bool read_entries(const std::string& file, JsonValue& list) {
-  std::string text;
-  std::string trouble;
-  JsonValue top;
-  if (!read_input(file, text))
+  std::string lines;
+  if (!read_list_file(file, "outline", "entries", list, lines))
     return false;
-  const std::size_t first = text.find_first_not_of(" \t\r\n");
-  if (first == std::string::npos || (text[first] != '{' && text[first] != '[')) {
-    list = read_lines(text);
-    return true;
-  }
-  if (!read_json(text, top, trouble)) {
-    complain(input_name(file), "is no JSON; the trouble begins in " + trouble);
-    return false;
-  }
-  const JsonValue* const entries = top.kind == JsonValue::Kind::kArray ? &top : top.member("entries");
-  if (entries == nullptr || entries->kind != JsonValue::Kind::kArray) {
-    complain(file, "has no array of entries; sheaf outline --json shows how it looks");
-    return false;
-  }
-  list = *entries;
+  if (list.kind != JsonValue::Kind::kArray)
+    list = read_lines(lines);
   return true;
 }
 

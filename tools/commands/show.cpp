@@ -97,7 +97,7 @@ int show_all(CPDFDoc& doc) {
     if (!table.xref_items[num].is_known())
       continue;
     Freed<CPDFObj> obj;
-    const PDF_REF ref = doc.reference_to(static_cast<std::int32_t>(num));
+    const PDF_REF ref = doc.reference_to(object_num(num));
     table.get_stored(obj, ref);
     std::printf("%d %d obj\n%s\n%sendobj\n", ref.num, ref.gen, for_output(syntax_text(obj)).c_str(),
                 obj.tag == kTagStream ? "stream\n" : "");

@@ -47,7 +47,7 @@ int run_stream(const StreamOptions& options) {
   Freed<CPDFObj> obj = table.object(ref);
   const CPDFStreamRec* rec = obj.as_stream();
   if (rec == nullptr) {
-    complain(options.file, name + " is no stream; `sheaf show` tells what it is");
+    complain(options.file, name + " is no stream; `sheaf show` shows what it is");
     return kExitFailed;
   }
   int raw_len = 0;

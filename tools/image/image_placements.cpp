@@ -8,6 +8,7 @@
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/document/content/content_reader.h"
 #include "sheaf/document/content/content_text.h"
+#include "sheaf/document/pages/inherited_resources.h"
 #include "sheaf/object/array.h"
 
 namespace sheaf::tool {
@@ -43,9 +44,7 @@ public:
   Walk(CPDFXRefTable& table, ImagePlacements& placements) : table_(table), placements_(placements) {}
 
   void page(const CPDFPage& page) {
-    Freed<CPDFObj> resources = table_.value(&page.dict, CPDFDictionary::sm_tag_res);
-    if (resources.as_dict() == nullptr && page.inherited != nullptr && page.inherited->resources.num != 0)
-      table_.get_entity(resources, page.inherited->resources);
+    const Freed<CPDFObj> resources = page_resources(table_, page);
     show(page.dict.get_item("Contents"), resources.as_dict(), {1, 0, 0, 1, 0, 0}, 0);
   }
 

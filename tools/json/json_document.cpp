@@ -30,7 +30,7 @@ public:
     for (std::uint32_t num = 1; num < table_.xref_count && good_; ++num) {
       progress.show(num);
       if (table_.xref_items[num].is_known())
-        add(doc_.reference_to(static_cast<std::int32_t>(num)));
+        add(doc_.reference_to(object_num(num)));
     }
     end();
     if (!good_)

@@ -54,7 +54,7 @@ void MapMaker::run() {
 }
 
 bool MapMaker::is_current(const FilePart& part) const {
-  if (static_cast<std::uint32_t>(part.num) >= table_.xref_count)
+  if (object_index(part.num) >= table_.xref_count)
     return false;
   const PDF_XREF& entry = table_.xref_items[part.num];
   return entry.is_in_file() && entry.offset <= part.start && part.start - entry.offset <= kOffsetSlack;
@@ -77,10 +77,10 @@ void MapMaker::heal_entries() {
   VisitedSet tried;
   Freed<CPDFObj> obj;
   for (const FilePart& part : map_.scan.parts) {
-    const auto num = static_cast<std::uint32_t>(part.num);
+    const auto num = object_index(part.num);
     if (is_object(part) && num < table_.xref_count && !table_.xref_items[num].is_compressed() &&
         !placed_.has(part.num) && tried.visit(part.num))
-      table_.get_entity(obj, {part.num, 0});
+      obj = table_.object(part.num);
   }
 }
 
@@ -126,7 +126,7 @@ void MapMaker::settle_kinds() {
       part.frame = FrameKind::kHints;
     }
     part.kind = hinted(part.kind, static_cast<std::size_t>(part.num));
-    part.unused = part.kind != PartKind::kFrame && !reached(static_cast<std::uint32_t>(part.num));
+    part.unused = part.kind != PartKind::kFrame && !reached(object_index(part.num));
   }
   for (std::size_t num = 0; num < map_.packed_kinds.size(); ++num)
     map_.packed_kinds[num] = hinted(map_.packed_kinds[num], num);

@@ -128,7 +128,7 @@ void PartClassifier::hint_item(const CPDFObj& item, PartKind kind) {
   const std::int32_t num = item.as_ref().num;
   if (num < 1 || num > kMostHinted)
     return;
-  const auto index = static_cast<std::size_t>(num);
+  const auto index = object_index(num);
   if (index >= scan_.hints.size())
     scan_.hints.resize(index + index / 2 + 1, PartKind::kUnknown);
   scan_.hints[index] = kind;

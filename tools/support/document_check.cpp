@@ -24,7 +24,7 @@ std::vector<bool> reachable(CPDFXRefTable& table) {
   std::vector<bool> reached(table.xref_count);
   std::vector<std::int32_t> waiting;
   const auto reach = [&](std::int32_t num) {
-    const auto index = static_cast<std::size_t>(num);
+    const auto index = object_index(num);
     if (num < 1 || index >= table.xref_count)
       return;
     if (index >= reached.size())
@@ -64,9 +64,9 @@ public:
       const PDF_XREF entry = table_.xref_items[num];
       progress.show(num);
       if (!entry.is_known() && table_.listed.leave_out(num))
-        look_for(static_cast<std::int32_t>(num));
+        look_for(object_num(num));
       if (table_.xref_items[num].is_known())
-        check_object(static_cast<std::int32_t>(num), table_.xref_items[num]);
+        check_object(object_num(num), table_.xref_items[num]);
     }
     report_lost();
   }
@@ -88,7 +88,7 @@ private:
         lost_.push_back(num);
       return;
     }
-    table_.get_entity(obj_, doc_.reference_to(num));
+    obj_ = table_.object(doc_.reference_to(num));
     if (obj_.is_null() && !doc_.can_reach(num))
       lost_.push_back(num);
     if (obj_.tag == kTagNoValue)
@@ -164,7 +164,7 @@ private:
       return;
     const std::vector<bool> reached = reachable(table_);
     for (const std::int32_t num : lost_) {
-      if (static_cast<std::size_t>(num) < reached.size() && reached[static_cast<std::size_t>(num)])
+      if (object_index(num) < reached.size() && reached[object_index(num)])
         problem(num, "is referred to, but is not where its entry says nor anywhere else");
     }
   }
@@ -234,7 +234,7 @@ PageContent read_content(CPDFDoc& doc, int index) {
   const auto add = [&](const CPDFObj* item) {
     Freed<CPDFObj> part;
     if (item != nullptr && item->tag == kTagRef)
-      table.get_entity(part, doc.reference_to(item->as_ref().num));
+      part = table.object(doc.reference_to(item->as_ref().num));
     const CPDFStreamRec* const rec = part.as_stream();
     const std::unique_ptr<CPDFStream> decoder(rec != nullptr ? table.make_stream(rec) : nullptr);
     if (decoder == nullptr)

@@ -10,6 +10,11 @@ namespace sheaf::tool {
 /// Reads the JSON of `file`, "-" for standard input. False, with a message, when it cannot be read or is not JSON.
 bool read_json_file(const std::string& file, JsonValue& value);
 
+/// Reads a list that is JSON, an array or an object with the array `name` as what `sheaf COMMAND --json` prints, into
+/// `list`. Anything else goes to `lines` as it is, and `list` is then no array. False, with a message.
+bool read_list_file(const std::string& file, const char* command, const char* name, JsonValue& list,
+                    std::string& lines);
+
 /// The member as a text, or `otherwise` when it is not there or is no text.
 std::string text_member(const JsonValue& object, const char* name, const std::string& otherwise = "");
 /// The member as a whole number of at most 31 bits, or `otherwise`.

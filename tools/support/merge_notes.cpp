@@ -23,7 +23,7 @@ constexpr Loss kLosses[] = {
     {"certification", "its certification ends with the file that it certifies"},
     {"usage rights", "its usage rights end with the file that they were granted to"},
     {"encryption", "it is encrypted and the result is not; sheaf --encrypt protects it"},
-    {"XFA form", "its XFA form stays behind; the fields of its AcroForm come along"},
+    {"XFA form", "its XFA form stays behind; the fields of its AcroForm are kept"},
     {"validation data", "the data for validating its signatures stay behind"},
     {"articles", "its articles stay behind"},
     {"document parts", "its hierarchy of document parts stays behind"},

@@ -49,6 +49,13 @@ struct Freed : T {
   Freed(Freed&& other) noexcept : T(static_cast<T&>(other)) { static_cast<T&>(other) = T{}; }
   Freed(const Freed&) = delete;
   Freed& operator=(const Freed&) = delete;
+  Freed& operator=(Freed&& other) noexcept {
+    T taken = other;
+    static_cast<T&>(other) = T{};
+    this->free();
+    static_cast<T&>(*this) = taken;
+    return *this;
+  }
   ~Freed() { this->free(); }
 };
 

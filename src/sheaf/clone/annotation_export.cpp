@@ -11,6 +11,7 @@
 #include "sheaf/filters/stream_filter.h"
 #include "sheaf/object/array.h"
 #include "sheaf/object/stream_rec.h"
+#include "sheaf/xref/export_memory.h"
 #include "sheaf/xref/xref_table.h"
 
 using namespace sheaf;
@@ -36,7 +37,7 @@ struct Frame {
 
 class Flattening {
 public:
-  explicit Flattening(CPDFXRefTable& table) : table_(table), memory_(table.export_memory) {
+  Flattening(CPDFXRefTable& table, ExportMemory& memory) : table_(table), memory_(memory) {
     memory_.begin(table.change_count, table.sec_hand);
   }
   Flattening(const Flattening&) = delete;
@@ -196,6 +197,16 @@ private:
   std::uint32_t values_ = 0;
 };
 
+// False when there is no memory to begin with.
+bool flatten(CPDFXRefTable& table, Frame& outermost) {
+  if (table.export_memory == nullptr)
+    table.export_memory = new (std::nothrow) ExportMemory;
+  if (table.export_memory == nullptr)
+    return false;
+  Flattening(table, *table.export_memory).run(outermost);
+  return true;
+}
+
 // Rich text that is kept in a stream becomes a string.
 void take_rich_text(CPDFXRefTable& table, CPDFDictionary& dict) {
   const Freed<CPDFObj> text = table.value(&dict, "RC");
@@ -225,16 +236,12 @@ int CPDFXRefTable::export_dict(CPDFDictionary& out, CPDFDictionary* src) {
   Frame outermost{};
   outermost.from_dict = src;
   outermost.to_dict = &out;
-  if (src != nullptr)
-    Flattening(*this).run(outermost);
-  return 1;
+  return src == nullptr || flatten(*this, outermost) ? 1 : 0;
 }
 
 int CPDFXRefTable::export_array(CPDFArray& out, CPDFArray* src) {
   Frame outermost{};
   outermost.from_array = src;
   outermost.to_array = &out;
-  if (src != nullptr)
-    Flattening(*this).run(outermost);
-  return 1;
+  return src == nullptr || flatten(*this, outermost) ? 1 : 0;
 }

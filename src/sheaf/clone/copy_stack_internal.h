@@ -24,7 +24,7 @@ struct CopiedObject {
 };
 
 /// `Policy` says what a copy is, by six operations:
-///   bool settled(PDF_REF& source, bool from_item, PDF_REF& result)
+///   bool has_result(PDF_REF& source, bool from_item, PDF_REF& result)
 ///       true with the result when `source` need not be copied; may put another source in its place
 ///   bool begin(const PDF_REF& source, CopiedObject& object)
 ///       gives the copy its number and reads the object; false: it cannot be copied
@@ -83,7 +83,7 @@ private:
 
   // True when the result is known at once; false when the object's container was opened.
   bool enter(PDF_REF source, bool from_item, PDF_REF& result) {
-    if (policy_.settled(source, from_item, result))
+    if (policy_.has_result(source, from_item, result))
       return true;
     CopiedObject object{};
     result = {0, 0};

@@ -31,16 +31,16 @@ public:
 
   // A second reference to an object hands its first copy on as the source: the second copy is made
   // of the first, and all later references find the second.
-  bool settled(PDF_REF& source, bool from_item, PDF_REF& result) {
+  bool has_result(PDF_REF& source, bool from_item, PDF_REF& result) {
     std::uint32_t copy = 0;
     if (from_item && map_lookup(map_, source.num, copy))
-      source = {static_cast<std::int32_t>(copy), 0};
+      source = PDF_REF::at(copy);
     result = {0, 0};
     if (source.num == 0)
       return true;
     if (!map_lookup(map_, source.num, copy))
       return copies_left_ == 0;
-    result = {static_cast<std::int32_t>(copy), 0};
+    result = PDF_REF::at(copy);
     return true;
   }
 

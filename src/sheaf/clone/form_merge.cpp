@@ -14,14 +14,14 @@ constexpr int kMostNameChars = 255;              // with the terminating 0
 constexpr int kNameBuffer = kMostNameChars + 2;  // a digit and its 0 fit behind
 
 bool is_imported(const CPDFMergeContext& ctx, std::int32_t num) {
-  return static_cast<std::uint32_t>(num) >= ctx.map_size || ctx.map[num] != 0;
+  return object_index(num) >= ctx.map_size || ctx.map[num] != 0;
 }
 
 // The field's partial name or, without one, its description.
-PDF_String field_name(CPDFXRefTable& src, const CPDFDictionary& field, CPDFObj& scratch) {
-  src.resolve(scratch, field.get_item("T"));
+PDF_String field_name(CPDFXRefTable& src, const CPDFDictionary& field, Freed<CPDFObj>& scratch) {
+  scratch = src.value(&field, "T");
   if (scratch.tag != kTagString)
-    src.resolve(scratch, field.get_item("TU"));
+    scratch = src.value(&field, "TU");
   return scratch.as_string();
 }
 

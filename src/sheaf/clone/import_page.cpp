@@ -15,7 +15,7 @@ PDF_REF import_resources(CPDFXRefTable& table, CPDFXRefTable* src, CPDFMergeCont
   Freed<CPDFObj> resources = src->value(&page.dict, CPDFDictionary::sm_tag_res);
   // Resources of a wrong type do not fall back on inherited ones.
   if (resources.is_null() && page.inherited != nullptr && page.inherited->resources.num != 0)
-    src->get_entity(resources, page.inherited->resources);
+    resources = src->object(page.inherited->resources);
   return resources.as_dict() != nullptr ? table.clone_resources(src, ctx, resources.as_dict()) : PDF_REF{0, 0};
 }
 
@@ -27,8 +27,8 @@ int CPDFXRefTable::clone_page(CPDFXRefTable* src, CPDFMergeContext* ctx, const C
   // The page has its number before anything below it is copied, so that its annotations find it.
   std::uint32_t& mapped = ctx->map[page->ref.num];
   if (mapped == 0)
-    mapped = static_cast<std::uint32_t>(alloc_obj_num());
-  const PDF_REF copy_ref{static_cast<std::int32_t>(mapped), 0};
+    mapped = object_index(alloc_obj_num());
+  const PDF_REF copy_ref = PDF_REF::at(mapped);
 
   Freed<CPDFObj> copy;
   copy.take_dict(new (std::nothrow) CPDFDictionary);
@@ -61,8 +61,7 @@ PDF_REF CPDFXRefTable::clone_resources(CPDFXRefTable* src, CPDFMergeContext* ctx
   Freed<CPDFObj> made;
   made.take_dict(new (std::nothrow) CPDFDictionary);
   for (std::int32_t i = 0; i < res->count && made.as_dict() != nullptr; ++i) {
-    Freed<CPDFObj> value;
-    resolve(src, value, res->items[i]);
+    Freed<CPDFObj> value = src->value(res->items[i]);
     if (value.as_stream() != nullptr)
       continue;
     // Each category ends up directly in the new dictionary; as much of it as could be rewritten.

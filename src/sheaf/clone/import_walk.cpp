@@ -18,11 +18,11 @@ public:
       : table_(table), source_(source), context_(static_cast<ImportContext*>(context)) {}
 
   // Null references, and numbers that the source's table did not have, have no copy.
-  bool settled(const PDF_REF& source, bool, PDF_REF& result) const {
+  bool has_result(const PDF_REF& source, bool, PDF_REF& result) const {
     result = {0, 0};
     if (source_ == nullptr || source.num == 0 || !is_mapped(source.num))
       return true;
-    result.num = static_cast<std::int32_t>(context_->map[source.num]);
+    result.num = object_num(context_->map[source.num]);
     return result.num != 0;
   }
 
@@ -57,9 +57,7 @@ public:
   bool fails_on_null_reference() const { return context_ == nullptr || !context_->keeps_null_references; }
 
 private:
-  bool is_mapped(std::int32_t num) const {
-    return context_ != nullptr && static_cast<std::uint32_t>(num) < context_->map_size;
-  }
+  bool is_mapped(std::int32_t num) const { return context_ != nullptr && object_index(num) < context_->map_size; }
   std::int32_t reserve(std::int32_t num) {
     const std::int32_t made = table_.alloc_obj_num();
     context_->map[num] = static_cast<std::uint32_t>(made);

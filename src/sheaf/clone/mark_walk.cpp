@@ -27,8 +27,7 @@ public:
 private:
   void enter(std::int32_t num) {
     std::uint32_t ignored = 0;
-    if (num >= 0 && !map_lookup(map_, num, ignored) && table_.know_entry(static_cast<std::uint32_t>(num)) &&
-        map_record(map_, num, 1))
+    if (num >= 0 && !map_lookup(map_, num, ignored) && table_.know_entry(object_index(num)) && map_record(map_, num, 1))
       waiting_.push(num);
   }
 
@@ -52,7 +51,7 @@ private:
     // The object stream that holds an object is needed with it.
     const PDF_XREF& entry = *table_.entry(num);
     if (entry.is_compressed())
-      enter(static_cast<std::int32_t>(entry.offset));
+      enter(entry.container());
     table_.get_references(found_, num);
     enter_found();
   }

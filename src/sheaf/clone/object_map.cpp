@@ -53,7 +53,7 @@ void adopt_map(CPDFCloneMap& map, const CPDFXRefTable& table) {
 }
 
 bool map_lookup(const CPDFCloneMap& map, std::int32_t num, std::uint32_t& value) {
-  const auto index = static_cast<std::uint32_t>(num);
+  const auto index = object_index(num);
   if (index >= static_cast<std::uint32_t>(map.count) || index >= map.capacity || map.entries[index] == 0)
     return false;
   value = map.entries[index];
@@ -61,7 +61,7 @@ bool map_lookup(const CPDFCloneMap& map, std::int32_t num, std::uint32_t& value)
 }
 
 bool map_record(CPDFCloneMap& map, std::int32_t num, std::uint32_t value) {
-  const auto index = static_cast<std::uint32_t>(num);
+  const auto index = object_index(num);
   if (index > kMostNum || !make_words(map, index + 1))
     return false;
   map.count = std::max(map.count, static_cast<std::int32_t>(rounded_up(index)));

@@ -44,8 +44,8 @@ public:
     const CPDFObj* item = rec_.dict.get_item(CPDFDictionary::sm_tag_filter);
     if (item == nullptr)
       return plain_stream(data, len);
-    table_.resolve(filters_, item);
-    table_.resolve(parms_, rec_.dict.get_item("DecodeParms"));
+    filters_ = table_.value(item);
+    parms_ = table_.value(&rec_.dict, "DecodeParms");
     const CPDFArray* names = filters_.as_array();
     if (names == nullptr) {
       // A single filter takes a dictionary only; an array of one beside it means no parameters.
@@ -67,17 +67,16 @@ private:
   CPDFStream* make_stage(const CPDFArray& names, std::int32_t index, unsigned char* data, int len) {
     Freed<CPDFObj> name;
     Freed<CPDFObj> parms;
-    table_.resolve(name, names.get(index));
+    name = table_.value(&names, index);
     const CPDFArray* list = parms_.as_array();
-    table_.resolve(parms, list != nullptr ? list->get(index) : nullptr);
+    parms = table_.value(list, index);
     return make(name, parms.as_dict(), data, len);
   }
 
   // One name without a decoder makes the work of all the others useless.
   bool all_known(const CPDFArray& names) {
     for (std::int32_t i = 0; i < names.count; ++i) {
-      Freed<CPDFObj> name;
-      table_.resolve(name, names.get(i));
+      Freed<CPDFObj> name = table_.value(&names, i);
       if (find_decoder(name.as_text()) == nullptr)
         return false;
     }

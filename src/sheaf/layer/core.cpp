@@ -307,7 +307,7 @@ void Core::refresh_node(Node& node) {
   const PDF_XREF* const entry = doc_.table().entry(node.num);
   if (node.changed || entry == nullptr || !entry->is_in_memory())
     return;
-  const PDF_NEWOBJ* const slot = doc_.table().slot_of(static_cast<std::uint32_t>(node.num));
+  const PDF_NEWOBJ* const slot = doc_.table().slot_of(object_index(node.num));
   if (slot == nullptr || same_value(slot->obj, node.obj))
     return;
   if (!node.buried.push(node.obj))

@@ -96,7 +96,7 @@ private:
     }
 
   private:
-    std::size_t place_of(std::int32_t num) const { return static_cast<std::uint32_t>(num) * 2654435769u & mask(); }
+    std::size_t place_of(std::int32_t num) const { return object_index(num) * 2654435769u & mask(); }
     std::size_t mask() const { return slots_.size() - 1; }
     bool grow();
 

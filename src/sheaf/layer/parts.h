@@ -58,7 +58,7 @@ public:
   std::int32_t page() const { return page_; }
   /// The stream of the file; null when the document only names it.
   const Value& stream() const { return stream_; }
-  /// The file specification; null when it stands directly in what refers to it.
+  /// The file specification; null when it is written directly into what refers to it.
   const Value& spec() const { return spec_; }
   Expected<Data> data() const { return stream_.decoded(); }
   /// Writes the file to `path`, which is replaced when the file is complete.

@@ -17,15 +17,26 @@ class CPDFSecHand;
 class CQVStream;
 struct CPDFStreamRec;
 
+namespace sheaf {
+/// Object numbers are signed where they are written and unsigned where they count entries. A negative
+/// one is beyond all entries.
+constexpr std::uint32_t object_index(std::int32_t num) {
+  return static_cast<std::uint32_t>(num);
+}
+constexpr std::int32_t object_num(std::size_t index) {
+  return static_cast<std::int32_t>(index);
+}
+}  // namespace sheaf
+
 /// Object number and generation; {0, 0} means no object.
 struct PDF_REF {
   std::int32_t num;
   std::int32_t gen;
 
   /// Generation 0 of the object whose entry in the table has that index.
-  static constexpr PDF_REF at(std::uint32_t index) { return {static_cast<std::int32_t>(index), 0}; }
-  /// The index of the object's entry; a negative number is beyond all entries.
-  constexpr std::uint32_t index() const { return static_cast<std::uint32_t>(num); }
+  static constexpr PDF_REF at(std::uint32_t index) { return {sheaf::object_num(index), 0}; }
+  /// The index of the object's entry.
+  constexpr std::uint32_t index() const { return sheaf::object_index(num); }
   friend constexpr bool operator==(const PDF_REF&, const PDF_REF&) = default;
 };
 static_assert(sizeof(PDF_REF) == 8);

@@ -44,23 +44,28 @@ bool is_object_header(const char* text, std::size_t available) {
   return end - text >= 3 && std::memcmp(text, "obj", 3) == 0;
 }
 
+const char* find_header_numbers(const char* from, const char* word) {
+  const auto back_over = [&](bool (*belongs)(char)) {
+    const char* const before = word;
+    while (word > from && belongs(word[-1]))
+      --word;
+    return word != before;
+  };
+  const auto is_space = [](char c) { return is_strict_space(c); };
+  const auto is_figure = [](char c) { return is_digit(c); };
+  back_over(is_space);
+  return back_over(is_figure) && back_over(is_space) && back_over(is_figure) ? word : nullptr;
+}
+
 const char* find_header_line(const char* from, const char* end) {
   constexpr std::string_view kWord = "obj";
   const std::string_view text(from, static_cast<std::size_t>(end - from));
   for (std::size_t at = text.find(kWord); at != std::string_view::npos; at = text.find(kWord, at + 1)) {
-    const char* start = from + at;
-    const auto back_over = [&](bool (*belongs)(char)) {
-      const char* const before = start;
-      while (start > from && belongs(start[-1]))
-        --start;
-      return start != before;
-    };
-    const auto is_space = [](char c) { return is_strict_space(c); };
-    const auto is_figure = [](char c) { return is_digit(c); };
     const std::size_t behind = at + kWord.size();
-    back_over(is_space);
-    if (behind < text.size() && !is_regular(text[behind]) && back_over(is_figure) && back_over(is_space) &&
-        back_over(is_figure) && start > from && (start[-1] == '\n' || start[-1] == '\r'))
+    if (behind >= text.size() || is_regular(text[behind]))
+      continue;
+    const char* const start = find_header_numbers(from, from + at);
+    if (start != nullptr && start > from && (start[-1] == '\n' || start[-1] == '\r'))
       return start;
   }
   return nullptr;

@@ -15,6 +15,9 @@ namespace sheaf {
 /// Whether the header of an object, "N G obj", is at the start of `text`, all of it within 31 bytes.
 /// What follows "obj" is not looked at.
 bool is_object_header(const char* text, std::size_t available);
+/// The start of the numbers of a header whose "obj" is at `word`, which begin at `from` at the earliest; null when
+/// there are none.
+const char* find_header_numbers(const char* from, const char* word);
 /// The first such header in the bytes from `from` to `end` that begins a line, behind the end of one in
 /// them; null when there is none. It ends data that lack their own end.
 const char* find_header_line(const char* from, const char* end);

@@ -25,7 +25,7 @@ constexpr std::size_t kSpareOutput = 256;
 // Takes the number of the cross-reference stream; its slot stays empty, so that the next plain
 // save prints the former number as a null object.
 std::int32_t reserve_xref_number(CPDFXRefTable& table) {
-  const auto num = static_cast<std::int32_t>(table.next_obj_num++);
+  const auto num = object_num(table.next_obj_num++);
   if (PDF_NEWOBJ* slot = table.get_xref2(num, 0)) {
     slot->obj.free();
     slot->num = num;

@@ -98,7 +98,7 @@ private:
       for (std::uint32_t num = 1; num < source_.xref_count && num < target_.xref_count; ++num) {
         const PDF_XREF entry = target_.xref_items[num];
         if (entry.is_known() && !entry.is_compressed())
-          source_.get_references(ignored, static_cast<std::int32_t>(num));
+          source_.get_references(ignored, object_num(num));
         ignored.clear();
       }
       source_.repaired_count = 0;
@@ -146,7 +146,7 @@ private:
 
   void put_from_file(std::uint32_t num, PDF_XREF& entry) {
     const long long before = out_.GetPos();
-    source_.save_obj(&out_, static_cast<int>(base_), static_cast<int>(num), &entry, enc_);
+    source_.save_obj(&out_, static_cast<int>(base_), object_num(num), &entry, enc_);
     // Where nothing could be printed, a free entry and not one that points at its neighbour.
     entry.type = out_.GetPos() == before ? PDF_XREF::kFree : PDF_XREF::kInFile;
   }
@@ -156,7 +156,7 @@ private:
     if (slot == nullptr)
       return;
     entry = PDF_XREF::in_file(position(), entry.gen);
-    PDF_ENC_PARA para{static_cast<std::int32_t>(num), entry.gen, 1, enc_};
+    PDF_ENC_PARA para{object_num(num), entry.gen, 1, enc_};
     if (!print_stored(source_, slot->obj, &out_, para))
       target_.write_failed = 1;
   }
@@ -189,7 +189,7 @@ private:
         deflater.field(entry.offset, offset_width);
         deflater.field(static_cast<std::uint32_t>(entry.gen), gen_width);
       }
-      if (!runs_.append(static_cast<std::int32_t>(first), static_cast<std::int32_t>(num - first)))
+      if (!runs_.append(object_num(first), static_cast<std::int32_t>(num - first)))
         return false;
     }
     return true;

@@ -70,7 +70,7 @@ CQVStreamMemFix* new_view(unsigned char* data, int len) {
 // A caller without a temporary file may make a hundred thousand streams, so that entries are found
 // through an index. Only numbers beyond its reach are searched for one by one.
 PDF_MEMSTREAM* find_mem_stream(const CPDFXRefTable& table, std::int32_t num) {
-  const auto index = static_cast<std::uint32_t>(num);
+  const auto index = object_index(num);
   if (table.mem_stream_index.reaches(index)) {
     const std::int32_t entry = table.mem_stream_index.get(index);
     return entry > 0 ? table.mem_streams + entry - 1 : nullptr;
@@ -95,7 +95,7 @@ PDF_MEMSTREAM* append_mem_stream(CPDFXRefTable& table) {
 // The object that was stored with the block before must not be left with a stream that is gone, should
 // the new one never be stored.
 void point_record_at(CPDFXRefTable& table, std::int32_t num, const CQVStream* old, CQVStream* fresh) {
-  PDF_NEWOBJ* const slot = table.entry(num) != nullptr ? table.slot_of(static_cast<std::uint32_t>(num)) : nullptr;
+  PDF_NEWOBJ* const slot = table.entry(num) != nullptr ? table.slot_of(object_index(num)) : nullptr;
   CPDFStreamRec* const rec = slot != nullptr ? slot->obj.as_stream() : nullptr;
   if (rec != nullptr && rec->source == old)
     rec->source = fresh;

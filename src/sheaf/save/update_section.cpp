@@ -44,7 +44,7 @@ void UpdateSection::confirm_positions() {
     const PDF_XREF entry = table_.xref_items[num];
     if (!entry.is_known() || entry.is_compressed())
       continue;
-    table_.get_entity(scratch, {static_cast<std::int32_t>(num), entry.gen == PDF_XREF::kNoGen ? 0 : entry.gen});
+    scratch = table_.object({object_num(num), entry.gen == PDF_XREF::kNoGen ? 0 : entry.gen});
   }
   table_.repaired_count = 0;
 }
@@ -102,7 +102,7 @@ std::uint32_t UpdateSection::put_object(std::int32_t num, bool keeps_slot) {
   if (keeps_slot)
     return pos;
   // An entry that has no slot, or no longer has it, still gets an object to lead to.
-  PDF_NEWOBJ* const slot = table_.slot_of(static_cast<std::uint32_t>(num));
+  PDF_NEWOBJ* const slot = table_.slot_of(object_index(num));
   CPDFObj nothing{};
   CPDFObj& obj = slot != nullptr ? slot->obj : nothing;
   const std::int32_t gen = generation(num);  // as the section's entry says too
@@ -117,7 +117,7 @@ std::uint32_t UpdateSection::put_object(std::int32_t num, bool keeps_slot) {
 }
 
 std::int32_t UpdateSection::generation(std::int32_t num) const {
-  const std::int32_t gen = table_.keeps_generations != 0 ? table_.known_generation(static_cast<std::uint32_t>(num)) : 0;
+  const std::int32_t gen = table_.keeps_generations != 0 ? table_.known_generation(object_index(num)) : 0;
   return gen > 0 ? gen : 0;
 }
 

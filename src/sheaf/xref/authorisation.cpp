@@ -18,8 +18,7 @@ constexpr int kMostReferences = 256;  // of a dictionary that has no need of any
 void resolve_inside(CPDFXRefTable& table, CPDFObj& value, int level, int& left) {
   const auto take = [&](CPDFObj& item) {
     if (item.tag == kTagRef && left-- > 0) {
-      Freed<CPDFObj> target;
-      table.resolve(target, &item);
+      Freed<CPDFObj> target = table.value(&item);
       item.move_from(target);
     }
     if (level < kMostLevels)

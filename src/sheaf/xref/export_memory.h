@@ -1,5 +1,5 @@
 // What exports of annotations learn of objects that many annotations lead to: the page that a link names, the
-// parent of a field's widgets. Without it each annotation would read and flatten these anew. Part of xref_table.h.
+// parent of a field's widgets. Without it each annotation would read and flatten these anew. The table owns it.
 #pragma once
 
 #include <algorithm>
@@ -78,13 +78,13 @@ private:
   static constexpr std::uint8_t kOnWay = 1;
   static constexpr std::uint8_t kLeftOut = 2;
 
-  static std::size_t place_of(std::int32_t num) { return static_cast<std::uint32_t>(num) % kPlaces; }
+  static std::size_t place_of(std::int32_t num) { return object_index(num) % kPlaces; }
   bool has(std::int32_t num, std::uint8_t mark) const {
-    const auto index = static_cast<std::size_t>(num);
+    const auto index = object_index(num);
     return index < marks_.size() && (marks_[index] & mark) != 0;
   }
   bool set(std::int32_t num, std::uint8_t mark, bool on) {
-    const auto index = static_cast<std::size_t>(num);
+    const std::size_t index = object_index(num);
     if (index >= marks_.size() && (!on || !marks_.resize(std::max(index + 1, 2 * marks_.size()))))
       return !on;
     marks_[index] = static_cast<std::uint8_t>(on ? marks_[index] | mark : marks_[index] & ~mark);

@@ -139,7 +139,7 @@ bool read_page_size(CPDFXRefTable& table, const CPDFObj& obj, PDF_PAGE_ITEM& pag
   const bool turned = page.rotate % 180 != 0;
   Freed<CPDFObj> box = table.value(dict, "CropBox");
   if (box.is_null())
-    table.resolve(box, dict->get_item("MediaBox"));
+    box = table.value(dict, "MediaBox");
   if (box.is_null())
     return false;
   _QVRECTF rect{};

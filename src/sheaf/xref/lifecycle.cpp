@@ -1,11 +1,13 @@
 // The table's life: growth of its arrays, numbers for new objects, and the release of everything.
 
+#include <cstdio>
 #include <cstring>
 #include <new>
 
 #include "sheaf/base/heap.h"
 #include "sheaf/neighbours/fonts/environment.h"
 #include "sheaf/object/parse_buf.h"
+#include "sheaf/xref/export_memory.h"
 #include "sheaf/xref/object_finder.h"
 #include "sheaf/xref/xref_table.h"
 
@@ -35,6 +37,53 @@ void release(T*& items, Count& count, Count& capacity) {
   QVFree(items);
   items = nullptr;
   count = capacity = 0;
+}
+
+void release_entries(CPDFXRefTable& table) {
+  QVFree(table.xref_items);
+  table.xref_items = nullptr;
+  table.xref_count = 0;
+  table.entry_room.reset();
+}
+
+void release_new_objects(CPDFXRefTable& table) {
+  for (std::uint32_t i = 0; i < table.new_obj_count; ++i)
+    table.new_objs[i].obj.free();
+  release(table.new_objs, table.new_obj_count, table.new_obj_capacity);
+  table.slot_room.reset();
+}
+
+void release_mem_streams(CPDFXRefTable& table) {
+  for (std::int32_t i = 0; i < table.mem_stream_count; ++i) {
+    delete table.mem_streams[i].stream;
+    QVFree(table.mem_streams[i].data);
+  }
+  release(table.mem_streams, table.mem_stream_count, table.mem_stream_capacity);
+  table.mem_stream_room.reset();
+  table.mem_stream_index.reset();
+}
+
+void remove_temp_stream(CQVStreamFile& stream) {
+  if (stream.file != nullptr) {
+    std::fclose(stream.file);
+    if (stream.path != nullptr)
+      std::remove(stream.path);
+    stream.file = nullptr;
+  }
+  QVFree(stream.path);
+  stream.path = nullptr;
+}
+
+// Faces and maps that were made with the environment must not stay behind in the caches.
+void detach_environment(CPDFXRefTable& table) {
+  table.font_ext_cache.clear();
+  table.cmap_cache.clear();
+  table.cmap_tou_cache.clear();
+  if (table.env != nullptr) {
+    table.env->unload();
+    CPDFEnviroment::destroy(table.env);
+  }
+  table.env = table.font_ext_cache.env = table.cmap_cache.env = table.cmap_tou_cache.env = nullptr;
 }
 
 }  // namespace
@@ -76,11 +125,11 @@ PDF_NEWOBJ* CPDFXRefTable::slot_of(std::uint32_t num) const {
   if (!entry.is_in_memory() || entry.offset >= new_obj_capacity)
     return nullptr;
   PDF_NEWOBJ* const slot = new_objs + entry.offset;
-  return slot->num == static_cast<std::int32_t>(num) ? slot : nullptr;
+  return slot->num == object_num(num) ? slot : nullptr;
 }
 
 PDF_NEWOBJ* CPDFXRefTable::get_xref2(int num, int gen) {
-  const auto index = static_cast<std::uint32_t>(num);
+  const auto index = object_index(num);
   if (num < 0 || index >= kMostObjNum || (xref_count <= index && !grow_xref_items(rounded_count(index), false)))
     return nullptr;
   ++change_count;
@@ -149,7 +198,7 @@ std::int32_t CPDFXRefTable::alloc_obj_num() {
   if (finder != nullptr && sections_lost != 0)
     finder->enter_missing();  // a section that cannot be read may name higher numbers than all others
   next_obj_num = unnamed_from(next_obj_num);
-  return static_cast<std::int32_t>(next_obj_num++);
+  return object_num(next_obj_num++);
 }
 
 std::uint32_t CPDFXRefTable::unnamed_from(std::uint32_t num) {
@@ -159,9 +208,9 @@ std::uint32_t CPDFXRefTable::unnamed_from(std::uint32_t num) {
 }
 
 bool CPDFXRefTable::store_object(const PDF_REF& ref, CPDFObj& obj) {
-  if (static_cast<std::uint32_t>(ref.num) >= next_obj_num)
+  if (ref.index() >= next_obj_num)
     drain_pending();
-  const bool is_given_out = ref.num > 0 && static_cast<std::uint32_t>(ref.num) < next_obj_num;
+  const bool is_given_out = ref.num > 0 && ref.index() < next_obj_num;
   PDF_NEWOBJ* slot = is_given_out ? get_xref2(ref.num, ref.gen) : nullptr;
   if (slot == nullptr) {
     obj.free();
@@ -205,55 +254,25 @@ bool CPDFXRefTable::note_found(std::uint32_t num, std::uint32_t offset) {
 }
 
 void CPDFXRefTable::set_envirment(CPDFEnviroment* environment, const char* tag) {
-  if (env != nullptr) {
-    // Faces and maps of the copy that goes must not stay behind in the caches.
-    font_ext_cache.clear();
-    cmap_cache.clear();
-    cmap_tou_cache.clear();
-    env->unload();
-    CPDFEnviroment::destroy(env);
-  }
+  if (env != nullptr)
+    detach_environment(*this);
   env = new (std::nothrow) CPDFEnviroment(*environment);
   font_ext_cache.env = cmap_cache.env = cmap_tou_cache.env = env;
   std::memcpy(&env_tag, tag, sizeof(env_tag));
 }
 
 void CPDFXRefTable::XRefFree() {
-  QVFree(xref_items);
-  xref_items = nullptr;
-  xref_count = 0;
-  entry_room.reset();
-
-  for (std::uint32_t i = 0; i < new_obj_count; ++i)
-    new_objs[i].obj.free();
-  release(new_objs, new_obj_count, new_obj_capacity);
-  slot_room.reset();
-
-  for (std::int32_t i = 0; i < mem_stream_count; ++i) {
-    delete mem_streams[i].stream;
-    QVFree(mem_streams[i].data);
-  }
-  release(mem_streams, mem_stream_count, mem_stream_capacity);
-  mem_stream_room.reset();
-  mem_stream_index.reset();
-
-  if (temp_stream.file != nullptr) {
-    std::fclose(temp_stream.file);
-    if (temp_stream.path != nullptr)
-      std::remove(temp_stream.path);
-    temp_stream.file = nullptr;
-  }
-  QVFree(temp_stream.path);
-  temp_stream.path = nullptr;
-
+  release_entries(*this);
+  release_new_objects(*this);
+  release_mem_streams(*this);
+  remove_temp_stream(temp_stream);
   release_objstms();
-  export_memory.reset();
+  delete export_memory;
+  export_memory = nullptr;
   lengths.reset();
-
   font_cache.clear();
-  font_ext_cache.clear();
-  cmap_cache.clear();
-  cmap_tou_cache.clear();
+  detach_environment(*this);
+  font_provider = nullptr;
 
   encrypt.free();
   id.free();
@@ -264,15 +283,6 @@ void CPDFXRefTable::XRefFree() {
   repaired_count = 0;
   entries_lost = 0;
   sections_lost = 0;
-
-  if (env != nullptr) {
-    env->unload();
-    CPDFEnviroment::destroy(env);
-    env = nullptr;
-    font_ext_cache.env = cmap_cache.env = cmap_tou_cache.env = nullptr;
-  }
-  font_provider = nullptr;
-
   sections_read.reset();
   listed.reset();
   repairs.reset();

@@ -1,8 +1,8 @@
 // Linearized files (ISO 32000-1, Annex F): recognised from their first object, so that the first
 // page can be shown and the page list read before the end of the file is there.
-#include <cstring>
+#include <cstddef>
+#include <string_view>
 
-#include "sheaf/base/chars.h"
 #include "sheaf/base/heap.h"
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/object/array.h"
@@ -14,7 +14,7 @@ using namespace sheaf;
 namespace {
 
 constexpr unsigned kObjWindow = 19;  // a header of 16 bytes in front of "obj"
-constexpr unsigned kHeaderReach = 16;
+constexpr std::ptrdiff_t kHeaderReach = 16;
 constexpr unsigned kEndObjLen = 6;
 
 // Finds the first "obj" and sets `buf_pos` on the number of its header.
@@ -23,26 +23,16 @@ bool skip_to_first_header(CPDFBuf& buf) {
     buf.buf_need(kObjWindow);
     if (buf.buf_len - buf.buf_pos < kObjWindow)
       return false;
-    std::uint32_t at = buf.buf_pos;
-    const std::uint32_t limit = buf.buf_len - 2;
-    while (at < limit && std::memcmp(buf.buf_data + at, "obj", 3) != 0)
-      ++at;
-    if (at == limit) {
+    const std::size_t at = std::string_view(buf.buf_data, buf.buf_len).find("obj", buf.buf_pos);
+    if (at == std::string_view::npos) {
       buf.buf_pos = buf.buf_len - (kObjWindow - 1);
       continue;
     }
-    std::uint32_t start = at;
-    const auto back_over = [&](auto&& belongs) {
-      while (start > 0 && belongs(buf.buf_data[start - 1]))
-        --start;
-    };
-    back_over(is_strict_space);
-    back_over(is_digit);
-    back_over(is_strict_space);
-    back_over(is_digit);
-    if (at - start >= kHeaderReach)  // the byte in front of the number counts too
+    const char* const word = buf.buf_data + at;
+    const char* const start = find_header_numbers(buf.buf_data, word);
+    if (start == nullptr || word - start >= kHeaderReach)  // the byte in front of the number counts too
       return false;
-    buf.buf_pos = start;
+    buf.buf_pos = static_cast<std::uint32_t>(start - buf.buf_data);
     return true;
   }
 }

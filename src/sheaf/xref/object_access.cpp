@@ -22,7 +22,7 @@ constexpr std::uint32_t kStaleDistance = 8;  // found farther behind: the table 
 constexpr int kMostLinks = 32;               // references to references that are followed
 
 void correct_entry(CPDFXRefTable& table, std::int32_t num, std::uint32_t found) {
-  if (table.note_found(static_cast<std::uint32_t>(num), found))
+  if (table.note_found(object_index(num), found))
     table.repairs.note(PDF_REPAIR::kEntryCorrected, num, found);
 }
 
@@ -142,7 +142,7 @@ void read_found(CPDFXRefTable& table, Taker& taker, const PDF_REF& ref, std::uin
 
 template <class Taker>
 void fetch(CPDFXRefTable& table, Taker& taker, const PDF_REF& ref) {
-  const auto num = static_cast<std::uint32_t>(ref.num);
+  const auto num = ref.index();
   const bool is_known = table.know_entry(num) && table.xref_items[num].is_known();
   // Nothing else shows that a table has lost some lines.
   if (!is_known && table.finder != nullptr && (table.sections_lost != 0 || table.listed.leave_out(num)))
@@ -151,7 +151,7 @@ void fetch(CPDFXRefTable& table, Taker& taker, const PDF_REF& ref) {
     return;
   const PDF_XREF entry = table.xref_items[num];
   if (entry.is_compressed() && table.know_entry(entry.offset)) {
-    const auto container = static_cast<std::int32_t>(entry.offset);
+    const auto container = entry.container();
     correct_container(table, container);
     taker.copy_compressed(table, table.objstm_place(entry.offset), container, entry.gen);
   } else if (const PDF_NEWOBJ* const slot = table.slot_of(num)) {

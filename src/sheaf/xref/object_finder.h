@@ -21,7 +21,7 @@ public:
   /// or lines of theirs are gone.
   virtual void enter_missing() = 0;
   /// Whether a reference of the document is known to lead to `num`, a number that no object has: an object
-  /// made under it would bring a dead reference to life.
+  /// made under it would be what that reference then means.
   virtual bool is_named(std::uint32_t num) = 0;
 };
 

@@ -25,8 +25,8 @@ bool read_stream_section(CPDFXRefTable& table, CPDFBufBase& buf, long long& prev
     return false;
   table.xref_kinds |= 2;
   const std::int32_t num = rec->ref.num;
-  if (num >= 0 && static_cast<std::uint32_t>(num) < table.max_obj_num())
-    table.grow_xref_items(static_cast<std::uint32_t>(num) + 1, true);
+  if (num >= 0 && object_index(num) < table.max_obj_num())
+    table.grow_xref_items(object_index(num) + 1, true);
   const std::unique_ptr<CPDFStream> decoder(table.make_stream(rec));
   if (decoder == nullptr)
     return false;

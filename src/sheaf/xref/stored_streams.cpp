@@ -11,7 +11,7 @@ bool CPDFXRefTable::find_stored(StoredBytes& found, const CPDFStreamRec& rec, CQ
   if (source == &temp_stream)
     stated.set_int(0);  // what is kept there knows its length; behind it lie the bytes of other streams
   else if (rec.length == 0)
-    resolve(stated, rec.dict.get_item(CPDFDictionary::sm_tag_length));
+    stated = value(&rec.dict, CPDFDictionary::sm_tag_length);
   return found.find(rec, source, &stated, none);
 }
 

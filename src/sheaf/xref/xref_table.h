@@ -30,7 +30,6 @@
 #include "sheaf/object/dictionary.h"
 #include "sheaf/object/object.h"
 #include "sheaf/object/stream_rec.h"
-#include "sheaf/xref/export_memory.h"
 #include "sheaf/xref/guards.h"
 
 class CPDFAcroForm;
@@ -50,6 +49,7 @@ class CQVBmp32;
 class CQVFTFont;
 
 namespace sheaf {
+class ExportMemory;
 class ObjectFinder;
 class StoredBytes;
 enum class NoLength;
@@ -79,6 +79,8 @@ struct PDF_XREF {
 
   bool is_known() const { return type != kFree; }
   bool is_compressed() const { return type == kCompressed; }
+  /// The object stream of a compressed object.
+  std::int32_t container() const { return sheaf::object_num(offset); }
   /// At the place that a section names.
   bool is_listed() const { return type == kInFile || type == kInFileLate; }
   /// At a place that scanning found.
@@ -262,8 +264,8 @@ public:
   sheaf::Room entry_room;
   sheaf::Room slot_room;
   sheaf::Room mem_stream_room;
-  sheaf::NumberIndex mem_stream_index;  ///< Entry of mem_streams plus one by object number.
-  sheaf::ExportMemory export_memory;
+  sheaf::NumberIndex mem_stream_index;           ///< Entry of mem_streams plus one by object number.
+  sheaf::ExportMemory* export_memory = nullptr;  ///< Owned; made by the first export of an annotation.
 
   // ---- opening and closing (xref/) ----
 
@@ -493,7 +495,7 @@ public:
   /// The rounding rule of growth: a multiple of 256 above `num`.
   static constexpr std::uint32_t rounded_count(std::uint32_t num) { return (num + 256) & ~std::uint32_t{255}; }
   /// The entry of `num`, or null where the table does not reach so far. Valid until the table grows.
-  PDF_XREF* entry(std::int32_t num) { return entry(static_cast<std::uint32_t>(num)); }
+  PDF_XREF* entry(std::int32_t num) { return entry(sheaf::object_index(num)); }
   PDF_XREF* entry(std::uint32_t num) { return num < xref_count ? xref_items + num : nullptr; }
   /// Notes the place at which scanning found object `num`. False without memory.
   bool note_found(std::uint32_t num, std::uint32_t offset);

@@ -23,7 +23,7 @@ public:
     return filler.set(name.c_str(), values.data(), static_cast<std::int32_t>(values.size()));
   }
 
-  /// What stands under a key of an object, in PDF syntax, references resolved; "" when there is nothing.
+  /// The value of a key of an object, in PDF syntax, references resolved; "" when there is nothing.
   std::string at(int num, const char* key) {
     Freed<CPDFObj> obj;
     Freed<CPDFObj> value;

@@ -104,7 +104,7 @@ TEST(DocMergePages, EditsKeepWhatPagesInherit) {
   }
 }
 
-// The catalogue stands in the trailer, or names as page tree what is an action: neither is lost by an edit.
+// The catalogue is written in the trailer, or names an action as page tree: neither is lost by an edit.
 TEST(DocMergePages, EditsOfDamagedDocumentsLoseNothingElse) {
   PdfBuilder direct;
   direct.pages(2).classic("/Root<</Type/Catalog/Pages 2 0 R/Lang(x)/AcroForm<</DA(own)/Fields[]>>>>");

@@ -51,7 +51,7 @@ TEST(Dct, EveryColourSpaceComesBack) {
       {.progressive = true},
       {.subsampled = true},
       {.stored = JCS_RGB, .adobe_marker = true},
-      {.stored = JCS_RGB, .jfif_marker = false},  // told by the numbers of the components
+      {.stored = JCS_RGB, .jfif_marker = false},  // known by the numbers of the components
       {.components = 2, .given = JCS_UNKNOWN, .stored = JCS_UNKNOWN},
       {.components = 4, .given = JCS_CMYK, .stored = JCS_CMYK},
       {.components = 4, .given = JCS_CMYK, .stored = JCS_CMYK, .adobe_marker = true, .progressive = true},
@@ -204,8 +204,8 @@ TEST(Jpx, ComponentsOfAnyDepthComeAtEightBits) {
 }
 
 TEST(Jpx, FewerChromaSamplesAreSpreadAndConverted) {
-  for (const bool told : {false, true}) {
-    const Jp2Kind kind{.bare = !told, .chroma_step = 2, .space = told ? OPJ_CLRSPC_SYCC : OPJ_CLRSPC_UNSPECIFIED};
+  for (const bool stated : {false, true}) {
+    const Jp2Kind kind{.bare = !stated, .chroma_step = 2, .space = stated ? OPJ_CLRSPC_SYCC : OPJ_CLRSPC_UNSPECIFIED};
     const std::string file = make_jp2(kWidth, kHeight, kind, [](int c, int x, int y) { return ramp(c, x, y, 199); });
     std::string stored;
     for (int i = 0; i < kWidth * kHeight; ++i) {

@@ -15,7 +15,7 @@ inline int signed_at(const std::string& bytes, std::size_t at) {
   return static_cast<std::int16_t>(number_at(bytes, at, 2));
 }
 
-/// The tables of a single font. The order and the checksums of its directory are told too.
+/// The tables of a single font. It also says whether its directory is in order and the checksums are right.
 struct FontFile {
   explicit FontFile(const std::string& file) {
     std::string before;

@@ -258,7 +258,7 @@ const CPDFDictionary* ContentChecker::share(std::int32_t num, const CPDFObj* val
   if (num == 0)
     return nullptr;
   if (shared_num_ != num)
-    doc_.table().resolve(shared_, value);
+    shared_ = doc_.table().value(value);
   shared_num_ = num;
   return shared_.as_dict();
 }
@@ -405,7 +405,7 @@ bool ContentChecker::is_absent(State& state, std::string_view name) {
   const Kind kind = state.known->kind;
   Freed<CPDFObj>& group = state.groups[kind];
   if (!state.has_group[kind])
-    doc_.table().resolve(group, state.resources != nullptr ? state.resources->get_item(kKindNames[kind]) : nullptr);
+    group = doc_.table().value(state.resources, kKindNames[kind]);
   state.has_group[kind] = true;
   GrowArray<char> key;
   if (!key.resize(name.size() + 1))

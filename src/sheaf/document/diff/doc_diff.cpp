@@ -8,6 +8,7 @@
 #include "sheaf/document/content/content_text.h"
 #include "sheaf/document/diff/value_walk_internal.h"
 #include "sheaf/document/doc.h"
+#include "sheaf/document/pages/inherited_resources.h"
 #include "sheaf/document/pages/page_boxes.h"
 
 using namespace sheaf;
@@ -54,13 +55,9 @@ std::int32_t place_of_resources(CPDFDoc& doc, const CPDFPage& page) {
 }
 
 // The resources that apply to the page `index`, wherever they are.
-void read_resources(CPDFDoc& doc, int index, CPDFObj& out) {
+Freed<CPDFObj> read_resources(CPDFDoc& doc, int index) {
   CPDFPage page;
-  if (!doc.load_page(index, page))
-    return;
-  doc.table().resolve(out, page.dict.get_item(CPDFDictionary::sm_tag_res));
-  if (out.as_dict() == nullptr && page.from_above.resources.num != 0)
-    doc.table().get_entity(out, page.from_above.resources);
+  return doc.load_page(index, page) ? page_resources(doc.table(), page) : Freed<CPDFObj>();
 }
 
 // Whether an object holds the file together.
@@ -212,10 +209,8 @@ private:
 bool CPDFDocDiff::same_resources(const Pair& pair, std::int32_t place_a, std::int32_t place_b) {
   if (place_a != 0 && place_b != 0 && place_a == resources_.a && place_b == resources_.b)
     return resources_are_same_;
-  Freed<CPDFObj> a;
-  Freed<CPDFObj> b;
-  read_resources(a_, pair.a, a);
-  read_resources(b_, pair.b, b);
+  const Freed<CPDFObj> a = read_resources(a_, pair.a);
+  const Freed<CPDFObj> b = read_resources(b_, pair.b);
   resources_ = {place_a, place_b};
   resources_are_same_ = ValueWalk(a_, b_).are_same(a, b);
   return resources_are_same_;

@@ -162,8 +162,8 @@ bool ValueWalk::step() {
   b.move_from(node.b);
   if (was_seen(a, b))
     return true;
-  a_.table().resolve(now_a_, &a);
-  b_.table().resolve(now_b_, &b);
+  now_a_ = a_.table().value(&a);
+  now_b_ = b_.table().value(&b);
   has_a_ = !now_a_.is_null();
   has_b_ = !now_b_.is_null();
   differs_ = !open(at_);

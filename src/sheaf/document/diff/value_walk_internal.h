@@ -5,6 +5,7 @@
 
 #include "sheaf/base/grow_array.h"
 #include "sheaf/base/number_map.h"
+#include "sheaf/base/scope_guard.h"
 #include "sheaf/object/object.h"
 
 class CPDFDoc;
@@ -76,8 +77,8 @@ private:
   bool differs_ = false;
   bool has_a_ = false;
   bool has_b_ = false;
-  CPDFObj now_a_{};  // owned
-  CPDFObj now_b_{};
+  Freed<CPDFObj> now_a_;
+  Freed<CPDFObj> now_b_;
 };
 
 }  // namespace sheaf

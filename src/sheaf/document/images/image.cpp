@@ -151,11 +151,9 @@ std::uint8_t* CPDFImage::load_encoded(std::int32_t& len) const {
 
 void CPDFImage::last_parms(CPDFDictionary& out) const {
   const CPDFStreamRec* rec = stream_.as_stream();
-  Freed<CPDFObj> last;
-  Freed<CPDFObj> parms = table_->value(rec != nullptr ? rec->dict.get_item("DecodeParms") : nullptr);
+  const Freed<CPDFObj> parms = table_->value(rec != nullptr ? &rec->dict : nullptr, "DecodeParms");
   const CPDFArray* list = parms.as_array();
-  if (list != nullptr)
-    table_->resolve(last, list->get(filter_count - 1));
+  const Freed<CPDFObj> last = table_->value(list, filter_count - 1);
   out.copy_from(list != nullptr ? last.as_dict() : parms.as_dict());
 }
 

@@ -100,13 +100,13 @@ std::int32_t CPDFDocMerge::append(CPDFDoc& source, const std::int32_t* pages, st
   return done;
 }
 
-// False when the page list proves wrong on the way: what is not known for a page came along as
+// False when the page list proves wrong on the way: an object that is not known for a page was copied as
 // something else. `done` pages were then appended.
 bool CPDFDocMerge::append_source(MergeSource& source, const std::int32_t* pages, std::int32_t count, const char* title,
                                  std::int32_t& done) {
   MergeParts& parts = *parts_;
   CPDFDoc& into = parts.target.doc;
-  const bool told = source.doc.has_pages_as_told();
+  const bool believed = source.doc.has_pages_as_told();
   SourceDestinations destinations(source, parts.names.destinations());
   PageImport import(source);
   GrowArray<std::int32_t> appended;
@@ -117,7 +117,7 @@ bool CPDFDocMerge::append_source(MergeSource& source, const std::int32_t* pages,
     bool repeated = false;
     WorkWatch::at(i, count);
     const PDF_REF page = import.append(pages[i], repeated);
-    if (told && !source.doc.has_pages_as_told())
+    if (believed && !source.doc.has_pages_as_told())
       return false;
     destinations.read_along(pages[i]);
     if (page.num == 0 || !appended.push(pages[i]) || !into.insert_page(into.page_count(), page))

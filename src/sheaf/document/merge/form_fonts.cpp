@@ -81,8 +81,8 @@ bool is_same_in(CPDFXRefTable& a, const CPDFObj& left, CPDFXRefTable& b, const C
       same = false;
       continue;
     }
-    a.resolve(ours, &first);
-    b.resolve(theirs, &second);
+    ours = a.value(&first);
+    theirs = b.value(&second);
     same = is_same_outside(ours, theirs, waiting);
   }
   return same;

@@ -163,7 +163,7 @@ void MergeForm::name_kid(const PDF_REF& parent, const PDF_REF& kid) {
   Freed<CPDFObj> kids;
   const CPDFDictionary* const above = target_.stored_dict(parent);
   if (above != nullptr && parents_.visit(parent.num))
-    table_.resolve(kids, above->get_item("Kids"));
+    kids = table_.value(above, "Kids");
   for (std::int32_t i = 0; kids.as_array() != nullptr && i < kids.as_array()->count; ++i) {
     const PDF_REF sibling = kids.as_array()->items[i].as_ref();
     if (sibling == kid || !key_of(parent, sibling, key))
@@ -199,8 +199,8 @@ void MergeForm::leave_out_fields(MergeSource& source, const CPDFArray& fields) {
   for (int i = 0; i < source.doc.page_count(); ++i) {
     if (source.wanted.has(source.doc.page_ref(i).num))
       continue;
-    source.table.get_entity(obj, source.doc.page_ref(i));
-    source.table.resolve(list, obj.as_dict() != nullptr ? obj.as_dict()->get_item("Annots") : nullptr);
+    obj = source.table.object(source.doc.page_ref(i));
+    list = source.table.value(obj.as_dict(), "Annots");
     for (std::int32_t k = 0; list.as_array() != nullptr && k < list.as_array()->count; ++k)
       source.leave_out(list.as_array()->items + k);
   }
@@ -219,8 +219,8 @@ void MergeForm::leave_out_fields(MergeSource& source, const CPDFArray& fields) {
   for (std::int32_t i = 0; i < fields.count; ++i)
     add(fields.items[i], -1);
   for (std::size_t at = 0; at < nodes.size(); ++at) {
-    source.table.get_entity(obj, nodes[at].ref.as_ref());
-    source.table.resolve(list, obj.as_dict() != nullptr ? obj.as_dict()->get_item("Kids") : nullptr);
+    obj = source.table.object(nodes[at].ref.as_ref());
+    list = source.table.value(obj.as_dict(), "Kids");
     const std::size_t before = nodes.size();
     for (std::int32_t k = 0; list.as_array() != nullptr && k < list.as_array()->count; ++k)
       add(list.as_array()->items[k], static_cast<std::int32_t>(at));
@@ -261,7 +261,7 @@ void MergeForm::take_order(MergeSource& source, const CPDFDictionary& form) {
 void MergeForm::take_settings(MergeSource& source, const CPDFDictionary& form, std::int32_t first_field) {
   Freed<CPDFObj> theirs;
   for (const char* key : {"DA", "Q"}) {
-    source.table.resolve(theirs, form.get_item(key));
+    theirs = source.table.value(&form, key);
     rename_fonts(theirs, source.new_font_names);
     CPDFDictionary* ours = form_.edit_dict();
     const CPDFObj* present = ours != nullptr ? ours->get_item(key) : nullptr;
@@ -284,10 +284,10 @@ void MergeForm::take_settings(MergeSource& source, const CPDFDictionary& form, s
   CPDFDictionary* const ours = form_.edit_dict();
   if (ours == nullptr)
     return;
-  source.table.resolve(theirs, form.get_item("NeedAppearances"));
+  theirs = source.table.value(&form, "NeedAppearances");
   if (theirs.as_bool())
     ours->set_item_bool("NeedAppearances", 1);
-  source.table.resolve(theirs, form.get_item("SigFlags"));
+  theirs = source.table.value(&form, "SigFlags");
   const CPDFObj* flags = ours->get_item("SigFlags");
   if (theirs.tag == kTagInt && theirs.as_int() != 0)
     ours->set_item_int("SigFlags", kHasSignatureFields | (flags != nullptr ? flags->as_int() : 0));

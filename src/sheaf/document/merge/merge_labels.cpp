@@ -30,11 +30,11 @@ void MergeLabels::take(MergeSource& source, const std::int32_t* pages, std::int3
     if (label == nullptr)
       fresh.set_item_name("S", "D");
     for (const char* key : {"S", "P"}) {
-      source.table.resolve(value, label != nullptr ? label->get_item(key) : nullptr);
+      value = source.table.value(label, key);
       if (value.tag == kTagName || value.tag == kTagString)
         fresh.move_item(key, value);
     }
-    source.table.resolve(value, label != nullptr ? label->get_item("St") : nullptr);
+    value = source.table.value(label, "St");
     const std::int64_t number = std::int64_t{std::max(value.to_int(), 1)} + pages[i] - std::max(start, 0);
     if (number > 1 && number <= INT32_MAX)
       fresh.set_item_int("St", static_cast<int>(number));

@@ -60,7 +60,7 @@ void MergeLayers::take(MergeSource& source) {
   Freed<CPDFObj> groups = source.table.value(content.as_dict(), "OCGs");
   Freed<CPDFObj> config = source.table.value(content.as_dict(), "D");
   take_list(source, &groups, "OCGs");
-  source.table.resolve(groups, content.as_dict()->get_item("OCGs"));
+  groups = source.table.value(content.as_dict(), "OCGs");
   take_shown_and_hidden(source, config.as_dict(), &groups);
   for (const char* key : kLists)
     take_list(source, config.as_dict() != nullptr ? config.as_dict()->get_item(key) : nullptr, key);

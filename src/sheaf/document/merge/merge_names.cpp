@@ -99,13 +99,13 @@ void MergeNames::find_elsewhere(MergeSource& source, VisitedSet& elsewhere) cons
     const PDF_REF ref = source.doc.page_ref(i);
     if (source.wanted.has(ref.num))
       continue;
-    source.table.get_entity(page, ref);
+    page = source.table.object(ref);
     if (page.as_dict() == nullptr)
       continue;
     look_at(*page.as_dict());
-    source.table.resolve(annots, page.as_dict()->get_item("Annots"));
+    annots = source.table.value(page.as_dict(), "Annots");
     for (std::int32_t k = 0; annots.as_array() != nullptr && k < annots.as_array()->count; ++k) {
-      source.table.resolve(annot, annots.as_array()->items + k);
+      annot = source.table.value(annots.as_array()->items + k);
       if (annot.as_dict() != nullptr)
         look_at(*annot.as_dict());
     }

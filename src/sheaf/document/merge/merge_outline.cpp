@@ -76,7 +76,7 @@ void MergeOutline::list(MergeSource& source, SourceDestinations& destinations, G
     waiting.pop();
     if (!visited.visit(at.ref.num))
       continue;
-    source.table.get_entity(obj, at.ref);
+    obj = source.table.object(at.ref);
     const CPDFDictionary* dict = obj.as_dict();
     if (dict == nullptr)
       continue;
@@ -183,7 +183,7 @@ PDF_REF MergeOutline::last_of(const CPDFDictionary& root) {
   PDF_REF last{0, 0};
   VisitedSet visited;
   for (PDF_REF at = item != nullptr ? item->as_ref() : PDF_REF{0, 0}; visited.visit(at.num);) {
-    table_.get_entity(entry, at);
+    entry = table_.object(at);
     if (entry.as_dict() == nullptr)
       return last;
     last = at;

@@ -45,10 +45,9 @@ bool same_text(const PDF_String& a, const PDF_String& b) {
 }
 
 // What the first intent of `list` is called; null without one.
-void find_identifier(CPDFXRefTable& table, const CPDFArray& list, CPDFObj& identifier) {
+void find_identifier(CPDFXRefTable& table, const CPDFArray& list, Freed<CPDFObj>& identifier) {
   Freed<CPDFObj> intent = table.value(list.get(0));
-  if (const CPDFDictionary* dict = intent.as_dict())
-    table.resolve(identifier, dict->get_item("OutputConditionIdentifier"));
+  identifier = table.value(intent.as_dict(), "OutputConditionIdentifier");
 }
 
 }  // namespace

@@ -16,8 +16,8 @@ constexpr int kFewPart = 4;
 
 MergeSource::MergeSource(CPDFDoc& source, ImportContext* import, MergeTarget& into)
     : doc(source), table(source.table()), context(import), target(into) {
-  table.resolve(catalog, &table.root);
-  first_num = static_cast<std::int32_t>(target.table.next_obj_num);
+  catalog = table.catalog();
+  first_num = object_num(target.table.next_obj_num);
   first_slot = target.table.new_obj_count;
 }
 
@@ -27,7 +27,7 @@ const CPDFObj* MergeSource::entry(const char* key) const {
 
 // Listing pages or elements may make objects of values that are in others; the map must know them.
 bool MergeSource::widen_map() {
-  const auto size = static_cast<std::uint32_t>(table.next_obj_num);
+  const std::uint32_t size = table.next_obj_num;
   if (size <= context->map_size)
     return true;
   constexpr std::uint32_t kStep = 1024;
@@ -54,7 +54,7 @@ void MergeSource::reserve_pages(const std::int32_t* pages, std::int32_t count) {
     const PDF_REF ref = doc.page_ref(pages[i]);
     if (!is_mapped(ref.num) || !wanted.visit(ref.num))
       continue;
-    context->map[ref.num] = static_cast<std::uint32_t>(target.table.alloc_obj_num());
+    context->map[ref.num] = object_index(target.table.alloc_obj_num());
     ++different;
   }
   const int page_count = doc.page_count();
@@ -74,13 +74,13 @@ void MergeSource::reserve_pages(const std::int32_t* pages, std::int32_t count) {
 void MergeSource::leave_out(const CPDFObj* item) {
   const std::int32_t num = item != nullptr ? item->as_ref().num : 0;
   if (num > 0 && is_mapped(num) && context->map[num] == 0)
-    context->map[num] = static_cast<std::uint32_t>(target.left_out_num);
+    context->map[num] = object_index(target.left_out_num);
 }
 
 PDF_REF MergeSource::copy_of(std::int32_t num) const {
   if (num < 1 || !is_mapped(num) || is_left_out(num))
     return {0, 0};
-  return {static_cast<std::int32_t>(context->map[num]), 0};
+  return PDF_REF::at(context->map[num]);
 }
 
 bool MergeSource::import(CPDFObj& value) {

@@ -26,11 +26,11 @@ public:
   /// An entry of the catalogue, resolved; null without one.
   void read(CPDFObj& out, const char* key) const { table.resolve(out, entry(key)); }
 
-  bool is_mapped(std::int32_t num) const { return static_cast<std::uint32_t>(num) < context->map_size; }
+  bool is_mapped(std::int32_t num) const { return object_index(num) < context->map_size; }
   /// Maps what `item` refers to, so that nothing brings it along.
   void leave_out(const CPDFObj* item);
   bool is_left_out(std::int32_t num) const {
-    return is_mapped(num) && context->map[num] == static_cast<std::uint32_t>(target.left_out_num);
+    return is_mapped(num) && context->map[num] == object_index(target.left_out_num);
   }
   /// The copy of object `num`; {0, 0} when it was left out.
   PDF_REF copy_of(std::int32_t num) const;

@@ -70,7 +70,7 @@ void MergeStructure::take(MergeSource& source) {
     if (!element.kept)
       source.leave_out(&item);
     else if (source.is_mapped(element.ref.num) && source.context->map[element.ref.num] == 0)
-      source.context->map[element.ref.num] = static_cast<std::uint32_t>(table_.alloc_obj_num());
+      source.context->map[element.ref.num] = object_index(table_.alloc_obj_num());
   }
   for (const SourceElement& element : elements_) {
     if (element.kept)
@@ -140,7 +140,7 @@ void MergeStructure::store_copies(MergeSource& source, std::size_t at, std::size
     copied_objects_.visit(source.repeated[i].num);
   }
   for (const std::int32_t index : chosen)
-    lead_to(elements_.at(index).ref.num, static_cast<std::uint32_t>(table_.alloc_obj_num()));
+    lead_to(elements_.at(index).ref.num, object_index(table_.alloc_obj_num()));
   names_.start_copy();
   const bool is_complete = before.size() == end - at + chosen.size();
   for (std::size_t i = 0; is_complete && i < chosen.size(); ++i) {
@@ -190,7 +190,7 @@ void MergeStructure::store(MergeSource& source, const SourceElement& element) {
     return;
   Freed<CPDFObj> kids;
   if (const CPDFObj* item = obj.as_dict()->get_item("K")) {
-    source.table.resolve(kids, item);
+    kids = source.table.value(item);
     if (kids.as_array() == nullptr && kids.tag != kTagInt)
       kids.copy_from(item);
   }
@@ -295,7 +295,7 @@ void MergeStructure::take_tops(MergeSource& source) {
   if (target_.takes_settings())
     language_.copy_from(&theirs);
   else if (ours != nullptr && language_.is_null())
-    table_.resolve(language_, ours);
+    language_ = table_.value(ours);
   const PDF_String a = theirs.as_string();
   const PDF_String b = language_.as_string();
   const bool same = a.len == b.len && std::equal(a.data, a.data + a.len, b.data);
@@ -322,7 +322,7 @@ void MergeStructure::take_tops(MergeSource& source) {
     is_marked_ = true;
   else
     ++untagged_;
-  source.table.resolve(kids, root.as_dict() != nullptr ? root.as_dict()->get_item("Namespaces") : nullptr);
+  kids = source.table.value(root.as_dict(), "Namespaces");
   if (kids.as_array() == nullptr || !source.import(kids))
     return;
   if (namespaces_.as_array() == nullptr) {
@@ -382,7 +382,7 @@ void MergeStructure::put(CPDFDictionary& catalog) {
     return;
   Freed<CPDFObj> root;
   if (has_own_)
-    table_.get_entity(root, root_);
+    root = table_.object(root_);
   if (root.as_dict() == nullptr)
     root.take_dict(new (std::nothrow) CPDFDictionary);
   if (root.as_dict() == nullptr)

@@ -143,7 +143,7 @@ bool MergeTidy::tidy_slot(PDF_NEWOBJ& slot) {
     return slot.obj.as_array() == nullptr || tidy_array(*slot.obj.as_array(), nullptr);
   const bool good = tidy_dict(*dict);
   if (first_round_)
-    structure_.set_key(static_cast<std::int32_t>(slot.num), *dict);
+    structure_.set_key(slot.num, *dict);
   const CPDFObj* const kind = dict->get_item(CPDFDictionary::sm_tag_type);
   if (kind != nullptr && kind->is_name("Page") && dict->get_item(CPDFDictionary::sm_tag_res) == nullptr) {
     const Cleared<CPDFDictionary> none;
@@ -162,10 +162,10 @@ void MergeTidy::run() {
     found = false;
     for (std::uint32_t i = src_.first_slot; i < table_.new_obj_count; ++i) {
       PDF_NEWOBJ& slot = table_.new_objs[i];
-      if (static_cast<std::int32_t>(slot.num) < src_.first_num || tidy_slot(slot))
+      if (slot.num < src_.first_num || tidy_slot(slot))
         continue;
       slot.obj.free();
-      found = emptied_.visit(static_cast<std::int32_t>(slot.num)) || found;
+      found = emptied_.visit(slot.num) || found;
     }
     first_round_ = false;
   }

@@ -14,7 +14,7 @@ PDF_REF PageImport::append(std::int32_t index, bool& repeated) {
   repeated = false;
   if (!src_.doc.load_page_alone(index, page) || !src_.is_mapped(page.ref.num))
     return {0, 0};
-  const PDF_REF first{static_cast<std::int32_t>(src_.context->map[page.ref.num]), 0};
+  const PDF_REF first = PDF_REF::at(src_.context->map[page.ref.num]);
   if (done_.visit(page.ref.num))
     return import_page(page, first) ? first : PDF_REF{0, 0};
   if (++copies_ > CPDFDoc::kMostPageCopies)
@@ -28,7 +28,7 @@ PDF_REF PageImport::append(std::int32_t index, bool& repeated) {
   const bool good = import_page(page, copy);
   // Links lead to the first copy; the structure gets elements for this one.
   for (const Mapping& mapping : forgotten) {
-    const auto made = static_cast<std::int32_t>(src_.context->map[mapping.num]);
+    const auto made = object_num(src_.context->map[mapping.num]);
     if (good && made != 0)
       src_.repeated.push({copies_, mapping.num, {made, 0}});
     src_.context->map[mapping.num] = mapping.copy;
@@ -103,7 +103,7 @@ void PageImport::mend(const CPDFPage& page, CPDFDictionary& dict) {
   Freed<CPDFObj> value = src_.table.value(&dict, "Contents");
   if (value.as_stream() == nullptr && value.as_array() == nullptr)
     dict.set_item("Contents", nullptr);
-  src_.table.resolve(value, dict.get_item("MediaBox"));
+  value = src_.table.value(&dict, "MediaBox");
   bool sound = value.as_array() != nullptr && value.as_array()->count >= 4;
   for (std::int32_t i = 0; sound && i < 4; ++i) {
     Freed<CPDFObj> side = src_.table.value(value.as_array()->items + i);

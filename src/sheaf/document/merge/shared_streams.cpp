@@ -150,7 +150,7 @@ bool SharedStreams::find_equals(const MergeSource& source) {
   std::int32_t count = 0;
   for (std::uint32_t i = source.first_slot; i < table_.new_obj_count; ++i) {
     PDF_NEWOBJ& slot = table_.new_objs[i];
-    const auto num = static_cast<std::int32_t>(slot.num);
+    const std::int32_t num = slot.num;
     const CPDFStreamRec* const stream = num >= first_num_ ? slot.obj.as_stream() : nullptr;
     if (stream == nullptr || stream->length < kLeastLength)
       continue;

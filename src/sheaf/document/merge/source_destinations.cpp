@@ -48,7 +48,7 @@ void SourceDestinations::look_at(Destination& destination) {
   if (const CPDFDictionary* dict = place->as_dict()) {
     place = dict->get_item("D");
     if (place != nullptr && place->tag == kTagRef) {
-      src_.table.resolve(inner, place);
+      inner = src_.table.value(place);
       place = &inner;
     }
   }
@@ -159,7 +159,7 @@ std::int32_t SourceDestinations::page_of(const CPDFObj* destination) {
   Freed<CPDFObj> value = src_.table.value(destination);
   Freed<CPDFObj> inner;
   if (value.as_dict() != nullptr) {
-    src_.table.resolve(inner, value.as_dict()->get_item("D"));
+    inner = src_.table.value(value.as_dict(), "D");
     value.move_from(inner);
   }
   if (value.as_array() != nullptr)

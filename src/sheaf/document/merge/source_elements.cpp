@@ -101,7 +101,7 @@ void SourceElements::list_all(MergeSource& source, const CPDFDictionary& root) {
     waiting.pop();
     if (index_of_.get(element.ref.num) != 0)
       continue;
-    source.table.get_entity(obj, element.ref);
+    obj = source.table.object(element.ref);
     const CPDFDictionary* const dict = obj.as_dict();
     if (dict == nullptr)
       continue;
@@ -149,7 +149,7 @@ void SourceElements::add_with_parents(MergeSource& source, const PDF_REF& elemen
   if (present >= 0)
     elements_[present].holds_elements = false;
   while (above.num > 0 && index_of_.get(above.num) == 0 && chain.size() < kMostLevels) {
-    source.table.get_entity(obj, above);
+    obj = source.table.object(above);
     const CPDFDictionary* const dict = obj.as_dict();
     if (dict == nullptr || !is_structure_element(*dict))
       break;  // the root
@@ -189,7 +189,7 @@ bool SourceElements::add_empty_kids(MergeSource& source, std::int32_t index) {
     }
     if (kid.num < 1 || index_of_.get(kid.num) != 0)
       continue;
-    source.table.get_entity(obj, kid);
+    obj = source.table.object(kid);
     if (obj.as_dict() == nullptr || !is_structure_element(*obj.as_dict()))
       continue;
     SourceElement& parent = elements_[index];
@@ -206,7 +206,7 @@ bool SourceElements::add_empty_kids(MergeSource& source, std::int32_t index) {
 void SourceElements::find_wanted_keys(const MergeSource& source, NumberMap& wanted) const {
   for (std::uint32_t i = source.first_slot; i < table_.new_obj_count; ++i) {
     const CPDFDictionary* const dict = table_.new_objs[i].obj.as_dict_or_stream();
-    if (dict == nullptr || static_cast<std::int32_t>(table_.new_objs[i].num) < source.first_num)
+    if (dict == nullptr || table_.new_objs[i].num < source.first_num)
       continue;
     for (const char* key : {"StructParent", "StructParents"}) {
       const CPDFObj* const item = dict->get_item(key);

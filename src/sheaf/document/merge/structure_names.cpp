@@ -37,7 +37,7 @@ void put_new_name(CPDFObj& value, const CPDFDictionary& names) {
 void StructureNames::load(const CPDFDictionary& root) {
   Freed<CPDFObj> map = table_.value(&root, "RoleMap");
   roles_.copy_from(map.as_dict());
-  table_.resolve(map, root.get_item("ClassMap"));
+  map = table_.value(&root, "ClassMap");
   classes_.copy_from(map.as_dict());
   identifiers_.load(table_, &root);
 }

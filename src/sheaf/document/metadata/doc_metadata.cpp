@@ -56,8 +56,7 @@ void DocMetadata::forget() {
 
 bool DocMetadata::set_info(const char* key, const char* utf8) {
   const HeapWatch watch;
-  Freed<CPDFObj> info;
-  table_.resolve(info, &table_.info);
+  Freed<CPDFObj> info = table_.value(&table_.info);
   if (info.as_dict() == nullptr)
     info.take_dict(new (std::nothrow) CPDFDictionary);
   CPDFDictionary* const dict = info.as_dict();

@@ -96,7 +96,7 @@ public:
   const char* text() const { return text_; }
 
 private:
-  // Another prefix than the usual one that stands for the namespace there.
+  // A prefix for the namespace there, other than the usual one.
   static std::string_view other_prefix(pugi::xml_node node, std::string_view uri) {
     for (pugi::xml_node at = node; at.type() == pugi::node_element; at = at.parent()) {
       for (const pugi::xml_attribute& attribute : at.attributes()) {

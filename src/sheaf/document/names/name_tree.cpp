@@ -25,8 +25,8 @@ int compare(const PDF_String& a, const PDF_String& b) {
   return order != 0 ? order : a.len - b.len;
 }
 
-PDF_String element_text(CPDFXRefTable& table, const CPDFArray& array, std::int32_t index, CPDFObj& scratch) {
-  table.resolve(scratch, array.get(index));
+PDF_String element_text(CPDFXRefTable& table, const CPDFArray& array, std::int32_t index, Freed<CPDFObj>& scratch) {
+  scratch = table.value(&array, index);
   const PDF_String text = scratch.as_string();
   return text.data != nullptr ? text : PDF_String{0, const_cast<char*>("")};
 }
@@ -94,15 +94,15 @@ private:
     Freed<CPDFObj> limits;
     Freed<CPDFObj> scratch;
     for (std::int32_t i = 0; i < kids.count; ++i) {
-      table_.resolve(kid, kids.items + i);
+      kid = table_.value(kids.items + i);
       const CPDFDictionary* dict = kid.as_dict();
-      table_.resolve(limits, dict != nullptr ? dict->get_item("Limits") : nullptr);
+      limits = table_.value(dict, "Limits");
       if (limits.as_array() != nullptr && compare(element_text(table_, *limits.as_array(), 0, scratch), name_) <= 0)
         chosen = i;
     }
     CPDFObj& slot = kids.items[chosen];
     const PDF_REF ref = slot.as_ref();
-    table_.resolve(kid, &slot);
+    kid = table_.value(&slot);
     if (kid.as_dict() == nullptr)
       return Insert::kDamaged;
     const Insert result = insert(*kid.as_dict(), level + 1);

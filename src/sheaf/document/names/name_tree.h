@@ -28,7 +28,7 @@ void name_tree_walk(CPDFXRefTable& table, const CPDFObj* root, const Visit& visi
     Freed<CPDFObj> names = table.value(dict, "Names");
     Freed<CPDFObj> kids = table.value(dict, "Kids");
     for (std::int32_t i = 0; names.as_array() != nullptr && i + 1 < names.as_array()->count; i += 2) {
-      table.resolve(name, names.as_array()->items + i);
+      name = table.value(names.as_array()->items + i);
       if (name.tag == kTagString)
         visit(name.as_string(), names.as_array()->items[i + 1]);
     }
@@ -40,7 +40,7 @@ void name_tree_walk(CPDFXRefTable& table, const CPDFObj* root, const Visit& visi
       waiting.pop();
       found = visited.visit(ref.num);
       if (found)
-        table.get_entity(node, ref);
+        node = table.object(ref);
     }
     if (!found)
       return;

@@ -25,29 +25,28 @@ void NumberTree::load(CPDFXRefTable& table, const CPDFObj* root) {
     const CPDFDictionary* dict = node.as_dict();
     if (dict == nullptr)
       return;
-    table.resolve(list, dict->get_item("Nums"));
+    list = table.value(dict, "Nums");
     for (std::int32_t i = 0; list.as_array() != nullptr && i + 1 < list.as_array()->count; i += 2) {
-      Freed<CPDFObj> value;
-      Freed<CPDFObj> key = table.value(list.as_array()->get(i));
-      table.resolve(value, list.as_array()->get(i + 1));
+      const Freed<CPDFObj> key = table.value(list.as_array(), i);
+      Freed<CPDFObj> value = table.value(list.as_array(), i + 1);
       if (key.tag != kTagInt || value.as_dict() == nullptr)
         continue;
       Entry entry{key.as_int(), value};
       if (entries_.push(entry))
         static_cast<CPDFObj&>(value) = CPDFObj{};
     }
-    table.resolve(list, dict->get_item("Kids"));
+    list = table.value(dict, "Kids");
     for (std::int32_t i = 0; list.as_array() != nullptr && i < list.as_array()->count; ++i)
       waiting.push(list.as_array()->items[i].as_ref());
   };
-  table.resolve(node, root);
+  node = table.value(root);
   take();
   while (!waiting.empty()) {
     const PDF_REF ref = waiting.back();
     waiting.pop();
     if (!visited.visit(ref.num))
       continue;
-    table.get_entity(node, ref);
+    node = table.object(ref);
     take();
   }
   std::stable_sort(entries_.begin(), entries_.end(), [](const Entry& a, const Entry& b) { return a.key < b.key; });

@@ -48,20 +48,20 @@ void number_tree_walk(CPDFXRefTable& table, const CPDFObj* root, const Visit& vi
   Freed<CPDFObj> node = table.value(root);
   while (true) {
     const CPDFDictionary* const dict = node.as_dict();
-    table.resolve(list, dict != nullptr ? dict->get_item("Nums") : nullptr);
+    list = table.value(dict, "Nums");
     for (std::int32_t i = 0; list.as_array() != nullptr && i + 1 < list.as_array()->count; i += 2) {
-      table.resolve(key, list.as_array()->items + i);
+      key = table.value(list.as_array()->items + i);
       if (key.tag == kTagInt)
         visit(key.as_int(), list.as_array()->items[i + 1]);
     }
-    table.resolve(list, dict != nullptr ? dict->get_item("Kids") : nullptr);
+    list = table.value(dict, "Kids");
     for (std::int32_t i = 0; list.as_array() != nullptr && i < list.as_array()->count; ++i)
       waiting.push(list.as_array()->items[i].as_ref());
     while (!waiting.empty() && !visited.visit(waiting.back().num))
       waiting.pop();
     if (waiting.empty())
       return;
-    table.get_entity(node, waiting.back());
+    node = table.object(waiting.back());
     waiting.pop();
   }
 }

@@ -31,7 +31,7 @@ bool is_encryption(const CPDFDictionary& dict) {
 namespace sheaf {
 
 bool DeepRecovery::take_object(std::int32_t num, std::uint32_t pos) {
-  const auto index = static_cast<std::uint32_t>(num);
+  const auto index = object_index(num);
   if (num < 1 || index >= table_.max_obj_num())
     return false;  // object 0 is never in use (ISO 32000-1, 7.5.4)
   if (index >= table_.xref_count && !table_.grow_xref_items(CPDFXRefTable::rounded_count(index), false))
@@ -131,11 +131,11 @@ void DeepRecovery::name_object_streams() {
   const std::uint32_t first = table_.xref_count;
   for (const FoundStream& found : object_streams_) {
     if (found.num < 0)
-      take_object(static_cast<std::int32_t>(first + nameless_index(found.num)), found.pos);
+      take_object(object_num(first + nameless_index(found.num)), found.pos);
   }
   for (std::uint32_t num = 1; num < first && num < table_.xref_count; ++num) {
     PDF_XREF& entry = table_.xref_items[num];
-    const auto stream = static_cast<std::int32_t>(entry.offset);
+    const auto stream = entry.container();
     if (entry.is_compressed() && stream < 0)
       entry.offset = first + nameless_index(stream);
   }
@@ -156,7 +156,7 @@ void DeepRecovery::load_object_stream(const FoundStream& found) {
 }
 
 void DeepRecovery::enter_compressed(std::int32_t num, const FoundStream& found, std::int32_t index) {
-  const auto at = static_cast<std::uint32_t>(num);
+  const auto at = object_index(num);
   if (num < 1 || at >= table_.max_obj_num())
     return;
   if (at >= table_.xref_count && !table_.grow_xref_items(CPDFXRefTable::rounded_count(at), false))
@@ -164,7 +164,7 @@ void DeepRecovery::enter_compressed(std::int32_t num, const FoundStream& found, 
   PDF_XREF& entry = table_.xref_items[at];
   const bool newer_in_file = entry.is_changed() && entry.offset > found.pos;
   if (!newer_in_file)
-    entry = {PDF_XREF::kCompressed, static_cast<std::uint32_t>(found.num), index};
+    entry = {PDF_XREF::kCompressed, object_index(found.num), index};
 }
 
 // A catalogue, or failing that the top of a page tree, among the objects of object streams.
@@ -174,7 +174,7 @@ void DeepRecovery::search_compressed() {
     if (!table_.xref_items[num].is_compressed())
       continue;
     const PDF_REF ref = PDF_REF::at(num);
-    table_.get_entity(obj, ref);
+    obj = table_.object(ref);
     if (obj.as_dict() != nullptr)
       note_by_type(ref, *obj.as_dict());
   }
@@ -200,7 +200,7 @@ void DeepRecovery::find_root() {
   dict->set_item_name(CPDFDictionary::sm_tag_type, "Catalog");
   dict->set_item_ref("Pages", tree_);
   table_.root.take_dict(dict);
-  opener_.add_repair("root", tree_.num, 0, "the catalogue is lost; a new one stands over the page tree");
+  opener_.add_repair("root", tree_.num, 0, "the catalogue is lost; a new one was made for the page tree");
 }
 
 void DeepRecovery::run() {
@@ -231,7 +231,7 @@ void DeepRecovery::make_page_tree() {
   Cleared<CPDFArray> kids;
   Freed<CPDFObj> page;
   for (const PDF_REF& ref : pages_) {
-    table_.get_entity(page, ref);
+    page = table_.object(ref);
     if (page.as_dict() == nullptr)
       continue;
     page.as_dict()->set_item_ref(CPDFDictionary::sm_tag_parent, tree);

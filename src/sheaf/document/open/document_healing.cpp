@@ -49,7 +49,7 @@ bool DocumentOpener::heal() {
   if (rebuilt && (doc_.waits_for_password() || !doc_.pages_.misses_pages()))
     return finish(PDF_OPEN::kRebuilt);
   const int pages = doc_.pages_.listed();
-  const std::size_t told = doc_.repairs_.size();
+  const std::size_t known = doc_.repairs_.size();
   if (try_deep_recovery()) {
     if (!rebuilt)
       return finish(PDF_OPEN::kRecovered);
@@ -57,7 +57,7 @@ bool DocumentOpener::heal() {
     if (doc_.pages_.listed() > pages)
       return finish(PDF_OPEN::kRecovered);
   }
-  while (doc_.repairs_.size() > told && rebuilt)
+  while (doc_.repairs_.size() > known && rebuilt)
     doc_.repairs_.pop();
   return rebuilt && try_rebuild() && finish(PDF_OPEN::kRebuilt);
 }

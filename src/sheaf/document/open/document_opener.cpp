@@ -16,12 +16,12 @@ namespace {
 
 // Streams of files give the low 32 bits of their length; their position at the end is the whole of it.
 bool is_too_large(CQVStream& stream) {
-  const long long told = stream.GetLen();
+  const long long length = stream.GetLen();
   stream.SetPos(CQVStream::STR_SEEK_END, 0);
   const long long end = stream.GetPos();
   stream.SetPos(CQVStream::STR_SEEK_SET, 0);
   constexpr long long kMost = UINT32_MAX;
-  return told < 0 || told > kMost || end < 0 || end > kMost;
+  return length < 0 || length > kMost || end < 0 || end > kMost;
 }
 
 }  // namespace
@@ -131,7 +131,7 @@ bool DocumentOpener::try_sections() {
   bool is_cut = true;
   former_length_ = table_.linearized_length;
   // A mark that was cut in the middle gives way to the one before it, which has an older state.
-  const std::size_t told = doc_.repairs_.size();
+  const std::size_t known = doc_.repairs_.size();
   stated_section_ = 0;
   while (is_cut && find_section_mark(stream_, mark)) {
     is_cut = mark.is_cut;
@@ -144,10 +144,10 @@ bool DocumentOpener::try_sections() {
       std::uint32_t place = 0;
       if (!has_object_behind(mark, behind, place) || try_section_behind(mark))
         return true;
-      add_repair("update", behind.num, place, "what stands behind the last section is in none; left out");
+      add_repair("update", behind.num, place, "objects behind the last section are listed by none; left out");
       return read_chain(offset);
     }
-    while (doc_.repairs_.size() > told)
+    while (doc_.repairs_.size() > known)
       doc_.repairs_.pop();  // of an attempt that came to nothing
     if (is_cut && try_section_before(mark))
       return true;

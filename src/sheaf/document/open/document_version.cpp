@@ -1,6 +1,7 @@
 // The version of a document, from its header and its catalogue.
 #include <algorithm>
 #include <cstring>
+#include <string_view>
 
 #include "sheaf/base/chars.h"
 #include "sheaf/base/scope_guard.h"
@@ -15,16 +16,18 @@ void DocumentOpener::find_header() {
   const unsigned len = std::min(stream_.Read(window, kHeaderWindow), kHeaderWindow);
   window[len] = 0;
   const char* const end = window + len;
-  const char mark[] = "%PDF-";
-  const char* at = std::search(window, window + len, mark, mark + 5);
-  doc_.header_offset_ = at != end ? at - window : 0;
+  constexpr std::string_view kMark = "%PDF-";
+  const std::size_t found = std::string_view(window, len).find(kMark);
+  const bool has_header = found != std::string_view::npos;
+  doc_.header_offset_ = has_header ? static_cast<long long>(found) : 0;
   doc_.version_[0] = 0;
-  if (at == end) {
+  if (!has_header) {
     add_repair("header", 0, 0, "no header in the first 1,024 bytes; read without one");
     return;
   }
   std::size_t count = 0;
-  for (at += 5; at < end && count + 1 < sizeof(doc_.version_) && (is_digit(*at) || *at == '.'); ++at)
+  for (const char* at = window + found + kMark.size();
+       at < end && count + 1 < sizeof(doc_.version_) && (is_digit(*at) || *at == '.'); ++at)
     doc_.version_[count++] = *at;
   doc_.version_[count] = 0;
 }

@@ -28,7 +28,7 @@ bool leads_into_its_number(const CPDFXRefTable& table, std::uint32_t num) {
     --start;
   table.stream->SetPos(CQVStream::STR_SEEK_SET, offset - before + start);
   table.stream->Read(text, kMostDigits + 1);
-  return start != before && ansi_to_i32(text) == static_cast<std::int32_t>(num);
+  return start != before && ansi_to_i32(text) == object_num(num);
 }
 
 }  // namespace
@@ -36,7 +36,7 @@ bool leads_into_its_number(const CPDFXRefTable& table, std::uint32_t num) {
 namespace sheaf {
 
 bool header_stands_at(const CPDFXRefTable& table, const PDF_REF& ref) {
-  const auto num = static_cast<std::uint32_t>(ref.num);
+  const auto num = ref.index();
   if (ref.num <= 0 || num >= table.xref_count)
     return true;
   const PDF_XREF& entry = table.xref_items[num];
@@ -60,7 +60,7 @@ bool entries_mislead(const CPDFXRefTable& table) {
     table.stream->SetPos(CQVStream::STR_SEEK_SET, entry.offset);
     table.stream->Read(text, sizeof(text) - 1);
     ++looked_at;
-    if (!is_digit(text[0]) || ansi_to_i32(text) == static_cast<std::int32_t>(num))
+    if (!is_digit(text[0]) || ansi_to_i32(text) == object_num(num))
       continue;
     ++wrong;
     if (leads_into_its_number(table, num))
@@ -72,12 +72,12 @@ bool entries_mislead(const CPDFXRefTable& table) {
 }  // namespace sheaf
 
 PDF_REF CPDFDoc::reference_to(std::int32_t num) {
-  const auto index = static_cast<std::uint32_t>(num);
+  const auto index = object_index(num);
   return {num, num > 0 && table_.know_entry(index) ? std::max(table_.known_generation(index), 0) : 0};
 }
 
 bool CPDFDoc::can_reach(std::int32_t num) {
-  const auto index = static_cast<std::uint32_t>(num);
+  const auto index = object_index(num);
   if (num < 1 || !table_.know_entry(index))
     return true;
   if (!table_.xref_items[index].is_compressed()) {
@@ -94,7 +94,7 @@ bool CPDFDoc::can_reach(std::int32_t num) {
   const std::uint32_t container = entry.offset;
   const PDF_OBJSTM* const objstm =
       table_.know_entry(container)
-          ? table_.get_objstm_references(table_.xref_items[container].offset, static_cast<std::int32_t>(container))
+          ? table_.get_objstm_references(table_.xref_items[container].offset, object_num(container))
           : nullptr;
   return objstm != nullptr && objstm->refs != nullptr && entry.gen >= 0 && entry.gen < objstm->count;
 }

@@ -63,7 +63,7 @@ bool ObjectRescue::find_data_end(std::uint32_t data, std::uint32_t& end) {
 }
 
 bool ObjectRescue::is_unknown(std::int32_t num) {
-  const auto index = static_cast<std::uint32_t>(num);
+  const auto index = object_index(num);
   // Where all sections can be read only the gaps in them count: a cross-reference stream need not list itself.
   const bool may_be_lost = table_.sections_lost != 0 ? !table_.listed.has(index) : table_.listed.leave_out(index);
   return num > 0 && index < table_.max_obj_num() && may_be_lost &&
@@ -71,14 +71,14 @@ bool ObjectRescue::is_unknown(std::int32_t num) {
 }
 
 bool ObjectRescue::enter(std::int32_t num, std::uint32_t pos) {
-  return table_.note_found(static_cast<std::uint32_t>(num), pos);
+  return table_.note_found(object_index(num), pos);
 }
 
 void ObjectRescue::enter_all() {
   if (scan() == nullptr)
     return;
   for (const ObjectScan::Object& object : scan_->objects()) {
-    if (object.num > 0 && static_cast<std::uint32_t>(object.num) < table_.max_obj_num())
+    if (object.num > 0 && object_index(object.num) < table_.max_obj_num())
       enter(object.num, object.pos);
     else if (object.num > 0)
       report_number(object);
@@ -119,18 +119,18 @@ bool ObjectRescue::can_look_through() const {
 }
 
 void ObjectRescue::read_names() {
-  constexpr std::uint32_t kMostAhead = 1 << 16;  // new objects that will ever come to a dead reference
+  constexpr std::uint32_t kMostAhead = 1 << 16;  // new objects of which a reference can be in the way
   first_new_ = table_.next_obj_num;
   ReferenceList found;
   for (std::uint32_t num = 1; num < table_.xref_count; ++num) {
     if (!table_.xref_items[num].is_known())
       continue;
     found.clear();
-    table_.get_references(found, static_cast<std::int32_t>(num));
+    table_.get_references(found, object_num(num));
     for (const std::int32_t target : found) {
       const std::uint32_t ahead = static_cast<std::uint32_t>(target) - first_new_;
       if (ahead < kMostAhead)
-        named_.visit(static_cast<std::int32_t>(ahead) + 1);
+        named_.visit(object_num(ahead) + 1);
     }
   }
 }
@@ -142,8 +142,7 @@ bool ObjectRescue::is_named(std::uint32_t num) {
       read_names();
     busy_ = false;
   }
-  return num >= first_new_ && num - first_new_ < INT32_MAX &&
-         named_.has(static_cast<std::int32_t>(num - first_new_) + 1);
+  return num >= first_new_ && num - first_new_ < INT32_MAX && named_.has(object_num(num - first_new_) + 1);
 }
 
 void ObjectRescue::report_number(const ObjectScan::Object& object) {
@@ -164,24 +163,21 @@ void ObjectRescue::enter_members(const ObjectScan::Object& container) {
     doc_.add_repair("stream", num, container.pos, kObjectStreamDamaged);
   for (std::uint32_t i = 0; i < numbers.size(); ++i) {
     if (is_unknown(numbers[i]) && enter(numbers[i], 0))
-      table_.xref_items[numbers[i]] = {PDF_XREF::kCompressed, static_cast<std::uint32_t>(num),
-                                       static_cast<std::int32_t>(i)};
+      table_.xref_items[numbers[i]] = {PDF_XREF::kCompressed, object_index(num), static_cast<std::int32_t>(i)};
   }
 }
 
 // The number under which an object stream can be reached: its own, or one behind all others where
 // that leads elsewhere. 0 without memory.
 std::int32_t ObjectRescue::number_of(const ObjectScan::Object& container) {
-  const auto num = static_cast<std::uint32_t>(container.num);
+  const auto num = object_index(container.num);
   if (container.num > 0 && num < table_.xref_count) {
     const PDF_XREF& entry = table_.xref_items[num];
     if ((entry.is_listed() || entry.is_found()) && entry.offset == container.pos)
       return container.num;
   }
   const std::uint32_t fresh = std::max(table_.xref_count, table_.next_obj_num);
-  return fresh < table_.max_obj_num() && enter(static_cast<std::int32_t>(fresh), container.pos)
-             ? static_cast<std::int32_t>(fresh)
-             : 0;
+  return fresh < table_.max_obj_num() && enter(object_num(fresh), container.pos) ? object_num(fresh) : 0;
 }
 
 }  // namespace sheaf

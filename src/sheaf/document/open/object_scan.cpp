@@ -109,19 +109,11 @@ bool ObjectScan::look_at(long long at) {
 
 // With "obj" at `at`: the numbers are in front of it.
 void ObjectScan::take_header(long long at) {
-  const char* const from = text(std::max(start_, at - kHeaderReach));
-  const char* start = text(at);
-  const auto back_over = [&](bool (*belongs)(char)) {
-    const char* const before = start;
-    while (start > from && belongs(start[-1]))
-      --start;
-    return start != before;
-  };
-  back_over([](char c) { return is_strict_space(c); });
-  if (!back_over([](char c) { return is_digit(c); }) || !back_over([](char c) { return is_strict_space(c); }) ||
-      !back_over([](char c) { return is_digit(c); }))
+  const char* const word = text(at);
+  const char* const start = find_header_numbers(text(std::max(start_, at - kHeaderReach)), word);
+  if (start == nullptr)
     return;
-  const long long pos = at - (text(at) - start);
+  const long long pos = at - (word - start);
   leave_object(pos);
   stop_object(pos);
   is_open_ = objects_.push({ansi_to_i32(start), static_cast<std::uint32_t>(pos), 0, Kind::kOther, 0});

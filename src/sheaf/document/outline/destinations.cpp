@@ -65,12 +65,12 @@ bool Destinations::find_explicit(const CPDFObj* destination, CPDFObj& place) {
       return true;
     Freed<CPDFObj> next;
     if (place.as_dict() != nullptr) {
-      table.resolve(next, place.as_dict()->get_item("D"));
+      next = table.value(place.as_dict(), "D");
     } else if (text_of(place).data != nullptr) {
       list_names();
       const std::int32_t found = names_.find(text_of(place));
       if (found >= 0)
-        table.resolve(next, &values_[names_.at(found).value.num]);
+        next = table.value(&values_[names_.at(found).value.num]);
     }
     place.move_from(next);
   }

@@ -206,7 +206,7 @@ bool CPDFOutline::store_entry(CPDFDoc& doc, const PDF_OUTLINE_ENTRY& entry, cons
   CPDFXRefTable& table = doc.table();
   Freed<CPDFObj> item;
   if (entry.ref.num != 0)
-    table.get_entity(item, entry.ref);
+    item = table.object(entry.ref);
   if (item.as_dict() == nullptr)
     item.take_dict(new (std::nothrow) CPDFDictionary);
   CPDFDictionary* const dict = item.as_dict();
@@ -231,6 +231,58 @@ bool CPDFOutline::store_entry(CPDFDoc& doc, const PDF_OUTLINE_ENTRY& entry, cons
   return table.store_object(links.ref, item);
 }
 
+// Items keep their numbers; one that is in the list twice is stored a second time under another.
+void CPDFOutline::number(CPDFXRefTable& table, GrowArray<Links>& links) const {
+  VisitedSet used;
+  for (std::int32_t i = 0; i < size(); ++i) {
+    const PDF_REF own = at(i).ref;
+    const bool keeps_number = own.num != 0 && used.visit(own.num);
+    links[static_cast<std::size_t>(i)].ref = keeps_number ? own : PDF_REF{table.alloc_obj_num(), 0};
+  }
+}
+
+bool CPDFOutline::store_links(CPDFXRefTable& table, const GrowArray<Links>& links, const Links& mine,
+                              const PDF_REF& root) {
+  const PDF_NEWOBJ* const slot = table.get_xref2(mine.ref.num, mine.ref.gen);
+  CPDFDictionary* const dict = slot != nullptr ? slot->obj.as_dict() : nullptr;
+  if (dict == nullptr)
+    return false;
+  const auto set = [&](const char* key, std::int32_t index) {
+    dict->set_item(key, nullptr);
+    if (index >= 0)
+      dict->set_item_ref(key, links[static_cast<std::size_t>(index)].ref);
+  };
+  set(CPDFDictionary::sm_tag_parent, mine.parent);
+  set(CPDFDictionary::sm_tag_prev, mine.prev);
+  set(CPDFDictionary::sm_tag_next, mine.next);
+  set(CPDFDictionary::sm_tag_first, mine.first);
+  set("Last", mine.last);
+  if (mine.parent < 0)
+    dict->set_item_ref(CPDFDictionary::sm_tag_parent, root);
+  return true;
+}
+
+// Stores the items below the object `root`, and fills its dictionary.
+bool CPDFOutline::store_items(CPDFDoc& doc, const GrowArray<Links>& links, const PDF_REF& root,
+                              CPDFDictionary& top) const {
+  top.set_item_name(CPDFDictionary::sm_tag_type, "Outlines");
+  std::int32_t shown = 0;
+  for (std::int32_t i = 0; i < size(); ++i) {
+    const Links& mine = links[static_cast<std::size_t>(i)];
+    if (!store_entry(doc, at(i), mine) || !store_links(doc.table(), links, mine, root))
+      return false;
+    if (mine.parent >= 0)
+      continue;
+    shown += 1 + (at(i).open ? mine.shown : 0);
+    if (mine.prev < 0)
+      top.set_item_ref(CPDFDictionary::sm_tag_first, mine.ref);
+    if (mine.next < 0)
+      top.set_item_ref("Last", mine.ref);
+  }
+  top.set_item_int(CPDFDictionary::sm_tag_count, shown);
+  return true;
+}
+
 bool CPDFOutline::store(CPDFDoc& doc) const {
   CPDFXRefTable& table = doc.table();
   const HeapWatch watch;
@@ -243,44 +295,11 @@ bool CPDFOutline::store(CPDFDoc& doc) const {
   for (Links& mine : links)
     mine = Links{};
   link(links);
-  VisitedSet used;
-  for (std::int32_t i = 0; i < size(); ++i) {
-    const PDF_REF own = at(i).ref;
-    const bool keeps_number = own.num != 0 && used.visit(own.num);
-    links[static_cast<std::size_t>(i)].ref = keeps_number ? own : PDF_REF{table.alloc_obj_num(), 0};
-  }
+  number(table, links);
   const PDF_REF root{table.alloc_obj_num(), 0};
   Cleared<CPDFDictionary> top;
-  top.set_item_name(CPDFDictionary::sm_tag_type, "Outlines");
-  std::int32_t shown = 0;
-  for (std::int32_t i = 0; i < size(); ++i) {
-    const Links& mine = links[static_cast<std::size_t>(i)];
-    if (!store_entry(doc, at(i), mine))
-      return false;
-    const PDF_NEWOBJ* const slot = table.get_xref2(mine.ref.num, mine.ref.gen);
-    CPDFDictionary* const dict = slot != nullptr ? slot->obj.as_dict() : nullptr;
-    if (dict == nullptr)
-      return false;
-    const auto set = [&](const char* key, std::int32_t index) {
-      dict->set_item(key, nullptr);
-      if (index >= 0)
-        dict->set_item_ref(key, links[static_cast<std::size_t>(index)].ref);
-    };
-    set(CPDFDictionary::sm_tag_parent, mine.parent);
-    set(CPDFDictionary::sm_tag_prev, mine.prev);
-    set(CPDFDictionary::sm_tag_next, mine.next);
-    set(CPDFDictionary::sm_tag_first, mine.first);
-    set("Last", mine.last);
-    if (mine.parent >= 0)
-      continue;
-    dict->set_item_ref(CPDFDictionary::sm_tag_parent, root);
-    shown += 1 + (at(i).open ? mine.shown : 0);
-    if (mine.prev < 0)
-      top.set_item_ref(CPDFDictionary::sm_tag_first, mine.ref);
-    if (mine.next < 0)
-      top.set_item_ref("Last", mine.ref);
-  }
-  top.set_item_int(CPDFDictionary::sm_tag_count, shown);
+  if (!store_items(doc, links, root, top))
+    return false;
   catalog.as_dict()->set_item("Outlines", nullptr);
   if (!empty()) {
     table.store_dict(root, &top);

@@ -7,6 +7,7 @@
 #include "sheaf/object/object.h"
 
 class CPDFDoc;
+class CPDFXRefTable;
 class CPDFArray;
 class CPDFDictionary;
 
@@ -63,7 +64,11 @@ private:
 
   bool push(PDF_OUTLINE_ENTRY& entry);
   void link(sheaf::GrowArray<Links>& links) const;
+  void number(CPDFXRefTable& table, sheaf::GrowArray<Links>& links) const;
   bool store_entry(CPDFDoc& doc, const PDF_OUTLINE_ENTRY& entry, const Links& links) const;
+  static bool store_links(CPDFXRefTable& table, const sheaf::GrowArray<Links>& links, const Links& mine,
+                          const PDF_REF& root);
+  bool store_items(CPDFDoc& doc, const sheaf::GrowArray<Links>& links, const PDF_REF& root, CPDFDictionary& top) const;
 
   sheaf::GrowArray<PDF_OUTLINE_ENTRY> entries_;
 };

@@ -15,8 +15,8 @@ constexpr int kMediaBox = 0;
 constexpr int kCropBox = 1;
 constexpr int kPageBoxCount = 5;
 
-/// The box number `which` of a loaded page, sides in order: its own, an inherited one, or what stands for one that is
-/// not there. False for such a one.
+/// The box number `which` of a loaded page, sides in order: its own, an inherited one, or the one
+/// that takes its place where it is not there. False for such a one.
 bool read_page_box(CPDFDoc& doc, const CPDFPage& page, int which, _QVRECTF& box);
 /// Gives the pages (from 0) that box; a page that is listed twice is one page. The change waits for a save. False when
 /// there is no such page, or no memory.

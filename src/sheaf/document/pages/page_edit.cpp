@@ -17,6 +17,12 @@
 
 namespace sheaf {
 
+// A page, or a node with so many pages below it.
+struct TreeBranch {
+  PDF_REF ref;
+  std::int32_t pages;
+};
+
 namespace {
 
 constexpr std::size_t kMostKids = 32;
@@ -27,13 +33,8 @@ CPDFDictionary* dict_in_memory(CPDFXRefTable& table, const PDF_REF& ref) {
   return slot != nullptr ? slot->obj.as_dict() : nullptr;
 }
 
-struct Branch {
-  PDF_REF ref;
-  std::int32_t pages;
-};
-
 // Stores a tree node over `kids`, which must be in memory, and makes it their parent.
-bool store_node(CPDFXRefTable& table, const PDF_REF& ref, const Branch* kids, std::size_t count) {
+bool store_node(CPDFXRefTable& table, const PDF_REF& ref, const TreeBranch* kids, std::size_t count) {
   Cleared<CPDFDictionary> node;
   Freed<CPDFObj> list;
   list.take_array(new (std::nothrow) CPDFArray);
@@ -53,7 +54,7 @@ bool store_node(CPDFXRefTable& table, const PDF_REF& ref, const Branch* kids, st
   return true;
 }
 
-// Whether damage made the catalogue name an object as its page tree that is none, and that others may need.
+// Whether damage made the catalogue name another object as its page tree, which others may need.
 bool is_something_else(CPDFXRefTable& table, const PDF_REF& top) {
   const Freed<CPDFObj> obj = table.object(top);
   if (obj.as_dict() == nullptr)
@@ -61,6 +62,37 @@ bool is_something_else(CPDFXRefTable& table, const PDF_REF& top) {
   const CPDFObj* const type = obj.as_dict()->get_item(CPDFDictionary::sm_tag_type);
   return obj.as_dict()->count != 0 && obj.as_dict()->get_item("Kids") == nullptr &&
          (type == nullptr || !type->is_name("Pages")) && !is_page(table, *obj.as_dict());
+}
+
+// The object that is to be the top of the tree: the one that the catalogue names, unless others need it.
+PDF_REF top_of_tree(CPDFXRefTable& table, Freed<CPDFObj>& catalog) {
+  const CPDFObj* const item = catalog.as_dict()->get_item("Pages");
+  const PDF_REF present = item != nullptr ? item->as_ref() : PDF_REF{0, 0};
+  if (present.num != 0 && !is_something_else(table, present))
+    return present;
+  const PDF_REF top{table.alloc_obj_num(), 0};
+  catalog.as_dict()->set_item_ref("Pages", top);
+  table.store_object(table.root.as_ref(), catalog);
+  return top;
+}
+
+// Stores nodes over what is at one level, and over these, until they fit into one node.
+bool store_branches(CPDFXRefTable& table, GrowArray<TreeBranch>& level) {
+  while (level.size() > kMostKids) {
+    std::size_t made = 0;
+    for (std::size_t at = 0; at < level.size(); at += kMostKids) {
+      const std::size_t count = std::min(kMostKids, level.size() - at);
+      TreeBranch node{{table.alloc_obj_num(), 0}, 0};
+      for (std::size_t i = at; i < at + count; ++i)
+        node.pages += level[i].pages;
+      if (!store_node(table, node.ref, &level[at], count))
+        return false;
+      level[made++] = node;
+    }
+    while (level.size() > made)
+      level.pop();
+  }
+  return true;
 }
 
 }  // namespace
@@ -185,6 +217,22 @@ bool PageList::rebuild_tree() {
   return store_tree();
 }
 
+// Makes the pages complete in themselves, and copies of those that are in the list twice.
+bool PageList::detach_all(const PDF_REF& top, GrowArray<TreeBranch>& pages) {
+  VisitedSet listed;
+  std::int32_t copies = 0;
+  for (int i = 0; i < count(); ++i) {
+    // A page that the catalogue names in place of a tree must leave that place.
+    const PDF_REF page = ref(i);
+    const bool needs_copy = page.num == top.num || !listed.visit(page.num);
+    copies += needs_copy ? 1 : 0;
+    const bool as_it_is = needs_copy && page.num != top.num && copies > CPDFDoc::kMostPageCopies;
+    if ((as_it_is || detach(i, needs_copy)) && !pages.push({ref(i), 1}))
+      return false;
+  }
+  return true;
+}
+
 bool PageList::store_tree() {
   if (!changed_)
     return true;
@@ -194,45 +242,16 @@ bool PageList::store_tree() {
   Freed<CPDFObj> catalog = table_.catalog();
   if (catalog.as_dict() == nullptr)
     return false;
-  const CPDFObj* item = catalog.as_dict()->get_item("Pages");
-  PDF_REF top = item != nullptr ? item->as_ref() : PDF_REF{0, 0};
-  if (top.num == 0 || is_something_else(table_, top)) {
-    top = {table_.alloc_obj_num(), 0};
-    catalog.as_dict()->set_item_ref("Pages", top);
-    table_.store_object(table_.root.as_ref(), catalog);
-  }
-  VisitedSet listed;
-  GrowArray<Branch> level;
-  std::int32_t copies = 0;
-  for (int i = 0; i < count(); ++i) {
-    // A page that the catalogue names in place of a tree must leave that place.
-    const PDF_REF page = ref(i);
-    const bool needs_copy = page.num == top.num || !listed.visit(page.num);
-    copies += needs_copy ? 1 : 0;
-    const bool as_it_is = needs_copy && page.num != top.num && copies > CPDFDoc::kMostPageCopies;
-    if ((as_it_is || detach(i, needs_copy)) && !level.push({ref(i), 1}))
-      return false;
-  }
+  const PDF_REF top = top_of_tree(table_, catalog);
+  GrowArray<TreeBranch> level;
+  if (!detach_all(top, level))
+    return false;
   // Pages that were taken off the list may come back, and then still inherit what the top held.
   if (!node_of_removed_.empty())
     nodes.keep_resources_of(top.num);
   if (!watch.all_granted())
     return false;  // pages that are still in the old tree need it
-  while (level.size() > kMostKids) {
-    std::size_t made = 0;
-    for (std::size_t at = 0; at < level.size(); at += kMostKids) {
-      const std::size_t count = std::min(kMostKids, level.size() - at);
-      Branch node{{table_.alloc_obj_num(), 0}, 0};
-      for (std::size_t i = at; i < at + count; ++i)
-        node.pages += level[i].pages;
-      if (!store_node(table_, node.ref, &level[at], count))
-        return false;
-      level[made++] = node;
-    }
-    while (level.size() > made)
-      level.pop();
-  }
-  if (!store_node(table_, top, level.begin(), level.size()) || !watch.all_granted())
+  if (!store_branches(table_, level) || !store_node(table_, top, level.begin(), level.size()) || !watch.all_granted())
     return false;
   nodes.forget_resources();
   nodes.add_empty(top.num);  // nobody inherits from the new top, also where the old one had its number

@@ -52,7 +52,7 @@ bool CPDFDoc::hints_hold() {
   PDF_PAGE_SET set{};
   bool holds = read_page_hints(stream_, set) && set.count == page_count();
   for (std::int32_t i = 0; holds && i < set.count; ++i)
-    holds = set.pages[i].obj == static_cast<std::uint32_t>(page_ref(i).num);
+    holds = set.pages[i].obj == page_ref(i).index();
   QVFree(set.pages);
   return holds;
 }

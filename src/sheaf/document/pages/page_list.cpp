@@ -48,7 +48,7 @@ void PageList::list_as_told() {
   // Wrong counts are usually wrong everywhere, so a sample reveals them.
   Freed<CPDFObj> page;
   for (int i = 0; good && i < std::min(size, kProbes); ++i) {
-    table_.get_entity(page, pages_[std::int64_t{i} * size / std::min(size, kProbes)].ref);
+    page = table_.object(pages_[std::int64_t{i} * size / std::min(size, kProbes)].ref);
     good = page.as_dict() != nullptr && is_page(table_, *page.as_dict());
   }
   if (!good)
@@ -82,7 +82,7 @@ bool PageList::load_alone(int index, CPDFPage& page) {
   if (believed_ && found.num != 0 && (obj.as_dict() == nullptr || !is_page(table_, *obj.as_dict()))) {
     list(false);
     found = ref(index);
-    table_.get_entity(obj, found);
+    obj = table_.object(found);
   }
   const CPDFDictionary* dict = obj.as_dict();
   if (found.num == 0 || dict == nullptr)

@@ -26,6 +26,8 @@ struct PageListEntry {
   std::int32_t node;
 };
 
+struct TreeBranch;
+
 /// The page list of one document. The tree is walked when somebody asks for more than a count that the nodes
 /// agree on; edits change the list alone, and `store_tree` writes the tree anew. The table must outlive it.
 class PageList {
@@ -70,6 +72,7 @@ private:
   void list(bool believing);
   int start_edit();
   bool detach(int index, bool listed_before);
+  bool detach_all(const PDF_REF& top, GrowArray<TreeBranch>& pages);
   bool stands_alone(int index);
   bool is_sound_tree_of_lone_pages();
 

@@ -8,7 +8,7 @@ namespace sheaf {
 void PageNodes::take_values(const CPDFDictionary& dict, PDF_INHERITED& values) {
   Freed<CPDFObj> value;
   const auto take_box = [&](const char* key, _QVRECTF& box, bool& has) {
-    table_.resolve(value, dict.get_item(key));
+    value = table_.value(&dict, key);
     const CPDFArray* array = value.as_array();
     if (array == nullptr || array->count < 4)
       return;
@@ -17,7 +17,7 @@ void PageNodes::take_values(const CPDFDictionary& dict, PDF_INHERITED& values) {
   };
   take_box("MediaBox", values.media_box, values.has_media_box);
   take_box("CropBox", values.crop_box, values.has_crop_box);
-  table_.resolve(value, dict.get_item(CPDFDictionary::sm_tag_rotate));
+  value = table_.value(&dict, CPDFDictionary::sm_tag_rotate);
   if (value.is_number()) {
     values.rotate = value.to_int();
     values.has_rotate = true;
@@ -71,7 +71,7 @@ std::int32_t PageNodes::above(const CPDFDictionary& page) {
   const CPDFObj* item = page.get_item(CPDFDictionary::sm_tag_parent);
   PDF_REF parent = item != nullptr ? item->as_ref() : PDF_REF{0, 0};
   while (parent.num > 0 && by_number_.get(parent.num) == 0 && chain.size() < kMostLevels) {
-    table_.get_entity(node, parent);
+    node = table_.object(parent);
     if (node.as_dict() == nullptr || !chain.push(parent))
       break;
     item = node.as_dict()->get_item(CPDFDictionary::sm_tag_parent);
@@ -79,7 +79,7 @@ std::int32_t PageNodes::above(const CPDFDictionary& page) {
   }
   std::int32_t known = by_number_.get(parent.num) - 1;
   while (!chain.empty()) {
-    table_.get_entity(node, chain.back());
+    node = table_.object(chain.back());
     if (node.as_dict() != nullptr)
       known = add(*node.as_dict(), chain.back(), known);
     chain.pop();
@@ -93,10 +93,10 @@ void PageNodes::read_direct_resources(CPDFObj& resources, std::int32_t holder) {
     forget_resources();
     Freed<CPDFObj> node;
     if (holder > 0) {
-      table_.get_entity(node, {holder, 0});
+      node = table_.object(holder);
     } else {
-      Freed<CPDFObj> catalog = table_.catalog();
-      table_.resolve(node, catalog.as_dict() != nullptr ? catalog.as_dict()->get_item("Pages") : nullptr);
+      const Freed<CPDFObj> catalog = table_.catalog();
+      node = table_.value(catalog.as_dict(), "Pages");
     }
     if (node.as_dict() != nullptr)
       direct_resources_.copy_from(node.as_dict()->get_item(CPDFDictionary::sm_tag_res));

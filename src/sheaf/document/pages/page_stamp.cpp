@@ -15,6 +15,7 @@
 #include "sheaf/document/doc.h"
 #include "sheaf/document/forms/flatten/page_resources_internal.h"
 #include "sheaf/document/forms/flattener.h"
+#include "sheaf/document/pages/inherited_resources.h"
 #include "sheaf/document/pages/page_content.h"
 
 using namespace sheaf;
@@ -108,9 +109,7 @@ PDF_REF CPDFPageStamp::form_of(std::int32_t stamp, const CPDFPage& page) {
   const HeapWatch watch;
   content.load(from, page.dict.get_item("Contents"));  // of damaged content, what there is
   const std::string_view text = content.text();
-  Freed<CPDFObj> resources = from.value(&page.dict, CPDFDictionary::sm_tag_res);
-  if (resources.as_dict() == nullptr && page.from_above.resources.num != 0)
-    from.get_entity(resources, page.from_above.resources);
+  Freed<CPDFObj> resources = page_resources(from, page);
   PDF_REF copied{0, 0};
   if (resources.as_dict() != nullptr)
     copied = table.clone_resources(&from, import_, resources.as_dict());

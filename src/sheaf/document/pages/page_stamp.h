@@ -13,7 +13,7 @@ struct CPDFMergeContext;
 /// How large a stamp is.
 enum class PDF_STAMP_FIT : std::int32_t {
   kInside,  ///< As large as fits into the page.
-  kCover,   ///< Just so large that it covers the page; what stands out is not seen.
+  kCover,   ///< Just so large that it covers the page; what goes beyond the page is not seen.
   kAsItIs,  ///< At its own size.
 };
 

@@ -21,9 +21,9 @@ bool looks_like_page(const CPDFDictionary& dict) {
          dict.get_item(CPDFDictionary::sm_tag_parent) != nullptr;
 }
 
-bool is_tree_leaf(CPDFXRefTable& table, const CPDFDictionary& dict, CPDFObj& kids) {
+bool is_tree_leaf(CPDFXRefTable& table, const CPDFDictionary& dict, Freed<CPDFObj>& kids) {
   const CPDFObj* item = dict.get_item("Kids");
-  table.resolve(kids, item);
+  kids = table.value(item);
   if (kids.as_dict() != nullptr && item->tag == kTagRef) {
     // A single kid without its brackets.
     kids.take_array(new (std::nothrow) CPDFArray);
@@ -42,7 +42,7 @@ bool is_page(CPDFXRefTable& table, const CPDFDictionary& dict) {
 namespace {
 
 // Goes down by the first kid of each node. True when a page is reached.
-bool reaches_a_page(CPDFXRefTable& table, CPDFObj& kids, GrowArray<PDF_REF>& met) {
+bool reaches_a_page(CPDFXRefTable& table, Freed<CPDFObj>& kids, GrowArray<PDF_REF>& met) {
   constexpr int kMostLevels = 64;
   Freed<CPDFObj> obj;
   for (int level = 0; level < kMostLevels; ++level) {
@@ -52,7 +52,7 @@ bool reaches_a_page(CPDFXRefTable& table, CPDFObj& kids, GrowArray<PDF_REF>& met
         std::any_of(met.begin(), met.end(), [&ref](const PDF_REF& one) { return one.num == ref.num; });
     if (ref.num < 1 || leads_back)
       return false;
-    table.get_entity(obj, ref);
+    obj = table.object(ref);
     const CPDFDictionary* dict = obj.as_dict();
     if (dict == nullptr)
       return false;
@@ -102,7 +102,7 @@ int count_pages_by_nodes(CPDFXRefTable& table) {
     waiting.pop();
     if (!visited.visit(ref.num))
       return -1;
-    table.get_entity(obj, ref);
+    obj = table.object(ref);
     const CPDFDictionary* dict = obj.as_dict();
     if (dict == nullptr)
       return -1;
@@ -110,7 +110,7 @@ int count_pages_by_nodes(CPDFXRefTable& table) {
       total += 1;
       continue;
     }
-    table.resolve(count, dict->get_item(CPDFDictionary::sm_tag_count));
+    count = table.value(dict, CPDFDictionary::sm_tag_count);
     if (count.tag != kTagInt || count.as_int() < 0)
       return -1;
     if (stated < 0)
@@ -130,7 +130,7 @@ bool PageList::misses_pages() {
   ensure();
   Freed<CPDFObj> value = table_.catalog();
   Freed<CPDFObj> top = table_.value(value.as_dict(), "Pages");
-  table_.resolve(value, top.as_dict() != nullptr ? top.as_dict()->get_item(CPDFDictionary::sm_tag_count) : nullptr);
+  value = table_.value(top.as_dict(), CPDFDictionary::sm_tag_count);
   return value.tag == kTagInt && value.as_int() > static_cast<std::int64_t>(pages_.size());
 }
 

@@ -11,7 +11,7 @@ namespace sheaf {
 
 /// Fills `kids` with a node's array of kids. True when the dictionary is no node: it has no kids, or says that
 /// it is a page.
-bool is_tree_leaf(CPDFXRefTable& table, const CPDFDictionary& dict, CPDFObj& kids);
+bool is_tree_leaf(CPDFXRefTable& table, const CPDFDictionary& dict, Freed<CPDFObj>& kids);
 /// Whether a leaf has what only pages have.
 bool looks_like_page(const CPDFDictionary& dict);
 /// Whether a dictionary is a page.

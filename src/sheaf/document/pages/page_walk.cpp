@@ -99,9 +99,7 @@ void PageWalk::visit(CPDFObj& kid) {
 void PageWalk::run() {
   Freed<CPDFObj> catalog = table_.catalog();
   const CPDFObj* top = catalog.as_dict() != nullptr ? catalog.as_dict()->get_item("Pages") : nullptr;
-  Freed<CPDFObj> tree;
-  if (top != nullptr)
-    table_.resolve(tree, top);
+  const Freed<CPDFObj> tree = table_.value(top);
   if (tree.as_dict() == nullptr)
     return;
   const PDF_REF top_ref = top->as_ref();

@@ -82,14 +82,14 @@ PathResult find_path(CPDFDoc& doc, std::string_view path, CPDFObj& out) {
         next.as_dict()->copy_from(&trailer);
     } else if (first && read_index(step, num)) {
       result.object = doc.reference_to(num);
-      table.get_entity(next, result.object);
+      next = table.object(result.object);
     } else if (!first) {
       const CPDFObj* const item = step_into(out, step);
       if (item != nullptr && item->tag == kTagRef)
         result.object = item->as_ref();
       if (item == nullptr)
         return result;
-      table.resolve(next, item);
+      next = table.value(item);
     }
     if (first && next.is_null())
       return result;

@@ -11,9 +11,9 @@ namespace {
 // Whether "N" or "First" of an object stream had to be set right: copied as it is, it would hide its
 // members from other readers.
 bool has_false_numbers(CPDFXRefTable& table, std::uint32_t num) {
-  table.get_objstm_references(table.xref_items[num].offset, static_cast<int>(num));
+  table.get_objstm_references(table.xref_items[num].offset, object_num(num));
   return std::any_of(table.repairs.begin(), table.repairs.end(), [num](const PDF_REPAIR& repair) {
-    return repair.code == PDF_REPAIR::kLengthCorrected && repair.num == static_cast<std::int32_t>(num);
+    return repair.code == PDF_REPAIR::kLengthCorrected && repair.num == object_num(num);
   });
 }
 

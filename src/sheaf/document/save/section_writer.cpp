@@ -18,7 +18,7 @@ bool begins_at_its_place(const CPDFXRefTable& table, std::uint32_t num) {
   table.stream->SetPos(CQVStream::STR_SEEK_SET, table.xref_items[num].offset);
   CPDFBufBase buf;
   buf.buf_init(table.stream);
-  return ansi_to_i32(buf.buf_data) == static_cast<std::int32_t>(num);
+  return ansi_to_i32(buf.buf_data) == object_num(num);
 }
 
 bool SectionWriter::write(PDF_SAVE_FORM form, PDF_SIGN_DATA* sign) {
@@ -92,7 +92,7 @@ void SectionWriter::detach_from_old_sections() {
     if (entry.is_listed())
       entry = PDF_XREF::found_at(entry.offset);
     if (!obj.is_null() && (before.is_compressed() || !ends_well(num, obj)))
-      table_.store_object(doc_.reference_to(static_cast<std::int32_t>(num)), obj);
+      table_.store_object(doc_.reference_to(object_num(num)), obj);
   }
   table_.last_xref_offset = 0;
 }

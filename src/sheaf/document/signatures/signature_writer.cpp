@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
+#include <string_view>
 
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/object/array.h"
@@ -45,7 +46,7 @@ bool CPDFSignatureWriter::seal(PDF_SAVE_FORM form, std::int32_t num) {
   const bool saved = num > 0 && doc_.save_update(form, &sealed);
   const bool has_room = sealed.dict.get_item("ByteRange") != nullptr && sealed.dict.get_item("Contents") != nullptr;
   sealed.dict.clear();
-  if (!saved || !has_room || static_cast<std::uint32_t>(num) >= table.xref_count)
+  if (!saved || !has_room || object_index(num) >= table.xref_count)
     return false;
   long long range_at = 0;
   int range_room = 0;
@@ -61,10 +62,11 @@ bool CPDFSignatureWriter::find_places(long long object, long long& range_at, int
   const HeapBlock<char> text(static_cast<char*>(QVAlloc(std::size_t{size} + 1)));
   if (!text || read_at(file, object, text.get(), size) != size)
     return false;
-  const char* const stop = text.get() + size;
-  const auto find = [stop](const char* from, const char* word) {
-    const char* const at = std::search(from, stop, word, word + std::strlen(word));
-    return at != stop ? at + std::strlen(word) - 1 : nullptr;
+  const std::string_view dictionary(text.get(), size);
+  // The last byte of the first `word` from `from` on; null without one.
+  const auto find = [dictionary](const char* from, std::string_view word) -> const char* {
+    const std::size_t at = dictionary.find(word, static_cast<std::size_t>(from - dictionary.data()));
+    return at != std::string_view::npos ? dictionary.data() + at + word.size() - 1 : nullptr;
   };
   const char* const range = find(text.get(), "/ByteRange[");
   const char* const contents = find(text.get(), "/Contents<");

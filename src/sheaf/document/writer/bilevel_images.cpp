@@ -70,11 +70,36 @@ void fill_parms(CPDFDictionary& parms, std::int32_t width, std::int32_t height) 
   parms.set_item_int("Rows", height);
 }
 
+// The pixels of an image, rows padded to whole bytes.
+struct BilevelRows {
+  bool read(CPDFXRefTable& table, const CPDFStreamRec& rec, std::size_t stored);
+  std::size_t size() const { return row_size * static_cast<std::size_t>(height); }
+  const unsigned char* row(std::int32_t y) const { return data.get() + static_cast<std::size_t>(y) * row_size; }
+
+  std::int32_t width = 0;
+  std::int32_t height = 0;
+  std::size_t row_size = 0;
+  HeapBlock<unsigned char> data;
+};
+
+bool BilevelRows::read(CPDFXRefTable& table, const CPDFStreamRec& rec, std::size_t stored) {
+  width = table.value(&rec.dict, CPDFDictionary::sm_tag_width).to_int();
+  height = table.value(&rec.dict, CPDFDictionary::sm_tag_height).to_int();
+  if (width < 1 || height < 1 || width > kMostSide || height > kMostSide)
+    return false;
+  row_size = static_cast<std::size_t>((width + 7) / 8);
+  // More rows than the data could hold are no picture.
+  if (size() > kMostPixels / 8 || size() / kMostRatio > stored)
+    return false;
+  const std::unique_ptr<CPDFStream> decoder(table.make_stream(&rec));
+  data.reset(static_cast<unsigned char*>(QVAlloc(size())));
+  return decoder != nullptr && data && read_all(*decoder, data.get(), size());
+}
+
 bool decodes_to(CPDFXRefTable& table, const GrowArray<unsigned char>& data, const char* filter,
-                const CPDFDictionary& parms, const unsigned char* rows, std::size_t row_size, std::int32_t width,
-                std::int32_t height) {
+                const CPDFDictionary& parms, const BilevelRows& image) {
   auto* const copy = static_cast<unsigned char*>(QVAlloc(data.size()));
-  const HeapBlock<unsigned char> row(static_cast<unsigned char*>(QVAlloc(row_size)));
+  const HeapBlock<unsigned char> row(static_cast<unsigned char*>(QVAlloc(image.row_size)));
   if (copy == nullptr || !row) {
     QVFree(copy);
     return false;
@@ -82,15 +107,33 @@ bool decodes_to(CPDFXRefTable& table, const GrowArray<unsigned char>& data, cons
   std::memcpy(copy, data.begin(), data.size());
   const std::unique_ptr<CPDFStream> decoder(CPDFXRefTable::make_stream2(&table, copy, data.count(), filter, &parms));
   // The bits behind the last pixel of a row mean nothing.
-  const auto last_mask = static_cast<unsigned char>(width % 8 == 0 ? 0xFF : 0xFF00 >> (width % 8));
-  for (std::int32_t y = 0; y < height; ++y) {
-    const unsigned char* const wanted = rows + static_cast<std::size_t>(y) * row_size;
+  const std::size_t last = image.row_size - 1;
+  const auto last_mask = static_cast<unsigned char>(image.width % 8 == 0 ? 0xFF : 0xFF00 >> (image.width % 8));
+  for (std::int32_t y = 0; y < image.height; ++y) {
+    const unsigned char* const wanted = image.row(y);
     if (decoder == nullptr ||
-        decoder->read_block(row.get(), static_cast<int>(row_size)) != static_cast<int>(row_size) ||
-        std::memcmp(row.get(), wanted, row_size - 1) != 0 ||
-        ((row[row_size - 1] ^ wanted[row_size - 1]) & last_mask) != 0)
+        decoder->read_block(row.get(), static_cast<int>(image.row_size)) != static_cast<int>(image.row_size) ||
+        std::memcmp(row.get(), wanted, last) != 0 || ((row[last] ^ wanted[last]) & last_mask) != 0)
       return false;
   }
+  return true;
+}
+
+// Puts the data of an encoder into `rec`, if they decode to `image`.
+bool replace_data(CPDFXRefTable& table, StreamCoder& coder, CPDFStreamRec& rec, const BilevelRows& image,
+                  const GrowArray<unsigned char>& packed, const char* filter, const CPDFDictionary& parms) {
+  if (!decodes_to(table, packed, filter, parms, image))
+    return false;
+  auto* const data = static_cast<unsigned char*>(QVAlloc(packed.size()));
+  if (data == nullptr)
+    return false;
+  std::memcpy(data, packed.begin(), packed.size());
+  rec.dict.set_item_name(CPDFDictionary::sm_tag_filter, filter);
+  if (parms.count != 0)
+    rec.dict.set_item_dict("DecodeParms", &parms);
+  else
+    rec.dict.set_item("DecodeParms", nullptr);
+  coder.set_data(rec, data, packed.size());
   return true;
 }
 
@@ -99,54 +142,29 @@ bool decodes_to(CPDFXRefTable& table, const GrowArray<unsigned char>& data, cons
 bool pack_bilevel_image(CPDFXRefTable& table, StreamCoder& coder, CPDFStreamRec& rec) {
   if (!is_bilevel(table, rec.dict) || has_image_filter(table, rec.dict))
     return false;
-  const std::int32_t width = table.value(&rec.dict, CPDFDictionary::sm_tag_width).to_int();
-  const std::int32_t height = table.value(&rec.dict, CPDFDictionary::sm_tag_height).to_int();
-  if (width < 1 || height < 1 || width > kMostSide || height > kMostSide)
-    return false;
-  const auto row_size = static_cast<std::size_t>((width + 7) / 8);
-  const std::size_t size = row_size * static_cast<std::size_t>(height);
   int stored = 0;
   QVFree(table.load_raw_data(&rec, stored));
-  // More rows than the data could hold are no picture.
-  if (stored < kLeastStored || size > kMostPixels / 8 || size / kMostRatio > static_cast<std::size_t>(stored))
+  const auto best = static_cast<std::size_t>(std::max(stored, 0));
+  BilevelRows image;
+  if (stored < kLeastStored || !image.read(table, rec, best))
     return false;
-  const std::unique_ptr<CPDFStream> decoder(table.make_stream(&rec));
-  const HeapBlock<unsigned char> rows(static_cast<unsigned char*>(QVAlloc(size)));
-  if (decoder == nullptr || !rows || !read_all(*decoder, rows.get(), size))
-    return false;
-  const auto best = static_cast<std::size_t>(stored);
-  FaxEncoder fax(width);
-  const std::unique_ptr<Jbig2Encoder> jbig2(new (std::nothrow) Jbig2Encoder(width, height));
+  FaxEncoder fax(image.width);
+  const std::unique_ptr<Jbig2Encoder> jbig2(new (std::nothrow) Jbig2Encoder(image.width, image.height));
   const auto encode = [&](auto& encoder) {
-    for (std::size_t at = 0; at < size; at += row_size) {
-      if (!encoder.add_row(rows.get() + at) || encoder.data().size() >= best)
+    for (std::int32_t y = 0; y < image.height; ++y) {
+      if (!encoder.add_row(image.row(y)) || encoder.data().size() >= best)
         return false;
     }
     return encoder.finish() && encoder.data().size() < best;
   };
   const bool fits_fax = encode(fax);
   const bool fits_jbig2 = jbig2 != nullptr && encode(*jbig2);
-  if (!fits_fax && !fits_jbig2)
-    return false;
-  const bool takes_fax = fits_fax && (!fits_jbig2 || fax.data().size() <= jbig2->data().size());
-  const GrowArray<unsigned char>& packed = takes_fax ? fax.data() : jbig2->data();
-  const char* const filter = takes_fax ? "CCITTFaxDecode" : "JBIG2Decode";
   Cleared<CPDFDictionary> parms;
-  if (takes_fax)
-    fill_parms(parms, width, height);
-  if (!decodes_to(table, packed, filter, parms, rows.get(), row_size, width, height))
-    return false;
-  auto* const data = static_cast<unsigned char*>(QVAlloc(packed.size()));
-  if (data == nullptr)
-    return false;
-  std::memcpy(data, packed.begin(), packed.size());
-  rec.dict.set_item_name(CPDFDictionary::sm_tag_filter, filter);
-  if (takes_fax)
-    rec.dict.set_item_dict("DecodeParms", &parms);
-  else
-    rec.dict.set_item("DecodeParms", nullptr);
-  coder.set_data(rec, data, packed.size());
-  return true;
+  if (fits_fax && (!fits_jbig2 || fax.data().size() <= jbig2->data().size())) {
+    fill_parms(parms, image.width, image.height);
+    return replace_data(table, coder, rec, image, fax.data(), "CCITTFaxDecode", parms);
+  }
+  return fits_jbig2 && replace_data(table, coder, rec, image, jbig2->data(), "JBIG2Decode", parms);
 }
 
 }  // namespace sheaf

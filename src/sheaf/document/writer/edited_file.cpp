@@ -12,6 +12,7 @@
 #include "sheaf/base/chars.h"
 #include "sheaf/base/grow_array.h"
 #include "sheaf/base/heap_watch.h"
+#include "sheaf/object/object.h"
 
 namespace sheaf {
 
@@ -113,8 +114,7 @@ std::size_t FileFixer::next_line(std::size_t at) const {
 
 bool FileFixer::take_header(std::size_t at, Header& header) const {
   const std::int32_t num = take_number(text_, at);
-  if (num < 1 || static_cast<std::size_t>(num) > text_.size() + kMostSparse || at >= text_.size() ||
-      !is_space(text_[at]))
+  if (num < 1 || object_index(num) > text_.size() + kMostSparse || at >= text_.size() || !is_space(text_[at]))
     return false;
   at = skip_space(text_, at);
   const std::int32_t gen = take_number(text_, at);
@@ -329,7 +329,7 @@ std::size_t FileFixer::pass_trailer(std::size_t at) {
 // The object whose number was read, and which goes on behind it; `at` is then behind the object.
 bool FileFixer::pass_object(const Header& header, std::size_t& at) {
   copy_to(at);
-  const auto index = static_cast<std::size_t>(header.num);
+  const auto index = object_index(header.num);
   while (found_.size() <= index) {
     if (!found_.push({0, 0}))
       return fail(PDF_FIX_RESULT::kNoMemory);

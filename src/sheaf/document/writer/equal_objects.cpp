@@ -52,7 +52,7 @@ void put_text(CPDFObj& value, CQVStreamMem& text) {
 
 }  // namespace
 
-// The value with what stands for others in its references.
+// The value, with references to the objects that take the place of others.
 bool EqualObjects::read(CPDFObj& value, std::int32_t num) {
   doc_.table().get_stored(value, doc_.reference_to(num));
   each_reference(value, waiting_, [this](CPDFObj& ref) {

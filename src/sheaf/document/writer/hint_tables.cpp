@@ -57,57 +57,70 @@ struct Range {
   unsigned bits() const { return most >= least ? bits_for(most - least) : 0; }
 };
 
-void put_pages(BitWriter& bits, const LinearPlan& plan, const UnitPlaces& places) {
+// What the pages have at most and at least, which decides how many bits the fields take.
+struct PageRanges {
+  PageRanges(const LinearPlan& plan, const UnitPlaces& places) {
+    for (std::int32_t i = 0; i < plan.page_count(); ++i) {
+      std::int32_t count = 0;
+      const std::int32_t* const list = plan.shared_of(i, count);
+      objects.add(static_cast<std::uint32_t>(plan.page_part(i).count));
+      lengths.add(places.length(plan.page_part(i)));
+      shared.add(static_cast<std::uint32_t>(count));
+      for (std::int32_t k = 0; k < count; ++k)
+        last_shared = std::max(last_shared, static_cast<std::uint32_t>(list[k]));
+    }
+  }
+  unsigned shared_bits() const { return bits_for(shared.most); }
+  unsigned id_bits() const { return bits_for(last_shared); }
+
   Range objects;
   Range lengths;
   Range shared;
   std::uint32_t last_shared = 0;
-  for (std::int32_t i = 0; i < plan.page_count(); ++i) {
-    std::int32_t count = 0;
-    const std::int32_t* const list = plan.shared_of(i, count);
-    objects.add(static_cast<std::uint32_t>(plan.page_part(i).count));
-    lengths.add(places.length(plan.page_part(i)));
-    shared.add(static_cast<std::uint32_t>(count));
-    for (std::int32_t k = 0; k < count; ++k)
-      last_shared = std::max(last_shared, static_cast<std::uint32_t>(list[k]));
-  }
-  const unsigned shared_bits = bits_for(shared.most);
-  const unsigned id_bits = bits_for(last_shared);
-  bits.word(objects.least);
-  bits.word(places.start(plan.page_part(0).first));
-  bits.half(objects.bits());
-  bits.word(lengths.least);
-  bits.half(lengths.bits());
+};
+
+// The header of the page offset hint table (ISO 32000-1, table F.3).
+void put_page_header(BitWriter& bits, const PageRanges& ranges, std::uint32_t first_page) {
+  bits.word(ranges.objects.least);
+  bits.word(first_page);
+  bits.half(ranges.objects.bits());
+  bits.word(ranges.lengths.least);
+  bits.half(ranges.lengths.bits());
   bits.word(0);  // content streams are said to begin with the page, and to be as long: readers take no more from it
   bits.half(0);
-  bits.word(lengths.least);
-  bits.half(lengths.bits());
-  bits.half(shared_bits);
-  bits.half(id_bits);
+  bits.word(ranges.lengths.least);
+  bits.half(ranges.lengths.bits());
+  bits.half(ranges.shared_bits());
+  bits.half(ranges.id_bits());
   bits.half(0);
   bits.half(kDenominator);
+}
+
+void put_pages(BitWriter& bits, const LinearPlan& plan, const UnitPlaces& places) {
+  const PageRanges ranges(plan, places);
+  put_page_header(bits, ranges, places.start(plan.page_part(0).first));
   const auto each_page = [&](const auto& put) {
     for (std::int32_t i = 0; i < plan.page_count(); ++i)
       put(i);
     bits.to_next_byte();
   };
   const auto put_length = [&](std::int32_t i) {
-    bits.field(places.length(plan.page_part(i)) - lengths.least, lengths.bits());
+    bits.field(places.length(plan.page_part(i)) - ranges.lengths.least, ranges.lengths.bits());
   };
   each_page([&](std::int32_t i) {
-    bits.field(static_cast<std::uint32_t>(plan.page_part(i).count) - objects.least, objects.bits());
+    bits.field(static_cast<std::uint32_t>(plan.page_part(i).count) - ranges.objects.least, ranges.objects.bits());
   });
   each_page(put_length);
   each_page([&](std::int32_t i) {
     std::int32_t count = 0;
     plan.shared_of(i, count);
-    bits.field(static_cast<std::uint32_t>(count), shared_bits);
+    bits.field(static_cast<std::uint32_t>(count), ranges.shared_bits());
   });
   each_page([&](std::int32_t i) {
     std::int32_t count = 0;
     const std::int32_t* const list = plan.shared_of(i, count);
     for (std::int32_t k = 0; k < count; ++k)
-      bits.field(static_cast<std::uint32_t>(list[k]), id_bits);
+      bits.field(static_cast<std::uint32_t>(list[k]), ranges.id_bits());
   });
   each_page(put_length);
 }

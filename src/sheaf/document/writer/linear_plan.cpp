@@ -48,10 +48,9 @@ bool LinearPlan::walk(bool through_tree, const Mark& mark) {
   while (!waiting_.empty()) {
     const std::int32_t num = survey_.standing_for(waiting_.back());
     waiting_.pop();
-    if (num == 0 || turns_[static_cast<std::size_t>(num)] == turn_ || is_page(num) ||
-        (!through_tree && survey_.is_tree_node(num)))
+    if (num == 0 || turns_[object_index(num)] == turn_ || is_page(num) || (!through_tree && survey_.is_tree_node(num)))
       continue;
-    turns_[static_cast<std::size_t>(num)] = turn_;
+    turns_[object_index(num)] = turn_;
     mark(num);
     bool all_wait = true;
     --steps_left_;

@@ -134,8 +134,8 @@ private:
   bool number_units();
   bool number_objects(std::size_t first, std::size_t end, std::int32_t& next);
   bool list_shared();
-  Use& use(std::int32_t num) { return uses_[static_cast<std::size_t>(num)]; }
-  const Use& use(std::int32_t num) const { return uses_[static_cast<std::size_t>(num)]; }
+  Use& use(std::int32_t num) { return uses_[object_index(num)]; }
+  const Use& use(std::int32_t num) const { return uses_[object_index(num)]; }
 
   CPDFDoc& doc_;
   CPDFXRefTable& table_;

@@ -105,6 +105,16 @@ void LinearWriter::place(std::uint32_t first_section_size) {
   set(numbers.main_section, main_start_);
 }
 
+bool LinearWriter::print_section(BlockWriter& out, std::int32_t begin, std::int32_t end, CPDFDictionary& dict,
+                                 std::int32_t num) {
+  const TargetSection section(&body_.entry(0), object_index(begin), object_index(end));
+  if (num != 0)
+    return section.print_stream(out, dict, num);
+  section.print_classic(out);
+  print_trailer(out, dict);
+  return true;
+}
+
 bool LinearWriter::make_first_section(const CPDFDictionary& trailer) {
   const LinearPlan::Numbers& numbers = plan_.numbers();
   Cleared<CPDFDictionary> dict;
@@ -113,18 +123,28 @@ bool LinearWriter::make_first_section(const CPDFDictionary& trailer) {
   dict.set_item_int("Prev", static_cast<int>(main_start_));
   empty(first_section_);
   BlockWriter out(&first_section_);
-  const TargetSection section(&body_.entry(0), static_cast<std::size_t>(numbers.second_half_end),
-                              static_cast<std::size_t>(numbers.end));
-  bool good = true;
-  if (numbers.first_section != 0) {
-    good = section.print_stream(out, dict, numbers.first_section);
-  } else {
-    section.print_classic(out);
-    print_trailer(out, dict);
-  }
+  const bool good = print_section(out, numbers.second_half_end, numbers.end, dict, numbers.first_section);
   print_section_end(out, 0);
   out.settle();
   return good;
+}
+
+// Tries until the hints and the first section, for which `room` bytes are kept, agree with the places in them.
+bool LinearWriter::settle_places(const CPDFDictionary& trailer, std::uint32_t& room) {
+  for (int i = 0; i < kMostTries; ++i) {
+    const std::uint32_t hint_size = hints_.len;
+    place(room);
+    if (!make_hints())
+      return false;
+    place(room);
+    if (!make_first_section(trailer))
+      return false;
+    if (first_section_.len <= room && hints_.len == hint_size)
+      return true;
+    if (first_section_.len > room)
+      room = first_section_.len + kSlack;
+  }
+  return false;
 }
 
 void LinearWriter::put_parameters(BlockWriter& out, std::uint32_t main_entries) {
@@ -155,22 +175,25 @@ bool LinearWriter::copy(BlockWriter& out, std::uint32_t from, std::uint32_t to) 
   return true;
 }
 
+// The main section; `entries` gets the place in it that the parameters name.
+bool LinearWriter::put_main_section(BlockWriter& out, const CPDFDictionary& trailer, std::uint32_t& entries) {
+  const LinearPlan::Numbers& numbers = plan_.numbers();
+  entries = main_start_;
+  if (numbers.main_section == 0) {
+    char line[32];
+    entries += static_cast<std::uint32_t>(std::snprintf(line, sizeof(line), "xref\n0 %d", numbers.second_half_end));
+  }
+  Cleared<CPDFDictionary> dict;
+  dict.copy_from(&trailer);
+  dict.set_item_int("Size", numbers.second_half_end);
+  const bool good = print_section(out, 0, numbers.second_half_end, dict, numbers.main_section);
+  print_section_end(out, kHeaderSize + kParametersSize);
+  return good;
+}
+
 bool LinearWriter::put_file(CQVStream& stream, const char* version, const CPDFDictionary& trailer) {
   std::uint32_t room = 0;
-  bool fits = false;
-  for (int i = 0; i < kMostTries && !fits; ++i) {
-    const std::uint32_t hint_size = hints_.len;
-    place(room);
-    if (!make_hints())
-      return false;
-    place(room);
-    if (!make_first_section(trailer))
-      return false;
-    fits = first_section_.len <= room && hints_.len == hint_size;
-    if (first_section_.len > room)
-      room = first_section_.len + kSlack;
-  }
-  if (!fits || main_start_ > std::uint32_t{INT32_MAX})
+  if (!settle_places(trailer, room) || main_start_ > std::uint32_t{INT32_MAX})
     return false;
   const long long start = stream.GetPos();
   TargetFile file(stream, nullptr);
@@ -185,23 +208,8 @@ bool LinearWriter::put_file(CQVStream& stream, const char* version, const CPDFDi
   out.Write(hints_.data, hints_.len);
   if (!copy(out, document_size_, body_size_))
     return false;
-  const LinearPlan::Numbers& numbers = plan_.numbers();
-  const TargetSection section(&body_.entry(0), 0, static_cast<std::size_t>(numbers.second_half_end));
-  Cleared<CPDFDictionary> dict;
-  dict.copy_from(&trailer);
-  dict.set_item_int("Size", numbers.second_half_end);
-  std::uint32_t main_entries = main_start_;
-  bool good = true;
-  if (numbers.main_section != 0) {
-    good = section.print_stream(out, dict, numbers.main_section);
-  } else {
-    char line[32];
-    main_entries +=
-        static_cast<std::uint32_t>(std::snprintf(line, sizeof(line), "xref\n0 %d", numbers.second_half_end));
-    section.print_classic(out);
-    print_trailer(out, dict);
-  }
-  print_section_end(out, kHeaderSize + kParametersSize);
+  std::uint32_t main_entries = 0;
+  const bool good = put_main_section(out, trailer, main_entries);
   out.settle();
   out.SetPos(CQVStream::STR_SEEK_SET, start + kHeaderSize);
   put_parameters(out, main_entries);

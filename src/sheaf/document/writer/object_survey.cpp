@@ -24,9 +24,9 @@ bool is_structure(const CPDFDictionary& dict) {
 ObjectSurvey::ObjectSurvey(CPDFDoc& doc) : doc_(doc), table_(doc.table()) {}
 
 bool ObjectSurvey::enter(std::int32_t num) {
-  if (num < 1 || !table_.know_entry(static_cast<std::uint32_t>(num)))
+  if (num < 1 || !table_.know_entry(object_index(num)))
     return true;
-  const auto at = static_cast<std::size_t>(num);
+  const std::size_t at = object_index(num);
   if (at >= kinds_.size() && !kinds_.resize(table_.xref_count))
     return false;
   if (kinds_[at] != kUnknown)
@@ -69,7 +69,7 @@ bool ObjectSurvey::collect(std::int32_t num, const CPDFObj& value) {
   }
   if (!keeps_references_ || found_.empty())
     return true;
-  const auto at = static_cast<std::size_t>(num);
+  const std::size_t at = object_index(num);
   if (edges_.empty() && !edges_.push(0))
     return false;
   if (at >= first_edge_.size() && !first_edge_.resize(std::max<std::size_t>(at + 1, table_.xref_count)))
@@ -97,7 +97,7 @@ bool ObjectSurvey::visit(std::int32_t num) {
   Freed<CPDFObj> value;
   table_.get_stored(value, doc_.reference_to(num));
   const Kind kind = kind_of(num, value);
-  kinds_[static_cast<std::size_t>(num)] = kind;
+  kinds_[object_index(num)] = kind;
   if (kind == kOther)
     return enter(value.as_ref().num);
   if (kind == kNothing)
@@ -157,7 +157,7 @@ std::int32_t ObjectSurvey::standing_for(std::int32_t num) const {
 bool ObjectSurvey::replace(std::int32_t num, std::int32_t other) {
   if (!stands_for_.set(num, other))
     return false;
-  kinds_[static_cast<std::size_t>(num)] = kOther;
+  kinds_[object_index(num)] = kOther;
   return true;
 }
 

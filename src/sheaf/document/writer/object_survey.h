@@ -34,7 +34,7 @@ public:
   bool run(bool keeps_references);
 
   Kind kind(std::int32_t num) const {
-    return num > 0 && static_cast<std::size_t>(num) < kinds_.size() ? kinds_[static_cast<std::size_t>(num)] : kUnknown;
+    return num > 0 && object_index(num) < kinds_.size() ? kinds_[object_index(num)] : kUnknown;
   }
   /// The object that is written where `num` is referred to; 0 for none.
   std::int32_t standing_for(std::int32_t num) const;
@@ -78,7 +78,7 @@ private:
   void sort_by_place(GrowArray<std::int32_t>& numbers);
   bool push_edge(std::uint32_t value);
   bool find_edges(std::int32_t num, std::size_t& at) const {
-    const auto index = static_cast<std::size_t>(num);
+    const auto index = object_index(num);
     at = index < first_edge_.size() ? first_edge_[index] : 0;
     return at != 0;
   }
@@ -104,7 +104,7 @@ private:
   VisitedSet thumbnails_;
   // References are kept as what each adds to the one in front of it, the first to the number that refers: the sign in
   // the lowest bit, seven bits a byte, the lowest first, and all but the last with the highest bit set. Their count
-  // stands in front.
+  // comes first.
   static constexpr unsigned kEdgeBits = 7;
   static constexpr std::uint32_t kEdgeMask = 0x7F;
   GrowArray<std::uint8_t> edges_;

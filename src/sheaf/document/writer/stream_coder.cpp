@@ -108,8 +108,8 @@ bool StreamCoder::read_chain(const CPDFStreamRec& rec, Chain& chain) {
   const CPDFDictionary& dict = rec.dict;
   if (dict.get_item("F") != nullptr || named_crypt_filter(dict) != nullptr)
     return false;
-  table_.resolve(chain.filters, dict.get_item(CPDFDictionary::sm_tag_filter));
-  table_.resolve(chain.parms, dict.get_item("DecodeParms"));
+  chain.filters = table_.value(&dict, CPDFDictionary::sm_tag_filter);
+  chain.parms = table_.value(&dict, "DecodeParms");
   const CPDFArray* const names = chain.filters.as_array();
   const CPDFArray* const parms = chain.parms.as_array();
   chain.count = names != nullptr ? names->count : chain.filters.as_name() != nullptr ? 1 : 0;
@@ -123,7 +123,7 @@ bool StreamCoder::read_chain(const CPDFStreamRec& rec, Chain& chain) {
       return false;
     chain.names[i] = long_filter_name(name.as_name());
     if (names != nullptr)
-      table_.resolve(chain.stage_parms[i], parms != nullptr ? parms->get(i) : nullptr);
+      chain.stage_parms[i] = table_.value(parms, i);
     else
       chain.stage_parms[i].copy_from(&chain.parms);
     if (find_decoder(chain.names[i]) == nullptr)

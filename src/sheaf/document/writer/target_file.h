@@ -41,11 +41,11 @@ public:
 
   CPDFEncrypt* encrypt() const { return enc_; }
   BlockWriter& out() { return out_; }
-  const TargetEntry& entry(std::int32_t num) const { return entries_[static_cast<std::size_t>(num)]; }
+  const TargetEntry& entry(std::int32_t num) const { return entries_[object_index(num)]; }
   /// Changes an entry, but never that of object 0.
   void set_entry(std::int32_t num, const TargetEntry& entry) {
     if (num > 0)
-      entries_[static_cast<std::size_t>(num)] = entry;
+      entries_[object_index(num)] = entry;
   }
   std::size_t entry_count() const { return entries_.size(); }
   std::uint32_t position() const { return static_cast<std::uint32_t>(out_.GetPos() - start_); }

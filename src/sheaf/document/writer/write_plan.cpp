@@ -25,7 +25,7 @@ bool WritePlan::plan_streams(CPDFXRefTable& table, PDF_OBJECT_STREAMS wanted, st
         return false;
       continue;
     }
-    const auto holder = static_cast<std::int32_t>(entry.offset);
+    const auto holder = entry.container();
     const bool first = preserved ? holder != container : members % kMembers == 0;
     container = holder;
     ++members;
@@ -37,7 +37,7 @@ bool WritePlan::plan_streams(CPDFXRefTable& table, PDF_OBJECT_STREAMS wanted, st
 }
 
 bool WritePlan::plan_numbers(CPDFXRefTable& table, bool renumber) {
-  next_ = renumber ? 1 : static_cast<std::int32_t>(std::max(table.xref_count, table.next_obj_num));
+  next_ = renumber ? 1 : object_num(std::max(table.xref_count, table.next_obj_num));
   for (const std::int32_t num : order_) {
     if (!set_number(num, renumber ? next_++ : num))
       return false;

@@ -3,8 +3,8 @@
 #include "sheaf/neighbours/decoders/dct.h"
 
 #include <algorithm>
-#include <iterator>
 #include <new>
+#include <string_view>
 
 #include "sheaf/neighbours/decoders/jpeg_steps.h"
 
@@ -14,8 +14,8 @@ namespace {
 
 // Where the image starts: some writers leave a line end in front of it.
 const std::uint8_t* find_image(const std::uint8_t* data, std::size_t len) {
-  constexpr std::uint8_t kStartOfImage[] = {0xFF, 0xD8};
-  return std::search(data, data + len, std::begin(kStartOfImage), std::end(kStartOfImage));
+  constexpr std::string_view kStartOfImage = "\xFF\xD8";
+  return data + std::min(std::string_view(reinterpret_cast<const char*>(data), len).find(kStartOfImage), len);
 }
 
 J_COLOR_SPACE output_space(J_COLOR_SPACE stored) {

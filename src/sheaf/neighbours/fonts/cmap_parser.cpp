@@ -95,7 +95,7 @@ void read_name_part(std::string_view name, Units& units) {
   }
 }
 
-// What stands behind a full stop says how the glyph looks, and low lines join the parts of a ligature.
+// What follows a full stop says how the glyph looks, and low lines join the parts of a ligature.
 void read_glyph_name(std::string_view name, Units& units) {
   const std::size_t stop = name.find('.');
   if (name.size() > 1 && stop != std::string_view::npos)

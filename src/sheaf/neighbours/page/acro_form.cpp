@@ -265,7 +265,7 @@ CPDFField* CPDFAcroForm::add_tree(const PDF_REF& top) {
     waiting.pop();
     Freed<CPDFObj> obj;
     if (visited.visit(node.ref.num))
-      table_.get_entity(obj, node.ref);
+      obj = table_.object(node.ref);
     const CPDFDictionary* dict = obj.as_dict();
     if (dict == nullptr || (node.parent >= 0 && !is_field(*dict)))
       continue;

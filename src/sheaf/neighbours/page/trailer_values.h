@@ -5,7 +5,7 @@
 
 namespace sheaf {
 
-/// A catalogue or document information that stands directly in the trailer becomes an object, which is what changes
+/// A catalogue or document information that is written directly in the trailer becomes an object, which is what changes
 /// of it need. Without effect where both are references. False when there is no memory.
 bool give_trailer_values_numbers(CPDFXRefTable& table);
 

@@ -334,18 +334,18 @@ int CPDFStandardSecHand::prepare_stream(int num, int /*gen*/, const CPDFDictiona
 }
 
 void CPDFStandardSecHand::remember_method(int num, Method method) {
-  const auto index = static_cast<std::size_t>(num);
+  const auto index = object_index(num);
   if (num >= 0 && (index < named_.size() || named_.resize(index + index / 2 + 1)))
     named_[index] = static_cast<std::uint8_t>(static_cast<std::uint8_t>(method) + 1);
 }
 
 void CPDFStandardSecHand::forget_method(int num) {
-  if (static_cast<std::size_t>(num) < named_.size())
-    named_[static_cast<std::size_t>(num)] = 0;
+  if (object_index(num) < named_.size())
+    named_[object_index(num)] = 0;
 }
 
 CPDFStandardSecHand::Method CPDFStandardSecHand::method_of(int num) const {
-  const auto index = static_cast<std::size_t>(num);
+  const auto index = object_index(num);
   return index < named_.size() && named_[index] != 0 ? static_cast<Method>(named_[index] - 1) : streams_;
 }
 

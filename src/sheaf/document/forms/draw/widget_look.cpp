@@ -94,12 +94,12 @@ void WidgetLook::read_border(CPDFXRefTable& table, const CPDFDictionary& widget)
     Freed<CPDFObj> item = table.value(dict, "W");
     if (item.is_number())
       border = to_double(item.to_real());
-    table.resolve(item, dict->get_item("S"));
+    item = table.value(dict, "S");
     if (item.as_name() != nullptr && *item.as_name() != 0)
       style = *item.as_name();
     read_dash(table, dict->get_item("D"), dash);
   } else {
-    table.resolve(value, widget.get_item("Border"));
+    value = table.value(&widget, "Border");
     const CPDFArray* const array = value.as_array();
     if (array != nullptr && array->count >= 3) {
       border = number_at(table, *array, 2, border);

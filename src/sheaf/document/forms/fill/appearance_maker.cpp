@@ -43,8 +43,9 @@ void flatten_lines(GrowArray<std::uint32_t>& characters) {
 }
 
 // The items of a dictionary under one key, or null. Borrowed from `holder`.
-const CPDFDictionary* dict_at(CPDFXRefTable& table, const CPDFDictionary* dict, const char* key, CPDFObj& holder) {
-  table.resolve(holder, dict != nullptr ? dict->get_item(key) : nullptr);
+const CPDFDictionary* dict_at(CPDFXRefTable& table, const CPDFDictionary* dict, const char* key,
+                              Freed<CPDFObj>& holder) {
+  holder = table.value(dict, key);
   return holder.as_dict_or_stream();
 }
 

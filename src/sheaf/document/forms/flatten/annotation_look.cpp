@@ -84,7 +84,7 @@ PDF_REF normal_appearance(CPDFXRefTable& table, const CPDFDictionary& annotation
   Freed<CPDFObj> state = table.value(&annotation, "AS");
   if (normal.as_dict() != nullptr) {
     if (state.as_name() == nullptr)
-      table.resolve(state, annotation.get_item("V"));
+      state = table.value(&annotation, "V");
     item = state.as_name() != nullptr ? normal.as_dict()->get_item(state.as_name()) : nullptr;
   }
   const Freed<CPDFObj> stream = table.value(item);

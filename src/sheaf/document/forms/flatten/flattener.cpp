@@ -155,12 +155,12 @@ void Flattening::note_outdated_containers() {
   NumberMap members;
   for (std::uint32_t num = 1; num < table.xref_count; ++num) {
     const PDF_XREF& entry = *table.entry(num);
-    const auto container = static_cast<std::int32_t>(entry.offset);
+    const auto container = entry.container();
     if (entry.is_compressed())
       members.set(container, members.get(container) + 1);
   }
   for (std::uint32_t num = 1; num < table.xref_count; ++num) {
-    const auto container = static_cast<std::int32_t>(num);
+    const auto container = object_num(num);
     if (members.get(container) == 0)
       continue;
     Freed<CPDFObj> stream;
@@ -174,7 +174,7 @@ void Flattening::note_outdated_containers() {
 void Flattening::note_container(const PDF_REF& ref) {
   const PDF_XREF* const entry = doc_.table().entry(ref.num);
   if (entry != nullptr && entry->is_compressed())
-    containers_.visit(static_cast<std::int32_t>(entry->offset));
+    containers_.visit(entry->container());
 }
 
 // An object stream goes into a new file as it is, with all that it holds. Where a stream held something of
@@ -183,7 +183,7 @@ bool Flattening::empty_containers() {
   CPDFXRefTable& table = doc_.table();
   for (std::uint32_t num = 1; num < table.xref_count; ++num) {
     const PDF_XREF entry = *table.entry(num);
-    if (!entry.is_compressed() || !containers_.has(static_cast<std::int32_t>(entry.offset)))
+    if (!entry.is_compressed() || !containers_.has(entry.container()))
       continue;
     const PDF_REF ref = PDF_REF::at(num);
     Freed<CPDFObj> obj;

@@ -51,7 +51,7 @@ bool FieldFont::load(CPDFXRefTable& table, const CPDFDictionary& font) {
   Freed<CPDFObj> item = table.value(&font, CPDFDictionary::sm_tag_subtype);
   if (!item.is_name("Type1") && !item.is_name("MMType1") && !item.is_name("TrueType"))
     return false;
-  table.resolve(item, font.get_item(CPDFDictionary::sm_tag_base_font));
+  item = table.value(&font, CPDFDictionary::sm_tag_base_font);
   read_name(item.as_text());
   const Freed<CPDFObj> descriptor = table.value(&font, CPDFDictionary::sm_tag_fdes);
   descriptor_ = descriptor.as_dict();

@@ -30,7 +30,7 @@ void bitmap_blacken(QVJB2_Bitmap& bitmap, std::int32_t first_row);
 void bitmap_clear_padding(const QVJB2_Bitmap& bitmap);
 void bitmap_fill_padding(const QVJB2_Bitmap& bitmap);
 
-/// Combines `src` into `dst` with its top left corner at (`x`, `y`); what stands outside is cut off.
+/// Combines `src` into `dst` with its top left corner at (`x`, `y`); what is outside is cut off.
 void bitmap_combine(QVJB2_Bitmap& dst, const QVJB2_Bitmap& src, std::int64_t x, std::int64_t y, Combine op);
 
 /// The same with the `width` columns of `src` from `column` on, which lie within it.

@@ -5,8 +5,8 @@
 
 #include <algorithm>
 #include <cstring>
-#include <iterator>
 #include <new>
+#include <string_view>
 
 #include "sheaf/neighbours/decoders/jpx/jpx_header.h"
 #include "sheaf/neighbours/decoders/jpx/jpx_source.h"
@@ -107,7 +107,7 @@ void CPDFStreamJPX::close() {
 // Opens the image. When its boxes are damaged, or something precedes them, the code stream
 // among them may still be whole.
 bool CPDFStreamJPX::open_source() {
-  constexpr std::uint8_t kCodeStream[] = {0xFF, 0x4F, 0xFF, 0x51};
+  constexpr std::string_view kCodeStream = "\xFF\x4F\xFF\x51";
   const auto len = static_cast<std::size_t>(std::max(left, 0));
   const auto opens = [this](std::uint8_t* from, std::size_t size) {
     JpxHeader header;
@@ -121,8 +121,8 @@ bool CPDFStreamJPX::open_source() {
   };
   if (opens(cursor, len))
     return true;
-  std::uint8_t* found = std::search(cursor, cursor + len, std::begin(kCodeStream), std::end(kCodeStream));
-  return found != cursor + len && opens(found, static_cast<std::size_t>(cursor + len - found));
+  const std::size_t found = std::string_view(reinterpret_cast<const char*>(cursor), len).find(kCodeStream);
+  return found != std::string_view::npos && opens(cursor + found, len - found);
 }
 
 bool CPDFStreamJPX::take_sizes() {
