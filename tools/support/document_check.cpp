@@ -64,7 +64,7 @@ public:
       const PDF_XREF entry = table_.xref_items[num];
       progress.show(num);
       if (!entry.is_known() && table_.listed.leave_out(num))
-        look_for(static_cast<std::int32_t>(num));
+        table_.locate(static_cast<std::int32_t>(num));
       if (table_.xref_items[num].is_known())
         check_object(static_cast<std::int32_t>(num), table_.xref_items[num]);
     }
@@ -72,18 +72,11 @@ public:
   }
 
 private:
-  // An object that no section lists is searched for as soon as it is asked for.
-  void look_for(std::int32_t num) {
-    table_.get_references(found_, num);
-    found_.clear();
-  }
-
   void check_object(std::int32_t num, const PDF_XREF& entry) {
     ++result_.objects;
     if (entry.is_compressed()) {
-      // Object streams hold no streams, so that it is enough to pass over their objects' syntax.
-      table_.get_references(found_, num);
-      found_.clear();
+      // Object streams hold no streams, and their objects' syntax was passed over when they were decoded.
+      table_.locate(num);
       if (!doc_.can_reach(num))
         lost_.push_back(num);
       check_container(static_cast<std::int32_t>(entry.offset));
@@ -150,7 +143,7 @@ private:
     const PDF_XREF entry = table_.xref_items[num];
     if (type == nullptr || !type->is_name("ObjStm") || !entry.is_listed())
       return nullptr;
-    const PDF_OBJSTM* const objstm = table_.get_objstm_references(entry.offset, num);
+    const PDF_OBJSTM* const objstm = table_.objstm_outline(entry.offset, num);
     return objstm != nullptr && objstm->decoded != 0 ? objstm : nullptr;
   }
 
@@ -211,7 +204,6 @@ private:
   std::vector<std::int32_t> lost_;
   std::int32_t container_ = 0;
   Freed<CPDFObj> obj_;
-  ReferenceList found_;
   std::string name_;
 };
 
