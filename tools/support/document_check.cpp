@@ -61,17 +61,24 @@ public:
     // Reading can grow the table, so its size is looked at each turn.
     Progress progress("objects checked", table_.xref_count);
     for (std::uint32_t num = 1; num < table_.xref_count; ++num) {
-      const PDF_XREF entry = table_.xref_items[num];
+      if (!table_.xref_items[num].is_known() && !has_searched_)
+        search_unlisted(num);
+      if (!table_.xref_items[num].is_known())
+        continue;
       progress.show(num);
-      if (!entry.is_known() && table_.listed.leave_out(num))
-        table_.locate(static_cast<std::int32_t>(num));
-      if (table_.xref_items[num].is_known())
-        check_object(static_cast<std::int32_t>(num), table_.xref_items[num]);
+      check_object(static_cast<std::int32_t>(num), table_.xref_items[num]);
     }
     report_lost();
   }
 
 private:
+  // Objects that no section lists are searched for, all of them, as soon as one is asked for.
+  void search_unlisted(std::uint32_t num) {
+    has_searched_ = table_.listed.leave_out(num);
+    if (has_searched_)
+      table_.locate(static_cast<std::int32_t>(num));
+  }
+
   void check_object(std::int32_t num, const PDF_XREF& entry) {
     ++result_.objects;
     if (entry.is_compressed()) {
@@ -203,6 +210,7 @@ private:
   const ContentChecker* contents_;
   std::vector<std::int32_t> lost_;
   std::int32_t container_ = 0;
+  bool has_searched_ = false;
   Freed<CPDFObj> obj_;
   std::string name_;
 };
