@@ -161,7 +161,8 @@ private:
 /// The memory that the objects of decoded object streams take, as estimated.
 struct ObjStmBudget {
   std::int64_t limit = 16 << 20;  ///< Bytes that they may take together.
-  std::int64_t held = 0;          ///< What they take now.
+  std::int64_t held = 0;          ///< What they take now,
+  std::int64_t lists = 0;         ///< and what of it are lists of references.
   std::int64_t loaded = 0;        ///< All that was decoded,
   std::int64_t reloaded = 0;      ///< and all that was decoded again.
   std::uint32_t hand = 0;         ///< Index in the cache at which the search for objects to release goes on.
@@ -170,16 +171,14 @@ struct ObjStmBudget {
   /// A document that is read criss-cross would only decode the same streams again and again; such a
   /// one is held as a whole in the end.
   bool is_useless() const { return reloaded > kMostReloads * loaded; }
-  void take(std::int64_t weight, bool again) {
-    held += weight;
-    (again ? reloaded : loaded) += weight;
-  }
-  void give_back(std::int64_t weight) { held -= weight; }
+  void note_load(std::int64_t weight, bool again) { (again ? reloaded : loaded) += weight; }
+  /// Lists serve every walk, and are kept longer than texts; but some room is left for these.
+  bool has_many_lists() const { return lists > limit / 4 * 3; }
   /// The document is going to be read from its beginning once more, which is not criss-cross.
   void start_again() { reloaded = 0; }
   /// Nothing is held any more; `limit` stays.
   void reset() {
-    held = loaded = reloaded = 0;
+    held = lists = loaded = reloaded = 0;
     hand = 0;
   }
 
