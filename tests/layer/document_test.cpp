@@ -244,6 +244,24 @@ TEST_F(LayerDocument, ProgressCanStopLongWork) {
   EXPECT_EQ(Document::open(path("out.pdf"))->pages().size(), 1);
 }
 
+// Held values are compared with the table after a change, but only those that it can have touched.
+TEST_F(LayerDocument, AChangeCostsTheSameHoweverManyValuesAreHeld) {
+  const auto requests_for = [](int count) {
+    FailingHeap heap(0);
+    auto doc = Document::create();
+    std::vector<Value> held;
+    for (int i = 0; i < count; ++i) {
+      held.push_back(doc->add(Object::dictionary("Number", i, "List", Object::array(1, 2, 3))));
+      held.push_back(doc->add_stream("some data"));
+      held[0].set("Number", i);
+    }
+    EXPECT_EQ(held[0].get<int>("Number"), count - 1);
+    EXPECT_EQ(held.back().decoded()->text(), "some data");
+    return heap.requests;
+  };
+  EXPECT_LT(requests_for(400), 3 * requests_for(200));
+}
+
 TEST_F(LayerDocument, EveryRefusedRequestForMemoryIsTold) {
   const std::string bytes = three_pages();
   bool done = false;

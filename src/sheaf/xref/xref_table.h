@@ -264,6 +264,7 @@ public:
   sheaf::Room mem_stream_room;
   sheaf::NumberIndex mem_stream_index;  ///< Entry of mem_streams plus one by object number.
   sheaf::ExportMemory export_memory;
+  sheaf::SlotLog slots_asked;
 
   // ---- opening and closing (xref/) ----
 
