@@ -233,6 +233,12 @@ TEST_F(LayerDocument, ProgressCanStopLongWork) {
   EXPECT_TRUE(doc->save_as(path("out.pdf")));
   EXPECT_TRUE(grows);
   EXPECT_GT(last, 0) << "of some 60,000 objects";
+  for (int number = 5; number < 30000; ++number)
+    doc->object(number).set("Text", "something else to read, which is written in its place");
+  last = 0;
+  EXPECT_TRUE(doc->save_update());
+  EXPECT_TRUE(grows);
+  EXPECT_GT(last, 0) << "of some 30,000 objects";
   doc->on_progress({});
   SaveOptions options;
   options.object_streams = ObjectStreams::kGenerate;
