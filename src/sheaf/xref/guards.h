@@ -48,6 +48,29 @@ private:
   GrowArray<std::uint32_t> offsets_;  // ascending
 };
 
+/// The numbers of slots that were asked for, for a layer that compares with the table what it holds: as many as it
+/// allows; beyond them it looks at everything.
+class SlotLog {
+public:
+  void begin(std::size_t most) {
+    numbers_.clear();
+    most_ = most;
+    overran_ = false;
+  }
+  void add(std::int32_t num) {
+    if (most_ == 0 || overran_ || (!numbers_.empty() && numbers_.back() == num))
+      return;
+    overran_ = numbers_.size() == most_ || !numbers_.push(num);
+  }
+  bool overran() const { return overran_; }
+  const GrowArray<std::int32_t>& numbers() const { return numbers_; }
+
+private:
+  GrowArray<std::int32_t> numbers_;
+  std::size_t most_ = 0;  // 0: nobody asks
+  bool overran_ = false;
+};
+
 /// The numbers that sections list, as used or as free.
 class ListedNumbers {
 public:

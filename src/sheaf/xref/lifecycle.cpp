@@ -138,6 +138,7 @@ PDF_NEWOBJ* CPDFXRefTable::get_xref2(int num, int gen) {
   if (num < 0 || index >= kMostObjNum || (xref_count <= index && !grow_xref_items(rounded_count(index), false)))
     return nullptr;
   ++change_count;
+  slots_asked.add(num);
   if (PDF_NEWOBJ* const slot = slot_of(index))
     return slot;
   if (keeps_generations != 0 && know_entry(index) && known_generation(index) >= 0)

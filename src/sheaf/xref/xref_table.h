@@ -268,6 +268,7 @@ public:
   sheaf::Room mem_stream_room;
   sheaf::NumberIndex mem_stream_index;           ///< Entry of mem_streams plus one by object number.
   sheaf::ExportMemory* export_memory = nullptr;  ///< Owned; made by the first export of an annotation.
+  sheaf::SlotLog slots_asked;
 
   // ---- opening and closing (xref/) ----
 

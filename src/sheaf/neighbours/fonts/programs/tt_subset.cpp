@@ -3,7 +3,7 @@
 
 #include "sheaf/base/heap.h"
 #include "sheaf/base/scope_guard.h"
-#include "sheaf/neighbours/fonts/lazy_library.h"
+#include "sheaf/base/lazy_library.h"
 #include "sheaf/neighbours/fonts/programs/tt_bytes_internal.h"
 #include "sheaf/neighbours/fonts/programs/tt_composites_internal.h"
 #include "sheaf/neighbours/fonts/programs/tt_writer.h"
