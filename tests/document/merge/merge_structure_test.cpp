@@ -9,7 +9,7 @@ namespace {
 std::string tagged(const std::string& role, const std::string& language) {
   PdfBuilder builder;
   builder.pages(2)
-      .obj(1, "<</Type/Catalog/Pages 2 0 R/StructTreeRoot 10 0 R/MarkInfo<</Marked true>>/Lang(" + language + ")>>")
+      .obj(1, "<</Type/Catalog/Pages 2 0 R/StructTreeRoot 10 0 R/MarkInfo<</Marked true/UserProperties true>>/Lang(" + language + ")>>")
       .obj(3, "<</Type/Page/Parent 2 0 R/StructParents 0/Resources<</XObject<</F 20 0 R>>>>/Contents 22 0 R>>")
       .obj(4, "<</Type/Page/Parent 2 0 R/StructParents 1/Annots[21 0 R]>>")
       .obj(10,
@@ -52,6 +52,7 @@ TEST(DocMergeStructure, APartKeepsTheElementsOfItsPages) {
   ASSERT_EQ(merged.append(tagged("P", "en"), {0}), 1);
   CPDFDoc& doc = merged.saved();
   EXPECT_EQ(merged.path({"MarkInfo", "Marked"}), "true");
+  EXPECT_EQ(merged.path({"MarkInfo", "UserProperties"}), "true");
   const char* const kept[] = {"/Role", "/TD", "/Sect"};
   for (int i = 0; i < 3; ++i)
     EXPECT_EQ(merged.path({"StructTreeRoot", "K", "0", "K", std::to_string(i).c_str(), "S"}), kept[i]);

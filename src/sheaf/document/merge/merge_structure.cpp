@@ -354,11 +354,11 @@ void MergeStructure::take_tops(MergeSource& source, const StructureIndex::Crowd&
 void MergeStructure::take_root(MergeSource& source, const CPDFDictionary& root) {
   Freed<CPDFObj> marks;
   source.read(marks, "MarkInfo");
-  Freed<CPDFObj> marked = source.table.value(marks.as_dict(), "Marked");
-  if (marked.as_bool())
-    is_marked_ = true;
-  else
+  const bool is_marked = source.table.value(marks.as_dict(), "Marked").as_bool();
+  is_marked_ = is_marked_ || is_marked;
+  if (!is_marked || source.table.value(marks.as_dict(), "Suspects").as_bool())
     ++untagged_;
+  has_user_properties_ = has_user_properties_ || source.table.value(marks.as_dict(), "UserProperties").as_bool();
   Freed<CPDFObj> kids = source.table.value(&root, "Namespaces");
   if (kids.as_array() == nullptr || !source.import(kids))
     return;
@@ -496,6 +496,8 @@ void MergeStructure::put_marks(CPDFDictionary& catalog) {
   marks.as_dict()->set_item_bool("Marked", 1);
   if (untagged_ > 0)
     marks.as_dict()->set_item_bool("Suspects", 1);
+  if (has_user_properties_)
+    marks.as_dict()->set_item_bool("UserProperties", 1);
   catalog.move_item("MarkInfo", marks);
 }
 

@@ -79,8 +79,9 @@ private:
   GrowArray<Top> tops_;
   Freed<CPDFObj> namespaces_;
   Freed<CPDFObj> language_;    // of the document
-  std::int32_t untagged_ = 0;  // sources without tags throughout
+  std::int32_t untagged_ = 0;  // sources that may not be tagged throughout
   bool is_marked_ = false;
+  bool has_user_properties_ = false;
 
   // Of the source at hand.
   StructureIndex own_index_;  // where the caller keeps none
