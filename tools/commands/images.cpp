@@ -1,5 +1,6 @@
 // sheaf images: the images of a document, listed or written as files: JPEG and JPEG 2000 byte for
-// byte, CCITT data too when TIFF files are asked for, all others as PNG.
+// byte, CCITT data too when TIFF files are asked for, all others as PNG; opacity inside of JPEG 2000 data as a PNG of
+// its own.
 #include <cstdio>
 #include <cstring>
 #include <memory>
@@ -57,11 +58,12 @@ public:
 
   void add(std::int32_t num, const CPDFImage& image) {
     const std::string written = options_.folder.empty() ? "" : extract(num, image);
+    const std::string opacity = written.empty() ? "" : extract_opacity(num, image);
     const std::string colours = image.is_mask ? "mask" : colour_space_name(doc_.table(), image.colour_space);
     if (!options_.json) {
-      std::printf("%8d %7d %7d %5d %-20s %-16s %10d %s\n", num, image.width, image.height, image.bits,
+      std::printf("%8d %7d %7d %5d %-20s %-16s %10d %s%s%s\n", num, image.width, image.height, image.bits,
                   shown(colours).c_str(), image.filter[0] != 0 ? shown(image.filter).c_str() : "-", image.stored_length,
-                  shown(written).c_str());
+                  shown(written).c_str(), opacity.empty() ? "" : " ", shown(opacity).c_str());
       return;
     }
     json_.begin_object().key("object").number(num).key("width").number(image.width);
@@ -69,6 +71,8 @@ public:
     json_.key("filter").text(image.filter).key("bytes").number(image.stored_length);
     if (!options_.folder.empty())
       write_file_name(json_, "written", written);
+    if (!opacity.empty())
+      write_file_name(json_, "opacity", opacity);
     json_.end_object();
   }
 
@@ -100,7 +104,7 @@ private:
                        : !is_jpx(image)                ? ".png"
                        : len > 0 && encoded[0] == 0xFF ? ".j2k"
                                                        : ".jp2";
-    const std::string path = options_.folder + "/image-" + std::to_string(num) + kind;
+    const std::string path = path_of(num, kind);
     SafeOutput output;
     if (!output.open(path)) {
       code_ = kExitProblems;
@@ -117,6 +121,26 @@ private:
     if (trouble == nullptr && !is_whole)
       problem(num, "its data end early; the rest of the picture is empty");
     return commit(num, output, path, trouble);
+  }
+
+  // A soft mask is an image of its own; so is what stands for one.
+  std::string extract_opacity(std::int32_t num, const CPDFImage& image) {
+    if (!is_jpx(image) || image.opacity_in_data == 0)
+      return "";
+    const std::string path = path_of(num, "-opacity.png");
+    SafeOutput output;
+    if (!output.open(path)) {
+      code_ = kExitProblems;
+      return "";
+    }
+    bool has_opacity = false;
+    const Dots dots = placements().dots_of(num, image.width, image.height);
+    const char* const trouble = write_opacity_png(&output.stream(), doc_.table(), image, dots, has_opacity);
+    return trouble != nullptr || has_opacity ? commit(num, output, path, trouble) : "";
+  }
+
+  std::string path_of(std::int32_t num, const char* ending) const {
+    return options_.folder + "/image-" + std::to_string(num) + ending;
   }
 
   static const char* write_whole(CQVStream* out, const std::uint8_t* data, std::int32_t len) {
