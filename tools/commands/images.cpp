@@ -1,5 +1,6 @@
 // sheaf images: the images of a document, listed or written as files: JPEG and JPEG 2000 byte for
-// byte, CCITT data too when TIFF files are asked for, all others as PNG.
+// byte, CCITT data too when TIFF files are asked for, all others as PNG; opacity inside of JPEG 2000 data as a PNG of
+// its own.
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
@@ -49,12 +50,32 @@ bool is_fax(const CPDFImage& image) {
   return std::strcmp(image.filter, "CCITTFaxDecode") == 0;
 }
 
+// Names of files; empty where there is none.
+struct Written {
+  std::string picture;
+  std::string opacity;
+};
+
 // Writes the images of a document as files.
 class ImageFiles {
 public:
   ImageFiles(CPDFDoc& doc, const ImagesOptions& options) : doc_(doc), options_(options) {}
 
   int code() const { return code_; }
+
+  /// The files that the image was written to.
+  Written write(std::int32_t num, const CPDFImage& image) {
+    Written written{extract(num, image), ""};
+    if (!written.picture.empty())
+      written.opacity = extract_opacity(num, image);
+    return written;
+  }
+
+private:
+  void problem(std::int32_t num, const char* what) {
+    complain(options_.file, "object " + std::to_string(num) + ": " + what);
+    code_ = kExitProblems;
+  }
 
   // The name of the file written; empty, with a message, when there is none.
   std::string extract(std::int32_t num, const CPDFImage& image) {
@@ -72,7 +93,7 @@ public:
                        : !is_jpx(image)                ? ".png"
                        : len > 0 && encoded[0] == 0xFF ? ".j2k"
                                                        : ".jp2";
-    const std::string path = options_.folder + "/image-" + std::to_string(num) + kind;
+    const std::string path = path_of(num, kind);
     SafeOutput output;
     if (!output.open(path)) {
       code_ = kExitProblems;
@@ -91,10 +112,24 @@ public:
     return commit(num, output, path, trouble);
   }
 
-private:
-  void problem(std::int32_t num, const char* what) {
-    complain(options_.file, "object " + std::to_string(num) + ": " + what);
-    code_ = kExitProblems;
+  // A soft mask is an image of its own; so is what stands for one.
+  std::string extract_opacity(std::int32_t num, const CPDFImage& image) {
+    if (!is_jpx(image) || image.opacity_in_data == 0)
+      return "";
+    const std::string path = path_of(num, "-opacity.png");
+    SafeOutput output;
+    if (!output.open(path)) {
+      code_ = kExitProblems;
+      return "";
+    }
+    bool has_opacity = false;
+    const Dots dots = placements().dots_of(num, image.width, image.height);
+    const char* const trouble = write_opacity_png(&output.stream(), doc_.table(), image, dots, has_opacity);
+    return trouble != nullptr || has_opacity ? commit(num, output, path, trouble) : "";
+  }
+
+  std::string path_of(std::int32_t num, const char* ending) const {
+    return options_.folder + "/image-" + std::to_string(num) + ending;
   }
 
   static const char* write_whole(CQVStream* out, const std::uint8_t* data, std::int32_t len) {
@@ -135,20 +170,21 @@ public:
                   "bytes", options_.folder.empty() ? "" : " written");
   }
 
-  /// `written` is the file that has it, if any.
-  void add(std::int32_t num, const CPDFImage& image, const std::string& written) {
+  void add(std::int32_t num, const CPDFImage& image, const Written& written) {
     const std::string colours = image.is_mask ? "mask" : colour_space_name(doc_.table(), image.colour_space);
     if (!options_.json) {
-      std::printf("%8d %7d %7d %5d %-20s %-16s %10d %s\n", num, image.width, image.height, image.bits,
+      std::printf("%8d %7d %7d %5d %-20s %-16s %10d %s%s%s\n", num, image.width, image.height, image.bits,
                   shown(colours).c_str(), image.filter[0] != 0 ? shown(image.filter).c_str() : "-", image.stored_length,
-                  shown(written).c_str());
+                  shown(written.picture).c_str(), written.opacity.empty() ? "" : " ", shown(written.opacity).c_str());
       return;
     }
     json_.begin_object().key("object").number(num).key("width").number(image.width);
     json_.key("height").number(image.height).key("bits").number(image.bits).key("colours").text(colours);
     json_.key("filter").text(image.filter).key("bytes").number(image.stored_length);
     if (!options_.folder.empty())
-      write_file_name(json_, "written", written);
+      write_file_name(json_, "written", written.picture);
+    if (!written.opacity.empty())
+      write_file_name(json_, "opacity", written.opacity);
     json_.end_object();
   }
 
@@ -197,14 +233,19 @@ public:
       return false;
     for (const PartResult& result : results) {
       code_ = std::max(code_, result.code);
-      for (std::size_t at = 0; at < result.printed.size(); at += names_.back().size() + 1)
-        names_.emplace_back(result.printed.c_str() + at);
+      for (std::size_t at = 0; at < result.printed.size();) {
+        Written& written = written_.emplace_back();
+        for (std::string* const name : {&written.picture, &written.opacity}) {
+          *name = result.printed.c_str() + at;
+          at += name->size() + 1;
+        }
+      }
     }
     return true;
   }
   int code() const { return code_; }
-  /// The name of the file of the image at `index` of the document.
-  std::string name(std::size_t index) const { return index < names_.size() ? names_[index] : std::string(); }
+  /// The files of the image at `index` of the document.
+  Written written(std::size_t index) const { return index < written_.size() ? written_[index] : Written{}; }
 
 private:
   static constexpr std::int64_t kLeastCost = 1024;  // of an image, in bytes
@@ -223,8 +264,9 @@ private:
       Freed<CPDFObj> obj;
       CPDFImage image;
       table.get_stored(obj, {place.num, 0});
-      const std::string name = image.load(table, obj) ? files.extract(place.num, image) : "";
-      std::fwrite(name.c_str(), 1, name.size() + 1, stdout);
+      const Written written = image.load(table, obj) ? files.write(place.num, image) : Written{};
+      for (const std::string* const name : {&written.picture, &written.opacity})
+        std::fwrite(name->c_str(), 1, name->size() + 1, stdout);
     }
     return files.code();
   }
@@ -232,7 +274,7 @@ private:
   CPDFDoc& doc_;
   const ImagesOptions& options_;
   std::vector<Place> images_;
-  std::vector<std::string> names_;
+  std::vector<Written> written_;
   std::int64_t bytes_ = 0;
   int code_ = kExitClean;
 };
@@ -252,7 +294,7 @@ int look_at_images(const ImagesOptions& options) {
   ImageList list(doc, options);
   std::size_t index = 0;
   for_each_image(doc.table(), "objects looked at", [&](std::int32_t num, const CPDFImage& image) {
-    list.add(num, image, in_parts ? parts.name(index++) : writes ? files.extract(num, image) : "");
+    list.add(num, image, in_parts ? parts.written(index++) : writes ? files.write(num, image) : Written{});
   });
   return list.finish(std::max(parts.code(), files.code()));
 }
