@@ -109,13 +109,12 @@ bool ends_within_mark(CQVStream& stream, std::uint32_t offset) {
   stream.SetPos(CQVStream::STR_SEEK_SET, start);
   std::string_view tail(block, stream.Read(block, sizeof(block)));
   tail = without_space_behind(tail);
-  for (int len = kStartWordSize; len > 0; --len) {
-    if (!ends_with(tail, std::string_view(kStartWord, static_cast<std::size_t>(len))))
-      continue;
-    tail.remove_suffix(static_cast<std::size_t>(len));
-    break;
-  }
-  tail = without_space_behind(tail);
+  int len = kStartWordSize;
+  while (len > 0 && !ends_with(tail, std::string_view(kStartWord, static_cast<std::size_t>(len))))
+    --len;
+  if (len == 0)
+    return false;  // the word is written last, so a save may have ended before all was there
+  tail = without_space_behind(tail.substr(0, tail.size() - static_cast<std::size_t>(len)));
   return ends_with(tail, "endobj") || (ends_with(tail, ">>") && closes_dictionaries(stream, offset));
 }
 
