@@ -20,7 +20,7 @@ namespace {
 
 constexpr std::size_t kFirstBuckets = 64;
 constexpr int kMostLevels = 256;
-constexpr std::size_t kNameCharsAtLeast = std::size_t{1} << 22;
+constexpr std::size_t kNameCharsAtLeast = std::size_t{1} << 20;
 constexpr std::size_t kNameCharsPerField = 128;
 
 std::uint32_t hash_of(const wchar_t* name) {

@@ -36,9 +36,11 @@ void FieldLocks::load(CPDFXRefTable& table, const CPDFAcroForm& form, const Fiel
   signatures_ = 0;
   for (std::int32_t i = 0; i < form.field_count(); ++i) {
     const CPDFField& field = *form.field_at(i);
+    if (!field.is_terminal())
+      continue;
     Freed<CPDFObj> item;
     field.get_value("FT", item);
-    if (!field.is_terminal() || !item.is_name("Sig"))
+    if (!item.is_name("Sig"))
       continue;
     Freed<CPDFObj> signature;
     field.get_value("V", signature);
