@@ -82,7 +82,7 @@ bool FileQueue::next(std::string& file) {
   while (next_named(file)) {
     if (file != "-" && is_folder(file))
       open_folder(file);
-    else if (done_.count(file) == 0)
+    else if (!done_.contains(file))
       return true;
   }
   return false;

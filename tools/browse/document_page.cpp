@@ -111,6 +111,7 @@ private:
     std::int32_t to;
     std::int32_t from;
 
+    // NOLINTNEXTLINE(modernize-use-nullptr): the check takes the operator's own 0 for one
     auto operator<=>(const Reference&) const = default;
   };
   GrowArray<Reference> references_;          // sorted once all rows are written

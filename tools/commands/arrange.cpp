@@ -41,7 +41,7 @@ bool wanted_pages(const ArrangeOptions& options, const std::string& name, int co
   }
   const std::set<std::int32_t> gone(named.begin(), named.end());
   for (std::int32_t page = 0; page < count; ++page) {
-    if (gone.count(page) == 0)
+    if (!gone.contains(page))
       pages.push_back(page);
   }
   if (pages.empty())
@@ -141,6 +141,7 @@ int insert(CPDFDoc& doc, const std::string& name, const InsertOptions& options) 
   if (done != wanted)
     complain(from.file, std::to_string(wanted - done) + " pages could not be read and were left out");
   std::vector<std::int32_t> order;
+  order.reserve(static_cast<std::size_t>(count + done));
   for (std::int32_t page = 0; page < count + done; ++page)
     order.push_back(page < place ? page : page < place + done ? count + page - place : page - done);
   const int code = arrange(doc, name, order);

@@ -103,7 +103,7 @@ private:
       return "";
     }
     SafeOutput output;
-    const std::string path = names_.path_for(name_of(file));
+    std::string path = names_.path_for(name_of(file));
     if (!output.open_for_data(path)) {
       code_ = kExitProblems;
       return "";

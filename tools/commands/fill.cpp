@@ -126,6 +126,7 @@ Tally fill_all(CPDFFormFiller& filler, const CPDFFormData& data, const std::stri
   Tally tally;
   for (std::int32_t i = 0; i < data.count(); ++i) {
     std::vector<const char*> values;
+    values.reserve(static_cast<std::size_t>(data.value_count(i)));
     for (std::int32_t k = 0; k < data.value_count(i); ++k)
       values.push_back(data.value(i, k));
     const PDF_FILL result = filler.set(data.name(i), values.data(), static_cast<std::int32_t>(values.size()));

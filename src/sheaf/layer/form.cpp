@@ -118,6 +118,7 @@ Expected<void> Field::set(const std::vector<std::string>& values) {
   if (filler == nullptr)
     return no_field(name_);
   std::vector<const char*> texts;
+  texts.reserve(values.size());
   for (const std::string& value : values)
     texts.push_back(value.c_str());
   const PDF_FILL result = filler->set(name_.c_str(), texts.data(), static_cast<std::int32_t>(texts.size()));

@@ -55,7 +55,7 @@ bool Image::is_mask() const {
   return image_ != nullptr && image_->is_mask;
 }
 std::string Image::filter() const {
-  return image_ != nullptr ? image_->filter : "";
+  return image_ != nullptr ? std::string(image_->filter) : std::string();
 }
 
 bool Image::load(const layer::CoreRef& core, std::int32_t num) {

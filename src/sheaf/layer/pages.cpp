@@ -184,6 +184,7 @@ bool Pages::append(const Pages& pages, std::string_view title) {
   if (pages.core_.get() == core_.get())
     return core_->note(Code::kOtherDocument, "pages are appended from another document; open the file a second time");
   std::vector<std::int32_t> wanted;
+  wanted.reserve(static_cast<std::size_t>(pages.size()));
   for (std::int32_t i = 0; i < pages.size(); ++i)
     wanted.push_back(pages.first_ + i);
   layer::Task task(*core_, "merge");

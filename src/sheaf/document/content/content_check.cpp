@@ -412,7 +412,7 @@ bool ContentChecker::is_absent(State& state, std::string_view name) {
     return false;
   std::copy(name.begin(), name.end(), key.begin());
   const CPDFObj* const item = group.as_dict() != nullptr ? group.as_dict()->get_item(key.begin()) : nullptr;
-  if (doc_.is_absent(item))
+  if (item == nullptr || doc_.is_absent(item))
     return true;
   if (kind == kXObject)
     note_form(*item);

@@ -159,7 +159,8 @@ private:
 
   // How many pages those from i and j on have in common, for all i and j. False when that would take too much.
   bool measure() {
-    if (rows_ + 1 > kMostCells / (columns_ + 1) || !longest_.resize((rows_ + 1) * (columns_ + 1)))
+    if (rows_ >= kMostCells || columns_ >= kMostCells || (rows_ + 1) * (columns_ + 1) > kMostCells ||
+        !longest_.resize((rows_ + 1) * (columns_ + 1)))
       return false;
     for (std::size_t i = rows_; i-- > 0;) {
       for (std::size_t j = columns_; j-- > 0;)

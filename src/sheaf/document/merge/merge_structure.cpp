@@ -422,17 +422,18 @@ void MergeStructure::put(CPDFDictionary& catalog) {
     root = table_.object(root_);
   if (root.as_dict() == nullptr)
     root.take_dict(new (std::nothrow) CPDFDictionary);
-  if (root.as_dict() == nullptr)
+  CPDFDictionary* const dict = root.as_dict();
+  if (dict == nullptr)
     return;
-  root.as_dict()->set_item_name(CPDFDictionary::sm_tag_type, kRoot);
-  put_tops(*root.as_dict());
-  put_parent_tree(*root.as_dict());
-  names_.put(*root.as_dict());
+  dict->set_item_name(CPDFDictionary::sm_tag_type, kRoot);
+  put_tops(*dict);
+  put_parent_tree(*dict);
+  names_.put(*dict);
   if (namespaces_.as_array() != nullptr) {
     Freed<CPDFObj> all = table_.value(root.as_dict(), "Namespaces");
     for (std::int32_t i = 0; all.as_array() != nullptr && i < namespaces_.as_array()->count; ++i)
       all.as_array()->append_moved(namespaces_.as_array()->items[i]);
-    root.as_dict()->move_item("Namespaces", all.as_array() != nullptr ? static_cast<CPDFObj&>(all) : namespaces_);
+    dict->move_item("Namespaces", all.as_array() != nullptr ? static_cast<CPDFObj&>(all) : namespaces_);
   }
   table_.store_object(root_, root);
   catalog.set_item_ref(kRoot, root_);

@@ -80,7 +80,7 @@ void SourceElements::look_at(MergeSource& source, const CPDFDictionary& holder, 
   if (ref.num > 0 && (is_direct || kids.as_array() != nullptr))
     take_direct_kids(source, kids, ref);
   if (kids.as_array() == nullptr) {
-    if (!kids.is_null())
+    if (item != nullptr && !kids.is_null())
       look_at_kid(source, is_direct ? static_cast<CPDFObj&>(kids) : *item, index, waiting);
     return;
   }

@@ -31,6 +31,7 @@ private:
     std::int32_t holder;
     std::uint64_t name;
     friend bool operator==(const Use&, const Use&) = default;
+    // NOLINTNEXTLINE(modernize-use-nullptr): the check takes the operator's own 0 for one
     friend auto operator<=>(const Use&, const Use&) = default;
   };
 

@@ -18,25 +18,25 @@ namespace {
 
 // A key that goes wherever it is found, or from the catalogue or its "Names" only.
 struct StrippedKey {
-  std::uint32_t part;
   const char* key;
+  std::uint32_t part;
   enum Where { kAnywhere, kCatalog, kNames, kPage } where;
 };
 
 constexpr StrippedKey kKeys[] = {
-    {kStripMetadata, "Metadata", StrippedKey::kAnywhere},
-    {kStripAttachments, "EmbeddedFiles", StrippedKey::kNames},
-    {kStripAttachments, "AF", StrippedKey::kAnywhere},
-    {kStripAttachments, "Collection", StrippedKey::kCatalog},
-    {kStripJavaScript, "JavaScript", StrippedKey::kNames},
-    {kStripThumbnails, "Thumb", StrippedKey::kPage},
-    {kStripPrivate, "PieceInfo", StrippedKey::kAnywhere},
-    {kStripPrivate, "SpiderInfo", StrippedKey::kCatalog},
-    {kStripOutline, "Outlines", StrippedKey::kCatalog},
-    {kStripStructure, "StructTreeRoot", StrippedKey::kCatalog},
-    {kStripStructure, "MarkInfo", StrippedKey::kCatalog},
-    {kStripStructure, "StructParents", StrippedKey::kAnywhere},
-    {kStripStructure, "StructParent", StrippedKey::kAnywhere},
+    {"Metadata", kStripMetadata, StrippedKey::kAnywhere},
+    {"EmbeddedFiles", kStripAttachments, StrippedKey::kNames},
+    {"AF", kStripAttachments, StrippedKey::kAnywhere},
+    {"Collection", kStripAttachments, StrippedKey::kCatalog},
+    {"JavaScript", kStripJavaScript, StrippedKey::kNames},
+    {"Thumb", kStripThumbnails, StrippedKey::kPage},
+    {"PieceInfo", kStripPrivate, StrippedKey::kAnywhere},
+    {"SpiderInfo", kStripPrivate, StrippedKey::kCatalog},
+    {"Outlines", kStripOutline, StrippedKey::kCatalog},
+    {"StructTreeRoot", kStripStructure, StrippedKey::kCatalog},
+    {"MarkInfo", kStripStructure, StrippedKey::kCatalog},
+    {"StructParents", kStripStructure, StrippedKey::kAnywhere},
+    {"StructParent", kStripStructure, StrippedKey::kAnywhere},
 };
 
 class Stripper {

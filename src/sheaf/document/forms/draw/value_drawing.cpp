@@ -53,7 +53,8 @@ double start_of(const WidgetLook& look, double width, int quadding) {
 // The largest size up to the usual one at which all lines are seen.
 double size_of_lines(const WidgetLook& look, const GrowArray<FieldGlyph>& glyphs) {
   const double height = look.height - 2 * padding(look);
-  for (double size = kUsualSize; size > kLeastSize; size -= kSizeStep) {
+  for (int step = 0; kUsualSize - kSizeStep * step > kLeastSize; ++step) {
+    const double size = kUsualSize - kSizeStep * step;
     GrowArray<FieldLine> lines;
     break_lines(glyphs, static_cast<std::int64_t>(room_for_text(look) * kEm / size), lines);
     if (static_cast<double>(lines.size()) * kLeading * size <= height)

@@ -61,6 +61,7 @@ void append_characters(const PDF_String& text, GrowArray<std::uint32_t>& charact
   while (at < end) {
     wchar_t wide = 0;
     at += std::max(1, cvt_char_UTF8_To_UCS4(at, wide));
+    // NOLINTNEXTLINE(bugprone-signed-char-misuse,cert-str34-c): a wide one
     auto character = static_cast<std::uint32_t>(wide);
     if (character == '\r') {
       if (at < end && *at == '\n')

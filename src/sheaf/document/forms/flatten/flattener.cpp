@@ -139,8 +139,10 @@ void Flattening::look_at_form() {
     collect_widgets(table, field.ref(), widgets);
     for (const PDF_REF& widget : widgets)
       note_container(widget);
+    if (!field.is_terminal())
+      continue;
     facts.read(field);
-    if (!field.is_terminal() || facts.kind != FieldKind::kSignature)
+    if (facts.kind != FieldKind::kSignature)
       continue;
     Freed<CPDFObj> value;
     field.get_value("V", value);
