@@ -291,7 +291,7 @@ void MergeStructure::take_tops(MergeSource& source) {
   Freed<CPDFObj> theirs;
   source.read(theirs, "Lang");
   Freed<CPDFObj> catalog = table_.catalog();
-  const CPDFObj* ours = catalog.as_dict() != nullptr ? catalog.as_dict()->get_item("Lang") : nullptr;
+  const CPDFObj* ours = catalog.item("Lang");
   if (target_.takes_settings())
     language_.copy_from(&theirs);
   else if (ours != nullptr && language_.is_null())
@@ -301,7 +301,7 @@ void MergeStructure::take_tops(MergeSource& source) {
   const bool same = a.len == b.len && std::equal(a.data, a.data + a.len, b.data);
   Freed<CPDFObj> root;
   source.read(root, kRoot);
-  const CPDFObj* const top = root.as_dict() != nullptr ? root.as_dict()->get_item("K") : nullptr;
+  const CPDFObj* const top = root.item("K");
   Freed<CPDFObj> kids = source.table.value(top);
   const auto take_top = [&](const CPDFObj& kid) {
     const PDF_REF made = elements_.has_kept(kid.as_ref().num) ? source.copy_of(kid.as_ref().num) : PDF_REF{0, 0};

@@ -38,7 +38,7 @@ bool take_direct_kids(MergeSource& source, CPDFObj& kids, const PDF_REF& holder)
 
 std::int32_t number_at(const CPDFDictionary& dict, const char* key) {
   const CPDFObj* const item = dict.get_item(key);
-  return item != nullptr ? item->as_ref().num : 0;
+  return ref_of(item).num;
 }
 
 bool is_whole_object(const CPDFDictionary& item) {
@@ -95,7 +95,7 @@ void SourceElements::list_all(MergeSource& source, const CPDFDictionary& root) {
   GrowArray<SourceElement> waiting;
   Freed<CPDFObj> obj;
   const CPDFObj* const place = source.entry("StructTreeRoot");
-  look_at(source, root, place != nullptr ? place->as_ref() : PDF_REF{0, 0}, -1, waiting);
+  look_at(source, root, ref_of(place), -1, waiting);
   while (!waiting.empty() && elements_.size() < kMostElements) {
     SourceElement element = waiting.back();
     waiting.pop();
