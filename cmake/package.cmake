@@ -22,7 +22,7 @@ set(CPACK_DEBIAN_LIB_PACKAGE_SECTION libs)
 set(CPACK_DEBIAN_LIB_PACKAGE_CONTROL_EXTRA ${PROJECT_SOURCE_DIR}/cmake/triggers)
 set(CPACK_DEBIAN_DEV_PACKAGE_NAME libsheaf-dev)
 set(CPACK_DEBIAN_DEV_PACKAGE_SECTION libdevel)
-set(CPACK_DEBIAN_DEV_PACKAGE_DEPENDS "libsheaf${SHEAF_SOVERSION} (= ${PROJECT_VERSION}), zlib1g-dev, libjpeg-dev, libssl-dev, libfreetype-dev, libharfbuzz-dev, libfribidi-dev, libunibreak-dev, libfontconfig-dev, libopenjp2-7-dev, libutf8proc-dev, libpugixml-dev, libzopfli-dev, libdeflate-dev")
+set(CPACK_DEBIAN_DEV_PACKAGE_DEPENDS "libsheaf${SHEAF_SOVERSION} (= ${PROJECT_VERSION}), zlib1g-dev, libjpeg-dev, libssl-dev, libfreetype-dev, libharfbuzz-dev, libfribidi-dev, libunibreak-dev, libfontconfig-dev, libopenjp2-7-dev, libutf8proc-dev, libmd-dev, libpugixml-dev, libzopfli-dev, libdeflate-dev")
 set(CPACK_DEBIAN_TOOL_PACKAGE_NAME sheaf)
 set(CPACK_DEBIAN_TOOL_PACKAGE_SECTION text)
 # An extension is good for the interpreter that it was built for.

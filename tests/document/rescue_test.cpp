@@ -246,7 +246,6 @@ TEST(Rescue, ADocumentBeginsWhereItsStreamSays) {
   }
 }
 
-// "N" and "First" of an object stream, one of which is false.
 // A cut took the words behind the data, and the tail of the data with them or not.
 TEST(Rescue, AnObjectBehindDataWithoutAnEndIsFound) {
   for (const std::size_t lost : {0u, 5u}) {
@@ -267,15 +266,18 @@ TEST(Rescue, AnObjectBehindDataWithoutAnEndIsFound) {
   }
 }
 
+// "N" or "First" of an object stream is false, or the pairs in front of its objects are.
 TEST(Rescue, FalseNumbersOfAnObjectStreamAreSetRight) {
   for (const char* keys :
-       {"/N 2/First 12", "/N 9/First 12", "/N 3/First 9", "/N 3/First 0", "/N 3/First 5000", "/N 3"}) {
+       {"/N 2/First 12", "/N 9/First 12", "/N 3/First 9", "/N 3/First 0", "/N 3/First 5000", "/N 3", "/N 3/First 12"}) {
     PdfBuilder builder;
     builder.object_stream(9, {{4, "11"}, {5, "22"}, {6, "(x)"}});
     std::string bytes =
         builder.pages(1).obj(1, "<</Type/Catalog/Pages 2 0 R/Refs[4 0 R 5 0 R 6 0 R]>>").xref_stream(10).str();
     const std::size_t from = bytes.find("/N 3");
     bytes.replace(from, bytes.find("/Length") - from, keys);
+    if (keys == std::string("/N 3/First 12"))
+      bytes.replace(bytes.find("4 0 5 3"), 3, "\xFF\xFF\xFF");
     MemStream file(bytes);
     CPDFDoc doc;
     ASSERT_TRUE(doc.open(&file)) << keys;

@@ -89,10 +89,12 @@ TEST(NewFile, KeepsTheObjectsOfAnObjectStreamThatIsNotListed) {
     ASSERT_TRUE(doc.open(&file));
     const bool known = value_of(doc, 6) == "(held)";
     EXPECT_EQ(doc.page_count(), 1);
+    EXPECT_TRUE(doc.status() != PDF_OPEN::kClean || !doc.repairs().empty());
     MemStream made(rewritten(doc));
     CPDFDoc again;
     ASSERT_TRUE(again.open(&made));
     EXPECT_EQ(again.status(), PDF_OPEN::kClean);
+    EXPECT_TRUE(again.repairs().empty());
     EXPECT_EQ(again.page_count(), 1);
     EXPECT_EQ(value_of(again, 6), known ? "(held)" : "null");
   }

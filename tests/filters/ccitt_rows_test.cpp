@@ -11,6 +11,7 @@
 #include "support/jbig2_pages.h"
 
 using namespace fax_test;
+using namespace std::string_literals;
 
 namespace {
 
@@ -98,6 +99,48 @@ TEST(CcittRows, LinesThatBeginOnBytesComeBack) {
     }
     EXPECT_EQ(first_wrong_row(t6.bytes(), -1, rows, 1), -1) << width;
     EXPECT_EQ(first_wrong_row(t4.bytes(), 0, rows, 1), -1) << width;
+  }
+}
+
+// Fill lets each end-of-line code end on a byte, as libtiff writes them. The widest rows hold a white run whose make-up
+// code looks like such a code to a decoder that does not know whether there are any.
+TEST(CcittRows, FilledEndOfLineCodesBelongToTheirLines) {
+  for (const int width : {1, 7, 61, 1728, 1791}) {
+    std::vector<Row> rows = dithered_ramp(width, 40);
+    rows.push_back(Row(static_cast<std::size_t>(width)));
+    FaxEncoder plain;
+    FaxEncoder mixed;
+    for (std::size_t i = 0; i < rows.size(); ++i) {
+      plain.fill_for_end_of_line();
+      plain.plain_row(rows[i]);
+      mixed.fill_for_end_of_line();
+      if (i % 4 == 0)
+        mixed.tagged_row(rows[i]);
+      else
+        mixed.tagged_row(rows[i], rows[i - 1]);
+    }
+    for (const int align : {0, 1}) {
+      EXPECT_EQ(first_wrong_row(plain.bytes(), 0, rows, align), -1) << width << ' ' << align;
+      EXPECT_EQ(first_wrong_row(mixed.bytes(), 4, rows, align), -1) << width << ' ' << align;
+    }
+  }
+}
+
+TEST(CcittRows, TheLongestWhiteRunsAreNoFilledEndOfLineCodes) {
+  // Two white lines of 1,792 pixels, each its make-up code and a run of 0, on bytes; and with codes in front.
+  const std::string aligned("\x01\x06\xA0\x01\x06\xA0", 6);
+  const std::string filled("\x00\x01\x01\x06\xA0\x00\x01\x01\x06\xA0", 10);
+  for (const bool has_codes : {false, true}) {
+    const std::string& data = has_codes ? filled : aligned;
+    const StreamPtr fax = decoder_of(
+        "CCITTFaxDecode", data,
+        "<</Columns 1792/BlackIs1 true/EncodedByteAlign true/EndOfLine "s + (has_codes ? "true>>" : "false>>"));
+    std::string row(224, '\1');
+    for (int y = 0; y < 2; ++y) {
+      ASSERT_EQ(fax->read_block(row.data(), 224), 224);
+      EXPECT_EQ(row, std::string(224, '\0'));
+    }
+    EXPECT_EQ(static_cast<const CPDFStreamFAX&>(*fax).byte_pos, static_cast<int>(data.size())) << has_codes;
   }
 }
 

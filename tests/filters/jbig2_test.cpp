@@ -227,6 +227,12 @@ TEST(Jbig2Peer, AnotherDecoderAgrees) {
     const std::string body = generic_body(picture, number, number % 2 == 0, nominal_adaptive(number));
     streams.push_back(page_of(picture, segment(1, 38, {}, body)));
   }
+  const std::vector<Picture> symbols = {Picture::sample(5, 7, 1), Picture::sample(70, 11, 2),
+                                        Picture::sample(9, 14, 3)};
+  for (const TextLayout& layout : {TextLayout{}, TextLayout{3, true, 2, 2, 5, true}}) {
+    const std::string text = text_body(symbols, {{0, 3, 4}, {2, 30, 7}, {1, 96, 21}, {0, -2, 33}}, picture, layout);
+    streams.push_back(page_of(picture, segment(1, 0, {}, dictionary_body(symbols), 0) + segment(2, 6, {1}, text)));
+  }
   for (const std::string& bytes : streams) {
     write_file(folder / "page.jb2", bytes);
     const std::string command =

@@ -233,6 +233,12 @@ TEST_F(LayerDocument, ProgressCanStopLongWork) {
   EXPECT_TRUE(doc->save_as(path("out.pdf")));
   EXPECT_TRUE(grows);
   EXPECT_GT(last, 0) << "of some 60,000 objects";
+  for (int number = 5; number < 30000; ++number)
+    doc->object(number).set("Text", "something else to read, which is written in its place");
+  last = 0;
+  EXPECT_TRUE(doc->save_update());
+  EXPECT_TRUE(grows);
+  EXPECT_GT(last, 0) << "of some 30,000 objects";
   doc->on_progress({});
   SaveOptions options;
   options.object_streams = ObjectStreams::kGenerate;
@@ -242,6 +248,24 @@ TEST_F(LayerDocument, ProgressCanStopLongWork) {
   EXPECT_LT(std::filesystem::file_size(path("linear.pdf")), std::filesystem::file_size(path("out.pdf")) / 2);
   EXPECT_EQ(Document::open(path("linear.pdf"))->version(), "2.0");
   EXPECT_EQ(Document::open(path("out.pdf"))->pages().size(), 1);
+}
+
+// Held values are compared with the table after a change, but only those that it can have touched.
+TEST_F(LayerDocument, AChangeCostsTheSameHoweverManyValuesAreHeld) {
+  const auto requests_for = [](int count) {
+    FailingHeap heap(0);
+    auto doc = Document::create();
+    std::vector<Value> held;
+    for (int i = 0; i < count; ++i) {
+      held.push_back(doc->add(Object::dictionary("Number", i, "List", Object::array(1, 2, 3))));
+      held.push_back(doc->add_stream("some data"));
+      held[0].set("Number", i);
+    }
+    EXPECT_EQ(held[0].get<int>("Number"), count - 1);
+    EXPECT_EQ(held.back().decoded()->text(), "some data");
+    return heap.requests;
+  };
+  EXPECT_LT(requests_for(400), 3 * requests_for(200));
 }
 
 TEST_F(LayerDocument, EveryRefusedRequestForMemoryIsTold) {

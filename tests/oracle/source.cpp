@@ -246,6 +246,8 @@ private:
     out_ += "xref\n";
     if (!has_section_)
       out_ += "0 1\n0000000000 65535 f \n";
+    else if (places_.empty())
+      out_ += "0 0\n";  // other programs want a subsection, though of no objects
     for (const auto& [num, place] : places_) {
       char line[48];
       std::snprintf(line, sizeof(line), "%d 1\n%010zu %05d n \n", num, place.first, place.second);

@@ -77,6 +77,11 @@ public:
     }
   }
 
+  /// Fill in front of an end-of-line code that is to end on a byte.
+  void fill_for_end_of_line() {
+    while (used_ % 8 != 4)
+      put("0");
+  }
   /// Fill in front of a line that begins on a byte.
   void align() { used_ = (used_ + 7) / 8 * 8; }
 

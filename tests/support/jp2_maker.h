@@ -105,3 +105,20 @@ inline std::string jp2_box(const std::string& type, const std::string& content) 
     box += static_cast<char>(size >> shift);
   return box + type + content;
 }
+
+/// A JP2 file of these boxes inside its header and of a bare code stream.
+inline std::string jp2_file(const std::string& header, const std::string& code_stream) {
+  using namespace std::string_literals;
+  return jp2_box("jP  ", "\r\n\x87\n") + jp2_box("ftyp", "jp2 \0\0\0\0jp2 "s) + jp2_box("jp2h", header) +
+         jp2_box("jp2c", code_stream);
+}
+
+/// 67 x 45 pixels, grey of 0x30 with an opacity of 0x60.
+inline std::string make_grey_with_opacity() {
+  using namespace std::string_literals;
+  const std::string data =
+      make_jp2(67, 45, {.components = 2, .bare = true}, [](int c, int, int) { return c == 0 ? 0x30 : 0x60; });
+  return jp2_file(jp2_box("ihdr", "\0\0\0\x2D\0\0\0\x43\0\x02\x07\x07\0\0"s) + jp2_box("colr", "\x01\0\0\0\0\0\x11"s) +
+                      jp2_box("cdef", "\0\x02\0\0\0\0\0\x01\0\x01\0\x01\0\0"s),
+                  data);
+}

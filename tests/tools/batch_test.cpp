@@ -65,4 +65,27 @@ TEST_F(Batch, LimitsEndOneFileOnly) {
   EXPECT_EQ(sheaf("check").code, 2);
 }
 
+TEST_F(Batch, SeveralProcessesGiveWhatOneGives) {
+  PdfBuilder builder;
+  builder.obj(1, "<</Type/Catalog/Pages 2 0 R/Kept[4 0 R 5 0 R 6 0 R 7 0 R]>>")
+      .obj(2, "<</Type/Pages/Count 1/Kids[3 0 R]/MediaBox[0 0 9 9]>>")
+      .obj(3, "<</Type/Page/Parent 2 0 R>>");
+  const std::string grey = "/Subtype/Image/Width 40/Height 30/BitsPerComponent 8/ColorSpace/DeviceGray";
+  for (int i = 4; i < 7; ++i)
+    builder.stream(i, grey, std::string(1200, static_cast<char>('0' + i)));
+  builder.stream(7, grey, "cut off");
+  write_file(folder / "pictures.pdf", builder.classic().str());
+  const auto outcome = [&](const std::string& jobs) {
+    const std::string name = "jobs" + jobs;
+    const RunResult images = sheaf("images pictures.pdf -d out --jobs " + jobs + " 2>&1; mv out " + name);
+    const RunResult small = sheaf("rewrite -q --deterministic-id --compress --recompress 9 --jobs " + jobs +
+                                  " pictures.pdf " + name + ".pdf");
+    EXPECT_EQ(small.code, 0) << small.output;
+    return images.output + sheaf("check " + name + ".pdf --json | sed 's/jobs[0-9]*//'").output;
+  };
+  EXPECT_EQ(outcome("3"), outcome("1"));
+  EXPECT_EQ(run_command("cd " + folder.str() + "; diff -r jobs1 jobs3 && cmp jobs1.pdf jobs3.pdf").code, 0);
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder / "jobs3"), {}), 4);
+}
+
 }  // namespace

@@ -167,6 +167,7 @@ TEST_F(ImageTool, ImagesAreListedAndWritten) {
       .stream(8, "/Subtype/Image/Width 1/Height 1/ColorSpace[/DeviceN[/a/b]/DeviceRGB 3 0 R]/BitsPerComponent 8", "ab")
       .stream(9, "/Subtype/Image/Width 4/Height 2/ImageMask true", "\x50")
       .stream(10, "/Subtype/Image/Width 1/Height 1/ColorSpace/DeviceGray/BitsPerComponent 16", "\x12\x34")
+      .stream(11, "/Subtype/Image/Width 67/Height 45/SMaskInData 1/Filter/JPXDecode", make_grey_with_opacity())
       .classic();
   const std::string in = file("in.pdf", pdf.str());
   const RunResult list = sheaf("images --json " + in);
@@ -184,6 +185,7 @@ TEST_F(ImageTool, ImagesAreListedAndWritten) {
   EXPECT_TRUE(contains(written, "object 9: its data end early")) << written.output;
   EXPECT_TRUE(read_file(folder / "images/image-4.jpg") == jpeg);
   EXPECT_TRUE(read_file(folder / "images/image-5.jp2") == jp2);
+  EXPECT_TRUE(read_file(folder / "images/image-11.jp2") == make_grey_with_opacity());
 
   struct Picture {
     int num;
@@ -193,9 +195,11 @@ TEST_F(ImageTool, ImagesAreListedAndWritten) {
       {6, "\x0A\x14\x1E\x64\x6E\x78\x0A\x14\x1E"},
       {7, "\xFF\xFF\xFF\xFF\x00\x00"s},
       {10, "\x12\x12\x12"},
+      {11, std::string(67 * 45 * 3, '\x60')},
   };
   for (const Picture& picture : pictures) {
-    const std::string png = folder / ("images/image-" + std::to_string(picture.num) + ".png");
+    const std::string png =
+        folder / ("images/image-" + std::to_string(picture.num) + (picture.num == 11 ? "-opacity.png" : ".png"));
     ASSERT_EQ(sheaf("new " + out + " --image " + png).code, 0);
     EXPECT_EQ(sheaf("stream " + out + " 3").output, picture.pixels) << picture.num;
   }

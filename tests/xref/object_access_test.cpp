@@ -250,9 +250,13 @@ TEST(Recovery, WhatHasNoTrailerOrNoRootIsRefused) {
 }
 
 TEST(Recovery, ALoneHeaderCannotMakeTheTableHuge) {
-  TestTable million("2000000 0 obj (x) endobj trailer <</Root 1 0 R>>");
-  million.table.XRefCreate();
-  EXPECT_EQ(million.table.xref_count, 2000128u);
+  const std::string lone = "2000000 0 obj (x) endobj trailer <</Root 1 0 R>>";
+  TestTable of_a_few_bytes(lone);
+  of_a_few_bytes.table.XRefCreate();
+  EXPECT_EQ(of_a_few_bytes.table.xref_count, 0u);
+  TestTable of_a_page(lone + std::string(4000, ' '));
+  of_a_page.table.XRefCreate();
+  EXPECT_EQ(of_a_page.table.xref_count, 2000128u);
   TestTable billions("2147483647 0 obj (x) endobj 1 0 obj (y) endobj trailer <</Root 1 0 R>>");
   billions.table.XRefCreate();
   EXPECT_EQ(billions.table.xref_count, 256u);

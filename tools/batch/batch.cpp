@@ -9,6 +9,7 @@
 
 #include "batch/file_queue.h"
 #include "support/command_line.h"
+#include "support/jobs.h"
 #include "support/json_values.h"
 #include "support/messages.h"
 
@@ -16,7 +17,6 @@ namespace sheaf::tool {
 
 namespace {
 
-constexpr int kMostJobs = 256;
 constexpr int kTick = 50;  // milliseconds between two looks at the clock
 
 bool needs_processes(const BatchOptions& batch) {
@@ -102,10 +102,10 @@ private:
 
 }  // namespace
 
-void add_batch(Command& command, BatchOptions& batch) {
+void add_batch(Command& command, BatchOptions& batch, const char* jobs) {
   command.add_option("FILE", batch.files, "The documents, or folders of them");
   command.add_option("--files-from", batch.list, "A file with a name on each line, - for standard input");
-  command.add_option("--jobs", batch.jobs, "Files at a time")->check(Range{1, kMostJobs});
+  command.add_option("--jobs", batch.jobs, jobs)->check(Range{1, kMostJobs});
   command.add_option("--limit-time", batch.limits.seconds, "The most seconds for a file")->check(Range{0.0, 1e6});
   command.add_size("--limit-memory", batch.limits.memory, {1U << 20, UINT64_MAX / 2},
                    "The most memory for a file, such as 256MiB");

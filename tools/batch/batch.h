@@ -19,8 +19,8 @@ struct BatchOptions {
   WorkerLimits limits;
 };
 
-/// Adds FILE..., --files-from, --jobs, --limit-time, --limit-memory and --skip-done.
-void add_batch(Command& command, BatchOptions& batch);
+/// Adds FILE..., --files-from, --jobs (which `jobs` describes), --limit-time, --limit-memory and --skip-done.
+void add_batch(Command& command, BatchOptions& batch, const char* jobs = "Files at a time");
 
 /// Whether there can be more than one file, so that what is printed has to name each.
 bool is_many(const BatchOptions& batch);

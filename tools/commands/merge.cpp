@@ -148,6 +148,7 @@ int run_split(const SplitOptions& options) {
   }
   int code = kExitClean;
   Progress progress("parts", parts);
+  CPDFMergeIndex index;
   for (int part = 0; part < parts; ++part) {
     const std::string name = part_name(options.pattern, part + 1, parts);
     progress.show(part + 1);
@@ -155,7 +156,7 @@ int run_split(const SplitOptions& options) {
     for (int page = part * options.every; page < (part + 1) * options.every && page < source.page_count(); ++page)
       pages.push_back(page);
     Assembly assembly;
-    assembly.merge->set_options({files_of_part(options, part), false, false});
+    assembly.merge->set_options({files_of_part(options, part), false, false, &index});
     const auto wanted = static_cast<std::int32_t>(pages.size());
     if (assembly.merge->append(source, pages.data(), wanted, nullptr) != wanted || assembly.has_unreadable())
       code = kExitProblems;

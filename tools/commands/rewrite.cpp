@@ -2,6 +2,7 @@
 #include <cstdio>
 #include <memory>
 
+#include "batch/packed_ahead.h"
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/document/writer/doc_writer.h"
 #include "sheaf/neighbours/security/digests.h"
@@ -171,9 +172,16 @@ bool write_as_asked(CPDFDoc& doc, const RewriteOptions& options, SafeOutput& out
     return false;
   if (enc != nullptr && options.writing.uncompress)
     warn(output_name(options.output), "stays encrypted, which is nothing for a text editor; add --decrypt");
+  PDF_WRITE_OPTIONS wanted = options.writing.write;
+  PackedAhead packed;
+  if (options.writing.jobs > 1 && packs(wanted)) {
+    if (!packed.run(doc, options.file, wanted, options.writing.jobs))
+      return false;
+    wanted.packer = &packed;
+  }
   CPDFDocWriter writer(doc);
   writer.set_id(id);
-  if (!writer.write(progress, enc.get(), options.writing.write))
+  if (!writer.write(progress, enc.get(), wanted))
     return complain_of_output(options.output);
   const PDF_WRITE_RESULT& result = writer.result();
   remark_work(result, output_name(options.output));

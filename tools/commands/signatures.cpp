@@ -15,6 +15,8 @@ namespace sheaf::tool {
 
 namespace {
 
+constexpr char kNoLibrary[] = "libcrypto, which checks signatures, cannot be loaded; install it (libssl3)";
+
 struct SignaturesOptions {
   std::string file;
   PasswordOptions password;
@@ -198,11 +200,19 @@ int run_signatures(SignaturesOptions& options) {
   CPDFSignatureChecker checker;
   CPDFDoc doc;
   CPDFSignatures list;
+  if (!options.trusted.empty() && !CPDFSignatureChecker::can_check()) {
+    complain(options.file, kNoLibrary);
+    return kExitFailed;
+  }
   if (!fix_password(options.password) || !read_trusted(options, checker) ||
       !open_document(doc, options.file, options.password))
     return kExitFailed;
   if (!list.load(doc)) {
     complain(options.file, "there is not enough memory");
+    return kExitFailed;
+  }
+  if (list.size() != 0 && !CPDFSignatureChecker::can_check()) {
+    complain(options.file, kNoLibrary);
     return kExitFailed;
   }
   SignatureReport report(doc, options, checker);

@@ -16,6 +16,11 @@ namespace sheaf::tool {
 const char* write_png(CQVStream* out, CPDFXRefTable& table, const CPDFImage& image, const Dots& dots, bool& is_whole,
                       int shrink = 1);
 
+/// Writes the opacity that the data of the image have of their own ("SMaskInData") as a grey PNG file. Why that failed,
+/// or null. Nothing is written when `has_opacity` is false: such an image has none.
+const char* write_opacity_png(CQVStream* out, CPDFXRefTable& table, const CPDFImage& image, const Dots& dots,
+                              bool& has_opacity);
+
 /// How CCITT data lie in a TIFF file (TIFF 6.0, sections 10 and 11).
 struct FaxTiff {
   int compression = 0;  ///< 2, 3 or 4; 0: TIFF has no such coding.

@@ -107,7 +107,44 @@ const char* write_rows(PngOutput& png, const CPDFImage& image, const PixelRows& 
   return png_finish(png) ? nullptr : kNotWritten;
 }
 
+const char* write_opacity_rows(PngOutput& png, const CPDFImage& image, int colour_bytes, ColourRows& colours) {
+  std::vector<std::uint8_t> skipped(static_cast<std::size_t>(colour_bytes));
+  std::vector<std::uint8_t> row(static_cast<std::size_t>(image.width));
+  for (std::int32_t y = 0; y < image.height; ++y) {
+    if (colours.read(skipped.data(), colour_bytes, row.data()) != colour_bytes)
+      std::fill(row.begin(), row.end(), std::uint8_t{0});
+    if (!png_put_row(png, row.data()))
+      return kNotWritten;
+  }
+  return png_finish(png) ? nullptr : kNotWritten;
+}
+
 }  // namespace
+
+const char* write_opacity_png(CQVStream* out, CPDFXRefTable& table, const CPDFImage& image, const Dots& dots,
+                              bool& has_opacity) {
+  ColourRows colours;
+  has_opacity = false;
+  if (image.opacity_in_data == 0)
+    return nullptr;
+  if (const char* const trouble = why_not(colours.open(table, image)))
+    return trouble;
+  has_opacity = colours.has_opacity();
+  if (!has_opacity)
+    return nullptr;
+  PngLayout layout{};
+  layout.width = static_cast<std::uint32_t>(image.width);
+  layout.height = static_cast<std::uint32_t>(image.height);
+  layout.components = 1;
+  layout.bits = 8;
+  layout.dots_x = dots.x;
+  layout.dots_y = dots.y;
+  PngOutput png{};
+  const ScopeGuard close([&png] { png_close(png); });
+  if (!png_begin(png, out, layout))
+    return kNotWritten;
+  return write_opacity_rows(png, image, image.width * colours.space().components, colours);
+}
 
 const char* write_png(CQVStream* out, CPDFXRefTable& table, const CPDFImage& image, const Dots& dots, bool& is_whole,
                       int shrink) {

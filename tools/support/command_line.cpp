@@ -140,7 +140,11 @@ Option* Command::add_words(const std::string& name, const std::vector<std::strin
 void add_commands(CLI::App& app, const std::string& chosen, int& code) {
   std::vector<Entry>& all = entries();
   std::sort(all.begin(), all.end(), [](const Entry& a, const Entry& b) { return std::strcmp(a.name, b.name) < 0; });
+  // One that is there needs no others beside it: each takes its time and memory at every start.
+  const bool is_there = std::any_of(all.begin(), all.end(), [&](const Entry& entry) { return chosen == entry.name; });
   for (const Entry& entry : all) {
+    if (is_there && chosen != entry.name)
+      continue;
     CLI::App* const described = app.add_subcommand(entry.name, entry.what)->group(entry.group);
     if (chosen != entry.name)
       continue;

@@ -116,7 +116,7 @@ public:
   Registration(const char* name, const char* group, const char* what, Describe describe);
 };
 
-/// Adds all commands that registered, by name. Only the one called `chosen` is described, since describing all of them
+/// Adds the command called `chosen`, or all that registered where there is none, undescribed: describing all of them
 /// would take longer than reading a document does. `code` gets the exit code of the one that runs.
 void add_commands(CLI::App& app, const std::string& chosen, int& code);
 

@@ -61,32 +61,31 @@ public:
     // Reading can grow the table, so its size is looked at each turn.
     Progress progress("objects checked", table_.xref_count);
     for (std::uint32_t num = 1; num < table_.xref_count; ++num) {
-      const PDF_XREF entry = table_.xref_items[num];
+      if (!table_.xref_items[num].is_known() && !has_searched_)
+        search_unlisted(num);
+      if (!table_.xref_items[num].is_known())
+        continue;
       progress.show(num);
-      if (!entry.is_known() && table_.listed.leave_out(num))
-        look_for(object_num(num));
-      if (table_.xref_items[num].is_known())
-        check_object(object_num(num), table_.xref_items[num]);
+      check_object(object_num(num), table_.xref_items[num]);
     }
     report_lost();
   }
 
 private:
-  // An object that no section lists is searched for as soon as it is asked for.
-  void look_for(std::int32_t num) {
-    table_.get_references(found_, num);
-    found_.clear();
+  // Objects that no section lists are searched for, all of them, as soon as one is asked for.
+  void search_unlisted(std::uint32_t num) {
+    has_searched_ = table_.listed.leave_out(num);
+    if (has_searched_)
+      table_.locate(static_cast<std::int32_t>(num));
   }
 
   void check_object(std::int32_t num, const PDF_XREF& entry) {
     ++result_.objects;
     if (entry.is_compressed()) {
-      // Object streams hold no streams, so that it is enough to pass over their objects' syntax.
-      table_.get_references(found_, num);
-      found_.clear();
+      // Object streams hold no streams, and their objects' syntax was passed over when they were decoded.
+      table_.locate(num);
       if (!doc_.can_reach(num))
         lost_.push_back(num);
-      check_container(entry.container());
       return;
     }
     obj_ = table_.object(doc_.reference_to(num));
@@ -150,23 +149,13 @@ private:
     const PDF_XREF entry = table_.xref_items[num];
     if (type == nullptr || !type->is_name("ObjStm") || !entry.is_listed())
       return nullptr;
-    const PDF_OBJSTM* const objstm = table_.get_objstm_references(entry.offset, num);
+    const PDF_OBJSTM* const objstm = table_.objstm_outline(entry.offset, num);
     return objstm != nullptr && objstm->decoded != 0 ? objstm : nullptr;
   }
 
   bool is_empty(const CPDFStreamRec& rec) {
     Freed<CPDFObj> length = table_.value(&rec.dict, CPDFDictionary::sm_tag_length);
     return length.tag == kTagInt && length.as_int() == 0;
-  }
-
-  // An object stream that only its members' entries know of opens nowhere else.
-  void check_container(std::int32_t num) {
-    if (num == container_)
-      return;
-    container_ = num;
-    const auto index = object_index(num);
-    if (index < table_.xref_count && !table_.xref_items[index].is_in_file())
-      problem(num, "holds objects, but has no entry of its own");
   }
 
   // Of the objects that cannot be read those count that something needs.
@@ -209,9 +198,8 @@ private:
   CheckResult& result_;
   const ContentChecker* contents_;
   std::vector<std::int32_t> lost_;
-  std::int32_t container_ = 0;
+  bool has_searched_ = false;
   Freed<CPDFObj> obj_;
-  ReferenceList found_;
   std::string name_;
 };
 

@@ -116,7 +116,10 @@ bool start_encryption(const EncryptionOptions& encryption, CPDFObj& id, const st
   const CPDFObj* const first = id.as_array() != nullptr ? id.as_array()->get(0) : nullptr;
   if (enc.create(settings, first != nullptr ? first->as_string() : PDF_String{0, nullptr}))
     return true;
-  complain(output_name(output), "the system gives no random numbers; nothing was written");
+  complain(output_name(output),
+           settings.algorithm != Algorithm::kRC4 && !has_aes()
+               ? "libcrypto, which has AES, cannot be loaded; install it (libssl3). Nothing was written"
+               : "the system gives no random numbers; nothing was written");
   return false;
 }
 

@@ -78,6 +78,8 @@ std::string password_trouble(const CPDFDoc& doc) {
       return "the password is wrong; give the user or the owner password";
     case CPDFStandardSecHand::Outcome::kUnsupported:
       return "is encrypted in a way that is not supported; only password encryption is";
+    case CPDFStandardSecHand::Outcome::kNoCipher:
+      return "is encrypted by AES, and libcrypto, which has that, cannot be loaded; install it (libssl3)";
     case CPDFStandardSecHand::Outcome::kDamagedDictionary:
       return "its encryption dictionary is damaged; the contents cannot be decrypted";
     default:

@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "sheaf/document/writer/deflater.h"
+#include "support/jobs.h"
 #include "support/messages.h"
 
 namespace sheaf::tool {
@@ -49,6 +50,8 @@ void add_writing(Command& command, WritingOptions& options) {
   auto* recompress = command.add_option("--recompress", options.recompress,
                                         "Make Flate anew where it comes out smaller: 1 to 9, or max (very slow)");
   recompress->type_name("LEVEL")->check(IsMember({"1", "2", "3", "4", "5", "6", "7", "8", "9", "max"}));
+  command.add_option("--jobs", options.jobs, "Processes that --recompress and --compress take")
+      ->check(Range{1, kMostJobs});
   auto* linearize = command.add_flag("--linearize", options.write.linearize,
                                      "The first page in front, with hints: for viewers that fetch pieces of a file");
   command.add_flag("--dedupe", options.write.share_equals, "Write equal streams, fonts and the like once");

@@ -16,6 +16,7 @@ struct WritingOptions {
   std::string recompress;
   std::string min_version;
   std::vector<std::string> strip;
+  int jobs = 1;  ///< Processes that pack.
   bool compress = false;
   bool uncompress = false;
 };

@@ -67,7 +67,8 @@ void append_utf8(Text& out, std::uint32_t character) {
 template <class Text>
 void append_utf8(Text& out, const wchar_t* text) {
   for (; *text != 0; ++text) {
-    auto character = static_cast<std::uint32_t>(*text);  // NOLINT(bugprone-signed-char-misuse): a wide one
+    // NOLINTNEXTLINE(bugprone-signed-char-misuse,cert-str34-c): a wide one
+    auto character = static_cast<std::uint32_t>(*text);
     if (is_high_surrogate(character) && is_low_surrogate(static_cast<std::uint32_t>(text[1])))
       character = from_surrogates(character, static_cast<std::uint32_t>(*++text));
     append_utf8(out, character);

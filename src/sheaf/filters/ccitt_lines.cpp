@@ -96,6 +96,15 @@ void CPDFStreamFAX::align_to_byte() {
     set_position(position() + 8 - bit_pos);
 }
 
+// Whether an end-of-line code is next that fill lets end on a byte, so that its zeros begin within this one. Only the
+// make-up codes of the longest white runs look the same.
+bool CPDFStreamFAX::has_filled_eol() const {
+  constexpr int kZeros = 11;
+  constexpr int kLongestRuns = 1792;
+  const std::int64_t one = next_one(position());
+  return one - position() >= kZeros && one % 8 == 7 && (end_of_line != 0 || columns < kLongestRuns);
+}
+
 // A white run of a one-dimensional line. False at an end-of-line code, which stays in the input.
 bool CPDFStreamFAX::white_run(int& a0) {
   for (;;) {
@@ -197,6 +206,7 @@ void CPDFStreamFAX::dec_scanline(unsigned char* dst, int /*size*/) {
     put_change(a0);
   }
   set_position(window.position());
-  align_to_byte();
+  if (k == 0 && !has_filled_eol())  // in mixed data the end-of-line code is searched for, over any fill
+    align_to_byte();
   put_change(a0);
 }

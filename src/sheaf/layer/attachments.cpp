@@ -33,7 +33,7 @@ bool Info::set(const char* key, std::string_view text) {
     return core_->note(Code::kClosed, "the document is closed");
   const std::string utf8(text);
   const bool done = core_->settled().set_info(key, utf8.c_str());
-  core_->refresh();
+  core_->refresh_touched();
   return done || core_->note(Code::kNoMemory, "the document information could not be changed");
 }
 
@@ -63,7 +63,7 @@ void Attachments::collect() {
   CPDFAttachments list;
   if (!list.load(core_->settled()))
     core_->note(Code::kNoMemory, "there is no memory for the list of embedded files");
-  core_->refresh();
+  core_->refresh_touched();
   const auto text = [](const char* utf8) { return std::string(utf8 != nullptr ? utf8 : ""); };
   const auto value = [this](const PDF_REF& ref) { return ref.num > 0 ? core_->object(ref.num) : Value(); };
   for (std::int32_t i = 0; i < list.size(); ++i) {
@@ -92,7 +92,7 @@ Expected<void> Attachments::remove(std::string_view name) {
   CPDFDoc& doc = core_->finished();
   const auto index = static_cast<std::int32_t>(file - files_.data());
   const bool done = list.load(doc) && index < list.size() && list.remove(doc, index);
-  core_->refresh();
+  core_->refresh_touched();
   collect();
   return done ? Expected<void>()
               : Expected<void>(layer::error_of(Code::kDamaged, "the list of embedded files cannot be changed"));
@@ -112,7 +112,7 @@ Expected<void> Attachments::add(const std::string& path) {
     return layer::error_of(too_large ? Code::kTooLarge : Code::kNoFile,
                            path + (too_large ? " has 2 GiB or more" : " cannot be read or embedded"));
   }
-  core_->refresh();
+  core_->refresh_touched();
   collect();
   return {};
 }
@@ -144,7 +144,7 @@ Expected<void> Attachments::add(std::string_view name, std::span<const std::uint
   const bool done = tree.raw().as_dict() != nullptr &&
                     name_tree_insert(core_->settled().table(), *tree.raw().as_dict(), key_text, {spec.number(), 0});
   QVFree(key_text.data);
-  core_->refresh();
+  core_->refresh_touched();
   if (!done || !names.set("EmbeddedFiles", std::move(tree)))
     return layer::error_of(Code::kDamaged, "the list of embedded files is damaged");
   collect();

@@ -2,6 +2,7 @@
 // with the table after others changed that.
 #include "sheaf/layer/core_internal.h"
 
+#include <algorithm>
 #include <new>
 #include <utility>
 
@@ -14,6 +15,7 @@ namespace {
 
 constexpr std::size_t kMostSpareNodes = 32;
 constexpr std::size_t kFirstSlots = 32;
+constexpr std::size_t kLeastLogged = 64;  // of slots asked for, however few nodes there are
 
 }  // namespace
 
@@ -26,7 +28,7 @@ void release_node(NodeHead* node) {
 }
 
 void refresh_nodes(Core& core) {
-  core.refresh();
+  core.refresh_touched();
 }
 
 // ---- live nodes, by number ----
@@ -100,7 +102,7 @@ void Core::drop() {
 
 void Core::set_open() {
   open_ = true;
-  seen = doc_.table().change_count;
+  note_seen();
 }
 
 void Core::close() {
@@ -188,7 +190,7 @@ Value Core::object(std::int32_t num) {
   if (!open_ || num <= 0)
     return {};
   if (*changes != seen)
-    refresh();
+    refresh_touched();
   if (Node* const node = live_.find(num))
     return {node, &node->obj, -1};
   Node* const node = new_node(num, Node::kObject);
@@ -233,7 +235,7 @@ Value Core::add(Object value) {
   const PDF_REF ref{settled().table().alloc_obj_num(), 0};
   CPDFObj content = std::exchange(value.raw(), CPDFObj{});
   const bool done = table().store_object(ref, content);
-  refresh();
+  refresh_touched();
   if (done)
     return object(ref.num);
   note(Code::kNoMemory, "there is no memory for a new object");
@@ -276,7 +278,7 @@ void Core::store(Node& node, bool keep_content) {
 
 CPDFDoc& Core::settled() {
   if (*changes != seen)
-    refresh();
+    refresh_touched();
   for (std::size_t i = 0; i < changed_.size(); ++i) {
     Node* const node = changed_[i];
     const bool is_used = node->users > 1;
@@ -286,7 +288,7 @@ CPDFDoc& Core::settled() {
       free_node(node);
   }
   changed_.clear();
-  seen = *changes;
+  note_seen();
   return doc_;
 }
 
@@ -297,9 +299,26 @@ CPDFDoc& Core::finished() {
   return doc_;
 }
 
-void Core::refresh() {
+// Nodes are as the table now is. More numbers than there are nodes need not be known one by one.
+void Core::note_seen() {
   seen = *changes;
+  table().slots_asked.begin(std::max(kLeastLogged, live_.count()));
+}
+
+void Core::refresh() {
+  note_seen();
   live_.each([this](Node& node) { refresh_node(node); });
+}
+
+void Core::refresh_touched() {
+  const SlotLog& log = table().slots_asked;
+  if (log.overran())
+    return refresh();
+  for (const std::int32_t num : log.numbers()) {
+    if (Node* const node = live_.find(num))
+      refresh_node(*node);
+  }
+  note_seen();
 }
 
 // An object that was changed by an operation below is read anew; values within it are then of the past.
@@ -318,7 +337,7 @@ void Core::refresh_node(Node& node) {
 }
 
 void Core::renew_streams() {
-  seen = *changes;
+  note_seen();
   live_.each([this](Node& node) {
     if (node.obj.tag == kTagStream && !node.changed && node.buried.push(node.obj)) {
       node.obj = CPDFObj{};
@@ -359,9 +378,12 @@ CPDFDocMerge& Core::merge() {
 }
 
 void Core::finish_merge() {
-  if (merge_ != nullptr && !merge_->finish())
+  if (merge_ == nullptr)
+    return;
+  if (!merge_->finish())
     note(Code::kNoMemory, "there is no memory for all that the merge brought");
   merge_.reset();
+  refresh();  // it goes over all that is new
 }
 
 // ---- progress ----

@@ -56,7 +56,11 @@ public:
   /// Gives `value` a number of its own.
   Value add(Object value);
 
+  /// Compares all nodes with the table.
   void refresh();
+  /// Compares those whose numbers were asked of the table for a change: enough unless an operation below went over
+  /// all that is in memory.
+  void refresh_touched();
   /// Reads all streams that values point into anew, after a sealed save brought their data into the file.
   void renew_streams();
   void note_change(Node& node);
@@ -87,6 +91,7 @@ private:
     Node* find(std::int32_t num) const;
     bool add(Node* node);
     void remove(std::int32_t num);
+    std::size_t count() const { return count_; }
     template <class Visit>
     void each(const Visit& visit) {
       for (Node* const node : slots_) {
@@ -109,6 +114,7 @@ private:
   void free_node(Node* node);
   void store(Node& node, bool keep_content);
   void refresh_node(Node& node);
+  void note_seen();
   Value trailer_value(CPDFObj& holder, Node::Owner owner);
   void finish_form();
   void finish_merge();

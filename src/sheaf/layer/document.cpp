@@ -41,6 +41,8 @@ Error password_error(const CPDFDoc& doc, const std::string& name) {
       return layer::error_of(Code::kWrongPassword, "the password for " + name + " is wrong");
     case Outcome::kDamagedDictionary:
       return layer::error_of(Code::kDamaged, "the encryption dictionary of " + name + " is damaged");
+    case Outcome::kNoCipher:
+      return layer::error_of(Code::kUnsupported, name + " is encrypted by AES, and libcrypto cannot be loaded");
     default:
       return layer::error_of(Code::kUnsupported, name + " is encrypted in a way that is not known");
   }

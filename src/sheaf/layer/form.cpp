@@ -122,7 +122,7 @@ Expected<void> Field::set(const std::vector<std::string>& values) {
     texts.push_back(value.c_str());
   const PDF_FILL result = filler->set(name_.c_str(), texts.data(), static_cast<std::int32_t>(texts.size()));
   core_->filler_done();
-  core_->refresh();
+  core_->refresh_touched();
   if (result == PDF_FILL::kDone)
     return {};
   if (result == PDF_FILL::kNoField)

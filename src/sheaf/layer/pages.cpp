@@ -193,7 +193,7 @@ bool Pages::append(const Pages& pages, std::string_view title) {
   const std::int32_t done = core_->merge().append(source, wanted.data(), count, name.empty() ? nullptr : name.c_str());
   if (task.is_stopped())
     return core_->note(Code::kCancelled, "the merge was stopped; the document is good for closing only");
-  core_->refresh();
+  core_->refresh_touched();
   return done == count || core_->note(Code::kDamaged, "not all pages could be appended");
 }
 

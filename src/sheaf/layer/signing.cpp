@@ -1,8 +1,6 @@
 // Signature fields, and what a signature covers.
 #include "sheaf/layer/signing.h"
 
-#include <openssl/evp.h>
-
 #include <ctime>
 #include <limits>
 
@@ -11,6 +9,7 @@
 #include "sheaf/layer/core_internal.h"
 #include "sheaf/layer/document.h"
 #include "sheaf/neighbours/page/acro_form.h"
+#include "sheaf/neighbours/security/crypto_calls.h"
 #include "sheaf/neighbours/security/digests.h"
 
 namespace sheaf {
@@ -179,7 +178,9 @@ Expected<void> Seal::digest(const std::function<void(std::span<const std::uint8_
 
 Expected<std::array<std::uint8_t, 32>> Seal::sha256() const {
   std::array<std::uint8_t, 32> result{};
-  const std::unique_ptr<EVP_MD_CTX, decltype(&EVP_MD_CTX_free)> context(EVP_MD_CTX_new(), EVP_MD_CTX_free);
+  if (!has_crypto())
+    return layer::error_of(Code::kUnsupported, "libcrypto cannot be loaded, which makes digests");
+  const std::unique_ptr<EVP_MD_CTX, decltype(&::EVP_MD_CTX_free)> context(EVP_MD_CTX_new(), EVP_MD_CTX_free);
   if (context == nullptr || EVP_DigestInit_ex(context.get(), EVP_sha256(), nullptr) != 1)
     return layer::error_of(Code::kNoMemory, "there is no memory for a digest");
   const Expected<void> read = digest(

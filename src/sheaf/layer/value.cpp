@@ -388,7 +388,7 @@ bool Value::write(std::string_view data, Coding coding) {
     table.write_stream(ref, &rec, data.data(), static_cast<unsigned>(size));
   }
   table.store_stream(ref, rec);
-  node_->core->refresh();
+  node_->core->refresh_touched();
   return watch.all_granted() || refuse(Code::kNoMemory, "there is no memory for the data of a stream");
 }
 

@@ -139,9 +139,13 @@ int TokenReader::peek() {
 
 bool TokenReader::skip_space() {
   for (;;) {
-    if (!buf_.buf_skip_ws(true))
+    const char* at = here();
+    while (at < limit() && is_wide_space(*at))
+      ++at;
+    move_to(at);
+    if (at >= limit() && !buf_.buf_skip_ws(true))
       return false;
-    if (buf_.buf_data[buf_.buf_pos] != '%')
+    if (*here() != '%')
       return true;
     for (int c = peek(); c != -1 && c != '\r' && c != '\n'; c = peek())
       take();

@@ -74,6 +74,7 @@ private:
     target_.xref_items = static_cast<PDF_XREF*>(QVAlloc(size));
     if (target_.xref_items == nullptr)
       return false;
+    heap_expects_writes(target_.xref_items, size);
     if (size != 0)
       std::memcpy(target_.xref_items, source_.xref_items, size);
     target_.xref_count = source_.xref_count;

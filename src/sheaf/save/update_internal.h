@@ -54,6 +54,8 @@ private:
   BlockWriter out_;
   const HeapWatch watch_;
   bool complete_ = true;  // every object could be printed
+  std::uint32_t objects_ = 0;
+  std::uint32_t put_ = 0;
   // Objects of a sealed save, with their places in the file.
   struct Place {
     std::int32_t num;

@@ -3,6 +3,7 @@
 
 #include "sheaf/base/chars.h"
 #include "sheaf/base/scope_guard.h"
+#include "sheaf/base/work_watch.h"
 #include "sheaf/neighbours/security/encrypter.h"
 #include "sheaf/save/stored_print.h"
 #include "sheaf/save/update_internal.h"
@@ -74,6 +75,7 @@ bool UpdateSection::scan() {
     const std::uint32_t length = behind - at - 1;
     if (length != 0 && !runs.append(static_cast<std::int32_t>(at + 1), static_cast<std::int32_t>(length)))
       return false;
+    objects_ += length;
     at = behind;
   }
   return true;
@@ -95,6 +97,8 @@ void UpdateSection::begin() {
 }
 
 std::uint32_t UpdateSection::put_object(std::int32_t num, bool keeps_slot) {
+  WorkWatch::at(++put_, objects_);
+  WorkWatch::step();  // nothing else need ask: values that are in memory are printed without more of it
   PDF_XREF& entry = table_.xref_items[num];
   if (entry.gen == -1)
     return entry.offset;  // repaired: stays where it was found

@@ -12,7 +12,13 @@
 
 /// One correction that the table made on its own while reading.
 struct PDF_REPAIR {
-  enum Code : std::int32_t { kEntryCorrected = 1, kSectionUnreadable = 2, kTableRebuilt = 3, kLengthCorrected = 4 };
+  enum Code : std::int32_t {
+    kEntryCorrected = 1,
+    kSectionUnreadable = 2,
+    kTableRebuilt = 3,
+    kLengthCorrected = 4,
+    kContainerUnlisted = 5
+  };
   Code code;
   std::int32_t num;      ///< Object number, 0 when none is meant.
   std::uint32_t offset;  ///< File offset found, or of the section.
@@ -40,6 +46,29 @@ public:
 
 private:
   GrowArray<std::uint32_t> offsets_;  // ascending
+};
+
+/// The numbers of slots that were asked for, for a layer that compares with the table what it holds: as many as it
+/// allows; beyond them it looks at everything.
+class SlotLog {
+public:
+  void begin(std::size_t most) {
+    numbers_.clear();
+    most_ = most;
+    overran_ = false;
+  }
+  void add(std::int32_t num) {
+    if (most_ == 0 || overran_ || (!numbers_.empty() && numbers_.back() == num))
+      return;
+    overran_ = numbers_.size() == most_ || !numbers_.push(num);
+  }
+  bool overran() const { return overran_; }
+  const GrowArray<std::int32_t>& numbers() const { return numbers_; }
+
+private:
+  GrowArray<std::int32_t> numbers_;
+  std::size_t most_ = 0;  // 0: nobody asks
+  bool overran_ = false;
 };
 
 /// The numbers that sections list, as used or as free.
@@ -155,7 +184,8 @@ private:
 /// The memory that the objects of decoded object streams take, as estimated.
 struct ObjStmBudget {
   std::int64_t limit = 16 << 20;  ///< Bytes that they may take together.
-  std::int64_t held = 0;          ///< What they take now.
+  std::int64_t held = 0;          ///< What they take now,
+  std::int64_t lists = 0;         ///< and what of it are lists of references.
   std::int64_t loaded = 0;        ///< All that was decoded,
   std::int64_t reloaded = 0;      ///< and all that was decoded again.
   std::uint32_t hand = 0;         ///< Index in the cache at which the search for objects to release goes on.
@@ -164,16 +194,14 @@ struct ObjStmBudget {
   /// A document that is read criss-cross would only decode the same streams again and again; such a
   /// one is held as a whole in the end.
   bool is_useless() const { return reloaded > kMostReloads * loaded; }
-  void take(std::int64_t weight, bool again) {
-    held += weight;
-    (again ? reloaded : loaded) += weight;
-  }
-  void give_back(std::int64_t weight) { held -= weight; }
+  void note_load(std::int64_t weight, bool again) { (again ? reloaded : loaded) += weight; }
+  /// Lists serve every walk, and are kept longer than texts; but some room is left for these.
+  bool has_many_lists() const { return lists > limit / 4 * 3; }
   /// The document is going to be read from its beginning once more, which is not criss-cross.
   void start_again() { reloaded = 0; }
   /// Nothing is held any more; `limit` stays.
   void reset() {
-    held = loaded = reloaded = 0;
+    held = lists = loaded = reloaded = 0;
     hand = 0;
   }
 

@@ -1,6 +1,6 @@
 // The table's life: growth of its arrays, numbers for new objects, and the release of everything.
 
-#include <cstdio>
+#include <algorithm>
 #include <cstring>
 #include <new>
 
@@ -17,11 +17,14 @@ namespace {
 
 constexpr std::uint32_t kNewObjStep = 32;
 
-// Entries cost memory before any object is read, and so do their copies in a save, so a number that a
-// file of this length cannot justify is refused. Objects in the file take several bytes each, and
-// those in object streams, however well they compress, hardly less than four with their own numbers;
-// small files may still number their objects in the millions.
+// Entries cost memory before any object is read, so do their copies in a save, and walks pass over all of them: a
+// number that a file of this length cannot justify is refused. Objects in the file take several bytes each, and those
+// in object streams, however well they compress, hardly less than four with their own numbers. What was cut out of a
+// large document has kept its numbers: small files may still number their objects in the millions, and of the smallest
+// each byte justifies some hundred.
 constexpr std::uint32_t kLeastMaxObjNum = (1u << 21) + 256;
+constexpr std::uint32_t kNumbersOfAnyFile = 1u << 16;
+constexpr std::uint32_t kNumbersPerByte = 512;
 constexpr std::uint32_t kBytesPerNumber = 4;
 constexpr std::uint32_t kMostObjNum = 0x7FFFFF00;
 
@@ -96,7 +99,9 @@ std::uint32_t CPDFXRefTable::max_obj_num() const {
   const long long length = stream != nullptr ? stream->GetLen() : 0;
   if (length <= 0)
     return kLeastMaxObjNum;
-  const std::uint64_t justified = kLeastMaxObjNum + static_cast<std::uint64_t>(length) / kBytesPerNumber;
+  const auto bytes = static_cast<std::uint64_t>(length);
+  const std::uint64_t of_small = kNumbersOfAnyFile + bytes * kNumbersPerByte;
+  const std::uint64_t justified = std::min<std::uint64_t>(of_small, kLeastMaxObjNum) + bytes / kBytesPerNumber;
   return justified < kMostObjNum ? static_cast<std::uint32_t>(justified) : kMostObjNum;
 }
 
@@ -133,6 +138,7 @@ PDF_NEWOBJ* CPDFXRefTable::get_xref2(int num, int gen) {
   if (num < 0 || index >= kMostObjNum || (xref_count <= index && !grow_xref_items(rounded_count(index), false)))
     return nullptr;
   ++change_count;
+  slots_asked.add(num);
   if (PDF_NEWOBJ* const slot = slot_of(index))
     return slot;
   if (keeps_generations != 0 && know_entry(index) && known_generation(index) >= 0)

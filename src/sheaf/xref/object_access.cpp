@@ -84,6 +84,15 @@ struct ReferenceTaker {
   }
 };
 
+// Nothing is wanted but that it was looked for.
+struct NothingTaker {
+  void read(CPDFBuf& /*buf*/, PDF_DEC_PARA* /*para*/) {}
+  void copy(const CPDFObj& /*value*/) {}
+  void copy_compressed(CPDFXRefTable& table, std::uint32_t offset, std::int32_t stm, std::int32_t /*index*/) {
+    table.objstm_outline(offset, stm);
+  }
+};
+
 // The object at the place that a section names or, failing that, behind it.
 template <class Taker>
 void read_located(CPDFXRefTable& table, Taker& taker, const PDF_REF& ref, std::uint32_t offset) {
@@ -215,6 +224,14 @@ void CPDFXRefTable::get_references(ReferenceList& found, std::int32_t num) {
     return;
   const Nesting::Call call(entity_calls);
   ReferenceTaker taker{found, found.size()};
+  fetch(*this, taker, {num, 0});
+}
+
+void CPDFXRefTable::locate(std::int32_t num) {
+  if (entity_calls.is_full())
+    return;
+  const Nesting::Call call(entity_calls);
+  NothingTaker taker;
   fetch(*this, taker, {num, 0});
 }
 

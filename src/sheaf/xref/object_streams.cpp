@@ -24,8 +24,9 @@ constexpr std::uint32_t kObjStmStep = 32;
 constexpr std::int64_t kParsedPerByte = 5;  // what the objects take in memory for a byte of their text
 constexpr std::int64_t kShareOfValues = 4;  // of the budget, for objects as values: one part in so many
 
-// What is read out of an object stream: lists, the text with its lists, or all objects as values.
-enum class Wanted { kReferences, kText, kObjects };
+// What is read out of an object stream: how many objects it has and how its data end, which stays known; lists; the
+// text with its lists; or all objects as values.
+enum class Wanted { kOutline, kReferences, kText, kObjects };
 
 // Halves the words in front of the numbers. A reference takes four bytes at least, so that few bytes have few of them.
 void shorten_places(ReferenceList& list, std::size_t places) {
@@ -91,29 +92,36 @@ bool read_objects(PDF_OBJSTM& entry) {
 }
 
 bool has(const PDF_OBJSTM& entry, Wanted wanted) {
+  if (wanted == Wanted::kOutline)
+    return true;
   if (wanted == Wanted::kReferences)
     return entry.refs != nullptr;
   return entry.objs != nullptr || (wanted == Wanted::kText && entry.text != nullptr);
 }
 
-// Releases the text and the objects; what they took.
-std::int64_t release_text(PDF_OBJSTM& entry) {
-  const std::int64_t freed = entry.held() - (entry.refs != nullptr ? entry.refs_weight : 0);
+void release_text(PDF_OBJSTM& entry) {
   for (std::int32_t i = 0; entry.objs != nullptr && i < entry.count; ++i)
     entry.objs[i].free();
   QVFree(entry.objs);
   entry.objs = nullptr;
   QVFree(entry.text);
   entry.text = nullptr;
-  return freed;
 }
 
-std::int64_t release_all(PDF_OBJSTM& entry) {
-  const std::int64_t freed = entry.held();
+void release_all(PDF_OBJSTM& entry) {
   release_text(entry);
   QVFree(entry.refs);
   entry.refs = nullptr;
-  return freed;
+}
+
+// What an entry holds counts in the budget, and no longer does.
+void account(ObjStmBudget& budget, const PDF_OBJSTM& entry) {
+  budget.held += entry.held();
+  budget.lists += entry.held_lists();
+}
+void discount(ObjStmBudget& budget, const PDF_OBJSTM& entry) {
+  budget.held -= entry.held();
+  budget.lists -= entry.held_lists();
 }
 
 // The pairs of numbers in front of the objects of an object stream: which object, and where it begins
@@ -172,7 +180,8 @@ private:
 };
 
 // "N" and "First" say the same thing twice: how many pairs there are, and where they end. Where the two
-// differ, the one that gives more objects is believed. True when one was set right.
+// differ, the one that gives more objects is believed. True when one was set right, or the pairs are broken: readers
+// that go by them find nothing.
 bool agree_with_numbers(const std::uint8_t* data, std::int32_t size, std::int32_t& first, std::int32_t& count) {
   NumberTable table(data, size);
   table.read(size, count);
@@ -189,7 +198,8 @@ bool agree_with_numbers(const std::uint8_t* data, std::int32_t size, std::int32_
     count = table.count;
   else if (has_all)
     first = behind;
-  return count != stated_count || first != stated_first;
+  const bool lacks_numbers = count > 0 && !has_all && count == stated_count;
+  return count != stated_count || first != stated_first || lacks_numbers;
 }
 
 // The block without the room behind its `size` bytes.
@@ -226,10 +236,11 @@ bool load_text(const CPDFXRefTable& table, CPDFStream& decoder, const CPDFStream
   return is_healed;
 }
 
-// Releases what was not asked for of late until `weight` fits into the budget, texts before lists. Evicts by second
-// chance (clock).
+// Releases texts that were not asked for of late until `weight` fits into the budget, by second chance (clock). Lists
+// go with their texts once lists fill their share: walks pass over a document again and again in one order, and the
+// lists that are kept then serve each of them, where those made last would always be gone before their turn comes.
 void make_room(CPDFXRefTable& table, std::int64_t weight) {
-  constexpr std::uint64_t kTurns = 3;  // to forget who asked, for the texts, for the lists
+  constexpr std::uint64_t kTurns = 2;  // to forget who asked, and for the texts
   ObjStmBudget& budget = table.objstm_budget;
   if (budget.is_useless())
     return;
@@ -237,8 +248,14 @@ void make_room(CPDFXRefTable& table, std::int64_t weight) {
     budget.hand = budget.hand + 1 < table.objstm_count ? budget.hand + 1 : 0;
     PDF_OBJSTM& entry = table.objstm_cache[budget.hand];
     const bool holds_text = entry.objs != nullptr || entry.text != nullptr;
-    if (entry.recent == 0)
-      budget.give_back(holds_text ? release_text(entry) : release_all(entry));
+    if (holds_text && entry.recent == 0) {
+      discount(budget, entry);
+      if (budget.has_many_lists())
+        release_all(entry);
+      else
+        release_text(entry);
+      account(budget, entry);
+    }
     entry.recent = 0;
   }
 }
@@ -274,9 +291,12 @@ PDF_OBJSTM* find_objstm(CPDFXRefTable& table, std::int32_t offset, std::int32_t 
 // "First". The file does not change while it is read, so for a place that has been parsed once the
 // value is in the cache already.
 PDF_OBJSTM* find_known_place(CPDFXRefTable& table, std::int32_t offset) {
-  PDF_OBJSTM* const end = table.objstm_cache + table.objstm_count;
-  PDF_OBJSTM* const hit = find_objstm(table, offset, INT32_MIN);
-  return hit != end && hit->offset == offset ? hit : nullptr;
+  std::uint32_t& last = table.objstm_last;
+  const bool is_last = last < table.objstm_count && table.objstm_cache[last].offset == offset &&
+                       (last == 0 || table.objstm_cache[last - 1].offset != offset);
+  if (!is_last)
+    last = static_cast<std::uint32_t>(find_objstm(table, offset, INT32_MIN) - table.objstm_cache);
+  return last < table.objstm_count && table.objstm_cache[last].offset == offset ? table.objstm_cache + last : nullptr;
 }
 
 // Reads and decodes the object stream at the place of `entry`. False when it is no stream or has no decoder.
@@ -301,6 +321,12 @@ bool load_objstm(CPDFXRefTable& table, const PDF_REF& ref, PDF_OBJSTM& before, P
   return true;
 }
 
+// Objects whose stream only their own entries name are read here and nowhere else.
+void note_unlisted(CPDFXRefTable& table, std::int32_t num, std::uint32_t offset) {
+  if (num > 0 && static_cast<std::uint32_t>(num) < table.xref_count && !table.xref_items[num].is_in_file())
+    table.repairs.note(PDF_REPAIR::kContainerUnlisted, num, offset);
+}
+
 // The cache owns what `entry` holds from here on. Resolving on the way may have put other entries into it,
 // so the place is found only now.
 PDF_OBJSTM* store_objstm(CPDFXRefTable& table, PDF_OBJSTM& entry) {
@@ -309,7 +335,8 @@ PDF_OBJSTM* store_objstm(CPDFXRefTable& table, PDF_OBJSTM& entry) {
   const bool is_there =
       slot != table.objstm_cache + table.objstm_count && slot->offset == entry.offset && slot->first == entry.first;
   if (is_there) {
-    table.objstm_budget.give_back(release_all(*slot));
+    discount(table.objstm_budget, *slot);
+    release_all(*slot);
     *slot = entry;
   } else {
     slot = insert_objstm(table, static_cast<std::size_t>(slot - table.objstm_cache), entry);
@@ -318,7 +345,8 @@ PDF_OBJSTM* store_objstm(CPDFXRefTable& table, PDF_OBJSTM& entry) {
     release_all(entry);
     return nullptr;
   }
-  table.objstm_budget.take(entry.held(), is_there);
+  account(table.objstm_budget, entry);
+  table.objstm_budget.note_load(entry.held(), is_there);
   return slot;
 }
 
@@ -326,13 +354,12 @@ PDF_OBJSTM* store_objstm(CPDFXRefTable& table, PDF_OBJSTM& entry) {
 PDF_OBJSTM* with_objects(CPDFXRefTable& table, PDF_OBJSTM* entry) {
   if (entry == nullptr || entry->objs != nullptr || entry->text == nullptr)
     return entry;
-  const std::int64_t before = entry->held();
+  discount(table.objstm_budget, *entry);
   if (read_objects(*entry)) {
     QVFree(entry->text);
     entry->text = nullptr;
   }
-  table.objstm_budget.give_back(before);
-  table.objstm_budget.take(entry->held(), false);
+  account(table.objstm_budget, *entry);
   return entry;
 }
 
@@ -353,7 +380,7 @@ PDF_OBJSTM* get(CPDFXRefTable& table, unsigned int offset, const PDF_REF& ref, W
   const Nesting::Call load(table.objstm_loads);
   PDF_OBJSTM before{};
   if (known != nullptr) {
-    table.objstm_budget.give_back(known->held());
+    discount(table.objstm_budget, *known);
     before = *known;
     known->refs = nullptr;
   }
@@ -362,6 +389,8 @@ PDF_OBJSTM* get(CPDFXRefTable& table, unsigned int offset, const PDF_REF& ref, W
   entry.recent = 1;
   PDF_OBJSTM* const stored = load_objstm(table, ref, before, entry) ? store_objstm(table, entry) : nullptr;
   QVFree(before.refs);
+  if (known == nullptr && stored != nullptr)
+    note_unlisted(table, ref.num, offset);
   return stored;
 }
 
@@ -369,6 +398,10 @@ PDF_OBJSTM* get(CPDFXRefTable& table, unsigned int offset, const PDF_REF& ref, W
 
 PDF_OBJSTM* CPDFXRefTable::get_objstm(unsigned int offset, int num, int gen) {
   return with_objects(*this, get(*this, offset, {num, gen}, Wanted::kObjects));
+}
+
+const PDF_OBJSTM* CPDFXRefTable::objstm_outline(unsigned int offset, int num) {
+  return get(*this, offset, {num, 0}, Wanted::kOutline);
 }
 
 PDF_OBJSTM* CPDFXRefTable::get_objstm_references(unsigned int offset, int num) {

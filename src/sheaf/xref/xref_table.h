@@ -130,8 +130,9 @@ struct PDF_OBJSTM {
   const std::int32_t* numbers() const { return refs + (has_short_places() ? count + 1 : 2 * count + 1); }
   /// What is held takes in memory.
   std::int64_t held() const {
-    return (objs != nullptr ? objs_weight : 0) + (refs != nullptr ? refs_weight : 0) + (text != nullptr ? decoded : 0);
+    return (objs != nullptr ? objs_weight : 0) + held_lists() + (text != nullptr ? decoded : 0);
   }
+  std::int64_t held_lists() const { return refs != nullptr ? refs_weight : 0; }
 };
 
 /// Stream data held in memory for one object.
@@ -253,6 +254,7 @@ public:
   std::int32_t file_too_large = 0;      ///< Set by new_file_spec: the file has more bytes than a stream can hold.
   sheaf::RepairLog repairs;             ///< The first corrections made, for reports.
   sheaf::StreamLengths lengths;
+  std::uint32_t objstm_last = 0;  ///< Index of the object stream that was asked for last: requests come in runs.
   sheaf::ObjStmBudget objstm_budget;
 
   // Guards and indexes.
@@ -266,6 +268,7 @@ public:
   sheaf::Room mem_stream_room;
   sheaf::NumberIndex mem_stream_index;           ///< Entry of mem_streams plus one by object number.
   sheaf::ExportMemory* export_memory = nullptr;  ///< Owned; made by the first export of an annotation.
+  sheaf::SlotLog slots_asked;
 
   // ---- opening and closing (xref/) ----
 
@@ -311,12 +314,18 @@ public:
   /// Appends the numbers of the objects that the object `num` refers to, found as get_stored finds
   /// it, but without making its value.
   void get_references(sheaf::GrowArray<std::int32_t>& found, std::int32_t num);
+  /// Looks for the object `num` as get_stored does, with all that is healed on the way, but does not read it. Object
+  /// streams are decoded once for it.
+  void locate(std::int32_t num);
   /// The decoded object stream at file offset `offset`; null on failure. Borrowed; valid until the
   /// next object stream is loaded.
   PDF_OBJSTM* get_objstm(unsigned int offset, int num, int gen);
   /// The same where the references of the objects are enough, which are read without making values. `refs` is set
   /// unless the stream would not decode.
   PDF_OBJSTM* get_objstm_references(unsigned int offset, int num);
+  /// What stays known of the object stream at `offset` once it was decoded, even when its contents were released: the
+  /// count, the decoded bytes and how they end. Null on failure. Borrowed as above.
+  const PDF_OBJSTM* objstm_outline(unsigned int offset, int num);
   /// Reads object `index` of the object stream `num` at `offset`. `out`, which must be null, stays null when there is
   /// none.
   void read_compressed(CPDFObj& out, unsigned int offset, int num, int index);

@@ -22,6 +22,21 @@ std::string hex(const std::string& text) {
   return "<" + out + ">";
 }
 
+// A text of the first plane, as UTF-8, as a string of UTF-16.
+std::string utf16(const std::string& text) {
+  std::string out = "<FEFF";
+  for (std::size_t at = 0; at < text.size();) {
+    const auto lead = static_cast<unsigned char>(text[at++]);
+    unsigned character = lead >= 0xE0 ? lead & 0x0Fu : lead >= 0xC0 ? lead & 0x1Fu : lead;
+    for (; at < text.size() && (static_cast<unsigned char>(text[at]) & 0xC0) == 0x80; ++at)
+      character = character << 6 | (static_cast<unsigned char>(text[at]) & 0x3Fu);
+    char digits[5];
+    std::snprintf(digits, sizeof(digits), "%04X", character);
+    out += digits;
+  }
+  return out + ">";
+}
+
 TEST(FormFiller, StoresATextAndShowsItInTheFieldsOwnFont) {
   FormMaker maker;
   const int field = maker.field("a.b", kText + std::string("/RV(<p>old</p>)"), "50 700 250 720");
@@ -239,9 +254,10 @@ TEST(FormFiller, SetsTextThatNeedsShaping) {
   if (!has_program("pdftotext"))
     GTEST_SKIP() << "pdftotext is not installed";
   for (const char* value : values) {
-    for (const int flags : {0, 1 << 12}) {
+    const std::string kinds[] = {kText, kText + std::string("/Ff 4096"), "/FT/Ch/Opt[" + utf16(value) + "(x)]"};
+    for (const std::string& kind : kinds) {
       FormMaker maker;
-      maker.field("a", "/FT/Tx/Ff " + std::to_string(flags));
+      maker.field("a", kind, "0 0 100 60");
       FilledForm form(maker.str());
       ASSERT_EQ(form.set("a", value), PDF_FILL::kDone);
       if (form.filler.missing_characters() != 0)
@@ -251,8 +267,28 @@ TEST(FormFiller, SetsTextThatNeedsShaping) {
       const TestFolder folder;
       write_file(folder / "flat.pdf", form.written());
       EXPECT_NE(run_command("pdftotext " + (folder / "flat.pdf") + " -").output.find(value), std::string::npos)
-          << value << flags;
+          << value << kind;
     }
+  }
+}
+
+// Each character as it is read has a cell of its own, and the first one that is read from right to left is at the
+// right.
+TEST(FormFiller, CombCellsHoldCharactersWithTheirMarks) {
+  const struct {
+    const char* value;
+    int cells;
+  } rows[] = {{"\u05E9\u05DC\u05D5\u05DD", 4}, {"\u0928\u092E\u0938\u094D\u0924\u0947", 4}, {"\u0E01\u0E34\u0E19", 2}};
+  for (const auto& row : rows) {
+    FormMaker maker;
+    const int comb =
+        maker.field("comb", kText + std::string("/Ff 16777216/MaxLen 8/Q 2/DA(/Helv 10 Tf 0 g)"), "0 0 80 20");
+    FilledForm form(maker.str());
+    ASSERT_EQ(form.set("comb", row.value), PDF_FILL::kDone);
+    if (form.filler.missing_characters() != 0)
+      continue;  // no font of the script is installed
+    const std::string look = form.look(comb);
+    EXPECT_NEAR(operand(look, "Tm", 2, 0), 80 - 10 * row.cells, 0.001) << look;
   }
 }
 

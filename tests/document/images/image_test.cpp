@@ -63,17 +63,6 @@ TEST_F(ImageSamples, CcittRowsEndWithTheImage) {
   EXPECT_EQ(samples("/Width 100" + parms + ">>", encoder.bytes(), 4096), "") << "no height at all";
 }
 
-// Grey of 0x30 with an opacity of 0x60.
-std::string opaque_file() {
-  const std::string data =
-      make_jp2(67, 45, {.components = 2, .bare = true}, [](int c, int, int) { return c == 0 ? 0x30 : 0x60; });
-  const std::string header = jp2_box("ihdr", "\0\0\0\x2D\0\0\0\x43\0\x02\x07\x07\0\0"s) +
-                             jp2_box("colr", "\x01\0\0\0\0\0\x11"s) +
-                             jp2_box("cdef", "\0\x02\0\0\0\0\0\x01\0\x01\0\x01\0\0"s);
-  return jp2_box("jP  ", "\r\n\x87\n") + jp2_box("ftyp", "jp2 \0\0\0\0jp2 "s) + jp2_box("jp2h", header) +
-         jp2_box("jp2c", data);
-}
-
 TEST_F(ImageSamples, OpacityInTheDataIsNoColour) {
   struct Case {
     const char* entries;
@@ -85,7 +74,7 @@ TEST_F(ImageSamples, OpacityInTheDataIsNoColour) {
                         {"/SMaskInData 1", true, 0x30},
                         {"/SMaskInData 2/ColorSpace/DeviceGray", true, 0x80}};
   for (const Case& c : cases) {
-    with_image("/Width 67/Height 45/Filter/JPXDecode"s + c.entries, opaque_file(),
+    with_image("/Width 67/Height 45/Filter/JPXDecode"s + c.entries, make_grey_with_opacity(),
                [&c](CPDFXRefTable& table, const CPDFImage& image) {
                  ColourRows rows;
                  ASSERT_EQ(rows.open(table, image), NoPicture::kNone);
@@ -98,6 +87,49 @@ TEST_F(ImageSamples, OpacityInTheDataIsNoColour) {
                  EXPECT_EQ(opacity[66], c.has_opacity ? 0x60 : 0);
                });
   }
+}
+
+// Nothing says which component it is; with three before it, it is none of the colours.
+TEST_F(ImageSamples, TheComponentBehindTheColoursIsOpacityWhenThereHasToBeOne) {
+  const std::string jp2 = make_jp2(9, 5, {.components = 4}, [](int c, int, int) { return 10 + c; });
+  for (const bool is_said : {false, true}) {
+    with_image("/Width 9/Height 5/Filter/JPXDecode"s + (is_said ? "/SMaskInData 1" : ""), jp2,
+               [is_said](CPDFXRefTable& table, const CPDFImage& image) {
+                 ColourRows rows;
+                 ASSERT_EQ(rows.open(table, image), NoPicture::kNone);
+                 unsigned char colours[27]{};
+                 unsigned char opacity[9]{};
+                 ASSERT_EQ(rows.read(colours, 27, opacity), 27);
+                 EXPECT_EQ(rows.has_opacity(), is_said);
+                 EXPECT_EQ(colours[26], 12);
+                 EXPECT_EQ(opacity[8], is_said ? 13 : 0);
+               });
+  }
+}
+
+// The document's palette takes the place of the data's, and indexes of few bits stay what they are.
+TEST_F(ImageSamples, IndexesOfJpegTwoThousandStayIndexes) {
+  constexpr const char* kSpace = "/ColorSpace[/Indexed/DeviceGray 15<000102030405060708090A0B0C0D0E0F>]";
+  const Jp2Kind kind{.components = 1, .precision = 4, .bare = true};
+  const std::string bare = make_jp2(16, 8, kind, [](int, int x, int) { return x; });
+  std::string palette = "\0\x10\x03\x07\x07\x07"s;
+  for (char i = 0; i < 16; ++i)
+    palette += std::string(3, static_cast<char>(100 + i));
+  const std::string header = jp2_box("ihdr", "\0\0\0\x08\0\0\0\x10\0\x01\x03\x07\0\0"s) +
+                             jp2_box("colr", "\x01\0\0\0\0\0\x10"s) + jp2_box("pclr", palette) +
+                             jp2_box("cmap", "\0\0\x01\0\0\0\x01\x01\0\0\x01\x02"s);
+  for (const std::string& data : {bare, jp2_file(header, bare)}) {
+    with_image("/Width 16/Height 8/Filter/JPXDecode"s + kSpace, data, [](CPDFXRefTable& table, const CPDFImage& image) {
+      ColourRows rows;
+      ASSERT_EQ(rows.open(table, image), NoPicture::kNone);
+      unsigned char indexes[16]{};
+      ASSERT_EQ(rows.read(indexes, 16, nullptr), 16);
+      for (int i = 0; i < 16; ++i)
+        EXPECT_EQ(indexes[i], i);
+    });
+  }
+  const std::string applied = samples("/Width 16/Height 8/Filter/JPXDecode", jp2_file(header, bare), 64);
+  EXPECT_EQ(applied.substr(0, 6), "dddeee");
 }
 
 TEST_F(ImageSamples, RowsOutOfAllProportionAreNotMade) {

@@ -9,7 +9,7 @@ namespace {
 std::string tagged(const std::string& role, const std::string& language) {
   PdfBuilder builder;
   builder.pages(2)
-      .obj(1, "<</Type/Catalog/Pages 2 0 R/StructTreeRoot 10 0 R/MarkInfo<</Marked true>>/Lang(" + language + ")>>")
+      .obj(1, "<</Type/Catalog/Pages 2 0 R/StructTreeRoot 10 0 R/MarkInfo<</Marked true/UserProperties true>>/Lang(" + language + ")>>")
       .obj(3, "<</Type/Page/Parent 2 0 R/StructParents 0/Resources<</XObject<</F 20 0 R>>>>/Contents 22 0 R>>")
       .obj(4, "<</Type/Page/Parent 2 0 R/StructParents 1/Annots[21 0 R]>>")
       .obj(10,
@@ -52,6 +52,7 @@ TEST(DocMergeStructure, APartKeepsTheElementsOfItsPages) {
   ASSERT_EQ(merged.append(tagged("P", "en"), {0}), 1);
   CPDFDoc& doc = merged.saved();
   EXPECT_EQ(merged.path({"MarkInfo", "Marked"}), "true");
+  EXPECT_EQ(merged.path({"MarkInfo", "UserProperties"}), "true");
   const char* const kept[] = {"/Role", "/TD", "/Sect"};
   for (int i = 0; i < 3; ++i)
     EXPECT_EQ(merged.path({"StructTreeRoot", "K", "0", "K", std::to_string(i).c_str(), "S"}), kept[i]);
@@ -99,6 +100,48 @@ TEST(DocMergeStructure, AShortPartOfALongDocumentIsFoundByTheParentTree) {
   EXPECT_EQ(merged.path({"StructTreeRoot", "K", "0", "K", "K", "0", "T"}), "(7)");
   EXPECT_EQ(merged.path({"StructTreeRoot", "K", "0", "K", "K", "1", "S"}), "/TD");  // the empty cell
   EXPECT_EQ(merged.count(PDF_MERGE_FATE::kJoined, "structure elements"), 4);
+}
+
+// Parts of one document, some by the parent tree, and some, whose pages have no key, by the whole tree: what an
+// index holds of one part gives the next ones theirs, in their order.
+TEST(DocMergeStructure, PartsThatShareAnIndexHaveWhatTheyHadAlone) {
+  constexpr int kPages = 90;
+  PdfBuilder builder;
+  std::string numbers;
+  std::string kids;
+  builder.pages(kPages).obj(1, "<</Type/Catalog/Pages 2 0 R/StructTreeRoot 150 0 R/MarkInfo<</Marked true>>>>");
+  for (int i = 0; i < kPages; ++i) {
+    const std::string page = ref(3 + i);
+    const std::string key = i % 3 != 0 ? "/StructParents " + std::to_string(i) : "";
+    const std::string number = std::to_string(i);
+    builder.obj(3 + i, "<</Type/Page/Parent 2 0 R" + key + ">>")
+        .obj(200 + i, "<</S/H/P 151 0 R/Pg " + page + "/K 0/T(h" + number + ")>>")
+        .obj(300 + i, "<</S/P/P 151 0 R/Pg " + page + "/K 1/T(p" + number + ")>>")
+        .obj(400 + i, "<</Type/MCR/Pg " + page + "/MCID 3>>");
+    numbers += number + "[" + ref(200 + i) + " " + ref(300 + i) + " 151 0 R 151 0 R]";
+    kids += ref(300 + i) + " <</Type/MCR/Pg " + page + "/MCID 2>>" + ref(400 + i) + " " + ref(200 + i) + " ";
+  }
+  builder.obj(150, "<</Type/StructTreeRoot/K[151 0 R]/ParentTree<</Nums[" + numbers + "]>>>>")
+      .obj(151, "<</S/Document/P 150 0 R/K[" + kids + "]>>")
+      .classic();
+  CPDFMergeIndex index;
+  MemStream source(builder.str());
+  CPDFDoc doc;
+  ASSERT_TRUE(doc.open(&source));
+  for (int i = 0; i < kPages; ++i) {
+    Merged merged;
+    merged.merge.set_options({PDF_MERGE_FILES::kAll, true, false, &index});
+    ASSERT_EQ(merged.merge.append(doc, &i, 1, nullptr), 1);
+    merged.saved();
+    const auto kid = [&](const char* at, const char* key) {
+      return merged.path({"StructTreeRoot", "K", "0", "K", at, key});
+    };
+    EXPECT_EQ(kid("0", "T"), "(p" + std::to_string(i) + ")");
+    EXPECT_EQ(kid("1", "MCID"), "2") << i;
+    EXPECT_EQ(kid("2", "MCID"), "3") << i;
+    EXPECT_EQ(kid("3", "T"), "(h" + std::to_string(i) + ")");
+    EXPECT_EQ(merged.path({"StructTreeRoot", "K", "0", "K", "4"}), "null") << i;
+  }
 }
 
 TEST(DocMergeStructure, ObjectsAndRelatedElementsOfAPart) {

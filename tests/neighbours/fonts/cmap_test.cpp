@@ -156,7 +156,8 @@ TEST(CMap, SloppyMapsAreReadForWhatTheyHold) {
 TEST(ToUnicode, CodesHaveTextsOfAllKinds) {
   const ToUnicode map(R"(/CMapName /T def 1 begincodespacerange <0000> <FFFF> endcodespacerange
     beginbfchar <0001> <0041> <0002> <D835DC00> <0003> <006600660069> <0004> /uni00410042 <0005> /u1F600 <0006> <42>
-    <0007> <> <0008> /Aacute <0009> /f_f_i.alt <000A> /afii10049 <000B> /nosuchname endbfchar
+    <0007> <> <0008> /Aacute <0009> /f_f_i.alt <000A> /afii10049 <000B> /nosuchname
+    <000C> /zukatakana_Omega <000D> /lamedholamdagesh <000E> /uniD800 <000F> /uni0041004Z <0070> /zukatakanab endbfchar
     beginbfrange <0010> <0012> [<0061> <00620063> /z] <0020> <0022> <0391> <0030> <0032> <D83DDFFE>
     <0040> <0042> <00660069> <0050> <0051> <0041D83DDFFF> <0060> <0061> [<0070>] endbfrange)");
   EXPECT_EQ(map.text(1), u"A");
@@ -167,6 +168,8 @@ TEST(ToUnicode, CodesHaveTextsOfAllKinds) {
   EXPECT_EQ(map.text(6), u"B");
   EXPECT_EQ(map.text(7), u"");
   EXPECT_EQ(map.text(8) + map.text(9) + map.text(10) + map.text(11), u"\u00C1ffi\u042F");
+  EXPECT_EQ(map.text(12) + map.text(13), u"\u30BA\u03A9\u05DC\u05B9\u05BC");
+  EXPECT_EQ(map.text(14) + map.text(15) + map.text(0x70), u"");
   EXPECT_EQ(map.text(0x10) + map.text(0x11) + map.text(0x12), u"abcz");
   EXPECT_EQ(map.text(0x22), u"\u0393");
   EXPECT_EQ(map.text(0x32), u"\U0001F800");  // the low surrogate runs over

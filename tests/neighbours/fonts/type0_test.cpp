@@ -18,10 +18,12 @@ constexpr int kEmbed = 8;
 
 /// A new document whose environment knows the fonts of one folder.
 struct NewDocument {
+  // Without a folder it knows the system's fonts.
   explicit NewDocument(const std::string& folder) {
     CPDFEnviroment* const env = new CPDFEnviroment;
-    env->use_system_fonts(0);
-    env->add_font_folder(folder.c_str());
+    env->use_system_fonts(folder.empty() ? 1 : 0);
+    if (!folder.empty())
+      env->add_font_folder(folder.c_str());
     table.stream = &file;
     table.new_xref();
     table.set_envirment(env, "test");
@@ -215,6 +217,29 @@ TEST_F(Type0, ASaveWithoutTextKeepsNoOutlines) {
     EXPECT_FALSE(subset.glyph(0).empty()) << "what shows that a glyph is missing";
     EXPECT_EQ(subset.tables.at("glyf"), subset.glyph(0));
   }
+}
+
+// Programs of cubic outlines come with the first save, and those that know their glyphs by CIDs have no place for
+// others.
+TEST_F(Type0, CffOutlinesAreASubsetOfTheirOwnKind) {
+  NewDocument doc("");
+  int seen = 0;
+  for (const char* name : {"Nimbus Sans", "Noto Sans CJK JP"}) {
+    CPDFFontType0* const font = doc.horizontal(name, kEmbed);
+    if (font == nullptr)
+      continue;
+    ++seen;
+    const int file = font->ref().num - 3;
+    EXPECT_EQ(doc.stream(file), "");
+    NewDocument::encode(*font, L"AVATAR\u65E5\uAC00");
+    doc.table.font_cache.embed_flush();
+    const std::string program = doc.stream(file);
+    EXPECT_EQ(program.substr(0, 2), std::string("\1\0", 2));
+    EXPECT_LT(program.size(), 12000U);
+    EXPECT_NE(doc.object(file + 1).find("/FontFile3 " + std::to_string(file) + " 0 R"), std::string::npos);
+  }
+  if (seen == 0)
+    GTEST_SKIP() << "this machine has no font with CFF outlines";
 }
 
 TEST_F(Type0, TheCharacterThatIsTypedComesBackFromASharedGlyph) {

@@ -21,7 +21,7 @@ bool read_size(const std::uint8_t* data, std::int32_t len, ImageItems& items) {
   if (!find_jpx(data, size, header) || !jpx_can_cost(header.header_bytes, size))
     return false;
   JpxSource source;
-  if (!source.open(data, size, header.is_bare, PDFOPJ_Error_callback, PDFOPJ_Warning_callback))
+  if (!source.open(data, size, {.is_bare = header.is_bare}, PDFOPJ_Error_callback, PDFOPJ_Warning_callback))
     return false;
   const opj_image& image = *source.image();
   items.width = static_cast<std::int32_t>(image.x1 - image.x0);

@@ -84,7 +84,7 @@ bool is_collection(const FontForm& form, const char* path, CQVStream* file) {
 // The font program, into `out`. 0 on success.
 int write_program(CPDFEnviroment* env, const FontForm& form, const char* path, int index, CQVTTWriter& writer,
                   CQVStream* out) {
-  if (!form.is_styled() && index <= kLastFace && !writer.has_cubic_outlines())
+  if (!form.is_styled() && index <= kLastFace)
     return writer.SaveFontData(out, nullptr);
   CQVFTFont* const face = env->new_face(path, index);
   if (face == nullptr)
@@ -230,11 +230,12 @@ CPDFFont* make_font(CPDFXRefTable& table, const char* name, const FontForm& form
   if (is_collection(form, path, &file) || index > kLastFace || writer.Load(&file) != 0)
     writer.Load2(&file, static_cast<unsigned>(index));
   FontForm made = form;
-  made.is_cff =
-      form.is_deferred && form.embeds() && writer.has_cff_outlines() && can_embed_cff(table.env, form, path, index);
-  if (form.is_deferred && !writer_fits(form, writer))
+  // A whole program of cubic outlines would be turned into TrueType's, for seconds, only to be thrown away.
+  made.is_deferred = form.is_deferred || writer.has_cubic_outlines();
+  made.is_cff = form.embeds() && writer.has_cff_outlines() && can_embed_cff(table.env, form, path, index);
+  if (made.is_deferred && !writer_fits(form, writer))
     return nullptr;
-  if (form.embeds() && !form.is_deferred && write_program(table.env, form, path, index, writer, &program) != 0)
+  if (form.embeds() && !made.is_deferred && write_program(table.env, form, path, index, writer, &program) != 0)
     return nullptr;
   const PDF_REF top = store_graph(table, made, writer, built_name.data(), program);
   writer.free();

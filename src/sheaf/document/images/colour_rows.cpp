@@ -42,6 +42,8 @@ NoPicture ColourRows::open(CPDFXRefTable& table, const CPDFImage& image) {
     return NoPicture::kData;
   if (jpx == nullptr)
     return NoPicture::kNone;
+  if (space_.is_indexed)
+    jpx->take_indexes();
   if (jpx->width() != image.width || jpx->height() != image.height)
     return NoPicture::kOtherSize;
   if (!jpx->prepare())
@@ -50,16 +52,24 @@ NoPicture ColourRows::open(CPDFXRefTable& table, const CPDFImage& image) {
   return jpx->components() < space_.components ? NoPicture::kOtherSize : NoPicture::kNone;
 }
 
+// OpenJPEG forgets which component is opacity where it sets the colours in their order; writers forget to say it. It is
+// behind the colours then.
+void ColourRows::find_opacity(const CPDFImage& image) {
+  const auto& jpx = static_cast<const CPDFRowDecoder&>(*decoder_);
+  const bool is_behind = jpx.components() == space_.components + 1;
+  opacity_at_ = image.opacity_in_data == 0 ? -1 : jpx.opacity() < 0 && is_behind ? space_.components : jpx.opacity();
+}
+
 void ColourRows::take_components(const CPDFImage& image) {
   const auto& jpx = static_cast<const CPDFRowDecoder&>(*decoder_);
   if (space_.family == ColourFamily::kNone) {
     const int colours = jpx.components() - (jpx.opacity() >= 0 ? 1 : 0);
-    space_.family = jpx.is_cmyk() && colours == 4 ? ColourFamily::kCmyk
+    space_.family = jpx.is_cmyk() && colours >= 4 ? ColourFamily::kCmyk
                     : colours < 3                 ? ColourFamily::kGrey
                                                   : ColourFamily::kRgb;
     space_.components = colours < 3 ? 1 : space_.family == ColourFamily::kCmyk ? 4 : 3;
   }
-  opacity_at_ = image.opacity_in_data != 0 ? jpx.opacity() : -1;
+  find_opacity(image);
   is_multiplied_ = image.opacity_in_data == kMultiplied && !space_.is_indexed;
   if (jpx.components() == space_.components)
     return;

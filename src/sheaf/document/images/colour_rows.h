@@ -37,6 +37,7 @@ public:
 
 private:
   void take_components(const CPDFImage& image);
+  void find_opacity(const CPDFImage& image);
   void restore(std::uint8_t* colours, const std::uint8_t* opacity, std::size_t pixels) const;
 
   std::unique_ptr<CPDFStream> decoder_;

@@ -45,6 +45,12 @@ public:
   SharedStreams streams{target};
 };
 
+CPDFMergeIndex::CPDFMergeIndex() : parts_(new (std::nothrow) StructureIndex) {}
+
+CPDFMergeIndex::~CPDFMergeIndex() {
+  delete parts_;
+}
+
 CPDFDocMerge::CPDFDocMerge(CPDFDoc& into) : parts_(new (std::nothrow) MergeParts(into)) {}
 
 CPDFDocMerge::~CPDFDocMerge() {

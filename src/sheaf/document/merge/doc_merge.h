@@ -20,7 +20,23 @@
 namespace sheaf {
 class MergeParts;
 class MergeSource;
+class StructureIndex;
 }  // namespace sheaf
+
+/// What is known of a source's structure tree after a part of it was appended, so that the next part costs what it
+/// holds. For one source, which nothing but appends changes meanwhile and which need not outlive the index.
+class CPDFMergeIndex {
+public:
+  CPDFMergeIndex();
+  CPDFMergeIndex(const CPDFMergeIndex&) = delete;
+  CPDFMergeIndex& operator=(const CPDFMergeIndex&) = delete;
+  ~CPDFMergeIndex();
+
+  sheaf::StructureIndex* parts() const { return parts_; }
+
+private:
+  sheaf::StructureIndex* parts_;  // owned; null when there was no memory
+};
 
 class CPDFDocMerge {
 public:

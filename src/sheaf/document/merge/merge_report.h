@@ -3,6 +3,8 @@
 
 #include <cstdint>
 
+class CPDFMergeIndex;
+
 /// What became of an entry of a source.
 enum class PDF_MERGE_FATE : std::int32_t {
   kKept,     ///< As it was, since no other document had one.
@@ -31,4 +33,7 @@ struct PDF_MERGE_OPTIONS {
   PDF_MERGE_FILES files = PDF_MERGE_FILES::kAll;
   bool entry_for_source = true;  ///< Outlines are under an entry of the source's title.
   bool share_streams = false;    ///< Streams with equal bytes and dictionaries become one.
+  /// Where parts of one source are appended to several documents: what need not be read for each. Borrowed; null for
+  /// none.
+  CPDFMergeIndex* index = nullptr;
 };

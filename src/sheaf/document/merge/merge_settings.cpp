@@ -1,7 +1,9 @@
 // Each setting has its rule: the target keeps its own, takes that of a source, or joins the two.
 #include "sheaf/document/merge/merge_settings.h"
 
+#include <algorithm>
 #include <cstring>
+#include <iterator>
 #include <new>
 
 #include "sheaf/document/metadata/conformance_claims.h"
@@ -14,6 +16,7 @@ namespace {
 constexpr const char* kIntents = "OutputIntents";
 constexpr const char* kHeaderVersion = "1.7";  // of new files
 constexpr const char* kOpening = "OpenAction";
+constexpr const char* kUnknown = "other entries of the catalogue";
 
 struct Setting {
   const char* key;
@@ -39,6 +42,20 @@ constexpr Setting kEnding[] = {{"Threads", "articles"},
                                {"DPartRoot", "document parts"},
                                {"SpiderInfo", "web capture"},
                                {"Legal", "legal attestation"}};
+
+// What other parts of the merge see to, and NeedsRendering, which is of the XFA form that stays behind.
+constexpr const char* kOfOthers[] = {"Type",     "Version",  "Pages",          "PageLabels", "Names",  "Dests",
+                                     "Outlines", "AcroForm", "StructTreeRoot", "MarkInfo",   kIntents, "OCProperties",
+                                     "Perms",    "AF",       "NeedsRendering"};
+
+// Whether nothing here knows what an entry of a catalogue means.
+bool is_unknown(const char* key) {
+  const auto is_it = [key](const Setting& setting) { return std::strcmp(setting.key, key) == 0; };
+  return std::none_of(std::begin(kOfOthers), std::end(kOfOthers),
+                      [key](const char* other) { return std::strcmp(other, key) == 0; }) &&
+         std::none_of(std::begin(kSettings), std::end(kSettings), is_it) &&
+         std::none_of(std::begin(kEnding), std::end(kEnding), is_it);
+}
 
 bool same_text(const PDF_String& a, const PDF_String& b) {
   return a.len == b.len && a.len > 0 && std::memcmp(a.data, b.data, static_cast<std::size_t>(a.len)) == 0;
@@ -67,6 +84,11 @@ void MergeSettings::take(MergeSource& source, SourceDestinations& destinations) 
     }
     if (!source.table.info.is_null())
       target_.note(PDF_MERGE_FATE::kDropped, "document information");
+    const CPDFDictionary* const catalog = source.catalog.as_dict();
+    for (std::int32_t i = 0; catalog != nullptr && i < catalog->count; ++i) {
+      if (is_unknown(catalog->items[i]->key()))
+        target_.note(PDF_MERGE_FATE::kDropped, kUnknown);
+    }
     return;
   }
   take_information(source);
@@ -88,6 +110,18 @@ void MergeSettings::take_entries(MergeSource& source, SourceDestinations& destin
       holder.move_item(setting.key, value);
       target_.note(PDF_MERGE_FATE::kKept, setting.entry);
     }
+  }
+  const CPDFDictionary* const catalog = source.catalog.as_dict();
+  for (std::int32_t i = 0; catalog != nullptr && i < catalog->count; ++i) {
+    const CPDFDictItem& item = *catalog->items[i];
+    if (!is_unknown(item.key()))
+      continue;
+    Freed<CPDFObj> value;
+    value.copy_from(&item);
+    const bool is_kept = source.import(value);
+    target_.note(is_kept ? PDF_MERGE_FATE::kKept : PDF_MERGE_FATE::kDropped, kUnknown);
+    if (is_kept)
+      holder.move_item(item.key(), value);
   }
   take_associated_files(source, holder);
   holder_ = {table_.alloc_obj_num(), 0};

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <new>
 
+#include "sheaf/document/merge/doc_merge.h"
 #include "sheaf/document/names/number_tree.h"
 #include "sheaf/object/array.h"
 
@@ -49,21 +50,25 @@ void MergeStructure::take(MergeSource& source) {
   keys_.clear();
   object_keys_.clear();
   first_num_ = source.first_num;
-  Freed<CPDFObj> root;
-  source.read(root, kRoot);
-  if (root.as_dict() == nullptr) {
+  index_ = target_.options.index != nullptr ? target_.options.index->parts() : nullptr;
+  if (index_ == nullptr)
+    index_ = &own_index_;
+  const ScopeGuard end([this] { own_index_.clear(); });
+  index_->start(source.table);
+  if (index_->root(source.entry(kRoot)) == nullptr) {
     ++untagged_;
     return;
   }
-  elements_.list(source, *root.as_dict());
+  elements_.list(source, *index_);
+  const StructureIndex::Crowd* const root = index_->root(source.entry(kRoot));
   const std::int32_t count = elements_.kept_count();
   target_.note(PDF_MERGE_FATE::kJoined, "structure elements", count);
   target_.note(PDF_MERGE_FATE::kDropped, "structure elements", static_cast<std::int32_t>(elements_.size()) - count);
-  if (count == 0)
+  if (count == 0 || root == nullptr)
     return;
   if (root_.num == 0)
     root_ = {table_.alloc_obj_num(), 0};
-  names_.start(source, *root.as_dict());
+  names_.start(source, *root->body.as_dict());
   CPDFObj item{};
   for (const SourceElement& element : elements_) {
     item.set_ref(element.ref);
@@ -76,7 +81,8 @@ void MergeStructure::take(MergeSource& source) {
     if (element.kept)
       store(source, element);
   }
-  take_tops(source);
+  take_tops(source, *root);
+  take_root(source, *root->body.as_dict());
   enter_contents(0);
   take_repeated(source);
 }
@@ -184,8 +190,14 @@ bool MergeStructure::takes_page(const MergeSource& source, std::int32_t page) co
 }
 
 void MergeStructure::store(MergeSource& source, const SourceElement& element) {
-  Freed<CPDFObj> obj = source.table.object(element.ref);
+  Freed<CPDFObj> obj;
   const PDF_REF made = source.copy_of(element.ref.num);
+  if (source.takes_few)
+    index_->read(element.ref, obj);
+  else
+    source.table.get_entity(obj, element.ref);
+  if (const StructureIndex::Crowd* const crowd = index_->crowd(element.ref.num))
+    obj.copy_from(&crowd->body);
   if (obj.as_dict() == nullptr || made.num == 0)
     return;
   Freed<CPDFObj> kids;
@@ -247,21 +259,44 @@ void MergeStructure::store_kids(MergeSource& source, const CPDFObj& kids, const 
     take_kid(kids);
   for (std::int32_t i = 0; kids.as_array() != nullptr && i < kids.as_array()->count; ++i)
     take_kid(kids.as_array()->items[i]);
+  if (StructureIndex::Crowd* const crowd = index_->crowd(element.ref.num)) {
+    find_kids(source, element, *crowd);
+    for (const std::int32_t place : places_)
+      take_kid(crowd->kids.as_array()->items[place]);
+  }
   if (list.count == 1)
     entry.move_item("K", list.items[0]);
   else if (list.count > 1)
     entry.set_item_arr("K", &list);
 }
 
+// The places of those kids of a crowded element that may be taken.
+void MergeStructure::find_kids(const MergeSource& source, const SourceElement& element, StructureIndex::Crowd& crowd) {
+  places_.clear();
+  for (std::int32_t i = element.first_kid; i >= 0; i = elements_.at(i).next_kid)
+    crowd.find(elements_.at(i).ref.num, places_);
+  for (const StructureIndex::Kid& kid : crowd.direct) {
+    if (kid.num == 0 || source.wanted.has(kid.num))
+      places_.push(kid.at);
+  }
+  if (!element.holds_elements) {
+    index_->sort_out(crowd);
+    for (const StructureIndex::Kid& kid : crowd.contents)
+      places_.push(kid.at);
+  }
+  std::sort(places_.begin(), places_.end());
+}
+
 // What several pages share, as a form does, has one place in the parent tree: that of the first copy.
 void MergeStructure::take_content(MergeSource& source, const CPDFDictionary& item, std::int32_t page,
                                   const PDF_REF& made, std::int32_t index, CPDFArray& list) {
-  if (is_structure_element(item) || !content_comes(source, item, page))
+  const ContentPlace place = content_place(item);
+  if (is_structure_element(item) || !content_comes(source, place, page))
     return;
-  const bool whole = is_whole_object(item);
-  const PDF_REF stream = source.copy_of(number_at(item, "Stm"));
-  const std::int32_t own = number_at(item, "Pg");
-  const bool is_copied = whole && copied_objects_.has(number_at(item, "Obj"));
+  const bool whole = place.object >= 0;
+  const PDF_REF stream = source.copy_of(place.stream);
+  const std::int32_t own = place.page;
+  const bool is_copied = whole && copied_objects_.has(place.object);
   if (copied_page_ != 0 && !is_copied && !takes_page(source, own != 0 ? own : page))
     return;
   Cleared<CPDFDictionary> entry;
@@ -269,7 +304,7 @@ void MergeStructure::take_content(MergeSource& source, const CPDFDictionary& ite
   if (own != 0)
     entry.set_item_ref("Pg", source.copy_of(own));
   if (whole) {
-    const PDF_REF object = source.copy_of(number_at(item, "Obj"));
+    const PDF_REF object = source.copy_of(place.object);
     entry.set_item_ref("Obj", object);
     if (copied_page_ == 0 || is_copied)
       contents_.push({object.num, -1, made, index});
@@ -287,7 +322,7 @@ void MergeStructure::take_content(MergeSource& source, const CPDFDictionary& ite
 
 // The elements at the top, in their order. Where the source is in another language than the document
 // says, they say so themselves.
-void MergeStructure::take_tops(MergeSource& source) {
+void MergeStructure::take_tops(MergeSource& source, const StructureIndex::Crowd& root) {
   Freed<CPDFObj> theirs;
   source.read(theirs, "Lang");
   Freed<CPDFObj> catalog = table_.catalog();
@@ -299,30 +334,32 @@ void MergeStructure::take_tops(MergeSource& source) {
   const PDF_String a = theirs.as_string();
   const PDF_String b = language_.as_string();
   const bool same = a.len == b.len && std::equal(a.data, a.data + a.len, b.data);
-  Freed<CPDFObj> root;
-  source.read(root, kRoot);
-  const CPDFObj* const top = root.item("K");
-  Freed<CPDFObj> kids = source.table.value(top);
-  const auto take_top = [&](const CPDFObj& kid) {
-    const PDF_REF made = elements_.has_kept(kid.as_ref().num) ? source.copy_of(kid.as_ref().num) : PDF_REF{0, 0};
+  places_.clear();
+  for (const SourceElement& element : elements_) {
+    if (element.kept)
+      root.find(element.ref.num, places_);
+  }
+  std::sort(places_.begin(), places_.end());
+  for (const std::int32_t place : places_) {
+    const PDF_REF made = source.copy_of(root.kids.as_array()->items[place].as_ref().num);
     CPDFDictionary* const element = target_.stored_dict(made);
     if (element == nullptr || !tops_.push({made, target_.source}))
-      return;
+      continue;
     if (!same && element->get_item("Lang") == nullptr)
       element->set_item_str("Lang", a.data, a.len);
-  };
-  if (kids.as_array() == nullptr && top != nullptr)
-    take_top(*top);
-  for (std::int32_t i = 0; kids.as_array() != nullptr && i < kids.as_array()->count; ++i)
-    take_top(kids.as_array()->items[i]);
+  }
+}
+
+// What the source says of its tree as a whole.
+void MergeStructure::take_root(MergeSource& source, const CPDFDictionary& root) {
   Freed<CPDFObj> marks;
   source.read(marks, "MarkInfo");
-  Freed<CPDFObj> marked = source.table.value(marks.as_dict(), "Marked");
-  if (marked.as_bool())
-    is_marked_ = true;
-  else
+  const bool is_marked = source.table.value(marks.as_dict(), "Marked").as_bool();
+  is_marked_ = is_marked_ || is_marked;
+  if (!is_marked || source.table.value(marks.as_dict(), "Suspects").as_bool())
     ++untagged_;
-  kids = source.table.value(root.as_dict(), "Namespaces");
+  has_user_properties_ = has_user_properties_ || source.table.value(marks.as_dict(), "UserProperties").as_bool();
+  Freed<CPDFObj> kids = source.table.value(&root, "Namespaces");
   if (kids.as_array() == nullptr || !source.import(kids))
     return;
   if (namespaces_.as_array() == nullptr) {
@@ -459,6 +496,8 @@ void MergeStructure::put_marks(CPDFDictionary& catalog) {
   marks.as_dict()->set_item_bool("Marked", 1);
   if (untagged_ > 0)
     marks.as_dict()->set_item_bool("Suspects", 1);
+  if (has_user_properties_)
+    marks.as_dict()->set_item_bool("UserProperties", 1);
   catalog.move_item("MarkInfo", marks);
 }
 

@@ -50,7 +50,9 @@ private:
     std::int32_t source;
   };
 
+  void take_root(MergeSource& source, const CPDFDictionary& root);
   void store(MergeSource& source, const SourceElement& element);
+  void find_kids(const MergeSource& source, const SourceElement& element, StructureIndex::Crowd& crowd);
   void store_kids(MergeSource& source, const CPDFObj& kids, const SourceElement& element, const PDF_REF& made,
                   CPDFDictionary& entry);
   void take_content(MergeSource& source, const CPDFDictionary& item, std::int32_t page, const PDF_REF& made,
@@ -61,7 +63,7 @@ private:
                        GrowArray<std::int32_t>& chosen);
   void store_copies(MergeSource& source, std::size_t at, std::size_t end, const GrowArray<std::int32_t>& chosen);
   void add_kid(const PDF_REF& parent, const PDF_REF& kid);
-  void take_tops(MergeSource& source);
+  void take_tops(MergeSource& source, const StructureIndex::Crowd& root);
   void enter_contents(std::size_t first);
   void put_parent_tree(CPDFDictionary& root);
   void put_tops(CPDFDictionary& root);
@@ -77,16 +79,20 @@ private:
   GrowArray<Top> tops_;
   Freed<CPDFObj> namespaces_;
   Freed<CPDFObj> language_;    // of the document
-  std::int32_t untagged_ = 0;  // sources without tags throughout
+  std::int32_t untagged_ = 0;  // sources that may not be tagged throughout
   bool is_marked_ = false;
+  bool has_user_properties_ = false;
 
   // Of the source at hand.
+  StructureIndex own_index_;  // where the caller keeps none
+  StructureIndex* index_ = nullptr;
   SourceElements elements_{target_};
-  GrowArray<Content> contents_;   // sorted by owner once they are entered
-  std::int32_t copied_page_ = 0;  // the page whose further copy gets its elements; 0 while all get theirs
-  VisitedSet copied_objects_;     // that page and its annotations
-  VisitedSet chosen_;             // the elements for that copy, by index plus one
-  std::size_t copied_ = 0;        // elements for further copies
+  GrowArray<std::int32_t> places_;  // of kids of the crowded element at hand
+  GrowArray<Content> contents_;     // sorted by owner once they are entered
+  std::int32_t copied_page_ = 0;    // the page whose further copy gets its elements; 0 while all get theirs
+  VisitedSet copied_objects_;       // that page and its annotations
+  VisitedSet chosen_;               // the elements for that copy, by index plus one
+  std::size_t copied_ = 0;          // elements for further copies
   struct ObjectKey {
     std::int32_t key;
     bool whole;  // "StructParent"; else "StructParents"

@@ -1,7 +1,6 @@
 // Elements are visited from the root on a stack of the walk's own.
 #include "sheaf/document/merge/source_elements.h"
 
-#include "sheaf/document/names/number_tree.h"
 #include "sheaf/object/array.h"
 
 namespace sheaf {
@@ -9,10 +8,29 @@ namespace sheaf {
 namespace {
 
 constexpr std::size_t kMostElements = 8'000'000;
-constexpr std::int32_t kMostFewKids = 64;  // among which empty ones are looked for
+
+}  // namespace
+
+ContentPlace content_place(const CPDFDictionary& item) {
+  ContentPlace place;
+  place.page = number_at(item, "Pg");
+  if (item.get_item("Obj") != nullptr)
+    place.object = number_at(item, "Obj");
+  if (item.get_item("Stm") != nullptr)
+    place.stream = number_at(item, "Stm");
+  return place;
+}
+
+bool content_comes(const MergeSource& source, const ContentPlace& place, std::int32_t page) {
+  if (place.object >= 0)
+    return source.copy_of(place.object).num != 0 && (place.page == 0 || source.wanted.has(place.page));
+  if (!source.wanted.has(place.page != 0 ? place.page : page))
+    return false;
+  return place.stream < 0 || source.copy_of(place.stream).num != 0;
+}
 
 // Elements that are part of their parent become objects of the source, to which the parent then refers.
-bool take_direct_kids(MergeSource& source, CPDFObj& kids, const PDF_REF& holder) {
+bool SourceElements::take_direct_kids(MergeSource& source, CPDFObj& kids, const PDF_REF& holder) {
   bool taken = false;
   const auto take = [&](CPDFObj& kid) {
     if (kid.as_dict() == nullptr || !is_structure_element(*kid.as_dict()))
@@ -34,30 +52,6 @@ bool take_direct_kids(MergeSource& source, CPDFObj& kids, const PDF_REF& holder)
   return source.table.store_object(holder, obj);
 }
 
-}  // namespace
-
-std::int32_t number_at(const CPDFDictionary& dict, const char* key) {
-  const CPDFObj* const item = dict.get_item(key);
-  return ref_of(item).num;
-}
-
-bool is_whole_object(const CPDFDictionary& item) {
-  return item.get_item("Obj") != nullptr;
-}
-
-bool is_structure_element(const CPDFDictionary& item) {
-  return item.get_item("S") != nullptr && !is_whole_object(item) && item.get_item("MCID") == nullptr;
-}
-
-bool content_comes(const MergeSource& source, const CPDFDictionary& item, std::int32_t page) {
-  const std::int32_t own = number_at(item, "Pg");
-  if (is_whole_object(item))
-    return source.copy_of(number_at(item, "Obj")).num != 0 && (own == 0 || source.wanted.has(own));
-  if (!source.wanted.has(own != 0 ? own : page))
-    return false;
-  return item.get_item("Stm") == nullptr || source.copy_of(number_at(item, "Stm")).num != 0;
-}
-
 void SourceElements::clear() {
   elements_.clear();
   index_of_.clear();
@@ -65,10 +59,14 @@ void SourceElements::clear() {
   kept_count_ = 0;
 }
 
-void SourceElements::list(MergeSource& source, const CPDFDictionary& root) {
-  if (!source.takes_few || !list_by_parent_tree(source, root)) {
+void SourceElements::list(MergeSource& source, StructureIndex& index) {
+  index_ = &index;
+  if (!source.takes_few || !list_by_parent_tree(source)) {
     clear();
-    list_all(source, root);
+    if (index.is_walked)
+      list_walked(source);
+    else
+      list_all(source);
   }
   choose(source);
 }
@@ -90,12 +88,15 @@ void SourceElements::look_at(MergeSource& source, const CPDFDictionary& holder, 
     look_at_kid(source, kids.as_array()->items[i], index, waiting);
 }
 
-// All elements below the root, parents in front of what they hold.
-void SourceElements::list_all(MergeSource& source, const CPDFDictionary& root) {
+// All elements below the root, parents in front of what they hold. The walk makes objects of elements that
+// are part of others, so what the index knew is read anew.
+void SourceElements::list_all(MergeSource& source) {
   GrowArray<SourceElement> waiting;
-  Freed<CPDFObj> obj;
   const CPDFObj* const place = source.entry("StructTreeRoot");
-  look_at(source, root, ref_of(place), -1, waiting);
+  Freed<CPDFObj> obj = source.table.value(place);
+  index_->clear();
+  records_walk_ = source.takes_few;
+  look_at(source, *obj.as_dict(), place->as_ref(), -1, waiting);
   while (!waiting.empty() && elements_.size() < kMostElements) {
     SourceElement element = waiting.back();
     waiting.pop();
@@ -106,7 +107,7 @@ void SourceElements::list_all(MergeSource& source, const CPDFDictionary& root) {
     if (dict == nullptr)
       continue;
     if (!is_structure_element(*dict)) {
-      note_content(element.parent, content_comes(source, *dict, element.page));
+      take_content(source, element.parent, content_place(*dict));
       continue;
     }
     const std::int32_t own = number_at(*dict, "Pg");
@@ -116,11 +117,35 @@ void SourceElements::list_all(MergeSource& source, const CPDFDictionary& root) {
       return;
     look_at(source, *dict, element.ref, index, waiting);
   }
+  index_->is_walked = records_walk_;
+  for (std::size_t i = 0; records_walk_ && index_->is_walked && i < elements_.size(); ++i) {
+    SourceElement element = elements_[i];
+    element.holds_kept = element.holds_other = false;
+    index_->is_walked = index_->walked.push(element);
+  }
+}
+
+// The same as the walk found it for an earlier part.
+void SourceElements::list_walked(const MergeSource& source) {
+  records_walk_ = false;
+  for (const SourceElement& element : index_->walked) {
+    if (!index_of_.set(element.ref.num, elements_.count() + 1) || !elements_.push(element))
+      return;
+  }
+  for (const StructureIndex::Content& content : index_->contents)
+    take_content(source, content.element, content.place);
+  target_.note(PDF_MERGE_FATE::kDropped, "structure elements", index_->walk_dropped);
+}
+
+void SourceElements::take_content(const MergeSource& source, std::int32_t index, const ContentPlace& place) {
+  if (index < 0)
+    return;
+  note_content(index, content_comes(source, place, elements_[index].page));
+  if (records_walk_ && !index_->contents.push({index, place}))
+    records_walk_ = false;
 }
 
 void SourceElements::note_content(std::int32_t index, bool comes) {
-  if (index < 0)
-    return;
   SourceElement& element = elements_[index];
   element.holds_kept = element.holds_kept || comes;
   element.holds_other = element.holds_other || !comes;
@@ -129,18 +154,20 @@ void SourceElements::note_content(std::int32_t index, bool comes) {
 void SourceElements::look_at_kid(MergeSource& source, const CPDFObj& kid, std::int32_t index,
                                  GrowArray<SourceElement>& waiting) {
   const std::int32_t page = index >= 0 ? elements_[index].page : 0;
-  if (kid.tag == kTagInt)
-    note_content(index, source.wanted.has(page));
-  else if (kid.as_dict() != nullptr && !is_structure_element(*kid.as_dict()))
-    note_content(index, content_comes(source, *kid.as_dict(), page));
-  else if (kid.tag == kTagRef && index_of_.get(kid.as_ref().num) == 0)
-    waiting.push({kid.as_ref(), index, page, false, false, false, false, false});
-  else
+  if (kid.tag == kTagInt) {
+    take_content(source, index, {});
+  } else if (kid.as_dict() != nullptr && !is_structure_element(*kid.as_dict())) {
+    take_content(source, index, content_place(*kid.as_dict()));
+  } else if (kid.tag == kTagRef && index_of_.get(kid.as_ref().num) == 0) {
+    waiting.push({kid.as_ref(), index, page});
+  } else {
     target_.note(PDF_MERGE_FATE::kDropped, "structure elements");
+    ++index_->walk_dropped;
+  }
 }
 
 // An element and, in front of it, those above it that are not listed yet.
-void SourceElements::add_with_parents(MergeSource& source, const PDF_REF& element) {
+void SourceElements::add_with_parents(const PDF_REF& element) {
   constexpr std::size_t kMostLevels = 4096;
   GrowArray<SourceElement> chain;
   Freed<CPDFObj> obj;
@@ -149,13 +176,13 @@ void SourceElements::add_with_parents(MergeSource& source, const PDF_REF& elemen
   if (present >= 0)
     elements_[present].holds_elements = false;
   while (above.num > 0 && index_of_.get(above.num) == 0 && chain.size() < kMostLevels) {
-    obj = source.table.object(above);
-    const CPDFDictionary* const dict = obj.as_dict();
+    const CPDFDictionary* const dict = index_->read(above, obj);
     if (dict == nullptr || !is_structure_element(*dict))
       break;  // the root
-    const CPDFObj* const kids = dict->get_item("K");
-    const bool is_crowded = kids != nullptr && kids->as_array() != nullptr && kids->as_array()->count > kMostFewKids;
-    chain.push({above, -1, number_at(*dict, "Pg"), true, false, false, is_crowded, above.num != element.num});
+    SourceElement next{above, -1, number_at(*dict, "Pg"), true};
+    next.is_crowded = index_->crowd(above.num) != nullptr;
+    next.holds_elements = above.num != element.num;
+    chain.push(next);
     above = {number_at(*dict, "P"), 0};
   }
   std::int32_t parent = index_of_.get(above.num) - 1;
@@ -179,7 +206,9 @@ bool SourceElements::add_empty_kids(MergeSource& source, std::int32_t index) {
     return true;
   Freed<CPDFObj> obj = source.table.object(elements_[index].ref);
   Freed<CPDFObj> kids = source.table.value(obj.as_dict(), "K");
-  if (kids.as_array() == nullptr || kids.as_array()->count > kMostFewKids)
+  if (kids.as_array() == nullptr || index_->take_crowd(elements_[index].ref.num, obj, kids))
+    return true;
+  if (kids.as_array()->count > StructureIndex::kMostFewKids)
     return true;
   for (std::int32_t i = 0; i < kids.as_array()->count; ++i) {
     const PDF_REF kid = kids.as_array()->items[i].as_ref();
@@ -197,39 +226,41 @@ bool SourceElements::add_empty_kids(MergeSource& source, std::int32_t index) {
     parent.holds_other = parent.holds_other || !is_empty;
     const auto at = elements_.count();
     if (is_empty && index_of_.set(kid.num, at + 1))
-      elements_.push({kid, index, parent.page, false, false, false, false, false});
+      elements_.push({kid, index, parent.page});
   }
   return true;
 }
 
-// The keys in the parent tree of all that was taken.
-void SourceElements::find_wanted_keys(const MergeSource& source, NumberMap& wanted) const {
+// The keys in the parent tree of all that was taken, each once.
+void SourceElements::find_wanted_keys(const MergeSource& source, GrowArray<std::int32_t>& keys) const {
+  NumberMap wanted;
   for (std::uint32_t i = source.first_slot; i < table_.new_obj_count; ++i) {
     const CPDFDictionary* const dict = table_.new_objs[i].obj.as_dict_or_stream();
     if (dict == nullptr || table_.new_objs[i].num < source.first_num)
       continue;
     for (const char* key : {"StructParent", "StructParents"}) {
       const CPDFObj* const item = dict->get_item(key);
-      if (item != nullptr && item->tag == kTagInt && item->as_int() >= 0 && item->as_int() < VisitedSet::kMostNum)
-        wanted.set(item->as_int() + 1, 1);
+      if (item == nullptr || item->tag != kTagInt || item->as_int() < 0 || item->as_int() >= VisitedSet::kMostNum)
+        continue;
+      const std::int32_t number = item->as_int() + 1;
+      if (wanted.get(number) == 0 && wanted.set(number, 1))
+        keys.push(item->as_int());
     }
   }
 }
 
 // The elements that the source's parent tree gives for what was taken, which is little, so that the
 // whole tree need not be read. False when it gives none.
-bool SourceElements::list_by_parent_tree(MergeSource& source, const CPDFDictionary& root) {
-  NumberMap wanted;
-  find_wanted_keys(source, wanted);
-  number_tree_walk(source.table, root.get_item("ParentTree"), [&](std::int32_t key, const CPDFObj& value) {
-    if (key < 0 || key >= VisitedSet::kMostNum || wanted.get(key + 1) == 0)
-      return;
-    Freed<CPDFObj> list = source.table.value(&value);
-    if (list.as_array() == nullptr)
-      add_with_parents(source, value.as_ref());
-    for (std::int32_t i = 0; list.as_array() != nullptr && i < list.as_array()->count; ++i)
-      add_with_parents(source, list.as_array()->items[i].as_ref());
-  });
+bool SourceElements::list_by_parent_tree(MergeSource& source) {
+  GrowArray<std::int32_t> keys;
+  GrowArray<PDF_REF> parents;
+  find_wanted_keys(source, keys);
+  const StructureIndex::Crowd* const root = index_->root(source.entry("StructTreeRoot"));
+  if (root == nullptr)
+    return false;
+  index_->find_parents(*root->body.as_dict(), keys, parents);
+  for (const PDF_REF& parent : parents)
+    add_with_parents(parent);
   const auto count = elements_.count();
   for (std::int32_t i = 0; i < count; ++i) {
     if (!add_empty_kids(source, i))
@@ -246,6 +277,13 @@ void SourceElements::choose(const MergeSource& source) {
     SourceElement& parent = elements_[element.parent];
     parent.holds_kept = parent.holds_kept || element.holds_kept;
     parent.holds_other = parent.holds_other || element.holds_other;
+  }
+  for (std::int32_t i = elements_.count(); i-- > 0;) {
+    SourceElement& element = elements_[i];
+    if (element.parent < 0)
+      continue;
+    element.next_kid = elements_[element.parent].first_kid;
+    elements_[element.parent].first_kid = i;
   }
   for (SourceElement& element : elements_) {
     const SourceElement* const parent = element.parent >= 0 ? &elements_[element.parent] : nullptr;

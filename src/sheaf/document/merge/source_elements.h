@@ -3,28 +3,14 @@
 #pragma once
 
 #include "sheaf/document/merge/merge_source.h"
+#include "sheaf/document/merge/structure_index.h"
 
 namespace sheaf {
 
-struct SourceElement {
-  PDF_REF ref;          ///< In the source.
-  std::int32_t parent;  ///< Index, -1 at the top.
-  std::int32_t page;    ///< The source's number of the page of its content, its own or from above.
-  bool holds_kept;      ///< Content of pages that are taken, here or below.
-  bool holds_other;     ///< Content that stays behind.
-  bool kept;            ///< It is taken.
-  bool is_crowded;      ///< It has so many kids that they are not read to find empty ones.
-  bool holds_elements;  ///< And nothing else that is taken.
-};
-
-/// The number that the entry `key` refers to; 0 for none.
-std::int32_t number_at(const CPDFDictionary& dict, const char* key);
-/// Whether an item among the kids of an element is a whole object rather than a marked sequence.
-bool is_whole_object(const CPDFDictionary& item);
-/// Whether it is another element.
-bool is_structure_element(const CPDFDictionary& item);
-/// Whether such an item, below an element whose content is on `page`, is taken.
-bool content_comes(const MergeSource& source, const CPDFDictionary& item, std::int32_t page);
+/// What an item among the kids of an element that is no element says of the content.
+ContentPlace content_place(const CPDFDictionary& item);
+/// Whether content below an element whose content is on `page` is taken.
+bool content_comes(const MergeSource& source, const ContentPlace& place, std::int32_t page);
 
 /// Parents come before what they hold.
 class SourceElements {
@@ -34,9 +20,10 @@ public:
   SourceElements& operator=(const SourceElements&) = delete;
 
   void clear();
-  /// Lists the elements below `root`, or, where most pages stay behind, those that its parent tree gives for
-  /// what was taken. To be called behind the pages.
-  void list(MergeSource& source, const CPDFDictionary& root);
+  /// Lists the elements of the source, or, where most pages stay behind, those that its parent tree gives for
+  /// what was taken. To be called behind the pages. What `index` knows of the source is not read again, and
+  /// what is read becomes part of it.
+  void list(MergeSource& source, StructureIndex& index);
 
   std::size_t size() const { return elements_.size(); }
   const SourceElement& at(std::int32_t index) const { return elements_[index]; }
@@ -49,19 +36,24 @@ public:
   std::int32_t kept_count() const { return kept_count_; }
 
 private:
-  void list_all(MergeSource& source, const CPDFDictionary& root);
+  void list_all(MergeSource& source);
+  void list_walked(const MergeSource& source);
   void look_at(MergeSource& source, const CPDFDictionary& holder, const PDF_REF& ref, std::int32_t index,
                GrowArray<SourceElement>& waiting);
   void look_at_kid(MergeSource& source, const CPDFObj& kid, std::int32_t index, GrowArray<SourceElement>& waiting);
-  bool list_by_parent_tree(MergeSource& source, const CPDFDictionary& root);
-  void find_wanted_keys(const MergeSource& source, NumberMap& wanted) const;
-  void add_with_parents(MergeSource& source, const PDF_REF& element);
+  bool take_direct_kids(MergeSource& source, CPDFObj& kids, const PDF_REF& holder);
+  bool list_by_parent_tree(MergeSource& source);
+  void find_wanted_keys(const MergeSource& source, GrowArray<std::int32_t>& keys) const;
+  void add_with_parents(const PDF_REF& element);
   bool add_empty_kids(MergeSource& source, std::int32_t index);
+  void take_content(const MergeSource& source, std::int32_t index, const ContentPlace& place);
   void note_content(std::int32_t index, bool comes);
   void choose(const MergeSource& source);
 
   MergeTarget& target_;
   CPDFXRefTable& table_;
+  StructureIndex* index_ = nullptr;  // of the source at hand
+  bool records_walk_ = false;
   GrowArray<SourceElement> elements_;
   NumberMap index_of_;  // index into elements_ plus one, by the source's number
   VisitedSet kept_;

@@ -21,6 +21,10 @@ const GrowArray<PDF_DOC_REPAIR>& CPDFDoc::repairs() {
         add_repair("length", repair.num, repair.offset,
                    "a length or number that the stream states is false; its data are believed");
         break;
+      case PDF_REPAIR::kContainerUnlisted:
+        add_repair("container", repair.num, repair.offset,
+                   "object stream has no entry of its own; its objects are read");
+        break;
       case PDF_REPAIR::kTableRebuilt:
         add_repair("table", repair.num, repair.offset, "cross-reference table rebuilt by scanning");
         break;

@@ -99,21 +99,37 @@ bool DocumentOpener::try_linearized() {
   return false;
 }
 
+// Whether the chain of sections from `offset` on leads to a document whose entries are true.
+bool DocumentOpener::read_chain(std::uint32_t offset) {
+  reset_table();
+  table_.linearized_length = former_length_;
+  return table_.XRefRead(offset) != 0 && examine().trusted && !entries_mislead(table_);
+}
+
 // Where the number of the last mark is cut off, its section is the last one in the file.
 bool DocumentOpener::try_section_before(const SectionMark& mark) {
   const ObjectScan* const found = scan();
-  reset_table();
   if (found == nullptr || found->last_section() == 0 || found->last_section() >= mark.position ||
-      table_.XRefRead(found->last_section()) == 0 || !examine().trusted || entries_mislead(table_))
+      !read_chain(found->last_section()))
     return false;
   add_repair("startxref", 0, found->last_section(), "the number of startxref is cut off; the last section is taken");
+  return true;
+}
+
+// Where the mark of the newest section is cut off, the section itself can still be there.
+bool DocumentOpener::try_section_behind(const SectionMark& mark) {
+  const ObjectScan* const found = scan();
+  if (found == nullptr || found->last_section() < mark.end || !ends_within_mark(stream_, found->last_section()) ||
+      !read_chain(found->last_section()))
+    return false;
+  add_repair("startxref", 0, found->last_section(), "startxref of the newest section is gone; the section is taken");
   return true;
 }
 
 bool DocumentOpener::try_sections() {
   SectionMark mark{stream_.GetLen() + 1};
   bool is_cut = true;
-  const std::uint32_t linearized_length = table_.linearized_length;  // that of a file updated since
+  former_length_ = table_.linearized_length;
   // A mark that was cut in the middle gives way to the one before it, which has an older state.
   const std::size_t known = doc_.repairs_.size();
   stated_section_ = 0;
@@ -121,13 +137,15 @@ bool DocumentOpener::try_sections() {
     is_cut = mark.is_cut;
     if (mark.has_number && stated_section_ == 0 && !is_cut)
       stated_section_ = mark.offset;
-    reset_table();
-    table_.linearized_length = linearized_length;
     const bool is_whole = mark.has_number && (!is_cut || is_section_at(stream_, mark.offset));
-    if (is_whole && table_.XRefRead(adjust_section_offset(mark.offset)) != 0 && examine().trusted &&
-        !entries_mislead(table_)) {
-      look_behind(mark);
-      return true;
+    const std::uint32_t offset = is_whole ? adjust_section_offset(mark.offset) : 0;
+    if (is_whole && read_chain(offset)) {
+      PDF_REF behind{};
+      std::uint32_t place = 0;
+      if (!has_object_behind(mark, behind, place) || try_section_behind(mark))
+        return true;
+      add_repair("update", behind.num, place, "objects behind the last section are listed by none; left out");
+      return read_chain(offset);
     }
     while (doc_.repairs_.size() > known)
       doc_.repairs_.pop();  // of an attempt that came to nothing

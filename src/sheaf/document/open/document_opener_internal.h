@@ -49,6 +49,8 @@ private:
   bool try_linearized();
   bool try_sections();
   bool try_section_before(const SectionMark& mark);
+  bool try_section_behind(const SectionMark& mark);
+  bool read_chain(std::uint32_t offset);
   Attempt examine();
   Attempt look_at_tree();
   bool finish(PDF_OPEN status);
@@ -64,7 +66,7 @@ private:
   void read_catalog_version();
 
   // lost_bytes.cpp
-  void look_behind(const SectionMark& mark);
+  bool has_object_behind(const SectionMark& mark, PDF_REF& ref, std::uint32_t& place);
   void report_missing_bytes();
 
   CPDFDoc& doc_;
@@ -72,6 +74,7 @@ private:
   CQVStream& stream_;
   std::uint32_t stated_section_ = 0;  // where the end of the file says that the newest section begins
   std::uint32_t stated_length_ = 0;   // "L" of the linearization
+  std::uint32_t former_length_ = 0;   // the same, of a file that was updated since
 };
 
 }  // namespace sheaf

@@ -7,29 +7,27 @@
 
 namespace sheaf {
 
-// An update that was cut off leaves objects behind the last section: the document is opened in its
-// state before.
-void DocumentOpener::look_behind(const SectionMark& mark) {
+// An update that was cut off leaves objects behind the last section.
+bool DocumentOpener::has_object_behind(const SectionMark& mark, PDF_REF& ref, std::uint32_t& place) {
   constexpr long long kMostBehind = 1 << 20;
   constexpr long long kLeastBehind = 64;  // no update is shorter
   if (stream_.GetLen() - mark.end < kLeastBehind)
-    return;
+    return false;
   stream_.SetPos(CQVStream::STR_SEEK_SET, mark.end);
   CPDFBufBase buf;
   buf.buf_init(&stream_);
   while (buf.position() - mark.end < kMostBehind) {
     const char* const header = buf.buf_skip_to_obj();
     if (header == nullptr)
-      return;
-    const std::int32_t num = ansi_to_i32(header);
-    const std::uint32_t at = buf.position();
+      return false;
+    ref.num = ansi_to_i32(header);
+    place = buf.position();
     Freed<CPDFObj> obj;
     obj.read(&buf, nullptr);
-    if (obj.as_dict_or_stream() == nullptr)
-      continue;
-    add_repair("update", num, at, "objects behind the last section are listed by none; left out");
-    return;
+    if (obj.as_dict_or_stream() != nullptr)
+      return true;
   }
+  return false;
 }
 
 // Whether the last section is in front of where the end of the file says, or the file is shorter

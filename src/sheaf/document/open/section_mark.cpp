@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <string_view>
 
 #include "sheaf/base/chars.h"
 #include "sheaf/base/stream.h"
@@ -41,6 +42,32 @@ void read_number(CQVStream& stream, SectionMark& mark) {
   mark.is_cut = buf.buf_pos >= buf.buf_len;
 }
 
+bool ends_with(std::string_view text, std::string_view end) {
+  return text.size() >= end.size() && text.substr(text.size() - end.size()) == end;
+}
+
+std::string_view without_space_behind(std::string_view text) {
+  while (!text.empty() && is_wide_space(text.back()))
+    text.remove_suffix(1);
+  return text;
+}
+
+// Whether as many dictionaries end as begin from `offset` to the end of the file.
+bool closes_dictionaries(CQVStream& stream, std::uint32_t offset) {
+  char block[kTailBlock];
+  std::int64_t open = 0;
+  char before = 0;
+  stream.SetPos(CQVStream::STR_SEEK_SET, offset);
+  for (unsigned got = stream.Read(block, kTailBlock); got > 0; got = stream.Read(block, kTailBlock)) {
+    for (unsigned i = 0; i < got; ++i) {
+      const bool is_pair = block[i] == before && (before == '<' || before == '>');
+      open += is_pair ? (before == '<' ? 1 : -1) : 0;
+      before = is_pair ? '\0' : block[i];
+    }
+  }
+  return open == 0;
+}
+
 }  // namespace
 
 bool find_section_mark(CQVStream& stream, SectionMark& mark) {
@@ -74,6 +101,21 @@ bool is_section_at(CQVStream& stream, std::uint32_t offset) {
     return true;
   const std::uint32_t before = buf.buf_pos;
   return is_digit(*at) && buf.buf_skip_to_obj() != nullptr && buf.buf_pos == before;
+}
+
+bool ends_within_mark(CQVStream& stream, std::uint32_t offset) {
+  char block[kTailOverlap * 4];
+  const long long start = std::max(stream.GetLen() - static_cast<long long>(sizeof(block)), 0LL);
+  stream.SetPos(CQVStream::STR_SEEK_SET, start);
+  std::string_view tail(block, stream.Read(block, sizeof(block)));
+  tail = without_space_behind(tail);
+  int len = kStartWordSize;
+  while (len > 0 && !ends_with(tail, std::string_view(kStartWord, static_cast<std::size_t>(len))))
+    --len;
+  if (len == 0)
+    return false;  // the word is written last, so a save may have ended before all was there
+  tail = without_space_behind(tail.substr(0, tail.size() - static_cast<std::size_t>(len)));
+  return ends_with(tail, "endobj") || (ends_with(tail, ">>") && closes_dictionaries(stream, offset));
 }
 
 std::uint32_t find_section_near(CQVStream& stream, std::uint32_t offset) {

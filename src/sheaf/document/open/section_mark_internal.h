@@ -24,6 +24,8 @@ struct SectionMark {
 bool find_section_mark(CQVStream& stream, SectionMark& mark);
 /// Whether a cross-reference section begins at `offset`: the keyword, or the header of an object.
 bool is_section_at(CQVStream& stream, std::uint32_t offset);
+/// Whether the section at `offset` is whole, and the file ends within the word behind it.
+bool ends_within_mark(CQVStream& stream, std::uint32_t offset);
 /// The place of the "xref" that is nearest to `offset`; `offset` itself when there is none around it.
 std::uint32_t find_section_near(CQVStream& stream, std::uint32_t offset);
 

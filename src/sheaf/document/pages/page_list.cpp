@@ -19,6 +19,7 @@ void PageList::list(bool believing) {
   pages_.clear();
   nodes.clear();
   node_of_removed_.clear();
+  proven_.clear();
   PageWalk walk(table_, nodes, pages_, believing);
   walk.run();
   strays_ = walk.passed_over();
@@ -27,11 +28,22 @@ void PageList::list(bool believing) {
   walked_ = true;
 }
 
+// A list that rests on counts lacks nothing that a walk meets once each thing on it turns out to be a page.
 int PageList::strays() {
-  if (believed_)
-    walked_ = false;
+  for (int i = 0; believed_ && i < listed(); ++i) {
+    const PDF_REF page = ref(i);
+    if (!proven_.has(page.num) && !proves_page(page, table_.object(page)))
+      list(false);
+  }
   ensure();
   return strays_;
+}
+
+bool PageList::proves_page(const PDF_REF& ref, const CPDFObj& obj) {
+  const bool is_proven = obj.as_dict() != nullptr && is_page(table_, *obj.as_dict());
+  if (is_proven)
+    proven_.visit(ref.num);
+  return is_proven;
 }
 
 void PageList::list_as_told() {
@@ -46,10 +58,9 @@ void PageList::list_as_told() {
   const int size = listed();
   bool good = !incomplete_ && size == stated;
   // Wrong counts are usually wrong everywhere, so a sample reveals them.
-  Freed<CPDFObj> page;
   for (int i = 0; good && i < std::min(size, kProbes); ++i) {
-    page = table_.object(pages_[std::int64_t{i} * size / std::min(size, kProbes)].ref);
-    good = page.as_dict() != nullptr && is_page(table_, *page.as_dict());
+    const PDF_REF page = pages_[std::int64_t{i} * size / std::min(size, kProbes)].ref;
+    good = proves_page(page, table_.object(page));
   }
   if (!good)
     list(false);
@@ -79,7 +90,7 @@ PDF_REF PageList::ref(int index) const {
 bool PageList::load_alone(int index, CPDFPage& page) {
   PDF_REF found = ref(index);
   Freed<CPDFObj> obj = table_.object(found);
-  if (believed_ && found.num != 0 && (obj.as_dict() == nullptr || !is_page(table_, *obj.as_dict()))) {
+  if (believed_ && found.num != 0 && !proves_page(found, obj)) {
     list(false);
     found = ref(index);
     obj = table_.object(found);

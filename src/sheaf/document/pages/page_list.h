@@ -6,6 +6,7 @@
 
 #include "sheaf/base/grow_array.h"
 #include "sheaf/base/number_map.h"
+#include "sheaf/base/visited_set.h"
 #include "sheaf/document/pages/page_nodes.h"
 #include "sheaf/neighbours/page/page.h"
 #include "sheaf/xref/xref_table.h"
@@ -45,7 +46,8 @@ public:
   bool is_as_told() const { return believed_; }
   /// Whether the top of the tree counts more pages than can be reached.
   bool misses_pages();
-  /// How many kids of the tree are neither page nor node, or a node that came up before. Walks the tree.
+  /// How many kids of the tree are neither page nor node, or a node that came up before. Walks the tree, or reads the
+  /// pages that were not loaded yet.
   int strays();
   /// Forgets everything and releases its memory.
   void reset();
@@ -70,6 +72,7 @@ public:
 
 private:
   void list(bool believing);
+  bool proves_page(const PDF_REF& ref, const CPDFObj& obj);
   int start_edit();
   bool detach(int index, bool listed_before);
   bool detach_all(const PDF_REF& top, GrowArray<TreeBranch>& pages);
@@ -79,6 +82,7 @@ private:
   CPDFXRefTable& table_;
   GrowArray<PageListEntry> pages_;
   NumberMap node_of_removed_;  // index into `nodes` plus one, by the number of a page that was taken off the list
+  VisitedSet proven_;          // of a believed list, what was seen to be pages
   int quick_count_ = -1;       // by the nodes' counts; -1 unknown or contradictory
   int strays_ = 0;
   bool walked_ = false;

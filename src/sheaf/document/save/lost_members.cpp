@@ -11,7 +11,7 @@ namespace {
 // Whether "N" or "First" of an object stream had to be set right: copied as it is, it would hide its
 // members from other readers.
 bool has_false_numbers(CPDFXRefTable& table, std::uint32_t num) {
-  table.get_objstm_references(table.xref_items[num].offset, object_num(num));
+  table.objstm_outline(table.xref_items[num].offset, object_num(num));
   return std::any_of(table.repairs.begin(), table.repairs.end(), [num](const PDF_REPAIR& repair) {
     return repair.code == PDF_REPAIR::kLengthCorrected && repair.num == object_num(num);
   });

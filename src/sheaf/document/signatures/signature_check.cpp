@@ -1,16 +1,6 @@
 // The covered bytes are read from the file piece by piece, so that signatures of long files take no memory.
 #include "sheaf/document/signatures/signature_check.h"
 
-#include <openssl/asn1.h>
-#include <openssl/bio.h>
-#include <openssl/cms.h>
-#include <openssl/err.h>
-#include <openssl/evp.h>
-#include <openssl/objects.h>
-#include <openssl/pem.h>
-#include <openssl/ts.h>
-#include <openssl/x509.h>
-
 #include <algorithm>
 #include <climits>
 #include <cstdio>
@@ -21,9 +11,10 @@
 
 #include "sheaf/document/doc.h"
 #include "sheaf/document/signatures/signature_list.h"
+#include "sheaf/neighbours/security/crypto_calls.h"
 #include "sheaf/object/array.h"
 
-using namespace sheaf;
+namespace sheaf {
 
 namespace {
 
@@ -399,36 +390,33 @@ int no_password(char*, int, int, void*) {
   return 0;
 }
 
-}  // namespace
-
-CPDFSignatureChecker::~CPDFSignatureChecker() {
-  X509_STORE_free(static_cast<X509_STORE*>(store_));
-}
-
-int CPDFSignatureChecker::trust(const void* data, std::size_t size) {
-  if (store_ == nullptr)
-    store_ = X509_STORE_new();
+// Adds the certificates to the store, which is made for the first. The count of them.
+int trust_certificates(void*& kept, const void* data, std::size_t size) {
+  auto* const store = kept != nullptr ? static_cast<X509_STORE*>(kept) : X509_STORE_new();
+  kept = store;
   const Owned<BIO> bio(size <= INT_MAX ? BIO_new_mem_buf(data, static_cast<int>(size)) : nullptr);
-  if (store_ == nullptr || !bio)
+  if (store == nullptr || !bio)
     return 0;
   int count = 0;
   for (Owned<X509> certificate(PEM_read_bio_X509(bio.get(), nullptr, no_password, nullptr)); certificate;
        certificate.reset(PEM_read_bio_X509(bio.get(), nullptr, no_password, nullptr)))
-    count += X509_STORE_add_cert(static_cast<X509_STORE*>(store_), certificate.get());
+    count += X509_STORE_add_cert(store, certificate.get());
   if (count == 0) {
     const auto* at = static_cast<const unsigned char*>(data);
     const Owned<X509> certificate(d2i_X509(nullptr, &at, static_cast<long>(size)));
-    count = certificate ? X509_STORE_add_cert(static_cast<X509_STORE*>(store_), certificate.get()) : 0;
+    count = certificate ? X509_STORE_add_cert(store, certificate.get()) : 0;
   }
   ERR_clear_error();
   return count;
 }
 
-void CPDFSignatureChecker::check(CPDFDoc& doc, const PDF_SIGNATURE& signature, PDF_SIGNATURE_CHECK& result) const {
-  result = PDF_SIGNATURE_CHECK{};
-  if (!signature.range_is_sound)
-    return;
-  auto* const store = static_cast<X509_STORE*>(store_);
+void release_store(void* kept) {
+  if (kept != nullptr)
+    X509_STORE_free(static_cast<X509_STORE*>(kept));
+}
+
+void check_signature(CPDFDoc& doc, const PDF_SIGNATURE& signature, void* kept, PDF_SIGNATURE_CHECK& result) {
+  auto* const store = static_cast<X509_STORE*>(kept);
   const std::string_view coding = signature.sub_filter != nullptr ? signature.sub_filter : "";
   if (coding == "adbe.x509.rsa_sha1")
     BareCheck(doc, signature, store, result).run();
@@ -437,4 +425,30 @@ void CPDFSignatureChecker::check(CPDFDoc& doc, const PDF_SIGNATURE& signature, P
     CmsCheck(doc, signature, store, result).run();
   else
     result.state = PDF_SIGNATURE_STATE::kUnsupported;
+}
+
+}  // namespace
+
+}  // namespace sheaf
+
+using namespace sheaf;
+
+bool CPDFSignatureChecker::can_check() {
+  return has_crypto();
+}
+
+CPDFSignatureChecker::~CPDFSignatureChecker() {
+  release_store(store_);
+}
+
+int CPDFSignatureChecker::trust(const void* data, std::size_t size) {
+  return has_crypto() ? trust_certificates(store_, data, size) : 0;
+}
+
+void CPDFSignatureChecker::check(CPDFDoc& doc, const PDF_SIGNATURE& signature, PDF_SIGNATURE_CHECK& result) const {
+  result = PDF_SIGNATURE_CHECK{};
+  if (!has_crypto())
+    result.state = PDF_SIGNATURE_STATE::kUnsupported;
+  else if (signature.range_is_sound)
+    check_signature(doc, signature, store_, result);
 }

@@ -47,6 +47,9 @@ public:
   CPDFSignatureChecker& operator=(const CPDFSignatureChecker&) = delete;
   ~CPDFSignatureChecker();
 
+  /// False when libcrypto, which a build may load when it is needed, is not there: nothing is checked then, and
+  /// every signature counts as of an unknown coding.
+  static bool can_check();
   /// Adds the certificates of a PEM text, or the one of a DER block, to those that are trusted. The count of them; 0
   /// when it holds none.
   int trust(const void* data, std::size_t size);

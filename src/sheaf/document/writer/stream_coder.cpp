@@ -204,6 +204,11 @@ void StreamCoder::set_data(CPDFStreamRec& rec, unsigned char* data, std::size_t 
   rec.dict.set_item_int(CPDFDictionary::sm_tag_length, static_cast<int>(size));
 }
 
+unsigned char* StreamCoder::pack(const Chain& chain, int level, std::size_t& size) {
+  return options_.packer != nullptr ? options_.packer->pack(chain.data.get(), chain.size, level, size)
+                                    : deflate_block(chain.data.get(), chain.size, level, size);
+}
+
 bool StreamCoder::compress(CPDFStreamRec& rec, Chain& chain) {
   if (is_metadata(rec.dict))
     return false;  // programs that know nothing of PDF look for it
@@ -220,7 +225,7 @@ bool StreamCoder::compress(CPDFStreamRec& rec, Chain& chain) {
   }
   std::size_t size = 0;
   const int level = options_.recompress != 0 ? options_.recompress : kNormalLevel;
-  HeapBlock<unsigned char> packed(deflate_block(chain.data.get(), chain.size, level, size));
+  HeapBlock<unsigned char> packed(pack(chain, level, size));
   if (!packed || size >= chain.stored_size)
     return false;
   chain.data.reset(packed.release());
@@ -235,7 +240,7 @@ bool StreamCoder::recompress(CPDFStreamRec& rec, Chain& chain) {
   if (!take_stage_off(chain, false))
     return false;
   std::size_t size = 0;
-  HeapBlock<unsigned char> packed(deflate_block(chain.data.get(), chain.size, options_.recompress, size));
+  HeapBlock<unsigned char> packed(pack(chain, options_.recompress, size));
   if (!packed || size >= chain.stored_size)
     return false;
   chain.data.reset(packed.release());

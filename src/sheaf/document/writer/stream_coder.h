@@ -34,6 +34,7 @@ private:
   bool read_chain(const CPDFStreamRec& rec, Chain& chain);
   bool decode(Chain& chain);
   bool take_stage_off(Chain& chain, bool with_predictor);
+  unsigned char* pack(const Chain& chain, int level, std::size_t& size);
   bool compress(CPDFStreamRec& rec, Chain& chain);
   bool recompress(CPDFStreamRec& rec, Chain& chain);
   bool uncompress(CPDFStreamRec& rec, Chain& chain);

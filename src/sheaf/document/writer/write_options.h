@@ -1,6 +1,7 @@
 // What a complete new file of a document is to be like.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 /// Which objects go into object streams (ISO 32000-1, 7.5.7).
@@ -28,6 +29,17 @@ enum PDF_STRIP : std::uint32_t {
   kStripStructure = 64,   ///< The structure tree, and the numbers that lead to it.
 };
 
+/// Does the packing for a writer: an application with several processors can have the data packed ahead.
+class CPDFPacker {
+public:
+  /// The Flate data (RFC 1950) of `size` bytes at the effort `level`, as PDF_WRITE_OPTIONS has it; null without memory.
+  /// The caller owns the block and releases it with QVFree.
+  virtual unsigned char* pack(const unsigned char* data, std::size_t size, int level, std::size_t& packed) = 0;
+
+protected:
+  ~CPDFPacker() = default;
+};
+
 struct PDF_WRITE_OPTIONS {
   /// The largest `recompress`: many times slower, a few percent smaller.
   static constexpr std::int32_t kMostEffort = 10;
@@ -43,6 +55,7 @@ struct PDF_WRITE_OPTIONS {
   bool pack_bilevel_images = false;      ///< Images of one bit a pixel become JBIG2 or CCITT Group 4, if smaller.
   std::uint32_t strip = 0;               ///< A set of PDF_STRIP.
   char min_version[4] = {};              ///< The least version of the header, such as "1.5"; "" for what is needed.
+  CPDFPacker* packer = nullptr;          ///< Borrowed; null: data are packed where they are written.
 };
 
 /// What was done.

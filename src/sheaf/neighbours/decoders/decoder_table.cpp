@@ -85,8 +85,7 @@ CPDFStream* make_run_length(CPDFXRefTable*, unsigned char* data, int len, const 
   return make_over<CPDFStreamRunlen>(data, len);
 }
 
-// "EndOfLine" and "EndOfBlock" play no part: line ends and the end of the block are found from the
-// data.
+// "EndOfBlock" plays no part, and "EndOfLine" hardly any: line ends and the end of the block are found from the data.
 CPDFStream* make_ccitt(CPDFXRefTable* table, unsigned char* data, int len, const CPDFDictionary* parms) {
   auto* fax = make_over<CPDFStreamFAX>(data, len);
   if (fax == nullptr)
@@ -94,6 +93,7 @@ CPDFStream* make_ccitt(CPDFXRefTable* table, unsigned char* data, int len, const
   fax->open(parm_number(table, parms, "K", 0), parm_number(table, parms, "Columns", 1728),
             parm_number(table, parms, "Rows", 0), parm_flag(table, parms, "EncodedByteAlign") ? 1 : 0,
             parm_flag(table, parms, "BlackIs1") ? 1 : 0);
+  fax->end_of_line = parm_flag(table, parms, "EndOfLine") ? 1 : 0;
   return fax;
 }
 

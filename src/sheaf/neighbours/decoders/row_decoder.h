@@ -22,6 +22,9 @@ public:
   /// Which component is opacity, -1: none; and whether the others are inks. Both are known once rows can be given.
   virtual std::int32_t opacity() const { return -1; }
   virtual bool is_cmyk() const { return false; }
+  /// The samples are indexes into a palette of the document: one component as it is stored, neither spread over the
+  /// range of a byte nor looked up in a palette of the data. Called before the first row.
+  virtual void take_indexes() {}
   /// Bytes that the rows may come to together; a larger image gives none. 0: no such bound.
   void set_ceiling(std::int64_t bytes) { ceiling_ = bytes; }
 

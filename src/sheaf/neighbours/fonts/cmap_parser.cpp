@@ -76,22 +76,36 @@ bool read_hex(std::string_view text, std::uint32_t& value) {
   return true;
 }
 
-// One part of a character's name: a single character, one of the names that fonts have for letters and signs, uniXXXX
-// (any number of four digits), uXXXX to uXXXXXX. Others give nothing.
-void read_name_part(std::string_view name, Units& units) {
+// uniXXXX with any number of four digits, of which none is half a character. Nothing is read of any other name.
+bool read_units_of_name(std::string_view name, Units& units) {
+  constexpr std::string_view kPrefix = "uni";
   constexpr std::size_t kUnitDigits = 4;
-  constexpr std::size_t kMostName = 64;
-  std::uint32_t value = 0;
+  if (!name.starts_with(kPrefix) || name.size() == kPrefix.size() || (name.size() - kPrefix.size()) % kUnitDigits != 0)
+    return false;
+  Units read;
+  for (std::size_t at = kPrefix.size(); at < name.size(); at += kUnitDigits) {
+    std::uint32_t value = 0;
+    if (!read_hex(name.substr(at, kUnitDigits), value) || is_high_surrogate(value) || is_low_surrogate(value))
+      return false;
+    read.push(value);
+  }
+  for (std::size_t i = 0; i < read.count; ++i)
+    units.push(read.items[i]);
+  return true;
+}
+
+// One part of a character's name: a single character, or a name that fonts have for letters and signs. Others give
+// nothing.
+void read_name_part(std::string_view name, Units& units) {
   if (name.size() == 1) {
     units.push(static_cast<unsigned char>(name[0]));
-  } else if (name.substr(0, 3) == "uni" && name.size() > 3 && (name.size() - 3) % kUnitDigits == 0) {
-    for (std::size_t at = 3; at < name.size() && read_hex(name.substr(at, kUnitDigits), value); at += kUnitDigits)
-      units.push(value);
-  } else if (name.size() < kMostName) {
-    char known[kMostName]{};
-    name.copy(known, name.size());
-    if (const std::uint32_t character = character_of_glyph(known))
-      units.push_character(character);
+  } else if (read_units_of_name(name, units)) {
+    return;
+  } else if (const std::uint32_t character = character_of_glyph(name)) {
+    units.push_character(character);
+  } else {
+    for (const char16_t unit : listed_text_of_glyph(name))
+      units.push(unit);
   }
 }
 

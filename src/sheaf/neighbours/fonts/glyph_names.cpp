@@ -1,66 +1,89 @@
 // Looking up glyph names and characters.
 #include <algorithm>
-#include <cstring>
+#include <array>
 
 #include "sheaf/base/chars.h"
 #include "sheaf/base/utf.h"
+#include "sheaf/neighbours/fonts/glyph_list_internal.h"
 #include "sheaf/neighbours/fonts/standard_glyphs.h"
 
 namespace sheaf {
 
 namespace {
 
-// The number behind `prefix`, of `least` to `most` digits to the end of the name; 0 when it is not one.
-std::uint32_t hex_behind(const char* name, const char* prefix, int least, int most) {
-  const std::size_t len = std::strlen(prefix);
-  if (std::strncmp(name, prefix, len) != 0)
+constexpr char16_t kFirstSequence = 0xD800;
+
+// Where each name of the list begins, and behind them where one more would.
+constexpr auto kStarts = [] {
+  std::array<std::uint16_t, glyph_list::kNameCount + 1> starts{};
+  std::size_t count = 0;
+  for (std::size_t at = 0; at < glyph_list::kNames.size() && count < glyph_list::kNameCount; ++at) {
+    if (glyph_list::kNames[at] == ' ')
+      starts[++count] = static_cast<std::uint16_t>(at + 1);
+  }
+  return starts;
+}();
+
+constexpr std::string_view listed_name(std::size_t index) {
+  return glyph_list::kNames.substr(kStarts[index], kStarts[index + 1] - 1u - kStarts[index]);
+}
+
+constexpr bool is_sorted_list() {
+  for (std::size_t i = 1; i < glyph_list::kNameCount; ++i) {
+    if (listed_name(i - 1) >= listed_name(i))
+      return false;
+  }
+  return true;
+}
+
+static_assert(glyph_list::kNames.size() <= UINT16_MAX && kStarts.back() == glyph_list::kNames.size());
+static_assert(std::size(glyph_list::kCharacters) == glyph_list::kNameCount);
+static_assert(is_sorted_list());
+
+// The number behind `prefix`, of `least` to `most` digits to the end of the name; 0 when it is no character's.
+std::uint32_t hex_behind(std::string_view name, std::string_view prefix, std::size_t least, std::size_t most) {
+  if (!name.starts_with(prefix))
     return 0;
+  name.remove_prefix(prefix.size());
   std::uint32_t value = 0;
-  int digits = 0;
-  for (const char* at = name + len; *at != 0; ++at, ++digits) {
-    const int digit = hex_value(*at);
-    if (digit < 0 || digits == most)
+  for (const char c : name.substr(0, most + 1)) {
+    const int digit = hex_value(c);
+    if (digit < 0)
       return 0;
     value = value * 16 + static_cast<std::uint32_t>(digit);
   }
-  return digits >= least && value <= kLastCharacter ? value : 0;
-}
-
-// Cyrillic letters have numbered names: the alphabet in order, with IO behind its sixth letter.
-std::uint32_t cyrillic(const char* name) {
-  if (std::strncmp(name, "afii", 4) != 0 || std::strlen(name) != 9)
-    return 0;
-  int number = 0;
-  for (const char* at = name + 4; *at != 0; ++at) {
-    if (!is_digit(*at))
-      return 0;
-    number = number * 10 + (*at - '0');
-  }
-  const auto letter = [number](int first, std::uint32_t alphabet, std::uint32_t io) -> std::uint32_t {
-    constexpr int kIo = 6;
-    constexpr int kLetters = 33;
-    const int index = number - first;
-    if (index < 0 || index >= kLetters)
-      return 0;
-    if (index == kIo)
-      return io;
-    return alphabet + static_cast<std::uint32_t>(index < kIo ? index : index - 1);
-  };
-  const std::uint32_t capital = letter(10017, 0x410, 0x401);
-  return capital != 0 ? capital : letter(10065, 0x430, 0x451);
+  const bool is_half = is_high_surrogate(value) || is_low_surrogate(value);
+  return name.size() >= least && name.size() <= most && value <= kLastCharacter && !is_half ? value : 0;
 }
 
 }  // namespace
 
-std::uint32_t character_of_glyph(const char* name) {
+std::u16string_view listed_text_of_glyph(std::string_view name) {
+  std::size_t low = 0;
+  for (std::size_t high = glyph_list::kNameCount; low < high;) {
+    const std::size_t middle = (low + high) / 2;
+    if (listed_name(middle) < name)
+      low = middle + 1;
+    else
+      high = middle;
+  }
+  if (low == glyph_list::kNameCount || listed_name(low) != name)
+    return {};
+  const char16_t* const character = glyph_list::kCharacters + low;
+  const std::size_t sequence = *character - kFirstSequence;
+  return *character >= kFirstSequence && sequence < std::size(glyph_list::kSequences)
+             ? glyph_list::kSequences[sequence]
+             : std::u16string_view(character, 1);
+}
+
+std::uint32_t character_of_glyph(std::string_view name) {
   const StandardGlyph* const end = kStandardGlyphs + kStandardGlyphCount;
-  const StandardGlyph* const found =
-      std::lower_bound(kStandardGlyphs, end, name,
-                       [](const StandardGlyph& row, const char* key) { return std::strcmp(row.name, key) < 0; });
-  if (found != end && std::strcmp(found->name, name) == 0)
+  const StandardGlyph* const found = std::lower_bound(
+      kStandardGlyphs, end, name, [](const StandardGlyph& row, std::string_view key) { return row.name < key; });
+  if (found != end && found->name == name)
     return found->character;
-  if (const std::uint32_t letter = cyrillic(name))
-    return letter;
+  if (const std::u16string_view listed = listed_text_of_glyph(name); listed.size() == 1)
+    return listed[0];
   const std::uint32_t number = hex_behind(name, "uni", 4, 4);
   return number != 0 ? number : hex_behind(name, "u", 4, 6);
 }

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string_view>
 
 namespace sheaf {
 
@@ -25,8 +26,12 @@ extern const std::uint16_t kStandardEncoding[256];
 extern const std::uint16_t kWinAnsiEncoding[256];
 extern const std::uint16_t kMacRomanEncoding[256];
 
-/// The character of a glyph name: of the table, a Cyrillic "afii" name, "uniXXXX" or "uXXXXX"; 0 for any other.
-std::uint32_t character_of_glyph(const char* name);
+/// The character of a glyph name: of the table, of the Adobe Glyph List, "uniXXXX" or "uXXXX" to "uXXXXXX"; 0 for any
+/// other. The table comes first: its Omega is the Greek letter.
+std::uint32_t character_of_glyph(std::string_view name);
+
+/// What the Adobe Glyph List has for a name: a character or several, for ever valid; empty for other names.
+std::u16string_view listed_text_of_glyph(std::string_view name);
 
 /// The glyph of a character; null when the table has none.
 const StandardGlyph* glyph_of_character(std::uint32_t character);

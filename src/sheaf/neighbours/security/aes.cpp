@@ -1,35 +1,47 @@
 // AES in CBC mode through EVP, with 128 and 256 bit keys.
 #include "sheaf/neighbours/security/aes.h"
 
-#include <openssl/evp.h>
-#include <openssl/rand.h>
+#include <sys/random.h>
+
+#include <cerrno>
+
+#include "sheaf/neighbours/security/crypto_calls.h"
 
 namespace sheaf {
 
+bool has_aes() {
+  return has_crypto();
+}
+
 AesCbc::AesCbc(Direction direction, const unsigned char* key, std::size_t key_size, const unsigned char* iv,
                Padding padding)
-    : context_(EVP_CIPHER_CTX_new()), decrypts_(direction == Direction::kDecrypt) {
+    : context_(has_crypto() ? EVP_CIPHER_CTX_new() : nullptr), decrypts_(direction == Direction::kDecrypt) {
+  if (context_ == nullptr)
+    return;
   const EVP_CIPHER* cipher = key_size == 32 ? EVP_aes_256_cbc() : EVP_aes_128_cbc();
   EVP_CipherInit_ex(context_, cipher, nullptr, key, iv, decrypts_ ? 0 : 1);
   EVP_CIPHER_CTX_set_padding(context_, padding == Padding::kPkcs7 ? 1 : 0);
 }
 
 AesCbc::~AesCbc() {
-  EVP_CIPHER_CTX_free(context_);
+  if (context_ != nullptr)
+    EVP_CIPHER_CTX_free(context_);
 }
 
 int AesCbc::update(const unsigned char* src, int size, unsigned char* dst) {
   int count = 0;
-  return EVP_CipherUpdate(context_, dst, &count, src, size) == 1 ? count : 0;
+  return context_ != nullptr && EVP_CipherUpdate(context_, dst, &count, src, size) == 1 ? count : 0;
 }
 
 int AesCbc::finish(unsigned char* dst) {
   int count = 0;
-  return EVP_CipherFinal_ex(context_, dst, &count) == 1 ? count : -1;
+  return context_ != nullptr && EVP_CipherFinal_ex(context_, dst, &count) == 1 ? count : -1;
 }
 
 void aes256_encrypt_block(const unsigned char* key, const unsigned char* src, unsigned char* dst) {
-  EVP_CIPHER_CTX* context = EVP_CIPHER_CTX_new();
+  EVP_CIPHER_CTX* context = has_crypto() ? EVP_CIPHER_CTX_new() : nullptr;
+  if (context == nullptr)
+    return;
   int count = 0;
   EVP_EncryptInit_ex(context, EVP_aes_256_ecb(), nullptr, key, nullptr);
   EVP_CIPHER_CTX_set_padding(context, 0);
@@ -38,7 +50,15 @@ void aes256_encrypt_block(const unsigned char* key, const unsigned char* src, un
 }
 
 bool secure_random(unsigned char* dst, std::size_t size) {
-  return RAND_bytes(dst, static_cast<int>(size)) == 1;
+  while (size > 0) {
+    const ssize_t got = getrandom(dst, size, 0);
+    if (got < 0 && errno != EINTR)
+      return false;
+    const std::size_t count = got > 0 ? static_cast<std::size_t>(got) : 0;
+    dst += count;
+    size -= count;
+  }
+  return true;
 }
 
 }  // namespace sheaf

@@ -12,7 +12,10 @@ namespace sheaf {
 
 constexpr std::size_t kAesBlock = 16;
 
-/// A running encryption or decryption.
+/// Whether AES can be had: a build that loads libcrypto when it is needed may not find it.
+bool has_aes();
+
+/// A running encryption or decryption. Without libcrypto nothing comes out of it, so has_aes is asked first.
 class AesCbc : public QVHeapObject<AesCbc> {
 public:
   enum class Direction { kEncrypt, kDecrypt };

@@ -1,26 +1,43 @@
-// MD5 and SHA-1 through EVP.
+// The contexts of libmd are plain memory, made in the room of the classes.
 #include "sheaf/neighbours/security/digests.h"
 
-#include <openssl/evp.h>
+#include <sys/types.h>
 
-CQVSecDigest::CQVSecDigest(const evp_md_st* kind) : kind_(kind), context_(EVP_MD_CTX_new()) {}
+#include <md5.h>
+#include <sha1.h>
 
-CQVSecDigest::~CQVSecDigest() {
-  EVP_MD_CTX_free(context_);
+#include <new>
+
+namespace {
+
+template <class Context, std::size_t Room>
+Context* context_in(unsigned char (&room)[Room]) {
+  static_assert(sizeof(Context) <= Room && alignof(Context) <= alignof(std::uint64_t));
+  return std::launder(reinterpret_cast<Context*>(room));
 }
 
-void CQVSecDigest::init() {
-  EVP_DigestInit_ex(context_, kind_, nullptr);
+}  // namespace
+
+void CQVSecMD5::init() {
+  MD5Init(new (state_) MD5_CTX);
 }
 
-void CQVSecDigest::update(const unsigned char* data, unsigned int size) {
-  EVP_DigestUpdate(context_, data, size);
+void CQVSecMD5::update(const unsigned char* data, unsigned int size) {
+  MD5Update(context_in<MD5_CTX>(state_), data, size);
 }
 
-void CQVSecDigest::end(unsigned char* digest) {
-  EVP_DigestFinal_ex(context_, digest, nullptr);
+void CQVSecMD5::end(unsigned char* digest) {
+  MD5Final(digest, context_in<MD5_CTX>(state_));
 }
 
-CQVSecMD5::CQVSecMD5() : CQVSecDigest(EVP_md5()) {}
+void CQVSecSHA1::init() {
+  SHA1Init(new (state_) SHA1_CTX);
+}
 
-CQVSecSHA1::CQVSecSHA1() : CQVSecDigest(EVP_sha1()) {}
+void CQVSecSHA1::update(const unsigned char* data, unsigned int size) {
+  SHA1Update(context_in<SHA1_CTX>(state_), data, size);
+}
+
+void CQVSecSHA1::end(unsigned char* digest) {
+  SHA1Final(digest, context_in<SHA1_CTX>(state_));
+}

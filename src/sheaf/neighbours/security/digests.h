@@ -1,37 +1,35 @@
-// The digests of PDF, on libcrypto: MD5 (RFC 1321) for identifiers and old keys, SHA-1 (FIPS 180-4).
+// The digests that every new file may need: MD5 (RFC 1321) for identifiers and old keys, SHA-1 (FIPS 180-4). They are
+// libmd's, so that no start waits for a large library.
 #pragma once
 
-struct evp_md_ctx_st;
-struct evp_md_st;
+#include <cstddef>
+#include <cstdint>
 
-/// One running digest. `init` may be called again after `end`.
-class CQVSecDigest {
+/// One running digest. `init` comes first, and may be called again after `end`.
+class CQVSecMD5 {
 public:
-  CQVSecDigest(const CQVSecDigest&) = delete;
-  CQVSecDigest& operator=(const CQVSecDigest&) = delete;
-  ~CQVSecDigest();
+  static constexpr int kSize = 16;
 
   void init();
   void update(const unsigned char* data, unsigned int size);
-  /// Writes the digest; `digest` has room for its size.
+  /// Writes the digest, kSize bytes.
   void end(unsigned char* digest);
 
-protected:
-  explicit CQVSecDigest(const evp_md_st* kind);
-
 private:
-  const evp_md_st* kind_;
-  evp_md_ctx_st* context_;
+  static constexpr std::size_t kRoom = 88;
+  alignas(std::uint64_t) unsigned char state_[kRoom] = {};
 };
 
-class CQVSecMD5 : public CQVSecDigest {
-public:
-  static constexpr int kSize = 16;
-  CQVSecMD5();
-};
-
-class CQVSecSHA1 : public CQVSecDigest {
+/// The same for SHA-1.
+class CQVSecSHA1 {
 public:
   static constexpr int kSize = 20;
-  CQVSecSHA1();
+
+  void init();
+  void update(const unsigned char* data, unsigned int size);
+  void end(unsigned char* digest);
+
+private:
+  static constexpr std::size_t kRoom = 96;
+  alignas(std::uint64_t) unsigned char state_[kRoom] = {};
 };

@@ -36,6 +36,8 @@ CPDFStandardEncrypt::~CPDFStandardEncrypt() {
 }
 
 bool CPDFStandardEncrypt::create(const Settings& settings, const PDF_String& id0) {
+  if (settings.algorithm != Algorithm::kRC4 && !has_aes())
+    return false;
   KeyParameters para;
   para.permissions = (settings.permissions | kReservedSet) & ~kReservedClear;
   para.encrypts_metadata = !settings.clear_metadata;

@@ -1,8 +1,6 @@
 // Keys of revisions 2 to 4, and what all revisions share.
 #include "sheaf/neighbours/security/key_material.h"
 
-#include <openssl/crypto.h>
-
 #include <algorithm>
 #include <cstring>
 
@@ -111,11 +109,16 @@ void compute_owner_key(const KeyParameters& para, const PasswordBytes& owner, Fi
 }  // namespace
 
 void wipe(void* bytes, std::size_t size) {
-  OPENSSL_cleanse(bytes, size);
+  explicit_bzero(bytes, size);
 }
 
 bool equal_secret(const void* a, const void* b, std::size_t size) {
-  return CRYPTO_memcmp(a, b, size) == 0;
+  const auto* const left = static_cast<const volatile unsigned char*>(a);
+  const auto* const right = static_cast<const volatile unsigned char*>(b);
+  unsigned difference = 0;
+  for (std::size_t i = 0; i < size; ++i)
+    difference |= static_cast<unsigned>(left[i] ^ right[i]);
+  return difference == 0;
 }
 
 PasswordBytes doc_password(const char* utf8) {

@@ -1,10 +1,9 @@
 // Keys of revisions 5 and 6 (ISO 32000-2, 7.6.4.3.3 to 7.6.4.4.11).
-#include <openssl/evp.h>
-
 #include <algorithm>
 #include <cstring>
 
 #include "sheaf/neighbours/security/aes.h"
+#include "sheaf/neighbours/security/crypto_calls.h"
 #include "sheaf/neighbours/security/key_material.h"
 
 namespace sheaf {
@@ -99,6 +98,8 @@ void make_entry(const PasswordBytes& password, const unsigned char* user_entry, 
 }  // namespace
 
 bool check_password_aes256(const KeyParameters& para, const PasswordBytes& password, bool as_owner, FileKey& key) {
+  if (!has_crypto())
+    return false;
   const unsigned char* const entry = as_owner ? para.owner : para.user;
   const unsigned char* const user_entry = as_owner ? para.user : nullptr;
   SecretBytes<kHash> hash;
@@ -116,7 +117,7 @@ bool check_password_aes256(const KeyParameters& para, const PasswordBytes& passw
 
 bool make_aes256_entries(KeyParameters& para, const PasswordBytes& user, const PasswordBytes& owner, FileKey& key) {
   key.size = kHash;
-  if (!secure_random(key.bytes, kHash) || !secure_random(para.user + kHash, 2 * kSalt) ||
+  if (!has_crypto() || !secure_random(key.bytes, kHash) || !secure_random(para.user + kHash, 2 * kSalt) ||
       !secure_random(para.owner + kHash, 2 * kSalt))
     return false;
   make_entry(user, nullptr, key, para.user, para.user_key);

@@ -1,8 +1,7 @@
 // Key schedule and stream of RC4. Libcrypto has it only as a legacy module, which may be missing.
 #include "sheaf/neighbours/security/rc4.h"
 
-#include <openssl/crypto.h>
-
+#include <cstring>
 #include <utility>
 
 using namespace sheaf;
@@ -18,7 +17,7 @@ CQVSecRC4::CQVSecRC4(const unsigned char* key, std::size_t size) {
 }
 
 CQVSecRC4::~CQVSecRC4() {
-  OPENSSL_cleanse(state_.data(), state_.size());
+  explicit_bzero(state_.data(), state_.size());
 }
 
 void CQVSecRC4::crypt(const unsigned char* src, std::size_t size, unsigned char* dst) {

@@ -211,6 +211,12 @@ bool CPDFStandardSecHand::has_filter(const char* name) const {
                      [name](const CryptFilter& filter) { return is_called(filter.name, name); });
 }
 
+bool CPDFStandardSecHand::uses_aes() const {
+  return std::any_of(filters_.begin(), filters_.end(), [](const CryptFilter& filter) {
+    return filter.method == Method::kAES128 || filter.method == Method::kAES256;
+  });
+}
+
 // Takes over the dictionary; sets the outcome and gives false when it cannot be used.
 bool CPDFStandardSecHand::read_parameters(const PDF_String* id0, const CPDFDictionary& dict) {
   const auto refuse = [this](Outcome outcome) {
@@ -234,12 +240,15 @@ bool CPDFStandardSecHand::read_parameters(const PDF_String* id0, const CPDFDicti
     return refuse(para_.version == 0 && dict.get_item("V") == nullptr ? Outcome::kDamagedDictionary
                                                                       : Outcome::kUnsupported);
   streams_ = strings_ = files_ = Method::kRC4;
+  filters_.clear();
   para_.key_bytes = para_.version == 1
                         ? kShortestKey
                         : std::min(key_length_bytes(int_value(dict, "Length", 0), kShortestKey), kLongestKey);
   if (para_.version >= 4 && !read_crypt_filters(dict))
     return refuse(Outcome::kUnsupported);
   const bool aes256 = para_.revision >= 5;
+  if ((aes256 || uses_aes()) && !has_aes())
+    return refuse(Outcome::kNoCipher);
   const std::size_t entry = aes256 ? 48 : 32;
   if (!take_bytes(dict, "O", para_.owner, entry) || !take_bytes(dict, "U", para_.user, entry))
     return refuse(Outcome::kDamagedDictionary);

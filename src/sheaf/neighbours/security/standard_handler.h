@@ -21,10 +21,11 @@ public:
     kNotTried,
     kOpenedAsUser,
     kOpenedAsOwner,
-    kNeedsPassword,     ///< The empty password does not open it, and no other was given.
-    kWrongPassword,     ///< Neither password is the one that was given.
-    kUnsupported,       ///< Another handler, or a version or filter that is not known.
-    kDamagedDictionary  ///< Entries that a key needs are missing or of the wrong kind.
+    kNeedsPassword,      ///< The empty password does not open it, and no other was given.
+    kWrongPassword,      ///< Neither password is the one that was given.
+    kUnsupported,        ///< Another handler, or a version or filter that is not known.
+    kDamagedDictionary,  ///< Entries that a key needs are missing or of the wrong kind.
+    kNoCipher            ///< It is encrypted by AES, and libcrypto, which has that, could not be loaded.
   };
   enum class Method : std::uint8_t { kIdentity, kRC4, kAES128, kAES256 };
 
@@ -63,6 +64,7 @@ private:
   bool read_crypt_filters(const CPDFDictionary& dict);
   bool use_filter(const CPDFDictionary& dict, const char* key, Method& method) const;
   bool has_filter(const char* name) const;
+  bool uses_aes() const;
   bool try_password(const char* utf8);
   bool try_key_lengths(const char* utf8);
   void remember_method(int num, Method method);

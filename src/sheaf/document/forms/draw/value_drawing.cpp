@@ -19,7 +19,8 @@ constexpr double kLeastPadding = 2;
 constexpr double kLeastSize = 4;  // points; what is chosen here is never smaller
 constexpr double kUsualSize = 12;
 constexpr double kSizeStep = 0.5;
-constexpr double kEm = 1000;  // units of widths
+constexpr double kEm = 1000;         // units of widths
+constexpr double kCellSlack = 1e-6;  // of rounding where cells are counted
 constexpr DeviceColour kSelection{3, {0.6, 0.75686, 0.8549}};
 
 double padding(const WidgetLook& look) {
@@ -131,6 +132,29 @@ bool set_to_fit(const WidgetLook& look, TextSetter& setter, std::string_view tex
   return true;
 }
 
+// The same for a comb: no character is wider than its cell.
+bool set_in_cells(const WidgetLook& look, TextSetter& setter, std::string_view text, const ValueManner& manner,
+                  TextFormat& format) {
+  format.cell = look.width / manner.comb_cells;
+  format.size = manner.size > 0 ? manner.size : kUsualSize;
+  if (!setter.set(text, format) || manner.size > 0)
+    return !setter.lines().empty();
+  double widest = 1;
+  for (const TextGlyph& glyph : setter.glyphs())
+    widest = std::max(widest, static_cast<double>(glyph.advance));
+  const double by_height = (look.height - 2 * look.inset()) / kLeading;
+  format.size = std::max(kLeastSize, std::min(by_height, format.cell * kUsualSize / widest));
+  return setter.set(text, format);
+}
+
+// Where text in a comb begins: at a cell, and where there are not enough, with the cell that is read first.
+double start_of_comb(const WidgetLook& look, const TextLine& line, double cell, int quadding) {
+  const double spare = look.width - line.width;
+  if (spare < 0)
+    return line.right_to_left ? spare : 0;
+  return quadding == 1 ? static_cast<int>(spare / cell / 2 + kCellSlack) * cell : quadding == 2 ? spare : 0;
+}
+
 // The lines between the cells of a comb are of the border.
 void draw_comb_lines(ContentWriter& out, const WidgetLook& look, int cells) {
   if (look.border <= 0 || look.border_colour.count == 0 || (look.style != 'S' && look.style != 'D'))
@@ -148,6 +172,11 @@ void draw_comb_lines(ContentWriter& out, const WidgetLook& look, int cells) {
   }
   out.op("S");
   out.op("Q");
+}
+
+// The middle of a line of a list is that of its font.
+double list_base_line(double bottom, double step, double ascent, double descent, double size) {
+  return bottom + step / 2 - (ascent + descent) / 2 * size;
 }
 
 }  // namespace
@@ -187,17 +216,22 @@ bool needs_shaping(const GrowArray<std::uint32_t>& characters) {
   });
 }
 
-bool draw_shaped_text(ContentWriter& out, const WidgetLook& look, TextSetter& setter,
-                      const GrowArray<std::uint32_t>& characters, const ValueManner& manner) {
-  GrowArray<char> text;
+void append_utf8(const GrowArray<std::uint32_t>& characters, GrowArray<char>& text) {
   for (const std::uint32_t character : characters) {
     char bytes[kMostUtf8Bytes];
     const char* const end = put_utf8(bytes, character);
     for (const char* at = bytes; at < end; ++at)
       text.push(*at);
   }
+}
+
+bool draw_shaped_text(ContentWriter& out, const WidgetLook& look, TextSetter& setter,
+                      const GrowArray<std::uint32_t>& characters, const ValueManner& manner) {
+  GrowArray<char> text;
+  append_utf8(characters, text);
   TextFormat format;
-  if (!set_to_fit(look, setter, {text.begin(), text.size()}, manner, format))
+  const bool in_cells = manner.comb_cells > 0;
+  if (!(in_cells ? set_in_cells : set_to_fit)(look, setter, {text.begin(), text.size()}, manner, format))
     return false;
   const double size = format.size;
   double y = manner.multi_line ? look.height - padding(look) - SystemFonts::kAscent * size
@@ -206,10 +240,14 @@ bool draw_shaped_text(ContentWriter& out, const WidgetLook& look, TextSetter& se
   for (const TextLine& line : setter.lines()) {
     if (y < -size)
       break;
-    if (!setter.show(line, start_of(look, line.width, manner.quadding), y, shown))
+    const double x = in_cells ? start_of_comb(look, line, format.cell, manner.quadding)
+                              : start_of(look, line.width, manner.quadding);
+    if (!setter.show(line, x, y, shown))
       return false;
     y -= kLeading * size;
   }
+  if (in_cells)
+    draw_comb_lines(out, look, manner.comb_cells);
   begin(out, look);
   out.op("BT");
   manner.colour.put(out, false);
@@ -224,14 +262,14 @@ int list_lines_shown(const WidgetLook& look, const ValueManner& manner) {
   return std::max(1, static_cast<int>((look.height - 2 * look.inset()) / (kLeading * size)));
 }
 
-void draw_list(ContentWriter& out, const WidgetLook& look, FieldType& type, const GrowArray<FieldGlyph>& glyphs,
-               const GrowArray<ListLine>& lines, const ValueManner& manner) {
+void draw_list(ContentWriter& out, const WidgetLook& look, FieldType& type, TextSetter& setter, const ListLines& list,
+               const ValueManner& manner) {
   const double size = manner.size > 0 ? manner.size : kUsualSize;
   const double step = kLeading * size;
   const double top = look.height - look.inset();
   begin(out, look);
   double y = top;
-  for (const ListLine& line : lines) {
+  for (const ListLine& line : list.lines) {
     y -= step;
     if (y < -step)
       break;
@@ -243,13 +281,24 @@ void draw_list(ContentWriter& out, const WidgetLook& look, FieldType& type, cons
   }
   out.op("BT");
   manner.colour.put(out, false);
-  y = top - type.ascent(glyphs) * size - (kLeading - type.ascent(glyphs) + type.descent(glyphs)) / 2 * size;
-  for (const ListLine& line : lines) {
+  TextFormat format;
+  format.size = size;
+  y = top - step;
+  for (const ListLine& line : list.lines) {
     if (y < -step)
       break;
-    const FieldGlyph* const first = glyphs.begin() + line.first;
-    const double width = static_cast<double>(width_of(first, line.count)) * size / kEm;
-    type.show(out, first, line.count, size, start_of(look, width, manner.quadding), y);
+    const FieldGlyph* const first = list.glyphs.begin() + line.first;
+    if (line.text_length == 0) {
+      const double width = static_cast<double>(width_of(first, line.count)) * size / kEm;
+      type.show(out, first, line.count, size, start_of(look, width, manner.quadding),
+                list_base_line(y, step, type.ascent(list.glyphs), type.descent(list.glyphs), size));
+    } else if (setter.set({list.texts.begin() + line.text, line.text_length}, format) && !setter.lines().empty()) {
+      GrowArray<char> shown;
+      const TextLine& whole = setter.lines()[0];
+      setter.show(whole, start_of(look, whole.width, manner.quadding),
+                  list_base_line(y, step, SystemFonts::kAscent, SystemFonts::kDescent, size), shown);
+      out.text({shown.begin(), shown.size()});
+    }
     y -= step;
   }
   out.op("ET");

@@ -2,6 +2,8 @@
 // marks of buttons.
 #pragma once
 
+#include <string_view>
+
 #include "sheaf/document/forms/draw/widget_look_internal.h"
 #include "sheaf/document/forms/type/field_type_internal.h"
 
@@ -24,6 +26,8 @@ struct ListLine {
   std::size_t first;  ///< Of its glyphs.
   std::size_t count;
   bool selected;
+  std::size_t text = 0;         ///< Where the text of a line that needs shaping begins, UTF-8.
+  std::size_t text_length = 0;  ///< 0: it is set in glyphs.
 };
 
 void draw_text(ContentWriter& out, const WidgetLook& look, FieldType& type, const GrowArray<FieldGlyph>& glyphs,
@@ -31,13 +35,20 @@ void draw_text(ContentWriter& out, const WidgetLook& look, FieldType& type, cons
 /// Whether the characters need more than one glyph each, from left to right: those of Arabic, Hebrew, Indic scripts,
 /// Thai and the like.
 bool needs_shaping(const GrowArray<std::uint32_t>& characters);
+void append_utf8(const GrowArray<std::uint32_t>& characters, GrowArray<char>& text);
 /// Draws a value by `setter`, whose fonts the appearance then needs. False, and nothing is drawn, when it cannot be
 /// set.
 bool draw_shaped_text(ContentWriter& out, const WidgetLook& look, TextSetter& setter,
                       const GrowArray<std::uint32_t>& characters, const ValueManner& manner);
-/// Draws as many lines as there is room for.
-void draw_list(ContentWriter& out, const WidgetLook& look, FieldType& type, const GrowArray<FieldGlyph>& glyphs,
-               const GrowArray<ListLine>& lines, const ValueManner& manner);
+/// The lines of a list box, with the glyphs and texts that they are made of.
+struct ListLines {
+  GrowArray<ListLine> lines;
+  GrowArray<FieldGlyph> glyphs;
+  GrowArray<char> texts;
+};
+/// Draws as many lines as there is room for, those that need shaping by `setter`.
+void draw_list(ContentWriter& out, const WidgetLook& look, FieldType& type, TextSetter& setter, const ListLines& list,
+               const ValueManner& manner);
 /// How many lines of a list box are seen.
 int list_lines_shown(const WidgetLook& look, const ValueManner& manner);
 /// Draws a button's mark, which is named as in ZapfDingbats: '4' check, '8' cross, 'l' circle, 'u' diamond, 'n' square,

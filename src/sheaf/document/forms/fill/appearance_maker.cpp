@@ -226,10 +226,9 @@ bool AppearanceMaker::draw_widget(const CPDFField& field, const FieldFacts& fact
   return table_.store_object(widget, obj);
 }
 
-// A comb has a cell for each character, so that nothing in it joins.
 void AppearanceMaker::draw_characters(ContentWriter& out, const WidgetLook& look, FieldType& type,
                                       const GrowArray<std::uint32_t>& characters, const ValueManner& manner) {
-  if (manner.comb_cells == 0 && needs_shaping(characters)) {
+  if (needs_shaping(characters)) {
     TextSetter setter(table_, system_, {});
     const bool is_drawn = draw_shaped_text(out, look, setter, characters, manner);
     missing_ += static_cast<int>(setter.missing());
@@ -256,19 +255,30 @@ void AppearanceMaker::draw_list_box(ContentWriter& out, const WidgetLook& look, 
   const auto wanted = static_cast<std::int32_t>(chosen - value.lines.begin());
   if (wanted < count && (wanted < first || wanted >= first + shown))
     first = wanted;
-  GrowArray<FieldGlyph> glyphs;
-  GrowArray<ListLine> lines;
+  ListLines list;
+  TextSetter setter(table_, system_, {});
   const std::int32_t last = count - first > shown ? first + shown + 1 : count;
   for (std::int32_t i = first; i < last; ++i) {
     const ListLine& line = value.lines[static_cast<std::size_t>(i)];
     GrowArray<std::uint32_t> characters;
     for (std::size_t k = 0; k < line.count; ++k)
       characters.push(value.characters[line.first + k]);
-    const std::size_t begin = glyphs.size();
-    missing_ += type.set(characters, glyphs);
-    lines.push({begin, glyphs.size() - begin, line.selected});
+    ListLine seen{list.glyphs.size(), 0, line.selected, list.texts.size(), 0};
+    if (needs_shaping(characters)) {
+      append_utf8(characters, list.texts);
+      seen.text_length = list.texts.size() - seen.text;
+    }
+    if (seen.text_length == 0 || !setter.set({list.texts.begin() + seen.text, seen.text_length}, {})) {
+      missing_ += type.set(characters, list.glyphs);
+      seen.text_length = 0;
+    }
+    seen.count = list.glyphs.size() - seen.first;
+    list.lines.push(seen);
   }
-  draw_list(out, look, type, glyphs, lines, manner);
+  missing_ += static_cast<int>(setter.missing());
+  draw_list(out, look, type, setter, list, manner);
+  if (!list.texts.empty())
+    setter.put_resources(type.resources());
 }
 
 // The font of that name in the form's resources, or in those of the appearance that the widget has.

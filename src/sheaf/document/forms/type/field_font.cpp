@@ -179,10 +179,7 @@ void FieldFont::drop_glyphs_left_out(CPDFXRefTable& table) {
   std::string_view rest(list.data, static_cast<std::size_t>(list.len));
   while (!rest.empty()) {
     rest.remove_prefix(std::min(rest.find('/'), rest.size() - 1) + 1);
-    const std::string_view name = rest.substr(0, rest.find('/'));
-    char glyph[64];
-    glyph[name.copy(glyph, sizeof(glyph) - 1)] = 0;
-    const std::uint32_t character = character_of_glyph(glyph);
+    const std::uint32_t character = character_of_glyph(rest.substr(0, rest.find('/')));
     for (int code = 0; character != 0 && code < kCodes; ++code)
       present[code] = present[code] || characters_[code] == character;
   }

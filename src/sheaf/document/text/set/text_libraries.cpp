@@ -1,7 +1,7 @@
 // Finds the functions of each library once.
 #include "sheaf/document/text/set/text_libraries_internal.h"
 
-#include "sheaf/neighbours/fonts/lazy_library.h"
+#include "sheaf/base/lazy_library.h"
 
 namespace sheaf {
 

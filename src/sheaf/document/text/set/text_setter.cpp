@@ -58,10 +58,12 @@ private:
     ShapedPiece shaped;
     double advance;
     double x;
+    double inset = 0;  // of the glyphs from the beginning of the piece
   };
 
   bool add(const TextPiece& piece);
   bool add_characters(const TextPiece& piece);
+  bool add_cells(const TextPiece& piece);
   bool append(const Item& item);
   double tab_advance(const ShapedPiece& space);
   bool finish_line(std::size_t count, bool ends);
@@ -73,6 +75,7 @@ private:
   GrowArray<Item> items_;
   GrowArray<std::size_t> order_;
   double room_ = 0;             // thousandths of the size; 0: without end
+  double cell_ = 0;             // the same; 0: none
   double filled_ = 0;           // by all items
   std::size_t last_break_ = 0;  // how many items may make a line
 };
@@ -81,13 +84,14 @@ bool TextSetterParts::set_paragraph(const TextFormat& format, bool ends) {
   shaper.tidy();
   shaper.set_format(format);
   room_ = format.width > 0 ? format.width * kThousand / format.size : 0;
+  cell_ = format.cell * kThousand / format.size;
   items_.clear();
   filled_ = 0;
   last_break_ = 0;
   if (!paragraph.analyse(format, setter_.options_.vertical))
     return false;
   for (const TextPiece& piece : paragraph.pieces()) {
-    if (!add(piece))
+    if (!(cell_ > 0 ? add_cells(piece) : add(piece)))
       return false;
   }
   return finish_line(items_.size(), ends);
@@ -136,6 +140,22 @@ bool TextSetterParts::add_characters(const TextPiece& piece) {
     if (!append(item))
       return false;
     at = end;
+  }
+  return true;
+}
+
+// What is in cells neither joins nor hangs over.
+bool TextSetterParts::add_cells(const TextPiece& piece) {
+  for (std::uint32_t at = piece.from; at < piece.to;) {
+    Item item{piece, {}, cell_, 0};
+    item.piece.from = at;
+    item.piece.to = at = std::min(paragraph.character_end(at), piece.to);
+    item.piece.is_space = false;
+    if (!shaper.shape(paragraph, item.piece, item.shaped))
+      return false;
+    item.inset = (cell_ - item.shaped.advance) / 2;
+    if (!append(item))
+      return false;
   }
   return true;
 }
@@ -216,8 +236,8 @@ bool TextSetterParts::put_glyphs(const Item& item) {
   const ShapedGlyph* const glyphs = shaper.glyphs(item.shaped);
   for (std::uint32_t i = 0; i < item.shaped.count; ++i) {
     const ShapedGlyph& glyph = glyphs[i];
-    if (!setter_.glyphs_.push({glyph.font, glyph.code, (static_cast<float>(item.x) + glyph.x) * scale, glyph.y * scale,
-                               glyph.advance * scale}))
+    const auto x = static_cast<float>(item.x + item.inset);
+    if (!setter_.glyphs_.push({glyph.font, glyph.code, (x + glyph.x) * scale, glyph.y * scale, glyph.advance * scale}))
       return false;
   }
   return true;

@@ -21,19 +21,23 @@ constexpr std::int32_t kSampleMost = 255;
 // Samples of one component as bytes.
 class ToByte {
 public:
-  explicit ToByte(const opj_image_comp_t& comp)
-      : precision_(std::clamp<std::uint32_t>(comp.prec, 1, 31)),
+  ToByte(const opj_image_comp_t& comp, bool is_index)
+      : is_index_(is_index),
+        precision_(std::clamp<std::uint32_t>(comp.prec, 1, 31)),
         offset_(comp.sgnd != 0 ? std::int64_t{1} << (precision_ - 1) : 0),
         most_((std::int64_t{1} << precision_) - 1) {}
 
   std::uint8_t operator()(std::int32_t sample) const {
     const std::int64_t value = std::clamp<std::int64_t>(sample + offset_, 0, most_);
+    if (is_index_)
+      return static_cast<std::uint8_t>(std::min<std::int64_t>(value, kSampleMost));
     if (precision_ >= kSampleBits)
       return static_cast<std::uint8_t>(value >> (precision_ - kSampleBits));
     return static_cast<std::uint8_t>((value * kSampleMost + most_ / 2) / most_);
   }
 
 private:
+  bool is_index_;
   std::uint32_t precision_;
   std::int64_t offset_;
   std::int64_t most_;
@@ -117,7 +121,8 @@ bool CPDFStreamJPX::open_source() {
     flaw = header.overlong_part != 0 ? kFlawEarlyEnd : kFlawNone;
     if (header.overlong_part != 0)
       std::memset(from + header.overlong_part, 0, 4);
-    return source_->open(from, size, header.is_bare, opj_error_callback, opj_warning_callback);
+    const JpxForm form{.is_bare = header.is_bare, .keeps_indexes = is_indexed_};
+    return source_->open(from, size, form, opj_error_callback, opj_warning_callback);
   };
   if (opens(cursor, len))
     return true;
@@ -138,6 +143,11 @@ void CPDFStreamJPX::open() {
     release();
 }
 
+void CPDFStreamJPX::take_indexes() {
+  is_indexed_ = true;
+  open();
+}
+
 bool CPDFStreamJPX::has_all_planes() const {
   const opj_image& image = *source_->image();
   for (std::uint32_t i = 0; i < image.numcomps; ++i) {
@@ -152,7 +162,7 @@ bool CPDFStreamJPX::begin() {
   if (!source_->decode() || !take_sizes() || !has_all_planes())
     return false;
   const opj_image& image = *source_->image();
-  has_chrominance_ = is_chrominance(image);
+  has_chrominance_ = !is_indexed_ && is_chrominance(image);
   is_cmyk_ = image.color_space == OPJ_CLRSPC_CMYK;
   const opj_image_comp_t* const end = image.comps + image.numcomps;
   const opj_image_comp_t* const found =
@@ -168,7 +178,7 @@ void CPDFStreamJPX::put_component(std::int32_t index, std::uint8_t* row) const {
   const auto step = static_cast<std::size_t>(components());
   const std::uint32_t y = sample_index(static_cast<std::uint32_t>(row_index_), image.y0, comp.dy, comp.h);
   const std::int32_t* plane = comp.data + std::size_t{y} * comp.w;
-  const ToByte to_byte(comp);
+  const ToByte to_byte(comp, is_indexed_);
   std::uint8_t* out = row + index;
   if (comp.dx == 1 && comp.w >= pixels) {
     for (std::uint32_t x = 0; x < pixels; ++x)

@@ -28,6 +28,7 @@ public:
 
   std::int32_t opacity() const override { return opacity_; }
   bool is_cmyk() const override { return is_cmyk_; }
+  void take_indexes() override;
 
   /// OpenJPEG's event handlers; both do nothing.
   static void opj_error_callback(const char* msg, void* client);
@@ -49,4 +50,5 @@ private:
   std::int32_t opacity_ = -1;
   bool has_chrominance_ = false;
   bool is_cmyk_ = false;
+  bool is_indexed_ = false;
 };

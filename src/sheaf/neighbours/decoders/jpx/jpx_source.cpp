@@ -43,12 +43,12 @@ int JpxSource::seek(std::int64_t pos, void* client) {
   return OPJ_TRUE;
 }
 
-bool JpxSource::open(const std::uint8_t* data, std::size_t len, bool is_bare, JpxMessage on_error,
+bool JpxSource::open(const std::uint8_t* data, std::size_t len, JpxForm form, JpxMessage on_error,
                      JpxMessage on_warning) {
   close();
   data_ = data;
   len_ = len;
-  opj_codec_t* codec = opj_create_decompress(is_bare ? OPJ_CODEC_J2K : OPJ_CODEC_JP2);
+  opj_codec_t* codec = opj_create_decompress(form.is_bare ? OPJ_CODEC_J2K : OPJ_CODEC_JP2);
   codec_ = codec;
   opj_stream_t* stream = opj_stream_create(std::clamp(len, kLeastChunk, kMostChunk), OPJ_TRUE);
   stream_ = stream;
@@ -58,6 +58,8 @@ bool JpxSource::open(const std::uint8_t* data, std::size_t len, bool is_bare, Jp
   opj_set_warning_handler(codec, on_warning, this);
   opj_dparameters_t parameters;
   opj_set_default_decoder_parameters(&parameters);
+  if (form.keeps_indexes)
+    parameters.flags |= OPJ_DPARAMETERS_IGNORE_PCLR_CMAP_CDEF_FLAG;
   if (!opj_setup_decoder(codec, &parameters))
     return false;
   opj_decoder_set_strict_mode(codec, OPJ_FALSE);  // data that end early give what they have

@@ -11,6 +11,12 @@ namespace sheaf {
 /// The functions that get the messages.
 using JpxMessage = void (*)(const char* msg, void* client);
 
+/// How the data are read.
+struct JpxForm {
+  bool is_bare = false;        ///< A code stream without boxes.
+  bool keeps_indexes = false;  ///< A palette of the data is not applied.
+};
+
 /// One image being read. The data are borrowed and must stay until the object ends.
 class JpxSource {
 public:
@@ -20,7 +26,7 @@ public:
   ~JpxSource() { close(); }
 
   /// Reads the headers. False when the data are no image, or claim what their length cannot justify.
-  bool open(const std::uint8_t* data, std::size_t len, bool is_bare, JpxMessage on_error, JpxMessage on_warning);
+  bool open(const std::uint8_t* data, std::size_t len, JpxForm form, JpxMessage on_error, JpxMessage on_warning);
   /// Decodes all samples into the planes of `image`. False on a fatal error.
   bool decode();
   /// The image of the header, null when there is none. Borrowed.

@@ -10,7 +10,7 @@
 
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/neighbours/fonts/environment.h"
-#include "sheaf/neighbours/fonts/lazy_library.h"
+#include "sheaf/base/lazy_library.h"
 
 #endif
 

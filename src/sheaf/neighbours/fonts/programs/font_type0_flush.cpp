@@ -179,7 +179,8 @@ bool CPDFFontType0::flush_program(const GrowArray<PDF_USED_GLYPH>& used) {
                             composites.begin(),
                             static_cast<std::uint32_t>(composites.size()),
                             parts_.begin(),
-                            glyph_count_};
+                            glyph_count_,
+                            is_cff_ && face_->is_cid_keyed() ? 1 : 0};
   CQVStreamMem program;
   if (write_program(&program, codes) != 0)
     return false;

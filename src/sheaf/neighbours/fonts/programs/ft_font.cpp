@@ -195,9 +195,13 @@ bool CQVFTFont::allows_subsets() const {
   return (FT_Get_FSType_Flags(face_of(*this)) & FT_FSTYPE_NO_SUBSETTING) == 0;
 }
 
-bool CQVFTFont::has_numbers_for_cids() const {
+bool CQVFTFont::is_cid_keyed() const {
   FT_Bool is_keyed = 0;
-  if (FT_Get_CID_Is_Internally_CID_Keyed(face_of(*this), &is_keyed) != 0 || !is_keyed)
+  return FT_Get_CID_Is_Internally_CID_Keyed(face_of(*this), &is_keyed) == 0 && is_keyed != 0;
+}
+
+bool CQVFTFont::has_numbers_for_cids() const {
+  if (!is_cid_keyed())
     return true;
   for (std::uint32_t glyph = 0; glyph < glyph_count(); ++glyph) {
     FT_UInt cid = 0;

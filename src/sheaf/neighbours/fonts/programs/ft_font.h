@@ -62,6 +62,7 @@ public:
   /// Whether the glyphs of a font with CFF outlines are known by their numbers: those of CID-keyed fonts may have
   /// others.
   bool has_numbers_for_cids() const;
+  bool is_cid_keyed() const;
   /// Thickness in font units of the upright stroke of a letter; 0 when it cannot be measured.
   int stem_width();
   /// A whole table; null when there is none. The caller releases the block with QVFree.

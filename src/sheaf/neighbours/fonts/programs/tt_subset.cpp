@@ -3,7 +3,7 @@
 
 #include "sheaf/base/heap.h"
 #include "sheaf/base/scope_guard.h"
-#include "sheaf/neighbours/fonts/lazy_library.h"
+#include "sheaf/base/lazy_library.h"
 #include "sheaf/neighbours/fonts/programs/tt_bytes_internal.h"
 #include "sheaf/neighbours/fonts/programs/tt_composites_internal.h"
 #include "sheaf/neighbours/fonts/programs/tt_writer.h"
@@ -129,7 +129,9 @@ private:
 
 void set_up(hb_subset_input_t* input, const CQVTTParser& parser, const CQVTTCodesRec& codes) {
   const bool keeps_instructions = codes.keeps_instructions != 0;
-  unsigned flags = HB_SUBSET_FLAGS_RETAIN_GIDS | HB_SUBSET_FLAGS_NOTDEF_OUTLINE;
+  unsigned flags = HB_SUBSET_FLAGS_NOTDEF_OUTLINE;
+  if (codes.has_cids == 0)
+    flags |= HB_SUBSET_FLAGS_RETAIN_GIDS;
   if (!keeps_instructions)
     flags |= HB_SUBSET_FLAGS_NO_HINTING;
   // Subroutines of CFF outlines would all be kept, whoever calls them.

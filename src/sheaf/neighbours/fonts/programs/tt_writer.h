@@ -21,6 +21,7 @@ struct CQVTTCodesRec {
   std::uint32_t composite_count = 0;
   const PDF_TT_PART* parts = nullptr;
   std::uint32_t face_glyphs = 0;
+  int has_cids = 0;  ///< Not 0: CFF outlines keep their numbers as CIDs, so that glyphs between need no place.
 };
 
 class CQVTTWriter {
