@@ -1,6 +1,5 @@
 // From a stream's record to its decoded bytes: the raw data, parameters, chains and their bounds.
 #include <gtest/gtest.h>
-#include <zlib.h>
 
 #include <string>
 
@@ -9,18 +8,11 @@
 #include "sheaf/filters/decode_parms.h"
 #include "sheaf/filters/flate.h"
 #include "sheaf/object/sec_hand.h"
+#include "support/pdf_builder.h"
 
 using namespace sheaf;
 
 namespace {
-
-std::string deflated(const std::string& bytes) {
-  uLongf size = compressBound(bytes.size());
-  std::string out(size, '\0');
-  compress(reinterpret_cast<Bytef*>(out.data()), &size, reinterpret_cast<const Bytef*>(bytes.data()), bytes.size());
-  out.resize(size);
-  return out;
-}
 
 // A file of objects that the table found by its rebuild.
 class Chain : public testing::Test {
@@ -85,7 +77,7 @@ TEST_F(Chain, LengthBeyondTheSourceGivesZerosWithinReason) {
   const std::string cut = run("abc", "<<>>", INT32_MAX);
   EXPECT_LT(cut.size(), 100000u);
   EXPECT_EQ(cut.substr(0, 3), "abc");
-  EXPECT_EQ(run(deflated("abc"), "<</Filter/FlateDecode>>", INT32_MAX), "abc");
+  EXPECT_EQ(run(PdfBuilder::deflated("abc"), "<</Filter/FlateDecode>>", INT32_MAX), "abc");
 }
 
 TEST_F(Chain, FilterMayBeANameAStringAReferenceOrAnArray) {
@@ -103,7 +95,7 @@ TEST_F(Chain, FilterMayBeANameAStringAReferenceOrAnArray) {
 TEST_F(Chain, ParametersStandBesideTheirOwnKindOfFilterOnly) {
   const std::string rows = "\2\1\1\1\1\2\1\1\1\1";
   const std::string undone = "\1\1\1\1\2\2\2\2";
-  const std::string coded = deflated(rows);
+  const std::string coded = PdfBuilder::deflated(rows);
   std::string hex;
   for (const char c : coded) {
     char digits[3];
@@ -146,7 +138,7 @@ TEST_F(Chain, ParametersAreNumbersAndFlagsOrTheirDefaults) {
 
 TEST_F(Chain, StagesAreCutAndTheLastOneIsNot) {
   constexpr std::size_t kCut = 0x1000000;
-  const std::string bomb = deflated(std::string(kCut + 200000, '4'));
+  const std::string bomb = PdfBuilder::deflated(std::string(kCut + 200000, '4'));
   // The cut falls on a step of 64 KiB below 16 MiB.
   const std::size_t half = run(bomb, "<</Filter[/Fl/AHx]>>").size();
   EXPECT_LE(half, kCut / 2);
@@ -168,10 +160,10 @@ TEST_F(Chain, DepthOfAChainIsBounded) {
   EXPECT_EQ(run("abc", filters(1000, "/Crypt")), "null");
   std::string onion = "core";
   for (int i = 0; i < 40; ++i)
-    onion = deflated(onion);
+    onion = PdfBuilder::deflated(onion);
   EXPECT_EQ(run(onion, filters(40, "/Fl")), "core");
   // Small in the file, 16 MiB in each stage.
-  const std::string bomb = deflated(std::string(0x1100000, 'b'));
+  const std::string bomb = PdfBuilder::deflated(std::string(0x1100000, 'b'));
   EXPECT_GT(run(bomb, "<</Filter[/Fl" + times(5, "/Crypt") + "]>>").size(), 0xFE0000u);
   EXPECT_EQ(run(bomb, "<</Filter[/Fl" + times(60, "/Crypt") + "]>>"), "null");
 }

@@ -2,29 +2,21 @@
 #include "sheaf/filters/flate.h"
 
 #include <gtest/gtest.h>
-#include <zlib.h>
 
 #include "filters/filter_support.h"
 #include "filters/lzw_encoder.h"
 #include "filters/predictor_encoder.h"
 #include "support/failing_heap.h"
+#include "support/pdf_builder.h"
 
 using namespace sheaf;
 
 namespace {
 
-std::string deflated(const std::string& bytes) {
-  uLongf size = compressBound(bytes.size());
-  std::string out(size, '\0');
-  compress(reinterpret_cast<Bytef*>(out.data()), &size, reinterpret_cast<const Bytef*>(bytes.data()), bytes.size());
-  out.resize(size);
-  return out;
-}
-
 const std::string kBytes = sample_bytes(10000);
 
 TEST(Flate, ExactFitLeavesTheNextPieceDecoded) {
-  const std::string coded = deflated(kBytes);
+  const std::string coded = PdfBuilder::deflated(kBytes);
   const StreamPtr decoder = decoder_of("FlateDecode", coded);
   auto& flate = static_cast<CPDFStreamFlate&>(*decoder);
   EXPECT_EQ(flate.filter_type, kFilterFlate);
@@ -50,16 +42,16 @@ TEST(Flate, ExactFitLeavesTheNextPieceDecoded) {
 }
 
 TEST(Flate, PiecesOfAnySizeGiveTheSameBytes) {
-  const std::string coded = deflated(kBytes);
+  const std::string coded = PdfBuilder::deflated(kBytes);
   for (const int step : {1, 3, 2047, 2048, 2049, 20000})
     EXPECT_EQ(decoded("Fl", coded, "", step), kBytes) << step;
-  EXPECT_EQ(decoded("Fl", deflated(std::string(1 << 20, 'z'))), std::string(1 << 20, 'z'));
+  EXPECT_EQ(decoded("Fl", PdfBuilder::deflated(std::string(1 << 20, 'z'))), std::string(1 << 20, 'z'));
   EXPECT_EQ(decoded("Fl", ""), "");
 }
 
 TEST(Flate, LargeRequestsEndWherePiecesEnd) {
   const std::string bytes = std::string(70000, 'z') + kBytes + std::string(70000, 'y');
-  const std::string coded = deflated(bytes);
+  const std::string coded = PdfBuilder::deflated(bytes);
   for (std::size_t len = 0; len <= coded.size(); len += len + 400 < coded.size() ? 97 : 1) {
     const std::string part = coded.substr(0, len);
     ASSERT_EQ(decoded("Fl", part, "", 200000), decoded("Fl", part, "", 1000)) << len;
@@ -83,7 +75,7 @@ TEST(Flate, WholeStreamsGiveWhatPiecesGive) {
   };
   int whole = 0;
   for (int round = 0; round < 4000; ++round) {
-    std::string coded = deflated(texts[random(std::size(texts))]);
+    std::string coded = PdfBuilder::deflated(texts[random(std::size(texts))]);
     const std::size_t kind = random(4);
     if (kind == 1)
       coded[random(coded.size())] ^= static_cast<char>(1 + random(255));
@@ -104,7 +96,7 @@ TEST(Flate, WholeStreamsGiveWhatPiecesGive) {
 }
 
 TEST(Flate, DamageGivesWhatCameBeforeIt) {
-  const std::string coded = deflated(kBytes);
+  const std::string coded = PdfBuilder::deflated(kBytes);
   for (std::size_t len = 0; len < coded.size(); len += 61) {
     const std::string part = decoded("Fl", coded.substr(0, len));
     EXPECT_EQ(part, kBytes.substr(0, part.size())) << len;
@@ -132,7 +124,7 @@ TEST(Predictor, UndoesEveryKindForEveryShapeOfRow) {
           const PredictorShape shape{kind, columns, colors, bits};
           SCOPED_TRACE(shape.parms());
           const std::string rows = predictor_rows(shape, 7);
-          const std::string coded = deflated(predictor_encoded(shape, rows));
+          const std::string coded = PdfBuilder::deflated(predictor_encoded(shape, rows));
           for (const int step : {1, 7, 4096})
             ASSERT_EQ(decoded("Fl", coded, shape.parms(), step), rows) << step;
         }
@@ -148,7 +140,7 @@ TEST(Predictor, RowsWithThePredictorStillOnAreNeverGiven) {
   const PredictorShape shape{12, 5, 3, 8};
   const std::string rows = predictor_rows(shape, 40);
   const std::string coded = predictor_encoded(shape, rows);
-  const std::string packed[] = {deflated(coded), lzw_encoded(coded, 1, true)};
+  const std::string packed[] = {PdfBuilder::deflated(coded), lzw_encoded(coded, 1, true)};
   const char* const names[] = {"FlateDecode", "LZWDecode"};
   const Value parms(shape.parms());
   for (int kind = 0; kind < 2; ++kind) {
@@ -178,7 +170,7 @@ TEST(Predictor, LongRunsOfOneRowFilterAreUndoneInPiecesOfAnySize) {
       coded += png_row(shape, row, above, index % 97 == 96 ? static_cast<int>(index % 5) : 2);
       above = row;
     }
-    const std::string packed = deflated(coded);
+    const std::string packed = PdfBuilder::deflated(coded);
     for (const int step : {1, columns, 2 * columns + 1, 4096, 65'536})
       ASSERT_TRUE(decoded("Fl", packed, shape.parms(), step) == rows) << columns << " " << step;
   }
@@ -186,19 +178,19 @@ TEST(Predictor, LongRunsOfOneRowFilterAreUndoneInPiecesOfAnySize) {
 
 TEST(Predictor, TiffLeavesTheBitsBehindTheLastSample) {
   // Three samples of 2 bits with the differences 1 2 1, and padding 11.
-  EXPECT_EQ(decoded("Fl", deflated("\x67"), "<</Predictor 2 /Columns 3 /BitsPerComponent 2>>"), "\x73");
+  EXPECT_EQ(decoded("Fl", PdfBuilder::deflated("\x67"), "<</Predictor 2 /Columns 3 /BitsPerComponent 2>>"), "\x73");
 }
 
 TEST(Predictor, ShortLastRowAndUnknownTagsGiveWhatIsThere) {
   const char* const parms = "<</Predictor 15 /Columns 4>>";
-  EXPECT_EQ(decoded("Fl", deflated("\x02\1\2\3\4\x02\1\1"), parms), "\1\2\3\4\2\3");
-  EXPECT_EQ(decoded("Fl", deflated("\x02\1\2\3\4\x02"), parms), "\1\2\3\4");
-  EXPECT_EQ(decoded("Fl", deflated("\x09\1\2\3\4\xFF\5\6\7\7"), parms), "\1\2\3\4\5\6\7\7");
-  EXPECT_EQ(decoded("Fl", deflated("\1\2\3\4\5\6"), "<</Predictor 2 /Columns 4>>"), "\1\3\6\12\5\13");
+  EXPECT_EQ(decoded("Fl", PdfBuilder::deflated("\x02\1\2\3\4\x02\1\1"), parms), "\1\2\3\4\2\3");
+  EXPECT_EQ(decoded("Fl", PdfBuilder::deflated("\x02\1\2\3\4\x02"), parms), "\1\2\3\4");
+  EXPECT_EQ(decoded("Fl", PdfBuilder::deflated("\x09\1\2\3\4\xFF\5\6\7\7"), parms), "\1\2\3\4\5\6\7\7");
+  EXPECT_EQ(decoded("Fl", PdfBuilder::deflated("\1\2\3\4\5\6"), "<</Predictor 2 /Columns 4>>"), "\1\3\6\12\5\13");
 }
 
 TEST(Predictor, OnlyOneMeansNoneAndOddKindsPassTheDataOn) {
-  const std::string coded = deflated(kBytes);
+  const std::string coded = PdfBuilder::deflated(kBytes);
   for (const char* const kind : {"0", "3", "9", "-1"}) {
     const StreamPtr decoder = decoder_of("Fl", coded, std::string("<</Predictor ") + kind + ">>");
     EXPECT_NE(static_cast<CPDFStreamFlate&>(*decoder).predictor, nullptr) << kind;
@@ -208,7 +200,7 @@ TEST(Predictor, OnlyOneMeansNoneAndOddKindsPassTheDataOn) {
 }
 
 TEST(Predictor, RowsThatCannotBeGiveNoData) {
-  const std::string coded = deflated(kBytes);
+  const std::string coded = PdfBuilder::deflated(kBytes);
   for (const char* const shape :
        {"/Columns 2147483647 /Colors 2147483647 /BitsPerComponent 16", "/Columns 0", "/Columns -5", "/Colors 0",
         "/BitsPerComponent 3", "/BitsPerComponent 0", "/Columns 1073741824 /Colors 4", "/Columns 2147483647"}) {

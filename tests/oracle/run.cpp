@@ -12,6 +12,7 @@
 #include "oracle/subject.h"
 #include "support/external_tool.h"
 #include "support/full_disk.h"
+#include "support/pdf_builder.h"
 #include "support/test_table.h"
 
 namespace oracle {
@@ -19,15 +20,6 @@ namespace oracle {
 namespace {
 
 using Kind = Value::Kind;
-
-std::string deflated(const std::string& data) {
-  uLongf size = compressBound(static_cast<uLong>(data.size()));
-  std::string out(size, '\0');
-  compress(reinterpret_cast<Bytef*>(out.data()), &size, reinterpret_cast<const Bytef*>(data.data()),
-           static_cast<uLong>(data.size()));
-  out.resize(size);
-  return out;
-}
 
 Value any_value(Chance& chance) {
   switch (chance.next(7)) {
@@ -202,7 +194,7 @@ private:
     Chance chance(op.b);
     const std::string data = chance.bytes(chance.size());
     Object& object = model_.objects[num];
-    const std::string stored = (op.c & 1) != 0 ? deflated(data) : data;
+    const std::string stored = (op.c & 1) != 0 ? PdfBuilder::deflated(data) : data;
     for (const char* key : {"Filter", "DecodeParms", "F", "FFilter", "FDecodeParms"})
       object.value.keys.erase(key);
     if ((op.c & 1) != 0)

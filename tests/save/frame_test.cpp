@@ -13,6 +13,7 @@
 #include "sheaf/object/text_utf8.h"
 #include "support/external_tool.h"
 #include "support/pdf_builder.h"
+#include "support/read_back.h"
 #include "support/test_table.h"
 
 using namespace sheaf;
@@ -20,14 +21,8 @@ using namespace sheaf;
 namespace {
 
 std::string decoded(CPDFXRefTable& table, int num) {
-  Freed<CPDFObj> obj;
-  table.get_entity(obj, {num, 0});
-  const std::unique_ptr<CPDFStream> stream(obj.as_stream() != nullptr ? table.make_stream(obj.as_stream()) : nullptr);
-  if (stream == nullptr)
-    return "";
-  int len = 0;
-  const HeapBlock<std::uint8_t> block(stream->buffer_load(1 << 26, len));
-  return std::string(reinterpret_cast<char*>(block.get()), static_cast<std::size_t>(len));
+  const Freed<CPDFObj> obj = table.object(num);
+  return decoded_stream(table, obj);
 }
 
 struct Holder : TestTable {

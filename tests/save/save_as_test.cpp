@@ -4,6 +4,7 @@
 #include "sheaf/document/doc.h"
 #include "sheaf/object/array.h"
 #include "support/pdf_builder.h"
+#include "support/read_back.h"
 #include "support/test_table.h"
 
 using namespace sheaf;
@@ -20,16 +21,7 @@ struct Rewritten {
     source.table.save_as(target, nullptr);
     out.SetPos(CQVStream::STR_SEEK_SET, 0);
   }
-  std::string section_value(const char* key) {
-    const std::string text = out.str();
-    out.SetPos(CQVStream::STR_SEEK_SET, std::stoll(text.substr(text.rfind("startxref\n") + 10)));
-    CPDFBufBase buf;
-    buf.buf_init(&out);
-    Freed<CPDFObj> section;
-    section.read(&buf, nullptr);
-    const CPDFObj* item = section.as_dict_or_stream()->get_item(key);
-    return item != nullptr ? TestTable::syntax(*item) : "";
-  }
+  std::string section_value(const char* key) { return newest_section_value(out, key); }
   TestTable source;
   MemStream out{""};
   CPDFXRefTable target;

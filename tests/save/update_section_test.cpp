@@ -4,23 +4,12 @@
 #include "sheaf/document/doc.h"
 #include "sheaf/object/array.h"
 #include "support/pdf_builder.h"
+#include "support/read_back.h"
 #include "support/test_table.h"
 
 using namespace sheaf;
 
 namespace {
-
-// The value of a key in the newest cross-reference stream's dictionary.
-std::string newest_section_value(MemStream& file, const char* key) {
-  const std::string text = file.str();
-  file.SetPos(CQVStream::STR_SEEK_SET, std::stoll(text.substr(text.rfind("startxref\n") + 10)));
-  CPDFBufBase buf;
-  buf.buf_init(&file);
-  Freed<CPDFObj> section;
-  section.read(&buf, nullptr);
-  const CPDFObj* item = section.as_dict_or_stream()->get_item(key);
-  return item != nullptr ? TestTable::syntax(*item) : "";
-}
 
 // A document with a catalogue that needs no PDF/A objects, opened as a caller opens it.
 struct Changed : TestTable {

@@ -67,7 +67,7 @@ std::string page_label(CPDFXRefTable& table, const NumberTree& labels, std::int3
 void add_pages(CPDFDoc& doc, std::int64_t most, JsonWriter& json) {
   NumberTree labels;
   const Freed<CPDFObj> catalog = doc.table().catalog();
-  labels.load(doc.table(), catalog.as_dict() != nullptr ? catalog.as_dict()->get_item("PageLabels") : nullptr);
+  labels.load(doc.table(), catalog.item("PageLabels"));
   TreeItems items(json, "Pages", most);
   for (int i = 0; i < doc.page_count(); ++i) {
     CPDFPage page;
@@ -109,7 +109,7 @@ void add_outline(CPDFXRefTable& table, const CPDFDictionary& catalog, std::int64
   std::vector<std::pair<PDF_REF, int>> waiting;
   const Freed<CPDFObj> top = table.value(&catalog, "Outlines");
   const auto push = [&](const CPDFObj& item, const char* key, int depth) {
-    const CPDFObj* const next = item.as_dict() != nullptr ? item.as_dict()->get_item(key) : nullptr;
+    const CPDFObj* const next = item.item(key);
     if (next != nullptr && seen.visit(next->as_ref().num))
       waiting.emplace_back(next->as_ref(), std::min(depth, kMostDepth));
   };
@@ -137,9 +137,9 @@ void add_names(CPDFXRefTable& table, const CPDFDictionary& catalog, std::int64_t
   const Freed<CPDFObj> old = table.value(&catalog, "Dests");
   const auto add_tree = [&](const char* title, const char* key) {
     TreeItems items(json, title, most);
-    name_tree_walk(
-        table, names.as_dict() != nullptr ? names.as_dict()->get_item(key) : nullptr,
-        [&items](const PDF_String& name, const CPDFObj& value) { items.add(utf8_text(name), target_of(value)); });
+    name_tree_walk(table, names.item(key), [&items](const PDF_String& name, const CPDFObj& value) {
+      items.add(utf8_text(name), target_of(value));
+    });
     if (const CPDFDictionary* const dict = key == std::string("Dests") ? old.as_dict() : nullptr) {
       for (std::int32_t i = 0; i < dict->count; ++i)
         items.add(dict->items[i]->key(), target_of(*dict->items[i]));

@@ -85,7 +85,7 @@ public:
   explicit MapReader(CPDFXRefTable& table) : table_(table) {}
 
   CMapFacts encoding(const CPDFObj* item) {
-    const std::int32_t num = item != nullptr ? item->as_ref().num : 0;
+    const std::int32_t num = ref_of(item).num;
     if (const auto known = encodings_.find(num); num != 0 && known != encodings_.end())
       return known->second;
     return encodings_[num] = read_encoding(item);

@@ -78,7 +78,7 @@ private:
     constexpr std::int64_t kLeastWork = 64;
     const char* const key = name != nullptr ? name->as_name() : nullptr;
     const CPDFObj* const item = key != nullptr ? objects.get_item(key) : nullptr;
-    const PDF_REF ref = item != nullptr ? item->as_ref() : PDF_REF{0, 0};
+    const PDF_REF ref = ref_of(item);
     work_ += kLeastWork;
     if (ref.num < 1 || depth > kMostDepth || placements_.places_.count(ref.num) != 0)
       return;

@@ -125,7 +125,7 @@ void MapMaker::settle_kinds() {
       part.kind = PartKind::kFrame;
       part.frame = FrameKind::kHints;
     }
-    part.kind = hinted(part.kind, static_cast<std::size_t>(part.num));
+    part.kind = hinted(part.kind, object_index(part.num));
     part.unused = part.kind != PartKind::kFrame && !reached(object_index(part.num));
   }
   for (std::size_t num = 0; num < map_.packed_kinds.size(); ++num)

@@ -259,9 +259,9 @@ void check_page_tree(CPDFDoc& doc, CheckResult& result) {
   if (strays == 0)
     return;
   const Freed<CPDFObj> catalog = doc.table().catalog();
-  const CPDFObj* const top = catalog.as_dict() != nullptr ? catalog.as_dict()->get_item("Pages") : nullptr;
-  result.problems.push_back({top != nullptr ? top->as_ref().num : 0,
-                             "the page tree lists " + std::to_string(strays) + " things that are no pages"});
+  const CPDFObj* const top = catalog.item("Pages");
+  result.problems.push_back(
+      {ref_of(top).num, "the page tree lists " + std::to_string(strays) + " things that are no pages"});
   result.pages = doc.page_count();
 }
 
@@ -304,7 +304,7 @@ void check_document_and_contents(CPDFDoc& doc, CheckResult& result) {
   result.pages = doc.page_count();
   std::vector<Problem> found;
   ContentChecker checker(doc);
-  const bool contents_first = doc.list_pages_as_told() && doc.repairs().empty();
+  const bool contents_first = doc.list_pages_by_count() && doc.repairs().empty();
   if (contents_first)
     check_contents(doc, checker, found);
   Checker(doc, result, &checker).check_objects();

@@ -60,7 +60,7 @@ private:
   bool is_mapped(std::int32_t num) const { return context_ != nullptr && object_index(num) < context_->map_size; }
   std::int32_t reserve(std::int32_t num) {
     const std::int32_t made = table_.alloc_obj_num();
-    context_->map[num] = static_cast<std::uint32_t>(made);
+    context_->map[num] = object_index(made);
     return made;
   }
 

@@ -44,7 +44,7 @@ void CPDFDoc::set_password(const char* utf8) {
   handler_.set_password(utf8);
 }
 
-bool CPDFDoc::has_pages_as_told() const {
+bool CPDFDoc::has_pages_by_count() const {
   return pages_.is_as_told();
 }
 

@@ -33,7 +33,7 @@ class ObjectRescue;
 class PageList;
 }  // namespace sheaf
 
-/// How a document came open, or why it did not.
+/// How a document was opened, or why it could not be.
 enum class PDF_OPEN : std::int32_t {
   kClosed,     ///< Nothing was opened yet.
   kClean,      ///< By the sections of the file, without repairs.
@@ -110,16 +110,16 @@ public:
   /// Builds the list from "Count" alone and checks 32 pages as a sample. False if a full walk was
   /// needed. If `load_page` later meets something that is no page, the list is dropped and the tree
   /// is walked after all.
-  bool list_pages_as_told();
+  bool list_pages_by_count();
   /// Whether the list still rests on the counts of the nodes.
-  bool has_pages_as_told() const;
+  bool has_pages_by_count() const;
   /// How many kids of the page tree are no pages: nulls, numbers, other objects, nodes that came up before. The list
   /// of pages goes without them, whatever the nodes count. Walks the tree.
   int page_tree_strays();
   /// Reads page `index` with what it inherits. False when there is none.
   bool load_page(int index, CPDFPage& page);
   /// The same without resources that are directly in a node above: `page.inherited` names the node,
-  /// so that who copies many pages copies those resources once.
+  /// so that a caller that copies many pages copies those resources only once.
   bool load_page_alone(int index, CPDFPage& page);
   /// Whether `page` has no resources of its own, but a node above it holds some directly.
   bool inherits_direct_resources(const CPDFPage& page);

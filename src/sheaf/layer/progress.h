@@ -12,7 +12,7 @@ struct Progress {
 };
 
 /// Asked every few milliseconds of work, in the thread that works; false stops the operation, which then gives
-/// Code::kCancelled. It must not use the document. A document whose change was stopped is good for closing only.
+/// Code::kCancelled. It must not use the document. A document whose change was stopped can only be closed.
 using ProgressFunction = std::function<bool(const Progress&)>;
 
 }  // namespace sheaf

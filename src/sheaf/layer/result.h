@@ -5,8 +5,8 @@
 //     return complain(doc.error().message);
 //   doc->pages();
 //
-// Who does not ask first gets an exception of class Failure where exceptions are compiled in, else the end of the
-// program with the message; never an operation on nothing.
+// Taking the value where there is an error throws a Failure, or ends the program with the message where exceptions
+// are not compiled in.
 #pragma once
 
 #include <cstdint>

@@ -107,13 +107,13 @@ std::int32_t Value::size() const {
 std::int32_t Value::reference(std::string_view key) const {
   const CPDFDictionary* const dict = raw().as_dict_or_stream();
   const CPDFObj* const item = dict != nullptr ? dict->get_item(Key(key)) : nullptr;
-  return item != nullptr ? item->as_ref().num : 0;
+  return ref_of(item).num;
 }
 
 std::int32_t Value::reference(std::int32_t index) const {
   const CPDFArray* const array = raw().as_array();
   const CPDFObj* const item = array != nullptr ? array->get(index) : nullptr;
-  return item != nullptr ? item->as_ref().num : 0;
+  return ref_of(item).num;
 }
 
 std::string_view Value::bytes() const {

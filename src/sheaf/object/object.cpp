@@ -124,6 +124,11 @@ CPDFDictionary* CPDFObj::as_dict_or_stream() const {
   return rec != nullptr ? &rec->dict : nullptr;
 }
 
+const CPDFObj* CPDFObj::item(const char* key) const {
+  const CPDFDictionary* const dict = as_dict();
+  return dict != nullptr ? dict->get_item(key) : nullptr;
+}
+
 const char* CPDFObj::as_text() const {
   if (tag == kTagName)
     return pointer<char>();

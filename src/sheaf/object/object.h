@@ -144,6 +144,9 @@ struct CPDFObj {
   CPDFDictionary* as_dict() const { return tag == kTagDict ? pointer<CPDFDictionary>() : nullptr; }
   /// The dictionary of tag 7, or that of the record of tag 9.
   CPDFDictionary* as_dict_or_stream() const;
+  /// The item of `key` in a dictionary, references not followed; null without one, or when this is no dictionary.
+  /// Borrowed; valid until the dictionary changes.
+  const CPDFObj* item(const char* key) const;
   /// The text of a name, or the bytes of a string (NUL-terminated); null for anything else. Some
   /// writers put strings where names belong.
   const char* as_text() const;
@@ -175,3 +178,10 @@ private:
     return reinterpret_cast<T*>(static_cast<std::uintptr_t>(value));
   }
 };
+
+namespace sheaf {
+/// What `item` refers to; {0, 0} when it is null or no reference.
+inline PDF_REF ref_of(const CPDFObj* item) {
+  return item != nullptr ? item->as_ref() : PDF_REF{0, 0};
+}
+}  // namespace sheaf

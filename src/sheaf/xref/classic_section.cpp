@@ -142,13 +142,13 @@ bool read_subsections(CPDFXRefTable& table, CPDFBuf& buf, int late, std::uint32_
     const std::int32_t count = buf.buf_read_int();
     if (!buf.buf_skip_ws(true))
       return false;
-    end = static_cast<std::uint32_t>(first) + static_cast<std::uint32_t>(count);
+    end = object_index(first) + static_cast<std::uint32_t>(count);
     if (first < 0 || count < 0 || end > table.max_obj_num())
       return false;
     if (end > table.xref_count)
       table.grow_xref_items(end, true);
     const int lines = end <= table.xref_count ? read_lines(buf, table.xref_items, first, count, late) : 0;
-    table.listed.add(static_cast<std::uint32_t>(first), static_cast<std::uint32_t>(lines));
+    table.listed.add(object_index(first), static_cast<std::uint32_t>(lines));
     table.listed.claim(end);
     if (buf.buf_len == 0 || !buf.buf_skip_ws(true))
       return true;

@@ -110,13 +110,13 @@ unsigned int CPDFXRefTable::read_linearized(PDF_PAGE_SET& set) {
   Parameters para{lenient_int(*count), 0, 0};
   if (!make_pages(*this, para, set))
     return 0;
-  if (!read_first_page(*dict, para) || static_cast<std::uint32_t>(para.first_page) >= max_obj_num()) {
+  if (!read_first_page(*dict, para) || object_index(para.first_page) >= max_obj_num()) {
     drop_pages(set);
     return 0;
   }
-  set.pages[0].obj = static_cast<std::uint32_t>(para.first_page);
+  set.pages[0].obj = object_index(para.first_page);
   set.pages[1].obj = 1;
-  if (!grow_xref_items(static_cast<std::uint32_t>(para.first_page) + 1, true)) {
+  if (!grow_xref_items(object_index(para.first_page) + 1, true)) {
     drop_pages(set);
     return 0;
   }

@@ -201,8 +201,7 @@ bool read_entries(CPDFXRefTable& table, EntryReader& reader, const CPDFArray* in
     const std::int32_t count = lenient_int(index->items[i + 1]);
     if (first < 0 || count < 0)
       return true;
-    const EntryReader::Result result =
-        reader.read(static_cast<std::uint32_t>(first), static_cast<std::uint32_t>(count));
+    const EntryReader::Result result = reader.read(object_index(first), static_cast<std::uint32_t>(count));
     if (result == EntryReader::Result::kShort)
       table.sections_lost = 1;  // short data drop the remaining pairs
     if (result != EntryReader::Result::kDone)

@@ -11,6 +11,7 @@
 #include "sheaf/neighbours/fonts/programs/font_type0.h"
 #include "support/external_tool.h"
 #include "support/font_builder.h"
+#include "support/read_back.h"
 
 using namespace sheaf;
 
@@ -42,24 +43,13 @@ struct Setter : testing::Test {
     const std::string all(out.begin(), out.size());
     return all.substr(all.find('['));
   }
-  std::string decoded(const CPDFStreamRec& rec) {
-    std::string data;
-    CPDFStream* const decoder = doc.table().make_stream(&rec);
-    unsigned char block[4096];
-    for (int got = 1; decoder != nullptr && got > 0;) {
-      got = decoder->read_block(block, sizeof(block));
-      data.append(reinterpret_cast<char*>(block), static_cast<std::size_t>(std::max(got, 0)));
-    }
-    delete decoder;
-    return data;
-  }
   /// The last stream of the document that has these bytes.
   std::string stream_with(const std::string& part) {
     std::string found;
     for (std::uint32_t num = 1; num < doc.table().next_obj_num; ++num) {
       Freed<CPDFObj> obj;
       doc.table().get_entity(obj, {static_cast<int>(num), 0});
-      const std::string bytes = obj.as_stream() != nullptr ? decoded(*obj.as_stream()) : "";
+      const std::string bytes = decoded_stream(doc.table(), obj);
       if (bytes.find(part) != std::string::npos)
         found = bytes;
     }

@@ -7,6 +7,7 @@
 #include "sheaf/neighbours/fonts/programs/font_type0.h"
 #include "support/external_tool.h"
 #include "support/font_builder.h"
+#include "support/read_back.h"
 #include "support/test_table.h"
 
 using namespace sheaf;
@@ -44,17 +45,8 @@ struct NewDocument {
     return text;
   }
   std::string stream(int num) {
-    Freed<CPDFObj> obj;
-    table.get_entity(obj, {num, 0});
-    std::string data;
-    CPDFStream* const decoder = obj.as_stream() != nullptr ? table.make_stream(obj.as_stream()) : nullptr;
-    unsigned char block[4096];
-    for (int got = 1; decoder != nullptr && got > 0;) {
-      got = decoder->read_block(block, sizeof(block));
-      data.append(reinterpret_cast<char*>(block), static_cast<std::size_t>(std::max(got, 0)));
-    }
-    delete decoder;
-    return data;
+    const Freed<CPDFObj> obj = table.object(num);
+    return decoded_stream(table, obj);
   }
   static std::string encode(CPDFFontType0& font, const std::wstring& text) {
     std::string codes(text.size() * 2, 0);

@@ -42,7 +42,7 @@ void release(PDF_ATTACHMENT& file) {
 PDF_REF data_of(CPDFXRefTable& table, const CPDFDictionary& spec) {
   const Freed<CPDFObj> files = table.value(&spec, "EF");
   for (const char* key : {"UF", "F", "Unix", "DOS", "Mac"}) {
-    const CPDFObj* const item = files.as_dict() != nullptr ? files.as_dict()->get_item(key) : nullptr;
+    const CPDFObj* const item = files.item(key);
     if (item != nullptr && item->as_ref().num != 0)
       return item->as_ref();
   }
@@ -166,7 +166,7 @@ bool CPDFAttachments::add_annotations(CPDFDoc& doc) {
     for (std::int32_t k = 0; annots.as_array() != nullptr && k < annots.as_array()->count; ++k) {
       const CPDFObj& item = annots.as_array()->items[k];
       const Freed<CPDFObj> annotation = table.value(&item);
-      const CPDFObj* const spec = annotation.as_dict() != nullptr ? annotation.as_dict()->get_item("FS") : nullptr;
+      const CPDFObj* const spec = annotation.item("FS");
       if (spec != nullptr && !add(doc, *spec, i, item.as_ref(), nullptr))
         return false;
     }
@@ -183,10 +183,9 @@ bool CPDFAttachments::load(CPDFDoc& doc) {
   const Freed<CPDFObj> catalog = table.catalog();
   const Freed<CPDFObj> names = table.value(catalog.as_dict(), "Names");
   bool good = true;
-  name_tree_walk(table, names.as_dict() != nullptr ? names.as_dict()->get_item("EmbeddedFiles") : nullptr,
-                 [&](const PDF_String& name, const CPDFObj& value) {
-                   good = add(doc, value, -1, {0, 0}, &name) && good;
-                 });
+  name_tree_walk(table, names.item("EmbeddedFiles"), [&](const PDF_String& name, const CPDFObj& value) {
+    good = add(doc, value, -1, {0, 0}, &name) && good;
+  });
   if (catalog.as_dict() != nullptr)
     good = add_associated(doc, *catalog.as_dict(), -1) && good;
   return add_annotations(doc) && good && watch.all_granted();
@@ -204,7 +203,7 @@ bool CPDFAttachments::remove(CPDFDoc& doc, std::int32_t index) const {
     return false;
   if (file.key.tag == kTagString) {
     const CPDFObj* const item = top->get_item("Names");
-    const PDF_REF place = item != nullptr ? item->as_ref() : PDF_REF{0, 0};
+    const PDF_REF place = ref_of(item);
     Freed<CPDFObj> names = table.value(item);
     if (names.as_dict() == nullptr || !take_name_out(table, *names.as_dict(), file.key.as_string()))
       return false;

@@ -82,7 +82,7 @@ bool CPDFDoc::attach(const char* path) {
     table_.resolve(value, item);
     if (value.as_dict() == nullptr)
       value.take_dict(new (std::nothrow) CPDFDictionary);
-    return item != nullptr ? item->as_ref() : PDF_REF{0, 0};
+    return ref_of(item);
   };
   const PDF_REF names_ref = fetch(names, top->get_item("Names"));
   const CPDFDictionary* const lists = names.as_dict();

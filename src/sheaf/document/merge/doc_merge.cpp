@@ -93,7 +93,7 @@ std::int32_t CPDFDocMerge::append(CPDFDoc& source, const std::int32_t* pages, st
   {
     MergeSource src(source, context, target);
     if (!MergeForm::is_in(src))
-      source.list_pages_as_told();
+      source.list_pages_by_count();
     if (append_source(src, pages, count, title, done))
       return done;
   }
@@ -112,7 +112,7 @@ bool CPDFDocMerge::append_source(MergeSource& source, const std::int32_t* pages,
                                  std::int32_t& done) {
   MergeParts& parts = *parts_;
   CPDFDoc& into = parts.target.doc;
-  const bool believed = source.doc.has_pages_as_told();
+  const bool believed = source.doc.has_pages_by_count();
   SourceDestinations destinations(source, parts.names.destinations());
   PageImport import(source);
   GrowArray<std::int32_t> appended;
@@ -123,7 +123,7 @@ bool CPDFDocMerge::append_source(MergeSource& source, const std::int32_t* pages,
     bool repeated = false;
     WorkWatch::at(i, count);
     const PDF_REF page = import.append(pages[i], repeated);
-    if (believed && !source.doc.has_pages_as_told())
+    if (believed && !source.doc.has_pages_by_count())
       return false;
     destinations.read_along(pages[i]);
     if (page.num == 0 || !appended.push(pages[i]) || !into.insert_page(into.page_count(), page))

@@ -63,7 +63,7 @@ void MergeLayers::take(MergeSource& source) {
   groups = source.table.value(content.as_dict(), "OCGs");
   take_shown_and_hidden(source, config.as_dict(), &groups);
   for (const char* key : kLists)
-    take_list(source, config.as_dict() != nullptr ? config.as_dict()->get_item(key) : nullptr, key);
+    take_list(source, config.item(key), key);
   target_.note(PDF_MERGE_FATE::kJoined, "layers");
   Freed<CPDFObj> others = source.table.value(content.as_dict(), "Configs");
   if (others.as_array() != nullptr)
@@ -89,14 +89,14 @@ void MergeLayers::put(CPDFDictionary& catalog) {
   if (first_.as_dict() == nullptr && added_.get_item("OCGs") == nullptr)
     return;
   const CPDFObj* const item = catalog.get_item("OCProperties");
-  const PDF_REF place = item != nullptr ? item->as_ref() : PDF_REF{0, 0};
+  const PDF_REF place = ref_of(item);
   Freed<CPDFObj> content = table_.value(item != nullptr ? item : &first_);
   if (content.as_dict() == nullptr)
     content.take_dict(new (std::nothrow) CPDFDictionary);
   if (content.as_dict() == nullptr)
     return;
   const CPDFObj* const own = content.as_dict()->get_item("D");
-  const PDF_REF config_place = own != nullptr ? own->as_ref() : PDF_REF{0, 0};
+  const PDF_REF config_place = ref_of(own);
   Freed<CPDFObj> config = table_.value(own);
   if (config.as_dict() == nullptr)
     config.take_dict(new (std::nothrow) CPDFDictionary);

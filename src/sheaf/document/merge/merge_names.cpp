@@ -77,7 +77,7 @@ void MergeNames::find_targets(MergeSource& source, NameList& targets) const {
     if (kind == nullptr || !kind->is_name("GoToE"))
       continue;
     Freed<CPDFObj> into = table_.value(dict, "T");
-    const CPDFObj* name = into.as_dict() != nullptr ? into.as_dict()->get_item("N") : nullptr;
+    const CPDFObj* name = into.item("N");
     if (name != nullptr && name->tag == kTagString && targets.find(name->as_string()) < 0)
       targets.add(name->as_string(), {1, 0});
   }
@@ -137,7 +137,7 @@ void MergeNames::take_files(MergeSource& source, const CPDFObj* tree) {
 
 void MergeNames::put(CPDFDictionary& catalog) {
   const CPDFObj* const item = catalog.get_item("Names");
-  const PDF_REF place = item != nullptr ? item->as_ref() : PDF_REF{0, 0};
+  const PDF_REF place = ref_of(item);
   Freed<CPDFObj> names = table_.value(item);
   if (names.as_dict() == nullptr)
     names.take_dict(new (std::nothrow) CPDFDictionary);

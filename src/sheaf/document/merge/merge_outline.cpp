@@ -35,7 +35,7 @@ void MergeOutline::take(MergeSource& source, SourceDestinations& destinations, c
   list(source, destinations, nodes);
   if (root_.num == 0) {
     Freed<CPDFObj> catalog = table_.catalog();
-    const CPDFObj* own = catalog.as_dict() != nullptr ? catalog.as_dict()->get_item("Outlines") : nullptr;
+    const CPDFObj* own = catalog.item("Outlines");
     root_ = own != nullptr && own->as_ref().num > 0 ? own->as_ref() : PDF_REF{table_.alloc_obj_num(), 0};
   }
   const bool has_entry = title != nullptr && target_.options.entry_for_source;
@@ -182,13 +182,13 @@ PDF_REF MergeOutline::last_of(const CPDFDictionary& root) {
     item = root.get_item(CPDFDictionary::sm_tag_first);
   PDF_REF last{0, 0};
   VisitedSet visited;
-  for (PDF_REF at = item != nullptr ? item->as_ref() : PDF_REF{0, 0}; visited.visit(at.num);) {
+  for (PDF_REF at = ref_of(item); visited.visit(at.num);) {
     entry = table_.object(at);
     if (entry.as_dict() == nullptr)
       return last;
     last = at;
     item = entry.as_dict()->get_item(CPDFDictionary::sm_tag_next);
-    at = item != nullptr ? item->as_ref() : PDF_REF{0, 0};
+    at = ref_of(item);
   }
   return last;
 }

@@ -22,7 +22,7 @@ MergeSource::MergeSource(CPDFDoc& source, ImportContext* import, MergeTarget& in
 }
 
 const CPDFObj* MergeSource::entry(const char* key) const {
-  return catalog.as_dict() != nullptr ? catalog.as_dict()->get_item(key) : nullptr;
+  return catalog.item(key);
 }
 
 // Listing pages or elements may make objects of values that are in others; the map must know them.
@@ -72,7 +72,7 @@ void MergeSource::reserve_pages(const std::int32_t* pages, std::int32_t count) {
 }
 
 void MergeSource::leave_out(const CPDFObj* item) {
-  const std::int32_t num = item != nullptr ? item->as_ref().num : 0;
+  const std::int32_t num = ref_of(item).num;
   if (num > 0 && is_mapped(num) && context->map[num] == 0)
     context->map[num] = object_index(target.left_out_num);
 }

@@ -326,7 +326,7 @@ void MergeStructure::take_tops(MergeSource& source, const StructureIndex::Crowd&
   Freed<CPDFObj> theirs;
   source.read(theirs, "Lang");
   Freed<CPDFObj> catalog = table_.catalog();
-  const CPDFObj* ours = catalog.as_dict() != nullptr ? catalog.as_dict()->get_item("Lang") : nullptr;
+  const CPDFObj* ours = catalog.item("Lang");
   if (target_.takes_settings())
     language_.copy_from(&theirs);
   else if (ours != nullptr && language_.is_null())

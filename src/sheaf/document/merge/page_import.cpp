@@ -39,7 +39,7 @@ PDF_REF PageImport::append(std::int32_t index, bool& repeated) {
 void PageImport::forget_annotations(const CPDFPage& page, GrowArray<Mapping>& forgotten) {
   const CPDFObj* item = page.dict.get_item("Annots");
   const auto forget = [&](const CPDFObj* value) {
-    const std::int32_t num = value != nullptr ? value->as_ref().num : 0;
+    const std::int32_t num = ref_of(value).num;
     if (num < 1 || !src_.is_mapped(num) || src_.is_left_out(num) || src_.context->map[num] == 0)
       return;
     if (forgotten.push({num, src_.context->map[num]}))

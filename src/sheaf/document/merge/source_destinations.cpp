@@ -89,7 +89,7 @@ void SourceDestinations::list() {
   }
   Freed<CPDFObj> names;
   src_.read(names, "Names");
-  name_tree_walk(src_.table, names.as_dict() != nullptr ? names.as_dict()->get_item("Dests") : nullptr,
+  name_tree_walk(src_.table, names.item("Dests"),
                  [this](const PDF_String& name, const CPDFObj& value) { add(name, value); });
   const auto place = [this](std::int32_t index) { return destinations_[index].place; };
   std::sort(unread_.begin(), unread_.end(),
@@ -172,7 +172,7 @@ std::int32_t SourceDestinations::page_of(const CPDFObj* destination) {
 
 std::int32_t SourceDestinations::page_of_action(const CPDFObj* action) {
   Freed<CPDFObj> value = src_.table.value(action);
-  const CPDFObj* const kind = value.as_dict() != nullptr ? value.as_dict()->get_item("S") : nullptr;
+  const CPDFObj* const kind = value.item("S");
   return kind != nullptr && kind->is_name("GoTo") ? page_of(value.as_dict()->get_item("D")) : -1;
 }
 

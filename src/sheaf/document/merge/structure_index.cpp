@@ -11,7 +11,7 @@ namespace sheaf {
 
 std::int32_t number_at(const CPDFDictionary& dict, const char* key) {
   const CPDFObj* const item = dict.get_item(key);
-  return item != nullptr ? item->as_ref().num : 0;
+  return ref_of(item).num;
 }
 
 bool is_structure_element(const CPDFDictionary& item) {

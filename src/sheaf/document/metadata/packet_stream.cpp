@@ -19,8 +19,8 @@ constexpr int kMostPacket = 64 << 20;  // bytes; a packet takes some kilobytes
 
 PDF_REF metadata_ref(CPDFXRefTable& table) {
   const Freed<CPDFObj> catalog = table.catalog();
-  const CPDFObj* const item = catalog.as_dict() != nullptr ? catalog.as_dict()->get_item("Metadata") : nullptr;
-  return item != nullptr ? item->as_ref() : PDF_REF{0, 0};
+  const CPDFObj* const item = catalog.item("Metadata");
+  return ref_of(item);
 }
 
 bool load_packet(CPDFXRefTable& table, CPDFObj& obj, GrowArray<char>& bytes) {

@@ -93,8 +93,7 @@ bool CPDFDoc::can_reach(std::int32_t num) {
     return true;
   const std::uint32_t container = entry.offset;
   const PDF_OBJSTM* const objstm =
-      table_.know_entry(container)
-          ? table_.objstm_outline(table_.xref_items[container].offset, object_num(container))
-          : nullptr;
+      table_.know_entry(container) ? table_.objstm_outline(table_.xref_items[container].offset, object_num(container))
+                                   : nullptr;
   return objstm != nullptr && objstm->decodes() && entry.gen >= 0 && entry.gen < objstm->count;
 }

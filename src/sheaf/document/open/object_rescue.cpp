@@ -128,7 +128,7 @@ void ObjectRescue::read_names() {
     found.clear();
     table_.get_references(found, object_num(num));
     for (const std::int32_t target : found) {
-      const std::uint32_t ahead = static_cast<std::uint32_t>(target) - first_new_;
+      const std::uint32_t ahead = object_index(target) - first_new_;
       if (ahead < kMostAhead)
         named_.visit(object_num(ahead) + 1);
     }

@@ -52,7 +52,7 @@ void Destinations::list_names() {
     add({static_cast<std::int32_t>(std::strlen(key)), key}, *item);
   }
   const Freed<CPDFObj> names = table.value(catalog.as_dict(), "Names");
-  name_tree_walk(table, names.as_dict() != nullptr ? names.as_dict()->get_item("Dests") : nullptr,
+  name_tree_walk(table, names.item("Dests"),
                  [this](const PDF_String& name, const CPDFObj& value) { add(name, value); });
 }
 

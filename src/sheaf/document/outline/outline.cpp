@@ -35,11 +35,6 @@ void release(PDF_OUTLINE_ENTRY& entry) {
   entry.uri.free();
 }
 
-PDF_REF child_of(const CPDFDictionary& dict, const char* key) {
-  const CPDFObj* const item = dict.get_item(key);
-  return item != nullptr ? item->as_ref() : PDF_REF{0, 0};
-}
-
 void read_target(CPDFXRefTable& table, Destinations& destinations, const CPDFDictionary& item,
                  PDF_OUTLINE_ENTRY& entry) {
   const Freed<CPDFObj> action = table.value(&item, "A");
@@ -76,7 +71,7 @@ bool CPDFOutline::load(CPDFDoc& doc) {
   Destinations destinations(doc);
   VisitedSet visited;
   GrowArray<PDF_REF> following;  // the next item at each level above
-  PDF_REF at = child_of(*root.as_dict(), CPDFDictionary::sm_tag_first);
+  PDF_REF at = ref_of(root.item(CPDFDictionary::sm_tag_first));
   while (true) {
     const Freed<CPDFObj> item = at.num != 0 && visited.visit(at.num) ? table.object(at) : Freed<CPDFObj>();
     if (item.as_dict() == nullptr) {
@@ -97,9 +92,9 @@ bool CPDFOutline::load(CPDFDoc& doc) {
     const Freed<CPDFObj> count = table.value(&dict, CPDFDictionary::sm_tag_count);
     entry.open = count.to_int() >= 0;
     read_target(table, destinations, dict, entry);
-    if (!push(entry) || !following.push(child_of(dict, CPDFDictionary::sm_tag_next)))
+    if (!push(entry) || !following.push(ref_of(dict.get_item(CPDFDictionary::sm_tag_next))))
       return false;
-    at = child_of(dict, CPDFDictionary::sm_tag_first);
+    at = ref_of(dict.get_item(CPDFDictionary::sm_tag_first));
   }
 }
 

@@ -15,7 +15,7 @@ PDF_REF CPDFDoc::page_ref(int index) {
   return pages_.ref(index);
 }
 
-bool CPDFDoc::list_pages_as_told() {
+bool CPDFDoc::list_pages_by_count() {
   if (status_ == PDF_OPEN::kClean && is_readable())
     pages_.list_as_told();
   return pages_.is_as_told();

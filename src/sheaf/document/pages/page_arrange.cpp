@@ -88,7 +88,7 @@ private:
   }
   void take_from_parent(const PDF_REF& field, GrowArray<PDF_REF>& above) {
     const Freed<CPDFObj> dict = table_.object(field);
-    const CPDFObj* const parent = dict.as_dict() != nullptr ? dict.as_dict()->get_item("Parent") : nullptr;
+    const CPDFObj* const parent = dict.item("Parent");
     if (dict.as_dict() != nullptr)
       note_field(*dict.as_dict());
     CPDFDictionary* const holder = parent != nullptr ? edit_object(table_, parent->as_ref()) : nullptr;

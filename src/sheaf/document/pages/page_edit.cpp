@@ -67,7 +67,7 @@ bool is_something_else(CPDFXRefTable& table, const PDF_REF& top) {
 // The object that is to be the top of the tree: the one that the catalogue names, unless others need it.
 PDF_REF top_of_tree(CPDFXRefTable& table, Freed<CPDFObj>& catalog) {
   const CPDFObj* const item = catalog.as_dict()->get_item("Pages");
-  const PDF_REF present = item != nullptr ? item->as_ref() : PDF_REF{0, 0};
+  const PDF_REF present = ref_of(item);
   if (present.num != 0 && !is_something_else(table, present))
     return present;
   const PDF_REF top{table.alloc_obj_num(), 0};

@@ -105,7 +105,7 @@ void CPDFPageLabels::load(CPDFDoc& doc) {
   CPDFXRefTable& table = doc.table();
   const Freed<CPDFObj> catalog = table.catalog();
   NumberTree tree;
-  tree.load(table, catalog.as_dict() != nullptr ? catalog.as_dict()->get_item("PageLabels") : nullptr);
+  tree.load(table, catalog.item("PageLabels"));
   std::int32_t last = -1;
   for (std::int32_t i = 0; i < tree.size(); ++i) {
     const std::int32_t first = tree.key_at(i);

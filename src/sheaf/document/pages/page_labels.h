@@ -24,7 +24,7 @@ public:
   ~CPDFPageLabels() { clear(); }
 
   void clear();
-  /// Reads the labels of a readable document; there are none when it has none.
+  /// Reads the labels of a readable document. The list is empty when it has none.
   void load(CPDFDoc& doc);
   bool empty() const { return ranges_.empty(); }
   std::int32_t size() const { return ranges_.count(); }

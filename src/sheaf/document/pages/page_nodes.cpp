@@ -69,13 +69,13 @@ std::int32_t PageNodes::above(const CPDFDictionary& page) {
   GrowArray<PDF_REF> chain;
   Freed<CPDFObj> node;
   const CPDFObj* item = page.get_item(CPDFDictionary::sm_tag_parent);
-  PDF_REF parent = item != nullptr ? item->as_ref() : PDF_REF{0, 0};
+  PDF_REF parent = ref_of(item);
   while (parent.num > 0 && by_number_.get(parent.num) == 0 && chain.size() < kMostLevels) {
     node = table_.object(parent);
     if (node.as_dict() == nullptr || !chain.push(parent))
       break;
     item = node.as_dict()->get_item(CPDFDictionary::sm_tag_parent);
-    parent = item != nullptr ? item->as_ref() : PDF_REF{0, 0};
+    parent = ref_of(item);
   }
   std::int32_t known = by_number_.get(parent.num) - 1;
   while (!chain.empty()) {

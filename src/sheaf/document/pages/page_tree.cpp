@@ -47,7 +47,7 @@ bool reaches_a_page(CPDFXRefTable& table, Freed<CPDFObj>& kids, GrowArray<PDF_RE
   Freed<CPDFObj> obj;
   for (int level = 0; level < kMostLevels; ++level) {
     const CPDFObj* first = kids.as_array() != nullptr ? kids.as_array()->get(0) : nullptr;
-    const PDF_REF ref = first != nullptr ? first->as_ref() : PDF_REF{0, 0};
+    const PDF_REF ref = ref_of(first);
     const bool leads_back =
         std::any_of(met.begin(), met.end(), [&ref](const PDF_REF& one) { return one.num == ref.num; });
     if (ref.num < 1 || leads_back)
@@ -71,7 +71,7 @@ void PageList::look_at_tree(PageTreeLook& look) {
   pages_.clear();
   Freed<CPDFObj> kids;
   Freed<CPDFObj> catalog = table_.catalog();
-  const CPDFObj* top = catalog.as_dict() != nullptr ? catalog.as_dict()->get_item("Pages") : nullptr;
+  const CPDFObj* top = catalog.item("Pages");
   Freed<CPDFObj> tree = table_.value(top);
   look.is_tree = top != nullptr && tree.as_dict() != nullptr;
   if (!look.is_tree)
@@ -91,10 +91,10 @@ int count_pages_by_nodes(CPDFXRefTable& table) {
   Freed<CPDFObj> kids;
   Freed<CPDFObj> count;
   Freed<CPDFObj> obj = table.catalog();
-  const CPDFObj* top = obj.as_dict() != nullptr ? obj.as_dict()->get_item("Pages") : nullptr;
+  const CPDFObj* top = obj.item("Pages");
   GrowArray<PDF_REF> waiting;
   VisitedSet visited;
-  waiting.push(top != nullptr ? top->as_ref() : PDF_REF{0, 0});
+  waiting.push(ref_of(top));
   std::int64_t total = 0;
   std::int64_t stated = -1;
   while (!waiting.empty()) {

@@ -98,7 +98,7 @@ void PageWalk::visit(CPDFObj& kid) {
 
 void PageWalk::run() {
   Freed<CPDFObj> catalog = table_.catalog();
-  const CPDFObj* top = catalog.as_dict() != nullptr ? catalog.as_dict()->get_item("Pages") : nullptr;
+  const CPDFObj* top = catalog.item("Pages");
   const Freed<CPDFObj> tree = table_.value(top);
   if (tree.as_dict() == nullptr)
     return;

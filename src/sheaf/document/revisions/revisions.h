@@ -26,7 +26,7 @@ private:
 
 /// Appends the places, counted as positions of `file`, behind the end marks of its revisions, oldest first. Where more
 /// than white space follows the last mark, the end of the file is another one. A mark whose section is 0, as in front
-/// of a linearized file, ends none. False without memory.
+/// of a linearized file, is not the end of a revision. False without memory.
 bool list_revisions(CQVStream& file, GrowArray<long long>& ends);
 
 }  // namespace sheaf

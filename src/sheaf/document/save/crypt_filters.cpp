@@ -70,7 +70,7 @@ void fit_crypt_filters(CPDFDoc& doc, const CPDFEncrypt* enc) {
     const PDF_XREF entry = table.xref_items[num];
     if (!entry.is_known() || entry.is_compressed())
       continue;
-    const PDF_REF ref = doc.reference_to(static_cast<std::int32_t>(num));
+    const PDF_REF ref = doc.reference_to(object_num(num));
     table.get_stored(obj, ref);
     CPDFStreamRec* const rec = obj.as_stream();
     const char* const name = rec != nullptr ? named_crypt_filter(rec->dict) : nullptr;

@@ -154,8 +154,8 @@ bool CPDFSignatures::add(CPDFDoc& doc, const CPDFField& field) {
   PDF_SIGNATURE signature{};
   signature.field = field.ref();
   const Freed<CPDFObj> own = table.object(field.ref());
-  const CPDFObj* const item = own.as_dict() != nullptr ? own.as_dict()->get_item("V") : nullptr;
-  signature.value = item != nullptr ? item->as_ref() : PDF_REF{0, 0};
+  const CPDFObj* const item = own.item("V");
+  signature.value = ref_of(item);
   signature.field_name = full_name(field);
   signature.filter = text_at(table, dict, CPDFDictionary::sm_tag_filter);
   signature.sub_filter = text_at(table, dict, "SubFilter");

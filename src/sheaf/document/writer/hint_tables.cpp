@@ -136,7 +136,7 @@ void put_shared(BitWriter& bits, const LinearPlan& plan, const UnitPlaces& place
     }
   };
   each_unit([&](std::size_t i) { lengths.add(places.length(i)); });
-  bits.word(rest.count != 0 ? static_cast<std::uint32_t>(plan.unit_number(rest.first)) : 0);
+  bits.word(rest.count != 0 ? object_index(plan.unit_number(rest.first)) : 0);
   bits.word(rest.count != 0 ? places.start(rest.first) : 0);
   bits.word(static_cast<std::uint32_t>(first.count));
   bits.word(static_cast<std::uint32_t>(first.count + rest.count));
@@ -151,7 +151,7 @@ void put_shared(BitWriter& bits, const LinearPlan& plan, const UnitPlaces& place
 
 void put_outlines(BitWriter& bits, const LinearPlan& plan, const UnitPlaces& places) {
   const LinearPlan::Part part = plan.outlines();
-  bits.word(static_cast<std::uint32_t>(plan.unit_number(part.first)));
+  bits.word(object_index(plan.unit_number(part.first)));
   bits.word(places.start(part.first));
   bits.word(static_cast<std::uint32_t>(part.count));
   bits.word(places.length(part));

@@ -156,7 +156,7 @@ bool LinearPlan::find_uses() {
     size += 1 + survey_.reference_count(num);
     last = std::max(last, num);
   }
-  if (!uses_.resize(static_cast<std::size_t>(last) + 1) || !turns_.resize(uses_.size()) ||
+  if (!uses_.resize(std::size_t{object_index(last)} + 1) || !turns_.resize(uses_.size()) ||
       !pages_.resize(static_cast<std::size_t>(doc_.page_count())))
     return false;
   for (Use& found : uses_)

@@ -78,7 +78,7 @@ bool ObjectSurvey::collect(std::int32_t num, const CPDFObj& value) {
   bool kept = push_edge(static_cast<std::uint32_t>(found_.size()));
   std::int32_t last = num;
   for (const std::int32_t to : found_) {
-    const auto step = static_cast<std::uint32_t>(to) - static_cast<std::uint32_t>(last);
+    const auto step = object_index(to) - object_index(last);
     kept = kept && push_edge(step << 1 ^ (0u - (step >> 31)));
     last = to;
   }

@@ -43,8 +43,8 @@ class Stripper {
 public:
   Stripper(CPDFDoc& doc, std::uint32_t wanted) : doc_(doc), table_(doc.table()), wanted_(wanted) {
     const Freed<CPDFObj> catalog = table_.catalog();
-    const CPDFObj* const names = catalog.as_dict() != nullptr ? catalog.as_dict()->get_item("Names") : nullptr;
-    names_ = names != nullptr ? names->as_ref().num : 0;
+    const CPDFObj* const names = catalog.item("Names");
+    names_ = ref_of(names).num;
   }
 
   std::int64_t count() const { return count_; }

@@ -52,7 +52,7 @@ void TargetFile::put_stream(CPDFDictionary& dict, unsigned char* data, std::size
 }
 
 void TargetFile::set_member(std::int32_t num, std::int32_t holder, std::int32_t index) {
-  entries_[num] = {static_cast<std::uint32_t>(holder), static_cast<std::uint32_t>(index)};
+  entries_[num] = {object_index(holder), static_cast<std::uint32_t>(index)};
 }
 
 void TargetFile::set_place(std::int32_t num, std::uint32_t place) {

@@ -227,7 +227,7 @@ CPDFDictionary* CPDFAcroForm::edit_dict() {
   if (catalog == nullptr)
     return nullptr;
   const CPDFObj* item = catalog->get_item(CPDFDictionary::sm_tag_acro_form);
-  PDF_REF ref = item != nullptr ? item->as_ref() : PDF_REF{0, 0};
+  PDF_REF ref = ref_of(item);
   Freed<CPDFObj> form = table_.value(item);
   if (form.as_dict() == nullptr) {
     form.take_dict(new (std::nothrow) CPDFDictionary);

@@ -54,7 +54,7 @@ private:
     PDF_REF at = widget;
     for (int level = 0; level < kMostLevels; ++level) {
       const CPDFObj* const item = dict->get_item(CPDFDictionary::sm_tag_parent);
-      const PDF_REF above = item != nullptr ? item->as_ref() : PDF_REF{0, 0};
+      const PDF_REF above = ref_of(item);
       if (above.num > 0 && known_.has(above.num)) {
         if (level == 0 && dict->get_item("T") == nullptr)
           widgets_.push({above, widget});

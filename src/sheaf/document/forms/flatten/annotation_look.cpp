@@ -79,7 +79,7 @@ bool is_shown(CPDFXRefTable& table, const CPDFDictionary& annotation, bool on_pa
 
 PDF_REF normal_appearance(CPDFXRefTable& table, const CPDFDictionary& annotation) {
   const Freed<CPDFObj> looks = table.value(&annotation, "AP");
-  const CPDFObj* item = looks.as_dict() != nullptr ? looks.as_dict()->get_item("N") : nullptr;
+  const CPDFObj* item = looks.item("N");
   const Freed<CPDFObj> normal = table.value(item);
   Freed<CPDFObj> state = table.value(&annotation, "AS");
   if (normal.as_dict() != nullptr) {
@@ -88,7 +88,7 @@ PDF_REF normal_appearance(CPDFXRefTable& table, const CPDFDictionary& annotation
     item = state.as_name() != nullptr ? normal.as_dict()->get_item(state.as_name()) : nullptr;
   }
   const Freed<CPDFObj> stream = table.value(item);
-  return stream.as_stream() != nullptr && item != nullptr ? item->as_ref() : PDF_REF{0, 0};
+  return stream.as_stream() != nullptr ? ref_of(item) : PDF_REF{0, 0};
 }
 
 bool place_appearance(CPDFXRefTable& table, const CPDFDictionary& annotation, const PDF_REF& form, int page_rotation,

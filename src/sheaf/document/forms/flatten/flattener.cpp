@@ -112,7 +112,7 @@ void Flattening::read_default_resources() {
   CPDFXRefTable& table = doc_.table();
   const Freed<CPDFObj> catalog = table.catalog();
   const Freed<CPDFObj> form = table.value(catalog.as_dict(), CPDFDictionary::sm_tag_acro_form);
-  const CPDFObj* const item = form.as_dict() != nullptr ? form.as_dict()->get_item("DR") : nullptr;
+  const CPDFObj* const item = form.item("DR");
   Freed<CPDFObj> resources = table.value(item);
   if (item == nullptr || resources.as_dict() == nullptr)
     return;

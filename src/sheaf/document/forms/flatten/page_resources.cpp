@@ -30,7 +30,7 @@ CPDFDictionary* PageResources::edit() {
   CPDFObj* const own = page_dict_.get_item(kKey);
   if (own != nullptr && own->as_dict() != nullptr)
     return own->as_dict();
-  PDF_REF ref = own != nullptr ? own->as_ref() : PDF_REF{0, 0};
+  PDF_REF ref = ref_of(own);
   if (own == nullptr && page_.inherited != nullptr)
     ref = page_.inherited->resources;
   if (CPDFDictionary* const shared = edit_object(table_, ref))
@@ -45,7 +45,7 @@ CPDFDictionary* PageResources::edit_kind(const char* kind) {
   CPDFObj* const item = resources != nullptr ? resources->get_item(kind) : nullptr;
   if (item != nullptr && item->as_dict() != nullptr)
     return item->as_dict();
-  const PDF_REF ref = item != nullptr ? item->as_ref() : PDF_REF{0, 0};
+  const PDF_REF ref = ref_of(item);
   if (CPDFDictionary* const shared = edit_object(table_, ref))
     return shared;
   CPDFDictionary* const again = edit();  // an object that was stored may have moved it
@@ -72,7 +72,7 @@ bool PageResources::has(const char* kind, const char* name) {
 PDF_REF PageResources::get(const char* kind, const char* name) {
   const CPDFDictionary* const dict = edit_kind(kind);
   const CPDFObj* const item = dict != nullptr ? dict->get_item(name) : nullptr;
-  return item != nullptr ? item->as_ref() : PDF_REF{0, 0};
+  return ref_of(item);
 }
 
 }  // namespace sheaf

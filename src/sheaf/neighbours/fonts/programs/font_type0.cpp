@@ -111,11 +111,11 @@ void CPDFFontType0::load_font() {
     cid_font_ = fonts->items[0].as_ref();
   const Freed<CPDFObj> cid = table->object(cid_font_);
   const Freed<CPDFObj> descriptor = table->value(cid.as_dict(), CPDFDictionary::sm_tag_fdes);
-  const CPDFObj* const cff = descriptor.as_dict() != nullptr ? descriptor.as_dict()->get_item("FontFile3") : nullptr;
+  const CPDFObj* const cff = descriptor.item("FontFile3");
   is_cff_ = cff != nullptr;
   const CPDFObj* const file =
       descriptor.as_dict() != nullptr && !is_cff_ ? descriptor.as_dict()->get_item("FontFile2") : cff;
-  font_file_ = file != nullptr ? file->as_ref() : PDF_REF{0, 0};
+  font_file_ = ref_of(file);
   const CPDFObj* const base_font = dict->get_item(CPDFDictionary::sm_tag_base_font);
   char name[CPDFEnviroment::kPathSize];
   if (base_font == nullptr || base_font->as_name() == nullptr || table->env == nullptr)
