@@ -62,6 +62,9 @@ void* QVAlloc(std::size_t size) {
 void* QVCalloc(std::size_t count, std::size_t size) {
   if (size != 0 && count > SIZE_MAX / size)
     return granted(nullptr);
+  // What the system hands out is zeroed: of a large block only the pages that are used then take memory and time.
+  if (current_heap.alloc == libc_alloc)
+    return granted(WorkWatch::step() ? nullptr : std::calloc(at_least_one(count * size), 1));
   void* block = QVAlloc(count * size);
   if (block != nullptr)
     std::memset(block, 0, at_least_one(count * size));

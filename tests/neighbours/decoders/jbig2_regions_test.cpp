@@ -566,6 +566,10 @@ TEST(Jbig2Limits, GreedyStreamsGiveLittle) {
     regions += segment(i, kGeneric, {}, without_data + "\1\2\3");
   const Decoded overdrawn(page_of(Picture(4000, 4000), regions));
   EXPECT_LT(overdrawn.limits.spent, (64 << 20) + static_cast<std::int64_t>(regions.size()) * 4096);
+  // Nor is one whose rows do not come to repeat themselves, at a few bytes.
+  const Decoded made_up(page_of(Picture(4000, 4000), segment(1, kGeneric, {}, without_data)));
+  EXPECT_LT(made_up.limits.spent, 8 << 20);
+  EXPECT_TRUE(made_up.limits.refused);
   std::string pages;
   for (std::uint32_t i = 0; i < 200; ++i)
     pages += segment(i, 48, {}, page_info(20000, 10000), i + 1);

@@ -255,6 +255,8 @@ std::int32_t decode_row_singly(ArithmeticDecoder& decoder, std::uint8_t* context
   return rows.width;
 }
 
+constexpr std::int32_t kSinglyCost = 2;  // of such a pixel beside one of a plain row
+
 using RowFunction = std::int32_t (*)(ArithmeticDecoder&, std::uint8_t*, const Rows&);
 constexpr RowFunction kRowDecoders[] = {decode_row<0>, decode_row<1>, decode_row<2>, decode_row<3>};
 
@@ -294,7 +296,7 @@ public:
   }
 
 private:
-  static constexpr std::int32_t kMostPeriod = 8;
+  static constexpr std::int32_t kMostPeriod = 64;  // screens and patterns repeat after fewer rows
 
   bool is_same_row(std::int32_t a, std::int32_t b) const {
     return std::memcmp(bitmap_row(out_, a), bitmap_row(out_, b), static_cast<std::size_t>(out_.stride)) == 0;
@@ -380,6 +382,10 @@ bool decode_generic(ArithmeticDecoder& decoder, std::uint8_t* contexts, const Ge
                                        : kRowDecoders[params.pixels_template](decoder, contexts, rows);
       if (!limits.spend(cost))
         return false;
+      if (decoder.is_over() && !limits.make_up(singly ? cost * kSinglyCost : cost)) {
+        out.height = y + 1;
+        return false;
+      }
     }
     const std::int32_t period = decoder.is_over() ? repetition.period_behind(y) : 0;
     if (period > 0)

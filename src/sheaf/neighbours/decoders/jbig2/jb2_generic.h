@@ -37,8 +37,8 @@ constexpr std::uint32_t generic_contexts(unsigned pixels_template) {
   return pixels_template == 0 ? 1u << 16 : pixels_template == 1 ? 1u << 13 : 1u << 10;
 }
 
-/// Decodes into `out`, which is white and of the region's size. False when the data or the limits
-/// end early: the rows so far are there, the others white.
+/// Decodes into `out`, which is white and of the region's size. False when the limits end early: the rows so far are
+/// there, the others white, or cut off where they would have been made up.
 bool decode_generic(ArithmeticDecoder& decoder, std::uint8_t* contexts, const GenericParams& params, Limits& limits,
                     QVJB2_Bitmap& out);
 

@@ -1,7 +1,7 @@
 // What decoding one JBIG2 stream may cost. A few bytes can declare pages, symbols and instances
 // without end; honest data need memory and work in proportion to their pages and their length. The
-// end of the data bounds nothing: encoders leave out what a decoder makes up, so that a few bytes
-// may stand for a large region.
+// end of the data does not end a region: encoders leave out what a decoder makes up. What is left out
+// of honest data is white, repeats itself, or is little; so much may be made up, and no more.
 #pragma once
 
 #include <algorithm>
@@ -16,6 +16,7 @@ struct Limits {
   std::int64_t page_bytes;  ///< Bitmaps of pages that may still be declared.
   std::int64_t bytes;       ///< Memory that bitmaps and tables may still take, those of pages included.
   std::int64_t work;        ///< Work that the present segment may still do.
+  std::int64_t made_up;     ///< Work that may still be done for what no data are there.
   std::int64_t reserve;     ///< Work beyond that, for what it makes and for the segments that follow.
   std::int64_t spent;       ///< Work done so far.
   std::int64_t ceiling;     ///< Most bytes of pages, set by the caller; 0: as the data justify.
@@ -38,6 +39,9 @@ struct Limits {
     bytes = kBaseBytes + length * kBytesPerByte;
     reserve = kBaseWork + length * kWorkPerByte;
     work = 0;
+    constexpr std::int64_t kBaseMadeUp = std::int64_t{1} << 20;
+    constexpr std::int64_t kMadeUpPerByte = 256;
+    made_up = kBaseMadeUp + length * kMadeUpPerByte;
     if (ceiling <= 0)
       return;
     page_bytes = std::min(page_bytes, ceiling);
@@ -99,6 +103,16 @@ struct Limits {
     }
     work -= units;
     spent += units;
+    return true;
+  }
+
+  /// The same for `units` that follow from no data, which were spent, or are about to be.
+  [[nodiscard]] bool make_up(std::int64_t units) {
+    if (units > made_up) {
+      made_up = 0;
+      return refuse();
+    }
+    made_up -= units;
     return true;
   }
 

@@ -110,6 +110,9 @@ bool decode_refinement(ArithmeticDecoder& decoder, std::uint8_t* contexts, const
       return false;
     if (params.typical && decoder.bit(contexts[kTypicalContext[params.pixels_template]]) != 0)
       is_typical = !is_typical;
+    constexpr std::int32_t kTypicalShare = 8;  // a typical row decides little anew
+    if (decoder.is_over() && !limits.make_up(is_typical ? out.width / kTypicalShare : out.width))
+      return false;
     if (params.pixels_template == 0)
       decode_row<0>(decoder, contexts, params, moved, is_typical, out, y);
     else

@@ -135,7 +135,7 @@ void finish_region(Segment& segment, const RegionInfo& info, BitmapHold& region)
   const std::int64_t bottom = std::int64_t{info.y} + region->height;
   if (page->open_ended != 0 && bottom > page->bitmap->height && !grow_page(limits, *page, bottom))
     return;
-  if (limits.spend(Limits::handling(bitmap_cost(*region))))
+  if (limits.spend(Limits::handling(std::int64_t{region->stride} * region->height)))
     bitmap_combine(*page->bitmap, *region, info.x, info.y, info.op);
 }
 

@@ -140,6 +140,10 @@ private:
     return flags_.huffman ? table->decode(*coder_.bits) : integer.decode(*coder_.arithmetic);
   }
   bool is_exhausted() const { return flags_.huffman && coder_.bits->failed(); }
+  bool spend(std::int64_t units) {
+    const bool is_made_up = !flags_.huffman && coder_.arithmetic->is_over();
+    return limits_.spend(units) && (!is_made_up || limits_.make_up(units));
+  }
   std::size_t decoded() const { return symbols_.size() - input_count_; }
   bool is_collective() const { return flags_.huffman && !flags_.aggregates; }
 
@@ -147,7 +151,7 @@ private:
     std::int64_t height = 0;
     while (decoded() < new_count_) {
       const std::int64_t delta = value(height_table_, heights_);
-      if (delta < -kMostExtent || delta > kMostExtent || is_exhausted() || !limits_.spend(kClassWork))
+      if (delta < -kMostExtent || delta > kMostExtent || is_exhausted() || !spend(kClassWork))
         return false;
       height += delta;
       if (height < 0 || height > kMostExtent || !decode_class(height))
@@ -164,7 +168,7 @@ private:
       const std::int64_t delta = value(width_table_, widths_);
       if (delta == kOutOfBand)
         break;
-      if (delta < -kMostExtent || delta > kMostExtent || is_exhausted() || !limits_.spend(kSymbolWork))
+      if (delta < -kMostExtent || delta > kMostExtent || is_exhausted() || !spend(kSymbolWork))
         return false;
       width += delta;
       total_width += width;
@@ -265,7 +269,7 @@ private:
     bool is_exported = false;
     for (std::size_t i = 0; i < total; is_exported = !is_exported) {
       const std::int64_t run = value(&standard_table(1), exports_);
-      if (run < 0 || static_cast<std::uint64_t>(run) > total - i || is_exhausted() || !limits_.spend(kClassWork))
+      if (run < 0 || static_cast<std::uint64_t>(run) > total - i || is_exhausted() || !spend(kClassWork))
         return false;
       for (const std::size_t end = i + static_cast<std::size_t>(run); i < end; ++i) {
         if (is_exported && !exported.push(symbols_[i]))

@@ -44,6 +44,11 @@ private:
 
   bool is_exhausted() const { return params_.huffman && coder_.bits->failed(); }
 
+  bool spend(std::int64_t units) {
+    const bool is_made_up = !params_.huffman && coder_.arithmetic->is_over();
+    return limits_.spend(units) && (!is_made_up || limits_.make_up(units));
+  }
+
   // False for damage. The end of the strip is coded also behind the last instance.
   bool draw_strip() {
     const std::int64_t first = value(tables_.first_s, &TextStatistics::first_s);
@@ -52,7 +57,7 @@ private:
     first_s_ += first;
     s_ = first_s_;
     while (is_position(s_) && done_ < params_.instances) {
-      if (is_exhausted() || !limits_.spend(kInstanceWork) || !draw_instance())
+      if (is_exhausted() || !spend(kInstanceWork) || !draw_instance())
         return false;
       ++done_;
       const std::int64_t delta = params_.huffman ? tables_.delta_s->decode(*coder_.bits)
@@ -125,7 +130,7 @@ private:
     if (!passes_first)
       s_ += extent;
     // By words: a row of a symbol costs about as much as a few pixels.
-    if (!limits_.spend(symbol.height * (std::int64_t{1} + symbol.stride / 8)))
+    if (!spend(symbol.height * (std::int64_t{1} + symbol.stride / 8)))
       return false;
     bitmap_combine(out_, symbol, x, y, params_.op);
     return true;
