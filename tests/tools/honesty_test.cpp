@@ -42,6 +42,25 @@ TEST_F(Honesty, EncryptionThatWouldNotProtectIsRefused) {
   }
 }
 
+TEST_F(Honesty, WithoutItsLibraryNothingIsEncryptedAndTheReasonIsSaid) {
+  ASSERT_EQ(sheaf("rewrite in.pdf locked.pdf --encrypt aes128 --user-password u").code, 0);
+  write_file(folder / "libcrypto.so.3", "no library");
+  const auto without = [&](const std::string& arguments) {
+    return run_command("cd " + folder.str() + " && LD_LIBRARY_PATH=. " + kTool + " " + arguments + " 2>&1");
+  };
+  if (without("--version").code != 0)
+    GTEST_SKIP() << "this build loads libcrypto at its start";
+  for (const char* arguments :
+       {"rewrite in.pdf out.pdf --encrypt aes256 --user-password u", "rewrite --password u locked.pdf out.pdf",
+        "signatures --trust in.pdf in.pdf"}) {
+    const RunResult result = without(arguments);
+    EXPECT_EQ(result.code, 2) << arguments;
+    EXPECT_TRUE(contains(result, "libcrypto")) << result.output;
+    EXPECT_FALSE(std::filesystem::exists(folder / "out.pdf")) << arguments;
+  }
+  EXPECT_EQ(without("rewrite in.pdf out.pdf").code, 0);
+}
+
 TEST_F(Honesty, WhatAnEncryptedFileHidesIsSaidToBeUnknown) {
   ASSERT_EQ(sheaf("rewrite in.pdf out.pdf --encrypt aes256 --user-password u --owner-password o "
                   "--permissions print,copy")
