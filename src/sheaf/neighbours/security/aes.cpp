@@ -3,6 +3,9 @@
 
 #include <openssl/evp.h>
 #include <openssl/rand.h>
+#include <unistd.h>
+
+#include <algorithm>
 
 namespace sheaf {
 
@@ -38,7 +41,12 @@ void aes256_encrypt_block(const unsigned char* key, const unsigned char* src, un
 }
 
 bool secure_random(unsigned char* dst, std::size_t size) {
-  return RAND_bytes(dst, static_cast<int>(size)) == 1;
+  // The system has them at once; the library behind RAND_bytes takes longer to start than a small file to write.
+  constexpr std::size_t kMostAtOnce = 256;
+  std::size_t done = 0;
+  while (done < size && getentropy(dst + done, std::min(size - done, kMostAtOnce)) == 0)
+    done += std::min(size - done, kMostAtOnce);
+  return done == size || RAND_bytes(dst, static_cast<int>(size)) == 1;
 }
 
 }  // namespace sheaf
