@@ -179,6 +179,21 @@ TEST_F(Writer, EncryptedFilesStayReadableInEveryForm) {
   }
 }
 
+// Pages of linearized files have everything themselves, and the nodes above them nothing, also what no page needs.
+TEST_F(Writer, NodesAboveThePagesOfALinearizedFileHandNothingDown) {
+  if (!has_program("qpdf"))
+    GTEST_SKIP() << "qpdf is not installed";
+  PdfBuilder builder;
+  builder.obj(1, "<</Type/Catalog/Pages 2 0 R>>")
+      .obj(2, "<</Type/Pages/Kids[3 0 R]/Count 1/MediaBox[0 0 9 9]/Resources 4 0 R>>")
+      .obj(3, "<</Type/Page/Parent 2 0 R/MediaBox[0 0 8 8]/Resources<<>>>>")
+      .obj(4, "<<>>");
+  const std::string file =
+      written(builder.classic().str(), options_of(PDF_OBJECT_STREAMS::kDisable, PDF_STREAM_DATA::kPreserve, true));
+  EXPECT_EQ(faults(file, "--check-linearization"), "");
+  EXPECT_EQ(file.find("0 0 9 9"), std::string::npos);
+}
+
 // Strings in object streams are protected as parts of streams: where one of the two was in clear, both get the method
 // of the other, which is also what readers can open that know only one.
 TEST_F(Writer, ObjectStreamsHaveOneMethodForStringsAndStreams) {
