@@ -179,6 +179,49 @@ TEST_F(Writer, EncryptedFilesStayReadableInEveryForm) {
   }
 }
 
+// Pages of linearized files have everything themselves, and the nodes above them nothing, also what no page needs.
+TEST_F(Writer, NodesAboveThePagesOfALinearizedFileHandNothingDown) {
+  if (!has_program("qpdf"))
+    GTEST_SKIP() << "qpdf is not installed";
+  PdfBuilder builder;
+  builder.obj(1, "<</Type/Catalog/Pages 2 0 R>>")
+      .obj(2, "<</Type/Pages/Kids[3 0 R]/Count 1/MediaBox[0 0 9 9]/Resources 4 0 R>>")
+      .obj(3, "<</Type/Page/Parent 2 0 R/MediaBox[0 0 8 8]/Resources<<>>>>")
+      .obj(4, "<<>>");
+  const std::string file =
+      written(builder.classic().str(), options_of(PDF_OBJECT_STREAMS::kDisable, PDF_STREAM_DATA::kPreserve, true));
+  EXPECT_EQ(faults(file, "--check-linearization"), "");
+  EXPECT_EQ(file.find("0 0 9 9"), std::string::npos);
+}
+
+// Strings in object streams are protected as parts of streams: where one of the two was in clear, both get the method
+// of the other, which is also what readers can open that know only one.
+TEST_F(Writer, ObjectStreamsHaveOneMethodForStringsAndStreams) {
+  if (!has_program("qpdf"))
+    GTEST_SKIP() << "qpdf is not installed";
+  const std::string source = sample();
+  for (const char* clear : {"StmF", "StrF"}) {
+    CPDFStandardEncrypt::Settings settings;
+    settings.algorithm = CPDFStandardEncrypt::Algorithm::kAES128;
+    settings.user_password = "u";
+    char id[] = "\1\2";
+    const PDF_String first{2, id};
+    CPDFStandardEncrypt made;
+    ASSERT_TRUE(made.create(settings, first));
+    made.encrypt_dict.set_item_name(clear, "Identity");
+    CPDFStandardSecHand hand;
+    hand.set_password("u");
+    ASSERT_EQ(hand.authorize(&first, &made.encrypt_dict), 1);
+    CPDFStandardEncrypt enc;
+    enc.continue_with(hand, made.encrypt_dict);
+    const std::string file =
+        written(source, options_of(PDF_OBJECT_STREAMS::kGenerate, PDF_STREAM_DATA::kCompress), &enc);
+    EXPECT_EQ(file.find("Identity"), std::string::npos) << clear;
+    EXPECT_EQ(contents(file, "u"), contents(source)) << clear;
+    EXPECT_EQ(faults(file, "--password=u --check"), "") << clear;
+  }
+}
+
 TEST_F(Writer, EqualFontsAreWrittenOnceAndUnusedResourcesNotAtAll) {
   PDF_WRITE_OPTIONS options;
   options.share_equals = true;

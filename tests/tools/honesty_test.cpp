@@ -134,7 +134,9 @@ TEST_F(Honesty, WhatANewFileLeavesOutIsToldWhenAsked) {
              PdfBuilder().pages(1).xref_stream(9, "/Root 1 0 R/Own[1]/O#20ther(x)/DocChecksum/y").str());
   for (const char* arguments :
        {"rewrite -v in.pdf out.pdf", "rewrite -v stream.pdf out.pdf", "update -v in.pdf -o out.pdf --set Title=x",
-        "repair -v stream.pdf out.pdf", "rotate -v --rewrite stream.pdf +90 -o out.pdf"}) {
+        "repair -v stream.pdf out.pdf", "rotate -v --rewrite stream.pdf +90 -o out.pdf", "merge -v out.pdf stream.pdf",
+        "split -v stream.pdf -o out.pdf", "select -v --rewrite stream.pdf 1 -o out.pdf",
+        "flatten -v stream.pdf out.pdf"}) {
     const RunResult said = sheaf(arguments);
     EXPECT_TRUE(contains(said, "keys of the trailer that no reader needs: ")) << arguments << said.output;
     EXPECT_TRUE(contains(said, "O ther, Own")) << arguments << said.output;

@@ -1,5 +1,8 @@
 // Signatures that OpenSSL's own program made, verified, then spoilt in the ways that attackers try.
 #include <gtest/gtest.h>
+#include <openssl/cms.h>
+
+#include <memory>
 
 #include "support/external_tool.h"
 #include "support/pdf_builder.h"
@@ -51,20 +54,73 @@ struct Signatures : testing::Test {
     document = unsigned_document(gap, coding);
     write_file(folder / "covered", document.substr(0, gap) + document.substr(gap + 2 * kRoom + 2));
     const RunResult made = run(command);
+    EXPECT_EQ(made.code, 0) << made.output;
+    place();
+    return true;
+  }
+  // Puts the file "signature" into the document.
+  void place() {
     const std::string signature = read_file(folder / "signature");
-    EXPECT_TRUE(made.code == 0 && !signature.empty() && signature.size() <= kRoom) << made.output;
+    EXPECT_TRUE(!signature.empty() && signature.size() <= kRoom);
+    const std::size_t gap = document.find("/Contents<") + 9;
     for (std::size_t i = 0; i < signature.size() && i < kRoom; ++i) {
       char digits[3];
       std::snprintf(digits, sizeof(digits), "%02x", static_cast<unsigned char>(signature[i]));
       document.replace(gap + 1 + 2 * i, 2, digits);
     }
     write_file(folder / "in.pdf", document);
-    return true;
   }
+  // What `openssl ts` needs to give stamps with "clock.pem".
+  void set_up_clock() {
+    write_file(folder / "serial", "01");
+    write_file(folder / "stamp.cnf",
+               "[req]\ndistinguished_name=dn\nx509_extensions=v3\nprompt=no\n[dn]\nCN=Clock\n[v3]\n"
+               "extendedKeyUsage=critical,timeStamping\n[tsa]\ndefault_tsa=t\n[t]\nserial=serial\n"
+               "signer_cert=clock.pem\nsigner_key=clock.key\nsigner_digest=sha256\ndefault_policy=1.2.3\n"
+               "digests=sha256\n");
+  }
+  // Stamps the file "value" where `of_value`, or something else, among the unsigned attributes of "signature".
+  void stamp(bool of_value);
 
   TestFolder folder;
   std::string document;
 };
+
+constexpr char kStamp[] =
+    "openssl ts -query -data %s -sha256 -cert -out query && openssl ts -reply -config stamp.cnf -queryfile query "
+    "-token_out -out token";
+constexpr char kClock[] =
+    "openssl req -x509 -newkey ec -pkeyopt ec_paramgen_curve:P-256 -nodes -keyout clock.key -out clock.pem -days 3 "
+    "-config stamp.cnf";
+
+std::string stamp_command(const char* data) {
+  char text[sizeof(kStamp) + 32];
+  std::snprintf(text, sizeof(text), kStamp, data);
+  return text;
+}
+
+void Signatures::stamp(bool of_value) {
+  const std::string bytes = read_file(folder / "signature");
+  const auto* at = reinterpret_cast<const unsigned char*>(bytes.data());
+  const std::unique_ptr<CMS_ContentInfo, decltype(&CMS_ContentInfo_free)> cms(
+      d2i_CMS_ContentInfo(nullptr, &at, static_cast<long>(bytes.size())), &CMS_ContentInfo_free);
+  ASSERT_NE(cms, nullptr);
+  CMS_SignerInfo* const signer = sk_CMS_SignerInfo_value(CMS_get0_SignerInfos(cms.get()), 0);
+  const ASN1_OCTET_STRING* const value = CMS_SignerInfo_get0_signature(signer);
+  write_file(folder / "value", std::string(reinterpret_cast<const char*>(ASN1_STRING_get0_data(value)),
+                                           static_cast<std::size_t>(ASN1_STRING_length(value))));
+  const RunResult made = run(stamp_command(of_value ? "value" : "covered"));
+  ASSERT_EQ(made.code, 0) << made.output;
+  const std::string token = read_file(folder / "token");
+  ASSERT_EQ(CMS_unsigned_add1_attr_by_NID(signer, NID_id_smime_aa_timeStampToken, V_ASN1_SEQUENCE, token.data(),
+                                          static_cast<int>(token.size())),
+            1);
+  std::string stamped(static_cast<std::size_t>(i2d_CMS_ContentInfo(cms.get(), nullptr)), 0);
+  auto* to = reinterpret_cast<unsigned char*>(stamped.data());
+  i2d_CMS_ContentInfo(cms.get(), &to);
+  write_file(folder / "signature", stamped);
+  place();
+}
 
 TEST_F(Signatures, HoldUntilACoveredByteChanges) {
   if (!sign())
@@ -95,24 +151,30 @@ TEST_F(Signatures, HoldUntilACoveredByteChanges) {
 }
 
 TEST_F(Signatures, TimeStampsOfADocumentHoldUntilAByteChanges) {
-  write_file(folder / "serial", "01");
-  write_file(folder / "stamp.cnf",
-             "[req]\ndistinguished_name=dn\nx509_extensions=v3\nprompt=no\n[dn]\nCN=Clock\n[v3]\n"
-             "extendedKeyUsage=critical,timeStamping\n[tsa]\ndefault_tsa=t\n[t]\nserial=serial\n"
-             "signer_cert=cert.pem\nsigner_key=key.pem\nsigner_digest=sha256\ndefault_policy=1.2.3\n"
-             "digests=sha256\n");
-  if (!sign(
-          "ETSI.RFC3161",
-          "openssl req -x509 -newkey ec -pkeyopt ec_paramgen_curve:P-256 -nodes -keyout key.pem -out cert.pem -days 3 "
-          "-config stamp.cnf && openssl ts -query -data covered -sha256 -cert -out query && openssl ts -reply -config "
-          "stamp.cnf -queryfile query -token_out -out signature"))
+  set_up_clock();
+  if (!sign("ETSI.RFC3161", std::string(kClock) + " && " + stamp_command("covered") + " && mv token signature"))
     GTEST_SKIP() << "openssl is not installed";
-  const RunResult sound = sheaf("signatures in.pdf --trust cert.pem");
+  const RunResult sound = sheaf("signatures in.pdf --trust clock.pem");
   EXPECT_TRUE(sound.code == 0 && contains(sound, "Seal: valid, certificate trusted") && contains(sound, "Clock"))
       << sound.output;
   document[document.find("99 99")] = '8';
   write_file(folder / "spoilt.pdf", document);
   EXPECT_TRUE(contains(sheaf("signatures spoilt.pdf"), "Seal: changed"));
+}
+
+// The stamp of a signature is beside what was signed, and says when there was this signature and no other.
+TEST_F(Signatures, AStampAmongTheUnsignedAttributesIsOfItsOwnSignature) {
+  for (const bool of_value : {true, false}) {
+    set_up_clock();
+    if (!sign())
+      GTEST_SKIP() << "openssl is not installed";
+    ASSERT_EQ(run(kClock).code, 0);
+    stamp(of_value);
+    const RunResult said = sheaf("signatures in.pdf");
+    EXPECT_TRUE(contains(said, "Seal: valid")) << said.output;
+    EXPECT_TRUE(contains(said, of_value ? "Z, valid" : "Z, changed")) << said.output;
+    EXPECT_EQ(said.code, of_value ? 0 : 1);
+  }
 }
 
 TEST_F(Signatures, WhatChangedBehindThemIsNamed) {

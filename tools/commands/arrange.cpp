@@ -7,6 +7,7 @@
 #include "support/command_line.h"
 #include "support/edit_run.h"
 #include "support/inputs.h"
+#include "support/left_out.h"
 #include "support/merge_notes.h"
 #include "support/page_ranges.h"
 #include "support/signature_notes.h"
@@ -93,6 +94,8 @@ int write_selection(const ArrangeOptions& options) {
     complain(target.file, std::to_string(wanted - done) + " pages could not be read and were left out");
   if (!assembly.write(target.output, source.is_encrypted() ? &source : nullptr))
     return kExitFailed;
+  complain_about_losses(*assembly.merge, 0, target.file, source.is_encrypted());
+  remark_trailer_keys(source, target.file);
   report(output_name(target.output) + ": " + std::to_string(done) + " pages, " + std::to_string(assembly.size) +
          " bytes");
   const bool was_healed = !was_sound(source, target.file);

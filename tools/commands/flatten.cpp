@@ -3,6 +3,7 @@
 
 #include "sheaf/document/forms/flattener.h"
 #include "support/command_line.h"
+#include "support/left_out.h"
 #include "support/safe_output.h"
 #include "support/tool_support.h"
 #include "support/whole_file.h"
@@ -50,6 +51,7 @@ int run_flatten(const FlattenOptions& options) {
     return kExitFailed;
   const PDF_FLATTEN_REPORT& done = flattener.report();
   complain_about(done, options.file);
+  remark_trailer_keys(doc, output_name(options.output));
   report(output_name(options.output) + ": " + std::to_string(done.drawn) + " annotations drawn, " +
          std::to_string(done.hidden) + " hidden and " + std::to_string(done.blank) + " blank ones removed, on " +
          std::to_string(done.pages) + " pages");

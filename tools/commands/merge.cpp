@@ -8,6 +8,7 @@
 #include "support/changes.h"
 #include "support/command_line.h"
 #include "support/encryption.h"
+#include "support/left_out.h"
 #include "support/merge_notes.h"
 #include "support/page_ranges.h"
 #include "support/part_names.h"
@@ -85,6 +86,7 @@ int append_input(Assembly& assembly, const MergeOptions& options, std::size_t in
     complain(input.file, std::to_string(wanted - done) + " pages could not be read and were left out");
   complain_about_losses(*assembly.merge, static_cast<std::int32_t>(index), input.file,
                         !options.encryption.algorithm.empty());
+  remark_trailer_keys(source, input.file);
   const bool sound = was_sound(source, input.file);
   return sound && done == wanted && !assembly.has_unreadable() ? kExitClean : kExitProblems;
 }
@@ -169,6 +171,7 @@ int run_split(const SplitOptions& options) {
     if (!assembly.write(name, options.encryption))
       return kExitFailed;
   }
+  remark_trailer_keys(source, options.file);
   if (!was_sound(source, options.file))
     code = kExitProblems;
   if (!options.dry_run)
@@ -191,7 +194,7 @@ const Registration kMerge("merge", "Make", "Pages of several documents in one", 
   command.add_flag("--no-file-outline", options->no_file_outline, "No entry for each file above its outline");
   command.add_flag("--keep-equal-streams", options->keep_equal_streams, "Write equal streams as often as they came");
   command.add_flag("--dry-run", options->dry_run, "Say what becomes of everything, and write nothing");
-  command.add_option("--collate", options->collate, "So many pages of each input in turn; 1: one after the other")
+  command.add_option("--collate", options->collate, "So many pages of each input in turn; 1: page by page")
       ->check(Range{1, 1000000});
   add_pdfa(command, options->pdfa);
   add_encryption(command, options->encryption);

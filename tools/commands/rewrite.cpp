@@ -104,7 +104,8 @@ void remark_left_out(CPDFDoc& doc, const Counts& counts, const std::string& outp
   std::int64_t generations = 0;
   for (std::uint32_t num = 1; num < table.xref_count; ++num)
     generations += table.xref_items[num].type == 1 && table.xref_items[num].gen > 0 ? 1 : 0;
-  remark(output, "left out: " + std::to_string(counts.dropped) + " objects that nothing refers to");
+  if (counts.dropped != 0)
+    remark(output, "left out: " + std::to_string(counts.dropped) + " objects that nothing refers to");
   remark(output, "left out: the older versions of changed objects, and the sections that list them");
   remark_trailer_keys(doc, output);
   if (generations != 0)

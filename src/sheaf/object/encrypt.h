@@ -32,6 +32,10 @@ public:
   virtual int next_piece(const unsigned char* src, int len, unsigned char* dst) = 0;
   virtual int end_stream(unsigned char* dst) = 0;
 
+  /// To be called in front of a file with object streams, in which strings are encrypted as parts of streams: strings
+  /// and streams get one method where they had two, so that none loses its protection, and since few readers know two.
+  virtual void use_one_method() {}
+
   /// The encryption dictionary that goes into the file, as a direct dictionary.
   CPDFDictionary encrypt_dict;
 };

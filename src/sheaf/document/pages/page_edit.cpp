@@ -183,21 +183,15 @@ bool PageList::detach(int index, bool listed_before) {
   return true;
 }
 
-// Whether page `index` has all that it would inherit itself.
+// Whether nothing comes to page `index` from above, not even what it has itself: in linearized files there is none of
+// it.
 bool PageList::stands_alone(int index) {
   const PageListEntry& entry = pages_[static_cast<std::size_t>(index)];
   if (entry.node < 0)
     return false;
   const PDF_INHERITED& values = nodes.values(entry.node);
   const bool has_resources = values.has_direct_resources || values.resources.num != 0;
-  if (!has_resources && !values.has_media_box && !values.has_crop_box && values.rotate == 0)
-    return true;
-  const Freed<CPDFObj> page = table_.object(entry.ref);
-  const auto has = [&](const char* key) {
-    return page.as_dict() != nullptr && !nodes.is_absent(page.as_dict()->get_item(key));
-  };
-  return (!has_resources || has(CPDFDictionary::sm_tag_res)) && (!values.has_media_box || has("MediaBox")) &&
-         (!values.has_crop_box || has("CropBox")) && (values.rotate == 0 || has(CPDFDictionary::sm_tag_rotate));
+  return !has_resources && !values.has_media_box && !values.has_crop_box && values.rotate == 0;
 }
 
 bool PageList::is_sound_tree_of_lone_pages() {

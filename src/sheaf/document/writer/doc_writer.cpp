@@ -157,6 +157,8 @@ bool CPDFDocWriter::write_plainly(CQVStream& out, CPDFEncrypt* enc, const PDF_WR
   if (!survey.run(false) || !join_equals(survey, options) || !plan.make(table, options, kept_apart))
     return false;
   const bool section_stream = plan.has_streams() || (preserves_streams(options) && (table.xref_kinds & 2) != 0);
+  if (enc != nullptr && plan.has_streams())
+    enc->use_one_method();
   TargetFile file(out, enc);
   if (!file.reserve(plan.next_number()))
     return false;
@@ -205,6 +207,8 @@ bool CPDFDocWriter::write_linearized(CQVStream& out, CPDFEncrypt* enc, const PDF
   body_stream.file = open_unnamed_file(nullptr);
   if (body_stream.file == nullptr)
     return false;
+  if (enc != nullptr && streams)
+    enc->use_one_method();
   TargetFile body(body_stream, enc);
   ObjectWriter writer(doc_, plan, body, options, result_);
   LinearWriter file(order, plan, body, body_stream);

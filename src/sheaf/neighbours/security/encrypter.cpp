@@ -4,6 +4,7 @@
 #include <cstring>
 #include <new>
 
+#include "sheaf/base/scope_guard.h"
 #include "sheaf/neighbours/security/aes.h"
 #include "sheaf/neighbours/security/crypt_filter.h"
 #include "sheaf/neighbours/security/key_material.h"
@@ -15,6 +16,8 @@ using namespace sheaf;
 namespace {
 
 constexpr char kFilterName[] = "StdCF";
+constexpr char kStreamFilter[] = "StmF";
+constexpr char kStringFilter[] = "StrF";
 constexpr int kVersionOfLengths = 2;  // the "V" of a dictionary with a "Length" and without crypt filters
 constexpr int kByteBits = 8;
 constexpr int kBlock = static_cast<int>(kAesBlock);
@@ -98,8 +101,8 @@ void CPDFStandardEncrypt::fill_dict(const Settings& settings, const KeyParameter
   filter.set_item_int(CPDFDictionary::sm_tag_length, aes256 ? 32 : 16);
   filters.set_item_dict(kFilterName, &filter);
   encrypt_dict.set_item_dict("CF", &filters);
-  encrypt_dict.set_item_name("StmF", kFilterName);
-  encrypt_dict.set_item_name("StrF", kFilterName);
+  encrypt_dict.set_item_name(kStreamFilter, kFilterName);
+  encrypt_dict.set_item_name(kStringFilter, kFilterName);
   if (clear_metadata_)
     encrypt_dict.set_item_bool("EncryptMetadata", 0);
   filter.clear();
@@ -111,12 +114,26 @@ void CPDFStandardEncrypt::continue_with(const CPDFStandardSecHand& hand, const C
   key_ = hand.file_key();
   strings_ = hand.string_method();
   streams_ = hand.stream_method();
+  files_ = hand.file_method();
   clear_metadata_ = hand.encrypt_metadata == 0;
   encrypt_dict.copy_from(&dict);
   sign_permissions(encrypt_dict);
   // Without crypt filters "Length" is what readers go by, and it can be missing or false.
   if (hand.parameters().version == kVersionOfLengths)
     encrypt_dict.set_item_int(CPDFDictionary::sm_tag_length, hand.parameters().key_bytes * kByteBits);
+}
+
+void CPDFStandardEncrypt::use_one_method() {
+  if (strings_ == streams_)
+    return;
+  const bool takes_strings = streams_ == Method::kIdentity;
+  Cleared<CPDFDictionary> chosen;
+  chosen.set_item(kStreamFilter, encrypt_dict.get_item(takes_strings ? kStringFilter : kStreamFilter));
+  encrypt_dict.set_item(kStringFilter, chosen.get_item(kStreamFilter));
+  encrypt_dict.set_item(kStreamFilter, chosen.get_item(kStreamFilter));
+  streams_ = strings_ = takes_strings ? strings_ : streams_;
+  if (encrypt_dict.get_item("EFF") == nullptr)
+    files_ = streams_;
 }
 
 void CPDFStandardEncrypt::sign_permissions(CPDFDictionary& dict) {
@@ -146,7 +163,7 @@ bool CPDFStandardEncrypt::encrypts_stream(int num, int /*gen*/, const CPDFDictio
   else if (name != nullptr)
     present_ = std::strcmp(name, kFilterName) == 0 ? streams_ : Method::kIdentity;
   else if (hand_ != nullptr && type != nullptr && type->is_name("EmbeddedFile"))
-    present_ = hand_->file_method();
+    present_ = files_;
   const bool metadata = (type != nullptr && type->is_name("Metadata")) ||
                         (hand_ != nullptr && hand_->metadata_obj != 0 && hand_->metadata_obj == num);
   return present_ != Method::kIdentity && !(clear_metadata_ && metadata);

@@ -45,6 +45,7 @@ public:
   int begin_stream(int num, int gen, unsigned char* dst) override;
   int next_piece(const unsigned char* src, int len, unsigned char* dst) override;
   int end_stream(unsigned char* dst) override;
+  void use_one_method() override;
 
 private:
   using Method = CPDFStandardSecHand::Method;
@@ -58,6 +59,7 @@ private:
   sheaf::FileKey& key_;  // made in `key_room_`; wiped when it goes
   Method strings_ = Method::kAES256;
   Method streams_ = Method::kAES256;
+  Method files_ = Method::kAES256;
   Method present_ = Method::kAES256;  // of the stream that is being encrypted
   bool clear_metadata_ = false;
   const CPDFStandardSecHand* hand_ = nullptr;
