@@ -20,6 +20,7 @@ namespace {
 
 constexpr int kBold = 1;
 constexpr int kItalic = 2;
+constexpr int kMostWidth = 0xFFFF;  // of any glyph, font units
 constexpr int kEmbed = 8;
 constexpr int kThousand = 1000;
 
@@ -86,6 +87,7 @@ CPDFFontType0::~CPDFFontType0() {
   QVFree(text_of_);
   QVFree(first_further_);
   QVFree(first_composite_);
+  QVFree(widths_);
 }
 
 void CPDFFontType0::set_font_style(int style) {
@@ -326,7 +328,18 @@ int CPDFFontType0::glyph_width(unsigned code) {
     return to_thousandths(made->glyph.width, face_->units_per_em());
   if (glyph >= glyph_count_)
     return fix_to_thousandths(default_width);
-  return to_thousandths(face_->advance(glyph), face_->units_per_em());
+  return to_thousandths(face_width(glyph), face_->units_per_em());
+}
+
+// FreeType goes to the file for each.
+int CPDFFontType0::face_width(std::uint32_t glyph) {
+  if (widths_ == nullptr)
+    widths_ = static_cast<std::uint32_t*>(QVCalloc(glyph_count_, sizeof(std::uint32_t)));
+  if (widths_ == nullptr)
+    return face_->advance(glyph);
+  if (widths_[glyph] == 0)
+    widths_[glyph] = kFixed | static_cast<std::uint32_t>(std::clamp(face_->advance(glyph), 0, kMostWidth));
+  return static_cast<int>(widths_[glyph] & ~kFixed);
 }
 
 PDF_VERTICAL_METRICS CPDFFontType0::vertical_metrics(unsigned code) {

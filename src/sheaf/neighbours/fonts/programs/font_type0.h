@@ -125,6 +125,7 @@ private:
   bool flush_to_unicode(const sheaf::GrowArray<PDF_USED_GLYPH>& used);
   bool flush_program(const sheaf::GrowArray<PDF_USED_GLYPH>& used);
   int write_program(CQVStream* out, const CQVTTCodesRec& codes);
+  int face_width(std::uint32_t glyph);
 
   int style_ = 0;
   bool is_cff_ = false;
@@ -148,4 +149,5 @@ private:
   sheaf::GrowArray<Composite> composites_;  // glyphs behind those of the face
   sheaf::GrowArray<PDF_TT_PART> parts_;
   std::uint32_t* first_composite_ = nullptr;  // by its first part, 1 more than the place
+  std::uint32_t* widths_ = nullptr;           // of the face's glyphs, units and kFixed; 0: not asked for yet
 };
