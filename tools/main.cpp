@@ -1,5 +1,7 @@
 // The command line. Each command is in a file of its own in commands/, and registers itself there.
 #include <algorithm>
+#include <cstdio>
+#include <new>
 
 #include <CLI/CLI.hpp>
 
@@ -35,10 +37,7 @@ bool knows_command(const CLI::App& app, int argc, char** argv) {
   return false;
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
-  prepare_process();
+int run(int argc, char** argv) {
   CLI::App app("sheaf: the objects of a PDF file, read, checked and changed");
   app.require_subcommand(1);
   app.set_version_flag("--version", std::string("sheaf ") + sheaf_version(), "The version, and nothing else");
@@ -53,4 +52,18 @@ int main(int argc, char** argv) {
     return finished(app.exit(error) == 0 ? kExitClean : kExitFailed);
   }
   return finished(code);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  prepare_process();
+  try {
+    return run(argc, argv);
+  } catch (const std::bad_alloc&) {
+    std::fputs("sheaf: there is not enough memory; nothing more was done\n", stderr);
+  } catch (...) {
+    std::fputs("sheaf: stopped by a fault of its own; nothing more was done\n", stderr);
+  }
+  return kExitFailed;
 }

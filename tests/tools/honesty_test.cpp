@@ -50,9 +50,8 @@ TEST_F(Honesty, WithoutItsLibraryNothingIsEncryptedAndTheReasonIsSaid) {
   };
   if (without("--version").code != 0)
     GTEST_SKIP() << "this build loads libcrypto at its start";
-  for (const char* arguments :
-       {"rewrite in.pdf out.pdf --encrypt aes256 --user-password u", "rewrite --password u locked.pdf out.pdf",
-        "signatures --trust in.pdf in.pdf"}) {
+  for (const char* arguments : {"rewrite in.pdf out.pdf --encrypt aes256 --user-password u",
+                                "rewrite --password u locked.pdf out.pdf", "signatures --trust in.pdf in.pdf"}) {
     const RunResult result = without(arguments);
     EXPECT_EQ(result.code, 2) << arguments;
     EXPECT_TRUE(contains(result, "libcrypto")) << result.output;

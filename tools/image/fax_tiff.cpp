@@ -1,4 +1,5 @@
 // CCITT data in the frame of a TIFF file, as they are.
+#include <cmath>
 #include <cstring>
 #include <string>
 
@@ -40,7 +41,7 @@ public:
     constexpr std::uint32_t kParts = 1000;
     const std::uint32_t behind = at_ + 2 + 12 * entries + 4;
     entry(tag, 5, behind + static_cast<std::uint32_t>(values_.size()));
-    put(values_, static_cast<std::uint32_t>(value * kParts + 0.5), 4);
+    put(values_, static_cast<std::uint32_t>(std::lround(value * kParts)), 4);
     put(values_, kParts, 4);
   }
   std::string bytes() const {

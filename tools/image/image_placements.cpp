@@ -80,7 +80,7 @@ private:
     const CPDFObj* const item = key != nullptr ? objects.get_item(key) : nullptr;
     const PDF_REF ref = ref_of(item);
     work_ += kLeastWork;
-    if (ref.num < 1 || depth > kMostDepth || placements_.places_.count(ref.num) != 0)
+    if (ref.num < 1 || depth > kMostDepth || placements_.places_.contains(ref.num))
       return;
     Freed<CPDFObj> obj = table_.object(ref);
     const CPDFDictionary* dict = obj.as_dict_or_stream();

@@ -2,6 +2,7 @@
 #include "image/png_steps.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 
 namespace sheaf::tool {
@@ -88,8 +89,8 @@ bool png_begin(PngOutput& output, CQVStream* out, const PngLayout& layout) {
   if (layout.profile != nullptr)
     png_set_iCCP(output.png, output.info, "ICC profile", PNG_COMPRESSION_TYPE_BASE, layout.profile, layout.profile_len);
   if (layout.dots_x > 0 && layout.dots_y > 0)
-    png_set_pHYs(output.png, output.info, static_cast<png_uint_32>(layout.dots_x * kInchesPerMetre + 0.5),
-                 static_cast<png_uint_32>(layout.dots_y * kInchesPerMetre + 0.5), PNG_RESOLUTION_METER);
+    png_set_pHYs(output.png, output.info, static_cast<png_uint_32>(std::lround(layout.dots_x * kInchesPerMetre)),
+                 static_cast<png_uint_32>(std::lround(layout.dots_y * kInchesPerMetre)), PNG_RESOLUTION_METER);
   png_write_info(output.png, output.info);
   return true;
 }

@@ -57,7 +57,7 @@ std::string name_text(const char* name, JsonForm form) {
   if (form == JsonForm::kQpdf) {
     CPDFObj value{};
     value.set_name(text.data(), text.size());
-    const std::string out = is_utf8(text) ? "/" + std::string(text) : "n:" + syntax_text(value);
+    std::string out = is_utf8(text) ? "/" + std::string(text) : "n:" + syntax_text(value);
     value.free();
     return out;
   }

@@ -62,8 +62,10 @@ std::string SafeNames::path_for(const std::string& name) {
   struct stat there = {};
   for (int& number = numbers_[lower(base)];;) {
     ++number;
-    const std::string chosen = number == 1 ? base : stem + " (" + std::to_string(number) + ")" + extension;
-    const std::string path = folder_ + "/" + chosen;
+    std::string chosen = base;
+    if (number != 1)
+      chosen = (stem + " (").append(std::to_string(number)).append(")").append(extension);
+    std::string path = folder_ + "/" + chosen;
     if (lstat(path.c_str(), &there) != 0 && taken_.insert(lower(chosen)).second)
       return path;
   }
