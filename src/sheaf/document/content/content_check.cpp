@@ -411,7 +411,7 @@ bool ContentChecker::is_absent(State& state, std::string_view name) {
   if (!key.resize(name.size() + 1))
     return false;
   std::copy(name.begin(), name.end(), key.begin());
-  const CPDFObj* const item = group.as_dict() != nullptr ? group.as_dict()->get_item(key.begin()) : nullptr;
+  const CPDFObj* const item = group.item(key.begin());
   if (item == nullptr || doc_.is_absent(item))
     return true;
   if (kind == kXObject)
