@@ -36,20 +36,20 @@ bool encrypt(const char* path, const char* encrypted) {
   return enc.create(settings, no_identifier) && write_file(doc, encrypted, &enc);
 }
 
-// Opens with `password` and tells what came of it.
+// Opens with `password` and prints how that went.
 bool try_password(CPDFDoc& doc, const char* path, const char* password) {
   using Outcome = CPDFStandardSecHand::Outcome;
   doc.set_password(password);
   if (!doc.open(path))
     return false;
   const Outcome outcome = doc.handler().outcome();
-  const char* const told = outcome == Outcome::kOpenedAsUser    ? "opened, with the user's rights"
+  const char* const said = outcome == Outcome::kOpenedAsUser    ? "opened, with the user's rights"
                            : outcome == Outcome::kOpenedAsOwner ? "opened, with all rights"
                            : outcome == Outcome::kNeedsPassword ? "needs a password"
                            : outcome == Outcome::kWrongPassword ? "the password is wrong"
                            : outcome == Outcome::kUnsupported   ? "this handler is not known"
                                                                 : "the dictionary is damaged";
-  std::printf("%-20s %s\n", password != nullptr ? password : "(none)", told);
+  std::printf("%-20s %s\n", password != nullptr ? password : "(none)", said);
   return doc.is_readable();
 }
 

@@ -226,7 +226,7 @@ sheaf_code sheaf_page_add_content(sheaf_document* doc, int32_t page, const void*
 sheaf_code sheaf_value_content(const sheaf_value* stream, sheaf_content** out);
 /* Goes to the next operator; 0 at the end. */
 int32_t sheaf_content_next(sheaf_content* content);
-/* The name of the operator; its operands; the whole of it as it stands. Borrowed; valid until the next step. */
+/* The name of the operator; its operands; the whole of it, byte for byte. Borrowed; valid until the next step. */
 const char* sheaf_content_name(const sheaf_content* content);
 int32_t sheaf_content_size(const sheaf_content* content);
 sheaf_kind sheaf_content_kind(const sheaf_content* content, int32_t operand);
@@ -255,7 +255,7 @@ sheaf_kind sheaf_value_kind(const sheaf_value* value);
 int32_t sheaf_value_number(const sheaf_value* value);
 /* Elements of an array, entries of a dictionary. */
 int32_t sheaf_value_size(const sheaf_value* value);
-/* What stands under `key` or, where that is NULL, at `index`; references are followed. A null value is none to fail. */
+/* The value of `key` or, where that is NULL, at `index`, references followed; a null value where there is none. */
 sheaf_code sheaf_value_get(const sheaf_value* value, const char* key, int32_t index, sheaf_value** out);
 /* Key number `index` of a dictionary. Borrowed; valid until the dictionary changes. NULL when there is none. */
 const char* sheaf_value_key(const sheaf_value* value, int32_t index);

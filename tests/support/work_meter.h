@@ -15,7 +15,7 @@
 #include "sheaf/xref/xref_table.h"
 
 /// Behind the heap family: what was asked for in all. A block grown in place costs what it grew by,
-/// for which its size stands in front of it.
+/// so its size is kept in front of it.
 class CountedHeap {
 public:
   CountedHeap() {

@@ -63,7 +63,7 @@ int pack_share(CPDFXRefTable& table, PDF_WRITE_OPTIONS options, std::FILE* file,
   std::int64_t streams = 0;
   for (std::uint32_t num = 1; num < table.xref_count; ++num) {
     Freed<CPDFObj> obj;
-    table.get_stored(obj, {static_cast<std::int32_t>(num), 0});
+    table.get_stored(obj, PDF_REF::at(num));
     CPDFStreamRec* const rec = obj.as_stream();
     if (rec == nullptr || is_packed_elsewhere(*rec) || streams++ % count != part)
       continue;

@@ -210,9 +210,9 @@ void for_each_image(CPDFXRefTable& table, const char* what, const Use& use) {
     Freed<CPDFObj> obj;
     CPDFImage image;
     progress.show(num);
-    table.get_stored(obj, {static_cast<std::int32_t>(num), 0});
+    table.get_stored(obj, PDF_REF::at(num));
     if (obj.tag == kTagStream && image.load(table, obj))
-      use(static_cast<std::int32_t>(num), image);
+      use(object_num(num), image);
   }
 }
 

@@ -77,7 +77,7 @@ private:
   void search_unlisted(std::uint32_t num) {
     has_searched_ = table_.listed.leave_out(num);
     if (has_searched_)
-      table_.locate(static_cast<std::int32_t>(num));
+      table_.locate(object_num(num));
   }
 
   void check_object(std::int32_t num, const PDF_XREF& entry) {

@@ -26,7 +26,7 @@ public:
   std::int32_t* cur_line = nullptr;
   std::int32_t last_change = 0;  ///< Where the search for b1 last stopped in `ref_line`.
   std::int32_t eol_padded = 0;   ///< Not 0: end-of-line codes end on a byte boundary.
-  std::int32_t end_of_line = 0;  ///< "EndOfLine": only what cannot be told from the data depends on it.
+  std::int32_t end_of_line = 0;  ///< "EndOfLine": matters only where the data leave it open.
 
   CPDFStreamFAX(std::uint8_t* block, std::int32_t len) : CPDFStream(block, len) { filter_type = kFilterCCITTFax; }
   ~CPDFStreamFAX() override;

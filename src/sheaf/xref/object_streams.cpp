@@ -323,7 +323,7 @@ bool load_objstm(CPDFXRefTable& table, const PDF_REF& ref, PDF_OBJSTM& before, P
 
 // Objects whose stream only their own entries name are read here and nowhere else.
 void note_unlisted(CPDFXRefTable& table, std::int32_t num, std::uint32_t offset) {
-  if (num > 0 && static_cast<std::uint32_t>(num) < table.xref_count && !table.xref_items[num].is_in_file())
+  if (num > 0 && object_index(num) < table.xref_count && !table.xref_items[num].is_in_file())
     table.repairs.note(PDF_REPAIR::kContainerUnlisted, num, offset);
 }
 

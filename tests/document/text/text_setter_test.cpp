@@ -80,7 +80,7 @@ TEST_F(Setter, LinesEndWhereTheTextAllowsIt) {
 
 TEST_F(Setter, WordsFromTheRightAreShownInTheOrderOfReading) {
   set("a \u05D0\u05D1 b");
-  // 260 + 255, then two letters of 285 and 280 whose first one stands at the right.
+  // 260 + 255, then two letters of 285 and 280 the first of which is at the right.
   // Readers that sort by place would take the space at its right for a part of the word.
   EXPECT_EQ(shown(0),
             "[<00020001>-285] TJ\n/Span<</ActualText<FEFF05D0200E>>>BDC\n[<0006>] TJ\nEMC\n"
