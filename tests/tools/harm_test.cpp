@@ -62,6 +62,7 @@ struct Harm : testing::Test {
     const pid_t child = fork();
     if (child != 0)
       return child;
+    std::signal(SIGINT, SIG_DFL);  // which a shell ignores for what it starts in the background
     if (kind == Files::kNamed && !refuse_unnamed_files())
       _exit(kNoFilter);
     if (chdir(folder.str().c_str()) == 0 && setenv("TMPDIR", "tmp", 1) == 0 && std::freopen("/dev/null", "w", stdout) &&
