@@ -14,7 +14,8 @@ std::string full(const std::string& name) {
       .obj(1, "<</Type/Catalog/Pages 2 0 R/OpenAction[4 0 R/Fit]/Lang(" + name +
                   ")/Names 10 0 R/Outlines 12 0 R/PageLabels<</Nums[0<</S/r>>1<</P(" + name +
                   ")>>]>>/OCProperties 15 0 R/AcroForm<</Fields[18 0 R 19 0 R]/CO[19 0 R 18 0 R]>>"
-                  "/PageMode/UseOutlines/Metadata 21 0 R/LastModified(" + name + ")>>")
+                  "/PageMode/UseOutlines/Metadata 21 0 R/LastModified(" +
+                  name + ")>>")
       .obj(3, "<</Type/Page/Parent 2 0 R/Annots[18 0 R 19 0 R 23 0 R]>>")
       .obj(10,
            "<</Dests<</Names[(place)[4 0 R/FitH 7]]>>/EmbeddedFiles<</Names[(file)11 0 R]>>/JavaScript<</Names["

@@ -9,7 +9,8 @@ namespace {
 std::string tagged(const std::string& role, const std::string& language) {
   PdfBuilder builder;
   builder.pages(2)
-      .obj(1, "<</Type/Catalog/Pages 2 0 R/StructTreeRoot 10 0 R/MarkInfo<</Marked true/UserProperties true>>/Lang(" + language + ")>>")
+      .obj(1, "<</Type/Catalog/Pages 2 0 R/StructTreeRoot 10 0 R/MarkInfo<</Marked true/UserProperties true>>/Lang(" +
+                  language + ")>>")
       .obj(3, "<</Type/Page/Parent 2 0 R/StructParents 0/Resources<</XObject<</F 20 0 R>>>>/Contents 22 0 R>>")
       .obj(4, "<</Type/Page/Parent 2 0 R/StructParents 1/Annots[21 0 R]>>")
       .obj(10,

@@ -8,9 +8,9 @@
 #include <cstdio>
 #include <cstring>
 
+#include "sheaf/base/lazy_library.h"
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/neighbours/fonts/environment.h"
-#include "sheaf/base/lazy_library.h"
 
 #endif
 

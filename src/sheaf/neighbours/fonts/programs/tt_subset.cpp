@@ -2,8 +2,8 @@
 #include <hb-subset.h>
 
 #include "sheaf/base/heap.h"
-#include "sheaf/base/scope_guard.h"
 #include "sheaf/base/lazy_library.h"
+#include "sheaf/base/scope_guard.h"
 #include "sheaf/neighbours/fonts/programs/tt_bytes_internal.h"
 #include "sheaf/neighbours/fonts/programs/tt_composites_internal.h"
 #include "sheaf/neighbours/fonts/programs/tt_writer.h"
