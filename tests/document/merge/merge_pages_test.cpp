@@ -172,6 +172,13 @@ TEST(DocMergePages, OnePageListedVeryOftenStaysSmall) {
   EXPECT_LT(merged.doc.table().xref_count, 4u * CPDFDoc::kMostPageCopies);
 }
 
+std::int32_t image_of(CPDFDoc& doc, int page, const char* name) {
+  const Freed<CPDFObj> dict = doc.table().object(doc.page_ref(page));
+  const Freed<CPDFObj> resources = doc.table().value(dict.as_dict(), "Resources");
+  const Freed<CPDFObj> images = doc.table().value(resources.as_dict(), "XObject");
+  return images.as_dict()->get_item(name)->as_ref().num;
+}
+
 TEST(DocMergePages, EqualStreamsAreWrittenOnce) {
   const auto source = [](const std::string& mask, const std::string& other) {
     PdfBuilder builder;
@@ -188,16 +195,35 @@ TEST(DocMergePages, EqualStreamsAreWrittenOnce) {
   for (const char* mask : {"", "", "x"})
     ASSERT_EQ(merged.append(source(mask, mask[0] != 0 ? "/Odd 1" : ""), {0}), 1);
   CPDFDoc& doc = merged.saved();
-  const auto image = [&](int page, const char* name) {
-    const Freed<CPDFObj> dict = doc.table().object(doc.page_ref(page));
-    const Freed<CPDFObj> resources = doc.table().value(dict.as_dict(), "Resources");
-    const Freed<CPDFObj> images = doc.table().value(resources.as_dict(), "XObject");
-    return images.as_dict()->get_item(name)->as_ref().num;
-  };
+  const auto image = [&](int page, const char* name) { return image_of(doc, page, name); };
   EXPECT_EQ(image(0, "I"), image(1, "I"));
   EXPECT_NE(image(0, "I"), image(2, "I"));  // its mask differs
   EXPECT_EQ(image(0, "J"), image(1, "J"));
   EXPECT_NE(image(0, "J"), image(2, "J"));  // its dictionary differs
+}
+
+// Two images of one document are equal once their masks are one: the first gives way to the second, which gives way
+// to that of the document before.
+TEST(DocMergePages, AStreamThatGaveWayToOneThatGivesWayIsNotLost) {
+  PdfBuilder builder;
+  builder.pages(1)
+      .obj(3, "<</Type/Page/Parent 2 0 R/Resources<</XObject<</I 4 0 R/J 6 0 R>>>>>>")
+      .stream(4, "/Subtype/Image/SMask 5 0 R", std::string(100, 'i'))
+      .stream(5, "/Subtype/Image", std::string(100, 'm'))
+      .stream(6, "/Subtype/Image/SMask 7 0 R", std::string(100, 'i'))
+      .stream(7, "/Subtype/Image", std::string(100, 'm'))
+      .classic();
+  Merged merged;
+  merged.merge.set_options({PDF_MERGE_FILES::kAll, true, true});
+  for (int i = 0; i < 3; ++i)
+    ASSERT_EQ(merged.append(builder.str(), {0}), 1);
+  CPDFDoc& doc = merged.saved();
+  const std::int32_t first = image_of(doc, 0, "I");
+  EXPECT_NE(doc.table().object({first, 0}).as_stream(), nullptr);
+  for (int page = 0; page < 3; ++page) {
+    for (const char* name : {"I", "J"})
+      EXPECT_EQ(image_of(doc, page, name), first) << page << name;
+  }
 }
 
 }  // namespace

@@ -165,14 +165,20 @@ bool SharedStreams::find_equals(const MergeSource& source) {
   return found;
 }
 
+// What takes the place of a stream; 0 where it keeps it. That can have given way to an older one in the same round.
+std::int32_t SharedStreams::last_same(std::int32_t num) const {
+  std::int32_t last = 0;
+  while (num >= first_num_ && (num = same_as_.get(num - first_num_ + 1)) != 0)
+    last = num;
+  return last;
+}
+
 void SharedStreams::redirect(const MergeSource& source) {
   GrowArray<CPDFObj*> waiting;
   for (std::uint32_t i = source.first_slot; i < table_.new_obj_count; ++i) {
     PDF_NEWOBJ& slot = table_.new_objs[i];
     each_reference(slot.obj, waiting, [this](CPDFObj& ref) {
-      const std::int32_t num = ref.as_ref().num;
-      const std::int32_t same = num >= first_num_ ? same_as_.get(num - first_num_ + 1) : 0;
-      if (same != 0)
+      if (const std::int32_t same = last_same(ref.as_ref().num); same != 0)
         ref.set_ref({same, 0});
     });
   }

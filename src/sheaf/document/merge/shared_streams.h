@@ -29,8 +29,8 @@ private:
   std::int32_t find(std::int32_t num, const CPDFStreamRec& stream);
   bool is_same(const Known& known, const CPDFStreamRec& stream);
   bool digest_of(const CPDFStreamRec& stream, std::uint64_t& digest);
+  std::int32_t last_same(std::int32_t num) const;
   void redirect(const MergeSource& source);
-  void redirect(CPDFObj& value);
   bool grow_index();
   const CPDFStreamRec* stored(std::int32_t num) const;
 
