@@ -397,7 +397,13 @@ PDF_OBJSTM* get(CPDFXRefTable& table, unsigned int offset, const PDF_REF& ref, W
   PDF_OBJSTM entry{};
   entry.offset = place_in_file;
   entry.recent = 1;
-  PDF_OBJSTM* const stored = load_objstm(table, ref, before, entry) ? store_objstm(table, entry) : nullptr;
+  const HeapWatch watch;
+  bool is_loaded = load_objstm(table, ref, before, entry);
+  if (is_loaded && !watch.all_granted()) {  // kept like this, it would be a stream without objects from now on
+    release_all(entry);
+    is_loaded = false;
+  }
+  PDF_OBJSTM* const stored = is_loaded ? store_objstm(table, entry) : nullptr;
   QVFree(before.refs);
   if (known == nullptr && stored != nullptr)
     note_unlisted(table, ref.num, offset);
