@@ -19,7 +19,7 @@ using namespace sheaf::tool;
 int finished(int code) {
   if (!finish_standard_output())
     return kExitFailed;
-  if (code != kExitClean || sheaf::heap_refusals() == 0)
+  if (code == kExitFailed || sheaf::heap_refusals() == 0)
     return code;
   std::fputs("sheaf: there was not enough memory for everything; parts may be missing\n", stderr);
   return kExitProblems;
@@ -64,6 +64,10 @@ int run(int argc, char** argv) {
 
 int main(int argc, char** argv) {
   prepare_process();
+  std::set_new_handler([] {
+    sheaf::note_heap_refusal();
+    throw std::bad_alloc();
+  });
   try {
     return run(argc, argv);
   } catch (const std::bad_alloc&) {

@@ -199,7 +199,8 @@ Expected<std::array<std::uint8_t, 32>> Seal::sha256() const {
       [&context](std::span<const std::uint8_t> bytes) { EVP_DigestUpdate(context.get(), bytes.data(), bytes.size()); });
   if (!read)
     return read.error();
-  EVP_DigestFinal_ex(context.get(), result.data(), nullptr);
+  if (EVP_DigestFinal_ex(context.get(), result.data(), nullptr) != 1)
+    return layer::error_of(Code::kNoMemory, "there is no memory for a digest");
   return result;
 }
 
