@@ -5,9 +5,8 @@
 
 #include "sheaf/object/array.h"
 #include "sheaf/object/dictionary.h"
-#include "sheaf/object/encrypt.h"
 #include "sheaf/object/references.h"
-#include "sheaf/object/stream_rec.h"
+#include "sheaf/object/security.h"
 #include "support/failing_heap.h"
 #include "support/same_value.h"
 #include "support/test_table.h"

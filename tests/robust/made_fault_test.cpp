@@ -8,7 +8,7 @@
 #include "sheaf/document/images/image.h"
 #include "sheaf/neighbours/fonts/environment.h"
 #include "sheaf/neighbours/fonts/programs/font_type0.h"
-#include "sheaf/neighbours/page/bmp32.h"
+#include "sheaf/neighbours/page/page.h"
 #include "sheaf/object/array.h"
 #include "support/external_tool.h"
 #include "support/fault_frame.h"

@@ -3,8 +3,7 @@
 #include <map>
 
 #include "sheaf/document/diff/doc_diff.h"
-#include "sheaf/document/signatures/signature_check.h"
-#include "sheaf/document/signatures/signature_list.h"
+#include "sheaf/document/signatures/signatures.h"
 #include "support/command_line.h"
 #include "support/inputs.h"
 #include "support/json_values.h"

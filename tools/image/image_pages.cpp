@@ -12,7 +12,7 @@
 #include "image/image_probe.h"
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/base/wide_text.h"
-#include "sheaf/neighbours/page/bmp32.h"
+#include "sheaf/neighbours/page/page.h"
 #include "sheaf/object/array.h"
 #include "support/inputs.h"
 #include "support/tool_support.h"

@@ -18,8 +18,8 @@
 #include <utility>
 
 #include "sheaf/document/content/content_reader.h"
-#include "sheaf/layer/data.h"
 #include "sheaf/layer/object.h"
+#include "sheaf/layer/result.h"
 
 namespace sheaf {
 

@@ -16,9 +16,8 @@
 #include "sheaf/document/forms/form_filler.h"
 #include "sheaf/document/merge/doc_merge.h"
 #include "sheaf/layer/node_internal.h"
-#include "sheaf/layer/progress.h"
 #include "sheaf/layer/result.h"
-#include "sheaf/layer/storage.h"
+#include "sheaf/layer/storage_internal.h"
 #include "sheaf/layer/value.h"
 
 namespace sheaf::layer {

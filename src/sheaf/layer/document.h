@@ -1,7 +1,9 @@
 // A document, opened or new. It moves and does not copy; one thread uses it at a time, with all that was asked of it.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <span>
 #include <string>
@@ -11,10 +13,8 @@
 #include "sheaf/layer/core_ref.h"
 #include "sheaf/layer/pages.h"
 #include "sheaf/layer/parts.h"
-#include "sheaf/layer/progress.h"
 #include "sheaf/layer/result.h"
 #include "sheaf/layer/signing.h"
-#include "sheaf/layer/storage.h"
 #include "sheaf/layer/value.h"
 
 class CPDFDoc;
@@ -25,6 +25,17 @@ namespace sheaf {
 struct OpenOptions {
   std::string password = {};       ///< UTF-8. The empty one is always tried.
   ProgressFunction progress = {};  ///< For opening and for all that is done with the document.
+};
+
+/// An application's own storage as the source, and where wanted the target, of a document: three functions over bytes
+/// that have places. They are called in the thread that uses the document.
+struct Storage {
+  /// Puts up to `size` bytes from `offset` on into `to`; their count, less than `size` at the end only.
+  std::function<std::size_t(std::uint64_t offset, std::uint8_t* to, std::size_t size)> read;
+  /// How many bytes there are.
+  std::function<std::uint64_t()> size;
+  /// Takes `size` bytes for `offset` and on, which may lie behind the end; their count. Empty: nothing is written.
+  std::function<std::size_t(std::uint64_t offset, const std::uint8_t* from, std::size_t size)> write;
 };
 
 enum class Cipher { kAes256, kAes128, kRc4 };

@@ -11,7 +11,6 @@
 #include <vector>
 
 #include "sheaf/layer/core_ref.h"
-#include "sheaf/layer/data.h"
 #include "sheaf/layer/result.h"
 #include "sheaf/layer/value.h"
 

@@ -17,7 +17,6 @@
 #include <string>
 #include <string_view>
 
-#include "sheaf/layer/data.h"
 #include "sheaf/layer/object.h"
 #include "sheaf/layer/result.h"
 #include "sheaf/object/array.h"

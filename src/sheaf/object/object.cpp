@@ -9,7 +9,6 @@
 #include "sheaf/base/wide_text.h"
 #include "sheaf/object/array.h"
 #include "sheaf/object/dictionary.h"
-#include "sheaf/object/stream_rec.h"
 
 using namespace sheaf;
 

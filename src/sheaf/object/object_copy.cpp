@@ -7,7 +7,6 @@
 #include "sheaf/object/array.h"
 #include "sheaf/object/dictionary.h"
 #include "sheaf/object/object.h"
-#include "sheaf/object/stream_rec.h"
 #include "sheaf/object/work_stack_internal.h"
 
 using namespace sheaf;

@@ -11,8 +11,7 @@
 #include "sheaf/object/dictionary.h"
 #include "sheaf/object/object.h"
 #include "sheaf/object/parse_buf.h"
-#include "sheaf/object/sec_hand.h"
-#include "sheaf/object/stream_rec.h"
+#include "sheaf/object/security.h"
 #include "sheaf/object/value_grammar_internal.h"
 #include "sheaf/object/work_stack_internal.h"
 

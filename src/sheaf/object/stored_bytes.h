@@ -5,8 +5,8 @@
 #include <cstdint>
 
 #include "sheaf/base/scope_guard.h"
+#include "sheaf/object/dictionary.h"
 #include "sheaf/object/object.h"
-#include "sheaf/object/stream_rec.h"
 
 class CPDFSecHand;
 class CQVStream;

@@ -29,7 +29,6 @@
 #include "sheaf/object/array.h"
 #include "sheaf/object/dictionary.h"
 #include "sheaf/object/object.h"
-#include "sheaf/object/stream_rec.h"
 #include "sheaf/xref/guards.h"
 
 class CPDFAcroForm;

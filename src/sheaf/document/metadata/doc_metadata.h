@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "sheaf/document/save/save_kinds.h"
+#include "sheaf/document/doc.h"
 #include "sheaf/xref/xref_table.h"
 
 namespace sheaf {

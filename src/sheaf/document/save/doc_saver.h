@@ -13,7 +13,7 @@
 #include <cstdint>
 
 #include "sheaf/base/stream_update.h"
-#include "sheaf/document/save/save_kinds.h"
+#include "sheaf/document/doc.h"
 #include "sheaf/xref/xref_table.h"
 
 class CPDFDoc;

@@ -8,7 +8,6 @@
 #include "sheaf/object/array.h"
 #include "sheaf/object/dictionary.h"
 #include "sheaf/object/scalar_print.h"
-#include "sheaf/object/stream_rec.h"
 #include "sheaf/xref/xref_table.h"
 
 namespace sheaf {

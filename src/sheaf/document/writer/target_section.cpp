@@ -11,7 +11,7 @@
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/document/writer/deflater.h"
 #include "sheaf/object/array.h"
-#include "sheaf/object/stream_rec.h"
+#include "sheaf/object/dictionary.h"
 
 namespace sheaf {
 
