@@ -33,7 +33,7 @@ std::string numbered(int count, char letter) {
   return builder.classic().str();
 }
 
-// The texts that the pages show, one behind the other.
+// The texts that the pages show, one after the other.
 std::string texts(const Document& doc) {
   std::string all;
   for (const Page& page : doc.pages()) {

@@ -161,7 +161,7 @@ TEST(Faults, WhileImagesAreMadeInATemporaryFile) {
   make_images_with_faults("images in a temporary file", true);
 }
 
-// An image of every decoder, some behind others.
+// An image of every decoder, some after others.
 std::string image_document() {
   const std::string picture = smooth_picture(kSide, kSide, 3);
   const std::string jpeg = make_jpeg(picture, kSide, kSide, {.subsampled = true});
@@ -236,7 +236,7 @@ std::string describe_font(CPDFXRefTable& table, const CPDFObj& obj) {
          TestTable::syntax(descriptor) + data_of(*top, "ToUnicode") + data_of(*descriptor.as_dict(), "FontFile2");
 }
 
-// Two fonts with a save behind the first glyphs, one behind a later one, and a complete file at the end.
+// Two fonts with a save after the first glyphs, one after a later one, and a complete file at the end.
 bool make_fonts(const std::string& folder, Trial& run) {
   CPDFDoc doc;
   if (!doc.create(&run.source))

@@ -1,4 +1,4 @@
-// sheaf signatures: who signed what, whether the signatures hold, and what was changed behind them.
+// sheaf signatures: who signed what, whether the signatures hold, and what was changed after them.
 #include <cstdio>
 #include <map>
 
@@ -53,7 +53,7 @@ const char* trust_text(PDF_SIGNER_TRUST trust) {
   }
 }
 
-// Objects that differ behind a signature, counted by kind.
+// Objects that differ after a signature, counted by kind.
 class Changes : public CPDFDiffSink {
 public:
   struct Change {

@@ -230,7 +230,7 @@ void add_outline(CPDFXRefTable& table, const std::vector<OutlineEntry>& entries)
   table.store_object(table.root.as_ref(), catalog);
 }
 
-// A length such as "210mm" at the start of `text`; `text` loses it. False when there is none.
+// The number at the start of `text`, which loses it. False without one.
 bool take_number(std::string& text, double& value) {
   char* end = nullptr;
   value = std::strtod(text.c_str(), &end);

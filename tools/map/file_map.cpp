@@ -12,7 +12,7 @@ namespace sheaf::tool {
 
 namespace {
 
-constexpr std::uint32_t kOffsetSlack = 16;  // an entry may point this far in front of its object
+constexpr std::uint32_t kOffsetSlack = 16;  // an entry may point this far before its object
 
 class MapMaker {
 public:
@@ -156,7 +156,7 @@ bool MapMaker::add_members(const FilePart& part, Revision& revision, VisitedSet&
   });
 }
 
-// Bytes in front of the header, where a file has them: offsets do not count them, the picture does.
+// Bytes before the header, where a file has them: offsets do not count them, the picture does.
 void MapMaker::show_front() {
   const auto front = static_cast<std::uint32_t>(doc_.header_offset());
   map_.size = static_cast<std::uint32_t>(table_.stream->GetLen()) + front;

@@ -40,7 +40,7 @@ public:
   void set_open();
 
   /// The document below, with all changes of values in it.
-  CPDFDoc& settled();
+  CPDFDoc& updated_doc();
   /// The same, and a form and a merge under way finished.
   CPDFDoc& finished();
   /// The document below as it is, for reading what values cannot have changed.
@@ -50,7 +50,7 @@ public:
   /// The value of object `num`.
   Value object(std::int32_t num);
   Value root() { return trailer_value(table().root, Node::kRoot); }
-  /// The document information, made when there is none and `make` is set.
+  /// The document information, made if it is missing and `make` is set.
   Value info(bool make);
   /// Gives `value` a number of its own.
   Value add(Object value);

@@ -34,7 +34,7 @@ struct Storage {
   std::function<std::size_t(std::uint64_t offset, std::uint8_t* to, std::size_t size)> read;
   /// How many bytes there are.
   std::function<std::uint64_t()> size;
-  /// Takes `size` bytes for `offset` and on, which may lie behind the end; their count. Empty: nothing is written.
+  /// Takes `size` bytes for `offset` and on, which may lie after the end; their count. Empty: nothing is written.
   std::function<std::size_t(std::uint64_t offset, const std::uint8_t* from, std::size_t size)> write;
 };
 
@@ -122,7 +122,7 @@ public:
   Pages pages(std::int32_t first, std::int32_t end) const { return Pages(core_, first, end); }
   /// The catalogue.
   Value root() const;
-  /// The object of that number; null where there is none.
+  /// The object of that number, or null.
   Value object(std::int32_t number) const;
   Objects objects() const { return Objects(core_); }
   Info info() const { return Info(core_); }
@@ -148,7 +148,7 @@ public:
   Error failure() const;
   void on_progress(ProgressFunction progress);
 
-  /// Writes all changes behind the content of the file or storage that was opened, of which no byte changes. Without
+  /// Writes all changes after the content of the file or storage that was opened, of which no byte changes. Without
   /// a change nothing is written. Stopping has an effect until the writing begins.
   Expected<void> save_update();
   /// Writes a complete new file of what is used. `path` is replaced when the file is complete, and may be the file that

@@ -1,4 +1,4 @@
-// What an operation of the layer gives: its value or why there is none, data as a block of bytes, and how far it has
+// What an operation of the layer gives: its value or its error, data as a block of bytes, and how far it has
 // come.
 //
 //   auto doc = sheaf::Document::open("letter.pdf");
@@ -61,7 +61,7 @@ struct Error {
 };
 
 #if defined(__cpp_exceptions)
-/// What `Expected` throws where its value is asked for and there is none.
+/// What `Expected` throws when its value is asked for but it holds an error.
 class Failure : public std::exception {
 public:
   explicit Failure(Error error) : error_(std::move(error)) {}

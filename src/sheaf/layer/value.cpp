@@ -371,7 +371,7 @@ bool Value::write(std::string_view data, Coding coding) {
   if (data.size() > static_cast<std::size_t>(kMostDecoded))
     return refuse(Code::kTooLarge, "a stream takes at most 1 GiB");
   const HeapWatch watch;
-  CPDFXRefTable& table = node_->core->settled().table();
+  CPDFXRefTable& table = node_->core->updated_doc().table();
   const PDF_REF ref = node_->core->below().reference_to(node_->num);
   Cleared<CPDFStreamRec> rec;
   rec.dict.copy_from(node_->obj.as_dict_or_stream());

@@ -115,7 +115,7 @@ public:
   /// The entry `key` of a dictionary or of a stream's dictionary; null for anything else.
   Value operator[](const char* key) const;
   Value operator[](std::string_view key) const;
-  /// Element `index` of an array, from 0; null where there is none.
+  /// Element `index` of an array, from 0, or null.
   Value operator[](std::int32_t index) const;
   bool has(std::string_view key) const { return !(*this)[key].is_null(); }
   /// Elements of an array, entries of a dictionary; else 0.
@@ -157,7 +157,7 @@ public:
   bool set(std::int32_t index, const Value& value);
   bool append(Object value);
   bool append(const Value& value);
-  /// In front of element `index`, or behind the last one.
+  /// Before element `index`, or after the last one.
   bool insert(std::int32_t index, Object value);
   bool insert(std::int32_t index, const Value& value);
   bool remove(std::string_view key);

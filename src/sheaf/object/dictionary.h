@@ -45,7 +45,7 @@ public:
   /// An array of four reals: left, bottom, right, top.
   void set_item_rect(const char* key, const _QVRECTF* rect);
 
-  /// For the reader, which meets keys in any order: appends an item with a null value behind the
+  /// For the reader, which meets keys in any order: appends an item with a null value after the
   /// others, out of order, and gives its value, or null when there is no memory. `sort_items` must
   /// run before anything else looks at the dictionary.
   CPDFObj* append_unsorted(const char* key, std::size_t key_len);
@@ -93,7 +93,7 @@ struct CPDFStreamRec : QVHeapObject<CPDFStreamRec> {
   std::int32_t plain = 0;         ///< Not 0: the bytes in `source` are not encrypted.
   CQVStream* source = nullptr;    ///< Borrowed; null makes the record unreadable.
 
-  /// Copies the words behind the dictionary, bit for bit.
+  /// Copies the words after the dictionary, bit for bit.
   void copy_location(const CPDFStreamRec& from) {
     offset = from.offset;
     length = from.length;

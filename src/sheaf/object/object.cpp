@@ -14,7 +14,7 @@ using namespace sheaf;
 
 namespace {
 
-// A copy of `len` bytes with a NUL behind them, or null.
+// A copy of `len` bytes with a NUL after them, or null.
 char* copy_bytes(const char* bytes, std::size_t len) {
   auto* block = static_cast<char*>(QVAlloc(len + 1));
   if (block == nullptr)

@@ -103,7 +103,7 @@ private:
   CPDFObj lost_{};
 };
 
-// Passes the line end behind "stream": CR LF, LF, a lone CR, or blanks in front of one of these.
+// Passes the line end after "stream": CR LF, LF, a lone CR, or blanks before one of these.
 void skip_stream_line_end(CPDFBuf& buf) {
   constexpr unsigned kMostBlanks = 64;
   buf.buf_need(kMostBlanks);

@@ -31,7 +31,7 @@ public:
   /// Decrypts a string of object (`num`, `gen`); the same contract as `decrypt_data`.
   virtual void decrypt_string(int num, int gen, const unsigned char* src, int len, unsigned char* dst,
                               int* out_len) = 0;
-  /// Told of each stream object as it is read, in front of its data. 1 when its data are in clear
+  /// Called for each stream object as it is read, before its data. 1 when its data are in clear
   /// (cross-reference streams, metadata when excluded, the crypt filter Identity). A crypt filter
   /// that the dictionary names is remembered for (`num`, `gen`), and `decrypt_data` goes by it.
   virtual int prepare_stream(int num, int gen, const CPDFDictionary* dict) = 0;
@@ -67,7 +67,7 @@ public:
   virtual int next_piece(const unsigned char* src, int len, unsigned char* dst) = 0;
   virtual int end_stream(unsigned char* dst) = 0;
 
-  /// To be called in front of a file with object streams, in which strings are encrypted as parts of streams: strings
+  /// To be called before a file with object streams, in which strings are encrypted as parts of streams: strings
   /// and streams get one method where they had two, so that none loses its protection, and since few readers know two.
   virtual void use_one_method() {}
 

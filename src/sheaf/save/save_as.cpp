@@ -110,7 +110,7 @@ private:
   }
 
   bool is_marked(std::uint32_t num) const {
-    return num < static_cast<std::uint32_t>(map_.count) && num < map_.capacity && map_.entries[num] != 0;
+    return num < object_index(map_.count) && num < map_.capacity && map_.entries[num] != 0;
   }
 
   void put_objects() {

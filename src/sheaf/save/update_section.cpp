@@ -82,7 +82,7 @@ bool UpdateSection::scan() {
 }
 
 void UpdateSection::begin() {
-  // Without the tail, the last one that a reader finds is that of the content in front of the
+  // Without the tail, the last one that a reader finds is that of the content before the
   // section, until the new one is complete.
   const auto len = static_cast<std::uint32_t>(table_.stream->GetLen());
   if (len > table_.append_offset) {

@@ -45,10 +45,10 @@ public:
   SystemFonts& operator=(const SystemFonts&) = delete;
   ~SystemFonts();
 
-  /// A font to ask in front of the common ones: a family, full or PostScript name, copied. False when there is none
+  /// A font to ask before the common ones: a family, full or PostScript name, copied. False when there is none
   /// of that name.
   bool add(const char* name);
-  /// A font to ask behind those added in this way before; the common ones are then not asked at all.
+  /// A font to ask after those added in this way before; the common ones are then not asked at all.
   bool add_only(const char* name);
   /// How many fonts there are to ask.
   std::size_t count();

@@ -86,7 +86,7 @@ public:
   /// null for none) names the source in the outline. The count of pages that were appended; those that
   /// cannot be read are left out. `source` must be readable and need not outlive the call.
   std::int32_t append(CPDFDoc& source, const std::int32_t* pages, std::int32_t count, const char* title);
-  /// Completes the catalogue. To be called once, in front of the save. False when there was no memory
+  /// Completes the catalogue. To be called once, before the save. False when there was no memory
   /// for all of it, here or while documents were appended.
   bool finish();
   /// What became of the entries of all sources so far. Borrowed; valid until the next append.

@@ -169,7 +169,7 @@ void MergeStructure::store_copies(MergeSource& source, std::size_t at, std::size
   }
 }
 
-// Puts an element behind the kids of another one that was stored.
+// Puts an element after the kids of another one that was stored.
 void MergeStructure::add_kid(const PDF_REF& parent, const PDF_REF& kid) {
   CPDFDictionary* const dict = target_.stored_dict(parent);
   CPDFObj* const kids = dict != nullptr ? dict->get_item("K") : nullptr;
@@ -440,7 +440,7 @@ void MergeStructure::put(CPDFDictionary& catalog) {
   put_marks(catalog);
 }
 
-// Elements of several sources are in one document element; those behind a document's own beside its.
+// Elements of several sources are in one document element; those after a document's own beside its.
 void MergeStructure::put_tops(CPDFDictionary& root) {
   const CPDFObj* const own = root.get_item("K");
   Freed<CPDFObj> kids = table_.value(own);

@@ -23,7 +23,7 @@ public:
 
   /// Takes note of the document's own tree.
   void load();
-  /// Brings along what belongs to the pages of a source. To be called behind them.
+  /// Brings along what belongs to the pages of a source. To be called after them.
   void take(MergeSource& source);
   /// Gives the object `num` of the target, whose dictionary is `dict`, its key in the parent tree.
   void set_key(std::int32_t num, CPDFDictionary& dict) const;

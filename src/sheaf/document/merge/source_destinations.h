@@ -1,5 +1,5 @@
 // The named destinations of a source (ISO 32000-1, 12.3.2.3) on their way into the target: those whose
-// page is taken keep their names, or get a number behind them where a name is taken.
+// page is taken keep their names, or get a number after them where a name is taken.
 #pragma once
 
 #include "sheaf/document/merge/merge_source.h"
@@ -25,7 +25,7 @@ public:
   void take();
 
   /// The source's number of the page that a destination of the source leads to, whichever form it
-  /// has; 0 when it leads nowhere, -1 when there is none.
+  /// has; 0 when it leads nowhere, -1 for an unknown name.
   std::int32_t page_of(const CPDFObj* destination);
   /// The same for an action; -1 for one that is no GoTo.
   std::int32_t page_of_action(const CPDFObj* action);

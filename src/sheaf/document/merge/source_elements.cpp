@@ -88,7 +88,7 @@ void SourceElements::look_at(MergeSource& source, const CPDFDictionary& holder, 
     look_at_kid(source, kids.as_array()->items[i], index, waiting);
 }
 
-// All elements below the root, parents in front of what they hold. The walk makes objects of elements that
+// All elements below the root, parents before what they hold. The walk makes objects of elements that
 // are part of others, so what the index knew is read anew.
 void SourceElements::list_all(MergeSource& source) {
   GrowArray<SourceElement> waiting;
@@ -166,7 +166,7 @@ void SourceElements::look_at_kid(MergeSource& source, const CPDFObj& kid, std::i
   }
 }
 
-// An element and, in front of it, those above it that are not listed yet.
+// An element and, before it, those above it that are not listed yet.
 void SourceElements::add_with_parents(const PDF_REF& element) {
   constexpr std::size_t kMostLevels = 4096;
   GrowArray<SourceElement> chain;

@@ -73,7 +73,7 @@ void CPDFDoc::reset_table() {
   table_repairs_told_ = 0;
 }
 
-// Also those behind one that cannot be read.
+// Also those after one that cannot be read.
 void CPDFDoc::read_all_sections() {
   CPDFSecHand* const hand = table_.sec_hand;
   while (table_.pending_count > 0)

@@ -30,7 +30,7 @@ int find_last(const char* data, int len, const char* word) {
   return -1;
 }
 
-// The number behind the word. A file that ends within the two was cut there.
+// The number after the word. A file that ends within the two was cut there.
 void read_number(CQVStream& stream, SectionMark& mark) {
   mark.end = mark.position + kStartWordSize;
   stream.SetPos(CQVStream::STR_SEEK_SET, mark.end);

@@ -56,9 +56,9 @@ public:
   int count();
   /// How many are listed at this moment, without walking.
   int listed() const { return pages_.count(); }
-  /// The object of page `index` among those listed; {0, 0} when there is none.
+  /// The object of page `index` among those listed, or {0, 0}.
   PDF_REF ref(int index) const;
-  /// Reads page `index` without resources that are directly in a node above. False when there is none.
+  /// Reads page `index` without resources that are directly in a node above. False when there is no such page.
   bool load_alone(int index, CPDFPage& page);
 
   /// See the members of like names in CPDFDoc.

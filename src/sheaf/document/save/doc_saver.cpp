@@ -79,7 +79,7 @@ bool DocSaver::write_behind(long long start, PDF_SAVE_FORM form) {
   return good;
 }
 
-// A section at `append_offset` that ends in front of `limit`, where the section begins that is valid until this
+// A section at `append_offset` that ends before `limit`, where the section begins that is valid until this
 // one is whole.
 bool DocSaver::write_within(long long limit, PDF_SAVE_FORM form, PDF_SIGN_DATA* sign) {
   CPDFXRefTable& table = doc_.table();
@@ -92,7 +92,7 @@ bool DocSaver::write_within(long long limit, PDF_SAVE_FORM form, PDF_SIGN_DATA* 
 }
 
 bool DocSaver::seal_over_plain_sections(PDF_SAVE_FORM form, PDF_SIGN_DATA* sign) {
-  // The space in front of the last plain section may be too small. A plain section of the same changes
+  // The space before the last plain section may be too small. A plain section of the same changes
   // is as long as the sealed one, but for some bytes of compressed entries; the second one makes sure.
   constexpr int kMostCopies = 2;
   const CPDFXRefTable& table = doc_.table();

@@ -12,7 +12,7 @@ class CPDFDictionary;
 class CPDFDoc;
 class CPDFField;
 
-/// One signature. Texts are UTF-8, null where there is none, and owned by the list, as the values are.
+/// One signature. Texts are UTF-8, or null, and owned by the list, as the values are.
 struct PDF_SIGNATURE {
   PDF_REF field;     ///< The field's object,
   PDF_REF value;     ///< and that of the signature; number 0: it is directly in the field.

@@ -73,7 +73,7 @@ private:
 
   PrintBuffer out_;
   GrowArray<Open> open_;
-  std::int32_t length_ = -1;  // to be printed in front of the first key
+  std::int32_t length_ = -1;  // to be printed before the first key
   bool has_stream_ = false;
 };
 

@@ -49,7 +49,7 @@ struct Row {
 
 }  // namespace
 
-// The next stretch of entries behind `run`, with small gaps in it. False when there is none.
+// The next stretch of entries behind `run`, with small gaps in it. False after the last.
 bool TargetSection::next_run(Run& run) const {
   std::size_t at = run.end;
   while (at < end_ && entries_[at].index == TargetEntry::kFree && at != 0)

@@ -62,13 +62,13 @@ public:
   std::int32_t kind = kContentForm;
   QVFIX matrix[6] = {sheaf::kFixOne, 0, 0, sheaf::kFixOne, 0, 0};  ///< "Matrix": form space to user space.
   _QVRECTF box{sheaf::fix_from_int(INT32_MAX), sheaf::fix_from_int(INT32_MAX), sheaf::fix_from_int(INT32_MIN),
-               sheaf::fix_from_int(INT32_MIN)};  ///< "BBox"; inside out when there is none.
+               sheaf::fix_from_int(INT32_MIN)};  ///< "BBox"; inside out in a form without.
   std::int32_t is_bare = 1;                      ///< Not 0 until `load` has content.
   CPDFXRefTable* table = nullptr;                ///< Borrowed from `pre_load`.
   CPDFObj stream{};                              ///< Copy of the stream object.
   PDF_REF resources_ref{0, 0};                   ///< "Resources" when it is a reference; number 0: it is not.
   CPDFDictionary resources;                      ///< Copy of the resource dictionary, the reference followed.
-  std::uint8_t* content = nullptr;               ///< Decoded content, a NUL behind it; null when there is none.
+  std::uint8_t* content = nullptr;               ///< Decoded content, a NUL after it, or null.
   std::int32_t content_len = 0;                  ///< Its bytes without the NUL.
 
   /// Takes a form's stream object, or a reference to one, and reads box, matrix and resources. What

@@ -66,7 +66,7 @@ private:
   Cleared<CPDFDictionary> form_;   // the form's dictionary without its fields
   Cleared<CPDFDictionary> fonts_;  // of its default resources
   GrowArray<KnownFont> known_;
-  CompositeFont* composite_ = nullptr;  // those that known fonts use, one behind the other; owned
+  CompositeFont* composite_ = nullptr;  // those that known fonts use, one after the other; owned
   int composite_count_ = 0;
   PDF_REF standard_[12]{};
   bool asked_for_ = false;

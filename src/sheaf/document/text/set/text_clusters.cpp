@@ -63,7 +63,7 @@ void TextClusters::place(const hb_glyph_info_t& info, const hb_glyph_position_t&
   parts_.push(part);
 }
 
-// What is not seen belongs to the letter in front of it: by itself it would be a glyph without a place of its own.
+// What is not seen belongs to the letter before it: by itself it would be a glyph without a place of its own.
 bool TextClusters::joins(const std::uint32_t* text, std::uint32_t next, std::uint32_t cluster) const {
   return parts_.size() < kMostJoined && is_ignorable(text[is_left_ ? cluster : next]);
 }
