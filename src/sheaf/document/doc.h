@@ -282,5 +282,5 @@ private:
   long long file_size_ = 0;
   long long header_offset_ = 0;
   sheaf::GrowArray<PDF_DOC_REPAIR> repairs_;
-  std::uint32_t table_repairs_told_ = 0;
+  std::uint32_t table_repairs_taken_ = 0;
 };

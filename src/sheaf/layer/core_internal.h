@@ -2,7 +2,7 @@
 // that waits for a save (changed nodes, a form being filled, a merge).
 //
 // Values and operations below see one another's changes: nodes that were changed go into the table before anything
-// below runs (`settle`), and nodes are compared with the table after it (`refresh`).
+// below runs (`updated_doc`), and nodes are compared with the table after it (`refresh`).
 #pragma once
 
 #include <functional>

@@ -225,7 +225,7 @@ private:
   CPDFArray* change_array();
   CPDFObj* change_element(std::int32_t index);
   void end_change();
-  void bury(CPDFObj& old);
+  void keep_replaced(CPDFObj& old);
   layer::Node& node() const;
   bool fits(const Value& value, Object& as_object) const;
   bool refuse(Code code, const char* message) const;

@@ -228,7 +228,7 @@ private:
     out_.text("startxref\n");
     out_.decimal(xpos);
     out_.text("\n%%EOF\n");
-    out_.settle();
+    out_.write_out();
   }
 
   // Object streams are named by number in the same field as positions; in a very small file their
@@ -249,7 +249,7 @@ private:
       dict.set_item("Info", &source_.info);
     if (!has_id_) {
       // The identifier covers all that has been written so far.
-      out_.settle();
+      out_.write_out();
       target_.gen_id();
       out_.SetPos(CQVStream::STR_SEEK_END, 0);
     }

@@ -24,7 +24,7 @@ enum class FontRefusal : int {
 };
 
 /// Which font of the system comes nearest.
-struct FontManner {
+struct FontTraits {
   FontFamily family = FontFamily::kSans;
   bool bold = false;
 };
@@ -53,7 +53,7 @@ public:
   /// How many fonts there are to ask.
   std::size_t count();
   /// The first font that has all of these characters, those of the family before others; -1 when no font has them.
-  int find(const std::uint32_t* characters, std::size_t count, const FontManner& manner);
+  int find(const std::uint32_t* characters, std::size_t count, const FontTraits& traits);
   /// The name that font `index` of `count` was asked for by.
   const char* name(std::size_t index) const { return entries_[index].name; }
   /// Why it was not embedded though characters needed it.

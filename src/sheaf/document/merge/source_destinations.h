@@ -10,7 +10,7 @@ namespace sheaf {
 
 class SourceDestinations {
 public:
-  SourceDestinations(MergeSource& source, NameAdditions& ours) : src_(source), ours_(ours) {}
+  SourceDestinations(MergeSource& source, NameAdditions& ours) : src_(source), target_names_(ours) {}
   SourceDestinations(const SourceDestinations&) = delete;
   SourceDestinations& operator=(const SourceDestinations&) = delete;
   ~SourceDestinations();
@@ -20,7 +20,7 @@ public:
   /// Reads what is in the file no further than page `index`: names are in the order of their
   /// letters, and what they lead to is spread over the file; read in the file's order and along with
   /// the pages, most share the decoding of their object streams.
-  void read_along(std::int32_t index);
+  void read_of_page(std::int32_t index);
   /// Brings along those whose page was taken.
   void take();
 
@@ -51,7 +51,7 @@ private:
   void take(Destination& destination);
 
   MergeSource& src_;
-  NameAdditions& ours_;
+  NameAdditions& target_names_;
   NameList names_;  // value: index in the target's names or -1, and the page's number
   GrowArray<Destination> destinations_;
   GrowArray<std::int32_t> unread_;  // those of them that are references, in the order of the file

@@ -46,7 +46,7 @@ void CPDFDoc::close() {
   blocks_.Close();
   pages_.reset();
   repairs_.reset();
-  table_repairs_told_ = 0;
+  table_repairs_taken_ = 0;
   status_ = PDF_OPEN::kClosed;
   linearized_ = authorised_ = false;
   version_[0] = 0;
@@ -70,7 +70,7 @@ void CPDFDoc::reset_table() {
   if (rescue_ != nullptr)
     rescue_->begin_anew();
   table_.append_offset = stream_ != nullptr ? static_cast<std::uint32_t>(stream_->GetLen()) : 0;
-  table_repairs_told_ = 0;
+  table_repairs_taken_ = 0;
 }
 
 // Also those after one that cannot be read.

@@ -8,7 +8,7 @@
 namespace sheaf {
 
 // An update that was cut off leaves objects after the last section.
-bool DocumentOpener::has_object_behind(const SectionMark& mark, PDF_REF& ref, std::uint32_t& place) {
+bool DocumentOpener::has_object_after(const SectionMark& mark, PDF_REF& ref, std::uint32_t& place) {
   constexpr long long kMostBehind = 1 << 20;
   constexpr long long kLeastBehind = 64;  // no update is shorter
   if (stream_.GetLen() - mark.end < kLeastBehind)

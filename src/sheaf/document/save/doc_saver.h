@@ -41,7 +41,7 @@ public:
 
 private:
   PDF_SAVE write_changes(PDF_SAVE_FORM form, PDF_SIGN_DATA* sign);
-  bool write_behind(long long start, PDF_SAVE_FORM form);
+  bool write_section_at(long long start, PDF_SAVE_FORM form);
   bool write_within(long long limit, PDF_SAVE_FORM form, PDF_SIGN_DATA* sign);
   bool seal_over_plain_sections(PDF_SAVE_FORM form, PDF_SIGN_DATA* sign);
   void fold_plain_sections();

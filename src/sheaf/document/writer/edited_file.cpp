@@ -378,7 +378,7 @@ bool FileFixer::run() {
   put_trailer();
   out_.decimal(section);
   out_.text("\n%%EOF\n");
-  out_.settle();
+  out_.write_out();
   return (!out_.failed() && watch.all_granted()) || fail(PDF_FIX_RESULT::kWrite);
 }
 

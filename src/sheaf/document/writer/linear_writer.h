@@ -29,7 +29,7 @@ private:
   void place(std::uint32_t first_section_size);
   bool print_section(BlockWriter& out, std::int32_t begin, std::int32_t end, CPDFDictionary& dict, std::int32_t num);
   bool make_first_section(const CPDFDictionary& trailer);
-  bool settle_places(const CPDFDictionary& trailer, std::uint32_t& room);
+  bool find_places(const CPDFDictionary& trailer, std::uint32_t& room);
   bool put_main_section(BlockWriter& out, const CPDFDictionary& trailer, std::uint32_t& entries);
   void put_parameters(BlockWriter& out, std::uint32_t main_entries);
   bool copy(BlockWriter& out, std::uint32_t from, std::uint32_t to);

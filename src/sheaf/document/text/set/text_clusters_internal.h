@@ -55,7 +55,7 @@ private:
   bool is_left_;
   bool is_vertical_;
   GrowArray<Part> parts_;  // of the present cluster
-  int along_ = 0;          // the shaper's pen in it, font units
+  int pen_ = 0;            // the shaper's pen in it, font units
   hb_codepoint_t blank_ = 0;
 };
 
