@@ -11,7 +11,7 @@
 #include "../tests/support/jp2_maker.h"
 #include "../tests/support/jpeg_maker.h"
 #include "sheaf/create/unpack_pixels.h"
-#include "sheaf/neighbours/page/bmp32.h"
+#include "sheaf/neighbours/page/page.h"
 
 using namespace sheaf;
 

@@ -7,7 +7,6 @@
 #include "../tests/support/test_table.h"
 #include "sheaf/object/array.h"
 #include "sheaf/object/dictionary.h"
-#include "sheaf/object/stream_rec.h"
 
 using namespace sheaf;
 

@@ -1,25 +1,45 @@
-# The headers that are installed. Each compiles by itself, and includes no other than these.
+# The headers that are installed. Each compiles by itself, and includes no other than these. An application includes
+# the first two alone; the other groups say for whom they are there.
 set(SHEAF_PUBLIC_HEADERS
-  # What an application includes: the C++ layer, or the C interface.
+  # For an application: the C++ layer, or the C interface.
   sheaf.h
   sheaf.hpp
-  # Parts of the layer, which sheaf.hpp includes.
+  # The parts of sheaf.hpp, which includes them all,
   document/content/content_reader.h
   layer/content.h
   layer/core_ref.h
-  layer/data.h
   layer/document.h
   layer/object.h
   layer/pages.h
   layer/parts.h
-  layer/progress.h
   layer/result.h
   layer/signing.h
-  layer/storage.h
   layer/value.h
-  # What an engine includes that works on objects: the document with its table,
+  # and the values and bytes that they hand out.
+  base/fixed.h
+  base/grow_array.h
+  base/heap.h
+  base/scope_guard.h
+  object/array.h
+  object/dictionary.h
+  object/object.h
+  object/parse_buf.h
+  # For an engine with a page layer of its own: the document and its table, with what the table holds by value,
+  base/stream.h
+  cache/font_caches.h
   document/doc.h
-  # and what it needs of these.
+  xref/guards.h
+  xref/xref_table.h
+  # the classes that the table's members take and give,
+  filters/stream_filter.h
+  neighbours/fonts/environment.h
+  neighbours/fonts/font.h
+  neighbours/page/acro_form.h
+  neighbours/page/page.h
+  neighbours/security/encrypter.h
+  neighbours/security/standard_handler.h
+  object/security.h
+  # and a header for each thing that docs/below.md does with a document as a whole.
   document/diff/doc_diff.h
   document/forms/form_data.h
   document/merge/doc_merge.h
@@ -30,36 +50,7 @@ set(SHEAF_PUBLIC_HEADERS
   document/pages/page_stamp.h
   document/paths/object_path.h
   document/revisions/revisions.h
-  document/signatures/signature_check.h
-  document/signatures/signature_list.h
+  document/signatures/signatures.h
   document/text/text_setter.h
   document/writer/doc_writer.h
-  filters/stream_filter.h
-  neighbours/fonts/environment.h
-  neighbours/fonts/font.h
-  neighbours/page/acro_form.h
-  neighbours/page/bmp32.h
-  neighbours/page/form.h
-  neighbours/security/encrypter.h
-  object/parse_buf.h
-  # Parts of these, which they include.
-  base/fixed.h
-  base/grow_array.h
-  base/heap.h
-  base/scope_guard.h
-  base/stream.h
-  cache/font_caches.h
-  document/merge/merge_report.h
-  document/save/save_kinds.h
-  document/writer/write_options.h
-  neighbours/page/page.h
-  neighbours/security/standard_handler.h
-  object/array.h
-  object/dictionary.h
-  object/encrypt.h
-  object/object.h
-  object/sec_hand.h
-  object/stream_rec.h
-  xref/guards.h
-  xref/xref_table.h
 )

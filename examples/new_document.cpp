@@ -9,7 +9,7 @@
 #include "sheaf/document/doc.h"
 #include "sheaf/neighbours/fonts/environment.h"
 #include "sheaf/neighbours/fonts/font.h"
-#include "sheaf/neighbours/page/bmp32.h"
+#include "sheaf/neighbours/page/page.h"
 
 namespace {
 

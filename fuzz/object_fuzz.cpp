@@ -7,8 +7,8 @@
 
 #include "../tests/support/same_value.h"
 #include "../tests/support/test_table.h"
+#include "sheaf/object/dictionary.h"
 #include "sheaf/object/references.h"
-#include "sheaf/object/stream_rec.h"
 
 using namespace sheaf;
 

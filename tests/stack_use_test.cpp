@@ -9,7 +9,7 @@
 #include "sheaf/neighbours/fonts/cmap.h"
 #include "sheaf/neighbours/fonts/environment.h"
 #include "sheaf/neighbours/fonts/programs/font_type0.h"
-#include "sheaf/neighbours/page/bmp32.h"
+#include "sheaf/neighbours/page/page.h"
 #include "sheaf/neighbours/security/encrypter.h"
 #include "support/corpus.h"
 #include "support/jp2_maker.h"

@@ -1,4 +1,4 @@
-# bash completion for sheaf: commands and options as the tool itself tells them.
+# bash completion for sheaf: commands and options made from what the tool says of itself.
 _sheaf() {
   local current=${COMP_WORDS[COMP_CWORD]} command=${COMP_WORDS[1]} words
   local IFS=$'\n'

@@ -207,7 +207,7 @@ sheaf_code sheaf_page_media_box(sheaf_document* doc, int32_t page, sheaf_rect* o
 sheaf_code sheaf_page_crop_box(sheaf_document* doc, int32_t page, sheaf_rect* out);
 int32_t sheaf_page_rotation(sheaf_document* doc, int32_t page);
 sheaf_code sheaf_page_rotate(sheaf_document* doc, int32_t page, int32_t degrees);
-/* Pages `first` up to, but not with, `end` of `from`; in front of page `at`, or at the end when `at` is -1. */
+/* Pages `first` up to, but not with, `end` of `from`; before page `at`, or at the end when `at` is -1. */
 sheaf_code sheaf_pages_insert(sheaf_document* doc, int32_t at, sheaf_document* from, int32_t first, int32_t end);
 sheaf_code sheaf_page_add(sheaf_document* doc, double width, double height);
 sheaf_code sheaf_page_remove(sheaf_document* doc, int32_t page);
@@ -255,9 +255,9 @@ sheaf_kind sheaf_value_kind(const sheaf_value* value);
 int32_t sheaf_value_number(const sheaf_value* value);
 /* Elements of an array, entries of a dictionary. */
 int32_t sheaf_value_size(const sheaf_value* value);
-/* The value of `key` or, where that is NULL, at `index`, references followed; a null value where there is none. */
+/* The value of `key` or, where that is NULL, at `index`, references followed; a null value otherwise. */
 sheaf_code sheaf_value_get(const sheaf_value* value, const char* key, int32_t index, sheaf_value** out);
-/* Key number `index` of a dictionary. Borrowed; valid until the dictionary changes. NULL when there is none. */
+/* Key number `index` of a dictionary. Borrowed; valid until the dictionary changes. NULL beyond the last key. */
 const char* sheaf_value_key(const sheaf_value* value, int32_t index);
 int32_t sheaf_value_bool(const sheaf_value* value);
 int32_t sheaf_value_int(const sheaf_value* value);
@@ -267,7 +267,7 @@ const char* sheaf_value_bytes(const sheaf_value* value, size_t* count);
 sheaf_code sheaf_value_text(const sheaf_value* value, sheaf_data** out);
 sheaf_code sheaf_value_print(const sheaf_value* value, sheaf_data** out);
 
-/* Each stores under `key` or, where that is NULL, at `index` of an array, -1 being behind the last element. A failure
+/* Each stores under `key` or, where that is NULL, at `index` of an array, -1 being after the last element. A failure
  * is kept by the document, and its saves then refuse. */
 sheaf_code sheaf_value_set_bool(sheaf_value* value, const char* key, int32_t index, int32_t flag);
 sheaf_code sheaf_value_set_int(sheaf_value* value, const char* key, int32_t index, int64_t number);

@@ -125,7 +125,7 @@ TEST(StreamFile, LengthKeepsThePositionAndAMissingFileIsEmpty) {
   EXPECT_EQ(file.GetLen(), 10);
   EXPECT_EQ(file.GetPos(), 3);
   file.SetPos(CQVStream::STR_SEEK_CUR, 2);
-  file.SetPos(CQVStream::STR_SEEK_CUR, -6);  // in front of the start: stays
+  file.SetPos(CQVStream::STR_SEEK_CUR, -6);  // before the start: stays
   EXPECT_EQ(file.GetPos(), 5);
   file.SetPos(CQVStream::STR_SEEK_END, -1);
   EXPECT_EQ(file.GetPos(), 9);

@@ -5,7 +5,7 @@
 
 #include "sheaf/document/doc.h"
 #include "sheaf/neighbours/page/blend_mode.h"
-#include "sheaf/neighbours/page/form.h"
+#include "sheaf/neighbours/page/page.h"
 #include "support/create_support.h"
 #include "support/external_tool.h"
 #include "support/failing_heap.h"

@@ -3,7 +3,7 @@
 #include <zlib.h>
 
 #include "sheaf/create/unpack_pixels.h"
-#include "sheaf/neighbours/page/bmp32.h"
+#include "sheaf/neighbours/page/page.h"
 #include "support/create_support.h"
 #include "support/external_tool.h"
 #include "support/jp2_maker.h"

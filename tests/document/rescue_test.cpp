@@ -246,7 +246,7 @@ TEST(Rescue, ADocumentBeginsWhereItsStreamSays) {
   }
 }
 
-// A cut took the words behind the data, and the tail of the data with them or not.
+// A cut took the words after the data, and the tail of the data with them or not.
 TEST(Rescue, AnObjectBehindDataWithoutAnEndIsFound) {
   for (const std::size_t lost : {0u, 5u}) {
     PdfBuilder builder;
@@ -266,7 +266,7 @@ TEST(Rescue, AnObjectBehindDataWithoutAnEndIsFound) {
   }
 }
 
-// "N" or "First" of an object stream is false, or the pairs in front of its objects are.
+// "N" or "First" of an object stream is false, or the pairs before its objects are.
 TEST(Rescue, FalseNumbersOfAnObjectStreamAreSetRight) {
   for (const char* keys :
        {"/N 2/First 12", "/N 9/First 12", "/N 3/First 9", "/N 3/First 0", "/N 3/First 5000", "/N 3", "/N 3/First 12"}) {

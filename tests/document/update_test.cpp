@@ -148,7 +148,7 @@ TEST(Update, AChangedObjectStreamKeepsItsObjects) {
   }
 }
 
-// What an update puts behind an object without an end must not become a part of it.
+// What an update puts after an object without an end must not become a part of it.
 TEST(Update, GoesBehindAFileThatEndsInTheMiddleOfAnObject) {
   PdfBuilder builder;
   builder.pages(1).obj(4, "<</Held(until the end)");

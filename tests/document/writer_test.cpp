@@ -297,7 +297,7 @@ TEST_F(Writer, ImagesOfOneBitBecomeSmallerWithoutAChange) {
         break;
       at += static_cast<std::size_t>(got);
     }
-    for (std::size_t at = 25; at < out.size(); at += 26)  // behind the last pixel of each row
+    for (std::size_t at = 25; at < out.size(); at += 26)  // after the last pixel of each row
       out[at] = static_cast<char>(out[at] & 0xE0);
     return out;
   };

@@ -191,9 +191,9 @@ TEST(CcittLines, BadCodeWordsEndTheLineOrTheData) {
     EXPECT_EQ(lines(row.bits, row.k, 7, row.count), row.result) << row.what;
 }
 
-// As many zeros as white pixels and a one for a black pixel; behind six zeros or more a one leaves the mode, and a tag
+// As many zeros as white pixels and a one for a black pixel; after six zeros or more a one leaves the mode, and a tag
 // bit follows. Zeros are counted from the mode's start, and the pass that leaves it draws its pixels a second time with
-// a black one behind, which is kept as it was made.
+// a black one after, which is kept as it was made.
 TEST(CcittLines, UncompressedModeDrawsItsPixels) {
   const struct {
     const char* what;

@@ -7,7 +7,7 @@
 #include "sheaf/document/content/content_text.h"
 #include "sheaf/filters/decode_parms.h"
 #include "sheaf/filters/flate.h"
-#include "sheaf/object/sec_hand.h"
+#include "sheaf/object/security.h"
 #include "support/pdf_builder.h"
 
 using namespace sheaf;

@@ -1,4 +1,4 @@
-// Flate: exact counts and states at the borders of its buffer, damage, and the predictors behind it.
+// Flate: exact counts and states at the borders of its buffer, damage, and the predictors after it.
 #include "sheaf/filters/flate.h"
 
 #include <gtest/gtest.h>

@@ -29,7 +29,7 @@ inline std::string lzw_encoded(std::string_view bytes, int early, bool clears) {
     width = 9;
     next = kEnd + 1;
   };
-  // The decoder knows an entry one code later than the encoder, so the encoder widens behind it.
+  // The decoder knows an entry one code later than the encoder, so the encoder widens after it.
   const auto add = [&](const std::string& entry) {
     if (next < 4096)
       table[entry] = next++;

@@ -27,7 +27,7 @@ inline std::string predictor_rows(const PredictorShape& shape, std::size_t rows)
   return sample_bytes(rows * shape.row_bytes(), static_cast<std::uint32_t>(shape.columns * 31 + shape.bits));
 }
 
-/// One row with the differences of TIFF; the bits behind the last sample stay.
+/// One row with the differences of TIFF; the bits after the last sample stay.
 inline std::string tiff_row(const PredictorShape& shape, const std::string& row) {
   const auto bit = [&](std::size_t i) { return byte_at(row, i / 8) >> (7 - i % 8) & 1; };
   const auto depth = static_cast<std::size_t>(shape.bits);
@@ -52,7 +52,7 @@ inline std::string tiff_row(const PredictorShape& shape, const std::string& row)
   return out;
 }
 
-/// One row behind its tag.
+/// One row after its tag.
 inline std::string png_row(const PredictorShape& shape, const std::string& row, const std::string& above, int tag) {
   const auto pixel = static_cast<std::size_t>((shape.colors * shape.bits + 7) / 8);
   std::string out(1, static_cast<char>(tag));

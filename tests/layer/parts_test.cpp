@@ -40,7 +40,7 @@ std::string packed(const std::string& bytes) {
   return std::string(doc->save_to_memory({.object_streams = ObjectStreams::kGenerate})->text());
 }
 
-// The texts that the pages show, one behind the other.
+// The texts that the pages show, one after the other.
 std::string texts(const Document& doc) {
   std::string all;
   for (const Page& page : doc.pages()) {

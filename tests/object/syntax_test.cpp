@@ -5,9 +5,8 @@
 
 #include "sheaf/object/array.h"
 #include "sheaf/object/dictionary.h"
-#include "sheaf/object/encrypt.h"
 #include "sheaf/object/references.h"
-#include "sheaf/object/stream_rec.h"
+#include "sheaf/object/security.h"
 #include "support/failing_heap.h"
 #include "support/same_value.h"
 #include "support/test_table.h"
@@ -70,7 +69,7 @@ TEST(Syntax, ValuesReadAsOtherReadersReadThem) {
     EXPECT_EQ(reprinted(row.text), row.printed) << row.text;
 }
 
-// Reads references without making values; the numbers, and the place of the buffer behind them.
+// Reads references without making values; the numbers, and the place of the buffer after them.
 std::string references_of(const std::string& text) {
   MemStream file(text);
   CPDFBufBase buf;
@@ -333,7 +332,7 @@ TEST(Print, StreamsTellTheirTrueLengthEvenIntoTheirOwnFile) {
   EXPECT_EQ(file.str().substr(10), "6 2 obj\n<</Length 6/Type/X>>\nstream\n456789\nendstream\nendobj\n");
 }
 
-// Adds 1 to each byte, and puts "<" in front and ">" behind.
+// Adds 1 to each byte, and puts "<" in front and ">" after.
 struct ShiftingEncrypt : CPDFEncrypt {
   int get_enc_size(int len) override { return len + 2; }
   void encrypt_string(int num, int gen, const unsigned char* src, int len, unsigned char* dst, int* out) override {

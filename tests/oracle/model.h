@@ -35,7 +35,7 @@ struct Model : Snapshot {
   bool is_for_library_only = false;
   /// Objects that a save or an edit may change by itself.
   std::set<int> loose;
-  /// Streams of the source whose end has to be searched for: some readers count the line end in front of
+  /// Streams of the source whose end has to be searched for: some readers count the line end before
   /// the keyword.
   std::set<int> open_ended;
   std::set<std::string> warnings;  ///< What the independent reader said of the source, numbers left out.

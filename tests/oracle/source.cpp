@@ -121,7 +121,7 @@ private:
     const Bytes& body = last_body_;
     const bool plain_end = body != nullptr && !body->empty() && body->back() != '\n' && body->back() != '\r';
     std::uint32_t kind = chance_.next(has_keyword || !plain_end ? 4 : 7);
-    // Behind white space or a comment in the data some readers find the keyword all the same.
+    // After white space or a comment in the data some readers find the keyword all the same.
     if (kind == kTooShort && !std::isalnum(static_cast<unsigned char>((*body)[1 + size / 2 < size ? 1 + size / 2 : 0])))
       kind = 5;
     if (kind > 3)
@@ -175,7 +175,7 @@ private:
       values_[num] = held.value;
   }
 
-  // An object stream with objects that nothing refers to, as writers leave them behind.
+  // An object stream with objects that nothing refers to, as writers leave them after.
   void put_orphans() {
     if (form_ == Form::kClassic || !chance_.one_in(3))
       return;

@@ -34,7 +34,7 @@ struct Value {
 
   bool is_dict() const { return kind == Kind::kDict; }
   bool is_name(const std::string& wanted) const { return kind == Kind::kName && text == wanted; }
-  /// The value of a key; null when there is none.
+  /// The value of a key, or null.
   const Value* find(const std::string& key) const;
 };
 

@@ -97,7 +97,7 @@ TEST(Crash, AnUpdateSectionCutAnywhereLeavesOneOfTheTwoStates) {
     for (std::size_t size = old.size(); size <= file.bytes.size(); ++size)
       ASSERT_EQ(allowed.count(state_of(file.bytes.substr(0, size))), 1u)
           << size - old.size() << " bytes of the section: " << state_of(file.bytes.substr(0, size));
-    constexpr std::size_t kMark = 15;  // most of "startxref" and all behind it
+    constexpr std::size_t kMark = 15;  // most of "startxref" and all after it
     EXPECT_EQ(state_of(file.bytes.substr(0, file.bytes.size() - kMark)), state_of(file.bytes));
   }
 }

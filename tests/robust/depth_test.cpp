@@ -210,7 +210,7 @@ TEST(Depth, AFileOfNearlyFourGiBIsOpenedAndUpdated) {
   EXPECT_NE(doc.table().info.as_ref().num, 0);
 }
 
-// Offsets have 32 bits: what would lie behind them must not be written as if it did not.
+// Offsets have 32 bits: what would lie after them must not be written as if it did not.
 TEST(Depth, AnUpdateAcrossFourGiBIsRefusedAndLeavesTheFile) {
   const TestFolder folder;
   const std::string path = folder / "full.pdf";

@@ -8,7 +8,7 @@
 #include "sheaf/document/images/image.h"
 #include "sheaf/neighbours/fonts/environment.h"
 #include "sheaf/neighbours/fonts/programs/font_type0.h"
-#include "sheaf/neighbours/page/bmp32.h"
+#include "sheaf/neighbours/page/page.h"
 #include "sheaf/object/array.h"
 #include "support/external_tool.h"
 #include "support/fault_frame.h"
@@ -161,7 +161,7 @@ TEST(Faults, WhileImagesAreMadeInATemporaryFile) {
   make_images_with_faults("images in a temporary file", true);
 }
 
-// An image of every decoder, some behind others.
+// An image of every decoder, some after others.
 std::string image_document() {
   const std::string picture = smooth_picture(kSide, kSide, 3);
   const std::string jpeg = make_jpeg(picture, kSide, kSide, {.subsampled = true});
@@ -236,7 +236,7 @@ std::string describe_font(CPDFXRefTable& table, const CPDFObj& obj) {
          TestTable::syntax(descriptor) + data_of(*top, "ToUnicode") + data_of(*descriptor.as_dict(), "FontFile2");
 }
 
-// Two fonts with a save behind the first glyphs, one behind a later one, and a complete file at the end.
+// Two fonts with a save after the first glyphs, one after a later one, and a complete file at the end.
 bool make_fonts(const std::string& folder, Trial& run) {
   CPDFDoc doc;
   if (!doc.create(&run.source))

@@ -63,7 +63,7 @@ TEST(StreamStore, TheTemporaryFileOnlyGrows) {
   ASSERT_TRUE(doc.create(&file));
   const TestFolder folder;
   ASSERT_TRUE(doc.use_temp_file((folder / "").c_str()));
-  // Whatever ends the process leaves nothing behind.
+  // Whatever ends the process leaves nothing after.
   EXPECT_TRUE(std::filesystem::is_empty(folder / ""));
   CPDFStreamRec rec;
   doc.table().write_stream({7, 0}, &rec, "first", 5);

@@ -52,7 +52,7 @@ public:
   void t6_row(const Row& row, const Row& above) { two_dimensional(row, above); }
   void end_of_block() { put("000000000001000000000001"); }
 
-  /// A row of T.4 behind an end-of-line code, all of one dimension.
+  /// A row of T.4 after an end-of-line code, all of one dimension.
   void plain_row(const Row& row) {
     put("000000000001");
     one_dimensional(row);
@@ -77,15 +77,15 @@ public:
     }
   }
 
-  /// Fill in front of an end-of-line code that is to end on a byte.
+  /// Fill before an end-of-line code that is to end on a byte.
   void fill_for_end_of_line() {
     while (used_ % 8 != 4)
       put("0");
   }
-  /// Fill in front of a line that begins on a byte.
+  /// Fill before a line that begins on a byte.
   void align() { used_ = (used_ + 7) / 8 * 8; }
 
-  /// The bytes so far, with zeros behind the last bit.
+  /// The bytes so far, with zeros after the last bit.
   std::string bytes() const { return out_; }
 
 private:

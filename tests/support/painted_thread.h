@@ -1,4 +1,4 @@
-// A thread whose stack is painted before it starts, so that what it used can be measured behind it.
+// A thread whose stack is painted before it starts, so that what it used can be measured after it.
 #pragma once
 
 #include <pthread.h>

@@ -22,7 +22,7 @@ public:
     out_ += std::to_string(num) + " " + std::to_string(gen) + " obj\n" + body + "\nendobj\n";
     return *this;
   }
-  /// A stream object; `keys` stand in front of "Length".
+  /// A stream object; `keys` stand before "Length".
   PdfBuilder& stream(int num, const std::string& keys, const std::string& data) {
     return obj(num, "<<" + keys + "/Length " + std::to_string(data.size()) + ">>\nstream\n" + data + "\nendstream");
   }

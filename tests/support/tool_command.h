@@ -1,4 +1,4 @@
-// The command that runs the tool which was built with the tests; behind an emulator, with the emulator in front.
+// The command that runs the tool which was built with the tests; after an emulator, with the emulator in front.
 #pragma once
 
 #ifdef SHEAF_HAS_TOOL

@@ -14,8 +14,8 @@
 #include "sheaf/neighbours/decoders/jbig2_filter.h"
 #include "sheaf/xref/xref_table.h"
 
-/// Behind the heap family: what was asked for in all. A block grown in place costs what it grew by,
-/// so its size is kept in front of it.
+/// After the heap family: what was asked for in all. A block grown in place costs what it grew by,
+/// so its size is kept before it.
 class CountedHeap {
 public:
   CountedHeap() {

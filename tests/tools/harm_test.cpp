@@ -1,4 +1,4 @@
-// What the tool must never do: write over what it reads, replace what is no file, leave things behind, lose an update.
+// What the tool must never do: write over what it reads, replace what is no file, leave things after, lose an update.
 #include <gtest/gtest.h>
 
 #include <fcntl.h>

@@ -166,7 +166,7 @@ TEST(Hints, EveryDamagedByteGivesTheRightListOrNone) {
   std::vector<int> pages;
   for (int i = 0; i < doc.page_count(); ++i)
     pages.push_back(doc.page_ref(i).num);
-  // Everything in front of the first page's own objects: parameters, first section, hint stream.
+  // Everything before the first page's own objects: parameters, first section, hint stream.
   for (std::size_t at = 0; at < good.size() / 2; ++at) {
     std::string bytes = good;
     bytes[at] = static_cast<char>(bytes[at] ^ 0x11);

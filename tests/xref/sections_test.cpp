@@ -14,7 +14,7 @@ std::string line(unsigned offset, int gen, char keyword) {
   return text;
 }
 
-// A table that has read the classic section `body` (behind the keyword), 16 bytes into its file.
+// A table that has read the classic section `body` (after the keyword), 16 bytes into its file.
 struct Section : TestTable {
   explicit Section(const std::string& body) : TestTable("%PDF-1.4 padding" + ("xref\n" + body)) {
     result = table.XRefRead(16u);

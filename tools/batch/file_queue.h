@@ -19,7 +19,7 @@ public:
   /// Leaves out the files that `results`, the lines of JSON of an earlier run, has. A file that is not there has none;
   /// a last line that was cut off counts for nothing. False, with a message, when it cannot be read.
   bool skip(const std::string& results);
-  /// The next file; false behind the last one.
+  /// The next file; false after the last one.
   bool next(std::string& file);
 
 private:

@@ -1,4 +1,4 @@
-// Each process goes through all objects and packs every so many-th stream into a file, behind a line that says which
+// Each process goes through all objects and packs every so many-th stream into a file, after a line that says which
 // data it is of. Data are known by a hash, so what is found is unpacked and compared before it is used.
 #include "batch/packed_ahead.h"
 

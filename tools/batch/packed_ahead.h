@@ -7,7 +7,7 @@
 #include <unordered_map>
 #include <vector>
 
-#include "sheaf/document/writer/write_options.h"
+#include "sheaf/document/writer/doc_writer.h"
 
 class CPDFDoc;
 

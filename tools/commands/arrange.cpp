@@ -112,7 +112,7 @@ int run_arrange(const ArrangeOptions& options) {
   });
 }
 
-// Where the pages go: in front of this index. -1, with a message, when there is no such page.
+// Where the pages go: before this index. -1, with a message, when there is no such page.
 int place_of(const InsertOptions& options, const std::string& name, int count) {
   const int page = options.before > 0 ? options.before : options.after;
   const int place = options.before > 0 ? options.before - 1 : options.after < 0 ? count : options.after;

@@ -93,7 +93,7 @@ private:
     code_ = kExitProblems;
   }
 
-  // The path of the file written; empty, with a message, when there is none.
+  // The path of the file written; empty, with a message, when none was written.
   std::string extract(const PDF_ATTACHMENT& file) {
     const Freed<CPDFObj> data = doc_.table().object(file.stream);
     const std::unique_ptr<CPDFStream> decoder(data.as_stream() != nullptr ? doc_.table().make_stream(data.as_stream())
@@ -166,7 +166,7 @@ int change_attachments(CPDFDoc& doc, const std::string& name, const AttachmentsO
     if (!good || !found) {
       complain(name,
                "attachment \"" + gone + "\": " +
-                   (good ? "there is none of that name; sheaf attachments lists them"
+                   (good ? "no attachment has that name; sheaf attachments lists them"
                          : "cannot be taken out; there is no catalogue that can be changed, or not enough memory"));
       return kExitFailed;
     }

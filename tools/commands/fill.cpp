@@ -1,4 +1,4 @@
-// sheaf fill: values into a form's fields, saved behind the old content, so that signatures stay valid.
+// sheaf fill: values into a form's fields, saved after the old content, so that signatures stay valid.
 #include <cstdio>
 #include <cstring>
 

@@ -43,7 +43,7 @@ std::string text_of(CPDFXRefTable& table, const CPDFObj* item) {
   return value.as_text() != nullptr ? value.as_text() : "";
 }
 
-// Six capital letters and a plus in front of the name (ISO 32000-1, 9.6.4).
+// Six capital letters and a plus before the name (ISO 32000-1, 9.6.4).
 bool has_subset_tag(const std::string& name) {
   constexpr std::size_t kTag = 6;
   return name.size() > kTag && name[kTag] == '+' && name.find_first_not_of("ABCDEFGHIJKLMNOPQRSTUVWXYZ") == kTag;

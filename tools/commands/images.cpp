@@ -50,7 +50,7 @@ bool is_fax(const CPDFImage& image) {
   return std::strcmp(image.filter, "CCITTFaxDecode") == 0;
 }
 
-// Names of files; empty where there is none.
+// Names of files; empty for those not written.
 struct Written {
   std::string picture;
   std::string opacity;
@@ -77,7 +77,7 @@ private:
     code_ = kExitProblems;
   }
 
-  // The name of the file written; empty, with a message, when there is none.
+  // The name of the file written; empty, with a message, when none was written.
   std::string extract(std::int32_t num, const CPDFImage& image) {
     std::int32_t len = 0;
     const bool as_it_is = is_jpeg(image) || is_jpx(image);
@@ -252,7 +252,7 @@ private:
 
   struct Place {
     std::int32_t num;
-    std::int64_t before;  // bytes of the images in front of it
+    std::int64_t before;  // bytes of the images before it
   };
 
   int write_part(int part, int count) {

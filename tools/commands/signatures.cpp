@@ -1,10 +1,9 @@
-// sheaf signatures: who signed what, whether the signatures hold, and what was changed behind them.
+// sheaf signatures: who signed what, whether the signatures hold, and what was changed after them.
 #include <cstdio>
 #include <map>
 
 #include "sheaf/document/diff/doc_diff.h"
-#include "sheaf/document/signatures/signature_check.h"
-#include "sheaf/document/signatures/signature_list.h"
+#include "sheaf/document/signatures/signatures.h"
 #include "support/command_line.h"
 #include "support/inputs.h"
 #include "support/json_values.h"
@@ -54,7 +53,7 @@ const char* trust_text(PDF_SIGNER_TRUST trust) {
   }
 }
 
-// Objects that differ behind a signature, counted by kind.
+// Objects that differ after a signature, counted by kind.
 class Changes : public CPDFDiffSink {
 public:
   struct Change {

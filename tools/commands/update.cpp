@@ -1,4 +1,4 @@
-// sheaf update: changes saved behind the old content.
+// sheaf update: changes saved after the old content.
 #include "support/changes.h"
 #include "support/command_line.h"
 #include "support/edit_run.h"

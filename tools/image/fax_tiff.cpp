@@ -30,7 +30,7 @@ enum Tag : unsigned {
 
 constexpr unsigned kHeaderBytes = 8;
 
-// One directory with its values behind it, in the byte order "II".
+// One directory with its values after it, in the byte order "II".
 class Directory {
 public:
   explicit Directory(std::uint32_t at) : at_(at) {}
@@ -71,7 +71,7 @@ private:
   std::string values_;
 };
 
-// Whether the first line begins with an end-of-line code, with fill in front of it or without.
+// Whether the first line begins with an end-of-line code, with fill before it or without.
 bool begins_with_eol(const std::uint8_t* data, std::int32_t len) {
   constexpr int kZeros = 11;
   int zeros = 0;

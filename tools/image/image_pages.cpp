@@ -12,7 +12,7 @@
 #include "image/image_probe.h"
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/base/wide_text.h"
-#include "sheaf/neighbours/page/bmp32.h"
+#include "sheaf/neighbours/page/page.h"
 #include "sheaf/object/array.h"
 #include "support/inputs.h"
 #include "support/tool_support.h"
@@ -230,7 +230,7 @@ void add_outline(CPDFXRefTable& table, const std::vector<OutlineEntry>& entries)
   table.store_object(table.root.as_ref(), catalog);
 }
 
-// A length such as "210mm" at the start of `text`; `text` loses it. False when there is none.
+// The number at the start of `text`, which loses it. False without one.
 bool take_number(std::string& text, double& value) {
   char* end = nullptr;
   value = std::strtod(text.c_str(), &end);

@@ -14,7 +14,7 @@ namespace {
 constexpr double kInchesPerMetre = 39.3700787;
 constexpr double kInchesPerCentimetre = 2.54;
 
-// Numbers in a piece of a file; what lies behind its end is 0.
+// Numbers in a piece of a file; what lies after its end is 0.
 class Bytes {
 public:
   explicit Bytes(std::string_view data, bool little_endian = false) : data_(data), little_(little_endian) {}
@@ -115,7 +115,7 @@ void read_jpeg(const Bytes& file, ImageFacts& facts) {
   }
 }
 
-// The content of the first box of a type; empty when there is none.
+// The content of the first box of a type; empty without one.
 std::string_view find_box(std::string_view boxes, std::uint32_t type) {
   Jp2Boxes walk(reinterpret_cast<const std::uint8_t*>(boxes.data()), boxes.size());
   return walk.find(type) ? std::string_view(reinterpret_cast<const char*>(walk.content), walk.size)
@@ -123,7 +123,7 @@ std::string_view find_box(std::string_view boxes, std::uint32_t type) {
 }
 
 void read_jpx(std::string_view data, ImageFacts& facts) {
-  constexpr std::size_t kComponents = 40;  // in a code stream, behind its size segment's other numbers
+  constexpr std::size_t kComponents = 40;  // in a code stream, after its size segment's other numbers
   if (facts.is_bare) {
     facts.components = static_cast<int>(Bytes(data).at(kComponents, 2));
     return;

@@ -86,7 +86,7 @@ const char* why_not(NoPicture trouble) {
   return nullptr;
 }
 
-// `empty_bytes` of rows may be behind the end of the data.
+// `empty_bytes` of rows may be after the end of the data.
 const char* write_rows(PngOutput& png, const CPDFImage& image, const PixelRows& rows, ColourRows& colours,
                        std::int64_t empty_bytes, int shrink, bool& is_whole) {
   std::vector<std::uint8_t> source(static_cast<std::size_t>(rows.source_row_bytes()) + 1);

@@ -38,7 +38,7 @@ private:
     }
   }
 
-  // The next number; 0, and the end, when there is none.
+  // The next number; 0, and the end, when no digit follows.
   std::uint64_t number() {
     constexpr std::uint64_t kMost = std::uint64_t{1} << 32;
     skip_space();

@@ -214,7 +214,7 @@ private:
     }
     double real = 0;
     const auto read = std::from_chars(text.data(), end, real);
-    constexpr double kMost = 6.8e10;  // what fits in front of 26 bits of fraction
+    constexpr double kMost = 6.8e10;  // what fits before 26 bits of fraction
     if (read.ec != std::errc() || read.ptr != end || !(real > -kMost && real < kMost))
       return fail("the number " + text);
     value.set_real(static_cast<QVFIX>(std::llround(real * static_cast<double>(kFixOne))));

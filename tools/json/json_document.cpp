@@ -59,7 +59,7 @@ private:
       json.key("decodelevel").text("none").end_object().key("qpdf").begin_array().begin_object();
       json.key("jsonversion").number(kQpdfVersion).key("pdfversion").text(doc_.version());
       json.key("pushedinheritedpageresources").flag(false).key("calledgetallpages").flag(false);
-      json.key("maxobjectid").number(static_cast<std::int64_t>(table_.xref_count) - 1).end_object();
+      json.key("maxobjectid").number(object_num(table_.xref_count) - 1).end_object();
     }
     put(json.str());
     first_ = true;

@@ -10,7 +10,7 @@ namespace sheaf::tool {
 namespace {
 
 constexpr std::int64_t kWindow = 64 * 1024;
-constexpr std::int64_t kBehind = 256;  // kept in front of a position, for looks backwards
+constexpr std::int64_t kBehind = 256;  // kept before a position, for looks backwards
 
 }  // namespace
 

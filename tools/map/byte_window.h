@@ -23,7 +23,7 @@ public:
   }
   /// Whether `text` is at `pos`.
   bool has(std::int64_t pos, std::string_view text);
-  /// The first place of `text` from `from` on, -1 when there is none in front of `end`.
+  /// The first place of `text` from `from` on, -1 when it does not occur before `end`.
   std::int64_t find(std::string_view text, std::int64_t from, std::int64_t end);
   /// The first position from `pos` on that holds no white space (NUL counts), or the end.
   std::int64_t skip_space(std::int64_t pos);

@@ -12,7 +12,7 @@ namespace sheaf::tool {
 
 namespace {
 
-constexpr std::uint32_t kOffsetSlack = 16;  // an entry may point this far in front of its object
+constexpr std::uint32_t kOffsetSlack = 16;  // an entry may point this far before its object
 
 class MapMaker {
 public:
@@ -23,14 +23,14 @@ public:
 private:
   bool is_object(const FilePart& part) const { return part.num > 0 && part.frame != FrameKind::kXrefStream; }
   bool is_current(const FilePart& part) const;
-  void settle_current();
+  void mark_old_objects();
   void heal_entries();
   void mark_reached();
-  void look_at_packed();
-  void settle_kinds();
+  void add_packed();
+  void decide_kinds();
   void count_saves();
   bool add_members(const FilePart& part, Revision& revision, VisitedSet& seen);
-  void add_up();
+  void add_totals();
   void show_front();
   bool reached(std::uint32_t num) const { return num < map_.reached.size() && map_.reached[num]; }
 
@@ -44,13 +44,13 @@ private:
 void MapMaker::run() {
   table_.drain_pending();
   map_.scan = scan_file(table_, doc_.linearized_length());
-  settle_current();
+  mark_old_objects();
   mark_reached();
-  look_at_packed();
-  settle_kinds();
+  add_packed();
+  decide_kinds();
   count_saves();
   show_front();
-  add_up();
+  add_totals();
 }
 
 bool MapMaker::is_current(const FilePart& part) const {
@@ -60,7 +60,7 @@ bool MapMaker::is_current(const FilePart& part) const {
   return entry.is_in_file() && entry.offset <= part.start && part.start - entry.offset <= kOffsetSlack;
 }
 
-void MapMaker::settle_current() {
+void MapMaker::mark_old_objects() {
   for (const FilePart& part : map_.scan.parts) {
     if (is_object(part) && is_current(part))
       placed_.visit(part.num);
@@ -100,7 +100,7 @@ void MapMaker::mark_reached() {
     map_.reached[num] = marks.entries[num] != 0;
 }
 
-void MapMaker::look_at_packed() {
+void MapMaker::add_packed() {
   map_.packed_kinds.assign(table_.xref_count, PartKind::kUnknown);
   Freed<CPDFObj> obj;
   for (std::uint32_t num = 1; num < map_.packed_kinds.size(); ++num) {
@@ -112,7 +112,7 @@ void MapMaker::look_at_packed() {
 }
 
 // What an object is by itself weighs more than what others say of it.
-void MapMaker::settle_kinds() {
+void MapMaker::decide_kinds() {
   const std::vector<PartKind>& hints = map_.scan.hints;
   const auto hinted = [&hints](PartKind kind, std::size_t num) {
     const bool open = kind == PartKind::kStream || kind == PartKind::kObject;
@@ -156,7 +156,7 @@ bool MapMaker::add_members(const FilePart& part, Revision& revision, VisitedSet&
   });
 }
 
-// Bytes in front of the header, where a file has them: offsets do not count them, the picture does.
+// Bytes before the header, where a file has them: offsets do not count them, the picture does.
 void MapMaker::show_front() {
   const auto front = static_cast<std::uint32_t>(doc_.header_offset());
   map_.size = static_cast<std::uint32_t>(table_.stream->GetLen()) + front;
@@ -175,7 +175,7 @@ void MapMaker::show_front() {
   map_.scan.parts.insert(map_.scan.parts.begin(), part);
 }
 
-void MapMaker::add_up() {
+void MapMaker::add_totals() {
   map_.filters.resize(map_.scan.filters.size());
   for (const FilePart& part : map_.scan.parts) {
     const std::int64_t bytes = std::int64_t{part.end} - part.start;

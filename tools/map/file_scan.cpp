@@ -8,13 +8,13 @@
 #include "sheaf/base/chars.h"
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/object/array.h"
+#include "sheaf/object/object_header.h"
 #include "sheaf/object/parse_buf.h"
 
 namespace sheaf::tool {
 
 namespace {
 
-constexpr int kMostDigits = 10;
 constexpr std::int64_t kMostLineEnd = 2;
 
 class Scanner {
@@ -27,12 +27,11 @@ public:
 private:
   std::int64_t take_part(std::int64_t pos);
   std::int64_t take_header(std::int64_t pos);
-  std::int64_t take_object(std::int64_t pos, std::int32_t num, std::int64_t body);
+  std::int64_t take_object(std::int64_t pos, const ObjectHeader<std::int64_t>& header);
   std::int64_t take_table(std::int64_t pos);
   std::int64_t take_trailer(std::int64_t pos);
   std::int64_t take_end_marker(std::int64_t pos);
-  bool at_object(std::int64_t pos, std::int32_t& num, std::int64_t& body);
-  bool read_number(std::int64_t& pos, std::int64_t& value);
+  bool at_object(std::int64_t pos, ObjectHeader<std::int64_t>& header);
   std::int64_t end_of_stream(const CPDFStreamRec& rec);
   std::int64_t pass_line(std::int64_t pos);
   std::int64_t pass_line_end(std::int64_t pos);
@@ -71,12 +70,11 @@ FileScan Scanner::run() {
 // The part that begins at `pos` is stored; the result is its end, or `pos` when none begins there.
 std::int64_t Scanner::take_part(std::int64_t pos) {
   const char c = bytes_.at(pos);
-  std::int32_t num = 0;
-  std::int64_t body = 0;
+  ObjectHeader<std::int64_t> header;
   if (is_wide_space(c))
     return pass_space(pos);
-  if (is_digit(c) && is_token_start(pos) && at_object(pos, num, body))
-    return take_object(pos, num, body);
+  if (is_digit(c) && is_token_start(pos) && at_object(pos, header))
+    return take_object(pos, header);
   if (c == 'x' && bytes_.has(pos, "xref"))
     return take_table(pos);
   if (c == 't' && bytes_.has(pos, "trailer"))
@@ -104,42 +102,22 @@ std::int64_t Scanner::take_header(std::int64_t pos) {
   return end;
 }
 
-bool Scanner::read_number(std::int64_t& pos, std::int64_t& value) {
-  const std::int64_t from = pos;
-  for (value = 0; is_digit(bytes_.at(pos)) && pos - from < kMostDigits; ++pos)
-    value = value * 10 + (bytes_.at(pos) - '0');
-  return pos > from;
+bool Scanner::at_object(std::int64_t pos, ObjectHeader<std::int64_t>& header) {
+  return read_object_header(bytes_, pos, header) && !is_digit(bytes_.at(header.end));
 }
 
-// Whether an object's header is at `pos`; `body` gets the place behind it.
-bool Scanner::at_object(std::int64_t pos, std::int32_t& num, std::int64_t& body) {
-  std::int64_t number = 0;
-  std::int64_t gen = 0;
-  if (!read_number(pos, number) || !is_wide_space(bytes_.at(pos)) || number > INT32_MAX)
-    return false;
-  pos = bytes_.skip_space(pos);
-  if (!read_number(pos, gen) || !is_wide_space(bytes_.at(pos)))
-    return false;
-  pos = bytes_.skip_space(pos);
-  if (!bytes_.has(pos, "obj") || is_digit(bytes_.at(pos + 3)))
-    return false;
-  num = static_cast<std::int32_t>(number);
-  body = pos + 3;
-  return true;
-}
-
-std::int64_t Scanner::take_object(std::int64_t pos, std::int32_t num, std::int64_t body) {
+std::int64_t Scanner::take_object(std::int64_t pos, const ObjectHeader<std::int64_t>& header) {
   CPDFBufBase buf;
   table_.stream->SetPos(CQVStream::STR_SEEK_SET, pos);
   buf.buf_init(table_.stream);
   obj_.read(&buf, nullptr);
   FilePart part;
   part.start = static_cast<std::uint32_t>(pos);
-  part.num = num;
-  std::int64_t end = std::max<std::int64_t>(buf.position(), body);
+  part.num = header.num;
+  std::int64_t end = std::max<std::int64_t>(buf.position(), header.end);
   if (const CPDFStreamRec* rec = obj_.as_stream())
     end = end_of_stream(*rec);
-  end = std::min(std::max(end, body), bytes_.size());
+  end = std::min(std::max(end, header.end), bytes_.size());
   const std::int64_t keyword = bytes_.skip_space(end);
   if (bytes_.has(keyword, "endobj"))
     end = pass_line_end(keyword + 6);
@@ -149,7 +127,7 @@ std::int64_t Scanner::take_object(std::int64_t pos, std::int32_t num, std::int64
   return end;
 }
 
-// Behind "endstream", which is where "Length" says or else is searched for.
+// After "endstream", which is where "Length" says or else is searched for.
 std::int64_t Scanner::end_of_stream(const CPDFStreamRec& rec) {
   constexpr std::int64_t kKeyword = 9;
   Freed<CPDFObj> length = table_.value(&rec.dict, CPDFDictionary::sm_tag_length);
@@ -186,7 +164,7 @@ std::int64_t Scanner::take_trailer(std::int64_t pos) {
 std::int64_t Scanner::take_end_marker(std::int64_t pos) {
   std::int64_t at = bytes_.skip_space(pos + 9);
   std::int64_t offset = 0;
-  read_number(at, offset);
+  read_digits(bytes_, at, offset);
   const std::int64_t marker = bytes_.skip_space(at);
   const bool complete = bytes_.has(marker, "%%EOF");
   const std::int64_t end = complete ? pass_line_end(marker + 5) : at;
@@ -198,14 +176,14 @@ std::int64_t Scanner::take_end_marker(std::int64_t pos) {
   return end;
 }
 
-// Behind the line that contains `pos`.
+// After the line that contains `pos`.
 std::int64_t Scanner::pass_line(std::int64_t pos) {
   while (pos < bytes_.size() && bytes_.at(pos) != '\r' && bytes_.at(pos) != '\n')
     ++pos;
   return pass_line_end(pos);
 }
 
-// Behind the line end at `pos`, blanks in front of it allowed.
+// After the line end at `pos`, blanks before it allowed.
 std::int64_t Scanner::pass_line_end(std::int64_t pos) {
   while (bytes_.at(pos) == ' ')
     ++pos;
@@ -229,12 +207,11 @@ std::int64_t Scanner::pass_space(std::int64_t pos) {
 // Up to the next place at which a part can begin.
 std::int64_t Scanner::pass_unknown(std::int64_t pos) {
   std::int64_t end = pos;
-  std::int32_t num = 0;
-  std::int64_t body = 0;
+  ObjectHeader<std::int64_t> header;
   do {
     ++end;
     const char c = bytes_.at(end);
-    if (is_digit(c) && is_token_start(end) && at_object(end, num, body))
+    if (is_digit(c) && is_token_start(end) && at_object(end, header))
       break;
     if (((c == 'x' || c == 't' || c == 's') && is_token_start(end) &&
          (bytes_.has(end, "xref") || bytes_.has(end, "trailer") || bytes_.has(end, "startxref"))) ||

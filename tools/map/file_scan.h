@@ -59,7 +59,7 @@ struct FileScan {
 };
 
 /// Scans `table.stream` from its start. `first_end` is the length of the part that linearization
-/// covers, 0 without: no save ended in front of it.
+/// covers, 0 without: no save ended before it.
 FileScan scan_file(CPDFXRefTable& table, std::uint32_t first_end);
 
 }  // namespace sheaf::tool

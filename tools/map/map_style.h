@@ -13,7 +13,7 @@ const char* kind_colour(PartKind kind);
 bool is_dark(PartKind kind);
 const char* filter_colour(const std::string& filters);
 const char* revision_colour(std::size_t index);
-/// "345 B", "1.5 KiB": with at most that many digits behind the point.
+/// "345 B", "1.5 KiB": with at most that many digits after the point.
 std::string size_text(std::int64_t bytes, int most_digits = 1);
 /// "1,234,567".
 std::string count_text(std::int64_t count);

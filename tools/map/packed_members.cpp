@@ -1,4 +1,4 @@
-// Numbers and offsets alternate in front of the objects.
+// Numbers and offsets alternate before the objects.
 #include "map/packed_members.h"
 
 #include <algorithm>

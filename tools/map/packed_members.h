@@ -9,7 +9,7 @@
 namespace sheaf::tool {
 
 /// Reads the object at `start` of the table's stream, which bears the number `num`. False when it is no object stream
-/// (ISO 32000-1, 7.5.7); else `visit` gets the number of each member with its offset behind "First", and ends the
+/// (ISO 32000-1, 7.5.7); else `visit` gets the number of each member with its offset after "First", and ends the
 /// reading by false.
 bool visit_members(CPDFXRefTable& table, std::uint32_t start, std::int32_t num,
                    const std::function<bool(std::int32_t, std::int32_t)>& visit);

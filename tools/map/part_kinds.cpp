@@ -5,7 +5,7 @@
 
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/object/array.h"
-#include "sheaf/object/stream_rec.h"
+#include "sheaf/object/dictionary.h"
 
 namespace sheaf::tool {
 

@@ -42,7 +42,7 @@ void SvgWriter::escaped(std::string_view text) {
     wchar_t character = 0;
     const int used = cvt_char_UTF8_To_UCS4(reinterpret_cast<const unsigned char*>(copy.c_str() + at), character);
     const auto size = static_cast<std::size_t>(used > 0 ? used : 1);
-    // XML has no control characters, surrogates or the two numbers behind them.
+    // XML has no control characters, surrogates or the two numbers after them.
     const bool unfit = character < 0x20 || character == 0x7F || character == 0xFFFE || character == 0xFFFF;
     if (unfit)
       put("?");

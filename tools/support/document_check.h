@@ -28,7 +28,7 @@ struct CheckResult {
 void check_document(CPDFDoc& doc, CheckResult& result);
 
 /// The same, after reading the content of every page, and of the forms that it draws. What is wrong there is a problem
-/// of the stream that it is in, behind the others.
+/// of the stream that it is in, after the others.
 void check_document_and_contents(CPDFDoc& doc, CheckResult& result);
 
 /// What a new file, written from `source` with its object numbers, lacks of what can be reached there:

@@ -78,7 +78,7 @@ int update_copy(const EditTarget& target, const Change& change, const EditSaves&
   return code;
 }
 
-// Appends to the file itself. What is there stays; only the tail behind it is new.
+// Appends to the file itself. What is there stays; only the tail after it is new.
 int update_in_place(const EditTarget& target, const Change& change, const EditSaves& saves) {
   InPlace place;
   if (!place.begin(target.file, !target.no_wait))

@@ -1,4 +1,4 @@
-// The run of a command that changes a document: the change goes behind the old content, of a copy or of the file
+// The run of a command that changes a document: the change goes after the old content, of a copy or of the file
 // itself, or into a complete new file.
 #pragma once
 
@@ -48,7 +48,7 @@ inline bool has_output(const EditTarget& target) {
 inline bool only_lists(const EditTarget& target, const std::string& source) {
   return source.empty() && !has_output(target);
 }
-/// Whether there is a `source` to set it from; a message names `what` when there is none.
+/// Whether there is a `source` to set it from; otherwise a message names `what`.
 bool has_source(const EditTarget& target, const std::string& source, const char* what);
 
 /// Opens the document, changes it and saves it. The result is an ExitCode.

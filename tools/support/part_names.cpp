@@ -9,7 +9,7 @@ namespace {
 
 constexpr std::size_t kMostDigits = 9;
 
-// The digits that the mark at `at`, behind a percent sign, asks for, and its end; false when it is no mark.
+// The digits that the mark at `at`, after a percent sign, asks for, and its end; false when it is no mark.
 bool read_mark(const std::string& pattern, std::size_t at, std::size_t& digits, std::size_t& end) {
   end = at;
   digits = 0;

@@ -13,7 +13,7 @@ namespace sheaf::tool {
 
 class RevisionDocument {
 public:
-  /// Opens `file` as it was when it ended in front of byte `end`, counted from its first one. False, with a message
+  /// Opens `file` as it was when it ended before byte `end`, counted from its first one. False, with a message
   /// that names `name`.
   bool open(const std::string& file, long long end, const std::string& name, const PasswordOptions& password);
   CPDFDoc& doc() { return doc_; }
@@ -21,7 +21,7 @@ public:
 private:
   CQVStreamBlocks file_;
   std::unique_ptr<PrefixStream> prefix_;
-  CPDFDoc doc_;  // closes in front of the streams that it reads
+  CPDFDoc doc_;  // closes before the streams that it reads
 };
 
 /// The ends of the revisions of a file. False, with a message.

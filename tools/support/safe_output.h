@@ -31,7 +31,7 @@ public:
   std::string path() const;
   /// Whether what is put goes to a terminal.
   bool is_terminal() const;
-  /// Adds data behind what was put before. False, without a message, on failure.
+  /// Adds data after what was put before. False, without a message, on failure.
   bool put(const void* data, std::size_t size);
   /// Brings the bytes to their target. False, with a message, on failure: a regular target is then as it was.
   bool commit();

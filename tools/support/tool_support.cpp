@@ -89,7 +89,7 @@ std::string password_trouble(const CPDFDoc& doc) {
 
 namespace {
 
-// Tells why a document did not open.
+// Says why a document did not open.
 bool refuse(const CPDFDoc& doc, const std::string& file) {
   switch (doc.status()) {
     case PDF_OPEN::kNoFile:

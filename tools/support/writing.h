@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "sheaf/document/writer/write_options.h"
+#include "sheaf/document/writer/doc_writer.h"
 
 namespace sheaf::tool {
 

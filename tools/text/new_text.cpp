@@ -33,7 +33,7 @@ std::size_t count_bad_bytes(std::string_view utf8) {
       continue;
     }
     wchar_t character = 0;
-    // What ends behind the text is cut by the NUL there.
+    // What ends after the text is cut by the NUL there.
     const int used =
         std::max(cvt_char_UTF8_To_UCS4(reinterpret_cast<const unsigned char*>(utf8.data() + at), character), 1);
     bad += character == 0 ? static_cast<std::size_t>(used) : 0;

@@ -13,7 +13,7 @@ BlockWriter::BlockWriter(CQVStream* target)
     : target_(target), block_(static_cast<std::uint8_t*>(QVAlloc(kBlock))), start_(target->GetPos()) {}
 
 BlockWriter::~BlockWriter() {
-  settle();
+  write_out();
   QVFree(block_);
 }
 
@@ -26,14 +26,14 @@ long long BlockWriter::GetPos() const {
 }
 
 int BlockWriter::SetPos(STR_SEEK whence, long long offset) {
-  settle();
+  write_out();
   target_->SetPos(whence, offset);
   start_ = target_->GetPos();
   return 1;
 }
 
 unsigned int BlockWriter::Read(void* dst, unsigned int size) {
-  settle();
+  write_out();
   const unsigned count = target_->Read(dst, size);
   start_ += count;
   return count;
@@ -41,7 +41,7 @@ unsigned int BlockWriter::Read(void* dst, unsigned int size) {
 
 unsigned int BlockWriter::Write(const void* src, unsigned int size) {
   if (block_ == nullptr || size >= kBlock) {
-    settle();
+    write_out();
     WorkWatch::step();  // for who watches: a body of any length is written without a request for memory
     const unsigned count = target_->Write(src, size);
     failed_ = failed_ || count != size;
@@ -65,13 +65,13 @@ void BlockWriter::put_block() {
   used_ = 0;
 }
 
-void BlockWriter::settle() {
+void BlockWriter::write_out() {
   put_block();
   target_->SetPos(STR_SEEK_SET, start_);
 }
 
 void BlockWriter::Flush() {
-  settle();
+  write_out();
   target_->Flush();
 }
 

@@ -22,7 +22,7 @@ public:
   void Flush() override;
 
   /// Brings all bytes to the target and leaves it at the writer's position.
-  void settle();
+  void write_out();
   bool failed() const { return failed_; }
 
   void text(const char* text);

@@ -48,7 +48,7 @@ public:
     items_[size_++] = copy;
     return true;
   }
-  /// Puts a value in front of the one at `place`. False when there is no memory.
+  /// Puts a value before the one at `place`. False when there is no memory.
   bool insert(std::size_t place, const T& value) {
     const T copy = value;
     if (!push(copy))

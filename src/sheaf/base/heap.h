@@ -38,7 +38,7 @@ void QVFree(void* block);
 
 namespace sheaf {
 
-/// Tells the system that all of the `size` bytes at `block`, part of a block of the family, are about to
+/// Lets the system know that all of the `size` bytes at `block`, part of a block of the family, are about to
 /// be written, so that it provides a large piece of memory at once and not page by page. Their content
 /// stays. Has an effect on large pieces only, and none where the system knows nothing of the kind.
 void heap_expects_writes(void* block, std::size_t size);

@@ -6,7 +6,7 @@
 
 namespace sheaf {
 
-/// Tells whether the requests of this thread have all been granted since it was made.
+/// Knows whether the requests of this thread have all been granted since it was made.
 class HeapWatch {
 public:
   bool all_granted() const { return heap_refusals() == before_; }

@@ -6,7 +6,7 @@
 namespace sheaf {
 
 /// The place that a seek leads to: `base` is the stream's base offset, `pos` its position and `len`
-/// the file's length. A seek in front of the start fails silently, as it does for a FILE.
+/// the file's length. A seek before the start fails silently, as it does for a FILE.
 inline long long seek_target(CQVStream::STR_SEEK whence, long long offset, long long base, long long pos,
                              long long len) {
   long long origin = 0;

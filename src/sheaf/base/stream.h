@@ -1,5 +1,5 @@
 // Byte streams: the library's one abstraction of a seekable sequence of bytes, and the three
-// classes behind it. No operation reports an error but by its count: a failed seek is silent, and
+// classes behind it. No operation reports an error except by its count: a failed seek is silent, and
 // a short read or write is the only sign of the end. One thread at a time.
 #pragma once
 
@@ -48,7 +48,7 @@ public:
   ~CQVStreamMem() override;
   long long GetLen() const override;
   long long GetPos() const override;
-  /// A position in front of the start wraps to a huge one and so ends at the end, not at 0.
+  /// A position before the start wraps to a huge one and so ends at the end, not at 0.
   int SetPos(STR_SEEK whence, long long offset) override;
   unsigned int Read(void* dst, unsigned int size) override;
   /// Grows the buffer to the next multiple of 8,192 bytes. 0 when that fails: the stream is then

@@ -26,7 +26,7 @@ bool CQVStreamUpdate::read_state(State& state) const {
   return true;
 }
 
-bool CQVStreamUpdate::stands_under_its_path() const {
+bool CQVStreamUpdate::is_still_at_its_path() const {
   struct stat info = {};
   return path != nullptr && stat(path, &info) == 0 && static_cast<std::uint64_t>(info.st_dev) == left_.device &&
          static_cast<std::uint64_t>(info.st_ino) == left_.inode;
@@ -63,7 +63,7 @@ bool CQVStreamUpdate::is_untouched() {
   if (writing_)
     Flush();
   State now{};
-  return !overtaken_ && read_state(now) && now == left_ && stands_under_its_path();
+  return !overtaken_ && read_state(now) && now == left_ && is_still_at_its_path();
 }
 
 bool CQVStreamUpdate::cut_to(long long size) {

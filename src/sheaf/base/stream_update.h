@@ -34,7 +34,7 @@ private:
   };
 
   bool read_state(State& state) const;
-  bool stands_under_its_path() const;
+  bool is_still_at_its_path() const;
 
   State left_{};            // as this stream left it
   bool writing_ = false;    // bytes of this stream may not be in the file yet

@@ -15,7 +15,7 @@ std::size_t ucs_len(const wchar_t* text) {
 }
 
 int cvt_char_UTF8_To_UCS4(const unsigned char* src, wchar_t& out) {
-  // A NUL is no continuation byte, so that nothing behind the end is looked at.
+  // A NUL is no continuation byte, so that nothing after the end is looked at.
   const Utf8Step step = read_utf8(reinterpret_cast<const char*>(src), kMostUtf8Bytes);
   out = step.is_valid ? static_cast<wchar_t>(step.character) : 0;
   return static_cast<int>(step.bytes);

@@ -5,7 +5,7 @@
 
 static_assert(sizeof(wchar_t) == 4, "wide text is 32-bit here");
 
-/// The number of characters in front of the terminating 0; 0 for null.
+/// The number of characters before the terminating 0; 0 for null.
 std::size_t ucs_len(const wchar_t* text);
 
 /// The local bytes `src` (taken as UTF-8; a byte that is not valid becomes the character of that value) as wide

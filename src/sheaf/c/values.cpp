@@ -11,7 +11,7 @@ sheaf_code report_change(bool good, const Value& value) {
   return good ? done() : fail(value.refusal());
 }
 
-// `what` goes under the key, at the index, or behind the last element.
+// `what` goes under the key, at the index, or after the last element.
 template <class What>
 sheaf_code store(sheaf_value* value, const char* key, std::int32_t index, What&& what) {
   if (value == nullptr)

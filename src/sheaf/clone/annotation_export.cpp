@@ -10,7 +10,7 @@
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/filters/stream_filter.h"
 #include "sheaf/object/array.h"
-#include "sheaf/object/stream_rec.h"
+#include "sheaf/object/dictionary.h"
 #include "sheaf/xref/export_memory.h"
 #include "sheaf/xref/xref_table.h"
 

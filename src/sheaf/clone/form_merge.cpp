@@ -1,5 +1,5 @@
 // The interactive form of an imported document: as a whole in place of the destination's, or field
-// by field behind the fields that are there.
+// by field after the fields that are there.
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/base/wide_text.h"
 #include "sheaf/neighbours/page/acro_form.h"
@@ -11,7 +11,7 @@ using namespace sheaf;
 namespace {
 
 constexpr int kMostNameChars = 255;              // with the terminating 0
-constexpr int kNameBuffer = kMostNameChars + 2;  // a digit and its 0 fit behind
+constexpr int kNameBuffer = kMostNameChars + 2;  // a digit and its 0 fit after
 
 bool is_imported(const CPDFMergeContext& ctx, std::int32_t num) {
   return object_index(num) >= ctx.map_size || ctx.map[num] != 0;

@@ -39,11 +39,11 @@ private:
 
   void run() {
     while (!waiting_.empty()) {
-      wave_.swap(waiting_);
+      this_round_.swap(waiting_);
       sort_by_place();
-      for (const std::int32_t num : wave_)
+      for (const std::int32_t num : this_round_)
         visit(num);
-      wave_.clear();
+      this_round_.clear();
     }
   }
 
@@ -65,14 +65,14 @@ private:
       return has_container ? table_.objstm_place(entry.offset) : entry.offset;
     };
     const auto in_front = [place](std::int32_t a, std::int32_t b) { return place(a) < place(b); };
-    if (!std::is_sorted(wave_.begin(), wave_.end(), in_front))
-      std::sort(wave_.begin(), wave_.end(), in_front);
+    if (!std::is_sorted(this_round_.begin(), this_round_.end(), in_front))
+      std::sort(this_round_.begin(), this_round_.end(), in_front);
   }
 
   CPDFXRefTable& table_;
   CPDFCloneMap& map_;
   ReferenceList waiting_;
-  ReferenceList wave_;  // what was waiting when its turn came
+  ReferenceList this_round_;  // what was waiting when its turn came
   ReferenceList found_;
 };
 

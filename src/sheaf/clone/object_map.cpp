@@ -1,4 +1,4 @@
-// Growth of the map. Words behind its block read as 0 and are allocated when one is recorded.
+// Growth of the map. Words after its block read as 0 and are allocated when one is recorded.
 #include "sheaf/clone/object_map_internal.h"
 
 #include <algorithm>
@@ -39,7 +39,7 @@ bool open_map(CPDFCloneMap& map, const CPDFXRefTable& table) {
     return true;
   if (!make_words(map, table.xref_count))
     return false;
-  map.count = static_cast<std::int32_t>(rounded_up(table.xref_count));
+  map.count = object_num(rounded_up(table.xref_count));
   return true;
 }
 

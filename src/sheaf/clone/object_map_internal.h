@@ -1,5 +1,5 @@
 // The map of the walks inside one document. Its bound runs ahead of its block by one a recording,
-// which is part of how the walks behave; so the block's own size is kept beside it, words behind
+// which is part of how the walks behave; so the block's own size is kept beside it, words after
 // the block count as 0, and a recording makes room for itself.
 #pragma once
 

@@ -5,7 +5,7 @@
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/create/image_dict_internal.h"
 #include "sheaf/create/unpack_pixels.h"
-#include "sheaf/neighbours/page/bmp32.h"
+#include "sheaf/neighbours/page/page.h"
 #include "sheaf/xref/xref_table.h"
 
 using namespace sheaf;

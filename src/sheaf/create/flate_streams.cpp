@@ -13,8 +13,8 @@ namespace {
 constexpr int kWindowBits = 14;
 constexpr int kMemLevel = 8;
 
-// deflateBound knows nothing of the sync flush: its empty stored block, the bits in front of that,
-// the final block and the NUL behind the data.
+// deflateBound knows nothing of the sync flush: its empty stored block, the bits before that,
+// the final block and the NUL after the data.
 constexpr uLong kFlushSpare = 32;
 
 }  // namespace

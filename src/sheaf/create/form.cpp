@@ -4,7 +4,7 @@
 
 #include "sheaf/base/heap_watch.h"
 #include "sheaf/base/scope_guard.h"
-#include "sheaf/neighbours/page/form.h"
+#include "sheaf/neighbours/page/page.h"
 #include "sheaf/xref/xref_table.h"
 
 using namespace sheaf;

@@ -45,7 +45,7 @@ void CPDFDoc::set_password(const char* utf8) {
 }
 
 bool CPDFDoc::has_pages_by_count() const {
-  return pages_.is_as_told();
+  return pages_.is_by_count();
 }
 
 int CPDFDoc::page_tree_strays() {

@@ -17,7 +17,6 @@
 
 #include "sheaf/base/grow_array.h"
 #include "sheaf/base/stream.h"
-#include "sheaf/document/save/save_kinds.h"
 #include "sheaf/neighbours/page/page.h"
 #include "sheaf/xref/xref_table.h"
 
@@ -54,6 +53,44 @@ struct PDF_DOC_REPAIR {
   const char* action;    ///< What was done, as a sentence fragment.
 };
 
+/// How an update section ends.
+enum class PDF_SAVE_FORM : std::int32_t {
+  kAsFile,   ///< As the file's newest section does.
+  kClassic,  ///< In a classic table.
+  kStream,   ///< In a cross-reference stream.
+};
+
+/// How the last `save_update` ended.
+enum class PDF_SAVE : std::int32_t {
+  kDone,         ///< All changes are in the file.
+  kUnchanged,    ///< There was nothing to write.
+  kShort,        ///< The output came short, as on a full disk: `undo_failed_save` takes back what was written.
+  kFileChanged,  ///< Another program changed, cut, replaced or removed the file. Nothing was written.
+  kRefused,      ///< The document cannot be saved: no memory, no keys, no catalogue. Nothing was written.
+};
+
+/// What a plain save does with the plain save before it.
+enum class PDF_SAVE_SAFETY : std::int32_t {
+  kWriteOver,  ///< Goes over it, so that the file stays short.
+  kAppend,     ///< Goes after it, so that what the last save wrote outlives one that fails.
+};
+
+/// The frame of PDF/A-1 (ISO 19005-1, 6.2.2, 6.7) that saves give a document.
+enum class PDF_FRAME : std::int32_t {
+  kNone,   ///< As it is.
+  kFrame,  ///< An output intent with its profile, and metadata.
+  kClaim,  ///< The same, and the metadata identify the document as PDF/A-1b: the caller vouches for the rest.
+};
+
+/// What a document has of that frame.
+struct PDF_FRAME_FOUND {
+  int output_intents = 0;         ///< How many there are,
+  int pdfa_intents = 0;           ///< and how many of them for PDF/A with a profile.
+  bool has_metadata = false;      ///< The catalogue has a metadata stream,
+  bool metadata_is_read = false;  ///< which is a packet that can be read,
+  char claim[8] = {};             ///< and identifies the document as, for example, "1B"; "" when it does not.
+};
+
 /// One document at a time. The table inside is the library's; everything above it is a caller.
 class CPDFDoc {
 public:
@@ -71,7 +108,7 @@ public:
   /// The same over a stream that the caller keeps open until `close`. The document begins at the
   /// stream's `base_offset`, which changes while it is open and is put back by `close`.
   bool open(CQVStream* stream);
-  /// Opens a file for reading and writing, so that `save_update` can go behind its end.
+  /// Opens a file for reading and writing, so that `save_update` can go after its end.
   bool open_for_update(const char* path);
   /// Goes on with a document of `open(path)` as if it had been opened by `open_for_update`: what was changed waits
   /// for `save_update`. False, and the document stays as it was, when the file cannot be written or is no longer the
@@ -105,7 +142,7 @@ public:
   /// How many pages there are: as the nodes of the tree say where they agree with one another, else
   /// by walking the tree. Loops, nulls and wrong counts do no harm.
   int page_count();
-  /// The object of page `index` (from 0); {0, 0} when there is none. The first call walks the tree.
+  /// The object of page `index` (from 0), or {0, 0}. The first call walks the tree.
   PDF_REF page_ref(int index);
   /// Builds the list from "Count" alone and checks 32 pages as a sample. False if a full walk was
   /// needed. If `load_page` later meets something that is no page, the list is dropped and the tree
@@ -116,7 +153,7 @@ public:
   /// How many kids of the page tree are no pages: nulls, numbers, other objects, nodes that came up before. The list
   /// of pages goes without them, whatever the nodes count. Walks the tree.
   int page_tree_strays();
-  /// Reads page `index` with what it inherits. False when there is none.
+  /// Reads page `index` with what it inherits. False when there is no such page.
   bool load_page(int index, CPDFPage& page);
   /// The same without resources that are directly in a node above: `page.inherited` names the node,
   /// so that a caller that copies many pages copies those resources only once.
@@ -131,7 +168,7 @@ public:
   /// object that it is: a copy each would take memory out of all proportion to the file.
   static constexpr std::int32_t kMostPageCopies = 1 << 14;
 
-  /// Puts a page object of this document in front of page `index`, or behind the last page. The page
+  /// Puts a page object of this document before page `index`, or after the last page. The page
   /// tree follows with the next save. False when there is no such place, or when `page` is no page.
   bool insert_page(int index, const PDF_REF& page);
   /// Takes page `index` off the list; its object stays.
@@ -175,7 +212,7 @@ public:
   /// and the next save writes all of them. False when the file cannot be cut.
   bool undo_failed_save();
 
-  /// Puts the document's identifier into `id`, an empty one when there is none: what a new file needs
+  /// Puts the document's identifier into `id`, an empty one for a document without: what a new file needs
   /// whose keys stay as they are.
   void keep_identifier(CPDFObj& id);
   /// Writes a complete new file to `target.stream`. A catalogue or document information that is
@@ -190,7 +227,7 @@ public:
   /// the page tree is made anew, in branches of equal size, with the next save. False as for `store_page_tree`.
   bool rebuild_page_tree();
   /// Cuts the file opened for update to `size` bytes, counted from its first one. False, and nothing is
-  /// done, when that is in front of the end of what was opened or sealed, or behind the file's end.
+  /// done, when that is before the end of what was opened or sealed, or after the file's end.
   bool truncate_to(long long size);
 
   /// The page list of a linearized file from its start alone, without its main table. True when the
@@ -202,9 +239,9 @@ public:
 
   /// The reference to object `num`, with the generation that its entry or its header bears.
   PDF_REF reference_to(std::int32_t num);
-  /// Reads all older sections now, also those behind one that cannot be read.
+  /// Reads all older sections now, also those after one that cannot be read.
   void read_all_sections();
-  /// Whether the table can lead to object `num`: false when it has an entry behind which the object is
+  /// Whether the table can lead to object `num`: false when it has an entry but the object is
   /// not there. An object without an entry, or with that of a free one, is no loss.
   bool can_reach(std::int32_t num);
   /// Whether the document counts as encrypted, but nobody can say how: it is read as it is stored.
@@ -245,5 +282,5 @@ private:
   long long file_size_ = 0;
   long long header_offset_ = 0;
   sheaf::GrowArray<PDF_DOC_REPAIR> repairs_;
-  std::uint32_t table_repairs_told_ = 0;
+  std::uint32_t table_repairs_taken_ = 0;
 };

@@ -53,11 +53,11 @@ public:
   int dec_black_word();
   /// Sets `count` pixels from `pos` on; never beyond the line.
   void set_bits(unsigned char* dst, int pos, int count) const;
-  /// Goes on to the next end-of-line code, takes it, and gives the tag bit behind it; 0 for failure.
+  /// Goes on to the next end-of-line code, takes it, and gives the tag bit after it; 0 for failure.
   int readEOL(int is_first);
-  /// Takes an end-of-line code with the fill in front of it, when it comes next.
+  /// Takes an end-of-line code with the fill before it, when it comes next.
   void skip_eol();
-  /// Puts the reader at the first bit of the next end-of-line code: 1, or 0 when there is none.
+  /// Puts the reader at the first bit of the next end-of-line code: 1, or 0 without one.
   int seekEOL();
 
   // Single lines, drawn into the cleared `dst`; 0 ends the data.

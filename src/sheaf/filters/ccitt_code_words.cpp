@@ -46,7 +46,7 @@ std::int64_t CPDFStreamFAX::position() const {
   return std::int64_t{byte_pos} * 8 + bit_pos;
 }
 
-// Behind the end the place no longer matters; it must only not run away.
+// After the end the place no longer matters; it must only not run away.
 void CPDFStreamFAX::set_position(std::int64_t bit) {
   constexpr std::int64_t kBehindEnd = 16;
   const std::int64_t byte = std::min(std::min(bit >> 3, left + kBehindEnd), std::int64_t{INT32_MAX});
@@ -54,7 +54,7 @@ void CPDFStreamFAX::set_position(std::int64_t bit) {
   bit_pos = static_cast<std::int32_t>(bit & 7);
 }
 
-// The first 1 at `bit` or behind it; the end of the input when there is none.
+// The first 1 at `bit` or after it; the end of the input without one.
 std::int64_t CPDFStreamFAX::next_one(std::int64_t bit) const {
   std::int64_t byte = bit >> 3;
   unsigned mask = 0xFFu >> (bit & 7);

@@ -220,7 +220,7 @@ constexpr std::array<std::uint16_t, 16> make_init_black() {
   return table;
 }
 
-// Codes that begin with `prefix`, by the bits behind it.
+// Codes that begin with `prefix`, by the bits after it.
 template <std::size_t Size>
 constexpr std::array<std::uint16_t, Size> make_black_behind(std::string_view prefix, unsigned bits) {
   std::array<std::uint16_t, Size> table{};
@@ -245,7 +245,7 @@ constexpr std::array<std::uint16_t, 512> make_black() {
 constexpr std::array<std::uint16_t, 16> make_additional() {
   std::array<std::uint16_t, 16> table{};
   for (const CodeWord& code : kExtendedCodes) {
-    const std::string_view rest = code.bits.substr(8);  // behind their common start 00000001
+    const std::string_view rest = code.bits.substr(8);  // after their common start 00000001
     fill(table, rest, 4, static_cast<std::uint16_t>(rest.size() << 1 | code.run << 4));
   }
   return table;

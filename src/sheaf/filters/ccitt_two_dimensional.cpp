@@ -97,7 +97,7 @@ public:
   /// A code that is no mode is taken with all the bits that were looked at.
   void pass_bad_mode() { window.refill(mode_start_ + kModeBits); }
 
-  /// The bits behind the extension code that stand for uncompressed mode.
+  /// The bits after the extension code that stand for uncompressed mode.
   bool take_uncompressed_tag() {
     constexpr unsigned kTagBits = 3;
     constexpr unsigned kUncompressed = 7;
@@ -231,7 +231,7 @@ int CPDFStreamFAX::two_dimensional_line(unsigned char* dst) {
       line.store();
       return 0;
     } else if (line.uncompressed()) {
-      continue;  // the search for b1 goes on from in front of the extension
+      continue;  // the search for b1 goes on from before the extension
     } else {
       line.a0 = std::max(line.a0, columns);
     }

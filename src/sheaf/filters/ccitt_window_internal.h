@@ -57,7 +57,7 @@ public:
 private:
   const std::uint8_t* data_;
   std::int64_t len_;
-  std::int64_t end_ = 0;  // bit behind the window
+  std::int64_t end_ = 0;  // bit after the window
   std::uint64_t bits_ = 0;
   unsigned held_ = 0;
 };

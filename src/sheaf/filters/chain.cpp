@@ -1,5 +1,5 @@
 // From a stream's record to its decoded bytes: the raw data, decrypted, then one decoder for each
-// filter. Only the last decoder stays live; those in front of it are run to their end one after
+// filter. Only the last decoder stays live; those before it are run to their end one after
 // the other.
 #include <algorithm>
 #include <memory>
@@ -16,7 +16,7 @@ using namespace sheaf;
 
 namespace {
 
-constexpr int kMostStageBytes = 0x1000000;  // 16 MiB: a stage in front of the last is cut here
+constexpr int kMostStageBytes = 0x1000000;  // 16 MiB: a stage before the last is cut here
 constexpr std::int32_t kMostStages = 64;    // no real file comes near
 
 // A decoder's parameters may name a stream, whose decoder's parameters may name a stream again. One

@@ -34,7 +34,7 @@ public:
   /// Starts decoding. Only `predictor` 1 means none: any other value, 0 too, builds one.
   virtual int open(unsigned int predictor, unsigned int columns, unsigned int colors, unsigned int bits_per_component);
 
-  /// Behind the last byte. A checksum that is missing is no flaw.
+  /// After the last byte. A checksum that is missing is no flaw.
   CPDFStreamFlaw flaw_at_end();
 
 private:

@@ -8,7 +8,7 @@ namespace sheaf {
 constexpr int kPngUp = 2;  ///< The filter that adds the row above.
 
 /// Undoes one row of `size` bytes in place. `tag` is the kind of its filter; one that does not exist
-/// is read as none. `above` is the row in front of it, as long, undone, or zeros for the first;
+/// is read as none. `above` is the row before it, as long, undone, or zeros for the first;
 /// `pixel` (1 to `size`, or more) is the distance in bytes of the left neighbour.
 void undo_png_row(int tag, std::uint8_t* row, const std::uint8_t* above, int size, int pixel);
 

@@ -38,7 +38,7 @@ void undo_tiff_words(std::uint8_t* row, int samples, int colors) {
   }
 }
 
-// Samples of 1, 2 and 4 bits, which share bytes. The bits behind the last sample stay as they are.
+// Samples of 1, 2 and 4 bits, which share bytes. The bits after the last sample stay as they are.
 void undo_tiff_bits(std::uint8_t* row, int samples, int colors, int bits) {
   const int per_byte = 8 / bits;
   const int mask = (1 << bits) - 1;

@@ -1,4 +1,4 @@
-// PNG and TIFF predictors behind Flate and LZW (ISO 32000-1, 7.4.4.4; RFC 2083, 6; TIFF 6.0, 14).
+// PNG and TIFF predictors after Flate and LZW (ISO 32000-1, 7.4.4.4; RFC 2083, 6; TIFF 6.0, 14).
 #pragma once
 
 #include <cstdint>
@@ -37,7 +37,7 @@ private:
   std::uint8_t* above_ = nullptr;   // the row above the present one
   std::uint8_t* row_ = nullptr;     // the present row
   std::uint8_t* fetch_ = nullptr;   // the next row to undo
-  std::uint8_t* filled_ = nullptr;  // behind the last byte fetched
+  std::uint8_t* filled_ = nullptr;  // after the last byte fetched
   int pos_ = 0;
   int end_ = 0;  // bytes of the present row
 };

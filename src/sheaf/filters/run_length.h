@@ -9,7 +9,7 @@ public:
 
   std::uint8_t run_buf[kLongestRun];
   std::uint8_t* run_start = run_buf;  ///< Next byte to hand out.
-  std::uint8_t* run_end = run_buf;    ///< Behind the last valid byte.
+  std::uint8_t* run_end = run_buf;    ///< After the last valid byte.
   std::int32_t run_state = 0;         ///< 1 once the end of the data has been met.
 
   CPDFStreamRunlen(std::uint8_t* block, std::int32_t len) : CPDFStream(block, len) { filter_type = kFilterRunLength; }

@@ -11,10 +11,10 @@ using namespace sheaf;
 namespace {
 
 constexpr unsigned kRound = 0x400;            // the estimate is rounded up to a multiple of this
-constexpr unsigned kFirstStep = 0x400;        // what is read behind the estimate at first
+constexpr unsigned kFirstStep = 0x400;        // what is read after the estimate at first
 constexpr unsigned kLargestStep = 0x10000;    // steps double up to here, which bounds the overshoot
 constexpr int kMostEstimate = 0x40000000;     // sizes stay below 2^31 whatever the hint says
-constexpr unsigned kSpare = 4;                // behind the data, for the NUL
+constexpr unsigned kSpare = 4;                // after the data, for the NUL
 constexpr std::size_t kMostWhole = 16 << 20;  // data are in memory twice for a moment when they are decoded whole
 
 // Reallocates or, on failure, releases: the caller then gives up with nothing held.
@@ -64,7 +64,7 @@ bool CPDFStream::decode_whole(std::size_t) {
 }
 
 std::uint8_t* CPDFStream::buffer_load(int max_len, int& len) {
-  // What ends this far in front of `max_len` is never cut.
+  // What ends this far before `max_len` is never cut.
   if (max_len > static_cast<int>(2 * kLargestStep))
     decode_whole(std::min(static_cast<std::size_t>(max_len) - 2 * kLargestStep, kMostWhole));
   const auto estimate = static_cast<unsigned>(std::clamp(len > 0 ? len : size_hint, 0, kMostEstimate));

@@ -40,7 +40,7 @@ public:
   std::int32_t left = 0;                   ///< Input bytes not yet consumed.
   std::int32_t size_hint = 0;              ///< Expected output size, the first estimate of buffer_load.
   std::int32_t borrowed = 0;               ///< Not 0: `data` is not to be freed.
-  /// What is known so far, of this stage or of one in front of it; `find_flaw` in stream_flaw.h completes it.
+  /// What is known so far, of this stage or of one before it; `find_flaw` in stream_flaw.h completes it.
   CPDFStreamFlaw flaw = kFlawNone;
 
   /// Takes over `block` of `len` bytes.

@@ -33,7 +33,7 @@ bool Info::set(const char* key, std::string_view text) {
   if (!core_->is_open())
     return core_->note(Code::kClosed, "the document is closed");
   const std::string utf8(text);
-  const bool done = core_->settled().set_info(key, utf8.c_str());
+  const bool done = core_->updated_doc().set_info(key, utf8.c_str());
   core_->refresh_touched();
   return done || core_->note(Code::kNoMemory, "the document information could not be changed");
 }
@@ -62,7 +62,7 @@ void Attachments::collect() {
   if (!core_->is_open())
     return;
   CPDFAttachments list;
-  if (!list.load(core_->settled()))
+  if (!list.load(core_->updated_doc()))
     core_->note(Code::kNoMemory, "there is no memory for the list of embedded files");
   core_->refresh_touched();
   const auto text = [](const char* utf8) { return std::string(utf8 != nullptr ? utf8 : ""); };
@@ -144,7 +144,7 @@ Expected<void> Attachments::add(std::string_view name, std::span<const std::uint
   std::swap(key_text.data, key.raw().data);
   key_text.len = key.raw().as_string().len;
   const bool done = tree.raw().as_dict() != nullptr &&
-                    name_tree_insert(core_->settled().table(), *tree.raw().as_dict(), key_text, {spec.number(), 0});
+                    name_tree_insert(core_->updated_doc().table(), *tree.raw().as_dict(), key_text, {spec.number(), 0});
   QVFree(key_text.data);
   core_->refresh_touched();
   if (!watch.all_granted())

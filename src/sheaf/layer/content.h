@@ -18,8 +18,8 @@
 #include <utility>
 
 #include "sheaf/document/content/content_reader.h"
-#include "sheaf/layer/data.h"
 #include "sheaf/layer/object.h"
+#include "sheaf/layer/result.h"
 
 namespace sheaf {
 
@@ -86,7 +86,7 @@ private:
   Data data_;
 };
 
-/// Puts operators one behind the other.
+/// Puts operators one after the other.
 class ContentAppender {
 public:
   /// The operator, byte for byte.
@@ -94,7 +94,7 @@ public:
     text_.append(op.source()) += '\n';
     return *this;
   }
-  /// An operator of that name behind operands: numbers, `Name`, `Bytes`, arrays.
+  /// An operator of that name after operands: numbers, `Name`, `Bytes`, arrays.
   template <class... Operands>
   ContentAppender& add(std::string_view name, Operands&&... operands) {
     (put(Object(std::forward<Operands>(operands))), ...);

@@ -252,7 +252,7 @@ Value Core::add(Object value) {
     note(Code::kNoMemory, "there is no memory for a new object");
     return {};
   }
-  const PDF_REF ref{settled().table().alloc_obj_num(), 0};
+  const PDF_REF ref{updated_doc().table().alloc_obj_num(), 0};
   CPDFObj content = std::exchange(value.raw(), CPDFObj{});
   const bool done = table().store_object(ref, content);
   refresh_touched();
@@ -296,7 +296,7 @@ void Core::store(Node& node, bool keep_content) {
     note(Code::kNoMemory, "there is no memory for a changed object", node.num);
 }
 
-CPDFDoc& Core::settled() {
+CPDFDoc& Core::updated_doc() {
   if (*changes != seen)
     refresh_touched();
   for (std::size_t i = 0; i < changed_.size(); ++i) {
@@ -313,7 +313,7 @@ CPDFDoc& Core::settled() {
 }
 
 CPDFDoc& Core::finished() {
-  settled();
+  updated_doc();
   finish_form();
   finish_merge();
   return doc_;
@@ -378,7 +378,7 @@ void Core::renew_streams() {
 // ---- work under way ----
 
 CPDFFormFiller* Core::filler() {
-  settled();
+  updated_doc();
   finish_merge();
   if (filler_ != nullptr && filler_state_ != *changes)
     finish_form();
@@ -398,7 +398,7 @@ void Core::finish_form() {
 }
 
 CPDFDocMerge& Core::merge() {
-  settled();
+  updated_doc();
   finish_form();
   if (merge_ == nullptr)
     merge_ = std::make_unique<CPDFDocMerge>(doc_);

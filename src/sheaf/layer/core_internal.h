@@ -2,7 +2,7 @@
 // that waits for a save (changed nodes, a form being filled, a merge).
 //
 // Values and operations below see one another's changes: nodes that were changed go into the table before anything
-// below runs (`settle`), and nodes are compared with the table after it (`refresh`).
+// below runs (`updated_doc`), and nodes are compared with the table after it (`refresh`).
 #pragma once
 
 #include <functional>
@@ -16,9 +16,8 @@
 #include "sheaf/document/forms/form_filler.h"
 #include "sheaf/document/merge/doc_merge.h"
 #include "sheaf/layer/node_internal.h"
-#include "sheaf/layer/progress.h"
 #include "sheaf/layer/result.h"
-#include "sheaf/layer/storage.h"
+#include "sheaf/layer/storage_internal.h"
 #include "sheaf/layer/value.h"
 
 namespace sheaf::layer {
@@ -41,7 +40,7 @@ public:
   void set_open();
 
   /// The document below, with all changes of values in it.
-  CPDFDoc& settled();
+  CPDFDoc& updated_doc();
   /// The same, and a form and a merge under way finished.
   CPDFDoc& finished();
   /// The document below as it is, for reading what values cannot have changed.
@@ -51,7 +50,7 @@ public:
   /// The value of object `num`.
   Value object(std::int32_t num);
   Value root() { return trailer_value(table().root, Node::kRoot); }
-  /// The document information, made when there is none and `make` is set.
+  /// The document information, made if it is missing and `make` is set.
   Value info(bool make);
   /// Gives `value` a number of its own.
   Value add(Object value);

@@ -180,7 +180,7 @@ Objects::Objects(layer::CoreRef core) : core_(std::move(core)) {
   if (!core_->is_open())
     return;
   core_->table().drain_pending();
-  end_ = static_cast<std::int32_t>(core_->table().xref_count);
+  end_ = object_num(core_->table().xref_count);
 }
 
 Value Objects::at(std::int32_t index) const {
@@ -242,7 +242,7 @@ std::vector<Repair> Document::repairs() const {
 }
 
 std::int32_t Document::signature_count() const {
-  return core_->is_open() ? count_signatures(core_->settled()) : 0;
+  return core_->is_open() ? count_signatures(core_->updated_doc()) : 0;
 }
 
 Error Document::failure() const {
@@ -266,7 +266,7 @@ Expected<void> Document::begin_saving() {
   return trouble.code != Code::kNone ? Expected<void>(trouble) : Expected<void>();
 }
 
-// Makes the file or storage that was opened ready to be written behind its end.
+// Makes the file or storage that was opened ready to be written after its end.
 Expected<void> Document::begin_writing() {
   if (Expected<void> ready = begin_saving(); !ready)
     return ready;

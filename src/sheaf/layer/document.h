@@ -1,7 +1,9 @@
 // A document, opened or new. It moves and does not copy; one thread uses it at a time, with all that was asked of it.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <span>
 #include <string>
@@ -11,10 +13,8 @@
 #include "sheaf/layer/core_ref.h"
 #include "sheaf/layer/pages.h"
 #include "sheaf/layer/parts.h"
-#include "sheaf/layer/progress.h"
 #include "sheaf/layer/result.h"
 #include "sheaf/layer/signing.h"
-#include "sheaf/layer/storage.h"
 #include "sheaf/layer/value.h"
 
 class CPDFDoc;
@@ -25,6 +25,17 @@ namespace sheaf {
 struct OpenOptions {
   std::string password = {};       ///< UTF-8. The empty one is always tried.
   ProgressFunction progress = {};  ///< For opening and for all that is done with the document.
+};
+
+/// An application's own storage as the source, and where wanted the target, of a document: three functions over bytes
+/// that have places. They are called in the thread that uses the document.
+struct Storage {
+  /// Puts up to `size` bytes from `offset` on into `to`; their count, less than `size` at the end only.
+  std::function<std::size_t(std::uint64_t offset, std::uint8_t* to, std::size_t size)> read;
+  /// How many bytes there are.
+  std::function<std::uint64_t()> size;
+  /// Takes `size` bytes for `offset` and on, which may lie after the end; their count. Empty: nothing is written.
+  std::function<std::size_t(std::uint64_t offset, const std::uint8_t* from, std::size_t size)> write;
 };
 
 enum class Cipher { kAes256, kAes128, kRc4 };
@@ -111,7 +122,7 @@ public:
   Pages pages(std::int32_t first, std::int32_t end) const { return Pages(core_, first, end); }
   /// The catalogue.
   Value root() const;
-  /// The object of that number; null where there is none.
+  /// The object of that number, or null.
   Value object(std::int32_t number) const;
   Objects objects() const { return Objects(core_); }
   Info info() const { return Info(core_); }
@@ -137,7 +148,7 @@ public:
   Error failure() const;
   void on_progress(ProgressFunction progress);
 
-  /// Writes all changes behind the content of the file or storage that was opened, of which no byte changes. Without
+  /// Writes all changes after the content of the file or storage that was opened, of which no byte changes. Without
   /// a change nothing is written. A save that fails leaves a file as the last good one left it. Stopping has an effect
   /// until the writing begins.
   Expected<void> save_update();

@@ -66,7 +66,7 @@ std::vector<Field> Form::fields() const {
   std::vector<Field> found;
   if (!core_->is_open())
     return found;
-  CPDFAcroForm form(core_->settled().table());
+  CPDFAcroForm form(core_->updated_doc().table());
   form.load();
   for (std::int32_t i = 0; i < form.field_count(); ++i) {
     if (form.field_at(i)->is_terminal())
@@ -102,7 +102,7 @@ std::string Field::value() const {
   if (!core_->is_open())
     return {};
   CPDFFormData data;
-  data.read_form(core_->settled());
+  data.read_form(core_->updated_doc());
   const std::vector<std::string> values = values_of(data, name_);
   return values.empty() ? std::string() : values.front();
 }

@@ -157,9 +157,9 @@ Expected<std::string> Image::save(const std::string& folder) const {
 bool Images::advance() {
   if (!core_->is_open())
     return false;
-  CPDFXRefTable& table = core_->settled().table();
+  CPDFXRefTable& table = core_->updated_doc().table();
   table.drain_pending();
-  for (; static_cast<std::uint32_t>(next_) < table.xref_count; ++next_) {
+  for (; object_index(next_) < table.xref_count; ++next_) {
     const PDF_XREF* const entry = table.entry(next_);
     if (entry == nullptr || !(entry->is_in_file() || entry->is_in_memory()))
       continue;  // members of object streams are no streams

@@ -171,7 +171,7 @@ std::int32_t Pages::size() const {
 Page Pages::at(std::int32_t index) const {
   if (index < 0 || index >= size() || !core_->is_open())
     return {};
-  return {core_, core_->object(core_->settled().page_ref(first_ + index).num)};
+  return {core_, core_->object(core_->updated_doc().page_ref(first_ + index).num)};
 }
 
 Pages Pages::slice(std::int32_t first, std::int32_t end) const {

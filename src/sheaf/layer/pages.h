@@ -54,14 +54,14 @@ public:
   bool set_media_box(const Rect& box) { return set_box("MediaBox", box); }
   bool set_crop_box(const Rect& box) { return set_box("CropBox", box); }
 
-  /// The decoded content streams of the page, one behind the other.
+  /// The decoded content streams of the page, one after the other.
   Expected<Data> content_data() const;
   /// The operators of the page's content. It keeps the data; the page may change meanwhile.
   Expected<Content> content() const;
   /// Replaces all content of the page.
   bool set_content(std::string_view data);
   bool set_content(const ContentAppender& content) { return set_content(content.data()); }
-  /// Draws behind what is there, in the page's own coordinates, whatever state that leaves behind.
+  /// Draws after what is there, in the page's own coordinates, whatever state that leaves behind.
   bool add_content(std::string_view data);
   /// Gives the page a resource of `category`, such as "Font" or "XObject", under a name that is free; that name.
   std::string add_resource(const char* category, const Value& resource);
@@ -86,7 +86,7 @@ public:
 
   std::int32_t size() const;
   bool empty() const { return size() == 0; }
-  /// Page `index`, from 0; one that is false where there is none.
+  /// Page `index`, from 0; an empty one, which is false, beyond the last.
   Page operator[](std::int32_t index) const { return at(index); }
   Page at(std::int32_t index) const;
   /// The pages from `first` up to, but not with, `end`.
@@ -98,7 +98,7 @@ public:
   /// document, where they are impossible.
   bool append(const Pages& pages, std::string_view title = {});
   bool insert(std::int32_t index, const Pages& pages);
-  /// A new page without content, behind the last one.
+  /// A new page without content, after the last one.
   Page add(double width, double height);
   bool remove(std::int32_t index);
   /// Moves page `from` so that it becomes page `to`.
@@ -107,7 +107,7 @@ public:
 private:
   layer::CoreRef core_;
   std::int32_t first_ = 0;
-  std::int32_t end_ = -1;  // -1: behind the last page
+  std::int32_t end_ = -1;  // -1: after the last page
 };
 
 }  // namespace sheaf

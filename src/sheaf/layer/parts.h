@@ -11,7 +11,6 @@
 #include <vector>
 
 #include "sheaf/layer/core_ref.h"
-#include "sheaf/layer/data.h"
 #include "sheaf/layer/result.h"
 #include "sheaf/layer/value.h"
 
@@ -86,7 +85,7 @@ public:
   auto begin() const { return files_.begin(); }
   auto end() const { return files_.end(); }
   std::size_t size() const { return files_.size(); }
-  /// The file of that name; null when there is none.
+  /// The file of that name, or null.
   const Attachment* find(std::string_view name) const;
   /// Embeds the file at `path` under its base name, or bytes under `name`.
   Expected<void> add(const std::string& path);
@@ -155,7 +154,7 @@ struct Pixels {
   Data rows;
   bool is_whole = true;               ///< False: the data ended early, and the rest of the rows is empty.
   std::vector<std::uint8_t> palette;  ///< Red, green and blue of each index; empty: samples are greys or colours.
-  std::vector<std::uint8_t> profile;  ///< The ICC profile; empty: there is none.
+  std::vector<std::uint8_t> profile;  ///< The ICC profile; empty: the image has none.
   Data opacity;                       ///< A byte a pixel where the data have opacity of their own ("SMaskInData").
 };
 

@@ -1,4 +1,5 @@
-// What an operation of the layer gives: its value or why there is none.
+// What an operation of the layer gives: its value or its error, data as a block of bytes, and how far it has
+// come.
 //
 //   auto doc = sheaf::Document::open("letter.pdf");
 //   if (!doc)
@@ -9,12 +10,18 @@
 // are not compiled in.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <functional>
 #include <optional>
+#include <span>
 #include <string>
+#include <string_view>
 #include <utility>
+
+#include "sheaf/base/heap.h"
 
 #if defined(__cpp_exceptions)
 #include <exception>
@@ -54,7 +61,7 @@ struct Error {
 };
 
 #if defined(__cpp_exceptions)
-/// What `Expected` throws where its value is asked for and there is none.
+/// What `Expected` throws when its value is asked for but it holds an error.
 class Failure : public std::exception {
 public:
   explicit Failure(Error error) : error_(std::move(error)) {}
@@ -124,5 +131,52 @@ public:
 private:
   Error error_;
 };
+
+/// Owns one block of bytes. Moves and does not copy.
+class Data {
+public:
+  Data() = default;
+  /// Takes over a block of the QVAlloc family.
+  Data(std::uint8_t* block, std::size_t size) : block_(block), size_(size) {}
+  Data(Data&& other) noexcept : block_(std::exchange(other.block_, nullptr)), size_(std::exchange(other.size_, 0)) {}
+  Data& operator=(Data&& other) noexcept {
+    std::swap(block_, other.block_);
+    std::swap(size_, other.size_);
+    return *this;
+  }
+  Data(const Data&) = delete;
+  Data& operator=(const Data&) = delete;
+  ~Data() { QVFree(block_); }
+
+  std::size_t size() const { return size_; }
+  bool empty() const { return size_ == 0; }
+  /// Borrowed; valid as long as this lives.
+  const std::uint8_t* data() const& { return block_; }
+  std::span<const std::uint8_t> bytes() const& { return {block_, size_}; }
+  std::string_view text() const& { return {reinterpret_cast<const char*>(block_), size_}; }
+  const std::uint8_t* data() const&& = delete;
+  std::span<const std::uint8_t> bytes() const&& = delete;
+  std::string_view text() const&& = delete;
+  /// Hands the block over; it is released with QVFree.
+  std::uint8_t* release() {
+    size_ = 0;
+    return std::exchange(block_, nullptr);
+  }
+
+private:
+  std::uint8_t* block_ = nullptr;
+  std::size_t size_ = 0;
+};
+
+/// How far work has come.
+struct Progress {
+  const char* what = "";  ///< "open", "save", "merge", "flatten" or "images".
+  double done = 0;   ///< Of `total`: bytes of a scan, objects of a save, pages of a merge or when flattening, rows.
+  double total = 0;  ///< 0: not known yet.
+};
+
+/// Asked every few milliseconds of work, in the thread that works; false stops the operation, which then gives
+/// Code::kCancelled. It must not use the document. A document whose change was stopped can only be closed.
+using ProgressFunction = std::function<bool(const Progress&)>;
 
 }  // namespace sheaf

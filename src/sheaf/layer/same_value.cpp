@@ -6,7 +6,6 @@
 #include "sheaf/base/grow_array.h"
 #include "sheaf/object/array.h"
 #include "sheaf/object/dictionary.h"
-#include "sheaf/object/stream_rec.h"
 
 namespace sheaf::layer {
 

@@ -40,7 +40,7 @@ public:
   Seal& operator=(Seal&&) noexcept;
   ~Seal();
 
-  /// Four numbers: start and length of the bytes in front of the signature and of those behind it.
+  /// Four numbers: start and length of the bytes before the signature and of those after it.
   std::array<std::int64_t, 4> byte_range() const;
   /// Hands the bytes to be signed to `take`, piece by piece.
   Expected<void> digest(const std::function<void(std::span<const std::uint8_t>)>& take) const;

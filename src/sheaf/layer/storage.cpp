@@ -1,5 +1,5 @@
 // The application's storage as a stream.
-#include "sheaf/layer/storage.h"
+#include "sheaf/layer/storage_internal.h"
 
 #include <algorithm>
 #include <cstring>

@@ -214,7 +214,7 @@ void Value::end_change() {
 }
 
 // Leaves `old` null. Values that point into it keep what they had.
-void Value::bury(CPDFObj& old) {
+void Value::keep_replaced(CPDFObj& old) {
   const std::int32_t own = node().changed ? 2 : 1;
   if (old.tag < kTagString || node_->users <= own)
     old.free();
@@ -240,7 +240,7 @@ bool Value::set(std::string_view key, Object value) {
   const HeapWatch watch;
   const Key name(key);
   if (CPDFObj* const old = dict->get_item(name))
-    bury(*old);
+    keep_replaced(*old);
   dict->move_item(name, value.raw());
   end_change();
   return watch.all_granted() || refuse(Code::kNoMemory, "there is no memory for a change");
@@ -276,7 +276,7 @@ bool Value::set(std::int32_t index, Object value) {
   CPDFObj* const old = change_element(index);
   if (old == nullptr)
     return false;
-  bury(*old);
+  keep_replaced(*old);
   old->move_from(value.raw());
   end_change();
   return true;
@@ -320,7 +320,7 @@ bool Value::remove(std::int32_t index) {
   if (old == nullptr)
     return false;
   CPDFArray& array = *raw().as_array();
-  bury(*old);
+  keep_replaced(*old);
   std::copy(old + 1, array.items + array.count, old);
   --array.count;
   end_change();
@@ -371,7 +371,7 @@ bool Value::write(std::string_view data, Coding coding) {
   if (data.size() > static_cast<std::size_t>(kMostDecoded))
     return refuse(Code::kTooLarge, "a stream takes at most 1 GiB");
   const HeapWatch watch;
-  CPDFXRefTable& table = node_->core->settled().table();
+  CPDFXRefTable& table = node_->core->updated_doc().table();
   const PDF_REF ref = node_->core->below().reference_to(node_->num);
   Cleared<CPDFStreamRec> rec;
   rec.dict.copy_from(node_->obj.as_dict_or_stream());

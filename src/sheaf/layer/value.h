@@ -17,7 +17,6 @@
 #include <string>
 #include <string_view>
 
-#include "sheaf/layer/data.h"
 #include "sheaf/layer/object.h"
 #include "sheaf/layer/result.h"
 #include "sheaf/object/array.h"
@@ -116,7 +115,7 @@ public:
   /// The entry `key` of a dictionary or of a stream's dictionary; null for anything else.
   Value operator[](const char* key) const;
   Value operator[](std::string_view key) const;
-  /// Element `index` of an array, from 0; null where there is none.
+  /// Element `index` of an array, from 0, or null.
   Value operator[](std::int32_t index) const;
   bool has(std::string_view key) const { return !(*this)[key].is_null(); }
   /// Elements of an array, entries of a dictionary; else 0.
@@ -158,7 +157,7 @@ public:
   bool set(std::int32_t index, const Value& value);
   bool append(Object value);
   bool append(const Value& value);
-  /// In front of element `index`, or behind the last one.
+  /// Before element `index`, or after the last one.
   bool insert(std::int32_t index, Object value);
   bool insert(std::int32_t index, const Value& value);
   bool remove(std::string_view key);
@@ -226,7 +225,7 @@ private:
   CPDFArray* change_array();
   CPDFObj* change_element(std::int32_t index);
   void end_change();
-  void bury(CPDFObj& old);
+  void keep_replaced(CPDFObj& old);
   layer::Node& node() const;
   bool fits(const Value& value, Object& as_object) const;
   bool refuse(Code code, const char* message) const;

@@ -13,7 +13,7 @@ public:
   std::int32_t count = 0;     ///< Elements.
   std::int32_t capacity = 0;  ///< Elements that the block has room for.
 
-  /// Element `index`, or null when there is none. Borrowed; valid until the array changes.
+  /// Element `index`, or null. Borrowed; valid until the array changes.
   CPDFObj* get(std::int32_t index) const { return index >= 0 && index < count ? items + index : nullptr; }
 
   /// Each appends a deep copy; a failed allocation appends nothing.

@@ -81,7 +81,7 @@ bool make_room(CPDFDictionary& dict) {
   return true;
 }
 
-// The item of `key`, made with a null value when there is none; null when there is no memory.
+// The item of `key`, made with a null value if it is new; null without memory.
 CPDFObj* item_for(CPDFDictionary& dict, const char* key) {
   const SortedPlace place = find_key(dict, key);
   if (place.found)

@@ -1,4 +1,5 @@
-// Dictionaries: items in ascending order of strcmp of their keys, found by binary search.
+// Dictionaries: items in ascending order of strcmp of their keys, found by binary search; and the value of a stream
+// object, which is its dictionary with the place of its raw data.
 #pragma once
 
 #include <cstddef>
@@ -6,6 +7,8 @@
 
 #include "sheaf/base/heap.h"
 #include "sheaf/object/object.h"
+
+class CQVStream;
 
 /// One allocation of the QVAlloc family: the value, directly followed by the key and its NUL.
 struct CPDFDictItem : CPDFObj {
@@ -42,7 +45,7 @@ public:
   /// An array of four reals: left, bottom, right, top.
   void set_item_rect(const char* key, const _QVRECTF* rect);
 
-  /// For the reader, which meets keys in any order: appends an item with a null value behind the
+  /// For the reader, which meets keys in any order: appends an item with a null value after the
   /// others, out of order, and gives its value, or null when there is no memory. `sort_items` must
   /// run before anything else looks at the dictionary.
   CPDFObj* append_unsorted(const char* key, std::size_t key_len);
@@ -78,4 +81,26 @@ public:
   static const char* const sm_tag_type;       ///< "Type"
   static const char* const sm_tag_width;      ///< "Width"
   static const char* const sm_tag_xobj;       ///< "XObject"
+};
+
+/// Record of a stream object (tag 9). Copies share the data: `source` is never owned.
+struct CPDFStreamRec : QVHeapObject<CPDFStreamRec> {
+  CPDFDictionary dict;            ///< First member, so that a record can be used as its dictionary.
+  std::uint32_t offset = 0;       ///< Where the raw data start in `source`.
+  std::int32_t length = 0;        ///< Raw bytes; 0 not known, negative unusable.
+  PDF_REF ref{0, 0};              ///< Key of the decryption of the data.
+  std::int32_t decoded_hint = 0;  ///< Expected decoded size; 0 not known.
+  std::int32_t plain = 0;         ///< Not 0: the bytes in `source` are not encrypted.
+  CQVStream* source = nullptr;    ///< Borrowed; null makes the record unreadable.
+
+  /// Copies the words after the dictionary, bit for bit.
+  void copy_location(const CPDFStreamRec& from) {
+    offset = from.offset;
+    length = from.length;
+    ref = from.ref;
+    decoded_hint = from.decoded_hint;
+    plain = from.plain;
+    source = from.source;
+  }
+  void clear() { dict.clear(); }
 };

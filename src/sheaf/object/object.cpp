@@ -9,13 +9,12 @@
 #include "sheaf/base/wide_text.h"
 #include "sheaf/object/array.h"
 #include "sheaf/object/dictionary.h"
-#include "sheaf/object/stream_rec.h"
 
 using namespace sheaf;
 
 namespace {
 
-// A copy of `len` bytes with a NUL behind them, or null.
+// A copy of `len` bytes with a NUL after them, or null.
 char* copy_bytes(const char* bytes, std::size_t len) {
   auto* block = static_cast<char*>(QVAlloc(len + 1));
   if (block == nullptr)

@@ -60,7 +60,7 @@ struct PDF_String {
   std::int32_t len;
   char* data;  ///< From the QVAlloc family; null for an empty string.
 
-  /// Makes the string from wide text, two bytes a character, big-endian, behind FE FF when `bom`
+  /// Makes the string from wide text, two bytes a character, big-endian, after FE FF when `bom`
   /// is not 0. Characters above U+FFFF lose their upper bits. The object is taken as raw memory:
   /// an earlier value is not released. A failed allocation leaves `len` 0 and `data` null.
   void init(const wchar_t* text, int bom);
@@ -114,9 +114,9 @@ struct CPDFObj {
   void move_from(CPDFObj& src);
 
   /// Parses one value from `buf`, at white space or at the first byte of a value or of an object
-  /// header `N G obj`. With a header the result is the value inside, white space behind it is
+  /// header `N G obj`. With a header the result is the value inside, white space after it is
   /// passed, and the buffer is at `endobj`; a dictionary followed by `stream` gives tag 9. A
-  /// keyword that is no value gives tag 10, with the buffer behind it; the end of input gives tag 0.
+  /// keyword that is no value gives tag 10, with the buffer after it; the end of input gives tag 0.
   /// `para` null means that strings are not decrypted. What the object held is released.
   /// ISO 32000-1, 7.2, 7.3.
   void read(CPDFBuf* buf, PDF_DEC_PARA* para);

@@ -1,5 +1,5 @@
 // Deep copies, with a work stack of their own, so that no depth of nesting can end the C stack. A
-// container that finds no memory on the way stays empty, and the copy goes on behind it.
+// container that finds no memory on the way stays empty, and the copy goes on after it.
 #include <cstring>
 #include <new>
 
@@ -7,7 +7,6 @@
 #include "sheaf/object/array.h"
 #include "sheaf/object/dictionary.h"
 #include "sheaf/object/object.h"
-#include "sheaf/object/stream_rec.h"
 #include "sheaf/object/work_stack_internal.h"
 
 using namespace sheaf;

@@ -11,8 +11,7 @@
 #include "sheaf/object/dictionary.h"
 #include "sheaf/object/object.h"
 #include "sheaf/object/parse_buf.h"
-#include "sheaf/object/sec_hand.h"
-#include "sheaf/object/stream_rec.h"
+#include "sheaf/object/security.h"
 #include "sheaf/object/value_grammar_internal.h"
 #include "sheaf/object/work_stack_internal.h"
 
@@ -104,7 +103,7 @@ private:
   CPDFObj lost_{};
 };
 
-// Passes the line end behind "stream": CR LF, LF, a lone CR, or blanks in front of one of these.
+// Passes the line end after "stream": CR LF, LF, a lone CR, or blanks before one of these.
 void skip_stream_line_end(CPDFBuf& buf) {
   constexpr unsigned kMostBlanks = 64;
   buf.buf_need(kMostBlanks);

@@ -10,12 +10,11 @@
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/object/array.h"
 #include "sheaf/object/dictionary.h"
-#include "sheaf/object/encrypt.h"
 #include "sheaf/object/object.h"
 #include "sheaf/object/print_buffer.h"
 #include "sheaf/object/scalar_print.h"
+#include "sheaf/object/security.h"
 #include "sheaf/object/stored_bytes.h"
-#include "sheaf/object/stream_rec.h"
 #include "sheaf/object/work_stack_internal.h"
 
 using namespace sheaf;

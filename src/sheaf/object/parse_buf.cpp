@@ -152,7 +152,7 @@ private:
   std::size_t capacity_ = 0;
 };
 
-// How many bytes of line end are in front of buf_data[pos]. They are looked at in the buffer and,
+// How many bytes of line end are before buf_data[pos]. They are looked at in the buffer and,
 // where they have slid out of it, at the end of the collected data.
 int line_end_before(const char* buffer, unsigned pos, const RawBlock& block) {
   const auto before = [&](unsigned back) { return pos >= back ? buffer[pos - back] : block.from_end(back); };

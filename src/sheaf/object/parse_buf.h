@@ -1,6 +1,6 @@
 // Parse buffers: at most 2,000 bytes that slide over a source. Always on the stack and never
 // longer-lived than one call; nothing here allocates, but for the collected stream data. The byte
-// behind the valid data is a NUL, so that C string functions can run over file data.
+// after the valid data is a NUL, so that C string functions can run over file data.
 #pragma once
 
 #include <cstddef>
@@ -18,8 +18,8 @@ bool is_object_header(const char* text, std::size_t available);
 /// The start of the numbers of a header whose "obj" is at `word`, which begin at `from` at the earliest; null when
 /// there are none.
 const char* find_header_numbers(const char* from, const char* word);
-/// The first such header in the bytes from `from` to `end` that begins a line, behind the end of one in
-/// them; null when there is none. It ends data that lack their own end.
+/// The first such header in the bytes from `from` to `end` that begins a line, after the end of one in
+/// them, or null. It ends data that lack their own end.
 const char* find_header_line(const char* from, const char* end);
 }  // namespace sheaf
 
@@ -29,8 +29,8 @@ public:
 
   std::uint32_t buf_len = 0;  ///< Valid bytes in `buf_data`.
   std::uint32_t buf_pos = 0;  ///< Index of the next byte to look at.
-  std::uint32_t buf_end = 0;  ///< Source position behind the last byte taken in.
-  char buf_data[2052];        ///< Room behind the fill, for comparisons that overrun.
+  std::uint32_t buf_end = 0;  ///< Source position after the last byte taken in.
+  char buf_data[2052];        ///< Room after the fill, for comparisons that overrun.
 
   CPDFBuf() { buf_data[0] = 0; }
   CPDFBuf(const CPDFBuf&) = delete;
@@ -61,7 +61,7 @@ public:
   /// Finds object `ref.num`: with `mode` 1 at a proper header, else wherever the number's text
   /// is. The generation is not looked at.
   char* buf_skip_to_obj(const PDF_REF& ref, int mode);
-  /// Collects raw bytes up to "endstream", less one line end in front of it, into a new block that
+  /// Collects raw bytes up to "endstream", less one line end before it, into a new block that
   /// ends in a NUL. Lenient: data without "endstream" come without their last 8 bytes, and `len`
   /// can be -1. Null when there is no memory. The caller owns the result and releases it with QVFree.
   char* buf_read_stream_raw_data(int& len);
@@ -107,7 +107,7 @@ public:
 namespace sheaf {
 
 /// The generation in an object header, such as 3 in "12 3 obj": from the text, which ends in a NUL and
-/// begins with the number. -1 when there is none that a header can bear (ISO 32000-1, 7.3.10).
+/// begins with the number. -1 when no header can bear it (ISO 32000-1, 7.3.10).
 std::int32_t header_generation(const char* header);
 
 }  // namespace sheaf

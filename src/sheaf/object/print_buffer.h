@@ -52,14 +52,14 @@ public:
     put('\n');
     line_start_ = position();
   }
-  /// To be called in front of a token that begins with `first`.
+  /// To be called before a token that begins with `first`.
   void separate(char first) {
     if (position() - line_start_ > kLongLine)
       line_end();
     else if (is_regular(last_) && is_regular(first))
       put(' ');
   }
-  /// Whatever follows must be separated, as behind an empty name.
+  /// Whatever follows must be separated, as after an empty name.
   void keep_apart() { last_ = '0'; }
   void flush() {
     if (used_ != 0)

@@ -66,7 +66,7 @@ struct Frame {
   std::int32_t next;
 };
 
-// The next item of the container; null behind the last.
+// The next item of the container; null after the last.
 const CPDFObj* next_item(Frame& frame) {
   const std::int32_t index = frame.next++;
   if (frame.array != nullptr)

@@ -16,7 +16,7 @@ constexpr bool is_printable(char c) {
   return c >= ' ' && c <= '~';
 }
 
-// The letter behind the backslash for the characters that have one, or 0.
+// The letter after the backslash for the characters that have one, or 0.
 constexpr char escape_letter(char c) {
   switch (c) {
     case '\n':
@@ -103,7 +103,7 @@ void print_literal(PrintBuffer& out, const char* bytes, std::int32_t len) {
   out.put(')');
 }
 
-// The fewest digits behind the point that read back as `fraction` (26 bits).
+// The fewest digits after the point that read back as `fraction` (26 bits).
 struct Fraction {
   std::uint64_t digits;
   unsigned count;

@@ -7,7 +7,7 @@
 #include "sheaf/base/heap.h"
 #include "sheaf/base/stream.h"
 #include "sheaf/object/parse_buf.h"
-#include "sheaf/object/sec_hand.h"
+#include "sheaf/object/security.h"
 
 namespace sheaf {
 

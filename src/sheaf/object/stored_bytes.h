@@ -5,8 +5,8 @@
 #include <cstdint>
 
 #include "sheaf/base/scope_guard.h"
+#include "sheaf/object/dictionary.h"
 #include "sheaf/object/object.h"
-#include "sheaf/object/stream_rec.h"
 
 class CPDFSecHand;
 class CQVStream;
@@ -20,12 +20,12 @@ class StoredBytes {
 public:
   /// Finds the bytes of `rec` in `source`: as many as the record says; else as the integer `stated`
   /// says, which is its "Length" with a reference followed, or null; else those up to "endstream".
-  /// Of what `source` lacks behind its end no more than 64 KiB count. False: the record cannot be
+  /// Of what `source` lacks after its end no more than 64 KiB count. False: the record cannot be
   /// used, or there is no memory.
   bool find(const CPDFStreamRec& rec, CQVStream* source, const CPDFObj* stated, NoLength none);
   /// Leaves out what `source` does not have.
   void cut_to_source();
-  /// Reads the bytes into a block of memory, a NUL behind them; zeros stand for those that cannot be
+  /// Reads the bytes into a block of memory, a NUL after them; zeros stand for those that cannot be
   /// read. False when there is no memory.
   bool load();
   /// Takes the encryption of the object `ref` off. False when there is no memory.

@@ -84,7 +84,7 @@ struct HexDigits {
   char piece[CPDFBuf::kFill / 2 + 1];
   char* out = piece;
   int high = -1;           // the digit that waits for its second
-  char* word_out = piece;  // both as they were behind the last white space
+  char* word_out = piece;  // both as they were after the last white space
   int word_high = -1;
 
   void add(char c) {
@@ -103,7 +103,7 @@ struct HexDigits {
     *out++ = static_cast<char>(high * 16 + digit);
     high = -1;
   }
-  // Takes back the digits of a word that turned out to be "endobj", or the numbers in front of "obj".
+  // Takes back the digits of a word that turned out to be "endobj", or the numbers before "obj".
   void drop_word() {
     out = word_out;
     high = word_high;
@@ -472,7 +472,7 @@ void TokenReader::read_literal_string(CPDFObj& value) {
   keep_text(value, text_.data(), text_.size());
 }
 
-// Behind a backslash. False at the end of the data.
+// After a backslash. False at the end of the data.
 bool TokenReader::read_escape() {
   const int c = peek();
   if (c == -1)

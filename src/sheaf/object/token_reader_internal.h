@@ -29,7 +29,7 @@ public:
   /// The next token. A kValue is in `value`, the text of a kName in `name`, and that of a
   /// kKeyword in `keyword`.
   Token next(CPDFObj& value);
-  /// Puts the keyword read last back in front of the buffer's position. Only for keywords of less
+  /// Puts the keyword read last back before the buffer's position. Only for keywords of less
   /// than kLookAhead characters.
   void unread_keyword() { buf_.buf_pos = keyword_pos_; }
   /// With the number N read last: passes " G obj" and returns true, with `gen` set.

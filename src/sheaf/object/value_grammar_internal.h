@@ -28,7 +28,7 @@ class ValueGrammar {
 public:
   ValueGrammar(CPDFBuf& buf, Sink& sink) : tokens_(buf, Sink::kTexts), sink_(sink) {}
 
-  /// One value, behind its header where it has one. True with a header, which `ref` then names.
+  /// One value, after its header where it has one. True with a header, which `ref` then names.
   bool read(PDF_REF& ref) {
     if (!read_value(false))
       return false;
@@ -146,7 +146,7 @@ bool ValueGrammar<Sink>::handle(Token token, CPDFObj& value) {
   return true;
 }
 
-// One value into the root; false at the end of the data. Tag 10 for a keyword that is no value. Behind
+// One value into the root; false at the end of the data. Tag 10 for a keyword that is no value. After
 // a header it makes a null value instead, and stays unread when it ends the object.
 template <class Sink>
 bool ValueGrammar<Sink>::read_value(bool behind_header) {

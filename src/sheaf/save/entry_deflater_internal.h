@@ -23,7 +23,7 @@ public:
 
   /// Takes a block of `size` bytes for the output. False when there is no memory.
   bool open(std::size_t size);
-  /// To be called in front of the fields of each entry.
+  /// To be called before the fields of each entry.
   void begin_entry();
   /// Stages the low `width` bytes of `value`, big-endian.
   void field(std::uint32_t value, unsigned width);

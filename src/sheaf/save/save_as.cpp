@@ -9,8 +9,8 @@
 #include "sheaf/base/heap.h"
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/base/work_watch.h"
-#include "sheaf/object/encrypt.h"
 #include "sheaf/object/references.h"
+#include "sheaf/object/security.h"
 #include "sheaf/save/entry_deflater_internal.h"
 #include "sheaf/save/object_runs_internal.h"
 #include "sheaf/save/stored_print.h"
@@ -110,7 +110,7 @@ private:
   }
 
   bool is_marked(std::uint32_t num) const {
-    return num < static_cast<std::uint32_t>(map_.count) && num < map_.capacity && map_.entries[num] != 0;
+    return num < object_index(map_.count) && num < map_.capacity && map_.entries[num] != 0;
   }
 
   void put_objects() {
@@ -228,7 +228,7 @@ private:
     out_.text("startxref\n");
     out_.decimal(xpos);
     out_.text("\n%%EOF\n");
-    out_.settle();
+    out_.write_out();
   }
 
   // Object streams are named by number in the same field as positions; in a very small file their
@@ -249,7 +249,7 @@ private:
       dict.set_item("Info", &source_.info);
     if (!has_id_) {
       // The identifier covers all that has been written so far.
-      out_.settle();
+      out_.write_out();
       target_.gen_id();
       out_.SetPos(CQVStream::STR_SEEK_END, 0);
     }

@@ -47,7 +47,7 @@ bool put_at_end(std::FILE* file, const void* data, unsigned len, long long end) 
   return true;
 }
 
-// Appends to the temporary file; false when there is none or when its end lies beyond 32 bits.
+// Appends to the temporary file; false without such a file, or when its end lies beyond 32 bits.
 bool append_to_temp(CQVStreamFile& temp, const void* data, unsigned len, std::uint32_t& offset) {
   struct stat info = {};
   if (temp.file == nullptr || std::fflush(temp.file) != 0 || fstat(fileno(temp.file), &info) != 0)

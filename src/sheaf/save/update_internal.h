@@ -18,7 +18,7 @@ public:
   void prepare();
   /// Reads every object when many were repaired, so that misplaced ones are corrected here.
   void confirm_positions();
-  /// Collects the runs of type 3 entries. In front of an object of type 4 a digit in the old
+  /// Collects the runs of type 3 entries. Before an object of type 4 a digit in the old
   /// content becomes a space, so that no reader takes it for a part of the object's number.
   /// False when there is no memory.
   bool scan();

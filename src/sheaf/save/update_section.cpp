@@ -82,7 +82,7 @@ bool UpdateSection::scan() {
 }
 
 void UpdateSection::begin() {
-  // Without the tail, the last one that a reader finds is that of the content in front of the
+  // Without the tail, the last one that a reader finds is that of the content before the
   // section, until the new one is complete.
   const auto len = static_cast<std::uint32_t>(table_.stream->GetLen());
   if (len > table_.append_offset) {
@@ -161,13 +161,13 @@ void UpdateSection::fill(std::uint32_t end) {
     out_.Write("\0\0\0\0", kZeros);
     len = len > kZeros ? len - kZeros : 0;
   }
-  out_.settle();
+  out_.write_out();
 }
 
 void UpdateSection::finish(std::uint32_t start) {
   const auto end = static_cast<std::uint32_t>(out_.GetPos());
   const bool reaches_too_far = out_.GetPos() > static_cast<long long>(UINT32_MAX - kTailRoom);
-  out_.settle();
+  out_.write_out();
   if (!reaches_too_far)
     fill(end);
   out_.Flush();

@@ -3,7 +3,7 @@
 
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/base/stream.h"
-#include "sheaf/object/stream_rec.h"
+#include "sheaf/object/dictionary.h"
 #include "sheaf/save/xref_stream_internal.h"
 
 namespace sheaf {

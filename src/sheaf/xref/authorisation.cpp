@@ -4,7 +4,7 @@
 
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/object/array.h"
-#include "sheaf/object/sec_hand.h"
+#include "sheaf/object/security.h"
 #include "sheaf/xref/xref_table.h"
 
 using namespace sheaf;

@@ -1,6 +1,6 @@
 // Classic cross-reference tables (ISO 32000-1, 7.5.4), with the leniencies that real files need:
 // lines of the wrong length, sections that start at 1 in error, counts that are too high, junk
-// behind the keyword, a missing trailer.
+// after the keyword, a missing trailer.
 #include <algorithm>
 #include <bit>
 #include <cstring>
@@ -109,7 +109,7 @@ int read_lines(CPDFBuf& buf, PDF_XREF* items, int first, int count, int late) {
     const char keyword = buf.buf_pos < buf.buf_len ? buf.buf_data[buf.buf_pos] : '\0';
     const bool is_free = keyword == 'f';
     // A writer that counted the table from 1 in error has the head of the free list first: it is
-    // passed over, and the entries behind it land where they belong.
+    // passed over, and the entries after it land where they belong.
     const bool misplaced_head = first == 1 && i == 0 && line.gen == kFreeHeadGen && is_free;
     PDF_XREF& entry = items[first + i];
     if (!is_free && !entry.is_known())

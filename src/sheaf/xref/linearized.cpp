@@ -13,7 +13,7 @@ using namespace sheaf;
 
 namespace {
 
-constexpr unsigned kObjWindow = 19;  // a header of 16 bytes in front of "obj"
+constexpr unsigned kObjWindow = 19;  // a header of 16 bytes before "obj"
 constexpr std::ptrdiff_t kHeaderReach = 16;
 constexpr unsigned kEndObjLen = 6;
 
@@ -30,7 +30,7 @@ bool skip_to_first_header(CPDFBuf& buf) {
     }
     const char* const word = buf.buf_data + at;
     const char* const start = find_header_numbers(buf.buf_data, word);
-    if (start == nullptr || word - start >= kHeaderReach)  // the byte in front of the number counts too
+    if (start == nullptr || word - start >= kHeaderReach)  // the byte before the number counts too
       return false;
     buf.buf_pos = static_cast<std::uint32_t>(start - buf.buf_data);
     return true;
@@ -55,7 +55,7 @@ bool check_length(CPDFXRefTable& table, const CPDFDictionary& dict) {
     return true;
   if (length->tag != kTagInt)
     return false;
-  // Kept when it differs too: what lies behind this length was appended later.
+  // Kept when it differs too: what lies after this length was appended later.
   table.linearized_length = static_cast<std::uint32_t>(length->as_int());
   return table.stream->GetLen() == static_cast<long long>(table.linearized_length);
 }
@@ -77,7 +77,7 @@ void drop_pages(PDF_PAGE_SET& set) {
   set.count = 0;
 }
 
-// The page list, with the two pages that are known: "O", and object 1 for the page behind it.
+// The page list, with the two pages that are known: "O", and object 1 for the page after it.
 bool make_pages(CPDFXRefTable& table, const Parameters& para, PDF_PAGE_SET& set) {
   // Each page is an object of its own, so a count beyond the numbers that the file can hold lies.
   if (para.pages < 0 || static_cast<std::uint32_t>(para.pages) > table.max_obj_num())

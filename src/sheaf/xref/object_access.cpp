@@ -19,7 +19,7 @@ using namespace sheaf;
 namespace {
 
 constexpr std::uint32_t kRewind = 16;        // how far an offset may be too high
-constexpr std::uint32_t kStaleDistance = 8;  // found farther behind: the table is stale
+constexpr std::uint32_t kStaleDistance = 8;  // found farther on: the table is stale
 constexpr int kMostLinks = 32;               // references to references that are followed
 
 void correct_entry(CPDFXRefTable& table, std::int32_t num, std::uint32_t found) {
@@ -108,7 +108,7 @@ struct NothingTaker {
   }
 };
 
-// The object at the place that a section names or, failing that, behind it.
+// The object at the place that a section names or, failing that, after it.
 template <class Taker>
 void read_located(CPDFXRefTable& table, Taker& taker, const PDF_REF& ref, std::uint32_t offset) {
   CPDFBufBase buf;

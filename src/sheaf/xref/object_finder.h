@@ -13,7 +13,7 @@ public:
   ObjectFinder& operator=(const ObjectFinder&) = delete;
   virtual ~ObjectFinder() = default;
 
-  /// The place of the header of object `num`, which is not at `stated`. False: there is none.
+  /// The place of the header of object `num`, which is not at `stated`. False: not found.
   virtual bool find_header(std::int32_t num, std::uint32_t stated, std::uint32_t& place) = 0;
   /// The end of the stream data that begin at `data`, where no "endstream" says so. False: not known.
   virtual bool find_data_end(std::uint32_t data, std::uint32_t& end) = 0;

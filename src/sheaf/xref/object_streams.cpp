@@ -29,7 +29,7 @@ constexpr std::int64_t kShareOfValues = 4;  // of the budget, for objects as val
 // text with its lists; or all objects as values.
 enum class Wanted { kOutline, kReferences, kText, kObjects };
 
-// Halves the words in front of the numbers. A reference takes four bytes at least, so that few bytes have few of them.
+// Halves the words before the numbers. A reference takes four bytes at least, so that few bytes have few of them.
 void shorten_places(ReferenceList& list, std::size_t places) {
   auto* const halves = reinterpret_cast<char*>(list.begin());
   for (std::size_t i = 0; i < places; ++i) {
@@ -134,14 +134,14 @@ void discount(ObjStmBudget& budget, const PDF_OBJSTM& entry) {
   budget.lists -= entry.held_lists();
 }
 
-// The pairs of numbers in front of the objects of an object stream: which object, and where it begins
-// behind "First".
+// The pairs of numbers before the objects of an object stream: which object, and where it begins
+// after "First".
 class NumberTable {
 public:
   NumberTable(const std::uint8_t* data, std::int32_t size) : data_(data), size_(size) {}
 
   // Reads pairs up to `stop`, and at most `most` of them. What counts is a pair that can be true: each
-  // object begins behind the one before it.
+  // object begins after the one before it.
   void read(std::int32_t stop, std::int32_t most) {
     count = end = 0;
     std::int64_t last = -1;
@@ -159,7 +159,7 @@ public:
       ++at;
     return at;
   }
-  // Also over comments, which may be in front of the first object.
+  // Also over comments, which may be before the first object.
   std::int32_t past_comments(std::int32_t at) const {
     at = past_space(at);
     while (at < size_ && data_[at] == '%') {
@@ -174,7 +174,7 @@ public:
   std::int32_t end = 0;  // of the last pair
 
 private:
-  // The number behind white space.
+  // The number after white space.
   bool take(std::int32_t& at, std::int32_t stop, std::int64_t& number) const {
     std::int32_t digit = std::min(past_space(at), stop);
     const std::int32_t begin = digit;
@@ -212,7 +212,7 @@ bool agree_with_numbers(const std::uint8_t* data, std::int32_t size, std::int32_
   return count != stated_count || first != stated_first || lacks_numbers;
 }
 
-// The block without the room behind its `size` bytes.
+// The block without the room after its `size` bytes.
 std::uint8_t* cut(HeapBlock<std::uint8_t>& data, std::int32_t size) {
   std::uint8_t* const block = data.release();
   void* const less = QVRealloc(block, static_cast<std::size_t>(size) + 1);
@@ -220,7 +220,7 @@ std::uint8_t* cut(HeapBlock<std::uint8_t>& data, std::int32_t size) {
 }
 
 // Decodes an object stream into `entry`, whose text and refs stay null when that fails; `before` is what was known of
-// it, and its lists are taken over. The table of numbers and offsets in front of the first object is looked at only
+// it, and its lists are taken over. The table of numbers and offsets before the first object is looked at only
 // where the table has a finder: true when "N" or "First" had to be set right by it.
 bool load_text(const CPDFXRefTable& table, CPDFStream& decoder, const CPDFStreamRec& rec, PDF_OBJSTM& before,
                PDF_OBJSTM& entry) {

@@ -34,8 +34,8 @@ void scan_objects(CPDFXRefTable& table) {
   }
 }
 
-// The position of the last trailer dictionary, 0 when there is none. All of them are pushed: a
-// section in front of one may list objects that the scan cannot see.
+// The position of the last trailer dictionary, or 0. All of them are pushed: a
+// section before one may list objects that the scan cannot see.
 std::uint32_t scan_trailers(CPDFXRefTable& table) {
   constexpr unsigned kTrailerLen = 7;
   std::uint32_t last = 0;

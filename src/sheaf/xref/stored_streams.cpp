@@ -9,7 +9,7 @@ using namespace sheaf;
 bool CPDFXRefTable::find_stored(StoredBytes& found, const CPDFStreamRec& rec, CQVStream* source, NoLength none) {
   Freed<CPDFObj> stated;
   if (source == &temp_stream)
-    stated.set_int(0);  // what is kept there knows its length; behind it lie the bytes of other streams
+    stated.set_int(0);  // what is kept there knows its length; after it lie the bytes of other streams
   else if (rec.length == 0)
     stated = value(&rec.dict, CPDFDictionary::sm_tag_length);
   return found.find(rec, source, &stated, none);

@@ -1,5 +1,5 @@
 // Streams whose stated length is false. Where no "endstream" follows the bytes that "Length" counts,
-// the first one behind the start of the data is taken at its word instead, as viewers do, or the
+// the first one after the start of the data is taken at its word instead, as viewers do, or the
 // header of an object that comes earlier.
 #include <algorithm>
 #include <cstring>
@@ -19,7 +19,7 @@ namespace {
 constexpr char kEnd[] = "endstream";
 constexpr unsigned kEndSize = sizeof kEnd - 1;
 constexpr char kObjectEnd[] = "endobj";     // ends data that lack the other
-constexpr unsigned kMostGap = 8;            // white space that writers put in front of the keyword
+constexpr unsigned kMostGap = 8;            // white space that writers put before the keyword
 constexpr unsigned kWindow = 16 * 1024;     // searched at a time
 constexpr unsigned kOverlap = 32;           // a header may lie across two windows
 constexpr std::int64_t kScanAllowance = 8;  // times the file's length that all searches may read
@@ -60,7 +60,7 @@ std::int64_t find_end(CQVStream& stream, std::int64_t from, std::int64_t& scanne
   return kNotFound;
 }
 
-// The line end in front of the keyword is no data.
+// The line end before the keyword is no data.
 std::int64_t without_line_end(CQVStream& stream, std::int64_t from, std::int64_t end) {
   char tail[2] = {};
   const auto size = static_cast<unsigned>(std::min<std::int64_t>(end - from, 2));

@@ -53,7 +53,7 @@ struct Fields {
   std::uint32_t value[3];
 };
 
-// The fields of an entry that is shorter than a word, with bytes of any value behind it.
+// The fields of an entry that is shorter than a word, with bytes of any value after it.
 class WordFields {
 public:
   explicit WordFields(const Widths& widths) : above_(64 - 8 * widths.total()) {

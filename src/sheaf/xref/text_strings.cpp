@@ -27,7 +27,7 @@ void from_utf16(const PDF_String& text, wchar_t* out, int max) {
   out[count] = 0;
 }
 
-// Ends at the NUL behind the string, not at its length.
+// Ends at the NUL after the string, not at its length.
 void from_utf8(const PDF_String& text, wchar_t* out, int max) {
   const auto* at = reinterpret_cast<const unsigned char*>(text.data);
   int count = 0;

@@ -29,7 +29,6 @@
 #include "sheaf/object/array.h"
 #include "sheaf/object/dictionary.h"
 #include "sheaf/object/object.h"
-#include "sheaf/object/stream_rec.h"
 #include "sheaf/xref/guards.h"
 
 class CPDFAcroForm;
@@ -63,7 +62,7 @@ enum class NoLength;
 /// 2             in an object stream              number of that stream    index in it
 /// 3, gen -1     in the file, found by scanning   byte offset              -1
 /// 3             in memory, new or changed        index into new_objs      generation
-/// 4             as 1, from a section behind the linearized part
+/// 4             as 1, from a section after the linearized part
 struct PDF_XREF {
   enum Type : std::uint32_t { kFree = 0, kInFile = 1, kCompressed = 2, kChanged = 3, kInFileLate = 4 };
   static constexpr std::int32_t kNoGen = -1;
@@ -306,7 +305,7 @@ public:
 
   // ---- reading (xref/, filters/, cache/) ----
 
-  /// The object of `ref.num`, references followed; the null object if there is none or it cannot
+  /// The object of `ref.num`, references followed; the null object if it is missing or cannot
   /// be read. `out` is released first and is the caller's to free.
   void get_entity(CPDFObj& out, const PDF_REF& ref);
   /// As get_entity, but an object that is itself a reference comes back as that reference.
@@ -380,7 +379,7 @@ public:
 
   // ---- changing (xref/, save/) ----
 
-  /// The slot of object `num`, made if there is none; null when there is no memory. Valid until
+  /// The slot of object `num`, made if it is missing; null without memory. Valid until
   /// the next call that can grow `new_objs`. `gen` -1 must not be passed; where `keeps_generations`
   /// is set, an object that the file has keeps the generation that it has there.
   PDF_NEWOBJ* get_xref2(int num, int gen);
@@ -433,11 +432,11 @@ public:
   /// The same; the caller owns the base name of the path, which goes to `name`.
   int new_file_spec(const char* path, PDF_String& name);
   /// Deflates `len` bytes (RFC 1950). `out_len` gets the compressed size. The caller owns the block, a
-  /// NUL behind it, and releases it with QVFree; null, with a size of 0, when there is no memory. Any
+  /// NUL after it, and releases it with QVFree; null, with a size of 0, when there is no memory. Any
   /// thread may call it.
   static unsigned char* compress_data(const void* data, int len, int& out_len);
   /// A bitmap as an image of 8-bit red, green and blue; `swap_rb` not 0: its pixels are blue, green,
-  /// red. `with_alpha` not 0: its alpha becomes the soft mask, the object in front of the image.
+  /// red. `with_alpha` not 0: its alpha becomes the soft mask, the object before the image.
   /// {0, 0} on failure; the mask's number, or the mask, may then be there unused. ISO 32000-1, 8.9.5.
   PDF_REF new_image_flate(const CQVBmp32* bmp, int swap_rb, int with_alpha);
   /// A JPEG file as an image, byte for byte; {0, 0}, with no number taken, when its header cannot be
@@ -454,7 +453,7 @@ public:
   PDF_REF adv_new_stream_raw(unsigned char* data, int len);
   CPDFFont* new_font_type0_h(const char* name, int style);
   CPDFFont* new_font_type0_v(const char* name, int style);
-  /// An empty form with an empty resource dictionary behind it, loaded from a copy of its stream
+  /// An empty form with an empty resource dictionary after it, loaded from a copy of its stream
   /// object. The caller owns the result and deletes it; null without memory. ISO 32000-1, 8.10.
   CPDFForm* new_form();
   /// A form with that content; `resources` number 0: it has none. {0, 0} without memory.
@@ -510,7 +509,7 @@ public:
   bool note_found(std::uint32_t num, std::uint32_t offset);
   /// Whether so many entries were wrong that a save looks at the place of every object.
   bool has_many_repairs() const { return repaired_count > kManyRepairs; }
-  /// Pops one pending section and reads it. False when there is none or it cannot be read.
+  /// Pops one pending section and reads it. False when none is pending or it cannot be read.
   bool pop_pending();
   /// Reads pending sections until the table reaches `num` and knows its entry, or there are no more.
   /// False when it does not reach so far.

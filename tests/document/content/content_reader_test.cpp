@@ -12,7 +12,7 @@
 namespace sheaf {
 namespace {
 
-// Each operator with its operands printed, "!" behind those with a fault.
+// Each operator with its operands printed, "!" after those with a fault.
 std::vector<std::string> read_all(std::string_view text) {
   std::vector<std::string> found;
   ContentReader reader(text);

@@ -81,7 +81,7 @@ public:
   CPDFFormFiller filler{doc};
 };
 
-/// The number in front of an operator's place in some content: operand `index` of its `count`.
+/// The number before an operator's place in some content: operand `index` of its `count`.
 inline double operand(const std::string& content, const std::string& op, int count, int index) {
   const std::size_t at = content.find(" " + op + "\n");
   if (at == std::string::npos)

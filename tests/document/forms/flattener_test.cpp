@@ -12,7 +12,7 @@ std::string look(const std::string& keys, const std::string& content = "0 0 10 2
          "\nendstream";
 }
 
-// All content of the first page, its streams one behind the other.
+// All content of the first page, its streams one after the other.
 std::string page_content(FilledForm& form) {
   Freed<CPDFObj> page;
   Freed<CPDFObj> contents;

@@ -263,7 +263,7 @@ TEST(Jpx, TruncatedAndAbsurdDataGiveWhatThereIs) {
     EXPECT_TRUE(cut.empty() || cut.size() == whole.size()) << len;
   }
   struct Claim {
-    std::size_t at;  // in the size segment, behind its marker
+    std::size_t at;  // in the size segment, after its marker
     std::string bytes;
   };
   const Claim claims[] = {
@@ -272,7 +272,7 @@ TEST(Jpx, TruncatedAndAbsurdDataGiveWhatThereIs) {
       {38, "\xFF\xFF"},                         // more than there may be
       {38, "\x00\x00"s},                        // none
       {41, "\x00"s},                            // sampled at no distance
-      {14, "\xFF\xFF\xFF\xFF"},                 // starts behind its end
+      {14, "\xFF\xFF\xFF\xFF"},                 // starts after its end
   };
   for (const Claim& claim : claims) {
     std::string bad = file;

@@ -181,7 +181,7 @@ TEST(ToUnicode, CodesHaveTextsOfAllKinds) {
   char16_t two[2];
   EXPECT_EQ(map->text_of(3, 2, two, 2), 2);
   EXPECT_EQ(map->text_of(2, 2, two, 1), 0);
-  EXPECT_EQ(ToUnicode("beginbfrange <00> <FF> <10FFFE>").text(1, 1), u"\u1100");  // an odd byte behind is dropped
+  EXPECT_EQ(ToUnicode("beginbfrange <00> <FF> <10FFFE>").text(1, 1), u"\u1100");  // an odd byte after is dropped
   EXPECT_EQ(ToUnicode("begincidchar <41> 1").map, nullptr);
 }
 

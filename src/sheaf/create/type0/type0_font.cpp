@@ -56,7 +56,7 @@ CPDFFont* find_cached(const CPDFCacheFont& cache, const char* name, int style) {
   return nullptr;
 }
 
-// "QVFONT+" in front of an embedded font, the style behind one that is not. False when that does
+// "QVFONT+" before an embedded font, the style after one that is not. False when that does
 // not fit: a cut name would be another font's.
 bool build_name(const FontForm& form, const char* name, std::array<char, kNameSize>& built) {
   built = font_name;

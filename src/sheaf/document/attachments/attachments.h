@@ -11,7 +11,7 @@
 class CPDFDictionary;
 class CPDFDoc;
 
-/// One file. All values but numbers are owned by the list; texts are UTF-8, null where there is none.
+/// One file. All values but numbers are owned by the list; texts are UTF-8, or null.
 struct PDF_ATTACHMENT {
   PDF_REF spec;        ///< The file specification; number 0: it is directly in what refers to it.
   PDF_REF stream;      ///< The data; number 0: there are none.

@@ -121,7 +121,7 @@ bool ContentReader::read_plain() {
       stop = end_of_word(text_, at);
       const std::string_view word = text_.substr(at, stop - at);
       if ((word[0] == 'R' && word.size() == 1) ||
-          (word[0] == 'o' && word.substr(0, 3) == "obj"))  // the numbers in front of it are no operands
+          (word[0] == 'o' && word.substr(0, 3) == "obj"))  // the numbers before it are no operands
         return false;
       if (!is_value_word(word)) {
         take_operator(at, word);
@@ -241,7 +241,7 @@ void ContentReader::read_image() {
   operands_.append_moved(image);
 }
 
-// Keys and values up to ID, which is passed with the one white-space character behind it.
+// Keys and values up to ID, which is passed with the one white-space character after it.
 void ContentReader::read_image_entries(CPDFDictionary& image) {
   while (skip_space()) {
     const std::size_t at = here();

@@ -14,10 +14,10 @@
 
 namespace sheaf {
 
-/// What is wrong with an operator; the reader goes on behind it.
+/// What is wrong with an operator; the reader goes on after it.
 enum class ContentFault : std::uint8_t {
   kNone,
-  kStray,            ///< A bracket that closes nothing, in front of the operator.
+  kStray,            ///< A bracket that closes nothing, before the operator.
   kUnclosed,         ///< An array, a dictionary or a string that the text ends in.
   kNoOperator,       ///< Operands at the end of the text that no operator follows; `op` is then empty.
   kTooManyOperands,  ///< More than kMostOperands: the first ones were dropped.

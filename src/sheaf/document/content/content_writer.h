@@ -17,7 +17,7 @@ namespace sheaf {
 class ContentWriter {
 public:
   void text(std::string_view bytes);
-  /// A number with at most four digits behind the point.
+  /// A number with at most four digits after the point.
   void number(double value);
   /// A name, with what a name cannot hold escaped.
   void name(std::string_view value);

@@ -11,7 +11,7 @@ namespace sheaf {
 /// npos when only that one can say: for a token without an end, odd numbers, keywords within containers.
 std::size_t end_of_operand(std::string_view text, std::size_t at);
 
-/// The first byte from `at` on that is neither white space nor in a comment; the text's size when there is none.
+/// The first byte from `at` on that is neither white space nor in a comment; otherwise the text's size.
 std::size_t end_of_space(std::string_view text, std::size_t at);
 
 }  // namespace sheaf

@@ -201,7 +201,7 @@ private:
   const GrowArray<PageLook>& b_;
   GrowArray<Pair>& pairs_;
   GrowArray<std::int32_t> longest_;
-  std::size_t first_ = 0;  // pages in front of this one are equal on both sides
+  std::size_t first_ = 0;  // pages before this one are equal on both sides
   std::size_t rows_ = 0;
   std::size_t columns_ = 0;
 };

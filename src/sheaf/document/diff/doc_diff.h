@@ -27,7 +27,7 @@ public:
   CPDFDiffSink& operator=(const CPDFDiffSink&) = delete;
   virtual ~CPDFDiffSink() = default;
 
-  /// Pages by their indices from 0; -1: there is none on that side. `what` is of PDF_PAGE_DIFF.
+  /// Pages by their indices from 0; -1: that side has no such page. `what` is of PDF_PAGE_DIFF.
   virtual void page(std::int32_t a, std::int32_t b, std::uint32_t what) = 0;
   /// A value of the tree at `path`, such as "Root/Outlines/First/Title"; null: it is not there. A stream whose
   /// dictionaries are equal differs in its data.

@@ -109,8 +109,8 @@ ValueWalk::~ValueWalk() {
     node.a.free();
     node.b.free();
   }
-  now_a_.free();
-  now_b_.free();
+  resolved_a_.free();
+  resolved_b_.free();
 }
 
 void ValueWalk::begin(const char* name, const CPDFObj& a, const CPDFObj& b) {
@@ -162,32 +162,32 @@ bool ValueWalk::step() {
   b.move_from(node.b);
   if (was_seen(a, b))
     return true;
-  now_a_ = a_.table().value(&a);
-  now_b_ = b_.table().value(&b);
-  has_a_ = !now_a_.is_null();
-  has_b_ = !now_b_.is_null();
+  resolved_a_ = a_.table().value(&a);
+  resolved_b_ = b_.table().value(&b);
+  has_a_ = !resolved_a_.is_null();
+  has_b_ = !resolved_b_.is_null();
   differs_ = !open(at_);
   return true;
 }
 
 // Puts what the present values hold among the waiting. False when they differ themselves.
 bool ValueWalk::open(std::int32_t index) {
-  const CPDFDictionary* const dict_a = dictionary_of(now_a_);
-  const CPDFDictionary* const dict_b = dictionary_of(now_b_);
-  if (now_a_.tag != now_b_.tag)
-    return now_a_.is_number() && now_b_.is_number() && same_plain(now_a_, now_b_);
+  const CPDFDictionary* const dict_a = dictionary_of(resolved_a_);
+  const CPDFDictionary* const dict_b = dictionary_of(resolved_b_);
+  if (resolved_a_.tag != resolved_b_.tag)
+    return resolved_a_.is_number() && resolved_b_.is_number() && same_plain(resolved_a_, resolved_b_);
   if (dict_a != nullptr && dict_b != nullptr) {
     const CPDFObj* const type = dict_a->get_item(CPDFDictionary::sm_tag_type);
     if (type != nullptr && (type->is_name("Page") || type->is_name("Pages")))
       return true;
-    const bool streams = now_a_.as_stream() != nullptr;
+    const bool streams = resolved_a_.as_stream() != nullptr;
     open_dictionaries(index, *dict_a, *dict_b, streams);
     return !streams || same_data();
   }
-  const CPDFArray* const list_a = now_a_.as_array();
-  const CPDFArray* const list_b = now_b_.as_array();
+  const CPDFArray* const list_a = resolved_a_.as_array();
+  const CPDFArray* const list_b = resolved_b_.as_array();
   if (list_a == nullptr || list_b == nullptr)
-    return same_plain(now_a_, now_b_);
+    return same_plain(resolved_a_, resolved_b_);
   for (std::int32_t i = std::max(list_a->count, list_b->count); i-- > 0;) {
     char digits[16];
     const auto end = std::to_chars(digits, digits + sizeof(digits), i).ptr;
@@ -214,8 +214,8 @@ void ValueWalk::open_dictionaries(std::int32_t index, const CPDFDictionary& a, c
 
 // Whether two streams decode to the same bytes; those that do not decode are compared as they are stored.
 bool ValueWalk::same_data() const {
-  const CPDFStreamRec& rec_a = *now_a_.as_stream();
-  const CPDFStreamRec& rec_b = *now_b_.as_stream();
+  const CPDFStreamRec& rec_a = *resolved_a_.as_stream();
+  const CPDFStreamRec& rec_b = *resolved_b_.as_stream();
   if (same_raw(a_, rec_a, b_, rec_b) &&
       same_nested(a_.table().value(&rec_a.dict, "Filter"), b_.table().value(&rec_b.dict, "Filter"), 0))
     return true;

@@ -62,8 +62,8 @@ private:
   void open_dictionaries(std::int32_t index, const CPDFDictionary& a, const CPDFDictionary& b, bool streams);
   bool same_data() const;
   std::string_view path();
-  const CPDFObj* value_a() const { return has_a_ ? &now_a_ : nullptr; }
-  const CPDFObj* value_b() const { return has_b_ ? &now_b_ : nullptr; }
+  const CPDFObj* value_a() const { return has_a_ ? &resolved_a_ : nullptr; }
+  const CPDFObj* value_b() const { return has_b_ ? &resolved_b_ : nullptr; }
 
   CPDFDoc& a_;
   CPDFDoc& b_;
@@ -77,8 +77,8 @@ private:
   bool differs_ = false;
   bool has_a_ = false;
   bool has_b_ = false;
-  Freed<CPDFObj> now_a_;
-  Freed<CPDFObj> now_b_;
+  Freed<CPDFObj> resolved_a_;
+  Freed<CPDFObj> resolved_b_;
 };
 
 }  // namespace sheaf

@@ -25,7 +25,7 @@ enum class FontRefusal : int {
 };
 
 /// Which font of the system comes nearest.
-struct FontManner {
+struct FontTraits {
   FontFamily family = FontFamily::kSans;
   bool bold = false;
 };
@@ -46,15 +46,15 @@ public:
   SystemFonts& operator=(const SystemFonts&) = delete;
   ~SystemFonts();
 
-  /// A font to ask in front of the common ones: a family, full or PostScript name, copied. False when there is none
+  /// A font to ask before the common ones: a family, full or PostScript name, copied. False when there is none
   /// of that name.
   bool add(const char* name);
-  /// A font to ask behind those added in this way before; the common ones are then not asked at all.
+  /// A font to ask after those added in this way before; the common ones are then not asked at all.
   bool add_only(const char* name);
   /// How many fonts there are to ask.
   std::size_t count();
   /// The first font that has all of these characters, those of the family before others; -1 when no font has them.
-  int find(const std::uint32_t* characters, std::size_t count, const FontManner& manner);
+  int find(const std::uint32_t* characters, std::size_t count, const FontTraits& traits);
   /// The name that font `index` of `count` was asked for by.
   const char* name(std::size_t index) const { return entries_[index].name; }
   /// Why it was not embedded though characters needed it.

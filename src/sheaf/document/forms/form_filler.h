@@ -5,7 +5,7 @@
 //   filler.load();
 //   filler.set("person.name", "Ann");
 //   filler.finish();
-//   doc.save_update(PDF_SAVE_FORM::kAsFile, nullptr);   // behind the old content: signatures stay valid
+//   doc.save_update(PDF_SAVE_FORM::kAsFile, nullptr);   // after the old content: signatures stay valid
 //
 // Scripts that would format or calculate values are not run.
 #pragma once
@@ -68,7 +68,7 @@ public:
   bool load();
   /// Read-only fields are filled all the same from now on. What signatures lock stays locked.
   void fill_read_only(bool flag) { fills_read_only_ = flag; }
-  /// A font to ask in front of the common ones for what a field's own font cannot say: a family, full or PostScript
+  /// A font to ask before the common ones for what a field's own font cannot say: a family, full or PostScript
   /// name. False when the system and the table's environment know none of that name.
   bool add_font(const char* name);
 
@@ -87,7 +87,7 @@ public:
   /// How many characters, in all values set so far, no font had; appearances show question marks in their place.
   std::int32_t missing_characters() const;
 
-  /// To be called once, in front of the save. Where the form asks viewers to make its appearances, those of all other
+  /// To be called once, before the save. Where the form asks viewers to make its appearances, those of all other
   /// fields are made too and the request goes. A part in the XML Forms Architecture goes with the first value, as it
   /// would contradict it. False when there was no memory for all of it.
   bool finish();

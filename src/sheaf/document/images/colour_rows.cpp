@@ -53,7 +53,7 @@ NoPicture ColourRows::open(CPDFXRefTable& table, const CPDFImage& image) {
 }
 
 // OpenJPEG forgets which component is opacity where it sets the colours in their order; writers forget to say it. It is
-// behind the colours then.
+// after the colours then.
 void ColourRows::find_opacity(const CPDFImage& image) {
   const auto& jpx = static_cast<const CPDFRowDecoder&>(*decoder_);
   const bool is_behind = jpx.components() == space_.components + 1;

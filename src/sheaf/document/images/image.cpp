@@ -19,7 +19,7 @@ using namespace sheaf;
 
 namespace {
 
-constexpr int kMostEncoded = 1 << 28;  // what the filters in front of the last one may give
+constexpr int kMostEncoded = 1 << 28;  // what the filters before the last one may give
 
 // Takes the last one off a list of filters or of their parameters.
 void drop_last(CPDFXRefTable& table, CPDFDictionary& dict, const char* key) {
@@ -39,7 +39,7 @@ std::int64_t row_bytes_of(const CPDFStreamFAX& fax) {
 }
 
 // The rows of CCITT data as one run of bytes. Their decoder gives a row a call and goes on with blank
-// ones behind the end of the data, so that the image has to say where it ends.
+// ones after the end of the data, so that the image has to say where it ends.
 class FaxRows : public CPDFStream {
 public:
   FaxRows(std::unique_ptr<CPDFStreamFAX> fax, std::int64_t rows)

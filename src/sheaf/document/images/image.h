@@ -21,7 +21,7 @@ public:
   std::int32_t height = 0;           ///< Rows.
   std::int32_t bits = 0;             ///< Bits a component; 0 when the data state them.
   bool is_mask = false;              ///< A stencil of one bit a pixel.
-  CPDFObj colour_space{};            ///< "ColorSpace", the reference followed; null when there is none.
+  CPDFObj colour_space{};            ///< "ColorSpace", the reference followed, or null.
   CPDFObj decode{};                  ///< "Decode", the reference followed.
   std::int32_t filter_count = 0;     ///< Filters in the chain.
   char filter[24] = {};              ///< Name of the last one, in its long form; "" without one.
@@ -32,7 +32,7 @@ public:
   /// False when it is no image.
   bool load(CPDFXRefTable& table, const CPDFObj& obj);
   /// The data with all filters but the last one taken off: a JPEG file for DCTDecode. Null when they
-  /// cannot be had. The caller owns the block, a NUL behind it, and releases it with QVFree.
+  /// cannot be had. The caller owns the block, a NUL after it, and releases it with QVFree.
   std::uint8_t* load_encoded(std::int32_t& len) const;
   /// The parameters of the last filter, none when it has no dictionary of them; `out` is empty.
   void last_parms(CPDFDictionary& out) const;

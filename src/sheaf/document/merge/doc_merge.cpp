@@ -125,7 +125,7 @@ bool CPDFDocMerge::append_source(MergeSource& source, const std::int32_t* pages,
     const PDF_REF page = import.append(pages[i], repeated);
     if (believed && !source.doc.has_pages_by_count())
       return false;
-    destinations.read_along(pages[i]);
+    destinations.read_of_page(pages[i]);
     if (page.num == 0 || !appended.push(pages[i]) || !into.insert_page(into.page_count(), page))
       continue;
     ++done;

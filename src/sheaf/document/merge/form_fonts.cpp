@@ -1,4 +1,4 @@
-// Values are compared pair by pair on a stack; of an appearance only the names in front of a size and Tf change.
+// Values are compared pair by pair on a stack; of an appearance only the names before a size and Tf change.
 #include "sheaf/document/merge/form_fonts.h"
 
 #include <cstring>

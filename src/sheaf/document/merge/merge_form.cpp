@@ -1,4 +1,4 @@
-// Fields are imported one by one; a name that is taken gets a number behind it.
+// Fields are imported one by one; a name that is taken gets a number after it.
 #include "sheaf/document/merge/merge_form.h"
 
 #include <algorithm>
@@ -74,7 +74,7 @@ void MergeForm::take_field(MergeSource& source, const PDF_REF& ref) {
 }
 
 // Appends a field object under a name that is free: its own, or that with the first free number
-// behind it. Where each search ended is remembered, so that many fields of one name take no longer.
+// after it. Where each search ended is remembered, so that many fields of one name take no longer.
 void MergeForm::append_field(MergeSource* source, const PDF_REF& ref) {
   const CPDFDictionary* const dict = target_.stored_dict(ref);
   if (dict == nullptr) {

@@ -21,7 +21,7 @@ public:
   }
   static bool is_in(const MergeSource& source) { return source.entry(CPDFDictionary::sm_tag_acro_form) != nullptr; }
   /// Brings along the fields that have a widget on the pages that are taken, or none at all. To be
-  /// called in front of the pages, which then find the widgets that they show.
+  /// called before the pages, which then find the widgets that they show.
   void take(MergeSource& source);
   /// Makes the widgets of a second copy of a page part of the form: a widget that is a field of its
   /// own becomes another field, the others further widgets of their fields.

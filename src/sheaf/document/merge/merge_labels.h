@@ -1,4 +1,4 @@
-// Page labels (ISO 32000-1, 12.4.2): the document's own stay, and the pages of each source behind them
+// Page labels (ISO 32000-1, 12.4.2): the document's own stay, and the pages of each source after them
 // are labelled as they were.
 #pragma once
 

@@ -70,7 +70,7 @@ void MergeLayers::take(MergeSource& source) {
     target_.note(PDF_MERGE_FATE::kDropped, "layer configurations", others.as_array()->count);
 }
 
-// Moves the list `from` of what was taken behind the list `key` of `dict`.
+// Moves the list `from` of what was taken after the list `key` of `dict`.
 void MergeLayers::append_list(CPDFDictionary& dict, const char* key, const char* from) {
   CPDFObj* const more = added_.get_item(from);
   if (more == nullptr || more->as_array()->count == 0)

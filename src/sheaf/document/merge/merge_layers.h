@@ -1,4 +1,4 @@
-// Optional content (ISO 32000-1, 8.11): the groups of all sources behind the document's own, with what
+// Optional content (ISO 32000-1, 8.11): the groups of all sources after the document's own, with what
 // each source shows and hides, its order and its other lists. A new document starts with all that the
 // first source has.
 #pragma once

@@ -1,6 +1,6 @@
 // The names of a document besides its destinations (ISO 32000-1, table 31): embedded files, scripts,
 // appearances, templates and the rest. Those of the sources join the document's own, with a number
-// behind them where a name is taken.
+// after them where a name is taken.
 #pragma once
 
 #include "sheaf/document/merge/merge_source.h"
@@ -16,7 +16,7 @@ public:
 
   /// Takes note of the document's own names.
   void load();
-  /// Brings along the names of a source. To be called behind its pages.
+  /// Brings along the names of a source. To be called after its pages.
   void take(MergeSource& source);
   void put(CPDFDictionary& catalog);
 

@@ -95,7 +95,7 @@ void MergeOutline::list(MergeSource& source, SourceDestinations& destinations, G
   }
 }
 
-// Numbers and links the entries that stay. False when there is none.
+// Numbers and links the entries that stay. False when no entry stays.
 bool MergeOutline::link(GrowArray<Node>& nodes, Node& top) {
   std::int32_t count = 0;
   for (std::size_t i = nodes.size(); i-- > 0;) {

@@ -1,4 +1,4 @@
-// The outline (ISO 32000-1, 12.3.3): those of the sources behind the document's own, each under an
+// The outline (ISO 32000-1, 12.3.3): those of the sources after the document's own, each under an
 // open entry of its title. Entries whose page was left out stay only where entries below them do.
 #pragma once
 
@@ -15,7 +15,7 @@ public:
 
   /// Brings along the outline of a source. `title` (UTF-8) may be null: then it gets no entry above it.
   void take(MergeSource& source, SourceDestinations& destinations, const char* title);
-  /// Puts all that was taken behind the last entry of the document's own outline.
+  /// Puts all that was taken after the last entry of the document's own outline.
   void put(CPDFDictionary& catalog);
 
 private:

@@ -15,7 +15,7 @@ public:
   MergeSettings(const MergeSettings&) = delete;
   MergeSettings& operator=(const MergeSettings&) = delete;
 
-  /// To be called behind the pages and the embedded files of a source.
+  /// To be called after the pages and the embedded files of a source.
   void take(MergeSource& source, SourceDestinations& destinations);
   void put(CPDFDictionary& catalog);
   /// Takes out what the document, whose catalogue is stored, claims to conform to where it no longer does.

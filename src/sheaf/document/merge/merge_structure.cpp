@@ -60,7 +60,7 @@ void MergeStructure::take(MergeSource& source) {
     return;
   }
   elements_.list(source, *index_);
-  const StructureIndex::Crowd* const root = index_->root(source.entry(kRoot));
+  const StructureIndex::BigElement* const root = index_->root(source.entry(kRoot));
   const std::int32_t count = elements_.kept_count();
   target_.note(PDF_MERGE_FATE::kJoined, "structure elements", count);
   target_.note(PDF_MERGE_FATE::kDropped, "structure elements", static_cast<std::int32_t>(elements_.size()) - count);
@@ -169,7 +169,7 @@ void MergeStructure::store_copies(MergeSource& source, std::size_t at, std::size
   }
 }
 
-// Puts an element behind the kids of another one that was stored.
+// Puts an element after the kids of another one that was stored.
 void MergeStructure::add_kid(const PDF_REF& parent, const PDF_REF& kid) {
   CPDFDictionary* const dict = target_.stored_dict(parent);
   CPDFObj* const kids = dict != nullptr ? dict->get_item("K") : nullptr;
@@ -196,8 +196,8 @@ void MergeStructure::store(MergeSource& source, const SourceElement& element) {
     index_->read(element.ref, obj);
   else
     source.table.get_entity(obj, element.ref);
-  if (const StructureIndex::Crowd* const crowd = index_->crowd(element.ref.num))
-    obj.copy_from(&crowd->body);
+  if (const StructureIndex::BigElement* const big_element = index_->big_element(element.ref.num))
+    obj.copy_from(&big_element->body);
   if (obj.as_dict() == nullptr || made.num == 0)
     return;
   Freed<CPDFObj> kids;
@@ -259,10 +259,10 @@ void MergeStructure::store_kids(MergeSource& source, const CPDFObj& kids, const 
     take_kid(kids);
   for (std::int32_t i = 0; kids.as_array() != nullptr && i < kids.as_array()->count; ++i)
     take_kid(kids.as_array()->items[i]);
-  if (StructureIndex::Crowd* const crowd = index_->crowd(element.ref.num)) {
-    find_kids(source, element, *crowd);
+  if (StructureIndex::BigElement* const big_element = index_->big_element(element.ref.num)) {
+    find_kids(source, element, *big_element);
     for (const std::int32_t place : places_)
-      take_kid(crowd->kids.as_array()->items[place]);
+      take_kid(big_element->kids.as_array()->items[place]);
   }
   if (list.count == 1)
     entry.move_item("K", list.items[0]);
@@ -270,18 +270,19 @@ void MergeStructure::store_kids(MergeSource& source, const CPDFObj& kids, const 
     entry.set_item_arr("K", &list);
 }
 
-// The places of those kids of a crowded element that may be taken.
-void MergeStructure::find_kids(const MergeSource& source, const SourceElement& element, StructureIndex::Crowd& crowd) {
+// The places of those kids of a big element that may be taken.
+void MergeStructure::find_kids(const MergeSource& source, const SourceElement& element,
+                               StructureIndex::BigElement& big_element) {
   places_.clear();
   for (std::int32_t i = element.first_kid; i >= 0; i = elements_.at(i).next_kid)
-    crowd.find(elements_.at(i).ref.num, places_);
-  for (const StructureIndex::Kid& kid : crowd.direct) {
+    big_element.find(elements_.at(i).ref.num, places_);
+  for (const StructureIndex::Kid& kid : big_element.direct) {
     if (kid.num == 0 || source.wanted.has(kid.num))
       places_.push(kid.at);
   }
   if (!element.holds_elements) {
-    index_->sort_out(crowd);
-    for (const StructureIndex::Kid& kid : crowd.contents)
+    index_->sort_out(big_element);
+    for (const StructureIndex::Kid& kid : big_element.contents)
       places_.push(kid.at);
   }
   std::sort(places_.begin(), places_.end());
@@ -322,7 +323,7 @@ void MergeStructure::take_content(MergeSource& source, const CPDFDictionary& ite
 
 // The elements at the top, in their order. Where the source is in another language than the document
 // says, they say so themselves.
-void MergeStructure::take_tops(MergeSource& source, const StructureIndex::Crowd& root) {
+void MergeStructure::take_tops(MergeSource& source, const StructureIndex::BigElement& root) {
   Freed<CPDFObj> theirs;
   source.read(theirs, "Lang");
   Freed<CPDFObj> catalog = table_.catalog();
@@ -440,7 +441,7 @@ void MergeStructure::put(CPDFDictionary& catalog) {
   put_marks(catalog);
 }
 
-// Elements of several sources are in one document element; those behind a document's own beside its.
+// Elements of several sources are in one document element; those after a document's own beside its.
 void MergeStructure::put_tops(CPDFDictionary& root) {
   const CPDFObj* const own = root.get_item("K");
   Freed<CPDFObj> kids = table_.value(own);
@@ -480,7 +481,7 @@ void MergeStructure::put_parent_tree(CPDFDictionary& root) {
   for (const Entry& entry : entries_)
     writer.add(entry.key, entry.value);
   const CPDFObj* const item = root.get_item("ParentTree");
-  const PDF_REF tree = writer.store_behind(item);
+  const PDF_REF tree = writer.store_after(item);
   if (tree.num != 0)
     root.set_item_ref("ParentTree", tree);
   root.set_item_int("ParentTreeNextKey", next_key_);

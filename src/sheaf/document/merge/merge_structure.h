@@ -23,7 +23,7 @@ public:
 
   /// Takes note of the document's own tree.
   void load();
-  /// Brings along what belongs to the pages of a source. To be called behind them.
+  /// Brings along what belongs to the pages of a source. To be called after them.
   void take(MergeSource& source);
   /// Gives the object `num` of the target, whose dictionary is `dict`, its key in the parent tree.
   void set_key(std::int32_t num, CPDFDictionary& dict) const;
@@ -52,7 +52,7 @@ private:
 
   void take_root(MergeSource& source, const CPDFDictionary& root);
   void store(MergeSource& source, const SourceElement& element);
-  void find_kids(const MergeSource& source, const SourceElement& element, StructureIndex::Crowd& crowd);
+  void find_kids(const MergeSource& source, const SourceElement& element, StructureIndex::BigElement& big_element);
   void store_kids(MergeSource& source, const CPDFObj& kids, const SourceElement& element, const PDF_REF& made,
                   CPDFDictionary& entry);
   void take_content(MergeSource& source, const CPDFDictionary& item, std::int32_t page, const PDF_REF& made,
@@ -63,7 +63,7 @@ private:
                        GrowArray<std::int32_t>& chosen);
   void store_copies(MergeSource& source, std::size_t at, std::size_t end, const GrowArray<std::int32_t>& chosen);
   void add_kid(const PDF_REF& parent, const PDF_REF& kid);
-  void take_tops(MergeSource& source, const StructureIndex::Crowd& root);
+  void take_tops(MergeSource& source, const StructureIndex::BigElement& root);
   void enter_contents(std::size_t first);
   void put_parent_tree(CPDFDictionary& root);
   void put_tops(CPDFDictionary& root);
@@ -87,7 +87,7 @@ private:
   StructureIndex own_index_;  // where the caller keeps none
   StructureIndex* index_ = nullptr;
   SourceElements elements_{target_};
-  GrowArray<std::int32_t> places_;  // of kids of the crowded element at hand
+  GrowArray<std::int32_t> places_;  // of kids of the big element at hand
   GrowArray<Content> contents_;     // sorted by owner once they are entered
   std::int32_t copied_page_ = 0;    // the page whose further copy gets its elements; 0 while all get theirs
   VisitedSet copied_objects_;       // that page and its annotations

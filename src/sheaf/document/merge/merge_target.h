@@ -3,7 +3,7 @@
 
 #include "sheaf/base/grow_array.h"
 #include "sheaf/document/doc.h"
-#include "sheaf/document/merge/merge_report.h"
+#include "sheaf/document/merge/doc_merge.h"
 
 namespace sheaf {
 

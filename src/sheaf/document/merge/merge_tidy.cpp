@@ -8,7 +8,7 @@
 #include "sheaf/document/merge/merge_structure.h"
 #include "sheaf/object/array.h"
 #include "sheaf/object/destination.h"
-#include "sheaf/object/stream_rec.h"
+#include "sheaf/object/dictionary.h"
 #include "sheaf/object/text_utf8.h"
 
 namespace sheaf {

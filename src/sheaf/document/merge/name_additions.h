@@ -7,7 +7,7 @@ class CPDFDictionary;
 
 namespace sheaf {
 
-/// Makes `fresh` the name `key` with the first number behind it that `taken` does not have as a key. It stays as it is
+/// Makes `fresh` the name `key` with the first number after it that `taken` does not have as a key. It stays as it is
 /// without memory.
 void find_free_key(const CPDFDictionary& taken, const char* key, CPDFObj& fresh);
 
@@ -22,7 +22,7 @@ public:
   void load(CPDFXRefTable& table, const CPDFDictionary* names);
   /// Takes note of one name that the document has outside that tree.
   void reserve(const PDF_String& name);
-  /// Adds `name`, with a number behind it where it is taken. Its index in `list`, or -1.
+  /// Adds `name`, with a number after it where it is taken. Its index in `list`, or -1.
   std::int32_t add(const PDF_String& name, const PDF_REF& value) { return list_.add_unique(name, value); }
   const NameList& list() const { return list_; }
   /// Puts a tree of all names, the document's own with their values as they are, into `names`, when

@@ -73,7 +73,7 @@ bool SharedStreams::digest_of(const CPDFStreamRec& stream, std::uint64_t& digest
     }
     left -= want;
   }
-  digest |= 1;  // 0 says that there is none
+  digest |= 1;  // 0 means no digest
   return true;
 }
 

@@ -4,7 +4,7 @@
 #pragma once
 
 #include "sheaf/document/merge/merge_source.h"
-#include "sheaf/object/stream_rec.h"
+#include "sheaf/object/dictionary.h"
 
 namespace sheaf {
 

@@ -105,7 +105,7 @@ bool SourceDestinations::refers_only_to_what_is_left_out(const PDF_REF& destinat
          std::all_of(scratch.begin(), scratch.end(), [this](std::int32_t num) { return src_.is_left_out(num); });
 }
 
-void SourceDestinations::read_along(std::int32_t index) {
+void SourceDestinations::read_of_page(std::int32_t index) {
   if (!src_.takes_few)
     read_up_to(place_of(src_.table, src_.doc.page_ref(index)));
 }
@@ -140,8 +140,8 @@ void SourceDestinations::take(Destination& destination) {
   if (ref.num == 0)
     return;
   const PDF_String& name = names_.at(destination.entry).name;
-  const bool is_free = ours_.list().find(name) < 0;
-  names_.set_value(destination.entry, {ours_.add(name, ref), page});
+  const bool is_free = target_names_.list().find(name) < 0;
+  names_.set_value(destination.entry, {target_names_.add(name, ref), page});
   src_.target.note(is_free ? PDF_MERGE_FATE::kJoined : PDF_MERGE_FATE::kRenamed, "destinations");
 }
 
@@ -191,7 +191,7 @@ bool SourceDestinations::rename(CPDFObj& value) const {
   const std::int32_t ours = entry >= 0 ? names_.at(entry).value.num : -1;
   if (ours < 0)
     return false;
-  const PDF_String& name = ours_.list().at(ours).name;
+  const PDF_String& name = target_names_.list().at(ours).name;
   value.set_string(name.data, name.len);
   return true;
 }

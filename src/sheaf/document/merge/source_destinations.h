@@ -1,5 +1,5 @@
 // The named destinations of a source (ISO 32000-1, 12.3.2.3) on their way into the target: those whose
-// page is taken keep their names, or get a number behind them where a name is taken.
+// page is taken keep their names, or get a number after them where a name is taken.
 #pragma once
 
 #include "sheaf/document/merge/merge_source.h"
@@ -10,7 +10,7 @@ namespace sheaf {
 
 class SourceDestinations {
 public:
-  SourceDestinations(MergeSource& source, NameAdditions& ours) : src_(source), ours_(ours) {}
+  SourceDestinations(MergeSource& source, NameAdditions& ours) : src_(source), target_names_(ours) {}
   SourceDestinations(const SourceDestinations&) = delete;
   SourceDestinations& operator=(const SourceDestinations&) = delete;
   ~SourceDestinations();
@@ -20,12 +20,12 @@ public:
   /// Reads what is in the file no further than page `index`: names are in the order of their
   /// letters, and what they lead to is spread over the file; read in the file's order and along with
   /// the pages, most share the decoding of their object streams.
-  void read_along(std::int32_t index);
+  void read_of_page(std::int32_t index);
   /// Brings along those whose page was taken.
   void take();
 
   /// The source's number of the page that a destination of the source leads to, whichever form it
-  /// has; 0 when it leads nowhere, -1 when there is none.
+  /// has; 0 when it leads nowhere, -1 for an unknown name.
   std::int32_t page_of(const CPDFObj* destination);
   /// The same for an action; -1 for one that is no GoTo.
   std::int32_t page_of_action(const CPDFObj* action);
@@ -51,7 +51,7 @@ private:
   void take(Destination& destination);
 
   MergeSource& src_;
-  NameAdditions& ours_;
+  NameAdditions& target_names_;
   NameList names_;  // value: index in the target's names or -1, and the page's number
   GrowArray<Destination> destinations_;
   GrowArray<std::int32_t> unread_;  // those of them that are references, in the order of the file

@@ -88,7 +88,7 @@ void SourceElements::look_at(MergeSource& source, const CPDFDictionary& holder, 
     look_at_kid(source, kids.as_array()->items[i], index, waiting);
 }
 
-// All elements below the root, parents in front of what they hold. The walk makes objects of elements that
+// All elements below the root, parents before what they hold. The walk makes objects of elements that
 // are part of others, so what the index knew is read anew.
 void SourceElements::list_all(MergeSource& source) {
   GrowArray<SourceElement> waiting;
@@ -167,7 +167,7 @@ void SourceElements::look_at_kid(MergeSource& source, const CPDFObj& kid, std::i
   }
 }
 
-// An element and, in front of it, those above it that are not listed yet.
+// An element and, before it, those above it that are not listed yet.
 void SourceElements::add_with_parents(const PDF_REF& element) {
   constexpr std::size_t kMostLevels = 4096;
   GrowArray<SourceElement> chain;
@@ -181,7 +181,7 @@ void SourceElements::add_with_parents(const PDF_REF& element) {
     if (dict == nullptr || !is_structure_element(*dict))
       break;  // the root
     SourceElement next{above, -1, number_at(*dict, "Pg"), true};
-    next.is_crowded = index_->crowd(above.num) != nullptr;
+    next.is_big = index_->big_element(above.num) != nullptr;
     next.holds_elements = above.num != element.num;
     chain.push(next);
     above = {number_at(*dict, "P"), 0};
@@ -203,11 +203,11 @@ void SourceElements::add_with_parents(const PDF_REF& element) {
 // Kids that hold nothing have no place in a parent tree. They are looked for where an element has few,
 // as the row of a table does. False when some are in the element itself.
 bool SourceElements::add_empty_kids(MergeSource& source, std::int32_t index) {
-  if (elements_[index].is_crowded)
+  if (elements_[index].is_big)
     return true;
   Freed<CPDFObj> obj = source.table.object(elements_[index].ref);
   Freed<CPDFObj> kids = source.table.value(obj.as_dict(), "K");
-  if (kids.as_array() == nullptr || index_->take_crowd(elements_[index].ref.num, obj, kids))
+  if (kids.as_array() == nullptr || index_->take_big_element(elements_[index].ref.num, obj, kids))
     return true;
   if (kids.as_array()->count > StructureIndex::kMostFewKids)
     return true;
@@ -256,7 +256,7 @@ bool SourceElements::list_by_parent_tree(MergeSource& source) {
   GrowArray<std::int32_t> keys;
   GrowArray<PDF_REF> parents;
   find_wanted_keys(source, keys);
-  const StructureIndex::Crowd* const root = index_->root(source.entry("StructTreeRoot"));
+  const StructureIndex::BigElement* const root = index_->root(source.entry("StructTreeRoot"));
   if (root == nullptr)
     return false;
   index_->find_parents(*root->body.as_dict(), keys, parents);

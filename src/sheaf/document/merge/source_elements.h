@@ -21,7 +21,7 @@ public:
 
   void clear();
   /// Lists the elements of the source, or, where most pages stay behind, those that its parent tree gives for
-  /// what was taken. To be called behind the pages. What `index` knows of the source is not read again, and
+  /// what was taken. To be called after the pages. What `index` knows of the source is not read again, and
   /// what is read becomes part of it.
   void list(MergeSource& source, StructureIndex& index);
 

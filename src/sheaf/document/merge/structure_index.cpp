@@ -18,7 +18,7 @@ bool is_structure_element(const CPDFDictionary& item) {
   return item.get_item("S") != nullptr && item.get_item("Obj") == nullptr && item.get_item("MCID") == nullptr;
 }
 
-void StructureIndex::Crowd::find(std::int32_t num, GrowArray<std::int32_t>& places) const {
+void StructureIndex::BigElement::find(std::int32_t num, GrowArray<std::int32_t>& places) const {
   const Kid* kid = std::lower_bound(by_num.begin(), by_num.end(), num,
                                     [](const Kid& one, std::int32_t wanted) { return one.num < wanted; });
   for (; kid != by_num.end() && kid->num == num; ++kid)
@@ -26,10 +26,10 @@ void StructureIndex::Crowd::find(std::int32_t num, GrowArray<std::int32_t>& plac
 }
 
 void StructureIndex::clear() {
-  for (const Crowd* one : crowds_)
+  for (const BigElement* one : big_elements_)
     delete one;
-  crowds_.clear();
-  crowd_of_.clear();
+  big_elements_.clear();
+  big_element_of_.clear();
   delete root_;
   root_ = nullptr;
   has_parents_ = false;
@@ -48,8 +48,8 @@ void StructureIndex::start(CPDFXRefTable& table) {
 }
 
 // `obj` is a dictionary, `kids` an array or null; both become null.
-StructureIndex::Crowd* StructureIndex::make_crowd(CPDFObj& obj, CPDFObj& kids) {
-  auto* const made = new (std::nothrow) Crowd;
+StructureIndex::BigElement* StructureIndex::make_big_element(CPDFObj& obj, CPDFObj& kids) {
+  auto* const made = new (std::nothrow) BigElement;
   if (made == nullptr)
     return nullptr;
   made->kids.move_from(kids);
@@ -68,7 +68,7 @@ StructureIndex::Crowd* StructureIndex::make_crowd(CPDFObj& obj, CPDFObj& kids) {
   return made;
 }
 
-const StructureIndex::Crowd* StructureIndex::root(const CPDFObj* item) {
+const StructureIndex::BigElement* StructureIndex::root(const CPDFObj* item) {
   if (root_ != nullptr)
     return root_;
   Freed<CPDFObj> obj = table_->value(item);
@@ -81,29 +81,29 @@ const StructureIndex::Crowd* StructureIndex::root(const CPDFObj* item) {
     if (top != nullptr && kids.as_array() != nullptr)
       kids.as_array()->append(top);
   }
-  root_ = make_crowd(obj, kids);
+  root_ = make_big_element(obj, kids);
   return root_;
 }
 
-StructureIndex::Crowd* StructureIndex::crowd(std::int32_t num) const {
-  const std::int32_t index = crowd_of_.get(num);
-  return index > 0 ? crowds_[index - 1] : nullptr;
+StructureIndex::BigElement* StructureIndex::big_element(std::int32_t num) const {
+  const std::int32_t index = big_element_of_.get(num);
+  return index > 0 ? big_elements_[index - 1] : nullptr;
 }
 
-bool StructureIndex::take_crowd(std::int32_t num, CPDFObj& obj, CPDFObj& kids) {
+bool StructureIndex::take_big_element(std::int32_t num, CPDFObj& obj, CPDFObj& kids) {
   if (obj.as_dict() == nullptr || kids.as_array() == nullptr || kids.as_array()->count <= kMostFewKids ||
-      !crowd_of_.set(num, 0))
+      !big_element_of_.set(num, 0))
     return false;
-  Crowd* const made = make_crowd(obj, kids);
-  if (made == nullptr || !crowds_.push(made)) {
+  BigElement* const made = make_big_element(obj, kids);
+  if (made == nullptr || !big_elements_.push(made)) {
     delete made;
     return false;
   }
-  return crowd_of_.set(num, crowds_.count());
+  return big_element_of_.set(num, big_elements_.count());
 }
 
 const CPDFDictionary* StructureIndex::read(const PDF_REF& ref, CPDFObj& scratch) {
-  if (const Crowd* const known = crowd(ref.num))
+  if (const BigElement* const known = big_element(ref.num))
     return known->body.as_dict();
   table_->get_entity(scratch, ref);
   CPDFObj* const item = scratch.as_dict() != nullptr ? scratch.as_dict()->get_item("K") : nullptr;
@@ -111,18 +111,18 @@ const CPDFDictionary* StructureIndex::read(const PDF_REF& ref, CPDFObj& scratch)
     return scratch.as_dict();
   Freed<CPDFObj> kids;
   kids.move_from(*item);
-  return take_crowd(ref.num, scratch, kids) ? crowd(ref.num)->body.as_dict() : nullptr;
+  return take_big_element(ref.num, scratch, kids) ? big_element(ref.num)->body.as_dict() : nullptr;
 }
 
-void StructureIndex::sort_out(Crowd& crowd) {
-  if (crowd.is_sorted_out)
+void StructureIndex::sort_out(BigElement& big_element) {
+  if (big_element.is_sorted_out)
     return;
-  crowd.is_sorted_out = true;
+  big_element.is_sorted_out = true;
   Freed<CPDFObj> obj;
-  for (const Kid& kid : crowd.by_num) {
-    table_->resolve(obj, &crowd.kids.as_array()->items[kid.at]);
+  for (const Kid& kid : big_element.by_num) {
+    table_->resolve(obj, &big_element.kids.as_array()->items[kid.at]);
     if (obj.as_dict() != nullptr && !is_structure_element(*obj.as_dict()))
-      crowd.contents.push(kid);
+      big_element.contents.push(kid);
   }
 }
 

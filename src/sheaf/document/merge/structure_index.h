@@ -18,7 +18,7 @@ struct SourceElement {
   bool holds_kept = false;      ///< Content of pages that are taken, here or below.
   bool holds_other = false;     ///< Content that stays behind.
   bool kept = false;            ///< It is taken.
-  bool is_crowded = false;      ///< It has so many kids that they are not read to find empty ones.
+  bool is_big = false;          ///< It has so many kids that they are not read to find empty ones.
   bool holds_elements = false;  ///< And nothing else that is taken.
   std::int32_t first_kid = -1;  ///< Index of an element right below it; -1 for none.
   std::int32_t next_kid = -1;   ///< Index of another one with the same parent.
@@ -33,15 +33,15 @@ struct ContentPlace {
 
 class StructureIndex : public QVHeapObject<StructureIndex> {
 public:
-  static constexpr std::int32_t kMostFewKids = 64;  ///< An element with more is crowded.
+  static constexpr std::int32_t kMostFewKids = 64;  ///< An element with more is big.
 
   struct Kid {
     std::int32_t num;  ///< The object, or, of kids that are none, the page that they name; 0 for none.
     std::int32_t at;   ///< Index in the array.
   };
   /// An element, or the root, whose kids are found without looking at all of them.
-  struct Crowd : QVHeapObject<Crowd> {
-    /// The kids that are the object `num`, put behind `places`.
+  struct BigElement : QVHeapObject<BigElement> {
+    /// The kids that are the object `num`, appended to `places`.
     void find(std::int32_t num, GrowArray<std::int32_t>& places) const;
 
     Freed<CPDFObj> body;      ///< The dictionary without its kids.
@@ -66,15 +66,15 @@ public:
   void start(CPDFXRefTable& table);
   /// The root that `item` leads to; null when it is no dictionary or there is no memory. Borrowed; valid until
   /// `clear`, as all results are.
-  const Crowd* root(const CPDFObj* item);
-  /// The element `ref`, without its kids when it is crowded; else in `scratch`. Null when it is no dictionary.
+  const BigElement* root(const CPDFObj* item);
+  /// The element `ref`, without its kids when it is big; else in `scratch`. Null when it is no dictionary.
   const CPDFDictionary* read(const PDF_REF& ref, CPDFObj& scratch);
-  /// The crowded element `num`; null when it is not known as such.
-  Crowd* crowd(std::int32_t num) const;
-  /// Makes the element `num`, whose object is `obj`, a crowded one when `kids` says so; both then become null.
-  bool take_crowd(std::int32_t num, CPDFObj& obj, CPDFObj& kids);
-  /// Finds out which kids of `crowd` are content.
-  void sort_out(Crowd& crowd);
+  /// The big element `num`; null when it is not known as such.
+  BigElement* big_element(std::int32_t num) const;
+  /// Makes the element `num`, whose object is `obj`, a big one when `kids` says so; both then become null.
+  bool take_big_element(std::int32_t num, CPDFObj& obj, CPDFObj& kids);
+  /// Finds out which kids of `big_element` are content.
+  void sort_out(BigElement& big_element);
   /// The values of `keys` in the parent tree of `root`, in the order of the tree.
   void find_parents(const CPDFDictionary& root, const GrowArray<std::int32_t>& keys, GrowArray<PDF_REF>& parents);
 
@@ -93,13 +93,13 @@ private:
     std::int32_t count;  // of a list in the tree itself; -1 for a reference
   };
 
-  static Crowd* make_crowd(CPDFObj& obj, CPDFObj& kids);
+  static BigElement* make_big_element(CPDFObj& obj, CPDFObj& kids);
   void read_parent_tree(const CPDFDictionary& root);
 
   CPDFXRefTable* table_ = nullptr;
-  Crowd* root_ = nullptr;
-  GrowArray<Crowd*> crowds_;  // owned
-  NumberMap crowd_of_;        // index into crowds_ plus one, by number
+  BigElement* root_ = nullptr;
+  GrowArray<BigElement*> big_elements_;  // owned
+  NumberMap big_element_of_;             // index into big_elements_ plus one, by number
   bool has_parents_ = false;
   GrowArray<Entry> parents_;  // sorted by key and turn
   GrowArray<PDF_REF> listed_;

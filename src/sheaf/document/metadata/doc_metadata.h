@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "sheaf/document/save/save_kinds.h"
+#include "sheaf/document/doc.h"
 #include "sheaf/xref/xref_table.h"
 
 namespace sheaf {
@@ -18,9 +18,9 @@ public:
   void set_frame(PDF_FRAME frame) { frame_ = frame; }
   void read_frame(PDF_FRAME_FOUND& found);
   bool packet_left_behind() const { return packet_left_; }
-  /// In front of a save: stores what the frame needs. False when it cannot be stored.
+  /// Before a save: stores what the frame needs. False when it cannot be stored.
   bool store_frame();
-  /// In front of a save: brings the packet in step with what `set_info` changed. False without memory.
+  /// Before a save: brings the packet in step with what `set_info` changed. False without memory.
   bool store_packet();
   /// For a document that is closed.
   void forget();

@@ -15,7 +15,7 @@ public:
     PDF_String name;  ///< Owned.
     PDF_REF value;
     std::int32_t next;         // in the chain of the index
-    std::int32_t last_number;  // tried behind this name
+    std::int32_t last_number;  // tried after this name
   };
 
   NameList() = default;
@@ -32,7 +32,7 @@ public:
   /// Adds `name`, which must not be there yet. Its index, or -1 when there is no memory.
   std::int32_t add(const PDF_String& name, const PDF_REF& value);
   void set_value(std::int32_t index, const PDF_REF& value) { entries_[index].value = value; }
-  /// Adds `name` or, where that is taken, the name with the first free number behind it.
+  /// Adds `name` or, where that is taken, the name with the first free number after it.
   std::int32_t add_unique(const PDF_String& name, const PDF_REF& value);
   /// Stores the tree in `table`; its root's reference, or {0, 0} when the list is empty or there is
   /// no memory. The list loses its order.

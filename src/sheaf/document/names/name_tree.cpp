@@ -18,9 +18,9 @@ namespace sheaf {
 namespace {
 
 constexpr int kMostLevels = 32;
-constexpr int kMostNumbers = 1000;  // tried behind a name that is taken
+constexpr int kMostNumbers = 1000;  // tried after a name that is taken
 
-// Names are ordered by their bytes, a prefix in front of what it begins.
+// Names are ordered by their bytes, a prefix before what it begins.
 int compare(const PDF_String& a, const PDF_String& b) {
   const int order = std::memcmp(a.data, b.data, static_cast<std::size_t>(std::min(a.len, b.len)));
   return order != 0 ? order : a.len - b.len;
@@ -32,7 +32,7 @@ PDF_String element_text(CPDFXRefTable& table, const CPDFArray& array, std::int32
   return text.data != nullptr ? text : PDF_String{0, const_cast<char*>("")};
 }
 
-// Inserts a name with its value in front of `index`.
+// Inserts a name with its value before `index`.
 void insert_at(CPDFArray& array, std::int32_t index, CPDFObj& name, CPDFObj& value) {
   if (array.append_moved(name) != 0 && array.append_moved(value) != 0)
     std::rotate(array.items + index, array.items + array.count - 2, array.items + array.count);
@@ -87,7 +87,7 @@ private:
     return Insert::kDone;
   }
 
-  // The last kid whose names begin at or in front of the name, or the first.
+  // The last kid whose names begin at or before the name, or the first.
   Insert insert_into_kid(CPDFArray& kids, int level) {
     std::int32_t chosen = 0;
     Freed<CPDFObj> kid;

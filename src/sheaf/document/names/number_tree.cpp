@@ -121,7 +121,7 @@ bool NumberTreeWriter::take_own(const CPDFObj* own, Node& node) {
   return table_.store_object(node.ref, root);
 }
 
-PDF_REF NumberTreeWriter::store_behind(const CPDFObj* own) {
+PDF_REF NumberTreeWriter::store_after(const CPDFObj* own) {
   GrowArray<Node> level;
   Node node{};
   if (entries_.empty())

@@ -77,9 +77,9 @@ public:
   NumberTreeWriter& operator=(const NumberTreeWriter&) = delete;
 
   void add(std::int32_t key, const PDF_REF& value) { entries_.push({key, value}); }
-  /// Stores the tree behind the one that `own` (null for none) holds, whose keys are all lower and which
+  /// Stores the tree after the one that `own` (null for none) holds, whose keys are all lower and which
   /// stays as it is. The root of both; {0, 0} when nothing was added or there is no memory.
-  PDF_REF store_behind(const CPDFObj* own);
+  PDF_REF store_after(const CPDFObj* own);
 
 private:
   struct Entry {

@@ -125,7 +125,7 @@ void DeepRecovery::read_found_stream(CPDFObj& out, const FoundStream& found) {
     table_.xref_items[0] = free_entry;
 }
 
-// Object streams whose headers bear no usable number get numbers behind all others, known only when
+// Object streams whose headers bear no usable number get numbers after all others, known only when
 // every object is entered, and the entries of their objects follow. They would be lost in a save else.
 void DeepRecovery::name_object_streams() {
   const std::uint32_t first = table_.xref_count;

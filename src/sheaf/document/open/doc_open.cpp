@@ -46,7 +46,7 @@ void CPDFDoc::close() {
   blocks_.Close();
   pages_.reset();
   repairs_.reset();
-  table_repairs_told_ = 0;
+  table_repairs_taken_ = 0;
   status_ = PDF_OPEN::kClosed;
   linearized_ = authorised_ = false;
   version_[0] = 0;
@@ -70,10 +70,10 @@ void CPDFDoc::reset_table() {
   if (rescue_ != nullptr)
     rescue_->begin_anew();
   table_.append_offset = stream_ != nullptr ? static_cast<std::uint32_t>(stream_->GetLen()) : 0;
-  table_repairs_told_ = 0;
+  table_repairs_taken_ = 0;
 }
 
-// Also those behind one that cannot be read.
+// Also those after one that cannot be read.
 void CPDFDoc::read_all_sections() {
   CPDFSecHand* const hand = table_.sec_hand;
   while (table_.pending_count > 0)

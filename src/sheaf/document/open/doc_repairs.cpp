@@ -8,8 +8,8 @@ void CPDFDoc::add_repair(const char* code, std::int32_t num, std::uint32_t offse
 }
 
 const GrowArray<PDF_DOC_REPAIR>& CPDFDoc::repairs() {
-  for (; table_repairs_told_ < table_.repairs.size(); ++table_repairs_told_) {
-    const PDF_REPAIR& repair = table_.repairs[table_repairs_told_];
+  for (; table_repairs_taken_ < table_.repairs.size(); ++table_repairs_taken_) {
+    const PDF_REPAIR& repair = table_.repairs[table_repairs_taken_];
     switch (repair.code) {
       case PDF_REPAIR::kEntryCorrected:
         add_repair("entry", repair.num, repair.offset, "object was not at its entry's offset; found elsewhere");

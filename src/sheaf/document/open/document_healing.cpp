@@ -7,7 +7,7 @@
 
 namespace sheaf {
 
-// The table's rebuild, with objects that it does not see: those behind one that has no end.
+// The table's rebuild, with objects that it does not see: those after one that has no end.
 bool DocumentOpener::try_rebuild() {
   reset_table();
   if (table_.XRefCreate() == 0)

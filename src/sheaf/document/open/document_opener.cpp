@@ -117,7 +117,7 @@ bool DocumentOpener::try_section_before(const SectionMark& mark) {
 }
 
 // Where the mark of the newest section is cut off, the section itself can still be there.
-bool DocumentOpener::try_section_behind(const SectionMark& mark) {
+bool DocumentOpener::try_section_after(const SectionMark& mark) {
   const ObjectScan* const found = scan();
   if (found == nullptr || found->last_section() < mark.end || !ends_within_mark(stream_, found->last_section()) ||
       !read_chain(found->last_section()))
@@ -142,7 +142,7 @@ bool DocumentOpener::try_sections() {
     if (is_whole && read_chain(offset)) {
       PDF_REF behind{};
       std::uint32_t place = 0;
-      if (!has_object_behind(mark, behind, place) || try_section_behind(mark))
+      if (!has_object_after(mark, behind, place) || try_section_after(mark))
         return true;
       add_repair("update", behind.num, place, "objects behind the last section are listed by none; left out");
       return read_chain(offset);

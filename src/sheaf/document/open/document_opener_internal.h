@@ -49,7 +49,7 @@ private:
   bool try_linearized();
   bool try_sections();
   bool try_section_before(const SectionMark& mark);
-  bool try_section_behind(const SectionMark& mark);
+  bool try_section_after(const SectionMark& mark);
   bool read_chain(std::uint32_t offset);
   Attempt examine();
   Attempt look_at_tree();
@@ -66,7 +66,7 @@ private:
   void read_catalog_version();
 
   // lost_bytes.cpp
-  bool has_object_behind(const SectionMark& mark, PDF_REF& ref, std::uint32_t& place);
+  bool has_object_after(const SectionMark& mark, PDF_REF& ref, std::uint32_t& place);
   void report_missing_bytes();
 
   CPDFDoc& doc_;

@@ -14,7 +14,7 @@ using namespace sheaf;
 namespace {
 
 // Whether the entry leads into the middle of its own object's number. What is read there is another
-// object's header, and the search for the right one would begin behind it.
+// object's header, and the search for the right one would begin after it.
 bool leads_into_its_number(const CPDFXRefTable& table, std::uint32_t num) {
   constexpr std::uint32_t kMostDigits = 10;
   const std::uint32_t offset = table.xref_items[num].offset;

@@ -7,8 +7,8 @@
 
 namespace sheaf {
 
-// An update that was cut off leaves objects behind the last section.
-bool DocumentOpener::has_object_behind(const SectionMark& mark, PDF_REF& ref, std::uint32_t& place) {
+// An update that was cut off leaves objects after the last section.
+bool DocumentOpener::has_object_after(const SectionMark& mark, PDF_REF& ref, std::uint32_t& place) {
   constexpr long long kMostBehind = 1 << 20;
   constexpr long long kLeastBehind = 64;  // no update is shorter
   if (stream_.GetLen() - mark.end < kLeastBehind)
@@ -30,10 +30,10 @@ bool DocumentOpener::has_object_behind(const SectionMark& mark, PDF_REF& ref, st
   return false;
 }
 
-// Whether the last section is in front of where the end of the file says, or the file is shorter
+// Whether the last section is before where the end of the file says, or the file is shorter
 // than it says: something was cut out of it, and nobody can say what.
 void DocumentOpener::report_missing_bytes() {
-  constexpr std::uint32_t kMostBeyond = 4 * kSectionReach;  // behind the end, an offset is garbage
+  constexpr std::uint32_t kMostBeyond = 4 * kSectionReach;  // after the end, an offset is garbage
   const ObjectScan* const file = scan();
   const std::uint32_t found = file != nullptr ? file->last_section() : 0;
   const bool too_near = found != 0 && stated_section_ > found && stated_section_ < stream_.GetLen() + kMostBeyond;

@@ -167,7 +167,7 @@ void ObjectRescue::enter_members(const ObjectScan::Object& container) {
   }
 }
 
-// The number under which an object stream can be reached: its own, or one behind all others where
+// The number under which an object stream can be reached: its own, or one after all others where
 // that leads elsewhere. 0 without memory.
 std::int32_t ObjectRescue::number_of(const ObjectScan::Object& container) {
   const auto num = object_index(container.num);

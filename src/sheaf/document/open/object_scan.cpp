@@ -14,11 +14,11 @@ namespace sheaf {
 namespace {
 
 constexpr long long kWindow = 64 * 1024;
-constexpr long long kBehind = 32;       // room for the numbers in front of "obj"
+constexpr long long kBehind = 32;       // room for the numbers before "obj"
 constexpr long long kAhead = 64;        // no word is looked at farther than this
 constexpr long long kHeaderReach = 28;  // the numbers of a header and the white space between them
 constexpr long long kBeside = 16;       // an entry that is off by so little means the object beside it
-constexpr unsigned kMostGap = 8;        // white space in front of "endstream"
+constexpr unsigned kMostGap = 8;        // white space before "endstream"
 
 template <std::size_t Size>
 bool is_word(const char* at, const char (&word)[Size]) {
@@ -107,7 +107,7 @@ bool ObjectScan::look_at(long long at) {
   }
 }
 
-// With "obj" at `at`: the numbers are in front of it.
+// With "obj" at `at`: the numbers are before it.
 void ObjectScan::take_header(long long at) {
   const char* const word = text(at);
   const char* const start = find_header_numbers(text(std::max(start_, at - kHeaderReach)), word);
@@ -145,7 +145,7 @@ void ObjectScan::stop_object(long long at) {
     objects_.back().stop = static_cast<std::uint32_t>(at);
 }
 
-// With "stream" at `at`, behind a header: takes the kind of the stream and passes its data.
+// With "stream" at `at`, after a header: takes the kind of the stream and passes its data.
 bool ObjectScan::take_stream(long long at) {
   const char* const word = text(at);
   if ((at > start_ && is_regular(word[-1])) || is_regular(word[6]))
@@ -181,7 +181,7 @@ bool ObjectScan::take_stream(long long at) {
 }
 
 // Moves to the next "endstream" or, where that is missing, to "endobj" or the next object. Data that
-// nothing ends hide nothing that is behind them.
+// nothing ends hide nothing that is after them.
 void ObjectScan::skip_data_to(long long limit) {
   constexpr int kBehindHeader = 4;
   const char* const end = text(limit);

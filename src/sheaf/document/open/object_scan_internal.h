@@ -31,16 +31,16 @@ public:
   bool run();
   /// In the order of the file.
   const GrowArray<Object>& objects() const { return objects_; }
-  /// Where the dictionaries behind "trailer" begin, and those that are in no object.
+  /// Where the dictionaries after "trailer" begin, and those that are in no object.
   const GrowArray<std::uint32_t>& trailers() const { return trailers_; }
-  /// Where the last cross-reference section begins; 0 when there is none.
+  /// Where the last cross-reference section begins, or 0.
   std::uint32_t last_section() const { return last_section_; }
   bool has_object_streams() const { return has_object_streams_; }
   /// The place of object `num`: beside `stated` where there is one, else the last in the file.
   bool find(std::int32_t num, std::uint32_t stated, std::uint32_t& place) const;
   /// Where the stream data end that begin at `data`. False when they are those of no object.
   bool find_data_end(std::uint32_t data, std::uint32_t& end) const;
-  /// The value behind a header up to the object's end; of a stream the dictionary.
+  /// The value after a header up to the object's end; of a stream the dictionary.
   void read_value(CPDFObj& out, const Object& object) const;
 
 private:
@@ -65,12 +65,12 @@ private:
   long long size_ = 0;
   long long next_ = 0;         // where the scan goes on
   long long data_ = 0;         // where the data of the present stream begin
-  bool is_open_ = false;       // behind a header
+  bool is_open_ = false;       // after a header
   bool in_data_ = false;       // in stream data whose end is not known
   bool no_ends_left_ = false;  // the rest of the file has neither "endstream" nor "endobj"
   bool all_granted_ = true;
   bool has_object_streams_ = false;
-  bool expects_trailer_ = false;  // behind an object, in front of a dictionary without one
+  bool expects_trailer_ = false;  // after an object, before a dictionary without one
   std::uint32_t last_section_ = 0;
   GrowArray<Object> objects_;
   GrowArray<std::uint32_t> trailers_;

@@ -30,7 +30,7 @@ int find_last(const char* data, int len, const char* word) {
   return -1;
 }
 
-// The number behind the word. A file that ends within the two was cut there.
+// The number after the word. A file that ends within the two was cut there.
 void read_number(CQVStream& stream, SectionMark& mark) {
   mark.end = mark.position + kStartWordSize;
   stream.SetPos(CQVStream::STR_SEEK_SET, mark.end);
@@ -46,7 +46,7 @@ bool ends_with(std::string_view text, std::string_view end) {
   return text.size() >= end.size() && text.substr(text.size() - end.size()) == end;
 }
 
-std::string_view without_space_behind(std::string_view text) {
+std::string_view without_space_at_end(std::string_view text) {
   while (!text.empty() && is_wide_space(text.back()))
     text.remove_suffix(1);
   return text;
@@ -108,13 +108,13 @@ bool ends_within_mark(CQVStream& stream, std::uint32_t offset) {
   const long long start = std::max(stream.GetLen() - static_cast<long long>(sizeof(block)), 0LL);
   stream.SetPos(CQVStream::STR_SEEK_SET, start);
   std::string_view tail(block, stream.Read(block, sizeof(block)));
-  tail = without_space_behind(tail);
+  tail = without_space_at_end(tail);
   int len = kStartWordSize;
   while (len > 0 && !ends_with(tail, std::string_view(kStartWord, static_cast<std::size_t>(len))))
     --len;
   if (len == 0)
     return false;  // the word is written last, so a save may have ended before all was there
-  tail = without_space_behind(tail.substr(0, tail.size() - static_cast<std::size_t>(len)));
+  tail = without_space_at_end(tail.substr(0, tail.size() - static_cast<std::size_t>(len)));
   return ends_with(tail, "endobj") || (ends_with(tail, ">>") && closes_dictionaries(stream, offset));
 }
 

@@ -140,7 +140,7 @@ bool CPDFOutline::lead_to_uri(const char* uri) {
 
 std::int32_t CPDFOutline::remove_pages(const VisitedSet& gone) {
   // From the end, so that those below an entry are known when it is looked at.
-  std::int32_t kept_level = -1;  // the level of the entry behind, when it stays
+  std::int32_t kept_level = -1;  // the level of the entry after, when it stays
   std::size_t kept = entries_.size();
   std::int32_t changed = 0;
   for (std::size_t i = entries_.size(); i-- > 0;) {

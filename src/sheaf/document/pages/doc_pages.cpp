@@ -18,7 +18,7 @@ PDF_REF CPDFDoc::page_ref(int index) {
 bool CPDFDoc::list_pages_by_count() {
   if (status_ == PDF_OPEN::kClean && is_readable())
     pages_.list_as_told();
-  return pages_.is_as_told();
+  return pages_.is_by_count();
 }
 
 bool CPDFDoc::load_page_alone(int index, CPDFPage& page) {

@@ -1,4 +1,4 @@
-// Content in front of and behind that of a page, which itself stays as it is.
+// Content before and after that of a page, which itself stays as it is.
 #pragma once
 
 #include "sheaf/object/object.h"
@@ -16,9 +16,9 @@ public:
   PageContent(const PageContent&) = delete;
   PageContent& operator=(const PageContent&) = delete;
 
-  /// Puts content in front of what `page` has. It must leave the graphics state as it was. False without memory.
+  /// Puts content before what `page` has. It must leave the graphics state as it was. False without memory.
   bool put_in_front(CPDFDictionary& page, const ContentWriter& content);
-  /// Puts content behind what `page` has, which is closed in operators that bring the graphics state back, however many
+  /// Puts content after what `page` has, which is closed in operators that bring the graphics state back, however many
   /// of them it lacks. False without memory.
   bool put_behind(CPDFDictionary& page, const ContentWriter& content);
 

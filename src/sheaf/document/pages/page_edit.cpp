@@ -100,7 +100,7 @@ bool store_branches(CPDFXRefTable& table, GrowArray<TreeBranch>& level) {
 // From here on the list is what counts, and no longer the tree: a list that lacks pages must not
 // take its place. -1 when there is no memory for all pages.
 int PageList::start_edit() {
-  if (incomplete_ || believed_)
+  if (incomplete_ || by_count_)
     walked_ = false;
   ensure();
   if (incomplete_)
@@ -185,7 +185,7 @@ bool PageList::detach(int index, bool listed_before) {
 
 // Whether nothing comes to page `index` from above, not even what it has itself: in linearized files there is none of
 // it.
-bool PageList::stands_alone(int index) {
+bool PageList::needs_no_parent(int index) {
   const PageListEntry& entry = pages_[static_cast<std::size_t>(index)];
   if (entry.node < 0)
     return false;
@@ -198,7 +198,7 @@ bool PageList::is_sound_tree_of_lone_pages() {
   VisitedSet listed;
   bool alone = !changed_ && count_pages_by_nodes(table_) == this->listed();
   for (int i = 0; alone && i < this->listed(); ++i)
-    alone = listed.visit(ref(i).num) && stands_alone(i);
+    alone = listed.visit(ref(i).num) && needs_no_parent(i);
   return alone;
 }
 

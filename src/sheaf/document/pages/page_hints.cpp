@@ -7,7 +7,7 @@ using namespace sheaf;
 
 namespace {
 
-// Every page has a size, and no object comes up twice: numbers ascend behind the first page.
+// Every page has a size, and no object comes up twice: numbers ascend after the first page.
 bool is_complete(const PDF_PAGE_SET& set) {
   if (set.pages == nullptr || set.count < 1)
     return false;

@@ -29,10 +29,10 @@ public:
   bool empty() const { return ranges_.empty(); }
   std::int32_t size() const { return ranges_.count(); }
   const PDF_LABEL_RANGE& at(std::int32_t index) const { return ranges_[index]; }
-  /// Appends a range, which must begin behind the last one; `prefix` is UTF-8, null for none. False when it does not,
+  /// Appends a range, which must begin after the last one; `prefix` is UTF-8, null for none. False when it does not,
   /// when the style is not one of those above, or when there is no memory.
   bool add(std::int32_t first, char style, std::int32_t start, const char* prefix);
-  /// Puts the label of page `index` as UTF-8 behind what `out` holds; nothing without labels.
+  /// Puts the label of page `index` as UTF-8 after what `out` holds; nothing without labels.
   void put_text(std::int32_t index, sheaf::GrowArray<char>& out) const;
   /// Page i becomes what page `pages[i]` was, with its label. False when there is no memory.
   bool reorder(const std::int32_t* pages, std::int32_t count);

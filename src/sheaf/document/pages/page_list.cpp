@@ -14,25 +14,25 @@ void PageList::ensure() {
     list(false);
 }
 
-void PageList::list(bool believing) {
+void PageList::list(bool by_count) {
   const HeapWatch watch;
   pages_.clear();
   nodes.clear();
   node_of_removed_.clear();
-  proven_.clear();
-  PageWalk walk(table_, nodes, pages_, believing);
+  proven_pages_.clear();
+  PageWalk walk(table_, nodes, pages_, by_count);
   walk.run();
   strays_ = walk.passed_over();
   incomplete_ = !watch.all_granted();
-  believed_ = believing;
+  by_count_ = by_count;
   walked_ = true;
 }
 
 // A list that rests on counts lacks nothing that a walk meets once each thing on it turns out to be a page.
 int PageList::strays() {
-  for (int i = 0; believed_ && i < listed(); ++i) {
+  for (int i = 0; by_count_ && i < listed(); ++i) {
     const PDF_REF page = ref(i);
-    if (!proven_.has(page.num) && !proves_page(page, table_.object(page)))
+    if (!proven_pages_.has(page.num) && !proves_page(page, table_.object(page)))
       list(false);
   }
   ensure();
@@ -42,7 +42,7 @@ int PageList::strays() {
 bool PageList::proves_page(const PDF_REF& ref, const CPDFObj& obj) {
   const bool is_proven = obj.as_dict() != nullptr && is_page(table_, *obj.as_dict());
   if (is_proven)
-    proven_.visit(ref.num);
+    proven_pages_.visit(ref.num);
   return is_proven;
 }
 
@@ -70,7 +70,7 @@ void PageList::reset() {
   pages_.reset();
   nodes.reset();
   node_of_removed_.reset();
-  walked_ = believed_ = changed_ = false;
+  walked_ = by_count_ = changed_ = false;
   quick_count_ = -1;
 }
 
@@ -90,7 +90,7 @@ PDF_REF PageList::ref(int index) const {
 bool PageList::load_alone(int index, CPDFPage& page) {
   PDF_REF found = ref(index);
   Freed<CPDFObj> obj = table_.object(found);
-  if (believed_ && found.num != 0 && !proves_page(found, obj)) {
+  if (by_count_ && found.num != 0 && !proves_page(found, obj)) {
     list(false);
     found = ref(index);
     obj = table_.object(found);

@@ -43,7 +43,7 @@ public:
   void ensure();
   /// Builds the list from "Count" alone and checks a sample of it; walks the tree where that fails.
   void list_as_told();
-  bool is_as_told() const { return believed_; }
+  bool is_by_count() const { return by_count_; }
   /// Whether the top of the tree counts more pages than can be reached.
   bool misses_pages();
   /// How many kids of the tree are neither page nor node, or a node that came up before. Walks the tree, or reads the
@@ -56,9 +56,9 @@ public:
   int count();
   /// How many are listed at this moment, without walking.
   int listed() const { return pages_.count(); }
-  /// The object of page `index` among those listed; {0, 0} when there is none.
+  /// The object of page `index` among those listed, or {0, 0}.
   PDF_REF ref(int index) const;
-  /// Reads page `index` without resources that are directly in a node above. False when there is none.
+  /// Reads page `index` without resources that are directly in a node above. False when there is no such page.
   bool load_alone(int index, CPDFPage& page);
 
   /// See the members of like names in CPDFDoc.
@@ -71,22 +71,22 @@ public:
   PageNodes nodes;
 
 private:
-  void list(bool believing);
+  void list(bool by_count);
   bool proves_page(const PDF_REF& ref, const CPDFObj& obj);
   int start_edit();
   bool detach(int index, bool listed_before);
   bool detach_all(const PDF_REF& top, GrowArray<TreeBranch>& pages);
-  bool stands_alone(int index);
+  bool needs_no_parent(int index);
   bool is_sound_tree_of_lone_pages();
 
   CPDFXRefTable& table_;
   GrowArray<PageListEntry> pages_;
   NumberMap node_of_removed_;  // index into `nodes` plus one, by the number of a page that was taken off the list
-  VisitedSet proven_;          // of a believed list, what was seen to be pages
+  VisitedSet proven_pages_;    // of a believed list, what was seen to be pages
   int quick_count_ = -1;       // by the nodes' counts; -1 unknown or contradictory
   int strays_ = 0;
   bool walked_ = false;
-  bool believed_ = false;    // the list rests on the counts of the nodes
+  bool by_count_ = false;    // the list rests on the counts of the nodes
   bool changed_ = false;     // and is no longer what the tree has
   bool incomplete_ = false;  // there was no memory for all pages
 };

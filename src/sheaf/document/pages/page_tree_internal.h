@@ -23,9 +23,9 @@ int count_pages_by_nodes(CPDFXRefTable& table);
 /// One walk over the tree, on a stack of its own. Each node is visited once, so that no loop can hold it up.
 class PageWalk {
 public:
-  /// `believing`: where a node counts each of its kids as one page, they are listed without being read.
-  PageWalk(CPDFXRefTable& table, PageNodes& nodes, GrowArray<PageListEntry>& pages, bool believing)
-      : table_(table), nodes_(nodes), pages_(pages), believing_(believing) {}
+  /// `by_count`: where a node counts each of its kids as one page, they are listed without being read.
+  PageWalk(CPDFXRefTable& table, PageNodes& nodes, GrowArray<PageListEntry>& pages, bool by_count)
+      : table_(table), nodes_(nodes), pages_(pages), by_count_(by_count) {}
   PageWalk(const PageWalk&) = delete;
   PageWalk& operator=(const PageWalk&) = delete;
   ~PageWalk();
@@ -55,7 +55,7 @@ private:
   CPDFXRefTable& table_;
   PageNodes& nodes_;
   GrowArray<PageListEntry>& pages_;
-  bool believing_;
+  bool by_count_;
   GrowArray<Frame> stack_;
   Freed<CPDFObj> kids_;  // of the node that is looked at
   // What a kid is gets looked up once, so that a list of one number over and over costs one reading.

@@ -54,7 +54,7 @@ void PageWalk::open_node(const CPDFDictionary& dict, const PDF_REF& ref, std::in
   const std::int32_t node = nodes_.add(dict, ref, parent);
   if (node < 0)
     return;
-  if (!believing_ || !counts_kids_as_pages(dict, *kids_.as_array())) {
+  if (!by_count_ || !counts_kids_as_pages(dict, *kids_.as_array())) {
     Frame frame{kids_, 0, node, ref, false};
     static_cast<CPDFObj&>(kids_) = CPDFObj{};
     if (!stack_.push(frame))

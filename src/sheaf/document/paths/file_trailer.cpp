@@ -14,7 +14,7 @@ namespace {
 constexpr const char* kKnown[] = {"Root",   "Info", "ID", "Encrypt", "Size",   "Prev",       "XRefStm",
                                   "Length", "Type", "W",  "Index",   "Filter", "DecodeParms"};
 
-// Moves to the dictionary of the section that begins at the start of `buf`. False when there is none.
+// Moves to the dictionary of the section that begins at the start of `buf`. False when there is no dictionary.
 bool skip_to_dictionary(CPDFBuf& buf) {
   constexpr char kTable[] = "xref";
   constexpr unsigned kTableLen = sizeof(kTable) - 1;

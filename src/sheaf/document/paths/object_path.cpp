@@ -50,7 +50,7 @@ const CPDFObj* step_into(const CPDFObj& value, std::string_view step) {
 void read_trailer(CPDFDoc& doc, CPDFDictionary& trailer) {
   CPDFXRefTable& table = doc.table();
   table.drain_pending();
-  trailer.set_item_int("Size", static_cast<int>(table.xref_count));
+  trailer.set_item_int("Size", object_num(table.xref_count));
   const auto put = [&trailer](const char* key, const CPDFObj& value) {
     if (!value.is_null())
       trailer.set_item(key, &value);

@@ -76,7 +76,7 @@ bool list_revisions(CQVStream& file, GrowArray<long long>& ends) {
     const std::size_t got = file.Read(block.begin(), kBlock);
     const std::string_view text(block.begin(), got);
     const bool last = start + static_cast<long long>(got) >= length || got < kMark;
-    const std::size_t limit = last ? got : got - kMark;  // marks that begin behind it may be cut
+    const std::size_t limit = last ? got : got - kMark;  // marks that begin after it may be cut
     for (std::size_t at = text.find(kWord); at < limit; at = text.find(kWord, at + 1)) {
       const std::size_t size = mark_length(text.substr(at, kMark));
       if (size != 0 && !ends.push(start + static_cast<long long>(at + size)))

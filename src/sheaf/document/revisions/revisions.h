@@ -1,4 +1,4 @@
-// The states that a file was in before the updates behind them (ISO 32000-1, 7.5.6): where each ends, and a view of the
+// The states that a file was in before the updates after them (ISO 32000-1, 7.5.6): where each ends, and a view of the
 // file as it was.
 #pragma once
 
@@ -24,7 +24,7 @@ private:
   long long pos_ = 0;
 };
 
-/// Appends the places, counted as positions of `file`, behind the end marks of its revisions, oldest first. Where more
+/// Appends the places, counted as positions of `file`, after the end marks of its revisions, oldest first. Where more
 /// than white space follows the last mark, the end of the file is another one. A mark whose section is 0, as in front
 /// of a linearized file, is not the end of a revision. False without memory.
 bool list_revisions(CQVStream& file, GrowArray<long long>& ends);

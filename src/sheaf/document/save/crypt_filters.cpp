@@ -8,7 +8,7 @@
 #include "sheaf/document/save/new_file_internal.h"
 #include "sheaf/neighbours/security/crypt_filter.h"
 #include "sheaf/object/array.h"
-#include "sheaf/object/encrypt.h"
+#include "sheaf/object/security.h"
 
 namespace sheaf {
 namespace {

@@ -53,7 +53,7 @@ PDF_SAVE DocSaver::write_changes(PDF_SAVE_FORM form, PDF_SIGN_DATA* sign) {
   if (appends() && sign != nullptr && plain_end_ != 0)
     good = seal_over_plain_sections(form, sign);
   else if (appends() && sign == nullptr)
-    good = write_behind(plain_end_ != 0 ? plain_end_ : table.append_offset, form);
+    good = write_section_at(plain_end_ != 0 ? plain_end_ : table.append_offset, form);
   else
     good = SectionWriter(doc_).write(form, sign);
   if (!watch.all_granted() || table.entries_lost != 0)
@@ -65,7 +65,7 @@ PDF_SAVE DocSaver::write_changes(PDF_SAVE_FORM form, PDF_SIGN_DATA* sign) {
 }
 
 // A plain section behind `start`, the end of the last one. What is left of a failure is cut off.
-bool DocSaver::write_behind(long long start, PDF_SAVE_FORM form) {
+bool DocSaver::write_section_at(long long start, PDF_SAVE_FORM form) {
   std::uint32_t& append_offset = doc_.table().append_offset;
   const std::uint32_t sealed_end = std::exchange(append_offset, static_cast<std::uint32_t>(start));
   const bool good = SectionWriter(doc_).write(form, nullptr) && file_.sync();
@@ -79,7 +79,7 @@ bool DocSaver::write_behind(long long start, PDF_SAVE_FORM form) {
   return good;
 }
 
-// A section at `append_offset` that ends in front of `limit`, where the section begins that is valid until this
+// A section at `append_offset` that ends before `limit`, where the section begins that is valid until this
 // one is whole.
 bool DocSaver::write_within(long long limit, PDF_SAVE_FORM form, PDF_SIGN_DATA* sign) {
   CPDFXRefTable& table = doc_.table();
@@ -92,7 +92,7 @@ bool DocSaver::write_within(long long limit, PDF_SAVE_FORM form, PDF_SIGN_DATA* 
 }
 
 bool DocSaver::seal_over_plain_sections(PDF_SAVE_FORM form, PDF_SIGN_DATA* sign) {
-  // The space in front of the last plain section may be too small. A plain section of the same changes
+  // The space before the last plain section may be too small. A plain section of the same changes
   // is as long as the sealed one, but for some bytes of compressed entries; the second one makes sure.
   constexpr int kMostCopies = 2;
   const CPDFXRefTable& table = doc_.table();
@@ -102,7 +102,7 @@ bool DocSaver::seal_over_plain_sections(PDF_SAVE_FORM form, PDF_SIGN_DATA* sign)
       forget_plain_sections();
       return good;
     }
-    if (copies == kMostCopies || !write_behind(plain_end_, form))
+    if (copies == kMostCopies || !write_section_at(plain_end_, form))
       return false;
   }
 }

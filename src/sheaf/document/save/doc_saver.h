@@ -7,13 +7,13 @@
 //
 // Each plain section holds all changes since the last sealed one, so that only the last of them
 // counts. A sealed section goes to `append_offset`, into the space of those that do not count, and what
-// is behind it is then cut off: at every moment the file ends in a section that is whole.
+// is after it is then cut off: at every moment the file ends in a section that is whole.
 #pragma once
 
 #include <cstdint>
 
 #include "sheaf/base/stream_update.h"
-#include "sheaf/document/save/save_kinds.h"
+#include "sheaf/document/doc.h"
 #include "sheaf/xref/xref_table.h"
 
 class CPDFDoc;
@@ -41,7 +41,7 @@ public:
 
 private:
   PDF_SAVE write_changes(PDF_SAVE_FORM form, PDF_SIGN_DATA* sign);
-  bool write_behind(long long start, PDF_SAVE_FORM form);
+  bool write_section_at(long long start, PDF_SAVE_FORM form);
   bool write_within(long long limit, PDF_SAVE_FORM form, PDF_SIGN_DATA* sign);
   bool seal_over_plain_sections(PDF_SAVE_FORM form, PDF_SIGN_DATA* sign);
   void fold_plain_sections();
@@ -57,7 +57,7 @@ private:
   PDF_SAVE_FORM last_form_ = PDF_SAVE_FORM::kAsFile;
   std::uint64_t saved_changes_ = 0;  // the table's count of changes that the file holds; 0 unknown
   long long plain_start_ = 0;        // the last of the plain sections that follow one another
-  long long plain_end_ = 0;          // and where it ends; 0 when there is none
+  long long plain_end_ = 0;          // and where it ends, or 0
 };
 
 }  // namespace sheaf

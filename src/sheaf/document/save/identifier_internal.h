@@ -6,7 +6,7 @@
 
 namespace sheaf {
 
-/// Puts the document's identifier into `id`, an empty one when there is none.
+/// Puts the document's identifier into `id`, an empty one for a document without.
 void keep_identifier(CPDFXRefTable& table, CPDFObj& id);
 
 /// Puts the document's identifier with a new second half into `id`. False when there is no memory.

@@ -18,7 +18,7 @@ bool has_false_numbers(CPDFXRefTable& table, std::uint32_t num) {
 }
 
 // Whether the object stream will be in a new file.
-bool comes_along(CPDFXRefTable& table, std::uint32_t num) {
+bool will_be_written(CPDFXRefTable& table, std::uint32_t num) {
   if (num >= table.xref_count)
     return false;
   const PDF_XREF& entry = table.xref_items[num];
@@ -42,7 +42,7 @@ void free_members_of_lost_streams(CPDFXRefTable& table) {
       continue;
     if (entry.offset != container) {
       container = entry.offset;
-      has_stream = comes_along(table, container);
+      has_stream = will_be_written(table, container);
     }
     if (has_stream)
       continue;

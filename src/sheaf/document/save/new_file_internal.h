@@ -1,4 +1,4 @@
-// What is done to the objects of a document in front of a complete new file, which the walk from the
+// What is done to the objects of a document before a complete new file, which the walk from the
 // catalogue would lose or nobody could read.
 #pragma once
 

@@ -1,5 +1,5 @@
 // The document's file as it looks while a section is written into a space of its middle: it ends
-// where the section does, and what is behind the space cannot be reached. The old end of the
+// where the section does, and what is after the space cannot be reached. The old end of the
 // file stays valid until it is cut off.
 #pragma once
 

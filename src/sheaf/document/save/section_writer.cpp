@@ -82,7 +82,7 @@ bool SectionWriter::has_sound_sections() {
 void SectionWriter::detach_from_old_sections() {
   doc_.read_all_sections();
   if (table_.sections_lost != 0 && table_.finder != nullptr)
-    table_.finder->enter_missing();  // the next reader will look for nothing behind this section
+    table_.finder->enter_missing();  // the next reader will look for nothing after this section
   Freed<CPDFObj> obj;
   for (std::uint32_t num = 1; num < table_.xref_count; ++num) {
     const PDF_XREF before = table_.xref_items[num];
@@ -98,7 +98,7 @@ void SectionWriter::detach_from_old_sections() {
   table_.last_xref_offset = 0;
 }
 
-// Whether the keyword follows that ends the object. In a damaged file it may not, and what is behind
+// Whether the keyword follows that ends the object. In a damaged file it may not, and what is after
 // the object, the update in the end, would be taken for a part of it.
 bool SectionWriter::ends_well(std::uint32_t num, const CPDFObj& stored) {
   constexpr char kEnd[] = "endobj";

@@ -1,5 +1,5 @@
 // The covered bytes are read from the file piece by piece, so that signatures of long files take no memory.
-#include "sheaf/document/signatures/signature_check.h"
+#include "sheaf/document/signatures/signatures.h"
 
 #include <algorithm>
 #include <climits>
@@ -10,7 +10,6 @@
 #include <string_view>
 
 #include "sheaf/document/doc.h"
-#include "sheaf/document/signatures/signature_list.h"
 #include "sheaf/neighbours/security/crypto_calls.h"
 #include "sheaf/object/array.h"
 

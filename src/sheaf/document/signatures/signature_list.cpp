@@ -1,5 +1,5 @@
 // Fields of the form are walked once; a value with a ByteRange is a signature.
-#include "sheaf/document/signatures/signature_list.h"
+#include "sheaf/document/signatures/signatures.h"
 
 #include <algorithm>
 #include <cstring>

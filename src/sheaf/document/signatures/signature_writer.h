@@ -21,7 +21,7 @@ public:
   bool seal(PDF_SAVE_FORM form, std::int32_t num);
 
   /// "ByteRange", set by `seal`: two pairs of start and length, counted from the first byte of the file,
-  /// also where the header is some way behind it.
+  /// also where the header is some way after it.
   const long long* byte_range() const { return range_; }
   /// Hands all bytes that the signature covers to `take`, piece by piece, until that gives false. False
   /// when it did, or when they cannot be read.

@@ -81,8 +81,8 @@ public:
   TextSetter& operator=(const TextSetter&) = delete;
   ~TextSetter();
 
-  /// A font to ask behind those added before: a family, full or PostScript name. Without any, common fonts are asked.
-  /// False when there is none of that name.
+  /// A font to ask after those added before: a family, full or PostScript name. Without any, common fonts are asked.
+  /// False when no font has that name.
   bool add_font(const char* name);
 
   /// Sets a text (UTF-8) anew; `lines` and `glyphs` then hold it. Paragraphs end at every kind of line end of Unicode;

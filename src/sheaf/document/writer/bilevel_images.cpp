@@ -106,7 +106,7 @@ bool decodes_to(CPDFXRefTable& table, const GrowArray<unsigned char>& data, cons
   }
   std::memcpy(copy, data.begin(), data.size());
   const std::unique_ptr<CPDFStream> decoder(CPDFXRefTable::make_stream2(&table, copy, data.count(), filter, &parms));
-  // The bits behind the last pixel of a row mean nothing.
+  // The bits after the last pixel of a row mean nothing.
   const std::size_t last = image.row_size - 1;
   const auto last_mask = static_cast<unsigned char>(image.width % 8 == 0 ? 0xFF : 0xFF00 >> (image.width % 8));
   for (std::int32_t y = 0; y < image.height; ++y) {

@@ -1,7 +1,7 @@
 // Images of one bit a pixel under CCITT Group 4, where that takes less room than what they have.
 #pragma once
 
-#include "sheaf/object/stream_rec.h"
+#include "sheaf/object/dictionary.h"
 
 class CPDFXRefTable;
 

@@ -6,7 +6,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "sheaf/document/writer/write_options.h"
+#include "sheaf/document/writer/doc_writer.h"
 
 #ifdef SHEAF_HAS_ZOPFLI
 #include <zopfli/zopfli.h>

@@ -17,7 +17,7 @@
 #include "sheaf/document/writer/strip.h"
 #include "sheaf/document/writer/target_file.h"
 #include "sheaf/document/writer/write_plan.h"
-#include "sheaf/object/encrypt.h"
+#include "sheaf/object/security.h"
 
 using namespace sheaf;
 

@@ -1,5 +1,5 @@
 // One pass over the lines. A stream's data are as long as "Length" says where its end is there, and else reach to the
-// first "endstream" line in front of an "endobj".
+// first "endstream" line before an "endobj".
 #include "sheaf/document/writer/edited_file.h"
 
 #include <algorithm>
@@ -13,6 +13,7 @@
 #include "sheaf/base/grow_array.h"
 #include "sheaf/base/heap_watch.h"
 #include "sheaf/object/object.h"
+#include "sheaf/object/object_header.h"
 
 namespace sheaf {
 
@@ -23,9 +24,11 @@ constexpr std::size_t kNone = Text::npos;
 // A number higher than the file has bytes, and this, is no object's: the table would have a line for each below it.
 constexpr std::size_t kMostSparse = 1 << 16;
 
+constexpr std::uint16_t kMostGeneration = 65535;
+
 struct FoundObject {
   std::uint32_t place;
-  std::int32_t gen;
+  std::uint16_t gen;
 };
 
 bool is_space(char c) {
@@ -38,7 +41,7 @@ std::size_t skip_space(Text text, std::size_t at) {
   return at;
 }
 
-// A whole number of at most eight digits at `at`, which moves behind it. -1 for none.
+// A whole number of at most eight digits at `at`, which moves after it. -1 for none.
 std::int32_t take_number(Text text, std::size_t& at) {
   constexpr std::size_t kDigits = 8;
   std::int32_t value = -1;
@@ -63,11 +66,7 @@ public:
   bool run();
 
 private:
-  struct Header {
-    std::int32_t num = 0;
-    std::int32_t gen = 0;
-    std::size_t end = 0;  // behind "obj"
-  };
+  using Header = ObjectHeader<std::size_t>;
 
   bool fail(PDF_FIX_RESULT::Trouble trouble, std::int32_t num = 0) {
     result_.trouble = trouble;
@@ -100,7 +99,7 @@ private:
   const long long start_;         // of the new file in the output
   GrowArray<FoundObject> found_;  // by number
   std::size_t copied_ = 0;
-  std::size_t end_ = 0;              // behind the last object
+  std::size_t end_ = 0;              // after the last object
   std::size_t trailer_ = kNone;      // the dictionary of the last trailer,
   std::size_t trailer_end_ = kNone;  // and where it ends
 };
@@ -113,19 +112,11 @@ std::size_t FileFixer::next_line(std::size_t at) const {
 }
 
 bool FileFixer::take_header(std::size_t at, Header& header) const {
-  const std::int32_t num = take_number(text_, at);
-  if (num < 1 || object_index(num) > text_.size() + kMostSparse || at >= text_.size() || !is_space(text_[at]))
-    return false;
-  at = skip_space(text_, at);
-  const std::int32_t gen = take_number(text_, at);
-  if (gen < 0 || gen > 65535 || at >= text_.size() || !is_space(text_[at]))
-    return false;
-  at = skip_space(text_, at);
-  header = {num, gen, at + 3};
-  return text_.substr(at, 3) == "obj";
+  return read_object_header(text_, at, header) && header.num > 0 &&
+         object_index(header.num) <= text_.size() + kMostSparse && header.gen <= kMostGeneration;
 }
 
-// Behind one token of a value; strings and comments count as one.
+// After one token of a value; strings and comments count as one.
 std::size_t FileFixer::skip_value_text(std::size_t at) const {
   const char first = text_[at];
   if (first == '%')
@@ -271,7 +262,7 @@ void FileFixer::put_table() {
   out_.text(line);
   for (std::size_t num = 0; num < found_.size(); ++num) {
     const FoundObject& found = found_[num];
-    std::snprintf(line, sizeof(line), "%010u %05d %c \n", found.place, found.place != 0 ? found.gen : 65535,
+    std::snprintf(line, sizeof(line), "%010u %05d %c \n", found.place, found.place != 0 ? found.gen : kMostGeneration,
                   found.place != 0 ? 'n' : 'f');
     out_.text(line);
   }
@@ -282,7 +273,7 @@ void FileFixer::put_trailer() {
   std::snprintf(number, sizeof(number), "%zu", found_.size());
   out_.text("trailer\n");
   copied_ = trailer_;
-  // The sections in front of this one are no longer valid.
+  // The sections before this one are no longer valid.
   for (const Text key : {Text("/Prev"), Text("/Size"), Text("/XRefStm")}) {
     const std::size_t value = find_key(trailer_, trailer_end_, key);
     if (value == kNone || value < copied_)
@@ -326,7 +317,7 @@ std::size_t FileFixer::pass_trailer(std::size_t at) {
   return text_.substr(next, kEnd) == "%%EOF" ? next + kEnd : at;
 }
 
-// The object whose number was read, and which goes on behind it; `at` is then behind the object.
+// The object whose number was read, and which goes on after it; `at` is then after the object.
 bool FileFixer::pass_object(const Header& header, std::size_t& at) {
   copy_to(at);
   const auto index = object_index(header.num);
@@ -336,7 +327,7 @@ bool FileFixer::pass_object(const Header& header, std::size_t& at) {
   }
   result_.repeated += found_[index].place != 0 ? 1 : 0;
   result_.objects += found_[index].place != 0 ? 0 : 1;
-  found_[index] = {static_cast<std::uint32_t>(out_.GetPos() - start_), header.gen};
+  found_[index] = {static_cast<std::uint32_t>(out_.GetPos() - start_), static_cast<std::uint16_t>(header.gen)};
   const bool good = take_object(header.num, header.end, at);
   end_ = at;
   return good;
@@ -387,7 +378,7 @@ bool FileFixer::run() {
   put_trailer();
   out_.decimal(section);
   out_.text("\n%%EOF\n");
-  out_.settle();
+  out_.write_out();
   return (!out_.failed() && watch.all_granted()) || fail(PDF_FIX_RESULT::kWrite);
 }
 

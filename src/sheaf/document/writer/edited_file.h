@@ -22,7 +22,7 @@ struct PDF_FIX_RESULT {
   std::int32_t num = 0;       ///< The object that `trouble` is about; 0: none.
   std::int64_t objects = 0;   ///< Objects listed.
   std::int64_t lengths = 0;   ///< Lengths set right.
-  std::int64_t repeated = 0;  ///< Objects whose number comes again behind them.
+  std::int64_t repeated = 0;  ///< Objects whose number comes again after them.
 };
 
 namespace sheaf {

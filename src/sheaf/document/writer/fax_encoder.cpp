@@ -53,7 +53,7 @@ constexpr RunCodes kWhite = codes_of(ccitt::kWhiteCodes, ccitt::kExtendedCodes);
 constexpr RunCodes kBlack = codes_of(ccitt::kBlackCodes, ccitt::kExtendedCodes);
 constexpr BitCode kPassCode = code_of("0001");
 constexpr BitCode kHorizontalCode = code_of("001");
-// For a change that is 3 to 0 pixels in front of that above, then 1 to 3 behind it.
+// For a change that is 3 to 0 pixels before that above, then 1 to 3 after it.
 constexpr BitCode kVerticalCodes[] = {code_of("0000010"), code_of("000010"), code_of("010"),    code_of("1"),
                                       code_of("011"),     code_of("000011"), code_of("0000011")};
 constexpr std::int32_t kMostVertical = 3;
@@ -112,7 +112,7 @@ bool FaxEncoder::find_changes(const unsigned char* row) {
 bool FaxEncoder::add_row(const unsigned char* row) {
   if (failed_ || !find_changes(row))
     return false;
-  std::int32_t a0 = -1;  // in front of the first pixel
+  std::int32_t a0 = -1;  // before the first pixel
   bool black = false;
   std::size_t b = 0;  // a change above; those of even index go to black
   std::size_t a = 0;

@@ -25,11 +25,11 @@ private:
   std::uint32_t base_;
 };
 
-/// The three tables, one behind the other.
+/// The three tables, one after the other.
 struct HintTables {
   CQVStreamMem data;
   std::uint32_t shared_at = 0;    ///< Where the table of shared objects begins.
-  std::uint32_t outlines_at = 0;  ///< Where that of outlines does; 0: there is none.
+  std::uint32_t outlines_at = 0;  ///< Where that of outlines does; 0: no outline.
 
   void make(const LinearPlan& plan, const UnitPlaces& places);
 };

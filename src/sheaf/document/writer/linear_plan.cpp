@@ -206,7 +206,7 @@ std::int32_t LinearPlan::page_of(std::int32_t num) const {
   return rank(num) == kRankPage ? use(num).page() : 0;
 }
 
-// The order of the file: the page in front of what it uses, the outline dictionary in front of the outlines.
+// The order of the file: the page before what it uses, the outline dictionary before the outlines.
 bool LinearPlan::in_front(std::int32_t a, std::int32_t b) const {
   const Rank left = rank(a);
   const Rank right = rank(b);

@@ -6,7 +6,7 @@
 //   part 7  the other pages, one after the other
 //
 // A unit is an object by itself or an object stream: all members of one are used in the same way. Numbers are those of
-// F.3: parts 7 to 9 from 1 on, a cross-reference stream, members of object streams, and behind them the same for the
+// F.3: parts 7 to 9 from 1 on, a cross-reference stream, members of object streams, and after them the same for the
 // dictionary of parameters, the first section, part 4, the hints and part 6.
 #pragma once
 
@@ -22,7 +22,7 @@ namespace sheaf {
 
 class LinearPlan {
 public:
-  /// The numbers that are not those of objects of the document; 0: there is none.
+  /// The numbers that are not those of objects of the document; 0: not written.
   struct Numbers {
     std::int32_t main_section = 0;
     std::int32_t second_half_end = 0;  ///< One above the last number of the second half, where the first begins.

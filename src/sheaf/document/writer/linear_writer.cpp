@@ -125,12 +125,12 @@ bool LinearWriter::make_first_section(const CPDFDictionary& trailer) {
   BlockWriter out(&first_section_);
   const bool good = print_section(out, numbers.second_half_end, numbers.end, dict, numbers.first_section);
   print_section_end(out, 0);
-  out.settle();
+  out.write_out();
   return good;
 }
 
 // Tries until the hints and the first section, for which `room` bytes are kept, agree with the places in them.
-bool LinearWriter::settle_places(const CPDFDictionary& trailer, std::uint32_t& room) {
+bool LinearWriter::find_places(const CPDFDictionary& trailer, std::uint32_t& room) {
   for (int i = 0; i < kMostTries; ++i) {
     const std::uint32_t hint_size = hints_.len;
     place(room);
@@ -193,7 +193,7 @@ bool LinearWriter::put_main_section(BlockWriter& out, const CPDFDictionary& trai
 
 bool LinearWriter::put_file(CQVStream& stream, const char* version, const CPDFDictionary& trailer) {
   std::uint32_t room = 0;
-  if (!settle_places(trailer, room) || main_start_ > std::uint32_t{INT32_MAX})
+  if (!find_places(trailer, room) || main_start_ > std::uint32_t{INT32_MAX})
     return false;
   const long long start = stream.GetPos();
   TargetFile file(stream, nullptr);
@@ -210,7 +210,7 @@ bool LinearWriter::put_file(CQVStream& stream, const char* version, const CPDFDi
     return false;
   std::uint32_t main_entries = 0;
   const bool good = put_main_section(out, trailer, main_entries);
-  out.settle();
+  out.write_out();
   out.SetPos(CQVStream::STR_SEEK_SET, start + kHeaderSize);
   put_parameters(out, main_entries);
   return file.finish() && good;

@@ -1,5 +1,5 @@
-// Writes a linearized file (ISO 32000-1, Annex F). What comes in front of the objects depends on where they are, so
-// they are written to a temporary file first and then copied behind it.
+// Writes a linearized file (ISO 32000-1, Annex F). What comes before the objects depends on where they are, so
+// they are written to a temporary file first and then copied after it.
 //
 //   header | parameters | first section | part 4 | hints | parts 6, 7, 8, 9 | main section
 #pragma once
@@ -29,7 +29,7 @@ private:
   void place(std::uint32_t first_section_size);
   bool print_section(BlockWriter& out, std::int32_t begin, std::int32_t end, CPDFDictionary& dict, std::int32_t num);
   bool make_first_section(const CPDFDictionary& trailer);
-  bool settle_places(const CPDFDictionary& trailer, std::uint32_t& room);
+  bool find_places(const CPDFDictionary& trailer, std::uint32_t& room);
   bool put_main_section(BlockWriter& out, const CPDFDictionary& trailer, std::uint32_t& entries);
   void put_parameters(BlockWriter& out, std::uint32_t main_entries);
   bool copy(BlockWriter& out, std::uint32_t from, std::uint32_t to);
@@ -38,7 +38,7 @@ private:
   const WritePlan& objects_;
   TargetFile& body_;
   CQVStream& body_stream_;
-  GrowArray<std::uint32_t> starts_;  // by unit, in the temporary file, and behind them where all end
+  GrowArray<std::uint32_t> starts_;  // by unit, in the temporary file, and after them where all end
   CQVStreamMem hints_;               // the hint stream as it is printed
   CQVStreamMem first_section_;
   std::uint32_t body_size_ = 0;

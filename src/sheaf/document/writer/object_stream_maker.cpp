@@ -1,4 +1,4 @@
-// Numbers and bodies grow apart, and are deflated one behind the other.
+// Numbers and bodies grow apart, and are deflated one after the other.
 #include "sheaf/document/writer/object_stream_maker.h"
 
 #include <cstdio>

@@ -102,7 +102,7 @@ private:
   bool keeps_references_ = false;
   VisitedSet tree_nodes_;
   VisitedSet thumbnails_;
-  // References are kept as what each adds to the one in front of it, the first to the number that refers: the sign in
+  // References are kept as what each adds to the one before it, the first to the number that refers: the sign in
   // the lowest bit, seven bits a byte, the lowest first, and all but the last with the highest bit set. Their count
   // comes first.
   static constexpr unsigned kEdgeBits = 7;

@@ -8,7 +8,6 @@
 #include "sheaf/object/array.h"
 #include "sheaf/object/dictionary.h"
 #include "sheaf/object/scalar_print.h"
-#include "sheaf/object/stream_rec.h"
 #include "sheaf/xref/xref_table.h"
 
 namespace sheaf {
@@ -74,7 +73,7 @@ private:
 
   PrintBuffer out_;
   GrowArray<Open> open_;
-  std::int32_t length_ = -1;  // to be printed in front of the first key
+  std::int32_t length_ = -1;  // to be printed before the first key
   bool has_stream_ = false;
 };
 

@@ -162,7 +162,7 @@ bool StreamCoder::take_stage_off(Chain& chain, bool with_predictor) {
   return true;
 }
 
-// Makes the chain's state that of the stream: its data, the stages that are left, and Flate in front of them.
+// Makes the chain's state that of the stream: its data, the stages that are left, and Flate before them.
 void StreamCoder::store(CPDFStreamRec& rec, Chain& chain, const CPDFDictionary* flate_parms, bool flate) {
   Cleared<CPDFArray> names;
   Cleared<CPDFArray> parms;

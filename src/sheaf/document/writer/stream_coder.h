@@ -6,9 +6,9 @@
 
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/base/stream.h"
-#include "sheaf/document/writer/write_options.h"
+#include "sheaf/document/writer/doc_writer.h"
+#include "sheaf/object/dictionary.h"
 #include "sheaf/object/object.h"
-#include "sheaf/object/stream_rec.h"
 
 class CPDFXRefTable;
 

@@ -8,8 +8,8 @@
 #include "sheaf/base/grow_array.h"
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/document/doc.h"
+#include "sheaf/document/writer/doc_writer.h"
 #include "sheaf/document/writer/object_survey.h"
-#include "sheaf/document/writer/write_options.h"
 #include "sheaf/object/array.h"
 
 namespace sheaf {

@@ -86,7 +86,7 @@ void TargetFile::put_section_stream(CPDFDictionary& trailer, std::int32_t num) {
 }
 
 bool TargetFile::finish() {
-  out_.settle();
+  out_.write_out();
   return !failed_ && !out_.failed() && out_.GetPos() - start_ <= static_cast<long long>(UINT32_MAX);
 }
 

@@ -11,7 +11,7 @@
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/document/writer/deflater.h"
 #include "sheaf/object/array.h"
-#include "sheaf/object/stream_rec.h"
+#include "sheaf/object/dictionary.h"
 
 namespace sheaf {
 
@@ -49,7 +49,7 @@ struct Row {
 
 }  // namespace
 
-// The next stretch of entries behind `run`, with small gaps in it. False when there is none.
+// The next stretch of entries behind `run`, with small gaps in it. False after the last.
 bool TargetSection::next_run(Run& run) const {
   std::size_t at = run.end;
   while (at < end_ && entries_[at].index == TargetEntry::kFree && at != 0)

@@ -48,7 +48,7 @@ bool WritePlan::plan_numbers(CPDFXRefTable& table, bool renumber) {
   }
   if (renumber)
     return true;
-  // What is behind the last object in use is not needed.
+  // What is after the last object in use is not needed.
   std::int32_t last = 0;
   for (const std::int32_t num : order_)
     last = std::max(last, num);

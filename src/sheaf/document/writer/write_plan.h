@@ -5,8 +5,8 @@
 
 #include "sheaf/base/grow_array.h"
 #include "sheaf/base/number_map.h"
+#include "sheaf/document/writer/doc_writer.h"
 #include "sheaf/document/writer/object_survey.h"
-#include "sheaf/document/writer/write_options.h"
 
 namespace sheaf {
 

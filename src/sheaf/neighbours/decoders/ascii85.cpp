@@ -18,7 +18,7 @@ void CPDFStreamASCII85::open() {
   }
 }
 
-// Decodes the next five characters, or what there is of them in front of the end marker.
+// Decodes the next five characters, or what there is of them before the end marker.
 bool CPDFStreamASCII85::next_group() {
   constexpr int kDigits = 5;
   constexpr char kLowest = '!';

@@ -12,7 +12,7 @@ using namespace sheaf;
 
 namespace {
 
-// Where the image starts: some writers leave a line end in front of it.
+// Where the image starts: some writers leave a line end before it.
 const std::uint8_t* find_image(const std::uint8_t* data, std::size_t len) {
   constexpr std::string_view kStartOfImage = "\xFF\xD8";
   return data + std::min(std::string_view(reinterpret_cast<const char*>(data), len).find(kStartOfImage), len);

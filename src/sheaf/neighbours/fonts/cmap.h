@@ -85,7 +85,7 @@ public:
   /// Codes of two bytes that are the CIDs, when `name` is "Identity-H" or "Identity-V"; else null.
   static CPDFCMap* make_identity(const char* name);
   /// The map that a font's "Encoding" names: a name, through the table's cache, or a stream
-  /// with its "UseCMap". The caller owns one reference. Null when there is none.
+  /// with its "UseCMap". The caller owns one reference. Null for a font without.
   static CPDFCMap* load(CPDFXRefTable& table, const CPDFObj* value);
 
   /// The CID of `code` of `bytes` bytes: as mapped, else as the notdef ranges say,

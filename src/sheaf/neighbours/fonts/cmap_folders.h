@@ -12,7 +12,7 @@ namespace sheaf {
 bool is_resource_name(const char* name);
 
 /// Looks for the file of map `name` in `folders` and then in the system's: in each by itself, then in
-/// its subfolders. Puts its path into `path`; false when there is none.
+/// its subfolders. Puts its path into `path`; false when no folder has it.
 bool find_resource(const GrowArray<char*>& folders, const char* name, char* path, std::size_t path_size);
 
 }  // namespace sheaf

@@ -143,7 +143,7 @@ private:
   CMapTokens tokens_;
   CMapContents& out_;
   CMapToken token_ = CMapToken::kEnd;
-  char key_[sizeof(PDF_CMAP_INFO::name)]{};  // the name in front of the present token; empty: none
+  char key_[sizeof(PDF_CMAP_INFO::name)]{};  // the name before the present token; empty: none
 };
 
 Parser::Block Parser::block_of(std::string_view name) {
@@ -184,7 +184,7 @@ void Parser::run() {
 }
 
 // Keys are recognised by what follows them, so that `/WMode 1 def` and `<< /WMode 1 >>` are
-// the same. A name is the value of the name in front of it, and may be a key itself.
+// the same. A name is the value of the name before it, and may be a key itself.
 void Parser::take_value() {
   const std::string_view text = tokens_.text();
   const bool is_text = token_ == CMapToken::kString || token_ == CMapToken::kName;
@@ -222,7 +222,7 @@ void Parser::read_block(Block block) {
   }
 }
 
-// The code or the two codes in front of a value; false, with anything else skipped, otherwise.
+// The code or the two codes before a value; false, with anything else skipped, otherwise.
 bool Parser::read_codes(bool is_range, Code& lo, Code& hi) {
   if (token_ != CMapToken::kString) {
     advance();

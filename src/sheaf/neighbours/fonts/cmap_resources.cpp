@@ -123,7 +123,7 @@ Map* CPDFCMapResources::read_map(Table& table, const Loading& loading) {
   return whole_map(Map::make(contents, base), watch);
 }
 
-// The bytes of a map's file; null when there is none, or when it is too large to be one.
+// The bytes of a map's file; null when it is missing, or too large to be one.
 unsigned char* CPDFCMapResources::read_resource(const char* name, unsigned& size) const {
   char path[kMostPath];
   if (!is_resource_name(name) || !find_resource(folders_, name, path, sizeof(path)))

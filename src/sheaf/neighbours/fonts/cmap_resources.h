@@ -30,10 +30,10 @@ public:
   /// One user less; the last one takes the object with it. Accepts null.
   static void leave(CPDFCMapResources* resources);
 
-  /// Adds a folder, behind those added before and in front of the system's. Copies `path`.
+  /// Adds a folder, after those added before and before the system's. Copies `path`.
   /// False when there is no memory.
   bool add_folder(const char* path);
-  /// The map of that name with one more reference, the caller's; null when there is none.
+  /// The map of that name with one more reference, the caller's, or null.
   CPDFCMap* load_cmap(const char* name);
   CPDFCMapToUnicode* load_tounicode(const char* name);
   /// Gives up one reference to a map listed here.

@@ -25,7 +25,7 @@ std::int64_t add_digit(std::int64_t value, int radix, int digit) {
   return more > kMostNumber ? kMostNumber : more;
 }
 
-// The digits of `text` in `radix` from `at` on; `at` stops behind them.
+// The digits of `text` in `radix` from `at` on; `at` stops after them.
 std::int64_t read_digits(std::string_view text, std::size_t& at, int radix) {
   std::int64_t value = 0;
   for (; at < text.size() && radix_digit(text[at]) < radix; ++at)

@@ -69,7 +69,7 @@ public:
   const GrowArray<Entry>& pieces() const { return pieces_; }
 
 private:
-  // Whether the next entry ends in front of the one behind it, as most do; it is passed then.
+  // Whether the next entry ends before the one after it, as most do; it is passed then.
   bool stands_alone() {
     const Entry& entry = entries_[next_];
     const Entry* behind = next_ + 1 < entries_.size() ? &entries_[next_ + 1] : nullptr;

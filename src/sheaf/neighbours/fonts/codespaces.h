@@ -23,7 +23,7 @@ public:
   /// there already, that runs backwards or that is one too many is ignored.
   void add(int bytes, std::uint32_t lo, std::uint32_t hi);
   void add_all(const Codespaces& other);
-  /// To be called after the last `add` and in front of the first `next`.
+  /// To be called after the last `add` and before the first `next`.
   void finish();
   bool empty() const { return ranges_.empty(); }
 

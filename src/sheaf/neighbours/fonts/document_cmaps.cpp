@@ -6,7 +6,7 @@
 #include "sheaf/filters/stream_filter.h"
 #include "sheaf/neighbours/fonts/cmap.h"
 #include "sheaf/neighbours/fonts/cmap_parser.h"
-#include "sheaf/object/stream_rec.h"
+#include "sheaf/object/dictionary.h"
 #include "sheaf/xref/xref_table.h"
 
 using namespace sheaf;

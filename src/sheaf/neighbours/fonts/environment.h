@@ -35,7 +35,7 @@ public:
   CPDFEnviroment(const CPDFEnviroment& other);
   CPDFEnviroment& operator=(const CPDFEnviroment&) = delete;
 
-  /// Makes the fonts of a folder and its subfolders known, in front of the system's. Copied. For all
+  /// Makes the fonts of a folder and its subfolders known, before the system's. Copied. For all
   /// copies; faces in use stay.
   void add_font_folder(const char* folder);
   /// Lets the system's own fonts be found (not 0, the beginning) or only those of folders (0).
@@ -53,7 +53,7 @@ public:
   /// Uses of shared faces that no copy has given back yet.
   int faces_in_use() const;
 
-  /// Adds a folder of CMap files for this environment and all its copies, in front of the system's
+  /// Adds a folder of CMap files for this environment and all its copies, before the system's
   /// folders. Copies `path`. False when there is no memory.
   bool add_cmap_folder(const char* path);
   /// The map of that name with one reference for the caller, or null. Maps are shared between the

@@ -13,7 +13,7 @@ namespace {
 
 constexpr char16_t kFirstSequence = 0xD800;
 
-// Where each name of the list begins, and behind them where one more would.
+// Where each name of the list begins, and after them where one more would.
 constexpr auto kStarts = [] {
   std::array<std::uint16_t, glyph_list::kNameCount + 1> starts{};
   const char* const names = glyph_list::kNames.data();

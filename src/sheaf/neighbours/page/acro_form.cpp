@@ -321,7 +321,7 @@ CPDFField* CPDFAcroForm::add_field(const PDF_REF& ref, const PDF_String& text, s
   return field;
 }
 
-// Behind the first field of the same name, or in front of it when it comes later.
+// After the first field of the same name, or before it when it comes later.
 void CPDFAcroForm::index_field(std::int32_t index) {
   CPDFField& field = *field_at(index);
   std::int32_t* at = &buckets_[hash_of(field.name_) % buckets_.size()];

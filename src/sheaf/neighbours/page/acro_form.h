@@ -66,9 +66,9 @@ public:
   CPDFField* append_field(const PDF_REF& ref);
 
   std::int32_t field_count() const { return fields_.count(); }
-  /// Field `index` in the order of the tree, a parent in front of its kids. Borrowed.
+  /// Field `index` in the order of the tree, a parent before its kids. Borrowed.
   CPDFField* field_at(std::int32_t index) const { return fields_[index]; }
-  /// The form dictionary, kept in memory for changes and made when there is none; null when there
+  /// The form dictionary, kept in memory for changes and made for a document without; null when there
   /// is no memory. Borrowed; valid until the next object is stored.
   CPDFDictionary* edit_dict();
 

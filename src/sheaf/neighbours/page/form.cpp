@@ -1,5 +1,5 @@
 // Loads box, matrix and resources first; the content is decoded by `load`.
-#include "sheaf/neighbours/page/form.h"
+#include "sheaf/neighbours/page/page.h"
 
 #include <algorithm>
 #include <iterator>

@@ -173,7 +173,7 @@ bool CPDFStandardEncrypt::encrypts_stream(int num, int /*gen*/, const CPDFDictio
   return present_ != Method::kIdentity && !(clear_metadata_ && metadata);
 }
 
-// The cipher for one string or stream; gives the count of bytes that come in front of the data.
+// The cipher for one string or stream; gives the count of bytes that come before the data.
 int CPDFStandardEncrypt::begin(Method method, int num, int gen, unsigned char* dst) {
   delete aes_;
   delete rc4_;

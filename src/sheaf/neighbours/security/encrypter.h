@@ -2,7 +2,7 @@
 #pragma once
 
 #include "sheaf/neighbours/security/standard_handler.h"
-#include "sheaf/object/encrypt.h"
+#include "sheaf/object/security.h"
 
 class CQVSecRC4;
 

@@ -374,7 +374,7 @@ void CPDFStandardSecHand::decrypt(Method method, int num, int gen, const unsigne
     *out_len = len;
     return;
   }
-  // An initialisation vector, then whole blocks; what hangs behind them is no data. Wrong padding
+  // An initialisation vector, then whole blocks; what hangs after them is no data. Wrong padding
   // leaves out the last block only.
   constexpr int kBlock = static_cast<int>(kAesBlock);
   const int body = (len - kBlock) / kBlock * kBlock;

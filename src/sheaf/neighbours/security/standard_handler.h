@@ -6,7 +6,7 @@
 #include <cstdint>
 
 #include "sheaf/base/grow_array.h"
-#include "sheaf/object/sec_hand.h"
+#include "sheaf/object/security.h"
 
 namespace sheaf {
 template <std::size_t Size>

@@ -18,7 +18,7 @@ std::size_t SystemFonts::count() {
 CPDFFontType0* SystemFonts::made(std::size_t, bool) const {
   return nullptr;
 }
-int SystemFonts::find(const std::uint32_t*, std::size_t, const FontManner&) {
+int SystemFonts::find(const std::uint32_t*, std::size_t, const FontTraits&) {
   return -1;
 }
 unsigned SystemFonts::code_of(int, std::uint32_t) {

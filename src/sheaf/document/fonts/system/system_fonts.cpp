@@ -168,14 +168,14 @@ bool SystemFonts::need(Entry& entry, bool bold) {
   return entry.fonts[bold] != nullptr;
 }
 
-int SystemFonts::find(const std::uint32_t* characters, std::size_t count, const FontManner& manner) {
+int SystemFonts::find(const std::uint32_t* characters, std::size_t count, const FontTraits& traits) {
   open();
   for (const bool fitting : {true, false}) {
     for (std::size_t i = 0; i < entries_.size(); ++i) {
       Entry& entry = entries_[i];
-      if ((entry.any_family || entry.family == manner.family) == fitting && has_all(entry, characters, count) &&
-          need(entry, manner.bold))
-        return static_cast<int>(i * 2 + (manner.bold ? 1 : 0));
+      if ((entry.any_family || entry.family == traits.family) == fitting && has_all(entry, characters, count) &&
+          need(entry, traits.bold))
+        return static_cast<int>(i * 2 + (traits.bold ? 1 : 0));
     }
   }
   return -1;

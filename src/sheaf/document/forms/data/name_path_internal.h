@@ -19,7 +19,7 @@ public:
   /// The full name, 0-terminated. Borrowed; valid until the path changes.
   const char* full();
 
-  /// The first partial name of `rest`, which becomes what is behind its period; `more` says whether there is something.
+  /// The first partial name of `rest`, which becomes what is after its period; `more` says whether there is something.
   static std::string_view split(std::string_view& rest, bool& more);
 
 private:

@@ -14,7 +14,7 @@ namespace {
 constexpr int kMostOperands = 8;
 constexpr double kMostSize = 1000;  // points
 
-// The tokens of the string, with the numbers in front of an operator kept.
+// The tokens of the string, with the numbers before an operator kept.
 class Tokens {
 public:
   explicit Tokens(std::string_view text) : text_(text) {}
@@ -45,7 +45,7 @@ bool read_number(std::string_view token, double& value) {
     token.remove_prefix(1);
   }
   double number = 0;
-  double scale = 0;  // 0 in front of the point
+  double scale = 0;  // 0 before the point
   bool has_digit = false;
   for (const char c : token) {
     if (c == '.' && scale == 0) {

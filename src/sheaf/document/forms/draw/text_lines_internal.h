@@ -15,7 +15,7 @@ struct FieldLine {
 /// The width of some glyphs, in thousandths of the em.
 std::int64_t width_of(const FieldGlyph* glyphs, std::size_t count);
 
-/// Appends lines that end at line ends and, where `room` (thousandths of the em) is not 0, behind spaces and hyphens
+/// Appends lines that end at line ends and, where `room` (thousandths of the em) is not 0, after spaces and hyphens
 /// and between ideographs so that they fit; a word that is too long is broken anywhere.
 void break_lines(const GrowArray<FieldGlyph>& glyphs, std::int64_t room, GrowArray<FieldLine>& lines);
 

@@ -75,8 +75,8 @@ double centred_base_line(const WidgetLook& look, const FieldType& type, const Gr
 }
 
 void draw_lines(ContentWriter& out, const WidgetLook& look, FieldType& type, const GrowArray<FieldGlyph>& glyphs,
-                const ValueManner& manner) {
-  const double size = manner.size > 0 ? manner.size : size_of_lines(look, glyphs);
+                const ValueTraits& traits) {
+  const double size = traits.size > 0 ? traits.size : size_of_lines(look, glyphs);
   GrowArray<FieldLine> lines;
   break_lines(glyphs, std::max<std::int64_t>(1, static_cast<std::int64_t>(room_for_text(look) * kEm / size)), lines);
   double y = look.height - padding(look) - type.ascent(glyphs) * size;
@@ -84,22 +84,22 @@ void draw_lines(ContentWriter& out, const WidgetLook& look, FieldType& type, con
     if (y < -size)
       break;  // nothing of it can be seen
     const double width = static_cast<double>(line.width) * size / kEm;
-    type.show(out, glyphs.begin() + line.first, line.count, size, start_of(look, width, manner.quadding), y);
+    type.show(out, glyphs.begin() + line.first, line.count, size, start_of(look, width, traits.quadding), y);
     y -= kLeading * size;
   }
 }
 
 void draw_comb(ContentWriter& out, const WidgetLook& look, FieldType& type, const GrowArray<FieldGlyph>& glyphs,
-               const ValueManner& manner) {
-  const double cell = look.width / manner.comb_cells;
-  const int count = std::min(glyphs.count(), manner.comb_cells);
+               const ValueTraits& traits) {
+  const double cell = look.width / traits.comb_cells;
+  const int count = std::min(glyphs.count(), traits.comb_cells);
   std::int32_t widest = 1;
   for (const FieldGlyph& glyph : glyphs)
     widest = std::max(widest, glyph.width);
   const double by_height = (look.height - 2 * look.inset()) / kLeading;
-  const double size = manner.size > 0 ? manner.size : std::max(kLeastSize, std::min(by_height, cell * kEm / widest));
-  const int spare = manner.comb_cells - count;
-  const int skipped = manner.quadding == 1 ? spare / 2 : manner.quadding == 2 ? spare : 0;
+  const double size = traits.size > 0 ? traits.size : std::max(kLeastSize, std::min(by_height, cell * kEm / widest));
+  const int spare = traits.comb_cells - count;
+  const int skipped = traits.quadding == 1 ? spare / 2 : traits.quadding == 2 ? spare : 0;
   const double y = centred_base_line(look, type, glyphs, size);
   for (int i = 0; i < count; ++i) {
     const FieldGlyph& glyph = glyphs[i];
@@ -109,15 +109,15 @@ void draw_comb(ContentWriter& out, const WidgetLook& look, FieldType& type, cons
 }
 
 // Sets a value in the size of the field, or in the largest one in which it is seen.
-bool set_to_fit(const WidgetLook& look, TextSetter& setter, std::string_view text, const ValueManner& manner,
+bool set_to_fit(const WidgetLook& look, TextSetter& setter, std::string_view text, const ValueTraits& traits,
                 TextFormat& format) {
-  format.width = manner.multi_line ? room_for_text(look) : 0;
-  format.size = manner.size > 0 ? manner.size : kUsualSize;
+  format.width = traits.multi_line ? room_for_text(look) : 0;
+  format.size = traits.size > 0 ? traits.size : kUsualSize;
   if (!setter.set(text, format))
     return false;
-  if (manner.size > 0)
+  if (traits.size > 0)
     return true;
-  if (!manner.multi_line) {
+  if (!traits.multi_line) {
     double width = 0;
     for (const TextLine& line : setter.lines())
       width = std::max(width, line.width);
@@ -134,11 +134,11 @@ bool set_to_fit(const WidgetLook& look, TextSetter& setter, std::string_view tex
 }
 
 // The same for a comb: no character is wider than its cell.
-bool set_in_cells(const WidgetLook& look, TextSetter& setter, std::string_view text, const ValueManner& manner,
+bool set_in_cells(const WidgetLook& look, TextSetter& setter, std::string_view text, const ValueTraits& traits,
                   TextFormat& format) {
-  format.cell = look.width / manner.comb_cells;
-  format.size = manner.size > 0 ? manner.size : kUsualSize;
-  if (!setter.set(text, format) || manner.size > 0)
+  format.cell = look.width / traits.comb_cells;
+  format.size = traits.size > 0 ? traits.size : kUsualSize;
+  if (!setter.set(text, format) || traits.size > 0)
     return !setter.lines().empty();
   double widest = 1;
   for (const TextGlyph& glyph : setter.glyphs())
@@ -183,21 +183,21 @@ double list_base_line(double bottom, double step, double ascent, double descent,
 }  // namespace
 
 void draw_text(ContentWriter& out, const WidgetLook& look, FieldType& type, const GrowArray<FieldGlyph>& glyphs,
-               const ValueManner& manner) {
-  if (manner.comb_cells > 0)
-    draw_comb_lines(out, look, manner.comb_cells);
+               const ValueTraits& traits) {
+  if (traits.comb_cells > 0)
+    draw_comb_lines(out, look, traits.comb_cells);
   begin(out, look);
   out.op("BT");
-  manner.colour.put(out, false);
-  if (manner.comb_cells > 0) {
-    draw_comb(out, look, type, glyphs, manner);
-  } else if (manner.multi_line) {
-    draw_lines(out, look, type, glyphs, manner);
+  traits.colour.put(out, false);
+  if (traits.comb_cells > 0) {
+    draw_comb(out, look, type, glyphs, traits);
+  } else if (traits.multi_line) {
+    draw_lines(out, look, type, glyphs, traits);
   } else {
     const std::int64_t width = width_of(glyphs.begin(), glyphs.size());
-    const double size = manner.size > 0 ? manner.size : size_of_one_line(look, width);
+    const double size = traits.size > 0 ? traits.size : size_of_one_line(look, width);
     type.show(out, glyphs.begin(), glyphs.size(), size,
-              start_of(look, static_cast<double>(width) * size / kEm, manner.quadding),
+              start_of(look, static_cast<double>(width) * size / kEm, traits.quadding),
               centred_base_line(look, type, glyphs, size));
   }
   out.op("ET");
@@ -227,45 +227,45 @@ void append_utf8(const GrowArray<std::uint32_t>& characters, GrowArray<char>& te
 }
 
 bool draw_shaped_text(ContentWriter& out, const WidgetLook& look, TextSetter& setter,
-                      const GrowArray<std::uint32_t>& characters, const ValueManner& manner) {
+                      const GrowArray<std::uint32_t>& characters, const ValueTraits& traits) {
   GrowArray<char> text;
   append_utf8(characters, text);
   TextFormat format;
-  const bool in_cells = manner.comb_cells > 0;
-  if (!(in_cells ? set_in_cells : set_to_fit)(look, setter, {text.begin(), text.size()}, manner, format))
+  const bool in_cells = traits.comb_cells > 0;
+  if (!(in_cells ? set_in_cells : set_to_fit)(look, setter, {text.begin(), text.size()}, traits, format))
     return false;
   const double size = format.size;
-  double y = manner.multi_line ? look.height - padding(look) - SystemFonts::kAscent * size
+  double y = traits.multi_line ? look.height - padding(look) - SystemFonts::kAscent * size
                                : look.height / 2 - (SystemFonts::kAscent + SystemFonts::kDescent) / 2 * size;
   GrowArray<char> shown;
   for (const TextLine& line : setter.lines()) {
     if (y < -size)
       break;
-    const double x = in_cells ? start_of_comb(look, line, format.cell, manner.quadding)
-                              : start_of(look, line.width, manner.quadding);
+    const double x = in_cells ? start_of_comb(look, line, format.cell, traits.quadding)
+                              : start_of(look, line.width, traits.quadding);
     if (!setter.show(line, x, y, shown))
       return false;
     y -= kLeading * size;
   }
   if (in_cells)
-    draw_comb_lines(out, look, manner.comb_cells);
+    draw_comb_lines(out, look, traits.comb_cells);
   begin(out, look);
   out.op("BT");
-  manner.colour.put(out, false);
+  traits.colour.put(out, false);
   out.text({shown.begin(), shown.size()});
   out.op("ET");
   end(out);
   return true;
 }
 
-int list_lines_shown(const WidgetLook& look, const ValueManner& manner) {
-  const double size = manner.size > 0 ? manner.size : kUsualSize;
+int list_lines_shown(const WidgetLook& look, const ValueTraits& traits) {
+  const double size = traits.size > 0 ? traits.size : kUsualSize;
   return std::max(1, static_cast<int>((look.height - 2 * look.inset()) / (kLeading * size)));
 }
 
 void draw_list(ContentWriter& out, const WidgetLook& look, FieldType& type, TextSetter& setter, const ListLines& list,
-               const ValueManner& manner) {
-  const double size = manner.size > 0 ? manner.size : kUsualSize;
+               const ValueTraits& traits) {
+  const double size = traits.size > 0 ? traits.size : kUsualSize;
   const double step = kLeading * size;
   const double top = look.height - look.inset();
   begin(out, look);
@@ -281,7 +281,7 @@ void draw_list(ContentWriter& out, const WidgetLook& look, FieldType& type, Text
     }
   }
   out.op("BT");
-  manner.colour.put(out, false);
+  traits.colour.put(out, false);
   TextFormat format;
   format.size = size;
   y = top - step;
@@ -291,12 +291,12 @@ void draw_list(ContentWriter& out, const WidgetLook& look, FieldType& type, Text
     const FieldGlyph* const first = list.glyphs.begin() + line.first;
     if (line.text_length == 0) {
       const double width = static_cast<double>(width_of(first, line.count)) * size / kEm;
-      type.show(out, first, line.count, size, start_of(look, width, manner.quadding),
+      type.show(out, first, line.count, size, start_of(look, width, traits.quadding),
                 list_base_line(y, step, type.ascent(list.glyphs), type.descent(list.glyphs), size));
     } else if (setter.set({list.texts.begin() + line.text, line.text_length}, format) && !setter.lines().empty()) {
       GrowArray<char> shown;
       const TextLine& whole = setter.lines()[0];
-      setter.show(whole, start_of(look, whole.width, manner.quadding),
+      setter.show(whole, start_of(look, whole.width, traits.quadding),
                   list_base_line(y, step, SystemFonts::kAscent, SystemFonts::kDescent, size), shown);
       out.text({shown.begin(), shown.size()});
     }

@@ -13,7 +13,7 @@ class ContentWriter;
 class TextSetter;
 
 /// How a value is set.
-struct ValueManner {
+struct ValueTraits {
   double size = 0;  ///< Points; 0: as large as fits.
   DeviceColour colour{1, {0}};
   int quadding = 0;    ///< 0 left, 1 centred, 2 right.
@@ -31,7 +31,7 @@ struct ListLine {
 };
 
 void draw_text(ContentWriter& out, const WidgetLook& look, FieldType& type, const GrowArray<FieldGlyph>& glyphs,
-               const ValueManner& manner);
+               const ValueTraits& traits);
 /// Whether the characters need more than one glyph each, from left to right: those of Arabic, Hebrew, Indic scripts,
 /// Thai and the like.
 bool needs_shaping(const GrowArray<std::uint32_t>& characters);
@@ -39,7 +39,7 @@ void append_utf8(const GrowArray<std::uint32_t>& characters, GrowArray<char>& te
 /// Draws a value by `setter`, whose fonts the appearance then needs. False, and nothing is drawn, when it cannot be
 /// set.
 bool draw_shaped_text(ContentWriter& out, const WidgetLook& look, TextSetter& setter,
-                      const GrowArray<std::uint32_t>& characters, const ValueManner& manner);
+                      const GrowArray<std::uint32_t>& characters, const ValueTraits& traits);
 /// The lines of a list box, with the glyphs and texts that they are made of.
 struct ListLines {
   GrowArray<ListLine> lines;
@@ -48,9 +48,9 @@ struct ListLines {
 };
 /// Draws as many lines as there is room for, those that need shaping by `setter`.
 void draw_list(ContentWriter& out, const WidgetLook& look, FieldType& type, TextSetter& setter, const ListLines& list,
-               const ValueManner& manner);
+               const ValueTraits& traits);
 /// How many lines of a list box are seen.
-int list_lines_shown(const WidgetLook& look, const ValueManner& manner);
+int list_lines_shown(const WidgetLook& look, const ValueTraits& traits);
 /// Draws a button's mark, which is named as in ZapfDingbats: '4' check, '8' cross, 'l' circle, 'u' diamond, 'n' square,
 /// 'H' star.
 void draw_mark(ContentWriter& out, const WidgetLook& look, char mark, const DeviceColour& colour);

@@ -197,21 +197,21 @@ bool AppearanceMaker::draw_widget(const CPDFField& field, const FieldFacts& fact
   if (!style.read(item.as_string()))
     style.read({sizeof(kDefault) - 1, const_cast<char*>(kDefault)});
   inherited(field, *dict, "Q", item);
-  ValueManner manner;
-  manner.size = style.size;
-  manner.colour = style.colour;
-  manner.quadding = item.to_int();
-  manner.comb_cells = facts.comb_cells();
-  manner.multi_line = facts.kind == FieldKind::kText && facts.has(kTextMultiLine);
+  ValueTraits traits;
+  traits.size = style.size;
+  traits.colour = style.colour;
+  traits.quadding = item.to_int();
+  traits.comb_cells = facts.comb_cells();
+  traits.multi_line = facts.kind == FieldKind::kText && facts.has(kTextMultiLine);
 
   FieldType type(system_);
   choose_font(*dict, style.font, type);
   ContentWriter out;
   look.draw(out, false);
   if (facts.kind == FieldKind::kList) {
-    draw_list_box(out, look, type, field, value, manner);
+    draw_list_box(out, look, type, field, value, traits);
   } else {
-    draw_characters(out, look, type, value.characters, manner);
+    draw_characters(out, look, type, value.characters, traits);
   }
   Cleared<CPDFDictionary> form;
   form.set_item_name(CPDFDictionary::sm_tag_type, CPDFDictionary::sm_tag_xobj);
@@ -228,10 +228,10 @@ bool AppearanceMaker::draw_widget(const CPDFField& field, const FieldFacts& fact
 }
 
 void AppearanceMaker::draw_characters(ContentWriter& out, const WidgetLook& look, FieldType& type,
-                                      const GrowArray<std::uint32_t>& characters, const ValueManner& manner) {
+                                      const GrowArray<std::uint32_t>& characters, const ValueTraits& traits) {
   if (needs_shaping(characters)) {
     TextSetter setter(table_, system_, {});
-    const bool is_drawn = draw_shaped_text(out, look, setter, characters, manner);
+    const bool is_drawn = draw_shaped_text(out, look, setter, characters, traits);
     missing_ += static_cast<int>(setter.missing());
     if (is_drawn) {
       setter.put_resources(type.resources());
@@ -240,16 +240,16 @@ void AppearanceMaker::draw_characters(ContentWriter& out, const WidgetLook& look
   }
   GrowArray<FieldGlyph> glyphs;
   missing_ += type.set(characters, glyphs);
-  draw_text(out, look, type, glyphs, manner);
+  draw_text(out, look, type, glyphs, traits);
 }
 
 // Only the lines that are seen are set: from the top index on, moved so that the first chosen one is among them.
 void AppearanceMaker::draw_list_box(ContentWriter& out, const WidgetLook& look, FieldType& type, const CPDFField& field,
-                                    const Value& value, const ValueManner& manner) {
+                                    const Value& value, const ValueTraits& traits) {
   Freed<CPDFObj> top;
   field.get_value("TI", top);
   const auto count = static_cast<std::int32_t>(value.lines.size());
-  const std::int32_t shown = list_lines_shown(look, manner);
+  const std::int32_t shown = list_lines_shown(look, traits);
   std::int32_t first = std::clamp(top.to_int(), 0, std::max(0, count - 1));
   const auto* const chosen =
       std::find_if(value.lines.begin(), value.lines.end(), [](const ListLine& line) { return line.selected; });
@@ -277,7 +277,7 @@ void AppearanceMaker::draw_list_box(ContentWriter& out, const WidgetLook& look, 
     list.lines.push(seen);
   }
   missing_ += static_cast<int>(setter.missing());
-  draw_list(out, look, type, setter, list, manner);
+  draw_list(out, look, type, setter, list, traits);
   if (!list.texts.empty())
     setter.put_resources(type.resources());
 }

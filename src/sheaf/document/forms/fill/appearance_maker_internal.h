@@ -51,14 +51,14 @@ private:
   void read_combo(const CPDFField& field, Value& value);
   bool draw_widget(const CPDFField& field, const FieldFacts& facts, const Value& value, const PDF_REF& widget);
   void draw_characters(ContentWriter& out, const WidgetLook& look, FieldType& type,
-                       const GrowArray<std::uint32_t>& characters, const ValueManner& manner);
+                       const GrowArray<std::uint32_t>& characters, const ValueTraits& traits);
   void inherited(const CPDFField& field, const CPDFDictionary& widget, const char* key, CPDFObj& out);
   void choose_font(const CPDFDictionary& widget, const char* name, FieldType& type);
   bool load_composite(const CPDFDictionary& dict, FieldFont& font);
   void find_font(const CPDFDictionary& widget, const char* name, CPDFObj& font);
   const PDF_REF& standard_font(const char* name);
   void draw_list_box(ContentWriter& out, const WidgetLook& look, FieldType& type, const CPDFField& field,
-                     const Value& value, const ValueManner& manner);
+                     const Value& value, const ValueTraits& traits);
   PDF_REF store_state(const WidgetLook& look, char mark, const DeviceColour& colour, bool round);
 
   CPDFXRefTable& table_;
@@ -66,7 +66,7 @@ private:
   Cleared<CPDFDictionary> form_;   // the form's dictionary without its fields
   Cleared<CPDFDictionary> fonts_;  // of its default resources
   GrowArray<KnownFont> known_;
-  CompositeFont* composite_ = nullptr;  // those that known fonts use, one behind the other; owned
+  CompositeFont* composite_ = nullptr;  // those that known fonts use, one after the other; owned
   int composite_count_ = 0;
   PDF_REF standard_[12]{};
   bool asked_for_ = false;

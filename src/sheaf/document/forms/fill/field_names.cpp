@@ -38,7 +38,7 @@ FieldNames::Range FieldNames::find(const wchar_t* name) const {
 
 FieldNames::Range FieldNames::below(const wchar_t* name) const {
   const std::size_t len = ucs_len(name);
-  // How a field's name compares with `name` and the period behind it, as far as these reach.
+  // How a field's name compares with `name` and the period after it, as far as these reach.
   const auto compare = [this, name, len](std::int32_t index) {
     const wchar_t* const other = form_->field_at(index)->name();
     const int order = std::wcsncmp(other, name, len);

@@ -4,7 +4,7 @@
 #include <algorithm>
 
 #include "sheaf/base/scope_guard.h"
-#include "sheaf/neighbours/page/form.h"
+#include "sheaf/neighbours/page/page.h"
 #include "sheaf/object/dictionary.h"
 #include "sheaf/xref/xref_table.h"
 

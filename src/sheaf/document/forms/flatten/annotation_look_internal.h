@@ -11,7 +11,7 @@ namespace sheaf {
 /// Whether an annotation with these flags is shown on a screen, or on paper.
 bool is_shown(CPDFXRefTable& table, const CPDFDictionary& annotation, bool on_paper);
 
-/// The form that an annotation shows in its present state; {0, 0} when there is none.
+/// The form that an annotation shows in its present state, or {0, 0}.
 PDF_REF normal_appearance(CPDFXRefTable& table, const CPDFDictionary& annotation);
 
 /// A transformation: x' = a x + c y + e, y' = b x + d y + f.

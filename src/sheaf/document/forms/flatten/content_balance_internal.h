@@ -1,4 +1,4 @@
-// How a page's content leaves the stack of graphics states: what is drawn behind it must begin where the page began.
+// How a page's content leaves the stack of graphics states: what is drawn after it must begin where the page began.
 #pragma once
 
 struct CPDFObj;

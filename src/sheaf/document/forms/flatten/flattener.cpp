@@ -210,7 +210,7 @@ bool Flattening::flatten_page(int index, PDF_FLATTEN what) {
     return true;
   PageWork work(table, page);
   work.dict.copy_from(own.as_dict());
-  // Popups go with what they belong to, which may be behind them.
+  // Popups go with what they belong to, which may be after them.
   for (const bool popups : {false, true}) {
     for (std::int32_t i = 0; i < list->count; ++i) {
       const Freed<CPDFObj> annotation = table.value(list, i);

@@ -81,12 +81,12 @@ void FieldFont::read_name(const char* name) {
   const std::string_view text = name != nullptr ? name : "";
   const auto has = [&text](std::string_view part) { return text.find(part) != std::string_view::npos; };
   symbols_ = has("Symbol") || has("ZapfDingbats") || has("Dingbats");
-  manner_.bold = has("Bold") || has("Black") || has("Heavy");
+  traits_.bold = has("Bold") || has("Black") || has("Heavy");
   italic_ = has("Italic") || has("Oblique");
   if (has("Courier") || has("Mono") || has("Consol"))
-    manner_.family = FontFamily::kMono;
+    traits_.family = FontFamily::kMono;
   else if (has("Times") || has("Serif") || has("Roman") || has("Garamond") || has("Georgia") || has("Palatino"))
-    manner_.family = FontFamily::kSerif;
+    traits_.family = FontFamily::kSerif;
 }
 
 bool FieldFont::read_encoding(CPDFXRefTable& table, const CPDFDictionary& font) {
@@ -123,7 +123,7 @@ void FieldFont::read_differences(CPDFXRefTable& table, const CPDFObj* item) {
 }
 
 void FieldFont::read_heights(CPDFXRefTable& table) {
-  const Heights& usual = kHeights[static_cast<int>(manner_.family)];
+  const Heights& usual = kHeights[static_cast<int>(traits_.family)];
   ascent_ = usual.ascent;
   descent_ = usual.descent;
   const Freed<CPDFObj> up = table.value(descriptor_, "Ascent");
@@ -155,15 +155,15 @@ bool FieldFont::read_widths(CPDFXRefTable& table, const CPDFDictionary& font) {
 
 void FieldFont::take_standard_widths() {
   using Row = StandardWidths;
-  const bool serif = manner_.family == FontFamily::kSerif;
-  const Row row = !serif    ? (manner_.bold ? Row::kHelveticaBold : Row::kHelvetica)
-                  : italic_ ? (manner_.bold ? Row::kTimesBoldItalic : Row::kTimesItalic)
-                            : (manner_.bold ? Row::kTimesBold : Row::kTimes);
+  const bool serif = traits_.family == FontFamily::kSerif;
+  const Row row = !serif    ? (traits_.bold ? Row::kHelveticaBold : Row::kHelvetica)
+                  : italic_ ? (traits_.bold ? Row::kTimesBoldItalic : Row::kTimesItalic)
+                            : (traits_.bold ? Row::kTimesBold : Row::kTimes);
   for (int code = 0; code < kCodes; ++code) {
     const StandardGlyph* const glyph = characters_[code] != 0 ? glyph_of_character(characters_[code]) : nullptr;
     const int width = glyph == nullptr ? 0 : glyph->widths[static_cast<int>(row)];
     widths_[code] =
-        static_cast<std::uint16_t>(manner_.family == FontFamily::kMono && width != 0 ? kCourierWidth : width);
+        static_cast<std::uint16_t>(traits_.family == FontFamily::kMono && width != 0 ? kCourierWidth : width);
     if (width == 0)
       characters_[code] = 0;
   }

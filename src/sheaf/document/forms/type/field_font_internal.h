@@ -27,7 +27,7 @@ public:
   int width(int code) const { return composite_ != nullptr ? composite_->width(code) : widths_[code & 0xFF]; }
   /// Whether codes have two bytes.
   bool is_composite() const { return composite_ != nullptr; }
-  const FontManner& manner() const { return manner_; }
+  const FontTraits& traits() const { return traits_; }
   double ascent() const { return ascent_; }    ///< In ems, above the base line.
   double descent() const { return descent_; }  ///< In ems, negative below the base line.
 
@@ -43,7 +43,7 @@ private:
   const CompositeFont* composite_ = nullptr;
   std::uint32_t characters_[256]{};
   std::uint16_t widths_[256]{};
-  FontManner manner_;
+  FontTraits traits_;
   bool italic_ = false;
   bool symbols_ = false;                  // Symbol or ZapfDingbats by name
   CPDFDictionary* descriptor_ = nullptr;  // while loading

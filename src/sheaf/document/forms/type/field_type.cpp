@@ -51,7 +51,7 @@ int FieldType::set(const GrowArray<std::uint32_t>& characters, GrowArray<FieldGl
       if (!has_no_shape(character))
         shapes.push(character);
     }
-    const int found = shapes.empty() ? -1 : system_.find(shapes.begin(), shapes.size(), own_.manner());
+    const int found = shapes.empty() ? -1 : system_.find(shapes.begin(), shapes.size(), own_.traits());
     whole = found >= 0 ? found : FieldGlyph::kNothing;
   }
   int missing = 0;
@@ -77,7 +77,7 @@ FieldGlyph FieldType::set_one(std::uint32_t character, int font) {
       return {character, FieldGlyph::kOwn, static_cast<std::uint16_t>(code), own_.width(code)};
   }
   if (font < 0)
-    font = system_.find(&character, 1, own_.manner());
+    font = system_.find(&character, 1, own_.traits());
   if (font < 0)
     return {character, FieldGlyph::kNothing, 0, 0};
   const unsigned code = system_.code_of(font, character);

@@ -50,20 +50,20 @@ void TextClusters::place(const hb_glyph_info_t& info, const hb_glyph_position_t&
     part.y = (position.x_offset + origin_x) * scale_;
     const hb_position_t own = shaper().font_get_glyph_v_advance(shaper_font_, info.codepoint);
     pen -= font_.vertical_metrics(info.codepoint).advance + (position.y_advance - own) * scale_;
-    part.up += along_;
-    along_ += position.y_advance;
+    part.up += pen_;
+    pen_ += position.y_advance;
   } else {
     part.x += position.x_offset * scale_;
     part.y = position.y_offset * scale_;
     const hb_position_t own = shaper().font_get_glyph_h_advance(shaper_font_, info.codepoint);
     pen += font_.glyph_width(info.codepoint) + (position.x_advance - own) * scale_;
-    part.left += along_;
-    along_ += position.x_advance;
+    part.left += pen_;
+    pen_ += position.x_advance;
   }
   parts_.push(part);
 }
 
-// What is not seen belongs to the letter in front of it: by itself it would be a glyph without a place of its own.
+// What is not seen belongs to the letter before it: by itself it would be a glyph without a place of its own.
 bool TextClusters::joins(const std::uint32_t* text, std::uint32_t next, std::uint32_t cluster) const {
   return parts_.size() < kMostJoined && is_ignorable(text[is_left_ ? cluster : next]);
 }
@@ -81,7 +81,7 @@ bool TextClusters::take(hb_buffer_t* buffer, const std::uint32_t* text, std::uin
     const double start = pen;
     std::uint32_t cluster = is_tab ? from : infos[i].cluster;
     parts_.clear();
-    along_ = 0;
+    pen_ = 0;
     for (; i < count && (is_tab || infos[i].cluster == cluster || joins(text, infos[i].cluster, cluster)); ++i) {
       cluster = is_left_ && !is_tab ? infos[i].cluster : cluster;
       place(infos[i], positions[i], pen);
@@ -139,12 +139,12 @@ int TextClusters::take_parts(PDF_TT_PART* parts) const {
 // right end, and blank glyphs stand for the others. False, with nothing added, when that cannot be.
 bool TextClusters::share_out(PDF_TT_PART* parts, int size, const std::uint32_t* text, std::uint32_t count, double start,
                              std::int16_t number, GrowArray<ShapedGlyph>& glyphs) {
-  const int share = along_ / static_cast<int>(count);
-  const int first = along_ - share * static_cast<int>(count - 1);
+  const int share = pen_ / static_cast<int>(count);
+  const int first = pen_ - share * static_cast<int>(count - 1);
   if (share <= 0 || blank_ == 0)
     return false;
   for (int i = 0; i < size; ++i)
-    parts[i].x = static_cast<std::int16_t>(parts[i].x - (along_ - first));
+    parts[i].x = static_cast<std::int16_t>(parts[i].x - (pen_ - first));
   const PDF_TT_PART blank{static_cast<std::uint16_t>(blank_), 0, 0};
   const std::size_t before = glyphs.size();
   for (std::uint32_t i = count; i-- > 0;) {
@@ -173,8 +173,8 @@ bool TextClusters::join(const std::uint32_t* text, std::uint32_t count, double s
   if (is_split)
     return share_out(parts, size, text, count, start, number, glyphs);
   const Part& base = parts_[0];
-  const int width = is_vertical_ ? shaper().font_get_glyph_h_advance(shaper_font_, base.glyph) : along_;
-  const int code = font_.add_composite(parts, size, width, is_vertical_ ? -along_ : 0, text, static_cast<int>(count));
+  const int width = is_vertical_ ? shaper().font_get_glyph_h_advance(shaper_font_, base.glyph) : pen_;
+  const int code = font_.add_composite(parts, size, width, is_vertical_ ? -pen_ : 0, text, static_cast<int>(count));
   if (code < 0)
     return false;
   const auto shown = static_cast<unsigned>(code);

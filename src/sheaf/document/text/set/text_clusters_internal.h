@@ -23,7 +23,7 @@ public:
         is_left_(is_left),
         is_vertical_(is_vertical) {}
 
-  /// Appends the glyphs of the buffer, which show `from` to `to` of `text`, in the order of reading; moves `pen` behind
+  /// Appends the glyphs of the buffer, which show `from` to `to` of `text`, in the order of reading; moves `pen` after
   /// them. False when there is no memory.
   bool take(hb_buffer_t* buffer, const std::uint32_t* text, std::uint32_t from, std::uint32_t to, std::int16_t number,
             GrowArray<ShapedGlyph>& glyphs, double& pen);
@@ -55,7 +55,7 @@ private:
   bool is_left_;
   bool is_vertical_;
   GrowArray<Part> parts_;  // of the present cluster
-  int along_ = 0;          // the shaper's pen in it, font units
+  int pen_ = 0;            // the shaper's pen in it, font units
   hb_codepoint_t blank_ = 0;
 };
 

@@ -52,7 +52,7 @@ struct BreakCalls {
 };
 
 const ShaperCalls& shaper();
-/// Where one of these is missing, text runs from left to right, and lines end behind spaces.
+/// Where one of these is missing, text runs from left to right, and lines end after spaces.
 const DirectionCalls& directions();
 const BreakCalls& breaks();
 

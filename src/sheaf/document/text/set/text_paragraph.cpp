@@ -126,7 +126,7 @@ bool TextParagraph::find_levels(const TextFormat& format, bool vertical) {
   return true;
 }
 
-// Signs that all scripts share, and marks, belong to the script in front of them, at the beginning to the one behind.
+// Signs that all scripts share, and marks, belong to the script before them, at the beginning to the one after.
 bool TextParagraph::find_scripts() {
   if (!scripts_.resize(text.size()))
     return false;

@@ -16,7 +16,7 @@ struct TextPiece {
   hb_script_t script;
   std::uint8_t level;  ///< Of embedding; odd ones run from right to left.
   bool is_space;       ///< Hangs over at the end of a line.
-  bool may_break;      ///< A line may end behind it.
+  bool may_break;      ///< A line may end after it.
 };
 
 class TextParagraph {

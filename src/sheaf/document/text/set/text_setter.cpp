@@ -28,7 +28,7 @@ bool is_line_end(std::uint32_t character) {
 
 // The next character of UTF-8, moving `at`.
 std::uint32_t next_character(std::string_view text, std::size_t& at) {
-  // The last bytes are looked at behind a NUL of their own: a view need not have one.
+  // The last bytes are looked at after a NUL of their own: a view need not have one.
   unsigned char bytes[kMostUtf8Bytes + 1]{};
   text.substr(at, kMostUtf8Bytes).copy(reinterpret_cast<char*>(bytes), kMostUtf8Bytes);
   if (bytes[0] < 0x80) {

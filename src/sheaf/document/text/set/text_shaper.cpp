@@ -149,7 +149,7 @@ bool TextShaper::shape_anew(const TextParagraph& paragraph, const TextPiece& pie
     const std::size_t first = glyphs_.size();
     if (!shape_run(text, length, run.from, run.to, run.font, piece, width))
       return false;
-    // From right to left each run is in front of those before it.
+    // From right to left each run is before those before it.
     const bool is_left = piece.level % 2 != 0;
     for (std::size_t i = is_left ? shaped.first : first; i < (is_left ? first : glyphs_.size()); ++i)
       glyphs_[i].x += static_cast<float>(is_left ? width : pen);
@@ -171,7 +171,7 @@ void TextShaper::note_missing(std::uint32_t character) {
 
 // The font that has all of one character as it is read, whole or in its parts; else the one that has its base.
 int TextShaper::font_of(const std::uint32_t* text, std::uint32_t count) {
-  const FontManner manner{FontFamily::kSans, options_.bold};
+  const FontTraits traits{FontFamily::kSans, options_.bold};
   std::uint32_t wanted[kMostBase]{};
   std::size_t size = 0;
   for (std::uint32_t i = 0; i < count && size < kMostBase; ++i) {
@@ -179,7 +179,7 @@ int TextShaper::font_of(const std::uint32_t* text, std::uint32_t count) {
     if (!is_ignorable(character))
       wanted[size++] = character;
   }
-  int font = system_.find(wanted, size, manner);
+  int font = system_.find(wanted, size, traits);
   if (font >= 0)
     return font;
   utf8proc_int32_t parts[kMostBase];
@@ -192,12 +192,12 @@ int TextShaper::font_of(const std::uint32_t* text, std::uint32_t count) {
     part_count +=
         used > 0 && part_count + static_cast<std::size_t>(used) <= kMostBase ? static_cast<std::size_t>(used) : 0;
   }
-  font = system_.find(reinterpret_cast<const std::uint32_t*>(parts), part_count, manner);
+  font = system_.find(reinterpret_cast<const std::uint32_t*>(parts), part_count, traits);
   if (font >= 0)
     return font;
-  font = system_.find(wanted, 1, manner);
+  font = system_.find(wanted, 1, traits);
   if (font < 0)
-    font = system_.find(nullptr, 0, manner);
+    font = system_.find(nullptr, 0, traits);
   for (std::size_t i = 0; i < size && font >= 0; ++i) {
     if (!system_.has(font, wanted[i]))
       note_missing(wanted[i]);

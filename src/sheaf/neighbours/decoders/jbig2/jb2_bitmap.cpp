@@ -86,7 +86,7 @@ constexpr std::int64_t block_size(std::int64_t stride, std::int64_t height) {
   return static_cast<std::int64_t>(sizeof(QVJB2_Bitmap)) + stride * height + kBitmapSlack;
 }
 
-std::uint8_t* data_behind(QVJB2_Bitmap* bitmap) {
+std::uint8_t* data_after(QVJB2_Bitmap* bitmap) {
   return reinterpret_cast<std::uint8_t*>(bitmap + 1);
 }
 
@@ -116,7 +116,7 @@ QVJB2_Bitmap* bitmap_new(Limits& limits, std::int64_t width, std::int64_t height
   bitmap->width = static_cast<std::int32_t>(width);
   bitmap->stride = static_cast<std::int32_t>(stride_of(width));
   bitmap->height = bitmap->room = static_cast<std::int32_t>(height);
-  bitmap->data = data_behind(bitmap);
+  bitmap->data = data_after(bitmap);
   return bitmap;
 }
 
@@ -142,7 +142,7 @@ bool bitmap_grow(Limits& limits, QVJB2_Bitmap*& bitmap, std::int64_t height, boo
       return false;
     }
     bitmap = grown;
-    bitmap->data = data_behind(bitmap);
+    bitmap->data = data_after(bitmap);
     bitmap->room = static_cast<std::int32_t>(room);
   }
   const std::int32_t before = bitmap->height;

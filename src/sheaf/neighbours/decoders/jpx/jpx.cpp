@@ -178,7 +178,7 @@ void CPDFStreamJPX::put_component(std::int32_t index, std::uint8_t* row) const {
   const auto step = static_cast<std::size_t>(components());
   const std::uint32_t y = sample_index(static_cast<std::uint32_t>(row_index_), image.y0, comp.dy, comp.h);
   const std::int32_t* plane = comp.data + std::size_t{y} * comp.w;
-  const ToByte to_byte(comp, is_indexed_ && index == 0);  // what is behind the indexes is opacity
+  const ToByte to_byte(comp, is_indexed_ && index == 0);  // what is after the indexes is opacity
   std::uint8_t* out = row + index;
   if (comp.dx == 1 && comp.w >= pixels) {
     for (std::uint32_t x = 0; x < pixels; ++x)

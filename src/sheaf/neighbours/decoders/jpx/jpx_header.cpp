@@ -44,7 +44,7 @@ struct Bytes {
   }
 };
 
-// Where the code stream of a JP2 file starts; `len` when there is none.
+// Where the code stream of a JP2 file starts; `len` without one.
 std::size_t find_code_stream(const Bytes& bytes) {
   Jp2Boxes boxes(bytes.data, bytes.len);
   return boxes.find(jp2_box_type("jp2c")) ? static_cast<std::size_t>(boxes.content - bytes.data) : bytes.len;

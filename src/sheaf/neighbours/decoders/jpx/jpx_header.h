@@ -17,7 +17,7 @@ struct JpxHeader {
 };
 
 /// Finds the code stream of a JP2 file, or a bare one at the start of the data, and reads its size
-/// segment. False when there is none.
+/// segment. False when it has none.
 bool find_jpx(const std::uint8_t* data, std::size_t len, JpxHeader& header);
 
 /// Whether `len` bytes of data justify `cost` bytes of memory. Small images are free: blank paper

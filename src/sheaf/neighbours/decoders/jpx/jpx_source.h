@@ -31,7 +31,7 @@ public:
   bool open(const std::uint8_t* data, std::size_t len, JpxForm form, JpxMessage on_error, JpxMessage on_warning);
   /// Decodes all samples into the planes of `image`. False on a fatal error.
   bool decode();
-  /// The image of the header, null when there is none. Borrowed.
+  /// The image of the header, or null. Borrowed.
   const opj_image* image() const { return image_; }
   void close();
 

@@ -26,7 +26,7 @@ public:
   void use_system(bool flag);
   /// See CPDFEnviroment::get_face_para.
   void find(const char* name, char* path, int& index);
-  /// The shared face of a folded name, with one use more; null when there is none.
+  /// The shared face of a folded name, with one use more, or null.
   CQVFTFont* take(const char* folded);
   void give_back(const char* folded);
   int uses();

@@ -285,7 +285,7 @@ bool CPDFFontType0::allows_composites() {
   return first_composite_ != nullptr;
 }
 
-// The place of a composite, which is made where there is none yet; -1 when that fails.
+// The place of a composite, which is made when it is first asked for; -1 when that fails.
 int CPDFFontType0::find_composite(const PDF_TT_PART* parts, int count, int width, int down) {
   std::uint32_t& first = first_composite_[parts[0].glyph];
   for (std::uint32_t at = first; at != 0; at = composites_[at - 1].next) {

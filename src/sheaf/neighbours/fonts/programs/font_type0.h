@@ -33,7 +33,7 @@ struct PDF_USED_GLYPH {
 
 /// Texts of several characters, each as their count and the characters.
 namespace GlyphTexts {
-constexpr std::uint32_t kLonger = 0x80000000;  ///< In front of a place.
+constexpr std::uint32_t kLonger = 0x80000000;  ///< Before a place.
 constexpr int kMost = 64;                      ///< Characters of one text.
 }  // namespace GlyphTexts
 
@@ -142,11 +142,11 @@ private:
   std::uint32_t** pages_ = nullptr;   // codes by character, in pages; an entry is 0 until it is used
   std::uint32_t* text_of_ = nullptr;  // the text of each used glyph
   std::uint32_t glyph_count_ = 0;
-  // Texts besides the first of a glyph have codes behind the glyphs, in the order of this list.
+  // Texts besides the first of a glyph have codes after the glyphs, in the order of this list.
   sheaf::GrowArray<Further> further_;
   std::uint32_t* first_further_ = nullptr;  // by glyph, 1 more than the place
   sheaf::GrowArray<std::uint32_t> longer_;
-  sheaf::GrowArray<Composite> composites_;  // glyphs behind those of the face
+  sheaf::GrowArray<Composite> composites_;  // glyphs after those of the face
   sheaf::GrowArray<PDF_TT_PART> parts_;
   std::uint32_t* first_composite_ = nullptr;  // by its first part, 1 more than the place
   std::uint32_t* widths_ = nullptr;           // of the face's glyphs, units and kFixed; 0: not asked for yet

@@ -25,7 +25,7 @@ public:
   static void* operator new(std::size_t size) noexcept { return QVAlloc(size); }
   static void operator delete(void* block) { QVFree(block); }
 
-  /// Face `index` of a TrueType or OpenType file, a collection's too; null when there is none. Its higher 16 bits name
+  /// Face `index` of a TrueType or OpenType file, a collection's too, or null. Its higher 16 bits name
   /// an instance of a variable font, the first by 1; 0 is the font as it is.
   static CQVFTFont* open(const char* path, int index);
   /// The same from a stream that the caller keeps as long as the face.
@@ -65,7 +65,7 @@ public:
   bool is_cid_keyed() const;
   /// Thickness in font units of the upright stroke of a letter; 0 when it cannot be measured.
   int stem_width();
-  /// A whole table; null when there is none. The caller releases the block with QVFree.
+  /// A whole table, or null. The caller releases the block with QVFree.
   std::uint8_t* load_table(std::uint32_t tag, std::uint32_t& length);
 
   void* face_handle = nullptr;  ///< The rasteriser's face; null when the file could not be opened.

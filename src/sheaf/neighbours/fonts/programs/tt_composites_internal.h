@@ -1,4 +1,4 @@
-// Composite glyphs (ISO/IEC 14496-22, 5.3.3) put behind the glyphs of a font.
+// Composite glyphs (ISO/IEC 14496-22, 5.3.3) put after the glyphs of a font.
 #pragma once
 
 #include <cstdint>

@@ -31,7 +31,7 @@ public:
 
   /// The table, or null. Borrowed; valid until the next TT_Select.
   const PDF_TT_TABLE* find(std::uint32_t tag) const;
-  /// The bytes of a table; null when there is none or no memory. The caller owns the block and
+  /// The bytes of a table, or null, also without memory. The caller owns the block and
   /// releases it with QVFree.
   std::uint8_t* load(std::uint32_t tag, std::uint32_t& length) const;
   /// Reads `count` bytes at `offset` of a table. False when it has not that many.

@@ -16,7 +16,7 @@ struct CQVTTCodesRec {
   const std::uint16_t* glyphs;  ///< Ascending. Borrowed.
   std::uint32_t count;
   int keeps_instructions;  ///< Not 0: glyphs are made by their instructions.
-  // Glyphs behind those of the font, the first of which is `face_glyphs`. Borrowed.
+  // Glyphs after those of the font, the first of which is `face_glyphs`. Borrowed.
   const PDF_TT_COMPOSITE* composites = nullptr;
   std::uint32_t composite_count = 0;
   const PDF_TT_PART* parts = nullptr;

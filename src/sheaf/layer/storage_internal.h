@@ -1,26 +1,14 @@
-// An application's own storage as the source, and where wanted the target, of a document.
+// An application's storage as a stream.
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
-#include <functional>
+#include <utility>
 #include <vector>
 
 #include "sheaf/base/stream.h"
+#include "sheaf/layer/document.h"
 
-namespace sheaf {
-
-/// Three functions over bytes that have places. They are called in the thread that uses the document.
-struct Storage {
-  /// Puts up to `size` bytes from `offset` on into `to`; their count, less than `size` at the end only.
-  std::function<std::size_t(std::uint64_t offset, std::uint8_t* to, std::size_t size)> read;
-  /// How many bytes there are.
-  std::function<std::uint64_t()> size;
-  /// Takes `size` bytes for `offset` and on, which may lie behind the end; their count. Empty: nothing is written.
-  std::function<std::size_t(std::uint64_t offset, const std::uint8_t* from, std::size_t size)> write;
-};
-
-namespace layer {
+namespace sheaf::layer {
 
 /// The storage as a stream, read through one block ahead.
 class StorageStream : public CQVStream {
@@ -44,6 +32,4 @@ private:
   long long block_start_ = -1;
 };
 
-}  // namespace layer
-
-}  // namespace sheaf
+}  // namespace sheaf::layer
