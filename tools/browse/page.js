@@ -259,7 +259,8 @@ function objectView(num) {
       el('div', {class: 'glyphs'}, body.glyphs.map(([code, name, text]) => glyphBox(code, name, text)))) : null,
     body.versions.length > 1 ? versionsSection(body) : null,
     section('Referred to by', body.from.length ? el('ul', {class: 'links'}, body.from.map(from => el('li', null, linkTo(from, `${from}`))))
-      : el('p', {class: 'note'}, flags & (UNUSED | DELETED) ? 'Nothing.' : 'The trailer, or the structure of the file.'),
+      : el('p', {class: 'note'}, flags & (UNUSED | DELETED) ? 'Nothing.'
+        : index.has_all_references ? 'The trailer, or the structure of the file.' : 'Not known: the file has too many references.'),
       body.from_count > body.from.length ? el('p', {class: 'note'}, `and ${count(body.from_count - body.from.length)} more`) : null),
   ].filter(Boolean);
 }
