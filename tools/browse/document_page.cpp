@@ -13,7 +13,6 @@
 #include "browse/object_syntax.h"
 #include "browse/page_writer.h"
 #include "browse/stream_views.h"
-#include "browse/text_forms.h"
 #include "map/byte_window.h"
 #include "map/map_heading.h"
 #include "map/map_style.h"
@@ -23,6 +22,7 @@
 #include "support/document_check.h"
 #include "support/progress.h"
 #include "support/tool_support.h"
+#include "support/utf8_steps.h"
 
 namespace sheaf::tool {
 
