@@ -6,6 +6,7 @@
 #include <cstdint>
 
 #include "sheaf/base/fixed.h"
+#include "sheaf/base/heap.h"
 #include "sheaf/object/dictionary.h"
 #include "sheaf/object/object.h"
 
