@@ -4,9 +4,8 @@
 #include <iterator>
 #include <string_view>
 
-#include "sheaf/document/metadata/xmp_packet_internal.h"
-
 #include "sheaf/base/heap.h"
+#include "sheaf/document/metadata/xmp_packet_internal.h"
 
 namespace sheaf {
 
