@@ -46,12 +46,15 @@ set(SHEAF_PUBLIC_HEADERS
   base/fixed.h
   base/grow_array.h
   base/heap.h
+  base/number_map.h
   base/scope_guard.h
   base/stream.h
+  base/visited_set.h
   cache/font_caches.h
   document/merge/merge_report.h
   document/save/save_kinds.h
   document/writer/write_options.h
+  filters/picture_work.h
   neighbours/page/page.h
   neighbours/security/standard_handler.h
   object/array.h
