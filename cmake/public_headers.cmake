@@ -26,8 +26,11 @@ set(SHEAF_PUBLIC_HEADERS
   object/parse_buf.h
   # For an engine with a page layer of its own: the document and its table, with what the table holds by value,
   base/stream.h
+  base/number_map.h
+  base/visited_set.h
   cache/font_caches.h
   document/doc.h
+  filters/picture_work.h
   xref/guards.h
   xref/xref_table.h
   # the classes that the table's members take and give,

@@ -291,6 +291,28 @@ TEST(Rescue, FalseNumbersOfAnObjectStreamAreSetRight) {
   }
 }
 
+// Streams with false lengths fill the list of repairs before the object stream is met.
+TEST(Rescue, ManyRepairsHideNoFalseObjectStream) {
+  constexpr int kStreams = 1100;
+  PdfBuilder builder;
+  builder.pages(1).obj(1, "<</Type/Catalog/Pages 2 0 R/Refs[4 0 R 5 0 R 6 0 R]>>");
+  builder.object_stream(9, {{4, "11"}, {5, "22"}, {6, "(x)"}});
+  for (int num = 20; num < 20 + kStreams; ++num)
+    builder.obj(num, "<</Length 2>>\nstream\nlonger text\nendstream");
+  std::string bytes = builder.xref_stream(10).str();
+  bytes.replace(bytes.find("/N 3"), 4, "/N 2");
+  MemStream file(bytes);
+  CPDFDoc doc;
+  ASSERT_TRUE(doc.open(&file));
+  for (int num = 20; num < 20 + kStreams; ++num)
+    doc.table().object(num).free();
+  EXPECT_GT(doc.table().repairs.left_out(), 0);
+  MemStream out(complete(doc));
+  TestTable plain(out.str());
+  plain.table.XRefRead(static_cast<unsigned>(std::stoul(out.str().substr(out.str().rfind("startxref") + 9))));
+  EXPECT_EQ(plain.object(6), "(x)");
+}
+
 TEST(ObjectStreams, ACountBeyondTheDataGivesWhatThereIs) {
   PdfBuilder builder;
   builder.object_stream(9, {{4, "11"}, {5, "22"}}).pages(1).xref_stream(10);

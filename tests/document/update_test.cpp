@@ -221,6 +221,33 @@ TEST(Update, ListsObjectsWhoseEntriesNobodyFollowed) {
   EXPECT_TRUE(again.repairs().empty());
 }
 
+// The false entry that is met is the last of more repairs than are listed.
+TEST(Update, ManyRepairsHideNoFalseEntry) {
+  constexpr int kStreams = 1100;
+  PdfBuilder builder;
+  builder.pages(1).obj(4, "(fourth)").obj(5, "(fifth)").obj(6, "(sixth)");
+  for (int num = 20; num < 20 + kStreams; ++num)
+    builder.obj(num, "<</Length 2>>\nstream\nlonger text\nendstream");
+  std::string bytes = builder.classic().str();
+  for (const int num : {5, 6}) {
+    char entry[16];
+    std::snprintf(entry, sizeof(entry), "%010zu", builder.offset_of(num));
+    bytes[bytes.find(entry, builder.last_section()) + 9] ^= 1;
+  }
+  MemStream file(bytes);
+  CPDFDoc doc;
+  ASSERT_TRUE(doc.open(&file));
+  for (int num = 20; num < 20 + kStreams; ++num)
+    doc.table().object(num).free();
+  EXPECT_EQ(value_of(doc, 5), "(fifth)");
+  ASSERT_TRUE(change(doc, 4, "(changed)") && doc.save_update(PDF_SAVE_FORM::kClassic, nullptr));
+  MemStream made(file.str());
+  CPDFDoc again;
+  ASSERT_TRUE(again.open(&made));
+  EXPECT_EQ(value_of(again, 6), "(sixth)");
+  EXPECT_TRUE(again.repairs().empty());
+}
+
 TEST(Update, ADirectCatalogueBecomesAnObject) {
   PdfBuilder builder;
   builder.obj(2, "<</Type/Pages/Count 1/Kids[3 0 R]/MediaBox[0 0 9 9]>>").obj(3, "<</Type/Page/Parent 2 0 R>>");

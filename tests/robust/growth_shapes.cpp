@@ -208,6 +208,78 @@ std::string jbig2_regions(int count) {
   return pdf.stream(4, "/Subtype/Image/Width 1000/Height 1000/Filter/JBIG2Decode", data).classic().str();
 }
 
+// Pictures of their own that a few bytes make large, each of another kind.
+std::string jbig2_pictures(int count) {
+  using namespace jb2_test;
+  constexpr int kSide = 2000;
+  const Picture page(kSide, kSide);
+  const std::string info = region_info(page);
+  const std::string kinds[] = {
+      segment(1, 38, {}, info + u8(0) + places_bytes(nominal_adaptive(0)) + "\1\2\3"),
+      segment(1, 42, {}, info + u8(1) + "\1\2\3"),
+      segment(1, 0, {}, u16(0) + places_bytes(nominal_adaptive(0)) + u32(1000) + u32(1000) + "\1\2\3") +
+          segment(2, 6, {1}, info + u16(0) + u32(1000000) + "\1\2\3"),
+      segment(1, 16, {}, u8(0) + u8(255) + u8(255) + u32(1) + "\1\2\3") +
+          segment(2, 22, {1}, info + u8(0) + u32(kSide) + u32(kSide) + u32(0) + u32(0) + u16(256) + u16(0) + "\1\2"),
+  };
+  PdfBuilder pdf = one_page();
+  for (int i = 0; i < count; ++i)
+    pdf.stream(4 + i, "/Subtype/Image/Width 2000/Height 2000/Filter/JBIG2Decode",
+               segment(0, 48, {}, page_info(kSide, kSide)) + kinds[i % 4]);
+  return pdf.classic().str();
+}
+
+// Symbols that all pictures share.
+std::string jbig2_globals(int count) {
+  using namespace jb2_test;
+  PdfBuilder pdf = one_page();
+  pdf.stream(
+      4, "",
+      segment(0, 0, {}, dictionary_body(std::vector<Picture>(static_cast<std::size_t>(count), Picture(30, 30)))));
+  for (int i = 0; i < count; ++i)
+    pdf.stream(5 + i, "/Subtype/Image/Width 9/Height 9/Filter/JBIG2Decode/DecodeParms<</JBIG2Globals 4 0 R>>",
+               segment(1, 48, {}, page_info(9, 9)));
+  return pdf.classic().str();
+}
+
+std::string declared_sizes(int count, const std::string& filter, const std::string& header) {
+  return with_streams(
+      count, "/Subtype/Image/Width 60000/Height 60000/BitsPerComponent 8/ColorSpace/DeviceRGB/Filter/" + filter,
+      [&header](int) { return header; });
+}
+
+// A JPEG of 65,535 by 65,535 pixels and a JPEG 2000 code stream of 60,000 by 60,000, as far as the start of the data.
+std::string jpeg_header() {
+  return std::string("\xFF\xD8\xFF\xC0\0\x11\x08\xFF\xFF\xFF\xFF\3\1\x11\0\2\x11\1\3\x11\1", 21) +
+         std::string("\xFF\xDA\0\x0C\3\1\0\2\x11\3\x11\0\x3F\0", 14) + std::string(20, '\0');
+}
+std::string jpx_header() {
+  using jb2_test::u32;
+  return std::string("\xFF\x4F\xFF\x51\0\x2F\0\0", 8) + u32(60000) + u32(60000) + std::string(8, '\0') + u32(60000) +
+         u32(60000) + std::string(8, '\0') + std::string("\0\3\7\1\1\7\1\1\7\1\1", 11) +
+         std::string("\xFF\x52\0\x0C\0\0\0\1\0\5\4\4\0\1\xFF\x5C\0\4\x40\0\xFF\x90\0\x0A\0\0\0\0\0\0\0\1\xFF\x93", 34);
+}
+
+// As many pages as names that lead to them.
+std::string pages_with_names(int count) {
+  PdfBuilder pdf;
+  pdf.obj(1, "<</Type/Catalog/Pages 2 0 R/Names<</Dests 3 0 R>>>>");
+  pdf.obj(2, "<</Type/Pages/Count " + std::to_string(count) + "/Kids[" + refs(count, 4) + "]/MediaBox[0 0 9 9]>>");
+  const Body name = [](int i) { return "(n" + std::to_string(100000 + i) + ")[" + ref(4 + i) + "/Fit]"; };
+  pdf.obj(3, "<</Names[" + repeated(count, name) + "]>>");
+  for (int i = 0; i < count; ++i)
+    pdf.obj(4 + i, "<</Type/Page/Parent 2 0 R>>");
+  return pdf.classic().str();
+}
+
+// Object streams that stand in the file against the order of their numbers.
+std::string descending_object_streams(int count) {
+  PdfBuilder pdf = one_page();
+  for (int i = count / 4; i > 0; --i)
+    pdf.object_stream(1000 + 2 * i, {{1001 + 2 * i, "[" + ref(1000) + "]"}});
+  return pdf.xref_stream(999).str();
+}
+
 std::string length_chain(int count) {
   PdfBuilder pdf = one_page();
   for (int i = 0; i < count; ++i)
@@ -341,6 +413,20 @@ const std::vector<GrowthShape> kShapes = {
     {"one chain of many filters",
      [](int n) { return with_streams(1, "/Filter[" + many(n, "/ASCIIHexDecode") + "]", [](int) { return "41>"; }); }},
     {"JBIG2 regions over one another", jbig2_regions},
+    {"JBIG2 pictures of all kinds", jbig2_pictures, 12},
+    {"JBIG2 symbols for all pictures", jbig2_globals, 12},
+    {"JPEG pictures of any size", [](int n) { return declared_sizes(n, "DCTDecode", jpeg_header()); }, 12},
+    {"JPEG 2000 pictures of any size", [](int n) { return declared_sizes(n, "JPXDecode", jpx_header()); }, 12},
+    {"predictors with rows of any size",
+     [](int n) {
+       return with_streams(n, "/Filter/FlateDecode/DecodeParms<</Predictor 15/Columns 2147483647>>",
+                           [](int) { return PdfBuilder::deflated("\2\1\1"); });
+     },
+     12},
+    {"as many pages as names", pages_with_names},
+    {"object streams in descending order", descending_object_streams},
+    {"a lone high number",
+     [](int n) { return sparse_numbers(n, 1) + "\n99999999 0 obj 1 endobj\nxref\n99999999 1\n"; }},
     {"a chain of lengths", length_chain, 200},
     {"streams without end",
      [](int n) { return without(with_streams(n, "", [](int) { return "text"; }), "endstream"); }},

@@ -101,7 +101,7 @@ std::int64_t images(CPDFDoc& doc) {
 }
 
 // Appends the pages from `first` on to a new document; all of them `times` times.
-void append(CPDFDoc& doc, int first, int count, int times) {
+void append(CPDFDoc& doc, int first, int count, int times, CPDFMergeIndex* index = nullptr) {
   StringStream file("");
   CPDFDoc into;
   into.create(&file);
@@ -109,6 +109,9 @@ void append(CPDFDoc& doc, int first, int count, int times) {
   for (int i = 0; i < count; ++i)
     pages.push_back(first + i);
   CPDFDocMerge merge(into);
+  PDF_MERGE_OPTIONS options;
+  options.index = index;
+  merge.set_options(options);
   for (int i = 0; i < times; ++i)
     merge.append(doc, pages.data(), count, "source");
   merge.finish();
@@ -126,6 +129,13 @@ std::int64_t split(CPDFDoc& doc) {
   const int size = (pages + kParts - 1) / kParts;
   for (int first = 0; first < pages; first += size)
     append(doc, first, std::min(size, pages - first), 1);
+  return 0;
+}
+
+std::int64_t split_by_page(CPDFDoc& doc) {
+  CPDFMergeIndex index;
+  for (int page = 0; page < doc.page_count(); ++page)
+    append(doc, page, 1, 1, &index);
   return 0;
 }
 
@@ -193,6 +203,13 @@ TEST(Growth, WorkFollowsTheLengthOfTheFile) {
       expect_proportion(shape, journey, false);
     expect_proportion(shape, kJourneys[0], true);
     expect_proportion(shape, kJourneys[1], true);
+  }
+}
+
+TEST(Growth, ManyPartsFollowTheLengthOfTheFile) {
+  for (const GrowthShape& shape : growth_shapes()) {
+    if (std::string(shape.name) == "as many pages as names")
+      expect_proportion(shape, {"split by page", split_by_page}, false);
   }
 }
 

@@ -40,6 +40,8 @@ void print_text(const std::string& file, CPDFDoc& doc, const CheckResult& result
               static_cast<long long>(result.streams), static_cast<long long>(result.decoded_bytes));
   for (const PDF_DOC_REPAIR& repair : doc.repairs())
     std::printf("  repaired (%s): object %d, offset %u: %s\n", repair.code, repair.num, repair.offset, repair.action);
+  if (const auto more = doc.table().repairs.left_out(); more > 0)
+    std::printf("  repaired: %lld more places, which are not listed\n", static_cast<long long>(more));
   for (const Problem& problem : result.problems)
     std::printf("  object %d: %s\n", problem.object, shown(problem.what).c_str());
 }

@@ -1,4 +1,5 @@
 // sheaf rewrite and sheaf repair: a complete new file of what the document still uses.
+#include <algorithm>
 #include <cstdio>
 #include <memory>
 
@@ -80,7 +81,8 @@ struct Counts {
 
 Counts count_objects(const CPDFXRefTable& before, const CPDFXRefTable& after) {
   Counts counts;
-  for (std::uint32_t num = 1; num < after.xref_count; ++num) {
+  const auto next = [&](std::uint32_t num) { return std::min(before.next_entry(num), after.next_entry(num)); };
+  for (std::uint32_t num = next(1); num < after.xref_count; num = next(num + 1)) {
     const bool was = num < before.xref_count && before.xref_items[num].is_known();
     const bool is = after.xref_items[num].is_known();
     counts.kept += is ? 1 : 0;
@@ -107,7 +109,7 @@ void report_repairs(CPDFDoc& doc, int strays) {
 void remark_left_out(CPDFDoc& doc, const Counts& counts, const std::string& output) {
   const CPDFXRefTable& table = doc.table();
   std::int64_t generations = 0;
-  for (std::uint32_t num = 1; num < table.xref_count; ++num)
+  for (std::uint32_t num = table.next_entry(1); num < table.xref_count; num = table.next_entry(num + 1))
     generations += table.xref_items[num].type == 1 && table.xref_items[num].gen > 0 ? 1 : 0;
   if (counts.dropped != 0)
     remark(output, "left out: " + std::to_string(counts.dropped) + " objects that nothing refers to");

@@ -61,7 +61,7 @@ public:
       problem(0, "says that it is encrypted, but its encryption dictionary cannot be read");
     // Reading can grow the table, so its size is looked at each turn.
     Progress progress("objects checked", table_.xref_count);
-    for (std::uint32_t num = 1; num < table_.xref_count; ++num) {
+    for (std::uint32_t num = 1; num < table_.xref_count; num = has_searched_ ? table_.next_entry(num + 1) : num + 1) {
       if (!table_.xref_items[num].is_known() && !has_searched_)
         search_unlisted(num);
       if (!table_.xref_items[num].is_known())
@@ -127,7 +127,7 @@ private:
     result_.decoded_bytes += total;
     const CPDFStreamFlaw end = total < kMostDecoded ? find_flaw(*decoder) : kFlawNone;
     const bool may_be_nothing = !decoder->is_picture() && (!has_data || end == kFlawNone);
-    if (total == 0 && !may_be_nothing)
+    if (total == 0 && !may_be_nothing && end != kFlawLimit)
       problem(num, "stream data decode to nothing");
     else
       report_flaw(num, end);

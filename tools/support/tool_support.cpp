@@ -177,6 +177,27 @@ bool open_document_for_update(CPDFDoc& doc, const std::string& path, const std::
   return doc.open_for_update(path.c_str()) ? accept(doc, shown_name, true) : refuse(doc, shown_name);
 }
 
+namespace {
+
+// Neither the end of the data nor the height ends the rows of CCITT data. Behind their end rows are made of nothing,
+// for pictures that are cut.
+bool justifies_row(CPDFStream& decoder, std::int64_t row, std::int64_t total) {
+  constexpr std::int64_t kRowsOfNothing = 64;  // for each byte; a row of data takes a bit at least
+  constexpr std::int64_t kBase = 1 << 20;
+  constexpr std::int64_t kBytesPerByte = 32 * 1024;
+  if (decoder.filter_type != kFilterCCITTFax)
+    return true;
+  auto& fax = static_cast<CPDFStreamFAX&>(decoder);
+  const bool is_over = fax.byte_pos >= fax.left;
+  const bool is_justified = total <= kBase + kBytesPerByte * fax.left;
+  if (is_justified && (!is_over || row < kRowsOfNothing * (std::int64_t{fax.left} + 64)))
+    return true;
+  decoder.flaw = is_over ? kFlawEarlyEnd : kFlawLimit;
+  return false;
+}
+
+}  // namespace
+
 std::int64_t drain(CPDFXRefTable& table, const CPDFStreamRec& rec, CPDFStream& decoder,
                    const std::function<bool(const unsigned char*, int)>& sink) {
   constexpr int kBlock = 64 * 1024;
@@ -193,7 +214,7 @@ std::int64_t drain(CPDFXRefTable& table, const CPDFStreamRec& rec, CPDFStream& d
   // Not filled: most streams need little of it.
   const auto block = std::make_unique_for_overwrite<unsigned char[]>(static_cast<std::size_t>(std::max(piece, 1)));
   std::int64_t total = 0;
-  for (std::int64_t row = 0; row < rows && total < kMostDecoded; ++row) {
+  for (std::int64_t row = 0; row < rows && total < kMostDecoded && justifies_row(decoder, row, total); ++row) {
     const int got = decoder.read_block(block.get(), piece);
     if (got <= 0)
       break;

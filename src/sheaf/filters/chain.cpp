@@ -134,7 +134,8 @@ private:
 CPDFStream* CPDFXRefTable::make_stream(const CPDFStreamRec* rec) {
   if (stream_work.is_spent(kMostNestedStreams, kMostChainWork))
     return nullptr;
-  const StreamWork::Stream making(stream_work, kNestedStreamWork);
+  const StreamWork::Stream making(stream_work, kNestedStreamWork,
+                                  rec != nullptr && rec->source == stream ? rec->offset : 0);
   int len = 0;
   unsigned char* block = load_raw_data(rec, len);
   return block != nullptr ? FilterChain(*this, *rec).build(block, len) : nullptr;

@@ -199,8 +199,10 @@ Token TokenReader::read_keyword(CPDFObj& value) {
     return Token::kKeyword;
   // So long a keyword has no meaning; what is left of it must not be taken for another one.
   keyword = {};
-  for (int c = peek(); c != -1 && is_regular(static_cast<char>(c)); c = peek())
-    take();
+  while (peek() != -1 && is_regular(*here())) {
+    at = here();
+    move_to(std::find_if_not(at, limit(), [](char c) { return is_regular(c); }));
+  }
   return Token::kKeyword;
 }
 

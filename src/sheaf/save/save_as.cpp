@@ -54,7 +54,7 @@ public:
     if (source_.omits_frame == 0)
       source_.pdfa_gen();
     out_.Write(PDF_Header.data(), static_cast<unsigned>(PDF_Header.size()));
-    if (!copy_entries())
+    if (!make_entries())
       return;
     mark();
     confirm_positions();
@@ -69,14 +69,13 @@ public:
 private:
   std::uint32_t position() const { return static_cast<std::uint32_t>(out_.GetPos()) - base_; }
 
-  bool copy_entries() {
+  // The entries themselves follow once the objects have been read.
+  bool make_entries() {
     const std::size_t size = std::size_t{source_.xref_count} * sizeof(PDF_XREF);
     target_.xref_items = static_cast<PDF_XREF*>(QVAlloc(size));
     if (target_.xref_items == nullptr)
       return false;
     heap_expects_writes(target_.xref_items, size);
-    if (size != 0)
-      std::memcpy(target_.xref_items, source_.xref_items, size);
     target_.xref_count = source_.xref_count;
     target_.next_obj_num = source_.next_obj_num;
     return true;
@@ -97,7 +96,7 @@ private:
     if (source_.has_many_repairs()) {
       ReferenceList ignored;
       for (std::uint32_t num = 1; num < source_.xref_count && num < target_.xref_count; ++num) {
-        const PDF_XREF entry = target_.xref_items[num];
+        const PDF_XREF entry = source_.xref_items[num];
         if (entry.is_known() && !entry.is_compressed())
           source_.get_references(ignored, object_num(num));
         ignored.clear();
@@ -114,7 +113,7 @@ private:
   }
 
   void put_objects() {
-    for (std::uint32_t num = 1; num < target_.xref_count; ++num) {
+    for (std::uint32_t num = target_.next_entry(1); num < target_.xref_count; num = target_.next_entry(num + 1)) {
       WorkWatch::at(num, target_.xref_count);
       put_object(num, target_.xref_items[num]);
     }
@@ -165,7 +164,7 @@ private:
   // Compressed objects whose object stream was left out, and entries of types that no reader knows, lead
   // nowhere.
   void free_lost_members() {
-    for (std::uint32_t num = 1; num < target_.xref_count; ++num) {
+    for (std::uint32_t num = target_.next_entry(1); num < target_.xref_count; num = target_.next_entry(num + 1)) {
       PDF_XREF& entry = target_.xref_items[num];
       const PDF_XREF* const container = entry.is_compressed() ? target_.entry(entry.offset) : nullptr;
       const bool has_stream = container != nullptr && container->type == PDF_XREF::kInFile;
@@ -177,9 +176,9 @@ private:
   // The entries, compressed; false when there is no memory.
   bool deflate_entries(EntryDeflater& deflater, unsigned offset_width, unsigned gen_width) {
     const PDF_XREF* const items = target_.xref_items;
-    for (std::uint32_t num = 1; num < target_.xref_count;) {
+    for (std::uint32_t num = target_.next_entry(1); num < target_.xref_count;) {
       if (!items[num].is_known()) {
-        ++num;
+        num = target_.next_entry(num + 1);
         continue;
       }
       const std::uint32_t first = num;
@@ -197,9 +196,10 @@ private:
   }
 
   std::size_t count_entries() const {
-    const PDF_XREF* const items = target_.xref_items;
-    return static_cast<std::size_t>(
-        std::count_if(items, items + target_.xref_count, [](const PDF_XREF& entry) { return entry.is_known(); }));
+    std::size_t count = 0;
+    for (std::uint32_t num = target_.next_entry(0); num < target_.xref_count; num = target_.next_entry(num + 1))
+      count += target_.xref_items[num].is_known() ? 1u : 0u;
+    return count;
   }
 
   void put_section() {
@@ -235,7 +235,7 @@ private:
   // numbers can be the larger.
   unsigned offset_width_for_streams() const {
     std::uint32_t highest = 0;
-    for (std::uint32_t num = 1; num < target_.xref_count; ++num) {
+    for (std::uint32_t num = target_.next_entry(1); num < target_.xref_count; num = target_.next_entry(num + 1)) {
       if (target_.xref_items[num].is_compressed())
         highest = std::max(highest, target_.xref_items[num].offset);
     }

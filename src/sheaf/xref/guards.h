@@ -132,7 +132,7 @@ private:
   std::uint32_t claimed_ = 0;
 };
 
-/// The first corrections that were made, in their order.
+/// The first corrections that were made, in their order, and of which kinds there were any.
 class RepairLog {
 public:
   std::size_t size() const { return repairs_.size(); }
@@ -140,13 +140,24 @@ public:
   const PDF_REPAIR* begin() const { return repairs_.begin(); }
   const PDF_REPAIR* end() const { return repairs_.end(); }
   void note(PDF_REPAIR::Code code, std::int32_t num, std::uint32_t offset) {
-    if (repairs_.size() < kMost)
-      repairs_.push({code, num, offset});
+    kinds_ |= 1u << code;
+    if (repairs_.size() >= kMost || !repairs_.push({code, num, offset}))
+      ++left_out_;
   }
-  void reset() { repairs_.reset(); }
+  /// Whether there was any of this kind, whatever the list holds: decisions hang on this.
+  bool has(PDF_REPAIR::Code code) const { return (kinds_ >> code & 1) != 0; }
+  /// How many were made that the list does not hold.
+  std::int64_t left_out() const { return left_out_; }
+  void reset() {
+    repairs_.reset();
+    kinds_ = 0;
+    left_out_ = 0;
+  }
 
 private:
   static constexpr std::size_t kMost = 1024;  // reports need no more
+  std::uint32_t kinds_ = 0;
+  std::int64_t left_out_ = 0;
   GrowArray<PDF_REPAIR> repairs_;
 };
 
@@ -156,29 +167,51 @@ public:
   bool checked = false;      ///< If set, a "Length" that is not followed by endstream is ignored.
   std::int64_t scanned = 0;  ///< Bytes searched for ends.
 
-  std::size_t size() const { return lengths_.size(); }
+  std::size_t size() const { return count_; }
   /// The length of the data at `offset`, or 0 when it was not found to be false.
-  std::int32_t find(std::uint32_t offset) const {
-    const PDF_LENGTH* const known = place_of(offset);
-    return known != lengths_.end() && known->offset == offset ? known->length : 0;
-  }
-  /// False without memory.
+  std::int32_t find(std::uint32_t offset) const { return slots_.empty() ? 0 : slots_[slot_of(offset)].length; }
+  /// `offset` is not known yet, `length` above 0. False without memory.
   bool add(std::uint32_t offset, std::int32_t length) {
-    return lengths_.insert(static_cast<std::size_t>(place_of(offset) - lengths_.begin()), {offset, length});
+    if ((count_ + 1) * 4 > slots_.size() * 3 && !widen())
+      return false;
+    slots_[slot_of(offset)] = {offset, length};
+    ++count_;
+    return true;
   }
   /// Forgets the lengths found; `checked` stays.
   void reset() {
-    lengths_.reset();
+    slots_.reset();
+    count_ = 0;
     scanned = 0;
   }
 
 private:
-  const PDF_LENGTH* place_of(std::uint32_t offset) const {
-    return std::lower_bound(lengths_.begin(), lengths_.end(), offset,
-                            [](const PDF_LENGTH& a, std::uint32_t wanted) { return a.offset < wanted; });
+  // The slot of `offset`, or the free one that it would get. The count of slots is a power of two, and some are free.
+  std::size_t slot_of(std::uint32_t offset) const {
+    constexpr std::uint32_t kSpread = 0x9E3779B1;  // streams of equal size must not meet in few slots
+    const std::size_t last = slots_.size() - 1;
+    std::size_t at = (offset * kSpread >> 7) & last;
+    while (slots_[at].length != 0 && slots_[at].offset != offset)
+      at = (at + 1) & last;
+    return at;
+  }
+  bool widen() {
+    constexpr std::size_t kFirst = 64;
+    GrowArray<PDF_LENGTH> before;
+    before.swap(slots_);
+    if (!slots_.resize(before.empty() ? kFirst : before.size() * 2)) {
+      before.swap(slots_);
+      return false;
+    }
+    for (const PDF_LENGTH& known : before) {
+      if (known.length != 0)
+        slots_[slot_of(known.offset)] = known;
+    }
+    return true;
   }
 
-  GrowArray<PDF_LENGTH> lengths_;  // by offset
+  GrowArray<PDF_LENGTH> slots_;  // by offset, from the place that it is spread to on; a length of 0: free
+  std::size_t count_ = 0;
 };
 
 /// The memory that the objects of decoded object streams take, as estimated.
@@ -241,27 +274,35 @@ public:
     return depth_ >= most_deep || (is_nested() && work_ > most_work);
   }
   std::int64_t done() const { return work_; }
+  /// Where the data of the innermost one are in the file; 0 when they are elsewhere.
+  std::uint32_t place() const { return place_; }
   /// Adds decoded bytes.
   void add(std::int64_t bytes) { work_ += bytes; }
 
   /// The making of one stream, as long as it lives; `cost` counts when it is nested.
   class Stream {
   public:
-    Stream(StreamWork& work, std::int64_t cost) : work_(work) {
+    Stream(StreamWork& work, std::int64_t cost, std::uint32_t place) : work_(work), outer_(work.place_) {
+      work_.place_ = place;
       work_.work_ = work_.is_nested() ? work_.work_ + cost : 0;
       ++work_.depth_;
     }
     Stream(const Stream&) = delete;
     Stream& operator=(const Stream&) = delete;
-    ~Stream() { --work_.depth_; }
+    ~Stream() {
+      --work_.depth_;
+      work_.place_ = outer_;
+    }
 
   private:
     StreamWork& work_;
+    std::uint32_t outer_;
   };
 
 private:
   std::int32_t depth_ = 0;
   std::int64_t work_ = 0;
+  std::uint32_t place_ = 0;
 };
 
 /// How many values a block of the QVAlloc family really holds, where the count that is seen grows by

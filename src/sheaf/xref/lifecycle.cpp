@@ -207,6 +207,21 @@ std::int32_t CPDFXRefTable::alloc_obj_num() {
   return object_num(next_obj_num++);
 }
 
+std::uint32_t CPDFXRefTable::next_entry(std::uint32_t num) const {
+  constexpr std::uint32_t kAtOnce = 8;
+  const auto is_blank = [this](std::uint32_t i) { return (xref_items[i].type | xref_items[i].offset) == 0; };
+  while (num < xref_count && is_blank(num)) {
+    ++num;
+    for (std::uint32_t seen = 0; num + kAtOnce <= xref_count; num += kAtOnce) {
+      for (std::uint32_t i = num; i < num + kAtOnce; ++i)
+        seen |= xref_items[i].type | xref_items[i].offset;
+      if (seen != 0)
+        break;
+    }
+  }
+  return num;
+}
+
 std::uint32_t CPDFXRefTable::unnamed_from(std::uint32_t num) {
   while (finder != nullptr && finder->is_named(num))
     ++num;
@@ -292,4 +307,5 @@ void CPDFXRefTable::XRefFree() {
   sections_read.reset();
   listed.reset();
   repairs.reset();
+  picture_work.reset();
 }

@@ -326,7 +326,10 @@ bool load_objstm(CPDFXRefTable& table, const PDF_REF& ref, PDF_OBJSTM& before, P
   const std::unique_ptr<CPDFStream> decoder(table.make_stream(rec));
   if (decoder == nullptr)
     return false;
-  if (load_text(table, *decoder, *rec, before, entry))
+  const bool has_false_length = rec->length != 0;
+  const bool has_false_numbers = load_text(table, *decoder, *rec, before, entry);
+  entry.corrected = has_false_length || has_false_numbers ? 1 : 0;
+  if (has_false_numbers)
     table.repairs.note(PDF_REPAIR::kLengthCorrected, ref.num, static_cast<std::uint32_t>(entry.offset));
   return true;
 }

@@ -18,9 +18,11 @@ namespace {
 
 constexpr char kEnd[] = "endstream";
 constexpr unsigned kEndSize = sizeof kEnd - 1;
-constexpr char kObjectEnd[] = "endobj";     // ends data that lack the other
-constexpr unsigned kMostGap = 8;            // white space that writers put before the keyword
-constexpr unsigned kWindow = 16 * 1024;     // searched at a time
+constexpr char kObjectEnd[] = "endobj";  // ends data that lack the other
+constexpr unsigned kMostGap = 8;         // white space that writers put before the keyword
+constexpr unsigned kWindow = 16 * 1024;  // searched at a time, from
+constexpr unsigned kFirstWindow = 512;   // on: most ends are near, and many streams can lack theirs
+constexpr unsigned kWindowGrowth = 4;
 constexpr unsigned kOverlap = 32;           // a header may lie across two windows
 constexpr std::int64_t kScanAllowance = 8;  // times the file's length that all searches may read
 constexpr std::int64_t kNotFound = -1;
@@ -41,9 +43,10 @@ bool ends_at(CQVStream& stream, std::int64_t offset) {
 // The place of the first "endstream", "endobj" or header of an object from `from` on.
 std::int64_t find_end(CQVStream& stream, std::int64_t from, std::int64_t& scanned) {
   const HeapBlock<char> window(static_cast<char*>(QVAlloc(kWindow)));
-  for (std::int64_t start = from; window;) {
+  unsigned size = kFirstWindow;
+  for (std::int64_t start = from; window; size = std::min(size * kWindowGrowth, kWindow)) {
     stream.SetPos(CQVStream::STR_SEEK_SET, start);
-    const unsigned len = std::min(stream.Read(window.get(), kWindow), kWindow);
+    const unsigned len = std::min(stream.Read(window.get(), size), size);
     const char* const header = find_header_line(window.get(), window.get() + len);
     const std::string_view text(window.get(),
                                 header != nullptr ? static_cast<std::size_t>(header - window.get()) : len);
@@ -52,10 +55,10 @@ std::int64_t find_end(CQVStream& stream, std::int64_t from, std::int64_t& scanne
       hit = text.size();
     if (hit != std::string_view::npos)
       return start + static_cast<std::int64_t>(hit);
-    if (len < kWindow)
+    if (len < size)
       break;
     scanned += len;
-    start += kWindow - kOverlap;
+    start += size - kOverlap;
   }
   return kNotFound;
 }

@@ -26,6 +26,7 @@
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/base/stream.h"
 #include "sheaf/cache/font_caches.h"
+#include "sheaf/filters/picture_work.h"
 #include "sheaf/object/array.h"
 #include "sheaf/object/dictionary.h"
 #include "sheaf/object/object.h"
@@ -114,6 +115,7 @@ struct PDF_OBJSTM {
   std::int32_t flaw;         ///< A CPDFStreamFlaw of the stream.
   std::int64_t objs_weight;  ///< What `objs` take in memory, as estimated.
   std::int64_t refs_weight;  ///< What `refs` take, also while they are released; 0 when the stream would not decode.
+  std::int32_t corrected;    ///< Not 0: "Length", "N" or "First" is false, and other readers may find nothing.
 
   bool decodes() const { return refs_weight != 0; }
   bool has_short_places() const { return decoded <= UINT16_MAX; }
@@ -262,6 +264,7 @@ public:
   sheaf::Nesting entity_calls{32};  ///< References to references, lengths, object streams.
   sheaf::Nesting objstm_loads{4};   ///< Object streams whose own parameters lie in others.
   sheaf::StreamWork stream_work;
+  sheaf::PictureWork picture_work;
   sheaf::Room entry_room;
   sheaf::Room slot_room;
   sheaf::Room mem_stream_room;
@@ -390,6 +393,9 @@ public:
   void drain_pending();
   /// A new object number; consumed whatever happens later.
   std::int32_t alloc_obj_num();
+  /// The first number from `num` on whose entry is not blank, that is, is used or was in use; xref_count or above when
+  /// there is no more. Passes over gaps fast: a few entries can have numbers in the millions.
+  std::uint32_t next_entry(std::uint32_t num) const;
   /// The first number from `num` on that no reference of the document names, as far as `finder` knows.
   std::uint32_t unnamed_from(std::uint32_t num);
   /// Stores `obj`, which becomes null, as the object `ref` (an existing slot's value is released).

@@ -45,10 +45,12 @@ public:
   SharedStreams streams{target};
 };
 
-CPDFMergeIndex::CPDFMergeIndex() : parts_(new (std::nothrow) StructureIndex) {}
+CPDFMergeIndex::CPDFMergeIndex()
+    : parts_(new (std::nothrow) StructureIndex), destinations_(new (std::nothrow) DestinationIndex) {}
 
 CPDFMergeIndex::~CPDFMergeIndex() {
   delete parts_;
+  delete destinations_;
 }
 
 CPDFDocMerge::CPDFDocMerge(CPDFDoc& into) : parts_(new (std::nothrow) MergeParts(into)) {}

@@ -19,6 +19,7 @@
 namespace sheaf {
 class MergeParts;
 class MergeSource;
+class DestinationIndex;
 class StructureIndex;
 }  // namespace sheaf
 
@@ -57,8 +58,9 @@ struct PDF_MERGE_OPTIONS {
   CPDFMergeIndex* index = nullptr;
 };
 
-/// What is known of a source's structure tree after a part of it was appended, so that the next part costs what it
-/// holds. For one source, which nothing but appends changes meanwhile and which need not outlive the index.
+/// What is known of a source's structure tree and named destinations after a part of it was appended, so that the next
+/// part costs what it holds. For one source, which nothing but appends changes meanwhile and which need not outlive the
+/// index.
 class CPDFMergeIndex {
 public:
   CPDFMergeIndex();
@@ -67,9 +69,11 @@ public:
   ~CPDFMergeIndex();
 
   sheaf::StructureIndex* parts() const { return parts_; }
+  sheaf::DestinationIndex* destinations() const { return destinations_; }
 
 private:
-  sheaf::StructureIndex* parts_;  // owned; null when there was no memory
+  sheaf::StructureIndex* parts_;  // owned, like the other; null when there was no memory
+  sheaf::DestinationIndex* destinations_;
 };
 
 class CPDFDocMerge {

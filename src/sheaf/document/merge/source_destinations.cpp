@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "sheaf/document/merge/doc_merge.h"
 #include "sheaf/document/names/name_tree.h"
 
 namespace sheaf {
@@ -36,9 +37,53 @@ bool is_alias(const CPDFObj& place) {
 
 }  // namespace
 
-SourceDestinations::~SourceDestinations() {
-  for (Destination& destination : destinations_)
+void DestinationIndex::clear() {
+  for (SourceDestination& destination : list)
     destination.value.free();
+  list.clear();
+  names.clear();
+  by_page_.clear();
+  is_complete = false;
+}
+
+void DestinationIndex::start(const CPDFXRefTable& table) {
+  if (table_ != &table)
+    clear();
+  table_ = &table;
+}
+
+bool DestinationIndex::sort() {
+  by_page_.clear();
+  for (std::int32_t i = 0; i < list.count(); ++i) {
+    if (!by_page_.push(i))
+      return false;
+  }
+  const auto page = [this](std::int32_t index) { return list[index].page; };
+  std::sort(by_page_.begin(), by_page_.end(),
+            [&page](std::int32_t a, std::int32_t b) { return page(a) != page(b) ? page(a) < page(b) : a < b; });
+  return true;
+}
+
+void DestinationIndex::find(std::int32_t page, GrowArray<std::int32_t>& found) const {
+  const std::int32_t* at =
+      std::lower_bound(by_page_.begin(), by_page_.end(), page,
+                       [this](std::int32_t i, std::int32_t wanted) { return list[i].page < wanted; });
+  for (; at != by_page_.end() && list[*at].page == page; ++at)
+    found.push(*at);
+}
+
+SourceDestinations::SourceDestinations(MergeSource& source, NameAdditions& ours) : src_(source), target_names_(ours) {
+  CPDFMergeIndex* const index = source.target.options.index;
+  if (index != nullptr && index->destinations() != nullptr)
+    known_ = index->destinations();
+}
+
+// What the target has of them is forgotten: the next part has another one.
+SourceDestinations::~SourceDestinations() {
+  for (const std::int32_t index : taken_) {
+    const Destination& destination = known_->list[index];
+    known_->names.set_value(destination.entry, {-1, std::max(destination.page, 0)});
+  }
 }
 
 // The place alone, so that the values of destinations that stay behind need not be held.
@@ -56,14 +101,14 @@ void SourceDestinations::look_at(Destination& destination) {
     return;
   const bool has_page = place != nullptr && place->as_array() != nullptr && place->as_array()->count > 0;
   destination.page = has_page ? place->as_array()->items[0].as_ref().num : 0;
-  if (!src_.wanted.has(destination.page))
+  if (known_ == &own_ && !src_.wanted.has(destination.page))
     destination.value.free();
 }
 
 void SourceDestinations::add(const PDF_String& name, const CPDFObj& value) {
-  if (name.data == nullptr || names_.find(name) >= 0)
+  if (name.data == nullptr || known_->names.find(name) >= 0)
     return;
-  Destination destination{names_.add(name, {-1, 0}), kUnknown, {}, 0};
+  Destination destination{known_->names.add(name, {-1, 0}), Destination::kUnknown, {}, 0};
   if (destination.entry < 0)
     return;
   destination.value.copy_from(&value);
@@ -72,14 +117,23 @@ void SourceDestinations::add(const PDF_String& name, const CPDFObj& value) {
   else
     look_at(destination);
   const bool waits = destination.value.tag == kTagRef;
-  const auto index = destinations_.count();
-  if (!destinations_.push(destination))
+  const auto index = known_->list.count();
+  if (!known_->list.push(destination))
     destination.value.free();
   else if (waits)
     unread_.push(index);
 }
 
 void SourceDestinations::list() {
+  known_->start(src_.table);
+  if (!known_->is_complete)
+    list_all();
+  if (known_ != &own_ && !known_->is_complete)
+    complete();
+}
+
+void SourceDestinations::list_all() {
+  known_->clear();
   Freed<CPDFObj> old;
   src_.read(old, "Dests");
   for (std::int32_t i = 0; old.as_dict() != nullptr && i < old.as_dict()->count; ++i) {
@@ -91,9 +145,30 @@ void SourceDestinations::list() {
   src_.read(names, "Names");
   name_tree_walk(src_.table, names.item("Dests"),
                  [this](const PDF_String& name, const CPDFObj& value) { add(name, value); });
-  const auto place = [this](std::int32_t index) { return destinations_[index].place; };
+  const auto place = [this](std::int32_t index) { return known_->list[index].place; };
   std::sort(unread_.begin(), unread_.end(),
             [&place](std::int32_t a, std::int32_t b) { return place(a) != place(b) ? place(a) < place(b) : a < b; });
+}
+
+// Finds the page of each, for this part and all that follow.
+void SourceDestinations::complete() {
+  for (const std::int32_t index : unread_) {
+    Destination& destination = known_->list[index];
+    const PDF_REF ref = destination.value.as_ref();
+    src_.table.get_entity(destination.value, ref);
+    look_at(destination);
+    if (destination.page == Destination::kUnknown)
+      continue;
+    destination.value.free();
+    destination.value.set_ref(ref);
+  }
+  unread_.clear();
+  for (Destination& destination : known_->list) {
+    if (destination.page == Destination::kUnknown)
+      destination.page = page_of(&destination.value);
+    known_->names.set_value(destination.entry, {-1, std::max(destination.page, 0)});
+  }
+  known_->is_complete = known_->sort();
 }
 
 // Whether a destination refers to nothing but what is left out, which is found without making any
@@ -106,14 +181,16 @@ bool SourceDestinations::refers_only_to_what_is_left_out(const PDF_REF& destinat
 }
 
 void SourceDestinations::read_of_page(std::int32_t index) {
-  if (!src_.takes_few)
+  if (known_ != &own_)
+    pages_.push(src_.doc.page_ref(index).num);
+  else if (!src_.takes_few)
     read_up_to(place_of(src_.table, src_.doc.page_ref(index)));
 }
 
 void SourceDestinations::read_up_to(std::uint64_t up_to) {
   ReferenceList scratch;
   for (; next_unread_ < unread_.size(); ++next_unread_) {
-    Destination& destination = destinations_[unread_[next_unread_]];
+    Destination& destination = known_->list[unread_[next_unread_]];
     if (destination.place > up_to)
       return;
     const CPDFObj ref = destination.value;  // a reference owns nothing
@@ -128,26 +205,55 @@ void SourceDestinations::read_up_to(std::uint64_t up_to) {
 }
 
 void SourceDestinations::take(Destination& destination) {
-  if (destination.page == kUnknown)
+  if (destination.page == Destination::kUnknown)
     destination.page = page_of(&destination.value);
   const std::int32_t page = destination.page;
-  names_.set_value(destination.entry, {-1, std::max(page, 0)});
+  known_->names.set_value(destination.entry, {-1, std::max(page, 0)});
   if (page < 1 || !src_.wanted.has(page)) {
     src_.target.note(PDF_MERGE_FATE::kDropped, "destinations");
     return;
   }
-  const PDF_REF ref = src_.import_object(destination.value);
+  take_value(destination, destination.value);
+}
+
+void SourceDestinations::take_value(const Destination& destination, CPDFObj& value) {
+  const PDF_REF ref = src_.import_object(value);
   if (ref.num == 0)
     return;
-  const PDF_String& name = names_.at(destination.entry).name;
+  const PDF_String& name = known_->names.at(destination.entry).name;
   const bool is_free = target_names_.list().find(name) < 0;
-  names_.set_value(destination.entry, {target_names_.add(name, ref), page});
+  known_->names.set_value(destination.entry, {target_names_.add(name, ref), destination.page});
   src_.target.note(is_free ? PDF_MERGE_FATE::kJoined : PDF_MERGE_FATE::kRenamed, "destinations");
 }
 
+// Those that lead to the pages of this part, in the order of the list.
+void SourceDestinations::take_of_pages() {
+  std::sort(pages_.begin(), pages_.end());
+  const std::int32_t* const end = std::unique(pages_.begin(), pages_.end());
+  for (const std::int32_t* page = pages_.begin(); page != end; ++page) {
+    if (*page > 0 && src_.wanted.has(*page))
+      known_->find(*page, taken_);
+  }
+  std::sort(taken_.begin(), taken_.end());
+  const std::int32_t dropped = known_->list.count() - taken_.count();
+  if (dropped > 0)
+    src_.target.note(PDF_MERGE_FATE::kDropped, "destinations", dropped);
+  for (const std::int32_t index : taken_) {
+    const Destination& destination = known_->list[index];
+    Freed<CPDFObj> value;
+    if (destination.value.tag == kTagRef)
+      src_.table.get_entity(value, destination.value.as_ref());
+    else
+      value.copy_from(&destination.value);
+    take_value(destination, value);
+  }
+}
+
 void SourceDestinations::take() {
+  if (known_ != &own_)
+    return take_of_pages();
   read_up_to(UINT64_MAX);
-  for (Destination& destination : destinations_) {
+  for (Destination& destination : known_->list) {
     take(destination);
     destination.value.free();
   }
@@ -166,8 +272,8 @@ std::int32_t SourceDestinations::page_of(const CPDFObj* destination) {
     return value.as_array()->count > 0 ? value.as_array()->items[0].as_ref().num : 0;
   if (value.tag != kTagString && value.tag != kTagName)
     return 0;
-  const std::int32_t entry = names_.find(text_or_name(value));
-  return entry >= 0 ? names_.at(entry).value.gen : 0;
+  const std::int32_t entry = known_->names.find(text_or_name(value));
+  return entry >= 0 ? known_->names.at(entry).value.gen : 0;
 }
 
 std::int32_t SourceDestinations::page_of_action(const CPDFObj* action) {
@@ -187,8 +293,8 @@ bool SourceDestinations::opens_page_that_comes(const CPDFObj& opening) {
 }
 
 bool SourceDestinations::rename(CPDFObj& value) const {
-  const std::int32_t entry = names_.find(text_or_name(value));
-  const std::int32_t ours = entry >= 0 ? names_.at(entry).value.num : -1;
+  const std::int32_t entry = known_->names.find(text_or_name(value));
+  const std::int32_t ours = entry >= 0 ? known_->names.at(entry).value.num : -1;
   if (ours < 0)
     return false;
   const PDF_String& name = target_names_.list().at(ours).name;

@@ -8,9 +8,44 @@
 
 namespace sheaf {
 
+struct SourceDestination {
+  std::int32_t entry;   ///< In the names.
+  std::int32_t page;    ///< The source's number of its page; kUnknown while only its name is known.
+  CPDFObj value;        ///< Owned; a reference until it was read, null when it stays behind.
+  std::uint64_t place;  ///< Where a reference leads to in the file.
+
+  static constexpr std::int32_t kUnknown = -2;
+};
+
+/// The named destinations of one source. Kept from one part of it to the next, all pages are known, and references
+/// stay what they are.
+class DestinationIndex : public QVHeapObject<DestinationIndex> {
+public:
+  DestinationIndex() = default;
+  DestinationIndex(const DestinationIndex&) = delete;
+  DestinationIndex& operator=(const DestinationIndex&) = delete;
+  ~DestinationIndex() { clear(); }
+
+  void clear();
+  /// What is known of another table is forgotten.
+  void start(const CPDFXRefTable& table);
+  /// Makes `by_page` once all pages are known. False without memory.
+  bool sort();
+  /// Puts the indices of those that lead to `page` behind `found`.
+  void find(std::int32_t page, GrowArray<std::int32_t>& found) const;
+
+  NameList names;  ///< Value: index in the target's names or -1, and the page's number.
+  GrowArray<SourceDestination> list;
+  bool is_complete = false;
+
+private:
+  const CPDFXRefTable* table_ = nullptr;
+  GrowArray<std::int32_t> by_page_;  // indices in the list, by their pages
+};
+
 class SourceDestinations {
 public:
-  SourceDestinations(MergeSource& source, NameAdditions& ours) : src_(source), target_names_(ours) {}
+  SourceDestinations(MergeSource& source, NameAdditions& ours);
   SourceDestinations(const SourceDestinations&) = delete;
   SourceDestinations& operator=(const SourceDestinations&) = delete;
   ~SourceDestinations();
@@ -36,26 +71,26 @@ public:
   bool rename(CPDFObj& value) const;
 
 private:
-  struct Destination {
-    std::int32_t entry;   // in names_
-    std::int32_t page;    // the source's number of its page; kUnknown while only its name is known
-    CPDFObj value;        // owned; a reference until it was read, null when it stays behind
-    std::uint64_t place;  // where a reference leads to in the file
-  };
-  static constexpr std::int32_t kUnknown = -2;
+  using Destination = SourceDestination;
 
   void add(const PDF_String& name, const CPDFObj& value);
+  void list_all();
+  void complete();
   void read_up_to(std::uint64_t place);
   void look_at(Destination& destination);
   bool refers_only_to_what_is_left_out(const PDF_REF& destination, ReferenceList& scratch);
   void take(Destination& destination);
+  void take_value(const Destination& destination, CPDFObj& value);
+  void take_of_pages();
 
   MergeSource& src_;
   NameAdditions& target_names_;
-  NameList names_;  // value: index in the target's names or -1, and the page's number
-  GrowArray<Destination> destinations_;
-  GrowArray<std::int32_t> unread_;  // those of them that are references, in the order of the file
+  DestinationIndex own_;  // where the caller keeps none
+  DestinationIndex* known_ = &own_;
+  GrowArray<std::int32_t> unread_;  // those of the list that are references, in the order of the file
   std::size_t next_unread_ = 0;
+  GrowArray<std::int32_t> pages_;  // the numbers of those that are taken, where the caller keeps an index
+  GrowArray<std::int32_t> taken_;  // those of the list that lead to them
 };
 
 }  // namespace sheaf

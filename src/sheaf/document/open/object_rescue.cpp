@@ -122,7 +122,7 @@ void ObjectRescue::read_names() {
   constexpr std::uint32_t kMostAhead = 1 << 16;  // new objects of which a reference can be in the way
   first_new_ = table_.next_obj_num;
   ReferenceList found;
-  for (std::uint32_t num = 1; num < table_.xref_count; ++num) {
+  for (std::uint32_t num = table_.next_entry(1); num < table_.xref_count; num = table_.next_entry(num + 1)) {
     if (!table_.xref_items[num].is_known())
       continue;
     found.clear();

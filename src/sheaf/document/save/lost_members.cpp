@@ -1,6 +1,4 @@
 // Members of object streams whose stream does not come into a new file.
-#include <algorithm>
-
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/document/save/new_file_internal.h"
 #include "sheaf/document/save/section_writer_internal.h"
@@ -8,13 +6,11 @@
 namespace sheaf {
 namespace {
 
-// Whether "N" or "First" of an object stream had to be set right: copied as it is, it would hide its
+// Whether the length, "N" or "First" of an object stream had to be set right: copied as it is, it would hide its
 // members from other readers.
 bool has_false_numbers(CPDFXRefTable& table, std::uint32_t num) {
-  table.objstm_outline(table.xref_items[num].offset, object_num(num));
-  return std::any_of(table.repairs.begin(), table.repairs.end(), [num](const PDF_REPAIR& repair) {
-    return repair.code == PDF_REPAIR::kLengthCorrected && repair.num == object_num(num);
-  });
+  const PDF_OBJSTM* const objstm = table.objstm_outline(table.xref_items[num].offset, object_num(num));
+  return objstm != nullptr && objstm->corrected != 0;
 }
 
 // Whether the object stream will be in a new file.
@@ -36,7 +32,7 @@ void free_members_of_lost_streams(CPDFXRefTable& table) {
   Freed<CPDFObj> obj;
   std::uint32_t container = 0;
   bool has_stream = true;
-  for (std::uint32_t num = 1; num < table.xref_count; ++num) {
+  for (std::uint32_t num = table.next_entry(1); num < table.xref_count; num = table.next_entry(num + 1)) {
     const PDF_XREF entry = table.xref_items[num];
     if (!entry.is_compressed())
       continue;

@@ -63,10 +63,11 @@ bool SectionWriter::write(PDF_SAVE_FORM form, PDF_SIGN_DATA* sign) {
 
 bool SectionWriter::has_sound_sections() {
   doc_.read_all_sections();
-  if (doc_.status() != PDF_OPEN::kClean)
+  // Where one entry is false, others that nobody has followed yet may be too.
+  if (doc_.status() != PDF_OPEN::kClean || table_.repairs.has(PDF_REPAIR::kEntryCorrected) ||
+      table_.repairs.has(PDF_REPAIR::kSectionUnreadable))
     return false;
   for (const PDF_DOC_REPAIR& repair : doc_.repairs()) {
-    // Where one entry is false, others that nobody has followed yet may be too.
     for (const char* code : {"startxref", "section", "entry"}) {
       if (std::strcmp(repair.code, code) == 0)
         return false;

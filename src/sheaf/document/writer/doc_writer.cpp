@@ -67,7 +67,7 @@ bool preserves_streams(const PDF_WRITE_OPTIONS& options) {
 }
 
 bool has_compressed(const CPDFXRefTable& table) {
-  for (std::uint32_t num = 1; num < table.xref_count; ++num) {
+  for (std::uint32_t num = table.next_entry(1); num < table.xref_count; num = table.next_entry(num + 1)) {
     if (table.xref_items[num].is_compressed())
       return true;
   }
@@ -117,7 +117,7 @@ bool prepare_linearized(CPDFDoc& doc) {
 void CPDFDocWriter::count_left_out() {
   const CPDFXRefTable& table = doc_.table();
   std::int64_t known = 0;
-  for (std::uint32_t num = 1; num < table.xref_count; ++num)
+  for (std::uint32_t num = table.next_entry(1); num < table.xref_count; num = table.next_entry(num + 1))
     known += table.xref_items[num].is_known() ? 1 : 0;
   result_.left_out = known > result_.objects ? known - result_.objects : 0;
 }

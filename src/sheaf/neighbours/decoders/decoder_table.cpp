@@ -117,6 +117,18 @@ CPDFStream* make_jpx(CPDFXRefTable* table, unsigned char* data, int len, const C
 }
 #endif
 
+// What the decoders may do, by the places of their data in the file; by the data alone where these are in memory.
+void share_work(CPDFXRefTable& table, CPDFStreamJBIG2& jbig2, const CPDFStreamRec* globals) {
+  jbig2.decoder.limits.ceiling = jbig2.globals.limits.ceiling = table.picture_ceiling;
+  const std::uint32_t place = table.stream_work.place();
+  if (place == 0 || table.stream == nullptr)
+    return;
+  table.picture_work.begin(place, table.stream->GetLen() * jb2::Limits::kWorkPerFileByte);
+  jbig2.decoder.limits.shared = jbig2.globals.limits.shared = &table.picture_work;
+  if (globals != nullptr && globals->source == table.stream)
+    jbig2.globals.limits.unjustified = !table.picture_work.owns(globals->offset);
+}
+
 // Opens with the global segments when their stream can be decoded, else without. Global segments
 // that find no memory leave the filter unopened, and so empty.
 CPDFStream* make_jbig2(CPDFXRefTable* table, unsigned char* data, int len, const CPDFDictionary* parms) {
@@ -124,14 +136,14 @@ CPDFStream* make_jbig2(CPDFXRefTable* table, unsigned char* data, int len, const
   std::unique_ptr<CPDFStreamJBIG2> jbig2(make_over<CPDFStreamJBIG2>(data, len));
   if (jbig2 == nullptr || !jbig2->init())
     return nullptr;
-  if (table != nullptr)
-    jbig2->decoder.limits.ceiling = jbig2->globals.limits.ceiling = table->picture_ceiling;
   Freed<CPDFObj> value;
   const CPDFObj* item = parms != nullptr ? parms->get_item("JBIG2Globals") : nullptr;
   if (item != nullptr)
     CPDFXRefTable::resolve(table, value, item);
   const CPDFStreamRec* rec = value.as_stream();
   const std::unique_ptr<CPDFStream> globals(rec != nullptr && table != nullptr ? table->make_stream(rec) : nullptr);
+  if (table != nullptr)
+    share_work(*table, *jbig2, rec);
   if (globals == nullptr) {
     jbig2->open(nullptr, 0);
     return jbig2.release();

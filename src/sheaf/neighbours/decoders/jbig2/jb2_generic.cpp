@@ -255,7 +255,7 @@ std::int32_t decode_row_singly(ArithmeticDecoder& decoder, std::uint8_t* context
   return rows.width;
 }
 
-constexpr std::int32_t kSinglyCost = 2;  // of such a pixel beside one of a plain row
+constexpr std::int32_t kSinglyCost = 3;  // of such a pixel beside one of a plain row
 
 using RowFunction = std::int32_t (*)(ArithmeticDecoder&, std::uint8_t*, const Rows&);
 constexpr RowFunction kRowDecoders[] = {decode_row<0>, decode_row<1>, decode_row<2>, decode_row<3>};
@@ -378,11 +378,12 @@ bool decode_generic(ArithmeticDecoder& decoder, std::uint8_t* contexts, const Ge
       // The present row, which is white ahead of the pixel, serves for the white rows above the bitmap.
       const Rows rows = {y > 1 ? bitmap_row(out, y - 2) : present, y > 0 ? bitmap_row(out, y - 1) : present, present,
                          out.width, out.stride};
-      const std::int32_t cost = singly ? decode_row_singly(decoder, contexts, rows, shape, moved, params.skip, out, y)
+      const std::int64_t cost = singly ? std::int64_t{kSinglyCost} * decode_row_singly(decoder, contexts, rows, shape,
+                                                                                       moved, params.skip, out, y)
                                        : kRowDecoders[params.pixels_template](decoder, contexts, rows);
       if (!limits.spend(cost))
         return false;
-      if (decoder.is_over() && !limits.make_up(singly ? cost * kSinglyCost : cost)) {
+      if (decoder.is_over() && !limits.make_up(cost)) {
         out.height = y + 1;
         return false;
       }

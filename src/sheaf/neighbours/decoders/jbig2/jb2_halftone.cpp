@@ -47,6 +47,7 @@ public:
       planes_[count_++] = plane;
     return plane != nullptr;
   }
+  unsigned count() const { return count_; }
   QVJB2_Bitmap& last() { return *planes_[count_ - 1]; }
   // Planes come in Gray code, the highest bit first: each is the difference from the one before.
   void undo_gray_code() {
@@ -166,7 +167,8 @@ private:
 
   void draw(QVJB2_Bitmap& region, const GreyPlanes& planes) {
     // With a single pattern there are no planes that could have bounded the grid.
-    const std::int64_t cell_work = 4 + patterns_->height / 4;
+    constexpr std::int32_t kWordBits = 32;
+    const std::int64_t cell_work = 4 + planes.count() + patterns_->height * (1 + patterns_->width / kWordBits);
     for (std::int64_t row = 0; row < height_; ++row) {
       for (std::int64_t column = 0; column < width_; ++column) {
         if (!limits_.spend(cell_work))

@@ -7,6 +7,8 @@
 #include <algorithm>
 #include <cstdint>
 
+#include "sheaf/filters/picture_work.h"
+
 namespace sheaf::jb2 {
 
 /// The allowance left; it starts empty and grows with the data given and the pages declared. Work is
@@ -21,10 +23,14 @@ struct Limits {
   std::int64_t spent;       ///< Work done so far.
   std::int64_t ceiling;     ///< Most bytes of pages, set by the caller; 0: as the data justify.
   bool refused;             ///< Something was asked for beyond that, and not done.
+  PictureWork* shared;      ///< Borrowed; what all pictures of the file may take beyond their data, or null.
+  bool unjustified;         ///< With `shared`: the data have justified another picture's work already.
+  std::int64_t lacking;     ///< What the segment's share is short of, which may come from `shared`.
 
   /// Of data. Dense pages come to some 20 pixels a byte, sparse ones to a few thousand beside their
   /// white rows, which cost next to nothing.
   static constexpr std::int64_t kWorkPerByte = 4096;
+  static constexpr std::int64_t kWorkPerFileByte = 2048;  ///< Beyond that, of the file, for all its pictures.
   static constexpr std::int64_t kPixelsPerByte = 8;
 
   /// The allowance of `length` bytes of data.
@@ -42,6 +48,8 @@ struct Limits {
     constexpr std::int64_t kBaseMadeUp = std::int64_t{1} << 20;
     constexpr std::int64_t kMadeUpPerByte = 256;
     made_up = kBaseMadeUp + length * kMadeUpPerByte;
+    if (shared != nullptr)
+      allow_own_data(length);
     if (ceiling <= 0)
       return;
     page_bytes = std::min(page_bytes, ceiling);
@@ -53,7 +61,7 @@ struct Limits {
   void begin_segment(std::int64_t length) {
     constexpr std::int64_t kBaseShare = std::int64_t{1} << 20;
     reserve += work;
-    work = 0;
+    work = lacking = 0;
     add_share(kBaseShare + length * kWorkPerByte);
   }
 
@@ -62,11 +70,12 @@ struct Limits {
   [[nodiscard]] bool allow_page(std::int64_t size) {
     constexpr std::int64_t kCopies = 4;     // regions, intermediate ones, the planes of halftones
     constexpr std::int64_t kHandlings = 8;  // making, copying, combining it and regions of its size
-    if (size < 0 || size > page_bytes)
+    constexpr std::int64_t kOwnHandlings = 2;
+    if (size < 0 || (size > page_bytes && !borrow_page(size)))
       return refuse();
     page_bytes -= size;
     bytes += (1 + kCopies) * size;
-    reserve += kHandlings * handling(size);
+    reserve += (shared != nullptr ? kOwnHandlings : kHandlings) * handling(size);
     return true;
   }
 
@@ -97,7 +106,7 @@ struct Limits {
 
   /// False when `units` of work are more than is left; the segment decodes nothing more then.
   [[nodiscard]] bool spend(std::int64_t units) {
-    if (units < 0 || units > work) {
+    if (units < 0 || (units > work && !borrow(units - work))) {
       work = 0;
       return refuse();
     }
@@ -122,9 +131,38 @@ private:
     return false;
   }
   void add_share(std::int64_t units) {
-    units = std::min(units, reserve);
-    reserve -= units;
-    work += units;
+    const std::int64_t given = std::min(units, reserve);
+    lacking += units - given;
+    reserve -= given;
+    work += given;
+  }
+
+  // What a picture of a file has by itself: enough for a blank page of 10,000 by 10,000 pixels.
+  void allow_own_data(std::int64_t length) {
+    constexpr std::int64_t kOwnPages = std::int64_t{13} << 20;
+    constexpr std::int64_t kPagesPerByte = 16 * 1024;
+    constexpr std::int64_t kOwnWork = std::int64_t{1} << 18;
+    page_bytes = std::min(kOwnPages + length * kPagesPerByte, page_bytes);
+    made_up /= 2;
+    reserve = unjustified ? 0 : kOwnWork + length * kWorkPerByte;
+  }
+  bool borrow(std::int64_t units) {
+    constexpr std::int64_t kAtOnce = 64 * 1024;
+    const std::int64_t ample = std::min(std::max(units, kAtOnce), lacking);
+    if (shared == nullptr || units > lacking || !shared->take(ample))
+      return false;
+    lacking -= ample;
+    work += ample;
+    return true;
+  }
+  // A page that is larger than the data justify, at the price of making and reading it.
+  bool borrow_page(std::int64_t size) {
+    constexpr std::int64_t kLargest = std::int64_t{64} << 20;
+    constexpr std::int64_t kBytesPerUnit = 32;  // as long as nothing is drawn, no memory is written
+    if (shared == nullptr || size > kLargest || !shared->take((size - page_bytes) / kBytesPerUnit))
+      return false;
+    page_bytes = size;
+    return true;
   }
 };
 

@@ -136,7 +136,7 @@ private:
     return true;
   }
 
-  static constexpr std::int64_t kInstanceWork = 16;
+  static constexpr std::int64_t kInstanceWork = 64;
 
   const TextCoder& coder_;
   const TextParams& params_;
