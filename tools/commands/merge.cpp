@@ -23,7 +23,7 @@ struct MergeOptions {
   std::string output;
   std::vector<std::string> inputs;     ///< "FILE" or "FILE:RANGES".
   std::vector<std::string> passwords;  ///< One for each input, in order; the last one for the rest.
-  std::string password_file;           ///< Has them on its lines.
+  std::string password_file;           ///< A file with a password on each line.
   bool dry_run = false;
   bool no_file_outline = false;
   bool keep_equal_streams = false;

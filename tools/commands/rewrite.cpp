@@ -1,5 +1,4 @@
 // sheaf rewrite and sheaf repair: a complete new file of what the document still uses.
-#include <cstdio>
 #include <memory>
 
 #include "batch/packed_ahead.h"

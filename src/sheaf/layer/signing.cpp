@@ -2,7 +2,6 @@
 #include "sheaf/layer/signing.h"
 
 #include <ctime>
-#include <limits>
 
 #include "sheaf/document/signatures/signature_state.h"
 #include "sheaf/document/signatures/signature_writer.h"
@@ -10,7 +9,6 @@
 #include "sheaf/layer/document.h"
 #include "sheaf/neighbours/page/acro_form.h"
 #include "sheaf/neighbours/security/crypto_calls.h"
-#include "sheaf/neighbours/security/digests.h"
 
 namespace sheaf {
 

@@ -19,7 +19,7 @@ enum PDF_PAGE_DIFF : std::uint32_t {
   kPageAnnotationsDiffer = 16,
 };
 
-/// Hears of the differences. Texts and values are borrowed for the call.
+/// Receives the differences. Texts and values are borrowed for the call.
 class CPDFDiffSink {
 public:
   CPDFDiffSink() = default;

@@ -2,7 +2,6 @@
 #include "sheaf/document/images/image.h"
 
 #include <algorithm>
-#include <array>
 #include <cstring>
 #include <memory>
 #include <new>

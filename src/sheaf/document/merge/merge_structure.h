@@ -23,7 +23,7 @@ public:
 
   /// Takes note of the document's own tree.
   void load();
-  /// Brings along what belongs to the pages of a source. To be called after them.
+  /// Takes what belongs to the pages of a source. To be called after them.
   void take(MergeSource& source);
   /// Gives the object `num` of the target, whose dictionary is `dict`, its key in the parent tree.
   void set_key(std::int32_t num, CPDFDictionary& dict) const;
@@ -34,6 +34,8 @@ public:
   void put(CPDFDictionary& catalog);
 
 private:
+  static constexpr const char* kRoot = "StructTreeRoot";
+
   // Content of an element: a marked sequence of a page or a form, or a whole object.
   struct Content {
     std::int32_t owner;     // our number of the page, the form or the object

@@ -1,7 +1,6 @@
 // Imports the page object, then puts back what the import of a single page leaves out.
 #include "sheaf/document/merge/page_import.h"
 
-#include <algorithm>
 #include <new>
 #include <utility>
 

@@ -2,7 +2,6 @@
 // anew from it, balanced and with right counts, so that any number of edits costs one tree. Pages
 // are then complete in themselves: what they inherited from the old tree is written into them.
 #include <algorithm>
-#include <cstring>
 #include <new>
 #include <utility>
 
