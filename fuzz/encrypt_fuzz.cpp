@@ -40,7 +40,8 @@ void check_again(CPDFDoc& doc, const std::string& password) {
   if (settings.as_dict() == nullptr || table.sec_filter[0] == 0)
     return;
   CPDFStandardEncrypt enc;
-  enc.continue_with(doc.handler(), *settings.as_dict());
+  if (!enc.continue_with(doc.handler(), *settings.as_dict()))
+    return;
   CQVStreamMem out;
   {
     CPDFXRefTable target;

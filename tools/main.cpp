@@ -5,6 +5,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include "sheaf/base/heap.h"
 #include "sheaf/version.h"
 #include "support/command_line.h"
 #include "support/interrupts.h"
@@ -14,9 +15,14 @@ namespace {
 
 using namespace sheaf::tool;
 
-// What was printed counts only when it arrived.
+// What was printed counts only when it arrived, and when no part of it was left out for want of memory.
 int finished(int code) {
-  return finish_standard_output() ? code : int{kExitFailed};
+  if (!finish_standard_output())
+    return kExitFailed;
+  if (code == kExitFailed || sheaf::heap_refusals() == 0)
+    return code;
+  std::fputs("sheaf: there was not enough memory for everything; parts may be missing\n", stderr);
+  return kExitProblems;
 }
 
 // An error in the command line, in the form of all other messages.
@@ -58,6 +64,10 @@ int run(int argc, char** argv) {
 
 int main(int argc, char** argv) {
   prepare_process();
+  std::set_new_handler([] {
+    sheaf::note_heap_refusal();
+    throw std::bad_alloc();
+  });
   try {
     return run(argc, argv);
   } catch (const std::bad_alloc&) {

@@ -213,7 +213,7 @@ TEST_F(Writer, ObjectStreamsHaveOneMethodForStringsAndStreams) {
     hand.set_password("u");
     ASSERT_EQ(hand.authorize(&first, &made.encrypt_dict), 1);
     CPDFStandardEncrypt enc;
-    enc.continue_with(hand, made.encrypt_dict);
+    ASSERT_TRUE(enc.continue_with(hand, made.encrypt_dict));
     const std::string file =
         written(source, options_of(PDF_OBJECT_STREAMS::kGenerate, PDF_STREAM_DATA::kCompress), &enc);
     EXPECT_EQ(file.find("Identity"), std::string::npos) << clear;

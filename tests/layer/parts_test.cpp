@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "support/external_tool.h"
+#include "support/failing_heap.h"
 #include "support/form_maker.h"
 #include "support/jpeg_maker.h"
 #include "support/pdf_builder.h"
@@ -29,6 +30,12 @@ std::string numbered(int count, char letter) {
   builder.obj(2, "<</Type/Pages/Count " + std::to_string(count) + "/Kids[" + kids +
                      "]/MediaBox[0 0 300 400]/Resources<</Font<</F<</Type/Font/Subtype/Type1/BaseFont/Courier>>>>>>>>");
   return builder.classic().str();
+}
+
+// The same document with its objects in object streams.
+std::string packed(const std::string& bytes) {
+  auto doc = Document::open(bytes_of(bytes));
+  return std::string(doc->save_to_memory({.object_streams = ObjectStreams::kGenerate})->text());
 }
 
 // The texts that the pages show, one after the other.
@@ -223,4 +230,99 @@ TEST(LayerSigning, SealsAFieldOfItsOwnAndKeepsEarlierSignatures) {
   EXPECT_EQ(again->signature_count(), 2);
   EXPECT_EQ(again->pages()[0].object()["Annots"].size(), 2);
   EXPECT_EQ(again->form().fields().size(), 2u);
+}
+
+namespace {
+
+// A journey over all parts: what it reported as done, and the file that it saved, "" where that was refused.
+struct Journey {
+  bool added = false, turned = false, filled = false, attached = false, titled = false, drawn = false;
+  std::string file;
+  bool has_done_all() const { return added && turned && filled && attached && titled && drawn; }
+};
+
+Journey journey(const std::string& form, const std::string& more) {
+  Journey done;
+  auto doc = Document::open(bytes_of(form));
+  auto other = Document::open(bytes_of(more));
+  if (!doc || !other)
+    return done;
+  done.added = doc->pages().append(other->pages());
+  done.turned = doc->pages()[0].rotate(90);
+  done.filled = static_cast<bool>(doc->form().field("City").set("Oulu"));
+  done.attached = static_cast<bool>(doc->attachments().add("a.txt", bytes_of("of the attachment")));
+  done.titled = doc->info().title("A new title");
+  done.drawn = doc->pages()[0].add_content("q 1 0 0 1 7 7 cm Q");
+  if (const auto saved = doc->save_to_memory())
+    done.file = std::string(saved->text());
+  return done;
+}
+
+void expect_in_file(const Journey& done) {
+  auto doc = Document::open(bytes_of(done.file));
+  ASSERT_TRUE(doc);
+  EXPECT_TRUE(!done.added || texts(*doc).find("m0 m1") != std::string::npos);
+  EXPECT_TRUE(!done.turned || doc->pages()[0].rotation() == 90);
+  EXPECT_TRUE(!done.filled || doc->form().field("City").value() == "Oulu");
+  const Attachments files = doc->attachments();
+  const Attachment* const text = files.find("a.txt");
+  EXPECT_TRUE(!done.attached || (text != nullptr && text->data()->text() == "of the attachment"));
+  EXPECT_TRUE(!done.titled || doc->info().title() == "A new title");
+  const auto content = doc->pages()[0].content_data();
+  EXPECT_TRUE(!done.drawn || content->text().find("7 7 cm") != std::string_view::npos);
+}
+
+}  // namespace
+
+TEST(LayerParts, WhatIsReportedAsDoneIsInTheFileWhicheverRequestForMemoryIsRefused) {
+  FormMaker form;
+  form.field("City", "/FT/Tx/DA(/Helv 12 Tf 0 g)/V(Turku)");
+  const std::string base = form.str();
+  const std::string more = packed(numbered(2, 'm'));
+  Journey done;
+  bool is_refused = true;
+  for (long long refused = 1; is_refused; ++refused) {
+    SCOPED_TRACE(refused);
+    {
+      FailingHeap heap(refused);
+      done = journey(base, more);
+      EXPECT_EQ(heap.held, 0);
+      is_refused = heap.has_refused();
+    }
+    if (!done.file.empty())
+      expect_in_file(done);
+  }
+  EXPECT_TRUE(done.has_done_all());
+  EXPECT_FALSE(done.file.empty());
+}
+
+TEST(LayerParts, AnUpdateAndASealAreWholeOrRefusedWhicheverRequestForMemoryIsRefused) {
+  TestFolder folder;
+  const std::string path = folder / "a.pdf";
+  const std::string before = packed(numbered(2, 'n'));
+  bool is_refused = true;
+  bool updated = false;
+  bool sealed = false;
+  constexpr long long kStep = 3;  // saves wait for the disk
+  for (long long refused = 1; is_refused; refused += kStep) {
+    SCOPED_TRACE(refused);
+    write_file(path, before);
+    {
+      FailingHeap heap(refused);
+      auto doc = Document::open(path);
+      updated = doc && doc->pages()[1].rotate(90) && doc->info().title("Updated") && doc->save_update();
+      auto seal = updated ? doc->seal_signature({.room = 100, .field = "One"}) : Expected<Seal>(Error{});
+      sealed = seal && seal->write(bytes_of("\x30\x01\x02"));
+      is_refused = heap.has_refused();
+    }
+    const std::string after = read_file(path);
+    EXPECT_TRUE(after.starts_with(before));
+    auto again = Document::open(path);
+    ASSERT_TRUE(again);
+    EXPECT_TRUE(again->repairs().empty());
+    EXPECT_EQ(texts(*again), "n0 n1 ");
+    EXPECT_TRUE(!updated || (again->pages()[1].rotation() == 90 && again->info().title() == "Updated"));
+    EXPECT_TRUE(!sealed || again->signature_count() == 1);
+  }
+  EXPECT_TRUE(updated && sealed);
 }

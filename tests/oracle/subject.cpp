@@ -60,7 +60,8 @@ bool Subject::save_complete(Encryption kind, const std::string& password, std::s
     table.sec_hand = nullptr;  // the dictionary's own strings are in clear
     table.resolve(settings, &table.encrypt);
     table.sec_hand = hand;
-    encrypter.continue_with(doc_->handler(), *settings.as_dict());
+    if (!encrypter.continue_with(doc_->handler(), *settings.as_dict()))
+      return false;
     enc = &encrypter;
   } else if (kind != Encryption::kNone && kind != Encryption::kAsBefore) {
     if (!make_encrypter(encrypter, kind, password, target.id))

@@ -49,7 +49,9 @@ def make_document():
     """Two saves; a picture, content, a font with names; an object that is listed but nowhere; texts that are markup."""
     pdf = Pdf()
     name = "".join(f"#{byte:02x}" for byte in EVIL.encode())
-    pdf.add(1, b"<</Type/Catalog/Pages 2 0 R/Evil/" + name.encode() + b"/Outlines 8 0 R/Lost 9 0 R>>")
+    pdf.add(1, b"<</Type/Catalog/Pages 2 0 R/Evil/" + name.encode() + b"/Outlines 8 0 R/Lost 9 0 R/AcroForm<</Fields[11 0 R]>>"
+            b"/Metadata 12 0 R/Names<</JavaScript<</Names[%s 13 0 R]>>/EmbeddedFiles<</Names[%s 14 0 R]>>>>>>"
+            % (literal(EVIL), literal(EVIL)))
     pdf.add(2, "<</Type/Pages/Kids[3 0 R]/Count 1>>")
     pdf.add(3, "<</Type/Page/Parent 2 0 R/MediaBox[0 0 200 100]/Contents 4 0 R/Resources<</Font<</F 5 0 R>>"
                "/XObject<</I 6 0 R>>>>>>")
@@ -61,10 +63,14 @@ def make_document():
     pdf.add(7, b"<</Title " + literal(EVIL) + b"/Author " + literal("Grüße") + b">>")
     pdf.add(8, b"<</Type/Outlines/First 10 0 R/Last 10 0 R/Count 1>>")
     pdf.add(10, b"<</Parent 8 0 R/Title " + literal(EVIL) + b"/Dest[3 0 R/Fit]>>")
-    pdf.save(11, "/Info 7 0 R", {9: 40})
+    pdf.add(11, b"<</FT/Tx/T " + literal(EVIL) + b"/V " + literal(EVIL) + b">>")
+    pdf.stream(12, "/Type/Metadata/Subtype/XML", b"<?xpacket begin=''?><x:xmpmeta>" + EVIL.encode() + b"</x:xmpmeta>")
+    pdf.add(13, b"<</S/JavaScript/JS " + literal(EVIL) + b">>")
+    pdf.add(14, b"<</Type/Filespec/F " + literal(EVIL) + b"/UF " + literal(EVIL) + b">>")
+    pdf.save(15, "/Info 7 0 R", {9: 40})
     pdf.stream(4, "", b"q BT /F 12 Tf 20 50 Td (Second words) Tj ET Q\nq 40 0 0 40 100 20 cm /I Do Q % " + EVIL.encode())
     pdf.add(7, b"<</Title " + literal(EVIL) + b"/Author " + literal("Größe") + b">>")
-    pdf.save(11, "/Info 7 0 R")
+    pdf.save(15, "/Info 7 0 R")
     return pdf.data
 
 
@@ -154,9 +160,10 @@ def use_keys(browser):
             browser.press(key)
             seen.append(browser.value(focused))
 
-    press("End", "Home", "ArrowLeft", "ArrowDown", "ArrowRight", "ArrowLeft", "ArrowLeft", "ArrowDown", "ArrowRight",
-          "ArrowDown")
-    assert seen == ["Images", "Trailer", "Trailer", "Pages", "1, 200 × 100", "Pages", "Pages", "Outline", "Outline", EVIL], seen
+    press("End", "Home", "ArrowLeft", "ArrowDown", "ArrowRight", "ArrowRight", "ArrowLeft", "ArrowLeft", "ArrowDown",
+          "ArrowDown", "ArrowRight", "ArrowDown")
+    assert seen == ["Images", "Trailer", "Trailer", "Pages", "Pages", "1, 200 × 100", "Pages", "Pages", "Form fields", "Outline",
+                    "Outline", EVIL], seen
     assert browser.value("getComputedStyle(document.activeElement.querySelector('.row')).outlineStyle") == "solid"
 
 

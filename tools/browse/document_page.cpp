@@ -13,7 +13,6 @@
 #include "browse/object_syntax.h"
 #include "browse/page_writer.h"
 #include "browse/stream_views.h"
-#include "browse/text_forms.h"
 #include "map/byte_window.h"
 #include "map/map_heading.h"
 #include "map/map_style.h"
@@ -23,6 +22,7 @@
 #include "support/document_check.h"
 #include "support/progress.h"
 #include "support/tool_support.h"
+#include "support/utf8_steps.h"
 
 namespace sheaf::tool {
 
@@ -32,6 +32,7 @@ constexpr std::size_t kMostSyntax = 128 * 1024;
 constexpr std::size_t kPieceBytes = 128 * 1024;
 constexpr std::int64_t kRestOfIndex = 16 * 1024;  // what is added to it last
 constexpr std::size_t kMostReferences = 1 << 20;
+constexpr std::int64_t kLeastBytesOfObject = 160;  // with its row
 constexpr std::ptrdiff_t kMostShownReferrers = 200;
 constexpr std::ptrdiff_t kMostVersions = 12;
 constexpr std::size_t kMostLabelBytes = 60;
@@ -57,7 +58,7 @@ public:
         file_(file),
         most_(most_bytes),
         map_(make_file_map(doc)),
-        places_(doc, map_),
+        places_(doc, map_, static_cast<std::size_t>(most_bytes / kLeastBytesOfObject)),
         page_(out, most_bytes),
         views_(doc.table()) {}
 
@@ -67,9 +68,10 @@ private:
   using Place = std::vector<ObjectPlace>::const_iterator;
   // An object of the index.
   struct Listed {
-    std::int64_t bytes;  // what it takes without what its stream holds, about
-    bool is_stream;
-    bool is_picture;
+    static constexpr std::uint32_t kMostBytes = (1 << 30) - 1;
+    std::uint32_t bytes : 30;  // what it takes without what its stream holds, about
+    bool is_stream : 1;
+    bool is_picture : 1;
   };
   struct Fonts {
     std::string label;
@@ -119,7 +121,10 @@ private:
   std::vector<Fonts> fonts_;
   std::vector<Fonts> images_;
   StreamViews views_;
-  std::int64_t syntax_bytes_ = 0;  // that the objects not yet written take
+  std::int64_t syntax_bytes_ = 0;        // that the objects not yet written take
+  std::int64_t least_bytes_ = 0;         // that all listed objects take
+  std::int32_t last_shown_ = INT32_MAX;  // for objects with greater numbers there is no room
+  bool has_all_references_ = true;
   std::int64_t index_bytes_ = 0;
   std::int64_t streams_ = 0;   // that are not yet written
   std::int64_t pictures_ = 0;  // the same
@@ -170,7 +175,8 @@ PageOutcome DocumentPage::write() {
   index_.key("pieces").begin_array();
   for (const std::int32_t first : pieces_)
     index_.number(first);
-  index_.end_array().key("left_out").number(left_out_).end_object();
+  index_.end_array().key("left_out").number(left_out_);
+  index_.key("has_all_references").flag(has_all_references_).end_object();
   outcome.is_written = outcome.is_written && page_.put_data("index", index_.str()) && page_.finish();
   outcome.has_problems = std::string(check_.status) != "clean";
   outcome.left_out = left_out_;
@@ -252,6 +258,8 @@ void DocumentPage::write_told() {
 
 void DocumentPage::write_rows() {
   Progress progress("objects listed", table_.xref_count);
+  left_out_ = places_.left_out();
+  last_shown_ = places_.last_num();
   table_.objstm_budget.start_again();
   JsonWriter rows;
   rows.begin_array();
@@ -309,9 +317,13 @@ void DocumentPage::write_row(Place place, Place end, JsonWriter& rows) {
   streams_ += value.tag == kTagStream ? 1 : 0;
   SyntaxPrinter syntax(kMostSyntax);
   syntax.print(value);
-  listed_.push_back({cost_of(syntax.text()) * std::min<std::int64_t>(end - place, kMostVersions),
-                     value.tag == kTagStream, kind == PartKind::kImage});
+  const std::int64_t bytes = cost_of(syntax.text()) * std::min<std::int64_t>(end - place, kMostVersions);
+  listed_.push_back(
+      {static_cast<std::uint32_t>(bytes) & Listed::kMostBytes, value.tag == kTagStream, kind == PartKind::kImage});
   syntax_bytes_ += listed_.back().bytes;
+  least_bytes_ += std::ssize(syntax.text()) + kLeastBytesOfObject;
+  if (least_bytes_ > most_)
+    last_shown_ = std::min(last_shown_, place->num);
   if (!place->is_current)
     return;
   note_references(place->num, value);
@@ -325,8 +337,11 @@ void DocumentPage::note_references(std::int32_t num, const CPDFObj& value) {
   ReferenceList found;
   collect_references(value, found);
   for (const std::int32_t to : found) {
-    if (references_.size() < kMostReferences)
-      references_.push({to, num});
+    if (to > last_shown_)
+      continue;
+    has_all_references_ = references_.size() < kMostReferences && references_.push({to, num});
+    if (!has_all_references_)
+      return;
   }
 }
 

@@ -5,12 +5,12 @@
 #include <vector>
 
 #include "sheaf/base/scope_guard.h"
-#include "sheaf/base/utf.h"
 #include "sheaf/base/visited_set.h"
 #include "sheaf/document/names/name_tree.h"
-#include "sheaf/document/names/number_tree.h"
+#include "sheaf/document/pages/page_labels.h"
 #include "sheaf/neighbours/page/acro_form.h"
 #include "support/tool_support.h"
+#include "support/utf8_steps.h"
 
 namespace sheaf::tool {
 
@@ -19,73 +19,23 @@ namespace {
 constexpr std::size_t kMostLabelBytes = 160;
 constexpr int kMostDepth = 64;
 
-std::string roman(std::int32_t number, bool capital) {
-  static const struct {
-    int value;
-    const char* digits;
-  } steps[] = {{1000, "m"}, {900, "cm"}, {500, "d"}, {400, "cd"}, {100, "c"}, {90, "xc"}, {50, "l"},
-               {40, "xl"},  {10, "x"},   {9, "ix"},  {5, "v"},    {4, "iv"},  {1, "i"}};
-  constexpr std::int32_t kMostRoman = 20000;
-  std::string text;
-  for (const auto& step : steps) {
-    for (; number >= step.value && number < kMostRoman; number -= step.value)
-      text += step.digits;
-  }
-  for (char& c : text)
-    c = capital ? static_cast<char>(c - 'a' + 'A') : c;
-  return text;
-}
-
-std::string letters(std::int32_t number, char first) {
-  constexpr std::int32_t kAlphabet = 26;
-  constexpr std::int32_t kMostRepeats = 20;
-  const std::int32_t repeats = std::min((number - 1) / kAlphabet + 1, kMostRepeats);
-  return std::string(static_cast<std::size_t>(repeats), static_cast<char>(first + (number - 1) % kAlphabet));
-}
-
-// The label of a page (ISO 32000-1, 12.4.2); empty when the document has none.
-std::string page_label(CPDFXRefTable& table, const NumberTree& labels, std::int32_t index) {
-  std::int32_t start = 0;
-  const CPDFDictionary* const range = labels.find(index, start);
-  if (range == nullptr)
-    return "";
-  const Freed<CPDFObj> prefix = table.value(range, "P");
-  const Freed<CPDFObj> style = table.value(range, "S");
-  const Freed<CPDFObj> first = table.value(range, "St");
-  const std::int64_t wanted = std::int64_t{std::max(first.to_int(), 1)} + index - start;
-  const auto number = static_cast<std::int32_t>(std::min<std::int64_t>(wanted, INT32_MAX));
-  std::string text = utf8_text(prefix.as_string());
-  if (style.is_name("D"))
-    text += std::to_string(number);
-  else if (style.is_name("R") || style.is_name("r"))
-    text += roman(number, style.is_name("R"));
-  else if (style.is_name("A") || style.is_name("a"))
-    text += letters(number, style.is_name("A") ? 'A' : 'a');
-  return text;
-}
-
 void add_pages(CPDFDoc& doc, std::int64_t most, JsonWriter& json) {
-  NumberTree labels;
-  const Freed<CPDFObj> catalog = doc.table().catalog();
-  labels.load(doc.table(), catalog.item("PageLabels"));
+  CPDFPageLabels labels;
+  labels.load(doc);
   TreeItems items(json, "Pages", most);
   for (int i = 0; i < doc.page_count(); ++i) {
     CPDFPage page;
     std::string text = std::to_string(i + 1);
     if (i < most && doc.load_page(i, page)) {
-      const std::string label = page_label(doc.table(), labels, i);
+      GrowArray<char> label;
+      labels.put_text(i, label);
+      const std::string name(label.begin(), label.end());
       char size[64];
       std::snprintf(size, sizeof(size), ", %.4g × %.4g", to_double(page.shown_width()), to_double(page.shown_height()));
-      text += (label.empty() || label == text ? "" : " (" + label + ")") + size;
+      text += (name.empty() || name == text ? "" : " (" + name + ")") + size;
     }
     items.add(text, doc.page_ref(i).num);
   }
-}
-
-std::string utf8_of(const wchar_t* wide) {
-  std::string utf8;
-  append_utf8(utf8, wide);
-  return utf8;
 }
 
 void add_fields(CPDFDoc& doc, std::int64_t most, JsonWriter& json) {

@@ -2,6 +2,7 @@
 #include "browse/object_places.h"
 
 #include <algorithm>
+#include <map>
 
 #include "map/packed_members.h"
 #include "sheaf/base/scope_guard.h"
@@ -11,19 +12,24 @@ namespace sheaf::tool {
 
 namespace {
 
-constexpr std::size_t kMostPlaces = 1 << 20;
+constexpr std::size_t kMostVersions = 2;    // on average, of so many objects as are kept at most
 constexpr std::uint32_t kOffsetSlack = 16;  // an entry may point this far in front of its object
 
 }  // namespace
 
-ObjectPlaces::ObjectPlaces(CPDFDoc& doc, const FileMap& map) : doc_(doc), table_(doc.table()), map_(map) {
+ObjectPlaces::ObjectPlaces(CPDFDoc& doc, const FileMap& map, std::size_t most)
+    : doc_(doc), table_(doc.table()), map_(map), most_places_(most * kMostVersions) {
+  find_last_num(most);
   const auto& parts = map_.scan.parts;
-  places_.reserve(std::min(parts.size(), kMostPlaces));
-  for (std::size_t i = 0; i < parts.size() && places_.size() < kMostPlaces; ++i) {
+  places_.reserve(std::min(parts.size(), most));
+  for (std::size_t i = 0; i < parts.size(); ++i) {
     const auto part = static_cast<std::int32_t>(i);
     if (parts[i].num < 1)
       continue;
-    places_.push_back({parts[i].num, part, -1, parts[i].end - parts[i].start, is_current(parts[i].num, part, -1)});
+    ObjectPlace place{parts[i].num, part};
+    place.size = (parts[i].end - parts[i].start) & kMostSize;
+    place.is_current = is_current(place.num, part, -1);
+    add(place);
     if (parts[i].is_stream && (parts[i].kind == PartKind::kPacked || parts[i].kind == PartKind::kOldObject))
       add_members(part);
   }
@@ -33,6 +39,24 @@ ObjectPlaces::ObjectPlaces(CPDFDoc& doc, const FileMap& map) : doc_(doc), table_
       return a.num < b.num;
     return a.is_current != b.is_current ? a.is_current : a.part != b.part ? a.part > b.part : a.index > b.index;
   });
+}
+
+// By what the table lists; objects that only a scan finds are few.
+void ObjectPlaces::find_last_num(std::size_t most) {
+  for (std::uint32_t num = 1; num < table_.xref_count; ++num) {
+    if (table_.xref_items[num].is_known() && most-- == 0) {
+      last_num_ = object_num(num) - 1;
+      return;
+    }
+  }
+}
+
+// The current places are always kept.
+void ObjectPlaces::add(const ObjectPlace& place) {
+  if (place.num > last_num_)
+    left_out_ += behind_.visit(place.num) ? 1 : 0;
+  else if (place.is_current || places_.size() < most_places_)
+    places_.push_back(place);
 }
 
 std::uint32_t ObjectPlaces::place_in_stream(std::int32_t part) const {
@@ -56,43 +80,60 @@ void ObjectPlaces::add_members(std::int32_t part) {
   const std::size_t first = places_.size();
   std::vector<std::int32_t> offsets;
   visit_members(table_, place_in_stream(part), container, [&](std::int32_t num, std::int32_t offset) {
-    const auto index = static_cast<std::int32_t>(offsets.size());
-    places_.push_back({num, part, index, 0, is_current(num, part, index)});
+    ObjectPlace place{num, part, static_cast<std::int32_t>(offsets.size())};
+    place.is_current = is_current(num, part, place.index);
+    add(place);
     offsets.push_back(offset);
-    return places_.size() < kMostPlaces;
+    return true;
   });
-  if (offsets.empty())
+  if (places_.size() == first)
     return;
   const PDF_OBJSTM* const objstm = table_.get_objstm_references(place_in_stream(part), container);
   offsets.push_back(objstm != nullptr ? std::max(objstm->decoded - objstm->first, 0) : 0);
-  for (std::size_t i = 0; i + 1 < offsets.size(); ++i)
-    places_[first + i].size = static_cast<std::uint32_t>(std::max(offsets[i + 1] - offsets[i], 0));
+  for (std::size_t i = first; i < places_.size(); ++i) {
+    const auto member = static_cast<std::size_t>(places_[i].index);
+    places_[i].size = static_cast<std::uint32_t>(std::max(offsets[member + 1] - offsets[member], 0)) & kMostSize;
+  }
 }
 
 // What the table knows, but the scan did not meet where the table has it.
 void ObjectPlaces::add_missing() {
   VisitedSet current;
-  std::vector<std::int32_t> part_of;
   for (const ObjectPlace& place : places_) {
-    if (!place.is_current)
-      continue;
-    current.visit(place.num);
-    const std::size_t num = object_index(place.num);
-    if (place.index < 0 && num < table_.xref_count) {
-      part_of.resize(std::max(part_of.size(), num + 1), -1);
-      part_of[num] = place.part;
-    }
+    if (place.is_current)
+      current.visit(place.num);
   }
+  const std::size_t found = places_.size();
   for (std::uint32_t num = 1; num < table_.xref_count; ++num) {
-    const PDF_XREF& entry = table_.xref_items[num];
-    ObjectPlace place{object_num(num), -1, -1, 0, true};
-    if (!entry.is_known() || current.has(place.num))
+    ObjectPlace place{object_num(num)};
+    place.is_current = true;
+    if (table_.xref_items[num].is_known() && !current.has(place.num))
+      add(place);
+  }
+  if (places_.size() > found)
+    find_streams(found);
+}
+
+// Finds the object streams of the places from `first` on.
+void ObjectPlaces::find_streams(std::size_t first) {
+  std::map<std::int32_t, std::int32_t> part_of;
+  for (std::size_t i = first; i < places_.size(); ++i) {
+    const PDF_XREF& entry = table_.xref_items[places_[i].num];
+    if (entry.is_compressed())
+      part_of[entry.container()] = -1;
+  }
+  for (std::size_t i = 0; i < map_.scan.parts.size(); ++i) {
+    const auto part = static_cast<std::int32_t>(i);
+    const auto container = part_of.find(map_.scan.parts[i].num);
+    if (container != part_of.end() && is_current(container->first, part, -1))
+      container->second = part;
+  }
+  for (std::size_t i = first; i < places_.size(); ++i) {
+    const PDF_XREF& entry = table_.xref_items[places_[i].num];
+    if (!entry.is_compressed() || part_of[entry.container()] < 0)
       continue;
-    if (entry.is_compressed() && entry.offset < part_of.size() && part_of[entry.offset] >= 0) {
-      place.part = part_of[entry.offset];
-      place.index = entry.gen;
-    }
-    places_.push_back(place);
+    places_[i].part = part_of[entry.container()];
+    places_[i].index = entry.gen;
   }
 }
 

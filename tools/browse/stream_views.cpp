@@ -6,7 +6,6 @@
 #include <map>
 #include <memory>
 
-#include "browse/text_forms.h"
 #include "image/image_writer.h"
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/base/utf.h"
@@ -86,7 +85,7 @@ std::string content_text(const std::string& bytes) {
     if (reader.is("BI"))
       text += "BI " + operands + "ID EI  % " + std::to_string(reader.image_data().size()) + " bytes of image";
     else
-      text += operands + latin_text(std::string(op));
+      text += operands + latin_text(op);
     text += fault_comment(reader.fault());
     text += '\n';
   }

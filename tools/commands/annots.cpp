@@ -10,6 +10,7 @@
 #include "support/field_report.h"
 #include "support/json_values.h"
 #include "support/tool_support.h"
+#include "support/utf8_steps.h"
 
 namespace sheaf::tool {
 
@@ -28,12 +29,6 @@ struct FieldsOptions {
   bool fdf = false;
   bool xfdf = false;
 };
-
-std::string utf8_of(const wchar_t* text) {
-  std::string out;
-  append_utf8(out, text);
-  return out;
-}
 
 // Fields that are nested as deep as there are annotations would all be written with each of these.
 constexpr std::int32_t kMostLevels = 32;

@@ -2,6 +2,7 @@
 #include <memory>
 
 #include "batch/packed_ahead.h"
+#include "sheaf/base/heap_watch.h"
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/document/writer/doc_writer.h"
 #include "sheaf/neighbours/security/digests.h"
@@ -57,13 +58,17 @@ bool make_encryption(CPDFDoc& doc, CPDFObj& id, const RewriteOptions& options,
   if (options.decrypt || !doc.is_encrypted() || table.sec_filter[0] == 0)
     return true;
   // Protection is never dropped silently: keys, passwords and the identifier that they hang on stay.
+  const HeapWatch watch;
   table.get_encryption(scratch);
-  if (scratch.as_dict() == nullptr)
+  if (scratch.as_dict() == nullptr && watch.all_granted())
     return true;
   enc = std::make_unique<CPDFStandardEncrypt>();
-  enc->continue_with(doc.handler(), *scratch.as_dict());
-  doc.keep_identifier(id);
-  return true;
+  if (scratch.as_dict() != nullptr && enc->continue_with(doc.handler(), *scratch.as_dict())) {
+    doc.keep_identifier(id);
+    return true;
+  }
+  complain(output_name(options.output), "there is no memory for the keys; nothing was written");
+  return false;
 }
 
 struct Counts {

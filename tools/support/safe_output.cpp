@@ -12,6 +12,7 @@
 #include <filesystem>
 #include <vector>
 
+#include "sheaf/base/heap.h"
 #include "support/inputs.h"
 #include "support/messages.h"
 #include "support/unnamed_file.h"
@@ -246,6 +247,8 @@ bool SafeOutput::take_place() {
 }
 
 bool SafeOutput::commit() {
+  if (heap_refusals() != 0)
+    return fail("there is not enough memory for all that belongs into it; nothing was changed");
   struct stat written = {};
   if (stream_.handle() >= 0 && fstat(stream_.handle(), &written) == 0)
     size_ = written.st_size;

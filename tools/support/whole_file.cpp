@@ -32,7 +32,8 @@ bool keep_protection(CPDFDoc& doc, CPDFXRefTable& target, CPDFStandardEncrypt& e
     table.sec_hand = hand;
     if (settings.as_dict() == nullptr)
       return false;
-    enc.continue_with(doc.handler(), *settings.as_dict());
+    if (!enc.continue_with(doc.handler(), *settings.as_dict()))
+      return false;
     chosen = &enc;
   } else if (target.id.as_array() != nullptr && target.id.as_array()->count > 0 &&
              target.id.as_array()->get(0)->as_string().len == 0) {

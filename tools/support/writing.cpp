@@ -47,8 +47,9 @@ void add_writing(Command& command, WritingOptions& options) {
       ->type_name("VERSION");
   auto* compress = command.add_flag("--compress", options.compress,
                                     "Flate in place of no filter, LZW and ASCII filters, where it is smaller");
-  auto* recompress = command.add_option("--recompress", options.recompress,
-                                        "Make Flate anew where it comes out smaller: 1 to 9, or max (very slow)");
+  auto* recompress = command.add_option(
+      "--recompress", options.recompress,
+      "Make Flate anew where it comes out smaller: 1 to 9, or max (very slow; streams above 16 MiB as by 9)");
   recompress->type_name("LEVEL")->check(IsMember({"1", "2", "3", "4", "5", "6", "7", "8", "9", "max"}));
   command.add_option("--jobs", options.jobs, "Processes that --recompress and --compress take")
       ->check(Range{1, kMostJobs});

@@ -19,6 +19,8 @@ public:
   WorkWatch& operator=(const WorkWatch&) = delete;
   ~WorkWatch();
   bool is_stopped() const { return stopped_; }
+  /// Whether the work of this thread is being ended that way.
+  static bool is_stopping() { return present_ != nullptr && present_->stopped_; }
 
   /// How much of the work of this thread is done, of how much, in a unit of the operation's own: said by the loop that
   /// takes most of its time. Costs a few instructions.

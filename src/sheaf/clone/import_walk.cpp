@@ -73,7 +73,7 @@ private:
 CPDFMergeContext* CPDFXRefTable::import_start(CPDFDoc* doc, CPDFXRefTable* src) {
   if (doc == nullptr || src == nullptr)
     return nullptr;
-  auto* context = new (std::nothrow) ImportContext{{doc, nullptr, 0}};
+  auto* context = new (std::nothrow) ImportContext{{doc, nullptr, 0}, {}};
   if (context == nullptr)
     return nullptr;
   // The map never grows, so the source's sections are all read before it is made.

@@ -6,6 +6,7 @@
 #include <cstring>
 #include <new>
 
+#include "sheaf/base/heap.h"
 #include "sheaf/filters/predictor.h"
 #include "sheaf/filters/whole_inflate.h"
 
@@ -17,13 +18,20 @@ bool has_false_sum(const z_stream& stream) {
   return stream.msg != nullptr && std::strcmp(stream.msg, "incorrect data check") == 0;
 }
 
+// Memory that zlib does not get is refused like all other.
+int counted(int result) {
+  if (result == Z_MEM_ERROR)
+    note_heap_refusal();
+  return result;
+}
+
 }  // namespace
 
 CPDFStreamFlate::CPDFStreamFlate(std::uint8_t* block, std::int32_t len) : CPDFStream2(block, len), zstream{} {
   filter_type = kFilterFlate;
   constexpr std::int32_t kExpansion = 4;
   size_hint = len > INT32_MAX / kExpansion ? INT32_MAX : len * kExpansion;
-  inflateInit(&zstream);
+  counted(inflateInit(&zstream));
 }
 
 CPDFStreamFlate::~CPDFStreamFlate() {
@@ -59,7 +67,7 @@ int CPDFStreamFlate::open(unsigned int predictor_kind, unsigned int columns, uns
   out_end = out_pos = 0;
   inflateEnd(&zstream);
   zstream = {};
-  const int result = inflateInit(&zstream);
+  const int result = counted(inflateInit(&zstream));
   zstream.next_in = data;
   zstream.avail_in = static_cast<uInt>(std::max(left, 0));
   zstream.next_out = out_buf;
@@ -75,7 +83,7 @@ bool CPDFStreamFlate::refill() {
   zstream.next_out = out_buf;
   zstream.avail_out = kOutSize;
   zstream.total_out = 0;
-  inflate(&zstream, Z_SYNC_FLUSH);
+  counted(inflate(&zstream, Z_SYNC_FLUSH));
   out_pos = 0;
   out_end = static_cast<std::int32_t>(zstream.total_out);
   return out_end != 0;
@@ -92,14 +100,14 @@ int CPDFStreamFlate::inflate_pieces(std::uint8_t* dst, int size) {
   zstream.next_out = dst;
   zstream.avail_out = static_cast<uInt>(wanted);
   zstream.avail_in -= kKeptBack;
-  inflate(&zstream, Z_SYNC_FLUSH);
+  counted(inflate(&zstream, Z_SYNC_FLUSH));
   zstream.avail_in += kKeptBack;
   const int begun = (wanted - static_cast<int>(zstream.avail_out)) % kOutSize;
   if (begun != 0) {
     const auto rest = static_cast<uInt>(kOutSize - begun);
     const uInt behind = zstream.avail_out - rest;
     zstream.avail_out = rest;
-    inflate(&zstream, Z_SYNC_FLUSH);
+    counted(inflate(&zstream, Z_SYNC_FLUSH));
     zstream.avail_out += behind;
   }
   return wanted - static_cast<int>(zstream.avail_out);

@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <limits>
 
+#include "sheaf/base/heap_watch.h"
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/document/attachments/attachments.h"
 #include "sheaf/document/names/name_tree.h"
@@ -123,6 +124,7 @@ Expected<void> Attachments::add(std::string_view name, std::span<const std::uint
     return trouble;
   if (bytes.size() > static_cast<std::size_t>(std::numeric_limits<std::int32_t>::max()))
     return layer::error_of(Code::kTooLarge, "an embedded file has less than 2 GiB");
+  const HeapWatch watch;
   Object about = Object::dictionary("Type", Name("EmbeddedFile"), "Params",
                                     Object::dictionary("Size", static_cast<std::int64_t>(bytes.size())));
   if (!mime_type.empty())
@@ -145,6 +147,8 @@ Expected<void> Attachments::add(std::string_view name, std::span<const std::uint
                     name_tree_insert(core_->updated_doc().table(), *tree.raw().as_dict(), key_text, {spec.number(), 0});
   QVFree(key_text.data);
   core_->refresh_touched();
+  if (!watch.all_granted())
+    return layer::error_of(Code::kNoMemory, "there is no memory for the file");
   if (!done || !names.set("EmbeddedFiles", std::move(tree)))
     return layer::error_of(Code::kDamaged, "the list of embedded files is damaged");
   collect();

@@ -90,6 +90,7 @@ void Core::LiveNodes::remove(std::int32_t num) {
 
 Core::Core() {
   changes = &doc_.table().change_count;
+  doc_.set_save_safety(PDF_SAVE_SAFETY::kAppend);
 }
 
 void Core::drop() {
@@ -129,6 +130,11 @@ bool Core::note(Error error) {
 
 bool Core::note(Code code, const char* message, std::int32_t object) {
   return note(error_of(code, message, object));
+}
+
+void Core::note_partial(std::int32_t object) {
+  if (!WorkWatch::is_stopping())
+    note(Code::kNoMemory, "there is no memory for an object", object);
 }
 
 Error Core::trouble() const {
@@ -198,8 +204,14 @@ Value Core::object(std::int32_t num) {
     note(Code::kNoMemory, "there is no memory for an object", num);
     return {};
   }
+  // An object of which a part is missing would be stored like that with its first change.
+  const HeapWatch watch;
   doc_.table().get_entity(node->obj, {num, 0});
-  return {node, &node->obj, -1};
+  Value value(node, &node->obj, -1);
+  if (watch.all_granted())
+    return value;
+  note_partial(num);
+  return {};
 }
 
 Value Core::trailer_value(CPDFObj& holder, Node::Owner owner) {
@@ -207,10 +219,18 @@ Value Core::trailer_value(CPDFObj& holder, Node::Owner owner) {
     return object(holder.as_ref().num);
   Node* node = trailer_nodes_[owner == Node::kInfo ? 1 : 0];
   if (node == nullptr) {
+    const HeapWatch watch;
     node = new_node(0, owner);
-    if (node == nullptr)
+    if (node == nullptr) {
+      note_partial(0);
       return {};
+    }
     node->obj.copy_from(&holder);
+    Value value(node, &node->obj, -1);
+    if (watch.all_granted())
+      return value;
+    note_partial(0);
+    return {};
   }
   return {node, &node->obj, -1};
 }
@@ -329,21 +349,29 @@ void Core::refresh_node(Node& node) {
   const PDF_NEWOBJ* const slot = doc_.table().slot_of(object_index(node.num));
   if (slot == nullptr || same_value(slot->obj, node.obj))
     return;
-  if (!node.buried.push(node.obj))
-    return;
-  node.obj = CPDFObj{};
-  node.obj.copy_from(&slot->obj);
-  ++node.epoch;
+  const HeapWatch watch;
+  if (node.buried.push(node.obj)) {
+    node.obj = CPDFObj{};
+    node.obj.copy_from(&slot->obj);
+    ++node.epoch;
+  }
+  if (!watch.all_granted())
+    note_partial(node.num);
 }
 
 void Core::renew_streams() {
   note_seen();
   live_.each([this](Node& node) {
-    if (node.obj.tag == kTagStream && !node.changed && node.buried.push(node.obj)) {
+    if (node.obj.tag != kTagStream || node.changed)
+      return;
+    const HeapWatch watch;
+    if (node.buried.push(node.obj)) {
       node.obj = CPDFObj{};
       doc_.table().get_entity(node.obj, {node.num, 0});
       ++node.epoch;
     }
+    if (!watch.all_granted())
+      note_partial(node.num);
   });
 }
 

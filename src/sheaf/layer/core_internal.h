@@ -67,6 +67,8 @@ public:
   /// Keeps the first failure, which saves then report. False.
   bool note(Error error);
   bool note(Code code, const char* message, std::int32_t object = 0);
+  /// The same for an object that is known in part only. Work that the application stopped is no failure.
+  void note_partial(std::int32_t object);
   const Error& failure() const { return failure_; }
   /// Says why nothing can be done; Code::kNone when it can.
   Error trouble() const;

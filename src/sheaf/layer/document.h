@@ -149,7 +149,8 @@ public:
   void on_progress(ProgressFunction progress);
 
   /// Writes all changes after the content of the file or storage that was opened, of which no byte changes. Without
-  /// a change nothing is written. Stopping has an effect until the writing begins.
+  /// a change nothing is written. A save that fails leaves a file as the last good one left it. Stopping has an effect
+  /// until the writing begins.
   Expected<void> save_update();
   /// Writes a complete new file of what is used. `path` is replaced when the file is complete, and may be the file that
   /// was opened.

@@ -19,9 +19,9 @@ bool NewKeys::make(CPDFDoc& doc, CPDFXRefTable& target, const SaveOptions& optio
   if (dict.as_dict() == nullptr)
     return false;
   enc_ = std::make_unique<CPDFStandardEncrypt>();
-  enc_->continue_with(doc.handler(), *dict.as_dict());
+  const bool done = enc_->continue_with(doc.handler(), *dict.as_dict());
   doc.keep_identifier(target.id);
-  return true;
+  return done;
 }
 
 bool NewKeys::make_fresh(CPDFXRefTable& target, const Encryption& wanted) {
@@ -30,7 +30,7 @@ bool NewKeys::make_fresh(CPDFXRefTable& target, const Encryption& wanted) {
   if (!secure_random(random, sizeof(random)))
     return false;
   Object id = Object::array(Bytes(std::span<const std::uint8_t>(random)), Bytes(std::span<const std::uint8_t>(random)));
-  if (id.raw().as_array() == nullptr || id.raw().as_array()->count != 2)
+  if (!id.is_whole())
     return false;
   const PDF_String first = id.raw().as_array()->items[0].as_string();
   CPDFStandardEncrypt::Settings settings;

@@ -3,6 +3,7 @@
 
 #include <ctime>
 
+#include "sheaf/base/heap_watch.h"
 #include "sheaf/document/signatures/signature_state.h"
 #include "sheaf/document/signatures/signature_writer.h"
 #include "sheaf/layer/core_internal.h"
@@ -91,6 +92,22 @@ Value add_field(layer::Core& core, Page page, const SignatureOptions& options, c
   return field;
 }
 
+// The signature dictionary, its parts reserved. Null, with the failure noted, when there is no memory for it.
+Value add_signature(layer::Core& core, const SignatureOptions& options) {
+  Object signature = Object::dictionary("Type", Name("Sig"), "Filter", Name("Adobe.PPKLite"), "SubFilter",
+                                        Name(options.sub_filter), "M", present_date());
+  const auto say = [&signature](const char* key, const std::string& text) {
+    if (!text.empty())
+      signature.set(key, text);
+  };
+  say("Name", options.name);
+  say("Reason", options.reason);
+  say("Location", options.location);
+  if (signature.raw().as_dict() != nullptr)
+    CPDFSignatureWriter::reserve(*signature.raw().as_dict(), options.room);
+  return core.add(std::move(signature));
+}
+
 Error not_allowed(const char* message, std::int32_t object = 0) {
   return layer::error_of(Code::kNotAllowed, message, object);
 }
@@ -122,22 +139,17 @@ Expected<Seal> Document::seal_signature(const SignatureOptions& options) {
     return not_allowed("the field of that name is no signature field, or is signed already", field.number());
   if (!field && name.find('.') != std::string::npos)
     return layer::error_of(Code::kBadValue, "the name of a new signature field has no period");
+  const HeapWatch watch;
   if (!field)
     field = add_field(*core_, page, options, name);
 
-  Object signature = Object::dictionary("Type", Name("Sig"), "Filter", Name("Adobe.PPKLite"), "SubFilter",
-                                        Name(options.sub_filter), "M", present_date());
-  const auto say = [&signature](const char* key, const std::string& text) {
-    if (!text.empty())
-      signature.set(key, text);
-  };
-  say("Name", options.name);
-  say("Reason", options.reason);
-  say("Location", options.location);
-  CPDFSignatureWriter::reserve(*signature.raw().as_dict(), options.room);
-  const Value value = core_->add(std::move(signature));
+  const Value value = add_signature(*core_, options);
   field.set("V", value);
   root()["AcroForm"].set("SigFlags", kSignedAndAppendOnly);
+  if (!watch.all_granted()) {
+    core_->note(Code::kNoMemory, "there is no memory for the signature field", field.number());
+    return core_->trouble();
+  }
   if (Expected<void> ready = begin_saving(); !ready)
     return ready.error();
   auto writer = std::make_unique<CPDFSignatureWriter>(doc);
@@ -185,7 +197,8 @@ Expected<std::array<std::uint8_t, 32>> Seal::sha256() const {
       [&context](std::span<const std::uint8_t> bytes) { EVP_DigestUpdate(context.get(), bytes.data(), bytes.size()); });
   if (!read)
     return read.error();
-  EVP_DigestFinal_ex(context.get(), result.data(), nullptr);
+  if (EVP_DigestFinal_ex(context.get(), result.data(), nullptr) != 1)
+    return layer::error_of(Code::kNoMemory, "there is no memory for a digest");
   return result;
 }
 

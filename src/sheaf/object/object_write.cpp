@@ -228,17 +228,12 @@ void ObjectPrinter::copy_body(const StoredBytes& body, CPDFEncrypt* enc) {
 }
 
 void ObjectPrinter::print_indirect(const CPDFObj& obj) {
-  print_integer(out_, para_.obj_num);
-  out_.put(' ');
-  print_integer(out_, para_.gen);
-  out_.text(" obj");
-  out_.line_end();
+  print_object_begin(out_, para_.obj_num, para_.gen);
   if (const CPDFStreamRec* rec = obj.as_stream())
     print_stream(*rec);
   else
     print_value(obj);
-  out_.text("\nendobj");
-  out_.line_end();
+  print_object_end(out_);
 }
 
 }  // namespace

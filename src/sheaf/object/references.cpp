@@ -5,6 +5,7 @@
 
 #include "sheaf/object/array.h"
 #include "sheaf/object/dictionary.h"
+#include "sheaf/object/plain_scan_internal.h"
 #include "sheaf/object/value_grammar_internal.h"
 #include "sheaf/object/work_stack_internal.h"
 
@@ -59,6 +60,46 @@ private:
   Next open_[kMostNested];
 };
 
+// Takes the references of a plain value and lets the rest pass.
+struct PlainReferences {
+  ReferenceList& found;
+
+  bool name(std::string_view /*text*/) { return true; }
+  bool key(std::string_view /*text*/) { return true; }
+  bool string(std::string_view /*bytes*/) { return true; }
+  bool hex_string() { return true; }
+  bool integer(std::int32_t /*value*/) { return true; }
+  bool real(QVFIX /*value*/) { return true; }
+  bool word(std::string_view /*text*/) { return true; }
+  bool reference(const PDF_REF& ref) { return found.push(ref.num); }
+  bool open(bool /*dict*/) { return true; }
+  bool close(bool /*dict*/) { return true; }
+};
+
+// The same as the collector finds, where the value is plain; false, with nothing passed, where it is not.
+bool read_plain_references(CPDFBuf& buf, ReferenceList& found) {
+  constexpr std::uint32_t kUsualSize = 512;
+  if (!reads_plainly(buf))
+    return false;
+  if (buf.buf_len < buf.buf_pos + kUsualSize)
+    buf.buf_need(kUsualSize);
+  const std::size_t before = found.size();
+  PlainReferences sink{found};
+  PlainScan scan(buf, sink);
+  const bool has_header = scan.header();
+  if (!has_header)
+    scan.skip_space();
+  // A number without a header might be the beginning of one.
+  if ((!has_header && is_digit(*scan.at())) || !scan.value()) {
+    found.resize(before);
+    return false;
+  }
+  buf.buf_pos = static_cast<std::uint32_t>(scan.at() - buf.buf_data);
+  if (has_header)
+    TokenReader(buf).skip_space();
+  return true;
+}
+
 // A container whose items are being looked at. Borrowed.
 struct Frame {
   const CPDFArray* array;
@@ -77,6 +118,8 @@ const CPDFObj* next_item(Frame& frame) {
 }  // namespace
 
 CPDFTag read_references(CPDFBuf& buf, ReferenceList& found) {
+  if (read_plain_references(buf, found))
+    return kTagNull;
   ReferenceCollector collector(found);
   ValueGrammar grammar(buf, collector);
   PDF_REF ref{};

@@ -2,8 +2,9 @@
 #include "sheaf/object/scalar_print.h"
 
 #include <algorithm>
-#include <array>
 #include <cstring>
+
+#include "sheaf/object/printed_form_internal.h"
 
 namespace sheaf {
 
@@ -11,53 +12,6 @@ namespace {
 
 constexpr char kHexDigits[] = "0123456789ABCDEF";
 constexpr unsigned kMostFractionDigits = 9;  // enough to distinguish any two values of 26 fraction bits
-
-constexpr bool is_printable(char c) {
-  return c >= ' ' && c <= '~';
-}
-
-// The letter after the backslash for the characters that have one, or 0.
-constexpr char escape_letter(char c) {
-  switch (c) {
-    case '\n':
-      return 'n';
-    case '\r':
-      return 'r';
-    case '\t':
-      return 't';
-    case '\b':
-      return 'b';
-    case '\f':
-      return 'f';
-    case '(':
-    case ')':
-    case '\\':
-      return c;
-    default:
-      return 0;
-  }
-}
-
-// How many characters each byte takes in a literal string.
-constexpr std::array<std::uint8_t, 256> kLiteralSizes = []() {
-  std::array<std::uint8_t, 256> table{};
-  for (unsigned c = 0; c < table.size(); ++c) {
-    const auto byte = static_cast<char>(c);
-    table[c] = escape_letter(byte) != 0 ? 2 : is_printable(byte) ? 1 : 4;
-  }
-  return table;
-}();
-
-constexpr unsigned literal_size(char c) {
-  return kLiteralSizes[static_cast<unsigned char>(c)];
-}
-
-constexpr std::array<bool, 256> kPlainInNames = []() {
-  std::array<bool, 256> table{};
-  for (unsigned c = 0; c < table.size(); ++c)
-    table[c] = is_regular(static_cast<char>(c)) && is_printable(static_cast<char>(c)) && c != '#';
-  return table;
-}();
 
 // Two hexadecimal digits of each byte, in pieces.
 void print_hex(PrintBuffer& out, const char* bytes, std::int32_t len) {
@@ -181,7 +135,7 @@ void print_name(PrintBuffer& out, const char* name) {
     return;
   for (const char* at = name;; ++at) {
     const char* const run = at;
-    while (kPlainInNames[static_cast<unsigned char>(*at)])
+    while (is_plain_in_name(*at))
       ++at;
     out.text({run, static_cast<std::size_t>(at - run)});
     if (*at == 0)
@@ -212,6 +166,19 @@ void print_ref(PrintBuffer& out, const PDF_REF& ref) {
   *to++ = ' ';
   *to++ = 'R';
   out.close(to);
+}
+
+void print_object_begin(PrintBuffer& out, std::int32_t num, std::int32_t gen) {
+  print_integer(out, num);
+  out.put(' ');
+  print_integer(out, gen);
+  out.text(" obj");
+  out.line_end();
+}
+
+void print_object_end(PrintBuffer& out) {
+  out.text("\nendobj");
+  out.line_end();
 }
 
 }  // namespace sheaf

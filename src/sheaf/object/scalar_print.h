@@ -15,4 +15,8 @@ void print_name(PrintBuffer& out, const char* name);
 void print_string(PrintBuffer& out, const char* bytes, std::int32_t len);
 void print_ref(PrintBuffer& out, const PDF_REF& ref);
 
+/// The lines around an indirect object (ISO 32000-1, 7.3.10).
+void print_object_begin(PrintBuffer& out, std::int32_t num, std::int32_t gen);
+void print_object_end(PrintBuffer& out);
+
 }  // namespace sheaf

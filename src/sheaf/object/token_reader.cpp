@@ -7,45 +7,13 @@
 
 #include "sheaf/base/chars.h"
 #include "sheaf/base/stream.h"
+#include "sheaf/object/number_digits_internal.h"
 
 namespace sheaf {
 
 namespace {
 
-constexpr unsigned kFractionDigits = 10;  // a QVFIX has room for the effect of no more
-constexpr unsigned kFewDigits = 9;        // so many can never leave 32 bits
-constexpr std::int64_t kIntegerLimit = std::int64_t{1} << (63 - kFixBits);  // integer part of a QVFIX
-
-constexpr std::int64_t kPowersOfTen[kFractionDigits + 1] = {
-    1, 10, 100, 1000, 10000, 100000, 1000000, 10000000, 100000000, 1000000000, 10000000000};
-
-// Digits of one number while they are read.
-struct Digits {
-  std::int64_t whole = 0;
-  std::int64_t fraction = 0;
-  unsigned fraction_digits = 0;
-
-  void add_whole(char c) {
-    if (whole < kIntegerLimit)
-      whole = whole * 10 + (c - '0');
-  }
-  void add_fraction(char c) {
-    if (fraction_digits == kFractionDigits)
-      return;
-    fraction = fraction * 10 + (c - '0');
-    ++fraction_digits;
-  }
-  // What does not fit becomes the largest or the smallest value there is.
-  QVFIX real(bool negative) const {
-    if (whole >= kIntegerLimit)
-      return negative ? INT64_MIN : INT64_MAX;
-    const std::int64_t scale = kPowersOfTen[fraction_digits];
-    const QVFIX part = (fraction * kFixOne + scale / 2) / scale;
-    const QVFIX base = fix_from_int(whole);
-    const QVFIX size = base > INT64_MAX - part ? INT64_MAX : base + part;
-    return negative ? -size : size;
-  }
-};
+constexpr unsigned kFewDigits = 9;  // so many can never leave 32 bits
 
 constexpr bool is_number_start(char c) {
   return is_digit(c) || c == '+' || c == '-' || c == '.';
@@ -251,7 +219,7 @@ void TokenReader::read_number(CPDFObj& value) {
     return read_odd_number(value);
   if (*at == '.') {
     const char* const point = at;
-    Digits digits{whole, 0, 0};
+    NumberDigits digits{whole, 0, 0};
     for (++at; is_digit(*at); ++at)
       digits.add_fraction(*at);
     if (at > point + kFewDigits || at == limit() || !ends_number(*at))
@@ -280,7 +248,7 @@ void TokenReader::read_odd_number(CPDFObj& value) {
     plain = false;
     take();
   }
-  Digits digits;
+  NumberDigits digits;
   for (; c != -1 && is_digit(static_cast<char>(c)); c = peek()) {
     digits.add_whole(static_cast<char>(c));
     take();

@@ -4,6 +4,7 @@
 #include "sheaf/base/number_text.h"
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/object/parse_buf.h"
+#include "sheaf/object/plain_object.h"
 #include "sheaf/save/stored_print.h"
 #include "sheaf/xref/xref_table.h"
 
@@ -13,6 +14,16 @@ namespace {
 
 std::uint32_t offset_from(const CQVStream* out, int base) {
   return static_cast<std::uint32_t>(out->GetPos()) - static_cast<std::uint32_t>(base);
+}
+
+// An object that needs no values to be printed. False when it does; nothing was printed then.
+bool print_plain(CPDFBuf& buf, CQVStream* out, int base, int num, PDF_XREF& item) {
+  PlainObject object;
+  if (!object.read(buf))
+    return false;
+  item.offset = offset_from(out, base);
+  object.print(out, num, item.gen);
+  return true;
 }
 
 }  // namespace
@@ -39,6 +50,8 @@ void CPDFXRefTable::save_obj(CQVStream* out, int base, int num, PDF_XREF* item, 
   // what a garbled line gave, since no header can bear it.
   if (item->gen < 0)
     item->gen = 0;
+  if (!encrypted && enc == nullptr && print_plain(buf, out, base, num, *item))
+    return;
   PDF_DEC_PARA dec{{num, item->gen}, sec_hand};
   Freed<CPDFObj> obj;
   obj.read(&buf, encrypted ? &dec : nullptr);

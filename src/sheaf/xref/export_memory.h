@@ -7,11 +7,12 @@
 #include <cstdint>
 
 #include "sheaf/base/grow_array.h"
+#include "sheaf/base/heap.h"
 #include "sheaf/object/object.h"
 
 namespace sheaf {
 
-class ExportMemory {
+class ExportMemory : public QVHeapObject<ExportMemory> {
 public:
   /// The flattened copy of an object, whole.
   struct Kept {

@@ -4,6 +4,7 @@
 
 #include "sheaf/base/chars.h"
 #include "sheaf/base/heap.h"
+#include "sheaf/base/heap_watch.h"
 #include "sheaf/base/number_text.h"
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/object/parse_buf.h"
@@ -51,12 +52,26 @@ void correct_container(CPDFXRefTable& table, std::int32_t num) {
     correct_entry(table, num, place);
 }
 
+// A copy that is whole, or null where there is no memory for it: changed and stored, a part would take the place of the
+// whole.
+void copy_whole(CPDFObj& out, const CPDFObj& value) {
+  const HeapWatch watch;
+  out.copy_from(&value);
+  if (!watch.all_granted())
+    out.free();
+}
+
 // What becomes of an object that was found: its value is wanted.
 struct ValueTaker {
   CPDFObj& out;
 
-  void read(CPDFBuf& buf, PDF_DEC_PARA* para) { out.read(&buf, para); }
-  void copy(const CPDFObj& value) { out.copy_from(&value); }
+  void read(CPDFBuf& buf, PDF_DEC_PARA* para) {
+    const HeapWatch watch;
+    out.read(&buf, para);
+    if (!watch.all_granted())
+      out.free();
+  }
+  void copy(const CPDFObj& value) { copy_whole(out, value); }
   void copy_compressed(CPDFXRefTable& table, std::uint32_t offset, std::int32_t stm, std::int32_t index) {
     table.read_compressed(out, offset, stm, index);
   }
@@ -201,7 +216,7 @@ void CPDFXRefTable::resolve(CPDFXRefTable* table, CPDFObj& out, const CPDFObj* i
   if (item != nullptr && item->tag == kTagRef && table != nullptr)
     table->get_entity(value, item->as_ref());
   else if (item != nullptr)
-    value.copy_from(item);
+    copy_whole(value, *item);
   out.move_from(value);
 }
 
@@ -250,7 +265,7 @@ Freed<CPDFObj> CPDFXRefTable::value(const CPDFObj* item) {
   if (item != nullptr && item->tag == kTagRef)
     get_entity(out, item->as_ref());
   else if (item != nullptr)
-    out.copy_from(item);
+    copy_whole(out, *item);
   return out;
 }
 

@@ -9,6 +9,7 @@
 
 #include "sheaf/base/chars.h"
 #include "sheaf/base/heap.h"
+#include "sheaf/base/heap_watch.h"
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/filters/stream_flaw.h"
 #include "sheaf/object/parse_buf.h"
@@ -80,13 +81,22 @@ std::int64_t weight_of_objects(const PDF_OBJSTM& entry) {
   return entry.decoded * kParsedPerByte + entry.count * static_cast<std::int64_t>(sizeof(CPDFObj));
 }
 
+// All or none: a value of which a part is missing would be given out as it is from then on.
 bool read_objects(PDF_OBJSTM& entry) {
+  const HeapWatch watch;
   entry.objs = static_cast<CPDFObj*>(QVAlloc(static_cast<std::size_t>(entry.count) * sizeof(CPDFObj)));
   if (entry.objs == nullptr)
     return false;
   std::fill(entry.objs, entry.objs + entry.count, CPDFObj{});
   for (std::int32_t i = 0; i < entry.count; ++i)
     read_member(entry, i, entry.objs[i]);
+  if (!watch.all_granted()) {
+    for (std::int32_t i = 0; i < entry.count; ++i)
+      entry.objs[i].free();
+    QVFree(entry.objs);
+    entry.objs = nullptr;
+    return false;
+  }
   entry.objs_weight = weight_of_objects(entry);
   return true;
 }
@@ -387,7 +397,13 @@ PDF_OBJSTM* get(CPDFXRefTable& table, unsigned int offset, const PDF_REF& ref, W
   PDF_OBJSTM entry{};
   entry.offset = place_in_file;
   entry.recent = 1;
-  PDF_OBJSTM* const stored = load_objstm(table, ref, before, entry) ? store_objstm(table, entry) : nullptr;
+  const HeapWatch watch;
+  bool is_loaded = load_objstm(table, ref, before, entry);
+  if (is_loaded && !watch.all_granted()) {  // kept like this, it would be a stream without objects from now on
+    release_all(entry);
+    is_loaded = false;
+  }
+  PDF_OBJSTM* const stored = is_loaded ? store_objstm(table, entry) : nullptr;
   QVFree(before.refs);
   if (known == nullptr && stored != nullptr)
     note_unlisted(table, ref.num, offset);
@@ -416,10 +432,13 @@ void CPDFXRefTable::read_compressed(CPDFObj& out, unsigned int offset, int num, 
   const std::int64_t weight = weight_of_objects(*objstm);
   if (objstm->text != nullptr && objstm_budget.held + weight <= objstm_budget.limit / kShareOfValues)
     with_objects(*this, objstm);
+  const HeapWatch watch;
   if (objstm->objs != nullptr)
     out.copy_from(objstm->objs + index);
   else if (objstm->text != nullptr)
     read_member(*objstm, index, out);
+  if (!watch.all_granted())
+    out.free();
 }
 
 bool CPDFXRefTable::serves_as_objstm(std::uint32_t offset) {

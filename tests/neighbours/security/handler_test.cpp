@@ -146,7 +146,7 @@ TEST(Handler, AKeyLengthThatIsMissingOrFalseIsFound) {
     EXPECT_EQ(open_with(enc, "user", hand), Outcome::kOpenedAsUser);
     // Other readers find it in what is written from here on.
     CPDFStandardEncrypt next;
-    next.continue_with(hand, enc.encrypt_dict);
+    ASSERT_TRUE(next.continue_with(hand, enc.encrypt_dict));
     EXPECT_EQ(next.encrypt_dict.get_item("Length")->as_int(), 128);
   }
 }
@@ -321,7 +321,7 @@ TEST(Encrypted, CryptFiltersMayBeReferences) {
     Freed<CPDFObj> whole;
     doc.table().get_encryption(whole);
     CPDFStandardEncrypt same;
-    same.continue_with(doc.handler(), *whole.as_dict());
+    ASSERT_TRUE(same.continue_with(doc.handler(), *whole.as_dict()));
     doc.keep_identifier(target.id);
     doc.save_complete(target, &same);
     CPDFDoc copy;

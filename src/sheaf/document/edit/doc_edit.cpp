@@ -92,9 +92,9 @@ bool CPDFDoc::attach(const char* path) {
     return table_.store_object(tree_ref, tree);
   names.as_dict()->move_item("EmbeddedFiles", tree);
   if (names_ref.num != 0)
-    return table_.store_object(names_ref, names);
+    return watch.all_granted() && table_.store_object(names_ref, names);
   top->move_item("Names", names);
-  return table_.store_object(table_.root.as_ref(), catalog);
+  return watch.all_granted() && table_.store_object(table_.root.as_ref(), catalog);
 }
 
 long long CPDFDoc::file_size() const {

@@ -5,6 +5,7 @@
 #include <cstdint>
 
 #include "sheaf/base/grow_array.h"
+#include "sheaf/base/heap.h"
 #include "sheaf/object/object.h"
 
 class CPDFFontType0;
@@ -29,7 +30,7 @@ struct FontTraits {
   bool bold = false;
 };
 
-class SystemFonts {
+class SystemFonts : public QVHeapObject<SystemFonts> {
 public:
   /// What holds for all fonts that are made.
   struct Options {

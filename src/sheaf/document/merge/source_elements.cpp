@@ -96,7 +96,8 @@ void SourceElements::list_all(MergeSource& source) {
   Freed<CPDFObj> obj = source.table.value(place);
   index_->clear();
   records_walk_ = source.takes_few;
-  look_at(source, *obj.as_dict(), place->as_ref(), -1, waiting);
+  if (obj.as_dict() != nullptr)
+    look_at(source, *obj.as_dict(), place->as_ref(), -1, waiting);
   while (!waiting.empty() && elements_.size() < kMostElements) {
     SourceElement element = waiting.back();
     waiting.pop();

@@ -6,6 +6,8 @@
 
 #include "sheaf/document/metadata/xmp_packet_internal.h"
 
+#include "sheaf/base/heap.h"
+
 namespace sheaf {
 
 namespace {
@@ -122,7 +124,10 @@ private:
 }  // namespace
 
 bool XmpPacket::read(const void* data, std::size_t size) {
-  if (!document_.load_buffer(data, size, kEverything))
+  const pugi::xml_parse_result result = document_.load_buffer(data, size, kEverything);
+  if (result.status == pugi::status_out_of_memory)
+    note_heap_refusal();
+  if (!result)
     return false;
   int depth = 0;
   for (pugi::xml_node node = document_.first_child(); node; node = next_node(node, depth)) {

@@ -6,6 +6,7 @@
 #include <new>
 
 #include "sheaf/base/heap.h"
+#include "sheaf/base/heap_watch.h"
 #include "sheaf/base/number_text.h"
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/object/array.h"
@@ -31,13 +32,13 @@ PDF_String element_text(CPDFXRefTable& table, const CPDFArray& array, std::int32
   return text.data != nullptr ? text : PDF_String{0, const_cast<char*>("")};
 }
 
-// Inserts an element before `index`.
-void insert_at(CPDFArray& array, std::int32_t index, CPDFObj& value) {
-  if (array.append_moved(value) != 0)
-    std::rotate(array.items + index, array.items + array.count - 1, array.items + array.count);
+// Inserts a name with its value before `index`.
+void insert_at(CPDFArray& array, std::int32_t index, CPDFObj& name, CPDFObj& value) {
+  if (array.append_moved(name) != 0 && array.append_moved(value) != 0)
+    std::rotate(array.items + index, array.items + array.count - 2, array.items + array.count);
 }
 
-enum class Insert { kDone, kTaken, kDamaged };
+enum class Insert { kDone, kTaken, kFailed };
 
 class TreeInserter {
 public:
@@ -46,7 +47,7 @@ public:
 
   Insert insert(CPDFDictionary& node, int level) {
     if (level == kMostLevels)
-      return Insert::kDamaged;
+      return Insert::kFailed;
     Freed<CPDFObj> kids = table_.value(&node, "Kids");
     CPDFArray* const array = kids.as_array();
     const Insert result =
@@ -57,7 +58,7 @@ public:
       node.move_item("Kids", kids);
     if (level > 0)
       widen_limits(node);
-    return result;
+    return watch_.all_granted() ? result : Insert::kFailed;  // no level is stored of which something is missing
   }
 
 private:
@@ -67,7 +68,7 @@ private:
       names.take_array(new (std::nothrow) CPDFArray);
     CPDFArray* const array = names.as_array();
     if (array == nullptr)
-      return Insert::kDamaged;
+      return Insert::kFailed;
     Freed<CPDFObj> scratch;
     std::int32_t at = 0;
     for (; at + 1 < array->count; at += 2) {
@@ -77,12 +78,11 @@ private:
       if (order < 0)
         break;
     }
-    CPDFObj key{};
-    CPDFObj value{};
+    Freed<CPDFObj> key;
+    Freed<CPDFObj> value;
     key.set_string(name_.data, name_.len);
     value.set_ref(value_);
-    insert_at(*array, at, key);
-    insert_at(*array, at + 1, value);
+    insert_at(*array, at, key, value);
     node.move_item("Names", names);
     return Insert::kDone;
   }
@@ -104,7 +104,7 @@ private:
     const PDF_REF ref = slot.as_ref();
     kid = table_.value(&slot);
     if (kid.as_dict() == nullptr)
-      return Insert::kDamaged;
+      return Insert::kFailed;
     const Insert result = insert(*kid.as_dict(), level + 1);
     if (result != Insert::kDone)
       return result;
@@ -133,6 +133,7 @@ private:
     node.set_item_arr("Limits", &fresh);
   }
 
+  const HeapWatch watch_;
   CPDFXRefTable& table_;
   PDF_String name_;
   PDF_REF value_;

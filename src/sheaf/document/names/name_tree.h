@@ -12,7 +12,7 @@ namespace sheaf {
 /// Puts `value` under `name` into the tree whose root node `root` holds (a dictionary, empty for a
 /// new tree). Nodes that are objects of their own are stored as changed objects; `root` itself is
 /// the caller's to store. A name that is taken gets a number after it; `name` becomes what was used.
-/// False when the tree is damaged.
+/// False when the tree is damaged, or memory was refused: what is stored then is whole.
 bool name_tree_insert(CPDFXRefTable& table, CPDFDictionary& root, PDF_String& name, const PDF_REF& value);
 
 /// Calls `visit(name, value)` for every name of the tree below `root`, which may be null; both are

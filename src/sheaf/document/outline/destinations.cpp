@@ -102,7 +102,8 @@ std::int32_t Destinations::page_of_holder(const CPDFDictionary& holder, CPDFObj*
   if (const CPDFObj* const destination = holder.get_item("Dest"))
     return page_of(destination, place);
   const Freed<CPDFObj> action = doc_.table().value(&holder, "A");
-  return has_destination(holder) ? page_of(action.as_dict()->get_item("D"), place) : 0;
+  const CPDFDictionary* const dict = action.as_dict();
+  return dict != nullptr && has_destination(holder) ? page_of(dict->get_item("D"), place) : 0;
 }
 
 int Destinations::index_of(std::int32_t page) {

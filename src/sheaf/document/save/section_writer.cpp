@@ -35,7 +35,8 @@ bool SectionWriter::write(PDF_SAVE_FORM form, PDF_SIGN_DATA* sign) {
     // Without the key nothing may go into the file: what is written in clear can never be read as it.
     if (table_.sec_filter[0] == 0 || table_.sec_hand == nullptr || settings.as_dict() == nullptr)
       return false;
-    encrypter.continue_with(doc_.handler(), *settings.as_dict());
+    if (!encrypter.continue_with(doc_.handler(), *settings.as_dict()))
+      return false;
     enc = &encrypter;
     keep_identifier(table_, table_.id);
   }

@@ -24,9 +24,16 @@ constexpr std::size_t kFirstRoom = 4096;
 // What is larger than this takes minutes by the slow way, and zlib comes close to it there.
 constexpr std::size_t kMostForEffort = 16 * 1024 * 1024;
 
+// So many rounds over the data make small streams as small as they get; large ones have fewer, so that none takes much
+// longer than a few mebibytes read once.
+constexpr std::size_t kMostRounds = 15;
+constexpr std::size_t kMostBytesOfRounds = kMostRounds * 256 * 1024;
+
 unsigned char* deflate_slowly(const unsigned char* data, std::size_t size, std::size_t& out_size) {
   ZopfliOptions options;
   ZopfliInitOptions(&options);
+  const std::size_t rounds = kMostBytesOfRounds / std::max<std::size_t>(size, 1);
+  options.numiterations = static_cast<int>(std::clamp<std::size_t>(rounds, 1, kMostRounds));
   unsigned char* packed = nullptr;
   out_size = 0;
   ZopfliCompress(&options, ZOPFLI_FORMAT_ZLIB, data, size, &packed, &out_size);

@@ -6,10 +6,11 @@
 #include <cstdint>
 
 #include "sheaf/base/grow_array.h"
+#include "sheaf/base/heap.h"
 
 namespace sheaf {
 
-class Jbig2Encoder {
+class Jbig2Encoder : public QVHeapObject<Jbig2Encoder> {
 public:
   /// Both at least 1.
   Jbig2Encoder(std::int32_t columns, std::int32_t rows);

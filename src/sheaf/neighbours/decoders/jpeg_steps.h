@@ -10,6 +10,8 @@
 
 #include <jpeglib.h>
 
+#include "sheaf/base/heap.h"
+
 namespace sheaf {
 
 /// The error manager with what a failed step needs.
@@ -19,7 +21,7 @@ struct JpegErrors : jpeg_error_mgr {
 };
 
 /// One image being read. Plain; value-initialise it.
-struct JpegSteps {
+struct JpegSteps : QVHeapObject<JpegSteps> {
   jpeg_decompress_struct cinfo;
   JpegErrors errors;
   jpeg_progress_mgr progress;

@@ -13,6 +13,7 @@
 #include <cstdint>
 
 #include "sheaf/base/grow_array.h"
+#include "sheaf/base/heap.h"
 
 class CPDFCMap;
 class CPDFCMapToUnicode;
@@ -20,7 +21,7 @@ class CPDFSharedCMap;
 
 /// What the copies share. It lives until the last copy and the last map listed are gone. Its lock
 /// guards the lists of maps and of folders, so that several threads can load and release.
-class CPDFCMapResources {
+class CPDFCMapResources : public QVHeapObject<CPDFCMapResources> {
 public:
   /// One user, the caller, who ends with `leave`. Null when there is no memory.
   static CPDFCMapResources* create();

@@ -9,6 +9,8 @@
 
 #include <pthread.h>
 
+#include "sheaf/base/heap.h"
+
 class CPDFCMap;
 class CPDFCMapResources;
 class CPDFCMapToUnicode;
@@ -23,7 +25,7 @@ struct FontUses;
 
 /// Copies share fonts, faces and maps; each copy may be used by one thread at a time, different
 /// copies by different threads. A shared face is used by one thread at a time.
-class CPDFEnviroment {
+class CPDFEnviroment : public QVHeapObject<CPDFEnviroment> {
 public:
   pthread_mutex_t mutex;  ///< First member: the table destroys it with the copy. Guards the copy's list of uses.
 

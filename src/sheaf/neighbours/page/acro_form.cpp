@@ -5,6 +5,7 @@
 #include <new>
 
 #include "sheaf/base/heap.h"
+#include "sheaf/base/heap_watch.h"
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/base/visited_set.h"
 #include "sheaf/base/wide_text.h"
@@ -224,6 +225,7 @@ CPDFDictionary* CPDFAcroForm::edit_dict() {
       give_trailer_values_numbers(table_) ? editable(table_, table_.root.as_ref()) : nullptr;
   if (catalog == nullptr)
     return nullptr;
+  const HeapWatch watch;
   const CPDFObj* item = catalog->get_item(CPDFDictionary::sm_tag_acro_form);
   PDF_REF ref = ref_of(item);
   Freed<CPDFObj> form = table_.value(item);
@@ -242,7 +244,7 @@ CPDFDictionary* CPDFAcroForm::edit_dict() {
   if (list.as_array() == nullptr)
     list.take_array(new (std::nothrow) CPDFArray);
   form.as_dict()->move_item("Fields", list);
-  if (!table_.store_object(ref, form))
+  if (!watch.all_granted() || !table_.store_object(ref, form))
     return nullptr;
   form_ref_ = ref;
   return table_.get_xref2(ref.num, ref.gen)->obj.as_dict();

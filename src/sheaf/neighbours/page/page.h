@@ -6,6 +6,7 @@
 #include <cstdint>
 
 #include "sheaf/base/fixed.h"
+#include "sheaf/base/heap.h"
 #include "sheaf/object/dictionary.h"
 #include "sheaf/object/object.h"
 
@@ -52,7 +53,7 @@ enum CPDFContentKind : std::int32_t { kContentPage = 1, kContentForm = 2 };
 
 /// One form: `pre_load` reads what its dictionary says, `load` decodes its content. Independent of
 /// the table's storage: the stream object is copied; the data are read from the table's streams.
-class CPDFForm {
+class CPDFForm : public QVHeapObject<CPDFForm> {
 public:
   CPDFForm() = default;
   CPDFForm(const CPDFForm&) = delete;

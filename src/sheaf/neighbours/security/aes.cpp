@@ -5,6 +5,7 @@
 
 #include <cerrno>
 
+#include "sheaf/base/heap.h"
 #include "sheaf/neighbours/security/crypto_calls.h"
 
 namespace sheaf {
@@ -16,11 +17,12 @@ bool has_aes() {
 AesCbc::AesCbc(Direction direction, const unsigned char* key, std::size_t key_size, const unsigned char* iv,
                Padding padding)
     : context_(has_crypto() ? EVP_CIPHER_CTX_new() : nullptr), decrypts_(direction == Direction::kDecrypt) {
-  if (context_ == nullptr)
-    return;
-  const EVP_CIPHER* cipher = key_size == 32 ? EVP_aes_256_cbc() : EVP_aes_128_cbc();
-  EVP_CipherInit_ex(context_, cipher, nullptr, key, iv, decrypts_ ? 0 : 1);
-  EVP_CIPHER_CTX_set_padding(context_, padding == Padding::kPkcs7 ? 1 : 0);
+  is_ready_ = context_ != nullptr &&
+              EVP_CipherInit_ex(context_, key_size == 32 ? EVP_aes_256_cbc() : EVP_aes_128_cbc(), nullptr, key, iv,
+                                decrypts_ ? 0 : 1) == 1 &&
+              EVP_CIPHER_CTX_set_padding(context_, padding == Padding::kPkcs7 ? 1 : 0) == 1;
+  if (!is_ready_)
+    note_heap_refusal();
 }
 
 AesCbc::~AesCbc() {
@@ -30,23 +32,25 @@ AesCbc::~AesCbc() {
 
 int AesCbc::update(const unsigned char* src, int size, unsigned char* dst) {
   int count = 0;
-  return context_ != nullptr && EVP_CipherUpdate(context_, dst, &count, src, size) == 1 ? count : 0;
+  if (is_ready_ && EVP_CipherUpdate(context_, dst, &count, src, size) == 1)
+    return count;
+  note_heap_refusal();
+  return 0;
 }
 
 int AesCbc::finish(unsigned char* dst) {
   int count = 0;
-  return context_ != nullptr && EVP_CipherFinal_ex(context_, dst, &count) == 1 ? count : -1;
+  return is_ready_ && EVP_CipherFinal_ex(context_, dst, &count) == 1 ? count : -1;
 }
 
 void aes256_encrypt_block(const unsigned char* key, const unsigned char* src, unsigned char* dst) {
   EVP_CIPHER_CTX* context = has_crypto() ? EVP_CIPHER_CTX_new() : nullptr;
-  if (context == nullptr)
-    return;
   int count = 0;
-  EVP_EncryptInit_ex(context, EVP_aes_256_ecb(), nullptr, key, nullptr);
-  EVP_CIPHER_CTX_set_padding(context, 0);
-  EVP_EncryptUpdate(context, dst, &count, src, kAesBlock);
-  EVP_CIPHER_CTX_free(context);
+  if (context == nullptr || EVP_EncryptInit_ex(context, EVP_aes_256_ecb(), nullptr, key, nullptr) != 1 ||
+      EVP_CIPHER_CTX_set_padding(context, 0) != 1 || EVP_EncryptUpdate(context, dst, &count, src, kAesBlock) != 1)
+    note_heap_refusal();
+  if (context != nullptr)
+    EVP_CIPHER_CTX_free(context);
 }
 
 bool secure_random(unsigned char* dst, std::size_t size) {

@@ -15,7 +15,8 @@ constexpr std::size_t kAesBlock = 16;
 /// Whether AES can be had: a build that loads libcrypto when it is needed may not find it.
 bool has_aes();
 
-/// A running encryption or decryption. Without libcrypto nothing comes out of it, so has_aes is asked first.
+/// A running encryption or decryption. Without libcrypto nothing comes out of it, so has_aes is asked first; where it
+/// fails, that counts as a refusal of memory, which is what makes it fail.
 class AesCbc : public QVHeapObject<AesCbc> {
 public:
   enum class Direction { kEncrypt, kDecrypt };
@@ -35,6 +36,7 @@ public:
 private:
   evp_cipher_ctx_st* context_;
   bool decrypts_;
+  bool is_ready_ = false;
 };
 
 /// Encrypts one block without chaining; the permissions entry is coded so.

@@ -4,6 +4,7 @@
 #include <cstring>
 #include <new>
 
+#include "sheaf/base/heap_watch.h"
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/neighbours/security/aes.h"
 #include "sheaf/neighbours/security/crypt_filter.h"
@@ -41,6 +42,7 @@ CPDFStandardEncrypt::~CPDFStandardEncrypt() {
 bool CPDFStandardEncrypt::create(const Settings& settings, const PDF_String& id0) {
   if (settings.algorithm != Algorithm::kRC4 && !has_aes())
     return false;
+  const HeapWatch watch;
   KeyParameters para;
   para.permissions = (settings.permissions | kReservedSet) & ~kReservedClear;
   para.encrypts_metadata = !settings.clear_metadata;
@@ -71,7 +73,7 @@ bool CPDFStandardEncrypt::create(const Settings& settings, const PDF_String& id0
   }
   strings_ = streams_;
   fill_dict(settings, para);
-  return true;
+  return watch.all_granted();
 }
 
 void CPDFStandardEncrypt::fill_dict(const Settings& settings, const KeyParameters& para) {
@@ -109,7 +111,8 @@ void CPDFStandardEncrypt::fill_dict(const Settings& settings, const KeyParameter
   filters.clear();
 }
 
-void CPDFStandardEncrypt::continue_with(const CPDFStandardSecHand& hand, const CPDFDictionary& dict) {
+bool CPDFStandardEncrypt::continue_with(const CPDFStandardSecHand& hand, const CPDFDictionary& dict) {
+  const HeapWatch watch;
   hand_ = &hand;
   key_ = hand.file_key();
   strings_ = hand.string_method();
@@ -121,6 +124,7 @@ void CPDFStandardEncrypt::continue_with(const CPDFStandardSecHand& hand, const C
   // Without crypt filters "Length" is what readers go by, and it can be missing or false.
   if (hand.parameters().version == kVersionOfLengths)
     encrypt_dict.set_item_int(CPDFDictionary::sm_tag_length, hand.parameters().key_bytes * kByteBits);
+  return watch.all_granted();
 }
 
 void CPDFStandardEncrypt::use_one_method() {

@@ -27,11 +27,11 @@ public:
   ~CPDFStandardEncrypt() override;
 
   /// Makes keys and dictionary for `settings`. `id0` is the first element of the identifier that
-  /// the new file will have; the older algorithms depend on it. False without random numbers.
+  /// the new file will have; the older algorithms depend on it. False without random numbers or memory.
   bool create(const Settings& settings, const PDF_String& id0);
   /// Goes on with the keys of an opened document. `hand` must outlive this object; `dict` is the
-  /// document's encryption dictionary, copied.
-  void continue_with(const CPDFStandardSecHand& hand, const CPDFDictionary& dict);
+  /// document's encryption dictionary, copied. False without memory: what would be encrypted could not be opened.
+  [[nodiscard]] bool continue_with(const CPDFStandardSecHand& hand, const CPDFDictionary& dict);
 
   /// Gives the permissions of an encryption dictionary the form that they must have: some writers print
   /// these 32 bits as an unsigned number, which is no integer to others.

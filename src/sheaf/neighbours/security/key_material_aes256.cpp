@@ -1,6 +1,7 @@
 // Keys of revisions 5 and 6 (ISO 32000-2, 7.6.4.3.3 to 7.6.4.4.11).
 #include <cstring>
 
+#include "sheaf/base/heap.h"
 #include "sheaf/neighbours/security/aes.h"
 #include "sheaf/neighbours/security/crypto_calls.h"
 #include "sheaf/neighbours/security/key_material.h"
@@ -14,8 +15,10 @@ constexpr std::size_t kSalt = 8;
 constexpr std::size_t kEntry = kHash + 2 * kSalt;  // hash, validation salt, key salt
 constexpr unsigned char kZeroIv[kAesBlock] = {};
 
+// A failure is one of memory.
 void digest(const EVP_MD* kind, const unsigned char* data, std::size_t size, unsigned char* out) {
-  EVP_Digest(data, size, out, nullptr, kind, nullptr);
+  if (EVP_Digest(data, size, out, nullptr, kind, nullptr) != 1)
+    note_heap_refusal();
 }
 
 // Algorithm 2.B: the hash of revision 6, which is made costly by rounds of AES and three digests.
@@ -38,6 +41,8 @@ void hardened_hash(const PasswordBytes& password, const unsigned char* user_entr
       std::memcpy(input.bytes + i * part, input.bytes, part);
     AesCbc cipher(AesCbc::Direction::kEncrypt, k, 16, k + 16, AesCbc::Padding::kNone);
     const int size = cipher.update(input.bytes, static_cast<int>(part * kRepeats), coded.bytes);
+    if (size == 0)
+      return;
     int sum = 0;  // of the first sixteen bytes: their value modulo 3
     for (int i = 0; i < 16; ++i)
       sum += coded.bytes[i];

@@ -2,6 +2,7 @@
 #include <pugixml.hpp>
 #include <string_view>
 
+#include "sheaf/base/heap.h"
 #include "sheaf/base/heap_watch.h"
 #include "sheaf/document/forms/data/name_path_internal.h"
 #include "sheaf/document/forms/form_data.h"
@@ -98,7 +99,10 @@ bool CPDFFormData::read_xfdf(const char* bytes, std::size_t len) {
   const HeapWatch watch;
   pugi::xml_document document;
   constexpr unsigned kOptions = pugi::parse_default | pugi::parse_ws_pcdata_single;
-  if (!document.load_buffer(bytes, len, kOptions))
+  const pugi::xml_parse_result result = document.load_buffer(bytes, len, kOptions);
+  if (result.status == pugi::status_out_of_memory)
+    note_heap_refusal();
+  if (!result)
     return false;
   const pugi::xml_node top = document.child("xfdf");
   if (!top)

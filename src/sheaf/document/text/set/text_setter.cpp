@@ -1,5 +1,6 @@
 // Fills lines with pieces, and puts the pieces of each line into the order in which they are seen (UAX 9, L1 and L2).
 #include "sheaf/document/text/text_setter.h"
+#include "sheaf/base/heap.h"
 
 #include <algorithm>
 #include <new>
@@ -42,7 +43,7 @@ std::uint32_t next_character(std::string_view text, std::size_t& at) {
 }  // namespace
 
 /// What a setter works with.
-class TextSetterParts {
+class TextSetterParts : public QVHeapObject<TextSetterParts> {
 public:
   TextSetterParts(TextSetter& setter, SystemFonts& system) : shaper(system, setter.options_), setter_(setter) {}
 

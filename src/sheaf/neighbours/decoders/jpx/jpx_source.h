@@ -4,6 +4,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "sheaf/base/heap.h"
+
 struct opj_image;
 
 namespace sheaf {
@@ -18,7 +20,7 @@ struct JpxForm {
 };
 
 /// One image being read. The data are borrowed and must stay until the object ends.
-class JpxSource {
+class JpxSource : public QVHeapObject<JpxSource> {
 public:
   JpxSource() = default;
   JpxSource(const JpxSource&) = delete;
