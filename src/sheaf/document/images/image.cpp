@@ -81,7 +81,7 @@ private:
   int row_bytes_;
   std::int64_t rows_left_;
   int pos_ = 0;
-  int end_ = 0;  // bytes of the row at hand
+  int end_ = 0;  // bytes of the present row
 };
 
 }  // namespace

@@ -11,8 +11,8 @@ namespace sheaf {
 
 namespace {
 
-// The numbers from `limit` on cannot be identifiers of a page with so many: such a list would be
-// longer than the page.
+// The first number that is too high for an identifier on a page with `count` of them: the list would be longer than the
+// page.
 std::int32_t identifier_limit(std::size_t count) {
   constexpr std::size_t kAtLeast = 1 << 16;
   constexpr std::size_t kPerSequence = 8;
@@ -137,8 +137,8 @@ void MergeStructure::put_parent_tree(CPDFDictionary& root) {
   root.set_item_int("ParentTreeNextKey", next_key_);
 }
 
-// A document of which a part has no tags is marked all the same, or nobody would read the others; it
-// says that it may not be tagged throughout.
+// A document of which only a part has tags is marked as tagged too, so that readers use those tags; "Suspects" says
+// that it may not be tagged throughout.
 void MergeStructure::put_marks(CPDFDictionary& catalog) {
   Freed<CPDFObj> marks = table_.value(&catalog, "MarkInfo");
   if (marks.as_dict() == nullptr)

@@ -16,7 +16,7 @@
 
 namespace sheaf {
 
-// A page, or a node with so many pages below it.
+// A page, or a node with that many pages below it.
 struct TreeBranch {
   PDF_REF ref;
   std::int32_t pages;
