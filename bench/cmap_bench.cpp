@@ -3,7 +3,6 @@
 #include <benchmark/benchmark.h>
 
 #include <random>
-#include <string>
 #include <vector>
 
 #include "../tests/support/test_table.h"

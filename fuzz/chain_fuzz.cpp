@@ -1,7 +1,6 @@
 // Any bytes as one stream object in a file that has helpers to refer to: the chain of its filters
 // with their parameters. What comes out must not depend on the size of the requests, and a ceiling
 // for decoded data must hold for every stage in front of the last.
-#include <cstring>
 #include <vector>
 
 #include "../tests/support/pdf_builder.h"

@@ -1,6 +1,5 @@
 // Forms of any bytes: every field is given values of several kinds, the result is flattened and saved, and the bytes
 // are read as form data too. What is written as form data must be read back alike.
-#include <cstring>
 #include <string>
 
 #include "document_walk.h"

@@ -14,7 +14,7 @@ using namespace sheaf;
 
 namespace {
 
-TEST(StreamMem, SeekInFrontOfTheStartEndsAtTheEnd) {
+TEST(StreamMem, SeekBeforeTheStartEndsAtTheEnd) {
   CQVStreamMem stream;
   ASSERT_EQ(stream.Write("abcd", 4), 4u);
   EXPECT_EQ(stream.SetPos(CQVStream::STR_SEEK_SET, -1), 1);
@@ -37,7 +37,7 @@ TEST(StreamMem, WritePastTheEndGrowsTheBlock) {
   EXPECT_EQ(back, "x" + block + "z");
 }
 
-TEST(StreamMem, WriteOverOldBytesKeepsWhatLiesInFront) {
+TEST(StreamMem, WriteOverOldBytesKeepsWhatLiesBefore) {
   CQVStreamMem stream;
   stream.Write("ab", 2);
   stream.SetPos(CQVStream::STR_SEEK_SET, 1);
@@ -79,7 +79,7 @@ TEST(StreamMemFix, ClampsPositionsAndCounts) {
   EXPECT_STREQ(bytes, "012345ABCD");
 }
 
-TEST(StreamMemFix, StepsFromWhereItStandsAndEndsWithClose) {
+TEST(StreamMemFix, StepsFromItsPositionAndEndsWithClose) {
   char bytes[] = "0123456789";
   CQVStreamMemFix view;
   view.Open(bytes, 10);

@@ -168,7 +168,7 @@ TEST(AcroForm, ClashingFieldsGetTheFirstFreeDigit) {
   EXPECT_EQ(TestTable::syntax(value), "(v)");
 }
 
-TEST(AcroForm, FieldsCanStillBeAppendedBehindASeal) {
+TEST(AcroForm, FieldsCanStillBeAppendedAfterASeal) {
   MemStream file("");
   CPDFDoc doc;
   doc.create(&file);

@@ -86,7 +86,7 @@ TEST(UnpackPixels, EveryCountIsTakenApartWithoutTouchingMore) {
   }
 }
 
-TEST(ImageFlate, MaskComesInFrontOfItsImage) {
+TEST(ImageFlate, MaskComesBeforeItsImage) {
   FreshTable doc;
   std::string pixel = "\x0A\x14\x1E\x28";
   const CQVBmp32 one = bitmap(pixel, 1, 1, 4);

@@ -17,7 +17,7 @@ struct Opened {
   bool good;
 };
 
-TEST(Doc, JunkInFrontAndZerosBehindAreNoDamage) {
+TEST(Doc, JunkBeforeAndZerosAfterAreNoDamage) {
   PdfBuilder builder;
   builder.pages(3).classic();
   Opened behind("some mail header\r\n\r\n" + builder.str());

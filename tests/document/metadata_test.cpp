@@ -106,7 +106,7 @@ TEST(Metadata, DatesSayWhenTheInformationChanged) {
   EXPECT_GT(date, "D:2024");
 }
 
-TEST(Metadata, APacketThatCannotBeReadIsLeftAndToldOf) {
+TEST(Metadata, APacketThatCannotBeReadIsLeftAndReported) {
   std::string deep = "<r:RDF xmlns:r=\"http://www.w3.org/1999/02/22-rdf-syntax-ns#\">";
   for (int i = 0; i < 100'000; ++i)
     deep += "<a>";

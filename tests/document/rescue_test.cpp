@@ -247,7 +247,7 @@ TEST(Rescue, ADocumentBeginsWhereItsStreamSays) {
 }
 
 // A cut took the words after the data, and the tail of the data with them or not.
-TEST(Rescue, AnObjectBehindDataWithoutAnEndIsFound) {
+TEST(Rescue, AnObjectAfterDataWithoutAnEndIsFound) {
   for (const std::size_t lost : {0u, 5u}) {
     PdfBuilder builder;
     builder.pages(1).stream(4, "", "BT (some text) Tj ET").obj(5, "<</Found true>>").obj(6, "(last)");

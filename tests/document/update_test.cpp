@@ -149,7 +149,7 @@ TEST(Update, AChangedObjectStreamKeepsItsObjects) {
 }
 
 // What an update puts after an object without an end must not become a part of it.
-TEST(Update, GoesBehindAFileThatEndsInTheMiddleOfAnObject) {
+TEST(Update, GoesAfterAFileThatEndsInTheMiddleOfAnObject) {
   PdfBuilder builder;
   builder.pages(1).obj(4, "<</Held(until the end)");
   std::string bytes = builder.str();

@@ -2,8 +2,6 @@
 // two-dimensional codings, and pictures that change at every pixel, also inside JBIG2.
 #include <gtest/gtest.h>
 
-#include <cstring>
-
 #include "filters/filter_support.h"
 #include "sheaf/filters/ccitt.h"
 #include "support/external_tool.h"

@@ -200,7 +200,7 @@ public:
 };
 
 // Decoders of images where something else is expected: blank rows without end are no objects.
-TEST_F(Chain, ImageFiltersInFrontOfObjectsGiveLittle) {
+TEST_F(Chain, ImageFiltersBeforeObjectsGiveLittle) {
   open(
       "5 0 obj<</Type/ObjStm/N 1/First 4/Filter/CCITTFaxDecode/Length 1>>stream\n\1\nendstream endobj\n"
       "6 0 obj<</Filter/CCITTFaxDecode/DecodeParms<</K -1/Columns 60000>>/Length 1>>stream\n\1\nendstream endobj");
@@ -218,7 +218,7 @@ TEST_F(Chain, ImageFiltersInFrontOfObjectsGiveLittle) {
   EXPECT_LT(content.text().size(), 100'000U);
 }
 
-TEST_F(Chain, DecryptionComesInFrontOfTheFilters) {
+TEST_F(Chain, DecryptionComesBeforeTheFilters) {
   XorHandler hand;
   table_.sec_hand = &hand;
   plain_ = 0;

@@ -176,7 +176,7 @@ TEST(Predictor, LongRunsOfOneRowFilterAreUndoneInPiecesOfAnySize) {
   }
 }
 
-TEST(Predictor, TiffLeavesTheBitsBehindTheLastSample) {
+TEST(Predictor, TiffLeavesTheBitsAfterTheLastSample) {
   // Three samples of 2 bits with the differences 1 2 1, and padding 11.
   EXPECT_EQ(decoded("Fl", PdfBuilder::deflated("\x67"), "<</Predictor 2 /Columns 3 /BitsPerComponent 2>>"), "\x73");
 }

@@ -1,7 +1,6 @@
 // ASCIIHex, ASCII85, RunLength and LZW by vectors from the standards and by hand.
 #include <gtest/gtest.h>
 
-#include <map>
 #include <string>
 
 #include "filters/filter_support.h"

@@ -268,7 +268,7 @@ TEST_F(LayerDocument, AChangeCostsTheSameHoweverManyValuesAreHeld) {
   EXPECT_LT(requests_for(400), 3 * requests_for(200));
 }
 
-TEST_F(LayerDocument, EveryRefusedRequestForMemoryIsTold) {
+TEST_F(LayerDocument, EveryRefusedRequestForMemoryIsReported) {
   const std::string bytes = three_pages();
   bool done = false;
   for (long long refused = 1; !done; ++refused) {

@@ -3,8 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-
 #include "support/external_tool.h"
 #include "support/failing_heap.h"
 #include "support/form_maker.h"

@@ -1,7 +1,6 @@
 // The searches of the parse buffers: headers, numbers and the ends of streams.
 #include <gtest/gtest.h>
 
-#include "sheaf/base/heap.h"
 #include "support/test_table.h"
 
 using namespace sheaf;
@@ -16,7 +15,7 @@ int header_at(const std::string& text) {
   return buf.buf_skip_to_obj() != nullptr ? static_cast<int>(buf.position()) : -1;
 }
 
-TEST(ParseBuf, HeadersAreToldFromOtherNumbers) {
+TEST(ParseBuf, HeadersAreDistinguishedFromOtherNumbers) {
   EXPECT_EQ(header_at("junk 12 0 obj"), 5);
   EXPECT_EQ(header_at("12 0obj"), 0);
   EXPECT_EQ(header_at("12 0 object"), 0);
@@ -64,7 +63,7 @@ std::string slow_raw_data(const std::string& text, int& len) {
   return text.substr(0, end);
 }
 
-TEST(ParseBuf, RawDataEndInFrontOfEndstream) {
+TEST(ParseBuf, RawDataEndBeforeEndstream) {
   int len = 0;
   EXPECT_EQ(raw_data("abc\r\nendstream endobj", len), "abc");
   EXPECT_EQ(raw_data("abc\n\nendstream endobj", len), "abc\n");
@@ -86,7 +85,7 @@ TEST(ParseBuf, RawDataEndInFrontOfEndstream) {
   EXPECT_EQ(raw_data(data + "\nendstream", len), data);
 }
 
-TEST(ParseBuf, ALineEndInFrontOfTheDataMakesTheirLengthNegative) {
+TEST(ParseBuf, ALineEndBeforeTheDataMakesTheirLengthNegative) {
   MemStream file("stream\nendstream endobj");
   CPDFBufBase buf;
   buf.buf_init(&file);

@@ -178,7 +178,7 @@ TEST(Syntax, StreamsKnowWhereTheirDataBegin) {
   }
 }
 
-TEST(Syntax, TheBufferStandsOnEndobjBehindAnObject) {
+TEST(Syntax, TheBufferIsAtEndobjAfterAnObject) {
   MemStream file("3 0 obj\n(text)\n  endobj 77");
   CPDFBufBase buf;
   buf.buf_init(&file);
@@ -287,7 +287,7 @@ TEST(Syntax, ValuesOfAnyKindComeBackToTheBit) {
   }
 }
 
-TEST(Syntax, AnyRefusedBlockGivesAWeakerValueAndNothingIsLost) {
+TEST(Syntax, AnyRefusedBlockGivesASmallerValueAndNoLeak) {
   // Keys, names, nesting and strings enough to need blocks of each kind.
   std::string text = "7 0 obj [";
   for (int i = 0; i < 20; ++i)

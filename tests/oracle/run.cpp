@@ -4,7 +4,6 @@
 #include <zlib.h>
 
 #include <cstdio>
-#include <cstdlib>
 
 #include "oracle/chance.h"
 #include "oracle/compare.h"

@@ -1,10 +1,8 @@
 // Held stream data, the PDF/A frame, file specifications and metadata.
 #include <gtest/gtest.h>
 
-#include <cstdio>
 #include <filesystem>
 #include <fstream>
-#include <memory>
 
 #include "sheaf/document/doc.h"
 #include "sheaf/filters/stream_filter.h"

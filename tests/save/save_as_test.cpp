@@ -119,7 +119,7 @@ TEST(SaveAs, AGarbledGenerationDoesNotReachTheHeader) {
   EXPECT_NE(r.out.str().find("5 0 obj\n(five)\nendobj"), std::string::npos);
 }
 
-TEST(SaveAs, StreamsWithEveryKindOfLengthComeAlong) {
+TEST(SaveAs, StreamsWithEveryKindOfLengthAreCopied) {
   PdfBuilder builder = document("5 0 R 6 0 R 7 0 R 8 0 R");
   builder.stream(5, "", "direct").obj(6, "<</Length 9 0 R>>\nstream\nby reference\nendstream");
   builder.obj(7, "<<>>\nstream\nsearched for\nendstream").obj(8, "<</Length 7.5>>\nstream\na real\nendstream");

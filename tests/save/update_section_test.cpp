@@ -185,7 +185,7 @@ TEST(StreamSave, ManyRepairsMakeEveryPlaceBeConfirmed) {
   }
 }
 
-TEST(StreamSave, ADigitInFrontOfALateObjectBecomesASpace) {
+TEST(StreamSave, ADigitBeforeALateObjectBecomesASpace) {
   PdfBuilder builder = Changed::document();
   Changed t(builder);
   const auto place = static_cast<std::uint32_t>(builder.offset_of(7));

@@ -306,7 +306,7 @@ TEST_F(Harm, UpdatesInPlaceFollowOneAnother) {
   EXPECT_EQ(read_file(in), before);
 }
 
-TEST_F(Harm, AnInPlaceUpdateOpensWhatStandsThereAfterTheWait) {
+TEST_F(Harm, AnInPlaceUpdateOpensTheFileThatIsThereAfterTheWait) {
   const int handle = open(in.c_str(), O_RDWR | O_CLOEXEC);
   ASSERT_EQ(flock(handle, LOCK_EX), 0);
   std::thread waiting([this] { EXPECT_EQ(sheaf("update in.pdf --in-place --set Title=Second").code, 0); });

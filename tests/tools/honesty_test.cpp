@@ -121,7 +121,7 @@ TEST_F(Honesty, NothingThatATerminalObeysIsPrinted) {
   }
 }
 
-TEST_F(Honesty, WhatANewFileLeavesOutIsToldWhenAsked) {
+TEST_F(Honesty, WhatANewFileLeavesOutIsReportedWhenAsked) {
   PdfBuilder builder;
   write_file(in,
              builder.pages(1).obj(7, "(unused)").obj(8, "(unused)").classic("/Root 1 0 R/Own 7 0 R/O#20ther(x)").str());
@@ -144,7 +144,7 @@ TEST_F(Honesty, WhatANewFileLeavesOutIsToldWhenAsked) {
 }
 
 // The last byte of the data, or the last two, are gone; what is left decodes to something.
-TEST_F(Honesty, DataThatEndInFrontOfTheirEndAreProblems) {
+TEST_F(Honesty, DataThatEndBeforeTheirEndAreProblems) {
   struct Row {
     const char* keys;
     std::string data;

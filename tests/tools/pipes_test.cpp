@@ -67,7 +67,7 @@ TEST_F(Pipes, AMergeTakesAPasswordFromEachLine) {
 }
 
 // Width and height of the page, then the matrix of the picture of 160 by 100 samples.
-TEST_F(Pipes, AnImageStandsOnItsPageAsAskedFor) {
+TEST_F(Pipes, AnImageIsPlacedOnItsPageAsAskedFor) {
   struct Row {
     const char* options;
     const char* page;

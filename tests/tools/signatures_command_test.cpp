@@ -177,7 +177,7 @@ TEST_F(Signatures, AStampAmongTheUnsignedAttributesIsOfItsOwnSignature) {
   }
 }
 
-TEST_F(Signatures, WhatChangedBehindThemIsNamed) {
+TEST_F(Signatures, WhatChangedAfterThemIsNamed) {
   if (!sign())
     GTEST_SKIP() << "openssl is not installed";
   ASSERT_NE(sheaf("rotate in.pdf +90 --in-place").code, 2);

@@ -145,7 +145,7 @@ TEST_F(Tool, InputsAreNeverWrittenOver) {
   EXPECT_FALSE(std::filesystem::exists(out));
 }
 
-TEST_F(Tool, UpdatesGoBehindTheOldContent) {
+TEST_F(Tool, UpdatesGoAfterTheOldContent) {
   for (const char* form : {"--classic", "--stream", "--seal --saves 3"}) {
     ASSERT_EQ(sheaf("update " + in + " -o " + out + " --set Title=Neu --attach " + in + " " + form).code, 0) << form;
     EXPECT_EQ(read_file(out).substr(0, good.size()), good);

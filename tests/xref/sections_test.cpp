@@ -138,7 +138,7 @@ TEST(ClassicSection, WhatIsNoSectionTakesTheHandlerOffAndStillCountsAsStream) {
   EXPECT_EQ(t.table.last_xref_offset, 10u);
 }
 
-TEST(ClassicSection, SectionsBehindTheLinearizedPartAreLate) {
+TEST(ClassicSection, SectionsAfterTheLinearizedPartAreLate) {
   TestTable t("%PDF-1.4 padding....xref\n1 1\n" + line(20, 0, 'n') + kTrailer);
   t.table.linearized_length = 10;
   EXPECT_EQ(t.table.XRefRead(20u), 1);

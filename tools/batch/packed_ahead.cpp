@@ -1,5 +1,5 @@
-// Each process goes through all objects and packs every so many-th stream into a file, after a line that says which
-// data it is of. Data are known by a hash, so what is found is unpacked and compared before it is used.
+// Each of N processes goes through all objects and packs every N-th stream into a file, after a line that identifies
+// the data by a hash. What is found by a hash is unpacked and compared before it is used.
 #include "batch/packed_ahead.h"
 
 #include <cstring>

@@ -1,5 +1,4 @@
 // sheaf select, delete and insert: which pages a document has, and in which order.
-#include <algorithm>
 #include <set>
 
 #include "sheaf/document/pages/page_arrange.h"

@@ -124,7 +124,7 @@ private:
   CPDFDoc& doc_;
   const AttachmentsOptions& options_;
   SafeNames names_;
-  std::int64_t left_;  // bytes that are still written: many names may stand for one stream
+  std::int64_t left_;  // how many bytes may still be written, since many names can share one stream
   JsonWriter json_;
   int code_ = kExitClean;
 };

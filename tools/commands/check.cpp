@@ -2,7 +2,6 @@
 #include <cstdio>
 #include <cstring>
 #include <memory>
-#include <vector>
 
 #include "batch/batch.h"
 #include "support/command_line.h"

@@ -1,6 +1,5 @@
 // sheaf fill: values into a form's fields, saved after the old content, so that signatures stay valid.
 #include <cstdio>
-#include <cstring>
 
 #include "sheaf/document/forms/form_data.h"
 #include "sheaf/document/forms/form_filler.h"

@@ -29,7 +29,7 @@ std::string trouble_text(const PDF_FIX_RESULT& result) {
              " is an object stream or a cross-reference stream, which no editor can change; write the file with "
              "rewrite --uncompress first, or try repair";
     case PDF_FIX_RESULT::kOpenStream:
-      return "the stream of object " + std::to_string(result.num) + " has no endstream and endobj behind it";
+      return "the stream of object " + std::to_string(result.num) + " is not followed by endstream and endobj";
     case PDF_FIX_RESULT::kTooLarge:
       return "is too large to be fixed: 2 GiB at most";
     case PDF_FIX_RESULT::kNoMemory:
@@ -76,7 +76,7 @@ int run_fix(FixOptions options) {
     return kExitFailed;
   if (result.repeated != 0)
     remark(output_name(options.output),
-           std::to_string(result.repeated) + " objects come again further behind, and the last of each counts");
+           std::to_string(result.repeated) + " objects come again further on, and the last of each counts");
   report(output_name(options.output) + ": " + std::to_string(result.objects) + " objects, " +
          std::to_string(result.lengths) + " lengths set right");
   return sound;

@@ -1,5 +1,4 @@
 // sheaf flatten: a complete new file whose form, or all of whose annotations, are part of the pages.
-#include <cstdio>
 
 #include "sheaf/document/forms/flattener.h"
 #include "support/command_line.h"

@@ -1,5 +1,4 @@
 // sheaf info: what a document is, at a glance.
-#include <algorithm>
 #include <cstdio>
 
 #include "batch/batch.h"

@@ -1,6 +1,5 @@
 // sheaf metadata: document information and XMP beside each other, and changes of both.
 #include <cstdio>
-#include <cstring>
 
 #include "sheaf/document/metadata/xmp_texts.h"
 #include "support/changes.h"

@@ -1,6 +1,5 @@
 // sheaf rewrite and sheaf repair: a complete new file of what the document still uses.
 #include <algorithm>
-#include <cstdio>
 #include <memory>
 
 #include "batch/packed_ahead.h"

@@ -163,7 +163,7 @@ private:
     line("coding", text_of(signature.sub_filter) + (check.digest[0] != 0 ? ", " + std::string(check.digest) : ""));
     line("covers", !signature.range_is_sound   ? "no sound range of bytes"
                    : signature.covers_file     ? "the whole file"
-                   : signature.covers_revision ? "the whole revision, behind which the file goes on"
+                   : signature.covers_revision ? "the whole revision, after which the file goes on"
                                                : "part of a revision");
     static constexpr const char* kPermits[] = {"", "no changes", "filling in and signing",
                                                "filling in, signing and annotations"};

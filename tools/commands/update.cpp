@@ -30,7 +30,7 @@ int run_update(UpdateOptions& options) {
   return run_edit(options.target, change, options.saves);
 }
 
-const Registration kUpdate("update", "Change", "Change a document behind its old content", [](Command& command) -> Run {
+const Registration kUpdate("update", "Change", "Change a document, after its old content", [](Command& command) -> Run {
   auto options = std::make_shared<UpdateOptions>();
   add_edit_target(command, options->target);
   auto* classic = command.add_flag("--classic", options->classic, "End in a classic table");

@@ -20,7 +20,7 @@ struct BitmapFile {
 bool read_png(const std::string& bytes, BitmapFile& bitmap);
 bool read_pnm(const std::string& bytes, BitmapFile& bitmap);
 
-/// Makes room for the pixels. False when there are none, or more than an image may have.
+/// Makes room for the pixels. False when there is not one, or more than an image may have.
 bool make_room(BitmapFile& bitmap, std::uint64_t width, std::uint64_t height);
 
 }  // namespace sheaf::tool

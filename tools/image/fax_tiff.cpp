@@ -1,6 +1,5 @@
 // CCITT data in the frame of a TIFF file, as they are.
 #include <cmath>
-#include <cstring>
 #include <string>
 
 #include "image/image_writer.h"

@@ -18,7 +18,7 @@ struct Dots {
 class ImagePlacements {
 public:
   explicit ImagePlacements(CPDFDoc& doc);
-  /// For the image in object `num`, of so many pixels; 0 when no page shows it.
+  /// For the image in object `num`, of `width` and `height` pixels; 0 when no page shows it.
   Dots dots_of(std::int32_t num, std::int32_t width, std::int32_t height) const;
 
 private:

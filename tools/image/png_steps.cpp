@@ -1,7 +1,6 @@
 // The steps of libpng, each with its own setjmp.
 #include "image/png_steps.h"
 
-#include <algorithm>
 #include <cmath>
 #include <cstring>
 

@@ -1,8 +1,6 @@
 // One object a line, so that the texts of two documents can be compared line by line.
 #include "json/json_document.h"
 
-#include <cstdio>
-
 #include "sheaf/base/heap.h"
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/document/paths/object_path.h"

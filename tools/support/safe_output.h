@@ -41,7 +41,6 @@ public:
 
 private:
   bool examine();
-  bool find_place();
   bool open_other();
   bool make_named(const std::string& folder);
   bool is_allowed(const struct stat& old);

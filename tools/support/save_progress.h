@@ -10,7 +10,8 @@ namespace sheaf::tool {
 
 class SaveProgress {
 public:
-  /// Looks at the file behind `path` every now and then while it lives; `before` is its length at the start.
+  /// Looks at the size of the file at `path` from time to time as long as it lives; `before` is its length at the
+  /// start.
   SaveProgress(std::string path, long long before);
 
 private:

@@ -2,7 +2,7 @@
 #include "support/signature_notes.h"
 
 #include "sheaf/document/signatures/signature_state.h"
-#include "support/tool_support.h"
+#include "support/messages.h"
 
 namespace sheaf::tool {
 

@@ -2,7 +2,6 @@
 #include "support/tool_support.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <fstream>
 #include <map>
 #include <vector>

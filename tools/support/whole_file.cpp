@@ -1,10 +1,9 @@
-// Keeps the encryption, and the identifier but for its second half, which names this version.
+// The new file keeps the encryption and the first half of the identifier; the second half names this version.
 #include "support/whole_file.h"
 
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/neighbours/security/aes.h"
 #include "sheaf/neighbours/security/encrypter.h"
-#include "sheaf/neighbours/security/key_material.h"
 #include "sheaf/object/array.h"
 
 namespace sheaf::tool {

@@ -75,8 +75,8 @@ void append_utf8(Text& out, const wchar_t* text) {
   }
 }
 
-/// One character as it was read. Where the bytes are none, `bytes` counts those before the one that does not fit,
-/// at least 1.
+/// One character as it was read. Where the bytes are no character, `bytes` counts those before the one that does not
+/// fit, at least 1.
 struct Utf8Step {
   std::uint32_t character;
   std::size_t bytes;

@@ -6,7 +6,7 @@ using namespace sheaf::c;
 
 namespace {
 
-// The failure that a change of a value left. Its document is not at hand, and so the reason is what the value says.
+// The failure that a change of a value left. The document is not known here, so the reason comes from the value.
 sheaf_code report_change(bool good, const Value& value) {
   return good ? done() : fail(value.refusal());
 }

@@ -1,8 +1,6 @@
 // The caches are arrays that insert_named and clear_named work on; only what is released differs.
 #include "sheaf/cache/font_caches.h"
 
-#include <type_traits>
-
 #include "sheaf/base/named_table.h"
 #include "sheaf/neighbours/fonts/cmap.h"
 #include "sheaf/neighbours/fonts/environment.h"

@@ -1,6 +1,5 @@
 // The table's doors to its caches. A hit is one bisection and allocates nothing; a miss asks the
 // environment, and a name that it does not know is asked for again next time.
-#include <type_traits>
 
 #include "sheaf/base/named_table.h"
 #include "sheaf/neighbours/fonts/cmap.h"

@@ -1,6 +1,5 @@
 // The import walk: object graphs from another document. The context's map makes all that is brought
 // over in one import share its objects, and closes cycles on the object itself.
-#include <algorithm>
 #include <new>
 
 #include "sheaf/clone/copy_stack_internal.h"

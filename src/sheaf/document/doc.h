@@ -223,8 +223,8 @@ public:
   /// for what is directly in the trailer; streams lose crypt filters that `enc` (null: no encryption)
   /// does not have. `id` gets a new identifier where it is null. False when there is no memory.
   bool prepare_complete(CPDFObj& id, const CPDFEncrypt* enc);
-  /// Sees to it that each page has all that it inherits from above itself, and is listed once. Where that is not so,
-  /// the page tree is made anew, in branches of equal size, with the next save. False as for `store_page_tree`.
+  /// Makes sure that each page has a copy of all that it inherits, and is listed once. Where that is not so, the page
+  /// tree is made anew, in branches of equal size, with the next save. False as for `store_page_tree`.
   bool rebuild_page_tree();
   /// Cuts the file opened for update to `size` bytes, counted from its first one. False, and nothing is
   /// done, when that is before the end of what was opened or sealed, or after the file's end.

@@ -89,9 +89,9 @@ bool CPDFStreamFlate::refill() {
   return out_end != 0;
 }
 
-// Inflates whole pieces straight to `dst` while more input than `kKeptBack` is there. The result,
-// and where a cut stream ends, are those of one refill after the other: those stop between two
-// pieces once zlib has taken in all input, so the last of it is kept out of zlib's sight here.
+// Inflates whole pieces straight to `dst` as long as more than `kKeptBack` bytes of input are left. A cut stream must
+// end where it ends when it is read by refills, which stop between two pieces once zlib has taken all input: the last
+// bytes are therefore not shown to zlib here.
 int CPDFStreamFlate::inflate_pieces(std::uint8_t* dst, int size) {
   constexpr uInt kKeptBack = 256;
   const int wanted = size - size % kOutSize;

@@ -30,7 +30,7 @@ public:
   Operator(const ContentReader& reader, std::string_view text) : reader_(&reader), text_(text) {}
   std::string_view name() const { return reader_->op(); }
   std::int32_t size() const { return reader_->operands().count; }
-  /// Operand `index`; null where there are not so many.
+  /// Operand `index`; null when there are fewer.
   const CPDFObj& operand(std::int32_t index) const;
   double number(std::int32_t index, double fallback = 0) const;
   /// A name or the bytes of a string; "" for anything else.

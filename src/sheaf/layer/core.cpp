@@ -68,7 +68,7 @@ bool Core::LiveNodes::grow() {
   return true;
 }
 
-// An entry after the free place that would no longer be found moves into it.
+// Removing an entry leaves a gap in the probe sequence; a later entry that could no longer be found moves into it.
 void Core::LiveNodes::remove(std::int32_t num) {
   if (find(num) == nullptr)
     return;

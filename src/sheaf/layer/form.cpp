@@ -1,12 +1,10 @@
 // The fields of a form, and flattening.
-#include <limits>
 
 #include "sheaf/base/utf.h"
 #include "sheaf/document/forms/form_data.h"
 #include "sheaf/layer/core_internal.h"
 #include "sheaf/layer/parts.h"
 #include "sheaf/neighbours/page/acro_form.h"
-#include "sheaf/object/text_utf8.h"
 
 namespace sheaf {
 

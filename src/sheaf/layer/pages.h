@@ -6,7 +6,6 @@
 //   doc.pages()[3].rotate(90);
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
 #include <string_view>
 

@@ -2,7 +2,6 @@
 #include "sheaf/layer/signing.h"
 
 #include <ctime>
-#include <limits>
 
 #include "sheaf/base/heap_watch.h"
 #include "sheaf/document/signatures/signature_state.h"
@@ -11,7 +10,6 @@
 #include "sheaf/layer/document.h"
 #include "sheaf/neighbours/page/acro_form.h"
 #include "sheaf/neighbours/security/crypto_calls.h"
-#include "sheaf/neighbours/security/digests.h"
 
 namespace sheaf {
 

@@ -2,7 +2,6 @@
 #include "sheaf/layer/value.h"
 
 #include <algorithm>
-#include <cstring>
 
 #include "sheaf/base/heap_watch.h"
 #include "sheaf/base/scope_guard.h"

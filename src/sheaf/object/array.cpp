@@ -1,7 +1,6 @@
 // The appends of CPDFArray. Without memory an append leaves the array as it was.
 #include "sheaf/object/array.h"
 
-#include <cstring>
 #include <new>
 #include <utility>
 

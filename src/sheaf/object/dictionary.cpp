@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <cstring>
 #include <new>
-#include <utility>
 
 #include "sheaf/base/heap.h"
 #include "sheaf/base/sorted_place.h"

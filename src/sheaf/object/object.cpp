@@ -2,7 +2,6 @@
 #include "sheaf/object/object.h"
 
 #include <cstring>
-#include <new>
 #include <utility>
 
 #include "sheaf/base/heap.h"

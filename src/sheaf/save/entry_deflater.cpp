@@ -1,5 +1,4 @@
 // Deflates the staging buffer whenever the next entry might not fit.
-#include <cstring>
 
 #include "sheaf/base/heap.h"
 #include "sheaf/save/entry_deflater_internal.h"

@@ -8,7 +8,6 @@
 //
 // A plain save changes nothing in the table, so that the next one overwrites the same section; a
 // save with PDF_SIGN_DATA seals it.
-#include <new>
 
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/save/entry_deflater_internal.h"

@@ -242,7 +242,7 @@ private:
   static constexpr std::int64_t kMostReloads = 4;  // times that everything may be decoded again
 };
 
-/// Calls of one kind that run for one another. A cycle of references ends at the limit.
+/// Counts calls of one kind that are nested in one another. A cycle of references ends at the limit.
 class Nesting {
 public:
   explicit constexpr Nesting(std::int32_t most) : most_(most) {}

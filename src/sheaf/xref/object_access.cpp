@@ -1,8 +1,6 @@
 // The door to the document's objects. Each request parses its object anew. Here the table also heals itself: sections
 // are read when it lacks an answer, and an object that is not where its entry says is searched for and the entry
 // corrected.
-#include <algorithm>
-#include <cstring>
 
 #include "sheaf/base/chars.h"
 #include "sheaf/base/heap.h"

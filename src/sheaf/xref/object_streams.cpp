@@ -25,8 +25,8 @@ constexpr std::uint32_t kObjStmStep = 32;
 constexpr std::int64_t kParsedPerByte = 5;  // what the objects take in memory for a byte of their text
 constexpr std::int64_t kShareOfValues = 4;  // of the budget, for objects as values: one part in so many
 
-// What is read out of an object stream: how many objects it has and how its data end, which stays known; lists; the
-// text with its lists; or all objects as values.
+// How much of an object stream is read: the count of its objects and how its data end, which are kept; the lists of
+// references; the text with these lists; or all objects as values.
 enum class Wanted { kOutline, kReferences, kText, kObjects };
 
 // Halves the words before the numbers. A reference takes four bytes at least, so that few bytes have few of them.

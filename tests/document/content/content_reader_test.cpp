@@ -62,7 +62,7 @@ TEST(ContentReader, FindsTheEndOfInlineImages) {
   EXPECT_EQ(read_all("BI /W 3 ID abc Q"), (Lines{"<</W 3>>|BI|abc Q!"}));
 }
 
-TEST(ContentReader, GoesOnBehindDamage) {
+TEST(ContentReader, GoesOnAfterDamage) {
   EXPECT_EQ(read_all("1 ] w } >> q"), (Lines{"1|w!", "|q!"}));
   EXPECT_EQ(read_all("q [1 2"), (Lines{"|q", "[1 2]|!"}));
   EXPECT_EQ(read_all("q 5"), (Lines{"|q", "5|!"}));

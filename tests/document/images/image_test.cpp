@@ -90,7 +90,7 @@ TEST_F(ImageSamples, OpacityInTheDataIsNoColour) {
 }
 
 // Nothing says which component it is; with three before it, it is none of the colours.
-TEST_F(ImageSamples, TheComponentBehindTheColoursIsOpacityWhenThereHasToBeOne) {
+TEST_F(ImageSamples, TheComponentAfterTheColoursIsOpacityWhenThereHasToBeOne) {
   const std::string jp2 = make_jp2(9, 5, {.components = 4}, [](int c, int, int) { return 10 + c; });
   for (const bool is_said : {false, true}) {
     with_image("/Width 9/Height 5/Filter/JPXDecode"s + (is_said ? "/SMaskInData 1" : ""), jp2,

@@ -179,7 +179,7 @@ TEST(DocMergeStructure, SourcesStandBelowOneDocumentWithNamesOfTheirOwn) {
   EXPECT_NE(merged.at(doc.page_ref(0), "StructParents"), merged.at(doc.page_ref(2), "StructParents"));
 }
 
-TEST(DocMergeStructure, ATaggedDocumentKeepsItsTreeAndGetsAnotherBehindIt) {
+TEST(DocMergeStructure, ATaggedDocumentKeepsItsTreeAndGetsAnotherAfterIt) {
   Merged merged(tagged("P", "en"));
   ASSERT_EQ(merged.append(tagged("P", "en"), {0, 1}), 2);
   CPDFDoc& doc = merged.saved();
@@ -242,7 +242,7 @@ TEST(DocMergeStructure, CellsOfACopyNameTheHeadersOfTheCopy) {
 }
 
 // Elements that stand in their parent, which no reference can name, keep their place and get a number.
-TEST(DocMergeStructure, ElementsInsideTheirParentsComeAlong) {
+TEST(DocMergeStructure, ElementsInsideTheirParentsAreTaken) {
   PdfBuilder builder;
   builder.pages(1)
       .obj(1, "<</Type/Catalog/Pages 2 0 R/StructTreeRoot 10 0 R>>")

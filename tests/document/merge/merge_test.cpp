@@ -150,7 +150,7 @@ TEST(DocMerge, RepeatedPagesHaveAnnotationsOfTheirOwn) {
 }
 
 // The counts of such a tree are right, and yet one of the kids that look like a page each is a node.
-TEST(DocMerge, PagesBelowNodesOfOnePageComeAlong) {
+TEST(DocMerge, PagesBelowNodesOfOnePageAreTaken) {
   constexpr int kKids = 70;  // more than are looked at beforehand
   constexpr int kFirstPage = 10;
   PdfBuilder builder;

@@ -1,12 +1,9 @@
 // Text as lines of placed glyphs: breaks, order, positions, and what becomes of clusters in the embedded font.
 #include "sheaf/document/text/text_setter.h"
 
-#include <algorithm>
-
 #include "neighbours/fonts/font_files.h"
 #include "sheaf/document/doc.h"
 #include "sheaf/document/fonts/system_fonts.h"
-#include "sheaf/filters/stream_filter.h"
 #include "sheaf/neighbours/fonts/environment.h"
 #include "sheaf/neighbours/fonts/programs/font_type0.h"
 #include "support/external_tool.h"

@@ -174,7 +174,7 @@ std::string stripped(std::string body) {
   return body;
 }
 
-TEST(Jbig2Generic, EveryRowComesHoweverMuchWasLeftOutBehindTheData) {
+TEST(Jbig2Generic, EveryRowComesHoweverMuchWasLeftOutAfterTheData) {
   const auto made = [](int width, int height, unsigned (*pixel)(int, int)) {
     Picture picture(width, height);
     for (int y = 0; y < height; ++y)

@@ -185,7 +185,7 @@ TEST(ToUnicode, CodesHaveTextsOfAllKinds) {
   EXPECT_EQ(ToUnicode("begincidchar <41> 1").map, nullptr);
 }
 
-TEST(CMap, HostileMapsCostLittleAndEndWeakly) {
+TEST(CMap, HostileMapsCostLittleAndAreCut) {
   const CMap wide("begincodespacerange <00000000> <FFFFFFFF> endcodespacerange begincidrange <00000000> <FFFFFFFF> 1");
   EXPECT_EQ(wide->cid_of(0xFFFE, 4), 0xFFFFu);
   EXPECT_EQ(wide->cid_of(0xFFFF, 4), 0u);

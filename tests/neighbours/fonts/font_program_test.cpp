@@ -72,7 +72,7 @@ TEST(FontProgram, MetricsAreInThousandthsOfTheEm) {
   EXPECT_EQ(writer.stem_v, 88) << "by the weight class";
 }
 
-TEST(FontProgram, AFaceOfACollectionStandsAlone) {
+TEST(FontProgram, AFaceOfACollectionIsAFontOfItsOwn) {
   const std::string file = FontBuilder::collection({plain_face(), bold_face()});
   const FontFile alone(program_of(file, 1, nullptr));
   EXPECT_TRUE(alone.is_ordered);

@@ -202,7 +202,7 @@ TEST_F(TextPages, EveryKindOfLineEndBreaksLines) {
   EXPECT_EQ(run_command("mutool draw -q -F text " + out).output, "a\nb\nc\nd\ne\nf\n\n\f\n\f\n\f\ng\n\n\f\n");
 }
 
-TEST_F(TextPages, WhatCannotBeUsedIsToldForWhatItIs) {
+TEST_F(TextPages, WhatCannotBeUsedIsReportedAsWhatItIs) {
   EXPECT_NE(make("", "").output.find("has no text"), std::string::npos);
   EXPECT_NE(make("a", "--font-folder /no/such").output.find("is no folder"), std::string::npos);
   EXPECT_NE(make("a\xE5\xA4z\xF0\x9F", "").output.find("4 bytes are no UTF-8"), std::string::npos);

@@ -151,7 +151,7 @@ TEST(Handler, AKeyLengthThatIsMissingOrFalseIsFound) {
   }
 }
 
-TEST(Handler, DamagedDictionariesAreToldApart) {
+TEST(Handler, DamagedDictionariesAreDistinguished) {
   struct Row {
     const char* dict;
     Outcome outcome;

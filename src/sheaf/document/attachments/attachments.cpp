@@ -2,7 +2,6 @@
 #include "sheaf/document/attachments/attachments.h"
 
 #include <cstring>
-#include <new>
 
 #include "sheaf/base/heap_watch.h"
 #include "sheaf/base/scope_guard.h"

@@ -14,7 +14,7 @@ class CPDFDoc;
 /// One file. All values but numbers are owned by the list; texts are UTF-8, or null.
 struct PDF_ATTACHMENT {
   PDF_REF spec;        ///< The file specification; number 0: it is directly in what refers to it.
-  PDF_REF stream;      ///< The data; number 0: there are none.
+  PDF_REF stream;      ///< The data; number 0: the file has no data.
   std::int32_t page;   ///< Index of the page, from 0, whose annotation holds it; -1: the document.
   PDF_REF annotation;  ///< That annotation.
   CPDFObj key;         ///< The name in the name tree, a string; null for a file that is not in it.

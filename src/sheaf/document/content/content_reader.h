@@ -46,7 +46,7 @@ public:
   std::int32_t operand_count() const {
     return has_values_ ? operands_.count : static_cast<std::int32_t>(starts_.size());
   }
-  /// Operand `index` from the last one on, which is 0; null when there are not so many.
+  /// Operand `index` from the last one on, which is 0; null when there are fewer.
   const CPDFObj* operand_from_end(std::int32_t index) const { return operands().get(operands().count - 1 - index); }
   /// The same for a name, mostly without making values: false for other operands. Borrowed; valid until the next call.
   bool name_from_end(std::int32_t index, std::string_view& name) const;

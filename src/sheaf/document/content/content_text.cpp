@@ -2,7 +2,6 @@
 #include "sheaf/document/content/content_text.h"
 
 #include <algorithm>
-#include <cstring>
 #include <memory>
 
 #include "sheaf/base/scope_guard.h"

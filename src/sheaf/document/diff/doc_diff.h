@@ -19,7 +19,7 @@ enum PDF_PAGE_DIFF : std::uint32_t {
   kPageAnnotationsDiffer = 16,
 };
 
-/// Hears of the differences. Texts and values are borrowed for the call.
+/// Receives the differences. Texts and values are borrowed for the call.
 class CPDFDiffSink {
 public:
   CPDFDiffSink() = default;
@@ -46,7 +46,7 @@ public:
   /// Compares the pages. Those that were put in or taken out are found by the others, which are equal in what they
   /// show.
   void pages();
-  /// Compares what is reached from the trailer, but for the page tree, references followed on both sides.
+  /// Compares what is reached from the trailer, except the page tree. References are followed on both sides.
   void tree();
   /// Compares objects of the same number, as two states of one document have them. What holds the file together is left
   /// out: cross-reference and object streams.

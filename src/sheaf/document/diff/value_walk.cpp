@@ -136,7 +136,7 @@ void ValueWalk::push(std::int32_t parent, std::string_view key, const CPDFObj* a
   waiting_.push(index);
 }
 
-// Whether this pair of objects was looked at, or the one of them with so many others that the work must end.
+// Whether this pair of objects was compared already, or one of them with too many others to go on.
 bool ValueWalk::was_seen(const CPDFObj& a, const CPDFObj& b) {
   constexpr std::int32_t kMostTimes = 4;
   const std::int32_t num_a = a.as_ref().num;

@@ -2,8 +2,6 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <cstdlib>
-#include <cstring>
 #include <new>
 
 #include "sheaf/base/heap_watch.h"

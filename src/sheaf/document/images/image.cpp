@@ -2,7 +2,6 @@
 #include "sheaf/document/images/image.h"
 
 #include <algorithm>
-#include <array>
 #include <cstring>
 #include <memory>
 #include <new>
@@ -82,7 +81,7 @@ private:
   int row_bytes_;
   std::int64_t rows_left_;
   int pos_ = 0;
-  int end_ = 0;  // bytes of the row at hand
+  int end_ = 0;  // bytes of the present row
 };
 
 }  // namespace

@@ -3,7 +3,7 @@
 // embedded files, the form, the structure, optional content, and what belongs to a document as a whole.
 //
 //   append: numbers reserved for the pages -> form fields -> pages -> names, settings, outline, structure
-//           -> everything that was stored is looked over: destinations, actions, lost references
+//           -> everything that was stored is examined: destinations, actions, lost references
 //   finish: what was collected goes into the catalogue
 //
 // A document that was there keeps all that it has; it only gets additions. All that must be left out

@@ -20,7 +20,7 @@ public:
       form_.edit_dict();
   }
   static bool is_in(const MergeSource& source) { return source.entry(CPDFDictionary::sm_tag_acro_form) != nullptr; }
-  /// Brings along the fields that have a widget on the pages that are taken, or none at all. To be
+  /// Takes the fields that have a widget on the pages that are taken, or none at all. To be
   /// called before the pages, which then find the widgets that they show.
   void take(MergeSource& source);
   /// Makes the widgets of a second copy of a page part of the form: a widget that is a field of its

@@ -2,7 +2,6 @@
 #include "sheaf/document/merge/merge_labels.h"
 
 #include <algorithm>
-#include <new>
 
 #include "sheaf/document/names/number_tree.h"
 

@@ -16,7 +16,7 @@ public:
 
   /// Takes note of the document's own names.
   void load();
-  /// Brings along the names of a source. To be called after its pages.
+  /// Takes the names of a source. To be called after its pages.
   void take(MergeSource& source);
   void put(CPDFDictionary& catalog);
 

@@ -13,7 +13,7 @@ public:
   MergeOutline(const MergeOutline&) = delete;
   MergeOutline& operator=(const MergeOutline&) = delete;
 
-  /// Brings along the outline of a source. `title` (UTF-8) may be null: then it gets no entry above it.
+  /// Takes the outline of a source. `title` (UTF-8) may be null: then it gets no entry above it.
   void take(MergeSource& source, SourceDestinations& destinations, const char* title);
   /// Puts all that was taken after the last entry of the document's own outline.
   void put(CPDFDictionary& catalog);

@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <cstring>
 #include <iterator>
-#include <new>
 
 #include "sheaf/document/metadata/conformance_claims.h"
 #include "sheaf/object/array.h"

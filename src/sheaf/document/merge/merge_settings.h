@@ -31,8 +31,8 @@ private:
 
   MergeTarget& target_;
   CPDFXRefTable& table_;
-  PDF_REF holder_{0, 0};        // the entries wait in an object of their own, which is looked over like all others
-  std::uint64_t claims_ = 0;    // what the sources claim to conform to, but for the one that gives the settings
+  PDF_REF holder_{0, 0};        // the entries wait in an object of their own, which is examined like all others
+  std::uint64_t claims_ = 0;    // what all sources but the one that gives the settings claim to conform to
   bool has_claims_ = false;     // there were such sources
   bool claims_broken_ = false;  // and no single claim is true of all
   char version_[8]{};           // the newest of those that are newer than what headers of new files say

@@ -5,7 +5,7 @@
 //   take: elements listed (SourceElements) -> each that is taken gets its number -> each is stored
 //         -> once more for each further copy of a page
 //         -> a key of the parent tree for each page, form and object that has content in the tree
-//   set_key: while the objects are looked over, each gets its key
+//   set_key: while the objects are examined, each gets its key
 //   put: root, parent tree, role map, class map and identifiers of all sources
 #pragma once
 
@@ -23,17 +23,19 @@ public:
 
   /// Takes note of the document's own tree.
   void load();
-  /// Brings along what belongs to the pages of a source. To be called after them.
+  /// Takes what belongs to the pages of a source. To be called after them.
   void take(MergeSource& source);
   /// Gives the object `num` of the target, whose dictionary is `dict`, its key in the parent tree.
   void set_key(std::int32_t num, CPDFDictionary& dict) const;
-  /// Whether the element `num` of the source at hand was taken.
+  /// Whether the element `num` of the present source was taken.
   bool has_element(std::int32_t num) const { return elements_.has_kept(num); }
   /// Makes the headers that attributes of a table cell name those of the target.
   void rename_headers(CPDFDictionary& attributes) const { names_.rename_headers(attributes); }
   void put(CPDFDictionary& catalog);
 
 private:
+  static constexpr const char* kRoot = "StructTreeRoot";
+
   // Content of an element: a marked sequence of a page or a form, or a whole object.
   struct Content {
     std::int32_t owner;     // our number of the page, the form or the object
@@ -83,11 +85,11 @@ private:
   bool is_marked_ = false;
   bool has_user_properties_ = false;
 
-  // Of the source at hand.
+  // Of the present source.
   StructureIndex own_index_;  // where the caller keeps none
   StructureIndex* index_ = nullptr;
   SourceElements elements_{target_};
-  GrowArray<std::int32_t> places_;  // of kids of the big element at hand
+  GrowArray<std::int32_t> places_;  // of kids of the present big element
   GrowArray<Content> contents_;     // sorted by owner once they are entered
   std::int32_t copied_page_ = 0;    // the page whose further copy gets its elements; 0 while all get theirs
   VisitedSet copied_objects_;       // that page and its annotations

@@ -8,7 +8,7 @@ namespace sheaf {
 void MergeTarget::note(PDF_MERGE_FATE fate, const char* entry, std::int32_t count) {
   if (count < 1)
     return;
-  // Those of the source at hand are at the end.
+  // Those of the present source are at the end.
   for (std::size_t i = records.size(); i-- > 0 && records[i].source == source;) {
     if (records[i].fate == fate && std::strcmp(records[i].entry, entry) == 0) {
       records[i].count += count;

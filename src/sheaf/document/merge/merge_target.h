@@ -10,12 +10,12 @@ namespace sheaf {
 struct MergeTarget {
   explicit MergeTarget(CPDFDoc& into) : doc(into), table(into.table()) {}
 
-  /// Adds `count` to the record of this fate and entry of the source at hand.
+  /// Adds `count` to the record of this fate and entry of the present source.
   void note(PDF_MERGE_FATE fate, const char* entry, std::int32_t count = 1);
   /// The dictionary of an object that is in memory, for changes; null when it is not a dictionary. Borrowed;
   /// valid until the next object is stored.
   CPDFDictionary* stored_dict(const PDF_REF& ref) const;
-  /// Whether the document gets its settings from the source at hand: the first one of a new document.
+  /// Whether the document gets its settings from the present source: the first one of a new document.
   bool takes_settings() const { return was_empty && source == 0; }
 
   CPDFDoc& doc;

@@ -32,7 +32,7 @@ public:
 private:
   const char* key_;
   NameList list_;
-  std::int32_t own_ = 0;  // so many are the document's
+  std::int32_t own_ = 0;  // how many are the document's
 };
 
 }  // namespace sheaf

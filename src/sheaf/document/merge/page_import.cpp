@@ -1,7 +1,6 @@
 // Imports the page object, then puts back what the import of a single page leaves out.
 #include "sheaf/document/merge/page_import.h"
 
-#include <algorithm>
 #include <new>
 #include <utility>
 
@@ -96,8 +95,8 @@ void PageImport::restore_inherited(const CPDFPage& page, CPDFDictionary& dict) {
     dict.set_item_int(CPDFDictionary::sm_tag_rotate, page.rotate);
 }
 
-// One damaged page must not keep readers from the pages after it: contents that are none go, and
-// boxes that are none are those that the page is shown with.
+// One damaged page must not keep readers from the pages after it: contents that are no streams go, and boxes that are
+// no rectangles become those that the page is shown with.
 void PageImport::mend(const CPDFPage& page, CPDFDictionary& dict) {
   dict.set_item_name(CPDFDictionary::sm_tag_type, "Page");
   Freed<CPDFObj> value = src_.table.value(&dict, "Contents");

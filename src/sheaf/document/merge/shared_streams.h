@@ -38,8 +38,8 @@ private:
   CPDFXRefTable& table_;
   GrowArray<Known> known_;
   GrowArray<std::int32_t> buckets_;  // by length
-  NumberMap looked_at_;              // of the source at hand, by number less its first: 1 once it is known
-  NumberMap same_as_;                // of the source at hand, the same way: the stream that takes its place
+  NumberMap looked_at_;              // of the present source, by number less its first: 1 once it is known
+  NumberMap same_as_;                // of the present source, the same way: the stream that takes its place
   std::int32_t first_num_ = 0;
 };
 

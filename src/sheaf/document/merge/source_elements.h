@@ -52,7 +52,7 @@ private:
 
   MergeTarget& target_;
   CPDFXRefTable& table_;
-  StructureIndex* index_ = nullptr;  // of the source at hand
+  StructureIndex* index_ = nullptr;  // of the present source
   bool records_walk_ = false;
   GrowArray<SourceElement> elements_;
   NumberMap index_of_;  // index into elements_ plus one, by the source's number

@@ -18,7 +18,7 @@ struct SourceElement {
   bool holds_kept = false;      ///< Content of pages that are taken, here or below.
   bool holds_other = false;     ///< Content that stays behind.
   bool kept = false;            ///< It is taken.
-  bool is_big = false;          ///< It has so many kids that they are not read to find empty ones.
+  bool is_big = false;          ///< It has too many kids to read them all for empty ones.
   bool holds_elements = false;  ///< And nothing else that is taken.
   std::int32_t first_kid = -1;  ///< Index of an element right below it; -1 for none.
   std::int32_t next_kid = -1;   ///< Index of another one with the same parent.
@@ -36,7 +36,7 @@ public:
   static constexpr std::int32_t kMostFewKids = 64;  ///< An element with more is big.
 
   struct Kid {
-    std::int32_t num;  ///< The object, or, of kids that are none, the page that they name; 0 for none.
+    std::int32_t num;  ///< The kid, where it is an object; otherwise the page that it names, or 0.
     std::int32_t at;   ///< Index in the array.
   };
   /// An element, or the root, whose kids are found without looking at all of them.

@@ -4,7 +4,6 @@
 #include <cstdio>
 #include <cstring>
 
-#include "sheaf/base/number_text.h"
 #include "sheaf/object/array.h"
 #include "sheaf/object/references.h"
 

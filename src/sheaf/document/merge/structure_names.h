@@ -41,12 +41,12 @@ private:
   Cleared<CPDFDictionary> roles_;
   Cleared<CPDFDictionary> classes_;
   NameAdditions identifiers_{"IDTree"};
-  // Of the source at hand: the names that changed.
+  // Of the present source: the names that changed.
   Cleared<CPDFDictionary> new_roles_;
   Cleared<CPDFDictionary> new_classes_;
   // `num` is the index in identifiers_.
   NameList new_identifiers_;
-  NameList copied_identifiers_;  // of the copy at hand
+  NameList copied_identifiers_;  // of the present copy
 };
 
 }  // namespace sheaf

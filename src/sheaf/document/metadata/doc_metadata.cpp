@@ -2,7 +2,6 @@
 // documents the frame of PDF/A-1 that they are asked to have.
 #include <cstring>
 #include <ctime>
-#include <memory>
 #include <new>
 
 #include "sheaf/base/heap_watch.h"

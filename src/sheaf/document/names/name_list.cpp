@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <new>
 
 #include "sheaf/base/heap.h"
 #include "sheaf/base/number_text.h"

@@ -1,9 +1,6 @@
 // One deep recovery of a document; see deep_recovery.cpp.
 #pragma once
 
-#include <algorithm>
-#include <new>
-
 #include "sheaf/base/grow_array.h"
 #include "sheaf/base/number_text.h"
 #include "sheaf/document/open/document_opener_internal.h"

@@ -192,7 +192,7 @@ bool DocumentOpener::run() {
 }
 
 bool DocumentOpener::open_in_order() {
-  // Offsets count from the header as a rule, and from the file's start in some files all the same.
+  // Offsets usually count from the header, but in some files from the start of the file.
   const long long bases[] = {doc_.storage_base_ + doc_.header_offset_, doc_.storage_base_};
   const int base_count = doc_.header_offset_ != 0 ? 2 : 1;
   for (int i = 0; i < base_count; ++i) {

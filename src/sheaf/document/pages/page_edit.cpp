@@ -2,7 +2,6 @@
 // anew from it, balanced and with right counts, so that any number of edits costs one tree. Pages
 // are then complete in themselves: what they inherited from the old tree is written into them.
 #include <algorithm>
-#include <cstring>
 #include <new>
 #include <utility>
 
@@ -17,7 +16,7 @@
 
 namespace sheaf {
 
-// A page, or a node with so many pages below it.
+// A page, or a node with that many pages below it.
 struct TreeBranch {
   PDF_REF ref;
   std::int32_t pages;

@@ -17,7 +17,7 @@ namespace sheaf {
 struct PageTreeLook {
   bool is_tree = false;       ///< The catalogue has a dictionary as its page tree.
   bool has_pages = false;     ///< It leads to a page.
-  bool has_no_pages = false;  ///< It says itself that there are none.
+  bool has_no_pages = false;  ///< It says itself that it has no pages.
   GrowArray<PDF_REF> met;     ///< The catalogue and the objects on the way to the first page.
 };
 

@@ -1,7 +1,6 @@
 // Crypt filters that streams name themselves (ISO 32000-1, 7.4.10), in a new file that has other ones
 // than the document or none.
 #include <cstring>
-#include <new>
 
 #include "sheaf/base/heap.h"
 #include "sheaf/base/scope_guard.h"

@@ -92,8 +92,8 @@ bool DocSaver::write_within(long long limit, PDF_SAVE_FORM form, PDF_SIGN_DATA* 
 }
 
 bool DocSaver::seal_over_plain_sections(PDF_SAVE_FORM form, PDF_SIGN_DATA* sign) {
-  // The space before the last plain section may be too small. A plain section of the same changes
-  // is as long as the sealed one, but for some bytes of compressed entries; the second one makes sure.
+  // The space before the last plain section may be too small: then a copy of that section goes behind it. The copy is
+  // about as long as the sealed section, which differs in some bytes of compressed entries; a second copy is enough.
   constexpr int kMostCopies = 2;
   const CPDFXRefTable& table = doc_.table();
   for (int copies = 0;; ++copies) {

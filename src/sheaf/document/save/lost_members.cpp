@@ -25,8 +25,8 @@ bool will_be_written(CPDFXRefTable& table, std::uint32_t num) {
 
 }  // namespace
 
-// Reading an object stream needs no header and no entry of the right type, so the members of one that a
-// new file cannot have can be known all the same. They then become objects.
+// Reading an object stream needs no header and no entry of the right type, so members can be known although a new file
+// cannot have their stream. They then become objects.
 void free_members_of_lost_streams(CPDFXRefTable& table) {
   table.drain_pending();
   Freed<CPDFObj> obj;

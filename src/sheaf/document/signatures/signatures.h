@@ -101,7 +101,7 @@ public:
   void check(CPDFDoc& doc, const PDF_SIGNATURE& signature, PDF_SIGNATURE_CHECK& result) const;
 
 private:
-  void* store_ = nullptr;  // owned: the trusted certificates; null while there are none
+  void* store_ = nullptr;  // owned: the trusted certificates; null before the first
 };
 
 namespace sheaf {

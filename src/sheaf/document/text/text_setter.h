@@ -36,7 +36,7 @@ enum class TextDirection : int {
 struct TextFormat {
   double size = 12;  ///< Points.
   double width = 0;  ///< Of a line (height of a column), points; 0: lines end only where the text says so.
-  double cell = 0;   ///< Each character, as it is read, is in the middle of a cell of so many points; 0: no cells.
+  double cell = 0;  ///< Width of a cell in points; each character, as it is read, is in the middle of one. 0: no cells.
   bool kerning = true;
   TextDirection direction = TextDirection::kAuto;
   const char* language =

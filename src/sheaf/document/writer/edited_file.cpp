@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <charconv>
 #include <cstdio>
-#include <cstring>
 #include <string_view>
 
 #include "sheaf/base/block_writer.h"

@@ -27,9 +27,9 @@ struct PDF_FIX_RESULT {
 
 namespace sheaf {
 
-/// Writes the file `data` to `out`, as it is but for the lengths of streams, and with a new classic table and the last
-/// trailer in it. Objects begin at the start of a line; of several with one number the last one counts. False when that
-/// cannot be done: `result` says why.
+/// Writes the file `data` to `out`, unchanged except for the lengths of streams, and with a new classic table and the
+/// last trailer in it. Objects begin at the start of a line; of several with one number the last one counts. False when
+/// that cannot be done: `result` says why.
 bool fix_edited_file(const unsigned char* data, std::size_t size, CQVStream& out, PDF_FIX_RESULT& result);
 
 }  // namespace sheaf

@@ -48,7 +48,6 @@ public:
   std::size_t unit_count() const { return units_.size(); }
   std::int32_t unit_number(std::size_t unit) const;
   std::int32_t members_of(std::size_t unit) const { return units_[unit].is_stream() ? units_[unit].count : 0; }
-  Part document_part() const { return document_; }
   Part first_page_part() const { return first_page_; }
   Part shared_part() const { return shared_; }
   Part outlines() const { return outlines_; }

@@ -16,7 +16,8 @@ namespace {
 
 constexpr const char* kParts[] = {"Font", "XObject", "ExtGState", "ColorSpace", "Pattern", "Shading", "Properties"};
 constexpr std::int32_t kEverywhere = 0;  // the holder of names that are kept in all dictionaries
-// All content together, that of pages that share it counted for each, may come to this and so many times the file.
+// The most that all content together may come to: this, and kMostGrowth times the file. Shared content counts once for
+// each page.
 constexpr std::int64_t kLeastWork = std::int64_t{64} * 1024 * 1024;
 constexpr std::int64_t kMostGrowth = 100;
 constexpr std::size_t kFirstSort = 1 << 16;

@@ -1,4 +1,4 @@
-// Each object is looked over with all that it holds. Actions may be anywhere, so they are known by what they are.
+// Each object is examined with all that it holds. Actions may be anywhere, so they are recognised by their entries.
 #include "sheaf/document/writer/strip.h"
 
 #include <algorithm>

@@ -47,7 +47,6 @@ public:
     if (num > 0)
       entries_[object_index(num)] = entry;
   }
-  std::size_t entry_count() const { return entries_.size(); }
   std::uint32_t position() const { return static_cast<std::uint32_t>(out_.GetPos() - start_); }
   /// Whether all was written, and no offset is above what a file can have.
   bool finish();

@@ -153,7 +153,7 @@ CMapToken CMapTokens::read_literal_string() {
   return CMapToken::kEnd;
 }
 
-// On the backslash; stops on the last character of the escape.
+// Begins at the backslash and stops at the last character of the escape.
 void CMapTokens::read_escape() {
   if (at_ + 1 == end_)
     return;

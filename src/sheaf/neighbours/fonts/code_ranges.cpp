@@ -2,7 +2,6 @@
 #include "sheaf/neighbours/fonts/code_ranges.h"
 
 #include <algorithm>
-#include <cstring>
 #include <iterator>
 #include <utility>
 

@@ -35,8 +35,8 @@ public:
   CPDFEnviroment(const CPDFEnviroment& other);
   CPDFEnviroment& operator=(const CPDFEnviroment&) = delete;
 
-  /// Makes the fonts of a folder and its subfolders known, before the system's. Copied. For all
-  /// copies; faces in use stay.
+  /// Makes the fonts of a folder and its subfolders known to this environment and all its copies. They are found
+  /// before the system's. Copies `folder`. Faces in use stay.
   void add_font_folder(const char* folder);
   /// Lets the system's own fonts be found (not 0, the beginning) or only those of folders (0).
   void use_system_fonts(int flag);

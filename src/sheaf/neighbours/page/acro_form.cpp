@@ -2,7 +2,6 @@
 #include "sheaf/neighbours/page/acro_form.h"
 
 #include <algorithm>
-#include <cstring>
 #include <new>
 
 #include "sheaf/base/heap.h"
@@ -193,8 +192,7 @@ CPDFField* CPDFAcroForm::get_field(const PDF_String& name) const {
   return wide ? get_field(wide.get()) : nullptr;
 }
 
-// Of fields of one name the first is in front in its chain, so that however many there are they
-// take no longer to be found.
+// Among fields of the same name the first comes first in its chain, so that many of them take no longer to find.
 CPDFField* CPDFAcroForm::get_field(const wchar_t* name) const {
   if (name == nullptr || buckets_.empty())
     return nullptr;

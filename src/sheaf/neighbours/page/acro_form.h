@@ -56,7 +56,7 @@ public:
   ~CPDFAcroForm();
 
   /// Reads the fields that the document has. Loops and nulls among them do no harm. False when the
-  /// document has no form; fields can be appended all the same.
+  /// document has no form; fields can be appended nevertheless.
   bool load();
   /// The first field of this fully qualified name, or null. Borrowed.
   CPDFField* get_field(const PDF_String& name) const;

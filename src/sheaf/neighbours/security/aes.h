@@ -42,7 +42,7 @@ private:
 /// Encrypts one block without chaining; the permissions entry is coded so.
 void aes256_encrypt_block(const unsigned char* key, const unsigned char* src, unsigned char* dst);
 
-/// Random bytes of the operating system's generator. False when there are none.
+/// Random bytes of the operating system's generator. False when the system has none to give.
 bool secure_random(unsigned char* dst, std::size_t size);
 
 }  // namespace sheaf

@@ -1,5 +1,4 @@
 // Keys of revisions 5 and 6 (ISO 32000-2, 7.6.4.3.3 to 7.6.4.4.11).
-#include <algorithm>
 #include <cstring>
 
 #include "sheaf/base/heap.h"

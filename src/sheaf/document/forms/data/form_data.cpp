@@ -2,7 +2,6 @@
 #include "sheaf/document/forms/form_data.h"
 
 #include <cstring>
-#include <memory>
 
 #include "sheaf/base/heap_watch.h"
 #include "sheaf/base/scope_guard.h"

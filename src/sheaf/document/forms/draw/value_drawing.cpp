@@ -156,7 +156,7 @@ double start_of_comb(const WidgetLook& look, const TextLine& line, double cell, 
   return quadding == 1 ? static_cast<int>(spare / cell / 2 + kCellSlack) * cell : quadding == 2 ? spare : 0;
 }
 
-// The lines between the cells of a comb are of the border.
+// The lines between the cells of a comb belong to the border.
 void draw_comb_lines(ContentWriter& out, const WidgetLook& look, int cells) {
   if (look.border <= 0 || look.border_colour.count == 0 || (look.style != 'S' && look.style != 'D'))
     return;

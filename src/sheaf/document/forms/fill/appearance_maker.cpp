@@ -5,7 +5,6 @@
 #include <cstring>
 #include <memory>
 #include <new>
-#include <string_view>
 
 #include "sheaf/base/heap_watch.h"
 #include "sheaf/base/wide_text.h"

@@ -22,7 +22,7 @@ public:
   bool load(const CPDFAcroForm& form);
   /// The places of the fields of this name.
   Range find(const wchar_t* name) const;
-  /// Those of the fields whose names begin with `name` and a period.
+  /// The fields whose names begin with `name` and a period.
   Range below(const wchar_t* name) const;
   /// The index in the form of the field at a place.
   std::int32_t at(std::size_t place) const { return order_[place]; }

@@ -12,7 +12,7 @@ struct ContentBalance {
   int lowest = 0;  ///< On the way; 0 or less.
 };
 
-/// That of a page's "Contents": a stream, an array of streams or a reference.
+/// The balance of a page's "Contents": a stream, an array of streams or a reference.
 ContentBalance balance_of(CPDFXRefTable& table, const CPDFObj* contents);
 
 }  // namespace sheaf

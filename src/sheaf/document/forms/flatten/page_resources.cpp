@@ -1,8 +1,6 @@
 // Changes the dictionary where it is: in the page, in an object of its own, or as a copy of what is inherited.
 #include "sheaf/document/forms/flatten/page_resources_internal.h"
 
-#include <new>
-
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/neighbours/page/page.h"
 #include "sheaf/xref/xref_table.h"

@@ -15,7 +15,7 @@ namespace sheaf {
 namespace {
 
 constexpr std::uint32_t kCodes = 0x10000;
-constexpr std::uint32_t kMostWidths = 4 * kCodes;  // so many are set, however often ranges name a code
+constexpr std::uint32_t kMostWidths = 4 * kCodes;  // at most this many are set, however often ranges name a code
 
 std::uint16_t width_in(const CPDFObj& value) {
   return static_cast<std::uint16_t>(std::clamp(to_double(value.to_real()), 0.0, 65535.0));

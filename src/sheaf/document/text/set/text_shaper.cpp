@@ -149,7 +149,7 @@ bool TextShaper::shape_anew(const TextParagraph& paragraph, const TextPiece& pie
     const std::size_t first = glyphs_.size();
     if (!shape_run(text, length, run.from, run.to, run.font, piece, width))
       return false;
-    // From right to left each run is before those before it.
+    // In text from right to left each run is to the left of the runs before it.
     const bool is_left = piece.level % 2 != 0;
     for (std::size_t i = is_left ? shaped.first : first; i < (is_left ? first : glyphs_.size()); ++i)
       glyphs_[i].x += static_cast<float>(is_left ? width : pen);

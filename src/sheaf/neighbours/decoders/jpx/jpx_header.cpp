@@ -2,7 +2,6 @@
 #include "sheaf/neighbours/decoders/jpx/jpx_header.h"
 
 #include <algorithm>
-#include <cstring>
 
 #include "sheaf/neighbours/decoders/jp2_boxes.h"
 

@@ -1,8 +1,6 @@
 // Finds runs of equal and of consecutive glyphs, and the pair of metrics to use as the default.
 #include "sheaf/neighbours/fonts/programs/glyph_metrics_internal.h"
 
-#include <algorithm>
-
 #include "sheaf/base/scope_guard.h"
 
 namespace sheaf {
