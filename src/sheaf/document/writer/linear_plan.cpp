@@ -74,7 +74,8 @@ bool LinearPlan::enter_page(std::int32_t num, CPDFObj& thumbnail) {
     survey_.each_reference(num, [&](std::int32_t to) { all_wait = all_wait && waiting_.push(to); });
     return all_wait;
   }
-  const Freed<CPDFObj> page = table_.object(doc_.reference_to(num));
+  Freed<CPDFObj> page;
+  survey_.read(page, num);
   for (std::int32_t i = 0; page.as_dict() != nullptr && i < page.as_dict()->count; ++i) {
     const CPDFDictItem& item = *page.as_dict()->items[i];
     if (std::strcmp(item.key(), "Thumb") == 0)

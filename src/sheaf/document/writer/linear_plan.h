@@ -41,7 +41,7 @@ public:
   LinearPlan(const LinearPlan&) = delete;
   LinearPlan& operator=(const LinearPlan&) = delete;
 
-  /// Plans everything. The pages of `doc` have all that they inherit themselves. False when there is no memory.
+  /// Plans everything; the survey has ended inheritance. False when there is no memory.
   bool make(bool object_streams);
 
   const Numbers& numbers() const { return numbers_; }
