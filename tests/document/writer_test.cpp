@@ -194,6 +194,52 @@ TEST_F(Writer, NodesAboveThePagesOfALinearizedFileHandNothingDown) {
   EXPECT_EQ(file.find("0 0 9 9"), std::string::npos);
 }
 
+// What pages inherit goes into each of them while it is written: kept in memory, a million pages would not fit.
+TEST_F(Writer, PagesOfALinearizedFileGetWhatTheyInheritOneByOne) {
+  constexpr int kPages = 60;
+  PdfBuilder builder;
+  std::string kids;
+  for (int i = 0; i < kPages; ++i) {
+    kids += std::to_string(10 + i) + " 0 R ";
+    builder.obj(10 + i,
+                i == 7 ? "<</Type/Page/Parent 3 0 R/MediaBox[0 0 8 8]/Rotate 0>>" : "<</Type/Page/Parent 3 0 R>>");
+  }
+  builder.obj(1, "<</Type/Catalog/Pages 2 0 R>>")
+      .obj(2, "<</Type/Pages/Kids[3 0 R]/Count 60/Resources<</Font<</F 4 0 R>>>>/Rotate 90/MediaBox[0 0 5 5]>>")
+      .obj(3, "<</Type/Pages/Parent 2 0 R/Kids[" + kids + "]/Count 60/MediaBox[0 0 30 40]>>")
+      .obj(4, "<</Type/Font/Subtype/Type1/BaseFont/Helvetica>>");
+  std::string source = builder.classic().str();
+  CQVStreamMemFix in;
+  in.Open(source.data(), static_cast<int>(source.size()));
+  CPDFDoc doc;
+  ASSERT_TRUE(doc.open(&in));
+  CQVStreamMem out;
+  ASSERT_TRUE(CPDFDocWriter(doc).write(out, nullptr, options_of(PDF_OBJECT_STREAMS::kDisable, {}, true)));
+  int in_memory = 0;
+  for (std::uint32_t num = 1; num < doc.table().xref_count; ++num)
+    in_memory += doc.table().xref_items[num].is_in_memory() ? 1 : 0;
+  EXPECT_LE(in_memory, 1);  // the resources, as an object of their own
+
+  std::string file = bytes_of(out);
+  if (has_program("qpdf")) {
+    EXPECT_EQ(faults(file, "--check-linearization"), "");
+  }
+  CQVStreamMemFix again;
+  again.Open(file.data(), static_cast<int>(file.size()));
+  CPDFDoc result_doc;
+  ASSERT_TRUE(result_doc.open(&again));
+  ASSERT_EQ(result_doc.page_count(), kPages);
+  for (const int index : {0, 7, kPages - 1}) {
+    CPDFPage page;
+    ASSERT_TRUE(result_doc.load_page(index, page));
+    EXPECT_EQ(page.rotate, index == 7 ? 0 : 90) << index;
+    EXPECT_EQ(page.box.right >> 26, index == 7 ? 8 : 30) << index;
+    EXPECT_FALSE(page.from_above.has_media_box || page.from_above.rotate != 0) << index;
+    const Freed<CPDFObj> resources = result_doc.table().value(&page.dict, "Resources");
+    EXPECT_NE(result_doc.table().value(resources.as_dict(), "Font").as_dict(), nullptr) << index;
+  }
+}
+
 // Strings in object streams are protected as parts of streams: where one of the two was in clear, both get the method
 // of the other, which is also what readers can open that know only one.
 TEST_F(Writer, ObjectStreamsHaveOneMethodForStringsAndStreams) {

@@ -124,6 +124,12 @@ bool CPDFDoc::rebuild_page_tree() {
   return pages_.rebuild_tree();
 }
 
+void CPDFDoc::get_without_inheritance(CPDFObj& out, std::int32_t num) {
+  table_.get_stored(out, reference_to(num));
+  if (CPDFDictionary* const dict = out.as_dict())
+    pages_.nodes.complete(*dict, num);
+}
+
 bool CPDFDoc::truncate_to(long long size) {
   return saver_.truncate_to(size);
 }

@@ -223,9 +223,12 @@ public:
   /// for what is directly in the trailer; streams lose crypt filters that `enc` (null: no encryption)
   /// does not have. `id` gets a new identifier where it is null. False when there is no memory.
   bool prepare_complete(CPDFObj& id, const CPDFEncrypt* enc);
-  /// Makes sure that each page has a copy of all that it inherits, and is listed once. Where that is not so, the page
+  /// Sees to it that each page is listed once, by the node that it names as its parent. Where that is not so, the page
   /// tree is made anew, in branches of equal size, with the next save. False as for `store_page_tree`.
   bool rebuild_page_tree();
+  /// Reads object `num` as it is stored. A page gets all that it inherits, a node of the page tree loses what it hands
+  /// down. The null object when there is none.
+  void get_without_inheritance(CPDFObj& out, std::int32_t num);
   /// Cuts the file opened for update to `size` bytes, counted from its first one. False, and nothing is
   /// done, when that is before the end of what was opened or sealed, or after the file's end.
   bool truncate_to(long long size);

@@ -156,19 +156,8 @@ bool PageList::detach(int index, bool listed_before) {
   CPDFPage page;
   if (!load_alone(index, page))
     return false;
-  const PDF_INHERITED& values = page.from_above;
   CPDFDictionary& dict = page.dict;
-  if (nodes.is_absent(dict.get_item(CPDFDictionary::sm_tag_res))) {
-    const PDF_REF above = values.has_direct_resources ? nodes.share_direct_resources(values.holder) : values.resources;
-    if (above.num != 0)
-      dict.set_item_ref(CPDFDictionary::sm_tag_res, above);
-  }
-  if (values.has_media_box && nodes.is_absent(dict.get_item("MediaBox")))
-    dict.set_item_rect("MediaBox", &values.media_box);
-  if (values.has_crop_box && nodes.is_absent(dict.get_item("CropBox")))
-    dict.set_item_rect("CropBox", &values.crop_box);
-  if (values.rotate != 0 && nodes.is_absent(dict.get_item(CPDFDictionary::sm_tag_rotate)))
-    dict.set_item_int(CPDFDictionary::sm_tag_rotate, values.rotate);
+  nodes.hand_down(page.from_above, dict);
   Freed<CPDFObj> value;
   value.take_dict(new (std::nothrow) CPDFDictionary);
   if (!watch.all_granted())
@@ -182,29 +171,23 @@ bool PageList::detach(int index, bool listed_before) {
   return true;
 }
 
-// Whether nothing comes to page `index` from above, not even what it has itself: in linearized files there is none of
-// it.
-bool PageList::needs_no_parent(int index) {
-  const PageListEntry& entry = pages_[static_cast<std::size_t>(index)];
-  if (entry.node < 0)
-    return false;
-  const PDF_INHERITED& values = nodes.values(entry.node);
-  const bool has_resources = values.has_direct_resources || values.resources.num != 0;
-  return !has_resources && !values.has_media_box && !values.has_crop_box && values.rotate == 0;
-}
-
-bool PageList::is_sound_tree_of_lone_pages() {
+// Whether each page is listed once, by the node that it names as its parent.
+bool PageList::is_sound_tree() {
   VisitedSet listed;
-  bool alone = !changed_ && count_pages_by_nodes(table_) == this->listed();
-  for (int i = 0; alone && i < this->listed(); ++i)
-    alone = listed.visit(ref(i).num) && needs_no_parent(i);
-  return alone;
+  bool sound = !changed_ && count_pages_by_nodes(table_) == this->listed();
+  for (const PageListEntry& entry : pages_) {
+    const Freed<CPDFObj> page = sound ? table_.object(entry.ref) : Freed<CPDFObj>();
+    sound = page.as_dict() != nullptr && listed.visit(entry.ref.num) && nodes.is_below(*page.as_dict(), entry.node);
+    if (!sound)
+      return false;
+  }
+  return sound;
 }
 
 bool PageList::rebuild_tree() {
   if (start_edit() < 0)
     return false;
-  if (is_sound_tree_of_lone_pages())
+  if (is_sound_tree())
     return true;
   changed_ = true;
   return store_tree();

@@ -76,8 +76,7 @@ private:
   int start_edit();
   bool detach(int index, bool listed_before);
   bool detach_all(const PDF_REF& top, GrowArray<TreeBranch>& pages);
-  bool needs_no_parent(int index);
-  bool is_sound_tree_of_lone_pages();
+  bool is_sound_tree();
 
   CPDFXRefTable& table_;
   GrowArray<PageListEntry> pages_;

@@ -132,6 +132,34 @@ void PageNodes::keep_resources_of(std::int32_t holder) {
   }
 }
 
+void PageNodes::hand_down(const PDF_INHERITED& values, CPDFDictionary& page) {
+  if (is_absent(page.get_item(CPDFDictionary::sm_tag_res))) {
+    const PDF_REF above = values.has_direct_resources ? share_direct_resources(values.holder) : values.resources;
+    if (above.num != 0)
+      page.set_item_ref(CPDFDictionary::sm_tag_res, above);
+  }
+  if (values.has_media_box && is_absent(page.get_item("MediaBox")))
+    page.set_item_rect("MediaBox", &values.media_box);
+  if (values.has_crop_box && is_absent(page.get_item("CropBox")))
+    page.set_item_rect("CropBox", &values.crop_box);
+  if (values.rotate != 0 && is_absent(page.get_item(CPDFDictionary::sm_tag_rotate)))
+    page.set_item_int(CPDFDictionary::sm_tag_rotate, values.rotate);
+}
+
+void PageNodes::complete(CPDFDictionary& dict, std::int32_t num) {
+  const Freed<CPDFObj> type = table_.value(&dict, CPDFDictionary::sm_tag_type);
+  if (type.is_name("Page")) {
+    hand_down(values(above(dict)), dict);
+  } else if (by_number_.get(num) != 0 && dict.get_item("Kids") != nullptr) {
+    for (const char* key : {CPDFDictionary::sm_tag_res, "MediaBox", "CropBox", CPDFDictionary::sm_tag_rotate})
+      dict.set_item(key, nullptr);
+  }
+}
+
+bool PageNodes::is_below(const CPDFDictionary& page, std::int32_t node) const {
+  return node >= 0 && by_number_.get(ref_of(page.get_item(CPDFDictionary::sm_tag_parent)).num) == node + 1;
+}
+
 void PageNodes::clear() {
   forget_resources();
   nodes_.clear();

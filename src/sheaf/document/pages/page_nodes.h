@@ -38,6 +38,14 @@ public:
   void keep_resources_of(std::int32_t holder);
   void forget_resources();
 
+  /// Puts what `values` has into a page that lacks it.
+  void hand_down(const PDF_INHERITED& values, CPDFDictionary& page);
+  /// Gives the page or the node `dict`, object `num`, the form in which nobody inherits: a page has all that comes from
+  /// above it, a node hands down nothing.
+  void complete(CPDFDictionary& dict, std::int32_t num);
+  /// Whether the page names `node` as its parent.
+  bool is_below(const CPDFDictionary& page, std::int32_t node) const;
+
   /// Whether an item is missing, null, or a reference to nothing.
   bool is_absent(const CPDFObj* item);
   /// Forgets all nodes; objects made of resources stay known.

@@ -87,7 +87,7 @@ Version version_for(const CPDFDoc& doc, const PDF_WRITE_OPTIONS& options, const 
   return version;
 }
 
-// Each page by itself with all that it needs, the outline an object of its own.
+// A sound page tree, the outline an object of its own.
 bool prepare_linearized(CPDFDoc& doc) {
   CPDFXRefTable& table = doc.table();
   if (!doc.rebuild_page_tree())
@@ -199,6 +199,7 @@ bool CPDFDocWriter::write_linearized(CQVStream& out, CPDFEncrypt* enc, const PDF
   LinearPlan order(doc_, survey, plan);
   const bool streams = options.object_streams == PDF_OBJECT_STREAMS::kGenerate ||
                        (preserves_streams(options) && has_compressed(doc_.table()));
+  survey.end_inheritance();
   if (!prepare_linearized(doc_) || !survey.run(true) || !join_equals(survey, options) || !order.make(streams))
     return false;
   survey.forget_references();

@@ -74,7 +74,8 @@ bool LinearPlan::enter_page(std::int32_t num, CPDFObj& thumbnail) {
     survey_.each_reference(num, [&](std::int32_t to) { all_wait = all_wait && waiting_.push(to); });
     return all_wait;
   }
-  const Freed<CPDFObj> page = table_.object(doc_.reference_to(num));
+  Freed<CPDFObj> page;
+  survey_.read(page, num);
   for (std::int32_t i = 0; page.as_dict() != nullptr && i < page.as_dict()->count; ++i) {
     const CPDFDictItem& item = *page.as_dict()->items[i];
     if (std::strcmp(item.key(), "Thumb") == 0)
@@ -290,9 +291,9 @@ bool LinearPlan::place_units() {
     const bool right_first = pages_met_.has(right) || right == outlines_num_;
     return left_first != right_first ? left_first : a.first < b.first;
   });
-  const auto extend = [](Part& part, std::size_t unit) {
+  const auto extend = [](auto& part, std::size_t unit) {
     if (part.count++ == 0)
-      part.first = unit;
+      part.first = static_cast<decltype(part.first)>(unit);
   };
   for (std::size_t i = 0; i < units_.size(); ++i) {
     const std::int32_t num = sorted_[units_[i].first];
@@ -302,7 +303,7 @@ bool LinearPlan::place_units() {
     else if (kind <= kRankFirstOutlines)
       extend(first_page_, i);
     else if (kind == kRankPage)
-      extend(pages_[static_cast<std::size_t>(page_of(num))].part, i);
+      extend(pages_[static_cast<std::size_t>(page_of(num))], i);
     else if (kind == kRankShared)
       extend(shared_, i);
     if (kind == kRankFirstOutlines || kind == kRankOutlines)
@@ -317,7 +318,7 @@ bool LinearPlan::place_units() {
   }
   sorted_.reset();
   if (!pages_.empty())
-    pages_[0].part = first_page_;
+    pages_[0] = {static_cast<std::uint32_t>(first_page_.first), static_cast<std::uint32_t>(first_page_.count), 0};
   return true;
 }
 
@@ -363,6 +364,19 @@ bool LinearPlan::number_units() {
   return true;
 }
 
+// The list of page `index` begins at `start`. Neighbours often use the same, and then have one list together.
+void LinearPlan::keep_list(std::int32_t index, std::uint32_t start) {
+  Page& page = pages_[static_cast<std::size_t>(index)];
+  const std::size_t size = shared_units_.size() - start;
+  shared_units_[start] = static_cast<std::int32_t>(size) - 1;
+  const std::uint32_t before = pages_[static_cast<std::size_t>(index) - 1].shared;
+  const bool is_same =
+      before + size <= start && std::equal(&shared_units_[start], &shared_units_[start] + size, &shared_units_[before]);
+  page.shared = is_same ? before : start;
+  while (is_same && shared_units_.size() > start)
+    shared_units_.pop();
+}
+
 // For each page but the first: the units of parts 6 and 8 that it uses.
 bool LinearPlan::list_shared() {
   std::int32_t index = 0;
@@ -376,13 +390,14 @@ bool LinearPlan::list_shared() {
         use(plan_.order()[units_[i].first + static_cast<std::size_t>(k)]).set_page(index);
     }
   }
-  if (!listed_for.resize(static_cast<std::size_t>(index) + 1))
+  if (!listed_for.resize(static_cast<std::size_t>(index) + 1) || !shared_units_.push(0))
     return false;
   is_cut_ = is_cut_ || index > kMostPages;
   steps_left_ = INT64_MAX;
   for (std::int32_t i = 1; i < page_count() && !is_cut_; ++i) {
-    Page& page = pages_[static_cast<std::size_t>(i)];
-    page.shared_first = static_cast<std::uint32_t>(shared_units_.size());
+    const auto start = static_cast<std::uint32_t>(shared_units_.size());
+    if (!shared_units_.push(0))
+      return false;
     Freed<CPDFObj> thumbnail;
     bool all_listed = true;
     const auto list_unit = [&](std::int32_t num) {
@@ -391,19 +406,19 @@ bool LinearPlan::list_shared() {
         return;
       listed_for[static_cast<std::size_t>(at)] = i;
       all_listed = all_listed && shared_units_.push(at - 1);
-      ++page.shared_count;
     };
     if (!enter_page(doc_.page_ref(i).num, thumbnail) || !walk(false, list_unit) || !all_listed)
       return false;
+    keep_list(i, start);
     is_cut_ = shared_units_.size() > kMostShared;
   }
   return true;
 }
 
 const std::int32_t* LinearPlan::shared_of(std::int32_t index, std::int32_t& count) const {
-  const Page& page = pages_[static_cast<std::size_t>(index)];
-  count = page.shared_count;
-  return count != 0 ? &shared_units_[page.shared_first] : nullptr;
+  const std::int32_t* const list = &shared_units_[pages_[static_cast<std::size_t>(index)].shared];
+  count = *list;
+  return count != 0 ? list + 1 : nullptr;
 }
 
 bool LinearPlan::make(bool object_streams) {

@@ -41,7 +41,7 @@ public:
   LinearPlan(const LinearPlan&) = delete;
   LinearPlan& operator=(const LinearPlan&) = delete;
 
-  /// Plans everything. The pages of `doc` have all that they inherit themselves. False when there is no memory.
+  /// Plans everything; the survey has ended inheritance. False when there is no memory.
   bool make(bool object_streams);
 
   const Numbers& numbers() const { return numbers_; }
@@ -52,7 +52,10 @@ public:
   Part shared_part() const { return shared_; }
   Part outlines() const { return outlines_; }
   /// The units of page `index`, the first one being the page object.
-  Part page_part(std::int32_t index) const { return pages_[static_cast<std::size_t>(index)].part; }
+  Part page_part(std::int32_t index) const {
+    const Page& page = pages_[static_cast<std::size_t>(index)];
+    return {page.first, page.count};
+  }
   std::int32_t page_count() const { return static_cast<std::int32_t>(pages_.size()); }
   /// The shared units that page `index` uses, counted through part 6 and then part 8.
   const std::int32_t* shared_of(std::int32_t index, std::int32_t& count) const;
@@ -84,9 +87,9 @@ private:
     bool is_stream() const { return count > 1; }
   };
   struct Page {
-    Part part;
-    std::uint32_t shared_first;
-    std::int32_t shared_count;
+    std::uint32_t first;   // of its units
+    std::uint32_t count;   // of them
+    std::uint32_t shared;  // where its list of shared units is; 0: it has none
   };
   enum Flag : std::uint32_t {
     kRoot = 1,
@@ -133,6 +136,7 @@ private:
   bool number_units();
   bool number_objects(std::size_t first, std::size_t end, std::int32_t& next);
   bool list_shared();
+  void keep_list(std::int32_t index, std::uint32_t start);
   Use& use(std::int32_t num) { return uses_[object_index(num)]; }
   const Use& use(std::int32_t num) const { return uses_[object_index(num)]; }
 
@@ -149,7 +153,7 @@ private:
   GrowArray<std::int32_t> sorted_;
   GrowArray<Unit> units_;
   GrowArray<Page> pages_;
-  GrowArray<std::int32_t> shared_units_;
+  GrowArray<std::int32_t> shared_units_;  // lists, each with its length in front; the first one is empty
   std::int32_t outlines_num_ = 0;
   bool outlines_first_ = false;
   bool is_cut_ = false;

@@ -93,9 +93,16 @@ bool ObjectSurvey::push_edge(std::uint32_t value) {
   return edges_.push(static_cast<std::uint8_t>(value));
 }
 
+void ObjectSurvey::read(CPDFObj& out, std::int32_t num) const {
+  if (ends_inheritance_)
+    doc_.get_without_inheritance(out, num);
+  else
+    table_.get_stored(out, doc_.reference_to(num));
+}
+
 bool ObjectSurvey::visit(std::int32_t num) {
   Freed<CPDFObj> value;
-  table_.get_stored(value, doc_.reference_to(num));
+  read(value, num);
   const Kind kind = kind_of(num, value);
   kinds_[object_index(num)] = kind;
   if (kind == kOther)

@@ -29,6 +29,10 @@ public:
   ObjectSurvey(const ObjectSurvey&) = delete;
   ObjectSurvey& operator=(const ObjectSurvey&) = delete;
 
+  /// From here on no page inherits anything (see CPDFDoc::get_without_inheritance).
+  void end_inheritance() { ends_inheritance_ = true; }
+  /// Reads an object as the new file is to have it.
+  void read(CPDFObj& out, std::int32_t num) const;
   /// Reads all that can be reached. With `keeps_references`, `references_of` answers afterwards. False when
   /// there is no memory.
   bool run(bool keeps_references);
@@ -100,6 +104,7 @@ private:
   GrowArray<std::int32_t> waiting_;
   ReferenceList found_;
   bool keeps_references_ = false;
+  bool ends_inheritance_ = false;
   VisitedSet tree_nodes_;
   VisitedSet thumbnails_;
   // References are kept as what each adds to the one before it, the first to the number that refers: the sign in

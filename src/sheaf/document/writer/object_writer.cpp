@@ -63,7 +63,7 @@ void ObjectWriter::lay_out(CPDFStreamRec& stream, std::int32_t num) {
 }
 
 bool ObjectWriter::read(CPDFObj& obj, std::int32_t num) {
-  doc_.table().get_stored(obj, doc_.reference_to(num));
+  plan_.read(obj, num);
   if (obj.is_null())
     return false;
   if (CPDFStreamRec* const stream = obj.as_stream()) {

@@ -25,6 +25,8 @@ public:
 
   /// The number in the new file of what a reference to `num` means; 0: nothing, the reference becomes null.
   std::int32_t number(std::int32_t num) const { return numbers_.get(survey_.standing_for(num)); }
+  /// Reads an object of the source as the new file is to have it, with the source's numbers.
+  void read(CPDFObj& out, std::int32_t num) const { survey_.read(out, num); }
   /// The source's numbers in the order of writing.
   const GrowArray<std::int32_t>& order() const { return order_; }
   bool is_member(std::size_t place) const { return (marks_[place] & kMember) != 0; }
