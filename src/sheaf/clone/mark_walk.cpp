@@ -1,7 +1,8 @@
 // The mark walk: records everything that can be reached from a reference. It changes no object, and
 // no key means anything to it. What is found waits as a number on a work list and makes the next wave, so
 // that a chain of a million objects holds one object in memory at a time.
-#include "sheaf/base/keyed_sort.h"
+#include <algorithm>
+
 #include "sheaf/clone/object_map_internal.h"
 #include "sheaf/object/references.h"
 
@@ -63,7 +64,9 @@ private:
       const bool has_container = entry.is_compressed() && entry.offset < table_.xref_count;
       return has_container ? table_.objstm_place(entry.offset) : entry.offset;
     };
-    sort_by_key(wave_, place);
+    const auto in_front = [place](std::int32_t a, std::int32_t b) { return place(a) < place(b); };
+    if (!std::is_sorted(wave_.begin(), wave_.end(), in_front))
+      std::sort(wave_.begin(), wave_.end(), in_front);
   }
 
   CPDFXRefTable& table_;
