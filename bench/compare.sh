@@ -1,26 +1,44 @@
 #!/usr/bin/env bash
 # Times the tool, qpdf and mutool on the same jobs in alternating runs: compare.sh FOLDER
-# FOLDER holds what make_inputs.py writes, and any other PDF. Prints the median wall time of five
-# runs in milliseconds and the peak memory in MiB; peers that are missing are left out.
+# FOLDER holds what make_inputs.py writes, and any other PDF. Prints processor time (user and system, in milliseconds)
+# of RUNS runs (5), the least and the most of them, the peak memory in MiB, and the share of the tool in the least time
+# of the faster peer. A program that has taken PATIENCE seconds (4) of it for a job is not run again, so that a whole table
+# takes some five minutes. Peers that are missing are left out. To be run on a quiet machine.
 set -u
 folder=$1
 sheaf=${SHEAF:-$(dirname "$0")/../build/release/tools/sheaf}
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 runs=${RUNS:-5}
+patience=${PATIENCE:-4}
+TIMEFORMAT='%3U %3S %3R'
 
-# measure NAME COMMAND...: one run, appended to the results of NAME
+# measure NAME COMMAND...: one run, appended to the results of NAME as "processor-ms elapsed-ms MiB", unless it has
+# taken its time already
 measure() {
-  local name=$1 start end
+  local name=$1 used
   shift
+  used=$(awk '{all += $1} END {print int(all / 1000)}' "$work/$name" 2>/dev/null)
+  [ "${used:-0}" -ge "$patience" ] && return
   rm -f "$work"/[omq].pdf  # every run writes a new file
-  start=$(date +%s%N)
-  /usr/bin/time -f %M -o "$work/memory" "$@" >/dev/null 2>&1
-  end=$(date +%s%N)
-  echo "$(((end - start) / 1000000)) $(($(tail -n 1 "$work/memory") / 1024))" >>"$work/$name"
+  { time /usr/bin/time -f %M -o "$work/memory" "$@" >/dev/null 2>&1; } 2>"$work/times"
+  awk -v memory="$(tail -n 1 "$work/memory")" \
+    '{printf "%.1f %.0f %.0f\n", ($1 + $2) * 1000, $3 * 1000, memory / 1024}' "$work/times" >>"$work/$name"
 }
 
-median() { [ -s "$work/$1" ] && sort -n "$work/$1" | awk '{a[NR]=$0} END {split(a[int((NR+1)/2)],m," "); printf "%s ms, %s MiB", m[1], m[2]}' || printf -- "-"; }
+least() { sort -n "$work/$1" 2>/dev/null | awk 'NR == 1 {print $1}'; }
+
+# cell NAME: "least to most ms, MiB", or a dash
+cell() {
+  [ -s "$work/$1" ] || { printf -- "-"; return; }
+  sort -n "$work/$1" | awk '{if (NR == 1) least = $1; most = $1; if ($3 > memory) memory = $3}
+    END {printf NR == 1 ? "%s ms, %s MiB, one run" : "%s to %s ms, %s MiB", least, NR == 1 ? memory : most, memory}'
+}
+
+share() {
+  { least qpdf; least mutool; } | sort -n | awk -v ours="$(least ours)" \
+    'NR == 1 && ours > 0 {printf "%.2f", ours / $1; found = 1} END {if (!found) printf "-"}'
+}
 
 # job LABEL FILE: compares the commands in the arrays ours, qpdf_command, mutool_command
 job() {
@@ -30,11 +48,11 @@ job() {
     [ ${#qpdf_command[@]} -gt 0 ] && command -v qpdf >/dev/null && measure qpdf "${qpdf_command[@]}"
     [ ${#mutool_command[@]} -gt 0 ] && command -v mutool >/dev/null && measure mutool "${mutool_command[@]}"
   done
-  echo "| $1 | $2 | $(median ours) | $(median qpdf) | $(median mutool) |"
+  echo "| $1 | $2 | $(cell ours) | $(cell qpdf) | $(cell mutool) | $(share) |"
 }
 
-echo "| job | input | sheaf | qpdf | mutool |"
-echo "|---|---|---|---|---|"
+echo "| job | input | sheaf | qpdf | mutool | share |"
+echo "|---|---|---|---|---|---|"
 none=()
 for file in "$folder"/*.pdf; do
   name=$(basename "$file" .pdf)

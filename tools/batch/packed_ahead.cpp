@@ -1,7 +1,8 @@
-// Each of N processes goes through all objects and packs every N-th stream into a file, after a line that identifies
-// the data by a hash. What is found by a hash is unpacked and compared before it is used.
+// Each process goes through all objects and packs a share of the streams into a file, after a line that says which
+// data it is of. Data are known by a hash, so what is found is unpacked and compared before it is used.
 #include "batch/packed_ahead.h"
 
+#include <algorithm>
 #include <cstring>
 #include <functional>
 #include <memory>
@@ -56,16 +57,34 @@ bool is_packed_elsewhere(const CPDFStreamRec& rec) {
   return type != nullptr && (type->is_name("ObjStm") || type->is_name("XRef"));
 }
 
+// Which streams a part packs: each goes to the part that has the fewest bytes so far, by the count of all parts alike.
+class Shares {
+public:
+  Shares(int part, int count) : part_(part), bytes_(static_cast<std::size_t>(count)) {}
+
+  bool take(std::int32_t size) {
+    const auto least = std::min_element(bytes_.begin(), bytes_.end());
+    *least += 1 + std::max(size, 0);
+    return least - bytes_.begin() == part_;
+  }
+
+private:
+  int part_;
+  std::vector<std::int64_t> bytes_;
+};
+
 int pack_share(CPDFXRefTable& table, PDF_WRITE_OPTIONS options, std::FILE* file, int part, int count) {
   Recorder recorder(file);
   options.packer = &recorder;
   StreamCoder coder(table, options);
-  std::int64_t streams = 0;
+  Shares shares(part, count);
   for (std::uint32_t num = 1; num < table.xref_count; ++num) {
+    if (table.xref_items[num].is_compressed())
+      continue;  // no stream
     Freed<CPDFObj> obj;
     table.get_stored(obj, PDF_REF::at(num));
     CPDFStreamRec* const rec = obj.as_stream();
-    if (rec == nullptr || is_packed_elsewhere(*rec) || streams++ % count != part)
+    if (rec == nullptr || is_packed_elsewhere(*rec) || !shares.take(rec->length))
       continue;
     coder.recode(*rec);
     rec->source = nullptr;  // the coder has the data
@@ -80,6 +99,7 @@ bool unpacks_to(unsigned char* packed, std::size_t packed_size, const unsigned c
                                                                         CPDFDictionary::sm_tag_fdec, nullptr));
   if (decoder == nullptr)
     return false;
+  decoder->decode_whole(size);
   unsigned char piece[kPiece];
   std::size_t done = 0;
   for (int got = decoder->read_block(piece, kPiece); got > 0; got = decoder->read_block(piece, kPiece)) {

@@ -55,6 +55,11 @@ Deflater::~Deflater() {
   deflateEnd(&zstream_);
 }
 
+void Deflater::restart() {
+  failed_ = deflateReset(&zstream_) != Z_OK;
+  size_ = 0;
+}
+
 bool Deflater::make_room() {
   const std::size_t room = room_ == 0 ? kFirstRoom : room_ * 2;
   auto* const grown = room <= INT_MAX ? static_cast<unsigned char*>(QVRealloc(block_.get(), room)) : nullptr;

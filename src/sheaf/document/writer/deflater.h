@@ -24,6 +24,8 @@ public:
   unsigned char* data() const { return block_.get(); }
   std::size_t size() const { return size_; }
   unsigned char* release() { return block_.release(); }
+  /// Begins anew, with the memory that there is.
+  void restart();
 
 private:
   void run(int flush);

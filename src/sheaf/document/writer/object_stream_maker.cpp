@@ -4,7 +4,6 @@
 #include <cstdio>
 
 #include "sheaf/base/scope_guard.h"
-#include "sheaf/document/writer/deflater.h"
 
 namespace sheaf {
 
@@ -29,12 +28,15 @@ void ObjectStreamMaker::finish() {
   dict.set_item_int(CPDFDictionary::sm_tag_first, static_cast<int>(numbers_.len));
   if (level_ > 0) {
     dict.set_item_name(CPDFDictionary::sm_tag_filter, CPDFDictionary::sm_tag_fdec);
-    Deflater deflater(level_);
-    deflater.add(numbers_.data, numbers_.len);
-    deflater.add(bodies_.data, bodies_.len);
-    if (!deflater.finish())
+    if (deflater_)
+      deflater_->restart();
+    else
+      deflater_.emplace(level_);
+    deflater_->add(numbers_.data, numbers_.len);
+    deflater_->add(bodies_.data, bodies_.len);
+    if (!deflater_->finish())
       file_.fail();
-    file_.put_stream(dict, deflater.data(), deflater.size(), holder_);
+    file_.put_stream(dict, deflater_->data(), deflater_->size(), holder_);
   } else {
     numbers_.Write(bodies_.data, bodies_.len);
     file_.put_stream(dict, numbers_.data, numbers_.len, holder_);

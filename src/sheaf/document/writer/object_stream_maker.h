@@ -2,8 +2,10 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 
 #include "sheaf/base/stream.h"
+#include "sheaf/document/writer/deflater.h"
 #include "sheaf/document/writer/target_file.h"
 
 namespace sheaf {
@@ -28,6 +30,7 @@ private:
   std::int32_t count_ = 0;
   CQVStreamMem numbers_;
   CQVStreamMem bodies_;
+  std::optional<Deflater> deflater_;  // once there is something to deflate
 };
 
 }  // namespace sheaf

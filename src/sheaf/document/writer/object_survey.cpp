@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "sheaf/base/keyed_sort.h"
 #include "sheaf/base/scope_guard.h"
 #include "sheaf/document/doc.h"
 
@@ -120,17 +121,20 @@ void ObjectSurvey::sort_by_place(GrowArray<std::int32_t>& numbers) {
     const bool has_container = entry.is_compressed() && entry.offset < table_.xref_count;
     return has_container ? table_.objstm_place(entry.offset) : entry.offset;
   };
+  sort_by_key(numbers, place);
+  // The members of one object stream, by their places in it.
   const auto index = [this](std::int32_t num) {
     const PDF_XREF& entry = *table_.entry(num);
     return entry.is_compressed() ? entry.gen : num;
   };
-  const auto in_front = [&](std::int32_t a, std::int32_t b) {
-    const std::uint32_t left = place(a);
-    const std::uint32_t right = place(b);
-    return left != right ? left < right : index(a) < index(b);
-  };
-  if (!std::is_sorted(numbers.begin(), numbers.end(), in_front))
-    std::sort(numbers.begin(), numbers.end(), in_front);
+  const auto in_front = [&index](std::int32_t a, std::int32_t b) { return index(a) < index(b); };
+  for (std::int32_t* first = numbers.begin(); first != numbers.end();) {
+    const std::uint32_t here = place(*first);
+    std::int32_t* const last = std::find_if(first, numbers.end(), [&](std::int32_t num) { return place(num) != here; });
+    if (!std::is_sorted(first, last, in_front))
+      std::sort(first, last, in_front);
+    first = last;
+  }
 }
 
 bool ObjectSurvey::run(bool keeps_references) {

@@ -19,6 +19,7 @@ namespace {
 
 constexpr std::int32_t kMostStages = 16;
 constexpr std::size_t kMostDecoded = std::size_t{256} * 1024 * 1024;
+constexpr std::size_t kMostWhole = std::size_t{16} * 1024 * 1024;  // larger data are decoded in pieces
 constexpr std::size_t kFirstRoom = 16 * 1024;
 constexpr int kNormalLevel = 6;
 // All streams together may decode to this, and so many times the size of the file.
@@ -63,6 +64,7 @@ bool has_whole_rows(CPDFXRefTable& table, const CPDFDictionary* parms, std::size
 bool drain(CPDFStream& decoder, HeapBlock<unsigned char>& out, std::size_t& size) {
   std::size_t room = 0;
   size = 0;
+  decoder.decode_whole(kMostWhole);
   for (;;) {
     if (size == room) {
       room = std::max(room * 2, kFirstRoom);

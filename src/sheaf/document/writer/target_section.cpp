@@ -21,6 +21,7 @@ namespace {
 constexpr std::size_t kMostGap = 32;
 constexpr unsigned kMostWidth = 9;
 constexpr unsigned kUp = 2;  // the PNG filter of each row
+constexpr std::size_t kLinesRoom = 4096;
 constexpr int kUpPredictor = 12;
 constexpr int kLevel = 9;
 
@@ -92,18 +93,24 @@ bool TargetSection::print_stream(CQVStream& out, CPDFDictionary& dict, std::int3
   Cleared<CPDFArray> index;
   unsigned char row[kMostWidth];
   unsigned char above[kMostWidth] = {};
-  unsigned char line[1 + kMostWidth] = {kUp};
+  unsigned char lines[kLinesRoom];
+  std::size_t filled = 0;
   for (Run run{first_, first_}; next_run(run);) {
     index.append_int(static_cast<int>(run.first));
     index.append_int(static_cast<int>(run.end - run.first));
     for (std::size_t at = run.first; at < run.end; ++at) {
       rows.fill(row, entries_[at]);
+      lines[filled++] = kUp;
       for (unsigned i = 0; i < rows.width(); ++i)
-        line[1 + i] = static_cast<unsigned char>(row[i] - above[i]);
+        lines[filled++] = static_cast<unsigned char>(row[i] - above[i]);
       std::memcpy(above, row, rows.width());
-      deflater.add(line, 1 + rows.width());
+      if (filled > sizeof(lines) - 1 - kMostWidth) {
+        deflater.add(lines, filled);
+        filled = 0;
+      }
     }
   }
+  deflater.add(lines, filled);
   Cleared<CPDFArray> widths;
   for (const unsigned width : {1u, rows.place_width, rows.index_width})
     widths.append_int(static_cast<int>(width));
