@@ -286,7 +286,7 @@ void ContentChecker::check_page(int index, GrowArray<ContentFinding>& findings) 
 void ContentChecker::note_streams() {
   for (const ContentPart& part : text_.parts()) {
     if (part.is_read && part.size != 0 && end_of_.get(part.ref.num) == 0 && ends_.push({part.size, part.flaw}))
-      end_of_.set(part.ref.num, static_cast<std::int32_t>(ends_.size()));
+      end_of_.set(part.ref.num, ends_.count());
   }
 }
 

@@ -84,7 +84,7 @@ bool CPDFOutline::load(CPDFDoc& doc) {
     const CPDFDictionary& dict = *item.as_dict();
     PDF_OUTLINE_ENTRY entry{};
     entry.ref = at;
-    entry.level = static_cast<std::int32_t>(following.size());
+    entry.level = following.count();
     Freed<CPDFObj> title = table.value(&dict, "Title");
     entry.title = title.as_string();
     if (title.tag == kTagString)
@@ -173,17 +173,17 @@ void CPDFOutline::link(GrowArray<Links>& links) const {
   GrowArray<std::int32_t> open;  // the last entry at each level
   for (std::int32_t i = 0; i < size(); ++i) {
     const std::int32_t level = at(i).level;
-    Links& mine = links[static_cast<std::size_t>(i)];
-    while (static_cast<std::int32_t>(open.size()) > level + 1)
+    Links& mine = links[i];
+    while (open.count() > level + 1)
       open.pop();
-    if (static_cast<std::int32_t>(open.size()) == level + 1) {
+    if (open.count() == level + 1) {
       mine.prev = open.back();
-      links[static_cast<std::size_t>(mine.prev)].next = i;
+      links[mine.prev].next = i;
       open.pop();
     }
     mine.parent = open.empty() ? -1 : open.back();
     if (mine.parent >= 0) {
-      Links& parent = links[static_cast<std::size_t>(mine.parent)];
+      Links& parent = links[mine.parent];
       parent.first = parent.first < 0 ? i : parent.first;
       parent.last = i;
     }
@@ -191,9 +191,9 @@ void CPDFOutline::link(GrowArray<Links>& links) const {
       return;
   }
   for (std::int32_t i = size(); i-- > 0;) {
-    const Links& mine = links[static_cast<std::size_t>(i)];
+    const Links& mine = links[i];
     if (mine.parent >= 0)
-      links[static_cast<std::size_t>(mine.parent)].shown += 1 + (at(i).open ? mine.shown : 0);
+      links[mine.parent].shown += 1 + (at(i).open ? mine.shown : 0);
   }
 }
 
@@ -232,7 +232,7 @@ void CPDFOutline::number(CPDFXRefTable& table, GrowArray<Links>& links) const {
   for (std::int32_t i = 0; i < size(); ++i) {
     const PDF_REF own = at(i).ref;
     const bool keeps_number = own.num != 0 && used.visit(own.num);
-    links[static_cast<std::size_t>(i)].ref = keeps_number ? own : PDF_REF{table.alloc_obj_num(), 0};
+    links[i].ref = keeps_number ? own : PDF_REF{table.alloc_obj_num(), 0};
   }
 }
 
@@ -245,7 +245,7 @@ bool CPDFOutline::store_links(CPDFXRefTable& table, const GrowArray<Links>& link
   const auto set = [&](const char* key, std::int32_t index) {
     dict->set_item(key, nullptr);
     if (index >= 0)
-      dict->set_item_ref(key, links[static_cast<std::size_t>(index)].ref);
+      dict->set_item_ref(key, links[index].ref);
   };
   set(CPDFDictionary::sm_tag_parent, mine.parent);
   set(CPDFDictionary::sm_tag_prev, mine.prev);
@@ -263,7 +263,7 @@ bool CPDFOutline::store_items(CPDFDoc& doc, const GrowArray<Links>& links, const
   top.set_item_name(CPDFDictionary::sm_tag_type, "Outlines");
   std::int32_t shown = 0;
   for (std::int32_t i = 0; i < size(); ++i) {
-    const Links& mine = links[static_cast<std::size_t>(i)];
+    const Links& mine = links[i];
     if (!store_entry(doc, at(i), mine) || !store_links(doc.table(), links, mine, root))
       return false;
     if (mine.parent >= 0)

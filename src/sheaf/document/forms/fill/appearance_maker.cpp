@@ -152,7 +152,7 @@ void AppearanceMaker::read_list(const CPDFField& field, Value& value) {
   flatten_lines(value.characters);
   const auto choose = [&value](std::int32_t index) {
     if (index >= 0 && static_cast<std::size_t>(index) < value.lines.size())
-      value.lines[static_cast<std::size_t>(index)].selected = true;
+      value.lines[index].selected = true;
   };
   const auto choose_text = [&](const CPDFObj& item) {
     std::size_t len = 0;
@@ -247,7 +247,7 @@ void AppearanceMaker::draw_list_box(ContentWriter& out, const WidgetLook& look, 
                                     const Value& value, const ValueTraits& traits) {
   Freed<CPDFObj> top;
   field.get_value("TI", top);
-  const auto count = static_cast<std::int32_t>(value.lines.size());
+  const auto count = value.lines.count();
   const std::int32_t shown = list_lines_shown(look, traits);
   std::int32_t first = std::clamp(top.to_int(), 0, std::max(0, count - 1));
   const auto* const chosen =
@@ -259,7 +259,7 @@ void AppearanceMaker::draw_list_box(ContentWriter& out, const WidgetLook& look, 
   TextSetter setter(table_, system_, {});
   const std::int32_t last = count - first > shown ? first + shown + 1 : count;
   for (std::int32_t i = first; i < last; ++i) {
-    const ListLine& line = value.lines[static_cast<std::size_t>(i)];
+    const ListLine& line = value.lines[i];
     GrowArray<std::uint32_t> characters;
     for (std::size_t k = 0; k < line.count; ++k)
       characters.push(value.characters[line.first + k]);

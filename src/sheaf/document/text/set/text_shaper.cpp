@@ -117,7 +117,7 @@ bool TextShaper::shape(const TextParagraph& paragraph, const TextPiece& piece, S
       !known_.push({hash, at, length, piece.script, piece.level % 2 != 0, shaped,
                     static_cast<std::uint32_t>(missing - missing_before)}))
     return false;
-  *slot = static_cast<std::int32_t>(known_.size());
+  *slot = known_.count();
   return true;
 }
 
