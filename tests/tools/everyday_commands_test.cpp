@@ -224,6 +224,13 @@ TEST_F(Everyday, JsonGivesTheSameObjectsBack) {
     EXPECT_TRUE(is_sound(file));
     EXPECT_EQ(sheaf("diff in.pdf " + std::string(file)).output, "") << file;
   }
+  // qpdf takes no reference as the value of an object.
+  PdfBuilder linked;
+  write_file(in,
+             linked.pages(1).obj(20, "21 0 R").obj(21, "<</Title(linked)>>").classic("/Root 1 0 R/Info 20 0 R").str());
+  ASSERT_EQ(sheaf("json in.pdf --qpdf -o doc.json").code, 0);
+  ASSERT_EQ(run_command("cd " + folder.str() + " && qpdf --json-input doc.json q.pdf 2>&1").code, 0);
+  EXPECT_TRUE(contains(sheaf("show q.pdf trailer/Info/Title"), "linked"));
 }
 
 TEST_F(Everyday, DiffNamesPagesValuesAndObjects) {

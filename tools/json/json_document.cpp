@@ -95,6 +95,8 @@ private:
     table_.get_stored(obj, ref);
     if (obj.is_null() || holds_the_file(ref, obj))
       return;
+    if (!own() && obj.tag == kTagRef)
+      follow(obj);
     JsonWriter json;
     json.begin_object();
     if (own())
@@ -106,6 +108,15 @@ private:
     json.end_object();
     const std::string key = "\"obj:" + std::to_string(ref.num) + " " + std::to_string(ref.gen) + " R\":";
     put_line(own() ? json.str() : key + json.str());
+  }
+
+  // qpdf takes no reference for an object: the value that it leads to is written instead, unless that is a stream.
+  void follow(CPDFObj& obj) {
+    const Freed<CPDFObj> value = table_.value(&obj);
+    if (value.as_stream() != nullptr)
+      return;
+    obj.free();
+    obj.copy_from(&value);
   }
 
   void write_stream(JsonWriter& json, const PDF_REF& ref, const CPDFStreamRec& rec) {
