@@ -412,7 +412,7 @@ const std::vector<GrowthShape> kShapes = {
      }},
     {"one chain of many filters",
      [](int n) { return with_streams(1, "/Filter[" + many(n, "/ASCIIHexDecode") + "]", [](int) { return "41>"; }); }},
-    {"JBIG2 regions over one another", jbig2_regions, 120},
+    {"JBIG2 regions over one another", jbig2_regions, 100},
     {"JBIG2 pictures of all kinds", jbig2_pictures, 12},
     {"JBIG2 symbols for all pictures", jbig2_globals, 12},
     {"JPEG pictures of any size", [](int n) { return declared_sizes(n, "DCTDecode", jpeg_header()); }, 12},

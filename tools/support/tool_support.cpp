@@ -181,15 +181,15 @@ namespace {
 // Neither the end of the data nor the height ends the rows of CCITT data. Behind their end rows are made of nothing,
 // for pictures that are cut.
 bool justifies_row(CPDFStream& decoder, std::int64_t row, std::int64_t total) {
-  constexpr std::int64_t kRowsOfNothing = 64;  // for each byte; a row of data takes a bit at least
+  constexpr std::int64_t kRowsPerByte = 64;  // a row takes a bit at least
+  constexpr std::int64_t kBaseRows = 4096;
   constexpr std::int64_t kBase = 1 << 20;
   constexpr std::int64_t kBytesPerByte = 32 * 1024;
   if (decoder.filter_type != kFilterCCITTFax)
     return true;
   auto& fax = static_cast<CPDFStreamFAX&>(decoder);
   const bool is_over = fax.byte_pos >= fax.left;
-  const bool is_justified = total <= kBase + kBytesPerByte * fax.left;
-  if (is_justified && (!is_over || row < kRowsOfNothing * (std::int64_t{fax.left} + 64)))
+  if (total <= kBase + kBytesPerByte * fax.left && row < kBaseRows + kRowsPerByte * fax.left)
     return true;
   decoder.flaw = is_over ? kFlawEarlyEnd : kFlawLimit;
   return false;

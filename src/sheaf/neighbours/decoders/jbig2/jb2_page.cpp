@@ -28,6 +28,10 @@ void decode_page_information(Segment& segment) {
     return;
   }
   BitmapHold bitmap(limits, bitmap_new(limits, width, is_open_ended ? 0 : height));
+  // Unlike a white one it is written to its end.
+  constexpr std::int64_t kBytesPerUnit = 8;
+  if (is_black && !is_open_ended && !limits.spend(row_bytes * height / kBytesPerUnit))
+    return;
   QVJB2_Page* page = bitmap ? segment.decoder.begin_page() : nullptr;
   if (page == nullptr)
     return;

@@ -106,7 +106,7 @@ bool decode_refinement(ArithmeticDecoder& decoder, std::uint8_t* contexts, const
   const Moved moved = {is_moved[0] || is_moved[1], {is_moved[0], is_moved[1]}};
   bool is_typical = false;
   for (std::int32_t y = 0; y < out.height; ++y) {
-    constexpr std::int64_t kPixelWork = 3;
+    constexpr std::int64_t kPixelWork = 4;
     if (!limits.spend(kPixelWork * out.width))
       return false;
     if (params.typical && decoder.bit(contexts[kTypicalContext[params.pixels_template]]) != 0)
