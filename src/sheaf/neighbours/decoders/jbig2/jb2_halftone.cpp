@@ -168,7 +168,9 @@ private:
   void draw(QVJB2_Bitmap& region, const GreyPlanes& planes) {
     // With a single pattern there are no planes that could have bounded the grid.
     constexpr std::int32_t kWordBits = 32;
-    const std::int64_t cell_work = 8 + planes.count() + patterns_->height * (1 + patterns_->width / kWordBits);
+    constexpr std::int64_t kEachCell = 8;
+    const std::int64_t pattern_words = std::int64_t{patterns_->height} * (1 + patterns_->width / kWordBits);
+    const std::int64_t cell_work = kEachCell + std::int64_t{planes.count()} + pattern_words;
     for (std::int64_t row = 0; row < height_; ++row) {
       for (std::int64_t column = 0; column < width_; ++column) {
         if (!limits_.spend(cell_work))
