@@ -96,14 +96,15 @@ void MergeStructure::put_tops(CPDFDictionary& root) {
   const CPDFObj* const own = root.get_item("K");
   Freed<CPDFObj> kids = table_.value(own);
   if (kids.as_array() == nullptr) {
-    Freed<CPDFObj> list;
-    list.take_array(new (std::nothrow) CPDFArray);
-    if (list.as_array() == nullptr)
-      return;
-    if (own != nullptr)
-      list.as_array()->append(own);
-    kids.move_from(list);
+    Freed<CPDFObj> made;
+    made.take_array(new (std::nothrow) CPDFArray);
+    if (own != nullptr && made.as_array() != nullptr)
+      made.as_array()->append(own);
+    kids.move_from(made);
   }
+  CPDFArray* const list = kids.as_array();
+  if (list == nullptr)
+    return;
   const bool joins = !has_own_ && tops_[0].source != tops_.back().source;
   Cleared<CPDFArray> below;
   const PDF_REF document{joins ? table_.alloc_obj_num() : 0, 0};
@@ -111,7 +112,7 @@ void MergeStructure::put_tops(CPDFDictionary& root) {
     CPDFDictionary* const element = target_.stored_dict(top.ref);
     if (joins && element != nullptr)
       element->set_item_ref("P", document);
-    (joins ? below : *kids.as_array()).append_ref(top.ref);
+    (joins ? below : *list).append_ref(top.ref);
   }
   if (joins) {
     Cleared<CPDFDictionary> entry;
