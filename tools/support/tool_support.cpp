@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <fstream>
 #include <map>
+#include <memory>
 #include <vector>
 
 #include "sheaf/base/heap.h"

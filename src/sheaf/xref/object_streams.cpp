@@ -71,7 +71,8 @@ bool read_lists(PDF_OBJSTM& entry, std::int32_t first) {
 
 // Object `index` of a stream whose text is held.
 void read_member(const PDF_OBJSTM& entry, std::int32_t index, CPDFObj& out) {
-  const auto start = static_cast<std::int32_t>(entry.place(static_cast<std::size_t>(entry.count + 1 + index)));
+  const auto start = static_cast<std::int32_t>(
+      entry.place(static_cast<std::size_t>(entry.count) + 1 + static_cast<std::size_t>(index)));
   CPDFBufMem buf;
   buf.buf_init_mem(entry.text + start, static_cast<std::uint32_t>(entry.decoded - start));
   out.read(&buf, nullptr);

@@ -1,6 +1,8 @@
 // Text as lines of placed glyphs: breaks, order, positions, and what becomes of clusters in the embedded font.
 #include "sheaf/document/text/text_setter.h"
 
+#include <gtest/gtest.h>
+
 #include "neighbours/fonts/font_files.h"
 #include "sheaf/document/doc.h"
 #include "sheaf/document/fonts/system_fonts.h"

@@ -1,5 +1,8 @@
 // Where fonts are found, and how faces are shared between documents.
 #include "sheaf/neighbours/fonts/environment.h"
+
+#include <gtest/gtest.h>
+
 #include "sheaf/neighbours/fonts/programs/ft_font.h"
 #include "support/external_tool.h"
 #include "support/failing_heap.h"

@@ -1,5 +1,8 @@
 // The table's caches of fonts and faces, and fonts that the application brings.
 #include "sheaf/base/named_table.h"
+
+#include <gtest/gtest.h>
+
 #include "sheaf/cache/font_caches.h"
 #include "sheaf/neighbours/fonts/environment.h"
 #include "sheaf/neighbours/fonts/font.h"

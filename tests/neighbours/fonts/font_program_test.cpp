@@ -1,5 +1,8 @@
 // Font files: what is believed of them, what descriptors get, and the programs made from them.
 #include "neighbours/fonts/font_files.h"
+
+#include <gtest/gtest.h>
+
 #include "sheaf/neighbours/fonts/programs/ft_font.h"
 #include "sheaf/neighbours/fonts/programs/tt_layout.h"
 #include "sheaf/neighbours/fonts/programs/tt_writer.h"

@@ -1,4 +1,6 @@
 // Texts set by the tool in the system's fonts, as other programs read them back.
+#include <gtest/gtest.h>
+
 #include <utf8proc.h>
 #include "neighbours/fonts/font_files.h"
 

@@ -1,4 +1,6 @@
 // Type 0 fonts: the objects as they are made, codes, and what each save puts into them.
+#include <gtest/gtest.h>
+
 #include <cstring>
 
 #include "neighbours/fonts/font_files.h"
