@@ -199,16 +199,20 @@ TEST(Update, StoresAgainWhatHasNoEndInADamagedFile) {
   }
 }
 
+// Moves the offset that the last section states for an object by one.
+void make_entry_false(std::string& bytes, const PdfBuilder& builder, int num) {
+  char entry[16];
+  std::snprintf(entry, sizeof(entry), "%010zu", builder.offset_of(num));
+  bytes[bytes.find(entry, builder.last_section()) + 9] ^= 1;
+}
+
 // One of two false entries is met on the way to the first page, the other by nobody before the save.
 TEST(Update, ListsObjectsWhoseEntriesNobodyFollowed) {
   PdfBuilder builder;
   builder.pages(1).obj(4, "(fourth)").obj(5, "(fifth)").classic();
   std::string bytes = builder.str();
-  for (const int num : {3, 5}) {
-    char entry[16];
-    std::snprintf(entry, sizeof(entry), "%010zu", builder.offset_of(num));
-    bytes[bytes.find(entry, builder.last_section()) + 9] ^= 1;
-  }
+  for (const int num : {3, 5})
+    make_entry_false(bytes, builder, num);
   MemStream file(bytes);
   CPDFDoc doc;
   ASSERT_TRUE(doc.open(&file));
@@ -229,11 +233,8 @@ TEST(Update, ManyRepairsHideNoFalseEntry) {
   for (int num = 20; num < 20 + kStreams; ++num)
     builder.obj(num, "<</Length 2>>\nstream\nlonger text\nendstream");
   std::string bytes = builder.classic().str();
-  for (const int num : {5, 6}) {
-    char entry[16];
-    std::snprintf(entry, sizeof(entry), "%010zu", builder.offset_of(num));
-    bytes[bytes.find(entry, builder.last_section()) + 9] ^= 1;
-  }
+  for (const int num : {5, 6})
+    make_entry_false(bytes, builder, num);
   MemStream file(bytes);
   CPDFDoc doc;
   ASSERT_TRUE(doc.open(&file));
